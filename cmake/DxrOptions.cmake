@@ -1,0 +1,30 @@
+# What can be chosen at configuration time. A part whose packages are missing is left out with one line.
+
+option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_TOOLS "Build the development host and dxrsh (needs CLI11)" ${PROJECT_IS_TOP_LEVEL})
+option(DXR_WERROR "Treat warnings as errors" OFF)
+set(DXR_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
+
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+    set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+endif()
+
+if(DXR_BUILD_TESTS)
+    find_package(GTest QUIET)
+    if(NOT GTest_FOUND)
+        message(STATUS "Tests are left out: GoogleTest (libgtest-dev, libgmock-dev) was not found")
+        set(DXR_BUILD_TESTS OFF)
+    endif()
+endif()
+
+if(DXR_BUILD_TOOLS)
+    find_package(CLI11 QUIET)
+    if(NOT CLI11_FOUND)
+        message(STATUS "dxrsh is left out: CLI11 (libcli11-dev) was not found")
+        set(DXR_BUILD_TOOLS OFF)
+    endif()
+endif()

@@ -1,0 +1,24 @@
+# What every target of the project is compiled with.
+
+find_package(Threads REQUIRED)
+
+add_library(dxr_build_options INTERFACE)
+target_compile_options(dxr_build_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+    $<$<BOOL:${DXR_WERROR}>:-Werror>
+    # Source paths in the program (the file argument of allocations) count from the repository root.
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+if(DXR_SANITIZE)
+    target_compile_options(dxr_build_options INTERFACE
+        -fsanitize=${DXR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(dxr_build_options INTERFACE -fsanitize=${DXR_SANITIZE})
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)

@@ -1,0 +1,32 @@
+/* Linkage, visibility and format checking of the interface; included by every other header. */
+#ifndef DXR_BASE_H
+#define DXR_BASE_H
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+#define DXR_EXTERN_C_BEGIN extern "C" {
+#define DXR_EXTERN_C_END }
+#define DXR_STATIC_ASSERT(condition, text) static_assert(condition, text)
+#else
+#define DXR_EXTERN_C_BEGIN
+#define DXR_EXTERN_C_END
+#define DXR_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
+#endif
+
+#if defined(__GNUC__)
+/* Marks what the shared library exports; everything else in it is hidden. */
+#define DXR_API __attribute__((visibility("default")))
+/* printf-style checking: number of the format argument, number of the first variable one (0: none). */
+#define DXR_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#else
+#define DXR_API
+#define DXR_PRINTF(format, first)
+#endif
+
+/* The binary interface (record offsets, the 1808-byte hook table) is that of 64-bit targets. */
+DXR_STATIC_ASSERT(sizeof(void *) == 8, "libdxr_api needs 64-bit pointers");
+
+#endif /* DXR_BASE_H */

@@ -1,0 +1,112 @@
+#include "internal/bounds_checked.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace dxr {
+namespace {
+
+// Sizes above this are taken for negative numbers that went through a conversion.
+constexpr std::size_t kMaxSize = SIZE_MAX >> 1;
+
+bool IsUsable(const void *dest, std::size_t destSize) {
+    return dest != nullptr && destSize != 0 && destSize <= kMaxSize;
+}
+
+bool Overlap(const void *a, std::size_t aSize, const void *b, std::size_t bSize) {
+    const auto aBegin = reinterpret_cast<std::uintptr_t>(a);
+    const auto bBegin = reinterpret_cast<std::uintptr_t>(b);
+    return aBegin < bBegin + bSize && bBegin < aBegin + aSize;
+}
+
+int FailBytes(void *dest, std::size_t destSize, int error) {
+    std::memset(dest, 0, destSize);
+    return error;
+}
+
+int FailText(char *dest, int error) {
+    *dest = '\0';
+    return error;
+}
+
+}  // namespace
+
+int memcpy_s(void *dest, std::size_t destSize, const void *src, std::size_t count) noexcept {
+    if (!IsUsable(dest, destSize)) {
+        return EINVAL;
+    }
+    if (src == nullptr) {
+        return FailBytes(dest, destSize, EINVAL);
+    }
+    if (count > destSize) {
+        return FailBytes(dest, destSize, ERANGE);
+    }
+    if (Overlap(dest, count, src, count)) {
+        return FailBytes(dest, destSize, EINVAL);
+    }
+    std::memcpy(dest, src, count);
+    return 0;
+}
+
+int memset_s(void *dest, std::size_t destSize, int value, std::size_t count) noexcept {
+    if (!IsUsable(dest, destSize)) {
+        return EINVAL;
+    }
+    if (count > destSize) {
+        // Unlike the copies, a fill that does not fit fills what there is.
+        std::memset(dest, value, destSize);
+        return ERANGE;
+    }
+    std::memset(dest, value, count);
+    return 0;
+}
+
+int strcpy_s(char *dest, std::size_t destSize, const char *src) noexcept {
+    return strncpy_s(dest, destSize, src, kMaxSize);
+}
+
+int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t count) noexcept {
+    if (!IsUsable(dest, destSize)) {
+        return EINVAL;
+    }
+    if (src == nullptr) {
+        return FailText(dest, EINVAL);
+    }
+    // Never looks further into the source than the destination is long.
+    const std::size_t length = strnlen(src, count < destSize ? count : destSize);
+    if (length == destSize) {
+        return FailText(dest, ERANGE);
+    }
+    if (Overlap(dest, length + 1, src, length + 1)) {
+        return FailText(dest, EINVAL);
+    }
+    std::memcpy(dest, src, length);
+    dest[length] = '\0';
+    return 0;
+}
+
+int snprintf_truncated_s(char *buffer, std::size_t size, const char *format, ...) noexcept {
+    std::va_list args;
+    va_start(args, format);
+    const int stored = vsnprintf_truncated_s(buffer, size, format, args);
+    va_end(args);
+    return stored;
+}
+
+int vsnprintf_truncated_s(char *buffer, std::size_t size, const char *format,
+                          std::va_list args) noexcept {
+    if (!IsUsable(buffer, size) || format == nullptr) {
+        return -1;
+    }
+    const int length = std::vsnprintf(buffer, size, format, args);
+    if (length < 0) {
+        buffer[0] = '\0';
+        return -1;
+    }
+    const auto wanted = static_cast<std::size_t>(length);
+    return static_cast<int>(wanted < size ? wanted : size - 1);
+}
+
+}  // namespace dxr

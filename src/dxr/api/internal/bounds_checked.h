@@ -1,0 +1,34 @@
+// Copies, fills and formatting that know the size of their destination: the C11 Annex K functions and two
+// truncating formatters. Every write of the library into memory it was given goes through them.
+//
+// Results of the copies and fills: 0, EINVAL (null pointer, overlap, destination of size 0) or ERANGE
+// (does not fit). On failure the destination is emptied (texts) or filled as Annex K says (bytes), unless
+// it is null or its size is 0. No size that fits in 32 bits is refused for its magnitude.
+//
+// Results of the formatters: the number of characters stored (size - 1 when the text was cut), or -1 for a
+// null buffer, a size of 0 or a null format (nothing is written) and for a conversion that fails (the
+// buffer then holds an empty text).
+#ifndef DXR_INTERNAL_BOUNDS_CHECKED_H
+#define DXR_INTERNAL_BOUNDS_CHECKED_H
+
+#include <cstdarg>
+#include <cstddef>
+
+namespace dxr {
+
+int memcpy_s(void *dest, std::size_t destSize, const void *src, std::size_t count) noexcept;
+int memset_s(void *dest, std::size_t destSize, int value, std::size_t count) noexcept;
+int strcpy_s(char *dest, std::size_t destSize, const char *src) noexcept;
+
+// Copies at most `count` characters of `src` and terminates.
+int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t count) noexcept;
+
+[[gnu::format(printf, 3, 4)]] int snprintf_truncated_s(char *buffer, std::size_t size,
+                                                       const char *format, ...) noexcept;
+[[gnu::format(printf, 3, 0)]] int vsnprintf_truncated_s(char *buffer, std::size_t size,
+                                                        const char *format,
+                                                        std::va_list args) noexcept;
+
+}  // namespace dxr
+
+#endif  // DXR_INTERNAL_BOUNDS_CHECKED_H

@@ -1,0 +1,28 @@
+// Signed 32-bit arithmetic for the few places whose overflow must end the process instead of wrapping.
+#ifndef DXR_INTERNAL_CHECKED_H
+#define DXR_INTERNAL_CHECKED_H
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace dxr {
+
+[[nodiscard]] inline std::int32_t CheckedAdd(std::int32_t a, std::int32_t b) noexcept {
+    std::int32_t sum = 0;
+    if (__builtin_add_overflow(a, b, &sum)) {
+        std::abort();
+    }
+    return sum;
+}
+
+[[nodiscard]] inline std::int32_t CheckedSub(std::int32_t a, std::int32_t b) noexcept {
+    std::int32_t difference = 0;
+    if (__builtin_sub_overflow(a, b, &difference)) {
+        std::abort();
+    }
+    return difference;
+}
+
+}  // namespace dxr
+
+#endif  // DXR_INTERNAL_CHECKED_H
