@@ -19,11 +19,11 @@
 #if defined(__GNUC__)
 /* Marks what the shared library exports; everything else in it is hidden. */
 #define DXR_API __attribute__((visibility("default")))
-/* printf-style checking: number of the format argument, number of the first variable one (0: none). */
-#define DXR_PRINTF(format, first) __attribute__((format(printf, format, first)))
+/* printf-style checking: numbers of the format argument and of the first variable one (0: none). */
+#define DXR_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #else
 #define DXR_API
-#define DXR_PRINTF(format, first)
+#define DXR_PRINTF(text, first)
 #endif
 
 /* The binary interface (record offsets, the 1808-byte hook table) is that of 64-bit targets. */
