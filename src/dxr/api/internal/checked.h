@@ -1,4 +1,4 @@
-// Signed 32-bit arithmetic for the few places whose overflow must end the process instead of wrapping.
+// Signed arithmetic for the few places whose overflow must end the process instead of wrapping.
 #ifndef DXR_INTERNAL_CHECKED_H
 #define DXR_INTERNAL_CHECKED_H
 
@@ -21,6 +21,14 @@ namespace dxr {
         std::abort();
     }
     return difference;
+}
+
+[[nodiscard]] inline std::int64_t CheckedMul(std::int64_t a, std::int64_t b) noexcept {
+    std::int64_t product = 0;
+    if (__builtin_mul_overflow(a, b, &product)) {
+        std::abort();
+    }
+    return product;
 }
 
 }  // namespace dxr

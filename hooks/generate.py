@@ -1,0 +1,434 @@
+#!/usr/bin/env python3
+"""Writes everything that repeats the list of slots (hooks/slots.yaml).
+
+    hooks/generate.py            writes the files
+    hooks/generate.py --verify   compares them with what it would write; exit status 1 and a diff if
+                                 one differs
+
+Whole files: include/dxr/hooks.h, docs/slots.md, tools/dxrsh/slot_table.h. In the header and the source of
+each component, and in the export list, only the region between the marks "generated: begin" and
+"generated: end" belongs to the generator. Needs python3-yaml and clang-format.
+"""
+
+import argparse
+import difflib
+import pathlib
+import re
+import subprocess
+import sys
+import textwrap
+from dataclasses import dataclass
+
+import yaml
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+COMMAND = "Made by hooks/generate.py from hooks/slots.yaml; do not edit."
+COLUMNS = 100
+POINTER_BYTES = 8
+GROUP_COUNT = 20
+SLOT_COUNT = 226
+
+
+@dataclass(frozen=True)
+class Slot:
+    index: int
+    member: str
+    function: str  # empty: no exported function reads the slot
+    result: str
+    params: str  # as in C, without the parentheses
+    fallback: str
+    doc: str
+    hook: str  # type of the slot, if it is not the function's
+    own: bool  # declared and defined by hand
+
+    @property
+    def prototype(self):
+        return f"{declarator(self.result, self.function)}({self.params})"
+
+    @property
+    def member_declaration(self):
+        if self.hook:
+            return f"{self.hook} {self.member};"
+        return f"{declarator(self.result, f'(*{self.member})')}({self.params});"
+
+    @property
+    def arguments(self):
+        if self.params == "void":
+            return []
+        return [re.search(r"\w+$", param).group() for param in self.params.split(", ")]
+
+
+@dataclass(frozen=True)
+class Group:
+    name: str
+    member: str
+    stem: str  # empty: no exported function reads the group
+    about: str
+    first: int
+    slots: tuple
+
+    @property
+    def getter(self):
+        return f"DXR_Get{self.name}Hooks"
+
+    @property
+    def type(self):
+        return f"Dxr{self.name}Hooks"
+
+    @property
+    def last(self):
+        return self.first + len(self.slots) - 1
+
+    @property
+    def range(self):
+        return f"slot {self.first}" if self.first == self.last else f"slots {self.first} to {self.last}"
+
+    @property
+    def dispatched(self):
+        return [slot for slot in self.slots if slot.function and not slot.own]
+
+
+def declarator(result, name):
+    return result + name if result.endswith("*") else f"{result} {name}"
+
+
+def read_slot(entry):
+    prototype = entry.get("prototype", "")
+    result = function = params = ""
+    if prototype:
+        result, function, params = re.fullmatch(r"(.*?)\s*(DXR_\w+)\((.*)\)", prototype).groups()
+    return Slot(
+        index=entry["index"],
+        member=entry["member"],
+        function=function,
+        result=result,
+        params=params,
+        fallback=fallback_text(entry.get("fallback", "none")),
+        doc=entry.get("doc", ""),
+        hook=entry.get("hook", ""),
+        own="own" in entry,
+    )
+
+
+def fallback_text(value):
+    if value is None:
+        return "NULL"
+    if isinstance(value, int):
+        return str(value) if value < 10 else f"0x{value:08X}"
+    return value
+
+
+def read_groups():
+    groups = []
+    first = 0
+    for entry in yaml.safe_load((ROOT / "hooks/slots.yaml").read_text()):
+        slots = tuple(read_slot(slot) for slot in entry["slots"])
+        groups.append(
+            Group(entry["name"], entry["member"], entry.get("stem", ""), entry["about"], first, slots)
+        )
+        first += len(slots)
+    check(groups)
+    return groups
+
+
+def check(groups):
+    slots = [slot for group in groups for slot in group.slots]
+    functions = [slot.function for slot in slots if slot.function]
+    assert len(groups) == GROUP_COUNT, f"{len(groups)} groups"
+    assert len(slots) == SLOT_COUNT, f"{len(slots)} slots"
+    assert len(functions) == len(set(functions)), "a function has two slots"
+    for group in groups:
+        assert [slot.index for slot in group.slots] == list(range(len(group.slots))), group.name
+        assert len({slot.member for slot in group.slots}) == len(group.slots), group.name
+        for slot in group.slots:
+            has_result = slot.result not in ("", "void")
+            assert has_result == (slot.fallback != "none"), slot.member
+
+
+def comment(text, first_line="/* "):
+    return "\n".join(
+        textwrap.wrap(text + " */", COLUMNS, initial_indent=first_line, subsequent_indent=" * ")
+    )
+
+
+def formatted(path, text):
+    """As clang-format would leave it, so that a formatted tree is also an up-to-date one."""
+    return subprocess.run(
+        ["clang-format", f"--assume-filename={ROOT / path}"],
+        input=text, stdout=subprocess.PIPE, text=True, check=True, cwd=ROOT,
+    ).stdout
+
+
+# --- include/dxr/hooks.h -----------------------------------------------------------------------------
+
+HOOKS_HEADER_INTRO = """\
+/* The hook table: the host's functions, 226 slots in 20 groups, and how to reach them.
+ *
+ * The host fills one DxrHooks and hands it over with DXR_RegisterHooks before anybody calls a service.
+ * Each service function (a dispatcher) reads its slot at the moment it is called. If the slot is set, the
+ * hook gets exactly the dispatcher's arguments and its result is passed on unchanged; if it is empty, the
+ * dispatcher gives the fallback named at its declaration, calls nothing and logs nothing.
+ *
+ * Cost: one getter call, one load, one test, one jump. No allocation, no lock.
+ * Threads: the table is plain memory. Register before other threads call services; a call that races with
+ * a registration is not supported. Otherwise a dispatcher is as thread-safe as its hook.
+ * Ownership: the library copies the table and never frees, checks or calls anything in it by itself.
+ * What pointers in arguments and results point at belongs to whom the host says.
+ *
+ * Parameters named argN are the host's to define and pass through unread. A pointer is void * where the
+ * library does not know more; a 64-bit handle fits as well. Groups, slots and their order are the binary
+ * interface with the host: nothing moves. */"""
+
+HOOKS_HEADER_FUNCTIONS = """\
+/* The library's table. All slots are empty until the host registers its own. */
+extern DXR_API DxrHooks g_dxrHooks;
+
+/* Copies the whole table, empty slots included, over g_dxrHooks; nothing of an earlier one stays. Returns
+ * 0. With a null pointer, or a table that overlaps g_dxrHooks, it returns EINVAL and every slot is empty. */
+DXR_API uint32_t DXR_RegisterHooks(const DxrHooks *hooks);
+
+/* The address of g_dxrHooks, never null, registered or not; the same holds for the groups below. */
+DXR_API DxrHooks *DXR_GetHooks(void);
+"""
+
+
+def hooks_header(groups):
+    parts = [
+        f"/* {COMMAND} */\n\n{HOOKS_HEADER_INTRO}",
+        "#ifndef DXR_HOOKS_H\n#define DXR_HOOKS_H\n",
+        '#include "dxr/base.h"\n#include "dxr/types.h"\n',
+        "DXR_EXTERN_C_BEGIN\n",
+    ]
+    for group in groups:
+        where = f" Functions: dxr/{group.stem}.h." if group.stem else ""
+        parts.append(comment(group.about + where))
+        members = "\n".join(slot.member_declaration for slot in group.slots)
+        parts.append(f"typedef struct {group.type} {{\n{members}\n}} {group.type};\n")
+    members = "\n".join(f"{group.type} {group.member};" for group in groups)
+    parts.append(f"typedef struct DxrHooks {{\n{members}\n}} DxrHooks;\n")
+    parts.append(HOOKS_HEADER_FUNCTIONS)
+    for group in groups:
+        parts.append(f"/* The {group.name} group: {group.range}. */")
+        parts.append(f"DXR_API {group.type} *{group.getter}(void);\n")
+    parts.append("DXR_EXTERN_C_END\n")
+    parts.append(
+        comment(
+            "The layout, slot by slot. Groups count from the table's first slot, "
+            "members from their group's."
+        )
+    )
+    parts.append(
+        "#define DXR_ASSERT_SLOT(type, member, slot)                                  \\\n"
+        "DXR_STATIC_ASSERT(offsetof(type, member) == (slot) * sizeof(void *),         \\\n"
+        '#type "." #member " is not at slot " #slot)\n'
+    )
+    for group in groups:
+        parts.append(f"DXR_ASSERT_SLOT(DxrHooks, {group.member}, {group.first});")
+    parts.append(
+        f"DXR_STATIC_ASSERT(sizeof(DxrHooks) == {SLOT_COUNT * POINTER_BYTES}, "
+        f'"the hook table has {SLOT_COUNT} slots");\n'
+    )
+    for group in groups:
+        for slot in group.slots:
+            parts.append(f"DXR_ASSERT_SLOT({group.type}, {slot.member}, {slot.index});")
+        parts.append("")
+    parts.append("#undef DXR_ASSERT_SLOT\n\n#endif /* DXR_HOOKS_H */\n")
+    return "\n".join(parts)
+
+
+# --- Regions of the components -----------------------------------------------------------------------
+
+
+def declarations(group):
+    parts = []
+    for slot in group.dispatched:
+        if slot.fallback == "none":
+            without = "does nothing without a hook"
+        else:
+            without = f"{'null' if slot.fallback == 'NULL' else slot.fallback} without a hook"
+        parts.append(comment(f"{slot.doc} Slot {slot.index}; {without}."))
+        parts.append(f"DXR_API {slot.prototype};\n")
+    return "\n".join(parts)
+
+
+def definitions(group):
+    parts = []
+    for slot in group.dispatched:
+        params = "" if slot.params == "void" else slot.params
+        call = [f"{group.getter}()->{slot.member}"]
+        if slot.fallback != "none":
+            call.append("nullptr" if slot.fallback == "NULL" else slot.fallback)
+        call += slot.arguments
+        keyword = "" if slot.fallback == "none" else "return "
+        parts.append(f"{declarator(slot.result, slot.function)}({params}) {{")
+        parts.append(f"{keyword}Call({', '.join(call)});\n}}\n")
+    return "\n".join(parts)
+
+
+def getter_definitions(groups):
+    return "\n".join(
+        f"[[gnu::noinline]] {group.type} *{group.getter}() {{\nreturn &DXR_GetHooks()->{group.member};\n}}\n"
+        for group in groups
+    )
+
+
+def exported_names(groups):
+    lines = ["    # hooks", "    g_dxrHooks;", "    DXR_RegisterHooks;", "    DXR_GetHooks;"]
+    lines += [f"    {group.getter};" for group in groups]
+    for group in groups:
+        if group.stem:
+            lines += ["", f"    # {group.stem}: slots of the {group.name} group"]
+            lines += [f"    {slot.function};" for slot in group.slots if slot.function]
+    return "\n".join(lines) + "\n"
+
+
+def with_region(path, region):
+    """The file as it is, with the text between its marks replaced."""
+    old = (ROOT / path).read_text()
+    new, count = re.subn(
+        r"(^[^\n]*generated: begin[^\n]*\n).*?(^[^\n]*generated: end)",
+        lambda match: match[1] + region + match[2],
+        old,
+        flags=re.DOTALL | re.MULTILINE,
+    )
+    if count != 1:
+        sys.exit(f"{path}: {count} generated regions, expected 1")
+    return new
+
+
+def with_code_region(path, region):
+    return with_region(path, "\n" + formatted(path, region).strip() + "\n\n")
+
+
+# --- Tables for people and for dxrsh -----------------------------------------------------------------
+
+
+def slots_page(groups):
+    lines = [
+        f"<!-- {COMMAND} -->",
+        "# The slots of the hook table",
+        "",
+        "*Index* counts within the group, *slot* from the table's first. The fallback is what the function",
+        "answers while the slot is empty. A dash stands where no function of the library reads the slot.",
+    ]
+    for group in groups:
+        lines += ["", f"## {group.name}", "", f"{group.about} Reached with `{group.getter}`"]
+        lines[-1] += f", declared in `dxr/{group.stem}.h`." if group.stem else "."
+        lines += ["", "| index | slot | function | prototype | fallback |", "|---|---|---|---|---|"]
+        for slot in group.slots:
+            function, prototype = (f"`{slot.function}`", f"`{slot.prototype}`")
+            fallback = "no result" if slot.fallback == "none" else f"`{slot.fallback}`"
+            if not slot.function:
+                function, fallback = "-", "-"
+                prototype = f"`{slot.hook} {slot.member}`"
+            lines.append(
+                f"| {slot.index} | {group.first + slot.index} | {function} | {prototype} | {fallback} |"
+            )
+    return "\n".join(lines) + "\n"
+
+
+SLOT_TABLE_INTRO = """\
+#ifndef DXRSH_SLOT_TABLE_H
+#define DXRSH_SLOT_TABLE_H
+
+#include <array>
+#include <string_view>
+
+namespace dxrsh {
+
+struct SlotRow {
+    std::string_view group;
+    std::string_view member;
+    unsigned index;             // within the group
+    unsigned slot;              // within the table
+    std::string_view function;  // empty: no exported function reads the slot
+    std::string_view fallback;  // as in C; "none": the function has no result
+};
+"""
+
+
+def slot_table(groups):
+    rows = [
+        ", ".join(
+            [
+                f'{{"{group.name}"',
+                f'"{slot.member}"',
+                str(slot.index),
+                str(group.first + slot.index),
+                f'"{slot.function}"',
+                '"' + slot.fallback.replace('"', r"\"") + '"},',
+            ]
+        )
+        for group in groups
+        for slot in group.slots
+    ]
+    return "\n".join(
+        [
+            f"// {COMMAND}",
+            SLOT_TABLE_INTRO,
+            f"inline constexpr std::array<SlotRow, {SLOT_COUNT}> kSlotTable = {{{{",
+            *rows,
+            "}};\n\n}  // namespace dxrsh\n\n#endif  // DXRSH_SLOT_TABLE_H\n",
+        ]
+    )
+
+
+# --- Main --------------------------------------------------------------------------------------------
+
+
+def outputs(groups):
+    """Path and complete text of every file that holds generated text."""
+    files = {
+        "include/dxr/hooks.h": formatted("include/dxr/hooks.h", hooks_header(groups)),
+        "docs/slots.md": slots_page(groups),
+        "tools/dxrsh/slot_table.h": formatted("tools/dxrsh/slot_table.h", slot_table(groups)),
+    }
+    hooks_source = "src/dxr/api/dxr_hooks.cpp"
+    files[hooks_source] = with_code_region(hooks_source, getter_definitions(groups))
+    exports = "src/dxr/api/exports.map"
+    files[exports] = with_region(exports, exported_names(groups))
+    for group in groups:
+        if group.stem:
+            header = f"include/dxr/{group.stem}.h"
+            files[header] = with_code_region(header, declarations(group))
+            source = f"src/dxr/api/dxr_{group.stem}.cpp"
+            files[source] = with_code_region(source, definitions(group))
+    return files
+
+
+def verify(files):
+    differing = 0
+    for path, text in files.items():
+        committed = (ROOT / path).read_text() if (ROOT / path).exists() else ""
+        if committed != text:
+            differing += 1
+            sys.stdout.writelines(
+                difflib.unified_diff(
+                    committed.splitlines(keepends=True),
+                    text.splitlines(keepends=True),
+                    fromfile=path,
+                    tofile=f"{path} (from hooks/slots.yaml)",
+                )
+            )
+    if differing:
+        sys.exit(f"{differing} files differ from the list of slots; run hooks/generate.py")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--verify", action="store_true", help="compare instead of writing")
+    args = parser.parse_args()
+    files = outputs(read_groups())
+    if args.verify:
+        verify(files)
+        return
+    for path, text in files.items():
+        target = ROOT / path
+        if not target.exists() or target.read_text() != text:
+            target.parent.mkdir(parents=True, exist_ok=True)
+            target.write_text(text)
+            print(f"wrote {path}")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,25 @@
+/* Alarms raised with the host.
+ *
+ * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
+ * result is the hook's; slots count within the Alarm group. Parameters named argN are the host's to
+ * define and pass through unread. */
+#ifndef DXR_ALARM_H
+#define DXR_ALARM_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
+
+/* Raises an alarm. Slot 0; 1 without a hook. */
+DXR_API uint32_t DXR_Alarm(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint32_t arg4, void *arg5);
+
+/* Raises a fault-management alarm. Slot 1; 0 without a hook. */
+DXR_API uint32_t DXR_FmAlarm(void *alarm);
+
+/* generated: end */
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_ALARM_H */

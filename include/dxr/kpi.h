@@ -1,0 +1,22 @@
+/* Key performance indicators.
+ *
+ * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
+ * result is the hook's; slots count within the Kpi group. Parameters named argN are the host's to
+ * define and pass through unread. */
+#ifndef DXR_KPI_H
+#define DXR_KPI_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
+
+/* Updates the value of a KPI attribute. Slot 0; 0 without a hook. */
+DXR_API uint32_t DXR_UpdateKpiAttrVal(void *arg1, uint32_t arg2);
+
+/* generated: end */
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_KPI_H */

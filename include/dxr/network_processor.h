@@ -1,0 +1,29 @@
+/* Network processors: multicast ports, dropped queues, priority flow control.
+ *
+ * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
+ * result is the hook's; slots count within the Np group. Parameters named argN are the host's to
+ * define and pass through unread. */
+#ifndef DXR_NETWORK_PROCESSOR_H
+#define DXR_NETWORK_PROCESSOR_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
+
+/* Sets a multicast port map. Slot 0; 0 without a hook. */
+DXR_API uint32_t DXR_SetMcPortMap(uint32_t arg1, void *map);
+
+/* Gets how much a queue dropped. Slot 1; 0 without a hook. */
+DXR_API uint32_t DXR_GetQueueDropStat(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint8_t arg4,
+                                      void *stat);
+
+/* Gets the absolute logic priority of priority flow control. Slot 2; 0 without a hook. */
+DXR_API uint32_t DXR_GetAbsPfcLogicSp(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *sp);
+
+/* generated: end */
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_NETWORK_PROCESSOR_H */

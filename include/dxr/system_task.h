@@ -1,0 +1,49 @@
+/* Events, tasks, delays and mutexes.
+ *
+ * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
+ * result is the hook's; slots count within the Task group. Parameters named argN are the host's to
+ * define and pass through unread. */
+#ifndef DXR_SYSTEM_TASK_H
+#define DXR_SYSTEM_TASK_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
+
+/* Writes events. Slot 1; 0 without a hook. */
+DXR_API uint32_t DXR_WriteEvent(uint32_t arg1, uint32_t arg2);
+
+/* Delays the calling task. Slot 3; 0 without a hook. */
+DXR_API uint32_t DXR_DelayTask(uint32_t arg1);
+
+/* Creates a mutex and stores its handle. Slot 4; 0 without a hook. */
+DXR_API uint32_t DXR_InitMutex(void **mutex, void *option);
+
+/* Destroys a mutex. Slot 5; 0 without a hook. */
+DXR_API uint32_t DXR_DestroyMutex(void *mutex);
+
+/* Locks a mutex. Slot 6; 0 without a hook. */
+DXR_API uint32_t DXR_LockMutex(void *mutex);
+
+/* Unlocks a mutex. Slot 7; 0 without a hook. */
+DXR_API uint32_t DXR_UnlockMutex(void *mutex);
+
+/* generated: end */
+
+/* Reads events (slot 0). Only the waiting mode 0 is supported: returns 1 for any other and does not
+ * call the hook. 0 without a hook. */
+DXR_API uint32_t DXR_ReadEvent(uint32_t arg1, uint32_t mode, uint32_t arg3, void *events);
+
+/* Creates a task (slot 2). Returns 1 for a flag greater than 1 and does not call the hook. 0
+ * without a hook. */
+DXR_API uint32_t DXR_CreateTask(void *arg1, void *arg2, void *arg3, uint32_t arg4, void *arg5,
+                                uint32_t flag, void *arg7);
+
+/* Lets other threads run; returns the result of sched_yield. Uses no hook. */
+DXR_API uint32_t DXR_SchedYield(void);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_SYSTEM_TASK_H */

@@ -1,0 +1,22 @@
+/* Temperature queries.
+ *
+ * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
+ * result is the hook's; slots count within the Temperature group. Parameters named argN are the
+ * host's to define and pass through unread. */
+#ifndef DXR_TEMPERATURE_H
+#define DXR_TEMPERATURE_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
+
+/* Registers the function that is asked for a temperature. Slot 0; does nothing without a hook. */
+DXR_API void DXR_RegisterQueryTempFunc(uint32_t arg1, void *func);
+
+/* generated: end */
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_TEMPERATURE_H */

@@ -1,0 +1,58 @@
+/* libdxr_api: the platform service interface of a traffic-manager software kit. Includes
+ * everything.
+ *
+ * Threads: the library has no thread of its own; a function runs on its caller's. Dispatchers
+ * (dxr/hooks.h) take no lock and are as thread-safe as the host's hooks. The log filter has a mutex
+ * per log type, made by the host. All other process-wide state (hook table, default module
+ * identifier, recorder, simulated messages, filter trees, CRC table) has none: set it up at
+ * start-up or use it from one thread. Cost: a dispatcher is a getter call, a load, a test and a
+ * jump; it never allocates. What costs more says so at its declaration.
+ *
+ * Duties of the host: what happens if it breaks one, and whether the library can notice.
+ *   1. Register the table before services are called, and never while one is running. Before:
+ * fallbacks are answered; not noticed. During: some calls see the old slot, some the new; not
+ * noticed.
+ *   2. Give each hook the type of its slot. Otherwise the behaviour is undefined; only the compiler
+ * can tell, and it does for tables built from DxrHooks.
+ *   3. Fill Db slots 10 and 11 together. With 10 alone, DXR_GetNgTmPortInfoByTmPortFromDb calls a
+ * null pointer; not noticed.
+ *   4. Allocate blocks of the full size, aligned for any type, and take them back through the
+ * release hook. Without an allocator every allocation fails and each function says so; anything
+ * else is not noticed.
+ *   5. Write no more than a hook was given room for (12 bytes for DXR_GetSysTime). Not noticed.
+ *   6. Let no exception out of a hook. Otherwise the behaviour is undefined; not noticed.
+ *
+ * Duties of the caller.
+ *   1. Pass buffers of the size that is passed with them, and no null pointer unless the
+ * declaration takes it. Functions that take text test for null; hot ones do not. A wrong size is
+ * not noticed.
+ *   2. Release a block that was handed over with DXR_Free. Otherwise it leaks; the host's
+ * accounting by module identifier, file and line shows it.
+ *   3. Keep to one thread where a header says so. Not noticed. */
+#ifndef DXR_API_H
+#define DXR_API_H
+
+#include "dxr/alarm.h"
+#include "dxr/base.h"
+#include "dxr/database.h"
+#include "dxr/database_config.h"
+#include "dxr/device.h"
+#include "dxr/fault_management.h"
+#include "dxr/hash.h"
+#include "dxr/hooks.h"
+#include "dxr/kpi.h"
+#include "dxr/list.h"
+#include "dxr/memory.h"
+#include "dxr/message.h"
+#include "dxr/module.h"
+#include "dxr/network_processor.h"
+#include "dxr/plugin.h"
+#include "dxr/print.h"
+#include "dxr/system.h"
+#include "dxr/system_table.h"
+#include "dxr/system_task.h"
+#include "dxr/system_time.h"
+#include "dxr/temperature.h"
+#include "dxr/types.h"
+
+#endif /* DXR_API_H */

@@ -1,0 +1,18 @@
+#include "dxr/fault_management.h"
+
+#include "dxr/hooks.h"
+#include "internal/dispatch.h"
+
+using dxr::Call;
+
+// generated: begin (by hooks/generate.py from hooks/slots.yaml)
+
+uint32_t DXR_FfmStartFaultCheck() {
+    return Call(DXR_GetFfmHooks()->ffmStartFaultCheck, 0);
+}
+
+uint32_t DXR_FfmStopFaultCheck() {
+    return Call(DXR_GetFfmHooks()->ffmStopFaultCheck, 0);
+}
+
+// generated: end

@@ -1,0 +1,55 @@
+#include "dxr/module.h"
+
+#include "dxr/hooks.h"
+#include "internal/dispatch.h"
+
+using dxr::Call;
+
+namespace {
+
+constexpr size_t kVelderFlagOffset = 12;
+
+constinit uint8_t g_dxrUseVelder = 0;
+
+}  // namespace
+
+// generated: begin (by hooks/generate.py from hooks/slots.yaml)
+
+void DXR_UnRegister() {
+    Call(DXR_GetInitHooks()->unRegister);
+}
+
+void *DXR_GetThis() {
+    return Call(DXR_GetInitHooks()->getThis, nullptr);
+}
+
+// generated: end
+
+void DXR_Register(void *record) {
+    if (record == nullptr) {
+        return;
+    }
+    Call(DXR_GetInitHooks()->registerModule, record);
+    DXR_RegisterVelderFuncs(static_cast<const uint8_t *>(record)[kVelderFlagOffset]);
+}
+
+void DXR_RegisterWithoutVelderFuncs(void *record) {
+    if (record != nullptr) {
+        Call(DXR_GetInitHooks()->registerModule, record);
+    }
+}
+
+void DXR_RegisterVelderFuncs(uint8_t flag) {
+    g_dxrUseVelder = flag;
+    Call(DXR_GetInitHooks()->registerVelderFuncs, flag);
+}
+
+uint8_t DXR_IsUseVelder() {
+    return g_dxrUseVelder;
+}
+
+void DXR_SetUdf(void *udf) {
+    if (udf != nullptr) {
+        Call(DXR_GetInitHooks()->setUdf, udf);
+    }
+}

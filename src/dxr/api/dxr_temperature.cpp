@@ -1,0 +1,14 @@
+#include "dxr/temperature.h"
+
+#include "dxr/hooks.h"
+#include "internal/dispatch.h"
+
+using dxr::Call;
+
+// generated: begin (by hooks/generate.py from hooks/slots.yaml)
+
+void DXR_RegisterQueryTempFunc(uint32_t arg1, void *func) {
+    Call(DXR_GetTemperatureHooks()->registerQueryTempFunc, arg1, func);
+}
+
+// generated: end
