@@ -178,7 +178,7 @@ typedef struct DxrMsgHooks {
 /* Printing, and the host's log. Functions: dxr/print.h. */
 typedef struct DxrPrintHooks {
     uint32_t (*reportAssert)(void *value, uint32_t arg2);
-    uint32_t (*enableLogOutput)(uint32_t enable);
+    uint32_t (*enableLogOutput)(uint32_t arg1, uint32_t arg2);
     DxrPrintHook print;
     uint32_t (*writeEventLog)(void *event);
     uint32_t (*diagLogFilter)(const char *text);

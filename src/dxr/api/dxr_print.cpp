@@ -41,8 +41,8 @@ uint32_t DXR_Assert(void *value, uint32_t arg2) {
     return Call(DXR_GetPrintHooks()->reportAssert, 0, value, arg2);
 }
 
-uint32_t DXR_EnableLogOutput(uint32_t enable) {
-    return Call(DXR_GetPrintHooks()->enableLogOutput, 0, enable);
+uint32_t DXR_EnableLogOutput(uint32_t arg1, uint32_t arg2) {
+    return Call(DXR_GetPrintHooks()->enableLogOutput, 0, arg1, arg2);
 }
 
 uint32_t DXR_WriteEventLog(void *event) {
