@@ -1,0 +1,135 @@
+// A host for tests: it records what it is asked and answers what it was told. Nothing sleeps,
+// nothing is decided here; time, memory and failures are set by the test.
+#ifndef DXR_TESTS_SUPPORT_TEST_HOST_H
+#define DXR_TESTS_SUPPORT_TEST_HOST_H
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "dxr_api.h"
+
+namespace dxrtest {
+
+// The seed of all random tests: DXR_TEST_SEED if it is set, else a fixed number. Printed once.
+std::uint64_t Seed();
+
+struct Allocation {
+    std::uint32_t mid;
+    std::uint32_t size;
+    std::string file;
+    std::uint32_t line;
+    void *block;  // null: the allocation was made to fail
+};
+
+struct Release {
+    void *block;
+    std::string file;
+    std::uint32_t line;
+};
+
+struct PrintedLine {
+    std::uint32_t level;
+    std::string format;
+    std::string text;
+};
+
+// One at a time. Construction empties the hook table, destruction puts back the table that was
+// there, and fails the test for blocks that were not released, released twice or written outside
+// their size. Services are opt-in: what is not asked for stays an empty slot.
+class TestHost {
+  public:
+    TestHost();
+    ~TestHost();
+    TestHost(const TestHost &) = delete;
+    TestHost &operator=(const TestHost &) = delete;
+
+    TestHost &WithMemory();      // Memory slots; blocks come filled with 0xA5
+    TestHost &WithPrint();       // Print slot 2
+    TestHost &WithDiagLog();     // Print slot 4
+    TestHost &WithClock();       // Time slots: system time, seconds, current time, start-up seconds
+    TestHost &WithMutexes();     // Task slots: the four of the mutexes
+    TestHost &WithEverything();  // all of the above
+
+    // Every hook call in order, as text: "allocate mid=9 size=580", "release #1", "print 6 text",
+    // "diag text", "initMutex #0", "lock #0", "unlock #0", "destroyMutex #0", "currSec", "currTime
+    // size=39", "sysTime", "startupSec". Blocks and mutex handles are numbered in the order of
+    // their creation, a null one is "null", an unknown one "?".
+    std::vector<std::string> calls;
+
+    // --- memory
+    std::vector<Allocation> allocations;
+    std::vector<Release> releases;
+    // The n-th allocation from now on fails (1: the next one); once, or it and all behind it.
+    void FailAllocation(std::uint64_t n);
+    void FailAllocationsFrom(std::uint64_t n);
+    void StopFailingAllocations();
+    [[nodiscard]] std::size_t LiveBlocks() const { return live_.size(); }
+    [[nodiscard]] bool IsLive(const void *block) const { return live_.count(block) != 0; }
+    // The test keeps blocks on purpose: they are freed without a failure at the end.
+    void KeepLeaks() { keepLeaks_ = true; }
+
+    // --- print
+    std::vector<PrintedLine> printed;
+    std::vector<std::string> diagLines;
+    std::uint32_t diagResult = 0;
+
+    // --- clock. DXR_GetCurrTime writes "T<seconds>" bounded by the size it is given.
+    std::uint32_t nowSec = 0;
+    std::uint32_t startupSec = 0;
+    DxrSysTime sysTime = {};
+
+    // --- mutexes. The handle stored by the n-th creation is MutexHandle(n).
+    static void *MutexHandle(std::size_t n);
+    std::vector<void **> mutexAddresses;
+    std::vector<void *> mutexOptions;
+    std::uint32_t initMutexResult = 0;
+    std::uint32_t lockResult = 0;
+    std::uint32_t unlockResult = 0;
+    std::uint32_t destroyMutexResult = 0;
+
+  private:
+    friend struct Hooks;
+
+    struct Live {
+        std::uint32_t size;
+        std::size_t number;
+    };
+    DxrHooks savedHooks_;
+    std::uint32_t savedMid_;
+    std::map<const void *, Live> live_;
+    std::size_t blockCount_ = 0;
+    std::uint64_t allocationCalls_ = 0;
+    std::uint64_t failFrom_ = 0;
+    std::uint64_t failTo_ = 0;
+    bool keepLeaks_ = false;
+};
+
+// A caller's buffer between guard bytes, filled with a byte that no listing writes.
+class GuardedBuffer {
+  public:
+    static constexpr unsigned char kFill = 0xCD;
+
+    explicit GuardedBuffer(std::size_t size);
+    [[nodiscard]] char *Data() { return bytes_.data() + kGuard; }
+    [[nodiscard]] const char *Data() const { return bytes_.data() + kGuard; }
+    [[nodiscard]] std::size_t Size() const { return size_; }
+    // No byte outside the buffer was written.
+    [[nodiscard]] bool Intact() const;
+    // No byte of the buffer was written either.
+    [[nodiscard]] bool Untouched() const;
+    [[nodiscard]] bool Terminated() const;
+    // The text up to the terminator, or the whole buffer without one.
+    [[nodiscard]] std::string Text() const;
+
+  private:
+    static constexpr std::size_t kGuard = 64;
+    std::size_t size_;
+    std::vector<char> bytes_;
+};
+
+}  // namespace dxrtest
+
+#endif  // DXR_TESTS_SUPPORT_TEST_HOST_H
