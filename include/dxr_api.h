@@ -48,6 +48,8 @@
 #include "dxr/network_processor.h"
 #include "dxr/plugin.h"
 #include "dxr/print.h"
+#include "dxr/print_log_filter.h"
+#include "dxr/print_log_filter_store.h"
 #include "dxr/system.h"
 #include "dxr/system_table.h"
 #include "dxr/system_task.h"

@@ -1,13 +1,15 @@
-// Copies, fills and formatting that know the size of their destination: the C11 Annex K functions and two
-// truncating formatters. Every write of the library into memory it was given goes through them.
+// Copies, fills and formatting that know the size of their destination: the C11 Annex K functions
+// and two truncating formatters. Every write of the library into memory it was given goes through
+// them.
 //
-// Results of the copies and fills: 0, EINVAL (null pointer, overlap, destination of size 0) or ERANGE
-// (does not fit). On failure the destination is emptied (texts) or filled as Annex K says (bytes), unless
-// it is null or its size is 0. No size that fits in 32 bits is refused for its magnitude.
+// Results of the copies and fills: 0, EINVAL (null pointer, overlap, destination of size 0) or
+// ERANGE (does not fit). On failure the destination is emptied (texts) or filled as Annex K says
+// (bytes), unless it is null or its size is 0. No size that fits in 32 bits is refused for its
+// magnitude.
 //
-// Results of the formatters: the number of characters stored (size - 1 when the text was cut), or -1 for a
-// null buffer, a size of 0 or a null format (nothing is written) and for a conversion that fails (the
-// buffer then holds an empty text).
+// Results of the formatters: the number of characters stored (size - 1 when the text was cut), or
+// -1 for a null buffer, a size of 0 or a null format (nothing is written) and for a conversion that
+// fails (the buffer then holds an empty text).
 #ifndef DXR_INTERNAL_BOUNDS_CHECKED_H
 #define DXR_INTERNAL_BOUNDS_CHECKED_H
 

@@ -1,6 +1,7 @@
-// The one dispatch rule: a slot that is set is called with the dispatcher's own arguments and its result is
-// the dispatcher's; an empty slot gives the fallback. Result, arguments and fallback take their types from
-// the slot. Inlined, a dispatcher is one getter call, one load, one test and a jump to the hook.
+// The one dispatch rule: a slot that is set is called with the dispatcher's own arguments and its
+// result is the dispatcher's; an empty slot gives the fallback. Result, arguments and fallback take
+// their types from the slot. Inlined, a dispatcher is one getter call, one load, one test and a
+// jump to the hook.
 #ifndef DXR_INTERNAL_DISPATCH_H
 #define DXR_INTERNAL_DISPATCH_H
 

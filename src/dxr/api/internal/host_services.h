@@ -16,15 +16,15 @@ constexpr std::uint32_t kLevelFailure = 1;
 constexpr std::uint32_t kLevelOpenFailure = 2;
 constexpr std::uint32_t kLevelInfo = 6;
 
-// The print hook, read anew for every message; null drops the message. The named type keeps the compiler's
-// check of format and arguments, which `auto` would lose:
+// The print hook, read anew for every message; null drops the message. The named type keeps the
+// compiler's check of format and arguments, which `auto` would lose:
 //     if (const DxrPrintHook print = PrintHook()) { print(kLevelFailure, "...[%u]", value); }
 inline DxrPrintHook PrintHook() {
     return DXR_GetPrintHooks()->print;
 }
 
-// A block of the host's memory, released on every path that does not give it away. The source location of
-// the owner stands for the allocation's and the release's.
+// A block of the host's memory, released on every path that does not give it away. The source
+// location of the owner stands for the allocation's and the release's.
 class HostBlock {
   public:
     HostBlock(std::uint32_t mid, std::uint32_t size,

@@ -1,5 +1,5 @@
-// Builds a listing piece by piece inside a caller's buffer: never past its end, always terminated when its
-// size is at least 1, the rest dropped without report.
+// Builds a listing piece by piece inside a caller's buffer: never past its end, always terminated
+// when its size is at least 1, the rest dropped without report.
 #ifndef DXR_INTERNAL_TEXT_WRITER_H
 #define DXR_INTERNAL_TEXT_WRITER_H
 
@@ -14,8 +14,8 @@ class TextWriter {
   public:
     TextWriter(char *buffer, std::uint32_t size) noexcept : buffer_(buffer), size_(size) {}
 
-    // Writes behind what is there. A piece that cannot be formatted counts as empty, here and nowhere else:
-    // listings that treat the formatter's failure otherwise look at the result.
+    // Writes behind what is there. A piece that cannot be formatted counts as empty, here and
+    // nowhere else: listings that treat the formatter's failure otherwise look at the result.
     [[gnu::format(printf, 2, 3)]] int Append(const char *format, ...) noexcept {
         std::va_list args;
         va_start(args, format);

@@ -1,0 +1,179 @@
+/* Store of the log filter: recognises log lines that were seen within the last hour.
+ *
+ * A caller files each line under one of 29 log types. For each type the store keeps a ring of the
+ * lines last let through, known by a 32-bit hash of their text (or of a key, see
+ * print_log_filter.h). The first occurrence of a line is remembered; later ones within an hour of
+ * the first are counted as repeats.
+ *
+ * Threads: DXR_IsRepeatedLog takes the mutex of the log type and may be called from any thread. The
+ * record operations (DXR_ResizeLogFilterInfo to DXR_UpdateLogFilterTime) take no lock: their caller
+ * holds the type's mutex, and their record pointer must not be null. Initialising and destroying
+ * lock no more than each type in turn: no other thread may use the filter meanwhile. Cost: one hash
+ * of the text, one lock, and a look at the live entries of the type.
+ */
+#ifndef DXR_PRINT_LOG_FILTER_STORE_H
+#define DXR_PRINT_LOG_FILTER_STORE_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* Number of log types; valid types are 0 to DXR_LOG_FILTER_TYPE_NUM - 1. */
+#define DXR_LOG_FILTER_TYPE_NUM 29
+
+/* One remembered line. */
+typedef struct DxrLogFilterEntry {
+    uint32_t logHashCode; /* hash of the line or key */
+    uint32_t beginSec; /* seconds at which the entry was made, as DXR_GetCurrTime reported them */
+    uint32_t lastSec;  /* seconds at which the line was last let through */
+    uint32_t logCnt;   /* repeats suppressed since */
+    uint32_t key1;     /* key1 of the log site that made the entry; kept for the host */
+    uint8_t state;     /* 1: current, 0: aged out */
+    char logBeginTime[43]; /* the time of making as text, at most 39 bytes of it from
+                              DXR_GetCurrTime */
+} DxrLogFilterEntry;
+
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterEntry) == 64, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, logHashCode) == 0, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, beginSec) == 4, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, lastSec) == 8, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, logCnt) == 12, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, key1) == 16, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, state) == 20, "DxrLogFilterEntry layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, logBeginTime) == 21, "DxrLogFilterEntry layout");
+
+/* The ring of one log type. Live entries stand at positions (curIndex + i) % capacity, i < curSize,
+ * the oldest first. */
+#pragma pack(push, 1)
+typedef struct DxrLogFilterInfo {
+    uint32_t curIndex;          /* position of the oldest live entry */
+    uint32_t curSize;           /* number of live entries */
+    uint32_t capacity;          /* number of entries allocated: 0, 1, 3, 7, ... 2047 */
+    DxrLogFilterEntry *entries; /* the storage, owned by the store; null until the first entry */
+} DxrLogFilterInfo;
+#pragma pack(pop)
+
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterInfo) == 20, "DxrLogFilterInfo layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, curIndex) == 0, "DxrLogFilterInfo layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, curSize) == 4, "DxrLogFilterInfo layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, capacity) == 8, "DxrLogFilterInfo layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, entries) == 12, "DxrLogFilterInfo layout");
+
+/* One log site, described by its caller. */
+typedef struct DxrLogFilterCfg {
+    uint32_t logType; /* 0 to 28: selects the ring and its mutex */
+    uint32_t
+        key1; /* key1 to key4, with logType, make the key of DXR_DiffLogFilter; key1 is copied */
+    uint32_t
+        key2; /* into new entries. DXR_ShowLogFilterInfo reads key1 as the first ring position  */
+    uint32_t key3; /* and key2 as the number of rows to show. */
+    uint32_t key4;
+    uint32_t interval; /* seconds after which a repeated line is let through once more; 0: never */
+} DxrLogFilterCfg;
+
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterCfg) == 24, "DxrLogFilterCfg layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterCfg, logType) == 0, "DxrLogFilterCfg layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterCfg, key1) == 4, "DxrLogFilterCfg layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterCfg, key2) == 8, "DxrLogFilterCfg layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterCfg, key3) == 12, "DxrLogFilterCfg layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterCfg, key4) == 16, "DxrLogFilterCfg layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterCfg, interval) == 20, "DxrLogFilterCfg layout");
+
+/* What a hash function is given: a text of `length` bytes, not necessarily terminated. */
+typedef struct DxrLogFilterHashInput {
+    const char *text;
+    uint32_t length; /* bytes */
+} DxrLogFilterHashInput;
+
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterHashInput) == 16, "DxrLogFilterHashInput layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashInput, text) == 0, "DxrLogFilterHashInput layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashInput, length) == 8, "DxrLogFilterHashInput layout");
+
+/* One row of the list of hash functions. */
+typedef struct DxrLogFilterHashFunc {
+    uint32_t hashFuncId;
+    uint32_t (*func)(const DxrLogFilterHashInput *input, uint32_t *hash); /* 0: ok */
+    const char *desc;
+} DxrLogFilterHashFunc;
+
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterHashFunc) == 24, "DxrLogFilterHashFunc layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, hashFuncId) == 0, "DxrLogFilterHashFunc layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, func) == 8, "DxrLogFilterHashFunc layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, desc) == 16, "DxrLogFilterHashFunc layout");
+
+/* The store: 29 records, one per log type; null until DXR_InitLogFilter succeeds. */
+extern DXR_API DxrLogFilterInfo *g_dxrLogFilterInfo;
+/* The mutex of each log type, as DXR_InitMutex stored it. */
+extern DXR_API void *g_dxrLogFilterMutex[DXR_LOG_FILTER_TYPE_NUM];
+/* The filter is on (not 0, initially 1) or off (0): read it with DXR_IsLogFilterEnable. */
+extern DXR_API uint8_t g_dxrLogFilterSwitch;
+/* Module identifier of the ring allocations; initially 9, then that of DXR_InitLogFilter. */
+extern DXR_API uint32_t g_dxrLogFilterMid;
+/* The hash functions; the filter uses row 0, whose function is DXR_SimpleHash unless the host puts
+ * in another one. */
+extern DXR_API DxrLogFilterHashFunc g_dxrLogFilterHashFuncList[1];
+
+/* Makes the store: allocates the 29 records under `mid` and creates the 29 mutexes with
+ * DXR_InitMutex. A second call while the store exists changes nothing. Prints the outcome. Returns
+ * 0, or 1 when the records cannot be allocated (as without memory hooks); the store then stays
+ * absent. */
+DXR_API uint32_t DXR_InitLogFilter(uint32_t mid);
+
+/* Frees rings and records and destroys the mutexes; every line is let through from then on. The
+ * switch and the module identifier keep their values. */
+DXR_API void DXR_DestroyLogFilter(void);
+
+/* The record of a log type; null for a type above 28 or without a store. Owned by the store. */
+DXR_API DxrLogFilterInfo *DXR_GetLogFilter(uint32_t logType);
+
+/* The switch as it was given to DXR_EnableLogFilter: not 0 is on. */
+DXR_API uint8_t DXR_IsLogFilterEnable(void);
+
+/* Turns the filter on (not 0) or off (0); kept as given. */
+DXR_API void DXR_EnableLogFilter(uint8_t on);
+
+/* Hashes exactly input->length bytes: h = h * 31 + byte, modulo 2^32. Returns 0 and stores the
+ * hash, or returns 1 for a length of 0 or a null text and leaves *hash alone. */
+DXR_API uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash);
+
+/* Hash of `length` bytes of `text` by the hash function of that identifier (0 is the only one).
+ * Returns 0 for an unknown identifier or a failing hash function, and prints a line at level 1. */
+DXR_API uint32_t DXR_GetHashCode(uint32_t hashFuncId, const char *text, uint32_t length);
+
+/* Gives the ring a storage of `newCapacity` entries, zeroed, and copies the old entries to the same
+ * positions as far as they fit: a ring that wraps is not straightened, curIndex and curSize are
+ * kept. When the storage cannot be allocated, prints a line at level 1 and changes nothing. */
+DXR_API void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, uint32_t newCapacity);
+
+/* Grows the ring to capacity * 2 + 1 when at most one entry is free and the capacity is at most
+ * 1024. */
+DXR_API void DXR_UpdateLogFilterCapacity(DxrLogFilterInfo *record);
+
+/* Takes entries made an hour ago or earlier out of the ring, oldest first, up to the first younger
+ * one. Their state becomes 0; their content stays readable. */
+DXR_API void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record);
+
+/* Remembers a line behind the newest one, growing the ring where needed; in a ring that is full at
+ * its largest capacity it takes the place of the oldest. Without any storage nothing is remembered.
+ */
+DXR_API void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, uint32_t hash, uint32_t key1);
+
+/* Ring position of the oldest live entry with this hash; the record's capacity when there is none.
+ */
+DXR_API uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, uint32_t hash);
+
+/* Counts one repeat at a ring position; nothing for a position outside the ring. */
+DXR_API void DXR_UpdateLogFilterInfo(uint32_t position, DxrLogFilterInfo *record);
+
+/* Sets the time at which the line was last let through to now (DXR_GetCurrSec); nothing for a
+ * position outside the ring. */
+DXR_API void DXR_UpdateLogFilterTime(uint32_t position, DxrLogFilterInfo *record);
+
+/* The decision on one line of `length` bytes: 1 when it repeats a line of its type and is to be
+ * suppressed, else 0. Lets everything through while the filter is off or absent, for a null `cfg`,
+ * a log type above 28, and a text whose hash is 0 or fails. */
+DXR_API uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, uint32_t length);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_PRINT_LOG_FILTER_STORE_H */

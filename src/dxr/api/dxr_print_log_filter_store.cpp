@@ -1,0 +1,280 @@
+#include "dxr/print_log_filter_store.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "dxr/memory.h"
+#include "dxr/system_task.h"
+#include "dxr/system_time.h"
+#include "internal/bounds_checked.h"
+#include "internal/host_services.h"
+#include "internal/log_filter_lock.h"
+
+namespace {
+
+using dxr::FreeBlock;
+using dxr::HostBlock;
+using dxr::kLevelFailure;
+using dxr::kLevelInfo;
+using dxr::kLogTypeCount;
+using dxr::LogTypeLock;
+using dxr::PrintHook;
+
+constexpr std::uint32_t kHashFuncId = 0;
+constexpr std::uint32_t kHashFactor = 31;
+constexpr std::uint32_t kDefaultMid = 9;
+constexpr std::uint32_t kEntryLifetimeSec = 3600;
+// Growth starts at capacities up to this one, so the largest ring has 2047 entries.
+constexpr std::uint32_t kLargestGrowingCapacity = 1024;
+// Room of the time text as told to the time hook; the field itself is four bytes longer.
+constexpr std::uint32_t kBeginTimeSize = 39;
+constexpr std::uint32_t kRecordsSize = kLogTypeCount * sizeof(DxrLogFilterInfo);
+
+bool HasStorage(const DxrLogFilterInfo &record) {
+    return record.capacity != 0 && record.entries != nullptr;
+}
+
+std::uint32_t PositionOf(const DxrLogFilterInfo &record, std::uint32_t offset) {
+    return (record.curIndex + offset) % record.capacity;
+}
+
+// Bytes of a ring; 0, which no allocation grants, when they do not fit in 32 bits.
+std::uint32_t RingSize(std::uint32_t capacity) {
+    const std::uint64_t size = std::uint64_t{capacity} * sizeof(DxrLogFilterEntry);
+    return size <= UINT32_MAX ? static_cast<std::uint32_t>(size) : 0;
+}
+
+bool IntervalIsOver(const DxrLogFilterCfg &cfg, const DxrLogFilterEntry &entry) {
+    return cfg.interval != 0 && DXR_GetCurrSec() >= entry.lastSec + cfg.interval;
+}
+
+std::uint8_t Decide(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash) {
+    DXR_RemoveObsoleteLogFilterInfo(record);
+    const std::uint32_t position = DXR_FindRepeatedLogInfoIndex(record, hash);
+    if (position == record->capacity) {
+        DXR_AddLogFilterInfo(record, hash, cfg.key1);
+        return 0;
+    }
+    if (IntervalIsOver(cfg, record->entries[position])) {
+        // Let through again: the time moves on, the count of suppressed repeats does not.
+        DXR_UpdateLogFilterTime(position, record);
+        return 0;
+    }
+    DXR_UpdateLogFilterInfo(position, record);
+    return 1;
+}
+
+}  // namespace
+
+constinit DxrLogFilterInfo *g_dxrLogFilterInfo = nullptr;
+constinit void *g_dxrLogFilterMutex[DXR_LOG_FILTER_TYPE_NUM] = {};
+constinit std::uint8_t g_dxrLogFilterSwitch = 1;
+constinit std::uint32_t g_dxrLogFilterMid = kDefaultMid;
+constinit DxrLogFilterHashFunc g_dxrLogFilterHashFuncList[1] = {
+    {kHashFuncId, DXR_SimpleHash, "simple hash code algorithm by string value"}};
+
+std::uint32_t DXR_InitLogFilter(std::uint32_t mid) {
+    if (g_dxrLogFilterInfo == nullptr) {
+        HostBlock block(mid, kRecordsSize);
+        if (block.Get() == nullptr) {
+            if (const DxrPrintHook print = PrintHook()) {
+                print(kLevelFailure, "log filter init failed, module[%u]", mid);
+            }
+            return 1;
+        }
+        g_dxrLogFilterMid = mid;
+        static_cast<void>(dxr::memset_s(block.Get(), kRecordsSize, 0, kRecordsSize));
+        g_dxrLogFilterInfo = static_cast<DxrLogFilterInfo *>(block.Release());
+        for (void *&mutex : g_dxrLogFilterMutex) {
+            static_cast<void>(DXR_InitMutex(&mutex, nullptr));
+        }
+    }
+    if (const DxrPrintHook print = PrintHook()) {
+        print(kLevelInfo, "log filter init success, module[%u]", g_dxrLogFilterMid);
+    }
+    return 0;
+}
+
+void DXR_DestroyLogFilter() {
+    for (std::uint32_t logType = 0; logType < kLogTypeCount; ++logType) {
+        {
+            const LogTypeLock lock(logType);
+            DxrLogFilterInfo *record = DXR_GetLogFilter(logType);
+            if (record != nullptr && record->entries != nullptr) {
+                FreeBlock(record->entries);
+                record->entries = nullptr;
+            }
+        }
+        static_cast<void>(DXR_DestroyMutex(g_dxrLogFilterMutex[logType]));
+    }
+    // Without a store this releases null: the hook decides.
+    FreeBlock(g_dxrLogFilterInfo);
+    g_dxrLogFilterInfo = nullptr;
+    if (const DxrPrintHook print = PrintHook()) {
+        print(kLevelInfo, "log filter destroy success");
+    }
+}
+
+DxrLogFilterInfo *DXR_GetLogFilter(std::uint32_t logType) {
+    if (logType >= kLogTypeCount || g_dxrLogFilterInfo == nullptr) {
+        return nullptr;
+    }
+    return &g_dxrLogFilterInfo[logType];
+}
+
+std::uint8_t DXR_IsLogFilterEnable() {
+    return g_dxrLogFilterSwitch;
+}
+
+void DXR_EnableLogFilter(std::uint8_t on) {
+    g_dxrLogFilterSwitch = on;
+}
+
+std::uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, std::uint32_t *hash) {
+    if (input->length == 0 || input->text == nullptr) {
+        return 1;
+    }
+    std::uint32_t value = 0;
+    for (std::uint32_t i = 0; i < input->length; ++i) {
+        value = value * kHashFactor + static_cast<unsigned char>(input->text[i]);
+    }
+    *hash = value;
+    return 0;
+}
+
+std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::uint32_t length) {
+    const DxrLogFilterHashFunc &row = g_dxrLogFilterHashFuncList[0];
+    if (row.hashFuncId != hashFuncId) {
+        if (const DxrPrintHook print = PrintHook()) {
+            print(kLevelFailure, "get hash code funcId error, hashFuncId[%u].", hashFuncId);
+        }
+        return 0;
+    }
+    const DxrLogFilterHashInput input = {text, length};
+    std::uint32_t hash = 0;
+    const std::uint32_t ret = row.func(&input, &hash);
+    if (ret != 0) {
+        if (const DxrPrintHook print = PrintHook()) {
+            print(kLevelFailure, "get hash code error, hashFuncId[%u] strLen[%u] ret[%#x]",
+                  row.hashFuncId, length, ret);
+        }
+        return 0;  // whatever the function has stored
+    }
+    return hash;
+}
+
+void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t newCapacity) {
+    const std::uint32_t newSize = RingSize(newCapacity);
+    HostBlock block(g_dxrLogFilterMid, newSize);
+    if (block.Get() == nullptr) {
+        if (const DxrPrintHook print = PrintHook()) {
+            print(kLevelFailure, "log filter capacity malloc error, newLogInfoCapacity[%u].",
+                  newCapacity);
+        }
+        return;
+    }
+    static_cast<void>(dxr::memset_s(block.Get(), newSize, 0, newSize));
+    if (record->entries != nullptr) {
+        // Position for position, on purpose: a ring that wraps is not straightened. What lay before
+        // curIndex is no longer live, and the zeroed entries that now are age out at the next pass.
+        const std::uint32_t oldCapacity = record->capacity;
+        const std::size_t kept = std::min(oldCapacity, newCapacity);
+        if (dxr::memcpy_s(block.Get(), newSize, record->entries,
+                          kept * sizeof(DxrLogFilterEntry)) != 0) {
+            if (const DxrPrintHook print = PrintHook()) {
+                // An information level, on purpose.
+                print(kLevelInfo, "log filter capacity memcpy error, newLogInfoCapacity[%u].",
+                      newCapacity);
+            }
+        }
+        FreeBlock(record->entries);
+    }
+    record->capacity = newCapacity;
+    record->entries = static_cast<DxrLogFilterEntry *>(block.Release());
+}
+
+void DXR_UpdateLogFilterCapacity(DxrLogFilterInfo *record) {
+    if (record->capacity <= kLargestGrowingCapacity && record->capacity <= record->curSize + 1) {
+        DXR_ResizeLogFilterInfo(record, record->capacity * 2 + 1);
+    }
+}
+
+void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record) {
+    const std::uint32_t now = DXR_GetCurrSec();
+    std::uint32_t removed = 0;
+    std::uint32_t position = 0;  // an empty ring starts at 0 again
+    while (removed != record->curSize && HasStorage(*record)) {
+        position = PositionOf(*record, removed);
+        DxrLogFilterEntry &entry = record->entries[position];
+        // The sum wraps with the seconds and is compared as it is.
+        if (entry.beginSec + kEntryLifetimeSec > now) {
+            break;
+        }
+        entry.state = 0;
+        ++removed;
+    }
+    record->curIndex = position;
+    record->curSize -= removed;
+}
+
+void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
+    DXR_UpdateLogFilterCapacity(record);
+    if (!HasStorage(*record)) {
+        return;
+    }
+    DxrLogFilterEntry &entry = record->entries[PositionOf(*record, record->curSize)];
+    std::uint32_t sec = 0;
+    DXR_GetCurrTime(entry.logBeginTime, kBeginTimeSize, &sec);
+    entry.beginSec = sec;
+    entry.lastSec = sec;
+    entry.logHashCode = hash;
+    entry.state = 1;
+    entry.logCnt = 0;
+    entry.key1 = key1;
+    if (record->curSize < record->capacity) {
+        ++record->curSize;
+    } else {
+        record->curIndex = PositionOf(*record, 1);
+    }
+}
+
+std::uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, std::uint32_t hash) {
+    if (HasStorage(*record)) {
+        for (std::uint32_t i = 0; i < record->curSize; ++i) {
+            const std::uint32_t position = PositionOf(*record, i);
+            if (record->entries[position].logHashCode == hash) {
+                return position;
+            }
+        }
+    }
+    return record->capacity;
+}
+
+void DXR_UpdateLogFilterInfo(std::uint32_t position, DxrLogFilterInfo *record) {
+    if (position < record->capacity && HasStorage(*record)) {
+        ++record->entries[position].logCnt;
+    }
+}
+
+void DXR_UpdateLogFilterTime(std::uint32_t position, DxrLogFilterInfo *record) {
+    if (position < record->capacity && HasStorage(*record)) {
+        record->entries[position].lastSec = DXR_GetCurrSec();
+    }
+}
+
+std::uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, std::uint32_t length) {
+    if (g_dxrLogFilterSwitch == 0 || cfg == nullptr) {
+        return 0;
+    }
+    const std::uint32_t hash = DXR_GetHashCode(kHashFuncId, text, length);
+    if (hash == 0) {
+        return 0;
+    }
+    DxrLogFilterInfo *record = DXR_GetLogFilter(cfg->logType);
+    if (record == nullptr) {
+        return 0;
+    }
+    const LogTypeLock lock(cfg->logType);
+    return Decide(record, *cfg, hash);
+}
