@@ -3,7 +3,6 @@
 #define DXR_INTERNAL_HOST_SERVICES_H
 
 #include <cstdint>
-#include <source_location>
 #include <utility>
 
 #include "dxr/hooks.h"
@@ -23,16 +22,27 @@ inline DxrPrintHook PrintHook() {
     return DXR_GetPrintHooks()->print;
 }
 
-// A block of the host's memory, released on every path that does not give it away. The source
-// location of the owner stands for the allocation's and the release's.
+// The place in the sources that a block is accounted to: the caller's, taken as a default argument.
+// (The standard's source_location says the same, but not every supported compiler has it.)
+struct CallSite {
+    const char *file;
+    std::uint32_t line;
+
+    static constexpr CallSite Current(const char *file = __builtin_FILE(),
+                                      std::uint32_t line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
+
+// A block of the host's memory, released on every path that does not give it away. The owner's
+// place in the sources stands for the allocation's and the release's.
 class HostBlock {
   public:
-    HostBlock(std::uint32_t mid, std::uint32_t size,
-              std::source_location site = std::source_location::current())
-        : site_(site), block_(DXR_Malloc(mid, size, site.file_name(), site.line())) {}
+    HostBlock(std::uint32_t mid, std::uint32_t size, CallSite site = CallSite::Current())
+        : site_(site), block_(DXR_Malloc(mid, size, site.file, site.line)) {}
     ~HostBlock() {
         if (block_ != nullptr) {
-            DXR_Free(block_, site_.file_name(), site_.line());
+            DXR_Free(block_, site_.file, site_.line);
         }
     }
     HostBlock(const HostBlock &) = delete;
@@ -45,12 +55,12 @@ class HostBlock {
     [[nodiscard]] void *Release() { return std::exchange(block_, nullptr); }
 
   private:
-    std::source_location site_;
+    CallSite site_;
     void *block_;
 };
 
-inline void FreeBlock(void *block, std::source_location site = std::source_location::current()) {
-    DXR_Free(block, site.file_name(), site.line());
+inline void FreeBlock(void *block, CallSite site = CallSite::Current()) {
+    DXR_Free(block, site.file, site.line);
 }
 
 }  // namespace dxr
