@@ -12,13 +12,13 @@ DXR_EXTERN_C_BEGIN
 
 /* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
 
-/* Reads the board data in. Slot 0; does nothing without a hook. */
+/* Reads the board data. Slot 0; does nothing without a hook. */
 DXR_API void DXR_CFG_ReadBoardData(void *arg1, uint32_t arg2, uint32_t arg3);
 
 /* Displays the board data. Slot 1; 0 without a hook. */
 DXR_API uint32_t DXR_CFG_DisplayBoardData(void *arg1, uint32_t arg2);
 
-/* Forgets the board data. Slot 2; does nothing without a hook. */
+/* Clears the board data. Slot 2; does nothing without a hook. */
 DXR_API void DXR_CFG_ClearBoardData(void);
 
 /* Gets an item of the board data. Slot 3; 0 without a hook. */

@@ -32,10 +32,10 @@ DXR_API uint32_t DXR_GetEnv(const char *name, void *value, uint32_t size);
 /* Sets a variable of the environment block. Slot 5; 0 without a hook. */
 DXR_API uint32_t DXR_SetEnv(const char *name, void *value, uint32_t size);
 
-/* Makes the changes of the environment lasting. Slot 6; 0 without a hook. */
+/* Saves the environment. Slot 6; 0 without a hook. */
 DXR_API uint32_t DXR_SaveEnv(void);
 
-/* Makes the whole environment block lasting. Slot 7; 0 without a hook. */
+/* Saves the environment block. Slot 7; 0 without a hook. */
 DXR_API uint32_t DXR_SaveEnvBlock(void);
 
 /* Reads a variable of the environment kept in memory. Slot 8; 0 without a hook. */
@@ -44,7 +44,7 @@ DXR_API uint32_t DXR_GetMemEnv(const char *name, void *value, uint32_t size);
 /* Sets a variable of the environment kept in memory. Slot 9; 0 without a hook. */
 DXR_API uint32_t DXR_SetMemEnv(const char *name, void *value, uint32_t size);
 
-/* Makes the changes of the environment kept in memory lasting. Slot 10; 0 without a hook. */
+/* Saves the environment kept in memory. Slot 10; 0 without a hook. */
 DXR_API uint32_t DXR_SaveMemEnv(void);
 
 /* Reads a register of a PCIe configuration space. Slot 11; 0 without a hook. */
@@ -56,7 +56,7 @@ DXR_API uint32_t DXR_SetPcieConfigRegValue(uint32_t arg1, uint32_t arg2, uint32_
 /* Gets the address at which a reserved memory is mapped. Slot 13; 0 without a hook. */
 DXR_API uint32_t DXR_GetRsvMemMmapAddr(void *arg1, uint32_t arg2, void *address);
 
-/* Gets how the board was reset. Slot 14; 0 without a hook. */
+/* Gets the reset mode. Slot 14; 0 without a hook. */
 DXR_API uint32_t DXR_GetResetMode(void *mode);
 
 /* Tells whether the board runs in LS. Slot 15; 0 without a hook. */
@@ -113,7 +113,7 @@ DXR_API uint32_t DXR_ReadReg(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *
 /* Writes a register. Slot 32; 0 without a hook. */
 DXR_API uint32_t DXR_WriteReg(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint32_t value);
 
-/* Gets the type of service of the board. Slot 33; 0 without a hook. */
+/* Gets the service type. Slot 33; 0 without a hook. */
 DXR_API uint32_t DXR_GetServiceType(void);
 
 /* Gets the key under which a voltage is known. Slot 34; 0 without a hook. */
@@ -173,17 +173,17 @@ DXR_API uint32_t DXR_RegisterPreResetProcFunc(void *arg1, void *arg2);
 /* Creates a worker for input and output. Slot 52; 0 without a hook. */
 DXR_API uint32_t DXR_CreateIOWorker(uint32_t arg1, uint32_t arg2, void *arg3);
 
-/* Gets what is done before a reset. Slot 53; 0 without a hook. */
+/* Gets the mode of the processing before a reset. Slot 53; 0 without a hook. */
 DXR_API uint32_t DXR_GetPreResetMode(void *mode);
 
-/* Sets what is done before a reset. Slot 54; does nothing without a hook. */
+/* Sets the mode of the processing before a reset. Slot 54; does nothing without a hook. */
 DXR_API void DXR_SetPreResetMode(uint32_t mode);
 
 /* Loads a packet into the VSFU. Slot 55; 0 without a hook. */
 DXR_API uint32_t DXR_VSfuLoadPacket(uint32_t arg1, void *packet, uint32_t arg3, uint32_t arg4,
                                     uint32_t arg5);
 
-/* Gets the circuit board's version as software counts it. Slot 56; 0 without a hook. */
+/* Gets the soft version of the circuit board. Slot 56; 0 without a hook. */
 DXR_API uint32_t DXR_GetSoftPcbVersion(void);
 
 /* Tells whether an in-service upgrade is going on. Slot 57; 0 without a hook. */
@@ -206,7 +206,7 @@ DXR_API uint32_t DXR_CdrResetChip(uint32_t arg1, uint32_t arg2, uint32_t arg3);
 /* Runs the host's command callback. Slot 62; 0 without a hook. */
 DXR_API uint32_t DXR_CmdCallback(void *arg1, uint32_t arg2);
 
-/* Registers for a set of interrupts. Slot 63; 0 without a hook. */
+/* Registers for interrupts. Slot 63; 0 without a hook. */
 DXR_API uint32_t DXR_IntrSetRegist(uint32_t arg1, uint32_t arg2, void *arg3, void *arg4);
 
 /* Gets the type of the board's driver. Slot 64; 0xFFFFFFFF without a hook. */

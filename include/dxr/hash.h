@@ -33,7 +33,7 @@ DXR_API void *DXR_HashGetFirst(void *table);
 /* Gets the entry after the given one. Slot 6; null without a hook. */
 DXR_API void *DXR_HashGetNext(void *table, void *entry);
 
-/* Gets how many entries a table may hold. Slot 7; 0 without a hook. */
+/* Gets the greatest number of items of a table. Slot 7; 0 without a hook. */
 DXR_API uint32_t DXR_HashGetMaxItem(void *table);
 
 /* Inserts an entry. Slot 8; 0 without a hook. */

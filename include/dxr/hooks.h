@@ -8,6 +8,9 @@
  * unchanged; if it is empty, the dispatcher gives the fallback named at its declaration, calls
  * nothing and logs nothing.
  *
+ * A 32-bit result is a status, 0 for success, unless the declaration says what it tells; a function
+ * that tells whether something is so answers 1 or 0.
+ *
  * Cost: one getter call, one load, one test, one jump. No allocation, no lock.
  * Threads: the table is plain memory. Register before other threads call services; a call that
  * races with a registration is not supported. Otherwise a dispatcher is as thread-safe as its hook.

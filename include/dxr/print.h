@@ -32,7 +32,7 @@ DXR_API uint32_t DXR_SetDbgLevel(uint32_t level);
 /* Destroys a log filter of the host. Slot 9; 0 without a hook. */
 DXR_API uint32_t DXR_LOGFILTER_Destroy(void *arg1);
 
-/* Gets the file name that the host's log filter shows. Slot 10; null without a hook. */
+/* Gets a file name from the host's log filter. Slot 10; null without a hook. */
 DXR_API const char *DXR_LOGFILTER_GetFileName(void *arg1);
 
 /* Hands a long line to the host's filter of lines that differ by a key. Slot 13; 0 without a hook.
@@ -46,10 +46,10 @@ DXR_API uint32_t DXR_LOGFILTER_Register(void *arg1);
 DXR_API uint32_t DXR_LOGFILTER_RegisterDiffLogForFramework(uint32_t arg1, void *arg2, void *arg3,
                                                            void *arg4);
 
-/* Shows what the host's log filter holds at present. Slot 16; 0 without a hook. */
+/* Shows the current information of the host's log filter. Slot 16; 0 without a hook. */
 DXR_API uint32_t DXR_LOGFILTER_ShowCurInfo(uint32_t arg1, void *arg2, void *arg3, uint32_t arg4);
 
-/* Shows what the host's log filter held before. Slot 17; 0 without a hook. */
+/* Shows the history of the host's log filter. Slot 17; 0 without a hook. */
 DXR_API uint32_t DXR_LOGFILTER_ShowHisInfo(void *arg1);
 
 /* Records a milestone of a warm reboot. Slot 18; 0 without a hook. */

@@ -18,7 +18,7 @@ DXR_API uint32_t DXR_RestorePatch(void);
 /* Gets an environment value by its number. Slot 1; 0 without a hook. */
 DXR_API uint32_t DXR_GetEnvValueById(uint32_t id, void *value);
 
-/* Gets the number of the logical router. Slot 2; 0 without a hook. */
+/* Gets the LR identifier. Slot 2; 0 without a hook. */
 DXR_API uint32_t DXR_GetLrId(void);
 
 /* Starts a timer. Slot 3; 0 without a hook. */

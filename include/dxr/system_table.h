@@ -36,7 +36,7 @@ DXR_API uint32_t DXR_GetLinearTblmFirstData(void *arg1, void *arg2);
 /* Gets the next entry. Slot 6; 1 without a hook. */
 DXR_API uint32_t DXR_GetTblmNextData(uint32_t arg1, void *arg2);
 
-/* Releases what a walk over a table holds. Slot 7; does nothing without a hook. */
+/* Releases a table. Slot 7; does nothing without a hook. */
 DXR_API void DXR_ReleaseTblm(uint32_t arg1, uint32_t arg2);
 
 /* Gets the attributes of a table. Slot 8; 1 without a hook. */

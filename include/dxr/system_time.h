@@ -47,7 +47,7 @@ DXR_API uint32_t DXR_CalSystimeRelSec(void *arg1, void *arg2, void *arg3);
 /* Gets the time stamp of the start-up. Slot 10; does nothing without a hook. */
 DXR_API void DXR_GetStartupTimeStamp(void *stamp);
 
-/* Adds the start-up time to a time. Slot 11; does nothing without a hook. */
+/* Adds the start-up time. Slot 11; does nothing without a hook. */
 DXR_API void DXR_AddStartupTime(void *time);
 
 /* Gets Greenwich Mean Time. Slot 12; 0 without a hook. */

@@ -64,7 +64,7 @@ void DXR_CFG_FmtCfgFile(const char *name, uint32_t id1, uint32_t id2, char *buf,
     if (name == nullptr) {
         return;
     }
-    // The name of a file that does not exist is as good as a cut one: truncation is not reported.
+    // Intended: a name that was cut is not reported.
     static_cast<void>(dxr::snprintf_truncated_s(buf, bufSize, "%s/%s_0x%08X_0x%08X.json",
                                                 kConfigDir, name, id1, id2));
 }
