@@ -17,7 +17,7 @@ DXR_EXTERN_C_BEGIN
 /* Reports an assertion. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_Assert(void *value, uint32_t arg2);
 
-/* Turns the log's output on or off. Slot 1; 0 without a hook. */
+/* Turns log output on or off. Slot 1; 0 without a hook. */
 DXR_API uint32_t DXR_EnableLogOutput(uint32_t arg1, uint32_t arg2);
 
 /* Writes to the event log. Slot 3; 0 without a hook. */
