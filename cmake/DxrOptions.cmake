@@ -2,6 +2,8 @@
 
 option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_TOOLS "Build the development host and dxrsh (needs CLI11)" ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
+option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
 option(DXR_WERROR "Treat warnings as errors" OFF)
 set(DXR_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
 
@@ -26,5 +28,16 @@ if(DXR_BUILD_TOOLS)
     if(NOT CLI11_FOUND)
         message(STATUS "dxrsh is left out: CLI11 (libcli11-dev) was not found")
         set(DXR_BUILD_TOOLS OFF)
+    endif()
+endif()
+
+if(DXR_BUILD_BENCH)
+    find_package(CLI11 QUIET)
+    find_package(spdlog QUIET)
+    find_package(Boost QUIET)
+    if(NOT CLI11_FOUND OR NOT spdlog_FOUND OR NOT Boost_FOUND)
+        message(STATUS "Benchmarks are left out: CLI11, spdlog and Boost (libcli11-dev, libspdlog-dev, "
+                       "libboost-dev) were not all found")
+        set(DXR_BUILD_BENCH OFF)
     endif()
 endif()

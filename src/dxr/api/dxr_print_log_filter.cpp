@@ -1,6 +1,9 @@
 #include "dxr/print_log_filter.h"
 
+#include <array>
+#include <charconv>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -24,15 +27,51 @@ constexpr char kSeparator[] =
     "------+-------+--------------------------+---------------------------------+----------+"
     "---------------+--------\r\n";
 
-// The digits joined without separators: 1, 23 and 12, 3 are one key, which is accepted.
-int FormatKey(char (&key)[kKeySize], std::uint32_t logType, std::uint32_t a, std::uint32_t b,
-              std::uint32_t c, std::uint32_t d) {
-    return dxr::snprintf_truncated_s(key, kKeySize, "%u%u%u%u%u", logType, a, b, c, d);
-}
+// The key of a log site: the digits of five numbers, joined without separators: 1, 23 and 12, 3 are
+// one key, which is accepted.
+class Key {
+  public:
+    Key(std::uint32_t logType, std::uint32_t a, std::uint32_t b, std::uint32_t c,
+        std::uint32_t d) noexcept {
+        char *end = text_.data();
+        for (const std::uint32_t number : {logType, a, b, c, d}) {
+            end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
+        }
+        *end = '\0';
+        length_ = static_cast<std::uint32_t>(end - text_.data());
+    }
+    [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
+    [[nodiscard]] std::uint32_t Length() const noexcept { return length_; }
 
-std::uint32_t LengthOf(const char *text) {
-    return static_cast<std::uint32_t>(std::strlen(text));
-}
+  private:
+    std::array<char, kKeySize> text_;
+    std::uint32_t length_;
+};
+
+// A formatted line. Its end behind the text is cleared when the line goes to a hook, not before:
+// most lines are repeats that nobody else sees.
+class Message {
+  public:
+    [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
+        : stored_(dxr::vsnprintf_truncated_s(text_.data(), text_.size(), format, args)) {}
+
+    [[nodiscard]] bool Formatted() const noexcept { return stored_ >= 0; }
+    [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
+    // Up to the first NUL, which a formatted character may be.
+    [[nodiscard]] std::uint32_t Length() const noexcept {
+        return static_cast<std::uint32_t>(std::strlen(text_.data()));
+    }
+    void HandOn() noexcept {
+        const auto end = static_cast<std::size_t>(stored_);
+        static_cast<void>(
+            dxr::memset_s(text_.data() + end, text_.size() - end, 0, text_.size() - end));
+        static_cast<void>(DXR_DiagLogFilter(text_.data()));
+    }
+
+  private:
+    std::array<char, kMessageSize> text_;
+    int stored_;
+};
 
 void AppendRow(TextWriter &writer, std::uint32_t position, const DxrLogFilterEntry &entry) {
     writer.Append("  %-3u    %s    %-23s     0x%-11x   %u\r\n", position,
@@ -46,16 +85,12 @@ void DXR_SameLogFilter(const DxrLogFilterCfg *cfg, const char *format, ...) {
     if (cfg == nullptr) {
         return;
     }
-    char message[kMessageSize] = {};
     std::va_list args;
     va_start(args, format);
-    const int stored = dxr::vsnprintf_truncated_s(message, kMessageSize, format, args);
+    Message message(format, args);
     va_end(args);
-    if (stored < 0) {
-        return;
-    }
-    if (DXR_IsRepeatedLog(cfg, message, LengthOf(message)) == 0) {
-        static_cast<void>(DXR_DiagLogFilter(message));
+    if (message.Formatted() && DXR_IsRepeatedLog(cfg, message.Text(), message.Length()) == 0) {
+        message.HandOn();
     }
 }
 
@@ -63,29 +98,23 @@ void DXR_DiffLogFilter(const DxrLogFilterCfg *cfg, const char *format, ...) {
     if (cfg == nullptr) {
         return;
     }
-    char key[kKeySize] = {};
-    if (FormatKey(key, cfg->logType, cfg->key1, cfg->key2, cfg->key3, cfg->key4) < 0) {
+    const Key key(cfg->logType, cfg->key1, cfg->key2, cfg->key3, cfg->key4);
+    if (DXR_IsRepeatedLog(cfg, key.Text(), key.Length()) == 1) {
         return;
     }
-    if (DXR_IsRepeatedLog(cfg, key, LengthOf(key)) == 1) {
-        return;
-    }
-    char message[kMessageSize] = {};
     std::va_list args;
     va_start(args, format);
-    const int stored = dxr::vsnprintf_truncated_s(message, kMessageSize, format, args);
+    Message message(format, args);
     va_end(args);
-    if (stored < 0) {
-        return;
+    if (message.Formatted()) {
+        message.HandOn();
     }
-    static_cast<void>(DXR_DiagLogFilter(message));
 }
 
 std::uint8_t DXR_IsSameKey(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
     constexpr DxrLogFilterCfg kCfg = {kSameKeyLogType, 0, 0, 0, 0, 0};
-    char key[kKeySize] = {};
-    static_cast<void>(FormatKey(key, kSameKeyLogType, a, b, c, d));
-    return DXR_IsRepeatedLog(&kCfg, key, LengthOf(key));
+    const Key key(kSameKeyLogType, a, b, c, d);
+    return DXR_IsRepeatedLog(&kCfg, key.Text(), key.Length());
 }
 
 std::uint32_t DXR_ClearLogFilterInfo(std::uint32_t logType) {

@@ -3,13 +3,17 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 #include "dxr/memory.h"
 #include "dxr/system_task.h"
 #include "dxr/system_time.h"
 #include "internal/bounds_checked.h"
+#include "internal/fast_paths.h"
 #include "internal/host_services.h"
+#include "internal/log_filter_index.h"
 #include "internal/log_filter_lock.h"
+#include "internal/text_hash.h"
 
 namespace {
 
@@ -18,11 +22,11 @@ using dxr::HostBlock;
 using dxr::kLevelFailure;
 using dxr::kLevelInfo;
 using dxr::kLogTypeCount;
+using dxr::LogFilterIndex;
 using dxr::LogTypeLock;
 using dxr::PrintHook;
 
 constexpr std::uint32_t kHashFuncId = 0;
-constexpr std::uint32_t kHashFactor = 31;
 constexpr std::uint32_t kDefaultMid = 9;
 constexpr std::uint32_t kEntryLifetimeSec = 3600;
 // Growth starts at capacities up to this one, so the largest ring has 2047 entries.
@@ -45,17 +49,60 @@ std::uint32_t RingSize(std::uint32_t capacity) {
     return size <= UINT32_MAX ? static_cast<std::uint32_t>(size) : 0;
 }
 
+// Fills the entry behind the newest; where there is no storage nothing is remembered. Returns its
+// ring position, or the capacity.
+std::uint32_t Remember(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
+    DXR_UpdateLogFilterCapacity(record);
+    if (!HasStorage(*record)) {
+        return record->capacity;
+    }
+    const std::uint32_t position = PositionOf(*record, record->curSize);
+    DxrLogFilterEntry &entry = record->entries[position];
+    std::uint32_t sec = 0;
+    DXR_GetCurrTime(entry.logBeginTime, kBeginTimeSize, &sec);
+    entry.beginSec = sec;
+    entry.lastSec = sec;
+    entry.logHashCode = hash;
+    entry.state = 1;
+    entry.logCnt = 0;
+    entry.key1 = key1;
+    if (record->curSize < record->capacity) {
+        ++record->curSize;
+    } else {
+        // The ring is full at its largest capacity: the oldest entry was overwritten.
+        record->curIndex = PositionOf(*record, 1);
+    }
+    return position;
+}
+
+// One index per log type, for the store's own records alone.
+constinit LogFilterIndex g_index[kLogTypeCount] = {};
+
+// An exported operation has changed a record: if it is the store's, its index knows nothing of
+// that.
+void ForgetIndexOf(const DxrLogFilterInfo *record) {
+    if constexpr (dxr::kFastPaths) {
+        if (g_dxrLogFilterInfo != nullptr && !std::less<>{}(record, g_dxrLogFilterInfo) &&
+            std::less<>{}(record, g_dxrLogFilterInfo + kLogTypeCount)) {
+            g_index[record - g_dxrLogFilterInfo].Forget();
+        }
+    }
+}
+
+void ForgetAllIndexes() {
+    if constexpr (dxr::kFastPaths) {
+        for (LogFilterIndex &index : g_index) {
+            index.Forget();
+        }
+    }
+}
+
 bool IntervalIsOver(const DxrLogFilterCfg &cfg, const DxrLogFilterEntry &entry) {
     return cfg.interval != 0 && DXR_GetCurrSec() >= entry.lastSec + cfg.interval;
 }
 
-std::uint8_t Decide(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash) {
-    DXR_RemoveObsoleteLogFilterInfo(record);
-    const std::uint32_t position = DXR_FindRepeatedLogInfoIndex(record, hash);
-    if (position == record->capacity) {
-        DXR_AddLogFilterInfo(record, hash, cfg.key1);
-        return 0;
-    }
+// What becomes of a line that stands at `position`: 1 suppresses it.
+std::uint8_t Repeat(DxrLogFilterInfo *record, std::uint32_t position, const DxrLogFilterCfg &cfg) {
     if (IntervalIsOver(cfg, record->entries[position])) {
         // Let through again: the time moves on, the count of suppressed repeats does not.
         DXR_UpdateLogFilterTime(position, record);
@@ -63,6 +110,46 @@ std::uint8_t Decide(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::u
     }
     DXR_UpdateLogFilterInfo(position, record);
     return 1;
+}
+
+// The decision as it is meant; the index below gives the same at a cost that does not grow with the
+// ring.
+std::uint8_t DecideByWalk(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg,
+                          std::uint32_t hash) {
+    const std::uint32_t position = DXR_FindRepeatedLogInfoIndex(record, hash);
+    if (position != record->capacity) {
+        return Repeat(record, position, cfg);
+    }
+    DXR_AddLogFilterInfo(record, hash, cfg.key1);
+    return 0;
+}
+
+std::uint8_t DecideByIndex(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash,
+                           LogFilterIndex &index) {
+    const std::uint32_t position = index.Find(*record, hash);
+    if (position != record->capacity) {
+        index.Keep(*record);
+        return Repeat(record, position, cfg);
+    }
+    const std::uint32_t made = Remember(record, hash, cfg.key1);
+    if (made != record->capacity) {
+        index.Put(made, hash);
+    }
+    index.Keep(*record);
+    return 0;
+}
+
+std::uint8_t Decide(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash) {
+    LogFilterIndex &index = g_index[cfg.logType];
+    const bool known = index.Matches(*record);
+    DXR_RemoveObsoleteLogFilterInfo(record);
+    if (!dxr::kFastPaths || !LogFilterIndex::Serves(*record)) {
+        return DecideByWalk(record, cfg, hash);
+    }
+    if (!known) {
+        index.Rebuild(*record);
+    }
+    return DecideByIndex(record, cfg, hash, index);
 }
 
 }  // namespace
@@ -86,6 +173,7 @@ std::uint32_t DXR_InitLogFilter(std::uint32_t mid) {
         g_dxrLogFilterMid = mid;
         static_cast<void>(dxr::memset_s(block.Get(), kRecordsSize, 0, kRecordsSize));
         g_dxrLogFilterInfo = static_cast<DxrLogFilterInfo *>(block.Release());
+        ForgetAllIndexes();
         for (void *&mutex : g_dxrLogFilterMutex) {
             static_cast<void>(DXR_InitMutex(&mutex, nullptr));
         }
@@ -135,11 +223,7 @@ std::uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, std::uint32_t *
     if (input->length == 0 || input->text == nullptr) {
         return 1;
     }
-    std::uint32_t value = 0;
-    for (std::uint32_t i = 0; i < input->length; ++i) {
-        value = value * kHashFactor + static_cast<unsigned char>(input->text[i]);
-    }
-    *hash = value;
+    *hash = dxr::TextHash(reinterpret_cast<const unsigned char *>(input->text), input->length);
     return 0;
 }
 
@@ -165,6 +249,7 @@ std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::u
 }
 
 void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t newCapacity) {
+    ForgetIndexOf(record);
     const std::uint32_t newSize = RingSize(newCapacity);
     HostBlock block(g_dxrLogFilterMid, newSize);
     if (block.Get() == nullptr) {
@@ -219,24 +304,8 @@ void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record) {
 }
 
 void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
-    DXR_UpdateLogFilterCapacity(record);
-    if (!HasStorage(*record)) {
-        return;
-    }
-    DxrLogFilterEntry &entry = record->entries[PositionOf(*record, record->curSize)];
-    std::uint32_t sec = 0;
-    DXR_GetCurrTime(entry.logBeginTime, kBeginTimeSize, &sec);
-    entry.beginSec = sec;
-    entry.lastSec = sec;
-    entry.logHashCode = hash;
-    entry.state = 1;
-    entry.logCnt = 0;
-    entry.key1 = key1;
-    if (record->curSize < record->capacity) {
-        ++record->curSize;
-    } else {
-        record->curIndex = PositionOf(*record, 1);
-    }
+    ForgetIndexOf(record);
+    static_cast<void>(Remember(record, hash, key1));
 }
 
 std::uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, std::uint32_t hash) {
