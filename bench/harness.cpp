@@ -1,0 +1,73 @@
+#include "harness.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+namespace bench {
+namespace {
+
+double NowNs(Clock clock) {
+    std::timespec now = {};
+    clock_gettime(clock == Clock::kThread ? CLOCK_THREAD_CPUTIME_ID : CLOCK_PROCESS_CPUTIME_ID,
+                  &now);
+    return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+}
+
+double Time(const Run &run, std::uint64_t count, Clock clock) {
+    const double begin = NowNs(clock);
+    run(count);
+    return NowNs(clock) - begin;
+}
+
+std::uint64_t Calibrate(const Run &run, Clock clock, double sampleNs) {
+    std::uint64_t count = 1;
+    for (;;) {
+        const double ns = Time(run, count, clock);
+        if (ns >= sampleNs / 4) {
+            const double scaled = static_cast<double>(count) * sampleNs / ns;
+            return std::max<std::uint64_t>(1, static_cast<std::uint64_t>(scaled));
+        }
+        count *= 4;
+    }
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+}  // namespace
+
+Result Measure(const Figure &figure, const Effort &effort) {
+    // Threads are started in every sample: long samples make that disappear.
+    const double sampleNs = effort.sampleNs * (figure.clock == Clock::kProcess ? 30 : 1);
+    const std::uint64_t oursCount = Calibrate(figure.ours, figure.clock, sampleNs);
+    const std::uint64_t peerCount = Calibrate(figure.peer, figure.clock, sampleNs);
+    std::vector<double> ours;
+    std::vector<double> peer;
+    std::vector<double> ratios;
+    for (unsigned round = 0; round < effort.rounds; ++round) {
+        double oursBest = 1e300;
+        double peerBest = 1e300;
+        for (unsigned sample = 0; sample < effort.samples; ++sample) {
+            oursBest = std::min(oursBest, Time(figure.ours, oursCount, figure.clock));
+            peerBest = std::min(peerBest, Time(figure.peer, peerCount, figure.clock));
+        }
+        ours.push_back(oursBest / static_cast<double>(oursCount));
+        peer.push_back(peerBest / static_cast<double>(peerCount));
+        ratios.push_back(ours.back() / peer.back());
+    }
+    return {Median(ours), Median(peer), Median(ratios)};
+}
+
+void Require(bool condition, const char *what) {
+    if (!condition) {
+        std::fprintf(stderr, "dxr_bench: wrong answer: %s\n", what);
+        std::exit(1);
+    }
+}
+
+}  // namespace bench
