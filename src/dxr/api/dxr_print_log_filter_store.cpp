@@ -89,14 +89,6 @@ void ForgetIndexOf(const DxrLogFilterInfo *record) {
     }
 }
 
-void ForgetAllIndexes() {
-    if constexpr (dxr::kFastPaths) {
-        for (LogFilterIndex &index : g_index) {
-            index.Forget();
-        }
-    }
-}
-
 bool IntervalIsOver(const DxrLogFilterCfg &cfg, const DxrLogFilterEntry &entry) {
     return cfg.interval != 0 && DXR_GetCurrSec() >= entry.lastSec + cfg.interval;
 }
@@ -173,7 +165,6 @@ std::uint32_t DXR_InitLogFilter(std::uint32_t mid) {
         g_dxrLogFilterMid = mid;
         static_cast<void>(dxr::memset_s(block.Get(), kRecordsSize, 0, kRecordsSize));
         g_dxrLogFilterInfo = static_cast<DxrLogFilterInfo *>(block.Release());
-        ForgetAllIndexes();
         for (void *&mutex : g_dxrLogFilterMutex) {
             static_cast<void>(DXR_InitMutex(&mutex, nullptr));
         }
@@ -249,7 +240,6 @@ std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::u
 }
 
 void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t newCapacity) {
-    ForgetIndexOf(record);
     const std::uint32_t newSize = RingSize(newCapacity);
     HostBlock block(g_dxrLogFilterMid, newSize);
     if (block.Get() == nullptr) {
