@@ -38,8 +38,9 @@ typedef void (*DxrReservedHook)(void);
  * that cannot be opened, 6 for information and success. */
 typedef void (*DxrPrintHook)(uint32_t level, const char *format, ...) DXR_PRINTF(2, 3);
 
-/* Appends one message to the private log of that name, in the manner of printf. Each call of the
- * library carries at most 1000 characters. */
+/* Appends one message to the private log of that name, in the manner of printf, creating the log
+ * where needed. Writes at most the first 1000 characters of a message: the library hands a longer
+ * text over again and again, from every 1000th character on to its end. */
 typedef uint32_t (*DxrPrivateLogHook)(const char *name, const char *format, ...) DXR_PRINTF(2, 3);
 
 /* Takes a finished line for a log filter of the host; the result is not looked at. */

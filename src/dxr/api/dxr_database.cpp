@@ -1,7 +1,5 @@
 #include "dxr/database.h"
 
-#include <cstring>
-
 #include "dxr/hooks.h"
 #include "internal/bounds_checked.h"
 #include "internal/dispatch.h"
@@ -24,8 +22,9 @@ struct NodeGroupTmConfig {
 };
 
 uint32_t RecordSize(const void *query) {
-    QueryHead head;
-    std::memcpy(&head, query, sizeof(head));  // the host's record need not be aligned
+    QueryHead head = {};
+    // A copy: the host's record need not be aligned.
+    dxr::memcpy_s(&head, sizeof(head), query, sizeof(head));
     return head.recordSize;
 }
 
