@@ -44,6 +44,7 @@
 #include "dxr/list.h"
 #include "dxr/memory.h"
 #include "dxr/message.h"
+#include "dxr/message_filter.h"
 #include "dxr/module.h"
 #include "dxr/network_processor.h"
 #include "dxr/plugin.h"

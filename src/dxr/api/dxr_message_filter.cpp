@@ -1,0 +1,208 @@
+#include "dxr/message_filter.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <iterator>
+
+#include "internal/bounds_checked.h"
+
+namespace Dxr {
+namespace {
+
+constexpr std::size_t kSpacesPerLayer = 4;
+
+}  // namespace
+
+// NOLINTNEXTLINE(modernize-pass-by-value): the parameter's type is part of the exported name.
+MessageFilterComponent::MessageFilterComponent(const std::string &name, uint32_t msgType,
+                                               uint32_t lostCnt, uint32_t layer)
+    : name_(name), msgType_(msgType), lostCnt_(lostCnt), layer_(layer) {
+}
+
+MessageFilterComponent::~MessageFilterComponent() = default;
+
+void MessageFilterComponent::Add(MessageFilterComponent * /*child*/) {
+}
+
+void MessageFilterComponent::GetFilterStr(std::string &out) const {
+    out.append(kSpacesPerLayer * layer_, ' ');
+    out.append("msgType[").append(std::to_string(msgType_));
+    out.append("], lostCnt[").append(std::to_string(lostCnt_));
+    out.append("], name[").append(name_).append("]\r\n");
+}
+
+bool MessageFilterComponent::IsSameMsgType(uint32_t msgType) const {
+    return msgType_ == msgType;
+}
+
+uint32_t MessageFilterComponent::GetLayer() const {
+    return layer_;
+}
+
+bool MessageFilterComponent::IsFiltered(std::list<uint32_t> &path) {
+    MessageFilterComponent *const node = Find(path);
+    if (node == nullptr || node->lostCnt_ == 0) {
+        return false;
+    }
+    --node->lostCnt_;
+    return true;
+}
+
+uint32_t MessageFilterComponent::SetLostCnt(std::list<uint32_t> &path, uint32_t lostCnt) {
+    MessageFilterComponent *const node = Find(path);
+    if (node == nullptr) {
+        return 1;
+    }
+    node->lostCnt_ = lostCnt;
+    return 0;
+}
+
+MessageFilterComposite::MessageFilterComposite(const std::string &name, uint32_t msgType,
+                                               uint32_t lostCnt, uint32_t layer)
+    : MessageFilterComponent(name, msgType, lostCnt, layer) {
+}
+
+MessageFilterComposite::~MessageFilterComposite() = default;
+
+void MessageFilterComposite::Add(MessageFilterComponent *child) {
+    children_.push_back(std::unique_ptr<MessageFilterComponent>(child));
+}
+
+void MessageFilterComposite::GetFilterStr(std::string &out) const {
+    if (!IsFilterRoot()) {
+        MessageFilterComponent::GetFilterStr(out);
+    }
+    for (const auto &child : children_) {
+        child->GetFilterStr(out);
+    }
+}
+
+MessageFilterComponent *MessageFilterComposite::Find(std::list<uint32_t> &path) {
+    if (path.empty() || !IsSameMsgType(path.front())) {
+        return nullptr;
+    }
+    // Not put back when no child answers: the siblings behind this node see the shortened path, as
+    // intended.
+    path.pop_front();
+    if (path.empty()) {
+        return this;
+    }
+    for (const auto &child : children_) {
+        if (MessageFilterComponent *const found = child->Find(path)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+bool MessageFilterComposite::IsFilterRoot() const {
+    return GetLayer() == 0;
+}
+
+MessageFilterLeaf::MessageFilterLeaf(const std::string &name, uint32_t msgType, uint32_t lostCnt,
+                                     uint32_t layer)
+    : MessageFilterComponent(name, msgType, lostCnt, layer) {
+}
+
+MessageFilterLeaf::~MessageFilterLeaf() = default;
+
+// Takes nothing off the path and ignores what lies deeper, as intended.
+MessageFilterComponent *MessageFilterLeaf::Find(std::list<uint32_t> &path) {
+    return !path.empty() && IsSameMsgType(path.front()) ? this : nullptr;
+}
+
+}  // namespace Dxr
+
+namespace {
+
+constexpr uint32_t kRootMsgType = 0;
+
+std::string NameOf(const DxrMessageFilterInfo &info) {
+    return {info.name, strnlen(info.name, sizeof(info.name))};
+}
+
+// A path of the root alone, with room for `num` types below it: the allocations come before the
+// variable arguments are opened.
+std::list<uint32_t> RootPath(uint32_t num) {
+    return std::list<uint32_t>(std::size_t{num} + 1, kRootMsgType);
+}
+
+void FillBelowRoot(std::list<uint32_t> &path, std::va_list args) {
+    for (auto type = std::next(path.begin()); type != path.end(); ++type) {
+        *type = va_arg(args, uint32_t);
+    }
+}
+
+}  // namespace
+
+DxrMessageFilter *DXR_CreateMessageFilter(const DxrMessageFilterInfo *info, uint32_t num) {
+    if (info == nullptr) {
+        return nullptr;
+    }
+    // Not owned here on purpose: a failure below leaves what stands of the tree to whoever can
+    // reach it.
+    auto *const root = new Dxr::MessageFilterComposite("root", kRootMsgType, 0, 0);
+    for (uint32_t i = 0; i < num; ++i) {
+        DxrAddMessageFilterToComposite(root, &info[i]);
+    }
+    return root;
+}
+
+void DXR_DestroyMessageFilter(DxrMessageFilter **filter) {
+    if (filter == nullptr) {
+        return;
+    }
+    delete *filter;
+    *filter = nullptr;
+}
+
+void DXR_GetMessageFilterStr(const DxrMessageFilter *filter, char *buffer, uint32_t bufferSize) {
+    if (filter == nullptr) {
+        return;
+    }
+    std::string text;
+    filter->GetFilterStr(text);
+    const int error = dxr::strncpy_s(buffer, bufferSize, text.c_str(), text.size());
+    if (error != 0) {
+        dxr::snprintf_truncated_s(buffer, bufferSize, "get message filter string failed, ret[0x%x]",
+                                  static_cast<unsigned>(error));
+    }
+}
+
+void DXR_SetMessageFilterCount(DxrMessageFilter *filter, uint32_t lostCnt, uint32_t num, ...) {
+    if (filter == nullptr) {
+        return;
+    }
+    std::list<uint32_t> path = RootPath(num);
+    std::va_list args;
+    va_start(args, num);
+    FillBelowRoot(path, args);
+    va_end(args);
+    filter->SetLostCnt(path, lostCnt);
+}
+
+uint8_t DXR_IsMessageFiltered(DxrMessageFilter *filter, uint32_t num, ...) {
+    if (filter == nullptr) {
+        return 0;
+    }
+    std::list<uint32_t> path = RootPath(num);
+    std::va_list args;
+    va_start(args, num);
+    FillBelowRoot(path, args);
+    va_end(args);
+    return filter->IsFiltered(path) ? 1 : 0;
+}
+
+void DxrAddMessageFilterToComposite(DxrMessageFilter *parent, const DxrMessageFilterInfo *info) {
+    const uint32_t layer = parent->GetLayer() + 1;
+    if (info->subFilterNum == 0) {
+        parent->Add(new Dxr::MessageFilterLeaf(NameOf(*info), info->msgType, info->lostCnt, layer));
+        return;
+    }
+    auto *const composite =
+        new Dxr::MessageFilterComposite(NameOf(*info), info->msgType, info->lostCnt, layer);
+    parent->Add(composite);
+    for (uint32_t i = 0; i < info->subFilterNum; ++i) {
+        DxrAddMessageFilterToComposite(composite, &info->subFilters[i]);
+    }
+}

@@ -1,0 +1,111 @@
+#include "support/new_watch.h"
+
+#include <cstdlib>
+
+namespace dxrtest {
+namespace {
+
+// Of static size, since it must not allocate itself.
+struct Ledger {
+    static constexpr std::size_t kMaxBlocks = 1024;
+
+    void *blocks[kMaxBlocks];
+    std::size_t count;
+    std::size_t calls;
+    std::size_t failAt;
+    bool active;
+
+    void *Allocate(std::size_t size) {
+        if (active && ++calls == failAt) {
+            return nullptr;
+        }
+        void *const block = std::malloc(size == 0 ? 1 : size);
+        if (active && block != nullptr) {
+            if (count == kMaxBlocks) {
+                std::abort();
+            }
+            blocks[count++] = block;
+        }
+        return block;
+    }
+
+    void Free(void *block) {
+        std::size_t at = 0;
+        while (at < count && blocks[at] != block) {
+            ++at;
+        }
+        if (at < count) {
+            for (--count; at < count; ++at) {
+                blocks[at] = blocks[at + 1];
+            }
+        }
+        std::free(block);
+    }
+};
+
+constinit Ledger g_ledger = {};
+
+void *AllocateOrThrow(std::size_t size) {
+    if (void *const block = g_ledger.Allocate(size)) {
+        return block;
+    }
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void NewWatch::Begin(std::size_t failAt) {
+    g_ledger.count = 0;
+    g_ledger.calls = 0;
+    g_ledger.failAt = failAt;
+    g_ledger.active = true;
+}
+
+void NewWatch::End() {
+    g_ledger.active = false;
+}
+
+std::size_t NewWatch::Live() {
+    return g_ledger.count;
+}
+
+void *NewWatch::Oldest() {
+    return g_ledger.count == 0 ? nullptr : g_ledger.blocks[0];
+}
+
+bool NewWatch::Failed() {
+    return g_ledger.failAt != 0 && g_ledger.calls >= g_ledger.failAt;
+}
+
+}  // namespace dxrtest
+
+void *operator new(std::size_t size) {
+    return dxrtest::AllocateOrThrow(size);
+}
+void *operator new[](std::size_t size) {
+    return dxrtest::AllocateOrThrow(size);
+}
+void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept {
+    return dxrtest::g_ledger.Allocate(size);
+}
+void *operator new[](std::size_t size, const std::nothrow_t & /*tag*/) noexcept {
+    return dxrtest::g_ledger.Allocate(size);
+}
+void operator delete(void *block) noexcept {
+    dxrtest::g_ledger.Free(block);
+}
+void operator delete[](void *block) noexcept {
+    dxrtest::g_ledger.Free(block);
+}
+void operator delete(void *block, std::size_t /*size*/) noexcept {
+    dxrtest::g_ledger.Free(block);
+}
+void operator delete[](void *block, std::size_t /*size*/) noexcept {
+    dxrtest::g_ledger.Free(block);
+}
+void operator delete(void *block, const std::nothrow_t & /*tag*/) noexcept {
+    dxrtest::g_ledger.Free(block);
+}
+void operator delete[](void *block, const std::nothrow_t & /*tag*/) noexcept {
+    dxrtest::g_ledger.Free(block);
+}

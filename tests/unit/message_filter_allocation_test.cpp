@@ -1,0 +1,214 @@
+// Every allocation of the message filter is made to fail in turn.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "dxr/message_filter.h"
+#include "support/message_filter_records.h"
+#include "support/new_watch.h"
+
+namespace {
+
+using Dxr::MessageFilterComponent;
+using Dxr::MessageFilterComposite;
+using Dxr::MessageFilterLeaf;
+using dxrtest::FailEachAllocation;
+using dxrtest::FilterNode;
+using dxrtest::FilterRecords;
+using dxrtest::NewWatch;
+using dxrtest::Outcome;
+using dxrtest::RunFailing;
+
+// Names longer than a string holds without a block of its own, and rows of children that make
+// vectors grow.
+std::vector<FilterNode> Forest() {
+    const std::string longName(31, 'n');
+    return {{longName,
+             1,
+             0,
+             {{"a", 2, 1},
+              {longName, 3, 0, {{longName, 4, 1}, {"b", 5, 1}, {"c", 6, 1}}},
+              {longName, 7, 1},
+              {"d", 8, 1},
+              {longName, 9, 1}}},
+            {"e", 10, 1},
+            {longName, 11, 0, {{"f", 12, 1}}}};
+}
+
+std::string Listing(const MessageFilterComponent &node) {
+    std::string text;
+    node.GetFilterStr(text);
+    return text;
+}
+
+// Whether `part` is a listing that stopped before the end of `whole`, between two lines.
+bool IsBeginning(const std::string &part, const std::string &whole) {
+    return part.size() < whole.size() && whole.compare(0, part.size(), part) == 0 &&
+           (part.empty() || part.back() == '\n');
+}
+
+TEST(MessageFilterAllocation, AFailureWhileBuildingLeavesTheTreeSoFarAndNothingElse) {
+    const FilterRecords records(Forest());
+    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    const std::string whole = Listing(*filter);
+    DXR_DestroyMessageFilter(&filter);
+
+    std::set<std::string> partialTrees;
+    const std::size_t failures = FailEachAllocation(
+        [&] { filter = DXR_CreateMessageFilter(records.Data(), records.Size()); },
+        [&](std::size_t n) {
+            EXPECT_EQ(filter, nullptr);
+            if (n == 1) {
+                EXPECT_EQ(NewWatch::Live(), 0u) << "the root itself";
+                return;
+            }
+            // The root is the first block of the call; nobody holds it any more.
+            auto *lost = static_cast<MessageFilterComposite *>(NewWatch::Oldest());
+            ASSERT_NE(lost, nullptr);
+            ASSERT_EQ(typeid(*lost), typeid(MessageFilterComposite));
+            const std::string part = Listing(*lost);
+            EXPECT_TRUE(IsBeginning(part, whole)) << part;
+            partialTrees.insert(part);
+            delete lost;
+            EXPECT_EQ(NewWatch::Live(), 0u) << "allocation " << n;
+        });
+    // The tree stopped in front of each of its 12 nodes; most took more than one allocation.
+    EXPECT_EQ(partialTrees.size(), 12u);
+    EXPECT_GT(failures, 2u * 12u);
+
+    ASSERT_NE(filter, nullptr);
+    EXPECT_EQ(Listing(*filter), whole);
+    EXPECT_GT(NewWatch::Live(), 0u);
+    DXR_DestroyMessageFilter(&filter);
+    EXPECT_EQ(NewWatch::Live(), 0u);
+}
+
+TEST(MessageFilterAllocation, AFailureBelowAParentLeavesTheParentWhole) {
+    const FilterRecords records(Forest());
+    std::unique_ptr<MessageFilterComposite> parent;
+    for (std::size_t n = 1;; ++n) {
+        parent = std::make_unique<MessageFilterComposite>("parent", 0, 0, 3);
+        const Outcome outcome = RunFailing(
+            n, [&] { DxrAddMessageFilterToComposite(parent.get(), &records.Data()[0]); });
+        const bool failed = NewWatch::Failed();
+        EXPECT_EQ(outcome, failed ? Outcome::kBadAlloc : Outcome::kDone);
+        EXPECT_EQ(Listing(*parent).find("            msgType[0], lostCnt[0], name[parent]\r\n"),
+                  0u);
+        parent.reset();
+        ASSERT_EQ(NewWatch::Live(), 0u) << "allocation " << n;
+        if (!failed) {
+            EXPECT_GT(n, 18u);
+            return;
+        }
+    }
+}
+
+TEST(MessageFilterAllocation, AChildThatCannotBeAddedIsFreed) {
+    struct Child : MessageFilterLeaf {
+        explicit Child(bool *freed) : MessageFilterLeaf("child", 0, 0, 0), freed_(freed) {}
+        ~Child() override { *freed_ = true; }
+        Child(const Child &) = delete;
+        Child &operator=(const Child &) = delete;
+        bool *freed_;
+    };
+    MessageFilterComposite node("node", 0, 0, 0);
+    bool freed = false;
+    auto *const child = new Child(&freed);
+    EXPECT_EQ(RunFailing(1, [&] { node.Add(child); }), Outcome::kBadAlloc);
+    EXPECT_TRUE(freed);
+    EXPECT_EQ(Listing(node), "");
+}
+
+TEST(MessageFilterAllocation, AChildThatCannotBeAddedLeavesItsSiblings) {
+    MessageFilterComposite node("node", 0, 0, 0);
+    std::size_t refused = 0;
+    std::string expected;
+    for (std::uint32_t type = 0; type < 40; ++type) {
+        auto *const child = new MessageFilterLeaf("leaf", type, 0, 0);
+        if (RunFailing(1, [&] { node.Add(child); }) == Outcome::kBadAlloc) {
+            ++refused;
+            EXPECT_EQ(RunFailing(0, [&] { node.Add(new MessageFilterLeaf("again", type, 0, 0)); }),
+                      Outcome::kDone);
+            expected += "msgType[" + std::to_string(type) + "], lostCnt[0], name[again]\r\n";
+        } else {
+            expected += "msgType[" + std::to_string(type) + "], lostCnt[0], name[leaf]\r\n";
+        }
+        EXPECT_EQ(Listing(node), expected);
+    }
+    EXPECT_GT(refused, 3u);
+    EXPECT_LT(refused, 40u);
+}
+
+TEST(MessageFilterAllocation, NodesHandedToALeafAreNeitherKeptNorFreed) {
+    MessageFilterLeaf leaf("leaf", 0, 0, 0);
+    const FilterRecords records(Forest());
+    EXPECT_EQ(RunFailing(0, [&] { DxrAddMessageFilterToComposite(&leaf, &records.Data()[1]); }),
+              Outcome::kDone);
+    ASSERT_EQ(NewWatch::Live(), 1u);
+    auto *const lost = static_cast<MessageFilterLeaf *>(NewWatch::Oldest());
+    EXPECT_EQ(Listing(*lost), "    msgType[10], lostCnt[1], name[e]\r\n");
+    delete lost;
+    EXPECT_EQ(NewWatch::Live(), 0u);
+}
+
+TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
+    const FilterRecords records(Forest());
+    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    const std::string before = Listing(*filter);
+    std::uint8_t answer = 0;
+    const std::size_t failures =
+        FailEachAllocation([&] { answer = DXR_IsMessageFiltered(filter, 3, 1u, 3u, 4u); },
+                           [&](std::size_t) {
+                               EXPECT_EQ(NewWatch::Live(), 0u);
+                               EXPECT_EQ(Listing(*filter), before);
+                           });
+    EXPECT_GE(failures, 1u);
+    EXPECT_EQ(answer, 1);
+    EXPECT_EQ(NewWatch::Live(), 0u);
+    DXR_DestroyMessageFilter(&filter);
+}
+
+TEST(MessageFilterAllocation, AFailedSettingSetsNothing) {
+    const FilterRecords records(Forest());
+    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    const std::string before = Listing(*filter);
+    const std::size_t failures =
+        FailEachAllocation([&] { DXR_SetMessageFilterCount(filter, 77, 2, 1u, 7u); },
+                           [&](std::size_t) {
+                               EXPECT_EQ(NewWatch::Live(), 0u);
+                               EXPECT_EQ(Listing(*filter), before);
+                           });
+    EXPECT_GE(failures, 1u);
+    EXPECT_EQ(NewWatch::Live(), 0u);
+    EXPECT_NE(Listing(*filter).find("msgType[7], lostCnt[77]"), std::string::npos);
+    DXR_DestroyMessageFilter(&filter);
+}
+
+TEST(MessageFilterAllocation, AFailedListingWritesNothing) {
+    const FilterRecords records(Forest());
+    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    const std::string whole = Listing(*filter);
+    std::vector<char> buffer(whole.size() + 1, '#');
+    const std::string untouched(buffer.begin(), buffer.end());
+    const std::size_t failures = FailEachAllocation(
+        [&] {
+            DXR_GetMessageFilterStr(filter, buffer.data(),
+                                    static_cast<std::uint32_t>(buffer.size()));
+        },
+        [&](std::size_t) {
+            EXPECT_EQ(NewWatch::Live(), 0u);
+            EXPECT_EQ(std::string(buffer.begin(), buffer.end()), untouched);
+        });
+    EXPECT_GE(failures, 1u);
+    EXPECT_EQ(NewWatch::Live(), 0u);
+    EXPECT_EQ(std::string(buffer.data()), whole);
+    DXR_DestroyMessageFilter(&filter);
+}
+
+}  // namespace
