@@ -37,6 +37,7 @@
 #include "dxr/database.h"
 #include "dxr/database_config.h"
 #include "dxr/device.h"
+#include "dxr/fault.h"
 #include "dxr/fault_management.h"
 #include "dxr/hash.h"
 #include "dxr/hooks.h"

@@ -1,0 +1,60 @@
+// Every allocation of the fault rules is made to fail in turn.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "dxr/fault.h"
+#include "support/new_watch.h"
+
+namespace {
+
+using dxrtest::FailEachAllocation;
+using dxrtest::NewWatch;
+using dxrtest::Outcome;
+using dxrtest::RunFailing;
+
+TEST(FaultAllocation, AFailureWhileMakingASpecLeaksNothing) {
+    std::unique_ptr<DxrFaultSpec> spec;
+    const auto nothingIsLeft = [&](std::size_t) {
+        EXPECT_EQ(NewWatch::Live(), 0u);
+        EXPECT_EQ(spec, nullptr);
+    };
+    EXPECT_EQ(
+        FailEachAllocation([&] { spec = DxrFaultSpecFactory().CreateSpec(10, 3); }, nothingIsLeft),
+        1u);
+    spec.reset();
+    EXPECT_EQ(NewWatch::Live(), 0u);
+
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs = {{10, 3}, {20, 0}};
+    EXPECT_EQ(
+        FailEachAllocation([&] { spec = DxrFaultSpecFactory().CreateSpec(pairs); }, nothingIsLeft),
+        2u);
+    spec.reset();
+    EXPECT_EQ(NewWatch::Live(), 0u);
+}
+
+// A counter judges and counts without the allocator.
+TEST(FaultAllocation, CountingAndJudgingAllocateNothing) {
+    static DxrCounter counter{};
+    const DxrFaultAccumulatedSpec accumulated(10, 3);
+    const DxrFaultMultiAccumulatedSpec multi({{10, 3}, {20, 0}});
+    const DxrFaultTimeoutSpec timeout(5);
+    EXPECT_EQ(RunFailing(1,
+                         [&] {
+                             counter.ResetCount();
+                             for (int i = 0; i < 5000; ++i) {
+                                 counter.IncreaseCount();
+                             }
+                             static_cast<void>(accumulated.IsSatisfied(&counter));
+                             static_cast<void>(multi.IsSatisfied(&counter));
+                             static_cast<void>(timeout.IsSatisfied(&counter));
+                         }),
+              Outcome::kDone);
+    EXPECT_FALSE(NewWatch::Failed());
+}
+
+}  // namespace
