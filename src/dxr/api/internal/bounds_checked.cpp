@@ -79,7 +79,9 @@ int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t cou
     if (length == destSize) {
         return FailText(dest, ERANGE);
     }
-    if (Overlap(dest, length + 1, src, length + 1)) {
+    // The source's terminator is read only when it is reached before `count`.
+    const std::size_t read = length < count ? length + 1 : length;
+    if (read != 0 && Overlap(dest, length + 1, src, read)) {
         return FailText(dest, EINVAL);
     }
     std::memcpy(dest, src, length);
