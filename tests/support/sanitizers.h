@@ -1,0 +1,17 @@
+// What the build's sanitizers forbid the tests to do.
+#ifndef DXR_TESTS_SUPPORT_SANITIZERS_H
+#define DXR_TESTS_SUPPORT_SANITIZERS_H
+
+// Clang's undefined-behaviour sanitizer stops a call of a function whose type is not the pointer's.
+// Elsewhere a test may stand in for a host that was built with other headers and put in hooks of
+// another type.
+#if defined(__has_feature)
+#if __has_feature(undefined_behavior_sanitizer)
+#define DXRTEST_FUNCTION_TYPES_ARE_CHECKED 1
+#endif
+#endif
+#ifndef DXRTEST_FUNCTION_TYPES_ARE_CHECKED
+#define DXRTEST_FUNCTION_TYPES_ARE_CHECKED 0
+#endif
+
+#endif  // DXR_TESTS_SUPPORT_SANITIZERS_H
