@@ -18,6 +18,20 @@ bool Fits(std::int64_t value) {
     return value >= kMin && value <= kMax;
 }
 
+// --- 64-bit products, against 128 bits
+
+__extension__ using Wide = __int128;
+
+constexpr std::int64_t kMin64 = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kMax64 = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kEdges64[] = {kMin64, kMin64 + 1, kMin64 / 2,     -2,         -1,    0, 1, 2,
+                                     1000,   kMax64 / 2, kMax64 / 2 + 1, kMax64 - 1, kMax64};
+
+bool FitsProduct(std::int64_t a, std::int64_t b) {
+    const Wide product = Wide{a} * b;
+    return product >= kMin64 && product <= kMax64;
+}
+
 // Death tests fork; they are named so that they run first.
 TEST(CheckedDeathTest, AddAbortsOnEveryOverflow) {
     int overflows = 0;
@@ -47,6 +61,38 @@ TEST(CheckedDeathTest, SubAbortsOnEveryOverflow) {
         }
     }
     EXPECT_EQ(20, overflows);
+}
+
+TEST(CheckedDeathTest, MulAbortsOnEveryOverflow) {
+    for (const std::int64_t a : kEdges64) {
+        for (const std::int64_t b : kEdges64) {
+            if (!FitsProduct(a, b)) {
+                EXPECT_EXIT(static_cast<void>(dxr::CheckedMul(a, b)),
+                            testing::KilledBySignal(SIGABRT), "")
+                    << a << " * " << b;
+            }
+        }
+    }
+    EXPECT_FALSE(FitsProduct(kMin64, -1));
+    EXPECT_FALSE(FitsProduct(kMax64 / 2 + 1, 2));
+}
+
+TEST(Checked, ProductsThatFitAreExact) {
+    std::mt19937_64 random(dxrtest::Seed());
+    for (const std::int64_t a : kEdges64) {
+        for (const std::int64_t b : kEdges64) {
+            if (FitsProduct(a, b)) {
+                EXPECT_TRUE(Wide{a} * b == dxr::CheckedMul(a, b)) << a << " * " << b;
+            }
+        }
+    }
+    for (int i = 0; i < 100000; ++i) {
+        const auto a = static_cast<std::int64_t>(random()) >> (random() % 64);
+        const auto b = static_cast<std::int64_t>(random()) >> (random() % 64);
+        if (FitsProduct(a, b)) {
+            ASSERT_TRUE(Wide{a} * b == dxr::CheckedMul(a, b)) << a << " * " << b;
+        }
+    }
 }
 
 TEST(Checked, EdgesThatFitAreExact) {
