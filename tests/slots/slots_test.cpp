@@ -471,6 +471,28 @@ TEST_F(Table, HooksOfSlotsWithOwnRulesHaveTheirForms) {
     ExpectFilterForm(g_dxrHooks.print.logFilterFilterDiffKeyLog);
 }
 
+// The exported functions with logic of their own that build on the dispatchers.
+void CallFunctionsWithOwnLogic() {
+    std::array<std::uint32_t, 8> record = {};
+    std::array<char, 64> text = {};
+    DXR_Register(record.data());
+    static_cast<void>(DXR_SelectDbRecord(record.data(), &record[7]));
+    static_cast<void>(DXR_GetFeNodeGrpId(1, 2));
+    DXR_CFG_FmtCfgFile("tm", 1, 2, text.data(), sizeof(text));
+    static_cast<void>(DXR_GetTblmData(nullptr));
+    static_cast<void>(DXR_SetTblmData(nullptr));
+    static_cast<void>(DXR_DeleteTblmData(1, nullptr, 0));
+    static_cast<void>(DXR_AddTblmData(1, nullptr, 0, nullptr, 0));
+    static_cast<void>(DXR_QueryTblmData(1, nullptr, 0, nullptr, 0));
+    DxrSllIterator it = DXR_InitSllIterator(nullptr);
+    DXR_SllIteratorAddData(&it, nullptr, 0);
+    static_cast<void>(DXR_SllIteratorGetNextData(&it));
+    DXR_SllIteratorMoveToHead(&it);
+    static_cast<void>(DXR_LOGFILTER_FilterSameLog(nullptr, "%s", "line"));
+    static_cast<void>(DXR_LOGFILTER_FilterDiffKeyLog(nullptr, "%s", "line"));
+    static_cast<void>(DXR_PrintLargeBuffer("line"));
+}
+
 // Host slots that no function reads: filled, they change nothing, and nothing calls them.
 TEST_F(Table, UnreadSlotsAreNeverCalled) {
     RawTable empty = {};
@@ -492,6 +514,11 @@ TEST_F(Table, UnreadSlotsAreNeverCalled) {
         slot.binding.call(memory.Arguments());
         EXPECT_EQ(1U, g_recorder.calls) << slot.name;
         EXPECT_EQ(slot.binding.recordingHook, g_recorder.called) << slot.name;
+    }
+    for (const RawTable &table : {empty, filled}) {
+        Register(table);
+        g_recorder.result = 0;
+        CallFunctionsWithOwnLogic();
     }
     EXPECT_TRUE(g_wronglyCalled.empty()) << DescribeWrongCalls();
 }

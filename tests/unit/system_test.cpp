@@ -78,7 +78,9 @@ TEST_F(System, FilesAndDirectoriesExist) {
 
 TEST_F(System, NoNameIsNoFile) {
     EXPECT_EQ(0U, DXR_IsFileExist(""));
+    g_accessCalls.clear();
     EXPECT_EQ(0U, DXR_IsFileExist(nullptr));
+    EXPECT_TRUE(g_accessCalls.empty());
 }
 
 TEST_F(System, ExistenceIsAskedOfTheSystemOnce) {
