@@ -59,5 +59,6 @@
 #include "dxr/system_time.h"
 #include "dxr/temperature.h"
 #include "dxr/types.h"
+#include "dxr/utils_numeric.h"
 
 #endif /* DXR_API_H */

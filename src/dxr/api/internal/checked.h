@@ -31,6 +31,14 @@ namespace dxr {
     return product;
 }
 
+// The divisor must not be 0. The one quotient that does not fit is INT32_MIN / -1.
+[[nodiscard]] inline std::int32_t CheckedDiv(std::int32_t dividend, std::int32_t divisor) noexcept {
+    if (dividend == INT32_MIN && divisor == -1) {
+        std::abort();
+    }
+    return dividend / divisor;
+}
+
 }  // namespace dxr
 
 #endif  // DXR_INTERNAL_CHECKED_H
