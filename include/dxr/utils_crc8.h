@@ -1,0 +1,33 @@
+/*
+ * CRC-8: polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first, initial register 0, no
+ * final XOR. One table lookup a byte; the table is built at the first calculation.
+ *
+ * Flag and table are plain objects without a lock. Threads that make the first calculation at the
+ * same time may both build the table, with the same result.
+ */
+#ifndef DXR_UTILS_CRC8_H
+#define DXR_UTILS_CRC8_H
+
+#include "dxr/base.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* Entry i is the register after 8 steps from i; all 0 until the table is built. */
+extern DXR_API uint8_t g_dxrCrc8Table[256];
+
+/* 1 once a calculation has built the table; at load 0. A caller who sets it vouches for the table.
+ */
+extern DXR_API uint8_t g_dxrCrc8TableInit;
+
+/* Builds the table (again). Leaves the flag alone. */
+DXR_API void DXR_InitCrc8Table(void);
+
+/*
+ * The CRC, 0 to 255, of the `len` bytes at `data`, by the table as it stands once the flag is set.
+ * A `len` of 0 gives 0 and does not read `data`.
+ */
+DXR_API uint32_t DXR_CalculateCrc8(const uint8_t *data, uint64_t len);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_UTILS_CRC8_H */
