@@ -59,6 +59,7 @@
 #include "dxr/system_time.h"
 #include "dxr/temperature.h"
 #include "dxr/types.h"
+#include "dxr/utils_bitmap.h"
 #include "dxr/utils_crc8.h"
 #include "dxr/utils_numeric.h"
 

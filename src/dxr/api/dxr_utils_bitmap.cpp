@@ -1,0 +1,215 @@
+#include "dxr/utils_bitmap.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "internal/bit_address.h"
+#include "internal/host_services.h"
+#include "internal/text_writer.h"
+
+using dxr::BitAddress;
+using dxr::BitCount;
+using dxr::kBitsPerWord;
+using dxr::LowBits;
+
+namespace {
+
+// A field of width 0 is written as one of a whole word, although it is read as nothing: intended.
+constexpr uint32_t WriteMask(uint32_t width) noexcept {
+    return LowBits(width == 0 ? kBitsPerWord : width);
+}
+
+// True when the field goes on into the next word and the array has that word.
+constexpr bool Straddles(BitAddress at, uint32_t width, uint32_t wordCount) noexcept {
+    return at.shift + width > kBitsPerWord && at.word + 1 < wordCount;
+}
+
+}  // namespace
+
+uint32_t DXR_IsSameBitMap(const uint32_t *a, const uint32_t *b, uint32_t wordCount) {
+    // Not std::equal, which compares in blocks: nothing behind the first difference is read.
+    for (uint32_t i = 0; i < wordCount; ++i) {
+        if (a[i] != b[i]) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+// Not memcpy_s, which refuses overlap: callers may copy a bitmap onto itself.
+void DXR_BitmapCopy(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+    for (uint32_t i = 0; i < wordCount; ++i) {
+        dst[i] = src[i];
+    }
+}
+
+void DXR_BitmapZero(uint32_t *bmp, uint32_t wordCount) {
+    std::fill_n(bmp, wordCount, 0U);
+}
+
+uint32_t DXR_IsZeroBmp(const uint32_t *bmp, uint32_t wordCount) {
+    const auto isZero = [](uint32_t word) { return word == 0; };
+    return std::all_of(bmp, bmp + wordCount, isZero) ? 1 : 0;
+}
+
+void DXR_OrBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+    for (uint32_t i = 0; i < wordCount; ++i) {
+        dst[i] |= src[i];
+    }
+}
+
+void DXR_AndBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+    for (uint32_t i = 0; i < wordCount; ++i) {
+        dst[i] &= src[i];
+    }
+}
+
+void DXR_XorBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+    for (uint32_t i = 0; i < wordCount; ++i) {
+        dst[i] ^= src[i];
+    }
+}
+
+// Inverts bits, while DXR_InverseBitMap reverses words: the names are the interface's, not a
+// mix-up.
+void DXR_ReverseBmp(uint32_t *bmp, uint32_t wordCount) {
+    for (uint32_t i = 0; i < wordCount; ++i) {
+        bmp[i] = ~bmp[i];
+    }
+}
+
+void DXR_InverseBitMap(uint32_t *bmp, uint32_t wordCount) {
+    std::reverse(bmp, bmp + wordCount);
+}
+
+void DXR_NegateArray(uint32_t *bmp, uint32_t wordCount, uint32_t bitCount) {
+    const BitAddress end(std::min(bitCount, BitCount(wordCount)));
+    DXR_ReverseBmp(bmp, end.word);
+    if (end.shift != 0) {
+        bmp[end.word] ^= LowBits(end.shift);
+    }
+}
+
+uint32_t DXR_GetNonZeroCntInArray(const uint32_t *arr, uint32_t count) {
+    uint32_t nonZero = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        nonZero += arr[i] != 0 ? 1 : 0;
+    }
+    return nonZero;
+}
+
+uint32_t DXR_IsNonZeroCntOverN(const uint32_t *arr, uint32_t count, uint32_t n) {
+    return DXR_GetNonZeroCntInArray(arr, count) >= n ? 1 : 0;
+}
+
+uint32_t DXR_CountValidBit(uint32_t word) {
+    return static_cast<uint32_t>(std::popcount(word));
+}
+
+uint32_t DXR_CountValidBitOfArray(const uint32_t *arr, uint32_t count) {
+    uint32_t bits = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        bits += DXR_CountValidBit(arr[i]);
+    }
+    return bits;
+}
+
+void DXR_GetBitMapStr(const uint32_t *bmp, uint32_t wordCount, char *buf, uint32_t bufLen) {
+    if (buf == nullptr || bufLen == 0) {
+        return;
+    }
+    dxr::TextWriter text(buf, bufLen);
+    // Word 0 is left out: intended.
+    for (uint32_t i = wordCount; i > 1 && !text.Full(); --i) {
+        text.Append("0x%x ", bmp[i - 1]);
+    }
+    if (text.Written() < bufLen) {
+        buf[text.Written()] = '\0';
+        return;
+    }
+    // For a formatter that counts what it would have stored; ours counts what it stored and never
+    // gets here.
+    buf[bufLen - 1] = '\0';
+    if (const DxrPrintHook print = dxr::PrintHook()) {
+        print(dxr::kLevelInfo, "bmp is overLenth!");
+    }
+}
+
+uint32_t DXR_IsSetBmp(const uint32_t *bmp, uint32_t wordCount, uint32_t bit) {
+    const BitAddress at(bit);
+    return bit < BitCount(wordCount) && (bmp[at.word] & at.Mask()) != 0 ? 1 : 0;
+}
+
+void DXR_SetBmpBit(uint32_t *bmp, uint32_t wordCount, uint32_t bit) {
+    if (bit < BitCount(wordCount)) {
+        const BitAddress at(bit);
+        bmp[at.word] |= at.Mask();
+    }
+}
+
+void DXR_ClearBmpBit(uint32_t *bmp, uint32_t wordCount, uint32_t bit) {
+    if (bit < BitCount(wordCount)) {
+        const BitAddress at(bit);
+        bmp[at.word] &= ~at.Mask();
+    }
+}
+
+void DXR_SetBitField(uint32_t *buf, uint32_t wordCount, uint32_t value, uint32_t startBit,
+                     uint32_t width) {
+    const BitAddress at(startBit);
+    if (width > kBitsPerWord || at.word >= wordCount) {
+        return;
+    }
+    const uint32_t mask = WriteMask(width);
+    const uint32_t bits = value & mask;
+    buf[at.word] = (buf[at.word] & ~(mask << at.shift)) | (bits << at.shift);
+    if (Straddles(at, width, wordCount)) {
+        const uint32_t inFirst = kBitsPerWord - at.shift;
+        uint32_t &next = buf[at.word + 1];
+        next = (next & ~LowBits(width - inFirst)) | (bits >> inFirst);
+    }
+}
+
+void DXR_SetBitField32(uint32_t *buf, uint32_t value, uint32_t startBit, uint32_t width) {
+    DXR_SetBitField(buf, 1, value, startBit, width);
+}
+
+void DXR_SetBit(uint32_t *buf, uint32_t bit) {
+    DXR_SetBitField(buf, 1, 1, bit, 1);
+}
+
+void DXR_ClearBit(uint32_t *buf, uint32_t bit) {
+    DXR_SetBitField(buf, 1, 0, bit, 1);
+}
+
+uint32_t DXR_GetBitField(const uint32_t *buf, uint32_t wordCount, uint32_t startBit,
+                         uint32_t width) {
+    const BitAddress at(startBit);
+    if (width > kBitsPerWord || at.word >= wordCount) {
+        return 0;
+    }
+    uint32_t bits = buf[at.word] >> at.shift;
+    if (Straddles(at, width, wordCount)) {
+        bits |= buf[at.word + 1] << (kBitsPerWord - at.shift);
+    }
+    return bits & LowBits(width);
+}
+
+uint32_t DXR_GetBitField64(uint64_t value, uint32_t startBit, uint32_t width) {
+    const uint32_t words[] = {static_cast<uint32_t>(value),
+                              static_cast<uint32_t>(value >> kBitsPerWord)};
+    return DXR_GetBitField(words, 2, startBit, width);
+}
+
+uint32_t DXR_GetBitField32(uint32_t value, uint32_t startBit, uint32_t width) {
+    return DXR_GetBitField(&value, 1, startBit, width);
+}
+
+uint32_t DXR_GetBit(uint32_t value, uint32_t bit) {
+    return DXR_GetBitField(&value, 1, bit, 1);
+}
+
+// A mismatch is the hit: intended.
+uint32_t DXR_IsBitHit(const DxrBitHitRec *rec) {
+    return (rec->value & rec->mask) != rec->expected ? 1 : 0;
+}
