@@ -61,6 +61,7 @@
 #include "dxr/types.h"
 #include "dxr/utils_bitmap.h"
 #include "dxr/utils_crc8.h"
+#include "dxr/utils_link_bitmap.h"
 #include "dxr/utils_numeric.h"
 
 #endif /* DXR_API_H */
