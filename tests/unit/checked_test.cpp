@@ -95,6 +95,20 @@ TEST(Checked, ProductsThatFitAreExact) {
     }
 }
 
+TEST(CheckedDeathTest, DivAbortsOnItsOneOverflow) {
+    EXPECT_EXIT(static_cast<void>(dxr::CheckedDiv(kMin, -1)), testing::KilledBySignal(SIGABRT), "");
+}
+
+TEST(Checked, QuotientsTruncateTowardZero) {
+    for (const std::int32_t a : kEdges) {
+        for (const std::int32_t b : kEdges) {
+            if (b != 0 && Fits(std::int64_t{a} / b)) {
+                EXPECT_EQ(std::int64_t{a} / b, dxr::CheckedDiv(a, b)) << a << " / " << b;
+            }
+        }
+    }
+}
+
 TEST(Checked, EdgesThatFitAreExact) {
     for (const std::int32_t a : kEdges) {
         for (const std::int32_t b : kEdges) {
