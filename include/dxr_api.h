@@ -52,6 +52,7 @@
 #include "dxr/print.h"
 #include "dxr/print_log_filter.h"
 #include "dxr/print_log_filter_store.h"
+#include "dxr/print_private_log.h"
 #include "dxr/simulate_message.h"
 #include "dxr/system.h"
 #include "dxr/system_table.h"

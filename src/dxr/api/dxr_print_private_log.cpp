@@ -1,0 +1,179 @@
+#include "dxr/print_private_log.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "dxr/hooks.h"
+#include "dxr/system.h"
+#include "internal/bounds_checked.h"
+#include "internal/host_services.h"
+#include "internal/text_writer.h"
+
+namespace {
+
+using dxr::HostBlock;
+using dxr::TextWriter;
+
+constexpr std::uint32_t kOk = 0;
+constexpr std::uint32_t kFailure = 1;
+constexpr std::uint32_t kNoLength = 0xFFFFFFFF;
+
+constexpr char kLogDirectory[] = "/opt/lomk2/var/log/";
+constexpr char kTemporaryName[] = "dxr_log.tmp";
+constexpr std::uint32_t kPathSize = DXR_PRIVATE_LOG_PATH_SIZE;
+constexpr std::uint32_t kWriteStep = 1000;
+constexpr std::uint32_t kLineSize = 512;
+constexpr std::uint32_t kCopyBlockSize = 512;
+constexpr std::uint32_t kLengthReaderMid = 6;
+
+using Path = std::array<char, kPathSize>;
+
+struct FileCloser {
+    void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+bool FormatLogPath(const char *name, Path &path) {
+    return name != nullptr &&
+           dxr::snprintf_truncated_s(path.data(), path.size(), "%s%s", kLogDirectory, name) > 0;
+}
+
+// Null when the file cannot be resolved or opened: a file to be written must exist as well.
+File OpenResolved(const char *path, const char *mode) {
+    Path resolved = {};
+    if (path == nullptr || realpath(path, resolved.data()) == nullptr) {
+        return nullptr;
+    }
+    return File(std::fopen(resolved.data(), mode));
+}
+
+bool GetLogPath(const char *name, Path &path) {
+    return DXR_GetPrivateLogPath(name, path.data(), kPathSize) == kOk;
+}
+
+void CopyBytes(std::FILE *source, std::FILE *destination, std::uint32_t length) {
+    std::array<char, kCopyBlockSize> block;
+    // Counts blocks asked for, whatever a read returned: a short read shortens the copy. Intended.
+    // 64 bits, since the sum may pass the largest length.
+    for (std::uint64_t copied = 0; copied < length; copied += kCopyBlockSize) {
+        if (std::feof(source) != 0 || std::ferror(source) != 0) {
+            return;
+        }
+        const auto wanted = std::min<std::uint64_t>(length - copied, kCopyBlockSize);
+        const std::size_t got = std::fread(block.data(), 1, wanted, source);
+        // Write errors are ignored by intent.
+        std::fwrite(block.data(), got, 1, destination);
+    }
+}
+
+}  // namespace
+
+std::uint32_t DXR_GetPrivateLogPath(const char *name, char *out, std::uint32_t outSize) {
+    // realpath writes up to this size and is told no other.
+    if (outSize != kPathSize || out == nullptr) {
+        return kFailure;
+    }
+    Path path = {};
+    if (!FormatLogPath(name, path)) {
+        return kFailure;
+    }
+    return realpath(path.data(), out) != nullptr ? kOk : kFailure;
+}
+
+std::uint32_t DXR_WritePrivateLog(const char *name, std::uint32_t length, const char *text) {
+    const DxrPrivateLogHook write = DXR_GetPrintHooks()->writePrivateLog;
+    if (write == nullptr || name == nullptr) {
+        return kOk;
+    }
+    if (length == 0) {
+        return write(name, "%s", "");
+    }
+    if (text == nullptr) {
+        return kOk;
+    }
+    // Pieces are neither cut nor terminated: the hook bounds each write itself.
+    for (std::uint64_t offset = 0; offset < length; offset += kWriteStep) {
+        write(name, "%s", text + offset);
+    }
+    return kOk;
+}
+
+std::uint32_t DXR_GetPrivateLog(const char *name, char *out, std::uint32_t outSize) {
+    Path path = {};
+    if (out == nullptr || !FormatLogPath(name, path)) {
+        return kFailure;
+    }
+    const File file = OpenResolved(path.data(), "r");
+    if (file == nullptr) {
+        return kFailure;
+    }
+    TextWriter writer(out, outSize);
+    for (;;) {
+        std::array<char, kLineSize> line = {};
+        if (std::fgets(line.data(), kLineSize, file.get()) == nullptr) {
+            return kOk;
+        }
+        if (writer.Append("%s", line.data()) < 0) {
+            return kFailure;
+        }
+    }
+}
+
+std::uint32_t DXR_GetPrivateLogLen(const char *name) {
+    const HostBlock block(kLengthReaderMid, kPathSize);
+    char *const path = static_cast<char *>(block.Get());
+    if (path == nullptr) {
+        return kNoLength;
+    }
+    dxr::memset_s(path, kPathSize, 0, kPathSize);
+    if (DXR_GetPrivateLogPath(name, path, kPathSize) != kOk) {
+        return kNoLength;
+    }
+    return DXR_FileLength(path);
+}
+
+std::uint32_t DXR_FixPrivateLogLen(const char *name, std::uint32_t maxLength) {
+    const std::uint32_t length = DXR_GetPrivateLogLen(name);
+    // A length that is negative as a signed number is a failure: 2 GiB and more count as one.
+    if (static_cast<std::int32_t>(length) < 0) {
+        return kFailure;
+    }
+    if (length <= maxLength) {
+        return kOk;
+    }
+    Path log = {};
+    if (!GetLogPath(name, log)) {
+        return kFailure;
+    }
+    // The host creates the file; should it not, resolving tells.
+    DXR_WritePrivateLog(kTemporaryName, 0, "");
+    Path temporary = {};
+    if (!GetLogPath(kTemporaryName, temporary)) {
+        return kFailure;
+    }
+    if (DXR_CopyFile(log.data(), temporary.data(), length - maxLength, maxLength) != kOk) {
+        return kFailure;
+    }
+    if (std::remove(log.data()) != 0) {
+        return kFailure;
+    }
+    return std::rename(temporary.data(), log.data()) == 0 ? kOk : kFailure;
+}
+
+std::uint32_t DXR_CopyFile(const char *source, const char *destination, std::uint32_t offset,
+                           std::uint32_t length) {
+    const File from = OpenResolved(source, "r");
+    if (from == nullptr || std::fseek(from.get(), offset, SEEK_SET) != 0) {
+        return kFailure;
+    }
+    const File to = OpenResolved(destination, "w");
+    if (to == nullptr) {
+        return kFailure;
+    }
+    CopyBytes(from.get(), to.get(), length);
+    return kOk;
+}
