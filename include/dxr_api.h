@@ -41,6 +41,7 @@
 #include "dxr/fault_management.h"
 #include "dxr/hash.h"
 #include "dxr/hooks.h"
+#include "dxr/info_recorder.h"
 #include "dxr/kpi.h"
 #include "dxr/list.h"
 #include "dxr/memory.h"

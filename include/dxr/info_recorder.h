@@ -1,0 +1,85 @@
+/* Information recorder: a bounded history of distinct diagnostic texts in memory, each with its
+ * first time, its last time and a count.
+ *
+ * The store is a ring of 1024 records. Records come from DXR_Malloc under module identifier 0 and
+ * belong to the store until DXR_DestroyRecordInfo; times come from DXR_GetSysTime. Without the
+ * memory hooks nothing is recorded; without the time hook records are kept and counted, but no
+ * listing shows them.
+ *
+ * Threads: no lock; callers on several threads serialise their calls. */
+#ifndef DXR_INFO_RECORDER_H
+#define DXR_INFO_RECORDER_H
+
+#include "dxr/base.h"
+#include "dxr/types.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* Slots of the store; a power of two. */
+#define DXR_RECORD_COUNT 1024u
+
+/* Bytes of a record's text, its terminator included. */
+#define DXR_RECORD_TEXT_SIZE 256u
+
+/* One distinct text. */
+typedef struct DxrRecord {
+    char text[DXR_RECORD_TEXT_SIZE];
+    uint32_t count;       /* how often it was recorded; wraps at 32 bits */
+    DxrSysTime firstTime; /* year 0: the time is unknown, listings leave the record out */
+    DxrSysTime lastTime;
+} DxrRecord;
+
+/* From an empty store the slots fill in the order 0, 1, 2, ...; once all are occupied, the next new
+ * text takes over the record at `nextIndex`. */
+typedef struct DxrRecordStore {
+    DxrRecord *records[DXR_RECORD_COUNT]; /* null: empty slot */
+    uint32_t nextIndex;                   /* the slot written next, below DXR_RECORD_COUNT */
+} DxrRecordStore;
+
+DXR_STATIC_ASSERT(sizeof(DxrRecord) == 284, "DxrRecord");
+DXR_STATIC_ASSERT(offsetof(DxrRecord, text) == 0, "DxrRecord.text");
+DXR_STATIC_ASSERT(offsetof(DxrRecord, count) == 256, "DxrRecord.count");
+DXR_STATIC_ASSERT(offsetof(DxrRecord, firstTime) == 260, "DxrRecord.firstTime");
+DXR_STATIC_ASSERT(offsetof(DxrRecord, lastTime) == 272, "DxrRecord.lastTime");
+DXR_STATIC_ASSERT(sizeof(DxrRecordStore) == 8200, "DxrRecordStore");
+DXR_STATIC_ASSERT(offsetof(DxrRecordStore, records) == 0, "DxrRecordStore.records");
+DXR_STATIC_ASSERT(offsetof(DxrRecordStore, nextIndex) == 8192, "DxrRecordStore.nextIndex");
+
+/* The one store of the process. */
+extern DXR_API DxrRecordStore g_dxrRecord;
+
+/* Formats a text of at most 255 characters and records it: every record with this very text gets
+ * the present time as its last and 1 more in its count; if there is none, the text becomes a new
+ * record. A text of 255 characters, cut or not, ends in "...". A format that fails is told through
+ * the print hook and nothing is recorded. */
+DXR_API void DXR_RecordInfo(const char *format, ...) DXR_PRINTF(1, 2);
+
+/* Refreshes every record of `store` whose text equals `text`: last time and count. 1 when there was
+ * one, else 0; also 0 for a null argument. */
+DXR_API uint8_t DXR_UpdateExistingRecord(const char *text, DxrRecordStore *store);
+
+/* Puts `text`, cut to 255 characters, into the slot at the next index with count 1 and the present
+ * time as its first and last, and moves the index on. A failed allocation, a null argument or an
+ * index outside the store changes nothing. */
+DXR_API void DXR_AddNewRecord(const char *text, DxrRecordStore *store);
+
+/* Frees all records and empties the store. Recording may go on afterwards. */
+DXR_API void DXR_DestroyRecordInfo(void);
+
+/* The store, &g_dxrRecord. */
+DXR_API DxrRecordStore *DXR_GetRecordEntity(void);
+
+/* Lists slots `start` to `end` - 1 into `buffer` of `bufferSize` bytes, one line a record with
+ * "\r\n" in front, up to the first empty slot or the end of the store. What does not fit is cut.
+ * Returns the characters written, without the terminator; when nothing is listed, nothing is
+ * written. */
+DXR_API uint32_t DXR_GetRecordStr(const DxrRecordStore *store, uint32_t start, uint32_t end,
+                                  char *buffer, uint32_t bufferSize);
+
+/* Lists the whole store likewise: first the slots below the next index, then those from it on. Once
+ * the ring has wrapped, the newest records thus come first. */
+DXR_API uint32_t DXR_GetAllRecordStr(char *buffer, uint32_t bufferSize);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_INFO_RECORDER_H */
