@@ -56,6 +56,7 @@
 #include "dxr/print_private_log.h"
 #include "dxr/simulate_message.h"
 #include "dxr/system.h"
+#include "dxr/system_bin_file.h"
 #include "dxr/system_table.h"
 #include "dxr/system_task.h"
 #include "dxr/system_time.h"
