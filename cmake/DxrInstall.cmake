@@ -2,19 +2,37 @@
 
 install(TARGETS dxr_api EXPORT dxr_api_targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
-install(FILES include/dxr_api.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY include/dxr DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(FILES include/dxr_api.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
+install(DIRECTORY include/dxr DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development
+        FILES_MATCHING PATTERN "*.h")
 set_target_properties(dxr_api PROPERTIES EXPORT_NAME api)
 target_include_directories(dxr_api INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
+# The package needs no other one, so the list of targets is the whole configuration.
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/dxr_api)
-install(EXPORT dxr_api_targets NAMESPACE dxr:: DESTINATION ${package_dir} FILE dxr_api-config.cmake)
+install(EXPORT dxr_api_targets NAMESPACE dxr:: DESTINATION ${package_dir} FILE dxr_api-config.cmake
+        COMPONENT Development)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/dxr_api-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/dxr_api-config-version.cmake DESTINATION ${package_dir})
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/dxr_api-config-version.cmake DESTINATION ${package_dir}
+        COMPONENT Development)
 
-# The prefix is found from the place of the .pc file, so the tree can be copied anywhere.
-file(RELATIVE_PATH prefix_from_pc
-     /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+# pkg-config finds the prefix from the place of the .pc file. A directory that was given as an absolute path
+# stays where it is, and a .pc file in such a directory names the prefix.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+    set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+    file(RELATIVE_PATH prefix_from_pc /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+    string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
+    set(pc_prefix "\${pcfiledir}/${prefix_from_pc}")
+endif()
+foreach(dir LIBDIR INCLUDEDIR)
+    if(IS_ABSOLUTE ${CMAKE_INSTALL_${dir}})
+        set(pc_${dir} ${CMAKE_INSTALL_${dir}})
+    else()
+        set(pc_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
+    endif()
+endforeach()
 configure_file(cmake/dxr_api.pc.in dxr_api.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/dxr_api.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/dxr_api.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT Development)
