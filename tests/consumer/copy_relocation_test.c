@@ -1,0 +1,78 @@
+/* An executable at a fixed address holds the library's exported data itself (the linker copies them
+ * into it) and its own entries for the library's functions. Library and executable must still mean
+ * the same objects and the same functions. */
+#include <stdint.h>
+#include <string.h>
+
+#include "dxr_api.h"
+#include "support/check.h"
+
+#if defined(__pic__) || defined(__PIC__) || defined(__pie__) || defined(__PIE__)
+#error "must be compiled for a fixed address"
+#endif
+
+static void CheckDefaultMid(void) {
+    CHECK(g_dxrMemoryMid == 9);
+    CHECK(DXR_GetDefaultMid() == 9);
+    g_dxrMemoryMid = 0xFFFFFFFE;
+    CHECK(DXR_GetDefaultMid() == 0xFFFFFFFE);
+    DXR_SetDefaultMid(12);
+    CHECK(g_dxrMemoryMid == 12);
+}
+
+static uint32_t ReadReg(uint32_t a, uint32_t b, uint32_t c, void *value) {
+    *(uint32_t *)value = a + b + c;
+    return 77;
+}
+
+static void CheckHooks(void) {
+    DxrHooks hooks;
+    uint32_t value = 0;
+    const unsigned char *bytes = (const unsigned char *)&g_dxrHooks;
+
+    for (size_t i = 0; i < sizeof(g_dxrHooks); ++i) {
+        CHECK(bytes[i] == 0);
+    }
+    CHECK((const void *)DXR_GetHooks() == (const void *)&g_dxrHooks);
+    CHECK(DXR_GetDevHooks() == &g_dxrHooks.dev);
+    CHECK(DXR_GetTemperatureHooks() == &g_dxrHooks.temperature);
+
+    /* Written by the executable, read by the library. */
+    g_dxrHooks.dev.readReg = ReadReg;
+    CHECK(DXR_ReadReg(1, 2, 3, &value) == 77 && value == 6);
+
+    /* Written by the library, read by the executable. */
+    memset(&hooks, 0, sizeof(hooks));
+    CHECK(DXR_RegisterHooks(&hooks) == 0);
+    CHECK(g_dxrHooks.dev.readReg == NULL);
+    hooks.dev.readReg = ReadReg;
+    CHECK(DXR_RegisterHooks(&hooks) == 0);
+    CHECK(g_dxrHooks.dev.readReg == ReadReg);
+    CHECK(DXR_RegisterHooks(NULL) != 0);
+    CHECK(g_dxrHooks.dev.readReg == NULL);
+}
+
+static void CheckConstant(void) {
+    CHECK(DXR_TBLM_CHIPID_NOTCARE == 0xFFFF);
+}
+
+static void CheckIterator(void) {
+    int list = 0;
+    DxrSllIterator it = DXR_InitSllIterator(&list);
+
+    CHECK(it.list == &list);
+    CHECK(it.addData == DXR_SllIteratorAddData);
+    CHECK(it.hasNext == DXR_SllIteratorHasNext);
+    CHECK(it.getNextData == DXR_SllIteratorGetNextData);
+    CHECK(it.getCount == DXR_SllIteratorGetCount);
+    CHECK(it.moveToHead == DXR_SllIteratorMoveToHead);
+    CHECK(it.hasNext(&it) == 0);
+}
+
+int main(void) {
+    CheckDefaultMid();
+    CheckHooks();
+    CheckConstant();
+    CheckIterator();
+    return 0;
+}

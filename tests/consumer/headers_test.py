@@ -1,0 +1,57 @@
+#!/usr/bin/env python3
+"""Every public header compiles alone, twice in a row, in each language it promises, without a warning.
+
+    headers_test.py --include DIR --c COMPILER... --cxx COMPILER...
+"""
+
+import argparse
+import concurrent.futures
+import os
+import pathlib
+import subprocess
+import sys
+
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Wundef", "-Werror"]
+C_WARNINGS = ["-Wstrict-prototypes"]
+CXX_WARNINGS = ["-Wold-style-cast", "-Wnon-virtual-dtor", "-Woverloaded-virtual"]
+
+
+def compile_alone(compiler, language, standard, include, header):
+    """The compiler's complaint, or None. Included twice: the second time must add nothing."""
+    text = f'#include "{header}"\n' * 2
+    # A translation unit must hold something in pedantic C.
+    text += "extern int used;\n"
+    warnings = WARNINGS + (C_WARNINGS if language == "c" else CXX_WARNINGS)
+    command = [compiler, "-x", language, f"-std={standard}", *warnings, f"-I{include}",
+               "-fsyntax-only", "-"]
+    result = subprocess.run(command, input=text, capture_output=True, text=True, check=False)
+    if result.returncode == 0:
+        return None
+    return f"{header} does not compile alone as {standard} with {compiler}:\n{result.stderr}"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--include", required=True, type=pathlib.Path)
+    parser.add_argument("--c", nargs="+", default=[])
+    parser.add_argument("--cxx", nargs="+", default=[])
+    options = parser.parse_args()
+
+    headers = sorted(str(path.relative_to(options.include)) for path in options.include.rglob("*.h"))
+    if "dxr_api.h" not in headers:
+        sys.exit(f"no dxr_api.h in {options.include}")
+    jobs = [(compiler, "c", "c11", options.include, header) for compiler in options.c
+            for header in headers]
+    jobs += [(compiler, "c++", standard, options.include, header) for compiler in options.cxx
+             for standard in ("c++17", "c++20") for header in headers]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        complaints = [text for text in pool.map(lambda job: compile_alone(*job), jobs) if text]
+    for complaint in complaints:
+        print(complaint)
+    print(f"{len(jobs) - len(complaints)} of {len(jobs)} compilations of {len(headers)} headers passed")
+    return 1 if complaints else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

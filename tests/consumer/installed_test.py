@@ -1,0 +1,115 @@
+#!/usr/bin/env python3
+"""The installed library, moved to another place, serves CMake and pkg-config projects in C and C++.
+
+    installed_test.py --build DIR --source DIR --cmake PROGRAM --pkg-config PROGRAM --cc COMPILER
+                      --cxx COMPILER [--flags FLAGS]
+"""
+
+import argparse
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+
+
+def run(*command, env=None):
+    result = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
+                            stderr=subprocess.STDOUT, text=True, check=False,
+                            env={**os.environ, **(env or {})})
+    if result.returncode != 0:
+        sys.exit(f"failed ({result.returncode}): {' '.join(map(str, command))}\n{result.stdout}")
+    return result.stdout
+
+
+def install_and_move(options, work):
+    """Installs under one prefix and moves the tree to another: nothing may remember the first."""
+    first = work / "first prefix"
+    run(options.cmake, "--install", options.build, "--prefix", first)
+    moved = work / "somewhere" / "else"
+    moved.parent.mkdir()
+    shutil.move(first, moved)
+    for path in (*moved.rglob("*.cmake"), *moved.rglob("*.pc")):
+        text = path.read_text(encoding="utf-8")
+        for place in (first, options.source, options.build):
+            if str(place) in text:
+                sys.exit(f"{path.relative_to(moved)} names {place}")
+    return moved
+
+
+def only(paths):
+    found = sorted(paths)
+    if len(found) != 1:
+        sys.exit(f"expected one file, found {found}")
+    return found[0]
+
+
+def check_installed_files(prefix, source):
+    """Every public header is there, as it is in the sources, and the library under its three names."""
+    include = source / "include"
+    for header in [include / "dxr_api.h", *(include / "dxr").rglob("*.h")]:
+        name = header.relative_to(include)
+        installed = prefix / "include" / name
+        if not installed.is_file() or installed.read_bytes() != header.read_bytes():
+            sys.exit(f"not installed: {name}")
+    library = only(prefix.rglob("libdxr_api.so.1.*.*"))
+    for name in ("libdxr_api.so.1", "libdxr_api.so"):
+        if (library.parent / name).resolve() != library.resolve():
+            sys.exit(f"{name} does not lead to {library.name}")
+    return library.parent
+
+
+def consume_with_cmake(options, prefix, work):
+    for language, compiler in (("C", options.cc), ("CXX", options.cxx)):
+        build = work / f"cmake consumer {language}"
+        run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build,
+            f"-DCONSUMER_LANGUAGE={language}", f"-DCMAKE_PREFIX_PATH={prefix}",
+            f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={options.flags}")
+        cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
+        found = [line for line in cache.splitlines() if line.startswith("dxr_api_DIR:")]
+        if not found or str(prefix) not in found[0]:
+            sys.exit(f"another package than the installed one was found: {found}")
+        run(options.cmake, "--build", build)
+        run(build / "consumer")
+
+
+def consume_with_pkg_config(options, prefix, work, libdir):
+    env = {"PKG_CONFIG_LIBDIR": str(only(prefix.rglob("dxr_api.pc")).parent)}
+    if run(options.pkg_config, "--modversion", "dxr_api", env=env).strip() != options.version:
+        sys.exit(f"pkg-config does not report version {options.version}")
+    arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", "dxr_api", env=env))
+    consumers = ((options.cc, "c11", "consumer.c"), (options.cxx, "c++17", "consumer.cpp"))
+    for compiler, standard, source in consumers:
+        program = work / f"pkg-config {source}.out"
+        run(compiler, f"-std={standard}", *options.flags.split(),
+            options.source / "tests/consumer" / source, "-o", program, *arguments,
+            f"-Wl,-rpath,{libdir}")
+        run(program)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", required=True, type=pathlib.Path)
+    parser.add_argument("--source", required=True, type=pathlib.Path)
+    parser.add_argument("--version", required=True)
+    parser.add_argument("--cmake", default="cmake")
+    parser.add_argument("--pkg-config", default="pkg-config")
+    parser.add_argument("--cc", default="cc")
+    parser.add_argument("--cxx", default="c++")
+    parser.add_argument("--flags", default="", help="for the consumers, such as -fsanitize=address")
+    options = parser.parse_args()
+
+    with tempfile.TemporaryDirectory(prefix="dxr_installed_") as folder:
+        work = pathlib.Path(folder)
+        prefix = install_and_move(options, work)
+        libdir = check_installed_files(prefix, options.source)
+        consume_with_cmake(options, prefix, work)
+        consume_with_pkg_config(options, prefix, work, libdir)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
