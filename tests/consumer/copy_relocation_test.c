@@ -2,6 +2,7 @@
  * into it) and its own entries for the library's functions. Library and executable must still mean
  * the same objects and the same functions. */
 #include <stdint.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "dxr_api.h"
@@ -56,6 +57,58 @@ static void CheckConstant(void) {
     CHECK(DXR_TBLM_CHIPID_NOTCARE == 0xFFFF);
 }
 
+static void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+    (void)mid;
+    (void)file;
+    (void)line;
+    return malloc(size);
+}
+
+static void Release(void *block, const char *file, uint32_t line) {
+    (void)file;
+    (void)line;
+    free(block);
+}
+
+static uint32_t InitMutex(void **mutex, void *option) {
+    (void)option;
+    *mutex = mutex;
+    return 0;
+}
+
+static uint32_t g_hashCalls;
+
+static uint32_t Hash(const DxrLogFilterHashInput *input, uint32_t *hash) {
+    (void)input;
+    ++g_hashCalls;
+    *hash = 1;
+    return 0;
+}
+
+static void CheckLogFilter(void) {
+    CHECK(g_dxrLogFilterSwitch == 1 && DXR_IsLogFilterEnable() == 1);
+    g_dxrLogFilterSwitch = 0;
+    CHECK(DXR_IsLogFilterEnable() == 0);
+    DXR_EnableLogFilter(1);
+    CHECK(g_dxrLogFilterSwitch == 1);
+
+    CHECK(g_dxrLogFilterHashFuncList[0].func == DXR_SimpleHash);
+    g_dxrLogFilterHashFuncList[0].func = Hash;
+    CHECK(DXR_GetHashCode(g_dxrLogFilterHashFuncList[0].hashFuncId, "text", 4) == 1);
+    CHECK(g_hashCalls == 1);
+
+    DXR_SetMemoryHooks(Allocate, Release);
+    g_dxrHooks.task.initMutex = InitMutex;
+    CHECK(g_dxrLogFilterInfo == NULL && g_dxrLogFilterMid == 9);
+    CHECK(DXR_InitLogFilter(30) == 0);
+    CHECK(g_dxrLogFilterMid == 30);
+    CHECK(g_dxrLogFilterInfo != NULL && g_dxrLogFilterInfo == DXR_GetLogFilter(0));
+    CHECK(g_dxrLogFilterMutex[28] == (void *)&g_dxrLogFilterMutex[28]);
+    DXR_DestroyLogFilter();
+    CHECK(g_dxrLogFilterInfo == NULL);
+    CHECK(DXR_RegisterHooks(NULL) != 0);
+}
+
 static void CheckIterator(void) {
     int list = 0;
     DxrSllIterator it = DXR_InitSllIterator(&list);
@@ -73,6 +126,7 @@ int main(void) {
     CheckDefaultMid();
     CheckHooks();
     CheckConstant();
+    CheckLogFilter();
     CheckIterator();
     return 0;
 }
