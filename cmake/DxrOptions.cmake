@@ -1,7 +1,8 @@
 # What can be chosen at configuration time. A part whose packages are missing is left out with one line.
 
 option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
-option(DXR_BUILD_TOOLS "Build the development host and dxrsh (needs CLI11)" ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_TOOLS "Build the development host and dxrsh (needs CLI11, fmt and JSON for Modern C++)"
+       ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
 option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
 option(DXR_WERROR "Treat warnings as errors" OFF)
@@ -24,11 +25,15 @@ if(DXR_BUILD_TESTS)
 endif()
 
 if(DXR_BUILD_TOOLS)
-    find_package(CLI11 QUIET)
-    if(NOT CLI11_FOUND)
-        message(STATUS "dxrsh is left out: CLI11 (libcli11-dev) was not found")
-        set(DXR_BUILD_TOOLS OFF)
-    endif()
+    foreach(package CLI11:libcli11-dev fmt:libfmt-dev nlohmann_json:nlohmann-json3-dev)
+        string(REPLACE ":" ";" package ${package})
+        list(POP_FRONT package name)
+        find_package(${name} QUIET)
+        if(NOT ${name}_FOUND)
+            message(STATUS "The development host and dxrsh are left out: ${name} (${package}) was not found")
+            set(DXR_BUILD_TOOLS OFF)
+        endif()
+    endforeach()
 endif()
 
 if(DXR_BUILD_BENCH)

@@ -1,0 +1,348 @@
+// dxrsh filter as a user runs it.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <random>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "support/test_host.h"
+#include "tools/run_dxrsh.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using dxrtest::Outcome;
+using dxrtest::RunDxrsh;
+using dxrtest::SplitLines;
+using dxrtest::TemporaryDirectory;
+using testing::PrintToString;
+using Lines = std::vector<std::string>;
+
+Outcome Filter(const std::string &log, Lines options = {}) {
+    options.insert(options.begin(), "filter");
+    Outcome outcome = RunDxrsh(options, log);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    return outcome;
+}
+
+std::string Kept(const std::string &log, const Lines &options = {}) {
+    return Filter(log, options).out;
+}
+
+bool Contains(const std::string &text, const std::string &piece) {
+    return text.find(piece) != std::string::npos;
+}
+
+TEST(DxrshFilter, SuppressesRepeats) {
+    EXPECT_EQ(Kept("a\nb\na\na\nb\nc\n"), "a\nb\nc\n");
+}
+
+TEST(DxrshFilter, AnEmptyLogGivesNothing) {
+    const Outcome outcome = Filter("");
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_TRUE(
+        Contains(outcome.err, "lines read            0\nlet through           0    0.0 %\n"))
+        << outcome.err;
+}
+
+TEST(DxrshFilter, TheWholeReport) {
+    const Outcome outcome = Filter(
+        "2026-11-21 03:37:00 link 1 down\n"
+        "2026-11-21 03:37:01 link 2 down\n"
+        "\n"
+        "2026-11-21 03:37:02 link 1 down\n"
+        "2026-11-21 03:37:03 link 1 down\n"
+        "2026-11-21 03:37:04 link 2 down\n");
+    EXPECT_EQ(outcome.out, "2026-11-21 03:37:00 link 1 down\n2026-11-21 03:37:01 link 2 down\n\n");
+    EXPECT_EQ(
+        outcome.err,
+        "lines read            6\n"
+        "let through           3   50.0 %\n"
+        "  unasked             1\n"
+        "suppressed            3   50.0 %\n"
+        "\n"
+        "most suppressed\n"
+        "         2  link 1 down\n"
+        "         1  link 2 down\n"
+        "\n"
+        "the filter's table, its last 2 of 2 entries\n"
+        "logtype[0], curIndex[0], curSize[2], capacity[3] switchState[1]\n"
+        "------+-------+--------------------------+---------------------------------+----------+"
+        "---------------+--------\n"
+        "Index | state |       logBeginTime       |  logHashCode  | logCnt \n"
+        "------+-------+--------------------------+---------------------------------+----------+"
+        "---------------+--------\n"
+        "  0      CUR    2026-11-21 03:37:00         0x15773617      2\n"
+        "  1      CUR    2026-11-21 03:37:01         0x172c0eb6      1\n"
+        "------+-------+--------------------------+---------------------------------+----------+"
+        "---------------+--------\n"
+        "\n"
+        "memory of the filter\n"
+        "  module 9: 2 blocks, 772 bytes live; at most 836 bytes\n"
+        "memory after its end\n"
+        "  module 9: 0 blocks, 0 bytes live; at most 836 bytes\n");
+}
+
+TEST(DxrshFilter, TheStampIsNotCompared) {
+    EXPECT_EQ(Kept("2026-11-21 03:37:00 a\n2026-11-21T03:37:01Z a\nNov 21 03:37:02 a\na\n",
+                   {"--year", "2026"}),
+              "2026-11-21 03:37:00 a\n");
+}
+
+TEST(DxrshFilter, TheStampIsTheClock) {
+    EXPECT_EQ(Kept("2026-11-21 03:00:00 a\n"
+                   "2026-11-21 03:59:59 a\n"
+                   "2026-11-21 04:00:00 a\n"
+                   "2026-11-21 04:00:01 a\n"),
+              "2026-11-21 03:00:00 a\n2026-11-21 04:00:00 a\n");
+}
+
+TEST(DxrshFilter, ZonesCount) {
+    EXPECT_EQ(Kept("2026-11-21T03:00:00+01:00 a\n2026-11-21T02:59:59Z a\n"),
+              "2026-11-21T03:00:00+01:00 a\n");
+    EXPECT_EQ(Kept("2026-11-21T03:00:00+01:00 a\n2026-11-21T03:00:00Z a\n"),
+              "2026-11-21T03:00:00+01:00 a\n2026-11-21T03:00:00Z a\n");
+}
+
+TEST(DxrshFilter, SyslogStampsCrossTheNewYear) {
+    EXPECT_EQ(Kept("Dec 31 23:59:59 a\nJan  1 00:00:00 a\nJan  1 00:59:59 a\n", {"--year", "2026"}),
+              "Dec 31 23:59:59 a\nJan  1 00:59:59 a\n");
+}
+
+TEST(DxrshFilter, ALogWithoutStampsStandsStill) {
+    std::string log;
+    for (int i = 0; i < 10000; ++i) {
+        log += "a\n";
+    }
+    EXPECT_EQ(Kept(log), "a\n");
+}
+
+TEST(DxrshFilter, ALineWithoutStampKeepsTheTime) {
+    EXPECT_EQ(
+        Kept("2026-11-21 03:00:00 a\nb\n2026-11-21 03:59:59 c\nb\n2026-11-21 04:00:00 d\nb\n"),
+        "2026-11-21 03:00:00 a\nb\n2026-11-21 03:59:59 c\n2026-11-21 04:00:00 d\nb\n");
+}
+
+TEST(DxrshFilter, LinesBeforeTheFirstStampTakeItsTime) {
+    EXPECT_EQ(Kept("a\n2026-11-21 03:00:00 b\na\n2026-11-21 04:00:00 b\na\n"),
+              "a\n2026-11-21 03:00:00 b\n2026-11-21 04:00:00 b\na\n");
+}
+
+TEST(DxrshFilter, AClockAtTheBeginningOfTimeAgesNothingOut) {
+    EXPECT_EQ(Kept("1970-01-01 00:00:00 a\n1970-01-01 00:00:00 a\n1970-01-01 00:59:59 a\n"
+                   "1970-01-01 01:00:00 a\n"),
+              "1970-01-01 00:00:00 a\n1970-01-01 01:00:00 a\n");
+}
+
+TEST(DxrshFilter, AClockPutBackKeepsEntries) {
+    EXPECT_EQ(Kept("2026-11-21 03:00:00 a\n2026-11-20 03:00:00 a\n2026-11-21 03:00:01 a\n"),
+              "2026-11-21 03:00:00 a\n");
+}
+
+TEST(DxrshFilter, TheIntervalLetsThroughAgain) {
+    EXPECT_EQ(Kept("2026-11-21 03:00:00 a\n"
+                   "2026-11-21 03:00:04 a\n"
+                   "2026-11-21 03:00:05 a\n"
+                   "2026-11-21 03:00:09 a\n"
+                   "2026-11-21 03:00:10 a\n",
+                   {"--interval", "5"}),
+              "2026-11-21 03:00:00 a\n2026-11-21 03:00:05 a\n2026-11-21 03:00:10 a\n");
+}
+
+TEST(DxrshFilter, LinesStayAsTheyStood) {
+    const std::string odd("\xff\xfe\x80 \0 mid\x1b[0m\r", 14);
+    EXPECT_EQ(Kept(odd + "\n" + odd + "\n\tb\nno line break"), odd + "\n\tb\nno line break");
+    EXPECT_EQ(Kept("a\nno line break\nno line break"), "a\nno line break\n");
+}
+
+TEST(DxrshFilter, LinesThatDifferBehindANulDiffer) {
+    const std::string one("a\0b\n", 4);
+    const std::string other("a\0c\n", 4);
+    EXPECT_EQ(Kept(one + other + one + "a\n"), one + other + "a\n");
+}
+
+TEST(DxrshFilter, EmptyLinesAreLetThroughUnasked) {
+    const Outcome outcome = Filter("\n\n2026-11-21 03:00:00\n2026-11-21 03:00:00\n");
+    EXPECT_EQ(outcome.out, "\n\n2026-11-21 03:00:00\n2026-11-21 03:00:00\n");
+    EXPECT_TRUE(Contains(outcome.err, "unasked             4\n")) << outcome.err;
+    EXPECT_FALSE(Contains(outcome.err, "hash")) << outcome.err;
+}
+
+TEST(DxrshFilter, LongLinesAreComparedInTheirFirst1023Characters) {
+    const std::string first(1023, 'x');
+    const std::string shorter(1022, 'x');
+    EXPECT_EQ(Kept(first + "one\n" + first + "two\n" + first + "\n" + shorter + "\n"),
+              first + "one\n" + shorter + "\n");
+    const std::string huge(3'000'000, 'y');
+    EXPECT_TRUE(Kept(huge + "\n" + huge + "\n") == huge + "\n") << "printed whole";
+}
+
+TEST(DxrshFilter, LogTypesAreApart) {
+    EXPECT_TRUE(Contains(Filter("a\n", {"--type", "0"}).err, "logtype[0], "));
+    EXPECT_TRUE(Contains(Filter("a\n", {"--type", "28"}).err, "logtype[28], "));
+}
+
+TEST(DxrshFilter, TheTableShowsTheLatestEntries) {
+    std::string log;
+    for (int i = 0; i < 5000; ++i) {
+        log += "line " + std::to_string(i) + "\n";
+    }
+    const std::string report = Filter(log, {"--rows", "2"}).err;
+    EXPECT_TRUE(Contains(report, "its last 2 of 2047 entries\n")) << report;
+    // 5000 lines in a ring of 2047: the last one stands at position 4999 % 2047.
+    EXPECT_TRUE(Contains(report, "\n  904 ")) << report;
+    EXPECT_TRUE(Contains(report, "\n  905 ")) << report;
+    EXPECT_FALSE(Contains(report, "\n  903 ")) << report;
+    EXPECT_FALSE(Contains(report, "\n  906 ")) << report;
+    EXPECT_TRUE(Contains(Filter(log, {"--rows", "0"}).err, "its last 0 of 2047 entries\n"));
+    const Lines all = SplitLines(Filter(log, {"--rows", "4294967295"}).err);
+    EXPECT_GT(all.size(), 2047U);
+    EXPECT_LT(all.size(), 2100U);
+}
+
+TEST(DxrshFilter, TheTableLeavesOutWhatAgedOut) {
+    const std::string report = Filter("2026-11-21 03:00:00 a\n2026-11-21 05:00:00 \n").err;
+    EXPECT_TRUE(Contains(report, "its last 0 of 0 entries\n")) << report;
+}
+
+// --- Keys
+
+TEST(DxrshFilter, AKeyComparesNumbers) {
+    EXPECT_EQ(Kept("port 1 up\nport 1 down\nport 2 up\nhello\nhello\nport 01 gone\n",
+                   {"--key", "port ([0-9]+)"}),
+              "port 1 up\nport 2 up\nhello\nhello\n");
+}
+
+TEST(DxrshFilter, AKeyWithoutGroupsIsTheWholeMatch) {
+    EXPECT_EQ(Kept("a 7\nb 7\nb 8\n", {"--key", "[0-9]+"}), "a 7\nb 8\n");
+}
+
+TEST(DxrshFilter, TextKeysAreHashed) {
+    EXPECT_EQ(Kept("x: link up\ny: link up\nx: link down\n", {"--key", "link (up|down)"}),
+              "x: link up\nx: link down\n");
+}
+
+TEST(DxrshFilter, FourGroupsMakeOneKey) {
+    const Lines key = {"--key", "([0-9]+)/([0-9]+)/([0-9]+)/([0-9]+)"};
+    EXPECT_EQ(Kept("1/2/3/4 a\n1/2/3/4 b\n1/2/3/5 c\n2/2/3/4 d\n", key),
+              "1/2/3/4 a\n1/2/3/5 c\n2/2/3/4 d\n");
+    // The library joins the digits without a mark between them.
+    EXPECT_EQ(Kept("1/23/4/0 a\n12/3/4/0 b\n", key), "1/23/4/0 a\n");
+}
+
+TEST(DxrshFilter, AGroupWithoutPartIsZero) {
+    EXPECT_EQ(Kept("a\na 0\na 5\n", {"--key", "a( ([1-9]))?"}), "a\na 5\n");
+}
+
+TEST(DxrshFilter, TheReportOfKeys) {
+    const Outcome outcome =
+        Filter("port 1 up\nport 1 down\nother\nport 1 gone\n", {"--key", "port ([0-9]+)"});
+    EXPECT_TRUE(Contains(outcome.err, "  unasked             1\n")) << outcome.err;
+    EXPECT_TRUE(Contains(outcome.err, "\n         2  port 1 down\n")) << outcome.err;
+}
+
+TEST(DxrshFilter, ABadKeyIsRefused) {
+    const Outcome bad = RunDxrsh({"filter", "--key", "("});
+    EXPECT_EQ(bad.status, 2);
+    EXPECT_EQ(bad.out, "");
+    EXPECT_EQ(bad.err, "dxrsh: --key: '(' is no regular expression: Unmatched ( or \\(\n");
+    const Outcome many = RunDxrsh({"filter", "--key", "(a)(b)(c)(d)(e)"});
+    EXPECT_EQ(many.status, 2);
+    EXPECT_EQ(many.err, "dxrsh: --key: '(a)(b)(c)(d)(e)' has more than 4 groups\n");
+}
+
+// --- Arguments, files, output
+
+TEST(DxrshFilter, ReadsAFileOrStandardInput) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Write("log", "a\na\nb\n");
+    EXPECT_EQ(RunDxrsh({"filter", path}, "unread\n").out, "a\nb\n");
+    EXPECT_EQ(RunDxrsh({"filter", "-"}, "a\na\n").out, "a\n");
+    EXPECT_EQ(RunDxrsh({"filter"}, "a\na\n").out, "a\n");
+}
+
+TEST(DxrshFilter, WrongArgumentsAreOneLineAndExitCode2) {
+    const std::vector<std::pair<Lines, std::string>> cases = {
+        {{"--type", "29"}, "dxrsh: --type: Value 29 not in range 0 to 28\n"},
+        {{"--type", "x"}, "dxrsh: --type: Value x not in range 0 to 28\n"},
+        {{"--type", "-1"}, "dxrsh: --type: Value -1 not in range 0 to 28\n"},
+        {{"--interval", "x"}, "dxrsh: Could not convert: --interval = x\n"},
+        {{"--year", "1969"}, "dxrsh: --year: Value 1969 not in range 1970 to 2105\n"},
+        {{"--bogus"}, "dxrsh: The following argument was not expected: --bogus\n"},
+    };
+    for (const auto &[options, message] : cases) {
+        Lines arguments = options;
+        arguments.insert(arguments.begin(), "filter");
+        const Outcome outcome = RunDxrsh(arguments);
+        EXPECT_EQ(outcome.status, 2) << PrintToString(options);
+        EXPECT_EQ(outcome.out, "") << PrintToString(options);
+        EXPECT_EQ(outcome.err, message) << PrintToString(options);
+    }
+}
+
+TEST(DxrshFilter, AMissingFileIsOneLineAndExitCode1) {
+    const Outcome outcome = RunDxrsh({"filter", "/nonexistent/log"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "dxrsh: cannot open /nonexistent/log: No such file or directory\n");
+}
+
+TEST(DxrshFilter, ADirectoryIsOneLineAndExitCode1) {
+    const Outcome outcome = RunDxrsh({"filter", "/"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "dxrsh: cannot read /: Is a directory\n");
+}
+
+TEST(DxrshFilter, EndsQuietlyWhenTheReaderLeaves) {
+    int ends[2] = {};
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    const Outcome outcome = dxrtest::RunDxrshInto(ends[1], {"filter"}, "a\nb\n");
+    close(ends[1]);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST(DxrshFilter, AFullDeviceIsAFailure) {
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(full, 0);
+    const Outcome outcome = dxrtest::RunDxrshInto(full, {"filter"}, "a\n");
+    close(full);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "dxrsh: cannot write the output: No space left on device\n");
+}
+
+// --- Against a model: texts remembered for an hour, all distinct enough never to fill the ring
+
+TEST(DxrshFilter, RandomLogsAgreeWithAModel) {
+    std::mt19937_64 random(dxrtest::Seed());
+    const auto below = [&random](std::uint64_t bound) { return random() % bound; };
+    std::string log;
+    std::string expected;
+    std::unordered_map<std::string, std::uint64_t> firstSeen;
+    std::uint64_t sec = 0;  // since 2026-11-21 00:00:00
+    for (int i = 0; i < 20000; ++i) {
+        sec += below(4);
+        const std::uint64_t day = 21 + sec / 86400;
+        const std::uint64_t inDay = sec % 86400;
+        char stamp[64];
+        (void)std::snprintf(stamp, sizeof(stamp), "2026-11-%02u %02u:%02u:%02u ",
+                            static_cast<unsigned>(day), static_cast<unsigned>(inDay / 3600),
+                            static_cast<unsigned>(inDay / 60 % 60),
+                            static_cast<unsigned>(inDay % 60));
+        const std::string text = "link " + std::to_string(below(500)) + " changed";
+        const std::string line = stamp + text + "\n";
+        log += line;
+        const auto seen = firstSeen.find(text);
+        if (seen == firstSeen.end() || sec - seen->second >= 3600) {
+            firstSeen[text] = sec;
+            expected += line;
+        }
+    }
+    EXPECT_TRUE(Kept(log) == expected);
+}
+
+}  // namespace

@@ -1,0 +1,98 @@
+// dxrsh itself, and its commands without an input.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tools/run_dxrsh.h"
+
+namespace {
+
+using dxrtest::Outcome;
+using dxrtest::RunDxrsh;
+using dxrtest::SplitLines;
+
+TEST(Dxrsh, TellsItsVersion) {
+    const Outcome outcome = RunDxrsh({"--version"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "dxrsh " DXRSH_EXPECTED_VERSION "\n");
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST(Dxrsh, HelpNamesEveryCommandAndEachHasHelp) {
+    const Outcome help = RunDxrsh({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.err, "");
+    for (const std::string command : {"filter", "slots"}) {
+        EXPECT_NE(help.out.find("\n  " + command + " "), std::string::npos) << command;
+        const Outcome outcome = RunDxrsh({command, "--help"});
+        EXPECT_EQ(outcome.status, 0) << command;
+        EXPECT_NE(outcome.out.find("Usage: dxrsh " + command), std::string::npos) << outcome.out;
+        EXPECT_EQ(outcome.err, "") << command;
+    }
+}
+
+TEST(Dxrsh, HelpFitsATerminal) {
+    for (const std::string &line : SplitLines(RunDxrsh({"filter", "--help"}).out)) {
+        EXPECT_LE(line.size(), 110U) << line;
+    }
+}
+
+TEST(Dxrsh, WithoutACommandItSaysSo) {
+    const Outcome outcome = RunDxrsh({});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "dxrsh: name a command; 'dxrsh --help' lists them\n");
+}
+
+TEST(Dxrsh, AnUnknownCommandIsRefused) {
+    const Outcome outcome = RunDxrsh({"bogus"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "dxrsh: The following argument was not expected: bogus\n");
+}
+
+TEST(DxrshSlots, ListsAll226InOrder) {
+    const Outcome outcome = RunDxrsh({"slots"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
+    const std::vector<std::string> lines = SplitLines(outcome.out);
+    ASSERT_EQ(lines.size(), 228U) << "a heading, the slots, a sum";
+    EXPECT_EQ(lines[0],
+              "slot  group       index  function                                   "
+              "host    fallback");
+    for (std::size_t slot = 0; slot < 226; ++slot) {
+        EXPECT_EQ(std::stoul(lines[slot + 1].substr(0, 4)), slot) << lines[slot + 1];
+    }
+    EXPECT_EQ(lines[227], "226 slots, 32 filled, 194 empty");
+}
+
+TEST(DxrshSlots, RowsTellFunctionHostAndFallback) {
+    const std::vector<std::string> lines = SplitLines(RunDxrsh({"slots"}).out);
+    for (
+        const std::string row : {
+            "   0  Alarm           0  DXR_Alarm                                  empty   1",
+            "   2  Alarm           2  -                                          empty   ",
+            " 103  Memory          0  DXR_Free                                   filled  no result",
+            " 104  Memory          1  DXR_Malloc                                 filled  NULL",
+            " 144  System          9  DXR_GetBinFolderName                       filled  \".\"",
+            " 225  Temperature     0  DXR_RegisterQueryTempFunc                  empty   no result",
+        }) {
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), row), 1) << row;
+    }
+}
+
+TEST(DxrshSlots, OneGroupAlone) {
+    const std::vector<std::string> lines = SplitLines(RunDxrsh({"slots", "--group", "Memory"}).out);
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[3], "2 slots, 2 filled, 0 empty");
+}
+
+TEST(DxrshSlots, AnUnknownGroupIsRefused) {
+    const Outcome outcome = RunDxrsh({"slots", "--group", "Nope"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "dxrsh: slots: there is no group 'Nope'\n");
+}
+
+}  // namespace

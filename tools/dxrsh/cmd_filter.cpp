@@ -1,0 +1,290 @@
+// dxrsh filter: a log through the log filter.
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commands.h"
+#include "dxr_devhost.h"
+#include "errors.h"
+#include "file_io.h"
+#include "host.h"
+#include "line_clock.h"
+#include "line_key.h"
+#include "progress.h"
+#include "say.h"
+#include "suppressed_lines.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr std::uint32_t kLastLogType = 28;
+constexpr std::size_t kComparedCharacters =
+    1023;  // of a message; the library's buffer holds no more
+constexpr std::size_t kTopLines = 10;
+constexpr std::size_t kTopWidth = 100;
+
+struct FilterOptions {
+    std::string path = "-";
+    std::uint32_t logType = 0;
+    std::uint32_t interval = 0;
+    std::uint32_t tableRows = 10;
+    std::optional<std::string> key;
+    std::optional<int> year;
+};
+
+// The library's filter, alive as long as this object.
+class LogFilter {
+  public:
+    LogFilter() {
+        if (DXR_InitLogFilter(DXR_GetDefaultMid()) != 0) {
+            throw RunError("not enough memory for the log filter");
+        }
+        DxrHostSetDiagSink([](const char *, void *passed) { *static_cast<bool *>(passed) = true; },
+                           &passed_);
+    }
+    ~LogFilter() {
+        DxrHostSetDiagFile(nullptr);
+        DXR_DestroyLogFilter();
+    }
+    LogFilter(const LogFilter &) = delete;
+    LogFilter &operator=(const LogFilter &) = delete;
+    LogFilter(LogFilter &&) = delete;
+    LogFilter &operator=(LogFilter &&) = delete;
+
+    // True when the line is let through.
+    bool PassesByText(const DxrLogFilterCfg &site, const char *text) {
+        passed_ = false;
+        DXR_SameLogFilter(&site, "%s", text);
+        return passed_;
+    }
+    bool PassesByKey(const DxrLogFilterCfg &site, const char *text) {
+        passed_ = false;
+        DXR_DiffLogFilter(&site, "%s", text);
+        return passed_;
+    }
+
+  private:
+    bool passed_ = false;
+};
+
+struct Counts {
+    std::uint64_t lines = 0;
+    std::uint64_t passed = 0;
+    std::uint64_t unasked = 0;  // of those that passed
+};
+
+class FilterRun {
+  public:
+    explicit FilterRun(const FilterOptions &options)
+        : options_(options),
+          input_(options.path),
+          reader_(input_),
+          output_(STDOUT_FILENO),
+          clock_(options.year),
+          progress_(input_.Size()) {
+        site_.logType = options.logType;
+        site_.interval = options.interval;
+        if (options.key) {
+            key_ = std::make_unique<LineKey>(*options.key);
+        }
+    }
+
+    void Run() {
+        // What has been let through is seen before the next read, which may wait for a writer.
+        reader_.OnRead([this] {
+            output_.Flush();
+            progress_.Update(reader_.BytesRead());
+        });
+        reader_.Prime();
+        clock_.Start(reader_.Ahead());
+        Line line{};
+        while (reader_.Next(line)) {
+            ++counts_.lines;
+            if (Passes(clock_.Take(line.text))) {
+                ++counts_.passed;
+                output_.Write(line.text);
+                if (line.complete) {
+                    output_.Write("\n");
+                }
+            }
+        }
+        output_.Flush();
+        progress_.Clear();
+    }
+
+    [[nodiscard]] const Counts &Result() const { return counts_; }
+    [[nodiscard]] std::vector<SuppressedLine> MostSuppressed() const {
+        return suppressed_.Top(kTopLines);
+    }
+
+  private:
+    bool Passes(std::string_view text) {
+        if (text.empty()) {
+            ++counts_.unasked;
+            return true;
+        }
+        return key_ ? PassesByKey(WithoutNul(text)) : PassesByText(WithoutNul(text));
+    }
+
+    bool PassesByText(std::string_view text) {
+        const bool passed = filter_.PassesByText(site_, text.data());
+        if (!passed) {
+            const std::string_view compared = text.substr(0, kComparedCharacters);
+            suppressed_.Add(compared, compared);
+        }
+        return passed;
+    }
+
+    bool PassesByKey(std::string_view text) {
+        Keys keys{};
+        if (!key_->Find(text.data(), keys)) {
+            ++counts_.unasked;
+            return true;
+        }
+        DxrLogFilterCfg site = site_;
+        site.key1 = keys[0];
+        site.key2 = keys[1];
+        site.key3 = keys[2];
+        site.key4 = keys[3];
+        const bool passed = filter_.PassesByKey(site, text.data());
+        if (!passed) {
+            // The digits follow each other without a mark between them, as in the library's key.
+            const std::string digits = fmt::format("{}{}{}{}", keys[0], keys[1], keys[2], keys[3]);
+            suppressed_.Add(digits, text);
+        }
+        return passed;
+    }
+
+    // A C text ends at a NUL byte; as no line holds a line break, one can stand for it in what is
+    // compared.
+    std::string_view WithoutNul(std::string_view text) {
+        if (text.find('\0') == std::string_view::npos) {
+            return text;
+        }
+        scratch_ = text;
+        std::replace(scratch_.begin(), scratch_.end(), '\0', '\n');
+        return scratch_;
+    }
+
+    const FilterOptions &options_;
+    Input input_;
+    LineReader reader_;
+    Output output_;
+    LineClock clock_;
+    Progress progress_;
+    LogFilter filter_;
+    DxrLogFilterCfg site_{};
+    std::unique_ptr<LineKey> key_;
+    SuppressedLines suppressed_;
+    Counts counts_;
+    std::string scratch_;
+};
+
+double Percent(std::uint64_t part, std::uint64_t whole) {
+    return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+}
+
+void SayCounts(const Counts &counts) {
+    const std::uint64_t suppressed = counts.lines - counts.passed;
+    Say(stderr, "lines read   {:>10}\n", counts.lines);
+    Say(stderr, "let through  {:>10}  {:5.1f} %\n", counts.passed,
+        Percent(counts.passed, counts.lines));
+    if (counts.unasked != 0) {
+        Say(stderr, "  unasked    {:>10}\n", counts.unasked);
+    }
+    Say(stderr, "suppressed   {:>10}  {:5.1f} %\n", suppressed, Percent(suppressed, counts.lines));
+}
+
+void SayMostSuppressed(const std::vector<SuppressedLine> &lines) {
+    if (lines.empty()) {
+        return;
+    }
+    Say(stderr, "\nmost suppressed\n");
+    for (const SuppressedLine &line : lines) {
+        Say(stderr, "{:>10}  {}\n", line.count, Printable(line.text, kTopWidth));
+    }
+}
+
+// The filter's own table of the log type, with its latest entries.
+void SayTable(const FilterOptions &options) {
+    constexpr std::uint32_t kRoomForHead = 1024;
+    constexpr std::uint32_t kRoomForRow = 128;
+    DxrLogFilterCfg show{};
+    show.logType = options.logType;
+    std::vector<char> text(kRoomForHead);
+    std::uint32_t length = 0;
+    // Showing no row drops what is out of date, so that the rows chosen next are the live ones.
+    DXR_ShowLogFilterInfo(&show, text.data(), &length, kRoomForHead);
+    const DxrLogFilterInfo info = *DXR_GetLogFilter(options.logType);
+    const std::uint32_t live = info.curSize;
+    const std::uint32_t rows = std::min(options.tableRows, live);
+    show.key1 = info.curIndex + live - rows;
+    show.key2 = rows;
+    text.resize(kRoomForHead + std::size_t{rows} * kRoomForRow);
+    DXR_ShowLogFilterInfo(&show, text.data(), &length, static_cast<std::uint32_t>(text.size()));
+    Say(stderr, "\nthe filter's table, its last {} of {} entries\n{}", rows, live,
+        PlainLines({text.data(), length}));
+}
+
+void RunFilter(const FilterOptions &options) {
+    const Host host;
+    {
+        FilterRun run(options);
+        run.Run();
+        SayCounts(run.Result());
+        SayMostSuppressed(run.MostSuppressed());
+        SayTable(options);
+        Say(stderr, "\nmemory of the filter\n{}", MemoryReport());
+    }
+    Say(stderr, "memory after its end\n{}", MemoryReport());
+}
+
+constexpr const char *kHelp =
+    "A line that was let through within the last hour is suppressed. The lines let through go\n"
+    "to standard output as they stand; a summary, the lines most often suppressed, the filter's\n"
+    "table and its memory go to standard error. Compared is the text behind the time stamp, at\n"
+    "most 1023 characters of it. Empty lines are let through without asking the filter.\n"
+    "\n"
+    "With --key lines are compared by numbers found in them, whatever the rest of their text:\n"
+    "the expression has up to four groups, which give key1 to key4; without groups the whole\n"
+    "match gives key1. A number (decimal, or hexadecimal behind 0x) is its own value, other\n"
+    "text its hash. Keys with the same digits in a row (1, 23 and 12, 3) are one key. Lines\n"
+    "that do not match are let through without asking the filter.\n"
+    "\n";
+
+}  // namespace
+
+void AddFilterCommand(CLI::App &program) {
+    const auto options = std::make_shared<FilterOptions>();
+    CLI::App *const command = program.add_subcommand("filter", "Runs a log through the log filter");
+    command->footer(std::string(kHelp) + kStampHelp);
+    command->add_option("FILE", options->path, "The log; - or nothing is standard input");
+    command->add_option("--type", options->logType, "Log type, 0 to 28 (default 0)")
+        ->check(CLI::Range(std::uint32_t{0}, kLastLogType))
+        ->type_name("N");
+    command
+        ->add_option("--interval", options->interval,
+                     "Let a repeated line through again after so many seconds (default 0: never)")
+        ->type_name("S");
+    command
+        ->add_option("--key", options->key,
+                     "Compare lines by key: an extended regular expression, as of grep -E")
+        ->type_name("REGEX");
+    command
+        ->add_option("--rows", options->tableRows,
+                     "Rows of the filter's table to show, the latest (default 10)")
+        ->type_name("N");
+    AddYearOption(*command, options->year);
+    command->callback([options] { RunFilter(*options); });
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,15 @@
+// The sub-commands: each function adds one to the program, with its options, its help and what it
+// does.
+#ifndef DXRSH_COMMANDS_H
+#define DXRSH_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+
+namespace dxrsh {
+
+void AddFilterCommand(CLI::App &program);
+void AddSlotsCommand(CLI::App &program);
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_COMMANDS_H

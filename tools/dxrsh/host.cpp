@@ -1,0 +1,50 @@
+#include "host.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <vector>
+
+#include "dxr_devhost.h"
+#include "errors.h"
+
+namespace dxrsh {
+
+Host::Host(std::uint32_t maxLevel) {
+    if (DxrHostInstall() != 0) {
+        throw RunError("the development host could not be installed");
+    }
+    DxrHostSetClock(0, 0);
+    DxrHostSetDiagFile(nullptr);
+    DxrHostSetPrintFile(stderr, maxLevel, "dxrsh: ");
+}
+
+Host::~Host() {
+    DXR_RegisterHooks(nullptr);
+    DxrHostReset();
+}
+
+MessageCatcher::MessageCatcher() {
+    const auto keep = [](std::uint32_t, const char *text, void *user) {
+        static_cast<MessageCatcher *>(user)->last_ = text;
+    };
+    DxrHostSetPrintSink(keep, this, kLevelAll);
+}
+
+MessageCatcher::~MessageCatcher() {
+    DxrHostSetPrintFile(stderr, kLevelFailure, "dxrsh: ");
+}
+
+std::string MemoryReport() {
+    std::vector<DxrHostMemoryAccount> accounts(DxrHostGetMemoryAccounts(nullptr, 0));
+    DxrHostGetMemoryAccounts(accounts.data(), static_cast<std::uint32_t>(accounts.size()));
+    std::string report;
+    for (const DxrHostMemoryAccount &account : accounts) {
+        report +=
+            fmt::format("  module {}: {} blocks, {} bytes live; at most {} bytes\n", account.mid,
+                        account.blocksLive, account.bytesLive, account.bytesPeak);
+    }
+    return report.empty() ? "  none\n" : report;
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,49 @@
+// The development host, as the commands use it.
+#ifndef DXRSH_HOST_H
+#define DXRSH_HOST_H
+
+#include <cstdint>
+#include <string>
+
+namespace dxrsh {
+
+// Levels of the library's messages, as far as commands choose among them.
+constexpr std::uint32_t kLevelFailure = 1;
+constexpr std::uint32_t kLevelAll = 6;
+
+// Installs the host for the time of a command: a stopped clock, no diagnostic lines, and the
+// library's messages up to `maxLevel` on standard error.
+class Host {
+  public:
+    explicit Host(std::uint32_t maxLevel = kLevelFailure);
+    ~Host();
+    Host(const Host &) = delete;
+    Host &operator=(const Host &) = delete;
+    Host(Host &&) = delete;
+    Host &operator=(Host &&) = delete;
+};
+
+// Catches the library's messages instead of writing them.
+class MessageCatcher {
+  public:
+    MessageCatcher();
+    ~MessageCatcher();
+    MessageCatcher(const MessageCatcher &) = delete;
+    MessageCatcher &operator=(const MessageCatcher &) = delete;
+    MessageCatcher(MessageCatcher &&) = delete;
+    MessageCatcher &operator=(MessageCatcher &&) = delete;
+
+    // The latest message; empty when there was none.
+    [[nodiscard]] const std::string &Last() const { return last_; }
+
+  private:
+    std::string last_;
+};
+
+// One line for each module identifier: what it holds now and held at most. "none" when nobody
+// allocated.
+[[nodiscard]] std::string MemoryReport();
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_HOST_H

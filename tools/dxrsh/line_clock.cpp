@@ -1,0 +1,66 @@
+#include "line_clock.h"
+
+#include <ctime>
+
+#include "dxr_devhost.h"
+
+namespace dxrsh {
+namespace {
+
+StampReader ReaderFor(std::optional<int> year) {
+    return year ? StampReader::FromYear(*year)
+                : StampReader::Before(static_cast<std::uint32_t>(std::time(nullptr)));
+}
+
+}  // namespace
+
+const char *const kStampHelp =
+    "A time stamp at the head of a line (2026-11-21 03:37:00, 2026-11-21T03:37:00.25+01:00,\n"
+    "Nov 21 03:37:00) sets the clock; one without a zone counts as UTC. A line without a stamp\n"
+    "keeps the time of the line before it. The lines before the first stamp take that stamp's\n"
+    "time when it stands in the first block read (1 MiB of a file). A log without any stamp\n"
+    "stands at 2000-01-01 00:00:00 throughout.";
+
+LineClock::LineClock(std::optional<int> year) : stamps_(ReaderFor(year)) {
+}
+
+void LineClock::Set(std::uint32_t sec) {
+    if (!firstSec_) {
+        firstSec_ = sec;
+    }
+    nowSec_ = sec;
+    DxrHostSetClock(sec, startupSec_ + (sec - *firstSec_));
+}
+
+void LineClock::Start(std::string_view beginningOfLog) {
+    while (!beginningOfLog.empty()) {
+        const std::string_view line = beginningOfLog.substr(0, beginningOfLog.find('\n'));
+        if (const auto stamp = stamps_.Read(line)) {
+            Set(stamp->sec);
+            return;
+        }
+        beginningOfLog.remove_prefix(std::min(line.size() + 1, beginningOfLog.size()));
+    }
+    DxrHostSetClock(kUnstampedSec, startupSec_);
+}
+
+std::string_view LineClock::Take(std::string_view line) {
+    const auto stamp = stamps_.Read(line);
+    if (!stamp) {
+        return line;
+    }
+    if (stamp->sec != nowSec_ || !firstSec_) {
+        Set(stamp->sec);
+    }
+    return line.substr(stamp->length);
+}
+
+void AddYearOption(CLI::App &command, std::optional<int> &year) {
+    command
+        .add_option("--year", year,
+                    "Year of a log whose stamps have none (default: the latest not in the future)")
+        ->check(CLI::Range(kFirstYear, kLastYear))
+        ->type_name("N");
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,77 @@
+#include "line_key.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <optional>
+
+#include "dxr_api.h"
+#include "errors.h"
+
+namespace dxrsh {
+namespace {
+
+std::optional<std::uint32_t> WholeNumber(std::string_view digits, int base) {
+    std::uint32_t value = 0;
+    const char *const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value, base);
+    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+}
+
+std::string ErrorText(int error, const regex_t &regex) {
+    std::array<char, 256> text{};
+    regerror(error, &regex, text.data(), text.size());
+    return text.data();
+}
+
+}  // namespace
+
+LineKey::LineKey(const std::string &expression) {
+    const int error = regcomp(&regex_, expression.c_str(), REG_EXTENDED);
+    if (error != 0) {
+        throw UsageError(fmt::format("--key: '{}' is no regular expression: {}", expression,
+                                     ErrorText(error, regex_)));
+    }
+    if (regex_.re_nsub > kKeyCount) {
+        regfree(&regex_);
+        throw UsageError(fmt::format("--key: '{}' has more than {} groups", expression, kKeyCount));
+    }
+}
+
+LineKey::~LineKey() {
+    regfree(&regex_);
+}
+
+bool LineKey::Find(const char *text, Keys &keys) const {
+    std::array<regmatch_t, kKeyCount + 1> matches{};  // the whole match, then the groups
+    if (regexec(&regex_, text, matches.size(), matches.data(), 0) != 0) {
+        return false;
+    }
+    keys = {};
+    const std::size_t first = regex_.re_nsub == 0 ? 0 : 1;
+    const std::size_t count = regex_.re_nsub == 0 ? 1 : regex_.re_nsub;
+    for (std::size_t i = 0; i < count; ++i) {
+        const regmatch_t &match = matches[first + i];
+        if (match.rm_so >= 0) {
+            keys[i] =
+                KeyValue({text + match.rm_so, static_cast<std::size_t>(match.rm_eo - match.rm_so)});
+        }
+    }
+    return true;
+}
+
+std::uint32_t KeyValue(std::string_view text) {
+    const bool hexadecimal = text.size() > 2 && text.substr(0, 2) == "0x";
+    const auto number = hexadecimal ? WholeNumber(text.substr(2), 16) : WholeNumber(text, 10);
+    if (number) {
+        return *number;
+    }
+    std::uint32_t hash = 0;
+    DxrLogFilterHashInput input{};
+    input.text = text.data();
+    input.length = static_cast<std::uint32_t>(text.size());
+    DXR_SimpleHash(&input, &hash);
+    return hash;
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,55 @@
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <exception>
+
+#include "commands.h"
+#include "errors.h"
+#include "say.h"
+#include "version.h"
+
+namespace {
+
+void AddCommands(CLI::App &program) {
+    dxrsh::AddFilterCommand(program);
+    dxrsh::AddSlotsCommand(program);
+}
+
+int Run(int argc, char **argv) {
+    CLI::App program(
+        "Runs the logic of libdxr_api on real input, within a development host.\n"
+        "'dxrsh COMMAND --help' tells about one command.",
+        "dxrsh");
+    program.set_version_flag("--version", "dxrsh " DXRSH_VERSION);
+    AddCommands(program);
+    try {
+        program.parse(argc, argv);  // runs the command
+        if (program.get_subcommands().empty()) {
+            throw dxrsh::UsageError("name a command; 'dxrsh --help' lists them");
+        }
+        return 0;
+    } catch (const CLI::Success &success) {  // --help, --version
+        return program.exit(success);
+    } catch (const CLI::ParseError &error) {
+        dxrsh::Say(stderr, "dxrsh: {}\n", error.what());
+        return dxrsh::kExitUsage;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // A reader that left shows as a failed write, which ends the program in order.
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return Run(argc, argv);
+    } catch (const dxrsh::BrokenPipe &) {
+        return 0;
+    } catch (const dxrsh::UsageError &error) {
+        dxrsh::Say(stderr, "dxrsh: {}\n", error.what());
+        return dxrsh::kExitUsage;
+    } catch (const std::exception &error) {
+        dxrsh::Say(stderr, "dxrsh: {}\n", error.what());
+        return dxrsh::kExitFailure;
+    }
+}
