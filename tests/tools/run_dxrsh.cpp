@@ -1,16 +1,16 @@
 #include "tools/run_dxrsh.h"
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <sstream>
 #include <stdexcept>
 
 #include "tools/temporary_directory.h"
-
-extern char **environ;
 
 namespace dxrtest {
 namespace {
@@ -25,21 +25,53 @@ int Wait(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-// Standard output goes to `outputFd`, or to the file `out` of the directory when that is negative.
-int Spawn(const TemporaryDirectory &directory, int outputFd,
-          const std::vector<std::string> &arguments) {
-    constexpr int kNewFile = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, directory.Path("in").c_str(), O_RDONLY, 0);
-    if (outputFd >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, outputFd, 1);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, 1, directory.Path("out").c_str(), kNewFile,
-                                         0600);
-    }
-    posix_spawn_file_actions_addopen(&actions, 2, directory.Path("err").c_str(), kNewFile, 0600);
+struct Setting {
+    int outputFd = -1;  // negative: a file
+    std::string opt;    // empty: the machine's own
+};
 
+void WriteFile(const char *path, const std::string &text) {
+    const int fd = open(path, O_WRONLY | O_CLOEXEC);
+    if (fd >= 0) {
+        (void)!write(fd, text.data(), text.size());
+        close(fd);
+    }
+}
+
+// A mount namespace of one's own; whoever is not root becomes it within a user namespace.
+bool EnterNamespace() {
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    if (unshare(CLONE_NEWNS) != 0) {
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+            return false;
+        }
+        WriteFile("/proc/self/setgroups", "deny");
+        WriteFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+        WriteFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+    }
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+// In the child: gives what is wrong, or does not return.
+const char *Execute(const TemporaryDirectory &directory, const Setting &setting,
+                    const std::vector<std::string> &arguments) {
+    constexpr int kNewFile = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
+    const int in = open(directory.Path("in").c_str(), O_RDONLY | O_CLOEXEC);
+    const int out = setting.outputFd >= 0 ? setting.outputFd
+                                          : open(directory.Path("out").c_str(), kNewFile, 0600);
+    const int err = open(directory.Path("err").c_str(), kNewFile, 0600);
+    if (dup2(in, 0) != 0 || dup2(out, 1) != 1 || dup2(err, 2) != 2) {
+        return "cannot redirect";
+    }
+    if (!setting.opt.empty()) {
+        if (!EnterNamespace()) {
+            return "this test needs the right to make a mount namespace";
+        }
+        if (mount(setting.opt.c_str(), "/opt", nullptr, MS_BIND, nullptr) != 0) {
+            return "cannot mount over /opt";
+        }
+    }
     std::vector<std::string> words = arguments;
     words.insert(words.begin(), "dxrsh");
     std::vector<char *> argv;
@@ -47,27 +79,42 @@ int Spawn(const TemporaryDirectory &directory, int outputFd,
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    pid_t child = 0;
-    const int error = posix_spawn(&child, DXRSH_PROGRAM, &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        throw std::runtime_error("cannot run " DXRSH_PROGRAM);
+    execv(DXRSH_PROGRAM, argv.data());
+    return "cannot run " DXRSH_PROGRAM;
+}
+
+Outcome Run(const Setting &setting, const std::vector<std::string> &arguments,
+            const std::string &standardInput) {
+    constexpr int kNotStarted = 99;
+    const TemporaryDirectory directory;
+    directory.Write("in", standardInput);
+    const pid_t child = fork();
+    if (child < 0) {
+        throw std::runtime_error("fork failed");
     }
-    return Wait(child);
+    if (child == 0) {
+        const std::string complaint = Execute(directory, setting, arguments);
+        (void)!write(2, complaint.data(), complaint.size());
+        _exit(kNotStarted);
+    }
+    const int status = Wait(child);
+    return {status, directory.Read("out"), directory.Read("err")};
 }
 
 }  // namespace
 
-Outcome RunDxrshInto(int outputFd, const std::vector<std::string> &arguments,
-                     const std::string &standardInput) {
-    const TemporaryDirectory directory;
-    directory.Write("in", standardInput);
-    const int status = Spawn(directory, outputFd, arguments);
-    return {status, directory.Read("out"), directory.Read("err")};
+Outcome RunDxrsh(const std::vector<std::string> &arguments, const std::string &standardInput) {
+    return Run({}, arguments, standardInput);
 }
 
-Outcome RunDxrsh(const std::vector<std::string> &arguments, const std::string &standardInput) {
-    return RunDxrshInto(-1, arguments, standardInput);
+Outcome RunDxrshInto(int outputFd, const std::vector<std::string> &arguments,
+                     const std::string &standardInput) {
+    return Run({outputFd, {}}, arguments, standardInput);
+}
+
+Outcome RunDxrshWithOpt(const std::string &opt, const std::vector<std::string> &arguments,
+                        const std::string &standardInput) {
+    return Run({-1, opt}, arguments, standardInput);
 }
 
 std::vector<std::string> SplitLines(const std::string &text) {

@@ -20,6 +20,11 @@ struct Outcome {
 [[nodiscard]] Outcome RunDxrshInto(int outputFd, const std::vector<std::string> &arguments,
                                    const std::string &standardInput = {});
 
+// The same with a directory in the place of /opt, in a mount namespace that only the program sees.
+[[nodiscard]] Outcome RunDxrshWithOpt(const std::string &opt,
+                                      const std::vector<std::string> &arguments,
+                                      const std::string &standardInput = {});
+
 // The lines of a text without their line breaks.
 [[nodiscard]] std::vector<std::string> SplitLines(const std::string &text);
 

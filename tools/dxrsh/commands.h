@@ -7,7 +7,10 @@
 
 namespace dxrsh {
 
+void AddFaultCommand(CLI::App &program);
 void AddFilterCommand(CLI::App &program);
+void AddMsgFilterCommand(CLI::App &program);
+void AddSimulateCommand(CLI::App &program);
 void AddSlotsCommand(CLI::App &program);
 
 }  // namespace dxrsh

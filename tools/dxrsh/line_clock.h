@@ -32,11 +32,10 @@ class LineClock {
     // Sets the clock to the line's stamp, or leaves it; returns the line without its stamp.
     std::string_view Take(std::string_view line);
 
+    void Set(std::uint32_t sec);
     [[nodiscard]] std::uint32_t Now() const { return nowSec_; }
 
   private:
-    void Set(std::uint32_t sec);
-
     StampReader stamps_;
     std::optional<std::uint32_t> firstSec_;
     std::uint32_t startupSec_ = 0;

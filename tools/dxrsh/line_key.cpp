@@ -2,21 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
-#include <optional>
-
 #include "dxr_api.h"
 #include "errors.h"
+#include "numbers.h"
 
 namespace dxrsh {
 namespace {
-
-std::optional<std::uint32_t> WholeNumber(std::string_view digits, int base) {
-    std::uint32_t value = 0;
-    const char *const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, value, base);
-    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
-}
 
 std::string ErrorText(int error, const regex_t &regex) {
     std::array<char, 256> text{};
@@ -61,9 +52,7 @@ bool LineKey::Find(const char *text, Keys &keys) const {
 }
 
 std::uint32_t KeyValue(std::string_view text) {
-    const bool hexadecimal = text.size() > 2 && text.substr(0, 2) == "0x";
-    const auto number = hexadecimal ? WholeNumber(text.substr(2), 16) : WholeNumber(text, 10);
-    if (number) {
+    if (const auto number = WholeNumber(text)) {
         return *number;
     }
     std::uint32_t hash = 0;

@@ -12,6 +12,9 @@ namespace {
 
 void AddCommands(CLI::App &program) {
     dxrsh::AddFilterCommand(program);
+    dxrsh::AddFaultCommand(program);
+    dxrsh::AddSimulateCommand(program);
+    dxrsh::AddMsgFilterCommand(program);
     dxrsh::AddSlotsCommand(program);
 }
 

@@ -1,0 +1,159 @@
+// dxrsh fault: fault specifications, judged at the events of a log.
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "commands.h"
+#include "dxr_api.h"
+#include "errors.h"
+#include "file_io.h"
+#include "host.h"
+#include "line_clock.h"
+#include "numbers.h"
+#include "time_stamp.h"
+
+namespace dxrsh {
+namespace {
+
+struct FaultOptions {
+    std::vector<std::string> rules;
+    std::optional<std::uint32_t> timeout;
+    std::string path = "-";
+    std::uint32_t uptime = 0;
+    std::string endTime;
+    std::optional<int> year;
+};
+
+using Rule = std::pair<std::uint32_t, std::uint32_t>;  // seconds, events
+
+std::vector<Rule> ParseRules(const std::vector<std::string> &texts) {
+    std::vector<Rule> rules;
+    for (const std::string &text : texts) {
+        const std::vector<std::string_view> sides = Split(text, ',');
+        if (sides.size() != 2) {
+            throw UsageError(fmt::format("--rule: '{}' is not of the form SECONDS,EVENTS", text));
+        }
+        rules.emplace_back(RequireNumber(sides[0], "--rule"), RequireNumber(sides[1], "--rule"));
+    }
+    return rules;
+}
+
+// The specifications asked for, of which any one suffices.
+class Specifications {
+  public:
+    explicit Specifications(const FaultOptions &options) {
+        std::vector<Rule> rules = ParseRules(options.rules);
+        const DxrFaultSpecFactory factory;
+        if (rules.size() == 1) {
+            specs_.push_back(factory.CreateSpec(rules[0].first, rules[0].second));
+        } else if (!rules.empty()) {
+            specs_.push_back(factory.CreateSpec(rules));
+        }
+        if (options.timeout) {
+            specs_.push_back(std::make_unique<DxrFaultTimeoutSpec>(*options.timeout));
+        }
+        if (specs_.empty()) {
+            throw UsageError("fault: give a --rule or a --timeout");
+        }
+    }
+
+    [[nodiscard]] std::string_view Judge(const DxrCounter &counter) const {
+        bool fault = false;
+        for (const auto &spec : specs_) {
+            fault = spec->IsSatisfied(&counter) || fault;
+        }
+        return fault ? "fault" : "ok";
+    }
+
+  private:
+    std::vector<std::unique_ptr<DxrFaultSpec>> specs_;
+};
+
+std::optional<std::uint32_t> ParseEnd(const std::string &text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    const auto stamp = StampReader::FromYear(kFirstYear).Read(text);
+    const bool hasYear = text.front() >= '0' && text.front() <= '9';
+    if (!stamp || !hasYear || stamp->length != text.size()) {
+        throw UsageError(fmt::format("--end: '{}' is no time such as 2026-11-21T03:37:00", text));
+    }
+    return stamp->sec;
+}
+
+void RunFault(const FaultOptions &options) {
+    constexpr std::string_view kRow = "{:<19}  {:>6}  {:<7}  {}\n";
+    const Specifications specifications(options);
+    const auto end = ParseEnd(options.endTime);
+    const Host host;
+    LineClock clock(options.year);
+    clock.SetUptime(options.uptime);
+    Input input(options.path);
+    LineReader reader(input);
+    Output output(STDOUT_FILENO);
+    reader.OnRead([&output] { output.Flush(); });
+    output.Write(fmt::format(fmt::runtime(kRow), "time", "events", "before", "with it"));
+    reader.Prime();
+    clock.Start(reader.Ahead());
+
+    const auto counter = std::make_unique<DxrCounter>();
+    Line line{};
+    while (reader.Next(line)) {
+        if (line.text.empty()) {
+            continue;
+        }
+        clock.Take(line.text);
+        const std::string_view before = specifications.Judge(*counter);
+        counter->IncreaseCount();
+        output.Write(fmt::format(fmt::runtime(kRow), FormatTime(clock.Now()), counter->GetCount(),
+                                 before, specifications.Judge(*counter)));
+    }
+    if (end) {
+        clock.Set(*end);
+        output.Write(fmt::format("{:<19}  {:>6}  {}\n", FormatTime(*end), counter->GetCount(),
+                                 specifications.Judge(*counter)));
+    }
+    output.Flush();
+}
+
+}  // namespace
+
+void AddFaultCommand(CLI::App &program) {
+    const auto options = std::make_shared<FaultOptions>();
+    CLI::App *const command =
+        program.add_subcommand("fault", "Fault specifications, judged at the events of a log");
+    command->footer(
+        std::string(
+            "Each line that is not empty is an event. It is judged twice: just before it is\n"
+            "counted, and with it. A rule SECONDS,EVENTS holds when the latest EVENTS events lie\n"
+            "within the last SECONDS seconds; with EVENTS 0 when the latest event is more than\n"
+            "SECONDS seconds old. Of several specifications any one suffices.\n"
+            "\n") +
+        kStampHelp);
+    command->add_option("FILE", options->path, "The events; - or nothing is standard input");
+    command->add_option("--rule", options->rules, "A rule; may be given again")
+        ->type_name("SECONDS,EVENTS")
+        ->allow_extra_args(false);
+    command
+        ->add_option("--timeout", options->timeout,
+                     "Also a fault: an event, and the system up for more than SECONDS")
+        ->type_name("SECONDS");
+    command
+        ->add_option("--uptime", options->uptime,
+                     "How long the system was up at the first event (default 0)")
+        ->type_name("SECONDS");
+    command->add_option("--end", options->endTime, "Judge once more at this time")
+        ->type_name("TIME");
+    AddYearOption(*command, options->year);
+    command->callback([options] { RunFault(*options); });
+}
+
+}  // namespace dxrsh

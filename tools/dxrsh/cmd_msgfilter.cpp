@@ -1,0 +1,213 @@
+// dxrsh msgfilter: the message filter tree, built from a file.
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <list>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commands.h"
+#include "dxr_api.h"
+#include "errors.h"
+#include "file_io.h"
+#include "host.h"
+#include "json_input.h"
+#include "numbers.h"
+#include "replay.h"
+#include "say.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr std::size_t kMaxDepth = 16;
+
+struct MsgFilterOptions {
+    std::string treeFile;
+    std::string path;
+    std::uint32_t count = 0;
+    ReplayOptions replay;
+};
+
+// Records of one level and of all below it. The records point into the levels.
+struct Level {
+    std::vector<DxrMessageFilterInfo> records;
+    std::vector<std::unique_ptr<Level>> below;
+};
+
+Level ReadLevel(std::vector<JsonObject> rows, const std::string &file, std::size_t depth) {
+    if (depth > kMaxDepth) {
+        throw UsageError(fmt::format("{}: the tree has more than {} levels", file, kMaxDepth));
+    }
+    Level level;
+    for (JsonObject &row : rows) {
+        DxrMessageFilterInfo record{};
+        record.msgType = row.Number("type");
+        record.lostCnt = row.Number("lost", 0);
+        const std::string name = row.Text("name", sizeof(record.name) - 1);
+        std::memcpy(record.name, name.data(), name.size());
+        std::vector<JsonObject> children;
+        if (row.Has("filters")) {
+            children = row.Objects("filters");
+        }
+        row.RefuseOtherKeys();
+        if (!children.empty()) {
+            level.below.push_back(
+                std::make_unique<Level>(ReadLevel(std::move(children), file, depth + 1)));
+            record.subFilters = level.below.back()->records.data();
+            record.subFilterNum = static_cast<std::uint32_t>(level.below.back()->records.size());
+        }
+        level.records.push_back(record);
+    }
+    return level;
+}
+
+// Message types from the first level down; none for the root.
+struct FilterPath {
+    std::array<std::uint32_t, kMaxDepth> types{};
+    std::uint32_t length = 0;
+
+    // "1/2/3", or "/" for the root.
+    static FilterPath Parse(std::string_view text) {
+        FilterPath path;
+        if (text == "/") {
+            return path;
+        }
+        for (const std::string_view piece : Split(text, '/')) {
+            const std::uint32_t type = RequireNumber(piece, fmt::format("path '{}'", text));
+            if (path.length == kMaxDepth) {
+                throw UsageError(fmt::format("path '{}' has more than {} levels", text, kMaxDepth));
+            }
+            path.types[path.length] = type;
+            ++path.length;
+        }
+        return path;
+    }
+};
+
+// The library reads as many of the types as it is told; those behind are there and unread.
+template <typename Call>
+auto WithTypes(const FilterPath &path, Call call) {
+    return std::apply([&](auto... types) { return call(path.length, types...); }, path.types);
+}
+
+class FilterTree {
+  public:
+    explicit FilterTree(const std::string &file) {
+        const nlohmann::json document = LoadJson(file);
+        JsonObject top(document, file);
+        std::vector<JsonObject> rows = top.Objects("filters");
+        top.RefuseOtherKeys();
+        const Level level = ReadLevel(std::move(rows), file, 1);
+        static const DxrMessageFilterInfo kNoRecords{};
+        root_ = DXR_CreateMessageFilter(level.records.empty() ? &kNoRecords : level.records.data(),
+                                        static_cast<std::uint32_t>(level.records.size()));
+    }
+    ~FilterTree() { DXR_DestroyMessageFilter(&root_); }
+    FilterTree(const FilterTree &) = delete;
+    FilterTree &operator=(const FilterTree &) = delete;
+    FilterTree(FilterTree &&) = delete;
+    FilterTree &operator=(FilterTree &&) = delete;
+
+    // Throws UsageError when the path leads nowhere.
+    void Set(const std::string &text, std::uint32_t count) const {
+        const FilterPath path = FilterPath::Parse(text);
+        std::list<std::uint32_t> toFind(path.types.begin(), path.types.begin() + path.length);
+        toFind.push_front(0);
+        if (root_->Find(toFind) == nullptr) {
+            throw UsageError(fmt::format("the tree has no node at '{}'", text));
+        }
+        WithTypes(path, [&](auto... arguments) {
+            DXR_SetMessageFilterCount(root_, count, arguments...);
+        });
+    }
+
+    [[nodiscard]] bool IsFiltered(const std::string &text) const {
+        return WithTypes(FilterPath::Parse(text), [&](auto... arguments) {
+            return DXR_IsMessageFiltered(root_, arguments...) != 0;
+        });
+    }
+
+    [[nodiscard]] std::string Listing() const {
+        std::string whole;
+        root_->GetFilterStr(whole);
+        std::vector<char> text(whole.size() + 1);
+        DXR_GetMessageFilterStr(root_, text.data(), static_cast<std::uint32_t>(text.size()));
+        return PlainLines(text.data());
+    }
+
+  private:
+    DxrMessageFilter *root_ = nullptr;
+};
+
+void WriteListing(const FilterTree &tree) {
+    Output output(STDOUT_FILENO);
+    output.Write(tree.Listing());
+    output.Flush();
+}
+
+void Show(const MsgFilterOptions &options) {
+    WriteListing(FilterTree(options.treeFile));
+}
+
+void Set(const MsgFilterOptions &options) {
+    const FilterTree tree(options.treeFile);
+    tree.Set(options.path, options.count);
+    WriteListing(tree);
+}
+
+void Replay(const MsgFilterOptions &options) {
+    const FilterTree tree(options.treeFile);
+    ForEachSetting(options.replay, [&tree](const std::string &path, std::uint32_t count) {
+        tree.Set(path, count);
+    });
+    Output output(STDOUT_FILENO);
+    ForEachMessage(options.replay, [&output, &tree](const std::string &message) {
+        output.Write(
+            fmt::format("{:>16}  {}\n", message, tree.IsFiltered(message) ? "dropped" : "passed"));
+    });
+    output.Write("\n" + tree.Listing());
+    output.Flush();
+}
+
+}  // namespace
+
+void AddMsgFilterCommand(CLI::App &program) {
+    const auto options = std::make_shared<MsgFilterOptions>();
+    CLI::App *const command =
+        program.add_subcommand("msgfilter", "The message filter tree, built from a file");
+    command->require_subcommand(1);
+    command->footer(
+        "TREE is a JSON file; a node has a message type, a name of at most 31 bytes, a number of\n"
+        "messages to drop (0 when it is left out) and, if it is no leaf, filters below it:\n"
+        "    {\"filters\": [{\"type\": 1, \"name\": \"a\", \"lost\": 0,\n"
+        "                  \"filters\": [{\"type\": 2, \"name\": \"b\", \"lost\": 5}]}]}\n"
+        "A PATH is the message types from the first level down, at most 16, such as 1/2; / is the\n"
+        "root.");
+    const auto addAction = [&](const char *name, const char *about) {
+        CLI::App *const action = command->add_subcommand(name, about);
+        action->add_option("TREE", options->treeFile, "The tree, JSON")->required();
+        return action;
+    };
+
+    addAction("show", "Prints the tree")->callback([options] { Show(*options); });
+
+    CLI::App *const set = addAction("set", "Sets one count and prints the tree");
+    set->add_option("PATH", options->path, "The node")->required();
+    set->add_option("COUNT", options->count, "Messages to drop")->required();
+    set->callback([options] { Set(*options); });
+
+    CLI::App *const replay =
+        addAction("replay", "Tells of each message whether it is dropped, then prints the tree");
+    AddReplayOptions(*replay, options->replay, "PATH", "PATH");
+    replay->callback([options] { Replay(*options); });
+}
+
+}  // namespace dxrsh

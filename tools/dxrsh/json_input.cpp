@@ -1,0 +1,115 @@
+#include "json_input.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "errors.h"
+#include "file_io.h"
+#include "say.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr std::size_t kLongestFile = std::size_t{16} << 20U;
+constexpr std::size_t kComplaintWidth = 200;
+
+// Without the class of the exception in front, and with nothing of the file that a terminal could
+// obey.
+std::string Complaint(const nlohmann::json::exception &error) {
+    const std::string_view text = error.what();
+    const std::size_t classEnd = text.find("] ");
+    return Printable(classEnd == std::string_view::npos ? text : text.substr(classEnd + 2),
+                     kComplaintWidth);
+}
+
+}  // namespace
+
+nlohmann::json LoadJson(const std::string &path) {
+    Input input(path);
+    const std::string text = ReadWhole(input, kLongestFile);
+    try {
+        return nlohmann::json::parse(text);
+    } catch (const nlohmann::json::exception &error) {
+        throw UsageError(fmt::format("{}: {}", input.Name(), Complaint(error)));
+    }
+}
+
+JsonObject::JsonObject(const nlohmann::json &value, std::string place)
+    : value_(&value), place_(std::move(place)) {
+    if (!value.is_object()) {
+        throw UsageError(fmt::format("{}: must be an object", place_));
+    }
+}
+
+const nlohmann::json &JsonObject::Value(const char *key) {
+    asked_.insert(key);
+    const auto found = value_->find(key);
+    if (found == value_->end()) {
+        throw UsageError(fmt::format("{}: '{}' is missing", place_, key));
+    }
+    return *found;
+}
+
+bool JsonObject::Has(const char *key) const {
+    return value_->contains(key);
+}
+
+std::uint32_t JsonObject::Number(const char *key) {
+    constexpr std::uint64_t kMax = 0xFFFFFFFF;
+    const nlohmann::json &value = Value(key);
+    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > kMax) {
+        throw UsageError(
+            fmt::format("{}: '{}' must be a whole number from 0 to {}", place_, key, kMax));
+    }
+    return value.get<std::uint32_t>();
+}
+
+std::uint32_t JsonObject::Number(const char *key, std::uint32_t fallback) {
+    asked_.insert(key);
+    return Has(key) ? Number(key) : fallback;
+}
+
+std::string JsonObject::Text(const char *key, std::size_t maxLength) {
+    const nlohmann::json &value = Value(key);
+    if (!value.is_string()) {
+        throw UsageError(fmt::format("{}: '{}' must be a text", place_, key));
+    }
+    auto text = value.get<std::string>();
+    if (text.size() > maxLength) {
+        throw UsageError(
+            fmt::format("{}: '{}' must have at most {} bytes", place_, key, maxLength));
+    }
+    const bool hasControl = std::any_of(text.begin(), text.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < 0x20 || byte == 0x7F;
+    });
+    if (hasControl) {
+        throw UsageError(fmt::format("{}: '{}' must not hold control characters", place_, key));
+    }
+    return text;
+}
+
+std::vector<JsonObject> JsonObject::Objects(const char *key) {
+    const nlohmann::json &value = Value(key);
+    if (!value.is_array()) {
+        throw UsageError(fmt::format("{}: '{}' must be a list", place_, key));
+    }
+    std::vector<JsonObject> objects;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        objects.emplace_back(value[i], fmt::format("{}: {}[{}]", place_, key, i));
+    }
+    return objects;
+}
+
+void JsonObject::RefuseOtherKeys() const {
+    for (const auto &[key, value] : value_->items()) {
+        if (asked_.count(key) == 0) {
+            throw UsageError(
+                fmt::format("{}: unknown key '{}'", place_, Printable(key, kComplaintWidth)));
+        }
+    }
+}
+
+}  // namespace dxrsh
