@@ -1,4 +1,4 @@
-// dxrsh fault: fault specifications, judged at the events of a log.
+// dxrsh fault: fault rules, judged at the events of a log.
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -46,10 +46,10 @@ std::vector<Rule> ParseRules(const std::vector<std::string> &texts) {
     return rules;
 }
 
-// The specifications asked for, of which any one suffices.
-class Specifications {
+// The rules asked for, of which any one suffices.
+class RuleSet {
   public:
-    explicit Specifications(const FaultOptions &options) {
+    explicit RuleSet(const FaultOptions &options) {
         std::vector<Rule> rules = ParseRules(options.rules);
         const DxrFaultSpecFactory factory;
         if (rules.size() == 1) {
@@ -91,7 +91,7 @@ std::optional<std::uint32_t> ParseEnd(const std::string &text) {
 
 void RunFault(const FaultOptions &options) {
     constexpr std::string_view kRow = "{:<19}  {:>6}  {:<7}  {}\n";
-    const Specifications specifications(options);
+    const RuleSet ruleSet(options);
     const auto end = ParseEnd(options.endTime);
     const Host host;
     LineClock clock(options.year);
@@ -111,15 +111,15 @@ void RunFault(const FaultOptions &options) {
             continue;
         }
         clock.Take(line.text);
-        const std::string_view before = specifications.Judge(*counter);
+        const std::string_view before = ruleSet.Judge(*counter);
         counter->IncreaseCount();
         output.Write(fmt::format(fmt::runtime(kRow), FormatTime(clock.Now()), counter->GetCount(),
-                                 before, specifications.Judge(*counter)));
+                                 before, ruleSet.Judge(*counter)));
     }
     if (end) {
         clock.Set(*end);
         output.Write(fmt::format("{:<19}  {:>6}  {}\n", FormatTime(*end), counter->GetCount(),
-                                 specifications.Judge(*counter)));
+                                 ruleSet.Judge(*counter)));
     }
     output.Flush();
 }
@@ -129,13 +129,13 @@ void RunFault(const FaultOptions &options) {
 void AddFaultCommand(CLI::App &program) {
     const auto options = std::make_shared<FaultOptions>();
     CLI::App *const command =
-        program.add_subcommand("fault", "Fault specifications, judged at the events of a log");
+        program.add_subcommand("fault", "Fault rules, judged at the events of a log");
     command->footer(
         std::string(
             "Each line that is not empty is an event. It is judged twice: just before it is\n"
             "counted, and with it. A rule SECONDS,EVENTS holds when the latest EVENTS events lie\n"
             "within the last SECONDS seconds; with EVENTS 0 when the latest event is more than\n"
-            "SECONDS seconds old. Of several specifications any one suffices.\n"
+            "SECONDS seconds old. Of several rules any one suffices.\n"
             "\n") +
         kStampHelp);
     command->add_option("FILE", options->path, "The events; - or nothing is standard input");

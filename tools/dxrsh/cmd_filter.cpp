@@ -85,8 +85,7 @@ struct Counts {
 class FilterRun {
   public:
     explicit FilterRun(const FilterOptions &options)
-        : options_(options),
-          input_(options.path),
+        : input_(options.path),
           reader_(input_),
           output_(STDOUT_FILENO),
           clock_(options.year),
@@ -175,7 +174,6 @@ class FilterRun {
         return scratch_;
     }
 
-    const FilterOptions &options_;
     Input input_;
     LineReader reader_;
     Output output_;

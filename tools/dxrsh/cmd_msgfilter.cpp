@@ -102,10 +102,10 @@ class FilterTree {
   public:
     explicit FilterTree(const std::string &file) {
         const nlohmann::json document = LoadJson(file);
-        JsonObject top(document, file);
+        JsonObject top(document, InputName(file));
         std::vector<JsonObject> rows = top.Objects("filters");
         top.RefuseOtherKeys();
-        const Level level = ReadLevel(std::move(rows), file, 1);
+        const Level level = ReadLevel(std::move(rows), InputName(file), 1);
         static const DxrMessageFilterInfo kNoRecords{};
         root_ = DXR_CreateMessageFilter(level.records.empty() ? &kNoRecords : level.records.data(),
                                         static_cast<std::uint32_t>(level.records.size()));

@@ -37,7 +37,7 @@ class SimulateTable {
   public:
     explicit SimulateTable(const std::string &path) {
         const nlohmann::json document = LoadJson(path);
-        JsonObject top(document, path);
+        JsonObject top(document, InputName(path));
         std::vector<JsonObject> rows = top.Objects("messages");
         top.RefuseOtherKeys();
         names_.reserve(rows.size());

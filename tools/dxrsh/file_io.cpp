@@ -22,8 +22,12 @@ std::string LastError() {
 
 }  // namespace
 
+std::string InputName(const std::string &path) {
+    return path == "-" ? "standard input" : path;
+}
+
 Input::Input(const std::string &path)
-    : name_(path == "-" ? "standard input" : path),
+    : name_(InputName(path)),
       fd_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (fd_ < 0) {
         throw RunError(fmt::format("cannot open {}: {}", name_, LastError()));

@@ -11,6 +11,9 @@
 
 namespace dxrsh {
 
+// How an input is called in messages: its path, or "standard input" for "-".
+[[nodiscard]] std::string InputName(const std::string &path);
+
 // A file opened for reading, or standard input when the path is "-".
 class Input {
   public:
@@ -25,7 +28,6 @@ class Input {
     // Reads at most `room` bytes; 0 at the end. Throws RunError.
     [[nodiscard]] std::size_t Read(char *buffer, std::size_t room);
 
-    // "standard input" for "-".
     [[nodiscard]] const std::string &Name() const { return name_; }
     // Bytes of a regular file; 0 when that is not known.
     [[nodiscard]] std::uint64_t Size() const { return size_; }

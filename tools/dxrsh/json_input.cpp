@@ -105,7 +105,7 @@ std::vector<JsonObject> JsonObject::Objects(const char *key) {
 
 void JsonObject::RefuseOtherKeys() const {
     for (const auto &[key, value] : value_->items()) {
-        if (asked_.count(key) == 0) {
+        if (!asked_.contains(key)) {
             throw UsageError(
                 fmt::format("{}: unknown key '{}'", place_, Printable(key, kComplaintWidth)));
         }
