@@ -33,7 +33,7 @@ constexpr std::uint32_t kLengthReaderMid = 6;
 using Path = std::array<char, kPathSize>;
 
 struct FileCloser {
-    void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+    void operator()(std::FILE *file) const noexcept { static_cast<void>(std::fclose(file)); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
@@ -66,7 +66,7 @@ void CopyBytes(std::FILE *source, std::FILE *destination, std::uint32_t length) 
         const auto wanted = std::min<std::uint64_t>(length - copied, kCopyBlockSize);
         const std::size_t got = std::fread(block.data(), 1, wanted, source);
         // Write errors are ignored by intent.
-        std::fwrite(block.data(), got, 1, destination);
+        static_cast<void>(std::fwrite(block.data(), got, 1, destination));
     }
 }
 
