@@ -1599,6 +1599,79 @@ TEST_F(LogFilterDecision, RingsOfUnusualCapacitiesFilterAlike) {
     }
 }
 
+// A host whose ring storage comes from two places by turns, so that old addresses come back.
+struct TwoPlaces {
+    static constexpr std::size_t kSize = 3000 * sizeof(DxrLogFilterEntry);
+    alignas(16) static inline unsigned char places[2][kSize];
+    static inline std::uint32_t turn = 0;
+
+    static void Use() { DXR_SetMemoryHooks(Allocate, Release); }
+    static void *Allocate(std::uint32_t, std::uint32_t size, const char *, std::uint32_t) {
+        return size <= kSize ? places[turn++ % 2] : nullptr;
+    }
+    static void Release(void *, const char *, std::uint32_t) {}
+};
+
+TEST_F(LogFilterDecision, OtherLinesAtAnOldAddressAreTheOnesFiltered) {
+    InitStore();
+    TwoPlaces::Use();
+    const DxrLogFilterCfg site = Site(2);
+    DxrLogFilterInfo *record = DXR_GetLogFilter(2);
+    DXR_ResizeLogFilterInfo(record, 7);
+    const Ring first = LookAt(2);
+    for (const char *line : {"a", "b", "c"}) {
+        EXPECT_EQ(Decide(site, line), 0);
+    }
+    DXR_ResizeLogFilterInfo(record, 3000);
+    DXR_ClearLogFilterInfo(2);
+    for (const char *line : {"x", "y", "z"}) {
+        EXPECT_EQ(Decide(site, line), 0);
+    }
+    DXR_ResizeLogFilterInfo(record, 7);
+    EXPECT_EQ(LookAt(2), (Ring{0, 3, 7, first.entries}));
+    for (const char *line : {"x", "y", "z"}) {
+        EXPECT_EQ(Decide(site, line), 1);
+    }
+    EXPECT_EQ(Decide(site, "a"), 0);
+    record->entries = nullptr;
+}
+
+TEST_F(LogFilterDecision, AgedLinesThatAResizeBringsBackAreFiltered) {
+    InitStore();
+    TwoPlaces::Use();
+    const DxrLogFilterCfg site = Site(2);
+    DxrLogFilterInfo *record = DXR_GetLogFilter(2);
+    const std::uint32_t begin = host.nowSec;
+    DXR_ResizeLogFilterInfo(record, 7);
+    for (const char *line : {"a", "b", "c", "d", "e"}) {
+        EXPECT_EQ(Decide(site, line), 0);
+    }
+    host.nowSec = begin + 3600;
+    EXPECT_EQ(Decide(site, "f"), 0);  // over "e"
+    EXPECT_EQ(Decide(site, "g"), 0);
+    DXR_ResizeLogFilterInfo(record, 6);
+    EXPECT_EQ(Decide(site, "g"), 1);
+    const Ring before = LookAt(2);
+    DXR_ResizeLogFilterInfo(record, 5);
+    DXR_ResizeLogFilterInfo(record, 3);
+    EXPECT_EQ(LookAt(2), (Ring{4, 2, 3, before.entries}));
+    // Positions 4 and 5 are now 1 and 2, and the clock was set back: "b" and "c" are young again.
+    host.nowSec = begin + 10;
+    EXPECT_EQ(Decide(site, "b"), 1);
+    EXPECT_EQ(Decide(site, "c"), 1);
+    EXPECT_EQ(Decide(site, "g"), 0);
+    record->entries = nullptr;
+}
+
+TEST_F(LogFilterDecision, RecordThatClaimsEntriesWithoutStorageLetsLinesThrough) {
+    InitStore();
+    DXR_GetLogFilter(2)->curSize = 3;
+    host.FailAllocation(1);
+    EXPECT_EQ(Decide(Site(2), "line"), 0);
+    EXPECT_EQ(LookAt(2).entries, nullptr);
+    EXPECT_EQ(host.calls.back(), "unlock #2");
+}
+
 TEST_F(LogFilterDecision, WithoutClockLinesAreFilteredForEver) {
     InitStore();
     g_dxrHooks.time = {};
