@@ -210,6 +210,36 @@ TEST_F(SameLogFilter, HandsOnEverythingWhenAbsentOffOrOfNoType) {
     EXPECT_THAT(host.diagLines, ElementsAre("no type", "no type"));
 }
 
+// What the log is handed: the whole buffer of 1024 characters, zero behind the text.
+struct WholeBuffer {
+    static inline std::string bytes;
+
+    static void Use() {
+        g_dxrHooks.print.diagLogFilter = [](const char *text) -> std::uint32_t {
+            bytes.assign(text, 1024);
+            return 0;
+        };
+    }
+    static std::string Padded(std::string text) {
+        text.resize(1024, '\0');
+        return text;
+    }
+};
+
+TEST_F(SameLogFilter, LogIsHandedAZeroedBuffer) {
+    WholeBuffer::Use();
+    const DxrLogFilterCfg site = Site(3);
+    for (const std::size_t length : {1000U, 0U, 5U, 1022U, 1023U, 5000U, 1U}) {
+        const std::string text(length, 'x');
+        DXR_SameLogFilter(&site, "%s", text.c_str());
+        EXPECT_EQ(WholeBuffer::bytes, WholeBuffer::Padded(text.substr(0, 1023))) << length;
+        DXR_DiffLogFilter(&site, "%s", text.c_str());
+        EXPECT_EQ(WholeBuffer::bytes, WholeBuffer::Padded(text.substr(0, 1023))) << length;
+    }
+    DXR_SameLogFilter(&site, "ab%ccd", 0);
+    EXPECT_EQ(WholeBuffer::bytes, WholeBuffer::Padded(std::string("ab\0cd", 5)));
+}
+
 // --- by key
 
 TEST_F(DiffLogFilter, HandsOnOnlyTheFirstMessageOfAKey) {
