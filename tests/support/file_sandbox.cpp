@@ -141,11 +141,14 @@ bool FileSandbox::Enter(const char *function, const std::string &arguments) {
 struct FileCalls {
     static char *RealPath(char *(*next)(const char *, char *), const char *path, char *resolved) {
         FileSandbox *const sandbox = g_sandbox;
-        if (sandbox == nullptr || path == nullptr || resolved == nullptr) {
+        if (sandbox == nullptr || path == nullptr) {
             return next(path, resolved);
         }
         if (sandbox->Enter("realpath", path)) {
             return nullptr;
+        }
+        if (resolved == nullptr) {
+            return next(sandbox->OnDisk(path).c_str(), nullptr);
         }
         std::array<char, PATH_MAX> found;
         if (next(sandbox->OnDisk(path).c_str(), found.data()) == nullptr) {

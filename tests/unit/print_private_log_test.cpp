@@ -121,6 +121,7 @@ TEST_F(PrivateLogPath, AnyOtherSizeIsRefusedWithoutTouchingTheFileSystem) {
 }
 
 TEST_F(PrivateLogPath, NullArgumentsAreFailures) {
+    files_.Put("a.log", "x");
     char out[kPathSize];
     EXPECT_EQ(DXR_GetPrivateLogPath("a.log", nullptr, kPathSize), 1U);
     EXPECT_EQ(DXR_GetPrivateLogPath(nullptr, out, kPathSize), 1U);
