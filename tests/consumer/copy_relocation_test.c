@@ -109,6 +109,29 @@ static void CheckLogFilter(void) {
     CHECK(DXR_RegisterHooks(NULL) != 0);
 }
 
+static void CheckRecorder(void) {
+    CHECK(DXR_GetRecordEntity() == &g_dxrRecord);
+    DXR_SetMemoryHooks(Allocate, Release);
+    DXR_RecordInfo("event %d", 1);
+    CHECK(g_dxrRecord.nextIndex == 1);
+    CHECK(g_dxrRecord.records[0] != NULL && strcmp(g_dxrRecord.records[0]->text, "event 1") == 0);
+    DXR_DestroyRecordInfo();
+    CHECK(g_dxrRecord.records[0] == NULL);
+    CHECK(DXR_RegisterHooks(NULL) != 0);
+}
+
+static void CheckCrc(void) {
+    const uint8_t byte = 1;
+
+    CHECK(g_dxrCrc8TableInit == 0 && g_dxrCrc8Table[1] == 0);
+    CHECK(DXR_CalculateCrc8(&byte, 1) == 0x31);
+    CHECK(g_dxrCrc8TableInit == 1 && g_dxrCrc8Table[1] == 0x31);
+    g_dxrCrc8Table[1] = 7;
+    CHECK(DXR_CalculateCrc8(&byte, 1) == 7);
+    g_dxrCrc8TableInit = 0;
+    CHECK(DXR_CalculateCrc8(&byte, 1) == 0x31);
+}
+
 static void CheckIterator(void) {
     int list = 0;
     DxrSllIterator it = DXR_InitSllIterator(&list);
@@ -127,6 +150,8 @@ int main(void) {
     CheckHooks();
     CheckConstant();
     CheckLogFilter();
+    CheckRecorder();
+    CheckCrc();
     CheckIterator();
     return 0;
 }
