@@ -20,7 +20,8 @@ TEST(Dxrsh, TellsItsVersion) {
     EXPECT_EQ(outcome.err, "");
 }
 
-const std::vector<std::string> kCommands = {"filter", "fault", "simulate", "msgfilter", "slots"};
+const std::vector<std::string> kCommands = {"filter", "fault", "simulate", "msgfilter",
+                                            "crc",    "links", "slots"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

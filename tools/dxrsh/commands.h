@@ -7,8 +7,10 @@
 
 namespace dxrsh {
 
+void AddCrcCommand(CLI::App &program);
 void AddFaultCommand(CLI::App &program);
 void AddFilterCommand(CLI::App &program);
+void AddLinksCommand(CLI::App &program);
 void AddMsgFilterCommand(CLI::App &program);
 void AddSimulateCommand(CLI::App &program);
 void AddSlotsCommand(CLI::App &program);

@@ -15,6 +15,8 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddFaultCommand(program);
     dxrsh::AddSimulateCommand(program);
     dxrsh::AddMsgFilterCommand(program);
+    dxrsh::AddCrcCommand(program);
+    dxrsh::AddLinksCommand(program);
     dxrsh::AddSlotsCommand(program);
 }
 
