@@ -1,62 +1,74 @@
-#include <pthread.h>
-
+#include <atomic>
 #include <cerrno>
+#include <mutex>
 #include <new>
+#include <thread>
 
 #include "services.h"
 
 namespace devhost {
 namespace {
 
-std::uint32_t Code(int error) {
-    return static_cast<std::uint32_t>(error);
-}
+// Knows its owner, so that misuse is an error code and not a hang: a second lock by the same
+// thread, an unlock by another one, the end of a mutex that is held.
+struct Mutex {
+    std::mutex mutex;
+    std::atomic<std::thread::id> owner;
+
+    [[nodiscard]] bool IsMine() const { return owner == std::this_thread::get_id(); }
+    [[nodiscard]] bool IsFree() const { return owner == std::thread::id(); }
+};
 
 }  // namespace
 
-// Error-checking mutexes: a second lock by the same thread, or an unlock by another one, is an
-// error code and not a hang.
 std::uint32_t InitMutex(void **mutex, void * /*option*/) {
     if (mutex == nullptr) {
         return EINVAL;
     }
-    auto *const handle = new (std::nothrow) pthread_mutex_t;
+    auto *const handle = new (std::nothrow) Mutex;
     if (handle == nullptr) {
         return ENOMEM;
-    }
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
-    const int error = pthread_mutex_init(handle, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-    if (error != 0) {
-        delete handle;
-        return Code(error);
     }
     *mutex = handle;
     return 0;
 }
 
 std::uint32_t DestroyMutex(void *mutex) {
-    auto *const handle = static_cast<pthread_mutex_t *>(mutex);
+    auto *const handle = static_cast<Mutex *>(mutex);
     if (handle == nullptr) {
         return EINVAL;
     }
-    const int error = pthread_mutex_destroy(handle);
-    if (error == 0) {
-        delete handle;
+    if (!handle->IsFree()) {
+        return EBUSY;
     }
-    return Code(error);
+    delete handle;
+    return 0;
 }
 
 std::uint32_t LockMutex(void *mutex) {
-    return mutex != nullptr ? Code(pthread_mutex_lock(static_cast<pthread_mutex_t *>(mutex)))
-                            : EINVAL;
+    auto *const handle = static_cast<Mutex *>(mutex);
+    if (handle == nullptr) {
+        return EINVAL;
+    }
+    if (handle->IsMine()) {
+        return EDEADLK;
+    }
+    handle->mutex.lock();
+    handle->owner = std::this_thread::get_id();
+    return 0;
 }
 
 std::uint32_t UnlockMutex(void *mutex) {
-    return mutex != nullptr ? Code(pthread_mutex_unlock(static_cast<pthread_mutex_t *>(mutex)))
-                            : EINVAL;
+    auto *const handle = static_cast<Mutex *>(mutex);
+    if (handle == nullptr) {
+        return EINVAL;
+    }
+    if (!handle->IsMine()) {
+        return EPERM;
+    }
+    handle->owner = std::thread::id();
+    handle->mutex.unlock();
+    return 0;
 }
 
 }  // namespace devhost

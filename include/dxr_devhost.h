@@ -5,7 +5,7 @@
  *     Memory   both                    blocks accounted by module identifier
  *     Print    2, 4, 5, 6, 8           messages, diagnostic lines, debug level, private logs
  *     System   5 to 10, 15             files, the length of a file, work path, binary-data folder
- *     Task     4 to 7                  mutexes
+ *     Task     4 to 7                  mutexes; misuse gives EINVAL, EDEADLK, EPERM or EBUSY
  *     Time     0, 2, 4, 5, 8, 14       the clock
  *     List     all                     singly-linked lists
  *

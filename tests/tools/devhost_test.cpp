@@ -430,6 +430,9 @@ TEST_F(DevHost, MisusedMutexesGiveErrors) {
     EXPECT_EQ(DXR_LockMutex(mutex), 0U);
     EXPECT_EQ(DXR_LockMutex(mutex), static_cast<std::uint32_t>(EDEADLK)) << "locked twice";
     EXPECT_EQ(DXR_DestroyMutex(mutex), static_cast<std::uint32_t>(EBUSY));
+    std::thread([mutex] {
+        EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<std::uint32_t>(EPERM)) << "by another";
+    }).join();
     EXPECT_EQ(DXR_UnlockMutex(mutex), 0U);
     EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
     for (const auto result : {DXR_InitMutex(nullptr, nullptr), DXR_LockMutex(nullptr),
