@@ -20,8 +20,9 @@ TEST(Dxrsh, TellsItsVersion) {
     EXPECT_EQ(outcome.err, "");
 }
 
-const std::vector<std::string> kCommands = {"filter", "fault", "simulate", "msgfilter",
-                                            "crc",    "links", "slots"};
+const std::vector<std::string> kCommands = {"filter",   "record",    "fault", "privatelog",
+                                            "simulate", "msgfilter", "bin",   "latest",
+                                            "crc",      "links",     "slots"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

@@ -7,11 +7,15 @@
 
 namespace dxrsh {
 
+void AddBinCommand(CLI::App &program);
 void AddCrcCommand(CLI::App &program);
 void AddFaultCommand(CLI::App &program);
 void AddFilterCommand(CLI::App &program);
+void AddLatestCommand(CLI::App &program);
 void AddLinksCommand(CLI::App &program);
 void AddMsgFilterCommand(CLI::App &program);
+void AddPrivateLogCommand(CLI::App &program);
+void AddRecordCommand(CLI::App &program);
 void AddSimulateCommand(CLI::App &program);
 void AddSlotsCommand(CLI::App &program);
 

@@ -12,9 +12,13 @@ namespace {
 
 void AddCommands(CLI::App &program) {
     dxrsh::AddFilterCommand(program);
+    dxrsh::AddRecordCommand(program);
     dxrsh::AddFaultCommand(program);
+    dxrsh::AddPrivateLogCommand(program);
     dxrsh::AddSimulateCommand(program);
     dxrsh::AddMsgFilterCommand(program);
+    dxrsh::AddBinCommand(program);
+    dxrsh::AddLatestCommand(program);
     dxrsh::AddCrcCommand(program);
     dxrsh::AddLinksCommand(program);
     dxrsh::AddSlotsCommand(program);

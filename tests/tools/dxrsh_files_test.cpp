@@ -1,0 +1,98 @@
+// dxrsh bin and dxrsh latest as a user runs them.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tools/run_dxrsh.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using dxrtest::Outcome;
+using dxrtest::RunDxrsh;
+using dxrtest::TemporaryDirectory;
+using Words = std::vector<std::string>;
+
+void ExpectPrints(const Words &words, const std::string &expected) {
+    const Outcome outcome = RunDxrsh(words);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, expected);
+    EXPECT_EQ(outcome.err, "");
+}
+
+void ExpectFails(const Words &words, int status, const std::string &complaint) {
+    const Outcome outcome = RunDxrsh(words);
+    EXPECT_EQ(outcome.status, status) << complaint;
+    EXPECT_EQ(outcome.out, "") << complaint;
+    EXPECT_EQ(outcome.err, "dxrsh: " + complaint + "\n");
+}
+
+// --- bin
+
+TEST(DxrshBin, LoadsAFile) {
+    const TemporaryDirectory directory;
+    std::filesystem::create_directory(directory.Path("bin"));
+    directory.Write("bin/data", "123456789");
+    ExpectPrints({"bin", "bin", "data", "--work", directory.Path()},
+                 directory.Path() + "/bin/data: 9 bytes, CRC-8 0xa2\n");
+}
+
+TEST(DxrshBin, LoadsTheLongestFileAndNoLonger) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Write("data", "");
+    std::filesystem::resize_file(path, 10485759);
+    ExpectPrints({"bin", ".", "data", "--work", directory.Path()},
+                 directory.Path() + "/./data: 10485759 bytes, CRC-8 0x00\n");
+    std::filesystem::resize_file(path, 10485760);
+    ExpectFails({"bin", ".", "data", "--work", directory.Path()}, 1,
+                "[TOLV BIN] file length[10485760] is out of range, filePath: " + directory.Path() +
+                    "/./data");
+}
+
+TEST(DxrshBin, AnEmptyFileIsRefused) {
+    const TemporaryDirectory directory;
+    directory.Write("data", "");
+    ExpectFails(
+        {"bin", ".", "data", "--work", directory.Path()}, 1,
+        "[TOLV BIN] file length[0] is out of range, filePath: " + directory.Path() + "/./data");
+}
+
+TEST(DxrshBin, AMissingFileIsAFailure) {
+    ExpectFails({"bin", "no", "file", "--work", "/nonexistent"}, 1,
+                "[TOLV BIN] access file-/nonexistent/no/file");
+}
+
+TEST(DxrshBin, AWorkPathThatIsTooLongIsAFailure) {
+    ExpectFails({"bin", "no", "file", "--work", "/" + std::string(255, 'w')}, 1,
+                "[LINKM_BIN] get sys work path ret[0x1]");
+}
+
+TEST(DxrshBin, BothNamesAreRequired) {
+    ExpectFails({"bin", "folder"}, 2, "NAME is required");
+}
+
+// --- latest
+
+TEST(DxrshLatest, TheGreatestNameWins) {
+    const TemporaryDirectory directory;
+    directory.Write("a_20240101.bin", "");
+    directory.Write("a_20240315.bin", "");
+    directory.Write("b_20250101.bin", "");
+    ExpectPrints({"latest", directory.Path(), "a_"}, "a_20240315.bin\n");
+    ExpectPrints({"latest", directory.Path(), ""}, "b_20250101.bin\n");
+}
+
+TEST(DxrshLatest, NoMatchIsAFailure) {
+    const TemporaryDirectory directory;
+    ExpectFails({"latest", directory.Path(), "zz"}, 1,
+                "no name in " + directory.Path() + " contains 'zz'");
+}
+
+TEST(DxrshLatest, AMissingDirectoryIsAFailure) {
+    ExpectFails({"latest", "/nonexistent", "a"}, 1,
+                "[LINKM_BIN] open dir /nonexistent/. failed, errno: 2.");
+}
+
+}  // namespace

@@ -1,0 +1,125 @@
+// dxrsh bin and dxrsh latest: binary data files below a work directory.
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "commands.h"
+#include "dxr_devhost.h"
+#include "errors.h"
+#include "file_io.h"
+#include "host.h"
+
+namespace dxrsh {
+namespace {
+
+struct BinOptions {
+    std::string folder;
+    std::string name;
+    std::string workPath = ".";
+};
+
+struct LatestOptions {
+    std::string directory;
+    std::string pattern;
+};
+
+// A block of the host's memory that the library handed over.
+class LoadedData {
+  public:
+    LoadedData(std::uint8_t *bytes, std::uint32_t length) : bytes_(bytes), length_(length) {}
+    ~LoadedData() { DXR_Free(bytes_, __FILE__, __LINE__); }
+    LoadedData(const LoadedData &) = delete;
+    LoadedData &operator=(const LoadedData &) = delete;
+    LoadedData(LoadedData &&) = delete;
+    LoadedData &operator=(LoadedData &&) = delete;
+
+    [[nodiscard]] std::uint32_t Length() const { return length_; }
+    [[nodiscard]] std::uint32_t Crc() const { return DXR_CalculateCrc8(bytes_, length_); }
+
+  private:
+    std::uint8_t *bytes_;
+    std::uint32_t length_;
+};
+
+// The library's own words about its latest failure.
+std::string WordsOf(const MessageCatcher &messages, std::string_view otherwise) {
+    std::string words = messages.Last();
+    while (!words.empty() && words.back() == ' ') {
+        words.pop_back();
+    }
+    return words.empty() ? std::string(otherwise) : words;
+}
+
+void RunBin(const BinOptions &options) {
+    constexpr std::size_t kPathSize = 256;  // the library loads by paths of this size
+    const Host host;
+    const MessageCatcher messages;
+    DxrHostSetWorkPath(options.workPath.c_str());
+    std::array<char, kPathSize> path{};
+    std::uint8_t *bytes = nullptr;
+    std::uint32_t length = 0;
+    if (DXR_GetBinFilePath(options.folder.c_str(), options.name.c_str(), path.data(), kPathSize) !=
+            0 ||
+        DXR_GetBinFileData(options.folder.c_str(), options.name.c_str(), &bytes, &length) != 0) {
+        throw RunError(WordsOf(messages, "there is not enough memory for the file"));
+    }
+    const LoadedData data(bytes, length);
+    Output output(STDOUT_FILENO);
+    output.Write(
+        fmt::format("{}: {} bytes, CRC-8 0x{:02x}\n", path.data(), data.Length(), data.Crc()));
+    output.Flush();
+}
+
+void RunLatest(const LatestOptions &options) {
+    constexpr std::uint32_t kNoneMatched = 12;
+    constexpr std::size_t kNameSize = 256;  // file systems allow 255 bytes
+    const Host host;
+    const MessageCatcher messages;
+    DxrHostSetWorkPath(options.directory.c_str());
+    std::array<char, kNameSize> name{};
+    const std::uint32_t result =
+        DXR_GetLatestFile(options.pattern.c_str(), ".", name.data(), kNameSize);
+    if (result == kNoneMatched) {
+        throw RunError(
+            fmt::format("no name in {} contains '{}'", options.directory, options.pattern));
+    }
+    if (result != 0) {
+        throw RunError(WordsOf(messages, "the directory cannot be searched"));
+    }
+    Output output(STDOUT_FILENO);
+    output.Write(fmt::format("{}\n", name.data()));
+    output.Flush();
+}
+
+}  // namespace
+
+void AddBinCommand(CLI::App &program) {
+    const auto options = std::make_shared<BinOptions>();
+    CLI::App *const command =
+        program.add_subcommand("bin", "Loads a binary data file below a work directory");
+    command->footer("Prints the file's path, its length and the CRC-8 of what was loaded.");
+    command->add_option("FOLDER", options->folder, "Folder below the work directory")->required();
+    command->add_option("NAME", options->name, "Name of the file")->required();
+    command->add_option("--work", options->workPath, "The work directory (default .)")
+        ->type_name("DIR");
+    command->callback([options] { RunBin(*options); });
+}
+
+void AddLatestCommand(CLI::App &program) {
+    const auto options = std::make_shared<LatestOptions>();
+    CLI::App *const command =
+        program.add_subcommand("latest", "The latest file of a directory, by name");
+    command->footer(
+        "Prints the name that is greatest in byte order among those that contain PATTERN.");
+    command->add_option("DIR", options->directory, "The directory")->required();
+    command->add_option("PATTERN", options->pattern, "Text that the name contains")->required();
+    command->callback([options] { RunLatest(*options); });
+}
+
+}  // namespace dxrsh

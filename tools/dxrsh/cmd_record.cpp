@@ -1,0 +1,110 @@
+// dxrsh record: the events of a log in the information recorder.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commands.h"
+#include "dxr_api.h"
+#include "file_io.h"
+#include "host.h"
+#include "line_clock.h"
+#include "progress.h"
+#include "say.h"
+
+namespace dxrsh {
+namespace {
+
+struct RecordOptions {
+    std::string path = "-";
+    std::optional<int> year;
+};
+
+// The library's recorder, empty again at the end.
+class Recorder {
+  public:
+    Recorder() = default;
+    ~Recorder() { DXR_DestroyRecordInfo(); }
+    Recorder(const Recorder &) = delete;
+    Recorder &operator=(const Recorder &) = delete;
+    Recorder(Recorder &&) = delete;
+    Recorder &operator=(Recorder &&) = delete;
+
+    // A NUL byte ends the text for the recorder; a line break, which no line holds, stands for it.
+    void Record(std::string_view text) {
+        if (text.find('\0') == std::string_view::npos) {
+            DXR_RecordInfo("%s", text.data());
+            return;
+        }
+        scratch_ = text;
+        std::replace(scratch_.begin(), scratch_.end(), '\0', '\n');
+        DXR_RecordInfo("%s", scratch_.c_str());
+    }
+
+    [[nodiscard]] static std::string Listing() {
+        constexpr std::size_t kRecords = 1024;
+        constexpr std::size_t kLongestEntry = 400;  // 255 characters of text, the rest numbers
+        std::vector<char> text(kRecords * kLongestEntry);
+        const std::uint32_t length =
+            DXR_GetAllRecordStr(text.data(), static_cast<std::uint32_t>(text.size()));
+        return PlainLines({text.data(), length});
+    }
+
+  private:
+    std::string scratch_;
+};
+
+void RunRecord(const RecordOptions &options) {
+    const Host host;
+    Input input(options.path);
+    LineReader reader(input);
+    Progress progress(input.Size());
+    reader.OnRead([&] { progress.Update(reader.BytesRead()); });
+    LineClock clock(options.year);
+    reader.Prime();
+    clock.Start(reader.Ahead());
+
+    Recorder recorder;
+    Line line{};
+    while (reader.Next(line)) {
+        const std::string_view text = clock.Take(line.text);
+        if (!text.empty()) {
+            recorder.Record(text);
+        }
+    }
+    progress.Clear();
+    // Each entry of the listing begins with a line break and none ends with one.
+    const std::string listing = Recorder::Listing();
+    Output output(STDOUT_FILENO);
+    if (!listing.empty()) {
+        output.Write(std::string_view(listing).substr(1));
+        output.Write("\n");
+    }
+    output.Flush();
+}
+
+}  // namespace
+
+void AddRecordCommand(CLI::App &program) {
+    const auto options = std::make_shared<RecordOptions>();
+    CLI::App *const command =
+        program.add_subcommand("record", "The events of a log in the information recorder");
+    command->footer(std::string("Each line is an event, known by the text behind its time stamp; "
+                                "empty ones are none. Prints\n"
+                                "what the recorder holds at the end: at most 1024 texts of at most "
+                                "255 characters, each with\n"
+                                "its first and its last time and its count.\n"
+                                "\n") +
+                    kStampHelp);
+    command->add_option("FILE", options->path, "The log; - or nothing is standard input");
+    AddYearOption(*command, options->year);
+    command->callback([options] { RunRecord(*options); });
+}
+
+}  // namespace dxrsh
