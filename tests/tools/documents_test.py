@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""What the documents show is what happens.
+
+    documents_test.py ROOT DXRSH FILE...
+
+Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares what it
+prints with the lines below it. A block under a line "`examples/NAME`:" must be that file.
+"""
+
+import os
+import re
+import subprocess
+import sys
+
+
+def blocks(text):
+    """(kind, line above, lines) of every fenced block."""
+    above = ""
+    kind = None
+    for line in text.splitlines():
+        if kind is None and line.startswith("```"):
+            kind, lines = line[3:], []
+        elif kind is not None and line == "```":
+            yield kind, above, lines
+            kind, above = None, ""
+        elif kind is not None:
+            lines.append(line)
+        elif line:
+            above = line
+
+
+def commands(lines):
+    """(command, expected lines) of a console block."""
+    found = []
+    for line in lines:
+        if line.startswith("$ "):
+            found.append((line[2:], []))
+        else:
+            found[-1][1].append(line)
+    return found
+
+
+def run(command, root, dxrsh):
+    environment = dict(os.environ, PATH=os.path.dirname(dxrsh) + ":" + os.environ["PATH"])
+    done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    # Markdown shows no difference in blanks at the end of a line.
+    return [line.rstrip() for line in done.stdout.splitlines()]
+
+
+def main(root, dxrsh, files):
+    checked = 0
+    wrong = 0
+    for name in files:
+        with open(os.path.join(root, name), encoding="utf-8") as file:
+            text = file.read()
+        for kind, above, lines in blocks(text):
+            example = re.fullmatch(r"`(examples/[^`]*)`:", above)
+            if example:
+                with open(os.path.join(root, example[1]), encoding="utf-8") as file:
+                    actual = file.read().splitlines()
+                checked += 1
+                if actual != lines:
+                    wrong += 1
+                    print(f"{name}: the block is not {example[1]}")
+            if kind != "console":
+                continue
+            for command, expected in commands(lines):
+                if not re.search(r"\bdxrsh ", command):
+                    continue
+                checked += 1
+                actual = run(command, root, dxrsh)
+                if actual != [line.rstrip() for line in expected]:
+                    wrong += 1
+                    print(f"{name}: $ {command}\nprints", *actual, sep="\n    ")
+    print(f"{checked} shown, {wrong} wrong")
+    return 1 if wrong or not checked else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1], sys.argv[2], sys.argv[3:]))
