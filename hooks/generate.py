@@ -146,9 +146,9 @@ def check(groups):
 
 
 def comment(text, first_line="/* "):
-    return "\n".join(
-        textwrap.wrap(text + " */", COLUMNS, initial_indent=first_line, subsequent_indent=" * ")
-    )
+    room = COLUMNS - len(" */")
+    lines = textwrap.wrap(text, room, initial_indent=first_line, subsequent_indent=" * ")
+    return "\n".join(lines) + " */"
 
 
 def formatted(path, text):
@@ -164,30 +164,33 @@ def formatted(path, text):
 HOOKS_HEADER_INTRO = """\
 /* The hook table: the host's functions, 226 slots in 20 groups, and how to reach them.
  *
- * The host fills one DxrHooks and hands it over with DXR_RegisterHooks before anybody calls a service.
- * Each service function (a dispatcher) reads its slot at the moment it is called. If the slot is set, the
- * hook gets exactly the dispatcher's arguments and its result is passed on unchanged; if it is empty, the
- * dispatcher gives the fallback named at its declaration, calls nothing and logs nothing.
+ * The host fills one DxrHooks and hands it over with DXR_RegisterHooks before anybody calls a
+ * service. Each service function (a dispatcher) reads its slot at the moment it is called. If
+ * the slot is set, the hook gets exactly the dispatcher's arguments and its result is passed on
+ * unchanged; if it is empty, the dispatcher gives the fallback named at its declaration, calls
+ * nothing and logs nothing.
  *
- * A 32-bit result is a status, 0 for success, unless the declaration says what it tells; a function that
- * tells whether something is so answers 1 or 0.
+ * A 32-bit result is a status, 0 for success, unless the declaration says what it tells; a
+ * function that tells whether something is so answers 1 or 0.
  *
  * Cost: one getter call, one load, one test, one jump. No allocation, no lock.
- * Threads: the table is plain memory. Register before other threads call services; a call that races with
- * a registration is not supported. Otherwise a dispatcher is as thread-safe as its hook.
- * Ownership: the library copies the table and never frees, checks or calls anything in it by itself.
- * What pointers in arguments and results point at belongs to whom the host says.
+ * Threads: the table is plain memory. Register before other threads call services; a call that
+ * races with a registration is not supported. Otherwise a dispatcher is as thread-safe as its
+ * hook.
+ * Ownership: the library copies the table and never frees, checks or calls anything in it by
+ * itself. What pointers in arguments and results point at belongs to whom the host says.
  *
- * Parameters named argN are the host's to define and pass through unread. A pointer is void * where the
- * library does not know more; a 64-bit handle fits as well. Groups, slots and their order are the binary
- * interface with the host: nothing moves. */"""
+ * Parameters named argN are the host's to define and pass through unread. A pointer is void *
+ * where the library does not know more; a 64-bit handle fits as well. Groups, slots and their
+ * order are the binary interface with the host: nothing moves. */"""
 
 HOOKS_HEADER_FUNCTIONS = """\
 /* The library's table. All slots are empty until the host registers its own. */
 extern DXR_API DxrHooks g_dxrHooks;
 
-/* Copies the whole table, empty slots included, over g_dxrHooks; nothing of an earlier one stays. Returns
- * 0. With a null pointer, or a table that overlaps g_dxrHooks, it returns EINVAL and every slot is empty. */
+/* Copies the whole table, empty slots included, over g_dxrHooks; nothing of an earlier one stays.
+ * Returns 0. With a null pointer, or a table that overlaps g_dxrHooks, it returns EINVAL and every
+ * slot is empty. */
 DXR_API uint32_t DXR_RegisterHooks(const DxrHooks *hooks);
 
 /* The address of g_dxrHooks, never null, registered or not; the same holds for the groups below. */
@@ -317,15 +320,15 @@ def slots_page(groups):
     for group in groups:
         lines += ["", f"## {group.name}", "", f"{group.about} Reached with `{group.getter}`"]
         lines[-1] += f", declared in `dxr/{group.stem}.h`." if group.stem else "."
-        lines += ["", "| index | slot | function | prototype | fallback |", "|---|---|---|---|---|"]
+        lines += ["", "| index | slot | prototype | fallback | what it does |", "|---|---|---|---|---|"]
         for slot in group.slots:
-            function, prototype = (f"`{slot.function}`", f"`{slot.prototype}`")
+            prototype, doc = f"`{slot.prototype}`", slot.doc
             fallback = "no result" if slot.fallback == "none" else f"`{slot.fallback}`"
             if not slot.function:
-                function, fallback = "-", "-"
+                fallback, doc = "-", "-"
                 prototype = f"`{slot.hook} {slot.member}`"
             lines.append(
-                f"| {slot.index} | {group.first + slot.index} | {function} | {prototype} | {fallback} |"
+                f"| {slot.index} | {group.first + slot.index} | {prototype} | {fallback} | {doc} |"
             )
     return "\n".join(lines) + "\n"
 

@@ -25,8 +25,8 @@ DXR_API uint32_t DXR_SelectFirstDbRecord(void *query, void *record);
 /* Gets the local number of a fabric interface chip. Slot 3; 0 without a hook. */
 DXR_API uint32_t DXR_GetLocalFicIdFromDb(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *ficId);
 
-/* Gets the traffic-manager type behind a global fabric interface chip number. Slot 4; 0 without a
- * hook. */
+/* Gets the traffic-manager type behind a global fabric interface chip number. Slot 4; 0 without
+ * a hook. */
 DXR_API uint32_t DXR_GetTmTypeByGlobalFicIdFromDb(uint32_t ficId, void *type);
 
 /* Gets the traffic-manager type behind a local fabric interface chip number. Slot 5; 0 without a

@@ -3,23 +3,24 @@
 /* The hook table: the host's functions, 226 slots in 20 groups, and how to reach them.
  *
  * The host fills one DxrHooks and hands it over with DXR_RegisterHooks before anybody calls a
- * service. Each service function (a dispatcher) reads its slot at the moment it is called. If the
- * slot is set, the hook gets exactly the dispatcher's arguments and its result is passed on
+ * service. Each service function (a dispatcher) reads its slot at the moment it is called. If
+ * the slot is set, the hook gets exactly the dispatcher's arguments and its result is passed on
  * unchanged; if it is empty, the dispatcher gives the fallback named at its declaration, calls
  * nothing and logs nothing.
  *
- * A 32-bit result is a status, 0 for success, unless the declaration says what it tells; a function
- * that tells whether something is so answers 1 or 0.
+ * A 32-bit result is a status, 0 for success, unless the declaration says what it tells; a
+ * function that tells whether something is so answers 1 or 0.
  *
  * Cost: one getter call, one load, one test, one jump. No allocation, no lock.
  * Threads: the table is plain memory. Register before other threads call services; a call that
- * races with a registration is not supported. Otherwise a dispatcher is as thread-safe as its hook.
+ * races with a registration is not supported. Otherwise a dispatcher is as thread-safe as its
+ * hook.
  * Ownership: the library copies the table and never frees, checks or calls anything in it by
  * itself. What pointers in arguments and results point at belongs to whom the host says.
  *
- * Parameters named argN are the host's to define and pass through unread. A pointer is void * where
- * the library does not know more; a 64-bit handle fits as well. Groups, slots and their order are
- * the binary interface with the host: nothing moves. */
+ * Parameters named argN are the host's to define and pass through unread. A pointer is void *
+ * where the library does not know more; a 64-bit handle fits as well. Groups, slots and their
+ * order are the binary interface with the host: nothing moves. */
 #ifndef DXR_HOOKS_H
 #define DXR_HOOKS_H
 
@@ -439,8 +440,8 @@ DXR_API DxrTemperatureHooks *DXR_GetTemperatureHooks(void);
 
 DXR_EXTERN_C_END
 
-/* The layout, slot by slot. Groups count from the table's first slot, members from their group's.
- * */
+/* The layout, slot by slot. Groups count from the table's first slot, members from their
+ * group's. */
 #define DXR_ASSERT_SLOT(type, member, slot)                              \
     DXR_STATIC_ASSERT(offsetof(type, member) == (slot) * sizeof(void *), \
                       #type "." #member " is not at slot " #slot)

@@ -13,8 +13,8 @@ DXR_EXTERN_C_BEGIN
 
 /* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
 
-/* Ends the module's registration; what DXR_IsUseVelder tells stays. Slot 1; does nothing without a
- * hook. */
+/* Ends the module's registration; what DXR_IsUseVelder tells stays. Slot 1; does nothing without
+ * a hook. */
 DXR_API void DXR_UnRegister(void);
 
 /* Gets the module's own instance. Slot 4; null without a hook. */

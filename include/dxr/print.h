@@ -35,8 +35,8 @@ DXR_API uint32_t DXR_LOGFILTER_Destroy(void *arg1);
 /* Gets a file name from the host's log filter. Slot 10; null without a hook. */
 DXR_API const char *DXR_LOGFILTER_GetFileName(void *arg1);
 
-/* Hands a long line to the host's filter of lines that differ by a key. Slot 13; 0 without a hook.
- * */
+/* Hands a long line to the host's filter of lines that differ by a key. Slot 13; 0 without a
+ * hook. */
 DXR_API uint32_t DXR_LOGFILTER_FilterLargeDiffKeyLog(void *arg1, void *arg2, uint32_t arg3);
 
 /* Registers with the host's log filter. Slot 14; 0 without a hook. */

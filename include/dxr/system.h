@@ -33,14 +33,15 @@ DXR_API void *DXR_FOpen(const char *path, const char *mode);
 /* Closes a file. Slot 6; 0 without a hook. */
 DXR_API uint32_t DXR_FClose(void *file);
 
-/* Reads from a file. Slot 7; 0 without a hook. */
+/* Reads `count` items of `size` bytes from a file. The result is the number of bytes read, which
+ * the library's own loading relies on. Slot 7; 0 without a hook. */
 DXR_API uint32_t DXR_FRead(void *buffer, uint32_t size, uint32_t count, void *file);
 
 /* Gets the length of a file in bytes. Slot 8; 0 without a hook. */
 DXR_API uint32_t DXR_FileLength(const char *path);
 
-/* Gets the name of the folder for binary files; the text belongs to the host. Slot 9; "." without a
- * hook. */
+/* Gets the name of the folder for binary files; the text belongs to the host. Slot 9; "."
+ * without a hook. */
 DXR_API const char *DXR_GetBinFolderName(void);
 
 /* Writes the work path into a buffer of so many bytes. Slot 10; 0 without a hook. */

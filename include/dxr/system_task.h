@@ -2,7 +2,11 @@
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Task group. Parameters named argN are the host's to
- * define and pass through unread. */
+ * define and pass through unread.
+ *
+ * The log filter hands each mutex hook the handle that DXR_InitMutex stored: null when the host
+ * stored none or the filter was never initialised, and a handle that was destroyed before when the
+ * filter is destroyed or cleared once more. Hosts look at the handle before they use it. */
 #ifndef DXR_SYSTEM_TASK_H
 #define DXR_SYSTEM_TASK_H
 
@@ -18,7 +22,8 @@ DXR_API uint32_t DXR_WriteEvent(uint32_t arg1, uint32_t arg2);
 /* Delays the calling task. Slot 3; 0 without a hook. */
 DXR_API uint32_t DXR_DelayTask(uint32_t arg1);
 
-/* Creates a mutex and stores its handle. Slot 4; 0 without a hook. */
+/* Creates a mutex and stores its handle; the library gives a null option. Slot 4; 0 without a
+ * hook. */
 DXR_API uint32_t DXR_InitMutex(void **mutex, void *option);
 
 /* Destroys a mutex. Slot 5; 0 without a hook. */

@@ -37,8 +37,8 @@ DXR_API void DXR_GetCurrentTick(void *tick);
 /* Gets the processor's tick. Slot 7; does nothing without a hook. */
 DXR_API void DXR_GetCpuTick(void *arg1, void *arg2);
 
-/* Gets the current time as text, into so many bytes, and in seconds. Slot 8; does nothing without a
- * hook. */
+/* Gets the current time as text, into so many bytes, and in seconds. Slot 8; does nothing
+ * without a hook. */
 DXR_API void DXR_GetCurrTime(char *text, uint32_t size, uint32_t *sec);
 
 /* Calculates the seconds between system times. Slot 9; 0 without a hook. */

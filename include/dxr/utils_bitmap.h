@@ -17,7 +17,7 @@
 DXR_EXTERN_C_BEGIN
 
 /* A value that is expected to equal `expected` in the bits of `mask`. */
-typedef struct {
+typedef struct DxrBitHitRec {
     uint32_t value;
     uint32_t mask;
     uint32_t expected;
@@ -73,8 +73,7 @@ DXR_API uint32_t DXR_CountValidBitOfArray(const uint32_t *arr, uint32_t count);
 /*
  * Writes the words into `buf` as "0x%x " each, the highest word first, and leaves word 0 out: a
  * bitmap of one word gives an empty text. `bufLen` is the size of `buf` in bytes; a longer text is
- * cut and always terminated. A null `buf` or a `bufLen` of 0 writes nothing. A text that fills the
- * buffer beyond its terminator is reported through the print hook, level 6.
+ * cut and always terminated, which is not reported. A null `buf` or a `bufLen` of 0 writes nothing.
  */
 DXR_API void DXR_GetBitMapStr(const uint32_t *bmp, uint32_t wordCount, char *buf, uint32_t bufLen);
 

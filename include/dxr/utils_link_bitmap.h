@@ -16,7 +16,7 @@
 DXR_EXTERN_C_BEGIN
 
 /* Made by DXR_CreateLinkBitMap(), owned by the library until DXR_DestroyLinkBitMap(). */
-typedef struct {
+typedef struct DxrLinkBitMap {
     uint32_t chipNum;        /* rows */
     uint32_t linkNumPerChip; /* as given at creation; later operations do not look at it */
     uint32_t *bitMap;        /* chipNum * wordNumPerChip words, owned by the record */

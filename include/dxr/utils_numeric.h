@@ -64,7 +64,8 @@ DXR_API uint32_t DXR_Div(uint32_t dividend, uint32_t divisor, uint32_t decimals,
 
 /*
  * The mean of `count` signed values, truncated toward zero; 0 if `count` is 0. The sum is checked
- * arithmetic from index 0 up. A `count` of 2^31 or more divides as a negative number.
+ * arithmetic from index 0 up. A `count` of 2^31 or more divides as a negative number; the one
+ * quotient that does not fit (INT32_MIN by a `count` of 2^32 - 1) ends the process as well.
  */
 DXR_API int32_t DXR_Avg(const int32_t *values, uint32_t count);
 
