@@ -12,6 +12,9 @@ target_compile_options(dxr_build_options INTERFACE
     # Source paths in the program (the file argument of allocations) count from the repository root.
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
+# Indices of arrays and vectors are checked where nobody counts the time.
+target_compile_definitions(dxr_build_options INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+
 if(DXR_SANITIZE)
     target_compile_options(dxr_build_options INTERFACE
         -fsanitize=${DXR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -70,7 +70,8 @@ DXR_API void DXR_DestroyRecordInfo(void);
 DXR_API DxrRecordStore *DXR_GetRecordEntity(void);
 
 /* Lists slots `start` to `end` - 1 into `buffer` of `bufferSize` bytes, one line a record with
- * "\r\n" in front, up to the first empty slot or the end of the store. What does not fit is cut.
+ * "\r\n" in front, up to the first empty slot or the end of the store. What does not fit is cut; the
+ * text is terminated. A null argument or a `bufferSize` of 0 gives 0.
  * Returns the characters written, without the terminator; when nothing is listed, nothing is
  * written. */
 DXR_API uint32_t DXR_GetRecordStr(const DxrRecordStore *store, uint32_t start, uint32_t end,

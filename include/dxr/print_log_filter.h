@@ -32,7 +32,8 @@ DXR_API void DXR_DiffLogFilter(const DxrLogFilterCfg *cfg, const char *format, .
  * shares. */
 DXR_API uint8_t DXR_IsSameKey(uint32_t a, uint32_t b, uint32_t c, uint32_t d);
 
-/* Forgets the lines of a type; storage and old contents are kept. Returns what DXR_UnlockMutex
+/* Forgets the lines of a type; storage and old contents are kept. Locks the type's mutex, also without a
+ * store. Returns what DXR_UnlockMutex
  * returned, or 0 for a type above 28. */
 DXR_API uint32_t DXR_ClearLogFilterInfo(uint32_t logType);
 

@@ -8,8 +8,16 @@
  * Threads: DXR_IsRepeatedLog takes the mutex of the log type and may be called from any thread. The
  * record operations (DXR_ResizeLogFilterInfo to DXR_UpdateLogFilterTime) take no lock: their caller
  * holds the type's mutex, and their record pointer must not be null. Initialising and destroying
- * lock no more than each type in turn: no other thread may use the filter meanwhile. Cost: one hash
- * of the text, one lock, and a look at the live entries of the type.
+ * lock no more than each type in turn: no other thread may use the filter meanwhile. The switch is a
+ * plain byte without a lock.
+ *
+ * Hooks: the memory, print (for failures of the ring) and time hooks are called while the mutex of a
+ * type is held. They must not come back to the filter with the same type.
+ *
+ * Cost: one hash of the text, one lock, and one look-up that does not grow with the ring; rings that
+ * were resized beyond 2047 entries are walked. A ring of the store is changed through its own record
+ * and the operations below: what a host writes into its entries by other ways is found by
+ * DXR_FindRepeatedLogInfoIndex, but not necessarily by DXR_IsRepeatedLog.
  */
 #ifndef DXR_PRINT_LOG_FILTER_STORE_H
 #define DXR_PRINT_LOG_FILTER_STORE_H
@@ -46,9 +54,9 @@ DXR_STATIC_ASSERT(offsetof(DxrLogFilterEntry, logBeginTime) == 21, "DxrLogFilter
  * the oldest first. */
 #pragma pack(push, 1)
 typedef struct DxrLogFilterInfo {
-    uint32_t curIndex;          /* position of the oldest live entry */
-    uint32_t curSize;           /* number of live entries */
-    uint32_t capacity;          /* number of entries allocated: 0, 1, 3, 7, ... 2047 */
+    uint32_t curIndex; /* position of the oldest live entry */
+    uint32_t curSize;  /* number of live entries */
+    uint32_t capacity; /* number of entries allocated; grows by itself 0, 1, 3, 7 ... 2047 */
     DxrLogFilterEntry *entries; /* the storage, owned by the store; null until the first entry */
 } DxrLogFilterInfo;
 #pragma pack(pop)
@@ -59,14 +67,14 @@ DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, curSize) == 4, "DxrLogFilterInfo la
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, capacity) == 8, "DxrLogFilterInfo layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, entries) == 12, "DxrLogFilterInfo layout");
 
-/* One log site, described by its caller. */
+/* One log site, described by its caller. The keys, with the type, make the key of DXR_DiffLogFilter;
+ * key1 is also copied into new entries. DXR_ShowLogFilterInfo takes key1 for the first ring position
+ * and key2 for the number of rows to show. */
 typedef struct DxrLogFilterCfg {
     uint32_t logType; /* 0 to 28: selects the ring and its mutex */
-    uint32_t
-        key1; /* key1 to key4, with logType, make the key of DXR_DiffLogFilter; key1 is copied */
-    uint32_t
-        key2; /* into new entries. DXR_ShowLogFilterInfo reads key1 as the first ring position  */
-    uint32_t key3; /* and key2 as the number of rows to show. */
+    uint32_t key1;
+    uint32_t key2;
+    uint32_t key3;
     uint32_t key4;
     uint32_t interval; /* seconds after which a repeated line is let through once more; 0: never */
 } DxrLogFilterCfg;
@@ -133,7 +141,8 @@ DXR_API uint8_t DXR_IsLogFilterEnable(void);
 DXR_API void DXR_EnableLogFilter(uint8_t on);
 
 /* Hashes exactly input->length bytes: h = h * 31 + byte, modulo 2^32. Returns 0 and stores the
- * hash, or returns 1 for a length of 0 or a null text and leaves *hash alone. */
+ * hash, or returns 1 for a length of 0 or a null text and leaves *hash alone. `input` and `hash` must
+ * not be null. */
 DXR_API uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash);
 
 /* Hash of `length` bytes of `text` by the hash function of that identifier (0 is the only one).
@@ -170,7 +179,8 @@ DXR_API void DXR_UpdateLogFilterInfo(uint32_t position, DxrLogFilterInfo *record
 DXR_API void DXR_UpdateLogFilterTime(uint32_t position, DxrLogFilterInfo *record);
 
 /* The decision on one line of `length` bytes: 1 when it repeats a line of its type and is to be
- * suppressed, else 0. Lets everything through while the filter is off or absent, for a null `cfg`,
+ * suppressed, else 0. A repeat is let through once more, and not counted, cfg->interval seconds after
+ * the line was last let through, if that is not 0. Lets everything through while the filter is off or absent, for a null `cfg`,
  * a log type above 28, and a text whose hash is 0 or fails. */
 DXR_API uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, uint32_t length);
 

@@ -10,6 +10,7 @@
 #include "dxr/print.h"
 #include "dxr/print_log_filter_store.h"
 #include "internal/bounds_checked.h"
+#include "internal/fast_paths.h"
 #include "internal/log_filter_lock.h"
 #include "internal/text_writer.h"
 
@@ -27,33 +28,42 @@ constexpr char kSeparator[] =
     "------+-------+--------------------------+---------------------------------+----------+"
     "---------------+--------\r\n";
 
-// The key of a log site: the digits of five numbers, joined without separators: 1, 23 and 12, 3 are
-// one key, which is accepted.
+// The key of a log site: the digits of five numbers, joined without separators: 1, 23 and 12, 3 are one
+// key, which is accepted.
 class Key {
   public:
     Key(std::uint32_t logType, std::uint32_t a, std::uint32_t b, std::uint32_t c,
         std::uint32_t d) noexcept {
-        char *end = text_.data();
-        for (const std::uint32_t number : {logType, a, b, c, d}) {
-            end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
+        if constexpr (dxr::kFastPaths) {
+            char *end = text_.data();
+            for (const std::uint32_t number : {logType, a, b, c, d}) {
+                end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
+            }
+            length_ = static_cast<std::uint32_t>(end - text_.data());
+        } else {
+            const int stored = dxr::snprintf_truncated_s(text_.data(), text_.size(), "%u%u%u%u%u",
+                                                         logType, a, b, c, d);
+            length_ = static_cast<std::uint32_t>(stored);
         }
-        *end = '\0';
-        length_ = static_cast<std::uint32_t>(end - text_.data());
     }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
     [[nodiscard]] std::uint32_t Length() const noexcept { return length_; }
 
   private:
-    std::array<char, kKeySize> text_;
+    std::array<char, kKeySize> text_ = {};
     std::uint32_t length_;
 };
 
-// A formatted line. Its end behind the text is cleared when the line goes to a hook, not before:
-// most lines are repeats that nobody else sees.
+// A formatted line in a zeroed buffer. What lies behind the text is cleared only before somebody else
+// gets to see it: most lines are repeats, and the library's own hash goes by the length.
 class Message {
   public:
     [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
-        : stored_(dxr::vsnprintf_truncated_s(text_.data(), text_.size(), format, args)) {}
+        : stored_(dxr::vsnprintf_truncated_s(text_.data(), text_.size(), format, args)) {
+        if (Formatted() && (!dxr::kFastPaths || HostSeesTheHashInput())) {
+            ClearTail();
+        }
+    }
 
     [[nodiscard]] bool Formatted() const noexcept { return stored_ >= 0; }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
@@ -62,13 +72,20 @@ class Message {
         return static_cast<std::uint32_t>(std::strlen(text_.data()));
     }
     void HandOn() noexcept {
-        const auto end = static_cast<std::size_t>(stored_);
-        static_cast<void>(
-            dxr::memset_s(text_.data() + end, text_.size() - end, 0, text_.size() - end));
+        ClearTail();
         static_cast<void>(DXR_DiagLogFilter(text_.data()));
     }
 
   private:
+    static bool HostSeesTheHashInput() noexcept {
+        return g_dxrLogFilterHashFuncList[0].func != DXR_SimpleHash;
+    }
+    void ClearTail() noexcept {
+        const auto end = static_cast<std::size_t>(stored_);
+        static_cast<void>(
+            dxr::memset_s(text_.data() + end, text_.size() - end, 0, text_.size() - end));
+    }
+
     std::array<char, kMessageSize> text_;
     int stored_;
 };

@@ -78,8 +78,8 @@ std::uint32_t Remember(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32
 // One index per log type, for the store's own records alone.
 constinit LogFilterIndex g_index[kLogTypeCount] = {};
 
-// An exported operation has changed a record: if it is the store's, its index knows nothing of
-// that.
+// An entry was added that the index of its ring, if that is the store's, did not learn of. Every other
+// operation changes the record so that the index sees it, or leaves live entries alone.
 void ForgetIndexOf(const DxrLogFilterInfo *record) {
     if constexpr (dxr::kFastPaths) {
         if (g_dxrLogFilterInfo != nullptr && !std::less<>{}(record, g_dxrLogFilterInfo) &&
@@ -87,6 +87,23 @@ void ForgetIndexOf(const DxrLogFilterInfo *record) {
             g_index[record - g_dxrLogFilterInfo].Forget();
         }
     }
+}
+
+void RemoveObsolete(DxrLogFilterInfo *record, std::uint32_t now) {
+    std::uint32_t removed = 0;
+    std::uint32_t position = 0;  // an empty ring starts at 0 again
+    while (removed != record->curSize && HasStorage(*record)) {
+        position = PositionOf(*record, removed);
+        DxrLogFilterEntry &entry = record->entries[position];
+        // The sum wraps with the seconds and is compared as it is.
+        if (entry.beginSec + kEntryLifetimeSec > now) {
+            break;
+        }
+        entry.state = 0;
+        ++removed;
+    }
+    record->curIndex = position;
+    record->curSize -= removed;
 }
 
 bool IntervalIsOver(const DxrLogFilterCfg &cfg, const DxrLogFilterEntry &entry) {
@@ -116,25 +133,42 @@ std::uint8_t DecideByWalk(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg,
     return 0;
 }
 
+// One entry more, or one in place of the oldest. A hook that was called on the way may have worked on
+// the very ring.
+bool GrewByOne(const DxrLogFilterInfo &before, const DxrLogFilterInfo &after) {
+    if (after.curSize == before.curSize) {
+        return HasStorage(after) && after.curIndex == (before.curIndex + 1) % after.capacity;
+    }
+    return after.curSize == before.curSize + 1 && after.curIndex == before.curIndex;
+}
+
 std::uint8_t DecideByIndex(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash,
                            LogFilterIndex &index) {
-    const std::uint32_t position = index.Find(*record, hash);
-    if (position != record->capacity) {
-        index.Keep(*record);
-        return Repeat(record, position, cfg);
-    }
-    const std::uint32_t made = Remember(record, hash, cfg.key1);
-    if (made != record->capacity) {
-        index.Put(made, hash);
-    }
+    const std::uint32_t found = index.Find(*record, hash);
     index.Keep(*record);
+    if (found != record->capacity) {
+        return Repeat(record, found, cfg);
+    }
+    const DxrLogFilterInfo before = *record;
+    const std::uint32_t changes = index.Changes();
+    const std::uint32_t made = Remember(record, hash, cfg.key1);
+    if (index.Changes() == changes && LogFilterIndex::Serves(*record) &&
+        GrewByOne(before, *record)) {
+        index.Put(made, hash);
+        index.Keep(*record);
+    } else {
+        index.Forget();
+    }
     return 0;
 }
 
-std::uint8_t Decide(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash) {
-    LogFilterIndex &index = g_index[cfg.logType];
+std::uint8_t Decide(DxrLogFilterInfo *record, std::uint32_t logType, const DxrLogFilterCfg &cfg,
+                    std::uint32_t hash) {
+    // No hook is called between this one and the look-up.
+    const std::uint32_t now = DXR_GetCurrSec();
+    LogFilterIndex &index = g_index[logType];
     const bool known = index.Matches(*record);
-    DXR_RemoveObsoleteLogFilterInfo(record);
+    RemoveObsolete(record, now);
     if (!dxr::kFastPaths || !LogFilterIndex::Serves(*record)) {
         return DecideByWalk(record, cfg, hash);
     }
@@ -276,21 +310,7 @@ void DXR_UpdateLogFilterCapacity(DxrLogFilterInfo *record) {
 }
 
 void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record) {
-    const std::uint32_t now = DXR_GetCurrSec();
-    std::uint32_t removed = 0;
-    std::uint32_t position = 0;  // an empty ring starts at 0 again
-    while (removed != record->curSize && HasStorage(*record)) {
-        position = PositionOf(*record, removed);
-        DxrLogFilterEntry &entry = record->entries[position];
-        // The sum wraps with the seconds and is compared as it is.
-        if (entry.beginSec + kEntryLifetimeSec > now) {
-            break;
-        }
-        entry.state = 0;
-        ++removed;
-    }
-    record->curIndex = position;
-    record->curSize -= removed;
+    RemoveObsolete(record, DXR_GetCurrSec());
 }
 
 void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
@@ -330,10 +350,11 @@ std::uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, std
     if (hash == 0) {
         return 0;
     }
-    DxrLogFilterInfo *record = DXR_GetLogFilter(cfg->logType);
+    const std::uint32_t logType = cfg->logType;
+    DxrLogFilterInfo *record = DXR_GetLogFilter(logType);
     if (record == nullptr) {
         return 0;
     }
-    const LogTypeLock lock(cfg->logType);
-    return Decide(record, *cfg, hash);
+    const LogTypeLock lock(logType);
+    return Decide(record, logType, *cfg, hash);
 }

@@ -9,7 +9,7 @@
 //
 // Results of the formatters: the number of characters stored (size - 1 when the text was cut), or
 // -1 for a null buffer, a size of 0 or a null format (nothing is written) and for a conversion that
-// fails (the buffer then holds an empty text).
+// fails or a text beyond INT_MAX characters (the buffer then holds an empty text).
 #ifndef DXR_INTERNAL_BOUNDS_CHECKED_H
 #define DXR_INTERNAL_BOUNDS_CHECKED_H
 

@@ -9,6 +9,7 @@ bool LogFilterIndex::Matches(const DxrLogFilterInfo &record) const noexcept {
 
 void LogFilterIndex::Keep(const DxrLogFilterInfo &record) noexcept {
     known_ = true;
+    ++changes_;
     curIndex_ = record.curIndex;
     curSize_ = record.curSize;
     capacity_ = record.capacity;

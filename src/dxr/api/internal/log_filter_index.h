@@ -40,7 +40,12 @@ class LogFilterIndex {
     // Notes the record's state after an operation that the index followed.
     void Keep(const DxrLogFilterInfo &record) noexcept;
     // The ring was changed by an operation that the index did not follow.
-    void Forget() noexcept { known_ = false; }
+    void Forget() noexcept {
+        known_ = false;
+        ++changes_;
+    }
+    // Differs after every Keep() and Forget(): tells whether somebody else came in between.
+    [[nodiscard]] std::uint32_t Changes() const noexcept { return changes_; }
 
     // Takes over the live entries of a record that it serves.
     void Rebuild(const DxrLogFilterInfo &record) noexcept;
@@ -68,6 +73,7 @@ class LogFilterIndex {
     std::array<Slot, kSlots> slots_;
     std::array<std::uint16_t, kMaxPositions> slotOf_;  // slot of a position plus 1; 0: none
     bool known_;
+    std::uint32_t changes_;
     // The record as the index knows it.
     std::uint32_t curIndex_;
     std::uint32_t curSize_;

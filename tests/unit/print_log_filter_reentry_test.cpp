@@ -1,0 +1,188 @@
+// Hooks that come back to the filter: with mutexes that can be taken twice, or none, the decisions must
+// be those of a walk over the ring, whatever the index knows of it.
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "support/test_host.h"
+
+namespace {
+
+constexpr std::uint32_t kLogType = 5;
+
+std::uint8_t Ask(const std::string &line, std::uint32_t logType = kLogType) {
+    const DxrLogFilterCfg cfg = {logType, 0, 0, 0, 0, 0};
+    return DXR_IsRepeatedLog(&cfg, line.data(), static_cast<std::uint32_t>(line.size()));
+}
+
+std::uint32_t HashOf(const std::string &line) {
+    return DXR_GetHashCode(0, line.data(), static_cast<std::uint32_t>(line.size()));
+}
+
+// What a hook does, once, when it is called next.
+void (*g_once)() = nullptr;
+std::uint32_t g_nowSec = 0;
+
+void DoOnce() {
+    if (void (*const action)() = g_once) {
+        g_once = nullptr;
+        action();
+    }
+}
+
+class LogFilterReentry : public testing::Test {
+  protected:
+    LogFilterReentry() {
+        host_.WithMemory();
+        g_once = nullptr;
+        g_nowSec = 10000;
+        g_dxrHooks.time.getCurrSec = [] {
+            DoOnce();
+            return g_nowSec;
+        };
+        g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t, std::uint32_t *sec) {
+            DoOnce();
+            *text = '\0';
+            *sec = g_nowSec;
+        };
+        EXPECT_EQ(DXR_InitLogFilter(9), 0U);
+    }
+    ~LogFilterReentry() override { DXR_DestroyLogFilter(); }
+
+    // The lines that a walk over the live entries finds.
+    static std::vector<bool> Walk(const std::vector<std::string> &lines) {
+        const DxrLogFilterInfo *record = DXR_GetLogFilter(kLogType);
+        std::vector<bool> found;
+        for (const std::string &line : lines) {
+            found.push_back(DXR_FindRepeatedLogInfoIndex(record, HashOf(line)) != record->capacity);
+        }
+        return found;
+    }
+
+    // Each line, asked on its own, is a repeat just when the walk finds it. New ones join at the end
+    // and change nothing for the others, as long as the ring has room.
+    static void ExpectDecisionsOfAWalk(const std::vector<std::string> &lines) {
+        for (const std::string &line : lines) {
+            const bool found = Walk({line})[0];
+            EXPECT_EQ(Ask(line), found ? 1 : 0) << line;
+        }
+    }
+
+    dxrtest::TestHost host_;
+};
+
+TEST_F(LogFilterReentry, AnEntryThatTheSecondsHookAddsIsFound) {
+    EXPECT_EQ(Ask("first"), 0);
+    g_once = [] { DXR_AddLogFilterInfo(DXR_GetLogFilter(kLogType), HashOf("hidden"), 0); };
+    EXPECT_EQ(Ask("first"), 1);
+    EXPECT_EQ(g_once, nullptr);
+    EXPECT_EQ(Ask("hidden"), 1);
+}
+
+TEST_F(LogFilterReentry, ALineThatTheTimeHookLogsLeavesNothingUnseen) {
+    for (const char *line : {"A", "B", "C", "D"}) {
+        EXPECT_EQ(Ask(line), 0);
+    }
+    g_nowSec += 3600;
+    g_once = [] { Ask("nested"); };
+    EXPECT_EQ(Ask("E"), 0);
+    EXPECT_EQ(g_once, nullptr);
+    ExpectDecisionsOfAWalk({"E", "nested", "A", "B", "C", "D"});
+}
+
+TEST_F(LogFilterReentry, ATimeHookThatClearsLeavesNothingUnseen) {
+    for (const char *line : {"A", "B", "C", "D"}) {
+        EXPECT_EQ(Ask(line), 0);
+    }
+    EXPECT_EQ(DXR_ClearLogFilterInfo(kLogType), 0U);
+    EXPECT_EQ(Ask("A2"), 0);
+    g_once = [] { DXR_ClearLogFilterInfo(kLogType); };
+    EXPECT_EQ(Ask("E"), 0);
+    ExpectDecisionsOfAWalk({"B", "C", "D", "E", "A2", "A"});
+}
+
+TEST_F(LogFilterReentry, ASecondsHookThatResizesLeavesNothingUnseen) {
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(Ask("line " + std::to_string(i)), 0);
+    }
+    DxrLogFilterInfo *record = DXR_GetLogFilter(kLogType);
+    record->curIndex = 9;
+    record->curSize = 6;
+    g_once = [] { DXR_ResizeLogFilterInfo(DXR_GetLogFilter(kLogType), 11); };
+    Ask("other");
+    EXPECT_EQ(g_once, nullptr);
+    EXPECT_EQ(record->capacity, 11U);
+    std::vector<std::string> lines;
+    for (int i = 0; i < 12; ++i) {
+        lines.push_back("line " + std::to_string(i));
+    }
+    ExpectDecisionsOfAWalk(lines);
+}
+
+// A ring of 1024 entries grows to 2049 when the last free one is taken: more than an index serves.
+TEST_F(LogFilterReentry, ARingThatOutgrowsTheIndexIsWalked) {
+    DxrLogFilterInfo *record = DXR_GetLogFilter(kLogType);
+    DXR_ResizeLogFilterInfo(record, 1024);
+    for (int i = 0; i < 1023; ++i) {
+        DXR_AddLogFilterInfo(record, 0x10000U + static_cast<std::uint32_t>(i), 0);
+        if (record->capacity != 1024) {
+            break;
+        }
+    }
+    DXR_ResizeLogFilterInfo(record, 1024);
+    record->curIndex = 1023;
+    record->curSize = 1024;
+    for (std::uint32_t i = 0; i < 1024; ++i) {
+        record->entries[i].beginSec = g_nowSec;
+        record->entries[i].logHashCode = 0x20000U + i;
+    }
+    EXPECT_EQ(Ask("new"), 0);
+    EXPECT_EQ(record->capacity, 2049U);
+    EXPECT_EQ(Ask("new"), 1);
+    ExpectDecisionsOfAWalk({"new", "newer", "new", "newest", "newer"});
+}
+
+TEST_F(LogFilterReentry, ALogSiteThatChangesItsTypeUnderTheLockIsAskedAsItWas) {
+    static DxrLogFilterCfg cfg = {kLogType, 0, 0, 0, 0, 0};
+    cfg.logType = kLogType;
+    g_dxrHooks.task.lockMutex = [](void *) {
+        cfg.logType = 1000000;
+        return 0U;
+    };
+    EXPECT_EQ(DXR_IsRepeatedLog(&cfg, "line", 4), 0);
+    cfg.logType = kLogType;
+    EXPECT_EQ(DXR_IsRepeatedLog(&cfg, "line", 4), 1);
+    g_dxrHooks.task.lockMutex = nullptr;
+}
+
+// A host's own hash function may look at the whole buffer, which is zeroed behind the text.
+TEST_F(LogFilterReentry, AHostsHashFunctionSeesZeroedBuffers) {
+    static std::size_t roomBehind;
+    static int nonZero;
+    const auto saved = g_dxrLogFilterHashFuncList[0];
+    g_dxrLogFilterHashFuncList[0].func = [](const DxrLogFilterHashInput *input,
+                                            std::uint32_t *hash) {
+        for (std::size_t i = input->length; i < roomBehind; ++i) {
+            nonZero += input->text[i] != 0 ? 1 : 0;
+        }
+        *hash = 77;
+        return 0U;
+    };
+    char dirt[4096];
+    std::memset(dirt, 'x', sizeof(dirt));
+    asm volatile("" : : "r"(dirt) : "memory");
+    const DxrLogFilterCfg cfg = {kLogType, 1, 2, 3, 4, 0};
+    nonZero = 0;
+    roomBehind = 1024;
+    DXR_SameLogFilter(&cfg, "%s", "hello");
+    EXPECT_EQ(nonZero, 0);
+    roomBehind = 128;
+    DXR_DiffLogFilter(&cfg, "%s", "hello");
+    EXPECT_EQ(nonZero, 0);
+    g_dxrLogFilterHashFuncList[0] = saved;
+}
+
+}  // namespace
