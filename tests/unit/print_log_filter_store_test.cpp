@@ -1663,6 +1663,55 @@ TEST_F(LogFilterDecision, AgedLinesThatAResizeBringsBackAreFiltered) {
     record->entries = nullptr;
 }
 
+TEST_F(LogFilterDecision, LinesLostToASmallerRingAreNewThoughTheAddressComesBack) {
+    InitStore();
+    TwoPlaces::Use();
+    const DxrLogFilterCfg site = Site(2);
+    DxrLogFilterInfo *record = DXR_GetLogFilter(2);
+    DXR_ResizeLogFilterInfo(record, 7);
+    for (const char *line : {"a", "b", "c", "d", "e"}) {
+        EXPECT_EQ(Decide(site, line), 0);
+    }
+    const Ring before = LookAt(2);
+    DXR_ResizeLogFilterInfo(record, 3);
+    DXR_ResizeLogFilterInfo(record, 7);
+    EXPECT_EQ(LookAt(2), before);
+    EXPECT_EQ(Decide(site, "c"), 1);
+    EXPECT_EQ(Decide(site, "d"), 0);
+    EXPECT_EQ(Decide(site, "e"), 0);
+    record->entries = nullptr;
+}
+
+TEST_F(LogFilterDecision, ZeroEntriesOfAWrappedRingHideNoLine) {
+    InitStore();
+    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+        const DxrLogFilterCfg site = Site(type);
+        DxrLogFilterInfo *record = DXR_GetLogFilter(type);
+        const auto line = [type](int number) {
+            return std::to_string(number) + " of type " + std::to_string(type);
+        };
+        DXR_ResizeLogFilterInfo(record, 1023);
+        host.FailAllocationsFrom(1);
+        int next = 0;
+        while (next < 1023 + 500) {
+            ASSERT_EQ(Decide(site, line(next++)), 0);
+        }
+        host.StopFailingAllocations();
+        ASSERT_EQ(Decide(site, line(next++)), 0);
+        ASSERT_EQ(Look(*record), (Ring{500, 1024, 2047, Look(*record).entries}));
+        ASSERT_EQ(DXR_FindRepeatedLogInfoIndex(record, 0), 1023U);
+        DXR_AddLogFilterInfo(record, HashOf("direct"), 0);
+        // Round to the last of the 500 zero entries and over it.
+        const int last = next + 522 + 500 + 523 + 500;
+        while (next < last) {
+            ASSERT_EQ(Decide(site, line(next++)), 0);
+        }
+        for (int number = last - 1500; number < last; ++number) {
+            ASSERT_EQ(Decide(site, line(number)), 1) << number;
+        }
+    }
+}
+
 TEST_F(LogFilterDecision, RecordThatClaimsEntriesWithoutStorageLetsLinesThrough) {
     InitStore();
     DXR_GetLogFilter(2)->curSize = 3;
