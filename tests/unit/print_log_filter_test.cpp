@@ -226,18 +226,66 @@ struct WholeBuffer {
     }
 };
 
+// What a hash function of the host finds behind a text.
+struct WholeHashInput {
+    static inline std::size_t size;
+    static inline std::string bytes;
+
+    static void Use(std::size_t bufferSize) {
+        size = bufferSize;
+        g_dxrLogFilterHashFuncList[0].func = [](const DxrLogFilterHashInput *input,
+                                                std::uint32_t *) -> std::uint32_t {
+            bytes.assign(input->text, size);
+            return 0;
+        };
+    }
+    static std::string Padded(std::string text) {
+        text.resize(size, '\0');
+        return text;
+    }
+};
+
+// Leaves no zero where the next call will have its buffer.
+[[gnu::noinline]] void DirtyTheStack() {
+    volatile char bytes[8192];
+    for (volatile char &byte : bytes) {
+        byte = 'D';
+    }
+}
+
 TEST_F(SameLogFilter, LogIsHandedAZeroedBuffer) {
     WholeBuffer::Use();
     const DxrLogFilterCfg site = Site(3);
     for (const std::size_t length : {1000U, 0U, 5U, 1022U, 1023U, 5000U, 1U}) {
         const std::string text(length, 'x');
+        DirtyTheStack();
         DXR_SameLogFilter(&site, "%s", text.c_str());
         EXPECT_EQ(WholeBuffer::bytes, WholeBuffer::Padded(text.substr(0, 1023))) << length;
+        DirtyTheStack();
         DXR_DiffLogFilter(&site, "%s", text.c_str());
         EXPECT_EQ(WholeBuffer::bytes, WholeBuffer::Padded(text.substr(0, 1023))) << length;
     }
     DXR_SameLogFilter(&site, "ab%ccd", 0);
     EXPECT_EQ(WholeBuffer::bytes, WholeBuffer::Padded(std::string("ab\0cd", 5)));
+}
+
+TEST_F(SameLogFilter, HashFunctionOfTheHostSeesZeroedBuffers) {
+    InitStore();
+    const DxrLogFilterCfg site{3, 1, 2, 3, 4, 0};
+    WholeHashInput::Use(1024);
+    for (const std::size_t length : {1000U, 1U, 1022U, 5000U, 0U}) {
+        const std::string text(length, 'x');
+        DirtyTheStack();
+        DXR_SameLogFilter(&site, "%s", text.c_str());
+        EXPECT_EQ(WholeHashInput::bytes, WholeHashInput::Padded(text.substr(0, 1023))) << length;
+    }
+    WholeHashInput::Use(128);
+    DirtyTheStack();
+    DXR_DiffLogFilter(&site, "line");
+    EXPECT_EQ(WholeHashInput::bytes, WholeHashInput::Padded("31234"));
+    DirtyTheStack();
+    EXPECT_EQ(DXR_IsSameKey(5, 6, 7, 8), 0);
+    EXPECT_EQ(WholeHashInput::bytes, WholeHashInput::Padded("265678"));
 }
 
 // --- by key
