@@ -78,8 +78,9 @@ std::uint32_t Remember(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32
 // One index per log type, for the store's own records alone.
 constinit LogFilterIndex g_index[kLogTypeCount] = {};
 
-// An entry was added that the index of its ring, if that is the store's, did not learn of. Every other
-// operation changes the record so that the index sees it, or leaves live entries alone.
+// The index of a ring, if that is the store's, did not learn of an entry that was added, or of another
+// capacity, under which positions that it dropped may be live again. Every other operation changes the
+// record so that the index sees it, or leaves live entries alone.
 void ForgetIndexOf(const DxrLogFilterInfo *record) {
     if constexpr (dxr::kFastPaths) {
         if (g_dxrLogFilterInfo != nullptr && !std::less<>{}(record, g_dxrLogFilterInfo) &&
@@ -299,6 +300,7 @@ void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t newCapacity
         }
         FreeBlock(record->entries);
     }
+    ForgetIndexOf(record);
     record->capacity = newCapacity;
     record->entries = static_cast<DxrLogFilterEntry *>(block.Release());
 }
