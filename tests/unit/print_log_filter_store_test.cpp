@@ -1712,6 +1712,67 @@ TEST_F(LogFilterDecision, ZeroEntriesOfAWrappedRingHideNoLine) {
     }
 }
 
+TEST_F(LogFilterDecision, LinesThatAHookPutIntoTheRingAreFiltered) {
+    InitStore();
+    const DxrLogFilterCfg site = Site(2);
+    for (const char *line : {"a", "b", "c"}) {
+        EXPECT_EQ(Decide(site, line), 0);
+    }
+    // While the fourth line is remembered, other lines take the place of the first three.
+    DXR_ResizeLogFilterInfo(DXR_GetLogFilter(2), 15);
+    EXPECT_EQ(Decide(site, "c"), 1);
+    g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t size, std::uint32_t *sec) {
+        static bool asked = false;
+        if (!asked) {
+            asked = true;
+            DXR_ClearLogFilterInfo(2);
+            for (const char *line : {"x", "y", "z"}) {
+                DXR_AddLogFilterInfo(DXR_GetLogFilter(2), HashOf(line), 0);
+            }
+        }
+        std::snprintf(text, size, "now");
+        *sec = 1000000;
+    };
+    EXPECT_EQ(Decide(site, "d"), 0);
+    EXPECT_EQ(LookAt(2).curIndex, 0U);
+    EXPECT_EQ(LookAt(2).curSize, 4U);
+    for (const char *line : {"x", "y", "z", "d"}) {
+        EXPECT_EQ(Decide(site, line), 1) << line;
+    }
+    EXPECT_EQ(Decide(site, "a"), 0);
+}
+
+// A host that answers a failed growth by making the ring smaller, in the midst of a decision.
+DXR_PRINTF(2, 3) void PrintThatMakesTheRingSmaller(std::uint32_t, const char *, ...) {
+    DXR_ResizeLogFilterInfo(DXR_GetLogFilter(2), 6);
+}
+
+TEST_F(LogFilterDecision, LineThatAHooksResizeBringsBackIsFiltered) {
+    InitStore();
+    const DxrLogFilterCfg site = Site(2);
+    DxrLogFilterInfo *record = DXR_GetLogFilter(2);
+    const std::uint32_t begin = host.nowSec;
+    DXR_ResizeLogFilterInfo(record, 7);
+    EXPECT_EQ(Decide(site, "a"), 0);
+    EXPECT_EQ(Decide(site, "b"), 0);
+    host.nowSec = begin + 3600;
+    for (const char *line : {"c", "d", "e", "f", "g", "h"}) {
+        EXPECT_EQ(Decide(site, line), 0);  // from position 1 on: over "b"
+    }
+    EXPECT_EQ(LookAt(2), (Ring{1, 6, 7, LookAt(2).entries}));
+    DXR_ResizeLogFilterInfo(record, 7);
+    EXPECT_EQ(Decide(site, "h"), 1);
+    host.FailAllocation(1);
+    g_dxrHooks.print.print = PrintThatMakesTheRingSmaller;
+    EXPECT_EQ(Decide(site, "i"), 0);
+    EXPECT_EQ(LookAt(2), (Ring{2, 6, 6, LookAt(2).entries}));
+    // "a" at position 0 is live again, and young for a clock that was set back.
+    host.nowSec = begin + 10;
+    EXPECT_EQ(DXR_FindRepeatedLogInfoIndex(record, HashOf("a")), 0U);
+    EXPECT_EQ(Decide(site, "a"), 1);
+    EXPECT_EQ(Decide(site, "i"), 1);
+}
+
 TEST_F(LogFilterDecision, RecordThatClaimsEntriesWithoutStorageLetsLinesThrough) {
     InitStore();
     DXR_GetLogFilter(2)->curSize = 3;
