@@ -57,7 +57,7 @@ class SimulateTable {
     SimulateTable &operator=(SimulateTable &&) = delete;
 
     // What the library answers; throws UsageError when the table has no such entry.
-    [[nodiscard]] std::string Set(std::uint32_t id, std::uint32_t count) const {
+    [[nodiscard]] static std::string Set(std::uint32_t id, std::uint32_t count) {
         std::vector<char> text(kLongestName + 200);
         DXR_SetSimulateMsgLost(id, count, text.data(), static_cast<std::uint32_t>(text.size()));
         if (DXR_GetSimulateMsgBySimluateId(id) == nullptr) {
@@ -95,7 +95,7 @@ void Set(const SimulateOptions &options) {
     const Host host;
     const SimulateTable table(options.path);
     Output output(STDOUT_FILENO);
-    output.Write(table.Set(options.id, options.count) + "\n");
+    output.Write(SimulateTable::Set(options.id, options.count) + "\n");
     output.Write(table.Listing());
     output.Flush();
 }
@@ -103,8 +103,8 @@ void Set(const SimulateOptions &options) {
 void Replay(const SimulateOptions &options) {
     const Host host;
     const SimulateTable table(options.path);
-    ForEachSetting(options.replay, [&table](const std::string &id, std::uint32_t count) {
-        (void)table.Set(RequireNumber(id, "--set"), count);
+    ForEachSetting(options.replay, [](const std::string &id, std::uint32_t count) {
+        (void)SimulateTable::Set(RequireNumber(id, "--set"), count);
     });
     Output output(STDOUT_FILENO);
     const MessageCatcher catcher;
