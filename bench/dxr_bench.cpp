@@ -50,6 +50,9 @@ int main(int argc, char **argv) {
     bench::AddDispatch(suite);
     bench::AddLogFilter(suite);
     bench::AddHash(suite);
+    bench::AddCrc8(suite);
+    bench::AddBitmap(suite);
+    bench::AddSort(suite);
     bench::AddLoad(suite);
 
     const std::regex wanted(only);

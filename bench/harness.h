@@ -68,6 +68,9 @@ inline void Keep(const T &value) {
 void AddDispatch(Suite &suite);
 void AddLogFilter(Suite &suite);
 void AddHash(Suite &suite);
+void AddCrc8(Suite &suite);
+void AddBitmap(Suite &suite);
+void AddSort(Suite &suite);
 void AddLoad(Suite &suite);
 
 }  // namespace bench
