@@ -1,18 +1,11 @@
 #include "internal/cpu_features.h"
 
-#include <atomic>
-#include <cstdint>
-
 #if defined(__x86_64__)
 #include <cpuid.h>
 #endif
 
 namespace dxr {
 namespace {
-
-enum class Answer : std::uint8_t { kUnknown, kNo, kYes };
-
-constinit std::atomic<Answer> g_avx2 = Answer::kUnknown;
 
 #if defined(__x86_64__)
 
@@ -23,13 +16,13 @@ std::uint64_t SavedRegisters() {
     return (std::uint64_t{high} << 32U) | low;
 }
 
-bool AskForAvx2() {
+bool SupportsAvx2() {
     constexpr std::uint64_t kSseAndAvxState = 6;
     unsigned eax = 0;
     unsigned ebx = 0;
     unsigned ecx = 0;
     unsigned edx = 0;
-    constexpr unsigned kBasic = bit_OSXSAVE | bit_AVX | bit_POPCNT;
+    constexpr unsigned kBasic = bit_OSXSAVE | bit_AVX | bit_PCLMUL | bit_POPCNT;
     if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & kBasic) != kBasic ||
         (SavedRegisters() & kSseAndAvxState) != kSseAndAvxState) {
         return false;
@@ -40,7 +33,7 @@ bool AskForAvx2() {
 
 #else
 
-bool AskForAvx2() {
+bool SupportsAvx2() {
     return false;
 }
 
@@ -48,13 +41,16 @@ bool AskForAvx2() {
 
 }  // namespace
 
-bool HasAvx2() noexcept {
-    Answer answer = g_avx2.load(std::memory_order_relaxed);
-    if (answer == Answer::kUnknown) {
-        answer = AskForAvx2() ? Answer::kYes : Answer::kNo;
-        g_avx2.store(answer, std::memory_order_relaxed);
-    }
-    return answer == Answer::kYes;
+namespace cpu_features {
+
+constinit std::atomic<Answer> g_avx2 = Answer::kUnknown;
+
+bool AskForAvx2() noexcept {
+    const bool yes = SupportsAvx2();
+    g_avx2.store(yes ? Answer::kYes : Answer::kNo, std::memory_order_relaxed);
+    return yes;
 }
+
+}  // namespace cpu_features
 
 }  // namespace dxr
