@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "internal/checked.h"
+#include "internal/integer_sort.h"
 
 using dxr::CheckedAdd;
 using dxr::CheckedDiv;
@@ -53,11 +54,18 @@ int32_t DXR_DescendCmp(const void *a, const void *b) {
 }
 
 void DXR_AscendSort(void *base, uint32_t n) {
-    std::qsort(base, n, sizeof(int32_t), DXR_AscendCmp);
+    if (!dxr::SortAscending(static_cast<int32_t *>(base), n)) {
+        std::qsort(base, n, sizeof(int32_t), DXR_AscendCmp);
+    }
 }
 
 void DXR_DecendSort(void *base, uint32_t n) {
-    std::qsort(base, n, sizeof(int32_t), DXR_DescendCmp);
+    auto *const elements = static_cast<int32_t *>(base);
+    if (dxr::SortAscending(elements, n)) {
+        std::reverse(elements, elements + n);
+    } else {
+        std::qsort(base, n, sizeof(int32_t), DXR_DescendCmp);
+    }
 }
 
 uint32_t DXR_Find(const uint32_t *arr, uint32_t value, uint32_t count) {

@@ -1,0 +1,111 @@
+#include "internal/integer_sort.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "support/test_host.h"
+
+namespace {
+
+using Elements = std::vector<std::int32_t>;
+
+constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
+constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+
+// Sorts the elements between two that would sort elsewhere.
+void ExpectSorted(const Elements &elements) {
+    Elements guarded = {kMax};
+    guarded.insert(guarded.end(), elements.begin(), elements.end());
+    guarded.push_back(kMin);
+    Elements expected = guarded;
+    std::sort(expected.begin() + 1, expected.end() - 1);
+    ASSERT_TRUE(dxr::SortAscending(guarded.data() + 1, elements.size()));
+    ASSERT_EQ(guarded, expected);
+}
+
+void ExpectUntouched(Elements elements) {
+    const Elements before = elements;
+    ASSERT_FALSE(dxr::SortAscending(elements.data(), elements.size()));
+    ASSERT_EQ(elements, before);
+}
+
+template <typename Element>
+Elements Generated(std::size_t count, Element element) {
+    Elements elements(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        elements[i] = static_cast<std::int32_t>(element(static_cast<std::int64_t>(i)));
+    }
+    return elements;
+}
+
+TEST(SortAscending, ElementsOfEveryKindAndNumber) {
+    std::mt19937_64 random(dxrtest::Seed());
+    std::vector<std::size_t> counts(200);
+    std::generate(counts.begin(), counts.end(), [n = std::size_t{0}]() mutable { return n++; });
+    counts.insert(counts.end(), {1000, 4096, 20'000});
+    const auto below = [&random](std::int64_t bound) {
+        return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(bound));
+    };
+    for (const std::size_t count : counts) {
+        const auto n = static_cast<std::int64_t>(count);
+        const auto anywhere = [&](std::int64_t) { return kMin + 5 + below(kMax); };
+        const auto aroundZero = [&](std::int64_t) { return below(1000) - 500; };
+        const auto two = [&](std::int64_t) { return below(2) * kMax; };
+        const auto powers = [&](std::int64_t) { return std::int64_t{1} << below(31); };
+        const auto same = [](std::int64_t) { return -7; };
+        const auto rising = [](std::int64_t i) { return i * 3; };
+        const auto falling = [](std::int64_t i) { return -i * 3; };
+        const auto upAndDown = [n](std::int64_t i) { return std::min(i, n - i); };
+        ExpectSorted(Generated(count, anywhere));
+        ExpectSorted(Generated(count, aroundZero));
+        ExpectSorted(Generated(count, two));
+        ExpectSorted(Generated(count, powers));
+        ExpectSorted(Generated(count, same));
+        ExpectSorted(Generated(count, rising));
+        ExpectSorted(Generated(count, falling));
+        ExpectSorted(Generated(count, upAndDown));
+    }
+}
+
+TEST(SortAscending, GreatestDifferencesThatFit) {
+    ExpectSorted({kMax, 0});
+    ExpectSorted({-1, kMin});
+    ExpectSorted({kMax - 1, 5, -1});
+    Elements many(100, kMax);
+    many.resize(200, 0);
+    ExpectSorted(many);
+    std::fill(many.begin(), many.begin() + 100, -1);
+    std::fill(many.begin() + 100, many.end(), kMin);
+    ExpectSorted(many);
+}
+
+TEST(SortAscending, ADifferenceThatDoesNotFitLeavesTheElements) {
+    ExpectUntouched({kMax, -1});
+    ExpectUntouched({0, kMin});
+    ExpectUntouched({5, kMax, 3, kMin, 1});
+    for (const std::size_t place : {0U, 1U, 63U, 98U, 99U}) {
+        Elements many(100, kMax);
+        many[place] = -1;
+        ExpectUntouched(many);
+        std::fill(many.begin(), many.end(), kMin);
+        many[place] = 0;
+        ExpectUntouched(many);
+    }
+}
+
+TEST(SortAscending, NoElementsAreSorted) {
+    EXPECT_TRUE(dxr::SortAscending(nullptr, 0));
+}
+
+TEST(SortAscending, OneElementIsSortedWhateverItIs) {
+    ExpectSorted({kMin});
+    ExpectSorted({kMax});
+}
+
+}  // namespace
