@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -12,8 +13,24 @@
 namespace bench {
 namespace {
 
-using Words = std::vector<std::uint32_t>;
-using Bitset = boost::dynamic_bitset<>;
+// Memory from the beginning of a cache line, so that no figure depends on where an array happens to
+// lie.
+template <typename T>
+struct LineAllocator {
+    using value_type = T;
+    LineAllocator() = default;
+    template <typename U>
+    explicit LineAllocator(const LineAllocator<U> &) {}
+    T *allocate(std::size_t count) {
+        return static_cast<T *>(::operator new(count * sizeof(T), kLine));
+    }
+    void deallocate(T *memory, std::size_t) { ::operator delete(memory, kLine); }
+    friend bool operator==(LineAllocator, LineAllocator) { return true; }
+    static constexpr std::align_val_t kLine{64};
+};
+
+using Words = std::vector<std::uint32_t, LineAllocator<std::uint32_t>>;
+using Bitset = boost::dynamic_bitset<unsigned long, LineAllocator<unsigned long>>;
 
 constexpr std::size_t kMebibyte = (1U << 20U) / sizeof(std::uint32_t);
 
@@ -61,21 +78,40 @@ constexpr Operation kOperations[] = {{"OR", DXR_OrBmp, &Bitset::operator|= },
                                            &Bitset::operator^= },
                                       };
 
+// Small bitmaps are worked on in turn, so that no operation waits for what the one before has
+// stored.
+std::size_t PairsOf(std::size_t size) {
+    constexpr std::size_t kWordsInFirstCache = 4096;
+    return std::max<std::size_t>(1, kWordsInFirstCache / (2 * size));
+}
+
 Run RunOf(WordOperation operation, const Words &dst, const Words &src) {
-    return [operation, dst = dst, src](std::uint64_t count) mutable {
+    const std::size_t pairs = PairsOf(dst.size());
+    return [operation, dsts = std::vector(pairs, dst), srcs = std::vector(pairs, src),
+            at = std::size_t{0}](std::uint64_t count) mutable {
         for (std::uint64_t i = 0; i < count; ++i) {
-            operation(dst.data(), src.data(), Count(dst));
-            Keep(dst.data());
+            at = at + 1 < dsts.size() ? at + 1 : 0;
+            operation(dsts[at].data(), srcs[at].data(), Count(dsts[at]));
+            Keep(dsts.data());
         }
     };
 }
 
+// A function of its own is what the compiler turns into vector code.
+template <BitsetOperation kOperation>
+[[gnu::noinline]] void Combine(Bitset &dst, const Bitset &src) {
+    (dst.*kOperation)(src);
+}
+
 template <BitsetOperation kOperation>
 Run RunOf(const Words &dst, const Words &src) {
-    return [dst = BitsetOf(dst), src = BitsetOf(src)](std::uint64_t count) mutable {
+    const std::size_t pairs = PairsOf(dst.size());
+    return [dsts = std::vector(pairs, BitsetOf(dst)), srcs = std::vector(pairs, BitsetOf(src)),
+            at = std::size_t{0}](std::uint64_t count) mutable {
         for (std::uint64_t i = 0; i < count; ++i) {
-            (dst.*kOperation)(src);
-            Keep(&dst);
+            at = at + 1 < dsts.size() ? at + 1 : 0;
+            Combine<kOperation>(dsts[at], srcs[at]);
+            Keep(dsts.data());
         }
     };
 }

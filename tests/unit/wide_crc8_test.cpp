@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "support/cpu_levels.h"
 #include "support/test_host.h"
 
 namespace {
@@ -27,8 +28,14 @@ void FillRandomly(std::mt19937_64 &random, std::uint8_t *bytes, std::size_t size
     std::generate_n(bytes, size, [&random] { return static_cast<std::uint8_t>(random()); });
 }
 
+class WideCrc8 : public testing::TestWithParam<std::uint32_t> {
+    const dxrtest::CpuLevel level_{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Levels, WideCrc8, testing::ValuesIn(dxrtest::CpuLevels()));
+
 // The data stand at the end of an allocation of their own, so that a byte too many is seen.
-TEST(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
+TEST_P(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
     const Table table = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     for (std::size_t length = 0; length <= 1200; ++length) {
@@ -43,7 +50,7 @@ TEST(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
     }
 }
 
-TEST(WideCrc8, OfLongData) {
+TEST_P(WideCrc8, OfLongData) {
     const Table table = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     std::vector<std::uint8_t> data(200'000);
@@ -54,7 +61,7 @@ TEST(WideCrc8, OfLongData) {
     }
 }
 
-TEST(WideCrc8, EveryBitOfTheDataCounts) {
+TEST_P(WideCrc8, EveryBitOfTheDataCounts) {
     const Table table = GeneratorsTable();
     for (const std::size_t length : {16U, 31U, 300U}) {
         std::vector<std::uint8_t> data(length, 0);
@@ -69,7 +76,7 @@ TEST(WideCrc8, EveryBitOfTheDataCounts) {
 }
 
 // The first byte looks the changed entry up.
-TEST(WideCrc8, AChangedEntryDecides) {
+TEST_P(WideCrc8, AChangedEntryDecides) {
     const Table generators = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     int different = 0;
@@ -89,7 +96,7 @@ TEST(WideCrc8, AChangedEntryDecides) {
     EXPECT_GT(different, 1000);
 }
 
-TEST(WideCrc8, ATableOfZerosGivesZero) {
+TEST_P(WideCrc8, ATableOfZerosGivesZero) {
     const Table zeros = {};
     const std::vector<std::uint8_t> data(500, 0xFF);
     EXPECT_EQ(dxr::Crc8(zeros.data(), data.data(), data.size()), 0U);

@@ -6,6 +6,8 @@
 #include "internal/bit_address.h"
 #include "internal/host_services.h"
 #include "internal/text_writer.h"
+#include "internal/word_operations.h"
+#include "internal/word_queries.h"
 
 using dxr::BitAddress;
 using dxr::BitCount;
@@ -27,20 +29,12 @@ constexpr bool Straddles(BitAddress at, uint32_t width, uint32_t wordCount) noex
 }  // namespace
 
 uint32_t DXR_IsSameBitMap(const uint32_t *a, const uint32_t *b, uint32_t wordCount) {
-    // Not std::equal, which compares in blocks: nothing behind the first difference is read.
-    for (uint32_t i = 0; i < wordCount; ++i) {
-        if (a[i] != b[i]) {
-            return 0;
-        }
-    }
-    return 1;
+    return dxr::AreSameWords(a, b, wordCount);
 }
 
 // Not memcpy_s, which refuses overlap: callers may copy a bitmap onto itself.
 void DXR_BitmapCopy(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
-    for (uint32_t i = 0; i < wordCount; ++i) {
-        dst[i] = src[i];
-    }
+    dxr::CopyWords(dst, src, wordCount);
 }
 
 void DXR_BitmapZero(uint32_t *bmp, uint32_t wordCount) {
@@ -48,26 +42,19 @@ void DXR_BitmapZero(uint32_t *bmp, uint32_t wordCount) {
 }
 
 uint32_t DXR_IsZeroBmp(const uint32_t *bmp, uint32_t wordCount) {
-    const auto isZero = [](uint32_t word) { return word == 0; };
-    return std::all_of(bmp, bmp + wordCount, isZero) ? 1 : 0;
+    return dxr::AreZeroWords(bmp, wordCount);
 }
 
 void DXR_OrBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
-    for (uint32_t i = 0; i < wordCount; ++i) {
-        dst[i] |= src[i];
-    }
+    dxr::OrWords(dst, src, wordCount);
 }
 
 void DXR_AndBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
-    for (uint32_t i = 0; i < wordCount; ++i) {
-        dst[i] &= src[i];
-    }
+    dxr::AndWords(dst, src, wordCount);
 }
 
 void DXR_XorBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
-    for (uint32_t i = 0; i < wordCount; ++i) {
-        dst[i] ^= src[i];
-    }
+    dxr::XorWords(dst, src, wordCount);
 }
 
 // Inverts bits, while DXR_InverseBitMap reverses words: the names are the interface's, not a
@@ -107,11 +94,7 @@ uint32_t DXR_CountValidBit(uint32_t word) {
 }
 
 uint32_t DXR_CountValidBitOfArray(const uint32_t *arr, uint32_t count) {
-    uint32_t bits = 0;
-    for (uint32_t i = 0; i < count; ++i) {
-        bits += DXR_CountValidBit(arr[i]);
-    }
-    return bits;
+    return dxr::BitsInWords(arr, count);
 }
 
 void DXR_GetBitMapStr(const uint32_t *bmp, uint32_t wordCount, char *buf, uint32_t bufLen) {

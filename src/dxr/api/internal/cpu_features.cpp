@@ -4,10 +4,14 @@
 #include <cpuid.h>
 #endif
 
-namespace dxr {
+namespace dxr::cpu_features {
 namespace {
 
 #if defined(__x86_64__)
+
+constexpr bool HasAll(std::uint64_t bits, std::uint64_t wanted) {
+    return (bits & wanted) == wanted;
+}
 
 std::uint64_t SavedRegisters() {
     std::uint32_t low = 0;
@@ -16,41 +20,44 @@ std::uint64_t SavedRegisters() {
     return (std::uint64_t{high} << 32U) | low;
 }
 
-bool SupportsAvx2() {
-    constexpr std::uint64_t kSseAndAvxState = 6;
+std::uint32_t Features() {
+    constexpr std::uint64_t kAvxState = 0x06;
+    constexpr std::uint64_t kAvx512State = 0xE6;
     unsigned eax = 0;
     unsigned ebx = 0;
     unsigned ecx = 0;
     unsigned edx = 0;
-    constexpr unsigned kBasic = bit_OSXSAVE | bit_AVX | bit_PCLMUL | bit_POPCNT;
-    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 || (ecx & kBasic) != kBasic ||
-        (SavedRegisters() & kSseAndAvxState) != kSseAndAvxState) {
-        return false;
+    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 ||
+        !HasAll(ecx, bit_OSXSAVE | bit_AVX | bit_PCLMUL | bit_POPCNT)) {
+        return 0;
     }
-    constexpr unsigned kExtended = bit_AVX2 | bit_BMI | bit_BMI2;
-    return __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & kExtended) == kExtended;
+    const std::uint64_t saved = SavedRegisters();
+    if (!HasAll(saved, kAvxState) || __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0 ||
+        !HasAll(ebx, bit_AVX2 | bit_BMI | bit_BMI2)) {
+        return 0;
+    }
+    const bool vectorPopcount = HasAll(saved, kAvx512State) &&
+                                HasAll(ebx, bit_AVX512F | bit_AVX512VL) &&
+                                HasAll(ecx, bit_AVX512VPOPCNTDQ);
+    return kAvx2 | (vectorPopcount ? kVectorPopcount : 0);
 }
 
 #else
 
-bool SupportsAvx2() {
-    return false;
+std::uint32_t Features() {
+    return 0;
 }
 
 #endif
 
 }  // namespace
 
-namespace cpu_features {
+constinit std::atomic<std::uint32_t> g_known = 0;
 
-constinit std::atomic<Answer> g_avx2 = Answer::kUnknown;
-
-bool AskForAvx2() noexcept {
-    const bool yes = SupportsAvx2();
-    g_avx2.store(yes ? Answer::kYes : Answer::kNo, std::memory_order_relaxed);
-    return yes;
+std::uint32_t Ask() noexcept {
+    const std::uint32_t features = Features() | kAsked;
+    g_known.store(features, std::memory_order_relaxed);
+    return features;
 }
 
-}  // namespace cpu_features
-
-}  // namespace dxr
+}  // namespace dxr::cpu_features

@@ -1,0 +1,156 @@
+#include "internal/word_queries.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+#include "internal/cpu_features.h"
+#include "internal/fast_paths.h"
+
+namespace dxr {
+namespace {
+
+// Not std::equal, which compares in blocks: nothing behind the first difference is read.
+std::uint32_t AreSame(const std::uint32_t *a, const std::uint32_t *b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (a[i] != b[i]) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+std::uint32_t AreZero(const std::uint32_t *words, std::size_t count) {
+    return std::all_of(words, words + count, [](std::uint32_t word) { return word == 0; }) ? 1 : 0;
+}
+
+// Compiled for each kind of processor anew, with what it has to count bits.
+[[gnu::always_inline]] inline std::uint32_t Bits(const std::uint32_t *words, std::uint32_t count) {
+    std::uint32_t bits = 0;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        bits += static_cast<std::uint32_t>(__builtin_popcount(words[i]));
+    }
+    return bits;
+}
+
+DXR_TARGET_AVX2 std::uint32_t BitsByAvx2(const std::uint32_t *words, std::uint32_t count) {
+    return Bits(words, count);
+}
+
+DXR_TARGET_VECTOR_POPCOUNT std::uint32_t BitsByVectorPopcount(const std::uint32_t *words,
+                                                              std::uint32_t count) {
+    return Bits(words, count);
+}
+
+#if defined(__x86_64__)
+
+constexpr bool kHasWide = true;
+constexpr std::size_t kWidth = 8;  // words of a vector register
+constexpr std::size_t kStep = 4 * kWidth;
+
+DXR_TARGET_AVX2 inline __m256i Load(const std::uint32_t *words) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(words));
+}
+
+DXR_TARGET_AVX2 inline bool IsZero(__m256i bits) {
+    return _mm256_testz_si256(bits, bits) != 0;
+}
+
+struct Content {
+    const std::uint32_t *words;
+    DXR_TARGET_AVX2 __m256i At(std::size_t i) const { return Load(words + i); }
+};
+
+struct Difference {
+    const std::uint32_t *a;
+    const std::uint32_t *b;
+    DXR_TARGET_AVX2 __m256i At(std::size_t i) const {
+        return _mm256_xor_si256(Load(a + i), Load(b + i));
+    }
+};
+
+// Looks at `count` words, at least kWidth; at the last ones perhaps twice.
+template <typename Source>
+DXR_TARGET_AVX2 inline std::uint32_t IsAllZero(Source source, std::size_t count) {
+    const std::size_t inSteps = count / kStep * kStep;
+    for (std::size_t i = 0; i != inSteps; i += kStep) {
+        const __m256i low = _mm256_or_si256(source.At(i), source.At(i + kWidth));
+        const __m256i high = _mm256_or_si256(source.At(i + 2 * kWidth), source.At(i + 3 * kWidth));
+        if (!IsZero(_mm256_or_si256(low, high))) {
+            return 0;
+        }
+    }
+    for (std::size_t i = inSteps; i < count; i += kWidth) {
+        if (!IsZero(source.At(std::min(i, count - kWidth)))) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+DXR_TARGET_AVX2 std::uint32_t AreZeroByAvx2(const std::uint32_t *words, std::size_t count) {
+    return IsAllZero(Content{words}, count);
+}
+
+// Words from `a` and `b` on that lie in the pages of the first two. At least one.
+std::size_t WordsInPages(const std::uint32_t *a, const std::uint32_t *b) {
+    constexpr std::uintptr_t kPage = 4096;  // the smallest there is
+    const std::uintptr_t offset = std::max(reinterpret_cast<std::uintptr_t>(a) % kPage,
+                                           reinterpret_cast<std::uintptr_t>(b) % kPage);
+    return (kPage - offset + sizeof(*a) - 1) / sizeof(*a);
+}
+
+// May read all of the words whatever they are.
+[[gnu::noinline]] DXR_TARGET_AVX2 std::uint32_t AreSameReadingAhead(const std::uint32_t *a,
+                                                                    const std::uint32_t *b,
+                                                                    std::size_t count) {
+    return count >= kWidth ? IsAllZero(Difference{a, b}, count) : AreSame(a, b, count);
+}
+
+// Reads ahead within a page only.
+DXR_TARGET_AVX2 std::uint32_t AreSameByAvx2(const std::uint32_t *a, const std::uint32_t *b,
+                                            std::size_t count) {
+    for (std::size_t part = WordsInPages(a, b); part < count; part = WordsInPages(a, b)) {
+        if (AreSameReadingAhead(a, b, part) == 0) {
+            return 0;
+        }
+        a += part;
+        b += part;
+        count -= part;
+    }
+    return AreSameReadingAhead(a, b, count);
+}
+
+#else
+
+constexpr bool kHasWide = false;
+constexpr std::size_t kWidth = 1;
+std::uint32_t AreZeroByAvx2(const std::uint32_t *words, std::size_t count);
+std::uint32_t AreSameByAvx2(const std::uint32_t *a, const std::uint32_t *b, std::size_t count);
+
+#endif
+
+}  // namespace
+
+std::uint32_t AreSameWords(const std::uint32_t *a, const std::uint32_t *b,
+                           std::uint32_t count) noexcept {
+    return kFastPaths && kHasWide && count >= kWidth && HasAvx2() ? AreSameByAvx2(a, b, count)
+                                                                  : AreSame(a, b, count);
+}
+
+std::uint32_t AreZeroWords(const std::uint32_t *words, std::uint32_t count) noexcept {
+    return kFastPaths && kHasWide && count >= kWidth && HasAvx2() ? AreZeroByAvx2(words, count)
+                                                                  : AreZero(words, count);
+}
+
+std::uint32_t BitsInWords(const std::uint32_t *words, std::uint32_t count) noexcept {
+    if (kFastPaths && HasVectorPopcount()) {
+        return BitsByVectorPopcount(words, count);
+    }
+    return kFastPaths && HasAvx2() ? BitsByAvx2(words, count) : Bits(words, count);
+}
+
+}  // namespace dxr
