@@ -1,6 +1,6 @@
 /*
  * CRC-8: polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first, initial register 0, no
- * final XOR. One table lookup a byte; the table is built at the first calculation.
+ * final XOR. By a table of one entry for each byte, which is built at the first calculation.
  *
  * Flag and table are plain objects without a lock. Threads that make the first calculation at the
  * same time may both build the table, with the same result.

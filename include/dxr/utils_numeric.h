@@ -24,8 +24,8 @@ DXR_API int32_t DXR_AscendCmp(const void *a, const void *b);
 DXR_API int32_t DXR_DescendCmp(const void *a, const void *b);
 
 /*
- * Sort the `n` signed 32-bit elements at `base` with qsort() and the comparator of that order; the
- * limit of the comparators holds. Equal elements are not kept in order.
+ * Sort the `n` signed 32-bit elements at `base`. Where two of them differ by more than fits in 32
+ * signed bits, qsort() sorts with the comparator of that order, whose limit holds.
  */
 DXR_API void DXR_AscendSort(void *base, uint32_t n);
 DXR_API void DXR_DecendSort(void *base, uint32_t n);

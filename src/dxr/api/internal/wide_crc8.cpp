@@ -17,7 +17,6 @@ constexpr std::size_t kBlock = 16;
 
 #if defined(__x86_64__)
 
-constexpr bool kHasWide = true;
 constexpr std::size_t kLargeBlock = 32;
 constexpr std::size_t kLargeBlocks = 4;  // side by side, so that none waits for the one before
 constexpr std::size_t kStride = kLargeBlock * kLargeBlocks;
@@ -176,8 +175,10 @@ DXR_TARGET_AVX2 std::uint32_t Crc8ByAvx2(const std::uint8_t *table, const std::u
 
 #else
 
-constexpr bool kHasWide = false;
-std::uint32_t Crc8ByAvx2(const std::uint8_t *table, const std::uint8_t *data, std::uint64_t length);
+std::uint32_t Crc8ByAvx2(const std::uint8_t *table, const std::uint8_t *data,
+                         std::uint64_t length) {
+    return Crc8ByBytes(table, data, length);
+}
 
 #endif
 
@@ -185,9 +186,8 @@ std::uint32_t Crc8ByAvx2(const std::uint8_t *table, const std::uint8_t *data, st
 
 std::uint32_t Crc8(const std::uint8_t *table, const std::uint8_t *data,
                    std::uint64_t length) noexcept {
-    return kFastPaths && kHasWide && length >= kBlock && HasAvx2()
-               ? Crc8ByAvx2(table, data, length)
-               : Crc8ByBytes(table, data, length);
+    return kFastPaths && length >= kBlock && HasAvx2() ? Crc8ByAvx2(table, data, length)
+                                                       : Crc8ByBytes(table, data, length);
 }
 
 }  // namespace dxr

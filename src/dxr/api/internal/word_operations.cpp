@@ -45,7 +45,6 @@ std::uintptr_t Distance(const std::uint32_t *dst, const std::uint32_t *src) {
 
 #if defined(__x86_64__)
 
-constexpr bool kHasWide = true;
 constexpr std::size_t kWidth = 8;  // words of a vector register
 constexpr std::size_t kStep = 4 * kWidth;
 constexpr std::size_t kLongArray = 256;  // from here on aligned stores pay
@@ -108,15 +107,16 @@ DXR_TARGET_AVX2 void CombineVectors(std::uint32_t *dst, const std::uint32_t *src
 
 #else
 
-constexpr bool kHasWide = false;
 template <typename Operation>
-void CombineVectors(std::uint32_t *dst, const std::uint32_t *src, std::size_t count);
+void CombineVectors(std::uint32_t *dst, const std::uint32_t *src, std::size_t count) {
+    CombineWords<Operation>(dst, src, count);
+}
 
 #endif
 
 template <typename Operation>
 void Combine(std::uint32_t *dst, const std::uint32_t *src, std::size_t count) {
-    if (kFastPaths && kHasWide && HasAvx2()) {
+    if (kFastPaths && HasAvx2()) {
         CombineVectors<Operation>(dst, src, count);
     } else {
         CombineWords<Operation>(dst, src, count);

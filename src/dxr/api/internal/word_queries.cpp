@@ -13,6 +13,8 @@
 namespace dxr {
 namespace {
 
+constexpr std::size_t kWidth = 8;  // words of a vector register
+
 // Not std::equal, which compares in blocks: nothing behind the first difference is read.
 std::uint32_t AreSame(const std::uint32_t *a, const std::uint32_t *b, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -47,8 +49,6 @@ DXR_TARGET_VECTOR_POPCOUNT std::uint32_t BitsByVectorPopcount(const std::uint32_
 
 #if defined(__x86_64__)
 
-constexpr bool kHasWide = true;
-constexpr std::size_t kWidth = 8;  // words of a vector register
 constexpr std::size_t kStep = 4 * kWidth;
 
 DXR_TARGET_AVX2 inline __m256i Load(const std::uint32_t *words) {
@@ -126,10 +126,13 @@ DXR_TARGET_AVX2 std::uint32_t AreSameByAvx2(const std::uint32_t *a, const std::u
 
 #else
 
-constexpr bool kHasWide = false;
-constexpr std::size_t kWidth = 1;
-std::uint32_t AreZeroByAvx2(const std::uint32_t *words, std::size_t count);
-std::uint32_t AreSameByAvx2(const std::uint32_t *a, const std::uint32_t *b, std::size_t count);
+std::uint32_t AreZeroByAvx2(const std::uint32_t *words, std::size_t count) {
+    return AreZero(words, count);
+}
+
+std::uint32_t AreSameByAvx2(const std::uint32_t *a, const std::uint32_t *b, std::size_t count) {
+    return AreSame(a, b, count);
+}
 
 #endif
 
@@ -137,13 +140,13 @@ std::uint32_t AreSameByAvx2(const std::uint32_t *a, const std::uint32_t *b, std:
 
 std::uint32_t AreSameWords(const std::uint32_t *a, const std::uint32_t *b,
                            std::uint32_t count) noexcept {
-    return kFastPaths && kHasWide && count >= kWidth && HasAvx2() ? AreSameByAvx2(a, b, count)
-                                                                  : AreSame(a, b, count);
+    return kFastPaths && count >= kWidth && HasAvx2() ? AreSameByAvx2(a, b, count)
+                                                      : AreSame(a, b, count);
 }
 
 std::uint32_t AreZeroWords(const std::uint32_t *words, std::uint32_t count) noexcept {
-    return kFastPaths && kHasWide && count >= kWidth && HasAvx2() ? AreZeroByAvx2(words, count)
-                                                                  : AreZero(words, count);
+    return kFastPaths && count >= kWidth && HasAvx2() ? AreZeroByAvx2(words, count)
+                                                      : AreZero(words, count);
 }
 
 std::uint32_t BitsInWords(const std::uint32_t *words, std::uint32_t count) noexcept {
