@@ -38,9 +38,9 @@ template <typename Operation>
     }
 }
 
-// By how many bytes `dst` lies behind `src`; a huge number if it lies before it.
-std::uintptr_t Distance(const std::uint32_t *dst, const std::uint32_t *src) {
-    return reinterpret_cast<std::uintptr_t>(dst) - reinterpret_cast<std::uintptr_t>(src);
+// By how many bytes `a` lies behind `b`; a huge number if it lies before it.
+std::uintptr_t Distance(const std::uint32_t *a, const std::uint32_t *b) {
+    return reinterpret_cast<std::uintptr_t>(a) - reinterpret_cast<std::uintptr_t>(b);
 }
 
 #if defined(__x86_64__)
@@ -127,8 +127,9 @@ void Combine(std::uint32_t *dst, const std::uint32_t *src, std::size_t count) {
 
 void CopyWords(std::uint32_t *dst, const std::uint32_t *src, std::uint32_t count) noexcept {
     const std::size_t size = std::size_t{count} * sizeof(*dst);
-    if (kFastPaths && size != 0 && Distance(dst, src) - 1 >= size - 1) {
-        std::memmove(dst, src, size);
+    const bool apart = Distance(dst, src) >= size && Distance(src, dst) >= size;
+    if (kFastPaths && apart && size != 0) {
+        std::memcpy(dst, src, size);
         return;
     }
     for (std::uint32_t i = 0; i < count; ++i) {
