@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <boost/dynamic_bitset.hpp>
 #include <cstddef>
 #include <cstdint>
@@ -56,94 +57,71 @@ std::uint32_t Count(const Words &words) {
 }
 
 std::string Of(const char *what, std::size_t size) {
-    return what + (size == kMebibyte ? " of 1 MiB" : " of " + std::to_string(size) + " words");
+    return what + (size == kMebibyte ? ", 1 MiB" : ", " + std::to_string(size) + " words");
 }
 
 // ---- OR, AND, XOR
 
-using WordOperation = void (*)(std::uint32_t *, const std::uint32_t *, std::uint32_t);
-using BitsetOperation = Bitset &(Bitset::*)(const Bitset &);
-
-struct Operation {
-    const char *name;
-    WordOperation ours;
-    BitsetOperation peer;
+// The peer's operation is a function of its own, which the compiler turns into vector code.
+struct Or {
+    static constexpr const char *kName = "OR";
+    static constexpr auto *kOurs = DXR_OrBmp;
+    [[gnu::noinline]] static void Peer(Bitset &dst, const Bitset &src) { dst |= src; }
 };
 
-constexpr Operation kOperations[] = {{"OR", DXR_OrBmp, &Bitset::operator|= },
-                                      {"AND", DXR_AndBmp, &Bitset::operator&= },
-                                       {
-                                           "XOR",
-                                           DXR_XorBmp,
-                                           &Bitset::operator^= },
-                                      };
+struct And {
+    static constexpr const char *kName = "AND";
+    static constexpr auto *kOurs = DXR_AndBmp;
+    [[gnu::noinline]] static void Peer(Bitset &dst, const Bitset &src) { dst &= src; }
+};
 
-// Small bitmaps are worked on in turn, so that no operation waits for what the one before has
-// stored.
-std::size_t PairsOf(std::size_t size) {
-    constexpr std::size_t kWordsInFirstCache = 4096;
-    return std::max<std::size_t>(1, kWordsInFirstCache / (2 * size));
-}
+struct Xor {
+    static constexpr const char *kName = "XOR";
+    static constexpr auto *kOurs = DXR_XorBmp;
+    [[gnu::noinline]] static void Peer(Bitset &dst, const Bitset &src) { dst ^= src; }
+};
 
-Run RunOf(WordOperation operation, const Words &dst, const Words &src) {
-    const std::size_t pairs = PairsOf(dst.size());
-    return [operation, dsts = std::vector(pairs, dst), srcs = std::vector(pairs, src),
-            at = std::size_t{0}](std::uint64_t count) mutable {
+// Works on pairs of small bitmaps in turn, so that none waits for what the one before has stored.
+template <typename Bits, typename Operation>
+Run InTurn(const Bits &dst, const Bits &src, std::size_t size, Operation operation) {
+    constexpr std::size_t kWords = 1024;
+    const std::size_t pairs = std::max<std::size_t>(1, kWords / (2 * size));
+    return [dsts = std::vector<Bits>(pairs, dst), srcs = std::vector<Bits>(pairs, src),
+            at = std::size_t{0}, operation](std::uint64_t count) mutable {
         for (std::uint64_t i = 0; i < count; ++i) {
             at = at + 1 < dsts.size() ? at + 1 : 0;
-            operation(dsts[at].data(), srcs[at].data(), Count(dsts[at]));
+            operation(dsts[at], srcs[at]);
             Keep(dsts.data());
         }
     };
 }
 
-// A function of its own is what the compiler turns into vector code.
-template <BitsetOperation kOperation>
-[[gnu::noinline]] void Combine(Bitset &dst, const Bitset &src) {
-    (dst.*kOperation)(src);
+void Memcpy(Words &dst, const Words &src) {
+    std::memcpy(dst.data(), src.data(), src.size() * sizeof(src[0]));
 }
 
-template <BitsetOperation kOperation>
-Run RunOf(const Words &dst, const Words &src) {
-    const std::size_t pairs = PairsOf(dst.size());
-    return [dsts = std::vector(pairs, BitsetOf(dst)), srcs = std::vector(pairs, BitsetOf(src)),
-            at = std::size_t{0}](std::uint64_t count) mutable {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            at = at + 1 < dsts.size() ? at + 1 : 0;
-            Combine<kOperation>(dsts[at], srcs[at]);
-            Keep(dsts.data());
-        }
-    };
-}
-
-Run MemcpyOf(const Words &from) {
-    return [from, to = Words(from.size())](std::uint64_t count) mutable {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            std::memcpy(to.data(), from.data(), from.size() * sizeof(from[0]));
-            Keep(to.data());
-        }
-    };
-}
-
-template <std::size_t kIndex>
+template <typename Operation>
 void AddOperation(Suite &suite, std::size_t size) {
-    constexpr Operation kOperation = kOperations[kIndex];
     const Words src = RandomWords(size);
-    Words dst = RandomWords(size + 1);
-    dst.pop_back();
+    Words dst = src;
+    std::reverse(dst.begin(), dst.end());
     Words ours = dst;
     Bitset peer = BitsetOf(dst);
-    kOperation.ours(ours.data(), src.data(), Count(src));
-    (peer.*kOperation.peer)(BitsetOf(src));
-    Require(BitsetOf(ours) == peer, kOperation.name);
-    const Run run = RunOf(kOperation.ours, dst, src);
+    Operation::kOurs(ours.data(), src.data(), Count(src));
+    Operation::Peer(peer, BitsetOf(src));
+    Require(BitsetOf(ours) == peer, Operation::kName);
+
+    const Run run = InTurn(dst, src, size, [](Words &d, const Words &s) {
+        Operation::kOurs(d.data(), s.data(), Count(d));
+    });
     const auto bytes = static_cast<double>(size * sizeof(src[0]));
+    const std::string name = Of(Operation::kName, size);
     if (size == kMebibyte) {
-        suite.Add({"OR, AND, XOR of 1 MiB", Of(kOperation.name, size), "memcpy", 1.2, 1.05, bytes,
-                   run, MemcpyOf(src)});
+        suite.Add({"OR, AND, XOR of 1 MiB", name, "memcpy", 1.2, 1.05, bytes, run,
+                   InTurn(dst, src, size, Memcpy)});
     } else {
-        suite.Add({"OR, AND, XOR", Of(kOperation.name, size), "boost::dynamic_bitset", 0.7, 0.45,
-                   bytes, run, RunOf<kOperation.peer>(dst, src)});
+        suite.Add({"OR, AND, XOR", name, "boost::dynamic_bitset", 0.7, 0.45, bytes, run,
+                   InTurn(BitsetOf(dst), BitsetOf(src), size, Operation::Peer)});
     }
 }
 
@@ -291,9 +269,9 @@ void AddFields(Suite &suite) {
 
 void AddBitmap(Suite &suite) {
     for (const std::size_t size : {std::size_t{64}, std::size_t{1024}, kMebibyte}) {
-        AddOperation<0>(suite, size);
-        AddOperation<1>(suite, size);
-        AddOperation<2>(suite, size);
+        AddOperation<Or>(suite, size);
+        AddOperation<And>(suite, size);
+        AddOperation<Xor>(suite, size);
         AddComparison(suite, size);
         if (size != kMebibyte) {
             AddCount(suite, size);
