@@ -54,6 +54,9 @@ int main(int argc, char **argv) {
     bench::AddBitmap(suite);
     bench::AddSort(suite);
     bench::AddLoad(suite);
+    bench::AddRecorder(suite);
+    bench::AddMessageFilter(suite);
+    bench::AddFault(suite);
 
     const std::regex wanted(only);
     if (!tabs) {

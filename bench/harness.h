@@ -72,6 +72,9 @@ void AddCrc8(Suite &suite);
 void AddBitmap(Suite &suite);
 void AddSort(Suite &suite);
 void AddLoad(Suite &suite);
+void AddRecorder(Suite &suite);
+void AddMessageFilter(Suite &suite);
+void AddFault(Suite &suite);
 
 }  // namespace bench
 
