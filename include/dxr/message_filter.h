@@ -26,6 +26,8 @@
 
 namespace Dxr {
 
+class MessageFilterWalk; /* the library's own way down a tree */
+
 /* A node of the tree. Which virtual operation has which slot is part of the binary interface. */
 class DXR_API MessageFilterComponent {
   public:
@@ -62,6 +64,8 @@ class DXR_API MessageFilterComponent {
                            uint32_t layer);
 
   private:
+    friend class MessageFilterWalk;
+
     std::string name_;
     uint32_t msgType_;
     uint32_t lostCnt_; /* messages still to be filtered */
@@ -82,6 +86,8 @@ class DXR_API MessageFilterComposite : public MessageFilterComponent {
     [[nodiscard]] bool IsFilterRoot() const;
 
   private:
+    friend class MessageFilterWalk;
+
     std::vector<std::unique_ptr<MessageFilterComponent>> children_;
 };
 

@@ -157,9 +157,19 @@ TEST(MessageFilterAllocation, NodesHandedToALeafAreNeitherKeptNorFreed) {
     EXPECT_EQ(NewWatch::Live(), 0u);
 }
 
+// A class of the host's own: it is asked with a list, whatever other nodes are asked with.
+class HostLeaf : public MessageFilterLeaf {
+  public:
+    using MessageFilterLeaf::MessageFilterLeaf;
+};
+
 TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
     const FilterRecords records(Forest());
-    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    DxrMessageFilter *filter = new MessageFilterComposite("root", 0, 0, 0);
+    filter->Add(new HostLeaf("host", 99, 1, 1));
+    for (std::uint32_t i = 0; i < records.Size(); ++i) {
+        DxrAddMessageFilterToComposite(filter, records.Data() + i);
+    }
     const std::string before = Listing(*filter);
     std::uint8_t answer = 0;
     const std::size_t failures =

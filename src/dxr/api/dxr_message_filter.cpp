@@ -1,10 +1,13 @@
 #include "dxr/message_filter.h"
 
+#include <array>
 #include <cstdarg>
 #include <cstring>
 #include <iterator>
 
 #include "internal/bounds_checked.h"
+#include "internal/fast_paths.h"
+#include "internal/message_filter_walk.h"
 
 namespace Dxr {
 namespace {
@@ -40,12 +43,7 @@ uint32_t MessageFilterComponent::GetLayer() const {
 }
 
 bool MessageFilterComponent::IsFiltered(std::list<uint32_t> &path) {
-    MessageFilterComponent *const node = Find(path);
-    if (node == nullptr || node->lostCnt_ == 0) {
-        return false;
-    }
-    --node->lostCnt_;
-    return true;
+    return MessageFilterWalk::IsFiltered(Find(path));
 }
 
 uint32_t MessageFilterComponent::SetLostCnt(std::list<uint32_t> &path, uint32_t lostCnt) {
@@ -115,6 +113,8 @@ MessageFilterComponent *MessageFilterLeaf::Find(std::list<uint32_t> &path) {
 
 namespace {
 
+using Dxr::MessageFilterWalk;
+
 constexpr uint32_t kRootMsgType = 0;
 
 std::string NameOf(const DxrMessageFilterInfo &info) {
@@ -131,6 +131,27 @@ void FillBelowRoot(std::list<uint32_t> &path, std::va_list args) {
     for (auto type = std::next(path.begin()); type != path.end(); ++type) {
         *type = va_arg(args, uint32_t);
     }
+}
+
+// Longer paths are as well served by the list that Find takes.
+constexpr uint32_t kMaxWalked = 15;
+
+// Finds the node of a path, or null, without a list. False if that cannot be done. In line, since
+// an argument list that is passed on lives in memory.
+[[gnu::always_inline]] inline bool WalkBelowRoot(DxrMessageFilter &root, uint32_t num,
+                                                 std::va_list args, DxrMessageFilter **node) {
+    if (num > kMaxWalked) {
+        return false;
+    }
+    std::array<uint32_t, kMaxWalked + 1> path;
+    path[0] = kRootMsgType;
+    for (uint32_t i = 1; i <= num; ++i) {
+        path[i] = va_arg(args, uint32_t);
+    }
+    MessageFilterWalk walk({path.data(), num + 1});
+    const bool walked = walk.Find(root);
+    *node = walk.Found();
+    return walked;
 }
 
 }  // namespace
@@ -185,8 +206,17 @@ uint8_t DXR_IsMessageFiltered(DxrMessageFilter *filter, uint32_t num, ...) {
     if (filter == nullptr) {
         return 0;
     }
-    std::list<uint32_t> path = RootPath(num);
     std::va_list args;
+    if constexpr (dxr::kFastPaths) {
+        va_start(args, num);
+        DxrMessageFilter *node = nullptr;
+        const bool walked = WalkBelowRoot(*filter, num, args, &node);
+        va_end(args);
+        if (walked) {
+            return MessageFilterWalk::IsFiltered(node) ? 1 : 0;
+        }
+    }
+    std::list<uint32_t> path = RootPath(num);
     va_start(args, num);
     FillBelowRoot(path, args);
     va_end(args);
