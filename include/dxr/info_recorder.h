@@ -51,7 +51,8 @@ extern DXR_API DxrRecordStore g_dxrRecord;
 /* Formats a text of at most 255 characters and records it: every record with this very text gets
  * the present time as its last and 1 more in its count; if there is none, the text becomes a new
  * record. A text of 255 characters, cut or not, ends in "...". A format that fails is told through
- * the print hook and nothing is recorded. */
+ * the print hook and nothing is recorded. Texts and slots that a host has overwritten in place,
+ * behind these functions, are seen by DXR_UpdateExistingRecord, not necessarily here. */
 DXR_API void DXR_RecordInfo(const char *format, ...) DXR_PRINTF(1, 2);
 
 /* Refreshes every record of `store` whose text equals `text`: last time and count. 1 when there was

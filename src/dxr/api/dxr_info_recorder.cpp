@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "dxr/system_time.h"
 #include "internal/bounds_checked.h"
+#include "internal/fast_paths.h"
 #include "internal/host_services.h"
+#include "internal/record_index.h"
 #include "internal/text_writer.h"
 
 constinit DxrRecordStore g_dxrRecord = {};
@@ -17,7 +20,11 @@ namespace {
 
 using dxr::FreeBlock;
 using dxr::HostBlock;
+using dxr::RecordIndex;
 using dxr::TextWriter;
+
+// Serves g_dxrRecord, for DXR_RecordInfo. Stores of the host's own are walked.
+constinit RecordIndex g_recordIndex = {};
 
 // Not the default identifier: the host accounts records under 0.
 constexpr std::uint32_t kRecorderMid = 0;
@@ -55,19 +62,99 @@ bool RefreshMatching(DxrRecordStore &store, const char *text) {
     return matched;
 }
 
+// The same by the index, which is looked at anew behind every hook: it may have changed the store.
+bool RefreshIndexed(const char *text, std::uint32_t hash) {
+    bool matched = false;
+    g_recordIndex.Follow(g_dxrRecord);
+    for (std::uint32_t slot = g_recordIndex.First(hash); slot != RecordIndex::kNone;
+         slot = g_recordIndex.Next(slot, hash)) {
+        DxrRecord *const record = g_dxrRecord.records[slot];
+        if (record == nullptr) {
+            break;
+        }
+        if (std::strcmp(record->text, text) == 0) {
+            Refresh(*record);
+            matched = true;
+            g_recordIndex.Follow(g_dxrRecord);
+        }
+    }
+    return matched;
+}
+
+// Makes a change that leaves `record` in `slot` and gives the hash of its text; no hook is called.
+template <typename Make>
+void ChangeSlot(const DxrRecordStore &store, std::uint32_t slot, const DxrRecord *record,
+                Make make) {
+    if (dxr::kFastPaths && &store == &g_dxrRecord) {
+        g_recordIndex.Change(store, slot, record, make);
+    } else {
+        make();
+    }
+}
+
+void ForgetIndex() {
+    if constexpr (dxr::kFastPaths) {
+        g_recordIndex.Forget();
+    }
+}
+
 // The record of the slot, allocated and zeroed if the slot is empty; null if that fails. An
 // occupied one is handed out as it is: its fields are overwritten, and without a time hook its old
 // times stay.
-DxrRecord *OccupySlot(DxrRecord *&slot) {
-    if (slot == nullptr) {
+DxrRecord *OccupySlot(DxrRecordStore &store, std::uint32_t slot) {
+    if (store.records[slot] == nullptr) {
         HostBlock block(kRecorderMid, sizeof(DxrRecord));
         if (block.Get() == nullptr) {
             return nullptr;
         }
         dxr::memset_s(block.Get(), sizeof(DxrRecord), 0, sizeof(DxrRecord));
-        slot = static_cast<DxrRecord *>(block.Release());
+        auto *const record = static_cast<DxrRecord *>(block.Release());
+        ChangeSlot(store, slot, record, [&] {
+            store.records[slot] = record;
+            return 0U;  // of an empty text
+        });
+        return record;
     }
-    return slot;
+    return store.records[slot];
+}
+
+// Puts a record into the slot at the next index. `writeText` writes its text and gives its hash.
+template <typename WriteText>
+void AddRecord(DxrRecordStore &store, WriteText writeText) {
+    const std::uint32_t slot = store.nextIndex;
+    if (slot >= DXR_RECORD_COUNT) {
+        return;
+    }
+    DxrRecord *const record = OccupySlot(store, slot);
+    if (record == nullptr) {
+        return;
+    }
+    DXR_GetSysTime(&record->firstTime);
+    DXR_GetSysTime(&record->lastTime);
+    ChangeSlot(store, slot, record, [&] {
+        record->count = 1;
+        const std::uint32_t hash = writeText(record->text);
+        store.nextIndex = (store.nextIndex + 1) & (DXR_RECORD_COUNT - 1);
+        return hash;
+    });
+}
+
+// Up to so many records are sooner walked than a text is hashed.
+constexpr std::uint32_t kFewRecords = 8;
+
+// Records a text in g_dxrRecord, by the index.
+void RecordIndexed(const char *text) {
+    if (g_dxrRecord.records[kFewRecords] == nullptr && RefreshMatching(g_dxrRecord, text)) {
+        return;
+    }
+    const std::size_t length = std::strlen(text);
+    const std::uint32_t hash = dxr::RecordHash(text, length);
+    if (!RefreshIndexed(text, hash)) {
+        AddRecord(g_dxrRecord, [=](char(&to)[DXR_RECORD_TEXT_SIZE]) {
+            dxr::memcpy_s(to, sizeof(to), text, length + 1);
+            return hash;
+        });
+    }
 }
 
 void AppendRecord(TextWriter &writer, std::uint32_t slot, const DxrRecord &record) {
@@ -83,7 +170,7 @@ void AppendRecord(TextWriter &writer, std::uint32_t slot, const DxrRecord &recor
 }  // namespace
 
 void DXR_RecordInfo(const char *format, ...) {
-    std::array<char, DXR_RECORD_TEXT_SIZE> text = {};
+    std::array<char, DXR_RECORD_TEXT_SIZE> text;  // not cleared: nobody sees past its terminator
     std::va_list args;
     va_start(args, format);
     const int stored = dxr::vsnprintf_truncated_s(text.data(), text.size(), format, args);
@@ -96,7 +183,9 @@ void DXR_RecordInfo(const char *format, ...) {
         return;
     }
     MarkPossiblyCut(text);
-    if (DXR_UpdateExistingRecord(text.data(), &g_dxrRecord) == 0) {
+    if constexpr (dxr::kFastPaths) {
+        RecordIndexed(text.data());
+    } else if (DXR_UpdateExistingRecord(text.data(), &g_dxrRecord) == 0) {
         DXR_AddNewRecord(text.data(), &g_dxrRecord);
     }
 }
@@ -109,18 +198,13 @@ std::uint8_t DXR_UpdateExistingRecord(const char *text, DxrRecordStore *store) {
 }
 
 void DXR_AddNewRecord(const char *text, DxrRecordStore *store) {
-    if (text == nullptr || store == nullptr || store->nextIndex >= DXR_RECORD_COUNT) {
+    if (text == nullptr || store == nullptr) {
         return;
     }
-    DxrRecord *const record = OccupySlot(store->records[store->nextIndex]);
-    if (record == nullptr) {
-        return;
-    }
-    DXR_GetSysTime(&record->firstTime);
-    DXR_GetSysTime(&record->lastTime);
-    record->count = 1;
-    dxr::snprintf_truncated_s(record->text, sizeof(record->text), "%s", text);
-    store->nextIndex = (store->nextIndex + 1) & (DXR_RECORD_COUNT - 1);
+    AddRecord(*store, [text](char(&to)[DXR_RECORD_TEXT_SIZE]) {
+        dxr::snprintf_truncated_s(to, sizeof(to), "%s", text);
+        return dxr::kFastPaths ? dxr::RecordHash(to, std::strlen(to)) : 0U;
+    });
 }
 
 void DXR_DestroyRecordInfo(void) {
@@ -129,6 +213,7 @@ void DXR_DestroyRecordInfo(void) {
         if (slot != nullptr) {
             FreeBlock(slot);
             slot = nullptr;
+            ForgetIndex();  // behind each hook, which may have recorded a text
         }
     }
 }

@@ -1,0 +1,238 @@
+// The recorder under a host whose hooks call it again, and which sets its index, against the
+// algorithm written down word for word. Both sides meet the same hooks in the same order.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <iterator>
+#include <random>
+#include <string>
+
+#include "gtest/gtest.h"
+
+#include "dxr/hooks.h"
+#include "dxr/info_recorder.h"
+#include "support/test_host.h"
+
+namespace {
+
+constexpr std::uint32_t kSlots = DXR_RECORD_COUNT;
+constexpr int kOperations = 6000;
+constexpr std::uint32_t kTexts = 40;
+constexpr int kDeepest = 2;
+
+// Few texts, so that many records share one; the first is empty, the last two are as long as texts
+// can be.
+std::string TextOf(std::uint32_t n) {
+    if (n == 0) {
+        return "";
+    }
+    return n >= kTexts - 2 ? std::string(254 + n % 2, 'x') : "event " + std::to_string(n);
+}
+
+// What is done to the recorder; one for the library, one for the algorithm.
+class Side {
+  public:
+    Side() = default;
+    virtual ~Side() = default;
+    Side(const Side &) = delete;
+    Side &operator=(const Side &) = delete;
+
+    virtual DxrRecordStore &Store() = 0;
+    virtual void Record(const std::string &text) = 0;
+    virtual std::uint8_t Update(const char *text) = 0;
+    virtual void Add(const char *text) = 0;
+    virtual void Destroy() = 0;
+
+    void Do(std::uint64_t what) {
+        const std::string text = TextOf(static_cast<std::uint32_t>(what >> 32U) % kTexts);
+        const std::uint64_t kind = what % 4000;
+        if (kind < 1000) {
+            Record(text);
+        } else if (kind < 3700) {
+            Add(text.c_str());
+        } else if (kind < 3900) {
+            matches_ += Update(text.c_str());
+        } else if (kind < 3980) {
+            // At the end, beyond it, so that a gap is left, or even outside the store.
+            Store().nextIndex = FirstEmpty() + static_cast<std::uint32_t>(kind % 2);
+        } else if (kind < 3998) {
+            Store().nextIndex = static_cast<std::uint32_t>(what >> 40U) % kSlots;
+        } else {
+            Destroy();
+        }
+    }
+
+    // Every hook is numbered; what it does follows from its number alone.
+    void OnHook() {
+        const std::uint64_t number = ++hooks_;
+        if (depth_ == kDeepest) {
+            return;
+        }
+        std::mt19937_64 random(dxrtest::Seed() + number);
+        if (random() % 100 < 8) {
+            ++depth_;
+            ++again_;
+            Do(random());
+            --depth_;
+        }
+    }
+    void Time(DxrSysTime *time) {
+        OnHook();
+        *time = {static_cast<std::uint16_t>(hooks_), 0, 0, 0, 0, 0, {}};
+        std::memcpy(&time->reserved, &hooks_, sizeof(time->reserved));
+    }
+    // Blocks stay valid to the end: hooks may destroy the store while a record is written.
+    void *Allocate() {
+        OnHook();
+        if (hooks_ % 50 == 0) {
+            return nullptr;
+        }
+        std::memset(&blocks_.emplace_back(), 0xA5, sizeof(DxrRecord));
+        return &blocks_.back();
+    }
+
+    std::uint64_t hooks_ = 0;
+    std::uint64_t again_ = 0;  // hooks that called the recorder
+    std::uint64_t matches_ = 0;
+
+  private:
+    std::uint32_t FirstEmpty() {
+        const auto &records = Store().records;
+        return static_cast<std::uint32_t>(
+            std::find(std::begin(records), std::end(records), nullptr) - std::begin(records));
+    }
+
+    int depth_ = 0;
+    std::deque<DxrRecord> blocks_;
+};
+
+class Algorithm : public Side {
+  public:
+    DxrRecordStore &Store() override { return store_; }
+
+    void Record(const std::string &text) override {
+        const std::string marked = text.size() >= 255 ? text.substr(0, 252) + "..." : text;
+        if (Update(marked.c_str()) == 0) {
+            Add(marked.c_str());
+        }
+    }
+    std::uint8_t Update(const char *text) override {
+        std::uint8_t matched = 0;
+        for (std::uint32_t i = 0; i < kSlots && store_.records[i] != nullptr; ++i) {
+            DxrRecord *const record = store_.records[i];
+            if (std::strcmp(record->text, text) == 0) {
+                Time(&record->lastTime);
+                record->count += 1;
+                matched = 1;
+            }
+        }
+        return matched;
+    }
+    void Add(const char *text) override {
+        if (store_.nextIndex >= kSlots) {
+            return;
+        }
+        DxrRecord *&slot = store_.records[store_.nextIndex];
+        if (slot == nullptr) {
+            void *const block = Allocate();
+            if (block == nullptr) {
+                return;
+            }
+            slot = static_cast<DxrRecord *>(std::memset(block, 0, sizeof(DxrRecord)));
+        }
+        DxrRecord *const record = slot;
+        Time(&record->firstTime);
+        Time(&record->lastTime);
+        record->count = 1;
+        std::snprintf(record->text, sizeof(record->text), "%s", text);
+        store_.nextIndex = (store_.nextIndex + 1) & (kSlots - 1);
+    }
+    void Destroy() override {
+        store_.nextIndex = 0;
+        for (DxrRecord *&slot : store_.records) {
+            if (slot != nullptr) {
+                OnHook();
+                slot = nullptr;
+            }
+        }
+    }
+
+  private:
+    DxrRecordStore store_ = {};
+};
+
+class Library : public Side {
+  public:
+    Library() {
+        current_ = this;
+        g_dxrHooks.time.getSysTime = [](DxrSysTime *time) { current_->Time(time); };
+        g_dxrHooks.memory.allocate = [](std::uint32_t, std::uint32_t, const char *, std::uint32_t) {
+            return current_->Allocate();
+        };
+        g_dxrHooks.memory.release = [](void *, const char *, std::uint32_t) { current_->OnHook(); };
+    }
+    ~Library() override {
+        g_dxrHooks.memory.release = [](void *, const char *, std::uint32_t) {};
+        DXR_DestroyRecordInfo();
+    }
+
+    DxrRecordStore &Store() override { return g_dxrRecord; }
+    void Record(const std::string &text) override { DXR_RecordInfo("%s", text.c_str()); }
+    std::uint8_t Update(const char *text) override {
+        return DXR_UpdateExistingRecord(text, DXR_GetRecordEntity());
+    }
+    void Add(const char *text) override { DXR_AddNewRecord(text, DXR_GetRecordEntity()); }
+    void Destroy() override { DXR_DestroyRecordInfo(); }
+
+  private:
+    static inline Library *current_ = nullptr;
+};
+
+void Compare(Side &library, Side &algorithm) {
+    ASSERT_EQ(library.hooks_, algorithm.hooks_);
+    ASSERT_EQ(library.matches_, algorithm.matches_);
+    ASSERT_EQ(library.Store().nextIndex, algorithm.Store().nextIndex);
+    for (std::uint32_t i = 0; i < kSlots; ++i) {
+        const DxrRecord *const record = library.Store().records[i];
+        const DxrRecord *const expected = algorithm.Store().records[i];
+        ASSERT_EQ(record != nullptr, expected != nullptr) << "slot " << i;
+        if (record != nullptr) {
+            ASSERT_EQ(std::memcmp(record, expected, sizeof(DxrRecord)), 0)
+                << "slot " << i << ": " << record->text << " / " << expected->text;
+        }
+    }
+}
+
+void Fill(Side &library, Side &algorithm) {
+    for (std::uint32_t n = 0; library.Store().records[kSlots - 1] == nullptr; ++n) {
+        library.Add(TextOf(n % kTexts).c_str());
+        algorithm.Add(TextOf(n % kTexts).c_str());
+    }
+}
+
+TEST(RecorderHooksModel, HooksThatRecordLeaveTheStoreOfTheAlgorithm) {
+    dxrtest::TestHost host;
+    std::mt19937_64 random(dxrtest::Seed());
+    Library library;
+    Algorithm algorithm;
+    std::uint32_t full = 0;
+    for (int operation = 0; operation < kOperations; ++operation) {
+        SCOPED_TRACE("operation " + std::to_string(operation));
+        if (operation % (kOperations / 3) == 0) {
+            Fill(library, algorithm);
+        }
+        const std::uint64_t what = random();
+        library.Do(what);
+        algorithm.Do(what);
+        ASSERT_NO_FATAL_FAILURE(Compare(library, algorithm));
+        full += g_dxrRecord.records[kSlots - 1] != nullptr ? 1 : 0;
+    }
+    // The run went where it was meant to go.
+    EXPECT_GT(library.again_, 1000U);
+    EXPECT_GT(library.matches_, 50U);
+    EXPECT_GT(full, 100U);
+}
+
+}  // namespace
