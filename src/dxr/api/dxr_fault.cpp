@@ -75,7 +75,7 @@ bool DxrFaultAccumulatedSpec::IsSatisfied(const DxrCounter *counter) const {
 DxrFaultMultiAccumulatedSpec::DxrFaultMultiAccumulatedSpec(
     // NOLINTNEXTLINE(modernize-pass-by-value): the parameter's type is part of the exported name.
     const std::vector<std::pair<uint32_t, uint32_t>> &specs)
-    : specs_(specs) {
+    : specs_(specs.begin(), specs.end()) {
 }
 
 DxrFaultMultiAccumulatedSpec::~DxrFaultMultiAccumulatedSpec() = default;

@@ -36,9 +36,14 @@ constexpr std::uint32_t kEllipsisOffset = DXR_RECORD_TEXT_SIZE - sizeof(kEllipsi
 // A text of the full length may have been cut; that it also may not have been is no matter: every
 // one of this length is marked.
 void MarkPossiblyCut(std::array<char, DXR_RECORD_TEXT_SIZE> &text) {
-    if (std::strlen(text.data()) == kLongestText) {
+    if (strnlen(text.data(), text.size()) == kLongestText) {
         dxr::snprintf_truncated_s(&text[kEllipsisOffset], sizeof(kEllipsis), "%s", kEllipsis);
     }
+}
+
+// Within the record, which a host may have filled without a terminator.
+bool HoldsText(const DxrRecord &record, const char *text) {
+    return std::strncmp(record.text, text, sizeof(record.text)) == 0;
 }
 
 void Refresh(DxrRecord &record) {
@@ -54,7 +59,7 @@ bool RefreshMatching(DxrRecordStore &store, const char *text) {
         if (record == nullptr) {
             break;
         }
-        if (std::strcmp(record->text, text) == 0) {
+        if (HoldsText(*record, text)) {
             Refresh(*record);
             matched = true;
         }
@@ -72,7 +77,7 @@ bool RefreshIndexed(const char *text, std::uint32_t hash) {
         if (record == nullptr) {
             break;
         }
-        if (std::strcmp(record->text, text) == 0) {
+        if (HoldsText(*record, text)) {
             Refresh(*record);
             matched = true;
             g_recordIndex.Follow(g_dxrRecord);
@@ -147,7 +152,7 @@ void RecordIndexed(const char *text) {
     if (g_dxrRecord.records[kFewRecords] == nullptr && RefreshMatching(g_dxrRecord, text)) {
         return;
     }
-    const std::size_t length = std::strlen(text);
+    const std::size_t length = strnlen(text, DXR_RECORD_TEXT_SIZE);
     const std::uint32_t hash = dxr::RecordHash(text, length);
     if (!RefreshIndexed(text, hash)) {
         AddRecord(g_dxrRecord, [=](char(&to)[DXR_RECORD_TEXT_SIZE]) {
@@ -203,7 +208,7 @@ void DXR_AddNewRecord(const char *text, DxrRecordStore *store) {
     }
     AddRecord(*store, [text](char(&to)[DXR_RECORD_TEXT_SIZE]) {
         dxr::snprintf_truncated_s(to, sizeof(to), "%s", text);
-        return dxr::kFastPaths ? dxr::RecordHash(to, std::strlen(to)) : 0U;
+        return dxr::kFastPaths ? dxr::RecordHash(to, strnlen(to, sizeof(to))) : 0U;
     });
 }
 

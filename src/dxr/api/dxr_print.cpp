@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstdint>
 #include <cstring>
 
 #include "dxr/hooks.h"
@@ -124,7 +125,8 @@ uint32_t DXR_PrintLargeBuffer(const char *text) {
     if (text == nullptr) {
         return 0;
     }
-    const auto total = static_cast<uint32_t>(std::strlen(text));
+    // Without a bound: strnlen is needed elsewhere, and strlen would be one more import.
+    const auto total = static_cast<uint32_t>(strnlen(text, PTRDIFF_MAX));
     uint32_t remaining = total;
     char piece[kPieceLength + 1] = {};
     while (remaining != 0) {

@@ -69,7 +69,7 @@ class Message {
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
     // Up to the first NUL, which a formatted character may be.
     [[nodiscard]] std::uint32_t Length() const noexcept {
-        return static_cast<std::uint32_t>(std::strlen(text_.data()));
+        return static_cast<std::uint32_t>(strnlen(text_.data(), text_.size()));
     }
     void HandOn() noexcept {
         ClearTail();

@@ -1,7 +1,6 @@
 #include "dxr/utils_bitmap.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "internal/bit_address.h"
 #include "internal/host_services.h"
@@ -90,7 +89,7 @@ uint32_t DXR_IsNonZeroCntOverN(const uint32_t *arr, uint32_t count, uint32_t n) 
 }
 
 uint32_t DXR_CountValidBit(uint32_t word) {
-    return static_cast<uint32_t>(std::popcount(word));
+    return dxr::BitsInWord(word);
 }
 
 uint32_t DXR_CountValidBitOfArray(const uint32_t *arr, uint32_t count) {

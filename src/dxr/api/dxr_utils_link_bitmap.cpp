@@ -134,7 +134,7 @@ void DXR_PrintLinkToBitMap(const DxrLinkBitMap *map, const char *format, ...) {
     if (formatted < 0) {
         return;
     }
-    const auto callerLength = static_cast<uint32_t>(std::strlen(line.data()));
+    const auto callerLength = static_cast<uint32_t>(strnlen(line.data(), line.size()));
     const uint32_t valid =
         DXR_CountValidBitOfArray(map->bitMap, map->chipNum * map->wordNumPerChip);
     const int total =

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 
 #include "internal/checked.h"
@@ -34,11 +34,11 @@ int32_t Element(const void *element) noexcept {
     return *static_cast<const int32_t *>(element);
 }
 
-// 10^decimals in double precision, held at the greatest 32-bit value.
+// 10^decimals, held at the greatest 32-bit value.
 uint32_t SaturatedPowerOfTen(uint32_t decimals) noexcept {
-    constexpr uint32_t kMax = std::numeric_limits<uint32_t>::max();
-    const double power = std::pow(10.0, decimals);
-    return power < kMax ? static_cast<uint32_t>(power) : kMax;
+    constexpr uint32_t kPowers[] = {1,       10,        100,        1'000,       10'000,
+                                    100'000, 1'000'000, 10'000'000, 100'000'000, 1'000'000'000};
+    return decimals < std::size(kPowers) ? kPowers[decimals] : std::numeric_limits<uint32_t>::max();
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ std::uint32_t AreZero(const std::uint32_t *words, std::size_t count) {
 [[gnu::always_inline]] inline std::uint32_t Bits(const std::uint32_t *words, std::uint32_t count) {
     std::uint32_t bits = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        bits += static_cast<std::uint32_t>(__builtin_popcount(words[i]));
+        bits += BitsInWord(words[i]);
     }
     return bits;
 }

@@ -14,7 +14,17 @@ namespace dxr {
 // 1 if words[i] == 0 for all i, else 0.
 [[nodiscard]] std::uint32_t AreZeroWords(const std::uint32_t *words, std::uint32_t count) noexcept;
 
-// The number of set bits modulo 2^32.
+// The number of set bits: sums of 1, 2 and 4 bits side by side, then of the four bytes. The compiler
+// knows this form and takes the processor's instruction where it may; for std::popcount it calls its
+// own library where it may not.
+[[nodiscard]] constexpr std::uint32_t BitsInWord(std::uint32_t word) noexcept {
+    word -= word >> 1U & 0x55555555U;
+    word = (word & 0x33333333U) + (word >> 2U & 0x33333333U);
+    word = (word + (word >> 4U)) & 0x0F0F0F0FU;
+    return word * 0x01010101U >> 24U;
+}
+
+// The same of all words, modulo 2^32.
 [[nodiscard]] std::uint32_t BitsInWords(const std::uint32_t *words, std::uint32_t count) noexcept;
 
 }  // namespace dxr
