@@ -1,55 +1,56 @@
-#include <boost/crc.hpp>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "dxr_api.h"
-#include "harness.h"
+#include "figures.h"
+#include "words.h"
 
 namespace bench {
 namespace {
 
-using PeerCrc = boost::crc_optimal<8, 0x31, 0, 0, false, false>;
-
-[[gnu::noinline]] std::uint32_t Boost(const std::uint8_t *data, std::size_t length) {
-    PeerCrc crc;
-    crc.process_bytes(data, length);
-    return crc.checksum();
-}
-
-std::vector<std::uint8_t> BytesOf(std::size_t length) {
-    std::vector<std::uint8_t> bytes(length);
-    for (std::size_t i = 0; i < length; ++i) {
-        bytes[i] = static_cast<std::uint8_t>(i * 2654435761U >> 13U);
+constexpr std::array<std::uint8_t, 256> MakeTable() {
+    constexpr unsigned kPolynomial = 0x31;
+    std::array<std::uint8_t, 256> table = {};
+    for (unsigned byte = 0; byte < table.size(); ++byte) {
+        unsigned crc = byte;
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 0x80U) != 0 ? crc << 1U ^ kPolynomial : crc << 1U;
+        }
+        table[byte] = static_cast<std::uint8_t>(crc);
     }
-    return bytes;
+    return table;
 }
 
-void AddSize(Suite &suite, std::size_t length, double must, double goal) {
-    const std::vector<std::uint8_t> data = BytesOf(length);
-    Require(DXR_CalculateCrc8(data.data(), length) == Boost(data.data(), length), "CRC-8");
-    suite.Add({"DXR_CalculateCrc8", "CRC-8 of " + std::to_string(length) + " bytes",
-               "boost::crc_optimal", must, goal, static_cast<double>(length),
-               [data](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       Keep(DXR_CalculateCrc8(data.data(), data.size()));
-                   }
-               },
-               [data](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       Keep(Boost(data.data(), data.size()));
-                   }
-               }});
+constexpr std::array<std::uint8_t, 256> kTable = MakeTable();
+
+[[gnu::noinline]] std::uint32_t ByteByByte(const std::uint8_t *data, std::size_t length) {
+    std::uint8_t crc = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        crc = kTable[crc ^ data[i]];
+    }
+    return crc;
+}
+
+template <auto Crc>
+Run Repeat(const Words &words, std::size_t bytes) {
+    return [words, bytes](std::uint64_t count) {
+        for (std::uint64_t i = 0; i < count; ++i) {
+            Keep(Crc(reinterpret_cast<const std::uint8_t *>(words.data()), bytes));
+        }
+    };
 }
 
 }  // namespace
 
-void AddCrc8(Suite &suite) {
-    AddSize(suite, 16, 0.6, 0.5);
-    AddSize(suite, 64, 0.3, 0.15);
-    AddSize(suite, 1024, 0.25, 0.05);
-    AddSize(suite, 65536, 0.25, 0.03);
+Figure Crc8(std::size_t bytes) {
+    const Words words = RandomWords(bytes / sizeof(Words::value_type) + 1);
+    const auto *const data = reinterpret_cast<const std::uint8_t *>(words.data());
+    Require(DXR_CalculateCrc8(data, bytes) == ByteByByte(data, bytes), "CRC-8");
+    return {"DXR_CalculateCrc8, " + std::to_string(bytes) + " bytes", "loop with a table",
+            static_cast<double>(bytes), Repeat<DXR_CalculateCrc8>(words, bytes),
+            Repeat<ByteByByte>(words, bytes)};
 }
 
 }  // namespace bench

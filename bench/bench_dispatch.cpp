@@ -1,5 +1,5 @@
 #include "dxr_api.h"
-#include "harness.h"
+#include "figures.h"
 #include "peer_table.h"
 
 namespace bench {
@@ -22,17 +22,22 @@ void Repeat(std::uint64_t count) {
 
 }  // namespace
 
-void AddDispatch(Suite &suite) {
+Figure DispatchWithSlotSet() {
     g_dxrHooks.dev.readReg = ReadReg;
     g_peerTable.readReg = ReadReg;
     std::uint32_t value = 0;
     Require(DXR_ReadReg(1, 2, 3, &value) == 2 && value == 6, "dispatch, slot set");
     Require(PeerForward(1, 2, 3, &value) == 2, "pointer table");
+    return {"DXR_ReadReg, slot set", "pointer table call", 0, Repeat<DXR_ReadReg>,
+            Repeat<PeerForward>};
+}
+
+Figure DispatchWithSlotEmpty() {
+    g_dxrHooks.dev.readReg16 = nullptr;
+    std::uint32_t value = 0;
     Require(DXR_ReadReg16(1, 2, 3, &value) == 0, "dispatch, slot empty");
-    suite.Add({"dispatch, slot set", "dispatch, 4 arguments, slot set", "pointer table call", 1.5,
-               1.05, 0, Repeat<DXR_ReadReg>, Repeat<PeerForward>});
-    suite.Add({"dispatch, slot empty", "dispatch, 4 arguments, slot empty", "function returning 0",
-               2.2, 1.75, 0, Repeat<DXR_ReadReg16>, Repeat<PeerZero>});
+    return {"DXR_ReadReg16, slot empty", "function returning 0", 0, Repeat<DXR_ReadReg16>,
+            Repeat<PeerZero>};
 }
 
 }  // namespace bench

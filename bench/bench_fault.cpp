@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "dxr_api.h"
-#include "harness.h"
+#include "figures.h"
 
 namespace bench {
 namespace {
@@ -38,7 +38,7 @@ class SlidingWindow {
 
 }  // namespace
 
-void AddFault(Suite &suite) {
+Figure FaultRule() {
     g_dxrHooks.time.getStartupTimeSec = StartupSec;
     const auto counter = std::make_shared<DxrCounter>();
     const std::shared_ptr<DxrFaultSpec> spec =
@@ -52,22 +52,21 @@ void AddFault(Suite &suite) {
                     window->IsSatisfied() == (n >= kThreshold),
                 "burst rule");
     }
-    suite.Add({"increase and accumulated rule", "increase and accumulated rule",
-               "sliding window in a deque", 2.5, 1.6, 0,
-               [counter, spec](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       ++g_events;
-                       counter->IncreaseCount();
-                       Keep(spec->IsSatisfied(counter.get()));
-                   }
-               },
-               [window](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       ++g_events;
-                       window->Increase();
-                       Keep(window->IsSatisfied());
-                   }
-               }});
+    return {"IncreaseCount and IsSatisfied of a fault rule", "sliding window in a deque", 0,
+            [counter, spec](std::uint64_t count) {
+                for (std::uint64_t i = 0; i < count; ++i) {
+                    ++g_events;
+                    counter->IncreaseCount();
+                    Keep(spec->IsSatisfied(counter.get()));
+                }
+            },
+            [window](std::uint64_t count) {
+                for (std::uint64_t i = 0; i < count; ++i) {
+                    ++g_events;
+                    window->Increase();
+                    Keep(window->IsSatisfied());
+                }
+            }};
 }
 
 }  // namespace bench

@@ -1,7 +1,7 @@
 #include <string>
 
 #include "dxr_api.h"
-#include "harness.h"
+#include "figures.h"
 
 namespace bench {
 namespace {
@@ -22,35 +22,30 @@ std::string TextOf(std::size_t length) {
     return text;
 }
 
-void AddSize(Suite &suite, std::size_t length, double must, double goal) {
-    const std::string text = TextOf(length);
-    const DxrLogFilterHashInput check = {text.data(), static_cast<std::uint32_t>(length)};
+}  // namespace
+
+Figure Hash(std::size_t bytes) {
+    const std::string text = TextOf(bytes);
+    const DxrLogFilterHashInput check = {text.data(), static_cast<std::uint32_t>(bytes)};
     std::uint32_t hash = 0;
     Require(DXR_SimpleHash(&check, &hash) == 0 && hash == ByteByByte(check.text, check.length),
             "hash");
-    suite.Add({"DXR_SimpleHash", "hash of " + std::to_string(length) + " bytes", "byte by byte",
-               must, goal, static_cast<double>(length),
-               [text](std::uint64_t count) {
-                   const DxrLogFilterHashInput input = {text.data(),
-                                                        static_cast<std::uint32_t>(text.size())};
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       std::uint32_t value = 0;
-                       DXR_SimpleHash(&input, &value);
-                       Keep(value);
-                   }
-               },
-               [text](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       Keep(ByteByByte(text.data(), static_cast<std::uint32_t>(text.size())));
-                   }
-               }});
-}
-
-}  // namespace
-
-void AddHash(Suite &suite) {
-    AddSize(suite, 80, 0.45, 0.15);
-    AddSize(suite, 1000, 0.35, 0.05);
+    return {"DXR_SimpleHash, " + std::to_string(bytes) + " bytes", "byte by byte",
+            static_cast<double>(bytes),
+            [text](std::uint64_t count) {
+                const DxrLogFilterHashInput input = {text.data(),
+                                                     static_cast<std::uint32_t>(text.size())};
+                for (std::uint64_t i = 0; i < count; ++i) {
+                    std::uint32_t value = 0;
+                    DXR_SimpleHash(&input, &value);
+                    Keep(value);
+                }
+            },
+            [text](std::uint64_t count) {
+                for (std::uint64_t i = 0; i < count; ++i) {
+                    Keep(ByteByByte(text.data(), static_cast<std::uint32_t>(text.size())));
+                }
+            }};
 }
 
 }  // namespace bench

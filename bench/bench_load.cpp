@@ -1,11 +1,11 @@
 #include <dlfcn.h>
 
-#include "harness.h"
+#include "package_figures.h"
 
 namespace bench {
 namespace {
 
-Run Load(const char *path) {
+Run LoadAndUnload(const char *path) {
     return [path](std::uint64_t count) {
         for (std::uint64_t i = 0; i < count; ++i) {
             void *library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
@@ -17,10 +17,10 @@ Run Load(const char *path) {
 
 }  // namespace
 
-void AddLoad(Suite &suite) {
+Figure Load() {
     // Copies under other names: this program has the library itself loaded already.
-    suite.Add({"dlopen", "load and unload the library", "one-function C++ library", 1.6, 1.2, 0,
-               Load(DXR_BENCH_LIBRARY_COPY), Load(DXR_BENCH_PEER_LIBRARY)});
+    return {"load and unload the library", "one-function C++ library", 0,
+            LoadAndUnload(DXR_BENCH_LIBRARY_COPY), LoadAndUnload(DXR_BENCH_PEER_LIBRARY)};
 }
 
 }  // namespace bench

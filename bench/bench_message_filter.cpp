@@ -1,11 +1,12 @@
 #include <array>
 #include <memory>
 #include <random>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "dxr_api.h"
-#include "harness.h"
+#include "figures.h"
 
 namespace bench {
 namespace {
@@ -89,7 +90,7 @@ bool Ask(DxrMessageFilter *filter, const Path &path) {
     return DXR_IsMessageFiltered(filter, kDepth, path[0], path[1], path[2], path[3]) != 0;
 }
 
-void AddPaths(Suite &suite, const char *name, const std::vector<Path> &paths) {
+Figure QueryOf(const std::string &which, const std::vector<Path> &paths) {
     const auto filter = MakeFilter();
     const auto map = std::make_shared<MapNode>();
     FillNode(*map, 1);
@@ -97,25 +98,28 @@ void AddPaths(Suite &suite, const char *name, const std::vector<Path> &paths) {
         Require(Ask(filter.get(), path) && IsFiltered(*map, path.data(), kDepth),
                 "a message is filtered");
     }
-    suite.Add({"DXR_IsMessageFiltered", name, "nested unordered_map", 3, 1.5, 0,
-               [filter, paths](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       Keep(Ask(filter.get(), paths[i % paths.size()]));
-                   }
-               },
-               [map, paths](std::uint64_t count) {
-                   for (std::uint64_t i = 0; i < count; ++i) {
-                       const Path &path = paths[i % paths.size()];
-                       Keep(IsFiltered(*map, path.data(), kDepth));
-                   }
-               }});
+    return {"DXR_IsMessageFiltered, depth 4, " + which, "nested unordered_map", 0,
+            [filter, paths](std::uint64_t count) {
+                for (std::uint64_t i = 0; i < count; ++i) {
+                    Keep(Ask(filter.get(), paths[i % paths.size()]));
+                }
+            },
+            [map, paths](std::uint64_t count) {
+                for (std::uint64_t i = 0; i < count; ++i) {
+                    const Path &path = paths[i % paths.size()];
+                    Keep(IsFiltered(*map, path.data(), kDepth));
+                }
+            }};
 }
 
 }  // namespace
 
-void AddMessageFilter(Suite &suite) {
-    AddPaths(suite, "query, depth 4, fan-out 8, random path", RandomPaths());
-    AddPaths(suite, "query, depth 4, fan-out 8, one path", {RandomPaths().front()});
+Figure FilterQueryOfOnePath() {
+    return QueryOf("one path", {RandomPaths().front()});
+}
+
+Figure FilterQueryOfRandomPaths() {
+    return QueryOf("random path", RandomPaths());
 }
 
 }  // namespace bench

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "dxr_api.h"
-#include "harness.h"
+#include "figures.h"
 
 namespace bench {
 namespace {
@@ -46,24 +46,17 @@ void Peer(std::int32_t *elements, std::size_t size) {
     std::sort(elements, elements + size);
 }
 
-void AddSize(Suite &suite, std::size_t size) {
+}  // namespace
+
+Figure Sort(std::size_t size) {
     const Elements pool = RandomElements(std::max<std::size_t>(200'000, 2 * size));
     Elements sorted(pool.begin(), pool.begin() + static_cast<std::ptrdiff_t>(size));
     Elements expected = sorted;
     Ours(sorted.data(), size);
     Peer(expected.data(), size);
     Require(sorted == expected, "sort");
-    suite.Add({"DXR_AscendSort", "sort of " + std::to_string(size) + " elements", "std::sort", 1.15,
-               1.0, static_cast<double>(size), OverPieces(pool, size, Ours),
-               OverPieces(pool, size, Peer)});
-}
-
-}  // namespace
-
-void AddSort(Suite &suite) {
-    for (const std::size_t size : {10U, 100U, 1'000U, 10'000U, 100'000U}) {
-        AddSize(suite, size);
-    }
+    return {"DXR_AscendSort, " + std::to_string(size) + " elements", "std::sort",
+            static_cast<double>(size), OverPieces(pool, size, Ours), OverPieces(pool, size, Peer)};
 }
 
 }  // namespace bench

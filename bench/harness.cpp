@@ -1,9 +1,10 @@
 #include "harness.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
+#include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace bench {
 namespace {
@@ -41,6 +42,12 @@ double Median(std::vector<double> values) {
 
 }  // namespace
 
+Figure Beside(Figure figure, std::string peerName, Run peer) {
+    figure.peerName = std::move(peerName);
+    figure.peer = std::move(peer);
+    return figure;
+}
+
 Result Measure(const Figure &figure, const Effort &effort) {
     // Threads are started in every sample: long samples make that disappear.
     const double sampleNs = effort.sampleNs * (figure.clock == Clock::kProcess ? 30 : 1);
@@ -63,10 +70,9 @@ Result Measure(const Figure &figure, const Effort &effort) {
     return {Median(ours), Median(peer), Median(ratios)};
 }
 
-void Require(bool condition, const char *what) {
+void Require(bool condition, const std::string &what) {
     if (!condition) {
-        std::fprintf(stderr, "dxr_bench: wrong answer: %s\n", what);
-        std::exit(1);
+        throw std::runtime_error("wrong answer: " + what);
     }
 }
 

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 
 namespace bench {
 
@@ -21,16 +20,16 @@ using Run = std::function<void(std::uint64_t count)>;
 enum class Clock : std::uint8_t { kThread, kProcess };
 
 struct Figure {
-    std::string group;  // one row of the table of targets
-    std::string name;   // this measurement of it
+    std::string name;  // what is measured; behind a comma: of how much
     std::string peerName;
-    double must;  // largest ratio that counts as done
-    double goal;  // what a first-class design reaches
     double size;  // for plots of cost against size; 0: none
     Run ours;
     Run peer;
     Clock clock = Clock::kThread;
 };
+
+// The same figure beside somebody else.
+[[nodiscard]] Figure Beside(Figure figure, std::string peerName, Run peer);
 
 struct Result {
     double oursNs;  // medians over the rounds, per operation
@@ -46,35 +45,14 @@ struct Effort {
 
 Result Measure(const Figure &figure, const Effort &effort);
 
-class Suite {
-  public:
-    void Add(Figure figure) { figures_.push_back(std::move(figure)); }
-    [[nodiscard]] const std::vector<Figure> &Figures() const { return figures_; }
-
-  private:
-    std::vector<Figure> figures_;
-};
-
-// Ends the program when a contender's answer is wrong: what is not right is not timed.
-void Require(bool condition, const char *what);
+// Throws std::runtime_error when a contender's answer is wrong: what is not right is not timed.
+void Require(bool condition, const std::string &what);
 
 // Makes the compiler believe that a value is used, and that memory has changed.
 template <typename T>
 inline void Keep(const T &value) {
     asm volatile("" : : "r,m"(value) : "memory");
 }
-
-// One file of figures each; they put their own hooks into the table while they run.
-void AddDispatch(Suite &suite);
-void AddLogFilter(Suite &suite);
-void AddHash(Suite &suite);
-void AddCrc8(Suite &suite);
-void AddBitmap(Suite &suite);
-void AddSort(Suite &suite);
-void AddLoad(Suite &suite);
-void AddRecorder(Suite &suite);
-void AddMessageFilter(Suite &suite);
-void AddFault(Suite &suite);
 
 }  // namespace bench
 

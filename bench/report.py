@@ -21,7 +21,6 @@ END = "<!-- bench: end -->"
 
 @dataclass(frozen=True)
 class Row:
-    group: str
     figure: str
     peer: str
     size: float
@@ -37,7 +36,7 @@ def read(path):
     rows = []
     for line in pathlib.Path(path).read_text().splitlines():
         fields = line.split("\t")
-        rows.append(Row(*fields[:3], *map(float, fields[3:9]), fields[9]))
+        rows.append(Row(*fields[:2], *map(float, fields[2:8]), fields[8]))
     return rows
 
 
@@ -66,12 +65,11 @@ def table(rows):
 
 
 def plot(rows):
-    """Cost against size, one curve a group that has sizes."""
+    """Cost against size, one curve for what stands before the comma of figures that have sizes."""
     curves = {}
     for row in rows:
         if row.size > 0:
-            curves.setdefault(row.figure.split(",")[0] if "," in row.figure else row.group, {}) \
-                .setdefault(row.size, row.ours)
+            curves.setdefault(row.figure.split(",")[0], {}).setdefault(row.size, row.ours)
     curves = {name: points for name, points in curves.items() if len(points) > 1}
     data = "\n\n\n".join(
         "\n".join(f"{size:g} {ns:g}" for size, ns in sorted(points.items()))

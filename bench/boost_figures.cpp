@@ -1,0 +1,104 @@
+#include <boost/crc.hpp>
+#include <boost/dynamic_bitset.hpp>
+#include <cstddef>
+#include <cstdint>
+
+#include "dxr_api.h"
+#include "figures.h"
+#include "package_figures.h"
+#include "words.h"
+
+namespace bench {
+namespace {
+
+// ---- CRC-8
+
+using PeerCrc = boost::crc_optimal<8, 0x31, 0, 0, false, false>;
+
+[[gnu::noinline]] std::uint32_t CrcOf(const Words &words, std::size_t bytes) {
+    PeerCrc crc;
+    crc.process_bytes(words.data(), bytes);
+    return crc.checksum();
+}
+
+// ---- Bitmaps
+
+constexpr const char *kBitsetName = "boost::dynamic_bitset";
+
+using Bitset = boost::dynamic_bitset<unsigned long, LineAllocator<unsigned long>>;
+
+Bitset BitsetOf(const Words &words) {
+    Bitset bits(words.size() * 32);
+    for (std::size_t bit = 0; bit < bits.size(); ++bit) {
+        bits[bit] = (words[bit / 32] >> bit % 32 & 1U) != 0;
+    }
+    return bits;
+}
+
+// The peer's operation is a function of its own, which the compiler turns into vector code.
+[[gnu::noinline]] void Or(Bitset &dst, const Bitset &src) {
+    dst |= src;
+}
+[[gnu::noinline]] void And(Bitset &dst, const Bitset &src) {
+    dst &= src;
+}
+[[gnu::noinline]] void Xor(Bitset &dst, const Bitset &src) {
+    dst ^= src;
+}
+
+struct Pair {
+    void (*ours)(std::uint32_t *, const std::uint32_t *, std::uint32_t);
+    void (*peer)(Bitset &, const Bitset &);
+};
+
+Pair PairOf(Operation operation) {
+    switch (operation) {
+        case Operation::kOr:
+            return {DXR_OrBmp, Or};
+        case Operation::kAnd:
+            return {DXR_AndBmp, And};
+        default:
+            return {DXR_XorBmp, Xor};
+    }
+}
+
+}  // namespace
+
+Figure Crc8BesideBoost(std::size_t bytes) {
+    const Words words = RandomWords(bytes / sizeof(Words::value_type) + 1);
+    const auto *const data = reinterpret_cast<const std::uint8_t *>(words.data());
+    Require(DXR_CalculateCrc8(data, bytes) == CrcOf(words, bytes), "CRC-8 of Boost");
+    return Beside(Crc8(bytes), "boost::crc_optimal", [words, bytes](std::uint64_t count) {
+        for (std::uint64_t i = 0; i < count; ++i) {
+            Keep(CrcOf(words, bytes));
+        }
+    });
+}
+
+Figure CombinationBesideBoost(Operation operation, std::size_t words) {
+    auto [dst, src] = RandomPair(words);
+    const Bitset peerDst = BitsetOf(dst);
+    const Bitset peerSrc = BitsetOf(src);
+    const auto [ours, peer] = PairOf(operation);
+    Bitset peerResult = peerDst;
+    peer(peerResult, peerSrc);
+    ours(dst.data(), src.data(), static_cast<std::uint32_t>(words));
+    Require(BitsetOf(dst) == peerResult, "combination of Boost");
+    return Beside(Combination(operation, words), kBitsetName,
+                  InTurn(peerDst, peerSrc, words, peer));
+}
+
+Figure SetBitsBesideBoost(std::size_t words) {
+    const Words array = RandomWords(words);
+    const Bitset bits = BitsetOf(array);
+    Require(
+        DXR_CountValidBitOfArray(array.data(), static_cast<std::uint32_t>(words)) == bits.count(),
+        "set bits of Boost");
+    return Beside(SetBits(words), kBitsetName, [bits](std::uint64_t count) {
+        for (std::uint64_t i = 0; i < count; ++i) {
+            Keep(bits.count());
+        }
+    });
+}
+
+}  // namespace bench
