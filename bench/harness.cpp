@@ -23,6 +23,7 @@ double Time(const Run &run, std::uint64_t count, Clock clock) {
 }
 
 std::uint64_t Calibrate(const Run &run, Clock clock, double sampleNs) {
+    run(1);  // makes ready what it has to
     std::uint64_t count = 1;
     for (;;) {
         const double ns = Time(run, count, clock);
