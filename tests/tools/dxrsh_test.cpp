@@ -22,7 +22,7 @@ TEST(Dxrsh, TellsItsVersion) {
 
 const std::vector<std::string> kCommands = {"filter",   "record",    "fault", "privatelog",
                                             "simulate", "msgfilter", "bin",   "latest",
-                                            "crc",      "links",     "slots"};
+                                            "crc",      "links",     "slots", "bench"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

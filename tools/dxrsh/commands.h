@@ -7,6 +7,7 @@
 
 namespace dxrsh {
 
+void AddBenchCommand(CLI::App &program);
 void AddBinCommand(CLI::App &program);
 void AddCrcCommand(CLI::App &program);
 void AddFaultCommand(CLI::App &program);

@@ -22,6 +22,7 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddCrcCommand(program);
     dxrsh::AddLinksCommand(program);
     dxrsh::AddSlotsCommand(program);
+    dxrsh::AddBenchCommand(program);
 }
 
 int Run(int argc, char **argv) {

@@ -1,0 +1,110 @@
+// dxrsh bench: what the library's functions cost on this machine.
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bare_host.h"
+#include "commands.h"
+#include "figures.h"
+#include "file_io.h"
+
+namespace dxrsh {
+namespace {
+
+struct BenchOptions {
+    unsigned rounds = 15;
+};
+
+std::string Processor() {
+    constexpr std::string_view kKey = "model name";
+    std::ifstream lines("/proc/cpuinfo");
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t colon = line.find(": ");
+        if (line.compare(0, kKey.size(), kKey) == 0 && colon != std::string::npos) {
+            return line.substr(colon + 2);
+        }
+    }
+    return "unknown";
+}
+
+std::vector<bench::Figure> Figures() {
+    return {
+        bench::DispatchWithSlotSet(),
+        bench::DispatchWithSlotEmpty(),
+        bench::SameText(1, bench::Place::kNewest),
+        bench::SameText(2047, bench::Place::kRandom),
+        bench::NewText(2047),
+        bench::SameKey(2047),
+        bench::Hash(80),
+        bench::Hash(1000),
+        bench::RecordRepeat(1),
+        bench::RecordRepeat(1024),
+        bench::FilterQueryOfRandomPaths(),
+        bench::FaultRule(),
+        bench::Crc8(64),
+        bench::Crc8(1024),
+        bench::Crc8(65536),
+        bench::Combination(bench::Operation::kOr, 1024),
+        bench::SetBits(1024),
+        bench::Comparison(1024),
+        bench::Sort(1000),
+    };
+}
+
+std::size_t WidthOf(const std::vector<bench::Figure> &figures) {
+    std::size_t width = 0;
+    for (const bench::Figure &figure : figures) {
+        width = std::max(width, figure.name.size());
+    }
+    return width;
+}
+
+constexpr std::string_view kHeadings = "{:<{}} {:>10} {:>10} {:>7}  {}\n";
+constexpr std::string_view kRow = "{:<{}} {:>10.1f} {:>10.1f} {:>7.3f}  {}\n";
+
+void RunBench(const BenchOptions &options) {
+    bench::Effort effort;
+    effort.rounds = options.rounds;
+    effort.samples = 3;
+    const bench::BareHost host;
+    const std::vector<bench::Figure> figures = Figures();
+    Output output(STDOUT_FILENO);
+    output.Write(fmt::format("processor: {}\n\n", Processor()));
+    const std::size_t width = WidthOf(figures);
+    output.Write(fmt::format(fmt::runtime(kHeadings), "function", width, "library ns", "peer ns",
+                             "ratio", "peer"));
+    for (const bench::Figure &figure : figures) {
+        output.Flush();  // each row is seen as soon as it is known
+        const bench::Result result = bench::Measure(figure, effort);
+        output.Write(fmt::format(fmt::runtime(kRow), figure.name, width, result.oursNs,
+                                 result.peerNs, result.ratio, figure.peerName));
+    }
+    output.Flush();
+}
+
+}  // namespace
+
+void AddBenchCommand(CLI::App &program) {
+    const auto options = std::make_shared<BenchOptions>();
+    CLI::App *const command =
+        program.add_subcommand("bench", "What the library's functions cost on this machine");
+    command->footer(
+        "Prints the nanoseconds of processor time that a call takes, the same for what one would\n"
+        "use instead from the C and C++ libraries, and their ratio: the two are sampled in turn,\n"
+        "and what counts is the median of the rounds. Texts have 80 characters. Answers are\n"
+        "checked before anything is timed.");
+    command->add_option("--rounds", options->rounds, "Rounds, 1 to 1000 (default 15)")
+        ->check(CLI::Range(1, 1000))
+        ->type_name("N");
+    command->callback([options] { RunBench(*options); });
+}
+
+}  // namespace dxrsh
