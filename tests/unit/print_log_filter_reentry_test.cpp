@@ -122,6 +122,18 @@ TEST_F(LogFilterReentry, ASecondsHookThatResizesLeavesNothingUnseen) {
     ExpectDecisionsOfAWalk(lines);
 }
 
+// Where no growth is granted, a ring of one entry is full and looks the same after every add.
+TEST_F(LogFilterReentry, ALineLoggedWhileAnEntryIsAddedToAFullRingGivesWay) {
+    EXPECT_EQ(Ask("first"), 0);
+    host_.FailAllocationsFrom(1);
+    g_once = [] { Ask("nested"); };
+    DXR_AddLogFilterInfo(DXR_GetLogFilter(kLogType), HashOf("added"), 0);
+    EXPECT_EQ(g_once, nullptr);
+    EXPECT_EQ(DXR_GetLogFilter(kLogType)->capacity, 1U);
+    EXPECT_EQ(Ask("added"), 1);
+    EXPECT_EQ(Ask("nested"), 0);
+}
+
 // A ring of 1024 entries grows to 2049 when the last free one is taken: more than an index serves.
 TEST_F(LogFilterReentry, ARingThatOutgrowsTheIndexIsWalked) {
     DxrLogFilterInfo *record = DXR_GetLogFilter(kLogType);

@@ -316,8 +316,8 @@ void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record) {
 }
 
 void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
-    ForgetIndexOf(record);
     static_cast<void>(Remember(record, hash, key1));
+    ForgetIndexOf(record);  // behind the hooks, which may have come back to the filter
 }
 
 std::uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, std::uint32_t hash) {
