@@ -175,6 +175,17 @@ TEST_P(RecorderHooks, AStoreThatTheHostEmptiesItselfIsEmpty) {
     EXPECT_EQ(Slots(), "a1 b2 >2");
 }
 
+TEST_P(RecorderHooks, ATextAddedThroughACopyOfTheStoreIsFound) {
+    DXR_RecordInfo("a");
+    DXR_RecordInfo("b");
+    DxrRecordStore copy = g_dxrRecord;
+    copy.nextIndex = GetParam();
+    DXR_AddNewRecord("c", &copy);
+    DXR_RecordInfo("c");
+    DXR_RecordInfo("a");
+    EXPECT_EQ(Slots(), "c2 b1 a1 >3");
+}
+
 INSTANTIATE_TEST_SUITE_P(RecordsInFront, RecorderHooks, testing::Values(0U, 7U, 8U, 9U, 100U));
 
 }  // namespace

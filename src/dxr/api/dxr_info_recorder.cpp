@@ -86,12 +86,13 @@ bool RefreshIndexed(const char *text, std::uint32_t hash) {
     return matched;
 }
 
-// Makes a change that leaves `record` in `slot` and gives the hash of its text; no hook is called.
+// Makes a change that leaves `record` in `slot` and gives the hash of its text; no hook is called. The
+// records of a copy of g_dxrRecord are those of g_dxrRecord itself.
 template <typename Make>
 void ChangeSlot(const DxrRecordStore &store, std::uint32_t slot, const DxrRecord *record,
                 Make make) {
-    if (dxr::kFastPaths && &store == &g_dxrRecord) {
-        g_recordIndex.Change(store, slot, record, make);
+    if (dxr::kFastPaths && (&store == &g_dxrRecord || g_dxrRecord.records[slot] == record)) {
+        g_recordIndex.Change(g_dxrRecord, slot, record, make);
     } else {
         make();
     }
