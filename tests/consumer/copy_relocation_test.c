@@ -1,6 +1,6 @@
 /* An executable at a fixed address holds the library's exported data itself (the linker copies them
  * into it) and its own entries for the library's functions. Library and executable must still mean
- * the same objects, and the same functions where an iterator points to them. */
+ * the same objects, and the same functions where the library's data points to them. */
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
@@ -94,6 +94,7 @@ static void CheckLogFilter(void) {
 
     const uint32_t id = g_dxrLogFilterHashFuncList[0].hashFuncId;
     const uint32_t hash = DXR_GetHashCode(id, "text", 4);
+    CHECK(g_dxrLogFilterHashFuncList[0].func == DXR_SimpleHash);
     g_dxrLogFilterHashFuncList[0].func = Hash;
     CHECK(DXR_GetHashCode(id, "text", 4) == 1);
     CHECK(g_hashCalls == 1);
