@@ -996,6 +996,24 @@ TEST(LatestFileOrder, EmptyNameIsNotFound) {
     EXPECT_EQ(FindIn({}, "", 8).result, 12U);
 }
 
+TEST(LatestFileOrder, PatternIsFoundAsTheStandardLibraryFindsIt) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; texts[i].size() < 5; ++i) {
+        texts.push_back(texts[i] + 'a');
+        texts.push_back(texts[i] + 'b');
+    }
+    for (const std::string &name : texts) {
+        for (const std::string &pattern : texts) {
+            const bool expected = !name.empty() && name.find(pattern) != std::string::npos;
+            EXPECT_EQ(FindIn({name}, pattern.c_str(), 8).result, expected ? 0U : 12U)
+                << name << " " << pattern;
+        }
+    }
+    const std::string longest(255, 'x');
+    EXPECT_EQ(FindIn({longest}, longest.c_str(), 256).result, 0U);
+    EXPECT_EQ(FindIn({longest}, (longest + 'x').c_str(), 256).result, 12U);
+}
+
 TEST(LatestFileOrder, LongestNameOfAFileSystemFitsIn256Bytes) {
     const std::string longest(255, 'x');
     EXPECT_EQ(FindIn({longest}, "x", 256).name, longest);

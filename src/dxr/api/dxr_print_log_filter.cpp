@@ -11,6 +11,7 @@
 #include "dxr/print_log_filter_store.h"
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
+#include "internal/log_filter_hash.h"
 #include "internal/log_filter_lock.h"
 #include "internal/text_writer.h"
 
@@ -60,7 +61,7 @@ class Message {
   public:
     [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
         : stored_(dxr::vsnprintf_truncated_s(text_.data(), text_.size(), format, args)) {
-        if (Formatted() && (!dxr::kFastPaths || HostSeesTheHashInput())) {
+        if (Formatted() && (!dxr::kFastPaths || dxr::HostSeesHashInput())) {
             ClearTail();
         }
     }
@@ -77,9 +78,6 @@ class Message {
     }
 
   private:
-    static bool HostSeesTheHashInput() noexcept {
-        return g_dxrLogFilterHashFuncList[0].func != DXR_SimpleHash;
-    }
     void ClearTail() noexcept {
         const auto end = static_cast<std::size_t>(stored_);
         static_cast<void>(

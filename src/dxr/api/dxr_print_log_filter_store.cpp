@@ -11,6 +11,7 @@
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
 #include "internal/host_services.h"
+#include "internal/log_filter_hash.h"
 #include "internal/log_filter_index.h"
 #include "internal/log_filter_lock.h"
 #include "internal/text_hash.h"
@@ -78,9 +79,9 @@ std::uint32_t Remember(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32
 // One index per log type, for the store's own records alone.
 constinit LogFilterIndex g_index[kLogTypeCount] = {};
 
-// The index of a ring, if that is the store's, did not learn of an entry that was added, or of another
-// capacity, under which positions that it dropped may be live again. Every other operation changes the
-// record so that the index sees it, or leaves live entries alone.
+// Called where a ring, perhaps the store's, got an entry or another capacity that its index did not
+// follow: positions that it dropped may be live again. Every other operation changes the record so that
+// the index sees it, or leaves live entries alone.
 void ForgetIndexOf(const DxrLogFilterInfo *record) {
     if constexpr (dxr::kFastPaths) {
         if (g_dxrLogFilterInfo != nullptr && !std::less<>{}(record, g_dxrLogFilterInfo) &&
@@ -252,6 +253,21 @@ std::uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, std::uint32_t *
     *hash = dxr::TextHash(reinterpret_cast<const unsigned char *>(input->text), input->length);
     return 0;
 }
+
+namespace dxr {
+namespace {
+
+// DXR_SimpleHash by an address that is not looked up at load.
+extern "C" [[gnu::alias("DXR_SimpleHash"), gnu::visibility("hidden")]] std::uint32_t
+DxrOwnSimpleHash(const DxrLogFilterHashInput *input, std::uint32_t *hash) noexcept;
+
+}  // namespace
+
+bool HostSeesHashInput() noexcept {
+    return g_dxrLogFilterHashFuncList[0].func != DxrOwnSimpleHash;
+}
+
+}  // namespace dxr
 
 std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::uint32_t length) {
     const DxrLogFilterHashFunc &row = g_dxrLogFilterHashFuncList[0];

@@ -127,10 +127,20 @@ class GreatestName {
     std::uint32_t size_;
 };
 
+// Instead of std::strstr, which nothing else needs: each import is looked up in every process.
+bool Contains(const char *name, const char *pattern) {
+    const std::size_t length = strnlen(pattern, PTRDIFF_MAX);
+    for (; std::strncmp(name, pattern, length) != 0; ++name) {
+        if (*name == '\0') {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::uint32_t FindGreatestName(Folder &folder, const char *pattern, GreatestName &greatest) {
     while (const char *name = folder.NextName()) {
-        if (pattern == nullptr || std::strstr(name, pattern) == nullptr ||
-            !greatest.IsBelow(name)) {
+        if (pattern == nullptr || !Contains(name, pattern) || !greatest.IsBelow(name)) {
             continue;
         }
         if (!greatest.Replace(name)) {
