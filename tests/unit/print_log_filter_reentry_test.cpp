@@ -24,11 +24,14 @@ std::uint32_t HashOf(const std::string &line) {
 
 // What a hook does, once, when it is called next.
 void (*g_once)() = nullptr;
+// The same for the hook of the time alone: it is called when an entry is made, and the seconds
+// before.
+void (*g_onceInTime)() = nullptr;
 std::uint32_t g_nowSec = 0;
 
-void DoOnce() {
-    if (void (*const action)() = g_once) {
-        g_once = nullptr;
+void DoOnce(void (*&once)()) {
+    if (void (*const action)() = once) {
+        once = nullptr;
         action();
     }
 }
@@ -38,13 +41,15 @@ class LogFilterReentry : public testing::Test {
     LogFilterReentry() {
         host_.WithMemory();
         g_once = nullptr;
+        g_onceInTime = nullptr;
         g_nowSec = 10000;
         g_dxrHooks.time.getCurrSec = [] {
-            DoOnce();
+            DoOnce(g_once);
             return g_nowSec;
         };
         g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t, std::uint32_t *sec) {
-            DoOnce();
+            DoOnce(g_once);
+            DoOnce(g_onceInTime);
             *text = '\0';
             *sec = g_nowSec;
         };
@@ -102,6 +107,59 @@ TEST_F(LogFilterReentry, ATimeHookThatClearsLeavesNothingUnseen) {
     g_once = [] { DXR_ClearLogFilterInfo(kLogType); };
     EXPECT_EQ(Ask("E"), 0);
     ExpectDecisionsOfAWalk({"B", "C", "D", "E", "A2", "A"});
+}
+
+TEST_F(LogFilterReentry, AClearWhileAnEntryIsMadeLeavesNothingUnseen) {
+    for (const char *line : {"A", "B", "C"}) {
+        EXPECT_EQ(Ask(line), 0);
+    }
+    g_onceInTime = [] { DXR_ClearLogFilterInfo(kLogType); };
+    EXPECT_EQ(Ask("D"), 0);
+    EXPECT_EQ(g_onceInTime, nullptr);
+    // The new entry stands where it was to stand before; the one that is live is the first.
+    EXPECT_EQ(Walk({"A", "B", "C", "D"}), (std::vector<bool>{true, false, false, false}));
+    ExpectDecisionsOfAWalk({"A", "B", "C", "D", "B", "A"});
+}
+
+// The first entry ages out and is forgotten; while a new one is made, a clear makes its place the live
+// one again, and the clock goes back to its hour.
+TEST_F(LogFilterReentry, AnAgedEntryThatAClearBringsBackIsFound) {
+    const std::vector<std::string> later = {"D", "E"};
+    for (std::size_t live = 0; live <= later.size(); ++live) {
+        g_nowSec = 10000;
+        for (const char *line : {"A", "B", "C"}) {
+            EXPECT_EQ(Ask(line), 0);
+        }
+        DxrLogFilterInfo *const record = DXR_GetLogFilter(kLogType);
+        ASSERT_EQ(record->capacity, 7U);
+        g_nowSec = 13600;
+        for (std::size_t i = 0; i < live; ++i) {
+            EXPECT_EQ(Ask(later[i]), 0);
+        }
+        DXR_ResizeLogFilterInfo(record, 7);
+        g_onceInTime = [] {
+            DXR_ClearLogFilterInfo(kLogType);
+            g_nowSec = 10000;
+        };
+        EXPECT_EQ(Ask("F"), 0);
+        EXPECT_EQ(g_onceInTime, nullptr);
+        EXPECT_EQ(Walk({"A", "F"}), (std::vector<bool>{true, false})) << live;
+        ExpectDecisionsOfAWalk({"A", "F", "B", "A"});
+        EXPECT_EQ(DXR_ClearLogFilterInfo(kLogType), 0U);
+    }
+}
+
+TEST_F(LogFilterReentry, ARecordThatTheHostSpoilsWhileAnEntryIsMadeIsWalked) {
+    for (const char *line : {"A", "B", "C"}) {
+        EXPECT_EQ(Ask(line), 0);
+    }
+    DxrLogFilterInfo *const record = DXR_GetLogFilter(kLogType);
+    ASSERT_EQ(record->capacity, 7U);
+    g_onceInTime = [] { DXR_GetLogFilter(kLogType)->curIndex = 701; };  // position 1
+    EXPECT_EQ(Ask("D"), 0);
+    EXPECT_EQ(g_onceInTime, nullptr);
+    EXPECT_EQ(Walk({"A", "B", "C", "D"}), (std::vector<bool>{false, true, true, true}));
+    ExpectDecisionsOfAWalk({"B", "C", "D", "E", "B", "E"});
 }
 
 TEST_F(LogFilterReentry, ASecondsHookThatResizesLeavesNothingUnseen) {

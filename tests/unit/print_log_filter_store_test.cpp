@@ -804,6 +804,9 @@ TEST_F(LogFilterStoreResize, CopyThatFailsIsReportedAsInformation) {
               "log filter capacity memcpy error, newLogInfoCapacity[%u].");
     EXPECT_EQ(own.Get()->capacity, 7U);
     EXPECT_EQ(static_cast<void *>(own.Get()->entries), g_overlapArena);
+    g_dxrHooks.print = {};
+    DXR_ResizeLogFilterInfo(own.Get(), 15);
+    EXPECT_EQ(own.Get()->capacity, 15U);
     own.Get()->entries = nullptr;
 }
 
@@ -1210,6 +1213,9 @@ TEST_F(LogFilterStoreFind, EndsOnARecordThatClaimsEntriesWithoutStorage) {
     OwnRecord own;
     own.Get()->curSize = 3;
     EXPECT_EQ(DXR_FindRepeatedLogInfoIndex(own.Get(), 0), 0U);
+    // As a destroyed store leaves its records.
+    own.Get()->capacity = 7;
+    EXPECT_EQ(DXR_FindRepeatedLogInfoIndex(own.Get(), 0), 7U);
 }
 
 // --- updates
@@ -1265,6 +1271,15 @@ TEST_F(LogFilterStoreUpdate, PositionBeyondTheCapacityChangesNothing) {
     DXR_UpdateLogFilterInfo(0, empty.Get());
     DXR_UpdateLogFilterTime(0, empty.Get());
     EXPECT_EQ(Look(*empty.Get()), (Ring{0, 0, 0, nullptr}));
+}
+
+TEST_F(LogFilterStoreUpdate, CapacityWithoutStorageIsNotWrittenTo) {
+    OwnRecord own;
+    own.Get()->capacity = 7;
+    own.Get()->curSize = 3;
+    DXR_UpdateLogFilterInfo(2, own.Get());
+    DXR_UpdateLogFilterTime(2, own.Get());
+    EXPECT_EQ(Look(*own.Get()), (Ring{0, 3, 7, nullptr}));
 }
 
 // --- decision
@@ -1792,6 +1807,49 @@ TEST_F(LogFilterDecision, WithoutClockLinesAreFilteredForEver) {
     host.WithClock();
     host.nowSec = 3600;
     EXPECT_EQ(Decide(Site(2, 5), "line"), 0);
+}
+
+DxrLogFilterInfo g_storeAndNeighbours[kLogTypes + 2];
+
+// Memory whose block for the store lies between two records of the caller's own.
+struct StoreBetweenNeighbours {
+    static inline DxrHooks host;
+
+    static void Use() {
+        std::memset(g_storeAndNeighbours, 0, sizeof(g_storeAndNeighbours));
+        host = g_dxrHooks;
+        g_dxrHooks.memory.allocate = [](std::uint32_t mid, std::uint32_t size, const char *file,
+                                        std::uint32_t line) -> void * {
+            return size == kStoreSize ? &g_storeAndNeighbours[1]
+                                      : host.memory.allocate(mid, size, file, line);
+        };
+        g_dxrHooks.memory.release = [](void *block, const char *file, std::uint32_t line) {
+            if (block != &g_storeAndNeighbours[1]) {
+                host.memory.release(block, file, line);
+            }
+        };
+    }
+};
+
+TEST_F(LogFilterDecision, RecordsNextToTheStoreAreNotOfTheStore) {
+    StoreBetweenNeighbours::Use();
+    InitStore();
+    constexpr std::uint32_t kLast = kLogTypes - 1;
+    EXPECT_EQ(Decide(Site(0), "first"), 0);
+    EXPECT_EQ(Decide(Site(kLast), "last"), 0);
+    for (DxrLogFilterInfo *const own :
+         {&g_storeAndNeighbours[0], &g_storeAndNeighbours[kLogTypes + 1]}) {
+        DXR_AddLogFilterInfo(own, HashOf("own"), 0);
+        DXR_ResizeLogFilterInfo(own, 5);
+        EXPECT_EQ(DXR_FindRepeatedLogInfoIndex(own, HashOf("own")), 0U);
+        EXPECT_EQ(Look(*own), (Ring{0, 1, 5, own->entries}));
+        DXR_Free(own->entries, __FILE__, __LINE__);
+    }
+    EXPECT_EQ(Decide(Site(0), "first"), 1);
+    EXPECT_EQ(Decide(Site(0), "own"), 0);
+    EXPECT_EQ(Decide(Site(kLast), "last"), 1);
+    EXPECT_EQ(Decide(Site(kLast), "own"), 0);
+    DXR_DestroyLogFilter();
 }
 
 TEST_F(LogFilterDecision, ModuleOfTheRingsIsTheOneStoredNow) {

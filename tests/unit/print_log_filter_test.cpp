@@ -784,6 +784,15 @@ TEST_F(CombineShowLog, StorageOfACapacityOfZeroListsNoRows) {
               Head(cfg, *own.Get()) + kSeparator + kColumns + kSeparator + kSeparator);
 }
 
+TEST_F(CombineShowLog, CapacityWithoutStorageListsNoRows) {
+    OwnRecord own;
+    own.Get()->capacity = 7;
+    own.Get()->curSize = 3;
+    const DxrLogFilterCfg cfg = Rows(4, 3, 5);
+    EXPECT_EQ(Combine(cfg, own.Get(), 4096).text,
+              Head(cfg, *own.Get()) + kSeparator + kColumns + kSeparator + kSeparator);
+}
+
 TEST_F(CombineShowLog, HeaderShowsTheFieldsAsTheyAre) {
     OwnRecord own;
     SomeEntries(own.Get());
@@ -807,13 +816,19 @@ TEST_F(CombineShowLog, CallsNothingOfTheHost) {
     EXPECT_THAT(host.calls, IsEmpty());
 }
 
-TEST_F(CombineShowLog, WithoutBufferWritesNothing) {
+TEST_F(CombineShowLog, NullArgumentsWriteNothing) {
     OwnRecord own;
     SomeEntries(own.Get());
     const DxrLogFilterCfg cfg = Rows(4, 0, 3);
-    std::uint32_t length = 0;
+    GuardedBuffer buffer(100);
+    std::uint32_t length = 77;
     DXR_CombineShowLog(&cfg, own.Get(), nullptr, &length, 100);
-    EXPECT_EQ(length, 0U);
+    DXR_CombineShowLog(nullptr, own.Get(), buffer.Data(), &length, 100);
+    DXR_CombineShowLog(&cfg, nullptr, buffer.Data(), &length, 100);
+    DXR_CombineShowLog(&cfg, own.Get(), buffer.Data(), nullptr, 100);
+    EXPECT_EQ(length, 77U);
+    EXPECT_TRUE(buffer.Intact());
+    EXPECT_TRUE(buffer.Untouched());
 }
 
 // --- show
