@@ -8,6 +8,7 @@
 
 #include "dxr/hooks.h"
 #include "dxr/info_recorder.h"
+#include "dxr/memory.h"
 #include "support/test_host.h"
 
 namespace {
@@ -160,6 +161,16 @@ TEST_P(RecorderHooks, TextsRecordedDuringTheDestructionSeeWhatIsLeft) {
     DXR_DestroyRecordInfo();
     // At the second release slot 0 is empty already: the walk ends there, and c is new.
     EXPECT_EQ(Slots(0), "c1 >1");
+}
+
+TEST_P(RecorderHooks, ASlotThatTheHostEmptiesEndsTheWalk) {
+    DXR_RecordInfo("a");
+    DXR_RecordInfo("b");
+    DxrRecord *&slot = g_dxrRecord.records[GetParam()];
+    DXR_Free(slot, __FILE__, __LINE__);
+    slot = nullptr;
+    DXR_RecordInfo("a");
+    EXPECT_EQ(Slots(), "- b1 a1 >3");
 }
 
 TEST_P(RecorderHooks, AStoreThatTheHostEmptiesItselfIsEmpty) {

@@ -166,6 +166,26 @@ TEST_F(RecorderRecord, TextsAreComparedExactly) {
     EXPECT_EQ(Occupied(), 7U);
 }
 
+// As the log filter's hash, in which "Aa" and "BB" are the same.
+TEST_F(RecorderRecord, TextsOfEqualHashAreKeptApartAlsoAmongMany) {
+    RecordMany(0, 20);
+    RecordText("Aa");
+    RecordText("BB");
+    RecordText("BB");
+    RecordText("AaBB");
+    RecordText("BBAa");
+    RecordText("AaBB");
+    EXPECT_STREQ(At(20).text, "Aa");
+    EXPECT_STREQ(At(21).text, "BB");
+    EXPECT_STREQ(At(22).text, "AaBB");
+    EXPECT_STREQ(At(23).text, "BBAa");
+    EXPECT_EQ(At(20).count, 1U);
+    EXPECT_EQ(At(21).count, 2U);
+    EXPECT_EQ(At(22).count, 2U);
+    EXPECT_EQ(At(23).count, 1U);
+    EXPECT_EQ(Occupied(), 24U);
+}
+
 TEST_F(RecorderRecord, TextOf254CharactersIsKeptAsItIs) {
     const std::string text(254, 'a');
     RecordText(text);

@@ -86,7 +86,7 @@ std::vector<std::uint32_t> Candidates(const RecordIndex &index, const std::strin
 
 // Of these texts, "Aa..." and "BB..." of one length have one hash.
 std::string TextOf(std::uint32_t n) {
-    return (n % 2 == 0 ? "Aa" : "BB") + std::to_string(n / 2);
+    return (n % 2 == 0 ? "Aa" : "BB") + std::to_string(n / 2) + std::string(n / 2 % 100, 'x');
 }
 
 std::vector<std::uint32_t> OfTheText(const Store &store, std::vector<std::uint32_t> slots,
