@@ -7,12 +7,19 @@
 #include <vector>
 
 #include "gtest/gtest.h"
+#include "support/cpu_levels.h"
 #include "support/test_host.h"
 
 namespace {
 
+class TextHash : public testing::TestWithParam<std::uint32_t> {
+    const dxrtest::CpuLevel level_{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Levels, TextHash, testing::ValuesIn(dxrtest::CpuLevels()));
+
 // Each text stands at the end of an allocation of its own, so that a byte too many is seen.
-TEST(TextHash, EqualsTheByteByByteHashAtEveryLength) {
+TEST_P(TextHash, EqualsTheByteByByteHashAtEveryLength) {
     std::mt19937_64 random(dxrtest::Seed());
     for (std::size_t length = 0; length <= 1200; ++length) {
         for (std::size_t shift = 0; shift < 4; ++shift) {
@@ -27,14 +34,14 @@ TEST(TextHash, EqualsTheByteByByteHashAtEveryLength) {
     }
 }
 
-TEST(TextHash, OfTheLargestBytesWraps) {
+TEST_P(TextHash, OfTheLargestBytesWraps) {
     const std::vector<unsigned char> text(100000, 0xFF);
     for (const std::size_t length : {31U, 32U, 33U, 255U, 256U, 257U, 100000U}) {
         EXPECT_EQ(dxr::TextHash(text.data(), length), dxr::TextHashPlain(text.data(), length));
     }
 }
 
-TEST(TextHash, OfTwoLettersIsTheKnownOne) {
+TEST_P(TextHash, OfTwoLettersIsTheKnownOne) {
     EXPECT_EQ(dxr::TextHash(reinterpret_cast<const unsigned char *>("ab"), 2), 3105U);
 }
 
