@@ -14,4 +14,16 @@
 #define DXRTEST_FUNCTION_TYPES_ARE_CHECKED 0
 #endif
 
+// The address sanitizer takes a formatted text of 2 GiB for one of a negative size.
+#if defined(__SANITIZE_ADDRESS__)
+#define DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED 1
+#endif
+#endif
+#ifndef DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED
+#define DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED 0
+#endif
+
 #endif  // DXR_TESTS_SUPPORT_SANITIZERS_H

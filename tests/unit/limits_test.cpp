@@ -8,11 +8,14 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 
+#include "dxr/print_private_log.h"
 #include "dxr/utils_link_bitmap.h"
 #include "dxr/utils_numeric.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -64,7 +67,7 @@ class RepeatedRange {
     ZeroRange range_;
 };
 
-TEST(UtilsLimits, AverageOverTwoToThe31DividesByANegativeCount) {
+TEST(Limits, AverageOverTwoToThe31DividesByANegativeCount) {
     constexpr std::uint32_t kCount = 0x80000000;
     const ZeroRange range(std::size_t{kCount} * sizeof(std::int32_t));
     auto *const values = static_cast<std::int32_t *>(range.Data());
@@ -73,7 +76,7 @@ TEST(UtilsLimits, AverageOverTwoToThe31DividesByANegativeCount) {
 }
 
 // A text of 2^31 characters: one more than the signed length can count.
-TEST(UtilsLimits, ALinkTextBeyondTwoGibibytesAborts) {
+TEST(Limits, ALinkTextBeyondTwoGibibytesAborts) {
     constexpr std::uint32_t kCharactersPerWord = 11;
     constexpr std::uint32_t kWords = 0x80000000 / kCharactersPerWord;
     constexpr std::size_t kPieces = (std::size_t{0x80000000} + kPiece) / kPiece;
@@ -84,5 +87,20 @@ TEST(UtilsLimits, ALinkTextBeyondTwoGibibytesAborts) {
     EXPECT_EXIT(DXR_FillLinkBitMapToBuf(&map, text.Data(), room), testing::KilledBySignal(SIGABRT),
                 "");
 }
+
+#if !DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED
+// The formatter cannot count what the path would have.
+TEST(Limits, ALogNameBeyondTwoGibibytesIsAFailure) {
+    constexpr std::size_t kPieces = std::size_t{0x80000000} / kPiece + 1;
+    const RepeatedRange name(kPieces);
+    std::memset(name.Data(), 'n', kPiece);
+    // Over the last piece, which stays without a terminator otherwise.
+    char *const last = name.Data() + (kPieces - 1) * kPiece;
+    ASSERT_EQ(mmap(last, kPiece, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0), last);
+    char path[DXR_PRIVATE_LOG_PATH_SIZE] = {};
+    EXPECT_EQ(DXR_GetPrivateLogPath(name.Data(), path, sizeof(path)), 1U);
+    EXPECT_STREQ(path, "");
+}
+#endif
 
 }  // namespace
