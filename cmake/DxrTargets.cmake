@@ -21,6 +21,12 @@ if(DXR_SANITIZE)
     target_link_options(dxr_build_options INTERFACE -fsanitize=${DXR_SANITIZE})
 endif()
 
+# The counters are atomic: tests call the library from several threads.
+if(DXR_COVERAGE)
+    target_compile_options(dxr_build_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(dxr_build_options INTERFACE --coverage)
+endif()
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
