@@ -168,6 +168,12 @@ constexpr const char *kInlineName = "the same shifts inlined";
 
 }  // namespace
 
+std::pmr::memory_resource &DenseMemory() {
+    constexpr std::size_t kSize = std::size_t{64} << 20U;
+    static std::pmr::monotonic_buffer_resource memory(kSize);
+    return memory;
+}
+
 Words RandomWords(std::size_t size) {
     std::mt19937 random(static_cast<std::mt19937::result_type>(size));
     Words words(size);

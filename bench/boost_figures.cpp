@@ -25,7 +25,7 @@ using PeerCrc = boost::crc_optimal<8, 0x31, 0, 0, false, false>;
 
 constexpr const char *kBitsetName = "boost::dynamic_bitset";
 
-using Bitset = boost::dynamic_bitset<unsigned long, LineAllocator<unsigned long>>;
+using Bitset = boost::dynamic_bitset<unsigned long, DenseAllocator<unsigned long>>;
 
 Bitset BitsetOf(const Words &words) {
     Bitset bits(words.size() * 32);

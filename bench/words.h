@@ -5,30 +5,32 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <new>
+#include <memory_resource>
 #include <vector>
 
 #include "harness.h"
 
 namespace bench {
 
-// Memory from the beginning of a cache line, so that no figure depends on where an array happens to
-// lie.
+[[nodiscard]] std::pmr::memory_resource &DenseMemory();
+
+// Memory from a multiple of 256 bytes on, one array close behind the other, so that no figure depends
+// on where they happen to lie: small ones across two pages, or pages apart, where a processor takes
+// one for the other.
 template <typename T>
-struct LineAllocator {
+struct DenseAllocator {
     using value_type = T;
-    LineAllocator() = default;
+    DenseAllocator() = default;
     template <typename U>
-    explicit LineAllocator(const LineAllocator<U> &) {}
+    explicit DenseAllocator(const DenseAllocator<U> &) {}
     T *allocate(std::size_t count) {
-        return static_cast<T *>(::operator new(count * sizeof(T), kLine));
+        return static_cast<T *>(DenseMemory().allocate(count * sizeof(T), 256));
     }
-    void deallocate(T *memory, std::size_t) { ::operator delete(memory, kLine); }
-    friend bool operator==(LineAllocator, LineAllocator) { return true; }
-    static constexpr std::align_val_t kLine{64};
+    void deallocate(T *, std::size_t) {}  // kept until the program ends
+    friend bool operator==(DenseAllocator, DenseAllocator) { return true; }
 };
 
-using Words = std::vector<std::uint32_t, LineAllocator<std::uint32_t>>;
+using Words = std::vector<std::uint32_t, DenseAllocator<std::uint32_t>>;
 
 [[nodiscard]] Words RandomWords(std::size_t size);
 
