@@ -1,6 +1,7 @@
 #include "dxr/print.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -166,6 +167,25 @@ TEST_F(PrintLargeBuffer, SlotIsReadBeforeEachPiece) {
     g_dxrHooks.print.print = LeavingPrint;
     EXPECT_EQ(0U, DXR_PrintLargeBuffer(LongText(1441).c_str()));
     EXPECT_EQ(2, g_firstCalls);
+}
+
+std::vector<std::string> g_pieceBuffers;
+
+DXR_PRINTF(2, 3) void KeepPieceBuffer(std::uint32_t, const char *format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    g_pieceBuffers.emplace_back(va_arg(args, const char *), kPiece + 1);
+    va_end(args);
+}
+
+TEST_F(PrintLargeBuffer, NothingOfAPieceIsLeftBehindAShorterOne) {
+    g_pieceBuffers.clear();
+    g_dxrHooks.print.print = KeepPieceBuffer;
+    const std::string text = LongText(kPiece + 3);
+    EXPECT_EQ(0U, DXR_PrintLargeBuffer(text.c_str()));
+    ASSERT_EQ(2U, g_pieceBuffers.size());
+    EXPECT_EQ(text.substr(0, kPiece) + '\0', g_pieceBuffers[0]);
+    EXPECT_EQ(text.substr(kPiece) + std::string(kPiece - 2, '\0'), g_pieceBuffers[1]);
 }
 
 // --- lines formatted for the host's filters

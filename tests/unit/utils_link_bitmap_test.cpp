@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "dxr/hooks.h"
 #include "support/guarded_words.h"
 #include "support/test_host.h"
 
@@ -512,6 +514,25 @@ TEST(PrintLinkToBitMap, TheLineIsCutAt1023CharactersWhereverItIsFull) {
         ASSERT_EQ(host.printed.size(), 1U);
         ASSERT_EQ(host.printed[0].text, whole.substr(0, 1023)) << length;
     }
+}
+
+std::string g_lineBuffer;
+
+DXR_PRINTF(2, 3) void KeepLineBuffer(std::uint32_t, const char *format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    g_lineBuffer.assign(va_arg(args, const char *), 1024);
+    va_end(args);
+}
+
+TEST(PrintLinkToBitMap, TheLinesBufferIsZeroBehindTheText) {
+    TestHost host;
+    g_dxrHooks.print.print = KeepLineBuffer;
+    ExampleMap map;
+    std::string expected = "link state: TotalValidLink[2] BitMapOrder <-" + kExampleChips;
+    expected.resize(1024, '\0');
+    DXR_PrintLinkToBitMap(map.Get(), "link state:");
+    EXPECT_EQ(g_lineBuffer, expected);
 }
 
 TEST(PrintLinkToBitMap, TheChipsOfALargeMapAreCut) {
