@@ -24,8 +24,9 @@ DXR_API uint32_t DXR_GetPrivateLogPath(const char *name, char *out, uint32_t out
 /* Hands the terminated `text` of `length` characters to the host's Print slot 8 as
  * write(name, "%s", rest), with the rest from character 0, 1000, 2000 and so on below `length` to
  * the end of the text: the host writes at most 1000 characters a call. Result 0. Length 0 makes one
- * call with an empty text, by which the host creates the file, and gives the hook's result. With an
- * empty slot, or a null name or text: 0 and nothing is written. */
+ * call with an empty text, whatever `text` is, by which the host creates the file, and gives the
+ * hook's result. With an empty slot, a null name, or a null text and a length: 0 and nothing is
+ * written. */
 DXR_API uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text);
 
 /* Reads log `name` into `out` of `outSize` bytes, line by line, cut to what fits and terminated. A
@@ -41,7 +42,7 @@ DXR_API uint32_t DXR_GetPrivateLogLen(const char *name);
  * on failure, or for a log of 2 GiB and more. The cut goes through the file "dxr_log.tmp" of the
  * directory, which the host creates by an empty write; with Print slot 8 empty it must exist
  * already. Until the log is removed a failure leaves it untouched; when the renaming fails after
- * that, "dxr_log.tmp" holds what was kept. */
+ * that, "dxr_log.tmp" holds what was kept. A log of that very name is lost when it is cut. */
 DXR_API uint32_t DXR_FixPrivateLogLen(const char *name, uint32_t maxLength);
 
 /* Copies `length` bytes from byte `offset` of `source` into `destination`, which must exist and is
