@@ -107,7 +107,7 @@ TEST(DxrshFault, WrongArgumentsAreRefused) {
         {{"--rule", "-1,3"}, "--rule: '-1' is no whole number from 0 to 4294967295"},
         {{"--rule", "10,4294967296"},
          "--rule: '4294967296' is no whole number from 0 to 4294967295"},
-        {{"--timeout", "x"}, "Could not convert: --timeout = x"},
+        {{"--timeout", "x"}, "--timeout: 'x' is no whole number from 0 to 4294967295"},
         {{"--rule", "1,1", "--end", "soon"},
          "--end: 'soon' is no time such as 2026-11-21T03:37:00"},
         {{"--rule", "1,1", "--end", "2026-11-21T03:37:00 x"},

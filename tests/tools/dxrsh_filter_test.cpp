@@ -267,9 +267,12 @@ TEST(DxrshFilter, ReadsAFileOrStandardInput) {
 TEST(DxrshFilter, WrongArgumentsAreOneLineAndExitCode2) {
     const std::vector<std::pair<Lines, std::string>> cases = {
         {{"--type", "29"}, "dxrsh: --type: Value 29 not in range 0 to 28\n"},
-        {{"--type", "x"}, "dxrsh: --type: Value x not in range 0 to 28\n"},
-        {{"--type", "-1"}, "dxrsh: --type: Value -1 not in range 0 to 28\n"},
-        {{"--interval", "x"}, "dxrsh: Could not convert: --interval = x\n"},
+        {{"--type", "029"}, "dxrsh: --type: Value 29 not in range 0 to 28\n"},
+        {{"--type", "x"}, "dxrsh: --type: 'x' is no whole number from 0 to 4294967295\n"},
+        {{"--type", "-1"}, "dxrsh: --type: '-1' is no whole number from 0 to 4294967295\n"},
+        {{"--interval", "x"}, "dxrsh: --interval: 'x' is no whole number from 0 to 4294967295\n"},
+        {{"--interval", ""}, "dxrsh: --interval: '' is no whole number from 0 to 4294967295\n"},
+        {{"--rows", "0b1"}, "dxrsh: --rows: '0b1' is no whole number from 0 to 4294967295\n"},
         {{"--year", "1969"}, "dxrsh: --year: Value 1969 not in range 1970 to 2105\n"},
         {{"--bogus"}, "dxrsh: The following argument was not expected: --bogus\n"},
     };

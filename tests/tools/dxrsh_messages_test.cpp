@@ -168,7 +168,7 @@ TEST_F(DxrshSimulate, WrongArgumentsAreRefused) {
                   "--set: 'x' is no whole number from 0 to 4294967295");
     ExpectRefused(Run("simulate", "set", kTable, {"1"}), "COUNT is required");
     ExpectRefused(Run("simulate", "set", kTable, {"1", "4294967296"}),
-                  "Could not convert: COUNT = 4294967296");
+                  "COUNT: '4294967296' is no whole number from 0 to 4294967295");
     ExpectRefused(RunDxrsh({"simulate"}), "A subcommand is required");
     ExpectRefused(RunDxrsh({"simulate", "show"}), "TABLE is required");
 }

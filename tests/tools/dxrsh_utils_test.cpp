@@ -98,6 +98,18 @@ TEST(DxrshLinks, LinksByNumberAndByChip) {
                  " Chip1: Valid[2][ 0x00000080 0x00000001 ]\n");
 }
 
+TEST(DxrshLinks, NumbersAreDecimalOrHexadecimalEverywhere) {
+    const std::string chip = " Chip0: Valid[0][ 0x00000000 0x00000000 ]";
+    ExpectPrints({"links", "01", "040", "--whole"}, chip + "\n");
+    ExpectPrints({"links", "0x1", "0x28", "--whole"}, chip + "\n");
+    for (const std::string number : {"", "0b1", "-1", "4294967296"}) {
+        ExpectFails({"links", number, "40"}, 2,
+                    "CHIPS: '" + number + "' is no whole number from 0 to 4294967295");
+        ExpectFails({"links", "1", number}, 2,
+                    "LINKS: '" + number + "' is no whole number from 0 to 4294967295");
+    }
+}
+
 TEST(DxrshLinks, AMapWithoutLinks) {
     ExpectPrints({"links", "1", "1"},
                  "links: TotalValidLink[0] BitMapOrder <- Chip0: Valid[0][ 0x00000000 ]\n");

@@ -17,6 +17,7 @@
 #include "file_io.h"
 #include "host.h"
 #include "line_clock.h"
+#include "number_option.h"
 #include "numbers.h"
 #include "time_stamp.h"
 
@@ -145,10 +146,12 @@ void AddFaultCommand(CLI::App &program) {
     command
         ->add_option("--timeout", options->timeout,
                      "Also a fault: an event, and the system up for more than SECONDS")
+        ->transform(AsWholeNumber())
         ->type_name("SECONDS");
     command
         ->add_option("--uptime", options->uptime,
                      "How long the system was up at the first event (default 0)")
+        ->transform(AsWholeNumber())
         ->type_name("SECONDS");
     command->add_option("--end", options->endTime, "Judge once more at this time")
         ->type_name("TIME");

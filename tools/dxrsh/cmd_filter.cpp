@@ -19,6 +19,7 @@
 #include "host.h"
 #include "line_clock.h"
 #include "line_key.h"
+#include "number_option.h"
 #include "progress.h"
 #include "say.h"
 #include "suppressed_lines.h"
@@ -267,11 +268,13 @@ void AddFilterCommand(CLI::App &program) {
     command->footer(std::string(kHelp) + kStampHelp);
     command->add_option("FILE", options->path, "The log; - or nothing is standard input");
     command->add_option("--type", options->logType, "Log type, 0 to 28 (default 0)")
+        ->transform(AsWholeNumber())
         ->check(CLI::Range(std::uint32_t{0}, kLastLogType))
         ->type_name("N");
     command
         ->add_option("--interval", options->interval,
                      "Let a repeated line through again after so many seconds (default 0: never)")
+        ->transform(AsWholeNumber())
         ->type_name("S");
     command
         ->add_option("--key", options->key,
@@ -280,6 +283,7 @@ void AddFilterCommand(CLI::App &program) {
     command
         ->add_option("--rows", options->tableRows,
                      "Rows of the filter's table to show, the latest (default 10)")
+        ->transform(AsWholeNumber())
         ->type_name("N");
     AddYearOption(*command, options->year);
     command->callback([options] { RunFilter(*options); });

@@ -14,6 +14,7 @@
 #include "errors.h"
 #include "file_io.h"
 #include "host.h"
+#include "number_option.h"
 #include "numbers.h"
 
 namespace dxrsh {
@@ -116,8 +117,12 @@ void AddLinksCommand(CLI::App &program) {
         "plus link). Words are printed from the highest to the lowest, so that links read from "
         "right\n"
         "to left. The printed line is cut at 1023 characters.");
-    command->add_option("CHIPS", options->chips, "Number of chips")->required();
-    command->add_option("LINKS", options->linksPerChip, "Links per chip")->required();
+    command->add_option("CHIPS", options->chips, "Number of chips")
+        ->transform(AsWholeNumber())
+        ->required();
+    command->add_option("LINKS", options->linksPerChip, "Links per chip")
+        ->transform(AsWholeNumber())
+        ->required();
     command->add_option("LINK", options->links, "The valid links");
     command->add_option("--title", options->title, "Text at the head of the line")
         ->type_name("TEXT");

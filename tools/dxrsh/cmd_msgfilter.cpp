@@ -20,6 +20,7 @@
 #include "file_io.h"
 #include "host.h"
 #include "json_input.h"
+#include "number_option.h"
 #include "numbers.h"
 #include "replay.h"
 #include "say.h"
@@ -201,7 +202,9 @@ void AddMsgFilterCommand(CLI::App &program) {
 
     CLI::App *const set = addAction("set", "Sets one count and prints the tree");
     set->add_option("PATH", options->path, "The node")->required();
-    set->add_option("COUNT", options->count, "Messages to drop")->required();
+    set->add_option("COUNT", options->count, "Messages to drop")
+        ->transform(AsWholeNumber())
+        ->required();
     set->callback([options] { Set(*options); });
 
     CLI::App *const replay =

@@ -14,6 +14,7 @@
 #include "errors.h"
 #include "file_io.h"
 #include "host.h"
+#include "number_option.h"
 
 namespace dxrsh {
 namespace {
@@ -124,6 +125,7 @@ void AddPrivateLogCommand(CLI::App &program) {
     addAction("length", "Prints the length in bytes", Length);
     addAction("cut", "Keeps the last bytes", Cut)
         ->add_option("BYTES", options->maxLength, "How many to keep at most")
+        ->transform(AsWholeNumber())
         ->required();
 }
 

@@ -15,6 +15,7 @@
 #include "file_io.h"
 #include "host.h"
 #include "json_input.h"
+#include "number_option.h"
 #include "numbers.h"
 #include "replay.h"
 #include "say.h"
@@ -137,8 +138,12 @@ void AddSimulateCommand(CLI::App &program) {
     addAction("show", "Prints the table")->callback([options] { Show(*options); });
 
     CLI::App *const set = addAction("set", "Sets one count and prints the table");
-    set->add_option("ID", options->id, "Identifier of the entry")->required();
-    set->add_option("COUNT", options->count, "Messages to drop")->required();
+    set->add_option("ID", options->id, "Identifier of the entry")
+        ->transform(AsWholeNumber())
+        ->required();
+    set->add_option("COUNT", options->count, "Messages to drop")
+        ->transform(AsWholeNumber())
+        ->required();
     set->callback([options] { Set(*options); });
 
     CLI::App *const replay =

@@ -3,6 +3,7 @@
 #include <ctime>
 
 #include "dxr_devhost.h"
+#include "number_option.h"
 
 namespace dxrsh {
 namespace {
@@ -59,6 +60,7 @@ void AddYearOption(CLI::App &command, std::optional<int> &year) {
     command
         .add_option("--year", year,
                     "Year of a log whose stamps have none (default: the latest not in the future)")
+        ->transform(AsWholeNumber())
         ->check(CLI::Range(kFirstYear, kLastYear))
         ->type_name("N");
 }

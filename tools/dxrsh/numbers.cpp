@@ -24,11 +24,15 @@ std::optional<std::uint32_t> WholeNumber(std::string_view text) {
     return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
 }
 
+std::string NoWholeNumber(std::string_view text) {
+    return fmt::format("'{}' is no whole number from 0 to 4294967295",
+                       Printable(text, kShownWidth));
+}
+
 std::uint32_t RequireNumber(std::string_view text, std::string_view what) {
     const auto number = WholeNumber(text);
     if (!number) {
-        throw UsageError(fmt::format("{}: '{}' is no whole number from 0 to 4294967295", what,
-                                     Printable(text, kShownWidth)));
+        throw UsageError(fmt::format("{}: {}", what, NoWholeNumber(text)));
     }
     return *number;
 }

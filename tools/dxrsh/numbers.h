@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -13,6 +14,9 @@ namespace dxrsh {
 // Decimal, or hexadecimal behind 0x; nothing when the text is anything else or does not fit in 32
 // bits.
 [[nodiscard]] std::optional<std::uint32_t> WholeNumber(std::string_view text);
+
+// What is wrong with a text that is no such number.
+[[nodiscard]] std::string NoWholeNumber(std::string_view text);
 
 // As above. Throws UsageError; `what` names the number in its text.
 [[nodiscard]] std::uint32_t RequireNumber(std::string_view text, std::string_view what);
