@@ -73,6 +73,11 @@ TEST(DxrshBin, BothNamesAreRequired) {
     ExpectFails({"bin", "folder"}, 2, "NAME is required");
 }
 
+TEST(DxrshBin, ALineBreakInANameLeavesTheComplaintOnOneLine) {
+    ExpectFails({"bin", "no", "a\nb\x1b", "--work", "/nonexistent"}, 1,
+                "[TOLV BIN] access file-/nonexistent/no/a\\x0ab\\x1b");
+}
+
 // --- latest
 
 TEST(DxrshLatest, TheGreatestNameWins) {
@@ -88,6 +93,12 @@ TEST(DxrshLatest, NoMatchIsAFailure) {
     const TemporaryDirectory directory;
     ExpectFails({"latest", directory.Path(), "zz"}, 1,
                 "no name in " + directory.Path() + " contains 'zz'");
+}
+
+TEST(DxrshLatest, ALineBreakInThePatternLeavesTheComplaintOnOneLine) {
+    const TemporaryDirectory directory;
+    ExpectFails({"latest", directory.Path(), "a\nb"}, 1,
+                "no name in " + directory.Path() + " contains 'a\\x0ab'");
 }
 
 TEST(DxrshLatest, AMissingDirectoryIsAFailure) {

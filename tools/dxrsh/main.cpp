@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 
 #include <csignal>
+#include <cstddef>
 #include <exception>
+#include <limits>
 
 #include "commands.h"
 #include "errors.h"
@@ -25,6 +27,12 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddBenchCommand(program);
 }
 
+// On one line, whatever the names in the text hold.
+void Complain(const std::exception &error) {
+    constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+    dxrsh::Say(stderr, "dxrsh: {}\n", dxrsh::Printable(error.what(), kNoLimit));
+}
+
 int Run(int argc, char **argv) {
     CLI::App program(
         "Runs the logic of libdxr_api on real input, within a development host.\n"
@@ -41,7 +49,7 @@ int Run(int argc, char **argv) {
     } catch (const CLI::Success &success) {  // --help, --version
         return program.exit(success);
     } catch (const CLI::ParseError &error) {
-        dxrsh::Say(stderr, "dxrsh: {}\n", error.what());
+        Complain(error);
         return dxrsh::kExitUsage;
     }
 }
@@ -56,10 +64,10 @@ int main(int argc, char **argv) {
     } catch (const dxrsh::BrokenPipe &) {
         return 0;
     } catch (const dxrsh::UsageError &error) {
-        dxrsh::Say(stderr, "dxrsh: {}\n", error.what());
+        Complain(error);
         return dxrsh::kExitUsage;
     } catch (const std::exception &error) {
-        dxrsh::Say(stderr, "dxrsh: {}\n", error.what());
+        Complain(error);
         return dxrsh::kExitFailure;
     }
 }
