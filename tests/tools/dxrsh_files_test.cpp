@@ -65,8 +65,9 @@ TEST(DxrshBin, AMissingFileIsAFailure) {
 }
 
 TEST(DxrshBin, AWorkPathThatIsTooLongIsAFailure) {
-    ExpectFails({"bin", "no", "file", "--work", "/" + std::string(255, 'w')}, 1,
-                "[LINKM_BIN] get sys work path ret[0x1]");
+    const std::string work = "/" + std::string(255, 'w');
+    ExpectFails({"bin", "no", "file", "--work", work}, 1,
+                "the path is longer than 255 bytes: " + work + "/no/file");
 }
 
 TEST(DxrshBin, BothNamesAreRequired) {
@@ -76,6 +77,22 @@ TEST(DxrshBin, BothNamesAreRequired) {
 TEST(DxrshBin, ALineBreakInANameLeavesTheComplaintOnOneLine) {
     ExpectFails({"bin", "no", "a\nb\x1b", "--work", "/nonexistent"}, 1,
                 "[TOLV BIN] access file-/nonexistent/no/a\\x0ab\\x1b");
+}
+
+TEST(DxrshBin, APathThatWouldBeCutIsRefused) {
+    const TemporaryDirectory directory;
+    directory.Write("data", "123456789");
+    const std::string work = directory.Path();
+    const std::string folder(255 - work.size() - std::string("//data").size(), '/');
+    const std::string path = work + "/" + folder + "/data";
+    ASSERT_EQ(path.size(), 255U);
+    ExpectPrints({"bin", folder, "data", "--work", work}, path + ": 9 bytes, CRC-8 0xa2\n");
+    ExpectFails({"bin", folder, "data1", "--work", work}, 1,
+                "the path is longer than 255 bytes: " + path + "1");
+}
+
+TEST(DxrshBin, AnEmptyWorkDirectoryIsRefused) {
+    ExpectFails({"bin", "tmp", "f", "--work", ""}, 2, "bin: the work directory has no name");
 }
 
 // --- latest
@@ -99,6 +116,18 @@ TEST(DxrshLatest, ALineBreakInThePatternLeavesTheComplaintOnOneLine) {
     const TemporaryDirectory directory;
     ExpectFails({"latest", directory.Path(), "a\nb"}, 1,
                 "no name in " + directory.Path() + " contains 'a\\x0ab'");
+}
+
+TEST(DxrshLatest, APathThatIsTooLongIsAFailure) {
+    const TemporaryDirectory directory;
+    directory.Write("a", "");
+    const std::string path = directory.Path() + std::string(255 - directory.Path().size(), '/');
+    ExpectPrints({"latest", path, "a"}, "a\n");
+    ExpectFails({"latest", path + "/", "a"}, 1, "the path is longer than 255 bytes: " + path + "/");
+}
+
+TEST(DxrshLatest, AnEmptyDirectoryNameIsRefused) {
+    ExpectFails({"latest", "", "a"}, 2, "latest: the directory has no name");
 }
 
 TEST(DxrshLatest, AMissingDirectoryIsAFailure) {

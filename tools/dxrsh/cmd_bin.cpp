@@ -56,8 +56,22 @@ std::string WordsOf(const MessageCatcher &messages, std::string_view otherwise) 
     return words.empty() ? std::string(otherwise) : words;
 }
 
+// The library forms its paths in as much room, and cuts what is longer.
+constexpr std::size_t kPathSize = 256;
+
+// A path that was cut leads to another file, if to any.
+void RequireWholePath(const std::string &path) {
+    if (path.size() >= kPathSize) {
+        throw RunError(fmt::format("the path is longer than {} bytes: {}", kPathSize - 1, path));
+    }
+}
+
 void RunBin(const BinOptions &options) {
-    constexpr std::size_t kPathSize = 256;  // the library loads by paths of this size
+    // An empty path would stand for the root.
+    if (options.workPath.empty()) {
+        throw UsageError("bin: the work directory has no name");
+    }
+    RequireWholePath(options.workPath + "/" + options.folder + "/" + options.name);
     const Host host;
     const MessageCatcher messages;
     DxrHostSetWorkPath(options.workPath.c_str());
@@ -79,6 +93,10 @@ void RunBin(const BinOptions &options) {
 void RunLatest(const LatestOptions &options) {
     constexpr std::uint32_t kNoneMatched = 12;
     constexpr std::size_t kNameSize = 256;  // file systems allow 255 bytes
+    if (options.directory.empty()) {
+        throw UsageError("latest: the directory has no name");
+    }
+    RequireWholePath(options.directory);
     const Host host;
     const MessageCatcher messages;
     DxrHostSetWorkPath(options.directory.c_str());
