@@ -15,6 +15,7 @@
 #include "commands.h"
 #include "figures.h"
 #include "file_io.h"
+#include "number_option.h"
 
 namespace dxrsh {
 namespace {
@@ -102,6 +103,7 @@ void AddBenchCommand(CLI::App &program) {
         "and what counts is the median of the rounds. Texts have 80 characters. Answers are\n"
         "checked before anything is timed.");
     command->add_option("--rounds", options->rounds, "Rounds, 1 to 1000 (default 15)")
+        ->transform(AsWholeNumber())
         ->check(CLI::Range(1, 1000))
         ->type_name("N");
     command->callback([options] { RunBench(*options); });

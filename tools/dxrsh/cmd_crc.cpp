@@ -47,8 +47,8 @@ void RunCrc(std::vector<std::string> paths) {
         Input input(path);
         const FileCrc result = CrcOf(input);
         output.Write(fmt::format("0x{:02x} {} {}\n", result.crc, result.bytes, path));
+        output.Flush();  // what is known stands, should the next file not be readable
     }
-    output.Flush();
 }
 
 }  // namespace
