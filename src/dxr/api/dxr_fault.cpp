@@ -1,20 +1,8 @@
 #include "dxr/fault.h"
 
-#include "dxr/hooks.h"
 #include "dxr/system_time.h"
-#include "internal/dispatch.h"
-#include "internal/fast_paths.h"
 
 namespace {
-
-// What DXR_GetStartupTimeSec answers, read from the slot itself: the calls on the way to it would
-// be a fifth of a judgement.
-uint32_t StartupSec() {
-    if constexpr (dxr::kFastPaths) {
-        return dxr::Call(DXR_GetHooks()->time.getStartupTimeSec, 0);
-    }
-    return DXR_GetStartupTimeSec();
-}
 
 constexpr uint32_t kRingSize = 4096;
 constexpr uint32_t kRingMask = kRingSize - 1;
@@ -39,7 +27,7 @@ bool IsAccumulated(const DxrCounter &counter, uint32_t interval, uint32_t thresh
 }  // namespace
 
 void DxrCounter::IncreaseCount() {
-    timestamps_[count_ & kRingMask] = StartupSec();
+    timestamps_[count_ & kRingMask] = DXR_GetStartupTimeSec();
     ++count_;
 }
 
@@ -69,7 +57,7 @@ DxrFaultAccumulatedSpec::DxrFaultAccumulatedSpec(uint32_t interval, uint32_t thr
 DxrFaultAccumulatedSpec::~DxrFaultAccumulatedSpec() = default;
 
 bool DxrFaultAccumulatedSpec::IsSatisfied(const DxrCounter *counter) const {
-    return IsAccumulated(*counter, interval_, threshold_, StartupSec);
+    return IsAccumulated(*counter, interval_, threshold_, DXR_GetStartupTimeSec);
 }
 
 DxrFaultMultiAccumulatedSpec::DxrFaultMultiAccumulatedSpec(
@@ -84,7 +72,7 @@ bool DxrFaultMultiAccumulatedSpec::IsSatisfied(const DxrCounter *counter) const 
     bool satisfied = false;
     for (const auto &[interval, threshold] : specs_) {
         // Read for every pair, also behind one that holds: hosts see each reading.
-        const uint32_t now = StartupSec();
+        const uint32_t now = DXR_GetStartupTimeSec();
         const bool holds = IsAccumulated(*counter, interval, threshold, [now] { return now; });
         satisfied = satisfied || holds;
     }
@@ -106,7 +94,7 @@ bool DxrFaultTimeoutSpec::IsSatisfied(const DxrCounter *counter) const {
     }
     // One past the oldest known event, whose time reads as 0, is intended: the rule measures the
     // time since start. It is not the silence rule.
-    return StartupSec() - counter->BacktraceTimestamp(count) > interval_;
+    return DXR_GetStartupTimeSec() - counter->BacktraceTimestamp(count) > interval_;
 }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): callers call it on an object.
