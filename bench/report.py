@@ -82,7 +82,7 @@ def plot(rows):
 set terminal svg size 900,560 font 'sans,13' background '#ffffff'
 set output '{PLOT.relative_to(ROOT)}'
 set logscale xy
-set xlabel 'size (live entries, records, words, bytes or elements)'
+set xlabel 'size (live entries, records, bytes or elements)'
 set ylabel 'time per operation, ns'
 set key outside right noenhanced
 set grid
