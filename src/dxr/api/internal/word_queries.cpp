@@ -61,13 +61,13 @@ DXR_TARGET_AVX2 inline bool IsZero(__m256i bits) {
 
 struct Content {
     const std::uint32_t *words;
-    DXR_TARGET_AVX2 __m256i At(std::size_t i) const { return Load(words + i); }
+    [[nodiscard]] DXR_TARGET_AVX2 __m256i At(std::size_t i) const { return Load(words + i); }
 };
 
 struct Difference {
     const std::uint32_t *a;
     const std::uint32_t *b;
-    DXR_TARGET_AVX2 __m256i At(std::size_t i) const {
+    [[nodiscard]] DXR_TARGET_AVX2 __m256i At(std::size_t i) const {
         return _mm256_xor_si256(Load(a + i), Load(b + i));
     }
 };
