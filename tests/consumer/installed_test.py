@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The installed library, moved to another place, serves CMake and pkg-config projects in C and C++.
 
-    installed_test.py --build DIR --source DIR --cmake PROGRAM --pkg-config PROGRAM --cc COMPILER
+    installed_test.py --build DIR --source DIR --cmake PROGRAM --generator NAME --pkg-config PROGRAM --cc COMPILER
                       --cxx COMPILER [--flags FLAGS]
 """
 
@@ -64,7 +64,7 @@ def check_installed_files(prefix, source):
 def consume_with_cmake(options, prefix, work):
     for language, compiler in (("C", options.cc), ("CXX", options.cxx)):
         build = work / f"cmake consumer {language}"
-        run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build,
+        run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build, "-G", options.generator,
             f"-DCONSUMER_LANGUAGE={language}", f"-DCMAKE_PREFIX_PATH={prefix}",
             f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={options.flags}")
         cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
@@ -96,6 +96,7 @@ def main():
     parser.add_argument("--source", required=True, type=pathlib.Path)
     parser.add_argument("--version", required=True)
     parser.add_argument("--cmake", default="cmake")
+    parser.add_argument("--generator", required=True)
     parser.add_argument("--pkg-config", default="pkg-config")
     parser.add_argument("--cc", default="cc")
     parser.add_argument("--cxx", default="c++")

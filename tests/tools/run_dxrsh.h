@@ -20,7 +20,7 @@ struct Outcome {
 [[nodiscard]] Outcome RunDxrshInto(int outputFd, const std::vector<std::string> &arguments,
                                    const std::string &standardInput = {});
 
-// The same with a directory in the place of /opt, in a mount namespace that only the program sees.
+// The same with a directory in the place of /opt, for the program alone.
 [[nodiscard]] Outcome RunDxrshWithOpt(const std::string &opt,
                                       const std::vector<std::string> &arguments,
                                       const std::string &standardInput = {});
