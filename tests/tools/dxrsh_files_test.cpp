@@ -3,31 +3,15 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
-#include "tools/run_dxrsh.h"
+#include "tools/expect_dxrsh.h"
 #include "tools/temporary_directory.h"
 
 namespace {
 
-using dxrtest::Outcome;
-using dxrtest::RunDxrsh;
+using dxrtest::ExpectFails;
+using dxrtest::ExpectPrints;
 using dxrtest::TemporaryDirectory;
-using Words = std::vector<std::string>;
-
-void ExpectPrints(const Words &words, const std::string &expected) {
-    const Outcome outcome = RunDxrsh(words);
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, expected);
-    EXPECT_EQ(outcome.err, "");
-}
-
-void ExpectFails(const Words &words, int status, const std::string &complaint) {
-    const Outcome outcome = RunDxrsh(words);
-    EXPECT_EQ(outcome.status, status) << complaint;
-    EXPECT_EQ(outcome.out, "") << complaint;
-    EXPECT_EQ(outcome.err, "dxrsh: " + complaint + "\n");
-}
 
 // --- bin
 

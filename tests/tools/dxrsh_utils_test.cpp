@@ -9,29 +9,17 @@
 #include <vector>
 
 #include "support/test_host.h"
+#include "tools/expect_dxrsh.h"
 #include "tools/run_dxrsh.h"
 #include "tools/temporary_directory.h"
 
 namespace {
 
+using dxrtest::ExpectFails;
+using dxrtest::ExpectPrints;
 using dxrtest::Outcome;
 using dxrtest::RunDxrsh;
 using dxrtest::TemporaryDirectory;
-using Words = std::vector<std::string>;
-
-void ExpectPrints(const Words &words, const std::string &expected, const std::string &input = {}) {
-    const Outcome outcome = RunDxrsh(words, input);
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, expected);
-    EXPECT_EQ(outcome.err, "");
-}
-
-void ExpectFails(const Words &words, int status, const std::string &complaint) {
-    const Outcome outcome = RunDxrsh(words);
-    EXPECT_EQ(outcome.status, status) << complaint;
-    EXPECT_EQ(outcome.out, "") << complaint;
-    EXPECT_EQ(outcome.err, "dxrsh: " + complaint + "\n");
-}
 
 // Bit by bit, independent of any table.
 std::uint32_t Crc8(const std::string &bytes) {
