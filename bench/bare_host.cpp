@@ -12,43 +12,43 @@
 namespace bench {
 namespace {
 
-std::atomic<std::uint32_t> g_lines = 0;
+std::atomic<uint32_t> g_lines = 0;
 
-void *Allocate(std::uint32_t, std::uint32_t size, const char *, std::uint32_t) {
+void *Allocate(uint32_t, uint32_t size, const char *, uint32_t) {
     return std::malloc(size);
 }
 
-void Release(void *block, const char *, std::uint32_t) {
+void Release(void *block, const char *, uint32_t) {
     std::free(block);
 }
 
-std::uint32_t InitMutex(void **mutex, void *) {
+uint32_t InitMutex(void **mutex, void *) {
     auto *made = new pthread_mutex_t;
     pthread_mutex_init(made, nullptr);
     *mutex = made;
     return 0;
 }
 
-std::uint32_t DestroyMutex(void *mutex) {
+uint32_t DestroyMutex(void *mutex) {
     auto *made = static_cast<pthread_mutex_t *>(mutex);
     pthread_mutex_destroy(made);
     delete made;
     return 0;
 }
 
-std::uint32_t LockMutex(void *mutex) {
-    return static_cast<std::uint32_t>(pthread_mutex_lock(static_cast<pthread_mutex_t *>(mutex)));
+uint32_t LockMutex(void *mutex) {
+    return static_cast<uint32_t>(pthread_mutex_lock(static_cast<pthread_mutex_t *>(mutex)));
 }
 
-std::uint32_t UnlockMutex(void *mutex) {
-    return static_cast<std::uint32_t>(pthread_mutex_unlock(static_cast<pthread_mutex_t *>(mutex)));
+uint32_t UnlockMutex(void *mutex) {
+    return static_cast<uint32_t>(pthread_mutex_unlock(static_cast<pthread_mutex_t *>(mutex)));
 }
 
-std::uint32_t CurrSec() {
-    return static_cast<std::uint32_t>(time(nullptr));
+uint32_t CurrSec() {
+    return static_cast<uint32_t>(time(nullptr));
 }
 
-void CurrTime(char *text, std::uint32_t, std::uint32_t *sec) {
+void CurrTime(char *text, uint32_t, uint32_t *sec) {
     *sec = CurrSec();
     std::strcpy(text, "2024-03-15 10:00:00");
 }
@@ -57,7 +57,7 @@ void SysTime(DxrSysTime *time) {
     *time = {2024, 3, 15, 10, 20, 30, {}};
 }
 
-std::uint32_t CountLine(const char *) {
+uint32_t CountLine(const char *) {
     g_lines.fetch_add(1, std::memory_order_relaxed);
     return 0;
 }
@@ -77,7 +77,7 @@ BareHost::BareHost() : before_(g_dxrHooks) {
     hooks.time.getSysTime = SysTime;
     hooks.print.diagLogFilter = CountLine;
     g_dxrHooks = hooks;
-    constexpr std::uint32_t kMid = 9;
+    constexpr uint32_t kMid = 9;
     Require(DXR_InitLogFilter(kMid) == 0, "init of the log filter");
 }
 
@@ -87,7 +87,7 @@ BareHost::~BareHost() {
     g_dxrHooks = before_;
 }
 
-std::uint32_t LinesLetThrough() {
+uint32_t LinesLetThrough() {
     return g_lines.load(std::memory_order_relaxed);
 }
 

@@ -24,7 +24,7 @@ class BareHost {
 };
 
 // Lines that the log filter let through so far.
-[[nodiscard]] std::uint32_t LinesLetThrough();
+[[nodiscard]] uint32_t LinesLetThrough();
 
 }  // namespace bench
 

@@ -14,16 +14,16 @@
 namespace bench {
 namespace {
 
-std::uint32_t Count(const Words &words) {
-    return static_cast<std::uint32_t>(words.size());
+uint32_t Count(const Words &words) {
+    return static_cast<uint32_t>(words.size());
 }
 
-double Bytes(std::size_t words) {
+double Bytes(size_t words) {
     return static_cast<double>(words * sizeof(Words::value_type));
 }
 
-std::string Of(const char *function, std::size_t words) {
-    constexpr std::size_t kMebibyte = (1U << 20U) / sizeof(Words::value_type);
+std::string Of(const char *function, size_t words) {
+    constexpr size_t kMebibyte = (1U << 20U) / sizeof(Words::value_type);
     return std::string(function) +
            (words == kMebibyte ? ", 1 MiB" : ", " + std::to_string(words) + " words");
 }
@@ -31,25 +31,25 @@ std::string Of(const char *function, std::size_t words) {
 // ---- OR, AND, XOR
 
 [[gnu::noinline]] void OrLoop(Words &dst, const Words &src) {
-    for (std::size_t i = 0; i < dst.size(); ++i) {
+    for (size_t i = 0; i < dst.size(); ++i) {
         dst[i] |= src[i];
     }
 }
 
 [[gnu::noinline]] void AndLoop(Words &dst, const Words &src) {
-    for (std::size_t i = 0; i < dst.size(); ++i) {
+    for (size_t i = 0; i < dst.size(); ++i) {
         dst[i] &= src[i];
     }
 }
 
 [[gnu::noinline]] void XorLoop(Words &dst, const Words &src) {
-    for (std::size_t i = 0; i < dst.size(); ++i) {
+    for (size_t i = 0; i < dst.size(); ++i) {
         dst[i] ^= src[i];
     }
 }
 
 template <auto Ours, auto Loop>
-Figure CombinationOf(const char *name, std::size_t words) {
+Figure CombinationOf(const char *name, size_t words) {
     const auto [dst, src] = RandomPair(words);
     const auto ours = [](Words &d, const Words &s) { Ours(d.data(), s.data(), Count(d)); };
     Words result = dst;
@@ -65,31 +65,31 @@ Figure CombinationOf(const char *name, std::size_t words) {
 
 template <auto Operation>
 Run OverTwo(const Words &words) {
-    return [a = words, b = words](std::uint64_t count) {
-        for (std::uint64_t i = 0; i < count; ++i) {
+    return [a = words, b = words](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
             Keep(Operation(a, b));
         }
     };
 }
 
-std::uint32_t Same(const Words &a, const Words &b) {
+uint32_t Same(const Words &a, const Words &b) {
     return DXR_IsSameBitMap(a.data(), b.data(), Count(a));
 }
 
-std::uint32_t IsZero(const Words &a, const Words &) {
+uint32_t IsZero(const Words &a, const Words &) {
     return DXR_IsZeroBmp(a.data(), Count(a));
 }
 
-[[gnu::noinline]] std::uint32_t SameByMemcmp(const Words &a, const Words &b) {
+[[gnu::noinline]] uint32_t SameByMemcmp(const Words &a, const Words &b) {
     return std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) == 0 ? 1 : 0;
 }
 
 // ---- Set bits
 
-[[gnu::noinline]] std::uint32_t CountLoop(const Words &words) {
-    std::uint32_t bits = 0;
-    for (const std::uint32_t word : words) {
-        bits += static_cast<std::uint32_t>(std::popcount(word));
+[[gnu::noinline]] uint32_t CountLoop(const Words &words) {
+    uint32_t bits = 0;
+    for (const uint32_t word : words) {
+        bits += static_cast<uint32_t>(std::popcount(word));
     }
     return bits;
 }
@@ -97,42 +97,42 @@ std::uint32_t IsZero(const Words &a, const Words &) {
 // ---- Bit fields
 
 struct Field {
-    std::uint32_t startBit;
-    std::uint32_t width;
+    uint32_t startBit;
+    uint32_t width;
 };
 
-constexpr std::size_t kFields = 64;
-constexpr std::uint32_t kFieldWords = 16;
+constexpr size_t kFields = 64;
+constexpr uint32_t kFieldWords = 16;
 
 // Fields as in the registers of a chip, one in three over two words.
 std::vector<Field> RandomFields() {
     std::mt19937 random(4);
     std::vector<Field> fields(kFields);
     for (Field &field : fields) {
-        field.width = static_cast<std::uint32_t>(random() % 24 + 1);
-        field.startBit = static_cast<std::uint32_t>(random() % (kFieldWords * 32 - field.width));
+        field.width = static_cast<uint32_t>(random() % 24 + 1);
+        field.startBit = static_cast<uint32_t>(random() % (kFieldWords * 32 - field.width));
     }
     return fields;
 }
 
-inline std::uint32_t MaskOf(std::uint32_t width) {
+inline uint32_t MaskOf(uint32_t width) {
     return 0xFFFFFFFFU >> (32 - width);
 }
 
-inline std::uint32_t ReadInline(const std::uint32_t *words, Field field) {
-    const std::uint32_t word = field.startBit / 32;
-    const std::uint32_t shift = field.startBit % 32;
-    std::uint32_t bits = words[word] >> shift;
+inline uint32_t ReadInline(const uint32_t *words, Field field) {
+    const uint32_t word = field.startBit / 32;
+    const uint32_t shift = field.startBit % 32;
+    uint32_t bits = words[word] >> shift;
     if (shift + field.width > 32) {
         bits |= words[word + 1] << (32 - shift);
     }
     return bits & MaskOf(field.width);
 }
 
-inline void WriteInline(std::uint32_t *words, Field field, std::uint32_t value) {
-    const std::uint32_t word = field.startBit / 32;
-    const std::uint32_t shift = field.startBit % 32;
-    const std::uint32_t mask = MaskOf(field.width);
+inline void WriteInline(uint32_t *words, Field field, uint32_t value) {
+    const uint32_t word = field.startBit / 32;
+    const uint32_t shift = field.startBit % 32;
+    const uint32_t mask = MaskOf(field.width);
     value &= mask;
     words[word] = (words[word] & ~(mask << shift)) | value << shift;
     if (shift + field.width > 32) {
@@ -143,9 +143,9 @@ inline void WriteInline(std::uint32_t *words, Field field, std::uint32_t value) 
 template <typename Operation>
 Run OverFields(Operation operation) {
     return [words = RandomWords(kFieldWords), fields = RandomFields(),
-            operation](std::uint64_t count) mutable {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            operation(words.data(), fields[i % kFields], static_cast<std::uint32_t>(i));
+            operation](uint64_t count) mutable {
+        for (uint64_t i = 0; i < count; ++i) {
+            operation(words.data(), fields[i % kFields], static_cast<uint32_t>(i));
         }
     };
 }
@@ -169,28 +169,28 @@ constexpr const char *kInlineName = "the same shifts inlined";
 }  // namespace
 
 std::pmr::memory_resource &DenseMemory() {
-    constexpr std::size_t kSize = std::size_t{64} << 20U;
+    constexpr size_t kSize = size_t{64} << 20U;
     static std::pmr::monotonic_buffer_resource memory(kSize);
     return memory;
 }
 
-Words RandomWords(std::size_t size) {
+Words RandomWords(size_t size) {
     std::mt19937 random(static_cast<std::mt19937::result_type>(size));
     Words words(size);
-    for (std::uint32_t &word : words) {
-        word = static_cast<std::uint32_t>(random());
+    for (uint32_t &word : words) {
+        word = static_cast<uint32_t>(random());
     }
     return words;
 }
 
-WordPair RandomPair(std::size_t size) {
+WordPair RandomPair(size_t size) {
     Words src = RandomWords(size);
     Words dst = src;
     std::reverse(dst.begin(), dst.end());
     return {dst, src};
 }
 
-Figure Combination(Operation operation, std::size_t words) {
+Figure Combination(Operation operation, size_t words) {
     switch (operation) {
         case Operation::kOr:
             return CombinationOf<DXR_OrBmp, OrLoop>("DXR_OrBmp", words);
@@ -201,7 +201,7 @@ Figure Combination(Operation operation, std::size_t words) {
     }
 }
 
-Figure CombinationBesideCopy(Operation operation, std::size_t words) {
+Figure CombinationBesideCopy(Operation operation, size_t words) {
     const auto [dst, src] = RandomPair(words);
     return Beside(Combination(operation, words), "memcpy",
                   InTurn(dst, src, words, [](Words &d, const Words &s) {
@@ -209,23 +209,23 @@ Figure CombinationBesideCopy(Operation operation, std::size_t words) {
                   }));
 }
 
-Figure SetBits(std::size_t words) {
+Figure SetBits(size_t words) {
     const Words array = RandomWords(words);
     Require(DXR_CountValidBitOfArray(array.data(), Count(array)) == CountLoop(array), "set bits");
     return {Of("DXR_CountValidBitOfArray", words), "loop over the words", Bytes(words),
-            [array](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [array](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     Keep(DXR_CountValidBitOfArray(array.data(), Count(array)));
                 }
             },
-            [array](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [array](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     Keep(CountLoop(array));
                 }
             }};
 }
 
-Figure Comparison(std::size_t words) {
+Figure Comparison(size_t words) {
     const Words array = RandomWords(words);
     Words other = array;
     Require(Same(array, other) == 1, "comparison of the same");
@@ -235,7 +235,7 @@ Figure Comparison(std::size_t words) {
             OverTwo<SameByMemcmp>(array)};
 }
 
-Figure ZeroTest(std::size_t words) {
+Figure ZeroTest(size_t words) {
     const Words zeros(words);
     Words other = zeros;
     other.back() = 1;
@@ -246,23 +246,21 @@ Figure ZeroTest(std::size_t words) {
 
 Figure FieldRead() {
     CheckFields();
-    return {"DXR_GetBitField", kInlineName, 0,
-            OverFields([](std::uint32_t *words, Field field, std::uint32_t) {
-                Keep(DXR_GetBitField(words, kFieldWords, field.startBit, field.width));
-            }),
-            OverFields([](std::uint32_t *words, Field field, std::uint32_t) {
-                Keep(ReadInline(words, field));
-            })};
+    return {
+        "DXR_GetBitField", kInlineName, 0, OverFields([](uint32_t *words, Field field, uint32_t) {
+            Keep(DXR_GetBitField(words, kFieldWords, field.startBit, field.width));
+        }),
+        OverFields([](uint32_t *words, Field field, uint32_t) { Keep(ReadInline(words, field)); })};
 }
 
 Figure FieldWrite() {
     CheckFields();
     return {"DXR_SetBitField", kInlineName, 0,
-            OverFields([](std::uint32_t *words, Field field, std::uint32_t value) {
+            OverFields([](uint32_t *words, Field field, uint32_t value) {
                 DXR_SetBitField(words, kFieldWords, value, field.startBit, field.width);
                 Keep(words);
             }),
-            OverFields([](std::uint32_t *words, Field field, std::uint32_t value) {
+            OverFields([](uint32_t *words, Field field, uint32_t value) {
                 WriteInline(words, field, value);
                 Keep(words);
             })};

@@ -5,18 +5,18 @@
 namespace bench {
 namespace {
 
-std::uint32_t ReadReg(std::uint32_t a, std::uint32_t b, std::uint32_t c, void *out) {
-    *static_cast<std::uint32_t *>(out) = a + b + c;
+uint32_t ReadReg(uint32_t a, uint32_t b, uint32_t c, void *out) {
+    *static_cast<uint32_t *>(out) = a + b + c;
     return a ^ c;
 }
 
 // The function is not inlined, and known by name: a module calls it through its procedure linkage
 // table.
 template <auto Function>
-void Repeat(std::uint64_t count) {
-    std::uint32_t value = 0;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        Keep(Function(1, 2, static_cast<std::uint32_t>(i), &value));
+void Repeat(uint64_t count) {
+    uint32_t value = 0;
+    for (uint64_t i = 0; i < count; ++i) {
+        Keep(Function(1, 2, static_cast<uint32_t>(i), &value));
     }
 }
 
@@ -25,7 +25,7 @@ void Repeat(std::uint64_t count) {
 Figure DispatchWithSlotSet() {
     g_dxrHooks.dev.readReg = ReadReg;
     g_peerTable.readReg = ReadReg;
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     Require(DXR_ReadReg(1, 2, 3, &value) == 2 && value == 6, "dispatch, slot set");
     Require(PeerForward(1, 2, 3, &value) == 2, "pointer table");
     return {"DXR_ReadReg, slot set", "pointer table call", 0, Repeat<DXR_ReadReg>,
@@ -34,7 +34,7 @@ Figure DispatchWithSlotSet() {
 
 Figure DispatchWithSlotEmpty() {
     g_dxrHooks.dev.readReg16 = nullptr;
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     Require(DXR_ReadReg16(1, 2, 3, &value) == 0, "dispatch, slot empty");
     return {"DXR_ReadReg16, slot empty", "function returning 0", 0, Repeat<DXR_ReadReg16>,
             Repeat<PeerZero>};

@@ -8,14 +8,14 @@
 namespace bench {
 namespace {
 
-constexpr std::uint32_t kInterval = 10;
-constexpr std::uint32_t kThreshold = 100;
-constexpr std::uint32_t kEventsASecond = 64;
+constexpr uint32_t kInterval = 10;
+constexpr uint32_t kThreshold = 100;
+constexpr uint32_t kEventsASecond = 64;
 
-std::uint32_t g_events = 0;
+uint32_t g_events = 0;
 
 // One and the same for both contenders, and as short as a clock can be.
-std::uint32_t StartupSec() {
+uint32_t StartupSec() {
     return g_events / kEventsASecond;
 }
 
@@ -24,7 +24,7 @@ class SlidingWindow {
   public:
     [[gnu::noinline]] void Increase() { times_.push_back(clock_()); }
     [[gnu::noinline]] bool IsSatisfied() {
-        const std::uint32_t now = clock_();
+        const uint32_t now = clock_();
         while (!times_.empty() && now - times_.front() > kInterval) {
             times_.pop_front();
         }
@@ -32,8 +32,8 @@ class SlidingWindow {
     }
 
   private:
-    std::deque<std::uint32_t> times_;
-    std::uint32_t (*volatile clock_)() = StartupSec;
+    std::deque<uint32_t> times_;
+    uint32_t (*volatile clock_)() = StartupSec;
 };
 
 }  // namespace
@@ -44,7 +44,7 @@ Figure FaultRule() {
     const std::shared_ptr<DxrFaultSpec> spec =
         DxrFaultSpecFactory().CreateSpec(kInterval, kThreshold);
     const auto window = std::make_shared<SlidingWindow>();
-    for (std::uint32_t n = 1; n <= 2 * kThreshold; ++n) {
+    for (uint32_t n = 1; n <= 2 * kThreshold; ++n) {
         ++g_events;
         counter->IncreaseCount();
         window->Increase();
@@ -53,15 +53,15 @@ Figure FaultRule() {
                 "burst rule");
     }
     return {"IncreaseCount and IsSatisfied of a fault rule", "sliding window in a deque", 0,
-            [counter, spec](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [counter, spec](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     ++g_events;
                     counter->IncreaseCount();
                     Keep(spec->IsSatisfied(counter.get()));
                 }
             },
-            [window](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [window](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     ++g_events;
                     window->Increase();
                     Keep(window->IsSatisfied());

@@ -6,17 +6,17 @@
 namespace bench {
 namespace {
 
-[[gnu::noinline]] std::uint32_t ByteByByte(const char *text, std::uint32_t length) {
-    std::uint32_t hash = 0;
-    for (std::uint32_t i = 0; i < length; ++i) {
+[[gnu::noinline]] uint32_t ByteByByte(const char *text, uint32_t length) {
+    uint32_t hash = 0;
+    for (uint32_t i = 0; i < length; ++i) {
         hash = hash * 31 + static_cast<unsigned char>(text[i]);
     }
     return hash;
 }
 
-std::string TextOf(std::size_t length) {
+std::string TextOf(size_t length) {
     std::string text;
-    for (std::size_t i = 0; i < length; ++i) {
+    for (size_t i = 0; i < length; ++i) {
         text.push_back(static_cast<char>(' ' + i * 7 % 95));
     }
     return text;
@@ -24,28 +24,28 @@ std::string TextOf(std::size_t length) {
 
 }  // namespace
 
-Figure Hash(std::size_t bytes) {
+Figure Hash(size_t bytes) {
     const std::string text = TextOf(bytes);
-    const DxrLogFilterHashInput check = {text.data(), static_cast<std::uint32_t>(bytes)};
-    std::uint32_t hash = 0;
+    const DxrLogFilterHashInput check = {text.data(), static_cast<uint32_t>(bytes)};
+    uint32_t hash = 0;
     Require(DXR_SimpleHash(&check, &hash) == 0 && hash == ByteByByte(check.text, check.length),
             "hash");
-    return {"DXR_SimpleHash, " + std::to_string(bytes) + " bytes", "byte by byte",
-            static_cast<double>(bytes),
-            [text](std::uint64_t count) {
-                const DxrLogFilterHashInput input = {text.data(),
-                                                     static_cast<std::uint32_t>(text.size())};
-                for (std::uint64_t i = 0; i < count; ++i) {
-                    std::uint32_t value = 0;
-                    DXR_SimpleHash(&input, &value);
-                    Keep(value);
-                }
-            },
-            [text](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
-                    Keep(ByteByByte(text.data(), static_cast<std::uint32_t>(text.size())));
-                }
-            }};
+    return {
+        "DXR_SimpleHash, " + std::to_string(bytes) + " bytes", "byte by byte",
+        static_cast<double>(bytes),
+        [text](uint64_t count) {
+            const DxrLogFilterHashInput input = {text.data(), static_cast<uint32_t>(text.size())};
+            for (uint64_t i = 0; i < count; ++i) {
+                uint32_t value = 0;
+                DXR_SimpleHash(&input, &value);
+                Keep(value);
+            }
+        },
+        [text](uint64_t count) {
+            for (uint64_t i = 0; i < count; ++i) {
+                Keep(ByteByByte(text.data(), static_cast<uint32_t>(text.size())));
+            }
+        }};
 }
 
 }  // namespace bench

@@ -6,8 +6,8 @@ namespace bench {
 namespace {
 
 Run LoadAndUnload(const char *path) {
-    return [path](std::uint64_t count) {
-        for (std::uint64_t i = 0; i < count; ++i) {
+    return [path](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
             void *library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
             Require(library != nullptr, path);
             dlclose(library);

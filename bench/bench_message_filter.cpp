@@ -11,25 +11,25 @@
 namespace bench {
 namespace {
 
-constexpr std::uint32_t kDepth = 4;
-constexpr std::uint32_t kFanOut = 8;
-constexpr std::uint32_t kPlenty = 0xFFFFFFFF;
+constexpr uint32_t kDepth = 4;
+constexpr uint32_t kFanOut = 8;
+constexpr uint32_t kPlenty = 0xFFFFFFFF;
 
-using Path = std::array<std::uint32_t, kDepth>;
+using Path = std::array<uint32_t, kDepth>;
 
 // The message type of child `n` on a level: not in order, as numbers of messages are.
-std::uint32_t TypeOf(std::uint32_t layer, std::uint32_t n) {
+uint32_t TypeOf(uint32_t layer, uint32_t n) {
     return (layer * 1000 + n) * 2654435761U;
 }
 
 // The host's records for everything below one node. A level's records are the same under every
 // node.
-std::vector<DxrMessageFilterInfo> Records(std::uint32_t layer,
+std::vector<DxrMessageFilterInfo> Records(uint32_t layer,
                                           const std::vector<DxrMessageFilterInfo> &below) {
     std::vector<DxrMessageFilterInfo> records(kFanOut);
-    for (std::uint32_t n = 0; n < kFanOut; ++n) {
+    for (uint32_t n = 0; n < kFanOut; ++n) {
         records[n] = {TypeOf(layer, n), kPlenty, "node", below.data(),
-                      static_cast<std::uint32_t>(below.size())};
+                      static_cast<uint32_t>(below.size())};
     }
     return records;
 }
@@ -40,7 +40,7 @@ struct Destroy {
 
 std::shared_ptr<DxrMessageFilter> MakeFilter() {
     std::vector<std::vector<DxrMessageFilterInfo>> levels(kDepth + 1);
-    for (std::uint32_t layer = kDepth; layer > 0; --layer) {
+    for (uint32_t layer = kDepth; layer > 0; --layer) {
         levels[layer - 1] = Records(layer, levels[layer]);
     }
     return {DXR_CreateMessageFilter(levels[0].data(), kFanOut), Destroy()};
@@ -48,20 +48,20 @@ std::shared_ptr<DxrMessageFilter> MakeFilter() {
 
 // What a module would write for itself: a table of children in every node.
 struct MapNode {
-    std::uint32_t lost = 0;
-    std::unordered_map<std::uint32_t, MapNode> children;
+    uint32_t lost = 0;
+    std::unordered_map<uint32_t, MapNode> children;
 };
 
-void FillNode(MapNode &node, std::uint32_t layer) {
+void FillNode(MapNode &node, uint32_t layer) {
     node.lost = kPlenty;
-    for (std::uint32_t n = 0; layer <= kDepth && n < kFanOut; ++n) {
+    for (uint32_t n = 0; layer <= kDepth && n < kFanOut; ++n) {
         FillNode(node.children[TypeOf(layer, n)], layer + 1);
     }
 }
 
-[[gnu::noinline]] bool IsFiltered(MapNode &root, const std::uint32_t *path, std::uint32_t num) {
+[[gnu::noinline]] bool IsFiltered(MapNode &root, const uint32_t *path, uint32_t num) {
     MapNode *node = &root;
-    for (std::uint32_t i = 0; i < num; ++i) {
+    for (uint32_t i = 0; i < num; ++i) {
         const auto child = node->children.find(path[i]);
         if (child == node->children.end()) {
             return false;
@@ -79,8 +79,8 @@ std::vector<Path> RandomPaths() {
     std::mt19937 random(1);
     std::vector<Path> paths(4096);
     for (Path &path : paths) {
-        for (std::uint32_t layer = 1; layer <= kDepth; ++layer) {
-            path[layer - 1] = TypeOf(layer, static_cast<std::uint32_t>(random()) % kFanOut);
+        for (uint32_t layer = 1; layer <= kDepth; ++layer) {
+            path[layer - 1] = TypeOf(layer, static_cast<uint32_t>(random()) % kFanOut);
         }
     }
     return paths;
@@ -99,13 +99,13 @@ Figure QueryOf(const std::string &which, const std::vector<Path> &paths) {
                 "a message is filtered");
     }
     return {"DXR_IsMessageFiltered, depth 4, " + which, "nested unordered_map", 0,
-            [filter, paths](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [filter, paths](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     Keep(Ask(filter.get(), paths[i % paths.size()]));
                 }
             },
-            [map, paths](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [map, paths](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     const Path &path = paths[i % paths.size()];
                     Keep(IsFiltered(*map, path.data(), kDepth));
                 }

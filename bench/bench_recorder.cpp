@@ -12,7 +12,7 @@
 namespace bench {
 namespace {
 
-void Record(std::uint32_t n) {
+void Record(uint32_t n) {
     DXR_RecordInfo(DXR_BENCH_LINE_FORMAT, DXR_BENCH_LINE_ARGUMENTS(n));
 }
 
@@ -20,7 +20,7 @@ void Record(std::uint32_t n) {
 // erased when it is full.
 class TextMap {
   public:
-    void Record(std::uint32_t n) {
+    void Record(uint32_t n) {
         char text[DXR_RECORD_TEXT_SIZE];
         std::snprintf(text, sizeof(text), DXR_BENCH_LINE_FORMAT, DXR_BENCH_LINE_ARGUMENTS(n));
         const auto [entry, isNew] = events_.try_emplace(text);
@@ -36,11 +36,11 @@ class TextMap {
             }
         }
     }
-    [[nodiscard]] std::size_t Size() const { return events_.size(); }
+    [[nodiscard]] size_t Size() const { return events_.size(); }
 
   private:
     struct Event {
-        std::uint32_t count;
+        uint32_t count;
         DxrSysTime first;
         DxrSysTime last;
     };
@@ -51,14 +51,14 @@ class TextMap {
 };
 
 // The figures share the one store: how many of the texts 0, 1, 2, ... it holds, and no others.
-std::uint32_t g_filled = 0;
+uint32_t g_filled = 0;
 
-void Fill(std::uint32_t live) {
+void Fill(uint32_t live) {
     if (g_filled == live) {
         return;
     }
     DXR_DestroyRecordInfo();
-    for (std::uint32_t n = 0; n < live; ++n) {
+    for (uint32_t n = 0; n < live; ++n) {
         Record(n);
     }
     Record(live - 1);
@@ -72,49 +72,49 @@ constexpr const char *kMapName = "unordered_map of texts";
 
 }  // namespace
 
-Figure RecordRepeat(std::uint32_t live) {
+Figure RecordRepeat(uint32_t live) {
     Fill(live);
     const auto map = std::make_shared<TextMap>();
-    for (std::uint32_t n = 0; n < live; ++n) {
+    for (uint32_t n = 0; n < live; ++n) {
         map->Record(n);
     }
     Require(map->Size() == live, "the map of texts");
-    const std::vector<std::uint32_t> numbers = RandomNumbers(live);
+    const std::vector<uint32_t> numbers = RandomNumbers(live);
     return {"DXR_RecordInfo repeat, " + std::to_string(live) + " live", kMapName,
             static_cast<double>(live),
-            [live, numbers](std::uint64_t count) {
+            [live, numbers](uint64_t count) {
                 Fill(live);
-                for (std::uint64_t i = 0; i < count; ++i) {
+                for (uint64_t i = 0; i < count; ++i) {
                     Record(numbers[i % numbers.size()]);
                 }
             },
-            [map, numbers](std::uint64_t count) {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [map, numbers](uint64_t count) {
+                for (uint64_t i = 0; i < count; ++i) {
                     map->Record(numbers[i % numbers.size()]);
                 }
             }};
 }
 
 Figure RecordNew() {
-    constexpr std::uint32_t kFirst = 1000000;
+    constexpr uint32_t kFirst = 1000000;
     Fill(DXR_RECORD_COUNT);
     const auto map = std::make_shared<TextMap>();
-    for (std::uint32_t n = 0; n <= DXR_RECORD_COUNT; ++n) {
+    for (uint32_t n = 0; n <= DXR_RECORD_COUNT; ++n) {
         map->Record(n);
     }
     Require(map->Size() == DXR_RECORD_COUNT, "the bounded map of texts");
     return {"DXR_RecordInfo, all texts new, store full", kMapName, 0,
-            [next = kFirst](std::uint64_t count) mutable {
+            [next = kFirst](uint64_t count) mutable {
                 if (g_filled != 0) {
                     Fill(DXR_RECORD_COUNT);
                     g_filled = 0;
                 }
-                for (std::uint64_t i = 0; i < count; ++i) {
+                for (uint64_t i = 0; i < count; ++i) {
                     Record(next++);
                 }
             },
-            [map, next = kFirst](std::uint64_t count) mutable {
-                for (std::uint64_t i = 0; i < count; ++i) {
+            [map, next = kFirst](uint64_t count) mutable {
+                for (uint64_t i = 0; i < count; ++i) {
                     map->Record(next++);
                 }
             }};

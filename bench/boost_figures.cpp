@@ -15,7 +15,7 @@ namespace {
 
 using PeerCrc = boost::crc_optimal<8, 0x31, 0, 0, false, false>;
 
-[[gnu::noinline]] std::uint32_t CrcOf(const Words &words, std::size_t bytes) {
+[[gnu::noinline]] uint32_t CrcOf(const Words &words, size_t bytes) {
     PeerCrc crc;
     crc.process_bytes(words.data(), bytes);
     return crc.checksum();
@@ -29,7 +29,7 @@ using Bitset = boost::dynamic_bitset<unsigned long, DenseAllocator<unsigned long
 
 Bitset BitsetOf(const Words &words) {
     Bitset bits(words.size() * 32);
-    for (std::size_t bit = 0; bit < bits.size(); ++bit) {
+    for (size_t bit = 0; bit < bits.size(); ++bit) {
         bits[bit] = (words[bit / 32] >> bit % 32 & 1U) != 0;
     }
     return bits;
@@ -47,7 +47,7 @@ Bitset BitsetOf(const Words &words) {
 }
 
 struct Pair {
-    void (*ours)(std::uint32_t *, const std::uint32_t *, std::uint32_t);
+    void (*ours)(uint32_t *, const uint32_t *, uint32_t);
     void (*peer)(Bitset &, const Bitset &);
 };
 
@@ -64,38 +64,37 @@ Pair PairOf(Operation operation) {
 
 }  // namespace
 
-Figure Crc8BesideBoost(std::size_t bytes) {
+Figure Crc8BesideBoost(size_t bytes) {
     const Words words = RandomWords(bytes / sizeof(Words::value_type) + 1);
-    const auto *const data = reinterpret_cast<const std::uint8_t *>(words.data());
+    const auto *const data = reinterpret_cast<const uint8_t *>(words.data());
     Require(DXR_CalculateCrc8(data, bytes) == CrcOf(words, bytes), "CRC-8 of Boost");
-    return Beside(Crc8(bytes), "boost::crc_optimal", [words, bytes](std::uint64_t count) {
-        for (std::uint64_t i = 0; i < count; ++i) {
+    return Beside(Crc8(bytes), "boost::crc_optimal", [words, bytes](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
             Keep(CrcOf(words, bytes));
         }
     });
 }
 
-Figure CombinationBesideBoost(Operation operation, std::size_t words) {
+Figure CombinationBesideBoost(Operation operation, size_t words) {
     auto [dst, src] = RandomPair(words);
     const Bitset peerDst = BitsetOf(dst);
     const Bitset peerSrc = BitsetOf(src);
     const auto [ours, peer] = PairOf(operation);
     Bitset peerResult = peerDst;
     peer(peerResult, peerSrc);
-    ours(dst.data(), src.data(), static_cast<std::uint32_t>(words));
+    ours(dst.data(), src.data(), static_cast<uint32_t>(words));
     Require(BitsetOf(dst) == peerResult, "combination of Boost");
     return Beside(Combination(operation, words), kBitsetName,
                   InTurn(peerDst, peerSrc, words, peer));
 }
 
-Figure SetBitsBesideBoost(std::size_t words) {
+Figure SetBitsBesideBoost(size_t words) {
     const Words array = RandomWords(words);
     const Bitset bits = BitsetOf(array);
-    Require(
-        DXR_CountValidBitOfArray(array.data(), static_cast<std::uint32_t>(words)) == bits.count(),
-        "set bits of Boost");
-    return Beside(SetBits(words), kBitsetName, [bits](std::uint64_t count) {
-        for (std::uint64_t i = 0; i < count; ++i) {
+    Require(DXR_CountValidBitOfArray(array.data(), static_cast<uint32_t>(words)) == bits.count(),
+            "set bits of Boost");
+    return Beside(SetBits(words), kBitsetName, [bits](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
             Keep(bits.count());
         }
     });

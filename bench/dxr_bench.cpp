@@ -34,12 +34,12 @@ class Rows {
     std::vector<Row> rows_;
 };
 
-constexpr std::uint32_t kLive[] = {1, 100, 1000, 2047};
-constexpr std::uint32_t kWholeRing = 2047;
+constexpr uint32_t kLive[] = {1, 100, 1000, 2047};
+constexpr uint32_t kWholeRing = 2047;
 
 void AddLogFilter(Rows &rows) {
     using bench::Place;
-    for (const std::uint32_t live : kLive) {
+    for (const uint32_t live : kLive) {
         for (const Place place : {Place::kOldest, Place::kNewest, Place::kRandom}) {
             rows.Add(bench::SameTextBesideSpdlog(live, place), {1.25, 1.0});
             rows.Add(bench::SameText(live, place), {1.3, 1.0});
@@ -49,7 +49,7 @@ void AddLogFilter(Rows &rows) {
     const bench::Figure one = bench::SameText(1, Place::kNewest);
     rows.Add(bench::Beside(whole, "newest of 1", one.ours), {1.3, 1.1});
     rows.Add(bench::NewTextBesideSpdlog(kWholeRing), {1.5, 1.1});
-    for (const std::uint32_t live : kLive) {
+    for (const uint32_t live : kLive) {
         rows.Add(bench::SameKey(live), {0.6, 0.4});
     }
     rows.Add(bench::SameTextInEightThreads(), {1.35, 0.9});
@@ -58,8 +58,8 @@ void AddLogFilter(Rows &rows) {
 void AddBitmap(Rows &rows) {
     using bench::Operation;
     constexpr Operation kOperations[] = {Operation::kOr, Operation::kAnd, Operation::kXor};
-    constexpr std::size_t kMebibyte = (1U << 20U) / sizeof(std::uint32_t);
-    for (const std::size_t words : {std::size_t{64}, std::size_t{1024}}) {
+    constexpr size_t kMebibyte = (1U << 20U) / sizeof(uint32_t);
+    for (const size_t words : {size_t{64}, size_t{1024}}) {
         for (const Operation operation : kOperations) {
             rows.Add(bench::CombinationBesideBoost(operation, words), {0.7, 0.45});
         }
@@ -77,7 +77,7 @@ void AddBitmap(Rows &rows) {
 }
 
 void AddRecorder(Rows &rows) {
-    for (const std::uint32_t live : {1U, 100U, 1024U}) {
+    for (const uint32_t live : {1U, 100U, 1024U}) {
         rows.Add(bench::RecordRepeat(live), {1.1, 0.9});
     }
     rows.Add(bench::RecordNew(), {0.75, 0.6});
@@ -95,7 +95,7 @@ Rows AllRows() {
     rows.Add(bench::Crc8BesideBoost(1024), {0.25, 0.05});
     rows.Add(bench::Crc8BesideBoost(65536), {0.25, 0.03});
     AddBitmap(rows);
-    for (const std::size_t elements : {10U, 100U, 1'000U, 10'000U, 100'000U}) {
+    for (const size_t elements : {10U, 100U, 1'000U, 10'000U, 100'000U}) {
         rows.Add(bench::Sort(elements), {1.15, 1.0});
     }
     rows.Add(bench::Load(), {1.6, 1.2});

@@ -17,33 +17,33 @@ namespace bench {
 [[nodiscard]] Figure DispatchWithSlotEmpty();
 
 // Lines of 80 characters in a ring that holds `live` of them, beside vsnprintf of the line.
-enum class Place : std::uint8_t { kOldest, kNewest, kRandom };
-[[nodiscard]] Figure SameText(std::uint32_t live, Place place);
-[[nodiscard]] Figure NewText(std::uint32_t live);
+enum class Place : uint8_t { kOldest, kNewest, kRandom };
+[[nodiscard]] Figure SameText(uint32_t live, Place place);
+[[nodiscard]] Figure NewText(uint32_t live);
 // Beside snprintf of the key.
-[[nodiscard]] Figure SameKey(std::uint32_t live);
+[[nodiscard]] Figure SameKey(uint32_t live);
 
 // Beside a loop over the bytes, with a table for the CRC.
-[[nodiscard]] Figure Hash(std::size_t bytes);
-[[nodiscard]] Figure Crc8(std::size_t bytes);
+[[nodiscard]] Figure Hash(size_t bytes);
+[[nodiscard]] Figure Crc8(size_t bytes);
 
 // Beside a loop over the words.
-enum class Operation : std::uint8_t { kOr, kAnd, kXor };
-[[nodiscard]] Figure Combination(Operation operation, std::size_t words);
-[[nodiscard]] Figure SetBits(std::size_t words);
+enum class Operation : uint8_t { kOr, kAnd, kXor };
+[[nodiscard]] Figure Combination(Operation operation, size_t words);
+[[nodiscard]] Figure SetBits(size_t words);
 // Beside memcpy and memcmp.
-[[nodiscard]] Figure CombinationBesideCopy(Operation operation, std::size_t words);
-[[nodiscard]] Figure Comparison(std::size_t words);
-[[nodiscard]] Figure ZeroTest(std::size_t words);
+[[nodiscard]] Figure CombinationBesideCopy(Operation operation, size_t words);
+[[nodiscard]] Figure Comparison(size_t words);
+[[nodiscard]] Figure ZeroTest(size_t words);
 // Beside the same shifts inlined.
 [[nodiscard]] Figure FieldRead();
 [[nodiscard]] Figure FieldWrite();
 
 // Beside std::sort.
-[[nodiscard]] Figure Sort(std::size_t elements);
+[[nodiscard]] Figure Sort(size_t elements);
 
 // Texts of 80 characters, beside an unordered_map of texts.
-[[nodiscard]] Figure RecordRepeat(std::uint32_t live);
+[[nodiscard]] Figure RecordRepeat(uint32_t live);
 [[nodiscard]] Figure RecordNew();
 
 // Paths of depth 4 in a tree of fan-out 8, beside nested unordered_maps.

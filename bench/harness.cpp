@@ -16,20 +16,20 @@ double NowNs(Clock clock) {
     return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-double Time(const Run &run, std::uint64_t count, Clock clock) {
+double Time(const Run &run, uint64_t count, Clock clock) {
     const double begin = NowNs(clock);
     run(count);
     return NowNs(clock) - begin;
 }
 
-std::uint64_t Calibrate(const Run &run, Clock clock, double sampleNs) {
+uint64_t Calibrate(const Run &run, Clock clock, double sampleNs) {
     run(1);  // makes ready what it has to
-    std::uint64_t count = 1;
+    uint64_t count = 1;
     for (;;) {
         const double ns = Time(run, count, clock);
         if (ns >= sampleNs / 4) {
             const double scaled = static_cast<double>(count) * sampleNs / ns;
-            return std::max<std::uint64_t>(1, static_cast<std::uint64_t>(scaled));
+            return std::max<uint64_t>(1, static_cast<uint64_t>(scaled));
         }
         count *= 4;
     }
@@ -37,7 +37,7 @@ std::uint64_t Calibrate(const Run &run, Clock clock, double sampleNs) {
 
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
+    const size_t middle = values.size() / 2;
     return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
@@ -52,8 +52,8 @@ Figure Beside(Figure figure, std::string peerName, Run peer) {
 Result Measure(const Figure &figure, const Effort &effort) {
     // Threads are started in every sample: long samples make that disappear.
     const double sampleNs = effort.sampleNs * (figure.clock == Clock::kProcess ? 30 : 1);
-    const std::uint64_t oursCount = Calibrate(figure.ours, figure.clock, sampleNs);
-    const std::uint64_t peerCount = Calibrate(figure.peer, figure.clock, sampleNs);
+    const uint64_t oursCount = Calibrate(figure.ours, figure.clock, sampleNs);
+    const uint64_t peerCount = Calibrate(figure.peer, figure.clock, sampleNs);
     std::vector<double> ours;
     std::vector<double> peer;
     std::vector<double> ratios;

@@ -15,9 +15,9 @@ namespace bench {
 
 // Runs the measured operation `count` times. The loop is the contender's, so that a call through
 // std::function is paid once a sample.
-using Run = std::function<void(std::uint64_t count)>;
+using Run = std::function<void(uint64_t count)>;
 
-enum class Clock : std::uint8_t { kThread, kProcess };
+enum class Clock : uint8_t { kThread, kProcess };
 
 struct Figure {
     std::string name;  // what is measured; behind a comma: of how much

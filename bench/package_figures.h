@@ -9,13 +9,13 @@
 
 namespace bench {
 
-[[nodiscard]] Figure SameTextBesideSpdlog(std::uint32_t live, Place place);
-[[nodiscard]] Figure NewTextBesideSpdlog(std::uint32_t live);
+[[nodiscard]] Figure SameTextBesideSpdlog(uint32_t live, Place place);
+[[nodiscard]] Figure NewTextBesideSpdlog(uint32_t live);
 [[nodiscard]] Figure SameTextInEightThreads();
 
-[[nodiscard]] Figure Crc8BesideBoost(std::size_t bytes);
-[[nodiscard]] Figure CombinationBesideBoost(Operation operation, std::size_t words);
-[[nodiscard]] Figure SetBitsBesideBoost(std::size_t words);
+[[nodiscard]] Figure Crc8BesideBoost(size_t bytes);
+[[nodiscard]] Figure CombinationBesideBoost(Operation operation, size_t words);
+[[nodiscard]] Figure SetBitsBesideBoost(size_t words);
 
 [[nodiscard]] Figure Load();
 

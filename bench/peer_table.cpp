@@ -5,10 +5,10 @@
 
 PeerTable g_peerTable = {};
 
-std::uint32_t PeerForward(std::uint32_t a, std::uint32_t b, std::uint32_t c, void *out) {
+uint32_t PeerForward(uint32_t a, uint32_t b, uint32_t c, void *out) {
     return g_peerTable.readReg(a, b, c, out);
 }
 
-std::uint32_t PeerZero(std::uint32_t, std::uint32_t, std::uint32_t, void *) {
+uint32_t PeerZero(uint32_t, uint32_t, uint32_t, void *) {
     return 0;
 }

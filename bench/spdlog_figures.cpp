@@ -26,16 +26,16 @@ Logger DuplicateFilter() {
     return std::make_shared<spdlog::logger>("peer", filter);
 }
 
-void Log(spdlog::logger &logger, std::uint32_t n) {
+void Log(spdlog::logger &logger, uint32_t n) {
     logger.info(kFmtFormat, DXR_BENCH_LINE_ARGUMENTS(n));
 }
 
-constexpr std::uint32_t kThreads = 8;
+constexpr uint32_t kThreads = 8;
 
 template <typename Work>
-void InThreads(std::uint64_t count, Work work) {
+void InThreads(uint64_t count, Work work) {
     std::vector<std::thread> threads;
-    for (std::uint32_t t = 0; t < kThreads; ++t) {
+    for (uint32_t t = 0; t < kThreads; ++t) {
         threads.emplace_back([=] { work(t, count / kThreads + 1); });
     }
     for (std::thread &thread : threads) {
@@ -45,19 +45,18 @@ void InThreads(std::uint64_t count, Work work) {
 
 }  // namespace
 
-Figure SameTextBesideSpdlog(std::uint32_t live, Place place) {
-    return Beside(SameText(live, place), kPeerName,
-                  [logger = DuplicateFilter()](std::uint64_t count) {
-                      for (std::uint64_t i = 0; i < count; ++i) {
-                          Log(*logger, 5);
-                      }
-                  });
+Figure SameTextBesideSpdlog(uint32_t live, Place place) {
+    return Beside(SameText(live, place), kPeerName, [logger = DuplicateFilter()](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
+            Log(*logger, 5);
+        }
+    });
 }
 
-Figure NewTextBesideSpdlog(std::uint32_t live) {
+Figure NewTextBesideSpdlog(uint32_t live) {
     return Beside(NewText(live), kPeerName,
-                  [logger = DuplicateFilter(), next = 1000000U](std::uint64_t count) mutable {
-                      for (std::uint64_t i = 0; i < count; ++i) {
+                  [logger = DuplicateFilter(), next = 1000000U](uint64_t count) mutable {
+                      for (uint64_t i = 0; i < count; ++i) {
                           Log(*logger, next++);
                       }
                   });
@@ -66,23 +65,23 @@ Figure NewTextBesideSpdlog(std::uint32_t live) {
 Figure SameTextInEightThreads() {
     std::vector<DxrLogFilterCfg> sites;
     std::vector<Logger> loggers;
-    for (std::uint32_t t = 0; t < kThreads; ++t) {
+    for (uint32_t t = 0; t < kThreads; ++t) {
         sites.push_back(SiteOf(NewFilledLogType(100)));
         loggers.push_back(DuplicateFilter());
     }
     return {"DXR_SameLogFilter repeat, 8 threads, one log type each",
             kPeerName,
             0,
-            [sites](std::uint64_t count) {
-                InThreads(count, [&sites](std::uint32_t t, std::uint64_t n) {
-                    for (std::uint64_t i = 0; i < n; ++i) {
+            [sites](uint64_t count) {
+                InThreads(count, [&sites](uint32_t t, uint64_t n) {
+                    for (uint64_t i = 0; i < n; ++i) {
                         Log(sites[t], 5);
                     }
                 });
             },
-            [loggers](std::uint64_t count) {
-                InThreads(count, [&loggers](std::uint32_t t, std::uint64_t n) {
-                    for (std::uint64_t i = 0; i < n; ++i) {
+            [loggers](uint64_t count) {
+                InThreads(count, [&loggers](uint32_t t, uint64_t n) {
+                    for (uint64_t i = 0; i < n; ++i) {
                         Log(*loggers[t], 5);
                     }
                 });

@@ -23,32 +23,32 @@ struct DenseAllocator {
     DenseAllocator() = default;
     template <typename U>
     explicit DenseAllocator(const DenseAllocator<U> &) {}
-    T *allocate(std::size_t count) {
+    T *allocate(size_t count) {
         return static_cast<T *>(DenseMemory().allocate(count * sizeof(T), 256));
     }
-    void deallocate(T *, std::size_t) {}  // kept until the program ends
+    void deallocate(T *, size_t) {}  // kept until the program ends
     friend bool operator==(DenseAllocator, DenseAllocator) { return true; }
 };
 
-using Words = std::vector<std::uint32_t, DenseAllocator<std::uint32_t>>;
+using Words = std::vector<uint32_t, DenseAllocator<uint32_t>>;
 
-[[nodiscard]] Words RandomWords(std::size_t size);
+[[nodiscard]] Words RandomWords(size_t size);
 
 // What a combination starts from.
 struct WordPair {
     Words dst;
     Words src;
 };
-[[nodiscard]] WordPair RandomPair(std::size_t size);
+[[nodiscard]] WordPair RandomPair(size_t size);
 
 // Works on pairs of small bitmaps in turn, so that none waits for what the one before has stored.
 template <typename Bits, typename Operation>
-Run InTurn(const Bits &dst, const Bits &src, std::size_t words, Operation operation) {
-    constexpr std::size_t kWords = 1024;
-    const std::size_t pairs = std::max<std::size_t>(1, kWords / (2 * words));
+Run InTurn(const Bits &dst, const Bits &src, size_t words, Operation operation) {
+    constexpr size_t kWords = 1024;
+    const size_t pairs = std::max<size_t>(1, kWords / (2 * words));
     return [dsts = std::vector<Bits>(pairs, dst), srcs = std::vector<Bits>(pairs, src),
-            at = std::size_t{0}, operation](std::uint64_t count) mutable {
-        for (std::uint64_t i = 0; i < count; ++i) {
+            at = size_t{0}, operation](uint64_t count) mutable {
+        for (uint64_t i = 0; i < count; ++i) {
             at = at + 1 < dsts.size() ? at + 1 : 0;
             operation(dsts[at], srcs[at]);
             Keep(dsts.data());

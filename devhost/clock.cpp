@@ -18,23 +18,23 @@ const steady_clock::time_point kLoadTime = steady_clock::now();
 // A clock that has been set: both counts in one word, so that a reader never sees halves of two
 // settings.
 struct SetClock {
-    std::uint32_t sec;
-    std::uint32_t startupSec;
+    uint32_t sec;
+    uint32_t startupSec;
 };
 
 std::atomic<SetClock> g_setClock{};
 std::atomic<bool> g_isSet{false};
 
-std::uint64_t NowMs() {
+uint64_t NowMs() {
     if (g_isSet) {
-        return std::uint64_t{1000} * g_setClock.load().sec;
+        return uint64_t{1000} * g_setClock.load().sec;
     }
     const auto sinceEpoch = system_clock::now().time_since_epoch();
-    return static_cast<std::uint64_t>(
+    return static_cast<uint64_t>(
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count());
 }
 
-void PutDigits(char *&to, std::uint32_t value, std::uint32_t digits) {
+void PutDigits(char *&to, uint32_t value, uint32_t digits) {
     for (char *at = to + digits; at != to; value /= 10) {
         --at;
         *at = static_cast<char>('0' + value % 10);
@@ -42,25 +42,25 @@ void PutDigits(char *&to, std::uint32_t value, std::uint32_t digits) {
     to += digits;
 }
 
-DxrSysTime TimeOf(std::uint32_t sec) {
+DxrSysTime TimeOf(uint32_t sec) {
     using std::chrono::days;
     const std::chrono::sys_seconds at{std::chrono::seconds{sec}};
     const auto day = std::chrono::floor<days>(at);
     const std::chrono::year_month_day date{day};
     const std::chrono::hh_mm_ss clock{at - day};
     DxrSysTime time{};
-    time.year = static_cast<std::uint16_t>(static_cast<int>(date.year()));
-    time.month = static_cast<std::uint8_t>(static_cast<unsigned>(date.month()));
-    time.day = static_cast<std::uint8_t>(static_cast<unsigned>(date.day()));
-    time.hour = static_cast<std::uint8_t>(clock.hours().count());
-    time.minute = static_cast<std::uint8_t>(clock.minutes().count());
-    time.second = static_cast<std::uint8_t>(clock.seconds().count());
+    time.year = static_cast<uint16_t>(static_cast<int>(date.year()));
+    time.month = static_cast<uint8_t>(static_cast<unsigned>(date.month()));
+    time.day = static_cast<uint8_t>(static_cast<unsigned>(date.day()));
+    time.hour = static_cast<uint8_t>(clock.hours().count());
+    time.minute = static_cast<uint8_t>(clock.minutes().count());
+    time.second = static_cast<uint8_t>(clock.seconds().count());
     return time;
 }
 
-constexpr std::size_t kTimeTextSize = sizeof("YYYY-MM-DD HH:MM:SS");
+constexpr size_t kTimeTextSize = sizeof("YYYY-MM-DD HH:MM:SS");
 
-std::array<char, kTimeTextSize> TimeText(std::uint32_t sec) {
+std::array<char, kTimeTextSize> TimeText(uint32_t sec) {
     const DxrSysTime time = TimeOf(sec);
     std::array<char, kTimeTextSize> text{};
     char *at = text.data();
@@ -84,37 +84,37 @@ void GetSysTime(DxrSysTime *time) {
     *time = TimeOf(GetCurrSec());
 }
 
-void SysTimeSecToTime(std::uint32_t sec, void *time) {
+void SysTimeSecToTime(uint32_t sec, void *time) {
     *static_cast<DxrSysTime *>(time) = TimeOf(sec);
 }
 
-std::uint64_t GetCurrMs() {
+uint64_t GetCurrMs() {
     return NowMs();
 }
 
-std::uint32_t GetCurrSec() {
-    return static_cast<std::uint32_t>(NowMs() / 1000);
+uint32_t GetCurrSec() {
+    return static_cast<uint32_t>(NowMs() / 1000);
 }
 
-void GetCurrTime(char *text, std::uint32_t size, std::uint32_t *sec) {
-    const std::uint32_t now = GetCurrSec();
+void GetCurrTime(char *text, uint32_t size, uint32_t *sec) {
+    const uint32_t now = GetCurrSec();
     if (sec != nullptr) {
         *sec = now;
     }
     if (text != nullptr && size > 0) {
         const auto full = TimeText(now);
-        const std::size_t kept = std::min<std::size_t>(size, full.size()) - 1;
+        const size_t kept = std::min<size_t>(size, full.size()) - 1;
         std::memcpy(text, full.data(), kept);
         text[kept] = '\0';
     }
 }
 
-std::uint32_t GetStartupTimeSec() {
+uint32_t GetStartupTimeSec() {
     if (g_isSet) {
         return g_setClock.load().startupSec;
     }
     const auto up = steady_clock::now() - kLoadTime;
-    return static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::seconds>(up).count());
+    return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::seconds>(up).count());
 }
 
 void ResetClock() {

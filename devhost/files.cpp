@@ -13,8 +13,8 @@
 namespace devhost {
 namespace {
 
-constexpr std::uint32_t kFailure = 1;
-constexpr std::uint32_t kNoLength = 0xFFFFFFFF;
+constexpr uint32_t kFailure = 1;
+constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
 struct Names {
     std::string workPath = ".";
@@ -37,41 +37,39 @@ void *FOpen(const char *path, const char *mode) {
     return std::fopen(path, mode);
 }
 
-std::uint32_t FClose(void *file) {
+uint32_t FClose(void *file) {
     return file != nullptr && std::fclose(static_cast<std::FILE *>(file)) == 0 ? 0 : kFailure;
 }
 
 // Gives the bytes read, not the items.
-std::uint32_t FRead(void *buffer, std::uint32_t size, std::uint32_t count, void *file) {
+uint32_t FRead(void *buffer, uint32_t size, uint32_t count, void *file) {
     if (file == nullptr) {
         return 0;
     }
     // What the result cannot tell is not asked for.
-    const std::uint64_t wanted = std::min<std::uint64_t>(std::uint64_t{size} * count, 0xFFFFFFFF);
-    return static_cast<std::uint32_t>(
-        std::fread(buffer, 1, wanted, static_cast<std::FILE *>(file)));
+    const uint64_t wanted = std::min<uint64_t>(uint64_t{size} * count, 0xFFFFFFFF);
+    return static_cast<uint32_t>(std::fread(buffer, 1, wanted, static_cast<std::FILE *>(file)));
 }
 
 // `origin` is SEEK_SET, SEEK_CUR or SEEK_END; behind SEEK_CUR and SEEK_END the offset is a signed
 // number.
-std::uint32_t FSeek(void *file, std::uint32_t offset, std::uint32_t origin) {
+uint32_t FSeek(void *file, uint32_t offset, uint32_t origin) {
     constexpr std::array<int, 3> kOrigins = {SEEK_SET, SEEK_CUR, SEEK_END};
     const auto *const known =
-        std::find(kOrigins.begin(), kOrigins.end(), static_cast<std::int64_t>(origin));
+        std::find(kOrigins.begin(), kOrigins.end(), static_cast<int64_t>(origin));
     if (file == nullptr || known == kOrigins.end()) {
         return kFailure;
     }
-    const long distance =
-        *known == SEEK_SET ? long{offset} : long{static_cast<std::int32_t>(offset)};
+    const long distance = *known == SEEK_SET ? long{offset} : long{static_cast<int32_t>(offset)};
     return std::fseek(static_cast<std::FILE *>(file), distance, *known) == 0 ? 0 : kFailure;
 }
 
-std::uint32_t FileLength(const char *path) {
+uint32_t FileLength(const char *path) {
     struct stat status {};
-    if (path == nullptr || stat(path, &status) != 0 || status.st_size > std::int64_t{kNoLength}) {
+    if (path == nullptr || stat(path, &status) != 0 || status.st_size > int64_t{kNoLength}) {
         return kNoLength;
     }
-    return static_cast<std::uint32_t>(status.st_size);
+    return static_cast<uint32_t>(status.st_size);
 }
 
 const char *GetBinFolderName() {
@@ -80,7 +78,7 @@ const char *GetBinFolderName() {
     return settings.names.binFolder.c_str();
 }
 
-std::uint32_t GetSysWorkPath(char *buffer, std::uint32_t size) {
+uint32_t GetSysWorkPath(char *buffer, uint32_t size) {
     Settings &settings = TheSettings();
     const std::lock_guard lock(settings.mutex);
     if (buffer == nullptr || settings.names.workPath.size() >= size) {

@@ -14,7 +14,7 @@ struct Node {
 struct List {
     Node *head = nullptr;
     Node **end = &head;  // where the next node at the tail is linked in
-    std::uint32_t count = 0;
+    uint32_t count = 0;
 };
 
 void LinkAtHead(List &list, Node *node) {
@@ -58,7 +58,7 @@ void *CreateSll() {
     return new (std::nothrow) List;
 }
 
-void AddSll(void *list, void *data, std::uint32_t position) {
+void AddSll(void *list, void *data, uint32_t position) {
     auto *const to = static_cast<List *>(list);
     auto *const node = to != nullptr ? new (std::nothrow) Node{nullptr, data} : nullptr;
     if (node == nullptr) {
@@ -86,7 +86,7 @@ void DestroySll(void *list) {
     delete from;
 }
 
-std::uint32_t SllGetCount(void *list) {
+uint32_t SllGetCount(void *list) {
     return list != nullptr ? static_cast<const List *>(list)->count : 0;
 }
 
@@ -101,9 +101,9 @@ void *SllGetNodeData(void *node) {
     return node != nullptr ? static_cast<Node *>(node)->data : nullptr;
 }
 
-std::uint32_t SllProcSingleNode(void *list, void *data, std::uint32_t action) {
-    constexpr std::uint32_t kFound = 0;
-    constexpr std::uint32_t kNotDone = 1;
+uint32_t SllProcSingleNode(void *list, void *data, uint32_t action) {
+    constexpr uint32_t kFound = 0;
+    constexpr uint32_t kNotDone = 1;
     auto *const in = static_cast<List *>(list);
     if (in == nullptr) {
         return kNotDone;

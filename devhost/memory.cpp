@@ -14,25 +14,25 @@
 namespace devhost {
 namespace {
 
-constexpr std::uint32_t kLevelFailure = 1;
+constexpr uint32_t kLevelFailure = 1;
 
 struct Block {
-    std::uint64_t serial;      // order of allocation
-    std::uint64_t generation;  // of the accounts that it counts in
-    std::uint32_t mid;
-    std::uint32_t size;
+    uint64_t serial;      // order of allocation
+    uint64_t generation;  // of the accounts that it counts in
+    uint32_t mid;
+    uint32_t size;
     const std::string *file;
-    std::uint32_t line;
+    uint32_t line;
 };
 
 struct Accounts {
     std::mutex mutex;
     std::unordered_map<void *, Block> blocks;
-    std::map<std::uint32_t, DxrHostMemoryAccount> byMid;
+    std::map<uint32_t, DxrHostMemoryAccount> byMid;
     std::set<std::string, std::less<>> fileNames;  // each once; the callers' texts may not last
-    std::uint64_t serial = 0;
-    std::uint64_t generation = 0;  // a reset starts the next one
-    std::uint64_t badReleases = 0;
+    uint64_t serial = 0;
+    uint64_t generation = 0;  // a reset starts the next one
+    uint64_t badReleases = 0;
 };
 
 // Never destroyed: modules may release their blocks while the process ends.
@@ -41,8 +41,8 @@ Accounts &TheAccounts() {
     return accounts;
 }
 
-void Enter(Accounts &accounts, void *block, std::uint32_t mid, std::uint32_t size, const char *file,
-           std::uint32_t line) {
+void Enter(Accounts &accounts, void *block, uint32_t mid, uint32_t size, const char *file,
+           uint32_t line) {
     const auto name = accounts.fileNames.emplace(file != nullptr ? file : "").first;
     DxrHostMemoryAccount &account = accounts.byMid[mid];
     accounts.blocks.emplace(block,
@@ -75,7 +75,7 @@ bool Remove(Accounts &accounts, void *block) {
 
 }  // namespace
 
-void *Allocate(std::uint32_t mid, std::uint32_t size, const char *file, std::uint32_t line) {
+void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
     void *const block = std::malloc(size);
     if (block == nullptr) {
         return nullptr;
@@ -91,7 +91,7 @@ void *Allocate(std::uint32_t mid, std::uint32_t size, const char *file, std::uin
     return block;
 }
 
-void Release(void *block, const char *file, std::uint32_t line) {
+void Release(void *block, const char *file, uint32_t line) {
     if (block == nullptr) {
         return;
     }

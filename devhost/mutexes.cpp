@@ -21,7 +21,7 @@ struct Mutex {
 
 }  // namespace
 
-std::uint32_t InitMutex(void **mutex, void * /*option*/) {
+uint32_t InitMutex(void **mutex, void * /*option*/) {
     if (mutex == nullptr) {
         return EINVAL;
     }
@@ -33,7 +33,7 @@ std::uint32_t InitMutex(void **mutex, void * /*option*/) {
     return 0;
 }
 
-std::uint32_t DestroyMutex(void *mutex) {
+uint32_t DestroyMutex(void *mutex) {
     auto *const handle = static_cast<Mutex *>(mutex);
     if (handle == nullptr) {
         return EINVAL;
@@ -45,7 +45,7 @@ std::uint32_t DestroyMutex(void *mutex) {
     return 0;
 }
 
-std::uint32_t LockMutex(void *mutex) {
+uint32_t LockMutex(void *mutex) {
     auto *const handle = static_cast<Mutex *>(mutex);
     if (handle == nullptr) {
         return EINVAL;
@@ -58,7 +58,7 @@ std::uint32_t LockMutex(void *mutex) {
     return 0;
 }
 
-std::uint32_t UnlockMutex(void *mutex) {
+uint32_t UnlockMutex(void *mutex) {
     auto *const handle = static_cast<Mutex *>(mutex);
     if (handle == nullptr) {
         return EINVAL;

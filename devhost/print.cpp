@@ -11,9 +11,9 @@
 namespace devhost {
 namespace {
 
-constexpr std::uint32_t kLevelFailure = 1;
-constexpr std::uint32_t kDefaultMaxLevel = 2;
-constexpr std::size_t kTextRoom = 4096;
+constexpr uint32_t kLevelFailure = 1;
+constexpr uint32_t kDefaultMaxLevel = 2;
+constexpr size_t kTextRoom = 4096;
 
 // Where messages go: to a function or to a file.
 struct PrintTarget {
@@ -31,7 +31,7 @@ struct DiagTarget {
 
 struct Settings {
     std::mutex mutex;
-    std::uint32_t maxLevel = kDefaultMaxLevel;
+    uint32_t maxLevel = kDefaultMaxLevel;
     PrintTarget print;
     DiagTarget diag;
     std::string logDirectory = DXR_HOST_LOG_DIRECTORY;
@@ -42,7 +42,7 @@ Settings &TheSettings() {
     return settings;
 }
 
-void Deliver(const PrintTarget &target, std::uint32_t level, const char *text) {
+void Deliver(const PrintTarget &target, uint32_t level, const char *text) {
     if (target.sink != nullptr) {
         target.sink(level, text, target.user);
     } else if (target.file != nullptr) {
@@ -52,11 +52,11 @@ void Deliver(const PrintTarget &target, std::uint32_t level, const char *text) {
 
 // The library writes with "%s" and hands over the whole rest of a long text each time: only what is
 // stored of it is looked at.
-std::size_t FormatPiece(std::array<char, DXR_HOST_LOG_WRITE_MAX + 1> &piece, const char *format,
-                        std::va_list args) {
+size_t FormatPiece(std::array<char, DXR_HOST_LOG_WRITE_MAX + 1> &piece, const char *format,
+                   std::va_list args) {
     if (std::strcmp(format, "%s") == 0) {
         const char *const text = va_arg(args, const char *);
-        const std::size_t length = strnlen(text, DXR_HOST_LOG_WRITE_MAX);
+        const size_t length = strnlen(text, DXR_HOST_LOG_WRITE_MAX);
         std::memcpy(piece.data(), text, length);
         return length;
     }
@@ -66,7 +66,7 @@ std::size_t FormatPiece(std::array<char, DXR_HOST_LOG_WRITE_MAX + 1> &piece, con
     return std::strlen(piece.data());
 }
 
-bool AppendToFile(const std::string &path, const char *text, std::size_t length) {
+bool AppendToFile(const std::string &path, const char *text, size_t length) {
     std::FILE *const file = std::fopen(path.c_str(), "ae");
     if (file == nullptr) {
         return false;
@@ -77,7 +77,7 @@ bool AppendToFile(const std::string &path, const char *text, std::size_t length)
 
 }  // namespace
 
-void Print(std::uint32_t level, const char *format, ...) {
+void Print(uint32_t level, const char *format, ...) {
     PrintTarget target;
     {
         Settings &settings = TheSettings();
@@ -97,7 +97,7 @@ void Print(std::uint32_t level, const char *format, ...) {
     }
 }
 
-std::uint32_t DiagLogFilter(const char *text) {
+uint32_t DiagLogFilter(const char *text) {
     DiagTarget target;
     {
         Settings &settings = TheSettings();
@@ -112,20 +112,20 @@ std::uint32_t DiagLogFilter(const char *text) {
     return 0;
 }
 
-std::uint32_t GetDbgLevel() {
+uint32_t GetDbgLevel() {
     Settings &settings = TheSettings();
     const std::lock_guard lock(settings.mutex);
     return settings.maxLevel;
 }
 
-std::uint32_t SetDbgLevel(std::uint32_t level) {
+uint32_t SetDbgLevel(uint32_t level) {
     Settings &settings = TheSettings();
     const std::lock_guard lock(settings.mutex);
     settings.maxLevel = level;
     return 0;
 }
 
-std::uint32_t WritePrivateLog(const char *name, const char *format, ...) {
+uint32_t WritePrivateLog(const char *name, const char *format, ...) {
     std::string path;
     {
         Settings &settings = TheSettings();
@@ -135,7 +135,7 @@ std::uint32_t WritePrivateLog(const char *name, const char *format, ...) {
     std::array<char, DXR_HOST_LOG_WRITE_MAX + 1> piece;
     std::va_list args;
     va_start(args, format);
-    const std::size_t length = FormatPiece(piece, format, args);
+    const size_t length = FormatPiece(piece, format, args);
     va_end(args);
     if (!AppendToFile(path, piece.data(), length)) {
         Print(kLevelFailure, "private log %s cannot be written", path.c_str());

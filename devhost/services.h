@@ -8,44 +8,43 @@
 
 namespace devhost {
 
-void *Allocate(std::uint32_t mid, std::uint32_t size, const char *file, std::uint32_t line);
-void Release(void *block, const char *file, std::uint32_t line);
+void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line);
+void Release(void *block, const char *file, uint32_t line);
 
-[[gnu::format(printf, 2, 3)]] void Print(std::uint32_t level, const char *format, ...);
-std::uint32_t DiagLogFilter(const char *text);
-std::uint32_t GetDbgLevel();
-std::uint32_t SetDbgLevel(std::uint32_t level);
-[[gnu::format(printf, 2, 3)]] std::uint32_t WritePrivateLog(const char *name, const char *format,
-                                                            ...);
+[[gnu::format(printf, 2, 3)]] void Print(uint32_t level, const char *format, ...);
+uint32_t DiagLogFilter(const char *text);
+uint32_t GetDbgLevel();
+uint32_t SetDbgLevel(uint32_t level);
+[[gnu::format(printf, 2, 3)]] uint32_t WritePrivateLog(const char *name, const char *format, ...);
 
 void *FOpen(const char *path, const char *mode);
-std::uint32_t FClose(void *file);
-std::uint32_t FRead(void *buffer, std::uint32_t size, std::uint32_t count, void *file);
-std::uint32_t FSeek(void *file, std::uint32_t offset, std::uint32_t origin);
-std::uint32_t FileLength(const char *path);
+uint32_t FClose(void *file);
+uint32_t FRead(void *buffer, uint32_t size, uint32_t count, void *file);
+uint32_t FSeek(void *file, uint32_t offset, uint32_t origin);
+uint32_t FileLength(const char *path);
 const char *GetBinFolderName();
-std::uint32_t GetSysWorkPath(char *buffer, std::uint32_t size);
+uint32_t GetSysWorkPath(char *buffer, uint32_t size);
 
-std::uint32_t InitMutex(void **mutex, void *option);
-std::uint32_t DestroyMutex(void *mutex);
-std::uint32_t LockMutex(void *mutex);
-std::uint32_t UnlockMutex(void *mutex);
+uint32_t InitMutex(void **mutex, void *option);
+uint32_t DestroyMutex(void *mutex);
+uint32_t LockMutex(void *mutex);
+uint32_t UnlockMutex(void *mutex);
 
 void GetSysTime(DxrSysTime *time);
-void SysTimeSecToTime(std::uint32_t sec, void *time);
-std::uint64_t GetCurrMs();
-std::uint32_t GetCurrSec();
-void GetCurrTime(char *text, std::uint32_t size, std::uint32_t *sec);
-std::uint32_t GetStartupTimeSec();
+void SysTimeSecToTime(uint32_t sec, void *time);
+uint64_t GetCurrMs();
+uint32_t GetCurrSec();
+void GetCurrTime(char *text, uint32_t size, uint32_t *sec);
+uint32_t GetStartupTimeSec();
 
 void *CreateSll();
-void AddSll(void *list, void *data, std::uint32_t position);
+void AddSll(void *list, void *data, uint32_t position);
 void RemoveSll(void *list, void *data);
 void DestroySll(void *list);
-std::uint32_t SllGetCount(void *list);
+uint32_t SllGetCount(void *list);
 void *SllGetNextNode(void *list, void *node);
 void *SllGetNodeData(void *node);
-std::uint32_t SllProcSingleNode(void *list, void *data, std::uint32_t action);
+uint32_t SllProcSingleNode(void *list, void *data, uint32_t action);
 
 // Settings and accounts back to their start; one function a file.
 void ResetMemory();

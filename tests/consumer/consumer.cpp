@@ -23,14 +23,14 @@ void Expect(bool holds, const char *what) {
     }
 }
 
-std::uint32_t g_nowSec = 0;
+uint32_t g_nowSec = 0;
 
-std::uint32_t GetSysWorkPath(char *buffer, std::uint32_t size) {
+uint32_t GetSysWorkPath(char *buffer, uint32_t size) {
     const std::string path = "/opt/work";
     return path.copy(buffer, size) == path.size() ? 0 : 1;
 }
 
-std::uint32_t GetStartupTimeSec() {
+uint32_t GetStartupTimeSec() {
     return g_nowSec;
 }
 
@@ -55,7 +55,7 @@ void CheckFaultRules() {
     Expect(counter.GetCount() == 2, "two events are counted");
     Expect(counter.BacktraceTimestamp(1) == 1000, "the first event has its time");
 
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs = {{10, 3}, {10, 2}};
+    std::vector<std::pair<uint32_t, uint32_t>> pairs = {{10, 3}, {10, 2}};
     std::vector<std::unique_ptr<DxrFaultSpec>> rules;
     rules.push_back(DxrFaultSpecFactory().CreateSpec(10, 2));
     rules.push_back(DxrFaultSpecFactory().CreateSpec(pairs));
@@ -76,8 +76,8 @@ void CheckFaultRules() {
 // A node of the module's own: it matches any type.
 class AnyMessage : public Dxr::MessageFilterComponent {
   public:
-    explicit AnyMessage(std::uint32_t lostCnt) : MessageFilterComponent("any", 0, lostCnt, 1) {}
-    MessageFilterComponent *Find(std::list<std::uint32_t> &path) override {
+    explicit AnyMessage(uint32_t lostCnt) : MessageFilterComponent("any", 0, lostCnt, 1) {}
+    MessageFilterComponent *Find(std::list<uint32_t> &path) override {
         return path.empty() ? nullptr : this;
     }
 };
@@ -87,11 +87,11 @@ void CheckFilterTree() {
     root.Add(new Dxr::MessageFilterLeaf("leaf", 7, 1, 1));
     root.Add(new AnyMessage(1));
 
-    std::list<std::uint32_t> leaf = {0, 7};
+    std::list<uint32_t> leaf = {0, 7};
     Expect(root.IsFiltered(leaf), "the leaf filters once");
     leaf = {0, 7};
     Expect(!root.IsFiltered(leaf), "and no more");
-    std::list<std::uint32_t> other = {0, 8};
+    std::list<uint32_t> other = {0, 8};
     Expect(root.IsFiltered(other), "a node of the module's own is part of the tree");
     Expect(root.IsFilterRoot() && root.GetLayer() == 0 && root.IsSameMsgType(0),
            "the root is known");

@@ -17,27 +17,27 @@ namespace {
 
 using dxrtest::TestHost;
 
-constexpr std::uint32_t kMax = 0xFFFFFFFF;
-constexpr std::uint64_t kKnown = 4096;
-using Pair = std::pair<std::uint32_t, std::uint32_t>;
+constexpr uint32_t kMax = 0xFFFFFFFF;
+constexpr uint64_t kKnown = 4096;
+using Pair = std::pair<uint32_t, uint32_t>;
 
 class CounterModel {
   public:
-    void Increase(std::uint32_t now) {
+    void Increase(uint32_t now) {
         events_.push_front({number_, now});
         if (events_.size() > 3 * kKnown) {
             events_.pop_back();
         }
-        number_ = (number_ + 1) % (std::uint64_t{1} << 32);
+        number_ = (number_ + 1) % (uint64_t{1} << 32);
     }
     void Reset() {
         events_.clear();
         number_ = 0;
     }
-    void Pretend(std::uint32_t number) { number_ = number; }
+    void Pretend(uint32_t number) { number_ = number; }
 
-    std::uint64_t Count() const { return std::min(number_, kKnown); }
-    std::uint32_t Back(std::uint32_t n) const {
+    uint64_t Count() const { return std::min(number_, kKnown); }
+    uint32_t Back(uint32_t n) const {
         if (n == kMax) {
             return LatestWithRemainder(number_ % kKnown);
         }
@@ -49,10 +49,10 @@ class CounterModel {
 
   private:
     struct Event {
-        std::uint64_t number;
-        std::uint32_t sec;
+        uint64_t number;
+        uint32_t sec;
     };
-    std::uint32_t LatestWithRemainder(std::uint64_t remainder) const {
+    uint32_t LatestWithRemainder(uint64_t remainder) const {
         const auto found = std::find_if(events_.begin(), events_.end(), [&](const Event &event) {
             return event.number % kKnown == remainder;
         });
@@ -60,30 +60,30 @@ class CounterModel {
     }
 
     std::deque<Event> events_;  // latest first
-    std::uint64_t number_ = 0;
+    uint64_t number_ = 0;
 };
 
-bool Judge(const CounterModel &counter, Pair rule, std::uint32_t now) {
+bool Judge(const CounterModel &counter, Pair rule, uint32_t now) {
     const auto [interval, threshold] = rule;
     if (interval == 0 || counter.Count() == 0 || threshold > counter.Count()) {
         return false;
     }
-    const std::uint32_t age = now - counter.Back(threshold == 0 ? 0 : threshold - 1);
+    const uint32_t age = now - counter.Back(threshold == 0 ? 0 : threshold - 1);
     return threshold == 0 ? age > interval : age <= interval;
 }
 
 // The clock of the hook: each reading moves it by a random step.
 struct Clock {
     std::mt19937_64 engine;
-    std::uint32_t now = 0;
-    std::uint32_t largestStep = 0;
-    std::vector<std::uint32_t> readings;
+    uint32_t now = 0;
+    uint32_t largestStep = 0;
+    std::vector<uint32_t> readings;
 };
 Clock *g_clock = nullptr;
 
-std::uint32_t ReadClock() {
+uint32_t ReadClock() {
     Clock &clock = *g_clock;
-    clock.now += std::uniform_int_distribution<std::uint32_t>(0, clock.largestStep)(clock.engine);
+    clock.now += std::uniform_int_distribution<uint32_t>(0, clock.largestStep)(clock.engine);
     clock.readings.push_back(clock.now);
     return clock.now;
 }
@@ -97,8 +97,8 @@ class FaultModel : public testing::Test {
     }
     ~FaultModel() override { g_clock = nullptr; }
 
-    std::uint32_t Below(std::uint32_t bound) {
-        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(rng_);
+    uint32_t Below(uint32_t bound) {
+        return std::uniform_int_distribution<uint32_t>(0, bound - 1)(rng_);
     }
 
     void Event() {
@@ -111,26 +111,26 @@ class FaultModel : public testing::Test {
         counter_.ResetCount();
         model_.Reset();
     }
-    void Pretend(std::uint32_t number) {
+    void Pretend(uint32_t number) {
         dxrtest::SetFieldAt(&counter_, 0, number);
         model_.Pretend(number);
     }
 
     // A look-back that may be near a border.
-    std::uint32_t LookBack() {
+    uint32_t LookBack() {
         switch (Below(6)) {
             case 0:
                 return kMax - Below(3);
             case 1:
-                return static_cast<std::uint32_t>(model_.Count()) + Below(3) - 1;
+                return static_cast<uint32_t>(model_.Count()) + Below(3) - 1;
             case 2:
                 return Below(6000);
             default:
-                return Below(static_cast<std::uint32_t>(model_.Count()) + 1);
+                return Below(static_cast<uint32_t>(model_.Count()) + 1);
         }
     }
     Pair Rule() {
-        const std::uint32_t threshold = Below(4) == 0 ? 0 : LookBack() + 1;
+        const uint32_t threshold = Below(4) == 0 ? 0 : LookBack() + 1;
         switch (Below(5)) {
             case 0:
                 return {0, threshold};
@@ -138,8 +138,7 @@ class FaultModel : public testing::Test {
                 return {kMax - Below(3), threshold};
             default: {
                 // Around the age of the event in question.
-                const std::uint32_t age =
-                    clock_.now - model_.Back(threshold == 0 ? 0 : threshold - 1);
+                const uint32_t age = clock_.now - model_.Back(threshold == 0 ? 0 : threshold - 1);
                 return {age + Below(5) - 2, threshold};
             }
         }
@@ -147,7 +146,7 @@ class FaultModel : public testing::Test {
 
     void CheckCounter() {
         ASSERT_EQ(counter_.GetCount(), model_.Count());
-        const std::uint32_t n = LookBack();
+        const uint32_t n = LookBack();
         ASSERT_EQ(counter_.BacktraceTimestamp(n), model_.Back(n)) << n;
     }
 
@@ -170,7 +169,7 @@ class FaultModel : public testing::Test {
         const bool holds = DxrFaultSpecFactory().CreateSpec(rules)->IsSatisfied(&counter_);
         ASSERT_EQ(clock_.readings.size(), rules.size());
         bool expected = false;
-        for (std::size_t i = 0; i < rules.size(); ++i) {
+        for (size_t i = 0; i < rules.size(); ++i) {
             expected = Judge(model_, rules[i], clock_.readings[i]) || expected;
         }
         ASSERT_EQ(holds, expected);
@@ -179,7 +178,7 @@ class FaultModel : public testing::Test {
     }
 
     void CheckTimeout() {
-        const std::uint32_t interval = Below(4) == 0 ? 0 : clock_.now + Below(5) - 2;
+        const uint32_t interval = Below(4) == 0 ? 0 : clock_.now + Below(5) - 2;
         clock_.readings.clear();
         const bool holds = DxrFaultTimeoutSpec(interval).IsSatisfied(&counter_);
         ASSERT_EQ(holds, interval != 0 && model_.Count() > 0 && clock_.now > interval);
@@ -215,7 +214,7 @@ TEST_F(FaultModel, RandomEventsClocksAndRulesAgree) {
                 Reset();
                 break;
             case 1:
-                Pretend(static_cast<std::uint32_t>(rng_()));
+                Pretend(static_cast<uint32_t>(rng_()));
                 break;
             case 2:
                 Pretend(kMax - Below(20));
@@ -229,7 +228,7 @@ TEST_F(FaultModel, RandomEventsClocksAndRulesAgree) {
                 }
                 break;
             case 5:
-                clock_.now = static_cast<std::uint32_t>(rng_());
+                clock_.now = static_cast<uint32_t>(rng_());
                 break;
             case 6:
                 clock_.now = kMax - Below(10);
@@ -251,7 +250,7 @@ TEST_F(FaultModel, RandomEventsClocksAndRulesAgree) {
 // With a clock that only moves on, the burst rule says what its name does: so many events lie
 // within the interval, counted one by one.
 TEST_F(FaultModel, ABurstIsSoManyEventsWithinTheInterval) {
-    std::vector<std::uint32_t> events;
+    std::vector<uint32_t> events;
     clock_.largestStep = 3;
     for (int i = 0; i < 4000 && !HasFatalFailure(); ++i) {
         Event();
@@ -259,11 +258,11 @@ TEST_F(FaultModel, ABurstIsSoManyEventsWithinTheInterval) {
         const Pair rule = {1 + Below(40), 1 + Below(30)};
         const bool holds =
             DxrFaultSpecFactory().CreateSpec(rule.first, rule.second)->IsSatisfied(&counter_);
-        const auto within = std::count_if(events.begin(), events.end(), [&](std::uint32_t sec) {
+        const auto within = std::count_if(events.begin(), events.end(), [&](uint32_t sec) {
             return clock_.now - sec <= rule.first;
         });
         // A reading that judges is one that was made; without one there were too few events at all.
-        ASSERT_EQ(holds, within >= static_cast<std::ptrdiff_t>(rule.second)) << i;
+        ASSERT_EQ(holds, within >= static_cast<ptrdiff_t>(rule.second)) << i;
         positives_ += holds ? 1 : 0;
         ++judgements_;
     }

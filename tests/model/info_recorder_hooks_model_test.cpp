@@ -17,14 +17,14 @@
 
 namespace {
 
-constexpr std::uint32_t kSlots = DXR_RECORD_COUNT;
+constexpr uint32_t kSlots = DXR_RECORD_COUNT;
 constexpr int kOperations = 6000;
-constexpr std::uint32_t kTexts = 40;
+constexpr uint32_t kTexts = 40;
 constexpr int kDeepest = 2;
 
 // Few texts, so that many records share one; the first is empty, the last two are as long as texts
 // can be.
-std::string TextOf(std::uint32_t n) {
+std::string TextOf(uint32_t n) {
     if (n == 0) {
         return "";
     }
@@ -41,13 +41,13 @@ class Side {
 
     virtual DxrRecordStore &Store() = 0;
     virtual void Record(const std::string &text) = 0;
-    virtual std::uint8_t Update(const char *text) = 0;
+    virtual uint8_t Update(const char *text) = 0;
     virtual void Add(const char *text) = 0;
     virtual void Destroy() = 0;
 
-    void Do(std::uint64_t what) {
-        const std::string text = TextOf(static_cast<std::uint32_t>(what >> 32U) % kTexts);
-        const std::uint64_t kind = what % 4000;
+    void Do(uint64_t what) {
+        const std::string text = TextOf(static_cast<uint32_t>(what >> 32U) % kTexts);
+        const uint64_t kind = what % 4000;
         if (kind < 1000) {
             Record(text);
         } else if (kind < 3700) {
@@ -56,9 +56,9 @@ class Side {
             matches_ += Update(text.c_str());
         } else if (kind < 3980) {
             // At the end, beyond it, so that a gap is left, or even outside the store.
-            Store().nextIndex = FirstEmpty() + static_cast<std::uint32_t>(kind % 2);
+            Store().nextIndex = FirstEmpty() + static_cast<uint32_t>(kind % 2);
         } else if (kind < 3998) {
-            Store().nextIndex = static_cast<std::uint32_t>(what >> 40U) % kSlots;
+            Store().nextIndex = static_cast<uint32_t>(what >> 40U) % kSlots;
         } else {
             Destroy();
         }
@@ -66,7 +66,7 @@ class Side {
 
     // Every hook is numbered; what it does follows from its number alone.
     void OnHook() {
-        const std::uint64_t number = ++hooks_;
+        const uint64_t number = ++hooks_;
         if (depth_ == kDeepest) {
             return;
         }
@@ -80,7 +80,7 @@ class Side {
     }
     void Time(DxrSysTime *time) {
         OnHook();
-        *time = {static_cast<std::uint16_t>(hooks_), 0, 0, 0, 0, 0, {}};
+        *time = {static_cast<uint16_t>(hooks_), 0, 0, 0, 0, 0, {}};
         std::memcpy(&time->reserved, &hooks_, sizeof(time->reserved));
     }
     // Blocks stay valid to the end: hooks may destroy the store while a record is written.
@@ -93,15 +93,15 @@ class Side {
         return &blocks_.back();
     }
 
-    std::uint64_t hooks_ = 0;
-    std::uint64_t again_ = 0;  // hooks that called the recorder
-    std::uint64_t matches_ = 0;
+    uint64_t hooks_ = 0;
+    uint64_t again_ = 0;  // hooks that called the recorder
+    uint64_t matches_ = 0;
 
   private:
-    std::uint32_t FirstEmpty() {
+    uint32_t FirstEmpty() {
         const auto &records = Store().records;
-        return static_cast<std::uint32_t>(
-            std::find(std::begin(records), std::end(records), nullptr) - std::begin(records));
+        return static_cast<uint32_t>(std::find(std::begin(records), std::end(records), nullptr) -
+                                     std::begin(records));
     }
 
     int depth_ = 0;
@@ -118,9 +118,9 @@ class Algorithm : public Side {
             Add(marked.c_str());
         }
     }
-    std::uint8_t Update(const char *text) override {
-        std::uint8_t matched = 0;
-        for (std::uint32_t i = 0; i < kSlots && store_.records[i] != nullptr; ++i) {
+    uint8_t Update(const char *text) override {
+        uint8_t matched = 0;
+        for (uint32_t i = 0; i < kSlots && store_.records[i] != nullptr; ++i) {
             DxrRecord *const record = store_.records[i];
             if (std::strcmp(record->text, text) == 0) {
                 Time(&record->lastTime);
@@ -168,19 +168,19 @@ class Library : public Side {
     Library() {
         current_ = this;
         g_dxrHooks.time.getSysTime = [](DxrSysTime *time) { current_->Time(time); };
-        g_dxrHooks.memory.allocate = [](std::uint32_t, std::uint32_t, const char *, std::uint32_t) {
+        g_dxrHooks.memory.allocate = [](uint32_t, uint32_t, const char *, uint32_t) {
             return current_->Allocate();
         };
-        g_dxrHooks.memory.release = [](void *, const char *, std::uint32_t) { current_->OnHook(); };
+        g_dxrHooks.memory.release = [](void *, const char *, uint32_t) { current_->OnHook(); };
     }
     ~Library() override {
-        g_dxrHooks.memory.release = [](void *, const char *, std::uint32_t) {};
+        g_dxrHooks.memory.release = [](void *, const char *, uint32_t) {};
         DXR_DestroyRecordInfo();
     }
 
     DxrRecordStore &Store() override { return g_dxrRecord; }
     void Record(const std::string &text) override { DXR_RecordInfo("%s", text.c_str()); }
-    std::uint8_t Update(const char *text) override {
+    uint8_t Update(const char *text) override {
         return DXR_UpdateExistingRecord(text, DXR_GetRecordEntity());
     }
     void Add(const char *text) override { DXR_AddNewRecord(text, DXR_GetRecordEntity()); }
@@ -194,7 +194,7 @@ void Compare(Side &library, Side &algorithm) {
     ASSERT_EQ(library.hooks_, algorithm.hooks_);
     ASSERT_EQ(library.matches_, algorithm.matches_);
     ASSERT_EQ(library.Store().nextIndex, algorithm.Store().nextIndex);
-    for (std::uint32_t i = 0; i < kSlots; ++i) {
+    for (uint32_t i = 0; i < kSlots; ++i) {
         const DxrRecord *const record = library.Store().records[i];
         const DxrRecord *const expected = algorithm.Store().records[i];
         ASSERT_EQ(record != nullptr, expected != nullptr) << "slot " << i;
@@ -206,7 +206,7 @@ void Compare(Side &library, Side &algorithm) {
 }
 
 void Fill(Side &library, Side &algorithm) {
-    for (std::uint32_t n = 0; library.Store().records[kSlots - 1] == nullptr; ++n) {
+    for (uint32_t n = 0; library.Store().records[kSlots - 1] == nullptr; ++n) {
         library.Add(TextOf(n % kTexts).c_str());
         algorithm.Add(TextOf(n % kTexts).c_str());
     }
@@ -217,13 +217,13 @@ TEST(RecorderHooksModel, HooksThatRecordLeaveTheStoreOfTheAlgorithm) {
     std::mt19937_64 random(dxrtest::Seed());
     Library library;
     Algorithm algorithm;
-    std::uint32_t full = 0;
+    uint32_t full = 0;
     for (int operation = 0; operation < kOperations; ++operation) {
         SCOPED_TRACE("operation " + std::to_string(operation));
         if (operation % (kOperations / 3) == 0) {
             Fill(library, algorithm);
         }
-        const std::uint64_t what = random();
+        const uint64_t what = random();
         library.Do(what);
         algorithm.Do(what);
         ASSERT_NO_FATAL_FAILURE(Compare(library, algorithm));

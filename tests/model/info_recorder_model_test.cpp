@@ -23,9 +23,9 @@ namespace {
 
 using dxrtest::GuardedBuffer;
 
-constexpr std::uint32_t kSlots = 1024;
+constexpr uint32_t kSlots = 1024;
 constexpr int kOperations = 24000;
-constexpr std::uint32_t kWholeSize = 400000;
+constexpr uint32_t kWholeSize = 400000;
 
 // What the host would say at this moment.
 struct World {
@@ -36,7 +36,7 @@ struct World {
 class Model {
   public:
     std::vector<std::optional<DxrRecord>> slots = std::vector<std::optional<DxrRecord>>(kSlots);
-    std::uint32_t next = 0;
+    uint32_t next = 0;
 
     // Returns how many records matched.
     int Update(const std::string &text, const World &world) {
@@ -81,9 +81,9 @@ class Model {
 
     void Destroy() { *this = Model(); }
 
-    [[nodiscard]] std::string List(std::uint64_t start, std::uint64_t end) const {
+    [[nodiscard]] std::string List(uint64_t start, uint64_t end) const {
         std::ostringstream out;
-        for (std::uint64_t i = start; i < end && i < kSlots && slots[i]; ++i) {
+        for (uint64_t i = start; i < end && i < kSlots && slots[i]; ++i) {
             const DxrRecord &record = *slots[i];
             if (record.firstTime.year == 0) {
                 continue;
@@ -114,19 +114,19 @@ class RecorderModel : public testing::Test {
     }
     ~RecorderModel() override { DXR_DestroyRecordInfo(); }
 
-    std::uint32_t Below(std::uint32_t bound) {
-        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(random_);
+    uint32_t Below(uint32_t bound) {
+        return std::uniform_int_distribution<uint32_t>(0, bound - 1)(random_);
     }
-    bool Chance(std::uint32_t percent) { return Below(100) < percent; }
+    bool Chance(uint32_t percent) { return Below(100) < percent; }
 
     void NextTime() {
         DxrSysTime &time = host_.sysTime;
         // Now and then the host reports year 0: a time that was read and is still unknown.
-        time.year = static_cast<std::uint16_t>(Chance(5) ? 0 : Below(12000));
-        for (std::uint8_t *const field :
+        time.year = static_cast<uint16_t>(Chance(5) ? 0 : Below(12000));
+        for (uint8_t *const field :
              {&time.month, &time.day, &time.hour, &time.minute, &time.second, &time.reserved[0],
               &time.reserved[1], &time.reserved[2], &time.reserved[3], &time.reserved[4]}) {
-            *field = static_cast<std::uint8_t>(Below(256));
+            *field = static_cast<uint8_t>(Below(256));
         }
         if (world_.now) {
             world_.now = time;
@@ -148,9 +148,9 @@ class RecorderModel : public testing::Test {
     }
 
     // The text of a number is always the same; every sixth is as long as the cut or longer.
-    static std::string TextOf(std::uint32_t number) {
+    static std::string TextOf(uint32_t number) {
         std::string text = "event " + std::to_string(number) + " of chip %u";
-        const std::uint32_t kind = number % 24;
+        const uint32_t kind = number % 24;
         if (kind < 4) {
             text.resize(252 + number % 7, static_cast<char>('a' + number % 26));
         } else if (kind < 12) {
@@ -163,13 +163,13 @@ class RecorderModel : public testing::Test {
         if (distinct_ == 0 || Chance(40)) {
             return TextOf(distinct_++);
         }
-        const std::uint32_t window = Chance(50) ? 20 : 1500;
+        const uint32_t window = Chance(50) ? 20 : 1500;
         return TextOf(distinct_ - 1 - Below(std::min(window, distinct_)));
     }
 
     void CompareStore() const {
         ASSERT_EQ(g_dxrRecord.nextIndex, model_.next);
-        for (std::uint32_t i = 0; i < kSlots; ++i) {
+        for (uint32_t i = 0; i < kSlots; ++i) {
             const DxrRecord *const record = g_dxrRecord.records[i];
             ASSERT_EQ(record != nullptr, model_.slots[i].has_value()) << "slot " << i;
             if (record != nullptr) {
@@ -180,7 +180,7 @@ class RecorderModel : public testing::Test {
     }
 
     static void CompareListing(const std::string &expected, const GuardedBuffer &buffer,
-                               std::uint32_t written) {
+                               uint32_t written) {
         ASSERT_TRUE(buffer.Intact());
         if (expected.empty() || buffer.Size() == 0) {
             ASSERT_TRUE(buffer.Untouched());
@@ -192,22 +192,22 @@ class RecorderModel : public testing::Test {
         ASSERT_EQ(written, buffer.Text().size());
     }
 
-    void ListAll(std::uint32_t size) {
+    void ListAll(uint32_t size) {
         GuardedBuffer buffer(size);
-        const std::uint32_t written = DXR_GetAllRecordStr(buffer.Data(), size);
+        const uint32_t written = DXR_GetAllRecordStr(buffer.Data(), size);
         CompareListing(model_.List(0, model_.next) + model_.List(model_.next, kSlots), buffer,
                        written);
     }
 
-    void ListRange(std::uint32_t start, std::uint32_t end, std::uint32_t size) {
+    void ListRange(uint32_t start, uint32_t end, uint32_t size) {
         GuardedBuffer buffer(size);
-        const std::uint32_t written =
+        const uint32_t written =
             DXR_GetRecordStr(DXR_GetRecordEntity(), start, end, buffer.Data(), size);
         CompareListing(model_.List(start, end), buffer, written);
     }
 
     void Step() {
-        const std::uint32_t kind = Below(1000);
+        const uint32_t kind = Below(1000);
         if (kind < 700) {
             const std::string text = PickText();
             DXR_RecordInfo("%s", text.c_str());
@@ -247,18 +247,18 @@ class RecorderModel : public testing::Test {
     std::mt19937_64 random_;
     World world_{DxrSysTime{}, true};
     Model model_;
-    std::uint32_t distinct_ = 0;
+    uint32_t distinct_ = 0;
     int refreshed_ = 0;  // records of one text that were refreshed together
     int destructions_ = 0;
-    std::size_t failedFormats_ = 0;
+    size_t failedFormats_ = 0;
 };
 
 TEST_F(RecorderModel, RandomOperationsLeaveTheStoreOfTheModel) {
-    std::uint32_t wraps = 0;
-    std::size_t failed = 0;
+    uint32_t wraps = 0;
+    size_t failed = 0;
     for (int operation = 0; operation < kOperations; ++operation) {
         SCOPED_TRACE("operation " + std::to_string(operation));
-        const std::uint32_t before = model_.next;
+        const uint32_t before = model_.next;
         Step();
         wraps += model_.next < before && model_.slots[kSlots - 1] ? 1 : 0;
         if (!HasFatalFailure()) {

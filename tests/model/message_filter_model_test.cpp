@@ -22,9 +22,9 @@ using dxrtest::GuardedBuffer;
 
 constexpr int kTrees = 3000;
 constexpr int kOperationsPerTree = 20;
-constexpr std::uint32_t kMax = 0xFFFFFFFF;
+constexpr uint32_t kMax = 0xFFFFFFFF;
 
-using Path = std::vector<std::uint32_t>;
+using Path = std::vector<uint32_t>;
 
 // The nodes in pre-order; the root is node 0. A subtree is a node and all behind it up to its
 // `end`.
@@ -40,20 +40,20 @@ class Model {
 
     // The node that the path leads to. `consumed` counts what has been taken off the front; it is
     // never put back.
-    std::optional<std::size_t> Find(const Path &path, std::size_t *consumed) const {
+    std::optional<size_t> Find(const Path &path, size_t *consumed) const {
         return FindFrom(0, path, consumed);
     }
 
-    std::uint32_t &Count(std::size_t node) { return nodes_[node].lost; }
+    uint32_t &Count(size_t node) { return nodes_[node].lost; }
     // For statistics: whether the path spells the way from the root down to the node.
-    bool IsPlainWay(std::size_t node, const Path &path) const {
-        return node < nodes_.size() && path.size() == std::size_t{nodes_[node].layer} + 1;
+    bool IsPlainWay(size_t node, const Path &path) const {
+        return node < nodes_.size() && path.size() == size_t{nodes_[node].layer} + 1;
     }
 
     std::string Listing() const {
         std::ostringstream text;
-        for (std::size_t i = 1; i < nodes_.size(); ++i) {
-            for (std::uint32_t l = 0; l < nodes_[i].layer; ++l) {
+        for (size_t i = 1; i < nodes_.size(); ++i) {
+            for (uint32_t l = 0; l < nodes_[i].layer; ++l) {
                 text << "    ";
             }
             text << "msgType[" << nodes_[i].type << "], lostCnt[" << nodes_[i].lost << "], name["
@@ -65,15 +65,15 @@ class Model {
   private:
     struct Node {
         std::string name;
-        std::uint32_t type;
-        std::uint32_t lost;
-        std::uint32_t layer;
+        uint32_t type;
+        uint32_t lost;
+        uint32_t layer;
         bool composite;
-        std::size_t end;
+        size_t end;
     };
 
-    void Flatten(const FilterNode &node, std::uint32_t layer) {
-        const std::size_t at = nodes_.size();
+    void Flatten(const FilterNode &node, uint32_t layer) {
+        const size_t at = nodes_.size();
         nodes_.push_back({node.name.substr(0, 32), node.msgType, node.lostCnt, layer,
                           !node.children.empty(), 0});
         for (const FilterNode &child : node.children) {
@@ -82,8 +82,7 @@ class Model {
         nodes_[at].end = nodes_.size();
     }
 
-    std::optional<std::size_t> FindFrom(std::size_t at, const Path &path,
-                                        std::size_t *consumed) const {
+    std::optional<size_t> FindFrom(size_t at, const Path &path, size_t *consumed) const {
         const Node &node = nodes_[at];
         if (path.at(*consumed) != node.type) {
             return std::nullopt;
@@ -95,7 +94,7 @@ class Model {
         if (*consumed == path.size()) {
             return at;
         }
-        for (std::size_t child = at + 1; child < node.end; child = nodes_[child].end) {
+        for (size_t child = at + 1; child < node.end; child = nodes_[child].end) {
             if (const auto found = FindFrom(child, path, consumed)) {
                 return found;
             }
@@ -108,17 +107,17 @@ class Model {
 
 class Random {
   public:
-    explicit Random(std::uint64_t seed) : engine_(seed) {}
-    std::uint32_t Below(std::uint32_t bound) {
-        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(engine_);
+    explicit Random(uint64_t seed) : engine_(seed) {}
+    uint32_t Below(uint32_t bound) {
+        return std::uniform_int_distribution<uint32_t>(0, bound - 1)(engine_);
     }
     // Few different types, so that equal ones stand beside and below each other.
-    std::uint32_t Type() { return Below(40) == 0 ? kMax - Below(2) : Below(4); }
-    std::uint32_t Count() { return Below(30) == 0 ? kMax - Below(3) : Below(3); }
+    uint32_t Type() { return Below(40) == 0 ? kMax - Below(2) : Below(4); }
+    uint32_t Count() { return Below(30) == 0 ? kMax - Below(3) : Below(3); }
 
-    std::vector<FilterNode> Forest(std::uint32_t depth, std::uint32_t *budget) {
+    std::vector<FilterNode> Forest(uint32_t depth, uint32_t *budget) {
         std::vector<FilterNode> nodes;
-        for (std::uint32_t n = Below(5); n > 0 && *budget > 0; --n) {
+        for (uint32_t n = Below(5); n > 0 && *budget > 0; --n) {
             --*budget;
             nodes.push_back(
                 {std::string(Below(37), static_cast<char>('a' + Below(26))), Type(), Count()});
@@ -131,7 +130,7 @@ class Random {
 
     Path BelowRoot() {
         Path path(Below(6));
-        for (std::uint32_t &type : path) {
+        for (uint32_t &type : path) {
             type = Type();
         }
         return path;
@@ -141,21 +140,21 @@ class Random {
     std::mt19937_64 engine_;
 };
 
-std::uint8_t IsFiltered(DxrMessageFilter *filter, Path p) {
-    const auto num = static_cast<std::uint32_t>(p.size());
+uint8_t IsFiltered(DxrMessageFilter *filter, Path p) {
+    const auto num = static_cast<uint32_t>(p.size());
     p.resize(5);
     return DXR_IsMessageFiltered(filter, num, p[0], p[1], p[2], p[3], p[4]);
 }
 
-void SetCount(DxrMessageFilter *filter, std::uint32_t count, Path p) {
-    const auto num = static_cast<std::uint32_t>(p.size());
+void SetCount(DxrMessageFilter *filter, uint32_t count, Path p) {
+    const auto num = static_cast<uint32_t>(p.size());
     p.resize(5);
     DXR_SetMessageFilterCount(filter, count, num, p[0], p[1], p[2], p[3], p[4]);
 }
 
-void CheckListing(const DxrMessageFilter *filter, const std::string &expected, std::size_t room) {
+void CheckListing(const DxrMessageFilter *filter, const std::string &expected, size_t room) {
     GuardedBuffer buffer(room);
-    DXR_GetMessageFilterStr(filter, buffer.Data(), static_cast<std::uint32_t>(room));
+    DXR_GetMessageFilterStr(filter, buffer.Data(), static_cast<uint32_t>(room));
     ASSERT_TRUE(buffer.Intact());
     if (room > expected.size()) {
         ASSERT_EQ(buffer.Text(), expected);
@@ -188,12 +187,12 @@ class TreeRun {
         const Path below = random_->BelowRoot();
         Path path = {0};
         path.insert(path.end(), below.begin(), below.end());
-        std::size_t consumed = 0;
+        size_t consumed = 0;
         const auto node = model_.Find(path, &consumed);
         Count(node, path, consumed);
         switch (random_->Below(4)) {
             case 0: {
-                const std::uint32_t count = random_->Count();
+                const uint32_t count = random_->Count();
                 SetCount(filter_, count, below);
                 if (node) {
                     model_.Count(*node) = count;
@@ -215,23 +214,23 @@ class TreeRun {
         const std::string expected = model_.Listing();
         CheckListing(filter_, expected, expected.size() + 1);
         CheckListing(filter_, expected,
-                     random_->Below(static_cast<std::uint32_t>(expected.size()) + 60));
+                     random_->Below(static_cast<uint32_t>(expected.size()) + 60));
     }
 
   private:
     static std::vector<FilterNode> MakeForest(Random *random) {
-        std::uint32_t budget = 60;
+        uint32_t budget = 60;
         return random->Forest(5, &budget);
     }
 
-    void CheckConsumption(const Path &path, bool found, std::size_t consumed) {
-        std::list<std::uint32_t> list(path.begin(), path.end());
+    void CheckConsumption(const Path &path, bool found, size_t consumed) {
+        std::list<uint32_t> list(path.begin(), path.end());
         ASSERT_EQ(filter_->Find(list) != nullptr, found);
         ASSERT_EQ(Path(list.begin(), list.end()),
-                  Path(path.begin() + static_cast<std::ptrdiff_t>(consumed), path.end()));
+                  Path(path.begin() + static_cast<ptrdiff_t>(consumed), path.end()));
     }
 
-    void Count(const std::optional<std::size_t> &node, const Path &path, std::size_t consumed) {
+    void Count(const std::optional<size_t> &node, const Path &path, size_t consumed) {
         if (node) {
             ++statistics_->found;
             if (!model_.IsPlainWay(*node, path)) {

@@ -22,12 +22,12 @@
 
 namespace dxrtest {
 
-constexpr std::uint32_t kModelTypes = 29;
+constexpr uint32_t kModelTypes = 29;
 
 // One call of a host service. The numbers are its arguments and its answer, the text what was
 // printed, logged or hashed.
 struct HostCall {
-    enum class Kind : std::uint8_t {
+    enum class Kind : uint8_t {
         kAllocate,
         kRelease,
         kInitMutex,
@@ -41,9 +41,9 @@ struct HostCall {
         kHash,
     };
     Kind kind;
-    std::uint64_t first = 0;
-    std::uint64_t second = 0;
-    std::uint64_t answer = 0;
+    uint64_t first = 0;
+    uint64_t second = 0;
+    uint64_t answer = 0;
     std::string text = {};
 
     bool operator==(const HostCall &other) const = default;
@@ -62,7 +62,7 @@ inline std::ostream &operator<<(std::ostream &out, const HostCall &call) {
 // alike as long as they are asked alike. Blocks are numbers here, 0 is the null pointer.
 class HostScript {
   public:
-    explicit HostScript(std::uint64_t seed) : random_(seed) {}
+    explicit HostScript(uint64_t seed) : random_(seed) {}
 
     // --- knobs, turned alike on both sides
     bool hasMemory = true;
@@ -71,20 +71,20 @@ class HostScript {
     bool hasMutexes = true;
     bool hasSeconds = true;
     bool hasTime = true;
-    bool hasHash = false;         // a hash function of the host in place of the library's
-    std::uint32_t hashCodes = 5;  // it spreads texts over that many codes, 0 among them
-    bool hashFails = false;       // now and then
-    std::uint32_t now = 0;
-    std::uint32_t largestTick = 0;       // each reading of the clock moves it by at most that
-    std::uint64_t failAllocationIn = 0;  // 1: the next one
+    bool hasHash = false;    // a hash function of the host in place of the library's
+    uint32_t hashCodes = 5;  // it spreads texts over that many codes, 0 among them
+    bool hashFails = false;  // now and then
+    uint32_t now = 0;
+    uint32_t largestTick = 0;       // each reading of the clock moves it by at most that
+    uint64_t failAllocationIn = 0;  // 1: the next one
     bool failFromThenOn = false;
-    std::uint32_t unlockAnswer = 0;
+    uint32_t unlockAnswer = 0;
     bool timeWritesLittle = false;  // the time hook leaves its outputs alone now and then
 
     std::vector<HostCall> calls;
 
     // --- services
-    std::uint64_t Allocate(std::uint32_t mid, std::uint32_t size) {
+    uint64_t Allocate(uint32_t mid, uint32_t size) {
         if (!hasMemory || size == 0) {
             return 0;
         }
@@ -97,7 +97,7 @@ class HostScript {
                 --failAllocationIn;
             }
         }
-        const std::uint64_t block = fails ? 0 : ++blocks_;
+        const uint64_t block = fails ? 0 : ++blocks_;
         if (block != 0) {
             live_.insert(block);
         }
@@ -105,29 +105,29 @@ class HostScript {
         return block;
     }
 
-    void Release(std::uint64_t block) {
+    void Release(uint64_t block) {
         if (hasMemory) {
             calls.push_back({HostCall::Kind::kRelease, block, live_.erase(block)});
         }
     }
 
     // The handle for the type's element; 0: none is stored.
-    std::uint64_t InitMutex(std::uint64_t element, std::uint64_t option) {
+    uint64_t InitMutex(uint64_t element, uint64_t option) {
         if (!hasMutexes) {
             return 0;
         }
-        const std::uint64_t handle = 1000 + ++mutexes_;
+        const uint64_t handle = 1000 + ++mutexes_;
         calls.push_back({HostCall::Kind::kInitMutex, element, option, handle});
         return handle;
     }
 
-    void Lock(std::uint64_t handle) {
+    void Lock(uint64_t handle) {
         if (hasMutexes) {
             calls.push_back({HostCall::Kind::kLock, handle});
         }
     }
 
-    std::uint32_t Unlock(std::uint64_t handle) {
+    uint32_t Unlock(uint64_t handle) {
         if (!hasMutexes) {
             return 0;
         }
@@ -135,13 +135,13 @@ class HostScript {
         return unlockAnswer;
     }
 
-    void DestroyMutex(std::uint64_t handle) {
+    void DestroyMutex(uint64_t handle) {
         if (hasMutexes) {
             calls.push_back({HostCall::Kind::kDestroyMutex, handle});
         }
     }
 
-    std::uint32_t CurrSec() {
+    uint32_t CurrSec() {
         if (!hasSeconds) {
             return 0;
         }
@@ -150,13 +150,13 @@ class HostScript {
         return now;
     }
 
-    void CurrTime(char *text, std::uint32_t size, std::uint32_t *sec) {
+    void CurrTime(char *text, uint32_t size, uint32_t *sec) {
         if (!hasTime) {
             return;
         }
         Tick();
         calls.push_back({HostCall::Kind::kCurrTime, size, *sec, now});
-        const std::uint32_t style = timeWritesLittle ? Random() % 5 : 3;
+        const uint32_t style = timeWritesLittle ? Random() % 5 : 3;
         if (style == 0) {
             return;
         }
@@ -166,13 +166,13 @@ class HostScript {
         if (style != 2) {
             char whole[64];
             std::snprintf(whole, sizeof(whole), "%u seconds since it was begun, or more", now);
-            const std::uint32_t length = std::min(size - 1, now % 47);
+            const uint32_t length = std::min(size - 1, now % 47);
             std::memcpy(text, whole, length);
             text[length] = '\0';
         }
     }
 
-    void Print(std::uint32_t level, const char *format, const std::string &text) {
+    void Print(uint32_t level, const char *format, const std::string &text) {
         if (hasPrint) {
             calls.push_back(
                 {HostCall::Kind::kPrint, level, 0, 0, std::string(format) + "|" + text});
@@ -185,10 +185,10 @@ class HostScript {
         }
     }
 
-    std::uint32_t Hash(std::string_view text, std::uint32_t *hash) {
-        const std::uint32_t answer = hashFails && Random() % 3 == 0 ? Random() : 0;
+    uint32_t Hash(std::string_view text, uint32_t *hash) {
+        const uint32_t answer = hashFails && Random() % 3 == 0 ? Random() : 0;
         calls.push_back({HostCall::Kind::kHash, *hash, 0, answer, std::string(text)});
-        std::uint32_t sum = 7;
+        uint32_t sum = 7;
         for (const char byte : text) {
             sum = sum * 17 + static_cast<unsigned char>(byte);
         }
@@ -196,28 +196,28 @@ class HostScript {
         return answer;
     }
 
-    [[nodiscard]] std::size_t LiveBlocks() const { return live_.size(); }
+    [[nodiscard]] size_t LiveBlocks() const { return live_.size(); }
 
   private:
-    std::uint32_t Random() { return static_cast<std::uint32_t>(random_()); }
+    uint32_t Random() { return static_cast<uint32_t>(random_()); }
 
     void Tick() {
         if (largestTick != 0) {
-            now += static_cast<std::uint32_t>(random_() % (std::uint64_t{largestTick} + 1));
+            now += static_cast<uint32_t>(random_() % (uint64_t{largestTick} + 1));
         }
     }
 
     std::mt19937 random_;
-    std::uint64_t blocks_ = 0;
-    std::uint64_t mutexes_ = 0;
-    std::set<std::uint64_t> live_;
+    uint64_t blocks_ = 0;
+    uint64_t mutexes_ = 0;
+    std::set<uint64_t> live_;
 };
 
 struct ModelRing {
-    std::uint32_t curIndex = 0;
-    std::uint32_t curSize = 0;
-    std::uint32_t capacity = 0;
-    std::uint64_t block = 0;  // 0: no storage
+    uint32_t curIndex = 0;
+    uint32_t curSize = 0;
+    uint32_t capacity = 0;
+    uint64_t block = 0;  // 0: no storage
     std::vector<DxrLogFilterEntry> entries;
 };
 
@@ -225,20 +225,20 @@ class LogFilterModel {
   public:
     explicit LogFilterModel(HostScript *host) : host_(*host) {}
 
-    std::uint64_t block = 0;  // of the 29 records; 0: no store
+    uint64_t block = 0;  // of the 29 records; 0: no store
     std::array<ModelRing, kModelTypes> rings;
-    std::array<std::uint64_t, kModelTypes> mutexes = {};
-    std::uint8_t on = 1;
-    std::uint32_t mid = 9;
-    std::uint32_t hashFuncId = 0;
+    std::array<uint64_t, kModelTypes> mutexes = {};
+    uint8_t on = 1;
+    uint32_t mid = 9;
+    uint32_t hashFuncId = 0;
     // Which situations were met, and how often.
-    std::map<std::string_view, std::uint64_t> met;
+    std::map<std::string_view, uint64_t> met;
 
     // --- store
 
-    std::uint32_t Init(std::uint32_t newMid) {
+    uint32_t Init(uint32_t newMid) {
         if (block == 0) {
-            const std::uint64_t allocated = host_.Allocate(newMid, 29 * 20);
+            const uint64_t allocated = host_.Allocate(newMid, 29 * 20);
             if (allocated == 0) {
                 ++met["failed init"];
                 Print(1, "log filter init failed, module[%u]", newMid);
@@ -247,8 +247,8 @@ class LogFilterModel {
             block = allocated;
             mid = newMid;
             rings = {};
-            for (std::uint32_t type = 0; type < kModelTypes; ++type) {
-                if (const std::uint64_t handle = host_.InitMutex(type, 0)) {
+            for (uint32_t type = 0; type < kModelTypes; ++type) {
+                if (const uint64_t handle = host_.InitMutex(type, 0)) {
                     mutexes[type] = handle;
                 }
             }
@@ -258,7 +258,7 @@ class LogFilterModel {
     }
 
     void Destroy() {
-        for (std::uint32_t type = 0; type < kModelTypes; ++type) {
+        for (uint32_t type = 0; type < kModelTypes; ++type) {
             host_.Lock(mutexes[type]);
             if (block != 0 && rings[type].block != 0) {
                 host_.Release(rings[type].block);
@@ -272,31 +272,30 @@ class LogFilterModel {
         Print(6, "log filter destroy success");
     }
 
-    ModelRing *Get(std::uint32_t type) { return type > 28 || block == 0 ? nullptr : &rings[type]; }
+    ModelRing *Get(uint32_t type) { return type > 28 || block == 0 ? nullptr : &rings[type]; }
 
-    static std::uint32_t SimpleHash(std::string_view text, std::uint32_t *hash) {
+    static uint32_t SimpleHash(std::string_view text, uint32_t *hash) {
         if (text.data() == nullptr || text.empty()) {
             return 1;
         }
-        std::uint32_t h = 0;
+        uint32_t h = 0;
         for (const char c : text) {
-            h = h * 31 + static_cast<std::uint8_t>(c);
+            h = h * 31 + static_cast<uint8_t>(c);
         }
         *hash = h;
         return 0;
     }
 
-    std::uint32_t HashCode(std::uint32_t id, std::string_view text) {
+    uint32_t HashCode(uint32_t id, std::string_view text) {
         if (id != hashFuncId) {
             Print(1, "get hash code funcId error, hashFuncId[%u].", id);
             return 0;
         }
-        std::uint32_t hash = 0;
-        const std::uint32_t result =
-            host_.hasHash ? host_.Hash(text, &hash) : SimpleHash(text, &hash);
+        uint32_t hash = 0;
+        const uint32_t result = host_.hasHash ? host_.Hash(text, &hash) : SimpleHash(text, &hash);
         if (result != 0) {
             Print(1, "get hash code error, hashFuncId[%u] strLen[%u] ret[%#x]", hashFuncId,
-                  static_cast<std::uint32_t>(text.size()), result);
+                  static_cast<uint32_t>(text.size()), result);
             return 0;
         }
         return hash;
@@ -310,10 +309,10 @@ class LogFilterModel {
         }
     }
 
-    void Resize(ModelRing *ring, std::uint32_t capacity) {
-        const std::uint64_t bytes = std::uint64_t{capacity} * 64;
-        const std::uint64_t storage =
-            bytes > UINT32_MAX ? 0 : host_.Allocate(mid, static_cast<std::uint32_t>(bytes));
+    void Resize(ModelRing *ring, uint32_t capacity) {
+        const uint64_t bytes = uint64_t{capacity} * 64;
+        const uint64_t storage =
+            bytes > UINT32_MAX ? 0 : host_.Allocate(mid, static_cast<uint32_t>(bytes));
         if (storage == 0) {
             Print(1, "log filter capacity malloc error, newLogInfoCapacity[%u].", capacity);
             ++met[ring->block != 0 ? "failed growth" : "failed first growth"];
@@ -325,7 +324,7 @@ class LogFilterModel {
         }
         std::vector<DxrLogFilterEntry> entries(capacity, DxrLogFilterEntry{});
         if (ring->block != 0) {
-            for (std::uint32_t i = 0; i < ring->capacity && i < capacity; ++i) {
+            for (uint32_t i = 0; i < ring->capacity && i < capacity; ++i) {
                 entries[i] = ring->entries[i];
             }
             host_.Release(ring->block);
@@ -336,9 +335,9 @@ class LogFilterModel {
     }
 
     void RemoveObsolete(ModelRing *ring) {
-        const std::uint32_t now = host_.CurrSec();
-        std::uint32_t removed = 0;
-        std::uint32_t position = 0;
+        const uint32_t now = host_.CurrSec();
+        uint32_t removed = 0;
+        uint32_t position = 0;
         while (removed != ring->curSize) {
             position = (ring->curIndex + removed) % ring->capacity;
             if (ring->entries[position].beginSec + 3600 > now) {
@@ -354,15 +353,15 @@ class LogFilterModel {
         ring->curSize -= removed;
     }
 
-    void Add(ModelRing *ring, std::uint32_t hash, std::uint32_t key1) {
+    void Add(ModelRing *ring, uint32_t hash, uint32_t key1) {
         UpdateCapacity(ring);
         if (ring->capacity == 0) {
             ++met["nothing stored"];
             return;
         }
-        const std::uint32_t position = (ring->curIndex + ring->curSize) % ring->capacity;
+        const uint32_t position = (ring->curIndex + ring->curSize) % ring->capacity;
         DxrLogFilterEntry &entry = ring->entries[position];
-        std::uint32_t sec = 0;
+        uint32_t sec = 0;
         host_.CurrTime(entry.logBeginTime, 39, &sec);
         entry.beginSec = sec;
         entry.lastSec = sec;
@@ -379,9 +378,9 @@ class LogFilterModel {
         }
     }
 
-    [[nodiscard]] static std::uint32_t Find(const ModelRing &ring, std::uint32_t hash) {
-        for (std::uint32_t i = 0; i < ring.curSize && ring.capacity != 0; ++i) {
-            const std::uint32_t position = (ring.curIndex + i) % ring.capacity;
+    [[nodiscard]] static uint32_t Find(const ModelRing &ring, uint32_t hash) {
+        for (uint32_t i = 0; i < ring.curSize && ring.capacity != 0; ++i) {
+            const uint32_t position = (ring.curIndex + i) % ring.capacity;
             if (ring.entries[position].logHashCode == hash) {
                 return position;
             }
@@ -389,23 +388,23 @@ class LogFilterModel {
         return ring.capacity;
     }
 
-    static void UpdateInfo(std::uint32_t position, ModelRing *ring) {
+    static void UpdateInfo(uint32_t position, ModelRing *ring) {
         if (position < ring->capacity) {
             ++ring->entries[position].logCnt;
         }
     }
 
-    void UpdateTime(std::uint32_t position, ModelRing *ring) {
+    void UpdateTime(uint32_t position, ModelRing *ring) {
         if (position < ring->capacity) {
             ring->entries[position].lastSec = host_.CurrSec();
         }
     }
 
-    std::uint8_t IsRepeated(const DxrLogFilterCfg *cfg, std::string_view text) {
+    uint8_t IsRepeated(const DxrLogFilterCfg *cfg, std::string_view text) {
         if (on == 0 || cfg == nullptr) {
             return 0;
         }
-        const std::uint32_t hash = HashCode(0, text);
+        const uint32_t hash = HashCode(0, text);
         if (hash == 0) {
             ++met["hash of zero"];
             return 0;
@@ -416,8 +415,8 @@ class LogFilterModel {
         }
         host_.Lock(mutexes[cfg->logType]);
         RemoveObsolete(ring);
-        const std::uint32_t position = Find(*ring, hash);
-        std::uint8_t repeated = 0;
+        const uint32_t position = Find(*ring, hash);
+        uint8_t repeated = 0;
         if (position == ring->capacity) {
             ++met["new line"];
             Add(ring, hash, cfg->key1);
@@ -455,12 +454,12 @@ class LogFilterModel {
         }
     }
 
-    std::uint8_t IsSameKey(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    uint8_t IsSameKey(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
         const DxrLogFilterCfg cfg{26, 0, 0, 0, 0, 0};
         return IsRepeated(&cfg, Key(26, a, b, c, d));
     }
 
-    std::uint32_t Clear(std::uint32_t type) {
+    uint32_t Clear(uint32_t type) {
         if (type > 28) {
             return 0;
         }
@@ -473,7 +472,7 @@ class LogFilterModel {
     }
 
     // The buffer is as long as the string; what is not written keeps its bytes.
-    std::uint32_t Show(const DxrLogFilterCfg *cfg, std::string *buffer, std::uint32_t *length) {
+    uint32_t Show(const DxrLogFilterCfg *cfg, std::string *buffer, uint32_t *length) {
         if (cfg == nullptr || buffer == nullptr || length == nullptr) {
             return 0;
         }
@@ -488,12 +487,12 @@ class LogFilterModel {
     }
 
     void Combine(const DxrLogFilterCfg &cfg, const ModelRing &ring, std::string *buffer,
-                 std::uint32_t *length) const {
+                 uint32_t *length) const {
         const char *separator =
             "------+-------+--------------------------+---------------------------------+"
             "----------+---------------+--------\r\n";
-        const auto size = static_cast<std::uint32_t>(buffer->size());
-        std::uint32_t offset = 0;
+        const auto size = static_cast<uint32_t>(buffer->size());
+        uint32_t offset = 0;
         Write(buffer, &offset,
               "logtype[%u], curIndex[%u], curSize[%u], capacity[%u] switchState[%u]\r\n",
               cfg.logType, ring.curIndex, ring.curSize, ring.capacity, on);
@@ -503,8 +502,8 @@ class LogFilterModel {
         Write(buffer, &offset, "%s", separator);
         // The only liberty taken: where not one more character fits, the remaining rows change
         // nothing.
-        for (std::uint32_t i = 0; i < cfg.key2 && ring.capacity != 0 && offset + 1 < size; ++i) {
-            const std::uint32_t position = (cfg.key1 + i) % ring.capacity;
+        for (uint32_t i = 0; i < cfg.key2 && ring.capacity != 0 && offset + 1 < size; ++i) {
+            const uint32_t position = (cfg.key1 + i) % ring.capacity;
             const DxrLogFilterEntry &entry = ring.entries[position];
             Write(buffer, &offset, "  %-3u    %s    %-23s     0x%-11x   %u\r\n", position,
                   entry.state != 0 ? "CUR" : "HIS", entry.logBeginTime, entry.logHashCode,
@@ -515,13 +514,12 @@ class LogFilterModel {
     }
 
   private:
-    static std::string Key(std::uint32_t type, std::uint32_t a, std::uint32_t b, std::uint32_t c,
-                           std::uint32_t d) {
+    static std::string Key(uint32_t type, uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
         return std::to_string(type) + std::to_string(a) + std::to_string(b) + std::to_string(c) +
                std::to_string(d);
     }
 
-    [[gnu::format(printf, 3, 4)]] void Print(std::uint32_t level, const char *format, ...) {
+    [[gnu::format(printf, 3, 4)]] void Print(uint32_t level, const char *format, ...) {
         char text[256];
         std::va_list args;
         va_start(args, format);
@@ -531,21 +529,21 @@ class LogFilterModel {
     }
 
     // Whole pieces are made first and then cut to what is left of the buffer.
-    [[gnu::format(printf, 3, 4)]] static void Write(std::string *buffer, std::uint32_t *offset,
+    [[gnu::format(printf, 3, 4)]] static void Write(std::string *buffer, uint32_t *offset,
                                                     const char *format, ...) {
         char piece[512];
         std::va_list args;
         va_start(args, format);
         const int length = std::vsnprintf(piece, sizeof(piece), format, args);
         va_end(args);
-        const std::size_t room = buffer->size() - *offset;
+        const size_t room = buffer->size() - *offset;
         if (room == 0) {
             return;
         }
-        const std::size_t stored = std::min(static_cast<std::size_t>(length), room - 1);
+        const size_t stored = std::min(static_cast<size_t>(length), room - 1);
         std::memcpy(buffer->data() + *offset, piece, stored);
         (*buffer)[*offset + stored] = '\0';
-        *offset += static_cast<std::uint32_t>(stored);
+        *offset += static_cast<uint32_t>(stored);
     }
 
     HostScript &host_;

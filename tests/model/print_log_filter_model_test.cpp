@@ -26,10 +26,10 @@
 namespace dxrtest {
 namespace {
 
-constexpr std::uint64_t kDefaultRuns = 2000;
+constexpr uint64_t kDefaultRuns = 2000;
 constexpr int kOperationsOfARun = 200;
-constexpr std::size_t kOwnRecords = 2;
-constexpr std::uint64_t kUnknownBlock = UINT64_MAX;
+constexpr size_t kOwnRecords = 2;
+constexpr uint64_t kUnknownBlock = UINT64_MAX;
 constexpr const char *kHashText = "simple hash code algorithm by string value";
 
 // The hooks behind the library: they ask the script and turn its numbers into memory.
@@ -63,7 +63,7 @@ class RealHost {
         g_dxrLogFilterHashFuncList[0].func = script_.hasHash ? Hash : DXR_SimpleHash;
     }
 
-    [[nodiscard]] std::uint64_t NumberOf(const void *block) const {
+    [[nodiscard]] uint64_t NumberOf(const void *block) const {
         if (block == nullptr) {
             return 0;
         }
@@ -72,7 +72,7 @@ class RealHost {
     }
 
   private:
-    static constexpr std::size_t kGuard = 32;
+    static constexpr size_t kGuard = 32;
     static constexpr unsigned char kFill = 0xA5;
     static constexpr unsigned char kGuardFill = 0xEE;
 
@@ -80,17 +80,16 @@ class RealHost {
         return static_cast<unsigned char *>(const_cast<void *>(block)) - kGuard;
     }
 
-    static void CheckSite(const char *file, std::uint32_t line) {
+    static void CheckSite(const char *file, uint32_t line) {
         static const std::string kPlace = "src/dxr/api/dxr_print";
         if (std::strncmp(file, kPlace.c_str(), kPlace.size()) != 0 || line == 0) {
             ADD_FAILURE() << "called from " << file << ":" << line;
         }
     }
 
-    static void *Allocate(std::uint32_t mid, std::uint32_t size, const char *file,
-                          std::uint32_t line) {
+    static void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
         CheckSite(file, line);
-        const std::uint64_t number = current_->script_.Allocate(mid, size);
+        const uint64_t number = current_->script_.Allocate(mid, size);
         if (number == 0) {
             return nullptr;
         }
@@ -102,11 +101,11 @@ class RealHost {
         return whole + kGuard;
     }
 
-    static void Release(void *block, const char *file, std::uint32_t line) {
+    static void Release(void *block, const char *file, uint32_t line) {
         if (std::strcmp(file, __FILE__) != 0) {  // the test's own releases aside
             CheckSite(file, line);
         }
-        const std::uint64_t number = current_->NumberOf(block);
+        const uint64_t number = current_->NumberOf(block);
         current_->script_.Release(number);
         if (number == 0) {
             return;
@@ -116,8 +115,8 @@ class RealHost {
             return;
         }
         const unsigned char *whole = Whole(block);
-        const std::size_t size = current_->sizes_[number];
-        for (std::size_t i = 0; i < kGuard; ++i) {
+        const size_t size = current_->sizes_[number];
+        for (size_t i = 0; i < kGuard; ++i) {
             if (whole[i] != kGuardFill || whole[kGuard + size + i] != kGuardFill) {
                 ADD_FAILURE() << "a block of " << size << " bytes was written outside";
                 break;
@@ -127,7 +126,7 @@ class RealHost {
         std::free(Whole(block));
     }
 
-    [[gnu::format(printf, 2, 3)]] static void Print(std::uint32_t level, const char *format, ...) {
+    [[gnu::format(printf, 2, 3)]] static void Print(uint32_t level, const char *format, ...) {
         char text[512];
         std::va_list args;
         va_start(args, format);
@@ -136,73 +135,73 @@ class RealHost {
         current_->script_.Print(level, format, text);
     }
 
-    static std::uint32_t Diag(const char *text) {
+    static uint32_t Diag(const char *text) {
         current_->script_.Diag(text);
         return 3;
     }
 
-    static std::uint32_t CurrSec() { return current_->script_.CurrSec(); }
+    static uint32_t CurrSec() { return current_->script_.CurrSec(); }
 
-    static void CurrTime(char *text, std::uint32_t size, std::uint32_t *sec) {
+    static void CurrTime(char *text, uint32_t size, uint32_t *sec) {
         current_->script_.CurrTime(text, size, sec);
     }
 
-    static std::uint32_t InitMutex(void **mutex, void *option) {
-        const auto element = static_cast<std::uint64_t>(mutex - g_dxrLogFilterMutex);
+    static uint32_t InitMutex(void **mutex, void *option) {
+        const auto element = static_cast<uint64_t>(mutex - g_dxrLogFilterMutex);
         *mutex = reinterpret_cast<void *>(
-            current_->script_.InitMutex(element, reinterpret_cast<std::uint64_t>(option)));
+            current_->script_.InitMutex(element, reinterpret_cast<uint64_t>(option)));
         return 1;
     }
 
-    static std::uint32_t Lock(void *mutex) {
-        current_->script_.Lock(reinterpret_cast<std::uint64_t>(mutex));
+    static uint32_t Lock(void *mutex) {
+        current_->script_.Lock(reinterpret_cast<uint64_t>(mutex));
         return 1;
     }
 
-    static std::uint32_t Unlock(void *mutex) {
-        return current_->script_.Unlock(reinterpret_cast<std::uint64_t>(mutex));
+    static uint32_t Unlock(void *mutex) {
+        return current_->script_.Unlock(reinterpret_cast<uint64_t>(mutex));
     }
 
-    static std::uint32_t DestroyMutex(void *mutex) {
-        current_->script_.DestroyMutex(reinterpret_cast<std::uint64_t>(mutex));
+    static uint32_t DestroyMutex(void *mutex) {
+        current_->script_.DestroyMutex(reinterpret_cast<uint64_t>(mutex));
         return 1;
     }
 
-    static std::uint32_t Hash(const DxrLogFilterHashInput *input, std::uint32_t *hash) {
+    static uint32_t Hash(const DxrLogFilterHashInput *input, uint32_t *hash) {
         return current_->script_.Hash({input->text, input->length}, hash);
     }
 
     static inline RealHost *current_ = nullptr;
     HostScript &script_;
-    std::map<const void *, std::uint64_t> numbers_;
-    std::map<std::uint64_t, std::size_t> sizes_;
+    std::map<const void *, uint64_t> numbers_;
+    std::map<uint64_t, size_t> sizes_;
 };
 
 // What a run is like.
 struct Profile {
-    std::uint32_t texts;         // how many different lines there are
-    std::uint32_t types;         // how many log types they go to
-    std::uint32_t largestBurst;  // entries added at once
-    bool troubled;               // hooks come and go, allocations fail
-    bool poked;                  // the host writes into entries
+    uint32_t texts;         // how many different lines there are
+    uint32_t types;         // how many log types they go to
+    uint32_t largestBurst;  // entries added at once
+    bool troubled;          // hooks come and go, allocations fail
+    bool poked;             // the host writes into entries
 };
 
 class RandomRun {
   public:
-    explicit RandomRun(std::uint64_t seed)
+    explicit RandomRun(uint64_t seed)
         : random_(static_cast<std::mt19937::result_type>(seed)),
           realScript_(seed),
           modelScript_(seed),
           real_(&realScript_),
           model_(&modelScript_) {
-        static constexpr std::uint32_t kTexts[] = {2, 8, 8, 40, 300, 5000};
-        static constexpr std::uint32_t kTypes[] = {1, 1, 2, 2, 32};
-        static constexpr std::uint32_t kBursts[] = {4, 4, 4, 40, 1600};
+        static constexpr uint32_t kTexts[] = {2, 8, 8, 40, 300, 5000};
+        static constexpr uint32_t kTypes[] = {1, 1, 2, 2, 32};
+        static constexpr uint32_t kBursts[] = {4, 4, 4, 40, 1600};
         profile_ = {Pick(kTexts), Pick(kTypes), Pick(kBursts), Chance(3), Chance(2)};
-        static constexpr std::uint32_t kStarts[] = {
+        static constexpr uint32_t kStarts[] = {
             0,       1,           3500,        1000000,     1000000,
             1000000, 1700000000U, 1700000000U, 1700000000U, UINT32_MAX - 4000};
-        const std::uint32_t start = Pick(kStarts);
+        const uint32_t start = Pick(kStarts);
         OnBoth([&](HostScript &script) { script.now = start; });
         ChangeClockSpeed();
         Globals();
@@ -216,7 +215,7 @@ class RandomRun {
     // False when the library and the model went apart.
     bool Go() {
         if (!Chance(20)) {
-            const std::uint64_t failAt = Chance(20) ? 1 : 0;
+            const uint64_t failAt = Chance(20) ? 1 : 0;
             OnBoth([&](HostScript &script) { script.failAllocationIn = failAt; });
             Init();
             if (!Agree()) {
@@ -232,10 +231,8 @@ class RandomRun {
         return Finish();
     }
 
-    [[nodiscard]] std::uint64_t Operations() const { return operations_; }
-    [[nodiscard]] const std::map<std::string_view, std::uint64_t> &Met() const {
-        return model_.met;
-    }
+    [[nodiscard]] uint64_t Operations() const { return operations_; }
+    [[nodiscard]] const std::map<std::string_view, uint64_t> &Met() const { return model_.met; }
 
   private:
     struct Own {
@@ -251,40 +248,37 @@ class RandomRun {
 
     // --- chance
 
-    std::uint32_t Random() { return static_cast<std::uint32_t>(random_()); }
-    std::uint32_t Below(std::uint32_t end) { return static_cast<std::uint32_t>(random_() % end); }
-    bool Chance(std::uint32_t oneIn) { return Below(oneIn) == 0; }
-    template <std::size_t N>
-    std::uint32_t Pick(const std::uint32_t (&values)[N]) {
+    uint32_t Random() { return static_cast<uint32_t>(random_()); }
+    uint32_t Below(uint32_t end) { return static_cast<uint32_t>(random_() % end); }
+    bool Chance(uint32_t oneIn) { return Below(oneIn) == 0; }
+    template <size_t N>
+    uint32_t Pick(const uint32_t (&values)[N]) {
         return values[Below(N)];
     }
 
-    std::uint32_t SomeType() {
+    uint32_t SomeType() {
         if (Chance(40)) {
-            static constexpr std::uint32_t kEdges[] = {28, 29, 30, 0x80000000U, UINT32_MAX};
+            static constexpr uint32_t kEdges[] = {28, 29, 30, 0x80000000U, UINT32_MAX};
             return Pick(kEdges);
         }
-        const std::uint32_t type = Below(profile_.types);
+        const uint32_t type = Below(profile_.types);
         return profile_.types == 32 ? type : type * 13 % kModelTypes;
     }
 
-    std::uint32_t SomeInterval() {
-        static constexpr std::uint32_t kIntervals[] = {0,  0,    0,    1,    5,
-                                                       60, 3599, 3600, 4000, UINT32_MAX};
+    uint32_t SomeInterval() {
+        static constexpr uint32_t kIntervals[] = {0, 0, 0, 1, 5, 60, 3599, 3600, 4000, UINT32_MAX};
         return Pick(kIntervals);
     }
 
-    std::uint32_t SomeNumber() {
-        static constexpr std::uint32_t kNumbers[] = {0, 1, 2, 3, 12, 23, 123, UINT32_MAX};
+    uint32_t SomeNumber() {
+        static constexpr uint32_t kNumbers[] = {0, 1, 2, 3, 12, 23, 123, UINT32_MAX};
         return Pick(kNumbers);
     }
 
     // A few lines are logged more often than the others.
-    std::uint32_t SomeText() {
-        return Below(Chance(3) ? profile_.texts : std::min(profile_.texts, 3U));
-    }
+    uint32_t SomeText() { return Below(Chance(3) ? profile_.texts : std::min(profile_.texts, 3U)); }
 
-    std::string Text(std::uint32_t number) {
+    std::string Text(uint32_t number) {
         if (number == 0 && Chance(10)) {
             return "";
         }
@@ -294,12 +288,12 @@ class RandomRun {
         return "line " + std::to_string(number);
     }
 
-    std::uint32_t SomeHash() {
+    uint32_t SomeHash() {
         return Chance(8) ? Below(4) : LogHash("line " + std::to_string(SomeText()));
     }
 
-    static std::uint32_t LogHash(const std::string &text) {
-        std::uint32_t hash = 0;
+    static uint32_t LogHash(const std::string &text) {
+        uint32_t hash = 0;
         LogFilterModel::SimpleHash(text, &hash);
         return hash;
     }
@@ -308,14 +302,14 @@ class RandomRun {
         return {SomeType(), SomeKey(), SomeKey(), SomeKey(), SomeKey(), SomeInterval()};
     }
 
-    std::uint32_t SomeKey() { return Chance(4) ? SomeNumber() : 0; }
+    uint32_t SomeKey() { return Chance(4) ? SomeNumber() : 0; }
 
     Pair SomeRecord() {
         if (Chance(3)) {
             Own &own = own_[Below(kOwnRecords)];
             return {&own.real, &own.model};
         }
-        const std::uint32_t type = SomeType();
+        const uint32_t type = SomeType();
         return {DXR_GetLogFilter(type), model_.Get(type)};
     }
 
@@ -341,7 +335,7 @@ class RandomRun {
         }
     }
 
-    void Same(const char *what, std::uint32_t real, std::uint32_t model) {
+    void Same(const char *what, uint32_t real, uint32_t model) {
         if (real != model) {
             differences_ += std::string(what) + ": " + std::to_string(real) + ", model " +
                             std::to_string(model) + "\n";
@@ -364,7 +358,7 @@ class RandomRun {
             Switch();
             return;
         }
-        const std::uint32_t choice = Below(100);
+        const uint32_t choice = Below(100);
         if (choice < 40) {
             Decide();
         } else if (choice < 46) {
@@ -401,7 +395,7 @@ class RandomRun {
     }
 
     void Init() {
-        const std::uint32_t mid = SomeNumber();
+        const uint32_t mid = SomeNumber();
         Say("init %u", mid);
         Same("init", DXR_InitLogFilter(mid), model_.Init(mid));
     }
@@ -415,9 +409,9 @@ class RandomRun {
             model_.Destroy();
         } else {
             // The host gives a type another mutex, or the rings another module.
-            const std::uint32_t type = Below(kModelTypes);
-            const std::uint64_t handle = 5000 + Below(100);
-            Say("handle of %u is %u", type, static_cast<std::uint32_t>(handle));
+            const uint32_t type = Below(kModelTypes);
+            const uint64_t handle = 5000 + Below(100);
+            Say("handle of %u is %u", type, static_cast<uint32_t>(handle));
             g_dxrLogFilterMutex[type] = reinterpret_cast<void *>(handle);
             model_.mutexes[type] = handle;
             g_dxrLogFilterMid = model_.mid = SomeNumber();
@@ -430,8 +424,7 @@ class RandomRun {
         const DxrLogFilterCfg *given = Chance(60) ? nullptr : &cfg;
         Say("decide type %u interval %u '%s'%s", cfg.logType, cfg.interval, text.c_str(),
             given == nullptr ? " without configuration" : "");
-        Same("decision",
-             DXR_IsRepeatedLog(given, text.data(), static_cast<std::uint32_t>(text.size())),
+        Same("decision", DXR_IsRepeatedLog(given, text.data(), static_cast<uint32_t>(text.size())),
              model_.IsRepeated(given, text));
     }
 
@@ -464,16 +457,16 @@ class RandomRun {
     }
 
     void SameKey() {
-        const std::uint32_t a = SomeKey();
-        const std::uint32_t b = SomeKey();
-        const std::uint32_t c = SomeKey();
-        const std::uint32_t d = SomeKey();
+        const uint32_t a = SomeKey();
+        const uint32_t b = SomeKey();
+        const uint32_t c = SomeKey();
+        const uint32_t d = SomeKey();
         Say("same key %u %u %u %u", a, b, c, d);
         Same("same key", DXR_IsSameKey(a, b, c, d), model_.IsSameKey(a, b, c, d));
     }
 
     void Clear() {
-        const std::uint32_t type = SomeType();
+        const uint32_t type = SomeType();
         Say("clear %u", type);
         Same("clear", DXR_ClearLogFilterInfo(type), model_.Clear(type));
     }
@@ -485,19 +478,19 @@ class RandomRun {
         return cfg;
     }
 
-    std::uint32_t SomeSize() { return Chance(3) ? Below(700) : Chance(10) ? Below(3) : 4000; }
+    uint32_t SomeSize() { return Chance(3) ? Below(700) : Chance(10) ? Below(3) : 4000; }
 
     void Show() {
         const DxrLogFilterCfg cfg = SomeRows();
-        const std::uint32_t size = SomeSize();
+        const uint32_t size = SomeSize();
         const DxrLogFilterCfg *given = Chance(20) ? nullptr : &cfg;
         const bool hasBuffer = !Chance(20);
         const bool hasLength = !Chance(20);
         Say("show type %u rows %u+%u size %u", cfg.logType, cfg.key1, cfg.key2, size);
         GuardedBuffer buffer(size);
-        std::uint32_t length = 4711;
+        uint32_t length = 4711;
         std::string modelBuffer(size, static_cast<char>(GuardedBuffer::kFill));
-        std::uint32_t modelLength = 4711;
+        uint32_t modelLength = 4711;
         Same("show",
              DXR_ShowLogFilterInfo(given, hasBuffer ? buffer.Data() : nullptr,
                                    hasLength ? &length : nullptr, size),
@@ -512,20 +505,20 @@ class RandomRun {
             return;
         }
         const DxrLogFilterCfg cfg = SomeRows();
-        const std::uint32_t size = SomeSize();
+        const uint32_t size = SomeSize();
         Say("combine type %u rows %u+%u size %u", cfg.logType, cfg.key1, cfg.key2, size);
         GuardedBuffer buffer(size);
-        std::uint32_t length = 4711;
+        uint32_t length = 4711;
         std::string modelBuffer(size, static_cast<char>(GuardedBuffer::kFill));
-        std::uint32_t modelLength = 4711;
+        uint32_t modelLength = 4711;
         DXR_CombineShowLog(&cfg, record.real, buffer.Data(), &length, size);
         model_.Combine(cfg, *record.model, &modelBuffer, &modelLength);
         SameBuffers(buffer, length, modelBuffer, modelLength);
     }
 
     // The texts, not what may stand behind their terminator.
-    void SameBuffers(const GuardedBuffer &buffer, std::uint32_t length, const std::string &model,
-                     std::uint32_t modelLength) {
+    void SameBuffers(const GuardedBuffer &buffer, uint32_t length, const std::string &model,
+                     uint32_t modelLength) {
         Same("intact", buffer.Intact() ? 1U : 0U, 1U);
         Same("written length", length, modelLength);
         Same("table", buffer.Text(),
@@ -540,10 +533,10 @@ class RandomRun {
         }
         switch (Below(12)) {
             case 0: {
-                static constexpr std::uint32_t kCapacities[] = {
+                static constexpr uint32_t kCapacities[] = {
                     0,    1,    2,    3,           5,           7,           20,        1023,
                     1024, 2047, 2050, 0x03FFFFFFU, 0x04000000U, 0x04000001U, UINT32_MAX};
-                const std::uint32_t capacity = Chance(3) ? Pick(kCapacities) : Below(30);
+                const uint32_t capacity = Chance(3) ? Pick(kCapacities) : Below(30);
                 Say("resize to %u", capacity);
                 DXR_ResizeLogFilterInfo(record.real, capacity);
                 model_.Resize(record.model, capacity);
@@ -562,8 +555,8 @@ class RandomRun {
             case 3:
             case 4:
             case 5: {
-                const std::uint32_t hash = SomeHash();
-                const std::uint32_t key1 = SomeNumber();
+                const uint32_t hash = SomeHash();
+                const uint32_t key1 = SomeNumber();
                 Say("add %u", hash);
                 DXR_AddLogFilterInfo(record.real, hash, key1);
                 model_.Add(record.model, hash, key1);
@@ -572,7 +565,7 @@ class RandomRun {
             case 6:
             case 7:
             case 8: {
-                const std::uint32_t hash = SomeHash();
+                const uint32_t hash = SomeHash();
                 Say("find %u", hash);
                 Same("found", DXR_FindRepeatedLogInfoIndex(record.real, hash),
                      LogFilterModel::Find(*record.model, hash));
@@ -580,14 +573,14 @@ class RandomRun {
             }
             case 9:
             case 10: {
-                const std::uint32_t position = SomePosition(*record.model);
+                const uint32_t position = SomePosition(*record.model);
                 Say("count %u", position);
                 DXR_UpdateLogFilterInfo(position, record.real);
                 LogFilterModel::UpdateInfo(position, record.model);
                 break;
             }
             default: {
-                const std::uint32_t position = SomePosition(*record.model);
+                const uint32_t position = SomePosition(*record.model);
                 Say("stamp %u", position);
                 DXR_UpdateLogFilterTime(position, record.real);
                 model_.UpdateTime(position, record.model);
@@ -596,7 +589,7 @@ class RandomRun {
         }
     }
 
-    std::uint32_t SomePosition(const ModelRing &ring) {
+    uint32_t SomePosition(const ModelRing &ring) {
         return Chance(10) ? UINT32_MAX : Below(ring.capacity + 2);
     }
 
@@ -609,10 +602,10 @@ class RandomRun {
             BurstOfDecisions();
             return;
         }
-        const std::uint32_t count = 1 + Below(profile_.largestBurst);
-        const std::uint32_t first = Chance(2) ? Below(5000) : Random();
+        const uint32_t count = 1 + Below(profile_.largestBurst);
+        const uint32_t first = Chance(2) ? Below(5000) : Random();
         Say("add %u from %u", count, first);
-        for (std::uint32_t i = 0; i < count; ++i) {
+        for (uint32_t i = 0; i < count; ++i) {
             DXR_AddLogFilterInfo(record.real, first + i, i);
             model_.Add(record.model, first + i, i);
         }
@@ -620,13 +613,13 @@ class RandomRun {
 
     void BurstOfDecisions() {
         const DxrLogFilterCfg cfg = SomeSite();
-        const std::uint32_t count = 1 + Below(std::min(profile_.largestBurst, 60U));
-        const std::uint32_t first = Below(5000);
+        const uint32_t count = 1 + Below(std::min(profile_.largestBurst, 60U));
+        const uint32_t first = Below(5000);
         Say("decide %u times on type %u from line %u", count, cfg.logType, first);
-        for (std::uint32_t i = 0; i < count; ++i) {
+        for (uint32_t i = 0; i < count; ++i) {
             const std::string text = "line " + std::to_string(first + i);
             Same("decision",
-                 DXR_IsRepeatedLog(&cfg, text.data(), static_cast<std::uint32_t>(text.size())),
+                 DXR_IsRepeatedLog(&cfg, text.data(), static_cast<uint32_t>(text.size())),
                  model_.IsRepeated(&cfg, text));
         }
     }
@@ -636,14 +629,14 @@ class RandomRun {
             ChangeClockSpeed();
             return;
         }
-        static constexpr std::uint32_t kSmallSteps[] = {0, 1, 1, 4, 5, 60, 400};
-        static constexpr std::uint32_t kLargeSteps[] = {1200, 3599, 3600, 3601, 100000};
-        const std::uint32_t step = Chance(6) ? Pick(kLargeSteps) : Pick(kSmallSteps);
-        std::uint32_t now = realScript_.now + step;
+        static constexpr uint32_t kSmallSteps[] = {0, 1, 1, 4, 5, 60, 400};
+        static constexpr uint32_t kLargeSteps[] = {1200, 3599, 3600, 3601, 100000};
+        const uint32_t step = Chance(6) ? Pick(kLargeSteps) : Pick(kSmallSteps);
+        uint32_t now = realScript_.now + step;
         if (Chance(5)) {
             now = realScript_.now - step;
         } else if (Chance(20)) {
-            static constexpr std::uint32_t kTimes[] = {
+            static constexpr uint32_t kTimes[] = {
                 0, 1, 3599, 3600, 1000000, 0x7FFFFFFFU, UINT32_MAX - 3600, UINT32_MAX};
             now = Pick(kTimes);
         }
@@ -652,16 +645,16 @@ class RandomRun {
     }
 
     void ChangeClockSpeed() {
-        static constexpr std::uint32_t kTicks[] = {0, 0, 0, 0, 0,  0,    0,         0,
-                                                   0, 1, 1, 1, 20, 2000, UINT32_MAX};
-        const std::uint32_t tick = Pick(kTicks);
+        static constexpr uint32_t kTicks[] = {0, 0, 0, 0, 0,  0,    0,         0,
+                                              0, 1, 1, 1, 20, 2000, UINT32_MAX};
+        const uint32_t tick = Pick(kTicks);
         Say("clock ticks up to %u", tick);
         OnBoth([&](HostScript &script) { script.largestTick = tick; });
     }
 
     void Switch() {
-        static constexpr std::uint32_t kValues[] = {0, 1, 1, 1, 7, 255};
-        const auto value = static_cast<std::uint8_t>(Pick(kValues));
+        static constexpr uint32_t kValues[] = {0, 1, 1, 1, 7, 255};
+        const auto value = static_cast<uint8_t>(Pick(kValues));
         Say("switch %u", value);
         if (Chance(2)) {
             DXR_EnableLogFilter(value);
@@ -673,17 +666,17 @@ class RandomRun {
     }
 
     void HashAlone() {
-        const std::uint32_t id = Chance(4) ? SomeNumber() : model_.hashFuncId;
+        const uint32_t id = Chance(4) ? SomeNumber() : model_.hashFuncId;
         std::string text = Message();
         if (Chance(3)) {
             text.assign(Below(40), static_cast<char>(Below(256)));
         }
         Say("hash by %u of '%s'", id, text.c_str());
-        Same("hash code", DXR_GetHashCode(id, text.data(), static_cast<std::uint32_t>(text.size())),
+        Same("hash code", DXR_GetHashCode(id, text.data(), static_cast<uint32_t>(text.size())),
              model_.HashCode(id, text));
-        const DxrLogFilterHashInput input{text.data(), static_cast<std::uint32_t>(text.size())};
-        std::uint32_t hash = 4711;
-        std::uint32_t modelHash = 4711;
+        const DxrLogFilterHashInput input{text.data(), static_cast<uint32_t>(text.size())};
+        uint32_t hash = 4711;
+        uint32_t modelHash = 4711;
         Same("simple hash result", DXR_SimpleHash(&input, &hash),
              LogFilterModel::SimpleHash(text, &modelHash));
         Same("simple hash", hash, modelHash);
@@ -692,7 +685,7 @@ class RandomRun {
     void ReplaceHash() {
         Say("other hash function");
         const bool has = Chance(3);
-        const std::uint32_t codes = Chance(2) ? 4 : 1000;
+        const uint32_t codes = Chance(2) ? 4 : 1000;
         const bool fails = Chance(4);
         OnBoth([&](HostScript &script) {
             script.hasHash = has;
@@ -713,14 +706,14 @@ class RandomRun {
         }
         const bool isOwn = record.model == &own_[0].model || record.model == &own_[1].model;
         if (isOwn && Chance(2)) {
-            const std::uint32_t curIndex = Chance(8) ? UINT32_MAX - Below(3) : Below(3000);
-            const std::uint32_t curSize = Below(Chance(4) ? 3000 : record.model->capacity + 2);
+            const uint32_t curIndex = Chance(8) ? UINT32_MAX - Below(3) : Below(3000);
+            const uint32_t curSize = Below(Chance(4) ? 3000 : record.model->capacity + 2);
             Say("poke ring %u+%u", curIndex, curSize);
             record.real->curIndex = record.model->curIndex = curIndex;
             record.real->curSize = record.model->curSize = curSize;
             return;
         }
-        const std::uint32_t position = Below(record.model->capacity);
+        const uint32_t position = Below(record.model->capacity);
         DxrLogFilterEntry &real = record.real->entries[position];
         DxrLogFilterEntry &model = record.model->entries[position];
         switch (Below(6)) {
@@ -734,7 +727,7 @@ class RandomRun {
                 real.logCnt = model.logCnt = UINT32_MAX - Below(2);
                 break;
             case 3:
-                real.state = model.state = static_cast<std::uint8_t>(Below(3) * 100);
+                real.state = model.state = static_cast<uint8_t>(Below(3) * 100);
                 break;
             case 4:
                 std::memset(real.logBeginTime, 'p', 42);
@@ -747,12 +740,12 @@ class RandomRun {
         Say("poke %u", position);
     }
 
-    void PokeHash(const Pair &record, std::uint32_t position, bool stays) {
-        const std::uint32_t before = record.model->entries[position].logHashCode;
-        const std::uint32_t after = Chance(3) ? before + 1 : SomeHash();
+    void PokeHash(const Pair &record, uint32_t position, bool stays) {
+        const uint32_t before = record.model->entries[position].logHashCode;
+        const uint32_t after = Chance(3) ? before + 1 : SomeHash();
         record.real->entries[position].logHashCode = after;
         record.model->entries[position].logHashCode = after;
-        for (const std::uint32_t hash : {before, after}) {
+        for (const uint32_t hash : {before, after}) {
             Same("found after a poke", DXR_FindRepeatedLogInfoIndex(record.real, hash),
                  LogFilterModel::Find(*record.model, hash));
         }
@@ -766,13 +759,13 @@ class RandomRun {
         if (!profile_.troubled) {
             return;
         }
-        const std::uint32_t which = Below(12);
+        const uint32_t which = Below(12);
         Say("trouble %u", which);
         const bool fails = Chance(2);
         const bool there = !Chance(3);
-        const std::uint64_t in = 1 + Below(4);
+        const uint64_t in = 1 + Below(4);
         const bool fromThenOn = Chance(3);
-        const std::uint32_t answer = SomeNumber();
+        const uint32_t answer = SomeNumber();
         OnBoth([&](HostScript &script) {
             switch (which) {
                 case 0:
@@ -823,16 +816,16 @@ class RandomRun {
         Same("store", real_.NumberOf(g_dxrLogFilterInfo), model_.block);
         Same("switch", g_dxrLogFilterSwitch, model_.on);
         Same("module", g_dxrLogFilterMid, model_.mid);
-        for (std::uint32_t type = 0; type < kModelTypes; ++type) {
-            Same("handle", reinterpret_cast<std::uint64_t>(g_dxrLogFilterMutex[type]),
+        for (uint32_t type = 0; type < kModelTypes; ++type) {
+            Same("handle", reinterpret_cast<uint64_t>(g_dxrLogFilterMutex[type]),
                  model_.mutexes[type]);
         }
         if (g_dxrLogFilterInfo != nullptr && model_.block != 0) {
-            for (std::uint32_t type = 0; type < kModelTypes; ++type) {
+            for (uint32_t type = 0; type < kModelTypes; ++type) {
                 SameRing(type, g_dxrLogFilterInfo[type], model_.rings[type]);
             }
         }
-        for (std::uint32_t i = 0; i < kOwnRecords; ++i) {
+        for (uint32_t i = 0; i < kOwnRecords; ++i) {
             SameRing(100 + i, own_[i].real, own_[i].model);
         }
         if (differences_.empty()) {
@@ -847,7 +840,7 @@ class RandomRun {
         return false;
     }
 
-    void SameRing(std::uint32_t name, const DxrLogFilterInfo &real, const ModelRing &model) {
+    void SameRing(uint32_t name, const DxrLogFilterInfo &real, const ModelRing &model) {
         if (real.curIndex == model.curIndex && real.curSize == model.curSize &&
             real.capacity == model.capacity && real_.NumberOf(real.entries) == model.block &&
             (model.entries.empty() ||
@@ -896,7 +889,7 @@ class RandomRun {
         DXR_DestroyLogFilter();
         model_.Destroy();
         if (!memoryCameAndWent_) {
-            Same("live blocks", static_cast<std::uint32_t>(realScript_.LiveBlocks()), 0U);
+            Same("live blocks", static_cast<uint32_t>(realScript_.LiveBlocks()), 0U);
         }
         return Agree();
     }
@@ -917,7 +910,7 @@ class RandomRun {
     std::array<Own, kOwnRecords> own_;
     Profile profile_ = {};
     bool memoryCameAndWent_ = false;
-    std::uint64_t operations_ = 0;
+    uint64_t operations_ = 0;
     std::deque<std::string> history_;
     std::string differences_;
 };
@@ -940,17 +933,17 @@ constexpr const char *kSituations[] = {
     "oldest of the largest ring overwritten",
 };
 
-std::uint64_t Runs() {
+uint64_t Runs() {
     const char *given = std::getenv("DXR_TEST_RUNS");
     return given != nullptr ? std::strtoull(given, nullptr, 0) : kDefaultRuns;
 }
 
 TEST(LogFilterModel, LibraryDoesWhatTheModelDoes) {
     const TestHost host;  // puts the hook table back
-    const std::uint64_t seed = Seed();
-    std::uint64_t operations = 0;
-    std::map<std::string_view, std::uint64_t> met;
-    for (std::uint64_t i = 0; i < Runs(); ++i) {
+    const uint64_t seed = Seed();
+    uint64_t operations = 0;
+    std::map<std::string_view, uint64_t> met;
+    for (uint64_t i = 0; i < Runs(); ++i) {
         RandomRun run(seed + i);
         const bool agreed = run.Go();
         operations += run.Operations();

@@ -30,7 +30,7 @@ const std::vector<std::string> kNames = {"a.log", "b.log", "long name with space
 // One call of one file function that is to fail.
 struct Fault {
     std::string function;
-    std::uint32_t call = 0;
+    uint32_t call = 0;
 };
 
 class Model {
@@ -47,18 +47,18 @@ class Model {
 
     // The text read into `size` bytes; none: the call fails. Empty optional text: nothing is
     // written.
-    [[nodiscard]] std::pair<std::uint32_t, std::optional<std::string>> Read(const std::string &name,
-                                                                            std::size_t size) {
+    [[nodiscard]] std::pair<uint32_t, std::optional<std::string>> Read(const std::string &name,
+                                                                       size_t size) {
         if (!Resolve(name) || Fails("fopen")) {
             return {1, std::nullopt};
         }
         const std::string &content = files[name];
         std::optional<std::string> text;
-        for (std::size_t at = 0; at < content.size();) {
+        for (size_t at = 0; at < content.size();) {
             if (size == 0) {
                 return {1, std::nullopt};
             }
-            std::size_t end = std::min(content.find('\n', at), content.size() - 1) + 1;
+            size_t end = std::min(content.find('\n', at), content.size() - 1) + 1;
             end = std::min(end, at + 511);
             const std::string line = content.substr(at, end - at);
             text = text.value_or("") + line.substr(0, line.find('\0'));
@@ -70,12 +70,11 @@ class Model {
         return {0, text};
     }
 
-    std::uint32_t Length(const std::string &name) {
-        return Resolve(name) ? static_cast<std::uint32_t>(files[name].size()) : 0xFFFFFFFF;
+    uint32_t Length(const std::string &name) {
+        return Resolve(name) ? static_cast<uint32_t>(files[name].size()) : 0xFFFFFFFF;
     }
 
-    std::uint32_t Copy(const std::string &from, const std::string &to, std::size_t offset,
-                       std::size_t length) {
+    uint32_t Copy(const std::string &from, const std::string &to, size_t offset, size_t length) {
         if (!Resolve(from) || Fails("fopen") || Fails("fseek") || !Resolve(to) || Fails("fopen")) {
             return 1;
         }
@@ -84,8 +83,8 @@ class Model {
         return 0;
     }
 
-    std::uint32_t Cut(const std::string &name, std::uint32_t maxLength) {
-        const std::uint32_t length = Length(name);
+    uint32_t Cut(const std::string &name, uint32_t maxLength) {
+        const uint32_t length = Length(name);
         if (length == 0xFFFFFFFF) {
             return 1;
         }
@@ -120,15 +119,15 @@ class PrivateLogModel : public testing::Test {
   protected:
     PrivateLogModel() : random_(dxrtest::Seed()) {}
 
-    std::uint32_t Below(std::uint32_t bound) {
-        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(random_);
+    uint32_t Below(uint32_t bound) {
+        return std::uniform_int_distribution<uint32_t>(0, bound - 1)(random_);
     }
-    bool Chance(std::uint32_t percent) { return Below(100) < percent; }
+    bool Chance(uint32_t percent) { return Below(100) < percent; }
 
     // A log's name; the temporary file's less often than the others'.
     const std::string &PickName() { return kNames[Below(Chance(10) ? 4 : 3)]; }
 
-    std::string RandomText(std::uint32_t size, bool anyByte) {
+    std::string RandomText(uint32_t size, bool anyByte) {
         std::string text;
         while (text.size() < size) {
             if (Chance(3)) {
@@ -151,7 +150,7 @@ class PrivateLogModel : public testing::Test {
             {"fopen", 1},    {"fopen", 2},    {"fseek", 1},    {"remove", 1},   {"rename", 1}};
         model_.fault = {};
         if (Chance(30)) {
-            model_.fault = kFaults[Below(static_cast<std::uint32_t>(kFaults.size()))];
+            model_.fault = kFaults[Below(static_cast<uint32_t>(kFaults.size()))];
             host_.files.Fail(model_.fault.function, EIO, model_.fault.call);
         }
     }
@@ -164,9 +163,9 @@ class PrivateLogModel : public testing::Test {
     }
 
     void CheckRead(const std::string &name) {
-        const std::uint32_t size = Chance(10) ? Below(4) : Below(6000);
+        const uint32_t size = Chance(10) ? Below(4) : Below(6000);
         GuardedBuffer out(size);
-        const std::uint32_t result = DXR_GetPrivateLog(name.c_str(), out.Data(), size);
+        const uint32_t result = DXR_GetPrivateLog(name.c_str(), out.Data(), size);
         const auto [expected, text] = model_.Read(name, size);
         ASSERT_EQ(result, expected);
         ASSERT_TRUE(out.Intact());
@@ -182,14 +181,14 @@ class PrivateLogModel : public testing::Test {
         const auto found = model_.files.find(name);
         // Mostly below the length, sometimes just at it.
         const auto length =
-            static_cast<std::uint32_t>(found != model_.files.end() ? found->second.size() : 0);
-        const std::uint32_t maxLength =
+            static_cast<uint32_t>(found != model_.files.end() ? found->second.size() : 0);
+        const uint32_t maxLength =
             Chance(20) ? length + Below(3) - (length > 0 ? 1 : 0) : Below(length + length / 4 + 1);
         if (name == kTemporary && length > maxLength) {
             model_.fault = {};
             ClearFault();  // what a log of this name loses at which step is not told
         }
-        const std::uint32_t expected = model_.Cut(name, maxLength);
+        const uint32_t expected = model_.Cut(name, maxLength);
         if (name == kTemporary && expected == 0 && length > maxLength) {
             FAIL() << "a log named like the temporary file cannot be cut";
         }
@@ -204,9 +203,9 @@ class PrivateLogModel : public testing::Test {
         if (from == to) {
             return;  // what of a file emptied under the reader is copied is not told
         }
-        const std::uint32_t offset = Below(5000);
-        const std::uint32_t length = Chance(5) ? 0xFFFFFFFF : Below(5000);
-        const std::uint32_t expected = model_.Copy(from, to, offset, length);
+        const uint32_t offset = Below(5000);
+        const uint32_t length = Chance(5) ? 0xFFFFFFFF : Below(5000);
+        const uint32_t expected = model_.Copy(from, to, offset, length);
         ASSERT_EQ(
             DXR_CopyFile((kDirectory + from).c_str(), (kDirectory + to).c_str(), offset, length),
             expected);
@@ -214,15 +213,14 @@ class PrivateLogModel : public testing::Test {
 
     void Step() {
         const std::string &name = PickName();
-        const std::uint32_t kind = Below(100);
+        const uint32_t kind = Below(100);
         if (kind < 15) {
             const std::string text = RandomText(Below(5000), true);
             host_.files.Append(name, text);
             model_.files[name] += text;
         } else if (kind < 30) {
             const std::string text = RandomText(Below(5000), false);
-            DXR_WritePrivateLog(name.c_str(), static_cast<std::uint32_t>(text.size()),
-                                text.c_str());
+            DXR_WritePrivateLog(name.c_str(), static_cast<uint32_t>(text.size()), text.c_str());
             model_.Write(name, text);
         } else if (kind < 35) {
             std::filesystem::remove(host_.files.Log(name));

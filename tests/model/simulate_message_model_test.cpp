@@ -20,24 +20,24 @@ namespace {
 using dxrtest::GuardedBuffer;
 using dxrtest::TestHost;
 
-constexpr std::uint32_t kTables = 3;
-constexpr std::uint32_t kOperations = 20000;
+constexpr uint32_t kTables = 3;
+constexpr uint32_t kOperations = 20000;
 
 struct Row {
-    std::uint32_t id;
-    std::uint32_t type;
-    std::uint32_t lost;
+    uint32_t id;
+    uint32_t type;
+    uint32_t lost;
     std::string name;
 };
 
 struct Model {
     std::array<std::vector<Row>, kTables> tables;
-    std::optional<std::size_t> registered;
-    std::uint32_t size = 0;
+    std::optional<size_t> registered;
+    uint32_t size = 0;
 
     // Position of the first row of the registered table for which `matches` is true.
     template <typename Predicate>
-    std::optional<std::size_t> First(Predicate matches) const {
+    std::optional<size_t> First(Predicate matches) const {
         if (!registered) {
             return std::nullopt;
         }
@@ -56,7 +56,7 @@ struct Model {
         std::ostringstream text;
         text << "\r\n   Simulate ID                Message Name[Type]           Remain Lost "
                 "Count\r\n";
-        for (std::uint32_t i = 0; i < size; ++i) {
+        for (uint32_t i = 0; i < size; ++i) {
             const Row &row = tables[*registered][i];
             text << std::string(5, ' ') << std::setw(3) << row.id << std::string(14, ' ')
                  << std::setw(20) << row.name << '[' << std::setw(3) << row.type << ']'
@@ -70,8 +70,8 @@ class Driver {
   public:
     Driver() : rng_(dxrtest::Seed()) {
         host_.WithPrint();
-        for (std::size_t t = 0; t < kTables; ++t) {
-            for (std::uint32_t i = 0, rows = Below(12) + 1; i < rows; ++i) {
+        for (size_t t = 0; t < kTables; ++t) {
+            for (uint32_t i = 0, rows = Below(12) + 1; i < rows; ++i) {
                 model_.tables[t].push_back(
                     {Below(8), Below(6), Below(4), std::string(Below(30), 'n')});
             }
@@ -103,8 +103,8 @@ class Driver {
     }
 
     void CheckTables() const {
-        for (std::size_t t = 0; t < kTables; ++t) {
-            for (std::size_t i = 0; i < tables_[t].size(); ++i) {
+        for (size_t t = 0; t < kTables; ++t) {
+            for (size_t i = 0; i < tables_[t].size(); ++i) {
                 const DxrSimulateMsg entry = tables_[t][i];
                 const Row &row = model_.tables[t][i];
                 ASSERT_EQ(entry.simulateId, row.id);
@@ -117,11 +117,11 @@ class Driver {
     }
 
   private:
-    std::uint32_t Below(std::uint32_t bound) {
-        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(rng_);
+    uint32_t Below(uint32_t bound) {
+        return std::uniform_int_distribution<uint32_t>(0, bound - 1)(rng_);
     }
 
-    DxrSimulateMsg *Address(const std::optional<std::size_t> &row) {
+    DxrSimulateMsg *Address(const std::optional<size_t> &row) {
         return row ? &tables_[*model_.registered][*row] : nullptr;
     }
 
@@ -133,7 +133,7 @@ class Driver {
         } else {
             model_.registered = Below(kTables);
             auto &table = tables_[*model_.registered];
-            model_.size = Below(static_cast<std::uint32_t>(table.size()) + 1);
+            model_.size = Below(static_cast<uint32_t>(table.size()) + 1);
             DXR_RegisterSimulateMsgMap(table.data(), model_.size);
         }
         ASSERT_EQ(DXR_GetSimulateMsgMapSize(), model_.size);
@@ -142,7 +142,7 @@ class Driver {
     }
 
     void Lookup() {
-        const std::uint32_t key = Below(9);
+        const uint32_t key = Below(9);
         ASSERT_EQ(DXR_GetSimulateMsgBySimluateId(key),
                   Address(model_.First([key](const Row &row) { return row.id == key; })));
         ASSERT_EQ(DXR_GetSimulateMsgByMsgType(key),
@@ -150,8 +150,8 @@ class Driver {
     }
 
     void Set() {
-        const std::uint32_t id = Below(9);
-        const std::uint32_t count = Below(8) == 0 ? static_cast<std::uint32_t>(rng_()) : Below(4);
+        const uint32_t id = Below(9);
+        const uint32_t count = Below(8) == 0 ? static_cast<uint32_t>(rng_()) : Below(4);
         std::ostringstream expected;
         if (const auto at = model_.First([id](const Row &row) { return row.id == id; })) {
             Row &row = model_.tables[*model_.registered][*at];
@@ -162,12 +162,12 @@ class Driver {
             expected << "set simulate msg lost[" << count << "] failed, id[" << id << "]";
         }
         GuardedBuffer buffer(Below(120));
-        DXR_SetSimulateMsgLost(id, count, buffer.Data(), static_cast<std::uint32_t>(buffer.Size()));
+        DXR_SetSimulateMsgLost(id, count, buffer.Data(), static_cast<uint32_t>(buffer.Size()));
         CheckText(buffer, expected.str());
     }
 
     void Lose() {
-        const std::uint32_t type = Below(7);
+        const uint32_t type = Below(7);
         const auto at = model_.First([type](const Row &row) { return row.type == type; });
         const bool lost = at && model_.tables[*model_.registered][*at].lost > 0;
         host_.printed.clear();
@@ -186,7 +186,7 @@ class Driver {
 
     void Display() {
         GuardedBuffer buffer(Below(1200));
-        DXR_DisplaySimulateMsgLost(buffer.Data(), static_cast<std::uint32_t>(buffer.Size()));
+        DXR_DisplaySimulateMsgLost(buffer.Data(), static_cast<uint32_t>(buffer.Size()));
         CheckText(buffer, model_.Display());
     }
 
@@ -206,7 +206,7 @@ class Driver {
 
 TEST(SimulateMessageModel, RandomOperationsAgree) {
     Driver driver;
-    for (std::uint32_t i = 0; i < kOperations && !testing::Test::HasFatalFailure(); ++i) {
+    for (uint32_t i = 0; i < kOperations && !testing::Test::HasFatalFailure(); ++i) {
         driver.Step();
         driver.CheckTables();
     }

@@ -19,12 +19,12 @@ using dxrtest::GuardedBuffer;
 using dxrtest::ScriptedFolder;
 using dxrtest::TestHost;
 
-constexpr std::uint32_t kFound = 0;
-constexpr std::uint32_t kDoesNotFit = 11;
-constexpr std::uint32_t kNothing = 12;
+constexpr uint32_t kFound = 0;
+constexpr uint32_t kDoesNotFit = 11;
+constexpr uint32_t kNothing = 12;
 
 struct Outcome {
-    std::uint32_t result;
+    uint32_t result;
     std::string name;
     bool operator==(const Outcome &) const = default;
 };
@@ -35,7 +35,7 @@ std::vector<unsigned char> Bytes(const std::string &text) {
 
 // The names that matter are those that beat every one before them; the first of them without room
 // ends it.
-Outcome Model(const std::vector<std::string> &names, const std::string &pattern, std::size_t len) {
+Outcome Model(const std::vector<std::string> &names, const std::string &pattern, size_t len) {
     std::string best;
     for (const std::string &name : names) {
         if (name.find(pattern) == std::string::npos || Bytes(name) <= Bytes(best)) {
@@ -51,11 +51,11 @@ Outcome Model(const std::vector<std::string> &names, const std::string &pattern,
 
 class Draw {
   public:
-    explicit Draw(std::uint64_t seed) : engine_(seed) {}
-    std::size_t Below(std::size_t bound) {
-        return std::uniform_int_distribution<std::size_t>(0, bound - 1)(engine_);
+    explicit Draw(uint64_t seed) : engine_(seed) {}
+    size_t Below(size_t bound) {
+        return std::uniform_int_distribution<size_t>(0, bound - 1)(engine_);
     }
-    std::string Name(std::size_t minLength, std::size_t maxLength) {
+    std::string Name(size_t minLength, size_t maxLength) {
         static const std::string letters = "ab.\x01\x7F\x80\xFF";
         std::string name(minLength + Below(maxLength - minLength + 1), '\0');
         std::generate(name.begin(), name.end(), [this] { return letters[Below(letters.size())]; });
@@ -75,7 +75,7 @@ TEST(LatestFileModel, RandomFoldersAgreeWithANaiveSearch) {
         std::vector<std::string> names(draw.Below(8));
         std::generate(names.begin(), names.end(), [&] { return draw.Name(1, 6); });
         const std::string pattern = draw.Name(0, 2);
-        const auto len = static_cast<std::uint32_t>(1 + draw.Below(9));
+        const auto len = static_cast<uint32_t>(1 + draw.Below(9));
 
         host.printed.clear();
         GuardedBuffer buffer(len);

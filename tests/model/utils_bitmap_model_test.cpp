@@ -15,21 +15,21 @@ namespace {
 
 using dxrtest::GuardedWords;
 using Bits = std::vector<bool>;
-using Words = std::vector<std::uint32_t>;
+using Words = std::vector<uint32_t>;
 
-constexpr std::size_t kWordBits = 32;
+constexpr size_t kWordBits = 32;
 
 Words Packed(const Bits &bits) {
     Words words(bits.size() / kWordBits, 0);
-    for (std::size_t i = 0; i < bits.size(); ++i) {
-        words[i / kWordBits] |= bits[i] ? std::uint32_t{1} << (i % kWordBits) : 0;
+    for (size_t i = 0; i < bits.size(); ++i) {
+        words[i / kWordBits] |= bits[i] ? uint32_t{1} << (i % kWordBits) : 0;
     }
     return words;
 }
 
 // A bitmap of the library and its model, changed together.
 struct Pair {
-    Pair(std::uint32_t wordCount, std::size_t start)
+    Pair(uint32_t wordCount, size_t start)
         : bmp(Words(wordCount, 0), start), bits(wordCount * kWordBits, false) {}
 
     GuardedWords bmp;
@@ -38,11 +38,11 @@ struct Pair {
 
 class BitmapModel : public testing::Test {
   protected:
-    std::uint32_t Below(std::size_t bound) { return static_cast<std::uint32_t>(random_() % bound); }
-    std::uint32_t Word() { return static_cast<std::uint32_t>(random_()); }
+    uint32_t Below(size_t bound) { return static_cast<uint32_t>(random_() % bound); }
+    uint32_t Word() { return static_cast<uint32_t>(random_()); }
 
     void SingleBit(Pair &pair) {
-        const std::uint32_t bit = Below(pair.bits.size() + 40);
+        const uint32_t bit = Below(pair.bits.size() + 40);
         const bool inside = bit < pair.bits.size();
         ASSERT_EQ(DXR_IsSetBmp(pair.bmp.Data(), pair.bmp.Size(), bit),
                   inside && pair.bits[bit] ? 1U : 0U);
@@ -58,23 +58,23 @@ class BitmapModel : public testing::Test {
     }
 
     void Field(Pair &pair) {
-        const std::uint32_t start = Below(pair.bits.size() + 40);
-        const std::uint32_t width = Below(36);
-        const std::uint32_t value = Word();
+        const uint32_t start = Below(pair.bits.size() + 40);
+        const uint32_t width = Below(36);
+        const uint32_t value = Word();
         DXR_SetBitField(pair.bmp.Data(), pair.bmp.Size(), value, start, width);
-        const std::size_t written = width == 0          ? kWordBits - start % kWordBits
-                                    : width > kWordBits ? 0
-                                                        : width;
-        for (std::size_t i = 0; i < written && start + i < pair.bits.size(); ++i) {
+        const size_t written = width == 0          ? kWordBits - start % kWordBits
+                               : width > kWordBits ? 0
+                                                   : width;
+        for (size_t i = 0; i < written && start + i < pair.bits.size(); ++i) {
             pair.bits[start + i] = (value >> i & 1) != 0;
         }
 
-        const std::uint32_t readStart = Below(pair.bits.size() + 40);
-        const std::uint32_t readWidth = Below(36);
-        std::uint32_t expected = 0;
-        for (std::size_t i = 0; i < readWidth && readWidth <= kWordBits; ++i) {
+        const uint32_t readStart = Below(pair.bits.size() + 40);
+        const uint32_t readWidth = Below(36);
+        uint32_t expected = 0;
+        for (size_t i = 0; i < readWidth && readWidth <= kWordBits; ++i) {
             if (readStart + i < pair.bits.size() && pair.bits[readStart + i]) {
-                expected |= std::uint32_t{1} << i;
+                expected |= uint32_t{1} << i;
             }
         }
         ASSERT_EQ(DXR_GetBitField(pair.bmp.Data(), pair.bmp.Size(), readStart, readWidth),
@@ -90,18 +90,17 @@ class BitmapModel : public testing::Test {
             case 1: {
                 DXR_InverseBitMap(pair.bmp.Data(), pair.bmp.Size());
                 Bits reversed;
-                for (std::size_t word = pair.bmp.Size(); word-- > 0;) {
-                    const auto first =
-                        pair.bits.begin() + static_cast<std::ptrdiff_t>(word * kWordBits);
+                for (size_t word = pair.bmp.Size(); word-- > 0;) {
+                    const auto first = pair.bits.begin() + static_cast<ptrdiff_t>(word * kWordBits);
                     reversed.insert(reversed.end(), first, first + kWordBits);
                 }
                 pair.bits = reversed;
                 break;
             }
             case 2: {
-                const std::uint32_t count = Below(pair.bits.size() + 40);
+                const uint32_t count = Below(pair.bits.size() + 40);
                 DXR_NegateArray(pair.bmp.Data(), pair.bmp.Size(), count);
-                for (std::size_t i = 0; i < count && i < pair.bits.size(); ++i) {
+                for (size_t i = 0; i < count && i < pair.bits.size(); ++i) {
                     pair.bits[i] = !pair.bits[i];
                 }
                 break;
@@ -116,11 +115,11 @@ class BitmapModel : public testing::Test {
     }
 
     void Combine(Pair &dst, Pair &src) {
-        const std::uint32_t choice = Below(4);
+        const uint32_t choice = Below(4);
         constexpr decltype(&DXR_OrBmp) kOperations[] = {DXR_OrBmp, DXR_AndBmp, DXR_XorBmp,
                                                         DXR_BitmapCopy};
         kOperations[choice](dst.bmp.Data(), src.bmp.Data(), dst.bmp.Size());
-        for (std::size_t i = 0; i < dst.bits.size(); ++i) {
+        for (size_t i = 0; i < dst.bits.size(); ++i) {
             const bool d = dst.bits[i];
             const bool s = src.bits[i];
             dst.bits[i] = choice == 0 ? d || s : choice == 1 ? d && s : choice == 2 ? d != s : s;
@@ -134,8 +133,7 @@ class BitmapModel : public testing::Test {
         ASSERT_EQ(DXR_CountValidBitOfArray(pair.bmp.Data(), pair.bmp.Size()),
                   std::count(pair.bits.begin(), pair.bits.end(), true));
         const auto zeroWords = std::count(words.begin(), words.end(), 0U);
-        const auto nonZero =
-            static_cast<std::uint32_t>(words.size()) - static_cast<std::uint32_t>(zeroWords);
+        const auto nonZero = static_cast<uint32_t>(words.size()) - static_cast<uint32_t>(zeroWords);
         ASSERT_EQ(DXR_GetNonZeroCntInArray(pair.bmp.Data(), pair.bmp.Size()), nonZero);
         ASSERT_EQ(DXR_IsZeroBmp(pair.bmp.Data(), pair.bmp.Size()), nonZero == 0 ? 1U : 0U);
     }
@@ -144,9 +142,9 @@ class BitmapModel : public testing::Test {
     static std::string TextModel(const Bits &bits) {
         std::string text;
         const Words words = Packed(bits);
-        for (std::size_t i = words.size(); i-- > 1;) {
+        for (size_t i = words.size(); i-- > 1;) {
             std::string digits;
-            for (std::uint32_t rest = words[i]; rest != 0; rest /= 16) {
+            for (uint32_t rest = words[i]; rest != 0; rest /= 16) {
                 digits.insert(digits.begin(), "0123456789abcdef"[rest % 16]);
             }
             text += "0x" + (digits.empty() ? "0" : digits) + " ";
@@ -156,7 +154,7 @@ class BitmapModel : public testing::Test {
 
     void Text(Pair &pair) {
         const std::string whole = TextModel(pair.bits);
-        const std::uint32_t room = 1 + Below(whole.size() + 10);
+        const uint32_t room = 1 + Below(whole.size() + 10);
         dxrtest::GuardedBuffer buffer(room);
         DXR_GetBitMapStr(pair.bmp.Data(), pair.bmp.Size(), buffer.Data(), room);
         ASSERT_EQ(buffer.Text(), whole.substr(0, room - 1));
@@ -169,7 +167,7 @@ class BitmapModel : public testing::Test {
 
 TEST_F(BitmapModel, RandomOperationsAgreeWithSingleBits) {
     for (int round = 0; round < 200; ++round) {
-        const std::uint32_t wordCount = Below(12);
+        const uint32_t wordCount = Below(12);
         Pair pairs[] = {Pair(wordCount, Below(4)), Pair(wordCount, Below(4))};
         for (int step = 0; step < 100; ++step) {
             Pair &pair = pairs[Below(2)];

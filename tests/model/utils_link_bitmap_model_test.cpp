@@ -15,27 +15,27 @@
 
 namespace {
 
-constexpr std::size_t kLineLength = 1023;
+constexpr size_t kLineLength = 1023;
 
 struct Model {
-    std::uint32_t chips;
-    std::uint32_t row;                                        // links a row has room for
-    std::set<std::pair<std::uint32_t, std::uint32_t>> links;  // chip, link
+    uint32_t chips;
+    uint32_t row;                                   // links a row has room for
+    std::set<std::pair<uint32_t, uint32_t>> links;  // chip, link
 
-    void Save(std::uint32_t chip, std::uint32_t link) {
+    void Save(uint32_t chip, uint32_t link) {
         if (chip < chips && link < row) {
             links.emplace(chip, link);
         }
     }
 
-    [[nodiscard]] std::string ChipText(std::uint32_t chip) const {
-        std::uint32_t valid = 0;
+    [[nodiscard]] std::string ChipText(uint32_t chip) const {
+        uint32_t valid = 0;
         std::string digits;  // of the whole row as one number
-        for (std::uint32_t nibble = row / 4; nibble-- > 0;) {
-            std::uint32_t digit = 0;
-            for (std::uint32_t bit = 0; bit < 4; ++bit) {
+        for (uint32_t nibble = row / 4; nibble-- > 0;) {
+            uint32_t digit = 0;
+            for (uint32_t bit = 0; bit < 4; ++bit) {
                 if (links.count({chip, nibble * 4 + bit}) != 0) {
-                    digit += std::uint32_t{1} << bit;
+                    digit += uint32_t{1} << bit;
                     ++valid;
                 }
             }
@@ -50,7 +50,7 @@ struct Model {
 
     [[nodiscard]] std::string Text() const {
         std::string text;
-        for (std::uint32_t chip = 0; chip < chips; ++chip) {
+        for (uint32_t chip = 0; chip < chips; ++chip) {
             text += ChipText(chip);
         }
         return text;
@@ -59,17 +59,17 @@ struct Model {
 
 class LinkBitMapModel : public testing::Test {
   protected:
-    std::uint32_t Below(std::size_t bound) { return static_cast<std::uint32_t>(random_() % bound); }
+    uint32_t Below(size_t bound) { return static_cast<uint32_t>(random_() % bound); }
 
     void SaveSome(DxrLinkBitMap *map, Model &model) {
-        for (std::uint32_t step = Below(200); step > 0; --step) {
+        for (uint32_t step = Below(200); step > 0; --step) {
             if (Below(2) == 0) {
-                const std::uint32_t chip = Below(model.chips + 2);
-                const std::uint32_t link = Below(model.row + 40);
+                const uint32_t chip = Below(model.chips + 2);
+                const uint32_t link = Below(model.row + 40);
                 DXR_SaveLinkToBitMap(map, chip, link);
                 model.Save(chip, link);
             } else {
-                const std::uint32_t absolute = Below(model.chips * model.chips + 10);
+                const uint32_t absolute = Below(model.chips * model.chips + 10);
                 DXR_SaveLinkToBitMapByAbsLinkId(map, absolute);
                 model.Save(absolute / model.chips, absolute % model.chips);
             }
@@ -77,7 +77,7 @@ class LinkBitMapModel : public testing::Test {
     }
 
     void CheckFill(const DxrLinkBitMap *map, const std::string &whole) {
-        const std::uint32_t room = 1 + Below(whole.size() + 20);
+        const uint32_t room = 1 + Below(whole.size() + 20);
         dxrtest::GuardedBuffer buffer(room);
         DXR_FillLinkBitMapToBuf(map, buffer.Data(), room);
         ASSERT_EQ(buffer.Text(), whole.substr(0, room - 1));
@@ -103,8 +103,8 @@ TEST_F(LinkBitMapModel, RandomMapsAgreeWithASetOfLinks) {
     for (int round = 0; round < 300; ++round) {
         dxrtest::TestHost host;
         host.WithMemory().WithPrint();
-        const std::uint32_t chips = 1 + Below(20);
-        const std::uint32_t links = 1 + Below(150);
+        const uint32_t chips = 1 + Below(20);
+        const uint32_t links = 1 + Below(150);
         DxrLinkBitMap *map = DXR_CreateLinkBitMap(chips, links);
         ASSERT_NE(map, nullptr);
         Model model = {chips, (links + 31) / 32 * 32, {}};

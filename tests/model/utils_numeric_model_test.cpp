@@ -17,21 +17,18 @@ constexpr int kRounds = 20'000;
 
 class NumericModel : public testing::Test {
   protected:
-    std::uint32_t Below(std::uint32_t bound) {
-        return static_cast<std::uint32_t>(random_() % bound);
-    }
+    uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
     // Of any magnitude, as likely short as long.
-    std::uint64_t Value64() { return random_() >> Below(64); }
-    std::uint32_t Value32() { return static_cast<std::uint32_t>(random_()) >> Below(32); }
+    uint64_t Value64() { return random_() >> Below(64); }
+    uint32_t Value32() { return static_cast<uint32_t>(random_()) >> Below(32); }
     // Near enough to all others for a difference of two to fit.
-    std::int32_t Element() {
-        constexpr std::int32_t kBound = 1 << 30;
-        const std::uint32_t magnitude = static_cast<std::uint32_t>(kBound) >> Below(30);
-        return static_cast<std::int32_t>(Below(2 * magnitude)) -
-               static_cast<std::int32_t>(magnitude);
+    int32_t Element() {
+        constexpr int32_t kBound = 1 << 30;
+        const uint32_t magnitude = static_cast<uint32_t>(kBound) >> Below(30);
+        return static_cast<int32_t>(Below(2 * magnitude)) - static_cast<int32_t>(magnitude);
     }
-    std::vector<std::int32_t> Elements(std::size_t count) {
-        std::vector<std::int32_t> elements(count);
+    std::vector<int32_t> Elements(size_t count) {
+        std::vector<int32_t> elements(count);
         std::generate(elements.begin(), elements.end(), [this] { return Element(); });
         return elements;
     }
@@ -51,9 +48,9 @@ Number BytesReversed(Number value) {
 
 TEST_F(NumericModel, SortsAgreeWithASortOfValues) {
     for (int round = 0; round < 500; ++round) {
-        std::vector<std::int32_t> sorted = Elements(Below(200));
-        std::vector<std::int32_t> actual = sorted;
-        const auto count = static_cast<std::uint32_t>(actual.size());
+        std::vector<int32_t> sorted = Elements(Below(200));
+        std::vector<int32_t> actual = sorted;
+        const auto count = static_cast<uint32_t>(actual.size());
         std::sort(sorted.begin(), sorted.end());
         if (count == 0) {
             continue;
@@ -69,75 +66,74 @@ TEST_F(NumericModel, SortsAgreeWithASortOfValues) {
 
 TEST_F(NumericModel, ComparatorsAgreeWith64BitDifferences) {
     for (int round = 0; round < kRounds; ++round) {
-        const std::int32_t a = Element();
-        const std::int32_t b = Element();
-        ASSERT_EQ(DXR_AscendCmp(&a, &b), std::int64_t{a} - b);
-        ASSERT_EQ(DXR_DescendCmp(&a, &b), std::int64_t{b} - a);
+        const int32_t a = Element();
+        const int32_t b = Element();
+        ASSERT_EQ(DXR_AscendCmp(&a, &b), int64_t{a} - b);
+        ASSERT_EQ(DXR_DescendCmp(&a, &b), int64_t{b} - a);
     }
 }
 
 TEST_F(NumericModel, FindAgreesWithTheFirstOccurrence) {
     for (int round = 0; round < kRounds; ++round) {
-        std::vector<std::uint32_t> values(Below(60));
+        std::vector<uint32_t> values(Below(60));
         std::generate(values.begin(), values.end(), [this] { return Below(30); });
-        const std::uint32_t wanted = Below(30);
+        const uint32_t wanted = Below(30);
         const auto at = std::find(values.begin(), values.end(), wanted);
         const auto expected =
-            at == values.end() ? 0xFFFFFFFF : static_cast<std::uint32_t>(at - values.begin());
-        ASSERT_EQ(DXR_Find(values.data(), wanted, static_cast<std::uint32_t>(values.size())),
-                  expected);
+            at == values.end() ? 0xFFFFFFFF : static_cast<uint32_t>(at - values.begin());
+        ASSERT_EQ(DXR_Find(values.data(), wanted, static_cast<uint32_t>(values.size())), expected);
     }
 }
 
 TEST_F(NumericModel, AveragesAgreeWith64BitMeans) {
     for (int round = 0; round < kRounds; ++round) {
-        std::vector<std::int32_t> values(1 + Below(50));
+        std::vector<int32_t> values(1 + Below(50));
         std::generate(values.begin(), values.end(), [this] { return Element() / 64; });
-        const std::int64_t sum = std::accumulate(values.begin(), values.end(), std::int64_t{0});
-        ASSERT_EQ(DXR_Avg(values.data(), static_cast<std::uint32_t>(values.size())),
-                  sum / static_cast<std::int64_t>(values.size()));
+        const int64_t sum = std::accumulate(values.begin(), values.end(), int64_t{0});
+        ASSERT_EQ(DXR_Avg(values.data(), static_cast<uint32_t>(values.size())),
+                  sum / static_cast<int64_t>(values.size()));
     }
 }
 
 // Where nothing wraps, the fraction is what long division on paper writes behind the point.
 TEST_F(NumericModel, DecimalsAgreeWithLongDivision) {
     for (int round = 0; round < kRounds; ++round) {
-        const std::uint32_t decimals = Below(10);
-        std::uint64_t scale = 1;
-        for (std::uint32_t i = 0; i < decimals; ++i) {
+        const uint32_t decimals = Below(10);
+        uint64_t scale = 1;
+        for (uint32_t i = 0; i < decimals; ++i) {
             scale *= 10;
         }
-        const std::uint32_t dividend = Below(static_cast<std::uint32_t>(0xFFFFFFFF / scale));
-        const std::uint32_t divisor = 1 + Value32() / 2;
+        const uint32_t dividend = Below(static_cast<uint32_t>(0xFFFFFFFF / scale));
+        const uint32_t divisor = 1 + Value32() / 2;
 
-        std::uint64_t remainder = dividend % divisor;
-        std::uint64_t digits = 0;
-        for (std::uint32_t i = 0; i < decimals; ++i) {
+        uint64_t remainder = dividend % divisor;
+        uint64_t digits = 0;
+        for (uint32_t i = 0; i < decimals; ++i) {
             remainder *= 10;
             digits = digits * 10 + remainder / divisor;
             remainder %= divisor;
         }
-        std::uint32_t fraction = 0;
+        uint32_t fraction = 0;
         ASSERT_EQ(DXR_Div(dividend, divisor, decimals, &fraction), dividend / divisor);
         ASSERT_EQ(fraction, digits) << dividend << " / " << divisor << ", " << decimals;
     }
 }
 
 TEST_F(NumericModel, DecimalsWrapAsInWideArithmeticCutTo32Bits) {
-    constexpr std::uint64_t kModulus = std::uint64_t{1} << 32;
+    constexpr uint64_t kModulus = uint64_t{1} << 32;
     for (int round = 0; round < kRounds; ++round) {
-        const std::uint32_t decimals = Below(14);
-        std::uint64_t scale = 1;
-        for (std::uint32_t i = 0; i < decimals; ++i) {
+        const uint32_t decimals = Below(14);
+        uint64_t scale = 1;
+        for (uint32_t i = 0; i < decimals; ++i) {
             scale *= 10;
         }
         scale = std::min(scale, kModulus - 1);
-        const std::uint32_t dividend = Value32();
-        const std::uint32_t divisor = 1 + Value32() / 2;
-        const std::uint64_t scaled = scale * dividend % kModulus / divisor;
-        const std::uint64_t whole = scale * (dividend / divisor) % kModulus;
+        const uint32_t dividend = Value32();
+        const uint32_t divisor = 1 + Value32() / 2;
+        const uint64_t scaled = scale * dividend % kModulus / divisor;
+        const uint64_t whole = scale * (dividend / divisor) % kModulus;
 
-        std::uint32_t fraction = 0;
+        uint32_t fraction = 0;
         ASSERT_EQ(DXR_Div(dividend, divisor, decimals, &fraction), dividend / divisor);
         ASSERT_EQ(fraction, (scaled + kModulus - whole) % kModulus)
             << dividend << " / " << divisor << ", " << decimals;
@@ -146,22 +142,22 @@ TEST_F(NumericModel, DecimalsWrapAsInWideArithmeticCutTo32Bits) {
 
 TEST_F(NumericModel, PercentagesWrapAsInWideArithmeticCutTo32Bits) {
     for (int round = 0; round < kRounds; ++round) {
-        const std::uint32_t part = Value32();
-        const std::uint32_t total = 1 + Value32() / 2;
-        const std::uint64_t product = std::uint64_t{part} * 100 % (std::uint64_t{1} << 32);
+        const uint32_t part = Value32();
+        const uint32_t total = 1 + Value32() / 2;
+        const uint64_t product = uint64_t{part} * 100 % (uint64_t{1} << 32);
         ASSERT_EQ(DXR_CalPercentage(part, total), product / total) << part << " of " << total;
     }
 }
 
 TEST_F(NumericModel, RatesKeepTheirLeadingDigits) {
     for (int round = 0; round < kRounds; ++round) {
-        const std::uint64_t before = Value64();
-        std::uint64_t rate = before;
-        std::uint32_t unit = 77;
+        const uint64_t before = Value64();
+        uint64_t rate = before;
+        uint32_t unit = 77;
         DXR_ConvertRateUnit(&rate, &unit);
         ASSERT_EQ(unit, before > 1'000'000'000 ? 2U : before > 1'000'000 ? 1U : 0U) << before;
-        std::uint64_t divisor = 1'000;
-        for (std::uint32_t i = 0; i < unit; ++i) {
+        uint64_t divisor = 1'000;
+        for (uint32_t i = 0; i < unit; ++i) {
             divisor *= 1'000;
         }
         ASSERT_LE(rate * divisor, before) << before;
@@ -171,9 +167,9 @@ TEST_F(NumericModel, RatesKeepTheirLeadingDigits) {
 
 TEST_F(NumericModel, ByteOrderAgreesWithReversedBytes) {
     for (int round = 0; round < kRounds; ++round) {
-        const std::uint64_t value = Value64();
-        const auto value32 = static_cast<std::uint32_t>(value);
-        const auto value16 = static_cast<std::uint16_t>(value);
+        const uint64_t value = Value64();
+        const auto value32 = static_cast<uint32_t>(value);
+        const auto value16 = static_cast<uint16_t>(value);
         ASSERT_EQ(DXR_NTOHLL(value), BytesReversed(value));
         ASSERT_EQ(DXR_NTOHL(value32), BytesReversed(value32));
         ASSERT_EQ(DXR_HTONL(value32), BytesReversed(value32));
@@ -186,11 +182,11 @@ TEST_F(NumericModel, ByteOrderAgreesWithReversedBytes) {
 
 TEST_F(NumericModel, FlippedBytesAreDealtOutOneByOne) {
     for (int round = 0; round < kRounds; ++round) {
-        const std::uint64_t value = Value64();
-        const std::uint32_t byteCount = Below(40);
-        std::uint64_t expected = 0;
-        for (std::uint32_t i = 0; i < byteCount; ++i) {
-            const std::uint64_t byte = value >> (8 * i % 64) & 0xFF;
+        const uint64_t value = Value64();
+        const uint32_t byteCount = Below(40);
+        uint64_t expected = 0;
+        for (uint32_t i = 0; i < byteCount; ++i) {
+            const uint64_t byte = value >> (8 * i % 64) & 0xFF;
             expected |= byte << (8 * (byteCount - 1 - i) % 64);
         }
         ASSERT_EQ(DXR_FlipBit(value, byteCount), expected) << value << ' ' << byteCount;

@@ -16,13 +16,13 @@
 
 namespace dxrtest {
 
-constexpr std::size_t kSlotCount = 226;
-constexpr std::size_t kTableBytes = 1808;
+constexpr size_t kSlotCount = 226;
+constexpr size_t kTableBytes = 1808;
 
 struct Group {
     std::string_view name;
-    std::size_t first;
-    std::size_t size;
+    size_t first;
+    size_t size;
 };
 
 constexpr Group kGroups[] = {
@@ -43,10 +43,10 @@ struct Outcome {
 constexpr Outcome Nothing() {
     return {"void"};
 }
-constexpr Outcome U32(std::uint32_t fallback) {
+constexpr Outcome U32(uint32_t fallback) {
     return {"u32", fallback};
 }
-constexpr Outcome U64(std::uint64_t fallback) {
+constexpr Outcome U64(uint64_t fallback) {
     return {"u64", fallback};
 }
 constexpr Outcome Null() {
@@ -63,28 +63,28 @@ enum class Use {
 };
 
 struct FixedArgument {
-    std::size_t position;
+    size_t position;
     Word value;
 };
 
 struct Slot {
     Use use;
     std::string_view group;
-    std::size_t index;
+    size_t index;
     std::string_view name;  // the exported function's, or the member's where there is none
     std::string_view arguments;
     Outcome outcome;
-    std::size_t declaredOffset;
+    size_t declaredOffset;
     Binding binding;
     std::vector<FixedArgument> fixed = {};  // any other value is refused before the slot is read
 
-    [[nodiscard]] Slot With(std::size_t position, Word value) const {
+    [[nodiscard]] Slot With(size_t position, Word value) const {
         Slot slot = *this;
         slot.fixed.push_back({position, value});
         return slot;
     }
 
-    [[nodiscard]] std::size_t Absolute() const {
+    [[nodiscard]] size_t Absolute() const {
         for (const Group &candidate : kGroups) {
             if (candidate.name == group) {
                 return candidate.first + index;

@@ -15,17 +15,17 @@
 
 namespace dxrtest {
 
-using Word = std::uint64_t;
-constexpr std::size_t kMaxArguments = 7;
+using Word = uint64_t;
+constexpr size_t kMaxArguments = 7;
 using Words = std::array<Word, kMaxArguments>;
 
 // A slot's content, whatever its type.
 using Hook = void (*)();
 
 struct Recorder {
-    std::size_t calls = 0;
+    size_t calls = 0;
     Hook called = nullptr;  // the hook of the last call
-    std::size_t arity = 0;
+    size_t arity = 0;
     Words arguments = {};
     Word result = 0;  // what the hooks answer
 };
@@ -43,13 +43,13 @@ template <typename T>
 constexpr std::string_view TypeName() {
     if constexpr (std::is_void_v<T>) {
         return "void";
-    } else if constexpr (std::is_pointer_v<T> || std::is_same_v<T, std::uint64_t>) {
+    } else if constexpr (std::is_pointer_v<T> || std::is_same_v<T, uint64_t>) {
         return "p";
-    } else if constexpr (std::is_same_v<T, std::uint32_t>) {
+    } else if constexpr (std::is_same_v<T, uint32_t>) {
         return "u32";
-    } else if constexpr (std::is_same_v<T, std::uint16_t>) {
+    } else if constexpr (std::is_same_v<T, uint16_t>) {
         return "u16";
-    } else if constexpr (std::is_same_v<T, std::uint8_t>) {
+    } else if constexpr (std::is_same_v<T, uint8_t>) {
         return "u8";
     } else {
         return "?";
@@ -58,7 +58,7 @@ constexpr std::string_view TypeName() {
 
 template <typename T>
 constexpr std::string_view ResultName() {
-    return std::is_same_v<T, std::uint64_t> ? "u64" : TypeName<T>();
+    return std::is_same_v<T, uint64_t> ? "u64" : TypeName<T>();
 }
 
 template <typename T>
@@ -94,7 +94,7 @@ struct Typed<Function> {
         return CallWith(words, std::index_sequence_for<Args...>());
     }
 
-    template <std::size_t... I>
+    template <size_t... I>
     static Word CallWith([[maybe_unused]] const Words &words, std::index_sequence<I...>) {
         if constexpr (std::is_void_v<Result>) {
             Function(FromWord<Args>(words[I])...);

@@ -47,17 +47,17 @@ RawTable Registered() {
     return std::bit_cast<RawTable>(g_dxrHooks);
 }
 
-std::multiset<std::size_t> g_wronglyCalled;
+std::multiset<size_t> g_wronglyCalled;
 
 // A hook for slots that must not be called. It takes nothing and answers with a pattern; that
 // suffices to see a wrong call, whatever the slot's type.
-template <std::size_t kAbsolute>
+template <size_t kAbsolute>
 Word WrongSlot() {
     g_wronglyCalled.insert(kAbsolute);
     return 0xDEADDEADDEADDEAD;
 }
 
-template <std::size_t... kAbsolute>
+template <size_t... kAbsolute>
 RawTable WrongSlots(std::index_sequence<kAbsolute...>) {
     return {reinterpret_cast<Hook>(&WrongSlot<kAbsolute>)...};
 }
@@ -82,7 +82,7 @@ RawTable TrapsBut(const Slot &slot, Hook hook) {
 
 std::string DescribeWrongCalls() {
     std::string text;
-    for (const std::size_t absolute : g_wronglyCalled) {
+    for (const size_t absolute : g_wronglyCalled) {
         text += "slot " + std::to_string(absolute) + " was called; ";
     }
     return text;
@@ -94,7 +94,7 @@ std::vector<std::string> ArgumentTypes(const Slot &slot) {
     std::vector<std::string> types;
     std::string_view rest = slot.arguments;
     while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(", "), rest.size());
+        const size_t end = std::min(rest.find(", "), rest.size());
         types.emplace_back(rest.substr(0, end));
         rest.remove_prefix(std::min(end + 2, rest.size()));
     }
@@ -113,7 +113,7 @@ Word Mask(std::string_view type) {
 
 Words Narrowed(const Slot &slot, Words words) {
     const std::vector<std::string> types = ArgumentTypes(slot);
-    for (std::size_t i = 0; i < words.size(); ++i) {
+    for (size_t i = 0; i < words.size(); ++i) {
         words[i] = i < types.size() ? words[i] & Mask(types[i]) : 0;
     }
     for (const FixedArgument &fixed : slot.fixed) {
@@ -125,7 +125,7 @@ Words Narrowed(const Slot &slot, Words words) {
 // The top bit of every width is set and all bytes differ from position to position.
 Words Sentinels(const Slot &slot) {
     Words words = {};
-    for (std::size_t i = 0; i < words.size(); ++i) {
+    for (size_t i = 0; i < words.size(); ++i) {
         words[i] = 0xF0E1D2C3B4A59680 + 0x0101010101010101 * i;
     }
     return Narrowed(slot, words);
@@ -142,7 +142,7 @@ class PointedMemory {
   public:
     explicit PointedMemory(const Slot &slot) : words_(Sentinels(slot)) {
         const std::vector<std::string> types = ArgumentTypes(slot);
-        for (std::size_t i = 0; i < blocks_.size(); ++i) {
+        for (size_t i = 0; i < blocks_.size(); ++i) {
             blocks_[i].fill(kPattern);
             if (i < types.size() && types[i] == "p") {
                 words_[i] = reinterpret_cast<Word>(blocks_[i].data() + kBlockSize / 2);
@@ -161,7 +161,7 @@ class PointedMemory {
     }
 
   private:
-    static constexpr std::size_t kBlockSize = 256;
+    static constexpr size_t kBlockSize = 256;
     static constexpr unsigned char kPattern = 0x5B;
     using Block = std::array<unsigned char, kBlockSize>;
     std::array<Block, kMaxArguments> blocks_ = {};
@@ -189,15 +189,15 @@ Word RecordWords(Each... words) {
     return g_recorder.result;
 }
 
-template <std::size_t>
+template <size_t>
 using WordAt = Word;
 
-template <std::size_t... I>
+template <size_t... I>
 Hook WordHookOf(std::index_sequence<I...>) {
     return reinterpret_cast<Hook>(&RecordWords<WordAt<I>...>);
 }
 
-Hook WordHook(std::size_t arity) {
+Hook WordHook(size_t arity) {
     const std::array<Hook, kMaxArguments + 1> byArity = {
         WordHookOf(std::make_index_sequence<0>()), WordHookOf(std::make_index_sequence<1>()),
         WordHookOf(std::make_index_sequence<2>()), WordHookOf(std::make_index_sequence<3>()),
@@ -380,7 +380,7 @@ class Table : public SlotFixture, public testing::Test {
 };
 
 TEST_F(Table, ListNamesEachSlotOnce) {
-    std::multiset<std::size_t> places;
+    std::multiset<size_t> places;
     std::set<std::string_view> names;
     for (const Slot &slot : ExpectedSlots()) {
         places.insert(slot.Absolute());
@@ -390,7 +390,7 @@ TEST_F(Table, ListNamesEachSlotOnce) {
         }
     }
     EXPECT_EQ(kSlotCount, ExpectedSlots().size());
-    for (std::size_t place = 0; place < kSlotCount; ++place) {
+    for (size_t place = 0; place < kSlotCount; ++place) {
         EXPECT_EQ(1U, places.count(place)) << "absolute slot " << place;
     }
     EXPECT_EQ(216U, SlotsOf(Use::kDispatched).size());
@@ -399,7 +399,7 @@ TEST_F(Table, ListNamesEachSlotOnce) {
 }
 
 TEST_F(Table, GroupsFollowEachOther) {
-    std::size_t next = 0;
+    size_t next = 0;
     for (const Group &group : kGroups) {
         EXPECT_EQ(next, group.first) << group.name;
         next += group.size;
@@ -414,7 +414,7 @@ TEST_F(Table, GroupsFollowEachOther) {
 }
 
 template <typename GroupHooks>
-void ExpectGroup(std::string_view name, GroupHooks *(*getter)(), std::size_t declaredOffset) {
+void ExpectGroup(std::string_view name, GroupHooks *(*getter)(), size_t declaredOffset) {
     SCOPED_TRACE(name);
     const auto *group = std::find_if(std::begin(kGroups), std::end(kGroups),
                                      [name](const Group &each) { return each.name == name; });
@@ -455,7 +455,7 @@ TEST_F(Table, GettersPointAtTheirGroups) {
 
 // Hooks that are not called with an exported function's own arguments: naming the form accepts only
 // it.
-void ExpectPrintForm(void (*)(std::uint32_t, const char *, ...)) {
+void ExpectPrintForm(void (*)(uint32_t, const char *, ...)) {
 }
 template <typename Result>
 void ExpectPrivateLogForm(Result (*)(const char *, const char *, ...)) {
@@ -473,7 +473,7 @@ TEST_F(Table, HooksOfSlotsWithOwnRulesHaveTheirForms) {
 
 // The exported functions with logic of their own that build on the dispatchers.
 void CallFunctionsWithOwnLogic() {
-    std::array<std::uint32_t, 8> record = {};
+    std::array<uint32_t, 8> record = {};
     std::array<char, 64> text = {};
     DXR_Register(record.data());
     static_cast<void>(DXR_SelectDbRecord(record.data(), &record[7]));

@@ -11,19 +11,19 @@ namespace dxrtest {
 
 // What lies `offset` bytes into the object.
 template <typename T>
-T FieldAt(const void *object, std::size_t offset) {
+T FieldAt(const void *object, size_t offset) {
     T value{};
     std::memcpy(&value, static_cast<const unsigned char *>(object) + offset, sizeof(value));
     return value;
 }
 
 template <typename T>
-void SetFieldAt(void *object, std::size_t offset, const T &value) {
+void SetFieldAt(void *object, size_t offset, const T &value) {
     std::memcpy(static_cast<unsigned char *>(object) + offset, &value, sizeof(value));
 }
 
 // The function in a slot of the object's virtual table.
-inline const void *VirtualSlot(const void *object, std::size_t slot) {
+inline const void *VirtualSlot(const void *object, size_t slot) {
     return FieldAt<const void *const *>(object, 0)[slot];
 }
 

@@ -6,21 +6,21 @@
 #include <cstdint>
 #include <vector>
 
-#include "internal/cpu_features.h"
+#include "kernels/cpu_features.h"
 
 namespace dxrtest {
 
 // Nothing, AVX2 alone, and all that this processor has.
-inline std::vector<std::uint32_t> CpuLevels() {
+inline std::vector<uint32_t> CpuLevels() {
     namespace cpu = dxr::cpu_features;
-    const std::uint32_t all = cpu::Ask();
+    const uint32_t all = cpu::Ask();
     return {cpu::kAsked, all & (cpu::kAsked | cpu::kAvx2), all};
 }
 
 // While it lives, the processor is taken to have this level.
 class CpuLevel {
   public:
-    explicit CpuLevel(std::uint32_t level) { dxr::cpu_features::g_known = level; }
+    explicit CpuLevel(uint32_t level) { dxr::cpu_features::g_known = level; }
     ~CpuLevel() { dxr::cpu_features::g_known = 0; }
     CpuLevel(const CpuLevel &) = delete;
     CpuLevel &operator=(const CpuLevel &) = delete;

@@ -66,8 +66,8 @@ FileSandbox::~FileSandbox() {
     std::filesystem::remove_all(top_, ignored);
 }
 
-void FileSandbox::Fail(const std::string &function, int error, std::uint64_t n) {
-    const std::uint64_t call = counts_[function] + n;
+void FileSandbox::Fail(const std::string &function, int error, uint64_t n) {
+    const uint64_t call = counts_[function] + n;
     failures_[function] = {call, call, error};
 }
 
@@ -75,7 +75,7 @@ void FileSandbox::FailAll(const std::string &function, int error) {
     failures_[function] = {counts_[function] + 1, UINT64_MAX, error};
 }
 
-std::uint64_t FileSandbox::Count(const std::string &function) const {
+uint64_t FileSandbox::Count(const std::string &function) const {
     const auto found = counts_.find(function);
     return found != counts_.end() ? found->second : 0;
 }
@@ -108,7 +108,7 @@ std::optional<std::string> FileSandbox::Content(const std::string &name) const {
     std::string content;
     std::array<char, 4096> block;
     for (ssize_t got = 0; (got = ::read(file, block.data(), block.size())) > 0;) {
-        content.append(block.data(), static_cast<std::size_t>(got));
+        content.append(block.data(), static_cast<size_t>(got));
     }
     ::close(file);
     return content;
@@ -128,7 +128,7 @@ bool FileSandbox::Enter(const char *function, const std::string &arguments) {
         return false;
     }
     log_.push_back(arguments.empty() ? function : function + (" " + arguments));
-    const std::uint64_t call = ++counts_[function];
+    const uint64_t call = ++counts_[function];
     const auto failure = failures_.find(function);
     if (failure == failures_.end() || call < failure->second.first || call > failure->second.last) {
         return false;
@@ -245,8 +245,8 @@ char *realpath(const char *path, char *resolved) noexcept {
 }
 
 // The name a fortified build calls.
-char *__realpath_chk(const char *path, char *resolved, std::size_t size) noexcept;
-char *__realpath_chk(const char *path, char *resolved, std::size_t size) noexcept {
+char *__realpath_chk(const char *path, char *resolved, size_t size) noexcept;
+char *__realpath_chk(const char *path, char *resolved, size_t size) noexcept {
     if (resolved != nullptr && size < PATH_MAX) {
         std::abort();
     }
@@ -287,9 +287,8 @@ int fseek(std::FILE *stream, long offset, int whence) {
     return next(stream, offset, whence);
 }
 
-std::size_t fread(void *block, std::size_t size, std::size_t count, std::FILE *stream) {
-    static const auto next =
-        Next<std::size_t(void *, std::size_t, std::size_t, std::FILE *)>("fread");
+size_t fread(void *block, size_t size, size_t count, std::FILE *stream) {
+    static const auto next = Next<size_t(void *, size_t, size_t, std::FILE *)>("fread");
     dxrtest::FileSandbox *const sandbox = FileCalls::Of(stream);
     if (sandbox == nullptr) {
         return next(block, size, count, stream);
@@ -304,9 +303,8 @@ std::size_t fread(void *block, std::size_t size, std::size_t count, std::FILE *s
     return next(block, size, count, stream);
 }
 
-std::size_t fwrite(const void *block, std::size_t size, std::size_t count, std::FILE *stream) {
-    static const auto next =
-        Next<std::size_t(const void *, std::size_t, std::size_t, std::FILE *)>("fwrite");
+size_t fwrite(const void *block, size_t size, size_t count, std::FILE *stream) {
+    static const auto next = Next<size_t(const void *, size_t, size_t, std::FILE *)>("fwrite");
     dxrtest::FileSandbox *const sandbox = FileCalls::Of(stream);
     if (sandbox != nullptr && FileCalls::Fails(sandbox, "fwrite", size * count)) {
         FileCalls::Break(sandbox, stream);

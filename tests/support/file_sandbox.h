@@ -33,16 +33,16 @@ class FileSandbox {
     FileSandbox &operator=(const FileSandbox &) = delete;
 
     // The n-th call of `function` from now on (1: the next one) fails with `error`, once.
-    void Fail(const std::string &function, int error, std::uint64_t n = 1);
+    void Fail(const std::string &function, int error, uint64_t n = 1);
     // Every call of `function` from now on fails.
     void FailAll(const std::string &function, int error);
     // Stands for fread: gets the block and the bytes wanted, gives the bytes read.
-    std::function<std::size_t(void *, std::size_t)> readInstead;
+    std::function<size_t(void *, size_t)> readInstead;
     // Off: calls still go to the temporary directory, but none is logged, counted or made to fail.
     bool watching = true;
 
-    [[nodiscard]] std::uint64_t Count(const std::string &function) const;
-    [[nodiscard]] std::size_t OpenStreams() const { return streams_.size(); }
+    [[nodiscard]] uint64_t Count(const std::string &function) const;
+    [[nodiscard]] size_t OpenStreams() const { return streams_.size(); }
 
     // Where a path below kRoot lies on the disk; other paths as they are. Never logged.
     [[nodiscard]] std::string OnDisk(const std::string &path) const;
@@ -59,8 +59,8 @@ class FileSandbox {
     friend struct FileCalls;
 
     struct Failure {
-        std::uint64_t first;
-        std::uint64_t last;
+        uint64_t first;
+        uint64_t last;
         int error;
     };
     // Counts and logs a call; true when it is to fail, errno is then set.
@@ -69,7 +69,7 @@ class FileSandbox {
 
     std::vector<std::string> &log_;
     std::string top_;
-    std::map<std::string, std::uint64_t> counts_;
+    std::map<std::string, uint64_t> counts_;
     std::map<std::string, Failure> failures_;
     std::set<std::FILE *> streams_;
     std::set<std::FILE *> broken_;  // report an error from now on

@@ -13,7 +13,7 @@ namespace dxrtest {
 class GuardedPage {
   public:
     GuardedPage()
-        : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+        : page_(static_cast<size_t>(sysconf(_SC_PAGESIZE))),
           base_(mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1,
                      0)) {
         if (base_ == MAP_FAILED || mprotect(End(), page_, PROT_NONE) != 0) {
@@ -28,7 +28,7 @@ class GuardedPage {
     [[nodiscard]] void *End() const { return static_cast<char *>(base_) + page_; }
 
   private:
-    std::size_t page_;
+    size_t page_;
     void *base_;
 };
 

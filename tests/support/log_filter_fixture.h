@@ -18,15 +18,15 @@
 
 namespace dxrtest {
 
-constexpr std::uint32_t kLogTypes = 29;
-constexpr std::uint32_t kStoreSize = kLogTypes * 20;
+constexpr uint32_t kLogTypes = 29;
+constexpr uint32_t kStoreSize = kLogTypes * 20;
 constexpr std::string_view kPrintSources = "src/dxr/api/dxr_print";
 
 // A record's fields out of their packing, so that they can be bound to references.
 struct Ring {
-    std::uint32_t curIndex;
-    std::uint32_t curSize;
-    std::uint32_t capacity;
+    uint32_t curIndex;
+    uint32_t curSize;
+    uint32_t capacity;
     DxrLogFilterEntry *entries;
 
     bool operator==(const Ring &other) const {
@@ -39,7 +39,7 @@ inline Ring Look(const DxrLogFilterInfo &record) {
     return {record.curIndex, record.curSize, record.capacity, record.entries};
 }
 
-inline Ring LookAt(std::uint32_t logType) {
+inline Ring LookAt(uint32_t logType) {
     return Look(*DXR_GetLogFilter(logType));
 }
 
@@ -55,31 +55,31 @@ inline std::string Bytes(const DxrLogFilterEntry &entry) {
 }
 
 // All hashes of the storage by position, stale ones too.
-inline std::vector<std::uint32_t> Hashes(const DxrLogFilterInfo &record) {
-    std::vector<std::uint32_t> hashes;
-    for (std::uint32_t i = 0; i < record.capacity; ++i) {
+inline std::vector<uint32_t> Hashes(const DxrLogFilterInfo &record) {
+    std::vector<uint32_t> hashes;
+    for (uint32_t i = 0; i < record.capacity; ++i) {
         hashes.push_back(record.entries[i].logHashCode);
     }
     return hashes;
 }
 
 // The same sum by another way: powers of 31 from the end, in 64 bits.
-inline std::uint32_t HashOf(std::string_view text) {
-    std::uint64_t sum = 0;
-    std::uint64_t power = 1;
+inline uint32_t HashOf(std::string_view text) {
+    uint64_t sum = 0;
+    uint64_t power = 1;
     for (auto byte = text.rbegin(); byte != text.rend(); ++byte) {
         sum = (sum + static_cast<unsigned char>(*byte) * power) % 0x100000000U;
         power = power * 31 % 0x100000000U;
     }
-    return static_cast<std::uint32_t>(sum);
+    return static_cast<uint32_t>(sum);
 }
 
-inline DxrLogFilterCfg Site(std::uint32_t logType, std::uint32_t interval = 0) {
+inline DxrLogFilterCfg Site(uint32_t logType, uint32_t interval = 0) {
     return {logType, 0, 0, 0, 0, interval};
 }
 
-inline std::uint8_t Decide(const DxrLogFilterCfg &cfg, std::string_view text) {
-    return DXR_IsRepeatedLog(&cfg, text.data(), static_cast<std::uint32_t>(text.size()));
+inline uint8_t Decide(const DxrLogFilterCfg &cfg, std::string_view text) {
+    return DXR_IsRepeatedLog(&cfg, text.data(), static_cast<uint32_t>(text.size()));
 }
 
 // A record of the caller's own, outside the store.
@@ -103,13 +103,13 @@ class OwnRecord {
 
 // Zeroed storage, and live entries first, first + 1, ... from position `curIndex` on, made at
 // `beginSec`.
-inline void Fill(DxrLogFilterInfo *record, std::uint32_t capacity, std::uint32_t curIndex,
-                 std::uint32_t count, std::uint32_t beginSec, std::uint32_t firstHash = 1) {
+inline void Fill(DxrLogFilterInfo *record, uint32_t capacity, uint32_t curIndex, uint32_t count,
+                 uint32_t beginSec, uint32_t firstHash = 1) {
     DXR_ResizeLogFilterInfo(record, capacity);
     ASSERT_EQ(record->capacity, capacity);
     record->curIndex = curIndex;
     record->curSize = count;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i) {
         DxrLogFilterEntry &entry = record->entries[(curIndex + i) % capacity];
         entry.logHashCode = firstHash + i;
         entry.beginSec = beginSec;
@@ -136,7 +136,7 @@ class LogFilterTest : public ::testing::Test {
     }
 
     // A store with its mutexes; the calls it made are forgotten.
-    void InitStore(std::uint32_t mid = 9) {
+    void InitStore(uint32_t mid = 9) {
         ASSERT_EQ(DXR_InitLogFilter(mid), 0U);
         Forget();
     }
@@ -166,16 +166,16 @@ class LogFilterTest : public ::testing::Test {
 // Hooks of a time that goes on between two readings: each one takes the next of the given seconds,
 // the last one stays.
 struct SecondsScript {
-    static inline std::vector<std::uint32_t> seconds;
-    static inline std::size_t next = 0;
+    static inline std::vector<uint32_t> seconds;
+    static inline size_t next = 0;
 
-    static void Use(std::vector<std::uint32_t> script) {
+    static void Use(std::vector<uint32_t> script) {
         seconds = std::move(script);
         next = 0;
         g_dxrHooks.time.getCurrSec = Read;
     }
-    static std::uint32_t Read() {
-        const std::size_t at = std::min(next, seconds.size() - 1);
+    static uint32_t Read() {
+        const size_t at = std::min(next, seconds.size() - 1);
         ++next;
         return seconds[at];
     }

@@ -14,8 +14,8 @@ namespace dxrtest {
 
 struct FilterNode {
     std::string name;
-    std::uint32_t msgType;
-    std::uint32_t lostCnt;
+    uint32_t msgType;
+    uint32_t lostCnt;
     std::vector<FilterNode> children = {};
 };
 
@@ -28,14 +28,14 @@ class FilterRecords {
     FilterRecords &operator=(const FilterRecords &) = delete;
 
     [[nodiscard]] const DxrMessageFilterInfo *Data() const { return top_->data(); }
-    [[nodiscard]] std::uint32_t Size() const { return static_cast<std::uint32_t>(top_->size()); }
+    [[nodiscard]] uint32_t Size() const { return static_cast<uint32_t>(top_->size()); }
 
   private:
     using Level = std::vector<DxrMessageFilterInfo>;
 
     // What stands beside a record without children: reading it is a crash.
     static const DxrMessageFilterInfo *Nowhere() {
-        return reinterpret_cast<const DxrMessageFilterInfo *>(std::uintptr_t{8});
+        return reinterpret_cast<const DxrMessageFilterInfo *>(uintptr_t{8});
     }
 
     Level *Write(const std::vector<FilterNode> &nodes) {
@@ -48,7 +48,7 @@ class FilterRecords {
             std::copy_n(node.name.begin(), std::min(node.name.size(), sizeof(record.name)),
                         &record.name[0]);
             record.subFilters = node.children.empty() ? Nowhere() : Write(node.children)->data();
-            record.subFilterNum = static_cast<std::uint32_t>(node.children.size());
+            record.subFilterNum = static_cast<uint32_t>(node.children.size());
             level->push_back(record);
         }
         return level;

@@ -7,15 +7,15 @@ namespace {
 
 // Of static size, since it must not allocate itself.
 struct Ledger {
-    static constexpr std::size_t kMaxBlocks = 1024;
+    static constexpr size_t kMaxBlocks = 1024;
 
     void *blocks[kMaxBlocks];
-    std::size_t count;
-    std::size_t calls;
-    std::size_t failAt;
+    size_t count;
+    size_t calls;
+    size_t failAt;
     bool active;
 
-    void *Allocate(std::size_t size) {
+    void *Allocate(size_t size) {
         if (active && ++calls == failAt) {
             return nullptr;
         }
@@ -30,7 +30,7 @@ struct Ledger {
     }
 
     void Free(void *block) {
-        std::size_t at = 0;
+        size_t at = 0;
         while (at < count && blocks[at] != block) {
             ++at;
         }
@@ -45,7 +45,7 @@ struct Ledger {
 
 constinit Ledger g_ledger = {};
 
-void *AllocateOrThrow(std::size_t size) {
+void *AllocateOrThrow(size_t size) {
     if (void *const block = g_ledger.Allocate(size)) {
         return block;
     }
@@ -54,7 +54,7 @@ void *AllocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-void NewWatch::Begin(std::size_t failAt) {
+void NewWatch::Begin(size_t failAt) {
     g_ledger.count = 0;
     g_ledger.calls = 0;
     g_ledger.failAt = failAt;
@@ -65,7 +65,7 @@ void NewWatch::End() {
     g_ledger.active = false;
 }
 
-std::size_t NewWatch::Live() {
+size_t NewWatch::Live() {
     return g_ledger.count;
 }
 
@@ -79,16 +79,16 @@ bool NewWatch::Failed() {
 
 }  // namespace dxrtest
 
-void *operator new(std::size_t size) {
+void *operator new(size_t size) {
     return dxrtest::AllocateOrThrow(size);
 }
-void *operator new[](std::size_t size) {
+void *operator new[](size_t size) {
     return dxrtest::AllocateOrThrow(size);
 }
-void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept {
+void *operator new(size_t size, const std::nothrow_t & /*tag*/) noexcept {
     return dxrtest::g_ledger.Allocate(size);
 }
-void *operator new[](std::size_t size, const std::nothrow_t & /*tag*/) noexcept {
+void *operator new[](size_t size, const std::nothrow_t & /*tag*/) noexcept {
     return dxrtest::g_ledger.Allocate(size);
 }
 void operator delete(void *block) noexcept {
@@ -97,10 +97,10 @@ void operator delete(void *block) noexcept {
 void operator delete[](void *block) noexcept {
     dxrtest::g_ledger.Free(block);
 }
-void operator delete(void *block, std::size_t /*size*/) noexcept {
+void operator delete(void *block, size_t /*size*/) noexcept {
     dxrtest::g_ledger.Free(block);
 }
-void operator delete[](void *block, std::size_t /*size*/) noexcept {
+void operator delete[](void *block, size_t /*size*/) noexcept {
     dxrtest::g_ledger.Free(block);
 }
 void operator delete(void *block, const std::nothrow_t & /*tag*/) noexcept {

@@ -15,11 +15,11 @@ class NewWatch {
   public:
     // Watches from here on with a clean slate; the n-th allocation fails (1: the next one; 0:
     // none).
-    static void Begin(std::size_t failAt);
+    static void Begin(size_t failAt);
     static void End();
 
     // Blocks that were allocated between Begin and End and have not been freed since.
-    static std::size_t Live();
+    static size_t Live();
     // The first of them; null if there is none.
     static void *Oldest();
     // Whether the allocation that was to fail came up.
@@ -30,7 +30,7 @@ enum class Outcome { kDone, kBadAlloc, kOtherException };
 
 // Runs `action` with its n-th allocation failing.
 template <typename Action>
-Outcome RunFailing(std::size_t n, Action action) {
+Outcome RunFailing(size_t n, Action action) {
     Outcome outcome = Outcome::kDone;
     NewWatch::Begin(n);
     try {
@@ -48,8 +48,8 @@ Outcome RunFailing(std::size_t n, Action action) {
 // must come out as std::bad_alloc, and `check` looks at what it left. Returns the number of
 // failures.
 template <typename Action, typename Check>
-std::size_t FailEachAllocation(Action action, Check check) {
-    for (std::size_t n = 1;; ++n) {
+size_t FailEachAllocation(Action action, Check check) {
+    for (size_t n = 1;; ++n) {
         const Outcome outcome = RunFailing(n, action);
         if (!NewWatch::Failed()) {
             EXPECT_EQ(outcome, Outcome::kDone);

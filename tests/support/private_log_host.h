@@ -21,7 +21,7 @@ namespace dxrtest {
 class PrivateLogHost {
   public:
     // The bound of the hook on what one call writes.
-    static constexpr std::size_t kWriteLimit = 1000;
+    static constexpr size_t kWriteLimit = 1000;
 
     PrivateLogHost() {
         current = this;
@@ -37,11 +37,11 @@ class PrivateLogHost {
     FileSandbox files{host.calls};
 
     // Each replaces the hook's own answer when it is set.
-    std::function<std::uint32_t(const char *name, const char *rest)> onWrite;
-    std::function<std::uint32_t(const char *path)> onFileLength;
-    std::uint32_t writeResult = 0;
+    std::function<uint32_t(const char *name, const char *rest)> onWrite;
+    std::function<uint32_t(const char *path)> onFileLength;
+    uint32_t writeResult = 0;
 
-    static std::uint32_t FileLength(const char *path) {
+    static uint32_t FileLength(const char *path) {
         if (current->files.watching) {
             current->host.calls.push_back(std::string("fileLength ") + path);
         }
@@ -50,11 +50,11 @@ class PrivateLogHost {
         }
         std::error_code error;
         const auto size = std::filesystem::file_size(current->files.OnDisk(path), error);
-        return error ? 0xFFFFFFFF : static_cast<std::uint32_t>(size);
+        return error ? 0xFFFFFFFF : static_cast<uint32_t>(size);
     }
 
     DXR_PRINTF(2, 3)
-    static std::uint32_t Write(const char *name, const char *format, ...) {
+    static uint32_t Write(const char *name, const char *format, ...) {
         if (current->files.watching) {
             current->host.calls.push_back(std::string("write ") + name + " " + format);
         }

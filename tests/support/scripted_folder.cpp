@@ -71,7 +71,7 @@ int ScriptedFolder::Close() {
     return 0;
 }
 
-std::size_t OpenRealFolders() {
+size_t OpenRealFolders() {
     return g_openRealFolders.size();
 }
 

@@ -28,8 +28,8 @@ class ScriptedFolder {
     void OnRead(std::function<void(const char *)> observer) { observer_ = std::move(observer); }
 
     std::vector<std::string> opened;
-    std::size_t reads = 0;  // the one behind the last entry included
-    std::size_t closes = 0;
+    size_t reads = 0;  // the one behind the last entry included
+    size_t closes = 0;
 
     // For the stand-ins alone.
     DIR *Open(const char *path);
@@ -40,14 +40,14 @@ class ScriptedFolder {
   private:
     std::vector<std::string> names_;
     int openError_ = 0;
-    std::size_t next_ = 0;
+    size_t next_ = 0;
     bool isOpen_ = false;
     dirent entry_ = {};
     std::function<void(const char *)> observer_;
 };
 
 // How many folders of the real file system were opened and not closed.
-std::size_t OpenRealFolders();
+size_t OpenRealFolders();
 
 }  // namespace dxrtest
 

@@ -13,7 +13,7 @@ namespace {
 
 TestHost *g_host = nullptr;
 
-constexpr std::size_t kBlockGuard = 32;
+constexpr size_t kBlockGuard = 32;
 constexpr unsigned char kBlockFill = 0xA5;
 constexpr unsigned char kBlockGuardFill = 0xEE;
 
@@ -25,7 +25,7 @@ std::string FormatText(const char *format, std::va_list args) {
     if (length < 0) {
         return "<unformattable>";
     }
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    std::string text(static_cast<size_t>(length) + 1, '\0');
     std::vsnprintf(text.data(), text.size(), format, args);
     text.pop_back();
     return text;
@@ -33,10 +33,10 @@ std::string FormatText(const char *format, std::va_list args) {
 
 }  // namespace
 
-std::uint64_t Seed() {
-    static const std::uint64_t seed = [] {
+uint64_t Seed() {
+    static const uint64_t seed = [] {
         const char *given = std::getenv("DXR_TEST_SEED");
-        const std::uint64_t value = given != nullptr ? std::strtoull(given, nullptr, 0) : 20240315U;
+        const uint64_t value = given != nullptr ? std::strtoull(given, nullptr, 0) : 20240315U;
         std::printf("DXR_TEST_SEED=%llu\n", static_cast<unsigned long long>(value));
         return value;
     }();
@@ -57,7 +57,7 @@ struct Hooks {
         if (handle == nullptr) {
             return "null";
         }
-        for (std::size_t n = 0; n < g_host->mutexAddresses.size(); ++n) {
+        for (size_t n = 0; n < g_host->mutexAddresses.size(); ++n) {
             if (TestHost::MutexHandle(n) == handle) {
                 return "#" + std::to_string(n);
             }
@@ -65,17 +65,15 @@ struct Hooks {
         return "?";
     }
 
-    static void *Allocate(std::uint32_t mid, std::uint32_t size, const char *file,
-                          std::uint32_t line) {
+    static void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
         TestHost &host = *g_host;
         host.calls.push_back("allocate mid=" + std::to_string(mid) +
                              " size=" + std::to_string(size));
-        const std::uint64_t call = ++host.allocationCalls_;
+        const uint64_t call = ++host.allocationCalls_;
         void *block = nullptr;
         if (call < host.failFrom_ || call > host.failTo_) {
-            auto *bytes =
-                static_cast<unsigned char *>(std::malloc(std::size_t{size} + 2 * kBlockGuard));
-            std::memset(bytes, kBlockGuardFill, std::size_t{size} + 2 * kBlockGuard);
+            auto *bytes = static_cast<unsigned char *>(std::malloc(size_t{size} + 2 * kBlockGuard));
+            std::memset(bytes, kBlockGuardFill, size_t{size} + 2 * kBlockGuard);
             std::memset(bytes + kBlockGuard, kBlockFill, size);
             block = bytes + kBlockGuard;
             host.live_[block] = {size, host.blockCount_++};
@@ -84,9 +82,9 @@ struct Hooks {
         return block;
     }
 
-    static void CheckAndFree(const void *block, std::uint32_t size) {
+    static void CheckAndFree(const void *block, uint32_t size) {
         const unsigned char *bytes = static_cast<const unsigned char *>(block) - kBlockGuard;
-        for (std::size_t i = 0; i < kBlockGuard; ++i) {
+        for (size_t i = 0; i < kBlockGuard; ++i) {
             if (bytes[i] != kBlockGuardFill || bytes[kBlockGuard + size + i] != kBlockGuardFill) {
                 ADD_FAILURE() << "a block of " << size << " bytes was written outside";
                 break;
@@ -95,7 +93,7 @@ struct Hooks {
         std::free(const_cast<unsigned char *>(bytes));
     }
 
-    static void Free(void *block, const char *file, std::uint32_t line) {
+    static void Free(void *block, const char *file, uint32_t line) {
         TestHost &host = *g_host;
         host.calls.push_back("release " + BlockName(block));
         host.releases.push_back({block, file, line});
@@ -111,7 +109,7 @@ struct Hooks {
         host.live_.erase(found);
     }
 
-    DXR_PRINTF(2, 3) static void Print(std::uint32_t level, const char *format, ...) {
+    DXR_PRINTF(2, 3) static void Print(uint32_t level, const char *format, ...) {
         std::va_list args;
         va_start(args, format);
         const std::string text = FormatText(format, args);
@@ -120,7 +118,7 @@ struct Hooks {
         g_host->printed.push_back({level, format, text});
     }
 
-    static std::uint32_t DiagLog(const char *text) {
+    static uint32_t DiagLog(const char *text) {
         g_host->calls.push_back(std::string("diag ") + text);
         g_host->diagLines.emplace_back(text);
         return g_host->diagResult;
@@ -131,23 +129,23 @@ struct Hooks {
         *time = g_host->sysTime;
     }
 
-    static std::uint32_t GetCurrSec() {
+    static uint32_t GetCurrSec() {
         g_host->calls.emplace_back("currSec");
         return g_host->nowSec;
     }
 
-    static void GetCurrTime(char *text, std::uint32_t size, std::uint32_t *sec) {
+    static void GetCurrTime(char *text, uint32_t size, uint32_t *sec) {
         g_host->calls.push_back("currTime size=" + std::to_string(size));
         std::snprintf(text, size, "T%u", g_host->nowSec);
         *sec = g_host->nowSec;
     }
 
-    static std::uint32_t GetStartupTimeSec() {
+    static uint32_t GetStartupTimeSec() {
         g_host->calls.emplace_back("startupSec");
         return g_host->startupSec;
     }
 
-    static std::uint32_t InitMutex(void **mutex, void *option) {
+    static uint32_t InitMutex(void **mutex, void *option) {
         TestHost &host = *g_host;
         host.calls.push_back("initMutex #" + std::to_string(host.mutexAddresses.size()));
         *mutex = TestHost::MutexHandle(host.mutexAddresses.size());
@@ -156,17 +154,17 @@ struct Hooks {
         return host.initMutexResult;
     }
 
-    static std::uint32_t DestroyMutex(void *mutex) {
+    static uint32_t DestroyMutex(void *mutex) {
         g_host->calls.push_back("destroyMutex " + MutexName(mutex));
         return g_host->destroyMutexResult;
     }
 
-    static std::uint32_t LockMutex(void *mutex) {
+    static uint32_t LockMutex(void *mutex) {
         g_host->calls.push_back("lock " + MutexName(mutex));
         return g_host->lockResult;
     }
 
-    static std::uint32_t UnlockMutex(void *mutex) {
+    static uint32_t UnlockMutex(void *mutex) {
         g_host->calls.push_back("unlock " + MutexName(mutex));
         return g_host->unlockResult;
     }
@@ -228,12 +226,12 @@ TestHost &TestHost::WithEverything() {
     return WithMemory().WithPrint().WithDiagLog().WithClock().WithMutexes();
 }
 
-void TestHost::FailAllocation(std::uint64_t n) {
+void TestHost::FailAllocation(uint64_t n) {
     failFrom_ = allocationCalls_ + n;
     failTo_ = failFrom_;
 }
 
-void TestHost::FailAllocationsFrom(std::uint64_t n) {
+void TestHost::FailAllocationsFrom(uint64_t n) {
     failFrom_ = allocationCalls_ + n;
     failTo_ = UINT64_MAX;
 }
@@ -243,13 +241,13 @@ void TestHost::StopFailingAllocations() {
     failTo_ = 0;
 }
 
-void *TestHost::MutexHandle(std::size_t n) {
+void *TestHost::MutexHandle(size_t n) {
     // A distinct address for each, never dereferenced.
     static char handles[4096];
     return &handles[n % sizeof(handles)];
 }
 
-GuardedBuffer::GuardedBuffer(std::size_t size)
+GuardedBuffer::GuardedBuffer(size_t size)
     : size_(size), bytes_(size + 2 * kGuard, static_cast<char>(kFill)) {
 }
 

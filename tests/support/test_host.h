@@ -14,24 +14,24 @@
 namespace dxrtest {
 
 // The seed of all random tests: DXR_TEST_SEED if it is set, else a fixed number. Printed once.
-std::uint64_t Seed();
+uint64_t Seed();
 
 struct Allocation {
-    std::uint32_t mid;
-    std::uint32_t size;
+    uint32_t mid;
+    uint32_t size;
     std::string file;
-    std::uint32_t line;
+    uint32_t line;
     void *block;  // null: the allocation was made to fail
 };
 
 struct Release {
     void *block;
     std::string file;
-    std::uint32_t line;
+    uint32_t line;
 };
 
 struct PrintedLine {
-    std::uint32_t level;
+    uint32_t level;
     std::string format;
     std::string text;
 };
@@ -63,10 +63,10 @@ class TestHost {
     std::vector<Allocation> allocations;
     std::vector<Release> releases;
     // The n-th allocation from now on fails (1: the next one); once, or it and all behind it.
-    void FailAllocation(std::uint64_t n);
-    void FailAllocationsFrom(std::uint64_t n);
+    void FailAllocation(uint64_t n);
+    void FailAllocationsFrom(uint64_t n);
     void StopFailingAllocations();
-    [[nodiscard]] std::size_t LiveBlocks() const { return live_.size(); }
+    [[nodiscard]] size_t LiveBlocks() const { return live_.size(); }
     [[nodiscard]] bool IsLive(const void *block) const { return live_.count(block) != 0; }
     // The test keeps blocks on purpose: they are freed without a failure at the end.
     void KeepLeaks() { keepLeaks_ = true; }
@@ -74,36 +74,36 @@ class TestHost {
     // --- print
     std::vector<PrintedLine> printed;
     std::vector<std::string> diagLines;
-    std::uint32_t diagResult = 0;
+    uint32_t diagResult = 0;
 
     // --- clock. DXR_GetCurrTime writes "T<seconds>" bounded by the size it is given.
-    std::uint32_t nowSec = 0;
-    std::uint32_t startupSec = 0;
+    uint32_t nowSec = 0;
+    uint32_t startupSec = 0;
     DxrSysTime sysTime = {};
 
     // --- mutexes. The handle stored by the n-th creation is MutexHandle(n).
-    static void *MutexHandle(std::size_t n);
+    static void *MutexHandle(size_t n);
     std::vector<void **> mutexAddresses;
     std::vector<void *> mutexOptions;
-    std::uint32_t initMutexResult = 0;
-    std::uint32_t lockResult = 0;
-    std::uint32_t unlockResult = 0;
-    std::uint32_t destroyMutexResult = 0;
+    uint32_t initMutexResult = 0;
+    uint32_t lockResult = 0;
+    uint32_t unlockResult = 0;
+    uint32_t destroyMutexResult = 0;
 
   private:
     friend struct Hooks;
 
     struct Live {
-        std::uint32_t size;
-        std::size_t number;
+        uint32_t size;
+        size_t number;
     };
     DxrHooks savedHooks_;
-    std::uint32_t savedMid_;
+    uint32_t savedMid_;
     std::map<const void *, Live> live_;
-    std::size_t blockCount_ = 0;
-    std::uint64_t allocationCalls_ = 0;
-    std::uint64_t failFrom_ = 0;
-    std::uint64_t failTo_ = 0;
+    size_t blockCount_ = 0;
+    uint64_t allocationCalls_ = 0;
+    uint64_t failFrom_ = 0;
+    uint64_t failTo_ = 0;
     bool keepLeaks_ = false;
 };
 
@@ -112,10 +112,10 @@ class GuardedBuffer {
   public:
     static constexpr unsigned char kFill = 0xCD;
 
-    explicit GuardedBuffer(std::size_t size);
+    explicit GuardedBuffer(size_t size);
     [[nodiscard]] char *Data() { return bytes_.data() + kGuard; }
     [[nodiscard]] const char *Data() const { return bytes_.data() + kGuard; }
-    [[nodiscard]] std::size_t Size() const { return size_; }
+    [[nodiscard]] size_t Size() const { return size_; }
     // No byte outside the buffer was written.
     [[nodiscard]] bool Intact() const;
     // No byte of the buffer was written either.
@@ -125,8 +125,8 @@ class GuardedBuffer {
     [[nodiscard]] std::string Text() const;
 
   private:
-    static constexpr std::size_t kGuard = 64;
-    std::size_t size_;
+    static constexpr size_t kGuard = 64;
+    size_t size_;
     std::vector<char> bytes_;
 };
 

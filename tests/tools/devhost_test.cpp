@@ -18,7 +18,7 @@
 namespace {
 
 using dxrtest::TemporaryDirectory;
-using Message = std::pair<std::uint32_t, std::string>;
+using Message = std::pair<uint32_t, std::string>;
 
 // The host with its messages caught.
 class DevHost : public testing::Test {
@@ -26,7 +26,7 @@ class DevHost : public testing::Test {
     DevHost() {
         DxrHostReset();
         EXPECT_EQ(DxrHostInstall(), 0U);
-        const auto keep = [](std::uint32_t level, const char *text, void *user) {
+        const auto keep = [](uint32_t level, const char *text, void *user) {
             static_cast<std::vector<Message> *>(user)->emplace_back(level, text);
         };
         DxrHostSetPrintSink(keep, &messages, 6);
@@ -36,19 +36,19 @@ class DevHost : public testing::Test {
         DxrHostReset();
     }
 
-    static void Print(std::uint32_t level, const char *text) {
+    static void Print(uint32_t level, const char *text) {
         DXR_GetPrintHooks()->print(level, "%s", text);
     }
 
     std::vector<Message> messages;
 };
 
-std::vector<std::uint64_t> Numbers(const DxrHostMemoryAccount &account) {
+std::vector<uint64_t> Numbers(const DxrHostMemoryAccount &account) {
     return {account.mid,       account.blocksLive,  account.bytesLive, account.blocksPeak,
             account.bytesPeak, account.blocksTotal, account.bytesTotal};
 }
 
-using Account = std::vector<std::uint64_t>;
+using Account = std::vector<uint64_t>;
 
 // --- Hook table
 
@@ -59,21 +59,21 @@ TEST_F(DevHost, FillsExactlyTheSlotsItNames) {
     std::array<void *, 226> slots{};
     static_assert(sizeof(slots) == sizeof(hooks));
     std::memcpy(slots.data(), &hooks, sizeof(hooks));
-    std::vector<std::size_t> filled;
-    for (std::size_t i = 0; i < slots.size(); ++i) {
+    std::vector<size_t> filled;
+    for (size_t i = 0; i < slots.size(); ++i) {
         if (slots[i] != nullptr) {
             filled.push_back(i);
         }
     }
-    constexpr std::size_t kList = 95;
-    constexpr std::size_t kMemory = 103;
-    constexpr std::size_t kPrint = 116;
-    constexpr std::size_t kSystem = 135;
-    constexpr std::size_t kTask = 151;
-    constexpr std::size_t kTime = 170;
-    std::vector<std::size_t> expected;
-    const auto add = [&expected](std::size_t first, const std::vector<std::size_t> &indexes) {
-        for (const std::size_t index : indexes) {
+    constexpr size_t kList = 95;
+    constexpr size_t kMemory = 103;
+    constexpr size_t kPrint = 116;
+    constexpr size_t kSystem = 135;
+    constexpr size_t kTask = 151;
+    constexpr size_t kTime = 170;
+    std::vector<size_t> expected;
+    const auto add = [&expected](size_t first, const std::vector<size_t> &indexes) {
+        for (const size_t index : indexes) {
             expected.push_back(first + index);
         }
     };
@@ -109,7 +109,7 @@ TEST_F(DevHost, AccountsByModuleIdentifier) {
 TEST_F(DevHost, ListsTheAccountsAscendingAndWithinTheirRoom) {
     EXPECT_EQ(DxrHostGetMemoryAccounts(nullptr, 0), 0U);
     std::vector<void *> blocks;
-    for (const std::uint32_t mid : {7U, 0xFFFFFFFFU, 0U}) {
+    for (const uint32_t mid : {7U, 0xFFFFFFFFU, 0U}) {
         blocks.push_back(DXR_Malloc(mid, 8, "", 0));
     }
     std::array<DxrHostMemoryAccount, 3> accounts{};
@@ -127,10 +127,10 @@ TEST_F(DevHost, ListsTheAccountsAscendingAndWithinTheirRoom) {
 
 TEST_F(DevHost, ReportsLeaksInTheOrderOfAllocation) {
     std::vector<void *> blocks;
-    for (std::uint32_t i = 1; i <= 20; ++i) {
+    for (uint32_t i = 1; i <= 20; ++i) {
         blocks.push_back(DXR_Malloc(9, i, "src/dxr/api/dxr_utils.cpp", 100 + i));
     }
-    for (std::size_t i = 2; i < blocks.size(); ++i) {
+    for (size_t i = 2; i < blocks.size(); ++i) {
         DXR_Free(blocks[i], "", 0);
     }
     const TemporaryDirectory directory;
@@ -175,7 +175,7 @@ TEST_F(DevHost, AccountsHoldUnderThreads) {
     constexpr int kThreads = 4;
     constexpr int kRounds = 2000;
     std::vector<std::thread> threads;
-    for (std::uint32_t mid = 0; mid < kThreads; ++mid) {
+    for (uint32_t mid = 0; mid < kThreads; ++mid) {
         threads.emplace_back([mid] {
             for (int i = 0; i < kRounds; ++i) {
                 void *const block = DXR_Malloc(mid % 2, 16, "a.cpp", 1);
@@ -187,7 +187,7 @@ TEST_F(DevHost, AccountsHoldUnderThreads) {
     for (std::thread &thread : threads) {
         thread.join();
     }
-    for (const std::uint32_t mid : {0U, 1U}) {
+    for (const uint32_t mid : {0U, 1U}) {
         const DxrHostMemoryAccount account = DxrHostGetMemoryAccount(mid);
         EXPECT_EQ(account.blocksLive, 0U);
         EXPECT_EQ(account.bytesLive, 0U);
@@ -199,7 +199,7 @@ TEST_F(DevHost, AccountsHoldUnderThreads) {
 // --- Messages and diagnostic lines
 
 TEST_F(DevHost, MessagesAboveTheLevelAreDropped) {
-    for (std::uint32_t level = 0; level <= 8; ++level) {
+    for (uint32_t level = 0; level <= 8; ++level) {
         Print(level, "x");
     }
     EXPECT_EQ(messages.size(), 7U) << "levels 0 to 6";
@@ -249,7 +249,7 @@ TEST_F(DevHost, ASinkMayUseTheHost) {
         int calls = 0;
     } nested;
     DxrHostSetPrintSink(
-        [](std::uint32_t, const char *, void *user) {
+        [](uint32_t, const char *, void *user) {
             auto *const inner = static_cast<Nested *>(user);
             if (++inner->calls == 1) {
                 Print(1, "again");
@@ -291,7 +291,7 @@ class DevHostPrivateLog : public DevHost {
   protected:
     DevHostPrivateLog() { DxrHostSetLogDirectory((directory.Path() + "/").c_str()); }
 
-    static std::uint32_t Write(const char *text) {
+    static uint32_t Write(const char *text) {
         return DXR_GetPrintHooks()->writePrivateLog("tm.log", "%s", text);
     }
 
@@ -353,13 +353,13 @@ TEST_F(DevHost, SeeksFromAllOrigins) {
     };
     EXPECT_EQ(DXR_FSeek(file, 7, SEEK_SET), 0U);
     EXPECT_EQ(next(), '7');
-    EXPECT_EQ(DXR_FSeek(file, static_cast<std::uint32_t>(-3), SEEK_CUR), 0U);
+    EXPECT_EQ(DXR_FSeek(file, static_cast<uint32_t>(-3), SEEK_CUR), 0U);
     EXPECT_EQ(next(), '5');
-    EXPECT_EQ(DXR_FSeek(file, static_cast<std::uint32_t>(-1), SEEK_END), 0U);
+    EXPECT_EQ(DXR_FSeek(file, static_cast<uint32_t>(-1), SEEK_END), 0U);
     EXPECT_EQ(next(), '9');
     EXPECT_EQ(DXR_FSeek(file, 0, 3), 1U) << "no such origin";
     EXPECT_EQ(DXR_FSeek(file, 0, 0xFFFFFFFF), 1U);
-    EXPECT_EQ(DXR_FSeek(file, static_cast<std::uint32_t>(-30), SEEK_CUR), 1U);
+    EXPECT_EQ(DXR_FSeek(file, static_cast<uint32_t>(-30), SEEK_CUR), 1U);
     EXPECT_EQ(DXR_FClose(file), 0U);
 }
 
@@ -405,7 +405,7 @@ TEST_F(DevHost, MutexesExclude) {
     void *mutex = nullptr;
     ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
     ASSERT_NE(mutex, nullptr);
-    std::uint64_t counter = 0;
+    uint64_t counter = 0;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
@@ -426,18 +426,18 @@ TEST_F(DevHost, MutexesExclude) {
 TEST_F(DevHost, MisusedMutexesGiveErrors) {
     void *mutex = nullptr;
     ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
-    EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<std::uint32_t>(EPERM)) << "not locked";
+    EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<uint32_t>(EPERM)) << "not locked";
     EXPECT_EQ(DXR_LockMutex(mutex), 0U);
-    EXPECT_EQ(DXR_LockMutex(mutex), static_cast<std::uint32_t>(EDEADLK)) << "locked twice";
-    EXPECT_EQ(DXR_DestroyMutex(mutex), static_cast<std::uint32_t>(EBUSY));
+    EXPECT_EQ(DXR_LockMutex(mutex), static_cast<uint32_t>(EDEADLK)) << "locked twice";
+    EXPECT_EQ(DXR_DestroyMutex(mutex), static_cast<uint32_t>(EBUSY));
     std::thread([mutex] {
-        EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<std::uint32_t>(EPERM)) << "by another";
+        EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<uint32_t>(EPERM)) << "by another";
     }).join();
     EXPECT_EQ(DXR_UnlockMutex(mutex), 0U);
     EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
     for (const auto result : {DXR_InitMutex(nullptr, nullptr), DXR_LockMutex(nullptr),
                               DXR_UnlockMutex(nullptr), DXR_DestroyMutex(nullptr)}) {
-        EXPECT_EQ(result, static_cast<std::uint32_t>(EINVAL));
+        EXPECT_EQ(result, static_cast<uint32_t>(EINVAL));
     }
 }
 
@@ -460,7 +460,7 @@ TEST_F(DevHost, ASetClockStandsStill) {
         EXPECT_EQ(byte, 0);
     }
     std::array<char, 39> text{};
-    std::uint32_t sec = 0;
+    uint32_t sec = 0;
     DXR_GetCurrTime(text.data(), 39, &sec);
     EXPECT_STREQ(text.data(), "2026-11-21 03:37:00");
     EXPECT_EQ(sec, 1795232220U);
@@ -468,9 +468,9 @@ TEST_F(DevHost, ASetClockStandsStill) {
 
 TEST_F(DevHost, TheTextOfTheTimeIsBounded) {
     DxrHostSetClock(1795232220, 0);
-    for (std::uint32_t size = 0; size <= 25; ++size) {
+    for (uint32_t size = 0; size <= 25; ++size) {
         dxrtest::GuardedBuffer buffer(size);
-        std::uint32_t sec = 0;
+        uint32_t sec = 0;
         DXR_GetCurrTime(buffer.Data(), size, &sec);
         EXPECT_TRUE(buffer.Intact()) << size;
         EXPECT_EQ(sec, 1795232220U);
@@ -483,11 +483,11 @@ TEST_F(DevHost, TheTextOfTheTimeIsBounded) {
 
 TEST_F(DevHost, SecondsBecomeCalendarTimes) {
     std::mt19937_64 random(dxrtest::Seed());
-    std::vector<std::uint32_t> seconds = {0, 951782399, 951782400, 4107542399, 0xFFFFFFFF};
+    std::vector<uint32_t> seconds = {0, 951782399, 951782400, 4107542399, 0xFFFFFFFF};
     for (int i = 0; i < 5000; ++i) {
-        seconds.push_back(static_cast<std::uint32_t>(random()));
+        seconds.push_back(static_cast<uint32_t>(random()));
     }
-    for (const std::uint32_t sec : seconds) {
+    for (const uint32_t sec : seconds) {
         const std::time_t expected = sec;
         std::tm broken{};
         gmtime_r(&expected, &broken);
@@ -502,10 +502,10 @@ TEST_F(DevHost, SecondsBecomeCalendarTimes) {
 TEST_F(DevHost, TheSystemClockKeepsOneScale) {
     DxrHostSetClock(5, 6);
     DxrHostUseSystemClock();
-    const std::uint32_t first = DXR_GetCurrSec();
-    std::uint32_t sec = 0;
+    const uint32_t first = DXR_GetCurrSec();
+    uint32_t sec = 0;
     DXR_GetCurrTime(nullptr, 0, &sec);
-    const std::uint32_t last = DXR_GetCurrSec();
+    const uint32_t last = DXR_GetCurrSec();
     EXPECT_NE(first, 5U);
     // A clock put back between the readings would be nobody's fault.
     if (first <= last) {
@@ -584,22 +584,22 @@ TEST_F(DevHost, ListsAgreeWithAModel) {
         const auto found = std::find(model.begin(), model.end(), value);
         switch (random() % 5) {
             case 0:
-                DXR_AddSll(list, &data[static_cast<std::size_t>(value)], DXR_HOST_LIST_TAIL);
+                DXR_AddSll(list, &data[static_cast<size_t>(value)], DXR_HOST_LIST_TAIL);
                 model.push_back(value);
                 break;
             case 1:
-                DXR_AddSll(list, &data[static_cast<std::size_t>(value)], DXR_HOST_LIST_HEAD);
+                DXR_AddSll(list, &data[static_cast<size_t>(value)], DXR_HOST_LIST_HEAD);
                 model.insert(model.begin(), value);
                 break;
             case 2:
-                DXR_SslProcSingleNode(list, &data[static_cast<std::size_t>(value)],
+                DXR_SslProcSingleNode(list, &data[static_cast<size_t>(value)],
                                       DXR_HOST_LIST_MOVE_TO_HEAD);
                 if (found != model.end()) {
                     std::rotate(model.begin(), found, found + 1);
                 }
                 break;
             default:
-                DXR_RemoveSll(list, &data[static_cast<std::size_t>(value)]);
+                DXR_RemoveSll(list, &data[static_cast<size_t>(value)]);
                 if (found != model.end()) {
                     model.erase(found);
                 }

@@ -47,9 +47,9 @@ TEST(DxrshBench, PrintsATableOfPositiveFigures) {
     EXPECT_TRUE(
         std::regex_match(lines[2], std::regex("function +library ns +peer ns +ratio  peer")))
         << lines[2];
-    const std::size_t peerColumn = lines[2].rfind("peer");
+    const size_t peerColumn = lines[2].rfind("peer");
     const std::regex numbers(R"( +(\d+\.\d) +(\d+\.\d) +(\d+\.\d{3})  )");
-    for (std::size_t i = 0; i < kFunctions.size(); ++i) {
+    for (size_t i = 0; i < kFunctions.size(); ++i) {
         const std::string &line = lines[i + 3];
         ASSERT_GT(line.size(), peerColumn) << line;
         ASSERT_EQ(line.substr(0, kFunctions[i].size()), kFunctions[i]);
@@ -57,7 +57,7 @@ TEST(DxrshBench, PrintsATableOfPositiveFigures) {
             line.substr(kFunctions[i].size(), peerColumn - kFunctions[i].size());
         std::smatch found;
         ASSERT_TRUE(std::regex_match(rest, found, numbers)) << line;
-        for (std::size_t number = 1; number < found.size(); ++number) {
+        for (size_t number = 1; number < found.size(); ++number) {
             EXPECT_GT(std::stod(found[number]), 0.0) << line;
         }
         EXPECT_NE(line[peerColumn], ' ') << "the peers stand below their heading: " << line;

@@ -322,15 +322,15 @@ TEST(DxrshFilter, AFullDeviceIsAFailure) {
 
 TEST(DxrshFilter, RandomLogsAgreeWithAModel) {
     std::mt19937_64 random(dxrtest::Seed());
-    const auto below = [&random](std::uint64_t bound) { return random() % bound; };
+    const auto below = [&random](uint64_t bound) { return random() % bound; };
     std::string log;
     std::string expected;
-    std::unordered_map<std::string, std::uint64_t> firstSeen;
-    std::uint64_t sec = 0;  // since 2026-11-21 00:00:00
+    std::unordered_map<std::string, uint64_t> firstSeen;
+    uint64_t sec = 0;  // since 2026-11-21 00:00:00
     for (int i = 0; i < 20000; ++i) {
         sec += below(4);
-        const std::uint64_t day = 21 + sec / 86400;
-        const std::uint64_t inDay = sec % 86400;
+        const uint64_t day = 21 + sec / 86400;
+        const uint64_t inDay = sec % 86400;
         char stamp[64];
         (void)std::snprintf(stamp, sizeof(stamp), "2026-11-%02u %02u:%02u:%02u ",
                             static_cast<unsigned>(day), static_cast<unsigned>(inDay / 3600),

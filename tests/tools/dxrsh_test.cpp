@@ -71,7 +71,7 @@ TEST(DxrshSlots, ListsAll226InOrder) {
     EXPECT_EQ(lines[0],
               "slot  group       index  function                                   "
               "host    fallback");
-    for (std::size_t slot = 0; slot < 226; ++slot) {
+    for (size_t slot = 0; slot < 226; ++slot) {
         EXPECT_EQ(std::stoul(lines[slot + 1].substr(0, 4)), slot) << lines[slot + 1];
     }
     EXPECT_EQ(lines[227], "226 slots, 32 filled, 194 empty");

@@ -22,8 +22,8 @@ using dxrtest::RunDxrsh;
 using dxrtest::TemporaryDirectory;
 
 // Bit by bit, independent of any table.
-std::uint32_t Crc8(const std::string &bytes) {
-    std::uint32_t crc = 0;
+uint32_t Crc8(const std::string &bytes) {
+    uint32_t crc = 0;
     for (const char c : bytes) {
         crc ^= static_cast<unsigned char>(c);
         for (int bit = 0; bit < 8; ++bit) {
@@ -33,7 +33,7 @@ std::uint32_t Crc8(const std::string &bytes) {
     return crc;
 }
 
-std::string Hex(std::uint32_t crc) {
+std::string Hex(uint32_t crc) {
     char text[8];
     (void)std::snprintf(text, sizeof(text), "0x%02x", crc);
     return text;
@@ -57,7 +57,7 @@ TEST(DxrshCrc, SeveralFiles) {
 
 TEST(DxrshCrc, LargeFilesGoThroughBlockByBlock) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (const std::size_t size : {(1U << 20U) - 1, 1U << 20U, (1U << 20U) + 1, 3'500'000U}) {
+    for (const size_t size : {(1U << 20U) - 1, 1U << 20U, (1U << 20U) + 1, 3'500'000U}) {
         std::string bytes(size, '\0');
         for (char &byte : bytes) {
             byte = static_cast<char>(random());

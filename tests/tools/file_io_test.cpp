@@ -70,7 +70,7 @@ TEST(LineReader, LinesLongerThanOneBlockAreWhole) {
 
 TEST(LineReader, RandomLinesComeBackWhole) {
     std::mt19937_64 random(dxrtest::Seed());
-    std::uniform_int_distribution<std::size_t> anyLength(0, 2000);
+    std::uniform_int_distribution<size_t> anyLength(0, 2000);
     std::uniform_int_distribution<int> anyByte(0, 255);
     std::vector<ReadLine> expected;
     std::string bytes;
@@ -104,12 +104,12 @@ TEST(LineReader, TheCallbackComesBeforeEachRead) {
     const TemporaryDirectory directory;
     Input input(directory.Write("lines", "a\nb\n"));
     LineReader reader(input);
-    std::vector<std::uint64_t> bytesAtRead;
+    std::vector<uint64_t> bytesAtRead;
     reader.OnRead([&] { bytesAtRead.push_back(reader.BytesRead()); });
     Line line{};
     while (reader.Next(line)) {
     }
-    EXPECT_EQ(bytesAtRead, (std::vector<std::uint64_t>{0, 4}));
+    EXPECT_EQ(bytesAtRead, (std::vector<uint64_t>{0, 4}));
 }
 
 TEST(Input, AMissingFileIsOneClearLine) {

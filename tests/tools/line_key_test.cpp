@@ -27,8 +27,8 @@ TEST(KeyValue, NumbersAreThemselves) {
 }
 
 // The hash of a text: h = h * 31 + byte.
-std::uint32_t Hash(const std::string &text) {
-    std::uint32_t hash = 0;
+uint32_t Hash(const std::string &text) {
+    uint32_t hash = 0;
     for (const char c : text) {
         hash = hash * 31 + static_cast<unsigned char>(c);
     }

@@ -10,9 +10,9 @@ namespace {
 
 using dxrsh::SuppressedLines;
 
-using Ranking = std::vector<std::pair<std::string, std::uint64_t>>;
+using Ranking = std::vector<std::pair<std::string, uint64_t>>;
 
-Ranking Top(const SuppressedLines &lines, std::size_t count) {
+Ranking Top(const SuppressedLines &lines, size_t count) {
     Ranking ranking;
     for (const auto &line : lines.Top(count)) {
         ranking.emplace_back(line.text, line.count);

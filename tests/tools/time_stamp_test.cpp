@@ -16,7 +16,7 @@ using dxrsh::StampReader;
 using dxrsh::TimeStamp;
 
 // The C library's calendar, independent of the code under test.
-std::uint32_t Utc(int year, int month, int day, int hour, int minute, int second) {
+uint32_t Utc(int year, int month, int day, int hour, int minute, int second) {
     std::tm time{};
     time.tm_year = year - 1900;
     time.tm_mon = month - 1;
@@ -24,10 +24,10 @@ std::uint32_t Utc(int year, int month, int day, int hour, int minute, int second
     time.tm_hour = hour;
     time.tm_min = minute;
     time.tm_sec = second;
-    return static_cast<std::uint32_t>(timegm(&time));
+    return static_cast<uint32_t>(timegm(&time));
 }
 
-const std::uint32_t kNoon = Utc(2026, 11, 21, 12, 0, 0);
+const uint32_t kNoon = Utc(2026, 11, 21, 12, 0, 0);
 
 // "SECONDS|rest of the line", or "none".
 std::string ReadWith(StampReader &reader, const std::string &line) {
@@ -40,7 +40,7 @@ std::string Read(const std::string &line) {
     return ReadWith(reader, line);
 }
 
-std::string Expected(std::uint32_t sec, const std::string &rest) {
+std::string Expected(uint32_t sec, const std::string &rest) {
     return std::to_string(sec) + "|" + rest;
 }
 
@@ -220,9 +220,9 @@ TEST(TimeStamp, TheFirstYearIsTheLatestThatIsNotInTheFuture) {
 
 TEST(TimeStamp, RandomTimesRoundTrip) {
     std::mt19937_64 random(dxrtest::Seed());
-    std::uniform_int_distribution<std::uint32_t> anySec(0, Utc(2105, 12, 31, 23, 59, 59));
+    std::uniform_int_distribution<uint32_t> anySec(0, Utc(2105, 12, 31, 23, 59, 59));
     for (int i = 0; i < 20000; ++i) {
-        const std::uint32_t sec = anySec(random);
+        const uint32_t sec = anySec(random);
         const std::time_t time = sec;
         std::tm broken{};
         gmtime_r(&time, &broken);
@@ -237,11 +237,11 @@ TEST(TimeStamp, RandomTimesRoundTrip) {
 TEST(TimeStamp, RandomLinesAreHarmless) {
     std::mt19937_64 random(dxrtest::Seed());
     const std::string stamp = "2026-11-21T12:00:00.25+01:00 Nov 21 12:00:00";
-    std::uniform_int_distribution<std::size_t> position(0, stamp.size() - 1);
+    std::uniform_int_distribution<size_t> position(0, stamp.size() - 1);
     std::uniform_int_distribution<int> anyByte(0, 255);
     StampReader reader = StampReader::FromYear(2026);
     for (int i = 0; i < 20000; ++i) {
-        const std::size_t from = position(random);
+        const size_t from = position(random);
         std::string line = stamp.substr(from, position(random));
         if (!line.empty()) {
             line[position(random) % line.size()] = static_cast<char>(anyByte(random));

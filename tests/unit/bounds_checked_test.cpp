@@ -18,22 +18,22 @@ namespace {
 using dxrtest::GuardedBuffer;
 using testing::AnyOf;
 
-constexpr std::size_t kMaxDest = 20;
-constexpr std::size_t kMaxCount = kMaxDest + 4;
-constexpr std::size_t kLargestUsable = SIZE_MAX >> 1;
+constexpr size_t kMaxDest = 20;
+constexpr size_t kMaxCount = kMaxDest + 4;
+constexpr size_t kLargestUsable = SIZE_MAX >> 1;
 constexpr char kFill = static_cast<char>(GuardedBuffer::kFill);
 
 // "abc...": no two neighbours alike and never the fill.
-std::string Letters(std::size_t length) {
+std::string Letters(size_t length) {
     std::string text(length, '\0');
-    for (std::size_t i = 0; i < length; ++i) {
+    for (size_t i = 0; i < length; ++i) {
         text[i] = static_cast<char>('a' + i % 26);
     }
     return text;
 }
 
 // A heap block of exactly this length, so that a sanitizer sees a read behind it.
-std::unique_ptr<char[]> Unterminated(std::size_t length) {
+std::unique_ptr<char[]> Unterminated(size_t length) {
     auto block = std::make_unique<char[]>(length);
     const std::string text = Letters(length);
     std::copy(text.begin(), text.end(), block.get());
@@ -44,13 +44,13 @@ std::string Bytes(const GuardedBuffer &buffer) {
     return {buffer.Data(), buffer.Size()};
 }
 
-std::string Expected(const std::string &head, std::size_t size) {
+std::string Expected(const std::string &head, size_t size) {
     std::string all(size, kFill);
     return all.replace(0, head.size(), head);
 }
 
-bool RegionsMeet(std::size_t a, std::size_t aSize, std::size_t b, std::size_t bSize) {
-    for (std::size_t i = a; i < a + aSize; ++i) {
+bool RegionsMeet(size_t a, size_t aSize, size_t b, size_t bSize) {
+    for (size_t i = a; i < a + aSize; ++i) {
         if (i >= b && i < b + bSize) {
             return true;
         }
@@ -61,8 +61,8 @@ bool RegionsMeet(std::size_t a, std::size_t aSize, std::size_t b, std::size_t bS
 // --- memcpy_s
 
 TEST(MemcpyS, EverySizeAndCount) {
-    for (std::size_t size = 0; size <= kMaxDest; ++size) {
-        for (std::size_t count = 0; count <= kMaxCount; ++count) {
+    for (size_t size = 0; size <= kMaxDest; ++size) {
+        for (size_t count = 0; count <= kMaxCount; ++count) {
             SCOPED_TRACE(testing::Message() << "size " << size << " count " << count);
             GuardedBuffer dest(size);
             const auto source = Unterminated(count);
@@ -83,8 +83,8 @@ TEST(MemcpyS, EverySizeAndCount) {
 
 TEST(MemcpyS, NullDestinationFails) {
     const char source[8] = "source";
-    for (const std::size_t size : {0U, 1U, 8U}) {
-        for (const std::size_t count : {0U, 1U, 8U, 9U}) {
+    for (const size_t size : {0U, 1U, 8U}) {
+        for (const size_t count : {0U, 1U, 8U, 9U}) {
             EXPECT_EQ(EINVAL, dxr::memcpy_s(nullptr, size, source, count));
             EXPECT_EQ(EINVAL, dxr::memcpy_s(nullptr, size, nullptr, count));
         }
@@ -92,8 +92,8 @@ TEST(MemcpyS, NullDestinationFails) {
 }
 
 TEST(MemcpyS, NullSourceZeroesTheWholeDestination) {
-    for (std::size_t size = 1; size <= kMaxDest; ++size) {
-        for (std::size_t count = 0; count <= kMaxCount; ++count) {
+    for (size_t size = 1; size <= kMaxDest; ++size) {
+        for (size_t count = 0; count <= kMaxCount; ++count) {
             GuardedBuffer dest(size);
             EXPECT_EQ(EINVAL, dxr::memcpy_s(dest.Data(), size, nullptr, count));
             EXPECT_EQ(std::string(size, '\0'), Bytes(dest));
@@ -109,10 +109,10 @@ TEST(MemcpyS, NullSourceAndSizeZeroWriteNothing) {
 }
 
 TEST(MemcpyS, EveryOverlapFailsAndZeroesTheDestination) {
-    constexpr std::size_t kArena = 3 * kMaxDest;
-    for (std::size_t to = 0; to < 2 * kMaxDest; ++to) {
-        for (std::size_t from = 0; from < 2 * kMaxDest; ++from) {
-            for (std::size_t count = 0; count <= kMaxDest; ++count) {
+    constexpr size_t kArena = 3 * kMaxDest;
+    for (size_t to = 0; to < 2 * kMaxDest; ++to) {
+        for (size_t from = 0; from < 2 * kMaxDest; ++from) {
+            for (size_t count = 0; count <= kMaxDest; ++count) {
                 SCOPED_TRACE(testing::Message()
                              << "to " << to << " from " << from << " count " << count);
                 const std::string before = Letters(kArena);
@@ -142,8 +142,8 @@ TEST(MemcpyS, TooLargeAndOverlappingFails) {
 
 TEST(MemcpyS, NoSizeOf32BitsIsRefused) {
     GuardedBuffer dest(4);
-    for (const std::size_t size : {std::size_t{0x7FFFFFFF}, std::size_t{0x80000000},
-                                   std::size_t{0xFFFFFFFF}, std::size_t{0x100000000}}) {
+    for (const size_t size :
+         {size_t{0x7FFFFFFF}, size_t{0x80000000}, size_t{0xFFFFFFFF}, size_t{0x100000000}}) {
         EXPECT_EQ(0, dxr::memcpy_s(dest.Data(), size, "wxyz", 4));
         EXPECT_EQ("wxyz", Bytes(dest));
     }
@@ -154,7 +154,7 @@ TEST(MemcpyS, NoSizeOf32BitsIsRefused) {
 
 TEST(MemcpyS, SizeOfANegativeNumberIsRefused) {
     GuardedBuffer dest(4);
-    for (const std::size_t size : {kLargestUsable + 1, SIZE_MAX - 7, SIZE_MAX}) {
+    for (const size_t size : {kLargestUsable + 1, SIZE_MAX - 7, SIZE_MAX}) {
         EXPECT_EQ(EINVAL, dxr::memcpy_s(dest.Data(), size, "wxyz", 4));
         EXPECT_EQ(EINVAL, dxr::memcpy_s(dest.Data(), size, nullptr, 4));
     }
@@ -173,14 +173,14 @@ TEST(MemcpyS, CountOfANegativeNumberDoesNotFit) {
 
 TEST(MemsetS, EverySizeAndCount) {
     for (const int value : {0, 1, 0x5A, 0xFF, 0x1A5, -1}) {
-        for (std::size_t size = 0; size <= kMaxDest; ++size) {
-            for (std::size_t count = 0; count <= kMaxCount; ++count) {
+        for (size_t size = 0; size <= kMaxDest; ++size) {
+            for (size_t count = 0; count <= kMaxCount; ++count) {
                 SCOPED_TRACE(testing::Message()
                              << "value " << value << " size " << size << " count " << count);
                 GuardedBuffer dest(size);
                 const int result = dxr::memset_s(dest.Data(), size, value, count);
                 EXPECT_EQ(size == 0 ? EINVAL : (count > size ? ERANGE : 0), result);
-                const std::size_t filled = std::min(size, count);
+                const size_t filled = std::min(size, count);
                 EXPECT_EQ(Expected(std::string(filled, static_cast<char>(value)), size),
                           Bytes(dest));
                 EXPECT_TRUE(dest.Intact());
@@ -190,8 +190,8 @@ TEST(MemsetS, EverySizeAndCount) {
 }
 
 TEST(MemsetS, NullDestinationFails) {
-    for (const std::size_t size : {0U, 1U, 8U}) {
-        for (const std::size_t count : {0U, 1U, 8U, 9U}) {
+    for (const size_t size : {0U, 1U, 8U}) {
+        for (const size_t count : {0U, 1U, 8U, 9U}) {
             EXPECT_EQ(EINVAL, dxr::memset_s(nullptr, size, 0, count));
         }
     }
@@ -212,8 +212,8 @@ TEST(MemsetS, OnlyTheSizeOfANegativeNumberIsRefused) {
 // --- strcpy_s
 
 TEST(StrcpyS, EverySizeAndLength) {
-    for (std::size_t size = 0; size <= kMaxDest; ++size) {
-        for (std::size_t length = 0; length <= kMaxCount; ++length) {
+    for (size_t size = 0; size <= kMaxDest; ++size) {
+        for (size_t length = 0; length <= kMaxCount; ++length) {
             SCOPED_TRACE(testing::Message() << "size " << size << " length " << length);
             GuardedBuffer dest(size);
             const std::string source = Letters(length);
@@ -231,7 +231,7 @@ TEST(StrcpyS, EverySizeAndLength) {
 }
 
 TEST(StrcpyS, DoesNotReadBehindWhatCannotFit) {
-    for (std::size_t size = 1; size <= kMaxDest; ++size) {
+    for (size_t size = 1; size <= kMaxDest; ++size) {
         GuardedBuffer dest(size);
         const auto source = Unterminated(size);
         EXPECT_EQ(ERANGE, dxr::strcpy_s(dest.Data(), size, source.get()));
@@ -241,7 +241,7 @@ TEST(StrcpyS, DoesNotReadBehindWhatCannotFit) {
 }
 
 TEST(StrcpyS, NullPointersFail) {
-    for (const std::size_t size : {0U, 1U, 8U}) {
+    for (const size_t size : {0U, 1U, 8U}) {
         EXPECT_EQ(EINVAL, dxr::strcpy_s(nullptr, size, "text"));
         EXPECT_EQ(EINVAL, dxr::strcpy_s(nullptr, size, nullptr));
     }
@@ -266,11 +266,11 @@ TEST(StrcpyS, SizesBeyondTheText) {
 }
 
 TEST(StrcpyS, EveryOverlapFailsAndEmptiesTheDestination) {
-    constexpr std::size_t kSize = 12;
-    constexpr std::size_t kArena = 3 * kSize;
-    for (std::size_t length = 0; length < kSize; ++length) {
-        for (std::size_t to = 0; to < kArena - kSize; ++to) {
-            for (std::size_t from = 0; from + length < kArena; ++from) {
+    constexpr size_t kSize = 12;
+    constexpr size_t kArena = 3 * kSize;
+    for (size_t length = 0; length < kSize; ++length) {
+        for (size_t to = 0; to < kArena - kSize; ++to) {
+            for (size_t from = 0; from + length < kArena; ++from) {
                 SCOPED_TRACE(testing::Message()
                              << "to " << to << " from " << from << " length " << length);
                 std::string arena = Letters(kArena);
@@ -292,9 +292,9 @@ TEST(StrcpyS, EveryOverlapFailsAndEmptiesTheDestination) {
 // --- strncpy_s
 
 TEST(StrncpyS, EverySizeCountAndLength) {
-    for (std::size_t size = 0; size <= kMaxDest; ++size) {
-        for (std::size_t count = 0; count <= kMaxCount; ++count) {
-            for (std::size_t length = 0; length <= kMaxCount; ++length) {
+    for (size_t size = 0; size <= kMaxDest; ++size) {
+        for (size_t count = 0; count <= kMaxCount; ++count) {
+            for (size_t length = 0; length <= kMaxCount; ++length) {
                 SCOPED_TRACE(testing::Message()
                              << "size " << size << " count " << count << " length " << length);
                 GuardedBuffer dest(size);
@@ -305,7 +305,7 @@ TEST(StrncpyS, EverySizeCountAndLength) {
                     EXPECT_EQ(EINVAL, result);
                     continue;
                 }
-                const std::size_t copied = std::min(count, length);
+                const size_t copied = std::min(count, length);
                 EXPECT_EQ(copied < size ? 0 : ERANGE, result);
                 ASSERT_TRUE(dest.Terminated());
                 EXPECT_EQ(copied < size ? Letters(copied) : "", dest.Text());
@@ -315,7 +315,7 @@ TEST(StrncpyS, EverySizeCountAndLength) {
 }
 
 TEST(StrncpyS, SourceNeedsNoTerminatorBehindCount) {
-    for (std::size_t count = 0; count <= kMaxDest; ++count) {
+    for (size_t count = 0; count <= kMaxDest; ++count) {
         GuardedBuffer dest(count + 1);
         const auto source = Unterminated(count);
         EXPECT_EQ(0, dxr::strncpy_s(dest.Data(), count + 1, source.get(), count));
@@ -325,8 +325,8 @@ TEST(StrncpyS, SourceNeedsNoTerminatorBehindCount) {
 }
 
 TEST(StrncpyS, DoesNotReadBehindWhatCannotFit) {
-    for (std::size_t size = 1; size <= kMaxDest; ++size) {
-        for (const std::size_t count : {size, size + 1, std::size_t{0xFFFFFFFF}, SIZE_MAX}) {
+    for (size_t size = 1; size <= kMaxDest; ++size) {
+        for (const size_t count : {size, size + 1, size_t{0xFFFFFFFF}, SIZE_MAX}) {
             GuardedBuffer dest(size);
             const auto source = Unterminated(size);
             EXPECT_EQ(ERANGE, dxr::strncpy_s(dest.Data(), size, source.get(), count));
@@ -337,13 +337,13 @@ TEST(StrncpyS, DoesNotReadBehindWhatCannotFit) {
 }
 
 TEST(StrncpyS, NullPointersFail) {
-    for (const std::size_t size : {0U, 1U, 8U}) {
-        for (const std::size_t count : {0U, 4U, 9U}) {
+    for (const size_t size : {0U, 1U, 8U}) {
+        for (const size_t count : {0U, 4U, 9U}) {
             EXPECT_EQ(EINVAL, dxr::strncpy_s(nullptr, size, "text", count));
             EXPECT_EQ(EINVAL, dxr::strncpy_s(nullptr, size, nullptr, count));
         }
     }
-    for (const std::size_t count : {0U, 4U, 9U}) {
+    for (const size_t count : {0U, 4U, 9U}) {
         GuardedBuffer dest(8);
         EXPECT_EQ(EINVAL, dxr::strncpy_s(dest.Data(), 0, nullptr, count));
         EXPECT_EQ(EINVAL, dxr::strncpy_s(dest.Data(), 0, "text", count));
@@ -367,21 +367,21 @@ TEST(StrncpyS, OnlyTheSizeOfANegativeNumberIsRefused) {
 // What counts is what is read and written: the characters taken, the source's terminator if it is
 // reached, and the terminator written.
 TEST(StrncpyS, EveryOverlapFailsAndEmptiesTheDestination) {
-    constexpr std::size_t kSize = 10;
-    constexpr std::size_t kArena = 3 * kSize;
-    for (std::size_t length = 0; length <= kSize; ++length) {
-        for (std::size_t count = 0; count < kSize; ++count) {
-            for (std::size_t to = 0; to < kArena - kSize; ++to) {
-                for (std::size_t from = 0; from + length < kArena; ++from) {
+    constexpr size_t kSize = 10;
+    constexpr size_t kArena = 3 * kSize;
+    for (size_t length = 0; length <= kSize; ++length) {
+        for (size_t count = 0; count < kSize; ++count) {
+            for (size_t to = 0; to < kArena - kSize; ++to) {
+                for (size_t from = 0; from + length < kArena; ++from) {
                     SCOPED_TRACE(testing::Message() << "to " << to << " from " << from << " length "
                                                     << length << " count " << count);
                     std::string arena = Letters(kArena);
                     arena[from + length] = '\0';
-                    const std::size_t copied = std::min(length, count);
+                    const size_t copied = std::min(length, count);
                     const std::string text(arena, from, copied);
                     const int result =
                         dxr::strncpy_s(arena.data() + to, kSize, arena.data() + from, count);
-                    const std::size_t read = copied + (length < count ? 1 : 0);
+                    const size_t read = copied + (length < count ? 1 : 0);
                     if (RegionsMeet(to, copied + 1, from, read)) {
                         EXPECT_EQ(EINVAL, result);
                         EXPECT_EQ('\0', arena[to]);
@@ -397,8 +397,7 @@ TEST(StrncpyS, EveryOverlapFailsAndEmptiesTheDestination) {
 
 // --- the formatters
 
-[[gnu::format(printf, 3, 4)]] int FormatByList(char *buffer, std::size_t size, const char *format,
-                                               ...) {
+[[gnu::format(printf, 3, 4)]] int FormatByList(char *buffer, size_t size, const char *format, ...) {
     std::va_list args;
     va_start(args, format);
     const int stored = dxr::vsnprintf_truncated_s(buffer, size, format, args);
@@ -406,7 +405,7 @@ TEST(StrncpyS, EveryOverlapFailsAndEmptiesTheDestination) {
     return stored;
 }
 
-using Formatter = int (*)(char *, std::size_t, const char *, ...);
+using Formatter = int (*)(char *, size_t, const char *, ...);
 
 class TruncatingFormatter : public testing::TestWithParam<Formatter> {
   protected:
@@ -415,8 +414,8 @@ class TruncatingFormatter : public testing::TestWithParam<Formatter> {
 };
 
 TEST_P(TruncatingFormatter, EverySizeAndLength) {
-    for (std::size_t size = 0; size <= kMaxDest; ++size) {
-        for (std::size_t length = 0; length <= kMaxCount; ++length) {
+    for (size_t size = 0; size <= kMaxDest; ++size) {
+        for (size_t length = 0; length <= kMaxCount; ++length) {
             SCOPED_TRACE(testing::Message() << "size " << size << " length " << length);
             GuardedBuffer buffer(size);
             const std::string text = Letters(length);
@@ -426,7 +425,7 @@ TEST_P(TruncatingFormatter, EverySizeAndLength) {
                 EXPECT_EQ(-1, stored);
                 continue;
             }
-            const std::size_t kept = std::min(length, size - 1);
+            const size_t kept = std::min(length, size - 1);
             EXPECT_EQ(static_cast<int>(kept), stored);
             ASSERT_TRUE(buffer.Terminated());
             EXPECT_EQ(Letters(kept), buffer.Text());
@@ -443,7 +442,7 @@ TEST_P(TruncatingFormatter, ConvertsItsArguments) {
 }
 
 TEST_P(TruncatingFormatter, NullBufferFails) {
-    for (const std::size_t size : {0U, 1U, 16U}) {
+    for (const size_t size : {0U, 1U, 16U}) {
         EXPECT_EQ(-1, format_(nullptr, size, "%s", "text"));
         EXPECT_EQ(-1, format_(nullptr, size, nullptr));
     }
@@ -451,7 +450,7 @@ TEST_P(TruncatingFormatter, NullBufferFails) {
 
 TEST_P(TruncatingFormatter, NullFormatFailsAndWritesNothing) {
     GuardedBuffer buffer(16);
-    for (const std::size_t size : {0U, 1U, 16U}) {
+    for (const size_t size : {0U, 1U, 16U}) {
         EXPECT_EQ(-1, format_(buffer.Data(), size, nullptr));
     }
     EXPECT_TRUE(buffer.Untouched());
@@ -459,7 +458,7 @@ TEST_P(TruncatingFormatter, NullFormatFailsAndWritesNothing) {
 
 TEST_P(TruncatingFormatter, FailedConversionEmptiesTheBuffer) {
     ASSERT_STREQ("C", std::setlocale(LC_CTYPE, nullptr));
-    for (std::size_t size = 1; size <= kMaxDest; ++size) {
+    for (size_t size = 1; size <= kMaxDest; ++size) {
         GuardedBuffer buffer(size);
         EXPECT_EQ(-1, format_(buffer.Data(), size, "abc%ls", L"\x20AC"));
         EXPECT_EQ('\0', buffer.Data()[0]);
@@ -475,7 +474,7 @@ TEST_P(TruncatingFormatter, OnlyTheSizeOfANegativeNumberIsRefused) {
     EXPECT_EQ(-1, format_(buffer.Data(), kLargestUsable + 1, "%s", "wrong"));
     EXPECT_EQ(-1, format_(buffer.Data(), SIZE_MAX, "%s", "wrong"));
     EXPECT_TRUE(buffer.Untouched());
-    for (const std::size_t size : {std::size_t{0x7FFFFFFF}, std::size_t{0xFFFFFFFF}}) {
+    for (const size_t size : {size_t{0x7FFFFFFF}, size_t{0xFFFFFFFF}}) {
         EXPECT_EQ(5, format_(buffer.Data(), size, "%s", "right"));
         EXPECT_EQ("right", buffer.Text());
     }

@@ -11,7 +11,7 @@ namespace {
 
 using dxrtest::GuardedBuffer;
 
-std::string Hex(std::uint32_t number) {
+std::string Hex(uint32_t number) {
     static const char kDigits[] = "0123456789ABCDEF";
     std::string text = "0x";
     for (int shift = 28; shift >= 0; shift -= 4) {
@@ -20,11 +20,11 @@ std::string Hex(std::uint32_t number) {
     return text;
 }
 
-std::string FileName(const std::string &name, std::uint32_t id1, std::uint32_t id2) {
+std::string FileName(const std::string &name, uint32_t id1, uint32_t id2) {
     return "../conf/" + name + "_" + Hex(id1) + "_" + Hex(id2) + ".json";
 }
 
-void ExpectFmt(const std::string &name, std::uint32_t id1, std::uint32_t id2, std::uint32_t size) {
+void ExpectFmt(const std::string &name, uint32_t id1, uint32_t id2, uint32_t size) {
     SCOPED_TRACE(testing::Message() << name << " " << id1 << " " << id2 << " size " << size);
     GuardedBuffer buffer(size);
     DXR_CFG_FmtCfgFile(name.c_str(), id1, id2, buffer.Data(), size);
@@ -45,7 +45,7 @@ TEST(FmtCfgFile, GivesTheDocumentedName) {
 }
 
 TEST(FmtCfgFile, EverySizeKeepsWhatFits) {
-    for (std::uint32_t size = 0; size <= 60; ++size) {
+    for (uint32_t size = 0; size <= 60; ++size) {
         ExpectFmt("tm", 26, 3, size);
     }
 }
@@ -59,8 +59,8 @@ TEST(FmtCfgFile, EightBytesHoldTheDirectory) {
 
 TEST(FmtCfgFile, NamesAndNumbersOfEveryKind) {
     for (const char *name : {"", "a", "a/b", "%s%n%d", "with space", "..", "name_0x1"}) {
-        for (const std::uint32_t id1 : {0U, 0xABCDEF01U, 0xFFFFFFFFU}) {
-            for (const std::uint32_t id2 : {0U, 0x80000000U, 0xFFFFFFFFU}) {
+        for (const uint32_t id1 : {0U, 0xABCDEF01U, 0xFFFFFFFFU}) {
+            for (const uint32_t id2 : {0U, 0x80000000U, 0xFFFFFFFFU}) {
                 ExpectFmt(name, id1, id2, 100);
             }
         }
@@ -69,7 +69,7 @@ TEST(FmtCfgFile, NamesAndNumbersOfEveryKind) {
 
 TEST(FmtCfgFile, LongNameIsCut) {
     const std::string name(5000, 'n');
-    for (const std::uint32_t size : {1U, 100U, 5007U, 5008U, 5036U, 5037U, 5038U, 6000U}) {
+    for (const uint32_t size : {1U, 100U, 5007U, 5008U, 5036U, 5037U, 5038U, 6000U}) {
         ExpectFmt(name, 1, 2, size);
     }
 }
@@ -93,8 +93,8 @@ TEST(FmtCfgFile, RandomCallsFollowTheModel) {
     std::mt19937_64 random(dxrtest::Seed());
     for (int round = 0; round < 2000; ++round) {
         const std::string name(random() % 40, static_cast<char>('a' + random() % 26));
-        ExpectFmt(name, static_cast<std::uint32_t>(random()), static_cast<std::uint32_t>(random()),
-                  static_cast<std::uint32_t>(random() % 90));
+        ExpectFmt(name, static_cast<uint32_t>(random()), static_cast<uint32_t>(random()),
+                  static_cast<uint32_t>(random() % 90));
     }
 }
 

@@ -18,7 +18,7 @@ namespace {
 using testing::Test;
 using Calls = std::vector<std::string>;
 
-constexpr std::uint32_t kUntouched = 0xC0C0C0C0;
+constexpr uint32_t kUntouched = 0xC0C0C0C0;
 
 class Database;
 Database *g_database = nullptr;
@@ -36,13 +36,13 @@ class Database : public Test {
     ~Database() override { g_database = nullptr; }
 
     // Two fields and no byte more, so that a sanitizer sees a read behind them.
-    void SetRecordSize(std::uint32_t size) {
-        query_ = std::make_unique<std::uint32_t[]>(2);
+    void SetRecordSize(uint32_t size) {
+        query_ = std::make_unique<uint32_t[]>(2);
         query_[0] = 0xFFFFFFFF;
         query_[1] = size;
     }
 
-    static std::uint32_t Count(void *query, std::uint32_t *count) {
+    static uint32_t Count(void *query, uint32_t *count) {
         Database &self = *g_database;
         EXPECT_EQ(self.query_.get(), query);
         EXPECT_NE(&self.count_, count) << "the caller's count is written at the end only";
@@ -52,14 +52,14 @@ class Database : public Test {
         return self.countResult_;
     }
 
-    static std::uint32_t Limit(void *query, std::uint32_t limit, void *records) {
+    static uint32_t Limit(void *query, uint32_t limit, void *records) {
         Database &self = *g_database;
         EXPECT_EQ(self.query_.get(), query);
         EXPECT_EQ(kUntouched, self.count_);
         self.host_.calls.push_back("limit " + std::to_string(limit));
         self.records_ = records;
         const auto *bytes = static_cast<const unsigned char *>(records);
-        const std::uint32_t size = self.host_.allocations.back().size;
+        const uint32_t size = self.host_.allocations.back().size;
         EXPECT_TRUE(std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; }));
         std::memset(records, 0x77, std::min(size, self.written_));
         return self.limitResult_;
@@ -75,12 +75,12 @@ class Database : public Test {
     }
 
     dxrtest::TestHost host_;
-    std::unique_ptr<std::uint32_t[]> query_;
-    std::uint32_t count_ = kUntouched;
-    std::uint32_t countAnswer_ = 3;
-    std::uint32_t countResult_ = 0;
-    std::uint32_t limitResult_ = 0;
-    std::uint32_t written_ = 0;
+    std::unique_ptr<uint32_t[]> query_;
+    uint32_t count_ = kUntouched;
+    uint32_t countAnswer_ = 3;
+    uint32_t countResult_ = 0;
+    uint32_t limitResult_ = 0;
+    uint32_t written_ = 0;
     void *records_ = nullptr;
 };
 
@@ -110,7 +110,7 @@ TEST_F(Database, SelectNamesItsSourceFile) {
 }
 
 TEST_F(Database, DefaultMidIsReadAtEachSelection) {
-    for (const std::uint32_t mid : {9U, 0U, 0xFFFFFFFFU}) {
+    for (const uint32_t mid : {9U, 0U, 0xFFFFFFFFU}) {
         DXR_SetDefaultMid(mid);
         count_ = kUntouched;
         void *block = Select();
@@ -120,7 +120,7 @@ TEST_F(Database, DefaultMidIsReadAtEachSelection) {
 }
 
 TEST_F(Database, FailedCountEndsTheSelection) {
-    for (const std::uint32_t result : {1U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t result : {1U, 0x80000000U, 0xFFFFFFFFU}) {
         host_.calls.clear();
         countResult_ = result;
         ExpectNothing();
@@ -159,7 +159,7 @@ TEST_F(Database, RecordsOfNoSizeAreNotAllocated) {
 }
 
 TEST_F(Database, FailedSelectionReleasesTheBlock) {
-    for (const std::uint32_t result : {1U, 0xFFFFFFFFU}) {
+    for (const uint32_t result : {1U, 0xFFFFFFFFU}) {
         host_.calls.clear();
         host_.releases.clear();
         limitResult_ = result;
@@ -226,20 +226,20 @@ TEST_F(Database, EveryStepCanFailInTurn) {
 // --- the node group of a fabric element
 
 struct NodeGroup {
-    std::array<std::uint32_t, 4> record;
-    std::uint32_t result;
-    std::array<std::uint32_t, 3> arguments;
+    std::array<uint32_t, 4> record;
+    uint32_t result;
+    std::array<uint32_t, 3> arguments;
     int calls;
 };
 
 NodeGroup g_nodeGroup;
 
-std::uint32_t GetNgTmCfg(std::uint32_t arg1, std::uint32_t arg2, std::uint32_t arg3, void *config) {
+uint32_t GetNgTmCfg(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *config) {
     ++g_nodeGroup.calls;
     g_nodeGroup.arguments = {arg1, arg2, arg3};
-    std::array<std::uint32_t, 4> before = {1, 1, 1, 1};
+    std::array<uint32_t, 4> before = {1, 1, 1, 1};
     std::memcpy(before.data(), config, sizeof(before));
-    EXPECT_EQ((std::array<std::uint32_t, 4>{}), before);
+    EXPECT_EQ((std::array<uint32_t, 4>{}), before);
     std::memcpy(config, g_nodeGroup.record.data(), sizeof(g_nodeGroup.record));
     return g_nodeGroup.result;
 }
@@ -254,12 +254,12 @@ TEST_F(FeNodeGrpId, IsTheFourthFieldOfTheConfiguration) {
     g_dxrHooks.db.getNgTmCfgFromDb = GetNgTmCfg;
     EXPECT_EQ(0x80000044U, DXR_GetFeNodeGrpId(0xAABBCCDD, 0xFFFFFFFE));
     EXPECT_EQ(1, g_nodeGroup.calls);
-    EXPECT_EQ((std::array<std::uint32_t, 3>{0xAABBCCDD, 0xFFFFFFFE, 0}), g_nodeGroup.arguments);
+    EXPECT_EQ((std::array<uint32_t, 3>{0xAABBCCDD, 0xFFFFFFFE, 0}), g_nodeGroup.arguments);
 }
 
 TEST_F(FeNodeGrpId, IsZeroWhenTheLookUpFailsAfterWriting) {
     g_dxrHooks.db.getNgTmCfgFromDb = GetNgTmCfg;
-    for (const std::uint32_t result : {1U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t result : {1U, 0x80000000U, 0xFFFFFFFFU}) {
         g_nodeGroup.result = result;
         EXPECT_EQ(0U, DXR_GetFeNodeGrpId(1, 2));
     }
@@ -288,11 +288,11 @@ class PortInfoByTmPort : public Test {
         g_portCalls = 0;
         g_byTmPortCalls = 0;
     }
-    static std::uint32_t Port(std::uint32_t, std::uint32_t, std::uint32_t, void *) {
+    static uint32_t Port(uint32_t, uint32_t, uint32_t, void *) {
         ++g_portCalls;
         return 10;
     }
-    static std::uint32_t ByTmPort(std::uint32_t, std::uint32_t, std::uint32_t, void *) {
+    static uint32_t ByTmPort(uint32_t, uint32_t, uint32_t, void *) {
         ++g_byTmPortCalls;
         return 11;
     }

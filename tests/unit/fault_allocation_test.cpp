@@ -19,7 +19,7 @@ using dxrtest::RunFailing;
 
 TEST(FaultAllocation, AFailureWhileMakingASpecLeaksNothing) {
     std::unique_ptr<DxrFaultSpec> spec;
-    const auto nothingIsLeft = [&](std::size_t) {
+    const auto nothingIsLeft = [&](size_t) {
         EXPECT_EQ(NewWatch::Live(), 0u);
         EXPECT_EQ(spec, nullptr);
     };
@@ -29,7 +29,7 @@ TEST(FaultAllocation, AFailureWhileMakingASpecLeaksNothing) {
     spec.reset();
     EXPECT_EQ(NewWatch::Live(), 0u);
 
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs = {{10, 3}, {20, 0}};
+    std::vector<std::pair<uint32_t, uint32_t>> pairs = {{10, 3}, {20, 0}};
     EXPECT_EQ(
         FailEachAllocation([&] { spec = DxrFaultSpecFactory().CreateSpec(pairs); }, nothingIsLeft),
         2u);

@@ -21,32 +21,32 @@ using dxrtest::FieldAt;
 using dxrtest::TestHost;
 using dxrtest::VirtualSlot;
 
-constexpr std::uint32_t kMax = 0xFFFFFFFF;
-constexpr std::uint32_t kRing = 4096;
-using Pairs = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+constexpr uint32_t kMax = 0xFFFFFFFF;
+constexpr uint32_t kRing = 4096;
+using Pairs = std::vector<std::pair<uint32_t, uint32_t>>;
 
 class FaultTest : public testing::Test {
   protected:
     FaultTest() { host_.WithClock(); }
 
-    void EventAt(std::uint32_t sec) {
+    void EventAt(uint32_t sec) {
         host_.startupSec = sec;
         counter_.IncreaseCount();
     }
-    void EventsAt(const std::vector<std::uint32_t> &seconds) {
-        for (const std::uint32_t sec : seconds) {
+    void EventsAt(const std::vector<uint32_t> &seconds) {
+        for (const uint32_t sec : seconds) {
             EventAt(sec);
         }
     }
-    bool HoldsAt(const DxrFaultSpec &spec, std::uint32_t now) {
+    bool HoldsAt(const DxrFaultSpec &spec, uint32_t now) {
         host_.startupSec = now;
         return spec.IsSatisfied(&counter_);
     }
     // The number of events as if so many had gone by; the ring stays.
-    void PretendCount(std::uint32_t count) { dxrtest::SetFieldAt(&counter_, 0, count); }
-    std::uint32_t TotalCount() const { return FieldAt<std::uint32_t>(&counter_, 0); }
-    std::uint32_t RingEntry(std::uint32_t position) const {
-        return FieldAt<std::uint32_t>(&counter_, 4 + 4 * std::size_t{position});
+    void PretendCount(uint32_t count) { dxrtest::SetFieldAt(&counter_, 0, count); }
+    uint32_t TotalCount() const { return FieldAt<uint32_t>(&counter_, 0); }
+    uint32_t RingEntry(uint32_t position) const {
+        return FieldAt<uint32_t>(&counter_, 4 + 4 * size_t{position});
     }
 
     TestHost host_;
@@ -95,7 +95,7 @@ TEST_F(FaultCounter, EventsAreStampedWithTheStartupClock) {
 }
 
 TEST_F(FaultCounter, EventKLiesAtEntryKModulo4096) {
-    for (std::uint32_t k = 0; k < kRing + 5; ++k) {
+    for (uint32_t k = 0; k < kRing + 5; ++k) {
         EventAt(1000 + k);
     }
     EXPECT_EQ(TotalCount(), kRing + 5);
@@ -106,7 +106,7 @@ TEST_F(FaultCounter, EventKLiesAtEntryKModulo4096) {
 }
 
 TEST_F(FaultCounter, TheCountStopsAt4096) {
-    for (std::uint32_t k = 0; k < kRing - 1; ++k) {
+    for (uint32_t k = 0; k < kRing - 1; ++k) {
         counter_.IncreaseCount();
     }
     EXPECT_EQ(counter_.GetCount(), kRing - 1);
@@ -118,7 +118,7 @@ TEST_F(FaultCounter, TheCountStopsAt4096) {
 }
 
 TEST_F(FaultCounter, FiveThousandEventsLookBackOver4096) {
-    for (std::uint32_t k = 0; k < 5000; ++k) {
+    for (uint32_t k = 0; k < 5000; ++k) {
         EventAt(10000 + k);
     }
     EXPECT_EQ(counter_.GetCount(), 4096u);
@@ -133,7 +133,7 @@ TEST_F(FaultCounter, TheLargestLookBackFollowsTheWrappedSum) {
     EXPECT_EQ(counter_.BacktraceTimestamp(kMax), 0u);
     EventsAt({11, 12});
     EXPECT_EQ(counter_.BacktraceTimestamp(kMax), 0u);
-    for (std::uint32_t k = 2; k < kRing; ++k) {
+    for (uint32_t k = 2; k < kRing; ++k) {
         EventAt(11 + k);
     }
     EXPECT_EQ(counter_.BacktraceTimestamp(kMax), 11u);
@@ -142,13 +142,13 @@ TEST_F(FaultCounter, TheLargestLookBackFollowsTheWrappedSum) {
 }
 
 TEST_F(FaultCounter, ResettingForgetsAllEvents) {
-    for (std::uint32_t k = 0; k < kRing + 10; ++k) {
+    for (uint32_t k = 0; k < kRing + 10; ++k) {
         EventAt(1 + k);
     }
     counter_.ResetCount();
     EXPECT_EQ(counter_.GetCount(), 0u);
     EXPECT_EQ(TotalCount(), 0u);
-    for (std::uint32_t i = 0; i < kRing; ++i) {
+    for (uint32_t i = 0; i < kRing; ++i) {
         ASSERT_EQ(RingEntry(i), 0u) << i;
     }
     EventAt(77);
@@ -241,7 +241,7 @@ TEST_F(FaultAccumulated, WithoutEventsNothingHolds) {
 }
 
 TEST_F(FaultAccumulated, ThresholdsBeyondTheRingNeverHold) {
-    for (std::uint32_t k = 0; k < kRing + 10; ++k) {
+    for (uint32_t k = 0; k < kRing + 10; ++k) {
         EventAt(100);
     }
     EXPECT_TRUE(HoldsAt(DxrFaultAccumulatedSpec(10, kRing), 100));
@@ -310,17 +310,17 @@ TEST_F(FaultAccumulated, OneSpecServesManyCounters) {
 // --- several rules
 
 // Gives one time after the other, then 0.
-std::vector<std::uint32_t> g_times;
-std::size_t g_readings = 0;
+std::vector<uint32_t> g_times;
+size_t g_readings = 0;
 
-std::uint32_t NextTime() {
-    const std::size_t reading = g_readings++;
+uint32_t NextTime() {
+    const size_t reading = g_readings++;
     return reading < g_times.size() ? g_times[reading] : 0;
 }
 
 class FaultMultiAccumulated : public FaultTest {
   protected:
-    bool HoldsWithTimes(const Pairs &pairs, std::vector<std::uint32_t> times) {
+    bool HoldsWithTimes(const Pairs &pairs, std::vector<uint32_t> times) {
         g_times = std::move(times);
         g_readings = 0;
         g_dxrHooks.time.getStartupTimeSec = NextTime;
@@ -420,7 +420,7 @@ TEST_F(FaultTimeout, WhenTheEventWasDoesNotMatter) {
     EXPECT_TRUE(HoldsAt(spec, 1000));
     EXPECT_TRUE(HoldsAt(spec, 61));
     EXPECT_FALSE(HoldsAt(spec, 60));
-    for (std::uint32_t k = 0; k < kRing + 3; ++k) {
+    for (uint32_t k = 0; k < kRing + 3; ++k) {
         EventAt(1000);
     }
     EXPECT_TRUE(HoldsAt(spec, 1000));
@@ -487,10 +487,8 @@ TEST_F(FaultFactory, AListMakesAMultiSpecWithACopyOfIt) {
     EXPECT_TRUE(HoldsAt(*spec, 110));
     EXPECT_FALSE(HoldsAt(*spec, 111));
 
-    const auto *const first =
-        FieldAt<const std::pair<std::uint32_t, std::uint32_t> *>(spec.get(), 8);
-    const auto *const last =
-        FieldAt<const std::pair<std::uint32_t, std::uint32_t> *>(spec.get(), 16);
+    const auto *const first = FieldAt<const std::pair<uint32_t, uint32_t> *>(spec.get(), 8);
+    const auto *const last = FieldAt<const std::pair<uint32_t, uint32_t> *>(spec.get(), 16);
     EXPECT_EQ(Pairs(first, last), before);
 }
 
@@ -513,18 +511,17 @@ TEST(FaultLayout, FieldsLieInTheirOrder) {
 
     const DxrFaultAccumulatedSpec accumulated(0x11111111, 0x22222222);
     EXPECT_EQ(sizeof(accumulated), 16u);
-    EXPECT_EQ(FieldAt<std::uint32_t>(&accumulated, 8), 0x11111111u);
-    EXPECT_EQ(FieldAt<std::uint32_t>(&accumulated, 12), 0x22222222u);
+    EXPECT_EQ(FieldAt<uint32_t>(&accumulated, 8), 0x11111111u);
+    EXPECT_EQ(FieldAt<uint32_t>(&accumulated, 12), 0x22222222u);
 
     const DxrFaultMultiAccumulatedSpec multi({{1, 2}, {3, 4}});
     EXPECT_EQ(sizeof(multi), 32u);
-    const auto *const first = FieldAt<const std::uint32_t *>(&multi, 8);
-    EXPECT_EQ(std::vector<std::uint32_t>(first, first + 4),
-              (std::vector<std::uint32_t>{1, 2, 3, 4}));
+    const auto *const first = FieldAt<const uint32_t *>(&multi, 8);
+    EXPECT_EQ(std::vector<uint32_t>(first, first + 4), (std::vector<uint32_t>{1, 2, 3, 4}));
 
     const DxrFaultTimeoutSpec timeout(0x33333333);
     EXPECT_EQ(sizeof(timeout), 16u);
-    EXPECT_EQ(FieldAt<std::uint32_t>(&timeout, 8), 0x33333333u);
+    EXPECT_EQ(FieldAt<uint32_t>(&timeout, 8), 0x33333333u);
 }
 
 // Slots: the two destructors, IsSatisfied. Each is an exported function.

@@ -14,7 +14,7 @@
 
 namespace {
 
-using Addresses = std::array<std::uintptr_t, 226>;
+using Addresses = std::array<uintptr_t, 226>;
 static_assert(sizeof(Addresses) == sizeof(DxrHooks));
 
 Addresses TableNow() {
@@ -25,19 +25,19 @@ Addresses TableNow() {
 const Addresses kTableAtLoad = TableNow();
 
 // Never called, only compared.
-DxrHooks TableOf(std::uintptr_t first) {
+DxrHooks TableOf(uintptr_t first) {
     Addresses addresses = {};
-    for (std::size_t i = 0; i < addresses.size(); ++i) {
+    for (size_t i = 0; i < addresses.size(); ++i) {
         addresses[i] = first + 16 * i;
     }
     return std::bit_cast<DxrHooks>(addresses);
 }
 
-void *Allocate(std::uint32_t, std::uint32_t, const char *, std::uint32_t) {
+void *Allocate(uint32_t, uint32_t, const char *, uint32_t) {
     return nullptr;
 }
 
-void Release(void *, const char *, std::uint32_t) {
+void Release(void *, const char *, uint32_t) {
 }
 
 class Hooks : public testing::Test {
@@ -74,7 +74,7 @@ TEST_F(Hooks, LaterTableReplacesEverySlot) {
 TEST_F(Hooks, NullTableFailsAndEmptiesEverySlot) {
     const DxrHooks table = TableOf(0x1000);
     EXPECT_EQ(0U, DXR_RegisterHooks(&table));
-    EXPECT_EQ(std::uint32_t{EINVAL}, DXR_RegisterHooks(nullptr));
+    EXPECT_EQ(uint32_t{EINVAL}, DXR_RegisterHooks(nullptr));
     EXPECT_EQ(22, EINVAL);
     EXPECT_EQ(Addresses{}, TableNow());
     EXPECT_EQ(22U, DXR_RegisterHooks(nullptr));
@@ -90,7 +90,7 @@ TEST_F(Hooks, OwnTableOverlapsFailsAndEmptiesEverySlot) {
 }
 
 TEST_F(Hooks, TableInsideTheOwnOneOverlapsToo) {
-    for (const std::size_t shift : {sizeof(void *), 225 * sizeof(void *)}) {
+    for (const size_t shift : {sizeof(void *), 225 * sizeof(void *)}) {
         const DxrHooks table = TableOf(0x1000);
         EXPECT_EQ(0U, DXR_RegisterHooks(&table));
         // Found out before anything is read.
@@ -132,7 +132,7 @@ TEST_F(Hooks, FirstAndLastGetter) {
 
 // The table is one object for program and library: what a host writes into it directly counts.
 TEST_F(Hooks, ProgramAndLibrarySeeOneTable) {
-    g_dxrHooks.dev.boardIsMaster = [] { return std::uint32_t{42}; };
+    g_dxrHooks.dev.boardIsMaster = [] { return uint32_t{42}; };
     EXPECT_EQ(42U, DXR_BoardIsMaster());
     DXR_GetDevHooks()->boardIsMaster = nullptr;
     EXPECT_EQ(1U, DXR_BoardIsMaster());
@@ -143,7 +143,7 @@ TEST_F(Hooks, HookMayReplaceTheTableItStandsIn) {
     DxrHooks table = {};
     table.dev.boardIsMaster = [] {
         static_cast<void>(DXR_RegisterHooks(nullptr));
-        return std::uint32_t{7};
+        return uint32_t{7};
     };
     EXPECT_EQ(0U, DXR_RegisterHooks(&table));
     EXPECT_EQ(7U, DXR_BoardIsMaster());

@@ -18,7 +18,7 @@ class HostServices : public testing::Test {
 };
 
 TEST_F(HostServices, BlockIsReleasedWhereItsOwnerStands) {
-    std::uint32_t line = 0;
+    uint32_t line = 0;
     {
         line = __LINE__ + 1;
         const dxr::HostBlock block(5, 24);
@@ -40,7 +40,7 @@ TEST_F(HostServices, BlockGivenAwayIsNotReleased) {
         EXPECT_EQ(nullptr, block.Release());
     }
     EXPECT_TRUE(host_.IsLive(given));
-    const std::uint32_t line = __LINE__ + 1;
+    const uint32_t line = __LINE__ + 1;
     dxr::FreeBlock(given);
     EXPECT_EQ(0U, host_.LiveBlocks());
     EXPECT_EQ("tests/unit/host_services_test.cpp", host_.releases.at(0).file);

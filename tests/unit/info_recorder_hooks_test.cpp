@@ -15,11 +15,11 @@ namespace {
 
 // The parameter: how many other records stand in front, since small stores and larger ones are
 // searched differently.
-class RecorderHooks : public testing::TestWithParam<std::uint32_t> {
+class RecorderHooks : public testing::TestWithParam<uint32_t> {
   protected:
     RecorderHooks() {
         host_.WithMemory().WithClock();
-        for (std::uint32_t i = 0; i < GetParam(); ++i) {
+        for (uint32_t i = 0; i < GetParam(); ++i) {
             DXR_RecordInfo("in front %u", i);
         }
         sysTime_ = g_dxrHooks.time.getSysTime;
@@ -43,8 +43,8 @@ class RecorderHooks : public testing::TestWithParam<std::uint32_t> {
     }
     void OnAllocation(std::function<void()> action) {
         action_ = std::move(action);
-        g_dxrHooks.memory.allocate = [](std::uint32_t mid, std::uint32_t size, const char *file,
-                                        std::uint32_t line) {
+        g_dxrHooks.memory.allocate = [](uint32_t mid, uint32_t size, const char *file,
+                                        uint32_t line) {
             g_dxrHooks.memory.allocate = current_->allocate_;
             current_->action_();
             return current_->allocate_(mid, size, file, line);
@@ -53,7 +53,7 @@ class RecorderHooks : public testing::TestWithParam<std::uint32_t> {
     // At every release, with the number of releases before it.
     void OnRelease(std::function<void(int)> action) {
         onRelease_ = std::move(action);
-        g_dxrHooks.memory.release = [](void *block, const char *file, std::uint32_t line) {
+        g_dxrHooks.memory.release = [](void *block, const char *file, uint32_t line) {
             current_->onRelease_(current_->releases_++);
             current_->release_(block, file, line);
         };
@@ -61,10 +61,10 @@ class RecorderHooks : public testing::TestWithParam<std::uint32_t> {
 
     // The texts and counts from slot `first` on, "-" for an empty one, up to the last that is
     // occupied; behind them the next index, counted from there too.
-    static std::string Slots(std::uint32_t first = GetParam()) {
+    static std::string Slots(uint32_t first = GetParam()) {
         std::string text;
         std::string empty;
-        for (std::uint32_t i = first; i < DXR_RECORD_COUNT; ++i) {
+        for (uint32_t i = first; i < DXR_RECORD_COUNT; ++i) {
             const DxrRecord *const record = g_dxrRecord.records[i];
             if (record == nullptr) {
                 empty += "- ";
@@ -81,8 +81,8 @@ class RecorderHooks : public testing::TestWithParam<std::uint32_t> {
   private:
     static inline RecorderHooks *current_ = nullptr;
     void (*sysTime_)(DxrSysTime *) = nullptr;
-    void *(*allocate_)(std::uint32_t, std::uint32_t, const char *, std::uint32_t) = nullptr;
-    void (*release_)(void *, const char *, std::uint32_t) = nullptr;
+    void *(*allocate_)(uint32_t, uint32_t, const char *, uint32_t) = nullptr;
+    void (*release_)(void *, const char *, uint32_t) = nullptr;
     std::function<void()> action_;
     std::function<void(int)> onRelease_;
     int releases_ = 0;

@@ -24,13 +24,13 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr std::uint32_t kSlots = 1024;
+constexpr uint32_t kSlots = 1024;
 
 // Copied before any test runs.
 const DxrRecordStore g_storeAtLoad = g_dxrRecord;
 
-DxrSysTime Time(std::uint16_t year, std::uint8_t month, std::uint8_t day, std::uint8_t hour,
-                std::uint8_t minute, std::uint8_t second) {
+DxrSysTime Time(uint16_t year, uint8_t month, uint8_t day, uint8_t hour, uint8_t minute,
+                uint8_t second) {
     return {year, month, day, hour, minute, second, {0xF1, 0xF2, 0xF3, 0xF4, 0xF5}};
 }
 
@@ -51,26 +51,23 @@ class Recorder : public testing::Test {
     ~Recorder() override { DXR_DestroyRecordInfo(); }
 
     static void RecordText(const std::string &text) { DXR_RecordInfo("%s", text.c_str()); }
-    static void RecordMany(std::uint32_t from, std::uint32_t to) {
-        for (std::uint32_t i = from; i < to; ++i) {
+    static void RecordMany(uint32_t from, uint32_t to) {
+        for (uint32_t i = from; i < to; ++i) {
             DXR_RecordInfo("text %u", i);
         }
     }
-    static const DxrRecord &At(std::uint32_t slot) {
+    static const DxrRecord &At(uint32_t slot) {
         static const DxrRecord none = {};
         EXPECT_NE(g_dxrRecord.records[slot], nullptr) << slot;
         return g_dxrRecord.records[slot] != nullptr ? *g_dxrRecord.records[slot] : none;
     }
-    static std::size_t Occupied() {
-        return kSlots -
-               static_cast<std::size_t>(std::count(std::begin(g_dxrRecord.records),
-                                                   std::end(g_dxrRecord.records), nullptr));
+    static size_t Occupied() {
+        return kSlots - static_cast<size_t>(std::count(std::begin(g_dxrRecord.records),
+                                                       std::end(g_dxrRecord.records), nullptr));
     }
-    static std::string ListRange(std::uint32_t start, std::uint32_t end,
-                                 std::uint32_t size = 300000) {
+    static std::string ListRange(uint32_t start, uint32_t end, uint32_t size = 300000) {
         GuardedBuffer buffer(size);
-        const std::uint32_t written =
-            DXR_GetRecordStr(&g_dxrRecord, start, end, buffer.Data(), size);
+        const uint32_t written = DXR_GetRecordStr(&g_dxrRecord, start, end, buffer.Data(), size);
         EXPECT_TRUE(buffer.Intact());
         if (buffer.Untouched()) {
             EXPECT_EQ(written, 0U);
@@ -81,7 +78,7 @@ class Recorder : public testing::Test {
     }
     static std::string ListAll() {
         GuardedBuffer buffer(500000);
-        const std::uint32_t written = DXR_GetAllRecordStr(buffer.Data(), 500000);
+        const uint32_t written = DXR_GetAllRecordStr(buffer.Data(), 500000);
         EXPECT_TRUE(buffer.Intact());
         EXPECT_EQ(written, buffer.Untouched() ? 0U : buffer.Text().size());
         return buffer.Untouched() ? "" : buffer.Text();
@@ -158,7 +155,7 @@ TEST_F(RecorderRecord, TextsAreComparedExactly) {
         DXR_RecordInfo("%s", text);
     }
     EXPECT_EQ(Occupied(), 7U);
-    for (std::uint32_t slot = 0; slot < 7; ++slot) {
+    for (uint32_t slot = 0; slot < 7; ++slot) {
         EXPECT_EQ(At(slot).count, 1U);
     }
     DXR_RecordInfo("%s", "");
@@ -207,7 +204,7 @@ TEST_F(RecorderRecord, LongerTextIsItsFirst252CharactersAndDots) {
     for (int i = 0; text.size() < 300; ++i) {
         text += std::to_string(i) + ",";
     }
-    for (const std::size_t size : {256U, 257U, 300U}) {
+    for (const size_t size : {256U, 257U, 300U}) {
         RecordText(text.substr(0, size));
     }
     RecordText(text + std::string(100000, 'z'));
@@ -218,11 +215,11 @@ TEST_F(RecorderRecord, LongerTextIsItsFirst252CharactersAndDots) {
 }
 
 TEST_F(RecorderRecord, EveryLengthUpToTheCutIsItsOwnText) {
-    for (std::uint32_t length = 0; length <= 254; ++length) {
+    for (uint32_t length = 0; length <= 254; ++length) {
         RecordText(std::string(length, 'q'));
     }
     EXPECT_EQ(Occupied(), 255U);
-    for (std::uint32_t length = 0; length <= 254; ++length) {
+    for (uint32_t length = 0; length <= 254; ++length) {
         EXPECT_EQ(At(length).text, std::string(length, 'q'));
     }
 }
@@ -284,7 +281,7 @@ TEST_F(RecorderRecord, EveryMatchingRecordIsRefreshed) {
     host_.sysTime = kLate;
     host_.calls.clear();
     RecordText("twin");
-    for (const std::uint32_t slot : {0U, 2U, 3U}) {
+    for (const uint32_t slot : {0U, 2U, 3U}) {
         EXPECT_EQ(At(slot).count, 2U) << slot;
         EXPECT_TRUE(At(slot).firstTime == kEarly);
         EXPECT_TRUE(At(slot).lastTime == kLate);
@@ -436,7 +433,7 @@ TEST_F(RecorderAdd, NewRecordIsZeroedBehindItsText) {
 }
 
 TEST_F(RecorderAdd, FirstAndLastTimeAreReadOneAfterTheOther) {
-    static std::uint8_t second;
+    static uint8_t second;
     second = 0;
     static DxrSysTime *asked[2];
     g_dxrHooks.time.getSysTime = [](DxrSysTime *time) {
@@ -482,7 +479,7 @@ TEST_F(RecorderAdd, ReusedRecordWithoutTheTimeHookKeepsItsOldTimes) {
 }
 
 TEST_F(RecorderAdd, TextIsCutTo255CharactersWithoutDots) {
-    for (const std::size_t length : {254U, 255U, 256U, 5000U}) {
+    for (const size_t length : {254U, 255U, 256U, 5000U}) {
         const std::string text(length, 't');
         DXR_DestroyRecordInfo();
         DXR_AddNewRecord(text.c_str(), &g_dxrRecord);
@@ -504,7 +501,7 @@ TEST_F(RecorderAdd, ReusedRecordsNeedNoMemory) {
 TEST_F(RecorderAdd, NullArgumentsOrAnIndexOutsideChangeNothing) {
     DXR_AddNewRecord(nullptr, &g_dxrRecord);
     DXR_AddNewRecord("x", nullptr);
-    for (const std::uint32_t index : {1024U, 1025U, 0xFFFFFFFFU}) {
+    for (const uint32_t index : {1024U, 1025U, 0xFFFFFFFFU}) {
         g_dxrRecord.nextIndex = index;
         DXR_AddNewRecord("x", &g_dxrRecord);
         EXPECT_EQ(g_dxrRecord.nextIndex, index);
@@ -545,11 +542,11 @@ TEST_F(RecorderDestroy, AllRecordsAreFreedInOrderAndTheStoreIsEmpty) {
 
 TEST_F(RecorderDestroy, IndexIsResetBeforeTheFirstRelease) {
     RecordMany(0, 3);
-    static std::vector<std::uint32_t> seen;
+    static std::vector<uint32_t> seen;
     seen.clear();
     static DxrReleaseHook release;
     release = g_dxrHooks.memory.release;
-    g_dxrHooks.memory.release = [](void *block, const char *file, std::uint32_t line) {
+    g_dxrHooks.memory.release = [](void *block, const char *file, uint32_t line) {
         seen.push_back(g_dxrRecord.nextIndex);
         release(block, file, line);
     };
@@ -638,7 +635,7 @@ TEST_F(RecorderListing, ReservedBytesOfATimeAreNotShown) {
     EXPECT_EQ(ListAll(), before);
 }
 
-std::string Line(std::uint32_t slot, const std::string &text) {
+std::string Line(uint32_t slot, const std::string &text) {
     std::string number = std::to_string(slot);
     number.insert(0, 4 - number.size(), ' ');
     return "\r\n" + number +
@@ -662,7 +659,7 @@ TEST_F(RecorderListing, RangeEndsAtTheEndOfTheStore) {
     EXPECT_EQ(ListRange(1023, 1024), last);
     EXPECT_EQ(ListRange(1023, 1025), last);
     EXPECT_EQ(ListRange(1023, 0xFFFFFFFF), last);
-    for (const std::uint32_t start : {1024U, 1025U, 2000U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
+    for (const uint32_t start : {1024U, 1025U, 2000U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
         EXPECT_EQ(ListRange(start, 0xFFFFFFFF), "");
         EXPECT_EQ(ListRange(start, 5), "");
     }
@@ -687,7 +684,7 @@ TEST_F(RecorderListing, RecordWithoutAFirstYearIsSkippedNotTheRest) {
                   "\r\n   2:   First time:2024/03/05 07:08:09, last time:0000/03/05 07:08:09, "
                   "count[001], text 2" +
                   Line(3, "text 3"));
-    for (std::uint32_t slot = 0; slot < 4; ++slot) {
+    for (uint32_t slot = 0; slot < 4; ++slot) {
         g_dxrRecord.records[slot]->firstTime.year = 0;
     }
     EXPECT_EQ(ListAll(), "");
@@ -701,7 +698,7 @@ TEST_F(RecorderListing, WholeStoreBeforeTheWrapIsInSlotOrder) {
 TEST_F(RecorderListing, ExactlyFullStoreIsListedWhole) {
     RecordMany(0, kSlots);
     std::string expected;
-    for (std::uint32_t slot = 0; slot < kSlots; ++slot) {
+    for (uint32_t slot = 0; slot < kSlots; ++slot) {
         expected += Line(slot, "text " + std::to_string(slot));
     }
     EXPECT_EQ(ListAll(), expected);
@@ -710,7 +707,7 @@ TEST_F(RecorderListing, ExactlyFullStoreIsListedWhole) {
 TEST_F(RecorderListing, AfterTheWrapNewestSlotsComeFirst) {
     RecordMany(0, kSlots + 3);
     std::string expected = Line(0, "text 1024") + Line(1, "text 1025") + Line(2, "text 1026");
-    for (std::uint32_t slot = 3; slot < kSlots; ++slot) {
+    for (uint32_t slot = 3; slot < kSlots; ++slot) {
         expected += Line(slot, "text " + std::to_string(slot));
     }
     EXPECT_EQ(ListAll(), expected);
@@ -733,14 +730,14 @@ TEST_F(RecorderListing, RunsAreTwo) {
 TEST_F(RecorderListing, IndexOutsideTheStoreListsAllSlotsOnce) {
     RecordMany(0, kSlots);
     const std::string whole = ListAll();
-    for (const std::uint32_t index : {1024U, 5000U, 0xFFFFFFFFU}) {
+    for (const uint32_t index : {1024U, 5000U, 0xFFFFFFFFU}) {
         g_dxrRecord.nextIndex = index;
         EXPECT_EQ(ListAll(), whole);
     }
 }
 
 TEST_F(RecorderListing, NothingListedMeansNothingWritten) {
-    for (const std::uint32_t size : {0U, 1U, 2U, 100U}) {
+    for (const uint32_t size : {0U, 1U, 2U, 100U}) {
         GuardedBuffer buffer(size);
         EXPECT_EQ(DXR_GetAllRecordStr(buffer.Data(), size), 0U);
         EXPECT_EQ(DXR_GetRecordStr(&g_dxrRecord, 0, kSlots, buffer.Data(), size), 0U);
@@ -757,10 +754,10 @@ TEST_F(RecorderListing, NullArgumentsGiveZero) {
 }
 
 // Both listings, for a size: what fits of `whole`, terminated, with nothing written outside.
-void CheckSize(const std::string &whole, std::uint32_t size) {
+void CheckSize(const std::string &whole, uint32_t size) {
     for (const bool all : {false, true}) {
         GuardedBuffer buffer(size);
-        const std::uint32_t written =
+        const uint32_t written =
             all ? DXR_GetAllRecordStr(buffer.Data(), size)
                 : DXR_GetRecordStr(&g_dxrRecord, 0, kSlots, buffer.Data(), size);
         ASSERT_TRUE(buffer.Intact()) << "size " << size;
@@ -769,7 +766,7 @@ void CheckSize(const std::string &whole, std::uint32_t size) {
             continue;
         }
         ASSERT_TRUE(buffer.Terminated()) << "size " << size;
-        EXPECT_EQ(written, std::min<std::size_t>(whole.size(), size - 1)) << "size " << size;
+        EXPECT_EQ(written, std::min<size_t>(whole.size(), size - 1)) << "size " << size;
         ASSERT_EQ(buffer.Text(), whole.substr(0, size - 1)) << "size " << size;
     }
 }
@@ -778,7 +775,7 @@ TEST_F(RecorderListing, EverySizeUpTo600StaysInsideTheBuffer) {
     RecordMany(0, 7);
     const std::string whole = ListAll();
     ASSERT_GT(whole.size(), 600U);
-    for (std::uint32_t size = 0; size <= 600; ++size) {
+    for (uint32_t size = 0; size <= 600; ++size) {
         CheckSize(whole, size);
     }
 }
@@ -786,8 +783,8 @@ TEST_F(RecorderListing, EverySizeUpTo600StaysInsideTheBuffer) {
 TEST_F(RecorderListing, SizesAroundTheWholeListingStayInsideTheBuffer) {
     RecordMany(0, 7);
     const std::string whole = ListAll();
-    const auto length = static_cast<std::uint32_t>(whole.size());
-    for (std::uint32_t size = length - 100; size <= length + 100; ++size) {
+    const auto length = static_cast<uint32_t>(whole.size());
+    for (uint32_t size = length - 100; size <= length + 100; ++size) {
         CheckSize(whole, size);
     }
 }
@@ -797,8 +794,8 @@ TEST_F(RecorderListing, EverySizeAroundTheBorderOfTheTwoRunsStaysInsideTheBuffer
     const std::string whole = ListAll();
     // Two lines of the first run, then the second. Slot order is the same here, so both listings
     // agree.
-    const auto border = static_cast<std::uint32_t>(ListRange(0, 2).size());
-    for (std::uint32_t size = 0; size <= border + 100; ++size) {
+    const auto border = static_cast<uint32_t>(ListRange(0, 2).size());
+    for (uint32_t size = 0; size <= border + 100; ++size) {
         CheckSize(whole, size);
     }
 }

@@ -1,4 +1,4 @@
-#include "internal/integer_sort.h"
+#include "kernels/integer_sort.h"
 
 #include <gmock/gmock.h>
 
@@ -13,10 +13,10 @@
 
 namespace {
 
-using Elements = std::vector<std::int32_t>;
+using Elements = std::vector<int32_t>;
 
-constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
 
 // Sorts the elements between two that would sort elsewhere.
 void ExpectSorted(const Elements &elements) {
@@ -36,32 +36,32 @@ void ExpectUntouched(Elements elements) {
 }
 
 template <typename Element>
-Elements Generated(std::size_t count, Element element) {
+Elements Generated(size_t count, Element element) {
     Elements elements(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        elements[i] = static_cast<std::int32_t>(element(static_cast<std::int64_t>(i)));
+    for (size_t i = 0; i < count; ++i) {
+        elements[i] = static_cast<int32_t>(element(static_cast<int64_t>(i)));
     }
     return elements;
 }
 
 TEST(SortAscending, ElementsOfEveryKindAndNumber) {
     std::mt19937_64 random(dxrtest::Seed());
-    std::vector<std::size_t> counts(200);
-    std::generate(counts.begin(), counts.end(), [n = std::size_t{0}]() mutable { return n++; });
+    std::vector<size_t> counts(200);
+    std::generate(counts.begin(), counts.end(), [n = size_t{0}]() mutable { return n++; });
     counts.insert(counts.end(), {1000, 4096, 20'000});
-    const auto below = [&random](std::int64_t bound) {
-        return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(bound));
+    const auto below = [&random](int64_t bound) {
+        return static_cast<int64_t>(random() % static_cast<uint64_t>(bound));
     };
-    for (const std::size_t count : counts) {
-        const auto n = static_cast<std::int64_t>(count);
-        const auto anywhere = [&](std::int64_t) { return kMin + 5 + below(kMax); };
-        const auto aroundZero = [&](std::int64_t) { return below(1000) - 500; };
-        const auto two = [&](std::int64_t) { return below(2) * kMax; };
-        const auto powers = [&](std::int64_t) { return std::int64_t{1} << below(31); };
-        const auto same = [](std::int64_t) { return -7; };
-        const auto rising = [](std::int64_t i) { return i * 3; };
-        const auto falling = [](std::int64_t i) { return -i * 3; };
-        const auto upAndDown = [n](std::int64_t i) { return std::min(i, n - i); };
+    for (const size_t count : counts) {
+        const auto n = static_cast<int64_t>(count);
+        const auto anywhere = [&](int64_t) { return kMin + 5 + below(kMax); };
+        const auto aroundZero = [&](int64_t) { return below(1000) - 500; };
+        const auto two = [&](int64_t) { return below(2) * kMax; };
+        const auto powers = [&](int64_t) { return int64_t{1} << below(31); };
+        const auto same = [](int64_t) { return -7; };
+        const auto rising = [](int64_t i) { return i * 3; };
+        const auto falling = [](int64_t i) { return -i * 3; };
+        const auto upAndDown = [n](int64_t i) { return std::min(i, n - i); };
         ExpectSorted(Generated(count, anywhere));
         ExpectSorted(Generated(count, aroundZero));
         ExpectSorted(Generated(count, two));
@@ -89,7 +89,7 @@ TEST(SortAscending, ADifferenceThatDoesNotFitLeavesTheElements) {
     ExpectUntouched({kMax, -1});
     ExpectUntouched({0, kMin});
     ExpectUntouched({5, kMax, 3, kMin, 1});
-    for (const std::size_t place : {0U, 1U, 63U, 98U, 99U}) {
+    for (const size_t place : {0U, 1U, 63U, 98U, 99U}) {
         Elements many(100, kMax);
         many[place] = -1;
         ExpectUntouched(many);

@@ -19,12 +19,12 @@
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{4} << 20;
+constexpr size_t kPiece = size_t{4} << 20;
 
 // `size` bytes of zeros that can be read; those that are written take memory.
 class ZeroRange {
   public:
-    explicit ZeroRange(std::size_t size)
+    explicit ZeroRange(size_t size)
         : size_(size),
           base_(mmap(nullptr, size, PROT_READ | PROT_WRITE,
                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)) {
@@ -37,20 +37,20 @@ class ZeroRange {
     ZeroRange &operator=(const ZeroRange &) = delete;
 
     [[nodiscard]] void *Data() const { return base_; }
-    [[nodiscard]] std::size_t Size() const { return size_; }
+    [[nodiscard]] size_t Size() const { return size_; }
 
   private:
-    std::size_t size_;
+    size_t size_;
     void *base_;
 };
 
 // Writable bytes that all fall on the same kPiece of memory.
 class RepeatedRange {
   public:
-    explicit RepeatedRange(std::size_t pieces) : range_(pieces * kPiece) {
+    explicit RepeatedRange(size_t pieces) : range_(pieces * kPiece) {
         const int file = memfd_create("piece", MFD_CLOEXEC);
         bool mapped = file >= 0 && ftruncate(file, kPiece) == 0;
-        for (std::size_t i = 0; mapped && i < pieces; ++i) {
+        for (size_t i = 0; mapped && i < pieces; ++i) {
             void *at = static_cast<char *>(range_.Data()) + i * kPiece;
             mapped =
                 mmap(at, kPiece, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0) == at;
@@ -68,22 +68,22 @@ class RepeatedRange {
 };
 
 TEST(Limits, AverageOverTwoToThe31DividesByANegativeCount) {
-    constexpr std::uint32_t kCount = 0x80000000;
-    const ZeroRange range(std::size_t{kCount} * sizeof(std::int32_t));
-    auto *const values = static_cast<std::int32_t *>(range.Data());
-    values[0] = std::numeric_limits<std::int32_t>::min();
+    constexpr uint32_t kCount = 0x80000000;
+    const ZeroRange range(size_t{kCount} * sizeof(int32_t));
+    auto *const values = static_cast<int32_t *>(range.Data());
+    values[0] = std::numeric_limits<int32_t>::min();
     EXPECT_EQ(DXR_Avg(values, kCount), 1);
 }
 
 // A text of 2^31 characters: one more than the signed length can count.
 TEST(Limits, ALinkTextBeyondTwoGibibytesAborts) {
-    constexpr std::uint32_t kCharactersPerWord = 11;
-    constexpr std::uint32_t kWords = 0x80000000 / kCharactersPerWord;
-    constexpr std::size_t kPieces = (std::size_t{0x80000000} + kPiece) / kPiece;
-    const ZeroRange words(std::size_t{kWords} * sizeof(std::uint32_t));
-    DxrLinkBitMap map = {1, 0, static_cast<std::uint32_t *>(words.Data()), kWords};
+    constexpr uint32_t kCharactersPerWord = 11;
+    constexpr uint32_t kWords = 0x80000000 / kCharactersPerWord;
+    constexpr size_t kPieces = (size_t{0x80000000} + kPiece) / kPiece;
+    const ZeroRange words(size_t{kWords} * sizeof(uint32_t));
+    DxrLinkBitMap map = {1, 0, static_cast<uint32_t *>(words.Data()), kWords};
     const RepeatedRange text(kPieces);
-    const auto room = static_cast<std::uint32_t>(kPieces * kPiece);
+    const auto room = static_cast<uint32_t>(kPieces * kPiece);
     EXPECT_EXIT(DXR_FillLinkBitMapToBuf(&map, text.Data(), room), testing::KilledBySignal(SIGABRT),
                 "");
 }
@@ -91,7 +91,7 @@ TEST(Limits, ALinkTextBeyondTwoGibibytesAborts) {
 #if !DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED
 // The formatter cannot count what the path would have.
 TEST(Limits, ALogNameBeyondTwoGibibytesIsAFailure) {
-    constexpr std::size_t kPieces = std::size_t{0x80000000} / kPiece + 1;
+    constexpr size_t kPieces = size_t{0x80000000} / kPiece + 1;
     const RepeatedRange name(kPieces);
     std::memset(name.Data(), 'n', kPiece);
     // Over the last piece, which stays without a terminator otherwise.

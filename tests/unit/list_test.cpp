@@ -17,11 +17,11 @@ using Calls = std::vector<std::string>;
 // A host's list: the node of element i is the address of its data.
 struct HostList {
     std::vector<int *> data;
-    std::uint32_t count = 0;     // what the host claims
+    uint32_t count = 0;          // what the host claims
     bool hasNoNextNode = false;  // whatever it claims
     void *lastNode = nullptr;    // the node whose successor was asked for
     void *addedData = nullptr;
-    std::uint32_t addedArgument = 0;
+    uint32_t addedArgument = 0;
     Calls calls;
 };
 
@@ -31,7 +31,7 @@ HostList *ListOf(void *list) {
 
 HostList *g_nodeOwner = nullptr;
 
-std::uint32_t GetCount(void *list) {
+uint32_t GetCount(void *list) {
     ListOf(list)->calls.emplace_back("count");
     return ListOf(list)->count;
 }
@@ -55,7 +55,7 @@ void *GetNodeData(void *node) {
     return *static_cast<int **>(node);
 }
 
-void Add(void *list, void *data, std::uint32_t argument) {
+void Add(void *list, void *data, uint32_t argument) {
     HostList &host = *ListOf(list);
     host.calls.emplace_back("add");
     host.addedData = data;
@@ -77,7 +77,7 @@ class SllIterator : public testing::Test {
         g_dxrHooks.list.sslGetNodeData = GetNodeData;
     }
 
-    void *Node(std::size_t i) { return &list_.data[i]; }
+    void *Node(size_t i) { return &list_.data[i]; }
 
     dxrtest::TestHost host_;
     int a_ = 0;
@@ -87,16 +87,16 @@ class SllIterator : public testing::Test {
 };
 
 template <typename T>
-T At(const DxrSllIterator &it, std::size_t offset) {
+T At(const DxrSllIterator &it, size_t offset) {
     T value;
     std::memcpy(&value, reinterpret_cast<const char *>(&it) + offset, sizeof(value));
     return value;
 }
 
 // Members of the packed record by value: references to them would not be aligned.
-void ExpectPosition(const DxrSllIterator &it, const void *node, std::uint32_t index) {
+void ExpectPosition(const DxrSllIterator &it, const void *node, uint32_t index) {
     EXPECT_EQ(node, At<void *>(it, 8));
-    EXPECT_EQ(index, At<std::uint32_t>(it, 16));
+    EXPECT_EQ(index, At<uint32_t>(it, 16));
 }
 
 TEST_F(SllIterator, RecordIsPackedInTheOrderOfItsFields) {
@@ -104,7 +104,7 @@ TEST_F(SllIterator, RecordIsPackedInTheOrderOfItsFields) {
     const DxrSllIterator it = DXR_InitSllIterator(&list_);
     EXPECT_EQ(static_cast<void *>(&list_), At<void *>(it, 0));
     EXPECT_EQ(nullptr, At<void *>(it, 8));
-    EXPECT_EQ(0U, At<std::uint32_t>(it, 16));
+    EXPECT_EQ(0U, At<uint32_t>(it, 16));
     EXPECT_EQ(&DXR_SllIteratorAddData, At<decltype(&DXR_SllIteratorAddData)>(it, 20));
     EXPECT_EQ(&DXR_SllIteratorHasNext, At<decltype(&DXR_SllIteratorHasNext)>(it, 28));
     EXPECT_EQ(&DXR_SllIteratorGetNextData, At<decltype(&DXR_SllIteratorGetNextData)>(it, 36));
@@ -129,7 +129,7 @@ TEST_F(SllIterator, InitCallsNoHookAndTakesAnyList) {
     EXPECT_EQ(Calls{}, list_.calls);
     const DxrSllIterator null = DXR_InitSllIterator(nullptr);
     EXPECT_EQ(nullptr, At<void *>(null, 0));
-    const auto nowhere = reinterpret_cast<void *>(std::uintptr_t{1});
+    const auto nowhere = reinterpret_cast<void *>(uintptr_t{1});
     EXPECT_EQ(nowhere, At<void *>(DXR_InitSllIterator(nowhere), 0));
     // Records are values: one does not show in another.
     EXPECT_EQ(static_cast<void *>(&list_), At<void *>(first, 0));
@@ -200,9 +200,9 @@ TEST_F(SllIterator, CountIsComparedUnsigned) {
     FillGroup();
     DxrSllIterator it = DXR_InitSllIterator(&list_);
     const struct {
-        std::uint32_t index;
-        std::uint32_t count;
-        std::uint32_t hasNext;
+        uint32_t index;
+        uint32_t count;
+        uint32_t hasNext;
     } cases[] = {{0x7FFFFFFF, 0x80000000, 1}, {0x80000000, 0x7FFFFFFF, 0}, {0, 0xFFFFFFFF, 1},
                  {0xFFFFFFFE, 0xFFFFFFFF, 1}, {0xFFFFFFFF, 0xFFFFFFFF, 0}, {0xFFFFFFFF, 0, 0}};
     for (const auto &each : cases) {
@@ -272,7 +272,7 @@ TEST_F(SllIterator, AddDataForwardsAndKeepsThePosition) {
 TEST_F(SllIterator, GetCountIsTheHosts) {
     FillGroup();
     DxrSllIterator it = DXR_InitSllIterator(&list_);
-    for (const std::uint32_t count : {0U, 3U, 0xFFFFFFFFU}) {
+    for (const uint32_t count : {0U, 3U, 0xFFFFFFFFU}) {
         list_.count = count;
         EXPECT_EQ(count, DXR_SllIteratorGetCount(&it));
     }

@@ -11,31 +11,31 @@
 namespace {
 
 // Before anything could set it.
-const std::uint32_t kMidAtLoad = g_dxrMemoryMid;
+const uint32_t kMidAtLoad = g_dxrMemoryMid;
 
 struct AllocateCall {
-    std::uint32_t mid;
-    std::uint32_t size;
+    uint32_t mid;
+    uint32_t size;
     const char *file;
-    std::uint32_t line;
+    uint32_t line;
 };
 
 struct ReleaseCall {
     void *block;
     const char *file;
-    std::uint32_t line;
+    uint32_t line;
 };
 
 std::vector<AllocateCall> g_allocations;
 std::vector<ReleaseCall> g_releases;
 void *g_block = nullptr;
 
-void *Allocate(std::uint32_t mid, std::uint32_t size, const char *file, std::uint32_t line) {
+void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
     g_allocations.push_back({mid, size, file, line});
     return g_block;
 }
 
-void Release(void *block, const char *file, std::uint32_t line) {
+void Release(void *block, const char *file, uint32_t line) {
     g_releases.push_back({block, file, line});
 }
 
@@ -47,14 +47,14 @@ class Memory : public testing::Test {
         g_block = &memory_;
     }
     dxrtest::TestHost host_;
-    std::uint64_t memory_ = 0;
+    uint64_t memory_ = 0;
 };
 
 TEST_F(Memory, MallocForwardsAndReturnsTheHooksBlock) {
     DXR_SetMemoryHooks(Allocate, nullptr);
     const char *file = "somewhere";
-    for (const std::uint32_t size : {1U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
-        for (const std::uint32_t mid : {0U, 9U, 0xFFFFFFFFU}) {
+    for (const uint32_t size : {1U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+        for (const uint32_t mid : {0U, 9U, 0xFFFFFFFFU}) {
             g_allocations.clear();
             EXPECT_EQ(&memory_, DXR_Malloc(mid, size, file, size - 1));
             ASSERT_EQ(1U, g_allocations.size());
@@ -83,7 +83,7 @@ TEST_F(Memory, MallocOfNothingDoesNotAskTheHost) {
 
 TEST_F(Memory, NoAllocatorMeansNoMemory) {
     DXR_SetMemoryHooks(nullptr, Release);
-    for (const std::uint32_t size : {0U, 1U, 16U, 0xFFFFFFFFU}) {
+    for (const uint32_t size : {0U, 1U, 16U, 0xFFFFFFFFU}) {
         EXPECT_EQ(nullptr, DXR_Malloc(9, size, "file", 1));
     }
     EXPECT_TRUE(g_releases.empty());
@@ -141,7 +141,7 @@ TEST_F(Memory, DefaultMidIsNineAtLoad) {
 }
 
 TEST_F(Memory, DefaultMidTakesAnyValue) {
-    for (const std::uint32_t mid : {0U, 1U, 9U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t mid : {0U, 1U, 9U, 0x80000000U, 0xFFFFFFFFU}) {
         DXR_SetDefaultMid(mid);
         EXPECT_EQ(mid, DXR_GetDefaultMid());
         EXPECT_EQ(mid, g_dxrMemoryMid);

@@ -60,9 +60,9 @@ TEST(MessageFilterAllocation, AFailureWhileBuildingLeavesTheTreeSoFarAndNothingE
     DXR_DestroyMessageFilter(&filter);
 
     std::set<std::string> partialTrees;
-    const std::size_t failures = FailEachAllocation(
+    const size_t failures = FailEachAllocation(
         [&] { filter = DXR_CreateMessageFilter(records.Data(), records.Size()); },
-        [&](std::size_t n) {
+        [&](size_t n) {
             EXPECT_EQ(filter, nullptr);
             if (n == 1) {
                 EXPECT_EQ(NewWatch::Live(), 0u) << "the root itself";
@@ -92,7 +92,7 @@ TEST(MessageFilterAllocation, AFailureWhileBuildingLeavesTheTreeSoFarAndNothingE
 TEST(MessageFilterAllocation, AFailureBelowAParentLeavesTheParentWhole) {
     const FilterRecords records(Forest());
     std::unique_ptr<MessageFilterComposite> parent;
-    for (std::size_t n = 1;; ++n) {
+    for (size_t n = 1;; ++n) {
         parent = std::make_unique<MessageFilterComposite>("parent", 0, 0, 3);
         const Outcome outcome = RunFailing(
             n, [&] { DxrAddMessageFilterToComposite(parent.get(), &records.Data()[0]); });
@@ -127,9 +127,9 @@ TEST(MessageFilterAllocation, AChildThatCannotBeAddedIsFreed) {
 
 TEST(MessageFilterAllocation, AChildThatCannotBeAddedLeavesItsSiblings) {
     MessageFilterComposite node("node", 0, 0, 0);
-    std::size_t refused = 0;
+    size_t refused = 0;
     std::string expected;
-    for (std::uint32_t type = 0; type < 40; ++type) {
+    for (uint32_t type = 0; type < 40; ++type) {
         auto *const child = new MessageFilterLeaf("leaf", type, 0, 0);
         if (RunFailing(1, [&] { node.Add(child); }) == Outcome::kBadAlloc) {
             ++refused;
@@ -167,14 +167,14 @@ TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
     const FilterRecords records(Forest());
     DxrMessageFilter *filter = new MessageFilterComposite("root", 0, 0, 0);
     filter->Add(new HostLeaf("host", 99, 1, 1));
-    for (std::uint32_t i = 0; i < records.Size(); ++i) {
+    for (uint32_t i = 0; i < records.Size(); ++i) {
         DxrAddMessageFilterToComposite(filter, records.Data() + i);
     }
     const std::string before = Listing(*filter);
-    std::uint8_t answer = 0;
-    const std::size_t failures =
+    uint8_t answer = 0;
+    const size_t failures =
         FailEachAllocation([&] { answer = DXR_IsMessageFiltered(filter, 3, 1u, 3u, 4u); },
-                           [&](std::size_t) {
+                           [&](size_t) {
                                EXPECT_EQ(NewWatch::Live(), 0u);
                                EXPECT_EQ(Listing(*filter), before);
                            });
@@ -188,9 +188,9 @@ TEST(MessageFilterAllocation, AFailedSettingSetsNothing) {
     const FilterRecords records(Forest());
     DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
     const std::string before = Listing(*filter);
-    const std::size_t failures =
+    const size_t failures =
         FailEachAllocation([&] { DXR_SetMessageFilterCount(filter, 77, 2, 1u, 7u); },
-                           [&](std::size_t) {
+                           [&](size_t) {
                                EXPECT_EQ(NewWatch::Live(), 0u);
                                EXPECT_EQ(Listing(*filter), before);
                            });
@@ -206,12 +206,11 @@ TEST(MessageFilterAllocation, AFailedListingWritesNothing) {
     const std::string whole = Listing(*filter);
     std::vector<char> buffer(whole.size() + 1, '#');
     const std::string untouched(buffer.begin(), buffer.end());
-    const std::size_t failures = FailEachAllocation(
+    const size_t failures = FailEachAllocation(
         [&] {
-            DXR_GetMessageFilterStr(filter, buffer.data(),
-                                    static_cast<std::uint32_t>(buffer.size()));
+            DXR_GetMessageFilterStr(filter, buffer.data(), static_cast<uint32_t>(buffer.size()));
         },
-        [&](std::size_t) {
+        [&](size_t) {
             EXPECT_EQ(NewWatch::Live(), 0u);
             EXPECT_EQ(std::string(buffer.begin(), buffer.end()), untouched);
         });

@@ -30,8 +30,8 @@ using dxrtest::VirtualSlot;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::uint32_t kMax = 0xFFFFFFFF;
-using Path = std::list<std::uint32_t>;
+constexpr uint32_t kMax = 0xFFFFFFFF;
+using Path = std::list<uint32_t>;
 
 struct Destroy {
     void operator()(DxrMessageFilter *filter) const { DXR_DestroyMessageFilter(&filter); }
@@ -55,8 +55,7 @@ std::string Listing(const Filter &filter) {
 // A component of the test's own: says what it is asked, answers what it was told.
 class Probe : public MessageFilterComponent {
   public:
-    explicit Probe(std::vector<std::string> *log, std::string name = "probe",
-                   std::uint32_t layer = 0)
+    explicit Probe(std::vector<std::string> *log, std::string name = "probe", uint32_t layer = 0)
         : MessageFilterComponent(name, 0, 0, layer), log_(log), name_(std::move(name)) {}
     ~Probe() override { log_->push_back("~" + name_); }
     Probe(const Probe &) = delete;
@@ -70,7 +69,7 @@ class Probe : public MessageFilterComponent {
     }
 
     std::vector<std::unique_ptr<MessageFilterComponent>> added;
-    std::vector<std::vector<std::uint32_t>> asked;
+    std::vector<std::vector<uint32_t>> asked;
     MessageFilterComponent *answer = nullptr;
 
   private:
@@ -146,10 +145,10 @@ TEST(MessageFilterBuilding, TheRecordsStayAsTheyAre) {
 
 // A host built elsewhere knows nothing but the offsets.
 TEST(MessageFilterBuilding, RecordsLieFiftyTwoBytesApart) {
-    constexpr std::size_t kStride = 52;
+    constexpr size_t kStride = 52;
     using Raw = std::array<unsigned char, 2 * kStride>;
-    const auto write = [](Raw &raw, std::uint32_t i, std::uint32_t type, std::uint32_t lostCnt,
-                          const char *name, const void *subFilters, std::uint32_t subFilterNum) {
+    const auto write = [](Raw &raw, uint32_t i, uint32_t type, uint32_t lostCnt, const char *name,
+                          const void *subFilters, uint32_t subFilterNum) {
         unsigned char *const record = &raw[i * kStride];
         std::memcpy(record, &type, 4);
         std::memcpy(record + 4, &lostCnt, 4);
@@ -322,7 +321,7 @@ TEST(MessageFilterQuery, TypesUseAllBits) {
 
 TEST(MessageFilterQuery, LongPathsArriveWhole) {
     std::vector<FilterNode> nodes = {{"12", 12, 1}};
-    for (std::uint32_t type = 11; type > 0; --type) {
+    for (uint32_t type = 11; type > 0; --type) {
         nodes = {{std::to_string(type), type, 0, std::move(nodes)}};
     }
     const Filter filter = Create(nodes);
@@ -463,7 +462,7 @@ TEST(MessageFilterMembers, TypeAndLayerAreTheConstructors) {
     EXPECT_EQ(leaf.GetLayer(), 5u);
     const MessageFilterComposite node("node", 0x80000003, 4, kMax);
     EXPECT_TRUE(node.IsSameMsgType(0x80000003));
-    for (std::uint32_t bit = 1; bit != 0; bit <<= 1) {
+    for (uint32_t bit = 1; bit != 0; bit <<= 1) {
         EXPECT_FALSE(node.IsSameMsgType(0x80000003 ^ bit)) << bit;
     }
     EXPECT_EQ(node.GetLayer(), kMax);
@@ -558,7 +557,7 @@ TEST(MessageFilterListing, ItIsWholeOrReplaced) {
     const std::string whole = Listing(filter);
     const std::string failure = "get message filter string failed, ret[0x22]";
     ASSERT_GT(whole.size(), failure.size());
-    for (std::uint32_t size = 0; size <= whole.size() + 3; ++size) {
+    for (uint32_t size = 0; size <= whole.size() + 3; ++size) {
         GuardedBuffer buffer(size);
         DXR_GetMessageFilterStr(filter.get(), buffer.Data(), size);
         EXPECT_TRUE(buffer.Intact()) << size;
@@ -585,7 +584,7 @@ TEST(MessageFilterListing, AShortListingIsReplacedByWhatFitsOfALongerText) {
 
 TEST(MessageFilterListing, AnEmptyListingIsTheTerminator) {
     const Filter filter = Create({});
-    for (const std::uint32_t size : {1u, 2u, 50u}) {
+    for (const uint32_t size : {1u, 2u, 50u}) {
         GuardedBuffer buffer(size);
         DXR_GetMessageFilterStr(filter.get(), buffer.Data(), size);
         EXPECT_TRUE(buffer.Intact());
@@ -647,10 +646,10 @@ TEST(MessageFilterLayout, FieldsLieInTheirOrder) {
 
     const char *const name = FieldAt<const char *>(&node, 8);
     EXPECT_STREQ(name, "the name");
-    constexpr std::size_t kBehindName = 8 + sizeof(std::string);
-    EXPECT_EQ(FieldAt<std::uint32_t>(&node, kBehindName), 0x11111111u);
-    EXPECT_EQ(FieldAt<std::uint32_t>(&node, kBehindName + 4), 0x22222222u);
-    EXPECT_EQ(FieldAt<std::uint32_t>(&node, kBehindName + 8), 0x33333333u);
+    constexpr size_t kBehindName = 8 + sizeof(std::string);
+    EXPECT_EQ(FieldAt<uint32_t>(&node, kBehindName), 0x11111111u);
+    EXPECT_EQ(FieldAt<uint32_t>(&node, kBehindName + 4), 0x22222222u);
+    EXPECT_EQ(FieldAt<uint32_t>(&node, kBehindName + 8), 0x33333333u);
 
     auto *const child = new MessageFilterLeaf("leaf", 1, 2, 3);
     node.Add(child);

@@ -1,5 +1,5 @@
 // The walk against the virtual Find, in trees with and without classes of the test's own.
-#include "internal/message_filter_walk.h"
+#include "dxr_message_filter_walk.h"
 
 #include <algorithm>
 #include <array>
@@ -22,7 +22,7 @@ using Dxr::MessageFilterComposite;
 using Dxr::MessageFilterLeaf;
 using Dxr::MessageFilterWalk;
 
-using Path = std::vector<std::uint32_t>;
+using Path = std::vector<uint32_t>;
 
 // How often a class of the test's own was asked.
 int g_asked = 0;
@@ -30,15 +30,15 @@ int g_asked = 0;
 // Takes a number of types off the path, or puts one in front, and answers or not.
 class Meddler : public MessageFilterComponent {
   public:
-    Meddler(std::uint32_t msgType, std::uint32_t takes, std::uint32_t puts, bool answers)
+    Meddler(uint32_t msgType, uint32_t takes, uint32_t puts, bool answers)
         : MessageFilterComponent("meddler", msgType, 3, 1),
           takes_(takes),
           puts_(puts),
           answers_(answers) {}
 
-    MessageFilterComponent *Find(std::list<std::uint32_t> &path) override {
+    MessageFilterComponent *Find(std::list<uint32_t> &path) override {
         ++g_asked;
-        for (std::uint32_t i = 0; i < takes_ && path.size() > 1; ++i) {
+        for (uint32_t i = 0; i < takes_ && path.size() > 1; ++i) {
             path.pop_front();
         }
         if (puts_ != 0) {
@@ -48,8 +48,8 @@ class Meddler : public MessageFilterComponent {
     }
 
   private:
-    std::uint32_t takes_;
-    std::uint32_t puts_;
+    uint32_t takes_;
+    uint32_t puts_;
     bool answers_;
 };
 
@@ -57,7 +57,7 @@ class Meddler : public MessageFilterComponent {
 class AskedLeaf : public MessageFilterLeaf {
   public:
     using MessageFilterLeaf::MessageFilterLeaf;
-    MessageFilterComponent *Find(std::list<std::uint32_t> &path) override {
+    MessageFilterComponent *Find(std::list<uint32_t> &path) override {
         ++g_asked;
         return MessageFilterLeaf::Find(path);
     }
@@ -65,7 +65,7 @@ class AskedLeaf : public MessageFilterLeaf {
 class AskedComposite : public MessageFilterComposite {
   public:
     using MessageFilterComposite::MessageFilterComposite;
-    MessageFilterComponent *Find(std::list<std::uint32_t> &path) override {
+    MessageFilterComponent *Find(std::list<uint32_t> &path) override {
         ++g_asked;
         return MessageFilterComposite::Find(path);
     }
@@ -73,16 +73,16 @@ class AskedComposite : public MessageFilterComposite {
 
 class Random {
   public:
-    explicit Random(std::uint64_t seed) : engine_(seed) {}
-    std::uint32_t Below(std::uint32_t bound) {
-        return std::uniform_int_distribution<std::uint32_t>(0, bound - 1)(engine_);
+    explicit Random(uint64_t seed) : engine_(seed) {}
+    uint32_t Below(uint32_t bound) {
+        return std::uniform_int_distribution<uint32_t>(0, bound - 1)(engine_);
     }
     // Few different types, so that equal ones stand beside and below each other.
-    std::uint32_t Type() { return 1 + Below(4); }
+    uint32_t Type() { return 1 + Below(4); }
 
     Path QueryPath() {
         Path path(1 + Below(6));
-        for (std::uint32_t &type : path) {
+        for (uint32_t &type : path) {
             type = Type();
         }
         path[0] = Below(20) == 0 ? 1 : 0;
@@ -94,14 +94,14 @@ class Random {
 };
 
 // Of `percent` nodes in a hundred the class is the test's own.
-std::unique_ptr<MessageFilterComponent> Node(Random &random, std::uint32_t layer,
-                                             std::uint32_t percent, bool canBeComposite) {
-    const std::uint32_t type = random.Type();
-    const std::uint32_t count = random.Below(3);
+std::unique_ptr<MessageFilterComponent> Node(Random &random, uint32_t layer, uint32_t percent,
+                                             bool canBeComposite) {
+    const uint32_t type = random.Type();
+    const uint32_t count = random.Below(3);
     const bool own = random.Below(100) >= percent;
     if (!own && random.Below(2) == 0) {
-        const std::uint32_t takes = random.Below(3);
-        const std::uint32_t puts = random.Below(2) * random.Type();
+        const uint32_t takes = random.Below(3);
+        const uint32_t puts = random.Below(2) * random.Type();
         return std::make_unique<Meddler>(type, takes, puts, random.Below(4) == 0);
     }
     if (canBeComposite && random.Below(3) != 0) {
@@ -116,9 +116,9 @@ std::unique_ptr<MessageFilterComponent> Node(Random &random, std::uint32_t layer
     return std::make_unique<AskedLeaf>("l", type, count, layer);
 }
 
-void AddChildren(Random &random, MessageFilterComponent &parent, std::uint32_t percent) {
-    const std::uint32_t layer = parent.GetLayer() + 1;
-    for (std::uint32_t n = random.Below(6); n > 0; --n) {
+void AddChildren(Random &random, MessageFilterComponent &parent, uint32_t percent) {
+    const uint32_t layer = parent.GetLayer() + 1;
+    for (uint32_t n = random.Below(6); n > 0; --n) {
         std::unique_ptr<MessageFilterComponent> child = Node(random, layer, percent, layer < 5);
         if (dynamic_cast<MessageFilterComposite *>(child.get()) != nullptr) {
             AddChildren(random, *child, percent);
@@ -127,18 +127,18 @@ void AddChildren(Random &random, MessageFilterComponent &parent, std::uint32_t p
     }
 }
 
-std::unique_ptr<MessageFilterComposite> Tree(std::uint64_t seed, std::uint32_t percent) {
+std::unique_ptr<MessageFilterComposite> Tree(uint64_t seed, uint32_t percent) {
     Random random(seed);
     auto root = std::make_unique<MessageFilterComposite>("root", 0U, 2U, 0U);
     AddChildren(random, *root, percent);
     return root;
 }
 
-std::uint8_t IsFiltered(DxrMessageFilter &filter, const Path &path) {
-    std::array<std::uint32_t, 5> t = {};
+uint8_t IsFiltered(DxrMessageFilter &filter, const Path &path) {
+    std::array<uint32_t, 5> t = {};
     std::copy(path.begin() + 1, path.end(), t.begin());
-    return DXR_IsMessageFiltered(&filter, static_cast<std::uint32_t>(path.size() - 1), t[0], t[1],
-                                 t[2], t[3], t[4]);
+    return DXR_IsMessageFiltered(&filter, static_cast<uint32_t>(path.size() - 1), t[0], t[1], t[2],
+                                 t[3], t[4]);
 }
 
 std::string Listing(const MessageFilterComponent &node) {
@@ -147,19 +147,19 @@ std::string Listing(const MessageFilterComponent &node) {
     return text;
 }
 
-class MessageFilterWalkModel : public testing::TestWithParam<std::uint32_t> {};
+class MessageFilterWalkModel : public testing::TestWithParam<uint32_t> {};
 
 TEST_P(MessageFilterWalkModel, ItFindsWhatFindFindsOrStopsAtAForeignNode) {
-    const std::uint64_t seed = dxrtest::Seed();
+    const uint64_t seed = dxrtest::Seed();
     Random random(seed);
     int found = 0;
     int missed = 0;
     int stopped = 0;
-    for (std::uint64_t tree = 0; tree < 2000; ++tree) {
+    for (uint64_t tree = 0; tree < 2000; ++tree) {
         const auto root = Tree(seed + tree, GetParam());
         for (int i = 0; i < 20; ++i) {
             const Path path = random.QueryPath();
-            std::list<std::uint32_t> list(path.begin(), path.end());
+            std::list<uint32_t> list(path.begin(), path.end());
             g_asked = 0;
             MessageFilterWalk walk(path);
             const bool walked = walk.Find(*root);
@@ -181,18 +181,18 @@ TEST_P(MessageFilterWalkModel, ItFindsWhatFindFindsOrStopsAtAForeignNode) {
 
 // One tree is asked by the C function, a twin by the member with the list.
 TEST_P(MessageFilterWalkModel, TheCFunctionAnswersAndCountsLikeTheMember) {
-    const std::uint64_t seed = dxrtest::Seed();
+    const uint64_t seed = dxrtest::Seed();
     Random random(seed);
     int filtered = 0;
-    for (std::uint64_t tree = 0; tree < 2000; ++tree) {
+    for (uint64_t tree = 0; tree < 2000; ++tree) {
         const auto root = Tree(seed + tree, GetParam());
         const auto twin = Tree(seed + tree, GetParam());
         for (int i = 0; i < 20; ++i) {
             Path path = random.QueryPath();
             path[0] = 0;
-            std::list<std::uint32_t> list(path.begin(), path.end());
+            std::list<uint32_t> list(path.begin(), path.end());
             g_asked = 0;
-            const std::uint8_t answer = IsFiltered(*root, path);
+            const uint8_t answer = IsFiltered(*root, path);
             const int asked = std::exchange(g_asked, 0);
             ASSERT_EQ(answer, twin->IsFiltered(list) ? 1 : 0) << "tree " << tree << ", path " << i;
             ASSERT_EQ(asked, g_asked) << "tree " << tree << ", path " << i;
@@ -247,16 +247,16 @@ TEST(MessageFilterWalk, AForeignNodeBehindTheFoundOneIsNotAsked) {
 
 // Around the longest path that is walked.
 TEST(MessageFilterWalk, PathsOfEveryLengthArriveWhole) {
-    constexpr std::uint32_t kDeepest = 20;
+    constexpr uint32_t kDeepest = 20;
     MessageFilterComposite root("root", 0, 0, 0);
     MessageFilterComponent *parent = &root;
-    for (std::uint32_t layer = 1; layer <= kDeepest; ++layer) {
+    for (uint32_t layer = 1; layer <= kDeepest; ++layer) {
         auto *const node = new MessageFilterComposite("node", 100 + layer, layer, layer);
         parent->Add(node);
         parent = node;
     }
-    for (std::uint32_t num = 1; num <= kDeepest; ++num) {
-        for (std::uint32_t count = 0; count <= num; ++count) {
+    for (uint32_t num = 1; num <= kDeepest; ++num) {
+        for (uint32_t count = 0; count <= num; ++count) {
             EXPECT_EQ(DXR_IsMessageFiltered(&root, num, 101U, 102U, 103U, 104U, 105U, 106U, 107U,
                                             108U, 109U, 110U, 111U, 112U, 113U, 114U, 115U, 116U,
                                             117U, 118U, 119U, 120U),

@@ -16,7 +16,7 @@ class Message : public testing::Test {
 TEST_F(Message, TriggerTextWithoutAHookIsOneConstant) {
     const char *text = DXR_GetTriggerStr(0);
     ASSERT_NE(nullptr, text);
-    for (const std::uint32_t trigger : {0U, 1U, 2U, 1000U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t trigger : {0U, 1U, 2U, 1000U, 0x80000000U, 0xFFFFFFFFU}) {
         EXPECT_STREQ("invalid", DXR_GetTriggerStr(trigger));
         EXPECT_EQ(text, DXR_GetTriggerStr(trigger));
     }
@@ -24,7 +24,7 @@ TEST_F(Message, TriggerTextWithoutAHookIsOneConstant) {
 
 TEST_F(Message, TriggerTextIsTheHostsEvenNull) {
     static const char kText[] = "link down";
-    g_dxrHooks.msg.getTriggerStr = [](std::uint32_t trigger) -> const char * {
+    g_dxrHooks.msg.getTriggerStr = [](uint32_t trigger) -> const char * {
         return trigger == 5 ? kText : nullptr;
     };
     EXPECT_EQ(kText, DXR_GetTriggerStr(5));

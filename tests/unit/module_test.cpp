@@ -13,11 +13,11 @@
 
 namespace {
 
-constexpr std::size_t kFlagOffset = 12;
-constexpr std::uint8_t kFlags[] = {0, 1, 7, 0x80, 0xFF, 0};
+constexpr size_t kFlagOffset = 12;
+constexpr uint8_t kFlags[] = {0, 1, 7, 0x80, 0xFF, 0};
 
 // Before anything could set it.
-const std::uint8_t kFlagAtLoad = DXR_IsUseVelder();
+const uint8_t kFlagAtLoad = DXR_IsUseVelder();
 
 std::vector<std::string> g_calls;
 const void *g_pointer = nullptr;
@@ -36,7 +36,7 @@ void SetUdf(void *udf) {
     g_pointer = udf;
 }
 
-void RegisterVelderFuncs(std::uint8_t flag) {
+void RegisterVelderFuncs(uint8_t flag) {
     g_calls.push_back("velder " + std::to_string(flag) + " while " +
                       std::to_string(DXR_IsUseVelder()));
 }
@@ -46,20 +46,20 @@ using Calls = std::vector<std::string>;
 // No longer than the byte the library reads, so that a sanitizer sees a read behind it.
 class Record {
   public:
-    explicit Record(std::uint8_t flag) : bytes_(std::make_unique<std::uint8_t[]>(kFlagOffset + 1)) {
-        std::fill_n(bytes_.get(), kFlagOffset, std::uint8_t{0xE7});
+    explicit Record(uint8_t flag) : bytes_(std::make_unique<uint8_t[]>(kFlagOffset + 1)) {
+        std::fill_n(bytes_.get(), kFlagOffset, uint8_t{0xE7});
         bytes_[kFlagOffset] = flag;
     }
     [[nodiscard]] void *Get() const { return bytes_.get(); }
-    void SetFlag(std::uint8_t flag) { bytes_[kFlagOffset] = flag; }
-    [[nodiscard]] bool Holds(std::uint8_t flag) const {
+    void SetFlag(uint8_t flag) { bytes_[kFlagOffset] = flag; }
+    [[nodiscard]] bool Holds(uint8_t flag) const {
         return std::all_of(bytes_.get(), bytes_.get() + kFlagOffset,
-                           [](std::uint8_t byte) { return byte == 0xE7; }) &&
+                           [](uint8_t byte) { return byte == 0xE7; }) &&
                bytes_[kFlagOffset] == flag;
     }
 
   private:
-    std::unique_ptr<std::uint8_t[]> bytes_;
+    std::unique_ptr<uint8_t[]> bytes_;
 };
 
 Record *g_record = nullptr;
@@ -91,7 +91,7 @@ TEST_F(Module, FlagIsZeroAtLoad) {
 
 TEST_F(Module, RegisterCallsTheHostThenHandsOnTheFlag) {
     FillGroup();
-    for (const std::uint8_t flag : kFlags) {
+    for (const uint8_t flag : kFlags) {
         g_calls.clear();
         const Record record(flag);
         DXR_Register(record.Get());
@@ -161,7 +161,7 @@ TEST_F(Module, RegisterReadsTheSecondSlotAfterTheFirstHookHasReturned) {
 // A hook's failure cannot matter: whatever it leaves in the result register is not looked at.
 TEST_F(Module, RegisterGoesOnAfterAFailingHook) {
     FillGroup();
-    std::uint32_t (*const failing)(void *) = [](void *record) -> std::uint32_t {
+    uint32_t (*const failing)(void *) = [](void *record) -> uint32_t {
         RegisterModule(record);
         return 0xFFFFFFFF;
     };
@@ -193,7 +193,7 @@ TEST_F(Module, WithoutVelderFuncsLeavesTheFlagAlone) {
 
 TEST_F(Module, WithoutVelderFuncsReadsNothingOfTheRecord) {
     FillGroup();
-    void *nowhere = reinterpret_cast<void *>(std::uintptr_t{1});
+    void *nowhere = reinterpret_cast<void *>(uintptr_t{1});
     DXR_RegisterWithoutVelderFuncs(nowhere);
     EXPECT_EQ(nowhere, g_pointer);
 }
@@ -209,7 +209,7 @@ TEST_F(Module, WithoutVelderFuncsNeedsRecordAndHook) {
 
 TEST_F(Module, VelderFlagIsKeptAsGivenBeforeTheHookIsCalled) {
     FillGroup();
-    for (const std::uint8_t flag : kFlags) {
+    for (const uint8_t flag : kFlags) {
         g_calls.clear();
         DXR_RegisterVelderFuncs(flag);
         const std::string number = std::to_string(flag);

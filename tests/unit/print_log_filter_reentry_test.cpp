@@ -11,15 +11,15 @@
 
 namespace {
 
-constexpr std::uint32_t kLogType = 5;
+constexpr uint32_t kLogType = 5;
 
-std::uint8_t Ask(const std::string &line, std::uint32_t logType = kLogType) {
+uint8_t Ask(const std::string &line, uint32_t logType = kLogType) {
     const DxrLogFilterCfg cfg = {logType, 0, 0, 0, 0, 0};
-    return DXR_IsRepeatedLog(&cfg, line.data(), static_cast<std::uint32_t>(line.size()));
+    return DXR_IsRepeatedLog(&cfg, line.data(), static_cast<uint32_t>(line.size()));
 }
 
-std::uint32_t HashOf(const std::string &line) {
-    return DXR_GetHashCode(0, line.data(), static_cast<std::uint32_t>(line.size()));
+uint32_t HashOf(const std::string &line) {
+    return DXR_GetHashCode(0, line.data(), static_cast<uint32_t>(line.size()));
 }
 
 // What a hook does, once, when it is called next.
@@ -27,7 +27,7 @@ void (*g_once)() = nullptr;
 // The same for the hook of the time alone: it is called when an entry is made, and the seconds
 // before.
 void (*g_onceInTime)() = nullptr;
-std::uint32_t g_nowSec = 0;
+uint32_t g_nowSec = 0;
 
 void DoOnce(void (*&once)()) {
     if (void (*const action)() = once) {
@@ -47,7 +47,7 @@ class LogFilterReentry : public testing::Test {
             DoOnce(g_once);
             return g_nowSec;
         };
-        g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t, std::uint32_t *sec) {
+        g_dxrHooks.time.getCurrTime = [](char *text, uint32_t, uint32_t *sec) {
             DoOnce(g_once);
             DoOnce(g_onceInTime);
             *text = '\0';
@@ -125,7 +125,7 @@ TEST_F(LogFilterReentry, AClearWhileAnEntryIsMadeLeavesNothingUnseen) {
 // one again, and the clock goes back to its hour.
 TEST_F(LogFilterReentry, AnAgedEntryThatAClearBringsBackIsFound) {
     const std::vector<std::string> later = {"D", "E"};
-    for (std::size_t live = 0; live <= later.size(); ++live) {
+    for (size_t live = 0; live <= later.size(); ++live) {
         g_nowSec = 10000;
         for (const char *line : {"A", "B", "C"}) {
             EXPECT_EQ(Ask(line), 0);
@@ -133,7 +133,7 @@ TEST_F(LogFilterReentry, AnAgedEntryThatAClearBringsBackIsFound) {
         DxrLogFilterInfo *const record = DXR_GetLogFilter(kLogType);
         ASSERT_EQ(record->capacity, 7U);
         g_nowSec = 13600;
-        for (std::size_t i = 0; i < live; ++i) {
+        for (size_t i = 0; i < live; ++i) {
             EXPECT_EQ(Ask(later[i]), 0);
         }
         DXR_ResizeLogFilterInfo(record, 7);
@@ -197,7 +197,7 @@ TEST_F(LogFilterReentry, ARingThatOutgrowsTheIndexIsWalked) {
     DxrLogFilterInfo *record = DXR_GetLogFilter(kLogType);
     DXR_ResizeLogFilterInfo(record, 1024);
     for (int i = 0; i < 1023; ++i) {
-        DXR_AddLogFilterInfo(record, 0x10000U + static_cast<std::uint32_t>(i), 0);
+        DXR_AddLogFilterInfo(record, 0x10000U + static_cast<uint32_t>(i), 0);
         if (record->capacity != 1024) {
             break;
         }
@@ -205,7 +205,7 @@ TEST_F(LogFilterReentry, ARingThatOutgrowsTheIndexIsWalked) {
     DXR_ResizeLogFilterInfo(record, 1024);
     record->curIndex = 1023;
     record->curSize = 1024;
-    for (std::uint32_t i = 0; i < 1024; ++i) {
+    for (uint32_t i = 0; i < 1024; ++i) {
         record->entries[i].beginSec = g_nowSec;
         record->entries[i].logHashCode = 0x20000U + i;
     }
@@ -230,12 +230,11 @@ TEST_F(LogFilterReentry, ALogSiteThatChangesItsTypeUnderTheLockIsAskedAsItWas) {
 
 // A host's own hash function may look at the whole buffer, which is zeroed behind the text.
 TEST_F(LogFilterReentry, AHostsHashFunctionSeesZeroedBuffers) {
-    static std::size_t roomBehind;
+    static size_t roomBehind;
     static int nonZero;
     const auto saved = g_dxrLogFilterHashFuncList[0];
-    g_dxrLogFilterHashFuncList[0].func = [](const DxrLogFilterHashInput *input,
-                                            std::uint32_t *hash) {
-        for (std::size_t i = input->length; i < roomBehind; ++i) {
+    g_dxrLogFilterHashFuncList[0].func = [](const DxrLogFilterHashInput *input, uint32_t *hash) {
+        for (size_t i = input->length; i < roomBehind; ++i) {
             nonZero += input->text[i] != 0 ? 1 : 0;
         }
         *hash = 77;

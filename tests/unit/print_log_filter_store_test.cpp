@@ -30,13 +30,13 @@ const struct AtLoad {
     const DxrLogFilterInfo *info = g_dxrLogFilterInfo;
     std::vector<void *> mutexes =
         std::vector<void *>(g_dxrLogFilterMutex, g_dxrLogFilterMutex + kLogTypes);
-    std::uint8_t on = g_dxrLogFilterSwitch;
-    std::uint32_t mid = g_dxrLogFilterMid;
+    uint8_t on = g_dxrLogFilterSwitch;
+    uint32_t mid = g_dxrLogFilterMid;
     DxrLogFilterHashFunc hash = g_dxrLogFilterHashFuncList[0];
 } kAtLoad;
 
 MATCHER_P2(IsPrinted, level, text, "") {
-    return arg.level == static_cast<std::uint32_t>(level) && arg.text == text;
+    return arg.level == static_cast<uint32_t>(level) && arg.text == text;
 }
 
 MATCHER(ComesFromThePrintSources, "") {
@@ -44,7 +44,7 @@ MATCHER(ComesFromThePrintSources, "") {
 }
 
 void ExpectUnchangedBut(const DxrLogFilterEntry &before, const DxrLogFilterEntry &after,
-                        std::size_t offset, std::size_t size) {
+                        size_t offset, size_t size) {
     std::string was = Bytes(before);
     std::string is = Bytes(after);
     was.erase(offset, size);
@@ -111,7 +111,7 @@ TEST_F(LogFilterStoreData, AtLoadTheStoreIsAbsentAndTheFilterOn) {
 TEST_F(LogFilterStoreData, GetLogFilterGivesTheRecordsOfTwentyNineTypes) {
     InitStore();
     const auto *base = reinterpret_cast<const char *>(g_dxrLogFilterInfo);
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         EXPECT_EQ(reinterpret_cast<const char *>(DXR_GetLogFilter(type)), base + 20 * type);
     }
     EXPECT_EQ(DXR_GetLogFilter(29), nullptr);
@@ -121,7 +121,7 @@ TEST_F(LogFilterStoreData, GetLogFilterGivesTheRecordsOfTwentyNineTypes) {
 }
 
 TEST_F(LogFilterStoreData, GetLogFilterGivesNothingWithoutAStore) {
-    for (std::uint32_t type = 0; type <= kLogTypes; ++type) {
+    for (uint32_t type = 0; type <= kLogTypes; ++type) {
         EXPECT_EQ(DXR_GetLogFilter(type), nullptr);
     }
 }
@@ -129,7 +129,7 @@ TEST_F(LogFilterStoreData, GetLogFilterGivesNothingWithoutAStore) {
 TEST_F(LogFilterStoreData, SwitchKeepsTheValueItIsGiven) {
     EXPECT_EQ(DXR_IsLogFilterEnable(), 1);
     for (const int value : {0, 1, 7, 128, 255}) {
-        DXR_EnableLogFilter(static_cast<std::uint8_t>(value));
+        DXR_EnableLogFilter(static_cast<uint8_t>(value));
         EXPECT_EQ(DXR_IsLogFilterEnable(), value);
         EXPECT_EQ(g_dxrLogFilterSwitch, value);
     }
@@ -144,7 +144,7 @@ TEST_F(LogFilterStoreInit, AllocatesTheRecordsThenCreatesTheMutexesThenReports) 
     EXPECT_EQ(DXR_InitLogFilter(1234), 0U);
 
     Calls expected{"allocate mid=1234 size=580"};
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         expected.push_back("initMutex #" + std::to_string(type));
     }
     expected.emplace_back("print 6 log filter init success, module[1234]");
@@ -164,7 +164,7 @@ TEST_F(LogFilterStoreInit, RecordsAreZero) {
 TEST_F(LogFilterStoreInit, EachMutexIsCreatedInItsElementWithoutOption) {
     InitStore();
     ASSERT_THAT(host.mutexAddresses, SizeIs(kLogTypes));
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         EXPECT_EQ(host.mutexAddresses[type], &g_dxrLogFilterMutex[type]) << type;
         EXPECT_EQ(g_dxrLogFilterMutex[type], TestHost::MutexHandle(type)) << type;
     }
@@ -260,7 +260,7 @@ TEST_F(LogFilterStoreDestroy, ReleasesEachRingUnderItsLockThenTheRecords) {
     DXR_DestroyLogFilter();
 
     Calls expected;
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         const std::string mutex = " #" + std::to_string(type);
         expected.push_back("lock" + mutex);
         if (type == 0) {
@@ -290,7 +290,7 @@ TEST_F(LogFilterStoreDestroy, StorageIsGoneAndCountersKeptWhenTheLockOpens) {
     EXPECT_EQ(Decide(Site(1), "a"), 0);
     EXPECT_EQ(Decide(Site(1), "b"), 0);
     g_ringsAtUnlock.clear();
-    g_dxrHooks.task.unlockMutex = [](void *) -> std::uint32_t {
+    g_dxrHooks.task.unlockMutex = [](void *) -> uint32_t {
         g_ringsAtUnlock.push_back(LookAt(1));
         return 0;
     };
@@ -305,7 +305,7 @@ TEST_F(LogFilterStoreDestroy, StorageIsGoneAndCountersKeptWhenTheLockOpens) {
 TEST_F(LogFilterStoreDestroy, WithoutAStoreMakesAllCallsAndHandsOverNull) {
     DXR_DestroyLogFilter();
     Calls expected;
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         expected.insert(expected.end(), {"lock null", "unlock null", "destroyMutex null"});
     }
     expected.emplace_back("release null");
@@ -317,7 +317,7 @@ TEST_F(LogFilterStoreDestroy, WithoutAStoreMakesAllCallsAndHandsOverNull) {
 TEST_F(LogFilterStoreDestroy, HandlesStayAndASecondDestroyUsesThemAgain) {
     InitStore();
     DXR_DestroyLogFilter();
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         EXPECT_EQ(g_dxrLogFilterMutex[type], TestHost::MutexHandle(type));
     }
     Forget();
@@ -390,9 +390,9 @@ TEST_F(LogFilterStoreDestroy, WithoutAReleaseHookForgetsTheStore) {
 
 // --- hash
 
-std::uint32_t SimpleHash(std::string_view text, std::uint32_t before = 0xDEADBEEFU) {
-    const DxrLogFilterHashInput input{text.data(), static_cast<std::uint32_t>(text.size())};
-    std::uint32_t hash = before;
+uint32_t SimpleHash(std::string_view text, uint32_t before = 0xDEADBEEFU) {
+    const DxrLogFilterHashInput input{text.data(), static_cast<uint32_t>(text.size())};
+    uint32_t hash = before;
     EXPECT_EQ(DXR_SimpleHash(&input, &hash), 0U);
     return hash;
 }
@@ -428,14 +428,14 @@ TEST_F(LogFilterStoreHash, ZeroBytesCountLikeOthers) {
 
 TEST_F(LogFilterStoreHash, AllShortLengthsAgreeWithThePolynomial) {
     std::string text;
-    for (std::uint32_t i = 0; i < 1100; ++i) {
+    for (uint32_t i = 0; i < 1100; ++i) {
         text.push_back(static_cast<char>(i * 37 + i / 7));
         ASSERT_EQ(SimpleHash(text), HashOf(text)) << "length " << text.size();
     }
 }
 
 TEST_F(LogFilterStoreHash, ReadsExactlyTheLengthOfAnUnterminatedText) {
-    for (const std::size_t size : {1U, 2U, 7U, 8U, 15U, 16U, 17U, 31U, 33U, 100U}) {
+    for (const size_t size : {1U, 2U, 7U, 8U, 15U, 16U, 17U, 31U, 33U, 100U}) {
         // Freshly allocated, so that a sanitizer sees the first byte behind it.
         const std::unique_ptr<char[]> text(new char[size]);
         std::memset(text.get(), 'q', size);
@@ -445,7 +445,7 @@ TEST_F(LogFilterStoreHash, ReadsExactlyTheLengthOfAnUnterminatedText) {
 }
 
 TEST_F(LogFilterStoreHash, BadInputFailsAndLeavesTheOutputAlone) {
-    std::uint32_t hash = 4711;
+    uint32_t hash = 4711;
     const DxrLogFilterHashInput noText{nullptr, 5};
     EXPECT_EQ(DXR_SimpleHash(&noText, &hash), 1U);
     EXPECT_EQ(hash, 4711U);
@@ -460,20 +460,20 @@ TEST_F(LogFilterStoreHash, BadInputFailsAndLeavesTheOutputAlone) {
 
 struct HashProbe {
     static inline DxrLogFilterHashInput input;
-    static inline std::uint32_t before;
-    static inline std::uint32_t calls;
-    static inline std::uint32_t result;
-    static inline std::uint32_t output;
+    static inline uint32_t before;
+    static inline uint32_t calls;
+    static inline uint32_t result;
+    static inline uint32_t output;
     static inline bool writes;
 
-    static void Use(std::uint32_t resultToGive, std::uint32_t outputToWrite, bool write = true) {
+    static void Use(uint32_t resultToGive, uint32_t outputToWrite, bool write = true) {
         calls = 0;
         result = resultToGive;
         output = outputToWrite;
         writes = write;
         g_dxrLogFilterHashFuncList[0].func = Hash;
     }
-    static std::uint32_t Hash(const DxrLogFilterHashInput *in, std::uint32_t *out) {
+    static uint32_t Hash(const DxrLogFilterHashInput *in, uint32_t *out) {
         ++calls;
         input = *in;
         before = *out;
@@ -555,9 +555,9 @@ TEST_F(LogFilterStoreHash, ErrorsAreDroppedWithoutPrintHook) {
 
 TEST_F(LogFilterStoreCapacity, GrowsWhenOneFreeSlotIsLeft) {
     struct Case {
-        std::uint32_t capacity;
-        std::uint32_t curSize;
-        std::uint32_t grown;
+        uint32_t capacity;
+        uint32_t curSize;
+        uint32_t grown;
     };
     const Case cases[] = {
         {1, 0, 3},          {1, 1, 3},          {2, 0, 2},          {2, 1, 5},
@@ -597,10 +597,10 @@ TEST_F(LogFilterStoreCapacity, FirstGrowthGivesOneEntry) {
 
 TEST_F(LogFilterStoreCapacity, RunsFromOneToTwoThousandFortySeven) {
     OwnRecord own;
-    std::vector<std::uint32_t> series;
-    std::vector<std::uint32_t> sizesBefore;
-    for (std::uint32_t n = 1; n <= 2100; ++n) {
-        const std::uint32_t before = own.Get()->curSize;
+    std::vector<uint32_t> series;
+    std::vector<uint32_t> sizesBefore;
+    for (uint32_t n = 1; n <= 2100; ++n) {
+        const uint32_t before = own.Get()->curSize;
         DXR_AddLogFilterInfo(own.Get(), n, 0);
         if (series.empty() || series.back() != own.Get()->capacity) {
             series.push_back(own.Get()->capacity);
@@ -633,7 +633,7 @@ TEST_F(LogFilterStoreResize, AllocatesZeroedStorageForTheFiltersModule) {
     EXPECT_THAT(host.allocations, ElementsAre(ComesFromThePrintSources()));
     EXPECT_EQ(Look(*own.Get()),
               (Ring{17, 4, 5, static_cast<DxrLogFilterEntry *>(host.allocations.at(0).block)}));
-    for (std::uint32_t i = 0; i < 5; ++i) {
+    for (uint32_t i = 0; i < 5; ++i) {
         EXPECT_EQ(Bytes(own.Get()->entries[i]), std::string(64, '\0'));
     }
 }
@@ -744,7 +744,7 @@ TEST_F(LogFilterStoreResize, SizeBeyondThirtyTwoBitsIsAFailedAllocation) {
     OwnRecord own;
     Fill(own.Get(), 3, 2, 3, 100, 11);
     const Ring before = Look(*own.Get());
-    for (const std::uint32_t capacity :
+    for (const uint32_t capacity :
          {0x04000000U, 0x04000001U, 0x08000003U, 0x80000001U, UINT32_MAX}) {
         Forget();
         DXR_ResizeLogFilterInfo(own.Get(), capacity);
@@ -775,7 +775,7 @@ TEST_F(LogFilterStoreResize, RecordWithoutStorageGetsZeroes) {
 }
 
 // A block such as the library would have got for that many entries.
-DxrLogFilterEntry *HostStorage(std::uint32_t entries) {
+DxrLogFilterEntry *HostStorage(uint32_t entries) {
     return static_cast<DxrLogFilterEntry *>(DXR_Malloc(9, entries * 64, __FILE__, __LINE__));
 }
 
@@ -793,9 +793,10 @@ alignas(16) unsigned char g_overlapArena[16 * 64];
 TEST_F(LogFilterStoreResize, CopyThatFailsIsReportedAsInformation) {
     OwnRecord own;
     // A host that hands out the same memory twice makes the bounded copy refuse.
-    g_dxrHooks.memory.allocate = [](std::uint32_t, std::uint32_t, const char *,
-                                    std::uint32_t) -> void * { return g_overlapArena; };
-    g_dxrHooks.memory.release = [](void *, const char *, std::uint32_t) {};
+    g_dxrHooks.memory.allocate = [](uint32_t, uint32_t, const char *, uint32_t) -> void * {
+        return g_overlapArena;
+    };
+    g_dxrHooks.memory.release = [](void *, const char *, uint32_t) {};
     DXR_ResizeLogFilterInfo(own.Get(), 3);
     DXR_ResizeLogFilterInfo(own.Get(), 7);
     EXPECT_THAT(host.calls,
@@ -843,8 +844,8 @@ TEST_F(LogFilterStoreAgeing, ReadsTheClockOnce) {
 TEST_F(LogFilterStoreAgeing, StopsAtTheFirstYoungEntry) {
     OwnRecord own;
     Fill(own.Get(), 7, 5, 5, 0);  // positions 5, 6, 0, 1, 2
-    const std::uint32_t begin[] = {100, 101, 5000, 102, 103};
-    for (std::uint32_t i = 0; i < 5; ++i) {
+    const uint32_t begin[] = {100, 101, 5000, 102, 103};
+    for (uint32_t i = 0; i < 5; ++i) {
         own.Get()->entries[(5 + i) % 7].beginSec = begin[i];
     }
     host.nowSec = 5000;
@@ -852,7 +853,7 @@ TEST_F(LogFilterStoreAgeing, StopsAtTheFirstYoungEntry) {
     EXPECT_EQ(own.Get()->curIndex, 0U);
     EXPECT_EQ(own.Get()->curSize, 3U);
     std::vector<int> states;
-    for (std::uint32_t i = 0; i < 7; ++i) {
+    for (uint32_t i = 0; i < 7; ++i) {
         states.push_back(own.Get()->entries[i].state);
     }
     EXPECT_THAT(states, ElementsAre(1, 1, 1, 0, 0, 0, 0));
@@ -923,7 +924,7 @@ TEST_F(LogFilterStoreAgeing, ClockSetBackKeepsEntries) {
 TEST_F(LogFilterStoreAgeing, SecondsOfZeroAgeOnlyFromThreeThousandSixHundredOn) {
     OwnRecord own;
     Fill(own.Get(), 3, 0, 1, 0);
-    for (const std::uint32_t now : {0U, 1U, 3599U}) {
+    for (const uint32_t now : {0U, 1U, 3599U}) {
         host.nowSec = now;
         DXR_RemoveObsoleteLogFilterInfo(own.Get());
         EXPECT_EQ(own.Get()->curSize, 1U);
@@ -940,7 +941,7 @@ TEST_F(LogFilterStoreAgeing, AgesEveryEntryOfAFullRing) {
     DXR_RemoveObsoleteLogFilterInfo(own.Get());
     EXPECT_EQ(own.Get()->curSize, 0U);
     EXPECT_EQ(own.Get()->curIndex, 1999U);
-    for (std::uint32_t i = 0; i < 2047; ++i) {
+    for (uint32_t i = 0; i < 2047; ++i) {
         ASSERT_EQ(own.Get()->entries[i].state, 0);
     }
 }
@@ -985,7 +986,7 @@ TEST_F(LogFilterStoreAdd, FillsTheEntry) {
 
 TEST_F(LogFilterStoreAdd, SecondsComeFromTheTimeOfTheText) {
     OwnRecord own;
-    g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t size, std::uint32_t *sec) {
+    g_dxrHooks.time.getCurrTime = [](char *text, uint32_t size, uint32_t *sec) {
         std::strncpy(text, "2024-03-15", size);
         *sec = 42;
     };
@@ -998,10 +999,10 @@ TEST_F(LogFilterStoreAdd, SecondsComeFromTheTimeOfTheText) {
 
 struct TimeProbe {
     static inline char *text;
-    static inline std::uint32_t size;
-    static inline std::uint32_t before;
+    static inline uint32_t size;
+    static inline uint32_t before;
 
-    static void GetCurrTime(char *buffer, std::uint32_t bufferSize, std::uint32_t *sec) {
+    static void GetCurrTime(char *buffer, uint32_t bufferSize, uint32_t *sec) {
         text = buffer;
         size = bufferSize;
         before = *sec;
@@ -1260,7 +1261,7 @@ TEST_F(LogFilterStoreUpdate, PositionBeyondTheCapacityChangesNothing) {
     Fill(own.Get(), 3, 0, 3, 5);
     Forget();
     const std::string before(reinterpret_cast<const char *>(own.Get()->entries), 3 * 64);
-    for (const std::uint32_t position : {3U, 4U, 0x80000000U, UINT32_MAX}) {
+    for (const uint32_t position : {3U, 4U, 0x80000000U, UINT32_MAX}) {
         DXR_UpdateLogFilterInfo(position, own.Get());
         DXR_UpdateLogFilterTime(position, own.Get());
     }
@@ -1306,7 +1307,7 @@ TEST_F(LogFilterDecision, FirstOccurrencePassesTheSecondIsCounted) {
 
 TEST_F(LogFilterDecision, TypesAreKeptApart) {
     InitStore();
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         Forget();
         EXPECT_EQ(Decide(Site(type), "line"), 0);
         EXPECT_EQ(host.calls.front(), "lock #" + std::to_string(type));
@@ -1395,7 +1396,7 @@ TEST_F(LogFilterDecision, IntervalOfZeroNeverLetsThroughWithinTheHour) {
     InitStore();
     host.nowSec = 1000;
     EXPECT_EQ(Decide(Site(2), "line"), 0);
-    for (const std::uint32_t now : {1000U, 1001U, 4000U, 4599U}) {
+    for (const uint32_t now : {1000U, 1001U, 4000U, 4599U}) {
         host.nowSec = now;
         EXPECT_EQ(Decide(Site(2), "line"), 1);
     }
@@ -1405,8 +1406,8 @@ TEST_F(LogFilterDecision, HourCountsFromTheFirstOccurrenceAlone) {
     InitStore();
     host.nowSec = 1000;
     EXPECT_EQ(Decide(Site(2, 60), "line"), 0);
-    std::uint32_t passed = 0;
-    for (std::uint32_t now = 1001; now < 4600; ++now) {
+    uint32_t passed = 0;
+    for (uint32_t now = 1001; now < 4600; ++now) {
         host.nowSec = now;
         passed += Decide(Site(2, 60), "line") == 0 ? 1U : 0U;
     }
@@ -1435,12 +1436,12 @@ TEST_F(LogFilterDecision, HashOfZeroIsNeverFiltered) {
 
 TEST_F(LogFilterDecision, TypeTwentyNineIsNeverFiltered) {
     InitStore();
-    for (const std::uint32_t type : {29U, 30U, 0x80000000U, UINT32_MAX}) {
+    for (const uint32_t type : {29U, 30U, 0x80000000U, UINT32_MAX}) {
         EXPECT_EQ(Decide(Site(type), "line"), 0);
         EXPECT_EQ(Decide(Site(type), "line"), 0);
     }
     EXPECT_THAT(host.calls, IsEmpty());
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         EXPECT_EQ(LookAt(type).capacity, 0U);
     }
 }
@@ -1456,7 +1457,7 @@ TEST_F(LogFilterDecision, EmptyTextIsReportedWhateverItsType) {
     EXPECT_EQ(Decide(Site(2), ""), 0);  // without a store
     EXPECT_THAT(host.calls, ElementsAre(report));
     InitStore();
-    for (const std::uint32_t type : {0U, 28U, 29U, UINT32_MAX}) {
+    for (const uint32_t type : {0U, 28U, 29U, UINT32_MAX}) {
         Forget();
         EXPECT_EQ(Decide(Site(type), ""), 0);
         EXPECT_THAT(host.calls, ElementsAre(report));
@@ -1586,25 +1587,25 @@ TEST_F(LogFilterDecision, RingsOfUnusualCapacitiesFilterAlike) {
     // there.
     InitStore();
     const DxrLogFilterCfg site = Site(2);
-    for (const std::uint32_t capacity : {2U, 5U, 1023U, 1024U, 1025U, 2046U, 2048U, 2049U, 3000U}) {
+    for (const uint32_t capacity : {2U, 5U, 1023U, 1024U, 1025U, 2046U, 2048U, 2049U, 3000U}) {
         DXR_ClearLogFilterInfo(2);
         DXR_ResizeLogFilterInfo(DXR_GetLogFilter(2), capacity);
         ASSERT_EQ(LookAt(2).capacity, capacity);
         host.FailAllocationsFrom(1);
         // Round once and up to the last position but one, with the oldest at the last one.
-        for (std::uint32_t i = 0; i < 2 * capacity - 1; ++i) {
+        for (uint32_t i = 0; i < 2 * capacity - 1; ++i) {
             ASSERT_EQ(Decide(site, "line " + std::to_string(i)), 0);
         }
         EXPECT_EQ(LookAt(2), (Ring{capacity - 1, capacity, capacity, LookAt(2).entries}));
-        for (std::uint32_t i = capacity - 1; i < 2 * capacity - 1; ++i) {
+        for (uint32_t i = capacity - 1; i < 2 * capacity - 1; ++i) {
             ASSERT_EQ(Decide(site, "line " + std::to_string(i)), 1);
         }
         host.StopFailingAllocations();
         EXPECT_EQ(Decide(site, "after"), 0);
         EXPECT_EQ(Decide(site, "after"), 1);
-        const std::uint32_t grown = capacity <= 1024 ? 2 * capacity + 1 : capacity;
+        const uint32_t grown = capacity <= 1024 ? 2 * capacity + 1 : capacity;
         EXPECT_EQ(LookAt(2).capacity, grown);
-        const std::uint32_t position = (capacity - 1 + capacity) % grown;
+        const uint32_t position = (capacity - 1 + capacity) % grown;
         EXPECT_EQ(LookAt(2).entries[position].logHashCode, HashOf("after"));
         EXPECT_EQ(LookAt(2).entries[position].logCnt, 1U);
         // Growth loses what lay before the oldest; without it the oldest is gone.
@@ -1616,15 +1617,15 @@ TEST_F(LogFilterDecision, RingsOfUnusualCapacitiesFilterAlike) {
 
 // A host whose ring storage comes from two places by turns, so that old addresses come back.
 struct TwoPlaces {
-    static constexpr std::size_t kSize = 3000 * sizeof(DxrLogFilterEntry);
+    static constexpr size_t kSize = 3000 * sizeof(DxrLogFilterEntry);
     alignas(16) static inline unsigned char places[2][kSize];
-    static inline std::uint32_t turn = 0;
+    static inline uint32_t turn = 0;
 
     static void Use() { DXR_SetMemoryHooks(Allocate, Release); }
-    static void *Allocate(std::uint32_t, std::uint32_t size, const char *, std::uint32_t) {
+    static void *Allocate(uint32_t, uint32_t size, const char *, uint32_t) {
         return size <= kSize ? places[turn++ % 2] : nullptr;
     }
-    static void Release(void *, const char *, std::uint32_t) {}
+    static void Release(void *, const char *, uint32_t) {}
 };
 
 TEST_F(LogFilterDecision, OtherLinesAtAnOldAddressAreTheOnesFiltered) {
@@ -1656,7 +1657,7 @@ TEST_F(LogFilterDecision, AgedLinesThatAResizeBringsBackAreFiltered) {
     TwoPlaces::Use();
     const DxrLogFilterCfg site = Site(2);
     DxrLogFilterInfo *record = DXR_GetLogFilter(2);
-    const std::uint32_t begin = host.nowSec;
+    const uint32_t begin = host.nowSec;
     DXR_ResizeLogFilterInfo(record, 7);
     for (const char *line : {"a", "b", "c", "d", "e"}) {
         EXPECT_EQ(Decide(site, line), 0);
@@ -1699,7 +1700,7 @@ TEST_F(LogFilterDecision, LinesLostToASmallerRingAreNewThoughTheAddressComesBack
 
 TEST_F(LogFilterDecision, ZeroEntriesOfAWrappedRingHideNoLine) {
     InitStore();
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         const DxrLogFilterCfg site = Site(type);
         DxrLogFilterInfo *record = DXR_GetLogFilter(type);
         const auto line = [type](int number) {
@@ -1736,7 +1737,7 @@ TEST_F(LogFilterDecision, LinesThatAHookPutIntoTheRingAreFiltered) {
     // While the fourth line is remembered, other lines take the place of the first three.
     DXR_ResizeLogFilterInfo(DXR_GetLogFilter(2), 15);
     EXPECT_EQ(Decide(site, "c"), 1);
-    g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t size, std::uint32_t *sec) {
+    g_dxrHooks.time.getCurrTime = [](char *text, uint32_t size, uint32_t *sec) {
         static bool asked = false;
         if (!asked) {
             asked = true;
@@ -1758,7 +1759,7 @@ TEST_F(LogFilterDecision, LinesThatAHookPutIntoTheRingAreFiltered) {
 }
 
 // A host that answers a failed growth by making the ring smaller, in the midst of a decision.
-DXR_PRINTF(2, 3) void PrintThatMakesTheRingSmaller(std::uint32_t, const char *, ...) {
+DXR_PRINTF(2, 3) void PrintThatMakesTheRingSmaller(uint32_t, const char *, ...) {
     DXR_ResizeLogFilterInfo(DXR_GetLogFilter(2), 6);
 }
 
@@ -1766,7 +1767,7 @@ TEST_F(LogFilterDecision, LineThatAHooksResizeBringsBackIsFiltered) {
     InitStore();
     const DxrLogFilterCfg site = Site(2);
     DxrLogFilterInfo *record = DXR_GetLogFilter(2);
-    const std::uint32_t begin = host.nowSec;
+    const uint32_t begin = host.nowSec;
     DXR_ResizeLogFilterInfo(record, 7);
     EXPECT_EQ(Decide(site, "a"), 0);
     EXPECT_EQ(Decide(site, "b"), 0);
@@ -1818,12 +1819,12 @@ struct StoreBetweenNeighbours {
     static void Use() {
         std::memset(g_storeAndNeighbours, 0, sizeof(g_storeAndNeighbours));
         host = g_dxrHooks;
-        g_dxrHooks.memory.allocate = [](std::uint32_t mid, std::uint32_t size, const char *file,
-                                        std::uint32_t line) -> void * {
+        g_dxrHooks.memory.allocate = [](uint32_t mid, uint32_t size, const char *file,
+                                        uint32_t line) -> void * {
             return size == kStoreSize ? &g_storeAndNeighbours[1]
                                       : host.memory.allocate(mid, size, file, line);
         };
-        g_dxrHooks.memory.release = [](void *block, const char *file, std::uint32_t line) {
+        g_dxrHooks.memory.release = [](void *block, const char *file, uint32_t line) {
             if (block != &g_storeAndNeighbours[1]) {
                 host.memory.release(block, file, line);
             }
@@ -1834,7 +1835,7 @@ struct StoreBetweenNeighbours {
 TEST_F(LogFilterDecision, RecordsNextToTheStoreAreNotOfTheStore) {
     StoreBetweenNeighbours::Use();
     InitStore();
-    constexpr std::uint32_t kLast = kLogTypes - 1;
+    constexpr uint32_t kLast = kLogTypes - 1;
     EXPECT_EQ(Decide(Site(0), "first"), 0);
     EXPECT_EQ(Decide(Site(kLast), "last"), 0);
     for (DxrLogFilterInfo *const own :
@@ -1869,7 +1870,7 @@ TEST_F(LogFilterDecision, DefaultModuleOfTheLibraryIsOfNoAccount) {
 TEST_F(LogFilterDecision, HooksMayAskForLinesOfAnotherType) {
     InitStore();
     EXPECT_EQ(Decide(Site(2), "a"), 0);
-    g_dxrHooks.time.getCurrTime = [](char *text, std::uint32_t size, std::uint32_t *sec) {
+    g_dxrHooks.time.getCurrTime = [](char *text, uint32_t size, uint32_t *sec) {
         static bool asked = false;
         if (!asked) {
             asked = true;
@@ -1891,14 +1892,14 @@ TEST_F(LogFilterDecision, HooksMayAskForLinesOfAnotherType) {
 TEST_F(LogFilterDecision, EveryAllocationCanFailInTurn) {
     // Whatever allocation fails, of the records or of the eleven sizes of the ring, the calls end,
     // the ring stays sound and nothing leaks.
-    for (std::uint64_t failing = 1; failing <= 13; ++failing) {
+    for (uint64_t failing = 1; failing <= 13; ++failing) {
         for (const bool fromThenOn : {false, true}) {
             if (fromThenOn) {
                 host.FailAllocationsFrom(failing);
             } else {
                 host.FailAllocation(failing);
             }
-            const std::uint32_t result = DXR_InitLogFilter(9);
+            const uint32_t result = DXR_InitLogFilter(9);
             EXPECT_EQ(result, failing == 1 ? 1U : 0U);
             for (int i = 0; i < 1100; ++i) {
                 ASSERT_EQ(Decide(Site(2), "line " + std::to_string(i)), 0);

@@ -37,7 +37,7 @@ const FilterFunction kDiff = DXR_DiffLogFilter;
 // No multibyte form in the "C" locale: formatting it fails.
 const wchar_t kUnformattable[] = {static_cast<wchar_t>(0x110000), 0};
 
-std::uint32_t OnlyHashOf(std::uint32_t logType) {
+uint32_t OnlyHashOf(uint32_t logType) {
     EXPECT_EQ(LookAt(logType).curSize, 1U);
     return LookAt(logType).curSize == 1
                ? LookAt(logType).entries[LookAt(logType).curIndex].logHashCode
@@ -77,7 +77,7 @@ TEST_F(SameLogFilter, TextCountsHoweverItWasMade) {
 TEST_F(SameLogFilter, IntervalHandsItOnAgain) {
     InitStore();
     const DxrLogFilterCfg site = Site(3, 5);
-    for (std::uint32_t i = 0; i < 11; ++i) {
+    for (uint32_t i = 0; i < 11; ++i) {
         DXR_SameLogFilter(&site, "line");
         ++host.nowSec;
     }
@@ -135,7 +135,7 @@ TEST_F(SameLogFilter, VeryLongTextIsCut) {
 TEST_F(SameLogFilter, EveryLengthAroundTheLimitIsHashedWhole) {
     InitStore();
     const DxrLogFilterCfg site = Site(3);
-    for (std::size_t length = 1015; length <= 1023; ++length) {
+    for (size_t length = 1015; length <= 1023; ++length) {
         DXR_ClearLogFilterInfo(3);
         const std::string text(length, 'y');
         DXR_SameLogFilter(&site, "%s", text.c_str());
@@ -215,7 +215,7 @@ struct WholeBuffer {
     static inline std::string bytes;
 
     static void Use() {
-        g_dxrHooks.print.diagLogFilter = [](const char *text) -> std::uint32_t {
+        g_dxrHooks.print.diagLogFilter = [](const char *text) -> uint32_t {
             bytes.assign(text, 1024);
             return 0;
         };
@@ -228,13 +228,13 @@ struct WholeBuffer {
 
 // What a hash function of the host finds behind a text.
 struct WholeHashInput {
-    static inline std::size_t size;
+    static inline size_t size;
     static inline std::string bytes;
 
-    static void Use(std::size_t bufferSize) {
+    static void Use(size_t bufferSize) {
         size = bufferSize;
         g_dxrLogFilterHashFuncList[0].func = [](const DxrLogFilterHashInput *input,
-                                                std::uint32_t *) -> std::uint32_t {
+                                                uint32_t *) -> uint32_t {
             bytes.assign(input->text, size);
             return 0;
         };
@@ -256,7 +256,7 @@ struct WholeHashInput {
 TEST_F(SameLogFilter, LogIsHandedAZeroedBuffer) {
     WholeBuffer::Use();
     const DxrLogFilterCfg site = Site(3);
-    for (const std::size_t length : {1000U, 0U, 5U, 1022U, 1023U, 5000U, 1U}) {
+    for (const size_t length : {1000U, 0U, 5U, 1022U, 1023U, 5000U, 1U}) {
         const std::string text(length, 'x');
         DirtyTheStack();
         DXR_SameLogFilter(&site, "%s", text.c_str());
@@ -273,7 +273,7 @@ TEST_F(SameLogFilter, HashFunctionOfTheHostSeesZeroedBuffers) {
     InitStore();
     const DxrLogFilterCfg site{3, 1, 2, 3, 4, 0};
     WholeHashInput::Use(1024);
-    for (const std::size_t length : {1000U, 1U, 1022U, 5000U, 0U}) {
+    for (const size_t length : {1000U, 1U, 1022U, 5000U, 0U}) {
         const std::string text(length, 'x');
         DirtyTheStack();
         DXR_SameLogFilter(&site, "%s", text.c_str());
@@ -347,7 +347,7 @@ TEST_F(DiffLogFilter, SameDigitsUnderAnotherTypeAreAnotherKey) {
 class LockablePage {
   public:
     LockablePage()
-        : size_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+        : size_(static_cast<size_t>(sysconf(_SC_PAGESIZE))),
           text_(static_cast<char *>(
               mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
         std::strcpy(text_, "read");
@@ -360,7 +360,7 @@ class LockablePage {
     [[nodiscard]] const char *Text() const { return text_; }
 
   private:
-    std::size_t size_;
+    size_t size_;
     char *text_;
 };
 
@@ -421,7 +421,7 @@ TEST_F(DiffLogFilter, NullConfigurationPrintsNothing) {
 TEST_F(DiffLogFilter, IntervalHandsOnTheMessageOfThatTime) {
     InitStore();
     const DxrLogFilterCfg site = Site(3, 5);
-    for (std::uint32_t i = 0; i < 11; ++i) {
+    for (uint32_t i = 0; i < 11; ++i) {
         DXR_DiffLogFilter(&site, "%u", i);
         ++host.nowSec;
     }
@@ -497,7 +497,7 @@ TEST_F(IsSameKey, SharesTheRingOfItsType) {
     EXPECT_EQ(DXR_IsSameKey(7, 8, 9, 10), 1);
     EXPECT_EQ(DXR_IsSameKey(5, 5, 5, 5), 0);
     EXPECT_EQ(Decide(Site(26), "265555"), 1);
-    for (std::uint32_t type = 0; type < kLogTypes; ++type) {
+    for (uint32_t type = 0; type < kLogTypes; ++type) {
         EXPECT_EQ(LookAt(type).curSize, type == 26 ? 2U : 0U);
     }
 }
@@ -549,7 +549,7 @@ TEST_F(ClearLogFilterInfo, MakesLinesNewAgainAndKeepsTheStorage) {
 
 TEST_F(ClearLogFilterInfo, LaterTypesAreLeftAlone) {
     InitStore();
-    for (const std::uint32_t type : {29U, 30U, UINT32_MAX}) {
+    for (const uint32_t type : {29U, 30U, UINT32_MAX}) {
         host.unlockResult = 9;
         EXPECT_EQ(DXR_ClearLogFilterInfo(type), 0U);
     }
@@ -601,18 +601,18 @@ const std::string kSeparator =
 const std::string kColumns =
     "Index | state |       logBeginTime       |  logHashCode  | logCnt \r\n";
 
-std::string Pad(std::string text, std::size_t width) {
+std::string Pad(std::string text, size_t width) {
     return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
 }
 
-std::string Hex(std::uint32_t value) {
+std::string Hex(uint32_t value) {
     char digits[9];
     std::snprintf(digits, sizeof(digits), "%x", value);
     return digits;
 }
 
-std::string Row(std::uint32_t position, const char *state, const std::string &time,
-                std::uint32_t hash, std::uint32_t count) {
+std::string Row(uint32_t position, const char *state, const std::string &time, uint32_t hash,
+                uint32_t count) {
     return "  " + Pad(std::to_string(position), 3) + "    " + state + "    " + Pad(time, 23) +
            "     0x" + Pad(Hex(hash), 11) + "   " + std::to_string(count) + "\r\n";
 }
@@ -627,8 +627,8 @@ std::string Head(const DxrLogFilterCfg &cfg, const DxrLogFilterInfo &record) {
 // The whole table, built without the library.
 std::string Table(const DxrLogFilterCfg &cfg, const DxrLogFilterInfo &record) {
     std::string table = Head(cfg, record) + kSeparator + kColumns + kSeparator;
-    for (std::uint32_t i = 0; i < cfg.key2 && record.capacity != 0; ++i) {
-        const std::uint32_t position = (cfg.key1 + i) % record.capacity;
+    for (uint32_t i = 0; i < cfg.key2 && record.capacity != 0; ++i) {
+        const uint32_t position = (cfg.key1 + i) % record.capacity;
         const DxrLogFilterEntry &entry = record.entries[position];
         table += Row(position, entry.state != 0 ? "CUR" : "HIS", entry.logBeginTime,
                      entry.logHashCode, entry.logCnt);
@@ -636,19 +636,19 @@ std::string Table(const DxrLogFilterCfg &cfg, const DxrLogFilterInfo &record) {
     return table + kSeparator;
 }
 
-DxrLogFilterCfg Rows(std::uint32_t logType, std::uint32_t first, std::uint32_t count) {
+DxrLogFilterCfg Rows(uint32_t logType, uint32_t first, uint32_t count) {
     return {logType, first, count, 0, 0, 0};
 }
 
 struct Shown {
     std::string text;
-    std::uint32_t length;
+    uint32_t length;
 };
 
 // Renders into a guarded buffer and checks what holds for every size.
-Shown Combine(const DxrLogFilterCfg &cfg, const DxrLogFilterInfo *record, std::uint32_t size) {
+Shown Combine(const DxrLogFilterCfg &cfg, const DxrLogFilterInfo *record, uint32_t size) {
     GuardedBuffer buffer(size);
-    std::uint32_t length = 0xABCDABCDU;
+    uint32_t length = 0xABCDABCDU;
     DXR_CombineShowLog(&cfg, record, buffer.Data(), &length, size);
     EXPECT_TRUE(buffer.Intact()) << "size " << size;
     if (size == 0) {
@@ -662,10 +662,10 @@ Shown Combine(const DxrLogFilterCfg &cfg, const DxrLogFilterInfo *record, std::u
 void SomeEntries(DxrLogFilterInfo *record) {
     Fill(record, 3, 1, 2, 1000, 0x11);
     const char *times[] = {"", "2024-03-15 10:20:30", "2024-03-15 10:20:30.123456 +0000"};
-    const std::uint32_t hashes[] = {0, 0xABC, 0xFFFFFFFFU};
-    const std::uint32_t counts[] = {0, 7, 4294967295U};
-    const std::uint8_t states[] = {0, 1, 200};
-    for (std::uint32_t i = 0; i < 3; ++i) {
+    const uint32_t hashes[] = {0, 0xABC, 0xFFFFFFFFU};
+    const uint32_t counts[] = {0, 7, 4294967295U};
+    const uint8_t states[] = {0, 1, 200};
+    for (uint32_t i = 0; i < 3; ++i) {
         std::strcpy(record->entries[i].logBeginTime, times[i]);
         record->entries[i].logHashCode = hashes[i];
         record->entries[i].logCnt = counts[i];
@@ -706,10 +706,10 @@ TEST_F(CombineShowLog, NoRowsAskedForGivesThreeSeparators) {
 TEST_F(CombineShowLog, StaysInsideEverySizeOfBuffer) {
     OwnRecord own;
     SomeEntries(own.Get());
-    for (const std::uint32_t rows : {0U, 1U, 3U, 5U, 20U}) {
+    for (const uint32_t rows : {0U, 1U, 3U, 5U, 20U}) {
         const DxrLogFilterCfg cfg = Rows(12, 1, rows);
         const std::string table = Table(cfg, *own.Get());
-        for (std::uint32_t size = 0; size <= 700; ++size) {
+        for (uint32_t size = 0; size <= 700; ++size) {
             const Shown shown = Combine(cfg, own.Get(), size);
             const std::string fitting = size == 0 ? "" : table.substr(0, size - 1);
             ASSERT_EQ(shown.text, fitting) << "size " << size << ", rows " << rows;
@@ -721,9 +721,9 @@ TEST_F(CombineShowLog, StaysInsideEverySizeOfBuffer) {
 TEST_F(CombineShowLog, RowsStartAnywhereAndWrap) {
     OwnRecord own;
     Fill(own.Get(), 7, 5, 4, 100, 0x11);
-    for (const std::uint32_t first :
+    for (const uint32_t first :
          {0U, 1U, 6U, 7U, 8U, 1000000U, 0x7FFFFFFFU, 0xFFFFFFFCU, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
-        for (const std::uint32_t count : {1U, 2U, 7U, 8U, 15U}) {
+        for (const uint32_t count : {1U, 2U, 7U, 8U, 15U}) {
             const DxrLogFilterCfg cfg = Rows(0, first, count);
             const Shown shown = Combine(cfg, own.Get(), 8192);
             ASSERT_EQ(shown.text, Table(cfg, *own.Get())) << first << "+" << count;
@@ -756,7 +756,7 @@ TEST_F(CombineShowLog, EndlessRowsEndWithTheBuffer) {
     OwnRecord own;
     SomeEntries(own.Get());
     const std::string table = Table(Rows(4, 0xFFFFFFF0U, 40), *own.Get());
-    for (const std::uint32_t size : {0U, 1U, 2U, 60U, 500U, 1023U, 1024U}) {
+    for (const uint32_t size : {0U, 1U, 2U, 60U, 500U, 1023U, 1024U}) {
         const Shown shown = Combine(Rows(4, 0xFFFFFFF0U, UINT32_MAX), own.Get(), size);
         const std::string fitting = size == 0 ? "" : table.substr(0, size - 1);
         EXPECT_EQ(shown.text, fitting);
@@ -766,7 +766,7 @@ TEST_F(CombineShowLog, EndlessRowsEndWithTheBuffer) {
 
 TEST_F(CombineShowLog, CapacityOfZeroListsNoRows) {
     OwnRecord own;
-    for (const std::uint32_t rows : {1U, 100U, UINT32_MAX}) {
+    for (const uint32_t rows : {1U, 100U, UINT32_MAX}) {
         const DxrLogFilterCfg cfg = Rows(4, 3, rows);
         const std::string table =
             Head(cfg, *own.Get()) + kSeparator + kColumns + kSeparator + kSeparator;
@@ -799,7 +799,7 @@ TEST_F(CombineShowLog, HeaderShowsTheFieldsAsTheyAre) {
     own.Get()->curIndex = UINT32_MAX;
     own.Get()->curSize = 4000000000U;
     for (const int on : {0, 7, 255}) {
-        DXR_EnableLogFilter(static_cast<std::uint8_t>(on));
+        DXR_EnableLogFilter(static_cast<uint8_t>(on));
         const Shown shown = Combine(Rows(UINT32_MAX, 0, 0), own.Get(), 4096);
         EXPECT_EQ(shown.text.substr(0, shown.text.find('\n') + 1),
                   "logtype[4294967295], curIndex[4294967295], curSize[4000000000], capacity[3] "
@@ -821,7 +821,7 @@ TEST_F(CombineShowLog, NullArgumentsWriteNothing) {
     SomeEntries(own.Get());
     const DxrLogFilterCfg cfg = Rows(4, 0, 3);
     GuardedBuffer buffer(100);
-    std::uint32_t length = 77;
+    uint32_t length = 77;
     DXR_CombineShowLog(&cfg, own.Get(), nullptr, &length, 100);
     DXR_CombineShowLog(nullptr, own.Get(), buffer.Data(), &length, 100);
     DXR_CombineShowLog(&cfg, nullptr, buffer.Data(), &length, 100);
@@ -843,7 +843,7 @@ TEST_F(ShowLogFilterInfo, AgesTheRingThenRendersItUnderTheLock) {
     Forget();
 
     GuardedBuffer buffer(2000);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     const DxrLogFilterCfg cfg = Rows(8, 0, 2);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, 2000), 0U);
     EXPECT_THAT(host.calls, ElementsAre("lock #8", "currSec", "unlock #8"));
@@ -864,16 +864,16 @@ TEST_F(ShowLogFilterInfo, TextStandsInTheBufferWhenTheLockOpens) {
     EXPECT_EQ(Decide(Site(8), "line"), 0);
     GuardedBuffer buffer(2000);
     g_bufferAtUnlock = &buffer;
-    g_dxrHooks.task.lockMutex = [](void *) -> std::uint32_t {
+    g_dxrHooks.task.lockMutex = [](void *) -> uint32_t {
         g_textAtLock = g_bufferAtUnlock->Untouched() ? "untouched" : "touched";
         return 0;
     };
-    g_dxrHooks.task.unlockMutex = [](void *) -> std::uint32_t {
+    g_dxrHooks.task.unlockMutex = [](void *) -> uint32_t {
         g_textAtUnlock = g_bufferAtUnlock->Text();
         return 0;
     };
     const DxrLogFilterCfg cfg = Rows(8, 0, 1);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, 2000), 0U);
     EXPECT_EQ(g_textAtLock, "untouched");
     EXPECT_EQ(g_textAtUnlock, Table(cfg, *DXR_GetLogFilter(8)));
@@ -883,7 +883,7 @@ TEST_F(ShowLogFilterInfo, NullArgumentsWriteNothing) {
     InitStore();
     host.unlockResult = 9;
     GuardedBuffer buffer(200);
-    std::uint32_t length = 4711;
+    uint32_t length = 4711;
     const DxrLogFilterCfg cfg = Rows(8, 0, 1);
     EXPECT_EQ(DXR_ShowLogFilterInfo(nullptr, buffer.Data(), &length, 200), 0U);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, nullptr, &length, 200), 0U);
@@ -897,11 +897,11 @@ TEST_F(ShowLogFilterInfo, NullArgumentsWriteNothing) {
 TEST_F(ShowLogFilterInfo, WithoutARecordTakesNoLockAndLeavesTheLength) {
     host.unlockResult = 9;
     GuardedBuffer buffer(200);
-    std::uint32_t length = 4711;
+    uint32_t length = 4711;
     const DxrLogFilterCfg valid = Rows(8, 0, 1);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&valid, buffer.Data(), &length, 200), 0U);
     InitStore();
-    for (const std::uint32_t type : {29U, UINT32_MAX}) {
+    for (const uint32_t type : {29U, UINT32_MAX}) {
         const DxrLogFilterCfg beyond = Rows(type, 0, 1);
         EXPECT_EQ(DXR_ShowLogFilterInfo(&beyond, buffer.Data(), &length, 200), 0U);
     }
@@ -915,7 +915,7 @@ TEST_F(ShowLogFilterInfo, ResultIsThatOfTheUnlock) {
     host.lockResult = 3;
     host.unlockResult = 78;
     GuardedBuffer buffer(2000);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     const DxrLogFilterCfg cfg = Rows(8, 0, 1);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, 2000), 78U);
     EXPECT_EQ(buffer.Text(), Table(cfg, *DXR_GetLogFilter(8)));
@@ -926,7 +926,7 @@ TEST_F(ShowLogFilterInfo, ResultIsThatOfTheUnlock) {
 TEST_F(ShowLogFilterInfo, TypeWithoutStorageHasNoRows) {
     InitStore();
     GuardedBuffer buffer(2000);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     const DxrLogFilterCfg cfg = Rows(8, 0, 5);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, 2000), 0U);
     EXPECT_EQ(buffer.Text(), "logtype[8], curIndex[0], curSize[0], capacity[0] switchState[1]\r\n" +
@@ -939,7 +939,7 @@ TEST_F(ShowLogFilterInfo, WorksWhileTheFilterIsOff) {
     EXPECT_EQ(Decide(Site(8), "line"), 0);
     DXR_EnableLogFilter(0);
     GuardedBuffer buffer(2000);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     const DxrLogFilterCfg cfg = Rows(8, 0, 1);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, 2000), 0U);
     EXPECT_EQ(buffer.Text(), Table(cfg, *DXR_GetLogFilter(8)));
@@ -951,9 +951,9 @@ TEST_F(ShowLogFilterInfo, TruncatedTableTellsHowFarItGot) {
     EXPECT_EQ(Decide(Site(8), "line"), 0);
     const DxrLogFilterCfg cfg = Rows(8, 0, 1);
     const std::string table = Table(cfg, *DXR_GetLogFilter(8));
-    for (const std::uint32_t size : {0U, 1U, 2U, 100U, 400U}) {
+    for (const uint32_t size : {0U, 1U, 2U, 100U, 400U}) {
         GuardedBuffer buffer(size);
-        std::uint32_t length = 4711;
+        uint32_t length = 4711;
         EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, size), 0U);
         EXPECT_TRUE(buffer.Intact());
         const std::string fitting = size == 0 ? "" : table.substr(0, size - 1);
@@ -971,7 +971,7 @@ TEST_F(ShowLogFilterInfo, HooksOfClockAndHashMayBeEmpty) {
     g_dxrHooks.hash = {};
     g_dxrHooks.task = {};
     GuardedBuffer buffer(2000);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     const DxrLogFilterCfg cfg = Rows(8, 0, 1);
     EXPECT_EQ(DXR_ShowLogFilterInfo(&cfg, buffer.Data(), &length, 2000), 0U);
     EXPECT_EQ(buffer.Text(), Table(cfg, *DXR_GetLogFilter(8)));

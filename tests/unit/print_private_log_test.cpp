@@ -31,8 +31,8 @@ using testing::IsEmpty;
 using testing::Optional;
 using testing::StartsWith;
 
-constexpr std::uint32_t kPathSize = 4096;
-constexpr std::uint32_t kNoLength = 0xFFFFFFFF;
+constexpr uint32_t kPathSize = 4096;
+constexpr uint32_t kNoLength = 0xFFFFFFFF;
 const std::string kDirectory = "/opt/lomk2/var/log/";
 const std::string kLogPath = kDirectory + "a.log";
 const std::string kTemporaryPath = kDirectory + "dxr_log.tmp";
@@ -40,9 +40,9 @@ constexpr const char *kFrom = "/opt/lomk2/var/log/from";
 constexpr const char *kTo = "/opt/lomk2/var/log/to";
 
 // Text whose every stretch differs from its neighbours: a copy from a wrong place shows.
-std::string Pattern(std::size_t size) {
+std::string Pattern(size_t size) {
     std::string text;
-    for (std::size_t line = 0; text.size() < size; ++line) {
+    for (size_t line = 0; text.size() < size; ++line) {
         text +=
             "line " + std::to_string(line) + " of the log, " + std::to_string(line * 7919) + "\n";
     }
@@ -58,21 +58,21 @@ class PrivateLog : public testing::Test {
 
     // The log's text read into `size` bytes.
     struct Reading {
-        std::uint32_t result;
+        uint32_t result;
         bool untouched;
         std::string text;
     };
-    static Reading Read(const char *name, std::uint32_t size) {
+    static Reading Read(const char *name, uint32_t size) {
         GuardedBuffer out(size);
-        const std::uint32_t result = DXR_GetPrivateLog(name, out.Data(), size);
+        const uint32_t result = DXR_GetPrivateLog(name, out.Data(), size);
         EXPECT_TRUE(out.Intact()) << "size " << size;
         const bool untouched = out.Untouched();
         EXPECT_TRUE(untouched || out.Terminated()) << "size " << size;
         return {result, untouched, untouched ? std::string() : out.Text()};
     }
 
-    std::size_t CallsStartingWith(const std::string &start) const {
-        return static_cast<std::size_t>(
+    size_t CallsStartingWith(const std::string &start) const {
+        return static_cast<size_t>(
             std::count_if(calls_.begin(), calls_.end(), [&start](const std::string &call) {
                 return call.compare(0, start.size(), start) == 0;
             }));
@@ -112,7 +112,7 @@ TEST_F(PrivateLogPath, ExistingLogIsResolvedInTheLogDirectory) {
 
 TEST_F(PrivateLogPath, AnyOtherSizeIsRefusedWithoutTouchingTheFileSystem) {
     files_.Put("a.log", "x");
-    for (const std::uint32_t size : {0U, 1U, 512U, 4095U, 4097U, 8192U, 0x10001000U, 0xFFFFFFFFU}) {
+    for (const uint32_t size : {0U, 1U, 512U, 4095U, 4097U, 8192U, 0x10001000U, 0xFFFFFFFFU}) {
         GuardedBuffer out(kPathSize);
         EXPECT_EQ(DXR_GetPrivateLogPath("a.log", out.Data(), size), 1U) << size;
         EXPECT_TRUE(out.Untouched()) << size;
@@ -212,7 +212,7 @@ TEST_F(PrivateLogWrite, EmptySlotWritesNothing) {
 TEST_F(PrivateLogWrite, LengthZeroMakesOneEmptyWriteAndGivesItsResult) {
     std::vector<std::string> rests;
     for (const char *const text : {"", "not looked at", static_cast<const char *>(nullptr)}) {
-        for (const std::uint32_t result : {0U, 1U, 77U, 0xFFFFFFFFU}) {
+        for (const uint32_t result : {0U, 1U, 77U, 0xFFFFFFFFU}) {
             calls_.clear();
             host_.onWrite = [&rests, result](const char *, const char *rest) {
                 rests.emplace_back(rest);
@@ -232,9 +232,9 @@ TEST_F(PrivateLogWrite, EmptyWriteCreatesTheFile) {
 
 TEST_F(PrivateLogWrite, TextGoesInStepsOf1000FromTheCallersOwnMemory) {
     const std::string text = Pattern(5001);
-    for (const std::uint32_t length :
+    for (const uint32_t length :
          {1U, 999U, 1000U, 1001U, 1999U, 2000U, 2001U, 2500U, 5000U, 5001U}) {
-        std::vector<std::ptrdiff_t> offsets;
+        std::vector<ptrdiff_t> offsets;
         host_.onWrite = [&offsets, &text](const char *name, const char *rest) {
             EXPECT_STREQ(name, "a.log");
             offsets.push_back(rest - text.data());
@@ -242,9 +242,8 @@ TEST_F(PrivateLogWrite, TextGoesInStepsOf1000FromTheCallersOwnMemory) {
         };
         calls_.clear();
         EXPECT_EQ(DXR_WritePrivateLog("a.log", length, text.data()), 0U);
-        std::vector<std::ptrdiff_t> expected;
-        for (std::ptrdiff_t offset = 0; offset < static_cast<std::ptrdiff_t>(length);
-             offset += 1000) {
+        std::vector<ptrdiff_t> expected;
+        for (ptrdiff_t offset = 0; offset < static_cast<ptrdiff_t>(length); offset += 1000) {
             expected.push_back(offset);
         }
         EXPECT_EQ(offsets, expected) << "length " << length;
@@ -273,7 +272,7 @@ TEST_F(PrivateLogWrite, HookThatBoundsItsWritesKeepsTheWholeText) {
 int g_otherHookCalls;
 
 DXR_PRINTF(2, 3)
-std::uint32_t OtherHook(const char *, const char *, ...) {
+uint32_t OtherHook(const char *, const char *, ...) {
     ++g_otherHookCalls;
     return 0;
 }
@@ -304,13 +303,13 @@ TEST_F(PrivateLogWrite, NullNameOrTextWritesNothing) {
 
 TEST_F(PrivateLogWrite, OffsetsEndBefore32BitsOverflow) {
     // Address space that is never read: the hook only looks at the pointers.
-    constexpr std::size_t kSpace = std::size_t{1} << 32;
+    constexpr size_t kSpace = size_t{1} << 32;
     void *const space =
         mmap(nullptr, kSpace, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     ASSERT_NE(space, MAP_FAILED);
     const char *const text = static_cast<const char *>(space);
-    std::uint64_t calls = 0;
-    std::ptrdiff_t last = 0;
+    uint64_t calls = 0;
+    ptrdiff_t last = 0;
     host_.onWrite = [&](const char *, const char *rest) {
         ++calls;
         last = rest - text;
@@ -326,7 +325,7 @@ TEST_F(PrivateLogWrite, OffsetsEndBefore32BitsOverflow) {
 // --- DXR_GetPrivateLog
 
 TEST_F(PrivateLogRead, WholeLogIsRead) {
-    for (const std::size_t size : {1U, 5U, 510U, 511U, 512U, 513U, 1022U, 1023U, 20000U}) {
+    for (const size_t size : {1U, 5U, 510U, 511U, 512U, 513U, 1022U, 1023U, 20000U}) {
         const std::string text = Pattern(size);
         files_.Put("a.log", text);
         const Reading reading = Read("a.log", 30000);
@@ -342,7 +341,7 @@ TEST_F(PrivateLogRead, LineEndsAndPercentSignsAreKept) {
 }
 
 TEST_F(PrivateLogRead, LinesOfAnyLengthAreKeptWhole) {
-    for (std::size_t length = 508; length <= 516; ++length) {
+    for (size_t length = 508; length <= 516; ++length) {
         const std::string text =
             std::string(length, 'a') + "\n" + std::string(2 * length, 'b') + "\nend\n";
         files_.Put("a.log", text);
@@ -353,7 +352,7 @@ TEST_F(PrivateLogRead, LinesOfAnyLengthAreKeptWhole) {
 TEST_F(PrivateLogRead, EveryBufferSizeKeepsWhatFits) {
     const std::string text = "first line\n" + std::string(530, 'x') + "\nthird\n";
     files_.Put("a.log", text);
-    for (std::uint32_t size = 1; size <= 600; ++size) {
+    for (uint32_t size = 1; size <= 600; ++size) {
         const Reading reading = Read("a.log", size);
         EXPECT_EQ(reading.result, 0U) << size;
         EXPECT_EQ(reading.text, text.substr(0, size - 1)) << size;
@@ -385,7 +384,7 @@ TEST_F(PrivateLogRead, FileIsOpenedByItsResolvedPathForReadingText) {
 
 TEST_F(PrivateLogRead, EmptyLogLeavesTheBufferAsItWas) {
     files_.Put("a.log", "");
-    for (const std::uint32_t size : {0U, 1U, 100U}) {
+    for (const uint32_t size : {0U, 1U, 100U}) {
         const Reading reading = Read("a.log", size);
         EXPECT_EQ(reading.result, 0U);
         EXPECT_TRUE(reading.untouched);
@@ -491,8 +490,7 @@ TEST_F(PrivateLogLength, PathBufferIsZeroedBeforeUse) {
 
 TEST_F(PrivateLogLength, EveryLengthOfTheHostIsPassedOn) {
     files_.Put("a.log", "x");
-    for (const std::uint32_t length :
-         {0U, 1U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
+    for (const uint32_t length : {0U, 1U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
         host_.onFileLength = [length](const char *) { return length; };
         EXPECT_EQ(DXR_GetPrivateLogLen("a.log"), length);
     }
@@ -545,7 +543,7 @@ TEST_F(PrivateLogCut, StepsGoInTheirOrder) {
 
 TEST_F(PrivateLogCut, LogThatIsShortEnoughIsLeftAlone) {
     files_.Put("a.log", Pattern(4000));
-    for (const std::uint32_t maxLength : {4000U, 4001U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t maxLength : {4000U, 4001U, 0x80000000U, 0xFFFFFFFFU}) {
         calls_.clear();
         EXPECT_EQ(DXR_FixPrivateLogLen("a.log", maxLength), 0U);
         EXPECT_EQ(calls_.back(), "release #" + std::to_string(host_.host.releases.size() - 1));
@@ -557,13 +555,12 @@ TEST_F(PrivateLogCut, LogThatIsShortEnoughIsLeftAlone) {
 
 TEST_F(PrivateLogCut, AnyMaximumKeepsThatMany) {
     const std::string text = Pattern(1300);
-    for (const std::uint32_t maxLength :
-         {0U, 1U, 2U, 275U, 276U, 277U, 511U, 512U, 513U, 787U, 788U, 789U, 1023U, 1024U, 1025U,
-          1298U, 1299U, 1300U, 1301U}) {
+    for (const uint32_t maxLength : {0U, 1U, 2U, 275U, 276U, 277U, 511U, 512U, 513U, 787U, 788U,
+                                     789U, 1023U, 1024U, 1025U, 1298U, 1299U, 1300U, 1301U}) {
         calls_.clear();
         files_.Put("a.log", text);
         EXPECT_EQ(DXR_FixPrivateLogLen("a.log", maxLength), 0U);
-        const std::size_t kept = std::min<std::size_t>(maxLength, text.size());
+        const size_t kept = std::min<size_t>(maxLength, text.size());
         EXPECT_THAT(files_.Content("a.log"), Optional(text.substr(text.size() - kept)))
             << maxLength;
     }
@@ -571,8 +568,8 @@ TEST_F(PrivateLogCut, AnyMaximumKeepsThatMany) {
 
 TEST_F(PrivateLogCut, LengthOf2GiBOrMoreIsAFailure) {
     files_.Put("a.log", "text");
-    for (const std::uint32_t length : {0x80000000U, 0x80000001U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
-        for (const std::uint32_t maxLength : {0U, 100U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t length : {0x80000000U, 0x80000001U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
+        for (const uint32_t maxLength : {0U, 100U, 0x80000000U, 0xFFFFFFFFU}) {
             host_.onFileLength = [length](const char *) { return length; };
             calls_.clear();
             EXPECT_EQ(DXR_FixPrivateLogLen("a.log", maxLength), 1U);
@@ -607,8 +604,8 @@ TEST_F(PrivateLogCut, FailureBeforeTheRemovalLeavesTheLogUntouched) {
     const std::string text = Pattern(3000);
     const struct {
         const char *function;
-        std::uint64_t call;          // which call of a cut fails
-        std::size_t writeCalls;      // whether the host had been asked for the temporary file
+        uint64_t call;               // which call of a cut fails
+        size_t writeCalls;           // whether the host had been asked for the temporary file
     } rows[] = {{"realpath", 1, 0},  // for the length
                 {"realpath", 2, 0},  // the log's path
                 {"realpath", 3, 1},  // the temporary file's path
@@ -779,10 +776,10 @@ TEST_F(CopyFile, AnyRangeIsCopied) {
     const std::string text = Pattern(1600);
     files_.Put("from", text);
     files_.Put("to", "");
-    const std::uint32_t marks[] = {0,    1,    2,    511,  512,  513,  1023, 1024,
-                                   1025, 1535, 1536, 1599, 1600, 1601, 2000};
-    for (const std::uint32_t offset : marks) {
-        for (const std::uint32_t length : marks) {
+    const uint32_t marks[] = {0,    1,    2,    511,  512,  513,  1023, 1024,
+                              1025, 1535, 1536, 1599, 1600, 1601, 2000};
+    for (const uint32_t offset : marks) {
+        for (const uint32_t length : marks) {
             EXPECT_EQ(DXR_CopyFile(kFrom, kTo, offset, length), 0U);
             const std::string expected = offset < text.size() ? text.substr(offset, length) : "";
             EXPECT_THAT(files_.Content("to"), Optional(expected)) << offset << " " << length;
@@ -823,7 +820,7 @@ TEST_F(CopyFile, LengthZeroEmptiesAnExistingDestination) {
 
 TEST_F(CopyFile, MissingDestinationIsAFailureAndIsNotCreated) {
     files_.Put("from", Pattern(2000));
-    for (const std::uint32_t length : {0U, 10U}) {
+    for (const uint32_t length : {0U, 10U}) {
         EXPECT_EQ(DXR_CopyFile(kFrom, kTo, 0, length), 1U);
     }
     EXPECT_THAT(files_.Names(), ElementsAre("from"));
@@ -838,8 +835,8 @@ TEST_F(CopyFile, MissingSourceLeavesTheDestinationAsItWas) {
 TEST_F(CopyFile, FailureBeforeTheDestinationIsOpenLeavesItAsItWas) {
     const struct {
         const char *function;
-        std::uint64_t call;
-        std::size_t closed;
+        uint64_t call;
+        size_t closed;
     } rows[] = {
         {"realpath", 1, 0}, {"fopen", 1, 0}, {"fseek", 1, 1}, {"realpath", 2, 1}, {"fopen", 2, 1}};
     files_.Put("from", Pattern(2000));
@@ -891,7 +888,7 @@ TEST_F(CopyFile, PathsOutsideTheLogDirectoryAreTaken) {
 
 TEST_F(CopyFile, OffsetBeyondTheEndCopiesNothing) {
     files_.Put("from", "text");
-    for (const std::uint32_t offset : {4U, 5U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t offset : {4U, 5U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         files_.Put("to", "old");
         calls_.clear();
         EXPECT_EQ(DXR_CopyFile(kFrom, kTo, offset, 10), 0U);
@@ -912,10 +909,10 @@ TEST_F(CopyFile, ReadingStopsAtTheEndOfTheSource) {
 TEST_F(CopyFile, ShortReadCountsAsAWholeBlock) {
     files_.Put("from", Pattern(2000));
     files_.Put("to", "");
-    std::vector<std::size_t> gives = {100, 512, 0, 7};
-    std::size_t call = 0;
-    files_.readInstead = [&](void *block, std::size_t wanted) {
-        const std::size_t got = std::min(wanted, gives.at(call++));
+    std::vector<size_t> gives = {100, 512, 0, 7};
+    size_t call = 0;
+    files_.readInstead = [&](void *block, size_t wanted) {
+        const size_t got = std::min(wanted, gives.at(call++));
         std::memset(block, 'a' + static_cast<int>(call) - 1, got);
         return got;
     };
@@ -972,9 +969,9 @@ TEST_F(CopyFile, DirectoryAsDestinationIsAFailure) {
 TEST_F(CopyFile, CountOfBytesEndsBefore32BitsOverflow) {
     files_.Put("from", Pattern(10));
     files_.Put("to", "");
-    std::uint64_t reads = 0;
-    std::size_t lastWanted = 0;
-    files_.readInstead = [&](void *, std::size_t wanted) -> std::size_t {
+    uint64_t reads = 0;
+    size_t lastWanted = 0;
+    files_.readInstead = [&](void *, size_t wanted) -> size_t {
         ++reads;
         lastWanted = wanted;
         return 0;

@@ -14,12 +14,12 @@
 
 namespace {
 
-constexpr std::size_t kPiece = 480;
-constexpr std::size_t kLine = 1024;
+constexpr size_t kPiece = 480;
+constexpr size_t kLine = 1024;
 
-std::string LongText(std::size_t length) {
+std::string LongText(size_t length) {
     std::string text(length, '\0');
-    for (std::size_t i = 0; i < length; ++i) {
+    for (size_t i = 0; i < length; ++i) {
         text[i] = static_cast<char>('!' + (i * 7 + i / 94) % 94);  // all printable, '%' and '$' too
     }
     return text;
@@ -40,7 +40,7 @@ std::vector<Piece> PiecesOf(const std::string &text) {
         return {{"%s", text}};
     }
     std::vector<Piece> pieces;
-    for (std::size_t begin = 0; begin < text.size(); begin += kPiece) {
+    for (size_t begin = 0; begin < text.size(); begin += kPiece) {
         const bool first = begin == 0;
         const bool last = text.size() - begin <= kPiece;
         std::string piece = text.substr(begin, kPiece);
@@ -60,7 +60,7 @@ class PrintLargeBuffer : public testing::Test {
         EXPECT_EQ(before, text);
         const std::vector<Piece> pieces = PiecesOf(text);
         ASSERT_EQ(pieces.size(), host_.printed.size());
-        for (std::size_t i = 0; i < pieces.size(); ++i) {
+        for (size_t i = 0; i < pieces.size(); ++i) {
             EXPECT_EQ(6U, host_.printed[i].level);
             EXPECT_EQ(pieces[i].format, host_.printed[i].format);
             EXPECT_EQ(pieces[i].text, host_.printed[i].text);
@@ -71,8 +71,8 @@ class PrintLargeBuffer : public testing::Test {
 
 TEST_F(PrintLargeBuffer, LengthsAroundEveryPiece) {
     host_.WithPrint();
-    for (const std::size_t length : {0U, 1U, 2U, 40U, 479U, 480U, 481U, 482U, 959U, 960U, 961U,
-                                     1000U, 1439U, 1440U, 1441U, 1920U, 1921U, 5000U}) {
+    for (const size_t length : {0U, 1U, 2U, 40U, 479U, 480U, 481U, 482U, 959U, 960U, 961U, 1000U,
+                                1439U, 1440U, 1441U, 1920U, 1921U, 5000U}) {
         ExpectPieces(LongText(length));
     }
 }
@@ -132,7 +132,7 @@ TEST_F(PrintLargeBuffer, NothingToPrint) {
 }
 
 TEST_F(PrintLargeBuffer, EmptySlotDropsEverything) {
-    for (const std::size_t length : {0U, 1U, 480U, 481U, 1441U}) {
+    for (const size_t length : {0U, 1U, 480U, 481U, 1441U}) {
         EXPECT_EQ(0U, DXR_PrintLargeBuffer(LongText(length).c_str()));
     }
     EXPECT_EQ(0U, DXR_PrintLargeBuffer(nullptr));
@@ -142,16 +142,16 @@ TEST_F(PrintLargeBuffer, EmptySlotDropsEverything) {
 int g_firstCalls = 0;
 std::vector<std::string> g_secondFormats;
 
-void SecondPrint(std::uint32_t, const char *format, ...) {
+void SecondPrint(uint32_t, const char *format, ...) {
     g_secondFormats.emplace_back(format);
 }
 
-void ReplacingPrint(std::uint32_t, const char *, ...) {
+void ReplacingPrint(uint32_t, const char *, ...) {
     ++g_firstCalls;
     g_dxrHooks.print.print = SecondPrint;
 }
 
-void LeavingPrint(std::uint32_t, const char *, ...) {
+void LeavingPrint(uint32_t, const char *, ...) {
     ++g_firstCalls;
     g_dxrHooks.print.print = nullptr;
 }
@@ -171,7 +171,7 @@ TEST_F(PrintLargeBuffer, SlotIsReadBeforeEachPiece) {
 
 std::vector<std::string> g_pieceBuffers;
 
-DXR_PRINTF(2, 3) void KeepPieceBuffer(std::uint32_t, const char *format, ...) {
+DXR_PRINTF(2, 3) void KeepPieceBuffer(uint32_t, const char *format, ...) {
     std::va_list args;
     va_start(args, format);
     g_pieceBuffers.emplace_back(va_arg(args, const char *), kPiece + 1);
@@ -198,27 +198,27 @@ struct FilterCall {
 std::vector<FilterCall> g_sameCalls;
 std::vector<FilterCall> g_diffKeyCalls;
 bool g_restWasZero = true;
-std::uint32_t g_filterResult = 0;
+uint32_t g_filterResult = 0;
 
 FilterCall Received(void *handle, const char *text) {
-    const std::size_t length = std::strlen(text);
+    const size_t length = std::strlen(text);
     g_restWasZero = std::all_of(text + length, text + kLine, [](char c) { return c == '\0'; });
     return {handle, text};
 }
 
-std::uint32_t FilterSame(void *handle, const char *text) {
+uint32_t FilterSame(void *handle, const char *text) {
     g_sameCalls.push_back(Received(handle, text));
     return g_filterResult;
 }
 
-std::uint32_t FilterDiffKey(void *handle, const char *text) {
+uint32_t FilterDiffKey(void *handle, const char *text) {
     g_diffKeyCalls.push_back(Received(handle, text));
     return g_filterResult;
 }
 
 struct FilterFunction {
     const char *name;
-    std::uint32_t (*call)(void *handle, const char *format, ...);
+    uint32_t (*call)(void *handle, const char *format, ...);
     void (*setSlot)(bool filled);
     std::vector<FilterCall> *calls;
     std::vector<FilterCall> *otherCalls;
@@ -240,7 +240,7 @@ class HostFilter : public testing::TestWithParam<FilterFunction> {
     dxrtest::TestHost host_;
     std::vector<FilterCall> &calls_ = *GetParam().calls;
     // Through the pointer the compiler cannot object to a null or failing format.
-    std::uint32_t (*filter_)(void *, const char *, ...) = GetParam().call;
+    uint32_t (*filter_)(void *, const char *, ...) = GetParam().call;
     int handle_ = 0;
 };
 
@@ -253,7 +253,7 @@ TEST_P(HostFilter, FormatsTheLineIntoAZeroedBuffer) {
 }
 
 TEST_P(HostFilter, CutsTheLineAt1023Characters) {
-    for (const std::size_t length : {0U, 1U, 1000U, 1022U, 1023U, 1024U, 1025U, 5000U}) {
+    for (const size_t length : {0U, 1U, 1000U, 1022U, 1023U, 1024U, 1025U, 5000U}) {
         calls_.clear();
         const std::string text = LongText(length);
         EXPECT_EQ(0U, filter_(&handle_, "%s", text.c_str()));
@@ -264,7 +264,7 @@ TEST_P(HostFilter, CutsTheLineAt1023Characters) {
 }
 
 TEST_P(HostFilter, GivesNothingOfTheHooksResult) {
-    for (const std::uint32_t result : {1U, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const uint32_t result : {1U, 0x80000000U, 0xFFFFFFFFU}) {
         g_filterResult = result;
         EXPECT_EQ(0U, filter_(&handle_, "%s", "line"));
     }
@@ -339,7 +339,7 @@ const char *g_diagText = nullptr;
 TEST_F(Print, DiagLogFilterHandsOnTheCallersText) {
     g_dxrHooks.print.diagLogFilter = [](const char *text) {
         g_diagText = text;
-        return std::uint32_t{0};
+        return uint32_t{0};
     };
     const char text[] = "line";
     EXPECT_EQ(0U, DXR_DiagLogFilter(text));

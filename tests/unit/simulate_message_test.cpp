@@ -21,7 +21,7 @@ using testing::IsEmpty;
 constexpr char kHeader[] =
     "\r\n   Simulate ID                Message Name[Type]           Remain Lost Count\r\n";
 constexpr char kUnregistered[] = "dump simulate msg failed, simulate msg map is unregistered";
-constexpr std::uint32_t kMax = 0xFFFFFFFF;
+constexpr uint32_t kMax = 0xFFFFFFFF;
 
 std::vector<unsigned char> BytesOf(const std::vector<DxrSimulateMsg> &table) {
     std::vector<unsigned char> bytes(table.size() * sizeof(DxrSimulateMsg));
@@ -48,9 +48,9 @@ class SimulateMessage : public testing::Test {
     ~SimulateMessage() override { DXR_RegisterSimulateMsgMap(nullptr, 0); }
 
     void Register() {
-        DXR_RegisterSimulateMsgMap(table_.data(), static_cast<std::uint32_t>(table_.size()));
+        DXR_RegisterSimulateMsgMap(table_.data(), static_cast<uint32_t>(table_.size()));
     }
-    static std::string Set(std::uint32_t id, std::uint32_t lostCnt) {
+    static std::string Set(uint32_t id, uint32_t lostCnt) {
         GuardedBuffer buffer(200);
         DXR_SetSimulateMsgLost(id, lostCnt, buffer.Data(), 200);
         EXPECT_TRUE(buffer.Intact());
@@ -114,18 +114,18 @@ TEST_F(SimulateMessage, TheTableIsNotCopied) {
 
 // A host built elsewhere knows nothing but the offsets.
 TEST_F(SimulateMessage, EntriesLieTwentyBytesApart) {
-    constexpr std::size_t kStride = 20;
+    constexpr size_t kStride = 20;
     alignas(4) std::array<unsigned char, 2 *kStride> bytes = {};
     const char *const name = "raw";
-    for (std::uint32_t i = 0; i < 2; ++i) {
-        const std::array<std::uint32_t, 3> words = {10 + i, 20 + i, 30 + i};
+    for (uint32_t i = 0; i < 2; ++i) {
+        const std::array<uint32_t, 3> words = {10 + i, 20 + i, 30 + i};
         std::memcpy(&bytes[i * kStride], words.data(), 12);
         std::memcpy(&bytes[i * kStride + 12], &name, 8);
     }
     DXR_RegisterSimulateMsgMap(reinterpret_cast<DxrSimulateMsg *>(bytes.data()), 2);
 
     EXPECT_EQ(Set(11, 0x01020304), "simulate msg[21][raw] lost[16909060] success, id[11]");
-    std::uint32_t lostCnt = 0;
+    uint32_t lostCnt = 0;
     std::memcpy(&lostCnt, &bytes[kStride + 8], 4);
     EXPECT_EQ(lostCnt, 0x01020304u);
 }
@@ -146,7 +146,7 @@ TEST_F(SimulateMessage, ComparisonsUseAllBits) {
     const DxrSimulateMsg entry = {0x80000001, 0x01000100, 0, "x"};
     EXPECT_EQ(DXR_IsSameSimulateId(&entry, 0x80000001), 1);
     EXPECT_EQ(DXR_IsSameMsgType(&entry, 0x01000100), 1);
-    for (std::uint32_t bit = 1; bit != 0; bit <<= 1) {
+    for (uint32_t bit = 1; bit != 0; bit <<= 1) {
         EXPECT_EQ(DXR_IsSameSimulateId(&entry, 0x80000001 ^ bit), 0) << bit;
         EXPECT_EQ(DXR_IsSameMsgType(&entry, 0x01000100 ^ bit), 0) << bit;
     }
@@ -155,23 +155,23 @@ TEST_F(SimulateMessage, ComparisonsUseAllBits) {
 // What the comparisons below are asked and what they do meanwhile.
 struct Comparison {
     std::vector<const DxrSimulateMsg *> entries;
-    std::vector<std::uint32_t> keys;
+    std::vector<uint32_t> keys;
     const DxrSimulateMsg *match = nullptr;
-    std::uint8_t answer = 1;
-    std::uint32_t registerAt = 0;  // on the n-th question (1: the first) ...
+    uint8_t answer = 1;
+    uint32_t registerAt = 0;  // on the n-th question (1: the first) ...
     DxrSimulateMsg *newMap = nullptr;
-    std::uint32_t newSize = 0;  // ... these are registered
+    uint32_t newSize = 0;  // ... these are registered
 };
 Comparison *g_comparison = nullptr;
 
-std::uint8_t Compare(const DxrSimulateMsg *entry, std::uint32_t key) {
+uint8_t Compare(const DxrSimulateMsg *entry, uint32_t key) {
     Comparison &comparison = *g_comparison;
     comparison.entries.push_back(entry);
     comparison.keys.push_back(key);
     if (comparison.entries.size() == comparison.registerAt) {
         DXR_RegisterSimulateMsgMap(comparison.newMap, comparison.newSize);
     }
-    return entry == comparison.match ? comparison.answer : std::uint8_t{0};
+    return entry == comparison.match ? comparison.answer : uint8_t{0};
 }
 
 class SimulateMessageSearch : public SimulateMessage {
@@ -199,7 +199,7 @@ TEST_F(SimulateMessageSearch, AnyNonZeroAnswerIsAMatch) {
     Register();
     comparison_.match = &table_[2];
     for (const int answer : {1, 2, 0x80, 0xFF}) {
-        comparison_.answer = static_cast<std::uint8_t>(answer);
+        comparison_.answer = static_cast<uint8_t>(answer);
         EXPECT_EQ(DXR_GetSimulateMsg(Compare, 1), &table_[2]) << answer;
     }
 }
@@ -335,7 +335,7 @@ TEST_F(SimulateMessage, SettingFillsABufferOfAnySize) {
     Register();
     const std::string success = "simulate msg[200][beta] lost[12] success, id[2]";
     const std::string failure = "set simulate msg lost[12] failed, id[4]";
-    for (std::uint32_t size = 0; size <= success.size() + 3; ++size) {
+    for (uint32_t size = 0; size <= success.size() + 3; ++size) {
         table_[1].lostCnt = 0;
         GuardedBuffer found(size);
         DXR_SetSimulateMsgLost(2, 12, found.Data(), size);
@@ -464,14 +464,14 @@ TEST_F(SimulateMessage, DisplayShowsWhatRemains) {
 
 TEST_F(SimulateMessage, DisplayFillsABufferOfAnySize) {
     const std::string unregistered = kUnregistered;
-    for (std::uint32_t size = 0; size <= unregistered.size() + 3; ++size) {
+    for (uint32_t size = 0; size <= unregistered.size() + 3; ++size) {
         GuardedBuffer buffer(size);
         DXR_DisplaySimulateMsgLost(buffer.Data(), size);
         ExpectText(buffer, unregistered);
     }
     Register();
     const std::string whole = Display();
-    for (std::uint32_t size = 0; size <= whole.size() + 3; ++size) {
+    for (uint32_t size = 0; size <= whole.size() + 3; ++size) {
         GuardedBuffer buffer(size);
         DXR_DisplaySimulateMsgLost(buffer.Data(), size);
         ExpectText(buffer, whole);

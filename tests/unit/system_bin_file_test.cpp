@@ -33,8 +33,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-constexpr std::uint32_t kMaxLength = 10'485'759;
-constexpr std::uint32_t kWorkPathSize = 256;
+constexpr uint32_t kMaxLength = 10'485'759;
+constexpr uint32_t kWorkPathSize = 256;
 
 // A folder of the test's own, removed with all that is in it.
 class TemporaryFolder {
@@ -67,9 +67,9 @@ class TemporaryFolder {
     std::string path_;
 };
 
-std::string Content(std::size_t length) {
+std::string Content(size_t length) {
     std::string content(length, '\0');
-    std::uint32_t state = 12345;
+    uint32_t state = 12345;
     for (char &byte : content) {
         state = state * 1664525U + 1013904223U;
         byte = static_cast<char>(state >> 24U);
@@ -77,9 +77,9 @@ std::string Content(std::size_t length) {
     return content;
 }
 
-std::size_t OpenDescriptors() {
+size_t OpenDescriptors() {
     const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
+    return static_cast<size_t>(std::distance(begin(descriptors), end(descriptors)));
 }
 
 // The file slots of the System group over real files, with every step open to a fault.
@@ -103,16 +103,16 @@ class FileHost {
 
     TestHost host;
     std::string workPath = "/w";
-    std::uint32_t workPathResult = 0;
+    uint32_t workPathResult = 0;
     bool workPathIsNotTerminated = false;
-    std::uint32_t workPathCalls = 0;
-    std::optional<std::uint32_t> length;  // reported instead of the real one
+    uint32_t workPathCalls = 0;
+    std::optional<uint32_t> length;  // reported instead of the real one
     bool failOpening = false;
-    std::optional<std::uint32_t> readResult;  // reported instead of the bytes read
-    std::function<void(const void *, std::uint32_t)> onRead;
+    std::optional<uint32_t> readResult;  // reported instead of the bytes read
+    std::function<void(const void *, uint32_t)> onRead;
 
   private:
-    static std::uint32_t GetSysWorkPath(char *buffer, std::uint32_t size) {
+    static uint32_t GetSysWorkPath(char *buffer, uint32_t size) {
         ++self_->workPathCalls;
         EXPECT_EQ(size, kWorkPathSize);
         EXPECT_TRUE(std::all_of(buffer, buffer + size, [](char byte) { return byte == '\0'; }));
@@ -123,14 +123,14 @@ class FileHost {
         }
         return self_->workPathResult;
     }
-    static std::uint32_t FileLength(const char *path) {
+    static uint32_t FileLength(const char *path) {
         self_->host.calls.push_back("length " + std::string(path));
         if (self_->length) {
             return *self_->length;
         }
         struct stat status = {};
         EXPECT_EQ(stat(path, &status), 0);
-        return static_cast<std::uint32_t>(status.st_size);
+        return static_cast<uint32_t>(status.st_size);
     }
     static void *FOpen(const char *path, const char *mode) {
         self_->host.calls.push_back("open " + std::string(path) + " " + mode);
@@ -142,22 +142,22 @@ class FileHost {
         self_->open_.insert(file);
         return file;
     }
-    static std::uint32_t FRead(void *buffer, std::uint32_t size, std::uint32_t count, void *file) {
+    static uint32_t FRead(void *buffer, uint32_t size, uint32_t count, void *file) {
         self_->host.calls.push_back("read size=" + std::to_string(size) +
                                     " count=" + std::to_string(count));
         EXPECT_EQ(self_->open_.count(file), 1U);
         if (self_->onRead) {
             self_->onRead(buffer, size);
         }
-        const std::size_t bytes =
-            std::fread(buffer, 1, std::size_t{size} * count, static_cast<std::FILE *>(file));
-        return self_->readResult.value_or(static_cast<std::uint32_t>(bytes));
+        const size_t bytes =
+            std::fread(buffer, 1, size_t{size} * count, static_cast<std::FILE *>(file));
+        return self_->readResult.value_or(static_cast<uint32_t>(bytes));
     }
-    static std::uint32_t FClose(void *file) {
+    static uint32_t FClose(void *file) {
         self_->host.calls.emplace_back("close");
         EXPECT_EQ(self_->open_.erase(file), 1U) << "a file was closed twice";
         // A result that nobody may take for the loader's.
-        return static_cast<std::uint32_t>(std::fclose(static_cast<std::FILE *>(file))) + 77;
+        return static_cast<uint32_t>(std::fclose(static_cast<std::FILE *>(file))) + 77;
     }
 
     static inline FileHost *self_ = nullptr;
@@ -183,13 +183,13 @@ std::string ZeroedText(const GuardedBuffer &buffer) {
 // ----------------------------------------------------------------------------------------------------
 // Paths
 
-using PathFunction = std::function<std::uint32_t(char *, std::uint32_t)>;
+using PathFunction = std::function<uint32_t(char *, uint32_t)>;
 
-std::uint32_t FolderFilePath(char *path, std::uint32_t len) {
+uint32_t FolderFilePath(char *path, uint32_t len) {
     return DXR_GetBinFilePath("folder", "file.bin", path, len);
 }
 
-std::uint32_t FolderPath(char *path, std::uint32_t len) {
+uint32_t FolderPath(char *path, uint32_t len) {
     return DXR_GetWorkDir("folder", path, len);
 }
 
@@ -261,9 +261,9 @@ TEST(BinFilePath, WorkPathThatTheHostLeftUnterminatedEndsInItsBuffer) {
     EXPECT_EQ(path.Text(), std::string(kWorkPathSize - 1, 'w') + "/folder/file.bin");
 }
 
-void ExpectEveryLength(const PathFunction &form, const std::string &whole, std::uint32_t failure) {
+void ExpectEveryLength(const PathFunction &form, const std::string &whole, uint32_t failure) {
     FileHost files;
-    for (std::uint32_t len = 0; len <= 40; ++len) {
+    for (uint32_t len = 0; len <= 40; ++len) {
         SCOPED_TRACE(len);
         files.host.printed.clear();
         GuardedBuffer path(len);
@@ -365,9 +365,9 @@ TEST(WorkDir, NullPointersAreFormattingFailures) {
 
 // The outputs of a loading function, marked so that a write is seen.
 struct Loaded {
-    static inline std::uint8_t mark = 0;
-    std::uint8_t *data = &mark;
-    std::uint32_t len = 0xA5A5A5A5;
+    static inline uint8_t mark = 0;
+    uint8_t *data = &mark;
+    uint32_t len = 0xA5A5A5A5;
 
     [[nodiscard]] bool IsUntouched() const { return data == &mark && len == 0xA5A5A5A5; }
     [[nodiscard]] std::string Bytes() const {
@@ -376,14 +376,14 @@ struct Loaded {
     void Free() const { DXR_Free(data, __FILE__, __LINE__); }
 };
 
-std::uint32_t Load(const std::string &path, Loaded &loaded) {
+uint32_t Load(const std::string &path, Loaded &loaded) {
     return DXR_GetBinFileDataByFilePath(path.c_str(), &loaded.data, &loaded.len);
 }
 
 // A load that must fail leaves the outputs alone, no block and no descriptor.
 void ExpectFailedLoad(FileHost &files, const std::string &path) {
     Loaded loaded;
-    const std::size_t descriptors = OpenDescriptors();
+    const size_t descriptors = OpenDescriptors();
     EXPECT_EQ(Load(path, loaded), 1U);
     EXPECT_TRUE(loaded.IsUntouched());
     EXPECT_EQ(files.host.LiveBlocks(), 0U);
@@ -436,9 +436,9 @@ TEST(BinFileLoad, BlockIsZeroBeforeItIsRead) {
     FileHost files;
     const std::string path = folder.Write("data.bin", Content(1000));
     bool wasZero = false;
-    files.onRead = [&](const void *buffer, std::uint32_t size) {
-        const auto *bytes = static_cast<const std::uint8_t *>(buffer);
-        wasZero = std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
+    files.onRead = [&](const void *buffer, uint32_t size) {
+        const auto *bytes = static_cast<const uint8_t *>(buffer);
+        wasZero = std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == 0; });
     };
     Loaded loaded;
     ASSERT_EQ(Load(path, loaded), 0U);
@@ -496,7 +496,7 @@ TEST(BinFileLoad, LengthsAreJudgedUnsignedAndPrintedSigned) {
     const TemporaryFolder folder;
     FileHost files;
     const std::string path = folder.Write("data.bin", "12345");
-    const std::map<std::uint32_t, std::string> lengths = {
+    const std::map<uint32_t, std::string> lengths = {
         {0x7FFFFFFF, "2147483647"}, {0x80000000, "-2147483648"}, {0xFFFFFFFF, "-1"}};
     for (const auto &[length, text] : lengths) {
         files.host.printed.clear();
@@ -581,7 +581,7 @@ TEST(BinFileLoad, ReadThatReportsAnythingButTheBytesFreesThenCloses) {
     const TemporaryFolder folder;
     const std::string content = Content(300);
     const std::string path = folder.Write("data.bin", content);
-    const std::map<std::uint32_t, std::string> results = {
+    const std::map<uint32_t, std::string> results = {
         {0, "0x0"}, {1, "0x1"}, {299, "0x12b"}, {301, "0x12d"}, {0xFFFFFFFF, "0xffffffff"}};
     for (const auto &[result, text] : results) {
         SCOPED_TRACE(text);
@@ -623,7 +623,7 @@ TEST(BinFileLoad, OutputsAreNotWrittenBeforeTheReadIsComplete) {
     const std::string path = folder.Write("data.bin", "12345");
     Loaded loaded;
     bool wasUntouched = false;
-    files.onRead = [&](const void *, std::uint32_t) { wasUntouched = loaded.IsUntouched(); };
+    files.onRead = [&](const void *, uint32_t) { wasUntouched = loaded.IsUntouched(); };
     ASSERT_EQ(Load(path, loaded), 0U);
     EXPECT_TRUE(wasUntouched);
     loaded.Free();
@@ -734,7 +734,7 @@ class LatestFile : public testing::Test {
         EXPECT_EQ(dxrtest::OpenRealFolders(), 0U);
     }
 
-    std::uint32_t Find(const char *pattern) {
+    uint32_t Find(const char *pattern) {
         return DXR_GetLatestFile(pattern, "sub", name.Data(), 64);
     }
 
@@ -743,7 +743,7 @@ class LatestFile : public testing::Test {
     GuardedBuffer name{64};
 
   private:
-    std::size_t descriptors_ = OpenDescriptors();
+    size_t descriptors_ = OpenDescriptors();
 };
 
 TEST_F(LatestFile, IsTheGreatestNameThatContainsThePattern) {
@@ -877,14 +877,14 @@ TEST_F(LatestFile, CodesAreTheSameWithoutAPrintHook) {
 
 // The order of the entries is the test's.
 struct Search {
-    std::uint32_t result;
+    uint32_t result;
     std::string name;
     std::vector<std::string> messages;
-    std::size_t reads;
-    std::size_t closes;
+    size_t reads;
+    size_t closes;
 };
 
-Search FindIn(const std::vector<std::string> &names, const char *pattern, std::uint32_t len) {
+Search FindIn(const std::vector<std::string> &names, const char *pattern, uint32_t len) {
     FileHost files;
     GuardedBuffer buffer(len);
     ScriptedFolder folder(names);
@@ -961,7 +961,7 @@ TEST(LatestFileOrder, OfEqualNamesTheFirstStays) {
     GuardedBuffer buffer(8);
     ScriptedFolder folder({"same", "same", "a"});
     std::string afterFirst;
-    std::size_t reads = 0;
+    size_t reads = 0;
     folder.OnRead([&](const char *) {
         if (++reads == 2) {
             afterFirst = buffer.Text();
@@ -998,7 +998,7 @@ TEST(LatestFileOrder, EmptyNameIsNotFound) {
 
 TEST(LatestFileOrder, PatternIsFoundAsTheStandardLibraryFindsIt) {
     std::vector<std::string> texts = {""};
-    for (std::size_t i = 0; texts[i].size() < 5; ++i) {
+    for (size_t i = 0; texts[i].size() < 5; ++i) {
         texts.push_back(texts[i] + 'a');
         texts.push_back(texts[i] + 'b');
     }
@@ -1022,7 +1022,7 @@ TEST(LatestFileOrder, LongestNameOfAFileSystemFitsIn256Bytes) {
 
 TEST(LatestFileOrder, EveryBufferLength) {
     const std::string longName = "abcdefghijklmnopqrst";
-    for (std::uint32_t len = 1; len <= 40; ++len) {
+    for (uint32_t len = 1; len <= 40; ++len) {
         SCOPED_TRACE(len);
         const Search search = FindIn({"abc", longName, "abd"}, "ab", len);
         if (len <= 3) {  // not even the first one fits

@@ -12,20 +12,20 @@
 
 namespace {
 
-constexpr std::size_t kRequestSize = 48;
+constexpr size_t kRequestSize = 48;
 
 struct TableCall {
     std::string slot;
-    std::uint32_t chip;
+    uint32_t chip;
     DxrTblmRequest *request;
     std::array<unsigned char, kRequestSize> bytes;
 };
 
 std::vector<TableCall> g_calls;
-std::uint32_t g_result = 0;
+uint32_t g_result = 0;
 bool g_readsTheRequest = true;
 
-std::uint32_t Record(const char *slot, std::uint32_t chip, DxrTblmRequest *request) {
+uint32_t Record(const char *slot, uint32_t chip, DxrTblmRequest *request) {
     TableCall call = {slot, chip, request, {}};
     if (g_readsTheRequest) {
         std::memcpy(call.bytes.data(), request, kRequestSize);
@@ -36,49 +36,47 @@ std::uint32_t Record(const char *slot, std::uint32_t chip, DxrTblmRequest *reque
     return g_result;
 }
 
-std::uint32_t GetData(std::uint32_t chip, DxrTblmRequest *request) {
+uint32_t GetData(uint32_t chip, DxrTblmRequest *request) {
     return Record("get", chip, request);
 }
 
-std::uint32_t SetData(std::uint32_t chip, DxrTblmRequest *request) {
+uint32_t SetData(uint32_t chip, DxrTblmRequest *request) {
     return Record("set", chip, request);
 }
 
-std::uint32_t SetDataAndMask(std::uint32_t chip, DxrTblmRequest *request) {
+uint32_t SetDataAndMask(uint32_t chip, DxrTblmRequest *request) {
     return Record("set and mask", chip, request);
 }
 
 struct DeleteCall {
-    std::uint32_t chip;
-    std::uint32_t tableId;
+    uint32_t chip;
+    uint32_t tableId;
     void *key;
-    std::uint32_t keyLen;
+    uint32_t keyLen;
 };
 
 std::vector<DeleteCall> g_deletes;
 
-std::uint32_t DeleteData(std::uint32_t chip, std::uint32_t tableId, void *key,
-                         std::uint32_t keyLen) {
+uint32_t DeleteData(uint32_t chip, uint32_t tableId, void *key, uint32_t keyLen) {
     g_deletes.push_back({chip, tableId, key, keyLen});
     return g_result;
 }
 
-void Put(std::array<unsigned char, kRequestSize> &bytes, std::size_t offset, std::uint64_t value,
-         std::size_t width) {
-    for (std::size_t i = 0; i < width; ++i) {
+void Put(std::array<unsigned char, kRequestSize> &bytes, size_t offset, uint64_t value,
+         size_t width) {
+    for (size_t i = 0; i < width; ++i) {
         bytes[offset + i] = static_cast<unsigned char>(value >> (8 * i));
     }
 }
 
 // The record as the host reads it, byte by byte, the lowest first.
-std::array<unsigned char, kRequestSize> Request(std::uint32_t tableId, const void *key,
-                                                std::uint32_t keyLen, const void *data,
-                                                std::uint32_t dataLen) {
+std::array<unsigned char, kRequestSize> Request(uint32_t tableId, const void *key, uint32_t keyLen,
+                                                const void *data, uint32_t dataLen) {
     std::array<unsigned char, kRequestSize> bytes = {};
     Put(bytes, 0, tableId, 4);
-    Put(bytes, 4, reinterpret_cast<std::uintptr_t>(key), 8);
+    Put(bytes, 4, reinterpret_cast<uintptr_t>(key), 8);
     Put(bytes, 12, keyLen, 4);
-    Put(bytes, 16, reinterpret_cast<std::uintptr_t>(data), 8);
+    Put(bytes, 16, reinterpret_cast<uintptr_t>(data), 8);
     Put(bytes, 24, dataLen, 4);
     Put(bytes, 28, data != nullptr ? 1 : 0, 4);
     return bytes;
@@ -100,7 +98,7 @@ class SystemTable : public testing::Test {
         g_dxrHooks.tblm.setChipTblmDataAndMask = SetDataAndMask;
     }
 
-    static void ExpectOneCall(const std::string &slot, std::uint32_t chip,
+    static void ExpectOneCall(const std::string &slot, uint32_t chip,
                               const std::array<unsigned char, kRequestSize> &bytes) {
         ASSERT_EQ(1U, g_calls.size());
         EXPECT_EQ(slot, g_calls[0].slot);
@@ -110,7 +108,7 @@ class SystemTable : public testing::Test {
         g_calls.clear();
     }
 
-    static void *Address(std::uintptr_t address) { return reinterpret_cast<void *>(address); }
+    static void *Address(uintptr_t address) { return reinterpret_cast<void *>(address); }
 
     dxrtest::TestHost host_;
     // Nothing is read or written behind them.
@@ -135,7 +133,7 @@ TEST_F(SystemTable, RequestRecordIsPacked) {
 
 TEST_F(SystemTable, AddIsASetOfTheBuiltRecord) {
     FillGroup();
-    for (const std::uint32_t result : {0U, 1U, 0xFFFFFFFFU}) {
+    for (const uint32_t result : {0U, 1U, 0xFFFFFFFFU}) {
         g_result = result;
         EXPECT_EQ(result,
                   DXR_AddChipTblmData(0xA1A2A3A4, 0xB1B2B3B4, key_, 0xC1C2C3C4, data_, 0xD1D2D3D4));
@@ -145,7 +143,7 @@ TEST_F(SystemTable, AddIsASetOfTheBuiltRecord) {
 
 TEST_F(SystemTable, QueryIsAGetOfTheSameRecord) {
     FillGroup();
-    for (const std::uint32_t result : {0U, 1U, 0xFFFFFFFFU}) {
+    for (const uint32_t result : {0U, 1U, 0xFFFFFFFFU}) {
         g_result = result;
         EXPECT_EQ(result, DXR_QueryChipTblmData(0xA1A2A3A4, 0xB1B2B3B4, key_, 0xC1C2C3C4, data_,
                                                 0xD1D2D3D4));

@@ -14,8 +14,8 @@
 namespace {
 
 struct Sleep {
-    std::int64_t sec;
-    std::int64_t nsec;
+    int64_t sec;
+    int64_t nsec;
     bool remainderGoesToTheRequest;
 };
 
@@ -77,7 +77,7 @@ class SystemTime : public testing::Test {
 
     static void ExpectSleeps(const std::vector<Sleep> &expected) {
         ASSERT_EQ(expected.size(), g_sleeps.size());
-        for (std::size_t i = 0; i < expected.size(); ++i) {
+        for (size_t i = 0; i < expected.size(); ++i) {
             EXPECT_EQ(expected[i].sec, g_sleeps[i].sec) << "call " << i;
             EXPECT_EQ(expected[i].nsec, g_sleeps[i].nsec) << "call " << i;
             EXPECT_TRUE(g_sleeps[i].remainderGoesToTheRequest) << "call " << i;
@@ -85,10 +85,10 @@ class SystemTime : public testing::Test {
         EXPECT_TRUE(g_sleepFailures.empty());
     }
 
-    static std::uint64_t MacroSecOf(const ClockReading &reading) {
+    static uint64_t MacroSecOf(const ClockReading &reading) {
         // The reading counts for this one call: the test framework reads clocks, too.
         g_reading = &reading;
-        const std::uint64_t microseconds = DXR_GetCurrMacroSec();
+        const uint64_t microseconds = DXR_GetCurrMacroSec();
         g_reading = nullptr;
         return microseconds;
     }
@@ -98,9 +98,9 @@ class SystemTime : public testing::Test {
 
 TEST_F(SystemTime, SleepUsSplitsSecondsAndNanoseconds) {
     const struct {
-        std::uint32_t us;
-        std::int64_t sec;
-        std::int64_t nsec;
+        uint32_t us;
+        int64_t sec;
+        int64_t nsec;
     } cases[] = {{0, 0, 0},
                  {1, 0, 1000},
                  {999, 0, 999000},
@@ -156,9 +156,9 @@ TEST_F(SystemTime, InterruptedSleepOfNothingIsRepeated) {
 
 TEST_F(SystemTime, SleepMsWrapsAt32BitsOfMicroseconds) {
     const struct {
-        std::uint32_t ms;
-        std::int64_t sec;
-        std::int64_t nsec;
+        uint32_t ms;
+        int64_t sec;
+        int64_t nsec;
     } cases[] = {{0, 0, 0},
                  {1, 0, 1000000},
                  {1500, 1, 500000000},
@@ -195,10 +195,10 @@ TEST_F(SystemTime, MacroSecOfAFailingClockIsZero) {
 }
 
 TEST_F(SystemTime, MacroSecDoesNotDecrease) {
-    std::uint64_t last = DXR_GetCurrMacroSec();
+    uint64_t last = DXR_GetCurrMacroSec();
     EXPECT_NE(0U, last);
     for (int i = 0; i < 1000; ++i) {
-        const std::uint64_t now = DXR_GetCurrMacroSec();
+        const uint64_t now = DXR_GetCurrMacroSec();
         EXPECT_GE(now, last);
         last = now;
     }
@@ -207,7 +207,7 @@ TEST_F(SystemTime, MacroSecDoesNotDecrease) {
 TEST_F(SystemTime, NanoSecIsAPlaceholder) {
     const ClockReading reading = {0, {5, 5}};
     g_reading = &reading;
-    const std::uint64_t nanoseconds = DXR_GetCurrNanoSec();
+    const uint64_t nanoseconds = DXR_GetCurrNanoSec();
     g_reading = nullptr;
     EXPECT_EQ(0U, nanoseconds);
     EXPECT_TRUE(g_clocksRead.empty());

@@ -13,12 +13,12 @@ namespace {
 using dxr::TextWriter;
 using dxrtest::GuardedBuffer;
 
-std::string Fitting(const std::string &text, std::uint32_t size) {
+std::string Fitting(const std::string &text, uint32_t size) {
     return size == 0 ? "" : text.substr(0, size - 1);
 }
 
 TEST(TextWriter, NothingIsWrittenBeforeTheFirstPiece) {
-    for (const std::uint32_t size : {0U, 1U, 2U, 20U}) {
+    for (const uint32_t size : {0U, 1U, 2U, 20U}) {
         GuardedBuffer buffer(size);
         const TextWriter writer(buffer.Data(), size);
         EXPECT_EQ(0U, writer.Written());
@@ -30,13 +30,13 @@ TEST(TextWriter, NothingIsWrittenBeforeTheFirstPiece) {
 
 TEST(TextWriter, EverySizeKeepsThePiecesThatFit) {
     const std::string pieces[] = {"abc", "", "d", "efghij", "k", "lmnopqrstuvw"};
-    for (std::uint32_t size = 0; size <= 30; ++size) {
+    for (uint32_t size = 0; size <= 30; ++size) {
         SCOPED_TRACE(size);
         GuardedBuffer buffer(size);
         TextWriter writer(buffer.Data(), size);
         std::string all;
         for (const std::string &piece : pieces) {
-            const std::size_t before = Fitting(all, size).size();
+            const size_t before = Fitting(all, size).size();
             all += piece;
             const std::string kept = Fitting(all, size);
             const int stored = writer.Append("%s", piece.c_str());
@@ -61,7 +61,7 @@ TEST(TextWriter, FormatsItsArguments) {
 }
 
 TEST(TextWriter, FailedPieceCountsAsEmptyAndTheNextFollows) {
-    for (std::uint32_t size = 5; size <= 12; ++size) {
+    for (uint32_t size = 5; size <= 12; ++size) {
         GuardedBuffer buffer(size);
         TextWriter writer(buffer.Data(), size);
         EXPECT_EQ(3, writer.Append("%s", "abc"));
@@ -99,11 +99,11 @@ TEST(TextWriter, NullBufferStoresNothing) {
 TEST(TextWriter, RandomPiecesFollowTheConcatenation) {
     std::mt19937_64 random(dxrtest::Seed());
     for (int round = 0; round < 2000; ++round) {
-        const auto size = static_cast<std::uint32_t>(random() % 64);
+        const auto size = static_cast<uint32_t>(random() % 64);
         GuardedBuffer buffer(size);
         TextWriter writer(buffer.Data(), size);
         std::string all;
-        for (std::uint64_t n = random() % 8; n > 0; --n) {
+        for (uint64_t n = random() % 8; n > 0; --n) {
             const std::string piece(random() % 24, static_cast<char>('a' + random() % 26));
             all += piece;
             writer.Append("%s", piece.c_str());

@@ -20,43 +20,43 @@ namespace {
 using dxrtest::GuardedBuffer;
 using dxrtest::GuardedPage;
 using dxrtest::GuardedWords;
-using Words = std::vector<std::uint32_t>;
+using Words = std::vector<uint32_t>;
 
-constexpr std::uint32_t kAllOnes = 0xFFFFFFFF;
-constexpr std::size_t kMaxLength = 70;
-constexpr std::size_t kStarts = 4;
+constexpr uint32_t kAllOnes = 0xFFFFFFFF;
+constexpr size_t kMaxLength = 70;
+constexpr size_t kStarts = 4;
 // From here on the number of bits wraps at 32 bits.
-constexpr std::uint32_t kWrappingWordCount = std::uint32_t{1} << 27;
+constexpr uint32_t kWrappingWordCount = uint32_t{1} << 27;
 
-std::uint32_t Count(const Words &words) {
-    return static_cast<std::uint32_t>(words.size());
+uint32_t Count(const Words &words) {
+    return static_cast<uint32_t>(words.size());
 }
 
-Words RandomWords(std::mt19937_64 &random, std::size_t count) {
+Words RandomWords(std::mt19937_64 &random, size_t count) {
     Words words(count);
-    std::generate(words.begin(), words.end(), [&] { return static_cast<std::uint32_t>(random()); });
+    std::generate(words.begin(), words.end(), [&] { return static_cast<uint32_t>(random()); });
     return words;
 }
 
 // The bitmap one bit at a time.
-bool BitOf(const Words &words, std::uint64_t bit) {
+bool BitOf(const Words &words, uint64_t bit) {
     return (words[bit / 32] >> (bit % 32) & 1) != 0;
 }
 
-void PutBit(Words &words, std::uint64_t bit, bool set) {
-    const std::uint32_t mask = std::uint32_t{1} << (bit % 32);
+void PutBit(Words &words, uint64_t bit, bool set) {
+    const uint32_t mask = uint32_t{1} << (bit % 32);
     words[bit / 32] = set ? words[bit / 32] | mask : words[bit / 32] & ~mask;
 }
 
-std::uint64_t BitsIn(const Words &words) {
-    return std::uint64_t{32} * words.size();
+uint64_t BitsIn(const Words &words) {
+    return uint64_t{32} * words.size();
 }
 
 // ---- Whole bitmaps
 
 TEST(IsSameBitMap, EqualWordsOfEveryLength) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
         const Words a = RandomWords(random, length);
         const Words b = a;
         ASSERT_EQ(DXR_IsSameBitMap(a.data(), b.data(), Count(a)), 1U) << length;
@@ -66,9 +66,9 @@ TEST(IsSameBitMap, EqualWordsOfEveryLength) {
 
 TEST(IsSameBitMap, OneBitOfOneWordMakesTheDifference) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 1; length <= kMaxLength; ++length) {
+    for (size_t length = 1; length <= kMaxLength; ++length) {
         const Words a = RandomWords(random, length);
-        for (std::uint64_t bit = 0; bit < BitsIn(a); bit += 7) {
+        for (uint64_t bit = 0; bit < BitsIn(a); bit += 7) {
             Words b = a;
             PutBit(b, bit, !BitOf(b, bit));
             ASSERT_EQ(DXR_IsSameBitMap(a.data(), b.data(), Count(a)), 0U) << length << ' ' << bit;
@@ -85,9 +85,9 @@ TEST(IsSameBitMap, OnlyWordCountWordsAreCompared) {
 
 TEST(IsSameBitMap, NothingBehindTheFirstDifferenceIsRead) {
     const GuardedPage page;
-    auto *const end = static_cast<std::uint32_t *>(page.End());
+    auto *const end = static_cast<uint32_t *>(page.End());
     const Words other(100, 0);
-    for (std::ptrdiff_t distance = 1; distance <= 8; ++distance) {
+    for (ptrdiff_t distance = 1; distance <= 8; ++distance) {
         std::fill(end - distance, end, 0U);
         end[-1] = 1;
         EXPECT_EQ(DXR_IsSameBitMap(end - distance, other.data(), 100), 0U);
@@ -96,10 +96,10 @@ TEST(IsSameBitMap, NothingBehindTheFirstDifferenceIsRead) {
 }
 
 TEST(IsZeroBmp, EverySingleBitIsSeen) {
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
         Words words(length, 0);
         ASSERT_EQ(DXR_IsZeroBmp(words.data(), Count(words)), 1U) << length;
-        for (std::uint64_t bit = 0; bit < BitsIn(words); ++bit) {
+        for (uint64_t bit = 0; bit < BitsIn(words); ++bit) {
             PutBit(words, bit, true);
             ASSERT_EQ(DXR_IsZeroBmp(words.data(), Count(words)), 0U) << length << ' ' << bit;
             PutBit(words, bit, false);
@@ -114,8 +114,8 @@ TEST(IsZeroBmp, WordsBehindTheBitmapDoNotCount) {
 }
 
 TEST(BitmapZero, ClearsExactlyItsWords) {
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
-        for (std::size_t start = 0; start < kStarts; ++start) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
+        for (size_t start = 0; start < kStarts; ++start) {
             GuardedWords bmp(Words(length, 0xDEADBEEF), start);
             DXR_BitmapZero(bmp.Data(), bmp.Size());
             ASSERT_EQ(bmp.Words(), Words(length, 0)) << length;
@@ -126,11 +126,11 @@ TEST(BitmapZero, ClearsExactlyItsWords) {
 
 TEST(ReverseBmp, InvertsEveryBitAndKeepsTheOrderOfTheWords) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
-        for (std::size_t start = 0; start < kStarts; ++start) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
+        for (size_t start = 0; start < kStarts; ++start) {
             const Words before = RandomWords(random, length);
             Words expected = before;
-            for (std::uint64_t bit = 0; bit < BitsIn(before); ++bit) {
+            for (uint64_t bit = 0; bit < BitsIn(before); ++bit) {
                 PutBit(expected, bit, !BitOf(before, bit));
             }
             GuardedWords bmp(before, start);
@@ -143,8 +143,8 @@ TEST(ReverseBmp, InvertsEveryBitAndKeepsTheOrderOfTheWords) {
 
 TEST(InverseBitMap, ReversesTheOrderOfTheWordsAndKeepsTheirBits) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
-        for (std::size_t start = 0; start < kStarts; ++start) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
+        for (size_t start = 0; start < kStarts; ++start) {
             const Words before = RandomWords(random, length);
             GuardedWords bmp(before, start);
             DXR_InverseBitMap(bmp.Data(), bmp.Size());
@@ -165,8 +165,8 @@ TEST(InverseBitMap, TheMiddleWordOfAnOddNumberStays) {
 // An operation of two bitmaps, and what it does to one pair of words.
 struct PairOperation {
     const char *name;
-    void (*operation)(std::uint32_t *dst, const std::uint32_t *src, std::uint32_t wordCount);
-    std::uint32_t (*ofWords)(std::uint32_t dst, std::uint32_t src);
+    void (*operation)(uint32_t *dst, const uint32_t *src, uint32_t wordCount);
+    uint32_t (*ofWords)(uint32_t dst, uint32_t src);
 };
 
 void PrintTo(const PairOperation &operation, std::ostream *out) {
@@ -177,16 +177,16 @@ class PairOperations : public testing::TestWithParam<PairOperation> {};
 
 INSTANTIATE_TEST_SUITE_P(
     All, PairOperations,
-    testing::Values(
-        PairOperation{"copy", DXR_BitmapCopy, [](std::uint32_t, std::uint32_t s) { return s; }},
-        PairOperation{"or", DXR_OrBmp, [](std::uint32_t d, std::uint32_t s) { return d | s; }},
-        PairOperation{"and", DXR_AndBmp, [](std::uint32_t d, std::uint32_t s) { return d & s; }},
-        PairOperation{"xor", DXR_XorBmp, [](std::uint32_t d, std::uint32_t s) { return d ^ s; }}));
+    testing::Values(PairOperation{"copy", DXR_BitmapCopy, [](uint32_t, uint32_t s) { return s; }},
+                    PairOperation{"or", DXR_OrBmp, [](uint32_t d, uint32_t s) { return d | s; }},
+                    PairOperation{"and", DXR_AndBmp, [](uint32_t d, uint32_t s) { return d & s; }},
+                    PairOperation{"xor", DXR_XorBmp,
+                                  [](uint32_t d, uint32_t s) { return d ^ s; }}));
 
 TEST_P(PairOperations, SeparateBitmapsOfEveryLengthAndAlignment) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
-        for (std::size_t starts = 0; starts < kStarts * kStarts; ++starts) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
+        for (size_t starts = 0; starts < kStarts * kStarts; ++starts) {
             const Words before = RandomWords(random, length);
             const Words source = RandomWords(random, length);
             Words expected(length);
@@ -205,8 +205,8 @@ TEST_P(PairOperations, SeparateBitmapsOfEveryLengthAndAlignment) {
 
 TEST_P(PairOperations, ABitmapWithItself) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
-        for (std::size_t start = 0; start < kStarts; ++start) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
+        for (size_t start = 0; start < kStarts; ++start) {
             const Words before = RandomWords(random, length);
             Words expected(length);
             std::transform(before.begin(), before.end(), before.begin(), expected.begin(),
@@ -221,20 +221,20 @@ TEST_P(PairOperations, ABitmapWithItself) {
 
 // Where the ranges overlap, a word written early is read again later: the order is from index 0 up.
 TEST_P(PairOperations, OverlappingBitmapsAreWorkedThroughFromTheFirstWordUp) {
-    constexpr std::size_t kArena = kMaxLength + 20;
+    constexpr size_t kArena = kMaxLength + 20;
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
-        for (std::size_t dstAt = 0; dstAt <= 18; ++dstAt) {
-            const std::size_t srcAt = 9;
+    for (size_t length = 0; length <= kMaxLength; ++length) {
+        for (size_t dstAt = 0; dstAt <= 18; ++dstAt) {
+            const size_t srcAt = 9;
             const Words before = RandomWords(random, kArena);
             Words expected = before;
-            for (std::size_t i = 0; i < length; ++i) {
-                std::uint32_t &word = expected[dstAt + i];
+            for (size_t i = 0; i < length; ++i) {
+                uint32_t &word = expected[dstAt + i];
                 word = GetParam().ofWords(word, expected[srcAt + i]);
             }
             GuardedWords arena(before);
             GetParam().operation(arena.Data() + dstAt, arena.Data() + srcAt,
-                                 static_cast<std::uint32_t>(length));
+                                 static_cast<uint32_t>(length));
             ASSERT_EQ(arena.Words(), expected) << length << ' ' << dstAt;
             ASSERT_TRUE(arena.Intact()) << length;
         }
@@ -243,14 +243,14 @@ TEST_P(PairOperations, OverlappingBitmapsAreWorkedThroughFromTheFirstWordUp) {
 
 TEST(NegateArray, InvertsTheLowBitsOnly) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= 5; ++length) {
-        std::vector<std::uint32_t> bitCounts(200);
+    for (size_t length = 0; length <= 5; ++length) {
+        std::vector<uint32_t> bitCounts(200);
         std::iota(bitCounts.begin(), bitCounts.end(), 0U);
         bitCounts.insert(bitCounts.end(), {0x7FFFFFFF, 0x80000000, 0xFFFFFFE0, kAllOnes});
-        for (const std::uint32_t bitCount : bitCounts) {
+        for (const uint32_t bitCount : bitCounts) {
             const Words before = RandomWords(random, length);
             Words expected = before;
-            for (std::uint64_t bit = 0; bit < BitsIn(before) && bit < bitCount; ++bit) {
+            for (uint64_t bit = 0; bit < BitsIn(before) && bit < bitCount; ++bit) {
                 PutBit(expected, bit, !BitOf(before, bit));
             }
             GuardedWords bmp(before, length % kStarts);
@@ -277,17 +277,17 @@ TEST(NegateArray, TheNumberOfBitsWrapsAt32Bits) {
 
 TEST(NonZeroCount, WordsThatAreNotZero) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
         Words words(length);
-        for (std::uint32_t &word : words) {
+        for (uint32_t &word : words) {
             // One bit at the most, so that a bit that is not looked at is missed.
-            const std::uint64_t choice = random();
-            word = choice % 3 == 0 ? 0 : std::uint32_t{1} << (choice / 3 % 32);
+            const uint64_t choice = random();
+            word = choice % 3 == 0 ? 0 : uint32_t{1} << (choice / 3 % 32);
         }
-        const auto nonZero = static_cast<std::uint32_t>(length) -
-                             static_cast<std::uint32_t>(std::count(words.begin(), words.end(), 0U));
+        const auto nonZero = static_cast<uint32_t>(length) -
+                             static_cast<uint32_t>(std::count(words.begin(), words.end(), 0U));
         ASSERT_EQ(DXR_GetNonZeroCntInArray(words.data(), Count(words)), nonZero);
-        for (std::uint32_t n = 0; n <= length + 2; ++n) {
+        for (uint32_t n = 0; n <= length + 2; ++n) {
             ASSERT_EQ(DXR_IsNonZeroCntOverN(words.data(), Count(words), n), nonZero >= n ? 1U : 0U)
                 << length << ' ' << n;
         }
@@ -305,9 +305,9 @@ TEST(NonZeroCount, ExactlyNCountsAsOverAndZeroAlways) {
     EXPECT_EQ(DXR_IsNonZeroCntOverN(words.data(), 0, 1), 0U);
 }
 
-std::uint32_t SetBitsOf(const Words &words) {
-    std::uint32_t bits = 0;
-    for (std::uint64_t bit = 0; bit < BitsIn(words); ++bit) {
+uint32_t SetBitsOf(const Words &words) {
+    uint32_t bits = 0;
+    for (uint64_t bit = 0; bit < BitsIn(words); ++bit) {
         bits += BitOf(words, bit) ? 1 : 0;
     }
     return bits;
@@ -316,16 +316,16 @@ std::uint32_t SetBitsOf(const Words &words) {
 TEST(CountValidBit, EveryBitOfAWordCountsOnce) {
     EXPECT_EQ(DXR_CountValidBit(0), 0U);
     EXPECT_EQ(DXR_CountValidBit(kAllOnes), 32U);
-    for (std::uint32_t bit = 0; bit < 32; ++bit) {
-        EXPECT_EQ(DXR_CountValidBit(std::uint32_t{1} << bit), 1U) << bit;
-        EXPECT_EQ(DXR_CountValidBit(~(std::uint32_t{1} << bit)), 31U) << bit;
+    for (uint32_t bit = 0; bit < 32; ++bit) {
+        EXPECT_EQ(DXR_CountValidBit(uint32_t{1} << bit), 1U) << bit;
+        EXPECT_EQ(DXR_CountValidBit(~(uint32_t{1} << bit)), 31U) << bit;
         EXPECT_EQ(DXR_CountValidBit(kAllOnes >> bit), 32 - bit) << bit;
     }
 }
 
 TEST(CountValidBit, ArraysOfEveryLength) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= kMaxLength; ++length) {
+    for (size_t length = 0; length <= kMaxLength; ++length) {
         const Words words = RandomWords(random, length);
         ASSERT_EQ(DXR_CountValidBitOfArray(words.data(), Count(words)), SetBitsOf(words)) << length;
     }
@@ -335,7 +335,7 @@ TEST(CountValidBit, ArraysOfEveryLength) {
 
 // ---- Text
 
-std::string TextOf(const Words &words, std::uint32_t room = 4096) {
+std::string TextOf(const Words &words, uint32_t room = 4096) {
     GuardedBuffer buffer(room);
     DXR_GetBitMapStr(words.data(), Count(words), buffer.Data(), room);
     EXPECT_TRUE(buffer.Intact());
@@ -358,7 +358,7 @@ TEST(GetBitMapStr, EveryRoomCutsTheTextAndTerminatesIt) {
     host.WithPrint();
     const Words words = {0xFEDCBA98, 0x0, 0x12, 0x89ABCDEF, 0x7};
     const std::string whole = "0x7 0x89abcdef 0x12 0x0 ";
-    for (std::uint32_t room = 1; room <= 60; ++room) {
+    for (uint32_t room = 1; room <= 60; ++room) {
         ASSERT_EQ(TextOf(words, room), whole.substr(0, room - 1)) << room;
     }
     // A cut text is not reported: the formatter counts what it stored.
@@ -381,12 +381,12 @@ TEST(GetBitMapStr, NoWordsGiveAnEmptyText) {
 
 TEST(SingleBits, EveryBitOfSmallBitmapsAndTheOnesBehind) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= 4; ++length) {
-        std::vector<std::uint32_t> bits(170);
+    for (size_t length = 0; length <= 4; ++length) {
+        std::vector<uint32_t> bits(170);
         std::iota(bits.begin(), bits.end(), 0U);
         bits.insert(bits.end(), {0x7FFFFFFF, 0x80000000, kAllOnes});
-        for (const std::uint32_t bit : bits) {
-            for (const std::uint32_t fill : {0U, kAllOnes, static_cast<std::uint32_t>(random())}) {
+        for (const uint32_t bit : bits) {
+            for (const uint32_t fill : {0U, kAllOnes, static_cast<uint32_t>(random())}) {
                 const Words before(length, fill);
                 const bool inside = bit < BitsIn(before);
                 GuardedWords bmp(before, length % kStarts, 0);
@@ -432,53 +432,53 @@ TEST(SingleBits, TheRangeWrapsAt32Bits) {
 
 // The field bit by bit. Reading takes `width` bits; writing takes those too, but for a width of 0
 // all the bits up to the end of the first word.
-std::uint32_t ReadModel(const Words &words, std::uint64_t startBit, std::uint32_t width) {
-    std::uint32_t value = 0;
-    for (std::uint32_t i = 0; i < width && width <= 32; ++i) {
+uint32_t ReadModel(const Words &words, uint64_t startBit, uint32_t width) {
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < width && width <= 32; ++i) {
         if (startBit + i < BitsIn(words) && BitOf(words, startBit + i)) {
-            value |= std::uint32_t{1} << i;
+            value |= uint32_t{1} << i;
         }
     }
     return value;
 }
 
-void WriteModel(Words &words, std::uint32_t value, std::uint64_t startBit, std::uint32_t width) {
+void WriteModel(Words &words, uint32_t value, uint64_t startBit, uint32_t width) {
     if (width > 32) {
         return;
     }
-    const std::uint64_t bits = width == 0 ? 32 - startBit % 32 : width;
-    for (std::uint64_t i = 0; i < bits; ++i) {
+    const uint64_t bits = width == 0 ? 32 - startBit % 32 : width;
+    for (uint64_t i = 0; i < bits; ++i) {
         if (startBit + i < BitsIn(words)) {
             PutBit(words, startBit + i, (value >> i & 1) != 0);
         }
     }
 }
 
-std::vector<std::uint32_t> FieldStarts() {
-    std::vector<std::uint32_t> starts(130);
+std::vector<uint32_t> FieldStarts() {
+    std::vector<uint32_t> starts(130);
     std::iota(starts.begin(), starts.end(), 0U);
     starts.insert(starts.end(), {159, 160, 0x7FFFFFFF, 0x80000000, 0xFFFFFFE0, kAllOnes});
     return starts;
 }
 
-std::vector<std::uint32_t> FieldWidths() {
-    std::vector<std::uint32_t> widths(41);
+std::vector<uint32_t> FieldWidths() {
+    std::vector<uint32_t> widths(41);
     std::iota(widths.begin(), widths.end(), 0U);
     widths.insert(widths.end(), {64, 0x80000000, kAllOnes});
     return widths;
 }
 
-std::vector<Words> FieldPatterns(std::size_t wordCount) {
+std::vector<Words> FieldPatterns(size_t wordCount) {
     std::mt19937_64 random(dxrtest::Seed());
     return {Words(wordCount, 0), Words(wordCount, kAllOnes), Words(wordCount, 0x55555555),
             RandomWords(random, wordCount)};
 }
 
 TEST(GetBitField, EveryFieldAgreesWithItsBits) {
-    for (std::uint32_t wordCount = 0; wordCount <= 4; ++wordCount) {
+    for (uint32_t wordCount = 0; wordCount <= 4; ++wordCount) {
         for (const Words &words : FieldPatterns(wordCount)) {
-            for (const std::uint32_t start : FieldStarts()) {
-                for (const std::uint32_t width : FieldWidths()) {
+            for (const uint32_t start : FieldStarts()) {
+                for (const uint32_t width : FieldWidths()) {
                     ASSERT_EQ(DXR_GetBitField(words.data(), wordCount, start, width),
                               ReadModel(words, start, width))
                         << wordCount << " words, start " << start << ", width " << width;
@@ -489,12 +489,11 @@ TEST(GetBitField, EveryFieldAgreesWithItsBits) {
 }
 
 TEST(SetBitField, EveryFieldAgreesWithItsBits) {
-    for (std::uint32_t wordCount = 0; wordCount <= 4; ++wordCount) {
+    for (uint32_t wordCount = 0; wordCount <= 4; ++wordCount) {
         for (const Words &before : FieldPatterns(wordCount)) {
-            for (const std::uint32_t value :
-                 {0U, kAllOnes, 0xAAAAAAAAU, 0x80000001U, 0x9E3779B9U}) {
-                for (const std::uint32_t start : FieldStarts()) {
-                    for (const std::uint32_t width : FieldWidths()) {
+            for (const uint32_t value : {0U, kAllOnes, 0xAAAAAAAAU, 0x80000001U, 0x9E3779B9U}) {
+                for (const uint32_t start : FieldStarts()) {
+                    for (const uint32_t width : FieldWidths()) {
                         Words expected = before;
                         WriteModel(expected, value, start, width);
                         GuardedWords buf(before);
@@ -543,9 +542,9 @@ TEST(SetBitField, WidthsAbove32DoNothing) {
 }
 
 TEST(SetBitField32, IsTheFieldOfOneWord) {
-    for (const std::uint32_t before : {0U, kAllOnes, 0x12345678U}) {
-        for (const std::uint32_t start : FieldStarts()) {
-            for (const std::uint32_t width : FieldWidths()) {
+    for (const uint32_t before : {0U, kAllOnes, 0x12345678U}) {
+        for (const uint32_t start : FieldStarts()) {
+            for (const uint32_t width : FieldWidths()) {
                 Words expected = {before};
                 WriteModel(expected, 0xC3A50FF1, start, width);
                 GuardedWords word({before});
@@ -558,7 +557,7 @@ TEST(SetBitField32, IsTheFieldOfOneWord) {
 }
 
 TEST(SetBit, OneBitOfOneWordAndNothingFrom32On) {
-    for (const std::uint32_t bit : FieldStarts()) {
+    for (const uint32_t bit : FieldStarts()) {
         GuardedWords set({0x0F0F0F0F}, 0, 0);
         GuardedWords cleared({0x0F0F0F0F}, 0, kAllOnes);
         Words expectedSet = {0x0F0F0F0F};
@@ -576,17 +575,16 @@ TEST(SetBit, OneBitOfOneWordAndNothingFrom32On) {
 }
 
 TEST(GetBitField64, TheLowHalfIsTheFirstWord) {
-    EXPECT_EQ(DXR_GetBitField64(std::uint64_t{1} << 32, 32, 1), 1U);
+    EXPECT_EQ(DXR_GetBitField64(uint64_t{1} << 32, 32, 1), 1U);
     EXPECT_EQ(DXR_GetBitField64(0x0123456789ABCDEF, 0, 32), 0x89ABCDEFU);
     EXPECT_EQ(DXR_GetBitField64(0x0123456789ABCDEF, 32, 32), 0x01234567U);
     EXPECT_EQ(DXR_GetBitField64(0x0123456789ABCDEF, 28, 8), 0x78U);
 
     std::mt19937_64 random(dxrtest::Seed());
-    for (const std::uint64_t value : {std::uint64_t{0}, ~std::uint64_t{0}, random(), random()}) {
-        const Words words = {static_cast<std::uint32_t>(value),
-                             static_cast<std::uint32_t>(value >> 32)};
-        for (const std::uint32_t start : FieldStarts()) {
-            for (const std::uint32_t width : FieldWidths()) {
+    for (const uint64_t value : {uint64_t{0}, ~uint64_t{0}, random(), random()}) {
+        const Words words = {static_cast<uint32_t>(value), static_cast<uint32_t>(value >> 32)};
+        for (const uint32_t start : FieldStarts()) {
+            for (const uint32_t width : FieldWidths()) {
                 ASSERT_EQ(DXR_GetBitField64(value, start, width), ReadModel(words, start, width))
                     << value << ' ' << start << ' ' << width;
             }
@@ -596,10 +594,10 @@ TEST(GetBitField64, TheLowHalfIsTheFirstWord) {
 
 TEST(GetBitField32, IsTheFieldOfOneWord) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (const std::uint32_t value : {0U, kAllOnes, static_cast<std::uint32_t>(random())}) {
-        for (const std::uint32_t start : FieldStarts()) {
+    for (const uint32_t value : {0U, kAllOnes, static_cast<uint32_t>(random())}) {
+        for (const uint32_t start : FieldStarts()) {
             ASSERT_EQ(DXR_GetBit(value, start), ReadModel({value}, start, 1)) << start;
-            for (const std::uint32_t width : FieldWidths()) {
+            for (const uint32_t width : FieldWidths()) {
                 ASSERT_EQ(DXR_GetBitField32(value, start, width), ReadModel({value}, start, width))
                     << value << ' ' << start << ' ' << width;
             }
@@ -610,7 +608,7 @@ TEST(GetBitField32, IsTheFieldOfOneWord) {
 }
 
 TEST(IsBitHit, AHitIsAMismatch) {
-    const auto hit = [](std::uint32_t value, std::uint32_t mask, std::uint32_t expected) {
+    const auto hit = [](uint32_t value, uint32_t mask, uint32_t expected) {
         const DxrBitHitRec rec = {value, mask, expected};
         return DXR_IsBitHit(&rec);
     };
@@ -625,7 +623,7 @@ TEST(IsBitHit, AHitIsAMismatch) {
 }
 
 TEST(IsBitHit, TheRecordIsValueMaskExpected) {
-    const std::uint32_t words[3] = {0xF0, 0x30, 0x30};
+    const uint32_t words[3] = {0xF0, 0x30, 0x30};
     static_assert(sizeof(DxrBitHitRec) == sizeof(words));
     DxrBitHitRec rec;
     std::memcpy(&rec, words, sizeof(rec));

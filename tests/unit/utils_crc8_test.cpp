@@ -14,7 +14,7 @@
 
 namespace {
 
-using Table = std::array<std::uint8_t, 256>;
+using Table = std::array<uint8_t, 256>;
 
 Table CurrentTable() {
     Table table;
@@ -24,18 +24,18 @@ Table CurrentTable() {
 
 // Taken before main(), hence before any calculation.
 const Table kTableAtLoad = CurrentTable();
-const std::uint8_t kFlagAtLoad = g_dxrCrc8TableInit;
+const uint8_t kFlagAtLoad = g_dxrCrc8TableInit;
 
 // The remainder of data * x^8 divided by the generator, bit by bit and without a table.
-std::uint32_t BitwiseCrc(const std::vector<std::uint8_t> &data) {
-    std::uint32_t remainder = 0;
-    const auto shiftIn = [&remainder](std::uint32_t bit) {
+uint32_t BitwiseCrc(const std::vector<uint8_t> &data) {
+    uint32_t remainder = 0;
+    const auto shiftIn = [&remainder](uint32_t bit) {
         remainder = remainder << 1 | bit;
         if ((remainder & 0x100) != 0) {
             remainder ^= 0x131;
         }
     };
-    for (const std::uint8_t byte : data) {
+    for (const uint8_t byte : data) {
         for (int bit = 7; bit >= 0; --bit) {
             shiftIn(byte >> bit & 1U);
         }
@@ -46,13 +46,13 @@ std::uint32_t BitwiseCrc(const std::vector<std::uint8_t> &data) {
     return remainder;
 }
 
-std::uint32_t Crc(const std::vector<std::uint8_t> &data) {
+uint32_t Crc(const std::vector<uint8_t> &data) {
     return DXR_CalculateCrc8(data.data(), data.size());
 }
 
-std::vector<std::uint8_t> RandomBytes(std::mt19937_64 &random, std::size_t size) {
-    std::vector<std::uint8_t> bytes(size);
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
+std::vector<uint8_t> RandomBytes(std::mt19937_64 &random, size_t size) {
+    std::vector<uint8_t> bytes(size);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random()); });
     return bytes;
 }
 
@@ -64,7 +64,7 @@ class Crc8 : public testing::Test {
 
   private:
     static void Clear() {
-        std::fill(std::begin(g_dxrCrc8Table), std::end(g_dxrCrc8Table), std::uint8_t{0});
+        std::fill(std::begin(g_dxrCrc8Table), std::end(g_dxrCrc8Table), uint8_t{0});
         g_dxrCrc8TableInit = 0;
     }
 };
@@ -85,38 +85,38 @@ TEST_F(Crc8, KnownValues) {
 
 TEST_F(Crc8, NoBytesGiveZeroAndAreNotRead) {
     EXPECT_EQ(DXR_CalculateCrc8(nullptr, 0), 0U);
-    const std::uint8_t byte = 0xFF;
+    const uint8_t byte = 0xFF;
     EXPECT_EQ(DXR_CalculateCrc8(&byte, 0), 0U);
 }
 
 TEST_F(Crc8, EveryLengthAgreesWithTheBitwiseRemainder) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= 600; ++length) {
-        const std::vector<std::uint8_t> data = RandomBytes(random, length);
+    for (size_t length = 0; length <= 600; ++length) {
+        const std::vector<uint8_t> data = RandomBytes(random, length);
         ASSERT_EQ(Crc(data), BitwiseCrc(data)) << "length " << length;
     }
 }
 
 TEST_F(Crc8, EveryPairOfBytesAgreesWithTheBitwiseRemainder) {
-    for (std::uint32_t pair = 0; pair <= 0xFFFF; ++pair) {
-        const std::vector<std::uint8_t> data = {static_cast<std::uint8_t>(pair >> 8),
-                                                static_cast<std::uint8_t>(pair)};
+    for (uint32_t pair = 0; pair <= 0xFFFF; ++pair) {
+        const std::vector<uint8_t> data = {static_cast<uint8_t>(pair >> 8),
+                                           static_cast<uint8_t>(pair)};
         ASSERT_EQ(Crc(data), BitwiseCrc(data)) << pair;
     }
 }
 
 TEST_F(Crc8, DataFollowedByItsCrcLeavesNoRemainder) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= 300; ++length) {
-        std::vector<std::uint8_t> data = RandomBytes(random, length);
-        data.push_back(static_cast<std::uint8_t>(Crc(data)));
+    for (size_t length = 0; length <= 300; ++length) {
+        std::vector<uint8_t> data = RandomBytes(random, length);
+        data.push_back(static_cast<uint8_t>(Crc(data)));
         ASSERT_EQ(Crc(data), 0U) << "length " << length;
     }
 }
 
 TEST_F(Crc8, NoByteBehindTheDataIsRead) {
     const dxrtest::GuardedPage page;
-    auto *const end = static_cast<std::uint8_t *>(page.End());
+    auto *const end = static_cast<uint8_t *>(page.End());
     end[-2] = 0x12;
     end[-1] = 0x34;
     EXPECT_EQ(DXR_CalculateCrc8(end - 2, 2), BitwiseCrc({0x12, 0x34}));
@@ -124,16 +124,16 @@ TEST_F(Crc8, NoByteBehindTheDataIsRead) {
 
 TEST_F(Crc8, LengthsAreNotCutTo32Bits) {
     const dxrtest::GuardedPage page;
-    const auto *const lastByte = static_cast<const std::uint8_t *>(page.End()) - 1;
-    const std::uint64_t length = (std::uint64_t{1} << 32) + 1;
+    const auto *const lastByte = static_cast<const uint8_t *>(page.End()) - 1;
+    const uint64_t length = (uint64_t{1} << 32) + 1;
     // A length cut to 1 would return; this one runs into the guard.
     EXPECT_DEATH(static_cast<void>(DXR_CalculateCrc8(lastByte, length)), "");
 }
 
 TEST_F(Crc8, EveryEntryIsTheCrcOfItsIndex) {
     DXR_InitCrc8Table();
-    for (std::uint32_t i = 0; i < 256; ++i) {
-        EXPECT_EQ(g_dxrCrc8Table[i], BitwiseCrc({static_cast<std::uint8_t>(i)})) << i;
+    for (uint32_t i = 0; i < 256; ++i) {
+        EXPECT_EQ(g_dxrCrc8Table[i], BitwiseCrc({static_cast<uint8_t>(i)})) << i;
     }
     EXPECT_EQ(g_dxrCrc8Table[0], 0x00);
     EXPECT_EQ(g_dxrCrc8Table[1], 0x31);
@@ -150,7 +150,7 @@ TEST_F(Crc8, BuildingLeavesTheFlagAlone) {
 TEST_F(Crc8, BuildingAgainRepairsTheTable) {
     DXR_InitCrc8Table();
     const Table built = CurrentTable();
-    std::fill(std::begin(g_dxrCrc8Table), std::end(g_dxrCrc8Table), std::uint8_t{0x77});
+    std::fill(std::begin(g_dxrCrc8Table), std::end(g_dxrCrc8Table), uint8_t{0x77});
     DXR_InitCrc8Table();
     EXPECT_EQ(CurrentTable(), built);
 }
@@ -158,7 +158,7 @@ TEST_F(Crc8, BuildingAgainRepairsTheTable) {
 TEST_F(Crc8, TheFirstCalculationBuildsTheTableAndSetsTheFlag) {
     DXR_InitCrc8Table();
     const Table built = CurrentTable();
-    std::fill(std::begin(g_dxrCrc8Table), std::end(g_dxrCrc8Table), std::uint8_t{0x77});
+    std::fill(std::begin(g_dxrCrc8Table), std::end(g_dxrCrc8Table), uint8_t{0x77});
 
     EXPECT_EQ(Crc({0x01}), 0x31U);
     EXPECT_EQ(CurrentTable(), built);
@@ -182,7 +182,7 @@ TEST_F(Crc8, OnceTheFlagIsSetTheTableDecidesAsItStands) {
 
 TEST_F(Crc8, AFlagSetByTheCallerStandsForABuiltTable) {
     for (const int flag : {1, 7, 255}) {
-        g_dxrCrc8TableInit = static_cast<std::uint8_t>(flag);
+        g_dxrCrc8TableInit = static_cast<uint8_t>(flag);
         EXPECT_EQ(Crc({0x01, 0x80, 0xFF}), 0U);
         EXPECT_THAT(CurrentTable(), testing::Each(0));
         EXPECT_EQ(g_dxrCrc8TableInit, flag);

@@ -22,19 +22,19 @@ using dxrtest::GuardedWords;
 using dxrtest::TestHost;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Words = std::vector<std::uint32_t>;
+using Words = std::vector<uint32_t>;
 
-constexpr std::uint32_t kMax32 = 0xFFFFFFFF;
-constexpr std::uint32_t kRecordSize = 24;
+constexpr uint32_t kMax32 = 0xFFFFFFFF;
+constexpr uint32_t kRecordSize = 24;
 
 Words WordsOf(const DxrLinkBitMap *map) {
-    return {map->bitMap, map->bitMap + std::size_t{map->chipNum} * map->wordNumPerChip};
+    return {map->bitMap, map->bitMap + size_t{map->chipNum} * map->wordNumPerChip};
 }
 
 // A map made by hand over words between guards.
 class HandMade {
   public:
-    HandMade(std::uint32_t chipNum, std::uint32_t wordNumPerChip, const Words &words)
+    HandMade(uint32_t chipNum, uint32_t wordNumPerChip, const Words &words)
         : words_(words, 0, 0), map_{chipNum, wordNumPerChip * 32, words_.Data(), wordNumPerChip} {}
     ~HandMade() { EXPECT_TRUE(words_.Intact()); }
     HandMade(const HandMade &) = delete;
@@ -74,8 +74,8 @@ TEST(LinkNumbers, TheAbsoluteLinkWraps) {
 }
 
 TEST(LinkNumbers, ChipAndLinkComposeTheAbsoluteLink) {
-    for (std::uint32_t perChip = 1; perChip < 70; ++perChip) {
-        for (std::uint32_t link = 0; link < 300; ++link) {
+    for (uint32_t perChip = 1; perChip < 70; ++perChip) {
+        for (uint32_t link = 0; link < 300; ++link) {
             ASSERT_EQ(DXR_CalcAbsoluteLinkId(DXR_CalcChipIdByAbsoluteLinkId(link, perChip), perChip,
                                              DXR_CalcLinkIdByAbsoluteLinkId(link, perChip)),
                       link);
@@ -89,8 +89,8 @@ TEST(CreateLinkBitMap, RowsAreWholeWordsAndAllClear) {
     TestHost host;
     host.WithMemory();
     struct Case {
-        std::uint32_t links;
-        std::uint32_t words;
+        uint32_t links;
+        uint32_t words;
     };
     for (const auto &[links, words] : {Case{1, 1}, Case{31, 1}, Case{32, 1}, Case{33, 2},
                                        Case{64, 2}, Case{65, 3}, Case{1000, 32}}) {
@@ -99,7 +99,7 @@ TEST(CreateLinkBitMap, RowsAreWholeWordsAndAllClear) {
         EXPECT_EQ(map->chipNum, 3U);
         EXPECT_EQ(map->linkNumPerChip, links);
         EXPECT_EQ(map->wordNumPerChip, words) << links;
-        EXPECT_EQ(WordsOf(map), Words(std::size_t{3} * words, 0));
+        EXPECT_EQ(WordsOf(map), Words(size_t{3} * words, 0));
         EXPECT_EQ(host.allocations.back().size, 3 * 4 * words);
         DXR_DestroyLinkBitMap(map);
     }
@@ -141,15 +141,15 @@ TEST(CreateLinkBitMap, MemoryIsAccountedToTheDefaultModuleAndThisComponent) {
     EXPECT_NE(host.releases[0].line, host.releases[1].line);
 }
 
-std::vector<std::uint32_t> g_mids;
+std::vector<uint32_t> g_mids;
 
-void *AllocateAndChangeTheMid(std::uint32_t mid, std::uint32_t size, const char *, std::uint32_t) {
+void *AllocateAndChangeTheMid(uint32_t mid, uint32_t size, const char *, uint32_t) {
     g_mids.push_back(mid);
     DXR_SetDefaultMid(mid + 1);
     return std::malloc(size);
 }
 
-void FreeBlock(void *block, const char *, std::uint32_t) {
+void FreeBlock(void *block, const char *, uint32_t) {
     std::free(block);
 }
 
@@ -186,7 +186,7 @@ TEST(CreateLinkBitMap, ARecordWithoutWordsIsReleased) {
 TEST(CreateLinkBitMap, EveryFailingAllocationLeavesNothingBehind) {
     TestHost host;
     host.WithMemory();
-    for (std::uint64_t n = 1;; ++n) {
+    for (uint64_t n = 1;; ++n) {
         ASSERT_LE(n, 3U);
         host.FailAllocationsFrom(n);
         DxrLinkBitMap *map = DXR_CreateLinkBitMap(4, 100);
@@ -233,7 +233,7 @@ TEST(CreateLinkBitMap, TheByteSizeOfTheWordsWraps) {
     // The greatest row: 2^27 words.
     host.FailAllocation(2);
     EXPECT_EQ(DXR_CreateLinkBitMap(1, kMax32), nullptr);
-    EXPECT_EQ(host.allocations.back().size, std::uint32_t{1} << 29);
+    EXPECT_EQ(host.allocations.back().size, uint32_t{1} << 29);
     EXPECT_EQ(host.LiveBlocks(), 0U);
 }
 
@@ -254,10 +254,10 @@ TEST(DestroyLinkBitMap, ANullMapIsIgnored) {
 }
 
 std::vector<void *> g_released;
-std::uint32_t *g_wordsWhenTheRecordWent = nullptr;
+uint32_t *g_wordsWhenTheRecordWent = nullptr;
 DxrLinkBitMap *g_record = nullptr;
 
-void RecordRelease(void *block, const char *, std::uint32_t) {
+void RecordRelease(void *block, const char *, uint32_t) {
     g_released.push_back(block);
     if (block == g_record) {
         g_wordsWhenTheRecordWent = g_record->bitMap;
@@ -267,7 +267,7 @@ void RecordRelease(void *block, const char *, std::uint32_t) {
 TEST(DestroyLinkBitMap, TheRecordGoesWithoutItsWords) {
     TestHost host;
     DXR_SetMemoryHooks(nullptr, RecordRelease);
-    std::uint32_t word = 0;
+    uint32_t word = 0;
     DxrLinkBitMap map = {1, 32, &word, 1};
     g_record = &map;
     g_released.clear();
@@ -289,13 +289,13 @@ TEST(DestroyLinkBitMap, ARecordWithoutWordsReleasesTheRecordAlone) {
 // ---- Setting links
 
 TEST(SaveLinkToBitMap, EachLinkHasItsBit) {
-    constexpr std::uint32_t kChips = 3;
-    constexpr std::uint32_t kRow = 2;
-    for (std::uint32_t chip = 0; chip < kChips; ++chip) {
-        for (std::uint32_t link = 0; link < kRow * 32; ++link) {
+    constexpr uint32_t kChips = 3;
+    constexpr uint32_t kRow = 2;
+    for (uint32_t chip = 0; chip < kChips; ++chip) {
+        for (uint32_t link = 0; link < kRow * 32; ++link) {
             HandMade map(kChips, kRow, Words(kChips * kRow, 0));
             Words expected(kChips * kRow, 0);
-            expected[chip * kRow + link / 32] = std::uint32_t{1} << (link % 32);
+            expected[chip * kRow + link / 32] = uint32_t{1} << (link % 32);
             DXR_SaveLinkToBitMap(map.Get(), chip, link);
             ASSERT_EQ(map.Bits(), expected) << chip << ' ' << link;
         }
@@ -317,7 +317,7 @@ TEST(SaveLinkToBitMap, SpareBitsOfTheRowCanBeSetAndNoneBehind) {
     ASSERT_NE(map, nullptr);
     DXR_SaveLinkToBitMap(map, 0, 25);
     EXPECT_THAT(WordsOf(map), ElementsAre(0x02000000, 0));
-    for (const std::uint32_t link : {32U, 33U, 64U, 0x80000000U, kMax32}) {
+    for (const uint32_t link : {32U, 33U, 64U, 0x80000000U, kMax32}) {
         DXR_SaveLinkToBitMap(map, 0, link);
         DXR_SaveLinkToBitMap(map, 1, link);
     }
@@ -357,12 +357,12 @@ TEST(SaveLinkToBitMapByAbsLinkId, TheDivisorIsTheNumberOfChips) {
 }
 
 TEST(SaveLinkToBitMapByAbsLinkId, EveryAbsoluteLink) {
-    constexpr std::uint32_t kChips = 5;
-    for (std::uint32_t absolute = 0; absolute < 60; ++absolute) {
+    constexpr uint32_t kChips = 5;
+    for (uint32_t absolute = 0; absolute < 60; ++absolute) {
         HandMade map(kChips, 1, Words(kChips, 0));
         Words expected(kChips, 0);
         if (absolute / kChips < kChips) {
-            expected[absolute / kChips] = std::uint32_t{1} << (absolute % kChips);
+            expected[absolute / kChips] = uint32_t{1} << (absolute % kChips);
         }
         DXR_SaveLinkToBitMapByAbsLinkId(map.Get(), absolute);
         ASSERT_EQ(map.Bits(), expected) << absolute;
@@ -409,7 +409,7 @@ TEST(FillLinkBitMapToBuf, EveryRoomCutsTheTextAndTerminatesIt) {
         " Chip2: Valid[10][ 0x9000000f 0x00000008 0x00000007 ]"
         " Chip3: Valid[0][ 0x00000000 0x00000000 0x00000000 ]"
         " Chip4: Valid[21][ 0x00000003 0x00000002 0xabcdef01 ]";
-    for (std::uint32_t room = 1; room <= 300; ++room) {
+    for (uint32_t room = 1; room <= 300; ++room) {
         GuardedBuffer buffer(room);
         DXR_FillLinkBitMapToBuf(map.Get(), buffer.Data(), room);
         ASSERT_EQ(buffer.Text(), whole.substr(0, room - 1)) << room;
@@ -505,7 +505,7 @@ TEST(PrintLinkToBitMap, TheCallersTextEndsAtItsFirstNul) {
 
 TEST(PrintLinkToBitMap, TheLineIsCutAt1023CharactersWhereverItIsFull) {
     ExampleMap map;
-    for (std::size_t length = 880; length <= 1100; ++length) {
+    for (size_t length = 880; length <= 1100; ++length) {
         TestHost host;
         host.WithPrint();
         const std::string callers(length, 'x');
@@ -518,7 +518,7 @@ TEST(PrintLinkToBitMap, TheLineIsCutAt1023CharactersWhereverItIsFull) {
 
 std::string g_lineBuffer;
 
-DXR_PRINTF(2, 3) void KeepLineBuffer(std::uint32_t, const char *format, ...) {
+DXR_PRINTF(2, 3) void KeepLineBuffer(uint32_t, const char *format, ...) {
     std::va_list args;
     va_start(args, format);
     g_lineBuffer.assign(va_arg(args, const char *), 1024);

@@ -19,8 +19,8 @@ using Comparator = int (*)(const void *, const void *);
 
 struct SortCall {
     void *base;
-    std::size_t count;
-    std::size_t size;
+    size_t count;
+    size_t size;
     Comparator comparator;
 };
 
@@ -30,8 +30,8 @@ std::vector<SortCall> g_sorts;
 }  // namespace
 
 // Stands before the C library's qsort, so that the test sees what the library hands to it.
-extern "C" void qsort(void *base, std::size_t count, std::size_t size, Comparator comparator) {
-    using Sort = void (*)(void *, std::size_t, std::size_t, Comparator);
+extern "C" void qsort(void *base, size_t count, size_t size, Comparator comparator) {
+    using Sort = void (*)(void *, size_t, size_t, Comparator);
     static const auto next = reinterpret_cast<Sort>(dlsym(RTLD_NEXT, "qsort"));
     if (g_recordSorts) {
         g_sorts.push_back({base, count, size, comparator});
@@ -42,26 +42,26 @@ extern "C" void qsort(void *base, std::size_t count, std::size_t size, Comparato
 
 namespace {
 
-using Elements = std::vector<std::int32_t>;
+using Elements = std::vector<int32_t>;
 
-constexpr std::int32_t kIntMax = std::numeric_limits<std::int32_t>::max();
-constexpr std::int32_t kIntMin = std::numeric_limits<std::int32_t>::min();
-constexpr std::uint32_t kMax32 = 0xFFFFFFFF;
-constexpr std::uint64_t kMax64 = ~std::uint64_t{0};
+constexpr int32_t kIntMax = std::numeric_limits<int32_t>::max();
+constexpr int32_t kIntMin = std::numeric_limits<int32_t>::min();
+constexpr uint32_t kMax32 = 0xFFFFFFFF;
+constexpr uint64_t kMax64 = ~uint64_t{0};
 
 const auto kAborted = testing::KilledBySignal(SIGABRT);
 
-std::uint32_t Count(const Elements &elements) {
-    return static_cast<std::uint32_t>(elements.size());
+uint32_t Count(const Elements &elements) {
+    return static_cast<uint32_t>(elements.size());
 }
 
 // ---- Comparison and sorting
 
-std::int32_t Ascend(std::int32_t a, std::int32_t b) {
+int32_t Ascend(int32_t a, int32_t b) {
     return DXR_AscendCmp(&a, &b);
 }
 
-std::int32_t Descend(std::int32_t a, std::int32_t b) {
+int32_t Descend(int32_t a, int32_t b) {
     return DXR_DescendCmp(&a, &b);
 }
 
@@ -155,7 +155,7 @@ TEST(Sorts, ElementsTooFarApartAbort) {
 // ---- Search, extremes, parity
 
 TEST(Find, LowestIndexOfTheValue) {
-    const std::vector<std::uint32_t> elements = {9, 4, 7, 4, 0, kMax32};
+    const std::vector<uint32_t> elements = {9, 4, 7, 4, 0, kMax32};
     EXPECT_EQ(DXR_Find(elements.data(), 9, 6), 0U);
     EXPECT_EQ(DXR_Find(elements.data(), 4, 6), 1U);
     EXPECT_EQ(DXR_Find(elements.data(), 0, 6), 4U);
@@ -163,7 +163,7 @@ TEST(Find, LowestIndexOfTheValue) {
 }
 
 TEST(Find, WhatIsNotThereGivesAllOnes) {
-    const std::vector<std::uint32_t> elements = {9, 4, 7};
+    const std::vector<uint32_t> elements = {9, 4, 7};
     EXPECT_EQ(DXR_Find(elements.data(), 5, 3), kMax32);
     EXPECT_EQ(DXR_Find(elements.data(), 7, 2), kMax32);
     EXPECT_EQ(DXR_Find(elements.data(), 9, 0), kMax32);
@@ -184,14 +184,14 @@ TEST(Extremes, AreComparedUnsigned) {
 TEST(Extremes, Of64BitsLookAtAllOfThem) {
     EXPECT_EQ(DXR_Max64(kMax64, 1), kMax64);
     EXPECT_EQ(DXR_Min64(kMax64, 1), 1U);
-    EXPECT_EQ(DXR_Max64(std::uint64_t{1} << 32, kMax32), std::uint64_t{1} << 32);
-    EXPECT_EQ(DXR_Min64(std::uint64_t{1} << 32, kMax32), kMax32);
-    EXPECT_EQ(DXR_Max64(1, std::uint64_t{1} << 63), std::uint64_t{1} << 63);
-    EXPECT_EQ(DXR_Min64(1, std::uint64_t{1} << 63), 1U);
+    EXPECT_EQ(DXR_Max64(uint64_t{1} << 32, kMax32), uint64_t{1} << 32);
+    EXPECT_EQ(DXR_Min64(uint64_t{1} << 32, kMax32), kMax32);
+    EXPECT_EQ(DXR_Max64(1, uint64_t{1} << 63), uint64_t{1} << 63);
+    EXPECT_EQ(DXR_Min64(1, uint64_t{1} << 63), 1U);
 }
 
 TEST(Parity, IsBitZero) {
-    for (const std::uint32_t even : {0U, 2U, 0x80000000U, 0xFFFFFFFEU}) {
+    for (const uint32_t even : {0U, 2U, 0x80000000U, 0xFFFFFFFEU}) {
         EXPECT_EQ(DXR_IsOdd(even), 0U);
         EXPECT_EQ(DXR_IsEven(even), 1U);
         EXPECT_EQ(DXR_IsOdd(even + 1), 1U);
@@ -202,8 +202,8 @@ TEST(Parity, IsBitZero) {
 // ---- Rates, percentages, division, averages
 
 struct ScaledRate {
-    std::uint64_t rate;
-    std::uint32_t unit;
+    uint64_t rate;
+    uint32_t unit;
     bool operator==(const ScaledRate &other) const {
         return rate == other.rate && unit == other.unit;
     }
@@ -213,7 +213,7 @@ void PrintTo(const ScaledRate &scaled, std::ostream *out) {
     *out << scaled.rate << " unit " << scaled.unit;
 }
 
-ScaledRate Scaled(std::uint64_t rate) {
+ScaledRate Scaled(uint64_t rate) {
     ScaledRate scaled = {rate, 77};
     DXR_ConvertRateUnit(&scaled.rate, &scaled.unit);
     return scaled;
@@ -237,7 +237,7 @@ TEST(ConvertRateUnit, SmallRatesAreDividedToo) {
 
 TEST(ConvertRateUnit, RatesOf64Bits) {
     EXPECT_EQ(Scaled(1'999'999'999), (ScaledRate{1, 2}));
-    EXPECT_EQ(Scaled((std::uint64_t{1} << 32) + 5), (ScaledRate{4, 2}));
+    EXPECT_EQ(Scaled((uint64_t{1} << 32) + 5), (ScaledRate{4, 2}));
     EXPECT_EQ(Scaled(kMax64), (ScaledRate{18'446'744'073, 2}));
 }
 
@@ -262,8 +262,8 @@ TEST(CalPercentage, TheProductWraps) {
 }
 
 struct Quotient {
-    std::uint32_t whole;
-    std::uint32_t fraction;
+    uint32_t whole;
+    uint32_t fraction;
     bool operator==(const Quotient &other) const {
         return whole == other.whole && fraction == other.fraction;
     }
@@ -273,9 +273,9 @@ void PrintTo(const Quotient &quotient, std::ostream *out) {
     *out << quotient.whole << " fraction " << quotient.fraction;
 }
 
-constexpr std::uint32_t kUnwritten = 0xDEADBEEF;
+constexpr uint32_t kUnwritten = 0xDEADBEEF;
 
-Quotient Div(std::uint32_t dividend, std::uint32_t divisor, std::uint32_t decimals) {
+Quotient Div(uint32_t dividend, uint32_t divisor, uint32_t decimals) {
     Quotient quotient = {0, kUnwritten};
     quotient.whole = DXR_Div(dividend, divisor, decimals, &quotient.fraction);
     return quotient;
@@ -309,7 +309,7 @@ TEST(Div, TheProductWraps) {
 
 TEST(Div, TheScaleStopsAtTheGreatest32BitNumber) {
     // 10^9 fits; from 10^10 on the scale is 2^32 - 1, which times n is -n at 32 bits.
-    for (const std::uint32_t decimals : {10U, 11U, 308U, 309U, 1'000'000U, kMax32}) {
+    for (const uint32_t decimals : {10U, 11U, 308U, 309U, 1'000'000U, kMax32}) {
         EXPECT_EQ(Div(1, 1, decimals), (Quotient{1, 0})) << decimals;
         EXPECT_EQ(Div(1, 2, decimals), (Quotient{0, 0x7FFFFFFF})) << decimals;
         EXPECT_EQ(Div(7, 2, decimals), (Quotient{3, (kMax32 - 6) / 2 + 3})) << decimals;
@@ -317,7 +317,7 @@ TEST(Div, TheScaleStopsAtTheGreatest32BitNumber) {
     EXPECT_EQ(Div(1, 2, 9), (Quotient{0, 500'000'000}));
 }
 
-std::int32_t Avg(const Elements &values) {
+int32_t Avg(const Elements &values) {
     return DXR_Avg(values.data(), Count(values));
 }
 
@@ -332,7 +332,7 @@ TEST(Avg, IsTruncatedTowardZero) {
 
 TEST(Avg, OfNothingIsZero) {
     EXPECT_EQ(DXR_Avg(nullptr, 0), 0);
-    const std::int32_t value = 5;
+    const int32_t value = 5;
     EXPECT_EQ(DXR_Avg(&value, 0), 0);
 }
 
@@ -354,8 +354,8 @@ TEST(Avg, ASumThatDoesNotFitAborts) {
 // ---- Byte order
 
 TEST(ByteOrder, TheHostIsLittleEndian) {
-    const std::uint16_t one = 1;
-    EXPECT_EQ(*reinterpret_cast<const std::uint8_t *>(&one), 1);
+    const uint16_t one = 1;
+    EXPECT_EQ(*reinterpret_cast<const uint8_t *>(&one), 1);
     EXPECT_EQ(DXR_IsLittleEndianess(), 1U);
 }
 
@@ -381,7 +381,7 @@ TEST(ByteOrder, Of16Bits) {
 }
 
 TEST(FlipBit, LowBytesInReverseOrder) {
-    const std::uint64_t value = 0x1122334455667788;
+    const uint64_t value = 0x1122334455667788;
     EXPECT_EQ(DXR_FlipBit(0x1234, 2), 0x3412U);
     EXPECT_EQ(DXR_FlipBit(value, 0), 0U);
     EXPECT_EQ(DXR_FlipBit(value, 1), 0x88U);
@@ -395,11 +395,11 @@ TEST(FlipBit, LowBytesInReverseOrder) {
 }
 
 TEST(FlipBit, BeyondEightBytesShiftsAreTakenModulo64) {
-    const std::uint64_t value = 0x1122334455667788;
-    for (std::uint32_t byteCount = 0; byteCount <= 64; ++byteCount) {
-        std::uint64_t expected = 0;
-        for (std::uint32_t i = 0; i < byteCount; ++i) {
-            const std::uint64_t byte = value >> (8 * i % 64) & 0xFF;
+    const uint64_t value = 0x1122334455667788;
+    for (uint32_t byteCount = 0; byteCount <= 64; ++byteCount) {
+        uint64_t expected = 0;
+        for (uint32_t i = 0; i < byteCount; ++i) {
+            const uint64_t byte = value >> (8 * i % 64) & 0xFF;
             expected |= byte << (8 * (byteCount - 1 - i) % 64);
         }
         EXPECT_EQ(DXR_FlipBit(value, byteCount), expected) << byteCount;
@@ -408,7 +408,7 @@ TEST(FlipBit, BeyondEightBytesShiftsAreTakenModulo64) {
 }
 
 TEST(FlipBit, HugeByteCountsEndAtOnce) {
-    const std::uint64_t value = 0x1122334455667788;
+    const uint64_t value = 0x1122334455667788;
     // The count decides by its remainder of 8 alone: 0xFFFFFFFF is 7 modulo 8, as is 15.
     EXPECT_EQ(DXR_FlipBit(value, kMax32), DXR_FlipBit(value, 15));
     EXPECT_EQ(DXR_FlipBit(value, 0xFFFFFFF8), DXR_FlipBit(value, 8));

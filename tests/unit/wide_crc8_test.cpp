@@ -1,4 +1,4 @@
-#include "internal/wide_crc8.h"
+#include "kernels/wide_crc8.h"
 
 #include <algorithm>
 #include <array>
@@ -14,21 +14,21 @@
 
 namespace {
 
-using Table = std::array<std::uint8_t, 256>;
+using Table = std::array<uint8_t, 256>;
 
 Table GeneratorsTable() {
     Table table;
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        table[i] = dxr::Crc8Entry(static_cast<std::uint8_t>(i));
+    for (size_t i = 0; i < table.size(); ++i) {
+        table[i] = dxr::Crc8Entry(static_cast<uint8_t>(i));
     }
     return table;
 }
 
-void FillRandomly(std::mt19937_64 &random, std::uint8_t *bytes, std::size_t size) {
-    std::generate_n(bytes, size, [&random] { return static_cast<std::uint8_t>(random()); });
+void FillRandomly(std::mt19937_64 &random, uint8_t *bytes, size_t size) {
+    std::generate_n(bytes, size, [&random] { return static_cast<uint8_t>(random()); });
 }
 
-class WideCrc8 : public testing::TestWithParam<std::uint32_t> {
+class WideCrc8 : public testing::TestWithParam<uint32_t> {
     const dxrtest::CpuLevel level_{GetParam()};
 };
 
@@ -38,11 +38,11 @@ INSTANTIATE_TEST_SUITE_P(Levels, WideCrc8, testing::ValuesIn(dxrtest::CpuLevels(
 TEST_P(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
     const Table table = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
-    for (std::size_t length = 0; length <= 1200; ++length) {
-        for (std::size_t shift = 0; shift < 4; ++shift) {
-            const auto bytes = std::make_unique<std::uint8_t[]>(shift + length);
+    for (size_t length = 0; length <= 1200; ++length) {
+        for (size_t shift = 0; shift < 4; ++shift) {
+            const auto bytes = std::make_unique<uint8_t[]>(shift + length);
             FillRandomly(random, bytes.get(), shift + length);
-            const std::uint8_t *const data = bytes.get() + shift;
+            const uint8_t *const data = bytes.get() + shift;
             ASSERT_EQ(dxr::Crc8(table.data(), data, length),
                       dxr::Crc8ByBytes(table.data(), data, length))
                 << "length " << length;
@@ -53,9 +53,9 @@ TEST_P(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
 TEST_P(WideCrc8, OfLongData) {
     const Table table = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
-    std::vector<std::uint8_t> data(200'000);
+    std::vector<uint8_t> data(200'000);
     FillRandomly(random, data.data(), data.size());
-    for (const std::size_t length : {65'535U, 65'536U, 65'537U, 199'999U, 200'000U}) {
+    for (const size_t length : {65'535U, 65'536U, 65'537U, 199'999U, 200'000U}) {
         EXPECT_EQ(dxr::Crc8(table.data(), data.data(), length),
                   dxr::Crc8ByBytes(table.data(), data.data(), length));
     }
@@ -63,11 +63,11 @@ TEST_P(WideCrc8, OfLongData) {
 
 TEST_P(WideCrc8, EveryBitOfTheDataCounts) {
     const Table table = GeneratorsTable();
-    for (const std::size_t length : {16U, 31U, 300U}) {
-        std::vector<std::uint8_t> data(length, 0);
-        for (std::size_t bit = 0; bit < 8 * length; ++bit) {
-            data[bit / 8] = static_cast<std::uint8_t>(1U << bit % 8);
-            const std::uint32_t crc = dxr::Crc8(table.data(), data.data(), length);
+    for (const size_t length : {16U, 31U, 300U}) {
+        std::vector<uint8_t> data(length, 0);
+        for (size_t bit = 0; bit < 8 * length; ++bit) {
+            data[bit / 8] = static_cast<uint8_t>(1U << bit % 8);
+            const uint32_t crc = dxr::Crc8(table.data(), data.data(), length);
             ASSERT_NE(crc, 0U) << "bit " << bit << " of " << length << " bytes";
             ASSERT_EQ(crc, dxr::Crc8ByBytes(table.data(), data.data(), length));
             data[bit / 8] = 0;
@@ -80,14 +80,14 @@ TEST_P(WideCrc8, AChangedEntryDecides) {
     const Table generators = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     int different = 0;
-    for (std::size_t entry = 0; entry < generators.size(); ++entry) {
-        for (const std::size_t length : {1U, 15U, 16U, 17U, 64U, 1000U}) {
+    for (size_t entry = 0; entry < generators.size(); ++entry) {
+        for (const size_t length : {1U, 15U, 16U, 17U, 64U, 1000U}) {
             Table table = generators;
-            table[entry] ^= static_cast<std::uint8_t>(1U << random() % 8);
-            std::vector<std::uint8_t> data(length);
+            table[entry] ^= static_cast<uint8_t>(1U << random() % 8);
+            std::vector<uint8_t> data(length);
             FillRandomly(random, data.data(), length);
-            data[0] = static_cast<std::uint8_t>(entry);
-            const std::uint32_t crc = dxr::Crc8(table.data(), data.data(), length);
+            data[0] = static_cast<uint8_t>(entry);
+            const uint32_t crc = dxr::Crc8(table.data(), data.data(), length);
             ASSERT_EQ(crc, dxr::Crc8ByBytes(table.data(), data.data(), length))
                 << "entry " << entry << ", length " << length;
             different += crc != dxr::Crc8(generators.data(), data.data(), length) ? 1 : 0;
@@ -98,7 +98,7 @@ TEST_P(WideCrc8, AChangedEntryDecides) {
 
 TEST_P(WideCrc8, ATableOfZerosGivesZero) {
     const Table zeros = {};
-    const std::vector<std::uint8_t> data(500, 0xFF);
+    const std::vector<uint8_t> data(500, 0xFF);
     EXPECT_EQ(dxr::Crc8(zeros.data(), data.data(), data.size()), 0U);
 }
 

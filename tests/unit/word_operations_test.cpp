@@ -1,4 +1,4 @@
-#include "internal/word_operations.h"
+#include "kernels/word_operations.h"
 
 #include <gmock/gmock.h>
 
@@ -16,23 +16,23 @@
 
 namespace {
 
-using Words = std::vector<std::uint32_t>;
+using Words = std::vector<uint32_t>;
 
-Words RandomWords(std::mt19937_64 &random, std::size_t size) {
+Words RandomWords(std::mt19937_64 &random, size_t size) {
     Words words(size);
     std::generate(words.begin(), words.end(),
-                  [&random] { return static_cast<std::uint32_t>(random()); });
+                  [&random] { return static_cast<uint32_t>(random()); });
     return words;
 }
 
 struct Operation {
     const char *name;
-    void (*ofArrays)(std::uint32_t *dst, const std::uint32_t *src, std::uint32_t count) noexcept;
-    std::uint32_t (*ofWords)(std::uint32_t dst, std::uint32_t src);
+    void (*ofArrays)(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept;
+    uint32_t (*ofWords)(uint32_t dst, uint32_t src);
 
     // Word by word, from index 0 up.
-    void Plain(std::uint32_t *dst, const std::uint32_t *src, std::size_t count) const {
-        for (std::size_t i = 0; i < count; ++i) {
+    void Plain(uint32_t *dst, const uint32_t *src, size_t count) const {
+        for (size_t i = 0; i < count; ++i) {
             dst[i] = ofWords(dst[i], src[i]);
         }
     }
@@ -42,7 +42,7 @@ void PrintTo(const Operation &operation, std::ostream *out) {
     *out << operation.name;
 }
 
-class WordOperations : public testing::TestWithParam<std::tuple<Operation, std::uint32_t>> {
+class WordOperations : public testing::TestWithParam<std::tuple<Operation, uint32_t>> {
   protected:
     const Operation operation_ = std::get<0>(GetParam());
 
@@ -54,21 +54,20 @@ INSTANTIATE_TEST_SUITE_P(
     All, WordOperations,
     testing::Combine(
         testing::Values(
-            Operation{"copy", dxr::CopyWords, [](std::uint32_t, std::uint32_t s) { return s; }},
-            Operation{"or", dxr::OrWords, [](std::uint32_t d, std::uint32_t s) { return d | s; }},
-            Operation{"and", dxr::AndWords, [](std::uint32_t d, std::uint32_t s) { return d & s; }},
-            Operation{"xor", dxr::XorWords,
-                      [](std::uint32_t d, std::uint32_t s) { return d ^ s; }}),
+            Operation{"copy", dxr::CopyWords, [](uint32_t, uint32_t s) { return s; }},
+            Operation{"or", dxr::OrWords, [](uint32_t d, uint32_t s) { return d | s; }},
+            Operation{"and", dxr::AndWords, [](uint32_t d, uint32_t s) { return d & s; }},
+            Operation{"xor", dxr::XorWords, [](uint32_t d, uint32_t s) { return d ^ s; }}),
         testing::ValuesIn(dxrtest::CpuLevels())));
 
 TEST_P(WordOperations, OfSeparateArraysAtEveryLengthAndStart) {
-    constexpr std::size_t kStarts = 8;
+    constexpr size_t kStarts = 8;
     std::mt19937_64 random(dxrtest::Seed());
-    std::vector<std::size_t> lengths(90);
-    std::generate(lengths.begin(), lengths.end(), [n = std::size_t{0}]() mutable { return n++; });
+    std::vector<size_t> lengths(90);
+    std::generate(lengths.begin(), lengths.end(), [n = size_t{0}]() mutable { return n++; });
     lengths.insert(lengths.end(), {255, 256, 257, 263, 264, 300, 1023, 1024, 1055, 5000});
-    for (const std::size_t length : lengths) {
-        for (std::size_t starts = 0; starts < kStarts * kStarts; ++starts) {
+    for (const size_t length : lengths) {
+        for (size_t starts = 0; starts < kStarts * kStarts; ++starts) {
             const Words before = RandomWords(random, length);
             const Words source = RandomWords(random, length);
             Words expected = before;
@@ -85,16 +84,16 @@ TEST_P(WordOperations, OfSeparateArraysAtEveryLengthAndStart) {
 
 // Distances below, at and above those of a vector register and of a step of several.
 TEST_P(WordOperations, OfOverlappingArraysGoFromTheFirstWordUp) {
-    constexpr std::size_t kSource = 70;
+    constexpr size_t kSource = 70;
     std::mt19937_64 random(dxrtest::Seed());
-    for (const std::size_t length : {1U, 7U, 8U, 9U, 31U, 32U, 33U, 64U, 100U, 256U, 300U, 333U}) {
-        for (std::size_t target = 0; target <= 2 * kSource; ++target) {
+    for (const size_t length : {1U, 7U, 8U, 9U, 31U, 32U, 33U, 64U, 100U, 256U, 300U, 333U}) {
+        for (size_t target = 0; target <= 2 * kSource; ++target) {
             const Words before = RandomWords(random, length + 2 * kSource);
             Words expected = before;
             operation_.Plain(expected.data() + target, expected.data() + kSource, length);
             dxrtest::GuardedWords arena(before, target % 3);
             operation_.ofArrays(arena.Data() + target, arena.Data() + kSource,
-                                static_cast<std::uint32_t>(length));
+                                static_cast<uint32_t>(length));
             ASSERT_EQ(arena.Words(), expected)
                 << length << " words from " << kSource << " to " << target;
             ASSERT_TRUE(arena.Intact());
@@ -104,7 +103,7 @@ TEST_P(WordOperations, OfOverlappingArraysGoFromTheFirstWordUp) {
 
 TEST_P(WordOperations, OfNoWordsTouchNothing) {
     operation_.ofArrays(nullptr, nullptr, 0);
-    std::uint32_t words[] = {1, 2};
+    uint32_t words[] = {1, 2};
     operation_.ofArrays(words, words + 1, 0);
     EXPECT_THAT(words, testing::ElementsAre(1, 2));
 }

@@ -1,4 +1,4 @@
-#include "internal/word_queries.h"
+#include "kernels/word_queries.h"
 
 #include <gmock/gmock.h>
 
@@ -15,22 +15,22 @@
 
 namespace {
 
-using Words = std::vector<std::uint32_t>;
+using Words = std::vector<uint32_t>;
 
-constexpr std::size_t kMaxLength = 140;  // beyond several steps of several vector registers
-constexpr std::size_t kStarts = 8;
+constexpr size_t kMaxLength = 140;  // beyond several steps of several vector registers
+constexpr size_t kStarts = 8;
 
-std::uint32_t Word(std::mt19937_64 &random) {
-    return static_cast<std::uint32_t>(random());
+uint32_t Word(std::mt19937_64 &random) {
+    return static_cast<uint32_t>(random());
 }
 
-Words RandomWords(std::mt19937_64 &random, std::size_t size) {
+Words RandomWords(std::mt19937_64 &random, size_t size) {
     Words words(size);
     std::generate(words.begin(), words.end(), [&random] { return Word(random); });
     return words;
 }
 
-class WordQueries : public testing::TestWithParam<std::uint32_t> {
+class WordQueries : public testing::TestWithParam<uint32_t> {
     const dxrtest::CpuLevel level_{GetParam()};
 };
 
@@ -40,13 +40,13 @@ INSTANTIATE_TEST_SUITE_P(Levels, WordQueries, testing::ValuesIn(dxrtest::CpuLeve
 TEST_P(WordQueries, EveryDifferentWordIsSeenAtEveryLengthAndStart) {
     std::mt19937_64 random(dxrtest::Seed());
     const Words a = RandomWords(random, kMaxLength + 2 * kStarts);
-    for (std::uint32_t length = 0; length <= kMaxLength; ++length) {
-        const std::size_t start = length % kStarts;
+    for (uint32_t length = 0; length <= kMaxLength; ++length) {
+        const size_t start = length % kStarts;
         Words b(a.size());
-        std::transform(a.begin(), a.end(), b.begin(), [](std::uint32_t word) { return ~word; });
+        std::transform(a.begin(), a.end(), b.begin(), [](uint32_t word) { return ~word; });
         std::copy_n(a.data() + start, length, b.data() + start);
         ASSERT_EQ(dxr::AreSameWords(a.data() + start, b.data() + start, length), 1U) << length;
-        for (std::size_t i = start; i < start + length; ++i) {
+        for (size_t i = start; i < start + length; ++i) {
             b[i] ^= 1U << i % 32;
             ASSERT_EQ(dxr::AreSameWords(a.data() + start, b.data() + start, length), 0U)
                 << length << ", word " << i - start;
@@ -58,12 +58,12 @@ TEST_P(WordQueries, EveryDifferentWordIsSeenAtEveryLengthAndStart) {
 TEST_P(WordQueries, ArraysOverPagesOfDifferentAlignmentAreCompared) {
     std::mt19937_64 random(dxrtest::Seed());
     const Words a = RandomWords(random, 5000);
-    for (std::size_t shift = 0; shift < 1030; shift += 103) {
+    for (size_t shift = 0; shift < 1030; shift += 103) {
         Words shifted(shift);
         shifted.insert(shifted.end(), a.begin(), a.end());
-        std::uint32_t *const b = shifted.data() + shift;
+        uint32_t *const b = shifted.data() + shift;
         ASSERT_EQ(dxr::AreSameWords(a.data(), b, 5000), 1U) << shift;
-        for (std::size_t i = 0; i < a.size(); i += 11) {
+        for (size_t i = 0; i < a.size(); i += 11) {
             b[i] ^= 0x80000000;
             ASSERT_EQ(dxr::AreSameWords(a.data(), b, 5000), 0U) << shift << ", word " << i;
             b[i] = a[i];
@@ -74,10 +74,10 @@ TEST_P(WordQueries, ArraysOverPagesOfDifferentAlignmentAreCompared) {
 // Whichever array ends in front of the page, wherever the first difference lies.
 TEST_P(WordQueries, NoPageBehindTheFirstDifferenceIsTouched) {
     const dxrtest::GuardedPage page;
-    auto *const end = static_cast<std::uint32_t *>(page.End());
+    auto *const end = static_cast<uint32_t *>(page.End());
     const Words other(200, 0);
-    for (std::ptrdiff_t length = 1; length <= 100; ++length) {
-        for (std::ptrdiff_t difference = 1; difference <= length; ++difference) {
+    for (ptrdiff_t length = 1; length <= 100; ++length) {
+        for (ptrdiff_t difference = 1; difference <= length; ++difference) {
             std::fill(end - length, end, 0U);
             end[-difference] = 1;
             ASSERT_EQ(dxr::AreSameWords(end - length, other.data(), 200), 0U) << length;
@@ -87,12 +87,12 @@ TEST_P(WordQueries, NoPageBehindTheFirstDifferenceIsTouched) {
 }
 
 TEST_P(WordQueries, EveryWordThatIsNotZeroIsSeenAtEveryLengthAndStart) {
-    for (std::uint32_t length = 0; length <= kMaxLength; ++length) {
-        const std::size_t start = length % kStarts;
+    for (uint32_t length = 0; length <= kMaxLength; ++length) {
+        const size_t start = length % kStarts;
         Words words(start + length + 1, 0xFFFFFFFF);
         std::fill_n(words.data() + start, length, 0U);
         ASSERT_EQ(dxr::AreZeroWords(words.data() + start, length), 1U) << length;
-        for (std::size_t i = start; i < start + length; ++i) {
+        for (size_t i = start; i < start + length; ++i) {
             words[i] = 1U << (i + length) % 32;
             ASSERT_EQ(dxr::AreZeroWords(words.data() + start, length), 0U)
                 << length << ", word " << i - start;
@@ -104,9 +104,9 @@ TEST_P(WordQueries, EveryWordThatIsNotZeroIsSeenAtEveryLengthAndStart) {
 TEST_P(WordQueries, BitsAreCountedAtEveryLengthAndStart) {
     std::mt19937_64 random(dxrtest::Seed());
     const Words words = RandomWords(random, kMaxLength + kStarts);
-    for (std::size_t start = 0; start < kStarts; ++start) {
-        std::size_t expected = 0;
-        for (std::uint32_t length = 0; length <= kMaxLength; ++length) {
+    for (size_t start = 0; start < kStarts; ++start) {
+        size_t expected = 0;
+        for (uint32_t length = 0; length <= kMaxLength; ++length) {
             ASSERT_EQ(dxr::BitsInWords(words.data() + start, length), expected) << length;
             expected += std::bitset<32>(words[start + length]).count();
         }
@@ -120,10 +120,10 @@ TEST_P(WordQueries, AllBitsOfManyWordsAreCounted) {
 
 TEST_P(WordQueries, NoWordBehindTheArrayIsRead) {
     const dxrtest::GuardedPage page;
-    auto *const end = static_cast<std::uint32_t *>(page.End());
+    auto *const end = static_cast<uint32_t *>(page.End());
     const Words zeros(kMaxLength, 0);
     std::fill(end - kMaxLength, end, 0U);
-    for (std::uint32_t length = 0; length <= kMaxLength; ++length) {
+    for (uint32_t length = 0; length <= kMaxLength; ++length) {
         ASSERT_EQ(dxr::AreSameWords(end - length, zeros.data(), length), 1U);
         ASSERT_EQ(dxr::AreZeroWords(end - length, length), 1U);
         ASSERT_EQ(dxr::BitsInWords(end - length, length), 0U);

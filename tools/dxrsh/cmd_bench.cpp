@@ -28,7 +28,7 @@ std::string Processor() {
     constexpr std::string_view kKey = "model name";
     std::ifstream lines("/proc/cpuinfo");
     for (std::string line; std::getline(lines, line);) {
-        const std::size_t colon = line.find(": ");
+        const size_t colon = line.find(": ");
         if (line.compare(0, kKey.size(), kKey) == 0 && colon != std::string::npos) {
             return line.substr(colon + 2);
         }
@@ -60,8 +60,8 @@ std::vector<bench::Figure> Figures() {
     };
 }
 
-std::size_t WidthOf(const std::vector<bench::Figure> &figures) {
-    std::size_t width = 0;
+size_t WidthOf(const std::vector<bench::Figure> &figures) {
+    size_t width = 0;
     for (const bench::Figure &figure : figures) {
         width = std::max(width, figure.name.size());
     }
@@ -79,7 +79,7 @@ void RunBench(const BenchOptions &options) {
     const std::vector<bench::Figure> figures = Figures();
     Output output(STDOUT_FILENO);
     output.Write(fmt::format("processor: {}\n\n", Processor()));
-    const std::size_t width = WidthOf(figures);
+    const size_t width = WidthOf(figures);
     output.Write(fmt::format(fmt::runtime(kHeadings), "function", width, "library ns", "peer ns",
                              "ratio", "peer"));
     for (const bench::Figure &figure : figures) {

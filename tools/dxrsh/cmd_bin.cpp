@@ -32,19 +32,19 @@ struct LatestOptions {
 // A block of the host's memory that the library handed over.
 class LoadedData {
   public:
-    LoadedData(std::uint8_t *bytes, std::uint32_t length) : bytes_(bytes), length_(length) {}
+    LoadedData(uint8_t *bytes, uint32_t length) : bytes_(bytes), length_(length) {}
     ~LoadedData() { DXR_Free(bytes_, __FILE__, __LINE__); }
     LoadedData(const LoadedData &) = delete;
     LoadedData &operator=(const LoadedData &) = delete;
     LoadedData(LoadedData &&) = delete;
     LoadedData &operator=(LoadedData &&) = delete;
 
-    [[nodiscard]] std::uint32_t Length() const { return length_; }
-    [[nodiscard]] std::uint32_t Crc() const { return DXR_CalculateCrc8(bytes_, length_); }
+    [[nodiscard]] uint32_t Length() const { return length_; }
+    [[nodiscard]] uint32_t Crc() const { return DXR_CalculateCrc8(bytes_, length_); }
 
   private:
-    std::uint8_t *bytes_;
-    std::uint32_t length_;
+    uint8_t *bytes_;
+    uint32_t length_;
 };
 
 // The library's own words about its latest failure.
@@ -57,7 +57,7 @@ std::string WordsOf(const MessageCatcher &messages, std::string_view otherwise) 
 }
 
 // The library forms its paths in as much room, and cuts what is longer.
-constexpr std::size_t kPathSize = 256;
+constexpr size_t kPathSize = 256;
 
 // A path that was cut leads to another file, if to any.
 void RequireWholePath(const std::string &path) {
@@ -76,8 +76,8 @@ void RunBin(const BinOptions &options) {
     const MessageCatcher messages;
     DxrHostSetWorkPath(options.workPath.c_str());
     std::array<char, kPathSize> path{};
-    std::uint8_t *bytes = nullptr;
-    std::uint32_t length = 0;
+    uint8_t *bytes = nullptr;
+    uint32_t length = 0;
     if (DXR_GetBinFilePath(options.folder.c_str(), options.name.c_str(), path.data(), kPathSize) !=
             0 ||
         DXR_GetBinFileData(options.folder.c_str(), options.name.c_str(), &bytes, &length) != 0) {
@@ -91,8 +91,8 @@ void RunBin(const BinOptions &options) {
 }
 
 void RunLatest(const LatestOptions &options) {
-    constexpr std::uint32_t kNoneMatched = 12;
-    constexpr std::size_t kNameSize = 256;  // file systems allow 255 bytes
+    constexpr uint32_t kNoneMatched = 12;
+    constexpr size_t kNameSize = 256;  // file systems allow 255 bytes
     if (options.directory.empty()) {
         throw UsageError("latest: the directory has no name");
     }
@@ -101,8 +101,7 @@ void RunLatest(const LatestOptions &options) {
     const MessageCatcher messages;
     DxrHostSetWorkPath(options.directory.c_str());
     std::array<char, kNameSize> name{};
-    const std::uint32_t result =
-        DXR_GetLatestFile(options.pattern.c_str(), ".", name.data(), kNameSize);
+    const uint32_t result = DXR_GetLatestFile(options.pattern.c_str(), ".", name.data(), kNameSize);
     if (result == kNoneMatched) {
         throw RunError(
             fmt::format("no name in {} contains '{}'", options.directory, options.pattern));

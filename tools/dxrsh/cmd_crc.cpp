@@ -15,24 +15,24 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kBlockSize = std::size_t{1} << 20U;
+constexpr size_t kBlockSize = size_t{1} << 20U;
 
 struct FileCrc {
-    std::uint32_t crc = 0;
-    std::uint64_t bytes = 0;
+    uint32_t crc = 0;
+    uint64_t bytes = 0;
 };
 
 // Block by block: as the register starts at 0 and takes in a byte by XOR, what it holds behind one
 // block is carried on by the first byte of the next.
 FileCrc CrcOf(Input &input) {
-    std::vector<std::uint8_t> block(kBlockSize);
+    std::vector<uint8_t> block(kBlockSize);
     FileCrc result;
     for (;;) {
-        const std::size_t got = input.Read(reinterpret_cast<char *>(block.data()), block.size());
+        const size_t got = input.Read(reinterpret_cast<char *>(block.data()), block.size());
         if (got == 0) {
             return result;
         }
-        block[0] = static_cast<std::uint8_t>(block[0] ^ result.crc);
+        block[0] = static_cast<uint8_t>(block[0] ^ result.crc);
         result.crc = DXR_CalculateCrc8(block.data(), got);
         result.bytes += got;
     }

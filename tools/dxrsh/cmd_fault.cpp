@@ -26,14 +26,14 @@ namespace {
 
 struct FaultOptions {
     std::vector<std::string> rules;
-    std::optional<std::uint32_t> timeout;
+    std::optional<uint32_t> timeout;
     std::string path = "-";
-    std::uint32_t uptime = 0;
+    uint32_t uptime = 0;
     std::string endTime;
     std::optional<int> year;
 };
 
-using Rule = std::pair<std::uint32_t, std::uint32_t>;  // seconds, events
+using Rule = std::pair<uint32_t, uint32_t>;  // seconds, events
 
 std::vector<Rule> ParseRules(const std::vector<std::string> &texts) {
     std::vector<Rule> rules;
@@ -78,7 +78,7 @@ class RuleSet {
     std::vector<std::unique_ptr<DxrFaultSpec>> specs_;
 };
 
-std::optional<std::uint32_t> ParseEnd(const std::string &text) {
+std::optional<uint32_t> ParseEnd(const std::string &text) {
     if (text.empty()) {
         return std::nullopt;
     }

@@ -27,17 +27,16 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::uint32_t kLastLogType = 28;
-constexpr std::size_t kComparedCharacters =
-    1023;  // of a message; the library's buffer holds no more
-constexpr std::size_t kTopLines = 10;
-constexpr std::size_t kTopWidth = 100;
+constexpr uint32_t kLastLogType = 28;
+constexpr size_t kComparedCharacters = 1023;  // of a message; the library's buffer holds no more
+constexpr size_t kTopLines = 10;
+constexpr size_t kTopWidth = 100;
 
 struct FilterOptions {
     std::string path = "-";
-    std::uint32_t logType = 0;
-    std::uint32_t interval = 0;
-    std::uint32_t tableRows = 10;
+    uint32_t logType = 0;
+    uint32_t interval = 0;
+    uint32_t tableRows = 10;
     std::optional<std::string> key;
     std::optional<int> year;
 };
@@ -78,9 +77,9 @@ class LogFilter {
 };
 
 struct Counts {
-    std::uint64_t lines = 0;
-    std::uint64_t passed = 0;
-    std::uint64_t unasked = 0;  // of those that passed
+    uint64_t lines = 0;
+    uint64_t passed = 0;
+    uint64_t unasked = 0;  // of those that passed
 };
 
 class FilterRun {
@@ -188,12 +187,12 @@ class FilterRun {
     std::string scratch_;
 };
 
-double Percent(std::uint64_t part, std::uint64_t whole) {
+double Percent(uint64_t part, uint64_t whole) {
     return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
 }
 
 void SayCounts(const Counts &counts) {
-    const std::uint64_t suppressed = counts.lines - counts.passed;
+    const uint64_t suppressed = counts.lines - counts.passed;
     Say(stderr, "lines read   {:>10}\n", counts.lines);
     Say(stderr, "let through  {:>10}  {:5.1f} %\n", counts.passed,
         Percent(counts.passed, counts.lines));
@@ -215,21 +214,21 @@ void SayMostSuppressed(const std::vector<SuppressedLine> &lines) {
 
 // The filter's own table of the log type, with its latest entries.
 void SayTable(const FilterOptions &options) {
-    constexpr std::uint32_t kRoomForHead = 1024;
-    constexpr std::uint32_t kRoomForRow = 128;
+    constexpr uint32_t kRoomForHead = 1024;
+    constexpr uint32_t kRoomForRow = 128;
     DxrLogFilterCfg show{};
     show.logType = options.logType;
     std::vector<char> text(kRoomForHead);
-    std::uint32_t length = 0;
+    uint32_t length = 0;
     // Showing no row drops what is out of date, so that the rows chosen next are the live ones.
     DXR_ShowLogFilterInfo(&show, text.data(), &length, kRoomForHead);
     const DxrLogFilterInfo info = *DXR_GetLogFilter(options.logType);
-    const std::uint32_t live = info.curSize;
-    const std::uint32_t rows = std::min(options.tableRows, live);
+    const uint32_t live = info.curSize;
+    const uint32_t rows = std::min(options.tableRows, live);
     show.key1 = info.curIndex + live - rows;
     show.key2 = rows;
-    text.resize(kRoomForHead + std::size_t{rows} * kRoomForRow);
-    DXR_ShowLogFilterInfo(&show, text.data(), &length, static_cast<std::uint32_t>(text.size()));
+    text.resize(kRoomForHead + size_t{rows} * kRoomForRow);
+    DXR_ShowLogFilterInfo(&show, text.data(), &length, static_cast<uint32_t>(text.size()));
     Say(stderr, "\nthe filter's table, its last {} of {} entries\n{}", rows, live,
         PlainLines({text.data(), length}));
 }
@@ -269,7 +268,7 @@ void AddFilterCommand(CLI::App &program) {
     command->add_option("FILE", options->path, "The log; - or nothing is standard input");
     command->add_option("--type", options->logType, "Log type, 0 to 28 (default 0)")
         ->transform(AsWholeNumber())
-        ->check(CLI::Range(std::uint32_t{0}, kLastLogType))
+        ->check(CLI::Range(uint32_t{0}, kLastLogType))
         ->type_name("N");
     command
         ->add_option("--interval", options->interval,

@@ -20,19 +20,19 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::uint64_t kMostWords = 1U << 16U;
+constexpr uint64_t kMostWords = 1U << 16U;
 
 struct LinksOptions {
-    std::uint32_t chips = 0;
-    std::uint32_t linksPerChip = 0;
+    uint32_t chips = 0;
+    uint32_t linksPerChip = 0;
     std::vector<std::string> links;
     std::string title = "links:";
     bool whole = false;
 };
 
 struct Link {
-    std::uint32_t chip;
-    std::uint32_t link;
+    uint32_t chip;
+    uint32_t link;
 };
 
 // "CHIP:LINK", or a number that counts the links across the chips.
@@ -42,7 +42,7 @@ Link ParseLink(const std::string &text, const LinksOptions &options) {
     if (sides.size() == 2) {
         link = {RequireNumber(sides[0], "chip"), RequireNumber(sides[1], "link")};
     } else {
-        const std::uint32_t number = RequireNumber(text, "link");
+        const uint32_t number = RequireNumber(text, "link");
         link = {DXR_CalcChipIdByAbsoluteLinkId(number, options.linksPerChip),
                 DXR_CalcLinkIdByAbsoluteLinkId(number, options.linksPerChip)};
     }
@@ -78,11 +78,11 @@ class LinkMap {
 
     // All chips, whatever their number.
     [[nodiscard]] std::string AllChips() const {
-        constexpr std::size_t kChip = 48;  // with two numbers of ten digits
-        constexpr std::size_t kWord = 11;
-        const std::size_t words = map_->wordNumPerChip;
+        constexpr size_t kChip = 48;  // with two numbers of ten digits
+        constexpr size_t kWord = 11;
+        const size_t words = map_->wordNumPerChip;
         std::vector<char> text(map_->chipNum * (kChip + words * kWord) + 1);
-        DXR_FillLinkBitMapToBuf(map_, text.data(), static_cast<std::uint32_t>(text.size()));
+        DXR_FillLinkBitMapToBuf(map_, text.data(), static_cast<uint32_t>(text.size()));
         return text.data();
     }
 
@@ -91,7 +91,7 @@ class LinkMap {
 };
 
 void RunLinks(const LinksOptions &options) {
-    const std::uint64_t words = (std::uint64_t{options.linksPerChip} + 31) / 32;
+    const uint64_t words = (uint64_t{options.linksPerChip} + 31) / 32;
     if (options.chips == 0 || options.linksPerChip == 0 || words * options.chips > kMostWords) {
         throw UsageError(fmt::format("links: {} chips of {} links make no map of 1 to {} words",
                                      options.chips, options.linksPerChip, kMostWords));

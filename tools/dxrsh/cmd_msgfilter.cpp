@@ -28,12 +28,12 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kMaxDepth = 16;
+constexpr size_t kMaxDepth = 16;
 
 struct MsgFilterOptions {
     std::string treeFile;
     std::string path;
-    std::uint32_t count = 0;
+    uint32_t count = 0;
     ReplayOptions replay;
 };
 
@@ -43,7 +43,7 @@ struct Level {
     std::vector<std::unique_ptr<Level>> below;
 };
 
-Level ReadLevel(std::vector<JsonObject> rows, const std::string &file, std::size_t depth) {
+Level ReadLevel(std::vector<JsonObject> rows, const std::string &file, size_t depth) {
     if (depth > kMaxDepth) {
         throw UsageError(fmt::format("{}: the tree has more than {} levels", file, kMaxDepth));
     }
@@ -63,7 +63,7 @@ Level ReadLevel(std::vector<JsonObject> rows, const std::string &file, std::size
             level.below.push_back(
                 std::make_unique<Level>(ReadLevel(std::move(children), file, depth + 1)));
             record.subFilters = level.below.back()->records.data();
-            record.subFilterNum = static_cast<std::uint32_t>(level.below.back()->records.size());
+            record.subFilterNum = static_cast<uint32_t>(level.below.back()->records.size());
         }
         level.records.push_back(record);
     }
@@ -72,8 +72,8 @@ Level ReadLevel(std::vector<JsonObject> rows, const std::string &file, std::size
 
 // Message types from the first level down; none for the root.
 struct FilterPath {
-    std::array<std::uint32_t, kMaxDepth> types{};
-    std::uint32_t length = 0;
+    std::array<uint32_t, kMaxDepth> types{};
+    uint32_t length = 0;
 
     // "1/2/3", or "/" for the root.
     static FilterPath Parse(std::string_view text) {
@@ -82,7 +82,7 @@ struct FilterPath {
             return path;
         }
         for (const std::string_view piece : Split(text, '/')) {
-            const std::uint32_t type = RequireNumber(piece, fmt::format("path '{}'", text));
+            const uint32_t type = RequireNumber(piece, fmt::format("path '{}'", text));
             if (path.length == kMaxDepth) {
                 throw UsageError(fmt::format("path '{}' has more than {} levels", text, kMaxDepth));
             }
@@ -109,7 +109,7 @@ class FilterTree {
         const Level level = ReadLevel(std::move(rows), InputName(file), 1);
         static const DxrMessageFilterInfo kNoRecords{};
         root_ = DXR_CreateMessageFilter(level.records.empty() ? &kNoRecords : level.records.data(),
-                                        static_cast<std::uint32_t>(level.records.size()));
+                                        static_cast<uint32_t>(level.records.size()));
     }
     ~FilterTree() { DXR_DestroyMessageFilter(&root_); }
     FilterTree(const FilterTree &) = delete;
@@ -118,9 +118,9 @@ class FilterTree {
     FilterTree &operator=(FilterTree &&) = delete;
 
     // Throws UsageError when the path leads nowhere.
-    void Set(const std::string &text, std::uint32_t count) const {
+    void Set(const std::string &text, uint32_t count) const {
         const FilterPath path = FilterPath::Parse(text);
-        std::list<std::uint32_t> toFind(path.types.begin(), path.types.begin() + path.length);
+        std::list<uint32_t> toFind(path.types.begin(), path.types.begin() + path.length);
         toFind.push_front(0);
         if (root_->Find(toFind) == nullptr) {
             throw UsageError(fmt::format("the tree has no node at '{}'", text));
@@ -140,7 +140,7 @@ class FilterTree {
         std::string whole;
         root_->GetFilterStr(whole);
         std::vector<char> text(whole.size() + 1);
-        DXR_GetMessageFilterStr(root_, text.data(), static_cast<std::uint32_t>(text.size()));
+        DXR_GetMessageFilterStr(root_, text.data(), static_cast<uint32_t>(text.size()));
         return PlainLines(text.data());
     }
 
@@ -166,9 +166,8 @@ void Set(const MsgFilterOptions &options) {
 
 void Replay(const MsgFilterOptions &options) {
     const FilterTree tree(options.treeFile);
-    ForEachSetting(options.replay, [&tree](const std::string &path, std::uint32_t count) {
-        tree.Set(path, count);
-    });
+    ForEachSetting(options.replay,
+                   [&tree](const std::string &path, uint32_t count) { tree.Set(path, count); });
     Output output(STDOUT_FILENO);
     ForEachMessage(options.replay, [&output, &tree](const std::string &message) {
         output.Write(

@@ -19,13 +19,13 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kLongestText = std::size_t{16} << 20U;
-constexpr std::uint32_t kNoLength = 0xFFFFFFFF;
+constexpr size_t kLongestText = size_t{16} << 20U;
+constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
 struct PrivateLogOptions {
     std::string name;
     std::string textFile = "-";
-    std::uint32_t maxLength = 0;
+    uint32_t maxLength = 0;
 };
 
 void RequireDirectory() {
@@ -41,8 +41,8 @@ void RequireName(const std::string &name) {
     }
 }
 
-std::uint32_t LengthOf(const std::string &name) {
-    const std::uint32_t length = DXR_GetPrivateLogLen(name.c_str());
+uint32_t LengthOf(const std::string &name) {
+    const uint32_t length = DXR_GetPrivateLogLen(name.c_str());
     if (length == kNoLength) {
         throw RunError(fmt::format("there is no log {}{}", DXR_HOST_LOG_DIRECTORY, name));
     }
@@ -55,14 +55,14 @@ void Write(const PrivateLogOptions &options) {
     if (text.find('\0') != std::string::npos) {
         throw RunError(fmt::format("{} holds a NUL byte, which ends a text", input.Name()));
     }
-    const std::uint32_t before = DXR_GetPrivateLogLen(options.name.c_str());
+    const uint32_t before = DXR_GetPrivateLogLen(options.name.c_str());
     const MessageCatcher messages;
-    (void)DXR_WritePrivateLog(options.name.c_str(), static_cast<std::uint32_t>(text.size()),
+    (void)DXR_WritePrivateLog(options.name.c_str(), static_cast<uint32_t>(text.size()),
                               text.c_str());
     if (!messages.Last().empty()) {
         throw RunError(messages.Last());
     }
-    const std::uint32_t length = LengthOf(options.name);
+    const uint32_t length = LengthOf(options.name);
     Output output(STDOUT_FILENO);
     output.Write(fmt::format("{}: {} bytes added, {} in all\n", options.name,
                              length - (before == kNoLength ? 0 : before), length));
@@ -70,9 +70,9 @@ void Write(const PrivateLogOptions &options) {
 }
 
 void Read(const PrivateLogOptions &options) {
-    std::vector<char> text(std::size_t{LengthOf(options.name)} + 1);
-    if (DXR_GetPrivateLog(options.name.c_str(), text.data(),
-                          static_cast<std::uint32_t>(text.size())) != 0) {
+    std::vector<char> text(size_t{LengthOf(options.name)} + 1);
+    if (DXR_GetPrivateLog(options.name.c_str(), text.data(), static_cast<uint32_t>(text.size())) !=
+        0) {
         throw RunError(fmt::format("cannot read {}{}", DXR_HOST_LOG_DIRECTORY, options.name));
     }
     Output output(STDOUT_FILENO);
@@ -81,14 +81,14 @@ void Read(const PrivateLogOptions &options) {
 }
 
 void Length(const PrivateLogOptions &options) {
-    const std::uint32_t length = LengthOf(options.name);
+    const uint32_t length = LengthOf(options.name);
     Output output(STDOUT_FILENO);
     output.Write(fmt::format("{}\n", length));
     output.Flush();
 }
 
 void Cut(const PrivateLogOptions &options) {
-    const std::uint32_t before = LengthOf(options.name);
+    const uint32_t before = LengthOf(options.name);
     const MessageCatcher messages;
     if (DXR_FixPrivateLogLen(options.name.c_str(), options.maxLength) != 0) {
         throw RunError(fmt::format("cannot cut {}{}", DXR_HOST_LOG_DIRECTORY, options.name));

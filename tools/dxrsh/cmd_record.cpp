@@ -48,11 +48,11 @@ class Recorder {
     }
 
     [[nodiscard]] static std::string Listing() {
-        constexpr std::size_t kRecords = 1024;
-        constexpr std::size_t kLongestEntry = 400;  // 255 characters of text, the rest numbers
+        constexpr size_t kRecords = 1024;
+        constexpr size_t kLongestEntry = 400;  // 255 characters of text, the rest numbers
         std::vector<char> text(kRecords * kLongestEntry);
-        const std::uint32_t length =
-            DXR_GetAllRecordStr(text.data(), static_cast<std::uint32_t>(text.size()));
+        const uint32_t length =
+            DXR_GetAllRecordStr(text.data(), static_cast<uint32_t>(text.size()));
         return PlainLines({text.data(), length});
     }
 

@@ -23,13 +23,13 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kLongestName = 255;
-constexpr std::size_t kLongestNumber = 10;
+constexpr size_t kLongestName = 255;
+constexpr size_t kLongestNumber = 10;
 
 struct SimulateOptions {
     std::string path;
-    std::uint32_t id = 0;
-    std::uint32_t count = 0;
+    uint32_t id = 0;
+    uint32_t count = 0;
     ReplayOptions replay;
 };
 
@@ -49,7 +49,7 @@ class SimulateTable {
                                 names_.back().c_str()});
             row.RefuseOtherKeys();
         }
-        DXR_RegisterSimulateMsgMap(entries_.data(), static_cast<std::uint32_t>(entries_.size()));
+        DXR_RegisterSimulateMsgMap(entries_.data(), static_cast<uint32_t>(entries_.size()));
     }
     ~SimulateTable() { DXR_RegisterSimulateMsgMap(nullptr, 0); }
     SimulateTable(const SimulateTable &) = delete;
@@ -58,9 +58,9 @@ class SimulateTable {
     SimulateTable &operator=(SimulateTable &&) = delete;
 
     // What the library answers; throws UsageError when the table has no such entry.
-    [[nodiscard]] static std::string Set(std::uint32_t id, std::uint32_t count) {
+    [[nodiscard]] static std::string Set(uint32_t id, uint32_t count) {
         std::vector<char> text(kLongestName + 200);
-        DXR_SetSimulateMsgLost(id, count, text.data(), static_cast<std::uint32_t>(text.size()));
+        DXR_SetSimulateMsgLost(id, count, text.data(), static_cast<uint32_t>(text.size()));
         if (DXR_GetSimulateMsgBySimluateId(id) == nullptr) {
             throw UsageError(text.data());
         }
@@ -68,14 +68,14 @@ class SimulateTable {
     }
 
     [[nodiscard]] std::string Listing() const {
-        constexpr std::size_t kHeading = 100;
-        constexpr std::size_t kRow = 60 + 3 * kLongestNumber;
-        std::size_t room = kHeading;
+        constexpr size_t kHeading = 100;
+        constexpr size_t kRow = 60 + 3 * kLongestNumber;
+        size_t room = kHeading;
         for (const std::string &name : names_) {
             room += kRow + name.size();
         }
         std::vector<char> text(room);
-        DXR_DisplaySimulateMsgLost(text.data(), static_cast<std::uint32_t>(text.size()));
+        DXR_DisplaySimulateMsgLost(text.data(), static_cast<uint32_t>(text.size()));
         return PlainLines(text.data());
     }
 
@@ -104,7 +104,7 @@ void Set(const SimulateOptions &options) {
 void Replay(const SimulateOptions &options) {
     const Host host;
     const SimulateTable table(options.path);
-    ForEachSetting(options.replay, [](const std::string &id, std::uint32_t count) {
+    ForEachSetting(options.replay, [](const std::string &id, uint32_t count) {
         (void)SimulateTable::Set(RequireNumber(id, "--set"), count);
     });
     Output output(STDOUT_FILENO);

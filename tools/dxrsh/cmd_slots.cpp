@@ -48,8 +48,8 @@ void RunSlots(const SlotsOptions &options) {
     Output output(STDOUT_FILENO);
     output.Write(
         fmt::format(fmt::runtime(kRow), "slot", "group", "index", "function", "host", "fallback"));
-    std::size_t shown = 0;
-    std::size_t filled = 0;
+    size_t shown = 0;
+    size_t filled = 0;
     for (const SlotRow &row : kSlotTable) {
         if (options.group && *options.group != row.group) {
             continue;

@@ -13,8 +13,8 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kReadSize = std::size_t{1} << 20U;
-constexpr std::size_t kWriteSize = std::size_t{1} << 18U;
+constexpr size_t kReadSize = size_t{1} << 20U;
+constexpr size_t kWriteSize = size_t{1} << 18U;
 
 std::string LastError() {
     return std::strerror(errno);  // NOLINT(concurrency-mt-unsafe): dxrsh has one thread
@@ -34,7 +34,7 @@ Input::Input(const std::string &path)
     }
     struct stat status {};
     if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
-        size_ = static_cast<std::uint64_t>(status.st_size);
+        size_ = static_cast<uint64_t>(status.st_size);
     }
 }
 
@@ -44,7 +44,7 @@ Input::~Input() {
     }
 }
 
-std::size_t Input::Read(char *buffer, std::size_t room) {
+size_t Input::Read(char *buffer, size_t room) {
     ssize_t got = 0;
     do {
         got = read(fd_, buffer, room);
@@ -52,15 +52,15 @@ std::size_t Input::Read(char *buffer, std::size_t room) {
     if (got < 0) {
         throw RunError(fmt::format("cannot read {}: {}", name_, LastError()));
     }
-    return static_cast<std::size_t>(got);
+    return static_cast<size_t>(got);
 }
 
-std::string ReadWhole(Input &input, std::size_t limit) {
+std::string ReadWhole(Input &input, size_t limit) {
     std::string whole;
     for (;;) {
-        const std::size_t before = whole.size();
+        const size_t before = whole.size();
         whole.resize(before + kReadSize);
-        const std::size_t got = input.Read(whole.data() + before, kReadSize);
+        const size_t got = input.Read(whole.data() + before, kReadSize);
         whole.resize(before + got);
         if (got == 0) {
             return whole;
@@ -100,7 +100,7 @@ bool LineReader::Fill() {
     if (onRead_) {
         onRead_();
     }
-    const std::size_t got = input_.Read(buffer_.data() + end_, buffer_.size() - 1 - end_);
+    const size_t got = input_.Read(buffer_.data() + end_, buffer_.size() - 1 - end_);
     end_ += got;
     bytesRead_ += got;
     atEnd_ = got == 0;
@@ -108,15 +108,15 @@ bool LineReader::Fill() {
 }
 
 bool LineReader::Next(Line &line) {
-    std::size_t searched = 0;  // bytes behind begin_ known to hold no line break
+    size_t searched = 0;  // bytes behind begin_ known to hold no line break
     for (;;) {
         char *const start = buffer_.data() + begin_;
-        const std::size_t known = end_ - begin_;
+        const size_t known = end_ - begin_;
         void *const found = std::memchr(start + searched, '\n', known - searched);
         if (found != nullptr) {
             char *const lineBreak = static_cast<char *>(found);
             *lineBreak = '\0';
-            line = {{start, static_cast<std::size_t>(lineBreak - start)}, true};
+            line = {{start, static_cast<size_t>(lineBreak - start)}, true};
             begin_ += line.text.size() + 1;
             return true;
         }
@@ -142,11 +142,11 @@ void Output::Write(std::string_view text) {
 }
 
 void Output::Flush() {
-    std::size_t done = 0;
+    size_t done = 0;
     while (done < buffer_.size()) {
         const ssize_t put = write(fd_, buffer_.data() + done, buffer_.size() - done);
         if (put >= 0) {
-            done += static_cast<std::size_t>(put);
+            done += static_cast<size_t>(put);
         } else if (errno != EINTR) {
             const int error = errno;
             buffer_.clear();

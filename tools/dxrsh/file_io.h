@@ -26,20 +26,20 @@ class Input {
     Input &operator=(Input &&) = delete;
 
     // Reads at most `room` bytes; 0 at the end. Throws RunError.
-    [[nodiscard]] std::size_t Read(char *buffer, std::size_t room);
+    [[nodiscard]] size_t Read(char *buffer, size_t room);
 
     [[nodiscard]] const std::string &Name() const { return name_; }
     // Bytes of a regular file; 0 when that is not known.
-    [[nodiscard]] std::uint64_t Size() const { return size_; }
+    [[nodiscard]] uint64_t Size() const { return size_; }
 
   private:
     std::string name_;
     int fd_;
-    std::uint64_t size_ = 0;
+    uint64_t size_ = 0;
 };
 
 // The whole input. Throws RunError, also when it is longer than `limit`.
-[[nodiscard]] std::string ReadWhole(Input &input, std::size_t limit);
+[[nodiscard]] std::string ReadWhole(Input &input, size_t limit);
 
 struct Line {
     std::string_view text;  // without its line break; the byte behind it is NUL
@@ -63,7 +63,7 @@ class LineReader {
     // Reads the first block if nothing has been read yet.
     void Prime();
 
-    [[nodiscard]] std::uint64_t BytesRead() const { return bytesRead_; }
+    [[nodiscard]] uint64_t BytesRead() const { return bytesRead_; }
 
   private:
     bool Fill();
@@ -71,9 +71,9 @@ class LineReader {
     Input &input_;
     std::function<void()> onRead_;
     std::vector<char> buffer_;
-    std::size_t begin_ = 0;  // first byte not yet given out
-    std::size_t end_ = 0;    // behind the last byte read; buffer_ has room for a NUL there
-    std::uint64_t bytesRead_ = 0;
+    size_t begin_ = 0;  // first byte not yet given out
+    size_t end_ = 0;    // behind the last byte read; buffer_ has room for a NUL there
+    uint64_t bytesRead_ = 0;
     bool atEnd_ = false;
 };
 

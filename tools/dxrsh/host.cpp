@@ -10,7 +10,7 @@
 
 namespace dxrsh {
 
-Host::Host(std::uint32_t maxLevel) {
+Host::Host(uint32_t maxLevel) {
     if (DxrHostInstall() != 0) {
         throw RunError("the development host could not be installed");
     }
@@ -25,7 +25,7 @@ Host::~Host() {
 }
 
 MessageCatcher::MessageCatcher() {
-    const auto keep = [](std::uint32_t, const char *text, void *user) {
+    const auto keep = [](uint32_t, const char *text, void *user) {
         static_cast<MessageCatcher *>(user)->last_ = text;
     };
     DxrHostSetPrintSink(keep, this, kLevelAll);
@@ -37,7 +37,7 @@ MessageCatcher::~MessageCatcher() {
 
 std::string MemoryReport() {
     std::vector<DxrHostMemoryAccount> accounts(DxrHostGetMemoryAccounts(nullptr, 0));
-    DxrHostGetMemoryAccounts(accounts.data(), static_cast<std::uint32_t>(accounts.size()));
+    DxrHostGetMemoryAccounts(accounts.data(), static_cast<uint32_t>(accounts.size()));
     std::string report;
     for (const DxrHostMemoryAccount &account : accounts) {
         report +=

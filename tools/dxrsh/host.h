@@ -8,14 +8,14 @@
 namespace dxrsh {
 
 // Levels of the library's messages, as far as commands choose among them.
-constexpr std::uint32_t kLevelFailure = 1;
-constexpr std::uint32_t kLevelAll = 6;
+constexpr uint32_t kLevelFailure = 1;
+constexpr uint32_t kLevelAll = 6;
 
 // Installs the host for the time of a command: a stopped clock, no diagnostic lines, and the
 // library's messages up to `maxLevel` on standard error.
 class Host {
   public:
-    explicit Host(std::uint32_t maxLevel = kLevelFailure);
+    explicit Host(uint32_t maxLevel = kLevelFailure);
     ~Host();
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;

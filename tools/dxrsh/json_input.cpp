@@ -12,14 +12,14 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kLongestFile = std::size_t{16} << 20U;
-constexpr std::size_t kComplaintWidth = 200;
+constexpr size_t kLongestFile = size_t{16} << 20U;
+constexpr size_t kComplaintWidth = 200;
 
 // Without the class of the exception in front, and with nothing of the file that a terminal could
 // obey.
 std::string Complaint(const nlohmann::json::exception &error) {
     const std::string_view text = error.what();
-    const std::size_t classEnd = text.find("] ");
+    const size_t classEnd = text.find("] ");
     return Printable(classEnd == std::string_view::npos ? text : text.substr(classEnd + 2),
                      kComplaintWidth);
 }
@@ -56,22 +56,22 @@ bool JsonObject::Has(const char *key) const {
     return value_->contains(key);
 }
 
-std::uint32_t JsonObject::Number(const char *key) {
-    constexpr std::uint64_t kMax = 0xFFFFFFFF;
+uint32_t JsonObject::Number(const char *key) {
+    constexpr uint64_t kMax = 0xFFFFFFFF;
     const nlohmann::json &value = Value(key);
-    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > kMax) {
+    if (!value.is_number_unsigned() || value.get<uint64_t>() > kMax) {
         throw UsageError(
             fmt::format("{}: '{}' must be a whole number from 0 to {}", place_, key, kMax));
     }
-    return value.get<std::uint32_t>();
+    return value.get<uint32_t>();
 }
 
-std::uint32_t JsonObject::Number(const char *key, std::uint32_t fallback) {
+uint32_t JsonObject::Number(const char *key, uint32_t fallback) {
     asked_.insert(key);
     return Has(key) ? Number(key) : fallback;
 }
 
-std::string JsonObject::Text(const char *key, std::size_t maxLength) {
+std::string JsonObject::Text(const char *key, size_t maxLength) {
     const nlohmann::json &value = Value(key);
     if (!value.is_string()) {
         throw UsageError(fmt::format("{}: '{}' must be a text", place_, key));
@@ -97,7 +97,7 @@ std::vector<JsonObject> JsonObject::Objects(const char *key) {
         throw UsageError(fmt::format("{}: '{}' must be a list", place_, key));
     }
     std::vector<JsonObject> objects;
-    for (std::size_t i = 0; i < value.size(); ++i) {
+    for (size_t i = 0; i < value.size(); ++i) {
         objects.emplace_back(value[i], fmt::format("{}: {}[{}]", place_, key, i));
     }
     return objects;

@@ -21,11 +21,11 @@ class JsonObject {
     JsonObject(const nlohmann::json &value, std::string place);
 
     // A whole number from 0 to 4294967295.
-    [[nodiscard]] std::uint32_t Number(const char *key);
-    [[nodiscard]] std::uint32_t Number(const char *key, std::uint32_t fallback);
+    [[nodiscard]] uint32_t Number(const char *key);
+    [[nodiscard]] uint32_t Number(const char *key, uint32_t fallback);
 
     // A text without control characters, of at most `maxLength` bytes.
-    [[nodiscard]] std::string Text(const char *key, std::size_t maxLength);
+    [[nodiscard]] std::string Text(const char *key, size_t maxLength);
 
     // A list of objects, which may be empty.
     [[nodiscard]] std::vector<JsonObject> Objects(const char *key);

@@ -10,7 +10,7 @@ namespace {
 
 StampReader ReaderFor(std::optional<int> year) {
     return year ? StampReader::FromYear(*year)
-                : StampReader::Before(static_cast<std::uint32_t>(std::time(nullptr)));
+                : StampReader::Before(static_cast<uint32_t>(std::time(nullptr)));
 }
 
 }  // namespace
@@ -25,7 +25,7 @@ const char *const kStampHelp =
 LineClock::LineClock(std::optional<int> year) : stamps_(ReaderFor(year)) {
 }
 
-void LineClock::Set(std::uint32_t sec) {
+void LineClock::Set(uint32_t sec) {
     if (!firstSec_) {
         firstSec_ = sec;
     }

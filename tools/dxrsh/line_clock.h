@@ -14,7 +14,7 @@
 namespace dxrsh {
 
 // Where the clock of a log without any stamp stands: 2000-01-01 00:00:00.
-constexpr std::uint32_t kUnstampedSec = 946684800;
+constexpr uint32_t kUnstampedSec = 946684800;
 
 class LineClock {
   public:
@@ -23,7 +23,7 @@ class LineClock {
     explicit LineClock(std::optional<int> year);
 
     // The start-up time at the first stamp; it counts on from there.
-    void SetUptime(std::uint32_t sec) { startupSec_ = sec; }
+    void SetUptime(uint32_t sec) { startupSec_ = sec; }
 
     // Sets the clock for the lines before the first stamp: to that stamp's time if it stands in the
     // beginning of the log given here, else to kUnstampedSec.
@@ -32,14 +32,14 @@ class LineClock {
     // Sets the clock to the line's stamp, or leaves it; returns the line without its stamp.
     std::string_view Take(std::string_view line);
 
-    void Set(std::uint32_t sec);
-    [[nodiscard]] std::uint32_t Now() const { return nowSec_; }
+    void Set(uint32_t sec);
+    [[nodiscard]] uint32_t Now() const { return nowSec_; }
 
   private:
     StampReader stamps_;
-    std::optional<std::uint32_t> firstSec_;
-    std::uint32_t startupSec_ = 0;
-    std::uint32_t nowSec_ = kUnstampedSec;
+    std::optional<uint32_t> firstSec_;
+    uint32_t startupSec_ = 0;
+    uint32_t nowSec_ = kUnstampedSec;
 };
 
 // Adds the option --year to a command that reads stamps.

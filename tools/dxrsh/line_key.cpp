@@ -39,26 +39,26 @@ bool LineKey::Find(const char *text, Keys &keys) const {
         return false;
     }
     keys = {};
-    const std::size_t first = regex_.re_nsub == 0 ? 0 : 1;
-    const std::size_t count = regex_.re_nsub == 0 ? 1 : regex_.re_nsub;
-    for (std::size_t i = 0; i < count; ++i) {
+    const size_t first = regex_.re_nsub == 0 ? 0 : 1;
+    const size_t count = regex_.re_nsub == 0 ? 1 : regex_.re_nsub;
+    for (size_t i = 0; i < count; ++i) {
         const regmatch_t &match = matches[first + i];
         if (match.rm_so >= 0) {
             keys[i] =
-                KeyValue({text + match.rm_so, static_cast<std::size_t>(match.rm_eo - match.rm_so)});
+                KeyValue({text + match.rm_so, static_cast<size_t>(match.rm_eo - match.rm_so)});
         }
     }
     return true;
 }
 
-std::uint32_t KeyValue(std::string_view text) {
+uint32_t KeyValue(std::string_view text) {
     if (const auto number = WholeNumber(text)) {
         return *number;
     }
-    std::uint32_t hash = 0;
+    uint32_t hash = 0;
     DxrLogFilterHashInput input{};
     input.text = text.data();
-    input.length = static_cast<std::uint32_t>(text.size());
+    input.length = static_cast<uint32_t>(text.size());
     DXR_SimpleHash(&input, &hash);
     return hash;
 }

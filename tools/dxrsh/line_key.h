@@ -12,8 +12,8 @@
 
 namespace dxrsh {
 
-constexpr std::size_t kKeyCount = 4;
-using Keys = std::array<std::uint32_t, kKeyCount>;
+constexpr size_t kKeyCount = 4;
+using Keys = std::array<uint32_t, kKeyCount>;
 
 class LineKey {
   public:
@@ -36,7 +36,7 @@ class LineKey {
 
 // A decimal number that fits in 32 bits, or one in hexadecimal digits behind 0x, is its own value;
 // any other text is its hash (h * 31 + byte).
-[[nodiscard]] std::uint32_t KeyValue(std::string_view text);
+[[nodiscard]] uint32_t KeyValue(std::string_view text);
 
 }  // namespace dxrsh
 

@@ -29,7 +29,7 @@ void AddCommands(CLI::App &program) {
 
 // On one line, whatever the names in the text hold.
 void Complain(const std::exception &error) {
-    constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+    constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
     dxrsh::Say(stderr, "dxrsh: {}\n", dxrsh::Printable(error.what(), kNoLimit));
 }
 

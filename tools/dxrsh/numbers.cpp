@@ -11,14 +11,14 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::size_t kShownWidth = 60;
+constexpr size_t kShownWidth = 60;
 
 }  // namespace
 
-std::optional<std::uint32_t> WholeNumber(std::string_view text) {
+std::optional<uint32_t> WholeNumber(std::string_view text) {
     const bool hexadecimal = text.substr(0, 2) == "0x";
     const std::string_view digits = hexadecimal ? text.substr(2) : text;
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     const char *const end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, value, hexadecimal ? 16 : 10);
     return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
@@ -29,7 +29,7 @@ std::string NoWholeNumber(std::string_view text) {
                        Printable(text, kShownWidth));
 }
 
-std::uint32_t RequireNumber(std::string_view text, std::string_view what) {
+uint32_t RequireNumber(std::string_view text, std::string_view what) {
     const auto number = WholeNumber(text);
     if (!number) {
         throw UsageError(fmt::format("{}: {}", what, NoWholeNumber(text)));
@@ -40,7 +40,7 @@ std::uint32_t RequireNumber(std::string_view text, std::string_view what) {
 std::vector<std::string_view> Split(std::string_view text, char separator) {
     std::vector<std::string_view> pieces;
     for (;;) {
-        const std::size_t end = text.find(separator);
+        const size_t end = text.find(separator);
         pieces.push_back(text.substr(0, end));
         if (end == std::string_view::npos) {
             return pieces;

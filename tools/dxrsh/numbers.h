@@ -13,13 +13,13 @@ namespace dxrsh {
 
 // Decimal, or hexadecimal behind 0x; nothing when the text is anything else or does not fit in 32
 // bits.
-[[nodiscard]] std::optional<std::uint32_t> WholeNumber(std::string_view text);
+[[nodiscard]] std::optional<uint32_t> WholeNumber(std::string_view text);
 
 // What is wrong with a text that is no such number.
 [[nodiscard]] std::string NoWholeNumber(std::string_view text);
 
 // As above. Throws UsageError; `what` names the number in its text.
-[[nodiscard]] std::uint32_t RequireNumber(std::string_view text, std::string_view what);
+[[nodiscard]] uint32_t RequireNumber(std::string_view text, std::string_view what);
 
 // The pieces between separators; an empty text is one empty piece.
 [[nodiscard]] std::vector<std::string_view> Split(std::string_view text, char separator);

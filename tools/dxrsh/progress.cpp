@@ -10,22 +10,22 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::uint64_t kLargeBytes = 16U << 20U;
-constexpr std::size_t kBarWidth = 40;
+constexpr uint64_t kLargeBytes = 16U << 20U;
+constexpr size_t kBarWidth = 40;
 
 }  // namespace
 
-Progress::Progress(std::uint64_t totalBytes)
+Progress::Progress(uint64_t totalBytes)
     : totalBytes_(totalBytes),
       shown_(totalBytes >= kLargeBytes && isatty(STDERR_FILENO) == 1 &&
              isatty(STDOUT_FILENO) == 0) {
 }
 
-void Progress::Update(std::uint64_t doneBytes) {
+void Progress::Update(uint64_t doneBytes) {
     if (!shown_) {
         return;
     }
-    const std::uint64_t percent = std::min<std::uint64_t>(100, doneBytes * 100 / totalBytes_);
+    const uint64_t percent = std::min<uint64_t>(100, doneBytes * 100 / totalBytes_);
     if (percent != percent_) {
         percent_ = percent;
         const std::string bar(kBarWidth * percent / 100, '#');

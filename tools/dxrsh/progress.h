@@ -10,16 +10,16 @@ class Progress {
   public:
     // Shows nothing for small inputs or those of unknown size (0), when standard error is no
     // terminal, and when the lines let through go to one themselves.
-    explicit Progress(std::uint64_t totalBytes);
+    explicit Progress(uint64_t totalBytes);
 
-    void Update(std::uint64_t doneBytes);
+    void Update(uint64_t doneBytes);
     // Takes the bar off the screen.
     void Clear();
 
   private:
-    std::uint64_t totalBytes_;
+    uint64_t totalBytes_;
     bool shown_;
-    std::uint64_t percent_ = 0;
+    uint64_t percent_ = 0;
 };
 
 }  // namespace dxrsh

@@ -13,7 +13,7 @@ namespace {
 
 std::string Trimmed(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r";
-    const std::size_t begin = text.find_first_not_of(kBlanks);
+    const size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) {
         return {};
     }
@@ -35,7 +35,7 @@ void AddReplayOptions(CLI::App &command, ReplayOptions &options, const std::stri
 }
 
 void ForEachSetting(const ReplayOptions &options,
-                    const std::function<void(const std::string &, std::uint32_t)> &set) {
+                    const std::function<void(const std::string &, uint32_t)> &set) {
     for (const std::string &setting : options.settings) {
         const std::vector<std::string_view> sides = Split(setting, '=');
         if (sides.size() != 2) {

@@ -25,7 +25,7 @@ void AddReplayOptions(CLI::App &command, ReplayOptions &options, const std::stri
 
 // Each "TARGET=COUNT". Throws UsageError for what is not of that form.
 void ForEachSetting(const ReplayOptions &options,
-                    const std::function<void(const std::string &, std::uint32_t)> &set);
+                    const std::function<void(const std::string &, uint32_t)> &set);
 
 // Those of the command line, then those of the file. Blanks around a line are no part of the
 // message; empty lines are none.

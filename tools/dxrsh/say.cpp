@@ -14,13 +14,13 @@ bool IsControl(char c) {
 
 }  // namespace
 
-std::string Printable(std::string_view text, std::size_t width) {
+std::string Printable(std::string_view text, size_t width) {
     constexpr std::string_view kCutMark = "...";
     std::string line;
-    std::size_t columns = 0;
-    std::size_t cut = 0;  // where the text ends should the mark have to follow
+    size_t columns = 0;
+    size_t cut = 0;  // where the text ends should the mark have to follow
     for (const char c : text) {
-        const std::size_t wide = IsControl(c) ? 4 : IsContinuationByte(c) ? 0 : 1;
+        const size_t wide = IsControl(c) ? 4 : IsContinuationByte(c) ? 0 : 1;
         if (columns + wide > width) {
             line.resize(cut);
             return line + std::string(kCutMark);
@@ -41,7 +41,7 @@ std::string Printable(std::string_view text, std::size_t width) {
 std::string PlainLines(std::string_view listing) {
     std::string plain;
     plain.reserve(listing.size());
-    for (std::size_t i = 0; i < listing.size(); ++i) {
+    for (size_t i = 0; i < listing.size(); ++i) {
         const bool beforeLineEnd = i + 1 < listing.size() && listing[i + 1] == '\n';
         if (listing[i] != '\r' || !beforeLineEnd) {
             plain += listing[i];

@@ -21,7 +21,7 @@ void Say(std::FILE *out, fmt::format_string<Args...> format, Args &&...args) {
 
 // The text on one line of at most `width` characters, safe for a terminal: control characters are
 // written as \xNN, what is cut off as "...".
-[[nodiscard]] std::string Printable(std::string_view text, std::size_t width);
+[[nodiscard]] std::string Printable(std::string_view text, size_t width);
 
 // A listing of the library, whose lines end in "\r\n", with plain line ends.
 [[nodiscard]] std::string PlainLines(std::string_view listing);

@@ -12,7 +12,7 @@ namespace dxrsh {
 
 struct SuppressedLine {
     std::string_view text;
-    std::uint64_t count;
+    uint64_t count;
 };
 
 class SuppressedLines {
@@ -22,13 +22,13 @@ class SuppressedLines {
 
     // The `count` most frequent, those of one frequency in the order of their first suppression.
     // Valid until the next Add.
-    [[nodiscard]] std::vector<SuppressedLine> Top(std::size_t count) const;
+    [[nodiscard]] std::vector<SuppressedLine> Top(size_t count) const;
 
   private:
     struct Entry {
         std::string text;
-        std::uint64_t count;
-        std::size_t order;
+        uint64_t count;
+        size_t order;
     };
     struct Hash : std::hash<std::string_view> {
         using is_transparent = void;

@@ -9,15 +9,15 @@
 namespace dxrsh {
 namespace {
 
-constexpr std::int64_t kSecPerDay = 86400;
-constexpr std::int64_t kLastSec = 0xFFFFFFFF;
+constexpr int64_t kSecPerDay = 86400;
+constexpr int64_t kLastSec = 0xFFFFFFFF;
 
 // Takes pieces off the front of a text; a piece that does not fit leaves the text as it is.
 class Scanner {
   public:
     explicit Scanner(std::string_view text) : text_(text) {}
 
-    [[nodiscard]] std::size_t Position() const { return position_; }
+    [[nodiscard]] size_t Position() const { return position_; }
     [[nodiscard]] char Peek() const { return position_ < text_.size() ? text_[position_] : '\0'; }
 
     bool Take(char c) {
@@ -29,7 +29,7 @@ class Scanner {
     }
 
     // Exactly `count` decimal digits whose value lies in the range.
-    bool Number(std::size_t count, int low, int high, int &value) {
+    bool Number(size_t count, int low, int high, int &value) {
         if (text_.size() - position_ < count) {
             return false;
         }
@@ -48,10 +48,10 @@ class Scanner {
         return true;
     }
 
-    [[nodiscard]] std::string_view Next(std::size_t count) const {
+    [[nodiscard]] std::string_view Next(size_t count) const {
         return text_.substr(position_, count);
     }
-    void Skip(std::size_t count) { position_ += count; }
+    void Skip(size_t count) { position_ += count; }
 
     void SkipDigits() {
         while (Peek() >= '0' && Peek() <= '9') {
@@ -75,10 +75,10 @@ class Scanner {
 
   private:
     std::string_view text_;
-    std::size_t position_ = 0;
+    size_t position_ = 0;
 };
 
-std::int64_t DaysToDate(int year, int month, int day) {
+int64_t DaysToDate(int year, int month, int day) {
     const auto firstOfMonth =
         std::chrono::sys_days{std::chrono::year{year} / month / std::chrono::day{1}};
     return firstOfMonth.time_since_epoch().count() + day - 1;
@@ -140,7 +140,7 @@ int TakeZone(Scanner &scanner) {
     return west ? -distance : distance;
 }
 
-std::optional<std::int64_t> ReadIso(Scanner &scanner) {
+std::optional<int64_t> ReadIso(Scanner &scanner) {
     int year = 0;
     int month = 0;
     int day = 0;
@@ -165,7 +165,7 @@ std::optional<YearlessStamp> ReadSyslog(Scanner &scanner) {
     constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     YearlessStamp stamp{};
-    for (std::size_t i = 0; i < kMonths.size(); ++i) {
+    for (size_t i = 0; i < kMonths.size(); ++i) {
         if (scanner.Next(3) == kMonths[i]) {
             stamp.month = static_cast<int>(i) + 1;
         }
@@ -189,18 +189,18 @@ std::optional<YearlessStamp> ReadSyslog(Scanner &scanner) {
 }
 
 // The 29th of February of a year that has none is the 1st of March.
-std::int64_t SecOf(int year, int month, int day, int secOfDay) {
+int64_t SecOf(int year, int month, int day, int secOfDay) {
     return DaysToDate(year, month, day) * kSecPerDay + secOfDay;
 }
 
-int YearOf(std::int64_t sec) {
+int YearOf(int64_t sec) {
     const std::chrono::sys_days day{std::chrono::days{sec / kSecPerDay}};
     return static_cast<int>(std::chrono::year_month_day{day}.year());
 }
 
 }  // namespace
 
-StampReader StampReader::Before(std::uint32_t latestSec) {
+StampReader StampReader::Before(uint32_t latestSec) {
     return {latestSec, 0};
 }
 
@@ -208,12 +208,12 @@ StampReader StampReader::FromYear(int year) {
     return {0, year};
 }
 
-std::optional<std::int64_t> StampReader::SecOfYearless(int month, int day, int secOfDay) const {
+std::optional<int64_t> StampReader::SecOfYearless(int month, int day, int secOfDay) const {
     if (lastSec_) {
         const int lastYear = YearOf(*lastSec_);
-        std::int64_t nearest = SecOf(lastYear, month, day, secOfDay);
+        int64_t nearest = SecOf(lastYear, month, day, secOfDay);
         for (const int year : {lastYear - 1, lastYear + 1}) {
-            const std::int64_t sec = SecOf(year, month, day, secOfDay);
+            const int64_t sec = SecOf(year, month, day, secOfDay);
             if (std::abs(sec - *lastSec_) < std::abs(nearest - *lastSec_)) {
                 nearest = sec;
             }
@@ -224,13 +224,13 @@ std::optional<std::int64_t> StampReader::SecOfYearless(int month, int day, int s
         return SecOf(year_, month, day, secOfDay);
     }
     const int latestYear = YearOf(latestSec_);
-    const std::int64_t sec = SecOf(latestYear, month, day, secOfDay);
+    const int64_t sec = SecOf(latestYear, month, day, secOfDay);
     return sec <= latestSec_ + kSecPerDay ? sec : SecOf(latestYear - 1, month, day, secOfDay);
 }
 
 std::optional<TimeStamp> StampReader::Read(std::string_view line) {
     Scanner scanner(line);
-    std::optional<std::int64_t> sec;
+    std::optional<int64_t> sec;
     if (scanner.Peek() >= '0' && scanner.Peek() <= '9') {
         sec = ReadIso(scanner);
     } else if (const auto stamp = ReadSyslog(scanner)) {
@@ -241,10 +241,10 @@ std::optional<TimeStamp> StampReader::Read(std::string_view line) {
     }
     lastSec_ = sec;
     scanner.SkipBlanks();
-    return TimeStamp{static_cast<std::uint32_t>(*sec), scanner.Position()};
+    return TimeStamp{static_cast<uint32_t>(*sec), scanner.Position()};
 }
 
-std::string FormatTime(std::uint32_t sec) {
+std::string FormatTime(uint32_t sec) {
     const std::chrono::sys_seconds time{std::chrono::seconds{sec}};
     const auto day = std::chrono::floor<std::chrono::days>(time);
     const std::chrono::year_month_day date{day};

@@ -11,9 +11,8 @@
 namespace dxrsh {
 
 struct TimeStamp {
-    std::uint32_t sec;  // since 1970-01-01 00:00:00 UTC; a stamp without a zone counts as UTC
-    std::size_t
-        length;  // characters it takes at the head of the line, the blanks behind it included
+    uint32_t sec;   // since 1970-01-01 00:00:00 UTC; a stamp without a zone counts as UTC
+    size_t length;  // characters it takes at the head of the line, the blanks behind it included
 };
 
 // Reads the stamps of one log, line after line. Known forms:
@@ -27,7 +26,7 @@ class StampReader {
     // A syslog stamp has no year. The log's first one takes the latest year that does not put it
     // more than a day behind `latestSec`; each later one takes the year that brings it nearest to
     // the stamp before it.
-    [[nodiscard]] static StampReader Before(std::uint32_t latestSec);
+    [[nodiscard]] static StampReader Before(uint32_t latestSec);
     // As above, with the year of the first such stamp given.
     [[nodiscard]] static StampReader FromYear(int year);
 
@@ -35,20 +34,20 @@ class StampReader {
     [[nodiscard]] std::optional<TimeStamp> Read(std::string_view line);
 
   private:
-    StampReader(std::int64_t latestSec, int year) : latestSec_(latestSec), year_(year) {}
+    StampReader(int64_t latestSec, int year) : latestSec_(latestSec), year_(year) {}
 
-    [[nodiscard]] std::optional<std::int64_t> SecOfYearless(int month, int day, int secOfDay) const;
+    [[nodiscard]] std::optional<int64_t> SecOfYearless(int month, int day, int secOfDay) const;
 
-    std::int64_t latestSec_;
+    int64_t latestSec_;
     int year_;  // 0: to be found from latestSec_
-    std::optional<std::int64_t> lastSec_;
+    std::optional<int64_t> lastSec_;
 };
 
 constexpr int kFirstYear = 1970;
 constexpr int kLastYear = 2105;  // the last whole year that 32 bits of seconds reach
 
 // "2026-11-21 03:37:00"
-[[nodiscard]] std::string FormatTime(std::uint32_t sec);
+[[nodiscard]] std::string FormatTime(uint32_t sec);
 
 }  // namespace dxrsh
 

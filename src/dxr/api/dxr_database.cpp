@@ -1,8 +1,8 @@
 #include "dxr/database.h"
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
 #include "internal/bounds_checked.h"
-#include "internal/dispatch.h"
 #include "internal/host_services.h"
 
 using dxr::Call;

@@ -1,8 +1,8 @@
 #include "dxr/database_config.h"
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
 #include "internal/bounds_checked.h"
-#include "internal/dispatch.h"
 
 using dxr::Call;
 

@@ -8,10 +8,10 @@
 #include <cstring>
 
 #include "dxr/system_time.h"
+#include "dxr_info_recorder_index.h"
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
 #include "internal/host_services.h"
-#include "internal/record_index.h"
 #include "internal/text_writer.h"
 
 constinit DxrRecordStore g_dxrRecord = {};
@@ -27,11 +27,11 @@ using dxr::TextWriter;
 constinit RecordIndex g_recordIndex = {};
 
 // Not the default identifier: the host accounts records under 0.
-constexpr std::uint32_t kRecorderMid = 0;
+constexpr uint32_t kRecorderMid = 0;
 
-constexpr std::uint32_t kLongestText = DXR_RECORD_TEXT_SIZE - 1;
+constexpr uint32_t kLongestText = DXR_RECORD_TEXT_SIZE - 1;
 constexpr char kEllipsis[] = "...";
-constexpr std::uint32_t kEllipsisOffset = DXR_RECORD_TEXT_SIZE - sizeof(kEllipsis);
+constexpr uint32_t kEllipsisOffset = DXR_RECORD_TEXT_SIZE - sizeof(kEllipsis);
 
 // A text of the full length may have been cut; that it also may not have been is no matter: every
 // one of this length is marked.
@@ -68,10 +68,10 @@ bool RefreshMatching(DxrRecordStore &store, const char *text) {
 }
 
 // The same by the index, which is looked at anew behind every hook: it may have changed the store.
-bool RefreshIndexed(const char *text, std::uint32_t hash) {
+bool RefreshIndexed(const char *text, uint32_t hash) {
     bool matched = false;
     g_recordIndex.Follow(g_dxrRecord);
-    for (std::uint32_t slot = g_recordIndex.First(hash); slot != RecordIndex::kNone;
+    for (uint32_t slot = g_recordIndex.First(hash); slot != RecordIndex::kNone;
          slot = g_recordIndex.Next(slot, hash)) {
         DxrRecord *const record = g_dxrRecord.records[slot];
         if (record == nullptr) {
@@ -89,8 +89,7 @@ bool RefreshIndexed(const char *text, std::uint32_t hash) {
 // Makes a change that leaves `record` in `slot` and gives the hash of its text; no hook is called. The
 // records of a copy of g_dxrRecord are those of g_dxrRecord itself.
 template <typename Make>
-void ChangeSlot(const DxrRecordStore &store, std::uint32_t slot, const DxrRecord *record,
-                Make make) {
+void ChangeSlot(const DxrRecordStore &store, uint32_t slot, const DxrRecord *record, Make make) {
     if (dxr::kFastPaths && (&store == &g_dxrRecord || g_dxrRecord.records[slot] == record)) {
         g_recordIndex.Change(g_dxrRecord, slot, record, make);
     } else {
@@ -107,7 +106,7 @@ void ForgetIndex() {
 // The record of the slot, allocated and zeroed if the slot is empty; null if that fails. An
 // occupied one is handed out as it is: its fields are overwritten, and without a time hook its old
 // times stay.
-DxrRecord *OccupySlot(DxrRecordStore &store, std::uint32_t slot) {
+DxrRecord *OccupySlot(DxrRecordStore &store, uint32_t slot) {
     if (store.records[slot] == nullptr) {
         HostBlock block(kRecorderMid, sizeof(DxrRecord));
         if (block.Get() == nullptr) {
@@ -127,7 +126,7 @@ DxrRecord *OccupySlot(DxrRecordStore &store, std::uint32_t slot) {
 // Puts a record into the slot at the next index. `writeText` writes its text and gives its hash.
 template <typename WriteText>
 void AddRecord(DxrRecordStore &store, WriteText writeText) {
-    const std::uint32_t slot = store.nextIndex;
+    const uint32_t slot = store.nextIndex;
     if (slot >= DXR_RECORD_COUNT) {
         return;
     }
@@ -139,22 +138,22 @@ void AddRecord(DxrRecordStore &store, WriteText writeText) {
     DXR_GetSysTime(&record->lastTime);
     ChangeSlot(store, slot, record, [&] {
         record->count = 1;
-        const std::uint32_t hash = writeText(record->text);
+        const uint32_t hash = writeText(record->text);
         store.nextIndex = (store.nextIndex + 1) & (DXR_RECORD_COUNT - 1);
         return hash;
     });
 }
 
 // Up to so many records are sooner walked than a text is hashed.
-constexpr std::uint32_t kFewRecords = 8;
+constexpr uint32_t kFewRecords = 8;
 
 // Records a text in g_dxrRecord, by the index.
 void RecordIndexed(const char *text) {
     if (g_dxrRecord.records[kFewRecords] == nullptr && RefreshMatching(g_dxrRecord, text)) {
         return;
     }
-    const std::size_t length = strnlen(text, DXR_RECORD_TEXT_SIZE);
-    const std::uint32_t hash = dxr::RecordHash(text, length);
+    const size_t length = strnlen(text, DXR_RECORD_TEXT_SIZE);
+    const uint32_t hash = dxr::RecordHash(text, length);
     if (!RefreshIndexed(text, hash)) {
         AddRecord(g_dxrRecord, [=](char(&to)[DXR_RECORD_TEXT_SIZE]) {
             dxr::memcpy_s(to, sizeof(to), text, length + 1);
@@ -163,7 +162,7 @@ void RecordIndexed(const char *text) {
     }
 }
 
-void AppendRecord(TextWriter &writer, std::uint32_t slot, const DxrRecord &record) {
+void AppendRecord(TextWriter &writer, uint32_t slot, const DxrRecord &record) {
     const DxrSysTime &first = record.firstTime;
     const DxrSysTime &last = record.lastTime;
     writer.Append(
@@ -184,7 +183,7 @@ void DXR_RecordInfo(const char *format, ...) {
     if (stored < 0) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
             print(dxr::kLevelFailure, "Record info is illegal, ret[0x%x].",
-                  static_cast<std::uint32_t>(stored));
+                  static_cast<uint32_t>(stored));
         }
         return;
     }
@@ -196,7 +195,7 @@ void DXR_RecordInfo(const char *format, ...) {
     }
 }
 
-std::uint8_t DXR_UpdateExistingRecord(const char *text, DxrRecordStore *store) {
+uint8_t DXR_UpdateExistingRecord(const char *text, DxrRecordStore *store) {
     if (text == nullptr || store == nullptr) {
         return 0;
     }
@@ -228,14 +227,14 @@ DxrRecordStore *DXR_GetRecordEntity(void) {
     return &g_dxrRecord;
 }
 
-std::uint32_t DXR_GetRecordStr(const DxrRecordStore *store, std::uint32_t start, std::uint32_t end,
-                               char *buffer, std::uint32_t bufferSize) {
+uint32_t DXR_GetRecordStr(const DxrRecordStore *store, uint32_t start, uint32_t end, char *buffer,
+                          uint32_t bufferSize) {
     if (store == nullptr || buffer == nullptr) {
         return 0;
     }
     TextWriter writer(buffer, bufferSize);
-    const std::uint32_t last = std::min(end, DXR_RECORD_COUNT);
-    for (std::uint32_t slot = start; slot < last; ++slot) {
+    const uint32_t last = std::min(end, DXR_RECORD_COUNT);
+    for (uint32_t slot = start; slot < last; ++slot) {
         const DxrRecord *const record = store->records[slot];
         if (record == nullptr) {
             break;
@@ -247,12 +246,12 @@ std::uint32_t DXR_GetRecordStr(const DxrRecordStore *store, std::uint32_t start,
     return writer.Written();
 }
 
-std::uint32_t DXR_GetAllRecordStr(char *buffer, std::uint32_t bufferSize) {
+uint32_t DXR_GetAllRecordStr(char *buffer, uint32_t bufferSize) {
     if (buffer == nullptr) {
         return 0;
     }
-    const std::uint32_t next = g_dxrRecord.nextIndex;
-    const std::uint32_t first = DXR_GetRecordStr(&g_dxrRecord, 0, next, buffer, bufferSize);
+    const uint32_t next = g_dxrRecord.nextIndex;
+    const uint32_t first = DXR_GetRecordStr(&g_dxrRecord, 0, next, buffer, bufferSize);
     // The order of slots is intended; nothing is sorted by time.
     return first + DXR_GetRecordStr(&g_dxrRecord, next, DXR_RECORD_COUNT, buffer + first,
                                     bufferSize - first);

@@ -5,14 +5,14 @@
 #include <cstring>
 #include <iterator>
 
+#include "dxr_message_filter_walk.h"
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
-#include "internal/message_filter_walk.h"
 
 namespace Dxr {
 namespace {
 
-constexpr std::size_t kSpacesPerLayer = 4;
+constexpr size_t kSpacesPerLayer = 4;
 
 }  // namespace
 
@@ -124,7 +124,7 @@ std::string NameOf(const DxrMessageFilterInfo &info) {
 // A path of the root alone, with room for `num` types below it: the allocations come before the
 // variable arguments are opened.
 std::list<uint32_t> RootPath(uint32_t num) {
-    return std::list<uint32_t>(std::size_t{num} + 1, kRootMsgType);
+    return std::list<uint32_t>(size_t{num} + 1, kRootMsgType);
 }
 
 void FillBelowRoot(std::list<uint32_t> &path, std::va_list args) {

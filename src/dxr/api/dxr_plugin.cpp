@@ -1,7 +1,7 @@
 #include "dxr/plugin.h"
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
-#include "internal/dispatch.h"
 
 using dxr::Call;
 

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
 #include "internal/bounds_checked.h"
-#include "internal/dispatch.h"
 #include "internal/host_services.h"
 
 using dxr::Call;

@@ -9,10 +9,10 @@
 
 #include "dxr/print.h"
 #include "dxr/print_log_filter_store.h"
+#include "dxr_print_log_filter_hash.h"
+#include "dxr_print_log_filter_lock.h"
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
-#include "internal/log_filter_hash.h"
-#include "internal/log_filter_lock.h"
 #include "internal/text_writer.h"
 
 namespace {
@@ -20,10 +20,10 @@ namespace {
 using dxr::LogTypeLock;
 using dxr::TextWriter;
 
-constexpr std::uint32_t kMessageSize = 1024;
-constexpr std::uint32_t kKeySize = 128;
+constexpr uint32_t kMessageSize = 1024;
+constexpr uint32_t kKeySize = 128;
 // The log type in whose ring DXR_IsSameKey keeps its keys.
-constexpr std::uint32_t kSameKeyLogType = 26;
+constexpr uint32_t kSameKeyLogType = 26;
 
 constexpr char kSeparator[] =
     "------+-------+--------------------------+---------------------------------+----------+"
@@ -33,26 +33,25 @@ constexpr char kSeparator[] =
 // key, which is accepted.
 class Key {
   public:
-    Key(std::uint32_t logType, std::uint32_t a, std::uint32_t b, std::uint32_t c,
-        std::uint32_t d) noexcept {
+    Key(uint32_t logType, uint32_t a, uint32_t b, uint32_t c, uint32_t d) noexcept {
         if constexpr (dxr::kFastPaths) {
             char *end = text_.data();
-            for (const std::uint32_t number : {logType, a, b, c, d}) {
+            for (const uint32_t number : {logType, a, b, c, d}) {
                 end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
             }
-            length_ = static_cast<std::uint32_t>(end - text_.data());
+            length_ = static_cast<uint32_t>(end - text_.data());
         } else {
             const int stored = dxr::snprintf_truncated_s(text_.data(), text_.size(), "%u%u%u%u%u",
                                                          logType, a, b, c, d);
-            length_ = static_cast<std::uint32_t>(stored);
+            length_ = static_cast<uint32_t>(stored);
         }
     }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
-    [[nodiscard]] std::uint32_t Length() const noexcept { return length_; }
+    [[nodiscard]] uint32_t Length() const noexcept { return length_; }
 
   private:
     std::array<char, kKeySize> text_ = {};
-    std::uint32_t length_;
+    uint32_t length_;
 };
 
 // A formatted line in a zeroed buffer. What lies behind the text is cleared only before somebody else
@@ -69,8 +68,8 @@ class Message {
     [[nodiscard]] bool Formatted() const noexcept { return stored_ >= 0; }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
     // Up to the first NUL, which a formatted character may be.
-    [[nodiscard]] std::uint32_t Length() const noexcept {
-        return static_cast<std::uint32_t>(strnlen(text_.data(), text_.size()));
+    [[nodiscard]] uint32_t Length() const noexcept {
+        return static_cast<uint32_t>(strnlen(text_.data(), text_.size()));
     }
     void HandOn() noexcept {
         ClearTail();
@@ -79,7 +78,7 @@ class Message {
 
   private:
     void ClearTail() noexcept {
-        const auto end = static_cast<std::size_t>(stored_);
+        const auto end = static_cast<size_t>(stored_);
         static_cast<void>(
             dxr::memset_s(text_.data() + end, text_.size() - end, 0, text_.size() - end));
     }
@@ -88,7 +87,7 @@ class Message {
     int stored_;
 };
 
-void AppendRow(TextWriter &writer, std::uint32_t position, const DxrLogFilterEntry &entry) {
+void AppendRow(TextWriter &writer, uint32_t position, const DxrLogFilterEntry &entry) {
     writer.Append("  %-3u    %s    %-23s     0x%-11x   %u\r\n", position,
                   entry.state != 0 ? "CUR" : "HIS", entry.logBeginTime, entry.logHashCode,
                   entry.logCnt);
@@ -126,13 +125,13 @@ void DXR_DiffLogFilter(const DxrLogFilterCfg *cfg, const char *format, ...) {
     }
 }
 
-std::uint8_t DXR_IsSameKey(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+uint8_t DXR_IsSameKey(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
     constexpr DxrLogFilterCfg kCfg = {kSameKeyLogType, 0, 0, 0, 0, 0};
     const Key key(kSameKeyLogType, a, b, c, d);
     return DXR_IsRepeatedLog(&kCfg, key.Text(), key.Length());
 }
 
-std::uint32_t DXR_ClearLogFilterInfo(std::uint32_t logType) {
+uint32_t DXR_ClearLogFilterInfo(uint32_t logType) {
     if (logType >= dxr::kLogTypeCount) {
         return 0;
     }
@@ -144,8 +143,8 @@ std::uint32_t DXR_ClearLogFilterInfo(std::uint32_t logType) {
     return lock.Unlock();
 }
 
-std::uint32_t DXR_ShowLogFilterInfo(const DxrLogFilterCfg *cfg, char *buffer,
-                                    std::uint32_t *writtenLength, std::uint32_t bufferSize) {
+uint32_t DXR_ShowLogFilterInfo(const DxrLogFilterCfg *cfg, char *buffer, uint32_t *writtenLength,
+                               uint32_t bufferSize) {
     if (cfg == nullptr || buffer == nullptr || writtenLength == nullptr) {
         return 0;
     }
@@ -160,7 +159,7 @@ std::uint32_t DXR_ShowLogFilterInfo(const DxrLogFilterCfg *cfg, char *buffer,
 }
 
 void DXR_CombineShowLog(const DxrLogFilterCfg *cfg, const DxrLogFilterInfo *record, char *buffer,
-                        std::uint32_t *writtenLength, std::uint32_t bufferSize) {
+                        uint32_t *writtenLength, uint32_t bufferSize) {
     if (cfg == nullptr || record == nullptr || buffer == nullptr || writtenLength == nullptr) {
         return;
     }
@@ -174,8 +173,8 @@ void DXR_CombineShowLog(const DxrLogFilterCfg *cfg, const DxrLogFilterInfo *reco
     // The caller chooses the rows by position and number, whatever part of the ring is live. A ring
     // without storage has none; a buffer that is full takes no more.
     if (record->capacity != 0 && record->entries != nullptr) {
-        for (std::uint32_t i = 0; i < cfg->key2 && !writer.Full(); ++i) {
-            const std::uint32_t position = (cfg->key1 + i) % record->capacity;
+        for (uint32_t i = 0; i < cfg->key2 && !writer.Full(); ++i) {
+            const uint32_t position = (cfg->key1 + i) % record->capacity;
             AppendRow(writer, position, record->entries[position]);
         }
     }

@@ -8,13 +8,13 @@
 #include "dxr/memory.h"
 #include "dxr/system_task.h"
 #include "dxr/system_time.h"
+#include "dxr_print_log_filter_hash.h"
+#include "dxr_print_log_filter_index.h"
+#include "dxr_print_log_filter_lock.h"
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
 #include "internal/host_services.h"
-#include "internal/log_filter_hash.h"
-#include "internal/log_filter_index.h"
-#include "internal/log_filter_lock.h"
-#include "internal/text_hash.h"
+#include "kernels/text_hash.h"
 
 namespace {
 
@@ -27,39 +27,39 @@ using dxr::LogFilterIndex;
 using dxr::LogTypeLock;
 using dxr::PrintHook;
 
-constexpr std::uint32_t kHashFuncId = 0;
-constexpr std::uint32_t kDefaultMid = 9;
-constexpr std::uint32_t kEntryLifetimeSec = 3600;
+constexpr uint32_t kHashFuncId = 0;
+constexpr uint32_t kDefaultMid = 9;
+constexpr uint32_t kEntryLifetimeSec = 3600;
 // Growth starts at capacities up to this one, so the largest ring has 2047 entries.
-constexpr std::uint32_t kLargestGrowingCapacity = 1024;
+constexpr uint32_t kLargestGrowingCapacity = 1024;
 // Room of the time text as told to the time hook; the field itself is four bytes longer.
-constexpr std::uint32_t kBeginTimeSize = 39;
-constexpr std::uint32_t kRecordsSize = kLogTypeCount * sizeof(DxrLogFilterInfo);
+constexpr uint32_t kBeginTimeSize = 39;
+constexpr uint32_t kRecordsSize = kLogTypeCount * sizeof(DxrLogFilterInfo);
 
 bool HasStorage(const DxrLogFilterInfo &record) {
     return record.capacity != 0 && record.entries != nullptr;
 }
 
-std::uint32_t PositionOf(const DxrLogFilterInfo &record, std::uint32_t offset) {
+uint32_t PositionOf(const DxrLogFilterInfo &record, uint32_t offset) {
     return (record.curIndex + offset) % record.capacity;
 }
 
 // Bytes of a ring; 0, which no allocation grants, when they do not fit in 32 bits.
-std::uint32_t RingSize(std::uint32_t capacity) {
-    const std::uint64_t size = std::uint64_t{capacity} * sizeof(DxrLogFilterEntry);
-    return size <= UINT32_MAX ? static_cast<std::uint32_t>(size) : 0;
+uint32_t RingSize(uint32_t capacity) {
+    const uint64_t size = uint64_t{capacity} * sizeof(DxrLogFilterEntry);
+    return size <= UINT32_MAX ? static_cast<uint32_t>(size) : 0;
 }
 
 // Fills the entry behind the newest; where there is no storage nothing is remembered. Returns its
 // ring position, or the capacity.
-std::uint32_t Remember(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
+uint32_t Remember(DxrLogFilterInfo *record, uint32_t hash, uint32_t key1) {
     DXR_UpdateLogFilterCapacity(record);
     if (!HasStorage(*record)) {
         return record->capacity;
     }
-    const std::uint32_t position = PositionOf(*record, record->curSize);
+    const uint32_t position = PositionOf(*record, record->curSize);
     DxrLogFilterEntry &entry = record->entries[position];
-    std::uint32_t sec = 0;
+    uint32_t sec = 0;
     DXR_GetCurrTime(entry.logBeginTime, kBeginTimeSize, &sec);
     entry.beginSec = sec;
     entry.lastSec = sec;
@@ -91,9 +91,9 @@ void ForgetIndexOf(const DxrLogFilterInfo *record) {
     }
 }
 
-void RemoveObsolete(DxrLogFilterInfo *record, std::uint32_t now) {
-    std::uint32_t removed = 0;
-    std::uint32_t position = 0;  // an empty ring starts at 0 again
+void RemoveObsolete(DxrLogFilterInfo *record, uint32_t now) {
+    uint32_t removed = 0;
+    uint32_t position = 0;  // an empty ring starts at 0 again
     while (removed != record->curSize && HasStorage(*record)) {
         position = PositionOf(*record, removed);
         DxrLogFilterEntry &entry = record->entries[position];
@@ -113,7 +113,7 @@ bool IntervalIsOver(const DxrLogFilterCfg &cfg, const DxrLogFilterEntry &entry) 
 }
 
 // What becomes of a line that stands at `position`: 1 suppresses it.
-std::uint8_t Repeat(DxrLogFilterInfo *record, std::uint32_t position, const DxrLogFilterCfg &cfg) {
+uint8_t Repeat(DxrLogFilterInfo *record, uint32_t position, const DxrLogFilterCfg &cfg) {
     if (IntervalIsOver(cfg, record->entries[position])) {
         // Let through again: the time moves on, the count of suppressed repeats does not.
         DXR_UpdateLogFilterTime(position, record);
@@ -125,9 +125,8 @@ std::uint8_t Repeat(DxrLogFilterInfo *record, std::uint32_t position, const DxrL
 
 // The decision as it is meant; the index below gives the same at a cost that does not grow with the
 // ring.
-std::uint8_t DecideByWalk(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg,
-                          std::uint32_t hash) {
-    const std::uint32_t position = DXR_FindRepeatedLogInfoIndex(record, hash);
+uint8_t DecideByWalk(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, uint32_t hash) {
+    const uint32_t position = DXR_FindRepeatedLogInfoIndex(record, hash);
     if (position != record->capacity) {
         return Repeat(record, position, cfg);
     }
@@ -144,16 +143,16 @@ bool GrewByOne(const DxrLogFilterInfo &before, const DxrLogFilterInfo &after) {
     return after.curSize == before.curSize + 1 && after.curIndex == before.curIndex;
 }
 
-std::uint8_t DecideByIndex(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, std::uint32_t hash,
-                           LogFilterIndex &index) {
-    const std::uint32_t found = index.Find(*record, hash);
+uint8_t DecideByIndex(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg, uint32_t hash,
+                      LogFilterIndex &index) {
+    const uint32_t found = index.Find(*record, hash);
     index.Keep(*record);
     if (found != record->capacity) {
         return Repeat(record, found, cfg);
     }
     const DxrLogFilterInfo before = *record;
-    const std::uint32_t changes = index.Changes();
-    const std::uint32_t made = Remember(record, hash, cfg.key1);
+    const uint32_t changes = index.Changes();
+    const uint32_t made = Remember(record, hash, cfg.key1);
     if (index.Changes() == changes && LogFilterIndex::Serves(*record) &&
         GrewByOne(before, *record)) {
         index.Put(made, hash);
@@ -164,10 +163,10 @@ std::uint8_t DecideByIndex(DxrLogFilterInfo *record, const DxrLogFilterCfg &cfg,
     return 0;
 }
 
-std::uint8_t Decide(DxrLogFilterInfo *record, std::uint32_t logType, const DxrLogFilterCfg &cfg,
-                    std::uint32_t hash) {
+uint8_t Decide(DxrLogFilterInfo *record, uint32_t logType, const DxrLogFilterCfg &cfg,
+               uint32_t hash) {
     // No hook is called between this one and the look-up.
-    const std::uint32_t now = DXR_GetCurrSec();
+    const uint32_t now = DXR_GetCurrSec();
     LogFilterIndex &index = g_index[logType];
     const bool known = index.Matches(*record);
     RemoveObsolete(record, now);
@@ -184,12 +183,12 @@ std::uint8_t Decide(DxrLogFilterInfo *record, std::uint32_t logType, const DxrLo
 
 constinit DxrLogFilterInfo *g_dxrLogFilterInfo = nullptr;
 constinit void *g_dxrLogFilterMutex[DXR_LOG_FILTER_TYPE_NUM] = {};
-constinit std::uint8_t g_dxrLogFilterSwitch = 1;
-constinit std::uint32_t g_dxrLogFilterMid = kDefaultMid;
+constinit uint8_t g_dxrLogFilterSwitch = 1;
+constinit uint32_t g_dxrLogFilterMid = kDefaultMid;
 constinit DxrLogFilterHashFunc g_dxrLogFilterHashFuncList[1] = {
     {kHashFuncId, DXR_SimpleHash, "simple hash code algorithm by string value"}};
 
-std::uint32_t DXR_InitLogFilter(std::uint32_t mid) {
+uint32_t DXR_InitLogFilter(uint32_t mid) {
     if (g_dxrLogFilterInfo == nullptr) {
         HostBlock block(mid, kRecordsSize);
         if (block.Get() == nullptr) {
@@ -212,7 +211,7 @@ std::uint32_t DXR_InitLogFilter(std::uint32_t mid) {
 }
 
 void DXR_DestroyLogFilter() {
-    for (std::uint32_t logType = 0; logType < kLogTypeCount; ++logType) {
+    for (uint32_t logType = 0; logType < kLogTypeCount; ++logType) {
         {
             const LogTypeLock lock(logType);
             DxrLogFilterInfo *record = DXR_GetLogFilter(logType);
@@ -231,22 +230,22 @@ void DXR_DestroyLogFilter() {
     }
 }
 
-DxrLogFilterInfo *DXR_GetLogFilter(std::uint32_t logType) {
+DxrLogFilterInfo *DXR_GetLogFilter(uint32_t logType) {
     if (logType >= kLogTypeCount || g_dxrLogFilterInfo == nullptr) {
         return nullptr;
     }
     return &g_dxrLogFilterInfo[logType];
 }
 
-std::uint8_t DXR_IsLogFilterEnable() {
+uint8_t DXR_IsLogFilterEnable() {
     return g_dxrLogFilterSwitch;
 }
 
-void DXR_EnableLogFilter(std::uint8_t on) {
+void DXR_EnableLogFilter(uint8_t on) {
     g_dxrLogFilterSwitch = on;
 }
 
-std::uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, std::uint32_t *hash) {
+uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash) {
     if (input->length == 0 || input->text == nullptr) {
         return 1;
     }
@@ -258,8 +257,8 @@ namespace dxr {
 namespace {
 
 // DXR_SimpleHash by an address that is not looked up at load.
-extern "C" [[gnu::alias("DXR_SimpleHash"), gnu::visibility("hidden")]] std::uint32_t
-DxrOwnSimpleHash(const DxrLogFilterHashInput *input, std::uint32_t *hash) noexcept;
+extern "C" [[gnu::alias("DXR_SimpleHash"), gnu::visibility("hidden")]] uint32_t DxrOwnSimpleHash(
+    const DxrLogFilterHashInput *input, uint32_t *hash) noexcept;
 
 }  // namespace
 
@@ -269,7 +268,7 @@ bool HostSeesHashInput() noexcept {
 
 }  // namespace dxr
 
-std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::uint32_t length) {
+uint32_t DXR_GetHashCode(uint32_t hashFuncId, const char *text, uint32_t length) {
     const DxrLogFilterHashFunc &row = g_dxrLogFilterHashFuncList[0];
     if (row.hashFuncId != hashFuncId) {
         if (const DxrPrintHook print = PrintHook()) {
@@ -278,8 +277,8 @@ std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::u
         return 0;
     }
     const DxrLogFilterHashInput input = {text, length};
-    std::uint32_t hash = 0;
-    const std::uint32_t ret = row.func(&input, &hash);
+    uint32_t hash = 0;
+    const uint32_t ret = row.func(&input, &hash);
     if (ret != 0) {
         if (const DxrPrintHook print = PrintHook()) {
             print(kLevelFailure, "get hash code error, hashFuncId[%u] strLen[%u] ret[%#x]",
@@ -290,8 +289,8 @@ std::uint32_t DXR_GetHashCode(std::uint32_t hashFuncId, const char *text, std::u
     return hash;
 }
 
-void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t newCapacity) {
-    const std::uint32_t newSize = RingSize(newCapacity);
+void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, uint32_t newCapacity) {
+    const uint32_t newSize = RingSize(newCapacity);
     HostBlock block(g_dxrLogFilterMid, newSize);
     if (block.Get() == nullptr) {
         if (const DxrPrintHook print = PrintHook()) {
@@ -304,8 +303,8 @@ void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t newCapacity
     if (record->entries != nullptr) {
         // Position for position, on purpose: a ring that wraps is not straightened. What lay before
         // curIndex is no longer live, and the zeroed entries that now are age out at the next pass.
-        const std::uint32_t oldCapacity = record->capacity;
-        const std::size_t kept = std::min(oldCapacity, newCapacity);
+        const uint32_t oldCapacity = record->capacity;
+        const size_t kept = std::min(oldCapacity, newCapacity);
         if (dxr::memcpy_s(block.Get(), newSize, record->entries,
                           kept * sizeof(DxrLogFilterEntry)) != 0) {
             if (const DxrPrintHook print = PrintHook()) {
@@ -331,15 +330,15 @@ void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record) {
     RemoveObsolete(record, DXR_GetCurrSec());
 }
 
-void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, std::uint32_t hash, std::uint32_t key1) {
+void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, uint32_t hash, uint32_t key1) {
     static_cast<void>(Remember(record, hash, key1));
     ForgetIndexOf(record);  // behind the hooks, which may have come back to the filter
 }
 
-std::uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, std::uint32_t hash) {
+uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, uint32_t hash) {
     if (HasStorage(*record)) {
-        for (std::uint32_t i = 0; i < record->curSize; ++i) {
-            const std::uint32_t position = PositionOf(*record, i);
+        for (uint32_t i = 0; i < record->curSize; ++i) {
+            const uint32_t position = PositionOf(*record, i);
             if (record->entries[position].logHashCode == hash) {
                 return position;
             }
@@ -348,27 +347,27 @@ std::uint32_t DXR_FindRepeatedLogInfoIndex(const DxrLogFilterInfo *record, std::
     return record->capacity;
 }
 
-void DXR_UpdateLogFilterInfo(std::uint32_t position, DxrLogFilterInfo *record) {
+void DXR_UpdateLogFilterInfo(uint32_t position, DxrLogFilterInfo *record) {
     if (position < record->capacity && HasStorage(*record)) {
         ++record->entries[position].logCnt;
     }
 }
 
-void DXR_UpdateLogFilterTime(std::uint32_t position, DxrLogFilterInfo *record) {
+void DXR_UpdateLogFilterTime(uint32_t position, DxrLogFilterInfo *record) {
     if (position < record->capacity && HasStorage(*record)) {
         record->entries[position].lastSec = DXR_GetCurrSec();
     }
 }
 
-std::uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, std::uint32_t length) {
+uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, uint32_t length) {
     if (g_dxrLogFilterSwitch == 0 || cfg == nullptr) {
         return 0;
     }
-    const std::uint32_t hash = DXR_GetHashCode(kHashFuncId, text, length);
+    const uint32_t hash = DXR_GetHashCode(kHashFuncId, text, length);
     if (hash == 0) {
         return 0;
     }
-    const std::uint32_t logType = cfg->logType;
+    const uint32_t logType = cfg->logType;
     DxrLogFilterInfo *record = DXR_GetLogFilter(logType);
     if (record == nullptr) {
         return 0;

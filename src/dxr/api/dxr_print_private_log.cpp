@@ -18,17 +18,17 @@ namespace {
 using dxr::HostBlock;
 using dxr::TextWriter;
 
-constexpr std::uint32_t kOk = 0;
-constexpr std::uint32_t kFailure = 1;
-constexpr std::uint32_t kNoLength = 0xFFFFFFFF;
+constexpr uint32_t kOk = 0;
+constexpr uint32_t kFailure = 1;
+constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
 constexpr char kLogDirectory[] = "/opt/lomk2/var/log/";
 constexpr char kTemporaryName[] = "dxr_log.tmp";
-constexpr std::uint32_t kPathSize = DXR_PRIVATE_LOG_PATH_SIZE;
-constexpr std::uint32_t kWriteStep = 1000;
-constexpr std::uint32_t kLineSize = 512;
-constexpr std::uint32_t kCopyBlockSize = 512;
-constexpr std::uint32_t kLengthReaderMid = 6;
+constexpr uint32_t kPathSize = DXR_PRIVATE_LOG_PATH_SIZE;
+constexpr uint32_t kWriteStep = 1000;
+constexpr uint32_t kLineSize = 512;
+constexpr uint32_t kCopyBlockSize = 512;
+constexpr uint32_t kLengthReaderMid = 6;
 
 using Path = std::array<char, kPathSize>;
 
@@ -55,16 +55,16 @@ bool GetLogPath(const char *name, Path &path) {
     return DXR_GetPrivateLogPath(name, path.data(), kPathSize) == kOk;
 }
 
-void CopyBytes(std::FILE *source, std::FILE *destination, std::uint32_t length) {
+void CopyBytes(std::FILE *source, std::FILE *destination, uint32_t length) {
     std::array<char, kCopyBlockSize> block;
     // Counts blocks asked for, whatever a read returned: a short read shortens the copy. Intended.
     // 64 bits, since the sum may pass the largest length.
-    for (std::uint64_t copied = 0; copied < length; copied += kCopyBlockSize) {
+    for (uint64_t copied = 0; copied < length; copied += kCopyBlockSize) {
         if (std::feof(source) != 0 || std::ferror(source) != 0) {
             return;
         }
-        const auto wanted = std::min<std::uint64_t>(length - copied, kCopyBlockSize);
-        const std::size_t got = std::fread(block.data(), 1, wanted, source);
+        const auto wanted = std::min<uint64_t>(length - copied, kCopyBlockSize);
+        const size_t got = std::fread(block.data(), 1, wanted, source);
         // Write errors are ignored by intent.
         static_cast<void>(std::fwrite(block.data(), got, 1, destination));
     }
@@ -72,7 +72,7 @@ void CopyBytes(std::FILE *source, std::FILE *destination, std::uint32_t length) 
 
 }  // namespace
 
-std::uint32_t DXR_GetPrivateLogPath(const char *name, char *out, std::uint32_t outSize) {
+uint32_t DXR_GetPrivateLogPath(const char *name, char *out, uint32_t outSize) {
     // realpath writes up to this size and is told no other.
     if (outSize != kPathSize || out == nullptr) {
         return kFailure;
@@ -84,7 +84,7 @@ std::uint32_t DXR_GetPrivateLogPath(const char *name, char *out, std::uint32_t o
     return realpath(path.data(), out) != nullptr ? kOk : kFailure;
 }
 
-std::uint32_t DXR_WritePrivateLog(const char *name, std::uint32_t length, const char *text) {
+uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text) {
     const DxrPrivateLogHook write = DXR_GetPrintHooks()->writePrivateLog;
     if (write == nullptr || name == nullptr) {
         return kOk;
@@ -96,13 +96,13 @@ std::uint32_t DXR_WritePrivateLog(const char *name, std::uint32_t length, const 
         return kOk;
     }
     // Pieces are neither cut nor terminated: the hook bounds each write itself.
-    for (std::uint64_t offset = 0; offset < length; offset += kWriteStep) {
+    for (uint64_t offset = 0; offset < length; offset += kWriteStep) {
         write(name, "%s", text + offset);
     }
     return kOk;
 }
 
-std::uint32_t DXR_GetPrivateLog(const char *name, char *out, std::uint32_t outSize) {
+uint32_t DXR_GetPrivateLog(const char *name, char *out, uint32_t outSize) {
     Path path = {};
     if (out == nullptr || !FormatLogPath(name, path)) {
         return kFailure;
@@ -123,7 +123,7 @@ std::uint32_t DXR_GetPrivateLog(const char *name, char *out, std::uint32_t outSi
     }
 }
 
-std::uint32_t DXR_GetPrivateLogLen(const char *name) {
+uint32_t DXR_GetPrivateLogLen(const char *name) {
     const HostBlock block(kLengthReaderMid, kPathSize);
     char *const path = static_cast<char *>(block.Get());
     if (path == nullptr) {
@@ -136,10 +136,10 @@ std::uint32_t DXR_GetPrivateLogLen(const char *name) {
     return DXR_FileLength(path);
 }
 
-std::uint32_t DXR_FixPrivateLogLen(const char *name, std::uint32_t maxLength) {
-    const std::uint32_t length = DXR_GetPrivateLogLen(name);
+uint32_t DXR_FixPrivateLogLen(const char *name, uint32_t maxLength) {
+    const uint32_t length = DXR_GetPrivateLogLen(name);
     // A length that is negative as a signed number is a failure: 2 GiB and more count as one.
-    if (static_cast<std::int32_t>(length) < 0) {
+    if (static_cast<int32_t>(length) < 0) {
         return kFailure;
     }
     if (length <= maxLength) {
@@ -164,8 +164,8 @@ std::uint32_t DXR_FixPrivateLogLen(const char *name, std::uint32_t maxLength) {
     return std::rename(temporary.data(), log.data()) == 0 ? kOk : kFailure;
 }
 
-std::uint32_t DXR_CopyFile(const char *source, const char *destination, std::uint32_t offset,
-                           std::uint32_t length) {
+uint32_t DXR_CopyFile(const char *source, const char *destination, uint32_t offset,
+                      uint32_t length) {
     const File from = OpenResolved(source, "r");
     if (from == nullptr || std::fseek(from.get(), offset, SEEK_SET) != 0) {
         return kFailure;

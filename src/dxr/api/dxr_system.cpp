@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
-#include "internal/dispatch.h"
 
 using dxr::Call;
 

@@ -14,20 +14,20 @@
 namespace dxr {
 namespace {
 
-constexpr std::uint32_t kSuccess = 0;
-constexpr std::uint32_t kFailure = 1;
+constexpr uint32_t kSuccess = 0;
+constexpr uint32_t kFailure = 1;
 
 // Results of the folder functions.
-constexpr std::uint32_t kNoWorkPath = 8;
-constexpr std::uint32_t kNoFileNameBuffer = 8;
-constexpr std::uint32_t kNoPath = 9;
-constexpr std::uint32_t kFolderNotOpened = 10;
-constexpr std::uint32_t kNameDoesNotFit = 11;
-constexpr std::uint32_t kNothingFound = 12;
+constexpr uint32_t kNoWorkPath = 8;
+constexpr uint32_t kNoFileNameBuffer = 8;
+constexpr uint32_t kNoPath = 9;
+constexpr uint32_t kFolderNotOpened = 10;
+constexpr uint32_t kNameDoesNotFit = 11;
+constexpr uint32_t kNothingFound = 12;
 
-constexpr std::uint32_t kPathSize = 256;
+constexpr uint32_t kPathSize = 256;
 // One byte short of 10 MiB, intended: a file of 10 MiB is refused.
-constexpr std::uint32_t kMaxFileLength = 10 * 1024 * 1024 - 1;
+constexpr uint32_t kMaxFileLength = 10 * 1024 * 1024 - 1;
 
 // A file of the host, closed at the end of its scope.
 class HostFile {
@@ -81,7 +81,7 @@ class Folder {
 
 [[nodiscard]] bool GetWorkPath(char (&workPath)[kPathSize]) {
     memset_s(workPath, sizeof(workPath), 0, sizeof(workPath));
-    const std::uint32_t result = DXR_GetSysWorkPath(workPath, kPathSize);
+    const uint32_t result = DXR_GetSysWorkPath(workPath, kPathSize);
     if (result != 0) {
         if (const DxrPrintHook print = PrintHook()) {
             print(kLevelFailure, "[LINKM_BIN] get sys work path ret[0x%x]", result);
@@ -99,7 +99,7 @@ class Folder {
     }
     if (const DxrPrintHook print = PrintHook()) {
         print(kLevelFailure, "[LINKM_BIN] format file path ret[0x%x]",
-              static_cast<std::uint32_t>(stored));
+              static_cast<uint32_t>(stored));
     }
     return false;
 }
@@ -107,7 +107,7 @@ class Folder {
 // The best name so far, in the caller's buffer; empty before the first.
 class GreatestName {
   public:
-    GreatestName(char *name, std::uint32_t size) : name_(name), size_(size) { Clear(); }
+    GreatestName(char *name, uint32_t size) : name_(name), size_(size) { Clear(); }
 
     // Of equal names the one read first stays.
     [[nodiscard]] bool IsBelow(const char *name) const {
@@ -124,12 +124,12 @@ class GreatestName {
     void Clear() { memset_s(name_, size_, 0, size_); }
 
     char *name_;
-    std::uint32_t size_;
+    uint32_t size_;
 };
 
 // Instead of std::strstr, which nothing else needs: each import is looked up in every process.
 bool Contains(const char *name, const char *pattern) {
-    const std::size_t length = strnlen(pattern, PTRDIFF_MAX);
+    const size_t length = strnlen(pattern, PTRDIFF_MAX);
     for (; std::strncmp(name, pattern, length) != 0; ++name) {
         if (*name == '\0') {
             return false;
@@ -138,7 +138,7 @@ bool Contains(const char *name, const char *pattern) {
     return true;
 }
 
-std::uint32_t FindGreatestName(Folder &folder, const char *pattern, GreatestName &greatest) {
+uint32_t FindGreatestName(Folder &folder, const char *pattern, GreatestName &greatest) {
     while (const char *name = folder.NextName()) {
         if (pattern == nullptr || !Contains(name, pattern) || !greatest.IsBelow(name)) {
             continue;
@@ -181,11 +181,11 @@ uint32_t DXR_GetBinFileDataByFilePath(const char *filePath, uint8_t **data, uint
         }
         return dxr::kFailure;
     }
-    const std::uint32_t length = DXR_FileLength(filePath);
+    const uint32_t length = DXR_FileLength(filePath);
     if (length == 0 || length > dxr::kMaxFileLength) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
             print(dxr::kLevelInfo, "[TOLV BIN] file length[%d] is out of range, filePath: %s",
-                  static_cast<std::int32_t>(length), filePath);
+                  static_cast<int32_t>(length), filePath);
         }
         return dxr::kFailure;
     }
@@ -203,14 +203,14 @@ uint32_t DXR_GetBinFileDataByFilePath(const char *filePath, uint8_t **data, uint
     }
     // One item of the whole length, and yet the result is compared with bytes: intended, the host's
     // read reports bytes.
-    const std::uint32_t read = DXR_FRead(block.Get(), length, 1, file.Get());
+    const uint32_t read = DXR_FRead(block.Get(), length, 1, file.Get());
     if (read != length) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
             print(dxr::kLevelFailure, "[TOLV BIN] read file error ret[0x%x]", read);
         }
         return dxr::kFailure;
     }
-    *data = static_cast<std::uint8_t *>(block.Release());
+    *data = static_cast<uint8_t *>(block.Release());
     *len = length;
     return dxr::kSuccess;
 }

@@ -1,7 +1,7 @@
 #include "dxr/system_table.h"
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
-#include "internal/dispatch.h"
 
 using dxr::Call;
 

@@ -2,9 +2,9 @@
 
 #include <ctime>
 
+#include "dispatch/call.h"
 #include "dxr/hooks.h"
 #include "internal/checked.h"
-#include "internal/dispatch.h"
 
 using dxr::Call;
 

@@ -5,8 +5,8 @@
 #include "internal/bit_address.h"
 #include "internal/host_services.h"
 #include "internal/text_writer.h"
-#include "internal/word_operations.h"
-#include "internal/word_queries.h"
+#include "kernels/word_operations.h"
+#include "kernels/word_queries.h"
 
 using dxr::BitAddress;
 using dxr::BitCount;

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "internal/checked.h"
-#include "internal/integer_sort.h"
+#include "kernels/integer_sort.h"
 
 using dxr::CheckedAdd;
 using dxr::CheckedDiv;

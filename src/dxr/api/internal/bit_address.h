@@ -7,32 +7,32 @@
 
 namespace dxr {
 
-constexpr std::uint32_t kBitsPerWord = 32;
+constexpr uint32_t kBitsPerWord = 32;
 
 struct BitAddress {
-    std::uint32_t word;
-    std::uint32_t shift;  // 0 to 31
+    uint32_t word;
+    uint32_t shift;  // 0 to 31
 
-    explicit constexpr BitAddress(std::uint32_t bit) noexcept
+    explicit constexpr BitAddress(uint32_t bit) noexcept
         : word(bit / kBitsPerWord), shift(bit % kBitsPerWord) {}
 
     // The bit alone, within its word.
-    [[nodiscard]] constexpr std::uint32_t Mask() const noexcept { return 1U << shift; }
+    [[nodiscard]] constexpr uint32_t Mask() const noexcept { return 1U << shift; }
 };
 
 // Bits 0 to this number - 1 are inside the array. Wraps from 2^27 words on; that is intended.
-[[nodiscard]] constexpr std::uint32_t BitCount(std::uint32_t wordCount) noexcept {
+[[nodiscard]] constexpr uint32_t BitCount(uint32_t wordCount) noexcept {
     return wordCount * kBitsPerWord;
 }
 
 // Words that `bitCount` bits take, the last one perhaps in part.
-[[nodiscard]] constexpr std::uint32_t WordsFor(std::uint32_t bitCount) noexcept {
+[[nodiscard]] constexpr uint32_t WordsFor(uint32_t bitCount) noexcept {
     return bitCount / kBitsPerWord + (bitCount % kBitsPerWord != 0 ? 1 : 0);
 }
 
 // A word with its low `count` (0 to 32) bits set.
-[[nodiscard]] constexpr std::uint32_t LowBits(std::uint32_t count) noexcept {
-    return static_cast<std::uint32_t>((std::uint64_t{1} << count) - 1);
+[[nodiscard]] constexpr uint32_t LowBits(uint32_t count) noexcept {
+    return static_cast<uint32_t>((uint64_t{1} << count) - 1);
 }
 
 }  // namespace dxr

@@ -9,19 +9,19 @@ namespace dxr {
 namespace {
 
 // Sizes above this are taken for negative numbers that went through a conversion.
-constexpr std::size_t kMaxSize = SIZE_MAX >> 1;
+constexpr size_t kMaxSize = SIZE_MAX >> 1;
 
-bool IsUsable(const void *dest, std::size_t destSize) {
+bool IsUsable(const void *dest, size_t destSize) {
     return dest != nullptr && destSize != 0 && destSize <= kMaxSize;
 }
 
-bool Overlap(const void *a, std::size_t aSize, const void *b, std::size_t bSize) {
-    const auto aBegin = reinterpret_cast<std::uintptr_t>(a);
-    const auto bBegin = reinterpret_cast<std::uintptr_t>(b);
+bool Overlap(const void *a, size_t aSize, const void *b, size_t bSize) {
+    const auto aBegin = reinterpret_cast<uintptr_t>(a);
+    const auto bBegin = reinterpret_cast<uintptr_t>(b);
     return aBegin < bBegin + bSize && bBegin < aBegin + aSize;
 }
 
-int FailBytes(void *dest, std::size_t destSize, int error) {
+int FailBytes(void *dest, size_t destSize, int error) {
     std::memset(dest, 0, destSize);
     return error;
 }
@@ -33,7 +33,7 @@ int FailText(char *dest, int error) {
 
 }  // namespace
 
-int memcpy_s(void *dest, std::size_t destSize, const void *src, std::size_t count) noexcept {
+int memcpy_s(void *dest, size_t destSize, const void *src, size_t count) noexcept {
     if (!IsUsable(dest, destSize)) {
         return EINVAL;
     }
@@ -50,7 +50,7 @@ int memcpy_s(void *dest, std::size_t destSize, const void *src, std::size_t coun
     return 0;
 }
 
-int memset_s(void *dest, std::size_t destSize, int value, std::size_t count) noexcept {
+int memset_s(void *dest, size_t destSize, int value, size_t count) noexcept {
     if (!IsUsable(dest, destSize)) {
         return EINVAL;
     }
@@ -63,11 +63,11 @@ int memset_s(void *dest, std::size_t destSize, int value, std::size_t count) noe
     return 0;
 }
 
-int strcpy_s(char *dest, std::size_t destSize, const char *src) noexcept {
+int strcpy_s(char *dest, size_t destSize, const char *src) noexcept {
     return strncpy_s(dest, destSize, src, kMaxSize);
 }
 
-int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t count) noexcept {
+int strncpy_s(char *dest, size_t destSize, const char *src, size_t count) noexcept {
     if (!IsUsable(dest, destSize)) {
         return EINVAL;
     }
@@ -75,12 +75,12 @@ int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t cou
         return FailText(dest, EINVAL);
     }
     // Never looks further into the source than the destination is long.
-    const std::size_t length = strnlen(src, count < destSize ? count : destSize);
+    const size_t length = strnlen(src, count < destSize ? count : destSize);
     if (length == destSize) {
         return FailText(dest, ERANGE);
     }
     // The source's terminator is read only when it is reached before `count`.
-    const std::size_t read = length < count ? length + 1 : length;
+    const size_t read = length < count ? length + 1 : length;
     if (read != 0 && Overlap(dest, length + 1, src, read)) {
         return FailText(dest, EINVAL);
     }
@@ -89,7 +89,7 @@ int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t cou
     return 0;
 }
 
-int snprintf_truncated_s(char *buffer, std::size_t size, const char *format, ...) noexcept {
+int snprintf_truncated_s(char *buffer, size_t size, const char *format, ...) noexcept {
     std::va_list args;
     va_start(args, format);
     const int stored = vsnprintf_truncated_s(buffer, size, format, args);
@@ -97,7 +97,7 @@ int snprintf_truncated_s(char *buffer, std::size_t size, const char *format, ...
     return stored;
 }
 
-int vsnprintf_truncated_s(char *buffer, std::size_t size, const char *format,
+int vsnprintf_truncated_s(char *buffer, size_t size, const char *format,
                           std::va_list args) noexcept {
     if (!IsUsable(buffer, size) || format == nullptr) {
         return -1;
@@ -107,7 +107,7 @@ int vsnprintf_truncated_s(char *buffer, std::size_t size, const char *format,
         buffer[0] = '\0';
         return -1;
     }
-    const auto wanted = static_cast<std::size_t>(length);
+    const auto wanted = static_cast<size_t>(length);
     return static_cast<int>(wanted < size ? wanted : size - 1);
 }
 

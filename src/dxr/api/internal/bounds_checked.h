@@ -18,16 +18,16 @@
 
 namespace dxr {
 
-int memcpy_s(void *dest, std::size_t destSize, const void *src, std::size_t count) noexcept;
-int memset_s(void *dest, std::size_t destSize, int value, std::size_t count) noexcept;
-int strcpy_s(char *dest, std::size_t destSize, const char *src) noexcept;
+int memcpy_s(void *dest, size_t destSize, const void *src, size_t count) noexcept;
+int memset_s(void *dest, size_t destSize, int value, size_t count) noexcept;
+int strcpy_s(char *dest, size_t destSize, const char *src) noexcept;
 
 // Copies at most `count` characters of `src` and terminates.
-int strncpy_s(char *dest, std::size_t destSize, const char *src, std::size_t count) noexcept;
+int strncpy_s(char *dest, size_t destSize, const char *src, size_t count) noexcept;
 
-[[gnu::format(printf, 3, 4)]] int snprintf_truncated_s(char *buffer, std::size_t size,
+[[gnu::format(printf, 3, 4)]] int snprintf_truncated_s(char *buffer, size_t size,
                                                        const char *format, ...) noexcept;
-[[gnu::format(printf, 3, 0)]] int vsnprintf_truncated_s(char *buffer, std::size_t size,
+[[gnu::format(printf, 3, 0)]] int vsnprintf_truncated_s(char *buffer, size_t size,
                                                         const char *format,
                                                         std::va_list args) noexcept;
 

@@ -11,9 +11,9 @@
 namespace dxr {
 
 // Levels of the print hook.
-constexpr std::uint32_t kLevelFailure = 1;
-constexpr std::uint32_t kLevelOpenFailure = 2;
-constexpr std::uint32_t kLevelInfo = 6;
+constexpr uint32_t kLevelFailure = 1;
+constexpr uint32_t kLevelOpenFailure = 2;
+constexpr uint32_t kLevelInfo = 6;
 
 // The print hook, read anew for every message; null drops the message. The named type keeps the
 // compiler's check of format and arguments, which `auto` would lose:
@@ -26,10 +26,10 @@ inline DxrPrintHook PrintHook() {
 // (The standard's source_location says the same, but not every supported compiler has it.)
 struct CallSite {
     const char *file;
-    std::uint32_t line;
+    uint32_t line;
 
     static constexpr CallSite Current(const char *file = __builtin_FILE(),
-                                      std::uint32_t line = __builtin_LINE()) {
+                                      uint32_t line = __builtin_LINE()) {
         return {file, line};
     }
 };
@@ -38,7 +38,7 @@ struct CallSite {
 // place in the sources stands for the allocation's and the release's.
 class HostBlock {
   public:
-    HostBlock(std::uint32_t mid, std::uint32_t size, CallSite site = CallSite::Current())
+    HostBlock(uint32_t mid, uint32_t size, CallSite site = CallSite::Current())
         : site_(site), block_(DXR_Malloc(mid, size, site.file, site.line)) {}
     ~HostBlock() {
         if (block_ != nullptr) {

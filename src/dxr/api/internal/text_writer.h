@@ -12,7 +12,7 @@ namespace dxr {
 
 class TextWriter {
   public:
-    TextWriter(char *buffer, std::uint32_t size) noexcept : buffer_(buffer), size_(size) {}
+    TextWriter(char *buffer, uint32_t size) noexcept : buffer_(buffer), size_(size) {}
 
     // Writes behind what is there. A piece that cannot be formatted counts as empty, here and
     // nowhere else: listings that treat the formatter's failure otherwise look at the result.
@@ -22,20 +22,20 @@ class TextWriter {
         const int stored = vsnprintf_truncated_s(buffer_ + written_, Room(), format, args);
         va_end(args);
         if (stored > 0) {
-            written_ += static_cast<std::uint32_t>(stored);
+            written_ += static_cast<uint32_t>(stored);
         }
         return stored;
     }
 
-    [[nodiscard]] std::uint32_t Written() const noexcept { return written_; }
-    [[nodiscard]] std::uint32_t Room() const noexcept { return size_ - written_; }
+    [[nodiscard]] uint32_t Written() const noexcept { return written_; }
+    [[nodiscard]] uint32_t Room() const noexcept { return size_ - written_; }
     // True when no further character can be stored.
     [[nodiscard]] bool Full() const noexcept { return Room() <= 1; }
 
   private:
     char *buffer_;
-    std::uint32_t size_;
-    std::uint32_t written_ = 0;  // at most size_ - 1, or 0 when size_ is 0
+    uint32_t size_;
+    uint32_t written_ = 0;  // at most size_ - 1, or 0 when size_ is 0
 };
 
 }  // namespace dxr

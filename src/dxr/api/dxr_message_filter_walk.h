@@ -4,8 +4,8 @@
 // It goes only where all nodes that are asked are of the library's own two classes. Their Find does
 // nothing but take types off the path, and the walk takes them off a view of its own, so a walk
 // that ends at a node of another class has left no trace: the caller asks Find from the start.
-#ifndef DXR_INTERNAL_MESSAGE_FILTER_WALK_H
-#define DXR_INTERNAL_MESSAGE_FILTER_WALK_H
+#ifndef DXR_MESSAGE_FILTER_WALK_H
+#define DXR_MESSAGE_FILTER_WALK_H
 
 #include <cstdint>
 #include <span>
@@ -47,4 +47,4 @@ class MessageFilterWalk {
 
 }  // namespace Dxr
 
-#endif  // DXR_INTERNAL_MESSAGE_FILTER_WALK_H
+#endif  // DXR_MESSAGE_FILTER_WALK_H

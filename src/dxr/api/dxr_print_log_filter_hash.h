@@ -1,6 +1,6 @@
 // Who hashes log lines.
-#ifndef DXR_INTERNAL_LOG_FILTER_HASH_H
-#define DXR_INTERNAL_LOG_FILTER_HASH_H
+#ifndef DXR_PRINT_LOG_FILTER_HASH_H
+#define DXR_PRINT_LOG_FILTER_HASH_H
 
 namespace dxr {
 
@@ -10,4 +10,4 @@ namespace dxr {
 
 }  // namespace dxr
 
-#endif  // DXR_INTERNAL_LOG_FILTER_HASH_H
+#endif  // DXR_PRINT_LOG_FILTER_HASH_H

@@ -1,4 +1,4 @@
-#include "internal/cpu_features.h"
+#include "kernels/cpu_features.h"
 
 #if defined(__x86_64__)
 #include <cpuid.h>
@@ -9,20 +9,20 @@ namespace {
 
 #if defined(__x86_64__)
 
-constexpr bool HasAll(std::uint64_t bits, std::uint64_t wanted) {
+constexpr bool HasAll(uint64_t bits, uint64_t wanted) {
     return (bits & wanted) == wanted;
 }
 
-std::uint64_t SavedRegisters() {
-    std::uint32_t low = 0;
-    std::uint32_t high = 0;
+uint64_t SavedRegisters() {
+    uint32_t low = 0;
+    uint32_t high = 0;
     asm volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-    return (std::uint64_t{high} << 32U) | low;
+    return (uint64_t{high} << 32U) | low;
 }
 
-std::uint32_t Features() {
-    constexpr std::uint64_t kAvxState = 0x06;
-    constexpr std::uint64_t kAvx512State = 0xE6;
+uint32_t Features() {
+    constexpr uint64_t kAvxState = 0x06;
+    constexpr uint64_t kAvx512State = 0xE6;
     unsigned eax = 0;
     unsigned ebx = 0;
     unsigned ecx = 0;
@@ -31,7 +31,7 @@ std::uint32_t Features() {
         !HasAll(ecx, bit_OSXSAVE | bit_AVX | bit_PCLMUL | bit_POPCNT)) {
         return 0;
     }
-    const std::uint64_t saved = SavedRegisters();
+    const uint64_t saved = SavedRegisters();
     if (!HasAll(saved, kAvxState) || __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0 ||
         !HasAll(ebx, bit_AVX2 | bit_BMI | bit_BMI2)) {
         return 0;
@@ -44,7 +44,7 @@ std::uint32_t Features() {
 
 #else
 
-std::uint32_t Features() {
+uint32_t Features() {
     return 0;
 }
 
@@ -52,10 +52,10 @@ std::uint32_t Features() {
 
 }  // namespace
 
-constinit std::atomic<std::uint32_t> g_known = 0;
+constinit std::atomic<uint32_t> g_known = 0;
 
-std::uint32_t Ask() noexcept {
-    const std::uint32_t features = Features() | kAsked;
+uint32_t Ask() noexcept {
+    const uint32_t features = Features() | kAsked;
     g_known.store(features, std::memory_order_relaxed);
     return features;
 }

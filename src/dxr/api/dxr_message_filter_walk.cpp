@@ -1,4 +1,4 @@
-#include "internal/message_filter_walk.h"
+#include "dxr_message_filter_walk.h"
 
 #include <typeinfo>
 

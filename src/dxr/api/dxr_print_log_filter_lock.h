@@ -1,6 +1,6 @@
 // Holds the mutex of one log type.
-#ifndef DXR_INTERNAL_LOG_FILTER_LOCK_H
-#define DXR_INTERNAL_LOG_FILTER_LOCK_H
+#ifndef DXR_PRINT_LOG_FILTER_LOCK_H
+#define DXR_PRINT_LOG_FILTER_LOCK_H
 
 #include <cstdint>
 
@@ -9,13 +9,13 @@
 
 namespace dxr {
 
-constexpr std::uint32_t kLogTypeCount = DXR_LOG_FILTER_TYPE_NUM;
+constexpr uint32_t kLogTypeCount = DXR_LOG_FILTER_TYPE_NUM;
 
 class LogTypeLock {
   public:
     // `logType` is below kLogTypeCount. A lock that fails is held all the same, as far as the
     // filter goes.
-    explicit LogTypeLock(std::uint32_t logType) : logType_(logType) {
+    explicit LogTypeLock(uint32_t logType) : logType_(logType) {
         static_cast<void>(DXR_LockMutex(g_dxrLogFilterMutex[logType_]));
     }
     ~LogTypeLock() {
@@ -29,16 +29,16 @@ class LogTypeLock {
     LogTypeLock &operator=(LogTypeLock &&) = delete;
 
     // For callers that pass on what the unlock hook answers.
-    std::uint32_t Unlock() {
+    uint32_t Unlock() {
         held_ = false;
         return DXR_UnlockMutex(g_dxrLogFilterMutex[logType_]);
     }
 
   private:
-    std::uint32_t logType_;
+    uint32_t logType_;
     bool held_ = true;
 };
 
 }  // namespace dxr
 
-#endif  // DXR_INTERNAL_LOG_FILTER_LOCK_H
+#endif  // DXR_PRINT_LOG_FILTER_LOCK_H

@@ -1,4 +1,4 @@
-#include "internal/text_hash.h"
+#include "kernels/text_hash.h"
 
 #include <array>
 #include <cstring>
@@ -7,19 +7,19 @@
 #include <immintrin.h>
 #endif
 
-#include "internal/cpu_features.h"
 #include "internal/fast_paths.h"
+#include "kernels/cpu_features.h"
 
 namespace dxr {
 namespace {
 
-constexpr std::size_t kShortLanes = 32;
-constexpr std::size_t kLongLanes = 64;
-constexpr std::size_t kLongText = 256;  // from here on the larger step pays
+constexpr size_t kShortLanes = 32;
+constexpr size_t kLongLanes = 64;
+constexpr size_t kLongText = 256;  // from here on the larger step pays
 
 constexpr auto kPowers = [] {
-    std::array<std::uint32_t, kLongLanes + 1> powers = {1};
-    for (std::size_t i = 1; i < powers.size(); ++i) {
+    std::array<uint32_t, kLongLanes + 1> powers = {1};
+    for (size_t i = 1; i < powers.size(); ++i) {
         powers[i] = powers[i - 1] * kTextHashFactor;
     }
     return powers;
@@ -28,8 +28,8 @@ constexpr auto kPowers = [] {
 #if defined(__x86_64__)
 
 constexpr bool kHasWide = true;
-constexpr std::size_t kWidth = 8;  // lanes of a vector register
-using Lanes [[gnu::vector_size(4 * kWidth)]] = std::uint32_t;
+constexpr size_t kWidth = 8;  // lanes of a vector register
+using Lanes [[gnu::vector_size(4 * kWidth)]] = uint32_t;
 
 // Factor to the powers 7, 6, ... 0.
 constexpr Lanes kWeights = {kPowers[7], kPowers[6], kPowers[5], kPowers[4],
@@ -46,34 +46,34 @@ DXR_TARGET_AVX2 inline Lanes Load(const unsigned char *text) {
 // on, in the factor to the power kStep, and counts in the end with the factor to the power kStep -
 // 1 - j. What remains is taken from the last kStep bytes, of which those hashed already count 0:
 // the lanes move on by as many bytes as are new.
-template <std::size_t kStep>
-DXR_TARGET_AVX2 std::uint32_t TextHashWide(const unsigned char *text, std::size_t length) {
-    constexpr std::size_t kVectors = kStep / kWidth;
-    const std::size_t rest = length % kStep;
+template <size_t kStep>
+DXR_TARGET_AVX2 uint32_t TextHashWide(const unsigned char *text, size_t length) {
+    constexpr size_t kVectors = kStep / kWidth;
+    const size_t rest = length % kStep;
     const unsigned char *const last = text + length - kStep;
     Lanes lanes[kVectors];
 #pragma GCC unroll 8
-    for (std::size_t v = 0; v < kVectors; ++v) {
+    for (size_t v = 0; v < kVectors; ++v) {
         lanes[v] = Load(text + v * kWidth);
     }
     for (text += kStep; text <= last; text += kStep) {
 #pragma GCC unroll 8
-        for (std::size_t v = 0; v < kVectors; ++v) {
+        for (size_t v = 0; v < kVectors; ++v) {
             lanes[v] = lanes[v] * kPowers[kStep] + Load(text + v * kWidth);
         }
     }
-    const auto firstNew = static_cast<std::uint32_t>(kStep - rest);
+    const auto firstNew = static_cast<uint32_t>(kStep - rest);
     Lanes sum = {};
 #pragma GCC unroll 8
-    for (std::size_t v = 0; v < kVectors; ++v) {
-        const Lanes isNew = kLaneNumbers + static_cast<std::uint32_t>(v * kWidth) >= firstNew;
+    for (size_t v = 0; v < kVectors; ++v) {
+        const Lanes isNew = kLaneNumbers + static_cast<uint32_t>(v * kWidth) >= firstNew;
         // Horner's rule over the vectors too.
         sum =
             sum * kPowers[kWidth] + (lanes[v] * kPowers[rest] + (Load(last + v * kWidth) & isNew));
     }
     sum *= kWeights;
-    std::uint32_t hash = 0;
-    for (std::size_t lane = 0; lane < kWidth; ++lane) {
+    uint32_t hash = 0;
+    for (size_t lane = 0; lane < kWidth; ++lane) {
         hash += sum[lane];
     }
     return hash;
@@ -82,15 +82,15 @@ DXR_TARGET_AVX2 std::uint32_t TextHashWide(const unsigned char *text, std::size_
 #else
 
 constexpr bool kHasWide = false;
-template <std::size_t kStep>
-std::uint32_t TextHashWide(const unsigned char *text, std::size_t length);
+template <size_t kStep>
+uint32_t TextHashWide(const unsigned char *text, size_t length);
 
 #endif
 
 // Four bytes a step: the next step waits for one multiplication instead of four.
-std::uint32_t TextHashByFours(const unsigned char *text, std::size_t length) {
-    std::uint32_t hash = 0;
-    std::size_t i = 0;
+uint32_t TextHashByFours(const unsigned char *text, size_t length) {
+    uint32_t hash = 0;
+    size_t i = 0;
     for (; i + 4 <= length; i += 4) {
         hash = hash * kPowers[4] + (text[i] * kPowers[3] + text[i + 1] * kPowers[2] +
                                     text[i + 2] * kPowers[1] + text[i + 3]);
@@ -100,7 +100,7 @@ std::uint32_t TextHashByFours(const unsigned char *text, std::size_t length) {
 
 }  // namespace
 
-std::uint32_t TextHash(const unsigned char *text, std::size_t length) noexcept {
+uint32_t TextHash(const unsigned char *text, size_t length) noexcept {
     if constexpr (!kFastPaths) {
         return TextHashPlain(text, length);
     }

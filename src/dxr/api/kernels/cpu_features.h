@@ -1,7 +1,7 @@
 // Which vector instructions the processor has, asked for once. No constructor and no resolver at
 // load: the first caller asks, and callers that ask at the same time store the same answer.
-#ifndef DXR_INTERNAL_CPU_FEATURES_H
-#define DXR_INTERNAL_CPU_FEATURES_H
+#ifndef DXR_KERNELS_CPU_FEATURES_H
+#define DXR_KERNELS_CPU_FEATURES_H
 
 #include <atomic>
 #include <cstdint>
@@ -10,17 +10,17 @@ namespace dxr {
 
 namespace cpu_features {
 
-inline constexpr std::uint32_t kAvx2 = 1;
-inline constexpr std::uint32_t kVectorPopcount = 2;
-inline constexpr std::uint32_t kAsked = 4;
+inline constexpr uint32_t kAvx2 = 1;
+inline constexpr uint32_t kVectorPopcount = 2;
+inline constexpr uint32_t kAsked = 4;
 
-extern constinit std::atomic<std::uint32_t> g_known;
+extern constinit std::atomic<uint32_t> g_known;
 
 // Asks the processor, keeps the answer in g_known and returns it.
-[[nodiscard, gnu::cold]] std::uint32_t Ask() noexcept;
+[[nodiscard, gnu::cold]] uint32_t Ask() noexcept;
 
-[[nodiscard]] inline bool Has(std::uint32_t feature) noexcept {
-    const std::uint32_t known = g_known.load(std::memory_order_relaxed);
+[[nodiscard]] inline bool Has(uint32_t feature) noexcept {
+    const uint32_t known = g_known.load(std::memory_order_relaxed);
     return (known & feature) != 0 || (known == 0 && (Ask() & feature) != 0);
 }
 
@@ -50,4 +50,4 @@ extern constinit std::atomic<std::uint32_t> g_known;
 #define DXR_TARGET_VECTOR_POPCOUNT
 #endif
 
-#endif  // DXR_INTERNAL_CPU_FEATURES_H
+#endif  // DXR_KERNELS_CPU_FEATURES_H

@@ -1,4 +1,4 @@
-#include "internal/integer_sort.h"
+#include "kernels/integer_sort.h"
 
 #include <algorithm>
 #include <limits>
@@ -8,17 +8,17 @@
 namespace dxr {
 namespace {
 
-constexpr std::size_t kFew = 16;  // elements that insertion sorts fastest
+constexpr size_t kFew = 16;  // elements that insertion sorts fastest
 
 // All elements lie in lowest to highest, and no difference of two of them overflows.
 struct Range {
-    std::int32_t lowest;
-    std::int32_t highest;
+    int32_t lowest;
+    int32_t highest;
 };
 
-Range RangeOf(const std::int32_t *elements, std::size_t count) {
+Range RangeOf(const int32_t *elements, size_t count) {
     Range range = {elements[0], elements[0]};
-    for (std::size_t i = 1; i < count; ++i) {
+    for (size_t i = 1; i < count; ++i) {
         range.lowest = std::min(range.lowest, elements[i]);
         range.highest = std::max(range.highest, elements[i]);
     }
@@ -26,14 +26,14 @@ Range RangeOf(const std::int32_t *elements, std::size_t count) {
 }
 
 bool Overflows(Range range) {
-    const std::int64_t difference = std::int64_t{range.highest} - range.lowest;
-    return difference > std::numeric_limits<std::int32_t>::max();
+    const int64_t difference = int64_t{range.highest} - range.lowest;
+    return difference > std::numeric_limits<int32_t>::max();
 }
 
-void SortByInsertion(std::int32_t *elements, std::size_t count) {
-    for (std::size_t i = 1; i < count; ++i) {
-        const std::int32_t element = elements[i];
-        std::size_t place = i;
+void SortByInsertion(int32_t *elements, size_t count) {
+    for (size_t i = 1; i < count; ++i) {
+        const int32_t element = elements[i];
+        size_t place = i;
         for (; place > 0 && elements[place - 1] > element; --place) {
             elements[place] = elements[place - 1];
         }
@@ -43,10 +43,10 @@ void SortByInsertion(std::int32_t *elements, std::size_t count) {
 
 // Moves the elements up to `middle` to the front and returns their number. Each element changes
 // places with the first greater one, or with itself, without a branch that depends on it.
-std::size_t Partition(std::int32_t *elements, std::size_t count, std::int32_t middle) {
-    std::size_t low = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::int32_t element = elements[i];
+size_t Partition(int32_t *elements, size_t count, int32_t middle) {
+    size_t low = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const int32_t element = elements[i];
         elements[i] = elements[low];
         elements[low] = element;
         low += element <= middle ? 1 : 0;
@@ -56,10 +56,10 @@ std::size_t Partition(std::int32_t *elements, std::size_t count, std::int32_t mi
 
 // Halves the range of values until it is one value or few elements are left: at most 31 times,
 // whatever the elements are.
-void SortByHalves(std::int32_t *elements, std::size_t count, Range range) {
+void SortByHalves(int32_t *elements, size_t count, Range range) {
     while (count > kFew && range.lowest != range.highest) {
-        const std::int32_t middle = range.lowest + (range.highest - range.lowest) / 2;
-        const std::size_t low = Partition(elements, count, middle);
+        const int32_t middle = range.lowest + (range.highest - range.lowest) / 2;
+        const size_t low = Partition(elements, count, middle);
         SortByHalves(elements, low, {range.lowest, middle});
         elements += low;
         count -= low;
@@ -72,7 +72,7 @@ void SortByHalves(std::int32_t *elements, std::size_t count, Range range) {
 
 }  // namespace
 
-bool SortAscending(std::int32_t *elements, std::size_t count) noexcept {
+bool SortAscending(int32_t *elements, size_t count) noexcept {
     if (!kFastPaths) {
         return false;
     }

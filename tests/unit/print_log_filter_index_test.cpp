@@ -1,6 +1,6 @@
 // The index against a walk over the live entries, with the ring driven as the library drives it.
 
-#include "internal/log_filter_index.h"
+#include "dxr_print_log_filter_index.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,16 +16,16 @@ using dxr::LogFilterIndex;
 
 class Ring {
   public:
-    explicit Ring(std::uint32_t capacity) : entries_(capacity) {
+    explicit Ring(uint32_t capacity) : entries_(capacity) {
         record_.capacity = capacity;
         record_.entries = entries_.data();
     }
 
     DxrLogFilterInfo &Record() { return record_; }
-    DxrLogFilterEntry &At(std::uint32_t position) { return entries_[position]; }
+    DxrLogFilterEntry &At(uint32_t position) { return entries_[position]; }
 
-    std::uint32_t Add(std::uint32_t hash) {
-        const std::uint32_t position = (record_.curIndex + record_.curSize) % record_.capacity;
+    uint32_t Add(uint32_t hash) {
+        const uint32_t position = (record_.curIndex + record_.curSize) % record_.capacity;
         entries_[position].logHashCode = hash;
         if (record_.curSize < record_.capacity) {
             ++record_.curSize;
@@ -35,14 +35,14 @@ class Ring {
         return position;
     }
 
-    void Age(std::uint32_t count) {
+    void Age(uint32_t count) {
         record_.curIndex = (record_.curIndex + count) % record_.capacity;
         record_.curSize -= count;
     }
 
-    [[nodiscard]] std::uint32_t Walk(std::uint32_t hash) const {
-        for (std::uint32_t i = 0; i < record_.curSize; ++i) {
-            const std::uint32_t position = (record_.curIndex + i) % record_.capacity;
+    [[nodiscard]] uint32_t Walk(uint32_t hash) const {
+        for (uint32_t i = 0; i < record_.curSize; ++i) {
+            const uint32_t position = (record_.curIndex + i) % record_.capacity;
             if (entries_[position].logHashCode == hash) {
                 return position;
             }
@@ -57,39 +57,39 @@ class Ring {
 
 // Hashes of which eight at a time want the same slot, near the end of the table: runs are long and
 // go on at its beginning.
-std::uint32_t CrowdedHash(std::uint32_t n) {
-    constexpr std::uint32_t kInverseOfTheMultiplier = 0x0E8B2F51U;
+uint32_t CrowdedHash(uint32_t n) {
+    constexpr uint32_t kInverseOfTheMultiplier = 0x0E8B2F51U;
     return (n * (1U << 17U) + (4000U << 20U)) * kInverseOfTheMultiplier;
 }
 
-std::uint32_t ScatteredHash(std::uint32_t n) {
+uint32_t ScatteredHash(uint32_t n) {
     return n * 2654435769U + 1;
 }
 
-void Drive(std::uint32_t capacity, std::uint32_t hashes, std::uint32_t (*hashOf)(std::uint32_t),
-           std::uint64_t seed, std::uint32_t operations) {
+void Drive(uint32_t capacity, uint32_t hashes, uint32_t (*hashOf)(uint32_t), uint64_t seed,
+           uint32_t operations) {
     SCOPED_TRACE(::testing::Message() << "capacity " << capacity << ", " << hashes << " hashes");
     std::mt19937_64 random(seed);
     const auto index = std::make_unique<LogFilterIndex>();
     Ring ring(capacity);
     index->Rebuild(ring.Record());
-    for (std::uint32_t i = 0; i < operations; ++i) {
-        const std::uint64_t what = random() % 100;
+    for (uint32_t i = 0; i < operations; ++i) {
+        const uint64_t what = random() % 100;
         if (what < 90) {
-            const std::uint32_t hash = hashOf(static_cast<std::uint32_t>(1 + random() % hashes));
-            const std::uint32_t walked = ring.Walk(hash);
+            const uint32_t hash = hashOf(static_cast<uint32_t>(1 + random() % hashes));
+            const uint32_t walked = ring.Walk(hash);
             ASSERT_EQ(index->Find(ring.Record(), hash), walked) << "operation " << i;
             // Equal hashes may stand twice: a host may add entries by itself.
             if (walked == capacity || what < 5) {
                 index->Put(ring.Add(hash), hash);
             }
         } else if (what < 92) {
-            ring.Age(static_cast<std::uint32_t>(random() % (ring.Record().curSize / 8 + 2)) %
+            ring.Age(static_cast<uint32_t>(random() % (ring.Record().curSize / 8 + 2)) %
                      (ring.Record().curSize + 1));
         } else if (what < 98 && ring.Record().curSize != 0) {
             // A host has written into an entry: it must not be given for its old hash.
-            const auto position = static_cast<std::uint32_t>(random() % capacity);
-            const std::uint32_t old = ring.At(position).logHashCode;
+            const auto position = static_cast<uint32_t>(random() % capacity);
+            const uint32_t old = ring.At(position).logHashCode;
             ring.At(position).logHashCode = 0;
             if (old != 0) {
                 ASSERT_EQ(index->Find(ring.Record(), old), ring.Walk(old)) << "operation " << i;
@@ -102,9 +102,9 @@ void Drive(std::uint32_t capacity, std::uint32_t hashes, std::uint32_t (*hashOf)
 }
 
 TEST(LogFilterIndex, AgreesWithAWalk) {
-    std::uint64_t seed = dxrtest::Seed();
-    for (const std::uint32_t capacity : {1U, 3U, 7U, 31U, 255U, 2047U}) {
-        const std::uint32_t operations = capacity < 1000 ? 60000U : 20000U;
+    uint64_t seed = dxrtest::Seed();
+    for (const uint32_t capacity : {1U, 3U, 7U, 31U, 255U, 2047U}) {
+        const uint32_t operations = capacity < 1000 ? 60000U : 20000U;
         Drive(capacity, capacity * 2 + 1, ScatteredHash, seed++, operations);
         Drive(capacity, capacity * 2 + 1, CrowdedHash, seed++, operations);
         Drive(capacity, 3, CrowdedHash, seed++, 3000);
@@ -115,14 +115,14 @@ TEST(LogFilterIndex, AFullRingTurnsOverForEver) {
     const auto index = std::make_unique<LogFilterIndex>();
     Ring ring(LogFilterIndex::kMaxPositions);
     index->Rebuild(ring.Record());
-    for (std::uint32_t n = 1; n <= 10 * LogFilterIndex::kMaxPositions; ++n) {
-        const std::uint32_t hash = ScatteredHash(n);
+    for (uint32_t n = 1; n <= 10 * LogFilterIndex::kMaxPositions; ++n) {
+        const uint32_t hash = ScatteredHash(n);
         ASSERT_EQ(index->Find(ring.Record(), hash), ring.Record().capacity);
-        const std::uint32_t position = ring.Add(hash);
+        const uint32_t position = ring.Add(hash);
         index->Put(position, hash);
         ASSERT_EQ(index->Find(ring.Record(), hash), position);
         if (n > LogFilterIndex::kMaxPositions) {
-            const std::uint32_t gone = ScatteredHash(n - LogFilterIndex::kMaxPositions);
+            const uint32_t gone = ScatteredHash(n - LogFilterIndex::kMaxPositions);
             ASSERT_EQ(index->Find(ring.Record(), gone), ring.Record().capacity);
         }
     }

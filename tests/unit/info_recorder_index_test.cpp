@@ -1,6 +1,6 @@
 // The index against a walk over the store, with the store driven as the library drives it and
 // changed past the index.
-#include "internal/record_index.h"
+#include "dxr_info_recorder_index.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -17,9 +17,9 @@ namespace {
 
 using dxr::RecordIndex;
 
-constexpr std::uint32_t kSlots = DXR_RECORD_COUNT;
+constexpr uint32_t kSlots = DXR_RECORD_COUNT;
 
-std::uint32_t HashOf(const std::string &text) {
+uint32_t HashOf(const std::string &text) {
     return dxr::RecordHash(text.data(), text.size());
 }
 
@@ -29,7 +29,7 @@ class Store {
 
     // As the recorder adds a text.
     void Add(RecordIndex &index, const std::string &text) {
-        const std::uint32_t slot = store_.nextIndex;
+        const uint32_t slot = store_.nextIndex;
         if (store_.records[slot] == nullptr) {
             DxrRecord *const made = Make();
             index.Change(store_, slot, made, [&] {
@@ -46,7 +46,7 @@ class Store {
     }
 
     // Past the index.
-    void Put(std::uint32_t slot, const std::string &text) {
+    void Put(uint32_t slot, const std::string &text) {
         store_.records[slot] = Make();
         std::memcpy(store_.records[slot]->text, text.c_str(), text.size() + 1);
     }
@@ -54,9 +54,9 @@ class Store {
     void Clear() { store_ = {}; }
 
     // All slots of the walk whose record has the text.
-    std::vector<std::uint32_t> Walk(const std::string &text) const {
-        std::vector<std::uint32_t> slots;
-        for (std::uint32_t i = 0; i < kSlots && store_.records[i] != nullptr; ++i) {
+    std::vector<uint32_t> Walk(const std::string &text) const {
+        std::vector<uint32_t> slots;
+        for (uint32_t i = 0; i < kSlots && store_.records[i] != nullptr; ++i) {
             if (store_.records[i]->text == text) {
                 slots.push_back(i);
             }
@@ -74,10 +74,10 @@ class Store {
     std::vector<std::unique_ptr<DxrRecord>> made_;
 };
 
-std::vector<std::uint32_t> Candidates(const RecordIndex &index, const std::string &text) {
-    const std::uint32_t hash = HashOf(text);
-    std::vector<std::uint32_t> slots;
-    for (std::uint32_t slot = index.First(hash); slot != RecordIndex::kNone;
+std::vector<uint32_t> Candidates(const RecordIndex &index, const std::string &text) {
+    const uint32_t hash = HashOf(text);
+    std::vector<uint32_t> slots;
+    for (uint32_t slot = index.First(hash); slot != RecordIndex::kNone;
          slot = index.Next(slot, hash)) {
         slots.push_back(slot);
     }
@@ -85,14 +85,14 @@ std::vector<std::uint32_t> Candidates(const RecordIndex &index, const std::strin
 }
 
 // Of these texts, "Aa..." and "BB..." of one length have one hash.
-std::string TextOf(std::uint32_t n) {
+std::string TextOf(uint32_t n) {
     return (n % 2 == 0 ? "Aa" : "BB") + std::to_string(n / 2) + std::string(n / 2 % 100, 'x');
 }
 
-std::vector<std::uint32_t> OfTheText(const Store &store, std::vector<std::uint32_t> slots,
-                                     const std::string &text) {
-    const std::vector<std::uint32_t> walked = store.Walk(text);
-    std::erase_if(slots, [&](std::uint32_t slot) {
+std::vector<uint32_t> OfTheText(const Store &store, std::vector<uint32_t> slots,
+                                const std::string &text) {
+    const std::vector<uint32_t> walked = store.Walk(text);
+    std::erase_if(slots, [&](uint32_t slot) {
         return !std::binary_search(walked.begin(), walked.end(), slot);
     });
     return slots;
@@ -105,24 +105,24 @@ TEST(RecordIndex, EqualHashesOfDifferentTextsAreCandidatesOfBoth) {
     for (const char *const text : {"Aa7", "BB7", "x", "BB7"}) {
         store.Add(*index, text);
     }
-    EXPECT_EQ(Candidates(*index, "Aa7"), (std::vector<std::uint32_t>{0, 1, 3}));
-    EXPECT_EQ(Candidates(*index, "x"), (std::vector<std::uint32_t>{2}));
+    EXPECT_EQ(Candidates(*index, "Aa7"), (std::vector<uint32_t>{0, 1, 3}));
+    EXPECT_EQ(Candidates(*index, "x"), (std::vector<uint32_t>{2}));
 }
 
 TEST(RecordIndex, AgreesWithAWalk) {
     std::mt19937_64 random(dxrtest::Seed());
-    for (const std::uint32_t texts : {3U, 40U, 1000U, 5000U}) {
+    for (const uint32_t texts : {3U, 40U, 1000U, 5000U}) {
         const auto index = std::make_unique<RecordIndex>();
         Store store;
-        std::uint32_t wraps = 0;
+        uint32_t wraps = 0;
         for (int i = 0; i < 12000; ++i) {
-            const std::string text = TextOf(static_cast<std::uint32_t>(random() % texts));
-            const std::uint64_t what = random() % 3000;
+            const std::string text = TextOf(static_cast<uint32_t>(random() % texts));
+            const uint64_t what = random() % 3000;
             DxrRecordStore &records = store.Get();
             if (what == 0) {
                 store.Clear();
             } else if (what == 1) {
-                records.nextIndex = static_cast<std::uint32_t>(random() % kSlots);
+                records.nextIndex = static_cast<uint32_t>(random() % kSlots);
             } else if (what == 2 && records.nextIndex != 0) {
                 --records.nextIndex;
                 records.records[records.nextIndex] = nullptr;
@@ -136,7 +136,7 @@ TEST(RecordIndex, AgreesWithAWalk) {
                 wraps += records.nextIndex == 0 ? 1 : 0;
             }
             index->Follow(records);
-            const std::vector<std::uint32_t> slots = Candidates(*index, text);
+            const std::vector<uint32_t> slots = Candidates(*index, text);
             ASSERT_TRUE(std::is_sorted(slots.begin(), slots.end())) << "operation " << i;
             ASSERT_EQ(OfTheText(store, slots, text), store.Walk(text)) << "operation " << i;
         }
@@ -147,15 +147,15 @@ TEST(RecordIndex, AgreesWithAWalk) {
 TEST(RecordIndex, AFullStoreTurnsOverForEver) {
     const auto index = std::make_unique<RecordIndex>();
     Store store;
-    for (std::uint32_t n = 0; n < 20 * kSlots; ++n) {
+    for (uint32_t n = 0; n < 20 * kSlots; ++n) {
         const std::string text = "text " + std::to_string(n);
         index->Follow(store.Get());
-        ASSERT_EQ(Candidates(*index, text), std::vector<std::uint32_t>{});
+        ASSERT_EQ(Candidates(*index, text), std::vector<uint32_t>{});
         store.Add(*index, text);
-        ASSERT_EQ(Candidates(*index, text), std::vector<std::uint32_t>{n % kSlots});
+        ASSERT_EQ(Candidates(*index, text), std::vector<uint32_t>{n % kSlots});
         if (n >= kSlots) {
             const std::string gone = "text " + std::to_string(n - kSlots);
-            ASSERT_EQ(Candidates(*index, gone), std::vector<std::uint32_t>{});
+            ASSERT_EQ(Candidates(*index, gone), std::vector<uint32_t>{});
         }
     }
 }
@@ -163,7 +163,7 @@ TEST(RecordIndex, AFullStoreTurnsOverForEver) {
 TEST(RecordIndex, OneTextInEverySlotIsGivenInTheOrderOfSlots) {
     const auto index = std::make_unique<RecordIndex>();
     Store store;
-    for (std::uint32_t n = 0; n < kSlots + 100; ++n) {
+    for (uint32_t n = 0; n < kSlots + 100; ++n) {
         store.Add(*index, "same");
     }
     EXPECT_EQ(Candidates(*index, "same"), store.Walk("same"));
@@ -176,7 +176,7 @@ TEST(RecordIndex, TheNextSlotIsFoundWhateverHasHappenedToTheLast) {
     for (const char *const text : {"a", "b", "a", "b", "a"}) {
         store.Add(*index, text);
     }
-    const std::uint32_t hash = HashOf("a");
+    const uint32_t hash = HashOf("a");
     ASSERT_EQ(index->First(hash), 0U);
     store.Get().nextIndex = 0;
     index->Follow(store.Get());
@@ -207,7 +207,7 @@ TEST(RecordIndex, WhatStandsBehindAnEmptySlotIsNotGiven) {
     index->Follow(store.Get());
     store.Add(*index, "a");
     index->Follow(store.Get());
-    EXPECT_EQ(Candidates(*index, "a"), std::vector<std::uint32_t>{0});
+    EXPECT_EQ(Candidates(*index, "a"), std::vector<uint32_t>{0});
     // The gap is filled: slot 3 belongs to the walk again.
     store.Get().nextIndex = 1;
     index->Follow(store.Get());
@@ -215,7 +215,7 @@ TEST(RecordIndex, WhatStandsBehindAnEmptySlotIsNotGiven) {
     index->Follow(store.Get());
     store.Add(*index, "a");
     index->Follow(store.Get());
-    EXPECT_EQ(Candidates(*index, "a"), (std::vector<std::uint32_t>{0, 2, 3}));
+    EXPECT_EQ(Candidates(*index, "a"), (std::vector<uint32_t>{0, 2, 3}));
 }
 
 TEST(RecordIndex, ATextWithoutTerminatorEndsWithItsRoom) {
@@ -238,8 +238,8 @@ TEST(RecordIndex, AChangeThatTheSlotDoesNotShowIsNotFollowed) {
         return HashOf("b");
     });
     index->Follow(store.Get());
-    EXPECT_EQ(Candidates(*index, "b"), std::vector<std::uint32_t>{});
-    EXPECT_EQ(Candidates(*index, "a"), std::vector<std::uint32_t>{0});
+    EXPECT_EQ(Candidates(*index, "b"), std::vector<uint32_t>{});
+    EXPECT_EQ(Candidates(*index, "a"), std::vector<uint32_t>{0});
 }
 
 class RecordIndexBesideAHost : public testing::Test {
@@ -259,7 +259,7 @@ class RecordIndexBesideAHost : public testing::Test {
         store_.Get().nextIndex = 3;
     }
 
-    std::vector<std::uint32_t> Followed(const std::string &text) {
+    std::vector<uint32_t> Followed(const std::string &text) {
         index_->Follow(store_.Get());
         return Candidates(*index_, text);
     }
@@ -270,34 +270,34 @@ class RecordIndexBesideAHost : public testing::Test {
 
 TEST_F(RecordIndexBesideAHost, AReplacedStoreIsNoticed) {
     ReplaceAll();
-    EXPECT_EQ(Followed("x"), std::vector<std::uint32_t>{0});
-    EXPECT_EQ(Followed("a"), std::vector<std::uint32_t>{});
+    EXPECT_EQ(Followed("x"), std::vector<uint32_t>{0});
+    EXPECT_EQ(Followed("a"), std::vector<uint32_t>{});
 }
 
 TEST_F(RecordIndexBesideAHost, AReplacedStoreIsNoticedBehindAFurtherChangeToo) {
     ReplaceAll();
     store_.Add(*index_, "w");
-    EXPECT_EQ(Followed("x"), std::vector<std::uint32_t>{0});
-    EXPECT_EQ(Followed("w"), std::vector<std::uint32_t>{3});
+    EXPECT_EQ(Followed("x"), std::vector<uint32_t>{0});
+    EXPECT_EQ(Followed("w"), std::vector<uint32_t>{3});
 }
 
 TEST_F(RecordIndexBesideAHost, AChangeOfAnUnknownStoreDoesNotMakeItKnown) {
     // The change brings the index of the store back to where it was.
     store_.Get().nextIndex = 2;
     store_.Add(*index_, "w");
-    EXPECT_EQ(Followed("w"), std::vector<std::uint32_t>{2});
-    EXPECT_EQ(Followed("c"), std::vector<std::uint32_t>{});
+    EXPECT_EQ(Followed("w"), std::vector<uint32_t>{2});
+    EXPECT_EQ(Followed("c"), std::vector<uint32_t>{});
 }
 
 TEST_F(RecordIndexBesideAHost, AnEmptiedStoreIsNoticed) {
     store_.Clear();
-    EXPECT_EQ(Followed("a"), std::vector<std::uint32_t>{});
-    EXPECT_EQ(Followed("c"), std::vector<std::uint32_t>{});
+    EXPECT_EQ(Followed("a"), std::vector<uint32_t>{});
+    EXPECT_EQ(Followed("c"), std::vector<uint32_t>{});
 }
 
 TEST_F(RecordIndexBesideAHost, ARecordMoreIsNoticed) {
     store_.Put(3, "d");
-    EXPECT_EQ(Followed("d"), std::vector<std::uint32_t>{3});
+    EXPECT_EQ(Followed("d"), std::vector<uint32_t>{3});
 }
 
 }  // namespace

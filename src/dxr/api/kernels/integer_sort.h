@@ -1,6 +1,6 @@
 // Sorting of 32-bit integers without a comparator.
-#ifndef DXR_INTERNAL_INTEGER_SORT_H
-#define DXR_INTERNAL_INTEGER_SORT_H
+#ifndef DXR_KERNELS_INTEGER_SORT_H
+#define DXR_KERNELS_INTEGER_SORT_H
 
 #include <cstddef>
 #include <cstdint>
@@ -9,8 +9,8 @@ namespace dxr {
 
 // Sorts in ascending order if the difference of any two elements fits in 32 signed bits; then every
 // sort gives this array. False otherwise, and the elements stay as they are.
-[[nodiscard]] bool SortAscending(std::int32_t *elements, std::size_t count) noexcept;
+[[nodiscard]] bool SortAscending(int32_t *elements, size_t count) noexcept;
 
 }  // namespace dxr
 
-#endif  // DXR_INTERNAL_INTEGER_SORT_H
+#endif  // DXR_KERNELS_INTEGER_SORT_H

@@ -7,25 +7,25 @@
 // is given is a candidate only: its record's own text decides.
 //
 // All zero is the index of an empty store, so a recorder that is never used costs no memory.
-#ifndef DXR_INTERNAL_RECORD_INDEX_H
-#define DXR_INTERNAL_RECORD_INDEX_H
+#ifndef DXR_INFO_RECORDER_INDEX_H
+#define DXR_INFO_RECORDER_INDEX_H
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
 #include "dxr/info_recorder.h"
-#include "internal/text_hash.h"
+#include "kernels/text_hash.h"
 
 namespace dxr {
 
-[[nodiscard]] inline std::uint32_t RecordHash(const char *text, std::size_t length) noexcept {
+[[nodiscard]] inline uint32_t RecordHash(const char *text, size_t length) noexcept {
     return TextHash(reinterpret_cast<const unsigned char *>(text), length);
 }
 
 class RecordIndex {
   public:
-    static constexpr std::uint32_t kNone = DXR_RECORD_COUNT;
+    static constexpr uint32_t kNone = DXR_RECORD_COUNT;
 
     // Brings the index up to a store that was changed past it.
     void Follow(const DxrRecordStore &store) noexcept {
@@ -36,17 +36,17 @@ class RecordIndex {
 
     // The first live slot with the hash, or the first behind `slot`, whatever has become of that
     // one since it was given. kNone if there is none.
-    [[nodiscard]] std::uint32_t First(std::uint32_t hash) const noexcept;
-    [[nodiscard]] std::uint32_t Next(std::uint32_t slot, std::uint32_t hash) const noexcept;
+    [[nodiscard]] uint32_t First(uint32_t hash) const noexcept;
+    [[nodiscard]] uint32_t Next(uint32_t slot, uint32_t hash) const noexcept;
 
     // Makes a change that leaves `record` in `slot` and gives the hash of its text. The index goes
     // along if it knew the store and the record does stand there; a hook may have seen to the
     // opposite before. The change itself calls no hooks.
     template <typename Make>
-    void Change(const DxrRecordStore &store, std::uint32_t slot, const DxrRecord *record,
+    void Change(const DxrRecordStore &store, uint32_t slot, const DxrRecord *record,
                 Make make) noexcept {
         const bool known = Matches(store);
-        const std::uint32_t hash = make();
+        const uint32_t hash = make();
         if (known && store.records[slot] == record) {
             Put(slot, hash);
             Keep(store);
@@ -59,10 +59,8 @@ class RecordIndex {
     void Forget() noexcept { forgotten_ = true; }
 
   private:
-    static constexpr std::uint32_t kHomeBits = 11;
-    static std::uint32_t Home(std::uint32_t hash) noexcept {
-        return hash * 0x9E3779B1U >> (32U - kHomeBits);
-    }
+    static constexpr uint32_t kHomeBits = 11;
+    static uint32_t Home(uint32_t hash) noexcept { return hash * 0x9E3779B1U >> (32U - kHomeBits); }
 
     // True when the store is as the last operation that the index followed left it.
     [[nodiscard]] bool Matches(const DxrRecordStore &store) const noexcept {
@@ -74,21 +72,20 @@ class RecordIndex {
     }
     void Keep(const DxrRecordStore &store) noexcept;
     void Rebuild(const DxrRecordStore &store) noexcept;
-    void Put(std::uint32_t slot, std::uint32_t hash) noexcept;
-    [[nodiscard]] std::uint32_t From(std::uint16_t link, std::uint32_t least,
-                                     std::uint32_t hash) const noexcept;
+    void Put(uint32_t slot, uint32_t hash) noexcept;
+    [[nodiscard]] uint32_t From(uint16_t link, uint32_t least, uint32_t hash) const noexcept;
 
     // Links are slots plus 1; 0 ends a chain.
-    std::array<std::uint16_t, 1U << kHomeBits> heads_;
-    std::array<std::uint16_t, DXR_RECORD_COUNT> links_;
-    std::array<std::uint32_t, DXR_RECORD_COUNT> hashes_;
-    std::uint32_t live_;
+    std::array<uint16_t, 1U << kHomeBits> heads_;
+    std::array<uint16_t, DXR_RECORD_COUNT> links_;
+    std::array<uint32_t, DXR_RECORD_COUNT> hashes_;
+    uint32_t live_;
     // The store as the index knows it.
     bool forgotten_;
-    std::uint32_t nextIndex_;
+    uint32_t nextIndex_;
     const DxrRecord *newest_;
 };
 
 }  // namespace dxr
 
-#endif  // DXR_INTERNAL_RECORD_INDEX_H
+#endif  // DXR_INFO_RECORDER_INDEX_H

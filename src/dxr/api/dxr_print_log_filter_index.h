@@ -10,8 +10,8 @@
 //
 // All zero is the empty index of an empty ring, so tables that are never used cost no memory. The
 // mutex of the log type guards its index like its ring.
-#ifndef DXR_INTERNAL_LOG_FILTER_INDEX_H
-#define DXR_INTERNAL_LOG_FILTER_INDEX_H
+#ifndef DXR_PRINT_LOG_FILTER_INDEX_H
+#define DXR_PRINT_LOG_FILTER_INDEX_H
 
 #include <array>
 #include <cstddef>
@@ -24,7 +24,7 @@ namespace dxr {
 class LogFilterIndex {
   public:
     // The largest capacity that the ring grows to by itself; larger ones are walked.
-    static constexpr std::uint32_t kMaxPositions = 2047;
+    static constexpr uint32_t kMaxPositions = 2047;
 
     // Whether the index can serve the record at all.
     [[nodiscard]] static bool Serves(const DxrLogFilterInfo &record) noexcept {
@@ -45,42 +45,39 @@ class LogFilterIndex {
         ++changes_;
     }
     // Differs after every Keep() and Forget(): tells whether somebody else came in between.
-    [[nodiscard]] std::uint32_t Changes() const noexcept { return changes_; }
+    [[nodiscard]] uint32_t Changes() const noexcept { return changes_; }
 
     // Takes over the live entries of a record that it serves.
     void Rebuild(const DxrLogFilterInfo &record) noexcept;
     // The entry at `position` was made with this hash.
-    void Put(std::uint32_t position, std::uint32_t hash) noexcept;
+    void Put(uint32_t position, uint32_t hash) noexcept;
     // Position of the oldest live entry that holds the hash (not 0), or the capacity.
-    [[nodiscard]] std::uint32_t Find(const DxrLogFilterInfo &record,
-                                     std::uint32_t hash) const noexcept;
+    [[nodiscard]] uint32_t Find(const DxrLogFilterInfo &record, uint32_t hash) const noexcept;
 
   private:
     struct Slot {
-        std::uint32_t hash;  // 0: the slot is free
-        std::uint32_t position;
+        uint32_t hash;  // 0: the slot is free
+        uint32_t position;
     };
     // At most half of the slots are taken: probes stay short.
-    static constexpr std::uint32_t kSlotBits = 12;
-    static constexpr std::uint32_t kSlots = 1U << kSlotBits;
-    static constexpr std::uint32_t kSlotMask = kSlots - 1;
+    static constexpr uint32_t kSlotBits = 12;
+    static constexpr uint32_t kSlots = 1U << kSlotBits;
+    static constexpr uint32_t kSlotMask = kSlots - 1;
 
-    static std::uint32_t Home(std::uint32_t hash) noexcept {
-        return hash * 0x9E3779B1U >> (32U - kSlotBits);
-    }
-    void Erase(std::uint32_t slot) noexcept;
+    static uint32_t Home(uint32_t hash) noexcept { return hash * 0x9E3779B1U >> (32U - kSlotBits); }
+    void Erase(uint32_t slot) noexcept;
 
     std::array<Slot, kSlots> slots_;
-    std::array<std::uint16_t, kMaxPositions> slotOf_;  // slot of a position plus 1; 0: none
+    std::array<uint16_t, kMaxPositions> slotOf_;  // slot of a position plus 1; 0: none
     bool known_;
-    std::uint32_t changes_;
+    uint32_t changes_;
     // The record as the index knows it.
-    std::uint32_t curIndex_;
-    std::uint32_t curSize_;
-    std::uint32_t capacity_;
+    uint32_t curIndex_;
+    uint32_t curSize_;
+    uint32_t capacity_;
     const DxrLogFilterEntry *entries_;
 };
 
 }  // namespace dxr
 
-#endif  // DXR_INTERNAL_LOG_FILTER_INDEX_H
+#endif  // DXR_PRINT_LOG_FILTER_INDEX_H

@@ -2,8 +2,8 @@
 // result is the dispatcher's; an empty slot gives the fallback. Result, arguments and fallback take
 // their types from the slot. Inlined, a dispatcher is one getter call, one load, one test and a
 // jump to the hook.
-#ifndef DXR_INTERNAL_DISPATCH_H
-#define DXR_INTERNAL_DISPATCH_H
+#ifndef DXR_DISPATCH_CALL_H
+#define DXR_DISPATCH_CALL_H
 
 #include <type_traits>
 
@@ -25,4 +25,4 @@ template <typename... Args>
 
 }  // namespace dxr
 
-#endif  // DXR_INTERNAL_DISPATCH_H
+#endif  // DXR_DISPATCH_CALL_H

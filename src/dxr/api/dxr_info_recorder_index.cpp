@@ -1,22 +1,21 @@
-#include "internal/record_index.h"
+#include "dxr_info_recorder_index.h"
 
 #include <cstring>
 
 namespace dxr {
 
-std::uint32_t RecordIndex::First(std::uint32_t hash) const noexcept {
+uint32_t RecordIndex::First(uint32_t hash) const noexcept {
     return From(heads_[Home(hash)], 0, hash);
 }
 
-std::uint32_t RecordIndex::Next(std::uint32_t slot, std::uint32_t hash) const noexcept {
+uint32_t RecordIndex::Next(uint32_t slot, uint32_t hash) const noexcept {
     const bool inChain = slot < live_ && hashes_[slot] == hash;
     return From(inChain ? links_[slot] : heads_[Home(hash)], slot + 1, hash);
 }
 
-std::uint32_t RecordIndex::From(std::uint16_t link, std::uint32_t least,
-                                std::uint32_t hash) const noexcept {
+uint32_t RecordIndex::From(uint16_t link, uint32_t least, uint32_t hash) const noexcept {
     for (; link != 0; link = links_[link - 1U]) {
-        const std::uint32_t slot = link - 1U;
+        const uint32_t slot = link - 1U;
         if (slot >= least && hashes_[slot] == hash) {
             return slot;
         }
@@ -37,36 +36,36 @@ void RecordIndex::Rebuild(const DxrRecordStore &store) noexcept {
         ++live_;
     }
     // From the last on, so that every slot goes to the front of its chain.
-    for (std::uint32_t slot = live_; slot-- > 0;) {
+    for (uint32_t slot = live_; slot-- > 0;) {
         const char *const text = store.records[slot]->text;
         hashes_[slot] = RecordHash(text, strnlen(text, DXR_RECORD_TEXT_SIZE));
-        std::uint16_t &head = heads_[Home(hashes_[slot])];
+        uint16_t &head = heads_[Home(hashes_[slot])];
         links_[slot] = head;
-        head = static_cast<std::uint16_t>(slot + 1);
+        head = static_cast<uint16_t>(slot + 1);
     }
     Keep(store);
 }
 
-void RecordIndex::Put(std::uint32_t slot, std::uint32_t hash) noexcept {
+void RecordIndex::Put(uint32_t slot, uint32_t hash) noexcept {
     if (slot > live_) {
         return;  // behind an empty slot: no walk comes there
     }
     if (slot == live_) {
         ++live_;
     } else {
-        std::uint16_t *link = &heads_[Home(hashes_[slot])];
+        uint16_t *link = &heads_[Home(hashes_[slot])];
         while (*link != slot + 1) {
             link = &links_[*link - 1U];
         }
         *link = links_[slot];
     }
     hashes_[slot] = hash;
-    std::uint16_t *link = &heads_[Home(hash)];
+    uint16_t *link = &heads_[Home(hash)];
     while (*link != 0 && *link <= slot) {
         link = &links_[*link - 1U];
     }
     links_[slot] = *link;
-    *link = static_cast<std::uint16_t>(slot + 1);
+    *link = static_cast<uint16_t>(slot + 1);
 }
 
 }  // namespace dxr
