@@ -21,7 +21,7 @@ TEST_F(HostServices, BlockIsReleasedWhereItsOwnerStands) {
     uint32_t line = 0;
     {
         line = __LINE__ + 1;
-        const dxr::HostBlock block(5, 24);
+        const dxr::Zeroed<char> block(5, 24);
         EXPECT_TRUE(host_.IsLive(block.Get()));
     }
     EXPECT_EQ((Calls{"allocate mid=5 size=24", "release #0"}), host_.calls);
@@ -31,10 +31,19 @@ TEST_F(HostServices, BlockIsReleasedWhereItsOwnerStands) {
     EXPECT_EQ(line, host_.releases.at(0).line);
 }
 
+TEST_F(HostServices, BlockIsZeroedAndTakesTheSizeOfItsType) {
+    const dxr::Zeroed<uint64_t[3]> block(5);
+    ASSERT_NE(nullptr, block.Get());
+    EXPECT_EQ(Calls{"allocate mid=5 size=24"}, host_.calls);
+    for (const uint64_t word : *block.Get()) {
+        EXPECT_EQ(0U, word);
+    }
+}
+
 TEST_F(HostServices, BlockGivenAwayIsNotReleased) {
     void *given = nullptr;
     {
-        dxr::HostBlock block(5, 24);
+        dxr::Zeroed<char> block(5, 24);
         given = block.Release();
         EXPECT_EQ(nullptr, block.Get());
         EXPECT_EQ(nullptr, block.Release());
@@ -50,9 +59,9 @@ TEST_F(HostServices, BlockGivenAwayIsNotReleased) {
 TEST_F(HostServices, FailedBlockIsNullAndNotReleased) {
     {
         host_.FailAllocation(1);
-        const dxr::HostBlock refused(5, 24);
+        const dxr::Zeroed<char> refused(5, 24);
         EXPECT_EQ(nullptr, refused.Get());
-        const dxr::HostBlock nothing(5, 0);
+        const dxr::Zeroed<char> nothing(5, 0);
         EXPECT_EQ(nullptr, nothing.Get());
     }
     EXPECT_EQ(Calls{"allocate mid=5 size=24"}, host_.calls);

@@ -124,11 +124,10 @@ void *DXR_SelectDbRecord(void *query, uint32_t *count) {
         return nullptr;
     }
     const uint32_t size = RecordSize(query) * records;  // wraps at 32 bits
-    dxr::HostBlock block(DXR_GetDefaultMid(), size);
+    dxr::Zeroed<void> block(DXR_GetDefaultMid(), size);
     if (block.Get() == nullptr) {
         return nullptr;
     }
-    dxr::memset_s(block.Get(), size, 0, size);
     if (DXR_SelectDbRecordLimit(query, records, block.Get()) != 0) {
         return nullptr;
     }

@@ -19,9 +19,9 @@ constinit DxrRecordStore g_dxrRecord = {};
 namespace {
 
 using dxr::FreeBlock;
-using dxr::HostBlock;
 using dxr::RecordIndex;
 using dxr::TextWriter;
+using dxr::Zeroed;
 
 // Serves g_dxrRecord, for DXR_RecordInfo. Stores of the host's own are walked.
 constinit RecordIndex g_recordIndex = {};
@@ -108,12 +108,11 @@ void ForgetIndex() {
 // times stay.
 DxrRecord *OccupySlot(DxrRecordStore &store, uint32_t slot) {
     if (store.records[slot] == nullptr) {
-        HostBlock block(kRecorderMid, sizeof(DxrRecord));
+        Zeroed<DxrRecord> block(kRecorderMid);
         if (block.Get() == nullptr) {
             return nullptr;
         }
-        dxr::memset_s(block.Get(), sizeof(DxrRecord), 0, sizeof(DxrRecord));
-        auto *const record = static_cast<DxrRecord *>(block.Release());
+        DxrRecord *const record = block.Release();
         ChangeSlot(store, slot, record, [&] {
             store.records[slot] = record;
             return 0U;  // of an empty text

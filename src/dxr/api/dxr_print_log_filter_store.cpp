@@ -19,13 +19,13 @@
 namespace {
 
 using dxr::FreeBlock;
-using dxr::HostBlock;
 using dxr::kLevelFailure;
 using dxr::kLevelInfo;
 using dxr::kLogTypeCount;
 using dxr::LogFilterIndex;
 using dxr::LogTypeLock;
 using dxr::PrintHook;
+using dxr::Zeroed;
 
 constexpr uint32_t kHashFuncId = 0;
 constexpr uint32_t kDefaultMid = 9;
@@ -190,7 +190,7 @@ constinit DxrLogFilterHashFunc g_dxrLogFilterHashFuncList[1] = {
 
 uint32_t DXR_InitLogFilter(uint32_t mid) {
     if (g_dxrLogFilterInfo == nullptr) {
-        HostBlock block(mid, kRecordsSize);
+        Zeroed<DxrLogFilterInfo> block(mid, kRecordsSize);
         if (block.Get() == nullptr) {
             if (const DxrPrintHook print = PrintHook()) {
                 print(kLevelFailure, "log filter init failed, module[%u]", mid);
@@ -198,8 +198,7 @@ uint32_t DXR_InitLogFilter(uint32_t mid) {
             return 1;
         }
         g_dxrLogFilterMid = mid;
-        static_cast<void>(dxr::memset_s(block.Get(), kRecordsSize, 0, kRecordsSize));
-        g_dxrLogFilterInfo = static_cast<DxrLogFilterInfo *>(block.Release());
+        g_dxrLogFilterInfo = block.Release();
         for (void *&mutex : g_dxrLogFilterMutex) {
             static_cast<void>(DXR_InitMutex(&mutex, nullptr));
         }
@@ -291,7 +290,7 @@ uint32_t DXR_GetHashCode(uint32_t hashFuncId, const char *text, uint32_t length)
 
 void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, uint32_t newCapacity) {
     const uint32_t newSize = RingSize(newCapacity);
-    HostBlock block(g_dxrLogFilterMid, newSize);
+    Zeroed<DxrLogFilterEntry> block(g_dxrLogFilterMid, newSize);
     if (block.Get() == nullptr) {
         if (const DxrPrintHook print = PrintHook()) {
             print(kLevelFailure, "log filter capacity malloc error, newLogInfoCapacity[%u].",
@@ -299,7 +298,6 @@ void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, uint32_t newCapacity) {
         }
         return;
     }
-    static_cast<void>(dxr::memset_s(block.Get(), newSize, 0, newSize));
     if (record->entries != nullptr) {
         // Position for position, on purpose: a ring that wraps is not straightened. What lay before
         // curIndex is no longer live, and the zeroed entries that now are age out at the next pass.
@@ -317,7 +315,7 @@ void DXR_ResizeLogFilterInfo(DxrLogFilterInfo *record, uint32_t newCapacity) {
     }
     ForgetIndexOf(record);
     record->capacity = newCapacity;
-    record->entries = static_cast<DxrLogFilterEntry *>(block.Release());
+    record->entries = block.Release();
 }
 
 void DXR_UpdateLogFilterCapacity(DxrLogFilterInfo *record) {

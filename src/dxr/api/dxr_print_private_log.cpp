@@ -15,8 +15,8 @@
 
 namespace {
 
-using dxr::HostBlock;
 using dxr::TextWriter;
+using dxr::Zeroed;
 
 constexpr uint32_t kOk = 0;
 constexpr uint32_t kFailure = 1;
@@ -124,16 +124,11 @@ uint32_t DXR_GetPrivateLog(const char *name, char *out, uint32_t outSize) {
 }
 
 uint32_t DXR_GetPrivateLogLen(const char *name) {
-    const HostBlock block(kLengthReaderMid, kPathSize);
-    char *const path = static_cast<char *>(block.Get());
-    if (path == nullptr) {
+    const Zeroed<char> path(kLengthReaderMid, kPathSize);
+    if (path.Get() == nullptr || DXR_GetPrivateLogPath(name, path.Get(), kPathSize) != kOk) {
         return kNoLength;
     }
-    dxr::memset_s(path, kPathSize, 0, kPathSize);
-    if (DXR_GetPrivateLogPath(name, path, kPathSize) != kOk) {
-        return kNoLength;
-    }
-    return DXR_FileLength(path);
+    return DXR_FileLength(path.Get());
 }
 
 uint32_t DXR_FixPrivateLogLen(const char *name, uint32_t maxLength) {

@@ -190,11 +190,10 @@ uint32_t DXR_GetBinFileDataByFilePath(const char *filePath, uint8_t **data, uint
         return dxr::kFailure;
     }
     dxr::HostFile file;  // before the block: a short read frees, then closes
-    dxr::HostBlock block(DXR_GetDefaultMid(), length);
+    dxr::Zeroed<uint8_t> block(DXR_GetDefaultMid(), length);
     if (block.Get() == nullptr) {
         return dxr::kFailure;
     }
-    dxr::memset_s(block.Get(), length, 0, length);
     if (!file.Open(filePath)) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
             print(dxr::kLevelOpenFailure, "[TOLV BIN] open file unsuccessfully");
@@ -210,7 +209,7 @@ uint32_t DXR_GetBinFileDataByFilePath(const char *filePath, uint8_t **data, uint
         }
         return dxr::kFailure;
     }
-    *data = static_cast<uint8_t *>(block.Release());
+    *data = block.Release();
     *len = length;
     return dxr::kSuccess;
 }

@@ -68,25 +68,23 @@ uint32_t DXR_CalcAbsoluteLinkId(uint32_t chipId, uint32_t linkNumPerChip, uint32
 }
 
 DxrLinkBitMap *DXR_CreateLinkBitMap(uint32_t chipNum, uint32_t linkNumPerChip) {
-    dxr::HostBlock record(DXR_GetDefaultMid(), sizeof(DxrLinkBitMap));
+    dxr::Zeroed<DxrLinkBitMap> record(DXR_GetDefaultMid());
     if (record.Get() == nullptr) {
         return nullptr;
     }
-    dxr::memset_s(record.Get(), sizeof(DxrLinkBitMap), 0, sizeof(DxrLinkBitMap));
 
     const uint32_t wordNumPerChip = dxr::WordsFor(linkNumPerChip);
     // Wraps for maps beyond 4 GiB: intended, callers keep to real devices.
     const uint32_t byteSize = chipNum * static_cast<uint32_t>(sizeof(uint32_t)) * wordNumPerChip;
-    dxr::HostBlock words(DXR_GetDefaultMid(), byteSize);
+    dxr::Zeroed<uint32_t> words(DXR_GetDefaultMid(), byteSize);
     if (words.Get() == nullptr) {
         return nullptr;
     }
-    dxr::memset_s(words.Get(), byteSize, 0, byteSize);
 
-    auto *const map = static_cast<DxrLinkBitMap *>(record.Release());
+    DxrLinkBitMap *const map = record.Release();
     map->chipNum = chipNum;
     map->linkNumPerChip = linkNumPerChip;
-    map->bitMap = static_cast<uint32_t *>(words.Release());
+    map->bitMap = words.Release();
     map->wordNumPerChip = wordNumPerChip;
     return map;
 }

@@ -7,6 +7,7 @@
 
 #include "dxr/hooks.h"
 #include "dxr/memory.h"
+#include "internal/bounds_checked.h"
 
 namespace dxr {
 
@@ -34,29 +35,38 @@ struct CallSite {
     }
 };
 
-// A block of the host's memory, released on every path that does not give it away. The owner's
+// A zeroed block of the host's memory, released on every path that does not give it away. The owner's
 // place in the sources stands for the allocation's and the release's.
-class HostBlock {
+template <typename T>
+class Zeroed {
   public:
-    HostBlock(uint32_t mid, uint32_t size, CallSite site = CallSite::Current())
-        : site_(site), block_(DXR_Malloc(mid, size, site.file, site.line)) {}
-    ~HostBlock() {
+    Zeroed(uint32_t mid, uint32_t size, CallSite site = CallSite::Current())
+        : site_(site), block_(static_cast<T *>(DXR_Malloc(mid, size, site.file, site.line))) {
+        if (block_ != nullptr) {
+            static_cast<void>(memset_s(block_, size, 0, size));
+        }
+    }
+    // One T.
+    explicit Zeroed(uint32_t mid, CallSite site = CallSite::Current())
+        : Zeroed(mid, sizeof(T), site) {}
+    ~Zeroed() {
         if (block_ != nullptr) {
             DXR_Free(block_, site_.file, site_.line);
         }
     }
-    HostBlock(const HostBlock &) = delete;
-    HostBlock &operator=(const HostBlock &) = delete;
-    HostBlock(HostBlock &&) = delete;
-    HostBlock &operator=(HostBlock &&) = delete;
+    Zeroed(const Zeroed &) = delete;
+    Zeroed &operator=(const Zeroed &) = delete;
+    Zeroed(Zeroed &&) = delete;
+    Zeroed &operator=(Zeroed &&) = delete;
 
-    [[nodiscard]] void *Get() const { return block_; }
+    // Null when the host has no memory.
+    [[nodiscard]] T *Get() const { return block_; }
     // From here on the block belongs to the caller.
-    [[nodiscard]] void *Release() { return std::exchange(block_, nullptr); }
+    [[nodiscard]] T *Release() { return std::exchange(block_, nullptr); }
 
   private:
     CallSite site_;
-    void *block_;
+    T *block_;
 };
 
 inline void FreeBlock(void *block, CallSite site = CallSite::Current()) {
