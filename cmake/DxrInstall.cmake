@@ -1,8 +1,17 @@
-# Installed packages: CMake (find_package(dxr_api)) and pkg-config, both free to be moved to another prefix.
+# Installed packages: CMake (find_package(dxr_api), targets dxr::api and dxr::devhost) and pkg-config (dxr_api,
+# dxr_devhost), both free to be moved to another prefix.
 
-install(TARGETS dxr_api EXPORT dxr_api_targets
+set(libraries dxr_api)
+set(headers include/dxr_api.h)
+if(DXR_BUILD_DEVHOST)
+    list(APPEND libraries dxr_devhost)
+    list(APPEND headers include/dxr_devhost.h)
+    # The libraries of one prefix find each other wherever it lies.
+    set_target_properties(dxr_devhost PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
+install(TARGETS ${libraries} EXPORT dxr_api_targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
-install(FILES include/dxr_api.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
+install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
 install(DIRECTORY include/dxr DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development
         FILES_MATCHING PATTERN "*.h")
 set_target_properties(dxr_api PROPERTIES EXPORT_NAME api)
@@ -33,6 +42,8 @@ foreach(dir LIBDIR INCLUDEDIR)
         set(pc_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
     endif()
 endforeach()
-configure_file(cmake/dxr_api.pc.in dxr_api.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/dxr_api.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-        COMPONENT Development)
+foreach(library ${libraries})
+    configure_file(cmake/${library}.pc.in ${library}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+            COMPONENT Development)
+endforeach()

@@ -1,7 +1,8 @@
 # What can be chosen at configuration time. A part whose packages are missing is left out with one line.
 
 option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
-option(DXR_BUILD_TOOLS "Build the development host and dxrsh (needs CLI11, fmt and JSON for Modern C++)"
+option(DXR_BUILD_DEVHOST "Build the development host" ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_TOOLS "Build dxrsh, which brings the development host (needs CLI11, fmt and JSON for Modern C++)"
        ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
 option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
@@ -31,10 +32,14 @@ if(DXR_BUILD_TOOLS)
         list(POP_FRONT package name)
         find_package(${name} QUIET)
         if(NOT ${name}_FOUND)
-            message(STATUS "The development host and dxrsh are left out: ${name} (${package}) was not found")
+            message(STATUS "dxrsh is left out: ${name} (${package}) was not found")
             set(DXR_BUILD_TOOLS OFF)
         endif()
     endforeach()
+endif()
+
+if(DXR_BUILD_TOOLS)
+    set(DXR_BUILD_DEVHOST ON)
 endif()
 
 if(DXR_BUILD_BENCH)

@@ -24,24 +24,21 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Hook table
- * ---------------------------------------------------------------------------------------------- */
+/* ---- Hook table ------------------------------------------------------------------------- */
 
 /* Writes a table with the host's functions in the slots listed above and NULL in all others; a
  * program may change slots before it registers the table. `hooks` must not be null. */
-void DxrHostFillHooks(DxrHooks *hooks);
+DXR_API void DxrHostFillHooks(DxrHooks *hooks);
 
 /* Fills a table and registers it with DXR_RegisterHooks, whose result is returned (0: registered).
  * Not while another thread uses the library. */
-uint32_t DxrHostInstall(void);
+DXR_API uint32_t DxrHostInstall(void);
 
 /* Puts every setting below back to its default and starts the accounts anew. Live blocks stay
  * usable, but are no longer accounted: releasing them is then correct and silent. */
-void DxrHostReset(void);
+DXR_API void DxrHostReset(void);
 
-/* Memory
- * --------------------------------------------------------------------------------------------------
- */
+/* ---- Memory ----------------------------------------------------------------------------- */
 
 /* What one module identifier holds and has held. "Live" is allocated and not yet released, "peak"
  * the highest value that live has had, "total" everything ever allocated. Bytes are those asked
@@ -58,22 +55,21 @@ typedef struct DxrHostMemoryAccount {
 
 /* Copies the accounts of all module identifiers that ever allocated, ascending, at most `room` of
  * them. Returns how many there are; `accounts` may be null when `room` is 0. */
-uint32_t DxrHostGetMemoryAccounts(DxrHostMemoryAccount *accounts, uint32_t room);
+DXR_API uint32_t DxrHostGetMemoryAccounts(DxrHostMemoryAccount *accounts, uint32_t room);
 
 /* The account of one module identifier; all zeros (but for `mid`) when it never allocated. */
-DxrHostMemoryAccount DxrHostGetMemoryAccount(uint32_t mid);
+DXR_API DxrHostMemoryAccount DxrHostGetMemoryAccount(uint32_t mid);
 
 /* Writes one line for each live block to `out`, in the order of allocation: module identifier,
  * bytes, and the source file and line that asked for it. Returns the number of live blocks. `out`
  * null only counts. */
-uint32_t DxrHostReportLeaks(FILE *out);
+DXR_API uint32_t DxrHostReportLeaks(FILE *out);
 
 /* Releases of an address that is no live block of the host. They have no effect beyond this count
  * and a message of level 1. Releasing NULL is allowed and not counted. */
-uint64_t DxrHostGetBadReleases(void);
+DXR_API uint64_t DxrHostGetBadReleases(void);
 
-/* Messages of the library
- * --------------------------------------------------------------------------------- */
+/* ---- Messages of the library ------------------------------------------------------------ */
 
 /* The library's levels: 1 failure, 2 a file that cannot be opened, 6 information and success. */
 typedef void (*DxrHostPrintSink)(uint32_t level, const char *text, void *user);
@@ -82,23 +78,21 @@ typedef void (*DxrHostPrintSink)(uint32_t level, const char *text, void *user);
  * brackets, the text. Default: level 2 and below to stderr with the prefix "dxr ". `out` null drops
  * all messages; it must stay open until it is replaced. A null prefix is an empty one. Texts are
  * cut at 4095 characters. DXR_SetDbgLevel changes `maxLevel` too. */
-void DxrHostSetPrintFile(FILE *out, uint32_t maxLevel, const char *prefix);
+DXR_API void DxrHostSetPrintFile(FILE *out, uint32_t maxLevel, const char *prefix);
 
 /* As above, to a function. `user` is handed on to it. `sink` null drops all messages. */
-void DxrHostSetPrintSink(DxrHostPrintSink sink, void *user, uint32_t maxLevel);
+DXR_API void DxrHostSetPrintSink(DxrHostPrintSink sink, void *user, uint32_t maxLevel);
 
-/* Diagnostic lines
- * ---------------------------------------------------------------------------------------- */
+/* ---- Diagnostic lines ------------------------------------------------------------------- */
 
 typedef void (*DxrHostLineSink)(const char *line, void *user);
 
 /* Where the lines go that the log filter lets through. Default: stdout, one line each. Null drops
  * them. */
-void DxrHostSetDiagFile(FILE *out);
-void DxrHostSetDiagSink(DxrHostLineSink sink, void *user);
+DXR_API void DxrHostSetDiagFile(FILE *out);
+DXR_API void DxrHostSetDiagSink(DxrHostLineSink sink, void *user);
 
-/* Private logs
- * -------------------------------------------------------------------------------------------- */
+/* ---- Private logs ----------------------------------------------------------------------- */
 
 #define DXR_HOST_LOG_DIRECTORY "/opt/lomk2/var/log/"
 #define DXR_HOST_LOG_WRITE_MAX 1000
@@ -107,36 +101,30 @@ void DxrHostSetDiagSink(DxrHostLineSink sink, void *user);
  * from, DXR_HOST_LOG_DIRECTORY. Names are appended to it as they are, so it ends in a slash. The
  * host creates files there, never the directory. A write appends at most DXR_HOST_LOG_WRITE_MAX
  * characters; one that fails is dropped with a message of level 1. */
-void DxrHostSetLogDirectory(const char *directory);
+DXR_API void DxrHostSetLogDirectory(const char *directory);
 
-/* Files
- * ---------------------------------------------------------------------------------------------------
- */
+/* ---- Files ------------------------------------------------------------------------------ */
 
 /* The work path given to the library, without a trailing slash. Default ".". */
-void DxrHostSetWorkPath(const char *path);
+DXR_API void DxrHostSetWorkPath(const char *path);
 
 /* The binary-data folder below the work path. Default "bin". Not while another thread uses a name
  * obtained from DXR_GetBinFolderName. */
-void DxrHostSetBinFolderName(const char *name);
+DXR_API void DxrHostSetBinFolderName(const char *name);
 
-/* The clock
- * -----------------------------------------------------------------------------------------------
- */
+/* ---- The clock -------------------------------------------------------------------------- */
 
 /* The clock counts seconds since 1970-01-01 00:00:00 UTC, and calendar times are UTC.
  * DXR_GetCurrSec and the seconds of DXR_GetCurrTime are this one count. Start-up was when the host
  * was loaded. */
 
 /* Stops the clock at `sec`, `startupSec` seconds after start-up, until it is set again. */
-void DxrHostSetClock(uint32_t sec, uint32_t startupSec);
+DXR_API void DxrHostSetClock(uint32_t sec, uint32_t startupSec);
 
 /* Back to the system's clock, the default. */
-void DxrHostUseSystemClock(void);
+DXR_API void DxrHostUseSystemClock(void);
 
-/* Lists
- * ---------------------------------------------------------------------------------------------------
- */
+/* ---- Lists ------------------------------------------------------------------------------ */
 
 /* The last argument of DXR_AddSll. Any other value adds at the tail. */
 #define DXR_HOST_LIST_TAIL 0u

@@ -2,7 +2,7 @@
 """The installed library, moved to another place, serves CMake and pkg-config projects in C and C++.
 
     installed_test.py --build DIR --source DIR --cmake PROGRAM --generator NAME --pkg-config PROGRAM --cc COMPILER
-                      --cxx COMPILER [--flags FLAGS]
+                      --cxx COMPILER [--flags FLAGS] [--devhost]
 """
 
 import argparse
@@ -46,18 +46,20 @@ def only(paths):
     return found[0]
 
 
-def check_installed_files(prefix, source):
-    """Every public header is there, as it is in the sources, and the library under its three names."""
+def check_installed_files(prefix, source, devhost):
+    """Every public header is there, as it is in the sources, and each library under its three names."""
     include = source / "include"
-    for header in [include / "dxr_api.h", *(include / "dxr").rglob("*.h")]:
+    tops = ["dxr_api.h"] + ["dxr_devhost.h"] * devhost
+    for header in [*(include / top for top in tops), *(include / "dxr").rglob("*.h")]:
         name = header.relative_to(include)
         installed = prefix / "include" / name
         if not installed.is_file() or installed.read_bytes() != header.read_bytes():
             sys.exit(f"not installed: {name}")
-    library = only(prefix.rglob("libdxr_api.so.1.*.*"))
-    for name in ("libdxr_api.so.1", "libdxr_api.so"):
-        if (library.parent / name).resolve() != library.resolve():
-            sys.exit(f"{name} does not lead to {library.name}")
+    for stem in ["libdxr_api"] + ["libdxr_devhost"] * devhost:
+        library = only(prefix.rglob(f"{stem}.so.1.*.*"))
+        for name in (f"{stem}.so.1", f"{stem}.so"):
+            if (library.parent / name).resolve() != library.resolve():
+                sys.exit(f"{name} does not lead to {library.name}")
     return library.parent
 
 
@@ -65,7 +67,7 @@ def consume_with_cmake(options, prefix, work):
     for language, compiler in (("C", options.cc), ("CXX", options.cxx)):
         build = work / f"cmake consumer {language}"
         run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build, "-G", options.generator,
-            f"-DCONSUMER_LANGUAGE={language}", f"-DCMAKE_PREFIX_PATH={prefix}",
+            f"-DCONSUMER_LANGUAGE={language}", f"-DDEVHOST={options.devhost}", f"-DCMAKE_PREFIX_PATH={prefix}",
             f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={options.flags}")
         cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
         found = [line for line in cache.splitlines() if line.startswith("dxr_api_DIR:")]
@@ -73,15 +75,19 @@ def consume_with_cmake(options, prefix, work):
             sys.exit(f"another package than the installed one was found: {found}")
         run(options.cmake, "--build", build)
         run(build / "consumer")
+        if options.devhost and language == "C":
+            run(build / "hosted")
 
 
 def consume_with_pkg_config(options, prefix, work, libdir):
     env = {"PKG_CONFIG_LIBDIR": str(only(prefix.rglob("dxr_api.pc")).parent)}
     if run(options.pkg_config, "--modversion", "dxr_api", env=env).strip() != options.version:
         sys.exit(f"pkg-config does not report version {options.version}")
-    arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", "dxr_api", env=env))
-    consumers = ((options.cc, "c11", "consumer.c"), (options.cxx, "c++17", "consumer.cpp"))
-    for compiler, standard, source in consumers:
+    consumers = [(options.cc, "c11", "consumer.c", "dxr_api"), (options.cxx, "c++17", "consumer.cpp", "dxr_api")]
+    if options.devhost:
+        consumers.append((options.cc, "c11", "hosted.c", "dxr_devhost"))
+    for compiler, standard, source, package in consumers:
+        arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", package, env=env))
         program = work / f"pkg-config {source}.out"
         run(compiler, f"-std={standard}", *options.flags.split(),
             options.source / "tests/consumer" / source, "-o", program, *arguments,
@@ -101,12 +107,13 @@ def main():
     parser.add_argument("--cc", default="cc")
     parser.add_argument("--cxx", default="c++")
     parser.add_argument("--flags", default="", help="for the consumers, such as -fsanitize=address")
+    parser.add_argument("--devhost", action="store_true", help="the development host is installed too")
     options = parser.parse_args()
 
     with tempfile.TemporaryDirectory(prefix="dxr_installed_") as folder:
         work = pathlib.Path(folder)
         prefix = install_and_move(options, work)
-        libdir = check_installed_files(prefix, options.source)
+        libdir = check_installed_files(prefix, options.source, options.devhost)
         consume_with_cmake(options, prefix, work)
         consume_with_pkg_config(options, prefix, work, libdir)
     return 0

@@ -1,16 +1,19 @@
 #!/usr/bin/env python3
 """What the documents show is what happens.
 
-    documents_test.py ROOT DXRSH FILE...
+    documents_test.py ROOT DXRSH BUILD FILE...
 
 Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares what it
-prints with the lines below it. A block under a line "`examples/NAME`:" must be that file.
+prints with the lines below it. A block under a line "`examples/NAME`:" must be that file. A block that
+installs is run as a whole, by one shell with a home directory of its own and BUILD in the place of
+build/release; not if BUILD is "-", as where programs need flags that users do not.
 """
 
 import os
 import re
 import subprocess
 import sys
+import tempfile
 
 
 def blocks(text):
@@ -40,15 +43,24 @@ def commands(lines):
     return found
 
 
-def run(command, root, dxrsh):
-    environment = dict(os.environ, PATH=os.path.dirname(dxrsh) + ":" + os.environ["PATH"])
+def run(command, root, dxrsh, **variables):
+    environment = dict(os.environ, PATH=os.path.dirname(dxrsh) + ":" + os.environ["PATH"], **variables)
     done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
     # Markdown shows no difference in blanks at the end of a line.
     return [line.rstrip() for line in done.stdout.splitlines()]
 
 
-def main(root, dxrsh, files):
+def run_installing(lines, root, dxrsh, build):
+    """What a block prints, and what it says that it prints."""
+    shown = commands(lines)
+    script = "\n".join(command.replace("build/release", build) for command, _ in shown)
+    with tempfile.TemporaryDirectory(prefix="dxr_documents_") as home:
+        actual = run("set -e\n" + script, root, dxrsh, HOME=home)
+    return actual, [line for _, expected in shown for line in expected]
+
+
+def main(root, dxrsh, build, files):
     checked = 0
     wrong = 0
     for name in files:
@@ -65,6 +77,12 @@ def main(root, dxrsh, files):
                     print(f"{name}: the block is not {example[1]}")
             if kind != "console":
                 continue
+            if any("cmake --install" in line for line in lines) and build != "-":
+                checked += 1
+                actual, expected = run_installing(lines, root, dxrsh, build)
+                if actual != expected:
+                    wrong += 1
+                    print(f"{name}: the block that installs prints", *actual, sep="\n    ")
             for command, expected in commands(lines):
                 if not re.search(r"\bdxrsh ", command):
                     continue
@@ -78,4 +96,4 @@ def main(root, dxrsh, files):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1], sys.argv[2], sys.argv[3:]))
+    sys.exit(main(sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4:]))
