@@ -3,11 +3,20 @@
 
     hooks/generate.py            writes the files
     hooks/generate.py --verify   compares them with what it would write; exit status 1 and a diff if
-                                 one differs
+                                 one differs, is missing, or is no longer made
 
-Whole files: include/dxr/hooks.h, docs/slots.md, tools/dxrsh/slot_table.h. In the header and the source of
-each component, and in the export list, only the region between the marks "generated: begin" and
-"generated: end" belongs to the generator. Needs python3-yaml and clang-format.
+A file is the generator's or a person's, never both: a generated one says so on its first line.
+
+    include/dxr/hooks.h                   the table: types, getters, assertions of the layout
+    include/dxr/STEM.h                    the functions of a group that holds nothing else,
+    src/dxr/api/dispatch/STEM.cpp         and their bodies
+    include/dxr/STEM_slots.h              the same of a group with hand-written functions: a person
+    src/dxr/api/dispatch/STEM_slots.cpp   writes STEM.h, which includes this one
+    src/dxr/api/dispatch/getters.cpp      the getters of the groups
+    src/dxr/api/dispatch/exports.list     what of all this the library exports
+    docs/slots.md, tools/dxrsh/slot_table.h
+
+Needs python3-yaml and clang-format.
 """
 
 import argparse
@@ -24,6 +33,7 @@ import yaml
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COMMAND = "Made by hooks/generate.py from hooks/slots.yaml; do not edit."
 COLUMNS = 100
+NO_BREAK = "\N{NO-BREAK SPACE}"
 POINTER_BYTES = 8
 GROUP_COUNT = 20
 SLOT_COUNT = 226
@@ -63,6 +73,7 @@ class Group:
     name: str
     member: str
     stem: str  # empty: no exported function reads the group
+    own: bool  # a person writes the header, and functions beside the generated ones
     about: str
     first: int
     slots: tuple
@@ -82,6 +93,11 @@ class Group:
     @property
     def range(self):
         return f"slot {self.first}" if self.first == self.last else f"slots {self.first} to {self.last}"
+
+    @property
+    def slots_stem(self):
+        """Of the generated header and source."""
+        return f"{self.stem}_slots" if self.own else self.stem
 
     @property
     def dispatched(self):
@@ -124,7 +140,15 @@ def read_groups():
     for entry in yaml.safe_load((ROOT / "hooks/slots.yaml").read_text()):
         slots = tuple(read_slot(slot) for slot in entry["slots"])
         groups.append(
-            Group(entry["name"], entry["member"], entry.get("stem", ""), entry["about"], first, slots)
+            Group(
+                name=entry["name"],
+                member=entry["member"],
+                stem=entry.get("stem", ""),
+                own="own" in entry,
+                about=entry["about"],
+                first=first,
+                slots=slots,
+            )
         )
         first += len(slots)
     check(groups)
@@ -140,15 +164,20 @@ def check(groups):
     for group in groups:
         assert [slot.index for slot in group.slots] == list(range(len(group.slots))), group.name
         assert len({slot.member for slot in group.slots}) == len(group.slots), group.name
+        assert group.own or not any(slot.own for slot in group.slots), f"{group.name} has own functions"
         for slot in group.slots:
             has_result = slot.result not in ("", "void")
             assert has_result == (slot.fallback != "none"), slot.member
 
 
 def comment(text, first_line="/* "):
-    room = COLUMNS - len(" */")
-    lines = textwrap.wrap(text, room, initial_indent=first_line, subsequent_indent=" * ")
-    return "\n".join(lines) + " */"
+    return wrapped(f"{text}{NO_BREAK}*/", first_line).replace(NO_BREAK, " ")
+
+
+def wrapped(text, first_line):
+    return "\n".join(
+        textwrap.wrap(text, COLUMNS, initial_indent=first_line, subsequent_indent=" * ")
+    )
 
 
 def formatted(path, text):
@@ -242,7 +271,26 @@ def hooks_header(groups):
     return "\n".join(parts)
 
 
-# --- Regions of the components -----------------------------------------------------------------------
+# --- The functions of a group ------------------------------------------------------------------------
+
+
+def uses_types(group):
+    return any(re.search(r"\bDxr\w+", slot.prototype) for slot in group.dispatched)
+
+
+def introduction(group):
+    if group.own:
+        return comment(
+            f"The functions of the {group.name} group that only hand a call to its slot. Included by "
+            f"dxr/{group.stem}.h, which says what they are and holds the others."
+        )
+    rule = (
+        "Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A "
+        f"result is the hook's; slots count within the {group.name} group."
+    )
+    if any(re.match(r"arg\d+$", name) for slot in group.dispatched for name in slot.arguments):
+        rule += " Parameters named argN are the host's to define and pass through unread."
+    return "\n *\n".join([wrapped(group.about, "/* "), comment(rule, first_line=" * ")])
 
 
 def declarations(group):
@@ -255,6 +303,16 @@ def declarations(group):
         parts.append(comment(f"{slot.doc} Slot {slot.index}; {without}."))
         parts.append(f"DXR_API {slot.prototype};\n")
     return "\n".join(parts)
+
+
+def group_header(group):
+    guard = f"DXR_{group.slots_stem.upper()}_H"
+    types = '#include "dxr/types.h"\n' if uses_types(group) else ""
+    return (
+        f"/* {COMMAND} */\n\n{introduction(group)}\n#ifndef {guard}\n#define {guard}\n\n"
+        f'#include "dxr/base.h"\n{types}\nDXR_EXTERN_C_BEGIN\n\n{declarations(group)}\n'
+        f"DXR_EXTERN_C_END\n\n#endif /* {guard} */\n"
+    )
 
 
 def definitions(group):
@@ -271,39 +329,40 @@ def definitions(group):
     return "\n".join(parts)
 
 
-def getter_definitions(groups):
+def group_source(group):
+    return (
+        f'// {COMMAND}\n\n#include "dxr/{group.slots_stem}.h"\n\n#include "dispatch/call.h"\n'
+        f'#include "dxr/hooks.h"\n\nusing dxr::Call;\n\n{definitions(group)}'
+    )
+
+
+# --- Getters and exported names ----------------------------------------------------------------------
+
+GETTERS_INTRO = """\
+// The getters stay real functions: host and library reach a group the same way. Their bodies are
+// seen by the dispatchers nevertheless, which therefore keep their arguments in their registers
+// across the call.
+
+#include "dxr/hooks.h"
+"""
+
+
+def getters_source(groups):
+    definition = "[[gnu::noinline]] {0.type} *{0.getter}() {{\nreturn &DXR_GetHooks()->{0.member};\n}}\n"
     return "\n".join(
-        f"[[gnu::noinline]] {group.type} *{group.getter}() {{\nreturn &DXR_GetHooks()->{group.member};\n}}\n"
-        for group in groups
+        [f"// {COMMAND}\n", GETTERS_INTRO, *(definition.format(group) for group in groups)]
     )
 
 
 def exported_names(groups):
-    lines = ["    # hooks", "    g_dxrHooks;", "    DXR_RegisterHooks;", "    DXR_GetHooks;"]
+    lines = [f"# {COMMAND}", "", "    # hooks"]
+    lines += ["    g_dxrHooks;", "    DXR_RegisterHooks;", "    DXR_GetHooks;"]
     lines += [f"    {group.getter};" for group in groups]
     for group in groups:
         if group.stem:
-            lines += ["", f"    # {group.stem}: slots of the {group.name} group"]
+            lines += ["", f"    # {group.stem}"]
             lines += [f"    {slot.function};" for slot in group.slots if slot.function]
     return "\n".join(lines) + "\n"
-
-
-def with_region(path, region):
-    """The file as it is, with the text between its marks replaced."""
-    old = (ROOT / path).read_text()
-    new, count = re.subn(
-        r"(^[^\n]*generated: begin[^\n]*\n).*?(^[^\n]*generated: end)",
-        lambda match: match[1] + region + match[2],
-        old,
-        flags=re.DOTALL | re.MULTILINE,
-    )
-    if count != 1:
-        sys.exit(f"{path}: {count} generated regions, expected 1")
-    return new
-
-
-def with_code_region(path, region):
-    return with_region(path, "\n" + formatted(path, region).strip() + "\n\n")
 
 
 # --- Tables for people and for dxrsh -----------------------------------------------------------------
@@ -383,23 +442,31 @@ def slot_table(groups):
 
 
 def outputs(groups):
-    """Path and complete text of every file that holds generated text."""
+    """Path and complete text of every generated file."""
+    dispatch = "src/dxr/api/dispatch"
     files = {
-        "include/dxr/hooks.h": formatted("include/dxr/hooks.h", hooks_header(groups)),
-        "docs/slots.md": slots_page(groups),
-        "tools/dxrsh/slot_table.h": formatted("tools/dxrsh/slot_table.h", slot_table(groups)),
+        "include/dxr/hooks.h": hooks_header(groups),
+        f"{dispatch}/getters.cpp": getters_source(groups),
+        "tools/dxrsh/slot_table.h": slot_table(groups),
     }
-    hooks_source = "src/dxr/api/dxr_hooks.cpp"
-    files[hooks_source] = with_code_region(hooks_source, getter_definitions(groups))
-    exports = "src/dxr/api/exports.map"
-    files[exports] = with_region(exports, exported_names(groups))
     for group in groups:
         if group.stem:
-            header = f"include/dxr/{group.stem}.h"
-            files[header] = with_code_region(header, declarations(group))
-            source = f"src/dxr/api/dxr_{group.stem}.cpp"
-            files[source] = with_code_region(source, definitions(group))
+            files[f"include/dxr/{group.slots_stem}.h"] = group_header(group)
+            files[f"{dispatch}/{group.slots_stem}.cpp"] = group_source(group)
+    files = {path: formatted(path, text) for path, text in files.items()}
+    files[f"{dispatch}/exports.list"] = exported_names(groups)
+    files["docs/slots.md"] = slots_page(groups)
     return files
+
+
+def no_longer_made(files):
+    """Files that say they are generated, but are not any more."""
+    folders = {(ROOT / path).parent for path in files}
+    found = {path for folder in folders for path in folder.iterdir() if path.is_file()}
+    for path in sorted(found - {ROOT / path for path in files}):
+        with path.open(errors="replace") as stream:
+            if COMMAND in stream.readline():
+                yield path
 
 
 def verify(files):
@@ -416,8 +483,23 @@ def verify(files):
                     tofile=f"{path} (from hooks/slots.yaml)",
                 )
             )
+    for path in no_longer_made(files):
+        differing += 1
+        print(f"{path.relative_to(ROOT)} is no longer made from hooks/slots.yaml")
     if differing:
         sys.exit(f"{differing} files differ from the list of slots; run hooks/generate.py")
+
+
+def write(files):
+    for path, text in files.items():
+        target = ROOT / path
+        if not target.exists() or target.read_text() != text:
+            target.parent.mkdir(parents=True, exist_ok=True)
+            target.write_text(text)
+            print(f"wrote {path}")
+    for path in no_longer_made(files):
+        path.unlink()
+        print(f"removed {path.relative_to(ROOT)}")
 
 
 def main():
@@ -427,13 +509,8 @@ def main():
     files = outputs(read_groups())
     if args.verify:
         verify(files)
-        return
-    for path, text in files.items():
-        target = ROOT / path
-        if not target.exists() or target.read_text() != text:
-            target.parent.mkdir(parents=True, exist_ok=True)
-            target.write_text(text)
-            print(f"wrote {path}")
+    else:
+        write(files)
 
 
 if __name__ == "__main__":

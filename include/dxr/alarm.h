@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Alarms raised with the host.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -10,15 +12,11 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
 /* Raises an alarm. Slot 0; 1 without a hook. */
 DXR_API uint32_t DXR_Alarm(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint32_t arg4, void *arg5);
 
 /* Raises a fault-management alarm. Slot 1; 0 without a hook. */
 DXR_API uint32_t DXR_FmAlarm(void *alarm);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* The board, its devices and how to reach them: role and identity, environment blocks, PCIe,
  * registers, I2C and MDIO, device files and mappings, voltages, resets, interrupts, flash
  * information.
@@ -11,8 +13,6 @@
 #include "dxr/base.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
 
 /* Tells whether this board is the master. Slot 0; 1 without a hook. */
 DXR_API uint32_t DXR_BoardIsMaster(void);
@@ -83,8 +83,8 @@ DXR_API uint32_t DXR_MunmapDev(void *address, uint32_t size);
 /* Opens a device; the result is the host's device number. Slot 22; 0 without a hook. */
 DXR_API uint32_t DXR_OpenDev(const char *path);
 
-/* Opens a device in a way that an option chooses; the result is the host's device number. Slot
- * 23; 0 without a hook. */
+/* Opens a device in a way that an option chooses; the result is the host's device number. Slot 23;
+ * 0 without a hook. */
 DXR_API uint32_t DXR_OpenDevWithOption(const char *path, uint32_t option);
 
 /* Closes a device. Slot 24; 0 without a hook. */
@@ -221,8 +221,6 @@ DXR_API uint32_t DXR_CheckSmiLosEnable(uint32_t arg1, uint32_t arg2);
 
 /* Writes the flash information. Slot 67; 1 without a hook. */
 DXR_API uint32_t DXR_WriteFlashInfo(void *info);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Fault checks of fault management.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -9,15 +11,11 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
 /* Starts the fault checks. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_FfmStartFaultCheck(void);
 
 /* Stops the fault checks. Slot 1; 0 without a hook. */
 DXR_API uint32_t DXR_FfmStopFaultCheck(void);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* The host's hash tables. Table, key and entry are the host's; the library never looks inside them.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -9,8 +11,6 @@
 #include "dxr/base.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
 
 /* Gets the number of entries of a table. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_HashCount(void *table);
@@ -44,8 +44,6 @@ DXR_API uint32_t DXR_HashRemove(void *table, void *arg2);
 
 /* Gets what an entry holds. Slot 10; null without a hook. */
 DXR_API void *DXR_HashGetFromEntry(void *entry, uint32_t arg2, uint32_t arg3);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

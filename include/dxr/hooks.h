@@ -29,7 +29,7 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Alarms. Functions: dxr/alarm.h. */
+/* Alarms raised with the host. Functions: dxr/alarm.h. */
 typedef struct DxrAlarmHooks {
     uint32_t (*alarm)(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint32_t arg4, void *arg5);
     uint32_t (*fmAlarm)(void *alarm);
@@ -62,7 +62,9 @@ typedef struct DxrDbHooks {
     uint32_t (*getLpuDevId)(uint32_t arg1);
 } DxrDbHooks;
 
-/* The board, its devices and how to reach them. Functions: dxr/device.h. */
+/* The board, its devices and how to reach them: role and identity, environment blocks, PCIe,
+ * registers, I2C and MDIO, device files and mappings, voltages, resets, interrupts, flash
+ * information. Functions: dxr/device.h. */
 typedef struct DxrDevHooks {
     uint32_t (*boardIsMaster)(void);
     uint32_t (*getDevAttrValue)(uint32_t arg1, uint32_t arg2, void *value);
@@ -293,7 +295,8 @@ typedef struct DxrJsonDecodeHooks {
     DxrReservedHook reserved3;
 } DxrJsonDecodeHooks;
 
-/* Network processors. Functions: dxr/network_processor.h. */
+/* Network processors: multicast ports, dropped queues, priority flow control. Functions:
+ * dxr/network_processor.h. */
 typedef struct DxrNpHooks {
     uint32_t (*setMcPortMap)(uint32_t arg1, void *map);
     uint32_t (*getQueueDropStat)(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint8_t arg4,
@@ -313,7 +316,8 @@ typedef struct DxrPluginHooks {
     void (*displayBrdPlugin)(void *arg1, void *arg2, void *arg3, uint32_t arg4);
 } DxrPluginHooks;
 
-/* The host's hash tables. Functions: dxr/hash.h. */
+/* The host's hash tables. Table, key and entry are the host's; the library never looks inside them.
+ * Functions: dxr/hash.h. */
 typedef struct DxrHashHooks {
     uint32_t (*hashCount)(void *table);
     void *(*hashCreate)(void *arg1);

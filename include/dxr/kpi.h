@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Key performance indicators.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -10,12 +12,8 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
 /* Updates the value of a KPI attribute. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_UpdateKpiAttrVal(void *arg1, uint32_t arg2);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -10,15 +10,9 @@
 #define DXR_MEMORY_H
 
 #include "dxr/base.h"
+#include "dxr/memory_slots.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
-/* Releases a block; a null block is handed on as well. Slot 0; does nothing without a hook. */
-DXR_API void DXR_Free(void *block, const char *file, uint32_t line);
-
-/* generated: end */
 
 /* Allocates a block of `size` bytes for a module (slot 1). Returns null for a size of 0, which the
  * host is not asked for, when the host has no memory, and without a hook: the C library's allocator

@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Messages to boards and units, and the types of events.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -9,8 +11,6 @@
 #include "dxr/base.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
 
 /* Sends a message. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_SendMsg(void *msg);
@@ -44,8 +44,6 @@ DXR_API uint32_t DXR_SendEopEvent(uint32_t arg1, void *arg2);
 
 /* Sets the file descriptor of the mesh. Slot 10; does nothing without a hook. */
 DXR_API void DXR_SetMeshFd(uint32_t fd);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -8,19 +8,9 @@
 #define DXR_MODULE_H
 
 #include "dxr/base.h"
+#include "dxr/module_slots.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
-/* Ends the module's registration; what DXR_IsUseVelder tells stays. Slot 1; does nothing without
- * a hook. */
-DXR_API void DXR_UnRegister(void);
-
-/* Gets the module's own instance. Slot 4; null without a hook. */
-DXR_API void *DXR_GetThis(void);
-
-/* generated: end */
 
 /* Registers a module: hands its record to the host (slot 0), then the record's Velder flag, the
  * byte at offset 12, to DXR_RegisterVelderFuncs, whether or not there is a hook and whatever it

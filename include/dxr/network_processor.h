@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Network processors: multicast ports, dropped queues, priority flow control.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -10,8 +12,6 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
 /* Sets a multicast port map. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_SetMcPortMap(uint32_t arg1, void *map);
 
@@ -21,8 +21,6 @@ DXR_API uint32_t DXR_GetQueueDropStat(uint32_t arg1, uint32_t arg2, uint32_t arg
 
 /* Gets the absolute logic priority of priority flow control. Slot 2; 0 without a hook. */
 DXR_API uint32_t DXR_GetAbsPfcLogicSp(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *sp);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Board plug-ins.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -9,8 +11,6 @@
 #include "dxr/base.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
 
 /* Registers a board plug-in. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_RegisterBrdPlugin(void *plugin);
@@ -35,8 +35,6 @@ DXR_API uint32_t DXR_QueryBrdPlugin(void *arg1, void *arg2, void *arg3);
 
 /* Displays board plug-ins. Slot 7; does nothing without a hook. */
 DXR_API void DXR_DisplayBrdPlugin(void *arg1, void *arg2, void *arg3, uint32_t arg4);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -7,62 +7,9 @@
 #define DXR_SYSTEM_H
 
 #include "dxr/base.h"
+#include "dxr/system_slots.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
-/* Restores the patches. Slot 0; 0 without a hook. */
-DXR_API uint32_t DXR_RestorePatch(void);
-
-/* Gets an environment value by its number. Slot 1; 0 without a hook. */
-DXR_API uint32_t DXR_GetEnvValueById(uint32_t id, void *value);
-
-/* Gets the LR identifier. Slot 2; 0 without a hook. */
-DXR_API uint32_t DXR_GetLrId(void);
-
-/* Starts a timer. Slot 3; 0 without a hook. */
-DXR_API uint32_t DXR_StartTimer(void *timer);
-
-/* Stops a timer. Slot 4; 0 without a hook. */
-DXR_API uint32_t DXR_StopTimer(void *timer);
-
-/* Opens a file; the mode is written as for fopen. Slot 5; null without a hook. */
-DXR_API void *DXR_FOpen(const char *path, const char *mode);
-
-/* Closes a file. Slot 6; 0 without a hook. */
-DXR_API uint32_t DXR_FClose(void *file);
-
-/* Reads `count` items of `size` bytes from a file. The result is the number of bytes read, which
- * the library's own loading relies on. Slot 7; 0 without a hook. */
-DXR_API uint32_t DXR_FRead(void *buffer, uint32_t size, uint32_t count, void *file);
-
-/* Gets the length of a file in bytes. Slot 8; 0 without a hook. */
-DXR_API uint32_t DXR_FileLength(const char *path);
-
-/* Gets the name of the folder for binary files; the text belongs to the host. Slot 9; "."
- * without a hook. */
-DXR_API const char *DXR_GetBinFolderName(void);
-
-/* Writes the work path into a buffer of so many bytes. Slot 10; 0 without a hook. */
-DXR_API uint32_t DXR_GetSysWorkPath(char *buffer, uint32_t size);
-
-/* Gets the processor's load. Slot 11; 0 without a hook. */
-DXR_API uint32_t DXR_GetCpuUseRate(void);
-
-/* Compresses a buffer. Slot 12; 0 without a hook. */
-DXR_API uint32_t DXR_ZipBuffer(uint32_t arg1, void *arg2, void *arg3, void *arg4);
-
-/* Begins to monitor a heart-beat. Slot 13; 0 without a hook. */
-DXR_API uint32_t DXR_SetHeartMon(void *arg1, uint32_t arg2, uint32_t arg3, uint32_t arg4);
-
-/* Ends the monitoring of a heart-beat. Slot 14; 0 without a hook. */
-DXR_API uint32_t DXR_StopHeartToMon(void *arg1);
-
-/* Moves the position in a file. Slot 15; 0 without a hook. */
-DXR_API uint32_t DXR_FSeek(void *file, uint32_t offset, uint32_t origin);
-
-/* generated: end */
 
 /* 1 when a file or directory of that name can be found, else 0; 0 for a null name. Asks the
  * operating system, not the host; callable from any thread. */

@@ -11,31 +11,9 @@
 #define DXR_SYSTEM_TASK_H
 
 #include "dxr/base.h"
+#include "dxr/system_task_slots.h"
 
 DXR_EXTERN_C_BEGIN
-
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
-/* Writes events. Slot 1; 0 without a hook. */
-DXR_API uint32_t DXR_WriteEvent(uint32_t arg1, uint32_t arg2);
-
-/* Delays the calling task. Slot 3; 0 without a hook. */
-DXR_API uint32_t DXR_DelayTask(uint32_t arg1);
-
-/* Creates a mutex and stores its handle; the library gives a null option. Slot 4; 0 without a
- * hook. */
-DXR_API uint32_t DXR_InitMutex(void **mutex, void *option);
-
-/* Destroys a mutex. Slot 5; 0 without a hook. */
-DXR_API uint32_t DXR_DestroyMutex(void *mutex);
-
-/* Locks a mutex. Slot 6; 0 without a hook. */
-DXR_API uint32_t DXR_LockMutex(void *mutex);
-
-/* Unlocks a mutex. Slot 7; 0 without a hook. */
-DXR_API uint32_t DXR_UnlockMutex(void *mutex);
-
-/* generated: end */
 
 /* Reads events (slot 0). Only the waiting mode 0 is supported: returns 1 for any other and does not
  * call the hook. 0 without a hook. */

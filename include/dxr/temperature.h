@@ -1,3 +1,5 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
 /* Temperature queries.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
@@ -10,12 +12,8 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* generated: begin (by hooks/generate.py from hooks/slots.yaml) */
-
 /* Registers the function that is asked for a temperature. Slot 0; does nothing without a hook. */
 DXR_API void DXR_RegisterQueryTempFunc(uint32_t arg1, void *func);
-
-/* generated: end */
 
 DXR_EXTERN_C_END
 

@@ -13,18 +13,6 @@ constinit uint8_t g_dxrUseVelder = 0;
 
 }  // namespace
 
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
-
-void DXR_UnRegister() {
-    Call(DXR_GetInitHooks()->unRegister);
-}
-
-void *DXR_GetThis() {
-    return Call(DXR_GetInitHooks()->getThis, nullptr);
-}
-
-// generated: end
-
 void DXR_Register(void *record) {
     if (record == nullptr) {
         return;

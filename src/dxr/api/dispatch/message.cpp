@@ -1,11 +1,11 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/message.h"
 
 #include "dispatch/call.h"
 #include "dxr/hooks.h"
 
 using dxr::Call;
-
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
 
 uint32_t DXR_SendMsg(void *msg) {
     return Call(DXR_GetMsgHooks()->sendMsg, 0, msg);
@@ -50,5 +50,3 @@ uint32_t DXR_SendEopEvent(uint32_t arg1, void *arg2) {
 void DXR_SetMeshFd(uint32_t fd) {
     Call(DXR_GetMsgHooks()->setMeshFd, fd);
 }
-
-// generated: end

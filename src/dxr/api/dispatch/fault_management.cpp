@@ -1,11 +1,11 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/fault_management.h"
 
 #include "dispatch/call.h"
 #include "dxr/hooks.h"
 
 using dxr::Call;
-
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
 
 uint32_t DXR_FfmStartFaultCheck() {
     return Call(DXR_GetFfmHooks()->ffmStartFaultCheck, 0);
@@ -14,5 +14,3 @@ uint32_t DXR_FfmStartFaultCheck() {
 uint32_t DXR_FfmStopFaultCheck() {
     return Call(DXR_GetFfmHooks()->ffmStopFaultCheck, 0);
 }
-
-// generated: end

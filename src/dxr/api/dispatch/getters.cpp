@@ -1,23 +1,10 @@
-#include "dxr/hooks.h"
-
-#include "internal/bounds_checked.h"
-
-constinit DxrHooks g_dxrHooks = {};
-
-uint32_t DXR_RegisterHooks(const DxrHooks *hooks) {
-    return static_cast<uint32_t>(
-        dxr::memcpy_s(&g_dxrHooks, sizeof(g_dxrHooks), hooks, sizeof(g_dxrHooks)));
-}
-
-DxrHooks *DXR_GetHooks() {
-    return &g_dxrHooks;
-}
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
 
 // The getters stay real functions: host and library reach a group the same way. Their bodies are
 // seen by the dispatchers nevertheless, which therefore keep their arguments in their registers
 // across the call.
 
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
+#include "dxr/hooks.h"
 
 [[gnu::noinline]] DxrAlarmHooks *DXR_GetAlarmHooks() {
     return &DXR_GetHooks()->alarm;
@@ -98,5 +85,3 @@ DxrHooks *DXR_GetHooks() {
 [[gnu::noinline]] DxrTemperatureHooks *DXR_GetTemperatureHooks() {
     return &DXR_GetHooks()->temperature;
 }
-
-// generated: end

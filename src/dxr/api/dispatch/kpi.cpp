@@ -1,3 +1,5 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/kpi.h"
 
 #include "dispatch/call.h"
@@ -5,10 +7,6 @@
 
 using dxr::Call;
 
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
-
 uint32_t DXR_UpdateKpiAttrVal(void *arg1, uint32_t arg2) {
     return Call(DXR_GetKpiHooks()->updateKpiAttrVal, 0, arg1, arg2);
 }
-
-// generated: end

@@ -1,11 +1,11 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/hash.h"
 
 #include "dispatch/call.h"
 #include "dxr/hooks.h"
 
 using dxr::Call;
-
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
 
 uint32_t DXR_HashCount(void *table) {
     return Call(DXR_GetHashHooks()->hashCount, 0, table);
@@ -50,5 +50,3 @@ uint32_t DXR_HashRemove(void *table, void *arg2) {
 void *DXR_HashGetFromEntry(void *entry, uint32_t arg2, uint32_t arg3) {
     return Call(DXR_GetHashHooks()->hashGetFromEntry, nullptr, entry, arg2, arg3);
 }
-
-// generated: end

@@ -1,11 +1,11 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/plugin.h"
 
 #include "dispatch/call.h"
 #include "dxr/hooks.h"
 
 using dxr::Call;
-
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
 
 uint32_t DXR_RegisterBrdPlugin(void *plugin) {
     return Call(DXR_GetPluginHooks()->registerBrdPlugin, 0, plugin);
@@ -38,5 +38,3 @@ uint32_t DXR_QueryBrdPlugin(void *arg1, void *arg2, void *arg3) {
 void DXR_DisplayBrdPlugin(void *arg1, void *arg2, void *arg3, uint32_t arg4) {
     Call(DXR_GetPluginHooks()->displayBrdPlugin, arg1, arg2, arg3, arg4);
 }
-
-// generated: end

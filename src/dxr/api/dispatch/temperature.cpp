@@ -1,3 +1,5 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/temperature.h"
 
 #include "dispatch/call.h"
@@ -5,10 +7,6 @@
 
 using dxr::Call;
 
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
-
 void DXR_RegisterQueryTempFunc(uint32_t arg1, void *func) {
     Call(DXR_GetTemperatureHooks()->registerQueryTempFunc, arg1, func);
 }
-
-// generated: end

@@ -1,11 +1,11 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+
 #include "dxr/device.h"
 
 #include "dispatch/call.h"
 #include "dxr/hooks.h"
 
 using dxr::Call;
-
-// generated: begin (by hooks/generate.py from hooks/slots.yaml)
 
 uint32_t DXR_BoardIsMaster() {
     return Call(DXR_GetDevHooks()->boardIsMaster, 1);
@@ -281,5 +281,3 @@ uint32_t DXR_CheckSmiLosEnable(uint32_t arg1, uint32_t arg2) {
 uint32_t DXR_WriteFlashInfo(void *info) {
     return Call(DXR_GetDevHooks()->writeFlashInfo, 1, info);
 }
-
-// generated: end

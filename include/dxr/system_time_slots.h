@@ -1,0 +1,61 @@
+/* Made by hooks/generate.py from hooks/slots.yaml; do not edit. */
+
+/* The functions of the Time group that only hand a call to its slot. Included by dxr/system_time.h,
+ * which says what they are and holds the others. */
+#ifndef DXR_SYSTEM_TIME_SLOTS_H
+#define DXR_SYSTEM_TIME_SLOTS_H
+
+#include "dxr/base.h"
+#include "dxr/types.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* Gets the system time. Slot 0; does nothing without a hook. */
+DXR_API void DXR_GetSysTime(DxrSysTime *time);
+
+/* Turns a system time into text. Slot 1; 0 without a hook. */
+DXR_API uint32_t DXR_SysTime2Str(void *arg1, uint32_t arg2, void *arg3);
+
+/* Turns seconds into a system time. Slot 2; does nothing without a hook. */
+DXR_API void DXR_SysTimeSec2Time(uint32_t sec, void *time);
+
+/* Turns ticks into milliseconds. Slot 3; does nothing without a hook. */
+DXR_API void DXR_Tick2Ms(void *arg1);
+
+/* Gets the current time in milliseconds. Slot 4; 0 without a hook. */
+DXR_API uint64_t DXR_GetCurrMs(void);
+
+/* Gets the current time in seconds. Slot 5; 0 without a hook. */
+DXR_API uint32_t DXR_GetCurrSec(void);
+
+/* Gets the current tick. Slot 6; does nothing without a hook. */
+DXR_API void DXR_GetCurrentTick(void *tick);
+
+/* Gets the processor's tick. Slot 7; does nothing without a hook. */
+DXR_API void DXR_GetCpuTick(void *arg1, void *arg2);
+
+/* Gets the current time as text, into so many bytes, and in seconds. Slot 8; does nothing without a
+ * hook. */
+DXR_API void DXR_GetCurrTime(char *text, uint32_t size, uint32_t *sec);
+
+/* Calculates the seconds between system times. Slot 9; 0 without a hook. */
+DXR_API uint32_t DXR_CalSystimeRelSec(void *arg1, void *arg2, void *arg3);
+
+/* Gets the time stamp of the start-up. Slot 10; does nothing without a hook. */
+DXR_API void DXR_GetStartupTimeStamp(void *stamp);
+
+/* Adds the start-up time. Slot 11; does nothing without a hook. */
+DXR_API void DXR_AddStartupTime(void *time);
+
+/* Gets Greenwich Mean Time. Slot 12; 0 without a hook. */
+DXR_API uint32_t DXR_GetGMT(void *time);
+
+/* Gets the local time. Slot 13; 0 without a hook. */
+DXR_API uint32_t DXR_GetLocalTime(void *arg1, void *arg2);
+
+/* Gets the time since the start-up in seconds. Slot 14; 0 without a hook. */
+DXR_API uint32_t DXR_GetStartupTimeSec(void);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_SYSTEM_TIME_SLOTS_H */
