@@ -62,6 +62,36 @@ Pair PairOf(Operation operation) {
     }
 }
 
+struct BitsetPair {
+    Bitset dst;
+    Bitset src;
+};
+
+// Bitsets of so many words, for which both contenders give the same.
+BitsetPair CheckedPair(Operation operation, size_t words) {
+    auto [dst, src] = RandomPair(words);
+    const BitsetPair pair = {BitsetOf(dst), BitsetOf(src)};
+    const auto [ours, peer] = PairOf(operation);
+    Bitset peerResult = pair.dst;
+    peer(peerResult, pair.src);
+    ours(dst.data(), src.data(), static_cast<uint32_t>(words));
+    Require(BitsetOf(dst) == peerResult, "combination of Boost");
+    return pair;
+}
+
+// Each operation is inlined into a loop of its own.
+Run InlineInTurn(Operation operation, const BitsetPair &pair, size_t words) {
+    const auto &[dst, src] = pair;
+    switch (operation) {
+        case Operation::kOr:
+            return InTurn(dst, src, words, [](Bitset &d, const Bitset &s) { d |= s; });
+        case Operation::kAnd:
+            return InTurn(dst, src, words, [](Bitset &d, const Bitset &s) { d &= s; });
+        default:
+            return InTurn(dst, src, words, [](Bitset &d, const Bitset &s) { d ^= s; });
+    }
+}
+
 }  // namespace
 
 Figure Crc8BesideBoost(size_t bytes) {
@@ -76,16 +106,26 @@ Figure Crc8BesideBoost(size_t bytes) {
 }
 
 Figure CombinationBesideBoost(Operation operation, size_t words) {
-    auto [dst, src] = RandomPair(words);
-    const Bitset peerDst = BitsetOf(dst);
-    const Bitset peerSrc = BitsetOf(src);
-    const auto [ours, peer] = PairOf(operation);
-    Bitset peerResult = peerDst;
-    peer(peerResult, peerSrc);
-    ours(dst.data(), src.data(), static_cast<uint32_t>(words));
-    Require(BitsetOf(dst) == peerResult, "combination of Boost");
+    const auto [dst, src] = CheckedPair(operation, words);
     return Beside(Combination(operation, words), kBitsetName,
-                  InTurn(peerDst, peerSrc, words, peer));
+                  InTurn(dst, src, words, PairOf(operation).peer));
+}
+
+Figure CombinationBesideInlineBoost(Operation operation, size_t words) {
+    return Beside(Combination(operation, words), "boost::dynamic_bitset inlined",
+                  InlineInTurn(operation, CheckedPair(operation, words), words));
+}
+
+Figure ZeroTestBesideBoost(size_t words) {
+    const Bitset bits(words * 32);
+    Bitset other = bits;
+    other.set(other.size() - 1);
+    Require(bits.none() && !other.none(), "zero test of Boost");
+    return Beside(ZeroTest(words), "boost::dynamic_bitset::none", [bits](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
+            Keep(bits.none());
+        }
+    });
 }
 
 Figure SetBitsBesideBoost(size_t words) {

@@ -15,6 +15,8 @@
 
 namespace {
 
+using bench::LineKind;
+
 struct Target {
     double must;  // largest ratio that counts as done
     double goal;  // what a first-class design reaches
@@ -36,29 +38,48 @@ class Rows {
 
 constexpr uint32_t kLive[] = {1, 100, 1000, 2047};
 constexpr uint32_t kWholeRing = 2047;
+constexpr LineKind kKinds[] = {LineKind::kPlain, LineKind::kPadded};
+
+std::vector<bench::Place> PlacesAmong(uint32_t live) {
+    using bench::Place;
+    return live == 1 ? std::vector{Place::kNewest}
+                     : std::vector{Place::kOldest, Place::kNewest, Place::kRandom};
+}
 
 void AddLogFilter(Rows &rows) {
     using bench::Place;
-    for (const uint32_t live : kLive) {
-        for (const Place place : {Place::kOldest, Place::kNewest, Place::kRandom}) {
-            rows.Add(bench::SameTextBesideSpdlog(live, place), {1.25, 1.0});
-            rows.Add(bench::SameText(live, place), {1.3, 1.0});
+    using bench::Sharing;
+    for (const LineKind kind : kKinds) {
+        for (const uint32_t live : kLive) {
+            for (const Place place : PlacesAmong(live)) {
+                rows.Add(bench::SameTextBesideSpdlog(kind, live, place), {0.85, 0.6});
+                rows.Add(bench::SameText(kind, live, place), {0.8, 0.55});
+            }
         }
+        const bench::Figure whole = bench::SameText(kind, kWholeRing, Place::kNewest);
+        const bench::Figure one = bench::SameText(kind, 1, Place::kNewest);
+        rows.Add(bench::Beside(whole, "newest of 1", one.ours), {1.3, 1.1});
+        rows.Add(bench::NewTextBesideSpdlog(kind, kWholeRing), {1.05, 0.75});
+        rows.Add(bench::SameTextWithDouble(kind), {1.35, 1.2});
+        rows.Add(bench::SameTextInEightThreads(kind, Sharing::kEach), {0.95, 0.7});
+        rows.Add(bench::SameTextInEightThreads(kind, Sharing::kOne), {1.4, 1.0});
     }
-    const bench::Figure whole = bench::SameText(kWholeRing, Place::kNewest);
-    const bench::Figure one = bench::SameText(1, Place::kNewest);
-    rows.Add(bench::Beside(whole, "newest of 1", one.ours), {1.3, 1.1});
-    rows.Add(bench::NewTextBesideSpdlog(kWholeRing), {1.5, 1.1});
     for (const uint32_t live : kLive) {
         rows.Add(bench::SameKey(live), {0.6, 0.4});
     }
-    rows.Add(bench::SameTextInEightThreads(), {1.35, 0.9});
 }
 
 void AddBitmap(Rows &rows) {
     using bench::Operation;
     constexpr Operation kOperations[] = {Operation::kOr, Operation::kAnd, Operation::kXor};
     constexpr size_t kMebibyte = (1U << 20U) / sizeof(uint32_t);
+    for (const size_t words : {1U, 2U, 4U, 8U}) {
+        for (const Operation operation : kOperations) {
+            rows.Add(bench::CombinationBesideInlineBoost(operation, words), {1.5, 1.1});
+        }
+        rows.Add(bench::SmallComparison(words), {1.25, 1.0});
+        rows.Add(bench::ZeroTestBesideBoost(words), {1.25, 1.0});
+    }
     for (const size_t words : {size_t{64}, size_t{1024}}) {
         for (const Operation operation : kOperations) {
             rows.Add(bench::CombinationBesideBoost(operation, words), {0.7, 0.45});
@@ -77,20 +98,28 @@ void AddBitmap(Rows &rows) {
 }
 
 void AddRecorder(Rows &rows) {
-    for (const uint32_t live : {1U, 100U, 1024U}) {
-        rows.Add(bench::RecordRepeat(live), {1.1, 0.9});
+    for (const LineKind kind : kKinds) {
+        for (const uint32_t live : {1U, 100U, 1024U}) {
+            rows.Add(bench::RecordRepeat(kind, live), {0.65, 0.45});
+        }
+        rows.Add(bench::RecordNew(kind), {0.5, 0.35});
     }
-    rows.Add(bench::RecordNew(), {0.75, 0.6});
 }
 
 Rows AllRows() {
     Rows rows;
-    rows.Add(bench::DispatchWithSlotSet(), {1.5, 1.05});
+    rows.Add(bench::DispatchWithSlotSet(), {1.1, 1.0});
     rows.Add(bench::DispatchWithSlotEmpty(), {2.2, 1.75});
     AddLogFilter(rows);
+    for (const size_t bytes : {8U, 16U, 32U}) {
+        rows.Add(bench::Hash(bytes), {0.75, 0.5});
+    }
     rows.Add(bench::Hash(80), {0.45, 0.15});
     rows.Add(bench::Hash(1000), {0.35, 0.05});
-    rows.Add(bench::Crc8BesideBoost(16), {0.6, 0.5});
+    rows.Add(bench::Crc8BesideBoost(1), {1.8, 1.2});
+    rows.Add(bench::Crc8BesideBoost(4), {1.1, 0.7});
+    rows.Add(bench::Crc8BesideBoost(8), {0.9, 0.6});
+    rows.Add(bench::Crc8BesideBoost(16), {0.55, 0.4});
     rows.Add(bench::Crc8BesideBoost(64), {0.3, 0.15});
     rows.Add(bench::Crc8BesideBoost(1024), {0.25, 0.05});
     rows.Add(bench::Crc8BesideBoost(65536), {0.25, 0.03});
@@ -100,7 +129,7 @@ Rows AllRows() {
     }
     rows.Add(bench::Load(), {1.6, 1.2});
     AddRecorder(rows);
-    rows.Add(bench::FilterQueryOfRandomPaths(), {3, 1.5});
+    rows.Add(bench::FilterQueryOfRandomPaths(), {2, 1.4});
     rows.Add(bench::FilterQueryOfOnePath(), {3, 1.5});
     rows.Add(bench::FaultRule(), {2.5, 1.6});
     return rows;
@@ -120,7 +149,7 @@ void PrintRow(const Row &row, const bench::Result &result, bool tabs) {
                     figure.peerName.c_str(), figure.size, result.oursNs, result.peerNs,
                     result.ratio, target.must, target.goal, Verdict(target, result.ratio));
     } else {
-        std::printf("%-58s %-30s %10.1f %10.1f %7.3f %5g %5g  %s\n", figure.name.c_str(),
+        std::printf("%-58s %-39s %10.1f %10.1f %7.3f %5g %5g  %s\n", figure.name.c_str(),
                     figure.peerName.c_str(), result.oursNs, result.peerNs, result.ratio,
                     target.must, target.goal, Verdict(target, result.ratio));
     }
@@ -132,7 +161,7 @@ void PrintRows(const std::string &only, const bench::Effort &effort, bool tabs) 
     const Rows rows = AllRows();
     const std::regex wanted(only);
     if (!tabs) {
-        std::printf("%-58s %-30s %10s %10s %7s %5s %5s\n", "figure", "peer", "ours ns", "peer ns",
+        std::printf("%-58s %-39s %10s %10s %7s %5s %5s\n", "figure", "peer", "ours ns", "peer ns",
                     "ratio", "must", "goal");
     }
     for (const Row &row : rows.All()) {

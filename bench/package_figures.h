@@ -9,12 +9,17 @@
 
 namespace bench {
 
-[[nodiscard]] Figure SameTextBesideSpdlog(uint32_t live, Place place);
-[[nodiscard]] Figure NewTextBesideSpdlog(uint32_t live);
-[[nodiscard]] Figure SameTextInEightThreads();
+[[nodiscard]] Figure SameTextBesideSpdlog(LineKind kind, uint32_t live, Place place);
+[[nodiscard]] Figure NewTextBesideSpdlog(LineKind kind, uint32_t live);
+// A log type and a logger for each of eight threads, or one for all.
+enum class Sharing : uint8_t { kEach, kOne };
+[[nodiscard]] Figure SameTextInEightThreads(LineKind kind, Sharing sharing);
 
 [[nodiscard]] Figure Crc8BesideBoost(size_t bytes);
 [[nodiscard]] Figure CombinationBesideBoost(Operation operation, size_t words);
+// The peer in the loop of its caller.
+[[nodiscard]] Figure CombinationBesideInlineBoost(Operation operation, size_t words);
+[[nodiscard]] Figure ZeroTestBesideBoost(size_t words);
 [[nodiscard]] Figure SetBitsBesideBoost(size_t words);
 
 [[nodiscard]] Figure Load();

@@ -2,8 +2,12 @@
 #include <spdlog/sinks/dup_filter_sink.h>
 #include <spdlog/sinks/null_sink.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <memory>
+#include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "figures.h"
@@ -15,9 +19,6 @@ namespace {
 
 constexpr const char *kPeerName = "spdlog duplicate filter";
 
-constexpr const char *kFmtFormat =
-    "fic {:04} link {:06}: serdes lost lock on lane {:02}, bit errors {:08x}, training restarted";
-
 using Logger = std::shared_ptr<spdlog::logger>;
 
 Logger DuplicateFilter() {
@@ -26,8 +27,48 @@ Logger DuplicateFilter() {
     return std::make_shared<spdlog::logger>("peer", filter);
 }
 
-void Log(spdlog::logger &logger, uint32_t n) {
-    logger.info(kFmtFormat, DXR_BENCH_LINE_ARGUMENTS(n));
+template <typename Line>
+void LogToPeer(spdlog::logger &logger, uint32_t n) {
+    std::apply([&logger](auto... arguments) { logger.info(Line::kFmt, arguments...); },
+               Line::Arguments(n));
+}
+
+// What the peer is asked for is what the library prints.
+template <typename Line>
+void RequireSameLine() {
+    constexpr uint32_t kNumber = 123'456;
+    const std::string ours = std::apply(
+        [](auto... arguments) {
+            char text[2 * kLineLength];
+            std::snprintf(text, sizeof(text), Line::kPrintf, arguments...);
+            return std::string(text);
+        },
+        Line::Arguments(kNumber));
+    const std::string peer = std::apply(
+        [](auto... arguments) { return spdlog::fmt_lib::format(Line::kFmt, arguments...); },
+        Line::Arguments(kNumber));
+    Require(ours == peer && peer.size() == kLineLength, "line of the peer");
+}
+
+template <typename Line>
+Run RepeatOneLine() {
+    RequireSameLine<Line>();
+    return [logger = DuplicateFilter()](uint64_t count) {
+        for (uint64_t i = 0; i < count; ++i) {
+            LogToPeer<Line>(*logger, 5);
+        }
+    };
+}
+
+template <typename Line>
+Run NewLines() {
+    RequireSameLine<Line>();
+    return [logger = DuplicateFilter(), n = 100'000U](uint64_t count) mutable {
+        for (uint64_t i = 0; i < count; ++i) {
+            n = NewLineAfter(n);
+            LogToPeer<Line>(*logger, n);
+        }
+    };
 }
 
 constexpr uint32_t kThreads = 8;
@@ -43,50 +84,69 @@ void InThreads(uint64_t count, Work work) {
     }
 }
 
-}  // namespace
-
-Figure SameTextBesideSpdlog(uint32_t live, Place place) {
-    return Beside(SameText(live, place), kPeerName, [logger = DuplicateFilter()](uint64_t count) {
-        for (uint64_t i = 0; i < count; ++i) {
-            Log(*logger, 5);
+// Eight log types, each with lines of both kinds.
+const std::vector<DxrLogFilterCfg> &ThreadSites() {
+    static const std::vector<DxrLogFilterCfg> all = [] {
+        std::vector<DxrLogFilterCfg> sites;
+        for (uint32_t t = 0; t < kThreads; ++t) {
+            const uint32_t logType = NewFilledLogType<PlainLine>(100);
+            FillLogType<PaddedLine>(logType, 100);
+            sites.push_back(SiteOf(logType));
         }
-    });
+        return sites;
+    }();
+    return all;
 }
 
-Figure NewTextBesideSpdlog(uint32_t live) {
-    return Beside(NewText(live), kPeerName,
-                  [logger = DuplicateFilter(), next = 1000000U](uint64_t count) mutable {
-                      for (uint64_t i = 0; i < count; ++i) {
-                          Log(*logger, next++);
-                      }
-                  });
-}
-
-Figure SameTextInEightThreads() {
-    std::vector<DxrLogFilterCfg> sites;
+template <typename Line>
+Figure RepeatsInEightThreads(Sharing sharing) {
+    std::vector<DxrLogFilterCfg> sites = ThreadSites();
     std::vector<Logger> loggers;
     for (uint32_t t = 0; t < kThreads; ++t) {
-        sites.push_back(SiteOf(NewFilledLogType(100)));
         loggers.push_back(DuplicateFilter());
     }
-    return {"DXR_SameLogFilter repeat, 8 threads, one log type each",
-            kPeerName,
+    const bool isOne = sharing == Sharing::kOne;
+    if (isOne) {
+        std::fill(sites.begin(), sites.end(), sites.front());
+        std::fill(loggers.begin(), loggers.end(), loggers.front());
+    }
+    return {std::string("DXR_SameLogFilter ") + Line::kName + " repeat, 8 threads, " +
+                (isOne ? "one log type" : "a log type each"),
+            kPeerName + std::string(isOne ? ", one logger" : ", a logger each"),
             0,
             [sites](uint64_t count) {
                 InThreads(count, [&sites](uint32_t t, uint64_t n) {
                     for (uint64_t i = 0; i < n; ++i) {
-                        Log(sites[t], 5);
+                        Log<Line>(sites[t], 5);
                     }
                 });
             },
             [loggers](uint64_t count) {
                 InThreads(count, [&loggers](uint32_t t, uint64_t n) {
                     for (uint64_t i = 0; i < n; ++i) {
-                        Log(*loggers[t], 5);
+                        LogToPeer<Line>(*loggers[t], 5);
                     }
                 });
             },
             Clock::kProcess};
+}
+
+}  // namespace
+
+Figure SameTextBesideSpdlog(LineKind kind, uint32_t live, Place place) {
+    return Beside(
+        SameText(kind, live, place), kPeerName,
+        kind == LineKind::kPlain ? RepeatOneLine<PlainLine>() : RepeatOneLine<PaddedLine>());
+}
+
+Figure NewTextBesideSpdlog(LineKind kind, uint32_t live) {
+    return Beside(NewText(kind, live), kPeerName,
+                  kind == LineKind::kPlain ? NewLines<PlainLine>() : NewLines<PaddedLine>());
+}
+
+Figure SameTextInEightThreads(LineKind kind, Sharing sharing) {
+    return kind == LineKind::kPlain ? RepeatsInEightThreads<PlainLine>(sharing)
+                                    : RepeatsInEightThreads<PaddedLine>(sharing);
 }
 
 }  // namespace bench

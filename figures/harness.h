@@ -4,8 +4,8 @@
 // thread (or of the process, for figures with threads of their own); a round keeps the smallest of
 // several samples of each, which is the one least disturbed, and gives one ratio; the figure is the
 // median of the ratios.
-#ifndef DXR_BENCH_HARNESS_H
-#define DXR_BENCH_HARNESS_H
+#ifndef DXR_FIGURES_HARNESS_H
+#define DXR_FIGURES_HARNESS_H
 
 #include <cstdint>
 #include <functional>
@@ -56,4 +56,4 @@ inline void Keep(const T &value) {
 
 }  // namespace bench
 
-#endif  // DXR_BENCH_HARNESS_H
+#endif  // DXR_FIGURES_HARNESS_H

@@ -1,6 +1,6 @@
 // The hooks that the figures need, each as short as it can be: no figure is about the host.
-#ifndef DXR_BENCH_BARE_HOST_H
-#define DXR_BENCH_BARE_HOST_H
+#ifndef DXR_FIGURES_BARE_HOST_H
+#define DXR_FIGURES_BARE_HOST_H
 
 #include <cstdint>
 
@@ -28,4 +28,4 @@ class BareHost {
 
 }  // namespace bench
 
-#endif  // DXR_BENCH_BARE_HOST_H
+#endif  // DXR_FIGURES_BARE_HOST_H

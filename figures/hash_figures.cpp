@@ -2,17 +2,10 @@
 
 #include "dxr_api.h"
 #include "figures.h"
+#include "library_peers.h"
 
 namespace bench {
 namespace {
-
-[[gnu::noinline]] uint32_t ByteByByte(const char *text, uint32_t length) {
-    uint32_t hash = 0;
-    for (uint32_t i = 0; i < length; ++i) {
-        hash = hash * 31 + static_cast<unsigned char>(text[i]);
-    }
-    return hash;
-}
 
 std::string TextOf(size_t length) {
     std::string text;
@@ -28,7 +21,7 @@ Figure Hash(size_t bytes) {
     const std::string text = TextOf(bytes);
     const DxrLogFilterHashInput check = {text.data(), static_cast<uint32_t>(bytes)};
     uint32_t hash = 0;
-    Require(DXR_SimpleHash(&check, &hash) == 0 && hash == ByteByByte(check.text, check.length),
+    Require(DXR_SimpleHash(&check, &hash) == 0 && hash == PeerHash(check.text, check.length),
             "hash");
     return {
         "DXR_SimpleHash, " + std::to_string(bytes) + " bytes", "byte by byte",
@@ -43,7 +36,7 @@ Figure Hash(size_t bytes) {
         },
         [text](uint64_t count) {
             for (uint64_t i = 0; i < count; ++i) {
-                Keep(ByteByByte(text.data(), static_cast<uint32_t>(text.size())));
+                Keep(PeerHash(text.data(), static_cast<uint32_t>(text.size())));
             }
         }};
 }

@@ -48,9 +48,9 @@ Figure Crc8(size_t bytes) {
     const Words words = RandomWords(bytes / sizeof(Words::value_type) + 1);
     const auto *const data = reinterpret_cast<const uint8_t *>(words.data());
     Require(DXR_CalculateCrc8(data, bytes) == ByteByByte(data, bytes), "CRC-8");
-    return {"DXR_CalculateCrc8, " + std::to_string(bytes) + " bytes", "loop with a table",
-            static_cast<double>(bytes), Repeat<DXR_CalculateCrc8>(words, bytes),
-            Repeat<ByteByByte>(words, bytes)};
+    return {"DXR_CalculateCrc8, " + std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes"),
+            "loop with a table", static_cast<double>(bytes),
+            Repeat<DXR_CalculateCrc8>(words, bytes), Repeat<ByteByByte>(words, bytes)};
 }
 
 }  // namespace bench

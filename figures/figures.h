@@ -1,8 +1,8 @@
 // The figures that need nothing beside the library but the C and C++ libraries. Each function makes
 // ready what its figure works on and checks the answers of both contenders. All of them need a
-// BareHost, which outlives them.
-#ifndef DXR_BENCH_FIGURES_H
-#define DXR_BENCH_FIGURES_H
+// BareHost, which outlives them, and a library of peers (library_peers.h).
+#ifndef DXR_FIGURES_FIGURES_H
+#define DXR_FIGURES_FIGURES_H
 
 #include <cstddef>
 #include <cstdint>
@@ -11,20 +11,26 @@
 
 namespace bench {
 
-// Beside a call through a table, and beside a function that answers 0; the program links them,
-// from a shared object or not.
+// Beside the same getter, load, test and jump in another library, and a function there that answers
+// 0.
 [[nodiscard]] Figure DispatchWithSlotSet();
 [[nodiscard]] Figure DispatchWithSlotEmpty();
 
-// Lines of 80 characters in a ring that holds `live` of them, beside vsnprintf of the line.
+// Lines of 80 characters (log_lines.h).
+enum class LineKind : uint8_t { kPlain, kPadded };
+
+// In a ring that holds `live` of them, beside snprintf of the line into a zeroed buffer.
 enum class Place : uint8_t { kOldest, kNewest, kRandom };
-[[nodiscard]] Figure SameText(uint32_t live, Place place);
-[[nodiscard]] Figure NewText(uint32_t live);
+[[nodiscard]] Figure SameText(LineKind kind, uint32_t live, Place place);
+[[nodiscard]] Figure NewText(LineKind kind, uint32_t live);
+// Lines with a conversion of floating point.
+[[nodiscard]] Figure SameTextWithDouble(LineKind kind);
 // Beside snprintf of the key.
 [[nodiscard]] Figure SameKey(uint32_t live);
 
-// Beside a loop over the bytes, with a table for the CRC.
+// Beside a loop over the bytes, in another library.
 [[nodiscard]] Figure Hash(size_t bytes);
+// Beside a loop over the bytes with a table.
 [[nodiscard]] Figure Crc8(size_t bytes);
 
 // Beside a loop over the words.
@@ -34,6 +40,8 @@ enum class Operation : uint8_t { kOr, kAnd, kXor };
 // Beside memcpy and memcmp.
 [[nodiscard]] Figure CombinationBesideCopy(Operation operation, size_t words);
 [[nodiscard]] Figure Comparison(size_t words);
+// The peer called from the loop itself, as is ours.
+[[nodiscard]] Figure SmallComparison(size_t words);
 [[nodiscard]] Figure ZeroTest(size_t words);
 // Beside the same shifts inlined.
 [[nodiscard]] Figure FieldRead();
@@ -42,9 +50,9 @@ enum class Operation : uint8_t { kOr, kAnd, kXor };
 // Beside std::sort.
 [[nodiscard]] Figure Sort(size_t elements);
 
-// Texts of 80 characters, beside an unordered_map of texts.
-[[nodiscard]] Figure RecordRepeat(uint32_t live);
-[[nodiscard]] Figure RecordNew();
+// Beside an unordered_map of texts.
+[[nodiscard]] Figure RecordRepeat(LineKind kind, uint32_t live);
+[[nodiscard]] Figure RecordNew(LineKind kind);
 
 // Paths of depth 4 in a tree of fan-out 8, beside nested unordered_maps.
 [[nodiscard]] Figure FilterQueryOfOnePath();
@@ -55,4 +63,4 @@ enum class Operation : uint8_t { kOr, kAnd, kXor };
 
 }  // namespace bench
 
-#endif  // DXR_BENCH_FIGURES_H
+#endif  // DXR_FIGURES_FIGURES_H

@@ -1,6 +1,6 @@
 // What the figures of bitmaps work on.
-#ifndef DXR_BENCH_WORDS_H
-#define DXR_BENCH_WORDS_H
+#ifndef DXR_FIGURES_WORDS_H
+#define DXR_FIGURES_WORDS_H
 
 #include <algorithm>
 #include <cstddef>
@@ -45,7 +45,8 @@ struct WordPair {
 template <typename Bits, typename Operation>
 Run InTurn(const Bits &dst, const Bits &src, size_t words, Operation operation) {
     constexpr size_t kWords = 1024;
-    const size_t pairs = std::max<size_t>(1, kWords / (2 * words));
+    constexpr size_t kMostPairs = 16;
+    const size_t pairs = std::clamp<size_t>(kWords / (2 * words), 1, kMostPairs);
     return [dsts = std::vector<Bits>(pairs, dst), srcs = std::vector<Bits>(pairs, src),
             at = size_t{0}, operation](uint64_t count) mutable {
         for (uint64_t i = 0; i < count; ++i) {
@@ -58,4 +59,4 @@ Run InTurn(const Bits &dst, const Bits &src, size_t words, Operation operation) 
 
 }  // namespace bench
 
-#endif  // DXR_BENCH_WORDS_H
+#endif  // DXR_FIGURES_WORDS_H

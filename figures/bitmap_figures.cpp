@@ -24,8 +24,9 @@ double Bytes(size_t words) {
 
 std::string Of(const char *function, size_t words) {
     constexpr size_t kMebibyte = (1U << 20U) / sizeof(Words::value_type);
-    return std::string(function) +
-           (words == kMebibyte ? ", 1 MiB" : ", " + std::to_string(words) + " words");
+    return std::string(function) + (words == kMebibyte ? ", 1 MiB"
+                                    : words == 1       ? ", 1 word"
+                                                       : ", " + std::to_string(words) + " words");
 }
 
 // ---- OR, AND, XOR
@@ -80,8 +81,12 @@ uint32_t IsZero(const Words &a, const Words &) {
     return DXR_IsZeroBmp(a.data(), Count(a));
 }
 
-[[gnu::noinline]] uint32_t SameByMemcmp(const Words &a, const Words &b) {
+inline uint32_t MemcmpInPlace(const Words &a, const Words &b) {
     return std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) == 0 ? 1 : 0;
+}
+
+[[gnu::noinline]] uint32_t SameByMemcmp(const Words &a, const Words &b) {
+    return MemcmpInPlace(a, b);
 }
 
 // ---- Set bits
@@ -223,6 +228,10 @@ Figure SetBits(size_t words) {
                     Keep(CountLoop(array));
                 }
             }};
+}
+
+Figure SmallComparison(size_t words) {
+    return Beside(Comparison(words), "memcmp in place", OverTwo<MemcmpInPlace>(RandomWords(words)));
 }
 
 Figure Comparison(size_t words) {

@@ -1,6 +1,6 @@
 #include "dxr_api.h"
 #include "figures.h"
-#include "peer_table.h"
+#include "library_peers.h"
 
 namespace bench {
 namespace {
@@ -24,12 +24,13 @@ void Repeat(uint64_t count) {
 
 Figure DispatchWithSlotSet() {
     g_dxrHooks.dev.readReg = ReadReg;
-    g_peerTable.readReg = ReadReg;
+    g_peerHooks.dev.readReg = ReadReg;
     uint32_t value = 0;
     Require(DXR_ReadReg(1, 2, 3, &value) == 2 && value == 6, "dispatch, slot set");
-    Require(PeerForward(1, 2, 3, &value) == 2, "pointer table");
-    return {"DXR_ReadReg, slot set", "pointer table call", 0, Repeat<DXR_ReadReg>,
-            Repeat<PeerForward>};
+    value = 0;
+    Require(PeerReadReg(1, 2, 3, &value) == 2 && value == 6, "the same by hand");
+    return {"DXR_ReadReg, slot set", "the same by hand", 0, Repeat<DXR_ReadReg>,
+            Repeat<PeerReadReg>};
 }
 
 Figure DispatchWithSlotEmpty() {
