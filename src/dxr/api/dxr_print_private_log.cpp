@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "dxr/hooks.h"
 #include "dxr/system.h"
 #include "internal/bounds_checked.h"
 #include "internal/host_services.h"
@@ -85,7 +84,7 @@ uint32_t DXR_GetPrivateLogPath(const char *name, char *out, uint32_t outSize) {
 }
 
 uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text) {
-    const DxrPrivateLogHook write = DXR_GetPrintHooks()->writePrivateLog;
+    const DxrPrivateLogHook write = dxr::PrivateLogHook();
     if (write == nullptr || name == nullptr) {
         return kOk;
     }

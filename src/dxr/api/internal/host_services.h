@@ -23,6 +23,11 @@ inline DxrPrintHook PrintHook() {
     return DXR_GetPrintHooks()->print;
 }
 
+// The private-log hook, which DXR_WritePrivateLog calls once for each piece of a text; may be null.
+inline DxrPrivateLogHook PrivateLogHook() {
+    return DXR_GetPrintHooks()->writePrivateLog;
+}
+
 // The place in the sources that a block is accounted to: the caller's, taken as a default argument.
 // (The standard's source_location says the same, but not every supported compiler has it.)
 struct CallSite {
