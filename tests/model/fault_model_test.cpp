@@ -1,13 +1,13 @@
 // Random events, resets and clocks against a model that writes down every event with its number and
 // looks positions up by scanning.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <random>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "dxr/fault.h"
 #include "support/class_layout.h"

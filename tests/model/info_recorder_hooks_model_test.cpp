@@ -1,5 +1,7 @@
 // The recorder under a host whose hooks call it again, and which sets its index, against the
 // algorithm written down word for word. Both sides meet the same hooks in the same order.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -8,8 +10,6 @@
 #include <iterator>
 #include <random>
 #include <string>
-
-#include "gtest/gtest.h"
 
 #include "dxr/hooks.h"
 #include "dxr/info_recorder.h"

@@ -2,6 +2,8 @@
 // each.
 #include "dxr/info_recorder.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -13,8 +15,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include "gtest/gtest.h"
 
 #include "dxr/hooks.h"
 #include "support/test_host.h"

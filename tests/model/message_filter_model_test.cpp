@@ -1,5 +1,7 @@
 // Random trees, paths and counts against a model that walks a flat table of nodes with the path's
 // position beside it.
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <list>
 #include <optional>
@@ -7,8 +9,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "dxr/message_filter.h"
 #include "support/message_filter_records.h"

@@ -4,6 +4,8 @@
 // DXR_TEST_SEED gives another sequence, DXR_TEST_RUNS more or fewer runs.
 #include "model/print_log_filter_model.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdarg>
@@ -17,8 +19,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include "gtest/gtest.h"
 
 #include "dxr_api.h"
 #include "support/test_host.h"

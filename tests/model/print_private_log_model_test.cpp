@@ -2,6 +2,8 @@
 // compared after each.
 #include "dxr/print_private_log.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
@@ -11,8 +13,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "gtest/gtest.h"
 
 #include "dxr/hooks.h"
 #include "support/private_log_host.h"

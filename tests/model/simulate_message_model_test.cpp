@@ -1,5 +1,7 @@
 // Random registrations, settings and messages against a model that keeps plain vectors and scans
 // them.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -9,8 +11,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "dxr/simulate_message.h"
 #include "support/test_host.h"

@@ -1,5 +1,6 @@
 // The latest file against a naive search over names drawn from few letters, so that prefixes, ties
 // and names around the buffer's length come up often.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Long random sequences of operations on two bitmaps against vectors of single bits.
+
 #include <gmock/gmock.h>
 
 #include <algorithm>

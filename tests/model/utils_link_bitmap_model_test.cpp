@@ -1,4 +1,5 @@
 // Random link maps against a set of links.
+
 #include <gmock/gmock.h>
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // Random numbers against slow and obvious models.
+
 #include <gmock/gmock.h>
 
 #include <algorithm>

@@ -2,6 +2,8 @@
 // through the exported functions, and what must come out is in expected_slots.h.
 #include "slots/expected_slots.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -16,7 +18,6 @@
 #include <utility>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/sanitizers.h"
 #include "support/test_host.h"
 

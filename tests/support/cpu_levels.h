@@ -1,5 +1,5 @@
 // Runs fast paths as processors with fewer instructions would take them. For test programs that
-// contain the sources under test.
+// link the internals.
 #ifndef DXR_TESTS_SUPPORT_CPU_LEVELS_H
 #define DXR_TESTS_SUPPORT_CPU_LEVELS_H
 

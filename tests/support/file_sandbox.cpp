@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,8 +16,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-
-#include "gtest/gtest.h"
 
 namespace dxrtest {
 namespace {

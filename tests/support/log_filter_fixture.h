@@ -3,15 +3,15 @@
 #ifndef DXR_TESTS_SUPPORT_LOG_FILTER_FIXTURE_H
 #define DXR_TESTS_SUPPORT_LOG_FILTER_FIXTURE_H
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
 
 #include "dxr_api.h"
 #include "support/test_host.h"

@@ -3,10 +3,10 @@
 #ifndef DXR_TESTS_SUPPORT_NEW_WATCH_H
 #define DXR_TESTS_SUPPORT_NEW_WATCH_H
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <new>
-
-#include <gtest/gtest.h>
 
 namespace dxrtest {
 

@@ -1,12 +1,12 @@
 #include "support/test_host.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-#include "gtest/gtest.h"
 
 namespace dxrtest {
 namespace {

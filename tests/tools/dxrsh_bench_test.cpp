@@ -1,4 +1,5 @@
 // dxrsh bench as a user runs it. No time is expected to be of any size: machines differ.
+
 #include <gtest/gtest.h>
 
 #include <cstddef>

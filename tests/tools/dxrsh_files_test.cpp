@@ -1,4 +1,5 @@
 // dxrsh bin and dxrsh latest as a user runs them.
+
 #include <gtest/gtest.h>
 
 #include <filesystem>

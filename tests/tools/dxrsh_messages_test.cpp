@@ -1,4 +1,5 @@
 // dxrsh simulate and dxrsh msgfilter as a user runs them.
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,4 +1,5 @@
 // dxrsh privatelog as a user runs it, with a directory of the test's own in the place of /opt.
+
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -1,4 +1,5 @@
 // dxrsh record as a user runs it.
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,4 +1,5 @@
 // dxrsh itself, and its commands without an input.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 // dxrsh crc and dxrsh links as a user runs them.
+
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,5 +1,8 @@
-// The hidden source is compiled into this test: its symbols do not leave the library.
+// The internals are linked into this test: their symbols do not leave the library.
 #include "internal/bounds_checked.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,8 +12,6 @@
 #include <memory>
 #include <string>
 
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

@@ -1,11 +1,12 @@
 #include "internal/checked.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdint>
 #include <limits>
 #include <random>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

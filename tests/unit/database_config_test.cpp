@@ -1,10 +1,11 @@
 #include "dxr/database_config.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <random>
 #include <string>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

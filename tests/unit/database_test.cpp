@@ -1,5 +1,7 @@
 #include "dxr/database.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -10,7 +12,6 @@
 
 #include "dxr/hooks.h"
 #include "dxr/memory.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

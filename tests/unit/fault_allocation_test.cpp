@@ -1,11 +1,11 @@
 // Every allocation of the fault rules is made to fail in turn.
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "dxr/fault.h"
 #include "support/new_watch.h"

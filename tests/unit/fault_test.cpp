@@ -1,5 +1,7 @@
 #include "dxr/fault.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -8,8 +10,6 @@
 #include <typeinfo>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/class_layout.h"
 #include "support/test_host.h"

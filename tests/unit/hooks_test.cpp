@@ -1,5 +1,7 @@
 #include "dxr/hooks.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <bit>
 #include <cerrno>
@@ -9,7 +11,6 @@
 
 #include "dxr/device.h"
 #include "dxr/memory.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

@@ -1,10 +1,11 @@
 #include "internal/host_services.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

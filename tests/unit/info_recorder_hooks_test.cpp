@@ -1,10 +1,10 @@
 // Hooks of a host that call the recorder again, or change its store, while it is at work.
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>
-
-#include "gtest/gtest.h"
 
 #include "dxr/hooks.h"
 #include "dxr/info_recorder.h"

@@ -2,6 +2,8 @@
 // changed past the index.
 #include "dxr_info_recorder_index.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -10,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

@@ -1,5 +1,8 @@
 #include "dxr/info_recorder.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -8,9 +11,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
 
 #include "dxr/hooks.h"
 #include "dxr/memory.h"

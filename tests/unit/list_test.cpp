@@ -1,5 +1,7 @@
 #include "dxr/list.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

@@ -1,11 +1,12 @@
 #include "dxr/memory.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

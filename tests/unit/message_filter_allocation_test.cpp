@@ -1,4 +1,6 @@
 // Every allocation of the message filter is made to fail in turn.
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -6,8 +8,6 @@
 #include <string>
 #include <typeinfo>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "dxr/message_filter.h"
 #include "support/message_filter_records.h"

@@ -1,5 +1,8 @@
 #include "dxr/message_filter.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstring>
 #include <list>
@@ -7,9 +10,6 @@
 #include <string>
 #include <typeinfo>
 #include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/class_layout.h"
 #include "support/message_filter_records.h"

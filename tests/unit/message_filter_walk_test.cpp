@@ -1,6 +1,8 @@
 // The walk against the virtual Find, in trees with and without classes of the test's own.
 #include "dxr_message_filter_walk.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -10,8 +12,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/test_host.h"
 

@@ -1,9 +1,10 @@
 #include "dxr/message.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

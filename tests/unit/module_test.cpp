@@ -1,5 +1,7 @@
 #include "dxr/module.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/sanitizers.h"
 #include "support/test_host.h"
 

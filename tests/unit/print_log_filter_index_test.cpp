@@ -2,12 +2,13 @@
 
 #include "dxr_print_log_filter_index.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <memory>
 #include <random>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

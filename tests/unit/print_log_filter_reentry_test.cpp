@@ -1,12 +1,13 @@
 // Hooks that come back to the filter: with mutexes that can be taken twice, or none, the decisions must
 // be those of a walk over the ring, whatever the index knows of it.
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

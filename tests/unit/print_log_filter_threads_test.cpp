@@ -1,4 +1,5 @@
 // The log filter under real mutexes and many threads. To be run under the thread sanitizer too.
+#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <array>
@@ -10,8 +11,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "gtest/gtest.h"
 
 #include "dxr_api.h"
 #include "support/test_host.h"

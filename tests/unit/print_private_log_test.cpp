@@ -1,5 +1,7 @@
 #include "dxr/print_private_log.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sys/fsuid.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -12,9 +14,6 @@
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "gmock/gmock.h"
-#include "gtest/gtest.h"
 
 #include "dxr/hooks.h"
 #include "dxr/memory.h"

@@ -1,5 +1,7 @@
 #include "dxr/print.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdint>
@@ -9,7 +11,6 @@
 #include <vector>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

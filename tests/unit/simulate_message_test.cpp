@@ -1,12 +1,12 @@
 #include "dxr/simulate_message.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/test_host.h"
 #include "unit/simulate_message_c_caller.h"

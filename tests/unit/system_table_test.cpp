@@ -1,5 +1,7 @@
 #include "dxr/system_table.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

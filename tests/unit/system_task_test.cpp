@@ -1,12 +1,12 @@
 #include "dxr/system_task.h"
 
+#include <gtest/gtest.h>
 #include <sched.h>
 
 #include <array>
 #include <cstdint>
 
 #include "dxr/hooks.h"
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

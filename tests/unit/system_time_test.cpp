@@ -1,5 +1,6 @@
 #include "dxr/system_time.h"
 
+#include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -8,7 +9,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

@@ -1,12 +1,13 @@
 #include "kernels/text_hash.h"
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <random>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/cpu_levels.h"
 #include "support/test_host.h"
 

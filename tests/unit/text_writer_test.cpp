@@ -1,11 +1,12 @@
 #include "internal/text_writer.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <random>
 #include <string>
 
-#include "gtest/gtest.h"
 #include "support/test_host.h"
 
 namespace {

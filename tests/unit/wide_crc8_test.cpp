@@ -1,5 +1,7 @@
 #include "kernels/wide_crc8.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -8,7 +10,6 @@
 #include <random>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "support/cpu_levels.h"
 #include "support/test_host.h"
 
