@@ -8,7 +8,8 @@
 namespace dxr {
 
 // Sorts in ascending order if the difference of any two elements fits in 32 signed bits; then every
-// sort gives this array. False otherwise, and the elements stay as they are.
+// sort gives this array. False otherwise, and the elements stay as they are; so it is, always, in a
+// build without fast paths.
 [[nodiscard]] bool SortAscending(int32_t *elements, size_t count) noexcept;
 
 }  // namespace dxr
