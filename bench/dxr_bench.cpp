@@ -23,16 +23,21 @@ struct Target {
 };
 
 struct Row {
+    const char *section;
     bench::Figure figure;
     Target target;
 };
 
 class Rows {
   public:
-    void Add(bench::Figure figure, Target target) { rows_.push_back({std::move(figure), target}); }
+    void Begin(const char *section) { section_ = section; }
+    void Add(bench::Figure figure, Target target) {
+        rows_.push_back({section_, std::move(figure), target});
+    }
     [[nodiscard]] const std::vector<Row> &All() const { return rows_; }
 
   private:
+    const char *section_ = "";
     std::vector<Row> rows_;
 };
 
@@ -108,9 +113,12 @@ void AddRecorder(Rows &rows) {
 
 Rows AllRows() {
     Rows rows;
+    rows.Begin("Dispatch");
     rows.Add(bench::DispatchWithSlotSet(), {1.1, 1.0});
     rows.Add(bench::DispatchWithSlotEmpty(), {2.2, 1.75});
+    rows.Begin("Log filter");
     AddLogFilter(rows);
+    rows.Begin("Hash and CRC");
     for (const size_t bytes : {8U, 16U, 32U}) {
         rows.Add(bench::Hash(bytes), {0.75, 0.5});
     }
@@ -123,15 +131,25 @@ Rows AllRows() {
     rows.Add(bench::Crc8BesideBoost(64), {0.3, 0.15});
     rows.Add(bench::Crc8BesideBoost(1024), {0.25, 0.05});
     rows.Add(bench::Crc8BesideBoost(65536), {0.25, 0.03});
+    rows.Begin("Bitmaps");
     AddBitmap(rows);
+    rows.Begin("Sorting");
     for (const size_t elements : {10U, 100U, 1'000U, 10'000U, 100'000U}) {
         rows.Add(bench::Sort(elements), {1.15, 1.0});
     }
-    rows.Add(bench::Load(), {1.6, 1.2});
+    rows.Begin("Recorder");
     AddRecorder(rows);
+    rows.Begin("Message filter");
     rows.Add(bench::FilterQueryOfRandomPaths(), {2, 1.4});
     rows.Add(bench::FilterQueryOfOnePath(), {3, 1.5});
+    rows.Begin("Fault rules");
     rows.Add(bench::FaultRule(), {2.5, 1.6});
+    rows.Begin("Whole library and tool");
+    rows.Add(bench::Load(), {1.6, 1.2});
+#ifdef DXR_BENCH_DXRSH
+    rows.Add(bench::FilterOfFile(DXR_BENCH_DXRSH, bench::Program::kUniq), {2.0, 1.2});
+    rows.Add(bench::FilterOfFile(DXR_BENCH_DXRSH, bench::Program::kAwk), {0.7, 0.4});
+#endif
     return rows;
 }
 
@@ -143,9 +161,9 @@ const char *Verdict(const Target &target, double ratio) {
 }
 
 void PrintRow(const Row &row, const bench::Result &result, bool tabs) {
-    const auto &[figure, target] = row;
+    const auto &[section, figure, target] = row;
     if (tabs) {
-        std::printf("%s\t%s\t%g\t%.2f\t%.2f\t%.3f\t%g\t%g\t%s\n", figure.name.c_str(),
+        std::printf("%s\t%s\t%s\t%g\t%.2f\t%.2f\t%.3f\t%g\t%g\t%s\n", section, figure.name.c_str(),
                     figure.peerName.c_str(), figure.size, result.oursNs, result.peerNs,
                     result.ratio, target.must, target.goal, Verdict(target, result.ratio));
     } else {

@@ -24,6 +24,10 @@ enum class Sharing : uint8_t { kEach, kOne };
 
 [[nodiscard]] Figure Load();
 
+// Processor time of `dxrsh filter`, beside other programs that drop repeated lines of a file.
+enum class Program : uint8_t { kUniq, kAwk };
+[[nodiscard]] Figure FilterOfFile(const char *dxrsh, Program peer);
+
 }  // namespace bench
 
 #endif  // DXR_BENCH_PACKAGE_FIGURES_H

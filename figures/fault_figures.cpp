@@ -1,9 +1,9 @@
 #include <cstdint>
-#include <deque>
 #include <memory>
 
 #include "dxr_api.h"
 #include "figures.h"
+#include "sliding_window.h"
 
 namespace bench {
 namespace {
@@ -19,23 +19,6 @@ uint32_t StartupSec() {
     return g_events / kEventsASecond;
 }
 
-// What a module would write for itself: the times within the window, the older ones dropped.
-class SlidingWindow {
-  public:
-    [[gnu::noinline]] void Increase() { times_.push_back(clock_()); }
-    [[gnu::noinline]] bool IsSatisfied() {
-        const uint32_t now = clock_();
-        while (!times_.empty() && now - times_.front() > kInterval) {
-            times_.pop_front();
-        }
-        return times_.size() >= kThreshold;
-    }
-
-  private:
-    std::deque<uint32_t> times_;
-    uint32_t (*volatile clock_)() = StartupSec;
-};
-
 }  // namespace
 
 Figure FaultRule() {
@@ -43,7 +26,7 @@ Figure FaultRule() {
     const auto counter = std::make_shared<DxrCounter>();
     const std::shared_ptr<DxrFaultSpec> spec =
         DxrFaultSpecFactory().CreateSpec(kInterval, kThreshold);
-    const auto window = std::make_shared<SlidingWindow>();
+    const auto window = std::make_shared<SlidingWindow>(kInterval, kThreshold, StartupSec);
     for (uint32_t n = 1; n <= 2 * kThreshold; ++n) {
         ++g_events;
         counter->IncreaseCount();

@@ -1,7 +1,8 @@
 // Measures contenders against each other in one run, on a machine whose speed wanders.
 //
 // A figure has two contenders. They are sampled in turn, round by round, by the CPU time of the
-// thread (or of the process, for figures with threads of their own); a round keeps the smallest of
+// thread (of the process, for figures with threads of their own; of the children, for whole
+// programs); a round keeps the smallest of
 // several samples of each, which is the one least disturbed, and gives one ratio; the figure is the
 // median of the ratios.
 #ifndef DXR_FIGURES_HARNESS_H
@@ -17,7 +18,8 @@ namespace bench {
 // std::function is paid once a sample.
 using Run = std::function<void(uint64_t count)>;
 
-enum class Clock : uint8_t { kThread, kProcess };
+// kChildren: processor time of the processes that a sample has started and waited for.
+enum class Clock : uint8_t { kThread, kProcess, kChildren };
 
 struct Figure {
     std::string name;  // what is measured; behind a comma: of how much

@@ -1,14 +1,12 @@
-#include <cstdio>
-#include <deque>
 #include <memory>
 #include <string>
 #include <tuple>
-#include <unordered_map>
 #include <vector>
 
 #include "dxr_api.h"
 #include "figures.h"
 #include "log_lines.h"
+#include "text_map.h"
 
 namespace bench {
 namespace {
@@ -18,45 +16,6 @@ void Record(uint32_t n) {
     std::apply([](auto... arguments) { DXR_RecordInfo(Line::kPrintf, arguments...); },
                Line::Arguments(n));
 }
-
-// What a module would write for itself: a map from text to what is known of it, the oldest text
-// erased when it is full.
-template <typename Line>
-class TextMap {
-  public:
-    void Record(uint32_t n) {
-        char text[DXR_RECORD_TEXT_SIZE];
-        std::apply(
-            [&](auto... arguments) {
-                std::snprintf(text, sizeof(text), Line::kPrintf, arguments...);
-            },
-            Line::Arguments(n));
-        const auto [entry, isNew] = events_.try_emplace(text);
-        Event &event = entry->second;
-        sysTime_(&event.last);
-        ++event.count;
-        if (isNew) {
-            sysTime_(&event.first);
-            order_.push_back(&entry->first);
-            if (order_.size() > DXR_RECORD_COUNT) {
-                events_.erase(events_.find(*order_.front()));
-                order_.pop_front();
-            }
-        }
-    }
-    [[nodiscard]] size_t Size() const { return events_.size(); }
-
-  private:
-    struct Event {
-        uint32_t count;
-        DxrSysTime first;
-        DxrSysTime last;
-    };
-    std::unordered_map<std::string, Event> events_;
-    std::deque<const std::string *> order_;
-    // One and the same for both contenders.
-    void (*volatile sysTime_)(DxrSysTime *) = g_dxrHooks.time.getSysTime;
-};
 
 // The figures share the one store: how many of which texts it holds, and no others.
 struct Filling {
