@@ -5,8 +5,13 @@
  * Times are seconds since system start as DXR_GetStartupTimeSec gives them (0 without its hook);
  * their differences wrap at 32 bits.
  *
- * Thread safety: none. A counter must not be changed while a rule judges it. Rules never change
- * once made, keep no counter and may be shared. */
+ * Memory: the classes use the ordinary allocator. std::bad_alloc is the one exception of the
+ * library's own; it can leave where a rule of pairs is made or copied, and the factory. Nothing is
+ * lost then, and a rule that was to be assigned to is as it was. Counting and judging allocate
+ * nothing.
+ *
+ * Thread safety: none. A counter must not be changed while a rule judges it. A rule keeps no
+ * counter and judging leaves it as it is: one that nobody assigns to may serve several threads. */
 #ifndef DXR_FAULT_H
 #define DXR_FAULT_H
 
@@ -48,12 +53,12 @@ DXR_STATIC_ASSERT(std::is_trivially_default_constructible_v<DxrCounter>,
 DXR_STATIC_ASSERT(std::is_trivially_copyable_v<DxrCounter>, "a zeroed block is a counter");
 DXR_STATIC_ASSERT(std::is_standard_layout_v<DxrCounter>, "the host places counters: fixed layout");
 
-/* A rule over a counter. The order of the virtual operations is part of the binary interface. */
+/* A rule over a counter, immutable but for assignment. The rules below are plain values: they can
+ * be copied, moved, assigned and kept in containers. The order of the virtual operations is part of
+ * the binary interface. */
 class DXR_API DxrFaultSpec {
   public:
     virtual ~DxrFaultSpec();
-    DxrFaultSpec(const DxrFaultSpec &) = delete;
-    DxrFaultSpec &operator=(const DxrFaultSpec &) = delete;
 
     /* True if the fault condition holds now. `counter` must not be null; without events nothing
      * holds. */
@@ -61,6 +66,11 @@ class DXR_API DxrFaultSpec {
 
   protected:
     DxrFaultSpec() = default;
+    /* For the rules: copied through the base, one would be cut. */
+    DxrFaultSpec(const DxrFaultSpec &) = default;
+    DxrFaultSpec(DxrFaultSpec &&) = default;
+    DxrFaultSpec &operator=(const DxrFaultSpec &) = default;
+    DxrFaultSpec &operator=(DxrFaultSpec &&) = default;
 };
 
 /* Burst: the latest `threshold` events (1 to 4096; more never holds) all lie within the last
@@ -69,6 +79,10 @@ class DXR_API DxrFaultSpec {
 class DXR_API DxrFaultAccumulatedSpec : public DxrFaultSpec {
   public:
     DxrFaultAccumulatedSpec(uint32_t interval, uint32_t threshold);
+    DxrFaultAccumulatedSpec(const DxrFaultAccumulatedSpec &) = default;
+    DxrFaultAccumulatedSpec(DxrFaultAccumulatedSpec &&) = default;
+    DxrFaultAccumulatedSpec &operator=(const DxrFaultAccumulatedSpec &) = default;
+    DxrFaultAccumulatedSpec &operator=(DxrFaultAccumulatedSpec &&) = default;
     ~DxrFaultAccumulatedSpec() override;
 
     [[nodiscard]] bool IsSatisfied(const DxrCounter *counter) const override;
@@ -82,7 +96,12 @@ class DXR_API DxrFaultAccumulatedSpec : public DxrFaultSpec {
  * judged, each with the time read anew. An empty list never holds. */
 class DXR_API DxrFaultMultiAccumulatedSpec : public DxrFaultSpec {
   public:
+    /* `specs` is copied. */
     explicit DxrFaultMultiAccumulatedSpec(const std::vector<std::pair<uint32_t, uint32_t>> &specs);
+    DxrFaultMultiAccumulatedSpec(const DxrFaultMultiAccumulatedSpec &) = default;
+    DxrFaultMultiAccumulatedSpec(DxrFaultMultiAccumulatedSpec &&) = default;
+    DxrFaultMultiAccumulatedSpec &operator=(const DxrFaultMultiAccumulatedSpec &) = default;
+    DxrFaultMultiAccumulatedSpec &operator=(DxrFaultMultiAccumulatedSpec &&) = default;
     ~DxrFaultMultiAccumulatedSpec() override;
 
     [[nodiscard]] bool IsSatisfied(const DxrCounter *counter) const override;
@@ -96,6 +115,10 @@ class DXR_API DxrFaultMultiAccumulatedSpec : public DxrFaultSpec {
 class DXR_API DxrFaultTimeoutSpec : public DxrFaultSpec {
   public:
     explicit DxrFaultTimeoutSpec(uint32_t interval);
+    DxrFaultTimeoutSpec(const DxrFaultTimeoutSpec &) = default;
+    DxrFaultTimeoutSpec(DxrFaultTimeoutSpec &&) = default;
+    DxrFaultTimeoutSpec &operator=(const DxrFaultTimeoutSpec &) = default;
+    DxrFaultTimeoutSpec &operator=(DxrFaultTimeoutSpec &&) = default;
     ~DxrFaultTimeoutSpec() override;
 
     [[nodiscard]] bool IsSatisfied(const DxrCounter *counter) const override;
@@ -104,8 +127,8 @@ class DXR_API DxrFaultTimeoutSpec : public DxrFaultSpec {
     uint32_t interval_; /* seconds */
 };
 
-/* Makes the rule for configured numbers. What it returns is the caller's, never null.
- * std::bad_alloc leaves it when memory runs out. */
+/* Makes the rule for configured numbers. What it returns is the caller's, never null. It keeps
+ * nothing: one factory may serve several threads. */
 class DXR_API DxrFaultSpecFactory {
   public:
     /* A DxrFaultAccumulatedSpec of `interval` seconds and `threshold` events. */

@@ -71,6 +71,14 @@ void CheckFaultRules() {
     Expect(dynamic_cast<DxrFaultMultiAccumulatedSpec *>(rules[1].get()) != nullptr,
            "the factory makes a rule of several pairs");
     Expect(dynamic_cast<DxrFaultTimeoutSpec *>(rules[1].get()) == nullptr, "which is no time-out");
+
+    std::vector<DxrFaultMultiAccumulatedSpec> values(3, DxrFaultMultiAccumulatedSpec(pairs));
+    values[0] = DxrFaultMultiAccumulatedSpec({});
+    values.insert(values.begin(), values[1]);
+    const DxrFaultSpec &copied = values[0];
+    Expect(copied.IsSatisfied(&counter) && typeid(copied) == typeid(DxrFaultMultiAccumulatedSpec),
+           "rules are values");
+    Expect(!values[1].IsSatisfied(&counter), "and change on their own");
 }
 
 // A node of the module's own: it matches any type.

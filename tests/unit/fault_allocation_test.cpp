@@ -37,6 +37,23 @@ TEST(FaultAllocation, AFailureWhileMakingASpecLeaksNothing) {
     EXPECT_EQ(NewWatch::Live(), 0u);
 }
 
+TEST(FaultAllocation, AFailureWhileCopyingLeavesBothRulesAsTheyWere) {
+    const std::vector<std::pair<uint32_t, uint32_t>> pairs = {{10, 0}, {20, 0}};
+    const DxrFaultMultiAccumulatedSpec source(pairs);
+    DxrFaultMultiAccumulatedSpec target({{0, 1}});
+    DxrCounter counter{};
+    counter.IncreaseCount();
+    EXPECT_EQ(FailEachAllocation([&] { DxrFaultMultiAccumulatedSpec copy(source); },
+                                 [](size_t) { EXPECT_EQ(NewWatch::Live(), 0u); }),
+              1u);
+    EXPECT_EQ(FailEachAllocation([&] { target = source; },
+                                 [&](size_t) {
+                                     EXPECT_EQ(NewWatch::Live(), 0u);
+                                     EXPECT_FALSE(target.IsSatisfied(&counter));
+                                 }),
+              1u);
+}
+
 // A counter judges and counts without the allocator.
 TEST(FaultAllocation, CountingAndJudgingAllocateNothing) {
     static DxrCounter counter{};

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -450,6 +451,122 @@ TEST_F(FaultTimeout, TheClockIsReadWhereATimeIsJudged) {
     EXPECT_EQ(host_.calls.size(), 0u);
     HoldsAt(DxrFaultTimeoutSpec(60), 1);
     EXPECT_EQ(host_.calls.size(), 1u);
+}
+
+// --- the rules as values
+
+// What a plain class can do, and a vector of it needs.
+template <typename Rule>
+constexpr bool kIsPlain = std::is_copy_constructible_v<Rule> &&std::is_copy_assignable_v<Rule>
+    &&std::is_nothrow_move_constructible_v<Rule> &&std::is_nothrow_move_assignable_v<Rule>
+        &&std::is_nothrow_destructible_v<Rule>;
+static_assert(kIsPlain<DxrFaultAccumulatedSpec>);
+static_assert(kIsPlain<DxrFaultMultiAccumulatedSpec>);
+static_assert(kIsPlain<DxrFaultTimeoutSpec>);
+static_assert(kIsPlain<DxrFaultSpecFactory> && kIsPlain<DxrCounter>);
+// Through the base a rule would be cut.
+static_assert(!std::is_copy_assignable_v<DxrFaultSpec> && !std::is_move_assignable_v<DxrFaultSpec>);
+
+using FaultCopies = FaultTest;
+
+TEST_F(FaultCopies, ACopyIsARuleOfItsOwn) {
+    EventsAt({100, 105, 109});
+    DxrFaultAccumulatedSpec burst(10, 3);
+    const DxrFaultAccumulatedSpec burstCopy(burst);
+    burst = DxrFaultAccumulatedSpec(1, 3);
+    EXPECT_TRUE(HoldsAt(burstCopy, 110));
+    EXPECT_FALSE(HoldsAt(burst, 110));
+
+    DxrFaultMultiAccumulatedSpec multi(Pairs{{1, 3}, {10, 3}});
+    const DxrFaultMultiAccumulatedSpec multiCopy(multi);
+    multi = DxrFaultMultiAccumulatedSpec(Pairs{});
+    EXPECT_TRUE(HoldsAt(multiCopy, 110));
+    EXPECT_FALSE(HoldsAt(multi, 110));
+
+    DxrFaultTimeoutSpec timeout(60);
+    const DxrFaultTimeoutSpec timeoutCopy(timeout);
+    timeout = DxrFaultTimeoutSpec(500);
+    EXPECT_TRUE(HoldsAt(timeoutCopy, 110));
+    EXPECT_FALSE(HoldsAt(timeout, 110));
+}
+
+TEST_F(FaultCopies, AssigningReplacesTheNumbersAndKeepsTheSource) {
+    EventsAt({100, 105, 109});
+    const DxrFaultMultiAccumulatedSpec source(Pairs{{10, 3}});
+    DxrFaultMultiAccumulatedSpec target(Pairs{{1, 1}, {2, 2}, {3, 3}});
+    target = source;
+    EXPECT_TRUE(HoldsAt(target, 110));
+    EXPECT_FALSE(HoldsAt(target, 111));
+    EXPECT_TRUE(HoldsAt(source, 110));
+    EXPECT_NE(FieldAt<const void *>(&target, 8), FieldAt<const void *>(&source, 8));
+}
+
+TEST_F(FaultCopies, AMovedListGoesAlong) {
+    EventsAt({100, 105, 109});
+    DxrFaultMultiAccumulatedSpec source(Pairs{{10, 3}});
+    const auto *const pairs = FieldAt<const void *>(&source, 8);
+    const DxrFaultMultiAccumulatedSpec target(std::move(source));
+    EXPECT_EQ(FieldAt<const void *>(&target, 8), pairs);
+    EXPECT_TRUE(HoldsAt(target, 110));
+}
+
+// Rows that grow, lose elements in the middle and are copied whole.
+template <typename Rule, typename Make>
+void FillAndThin(std::vector<Rule> *rules, Make make) {
+    for (uint32_t i = 0; i < 40; ++i) {
+        rules->push_back(make(i));
+    }
+    rules->erase(rules->begin() + 1, rules->begin() + 11);
+    rules->insert(rules->begin(), make(99));
+    const std::vector<Rule> copy = *rules;
+    rules->clear();
+    *rules = copy;
+}
+
+TEST_F(FaultCopies, VectorsHoldRules) {
+    EventAt(100);
+    std::vector<DxrFaultTimeoutSpec> timeouts;
+    FillAndThin(&timeouts, [](uint32_t i) { return DxrFaultTimeoutSpec(1000 + i); });
+    std::vector<DxrFaultAccumulatedSpec> bursts;
+    FillAndThin(&bursts, [](uint32_t i) { return DxrFaultAccumulatedSpec(1000 + i, 0); });
+    std::vector<DxrFaultMultiAccumulatedSpec> multis;
+    FillAndThin(&multis, [](uint32_t i) {
+        return DxrFaultMultiAccumulatedSpec(Pairs{{0, 1}, {1000 + i, 0}});
+    });
+    ASSERT_EQ(timeouts.size(), 31u);
+    ASSERT_EQ(bursts.size(), 31u);
+    ASSERT_EQ(multis.size(), 31u);
+    for (size_t n = 0; n < timeouts.size(); ++n) {
+        const uint32_t i = n == 0 ? 99 : n == 1 ? 0 : static_cast<uint32_t>(n + 9);
+        EXPECT_FALSE(HoldsAt(timeouts[n], 1000 + i)) << n;
+        EXPECT_TRUE(HoldsAt(timeouts[n], 1001 + i)) << n;
+        EXPECT_FALSE(HoldsAt(bursts[n], 1100 + i)) << n;
+        EXPECT_TRUE(HoldsAt(bursts[n], 1101 + i)) << n;
+        EXPECT_FALSE(HoldsAt(multis[n], 1100 + i)) << n;
+        EXPECT_TRUE(HoldsAt(multis[n], 1101 + i)) << n;
+    }
+}
+
+// A rule of the host's own is as plain as those that it is made of.
+TEST_F(FaultCopies, AHostsRuleIsCopiedThroughTheBase) {
+    class EveryRule : public DxrFaultSpec {
+      public:
+        explicit EveryRule(std::vector<DxrFaultAccumulatedSpec> rules) : rules_(std::move(rules)) {}
+        bool IsSatisfied(const DxrCounter *counter) const override {
+            return std::all_of(rules_.begin(), rules_.end(),
+                               [counter](const auto &rule) { return rule.IsSatisfied(counter); });
+        }
+
+      private:
+        std::vector<DxrFaultAccumulatedSpec> rules_;
+    };
+    EventsAt({100, 105, 109});
+    EveryRule every({DxrFaultAccumulatedSpec(10, 3), DxrFaultAccumulatedSpec(1, 1)});
+    const EveryRule copy(every);
+    every = EveryRule({});
+    EXPECT_TRUE(HoldsAt(copy, 110));
+    EXPECT_FALSE(HoldsAt(copy, 111));
+    EXPECT_TRUE(HoldsAt(every, 111));
 }
 
 // --- the factory
