@@ -20,7 +20,6 @@
 
 #ifdef __cplusplus
 #include <list>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -48,7 +47,7 @@ class DXR_API MessageFilterComponent {
      * with this node's own message type and is consumed on the way; an empty one finds nothing. */
     virtual MessageFilterComponent *Find(std::list<uint32_t> &path) = 0;
 
-    [[nodiscard]] bool IsSameMsgType(uint32_t msgType) const;
+    [[nodiscard]] bool IsSameMsgType(uint32_t type) const;
 
     /* The depth: 0 for the root. */
     [[nodiscard]] uint32_t GetLayer() const;
@@ -56,27 +55,29 @@ class DXR_API MessageFilterComponent {
     /* True if `path` finds a node with messages left to filter: takes one off its count. */
     bool IsFiltered(std::list<uint32_t> &path);
 
-    /* Sets the count of the node that `path` finds to `lostCnt` messages. 0; 1 if it finds none. */
-    uint32_t SetLostCnt(std::list<uint32_t> &path, uint32_t lostCnt);
+    /* Sets the count of the node that `path` finds to `count` messages. 0; 1 if it finds none. */
+    uint32_t SetLostCnt(std::list<uint32_t> &path, uint32_t count);
 
   protected:
-    MessageFilterComponent(const std::string &name, uint32_t msgType, uint32_t lostCnt,
-                           uint32_t layer);
+    MessageFilterComponent(const std::string &nodeName, uint32_t type, uint32_t count,
+                           uint32_t depth);
+
+    /* The layout is part of the binary interface. A class that a host derives may change what it
+     * inherits, between two calls on the tree. */
+    std::string name;
+    uint32_t msgType;
+    uint32_t lostCnt; /* messages still to be filtered */
+    uint32_t layer;
 
   private:
     friend class MessageFilterWalk;
-
-    std::string name_;
-    uint32_t msgType_;
-    uint32_t lostCnt_; /* messages still to be filtered */
-    uint32_t layer_;
 };
 
 /* An inner node, and the root. */
 class DXR_API MessageFilterComposite : public MessageFilterComponent {
   public:
-    MessageFilterComposite(const std::string &name, uint32_t msgType, uint32_t lostCnt,
-                           uint32_t layer);
+    MessageFilterComposite(const std::string &nodeName, uint32_t type, uint32_t count,
+                           uint32_t depth);
     ~MessageFilterComposite() override; /* deletes the children */
 
     void Add(MessageFilterComponent *child) override;
@@ -85,16 +86,17 @@ class DXR_API MessageFilterComposite : public MessageFilterComponent {
 
     [[nodiscard]] bool IsFilterRoot() const;
 
+  protected:
+    std::vector<MessageFilterComponent *> children; /* owned; none is null */
+
   private:
     friend class MessageFilterWalk;
-
-    std::vector<std::unique_ptr<MessageFilterComponent>> children_;
 };
 
 /* A node without children. */
 class DXR_API MessageFilterLeaf : public MessageFilterComponent {
   public:
-    MessageFilterLeaf(const std::string &name, uint32_t msgType, uint32_t lostCnt, uint32_t layer);
+    MessageFilterLeaf(const std::string &nodeName, uint32_t type, uint32_t count, uint32_t depth);
     ~MessageFilterLeaf() override;
 
     MessageFilterComponent *Find(std::list<uint32_t> &path) override;

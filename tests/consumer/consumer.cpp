@@ -81,19 +81,24 @@ void CheckFaultRules() {
     Expect(!values[1].IsSatisfied(&counter), "and change on their own");
 }
 
-// A node of the module's own: it matches any type.
+// A node of the module's own: it matches any type, and tells what the library keeps of it.
 class AnyMessage : public Dxr::MessageFilterComponent {
   public:
-    explicit AnyMessage(uint32_t lostCnt) : MessageFilterComponent("any", 0, lostCnt, 1) {}
+    explicit AnyMessage(uint32_t count) : MessageFilterComponent("any", 3, count, 1) {}
     MessageFilterComponent *Find(std::list<uint32_t> &path) override {
         return path.empty() ? nullptr : this;
+    }
+    bool Has(const std::string &nodeName, uint32_t type, uint32_t count) const {
+        return name == nodeName && msgType == type && lostCnt == count;
     }
 };
 
 void CheckFilterTree() {
     Dxr::MessageFilterComposite root("root", 0, 0, 0);
     root.Add(new Dxr::MessageFilterLeaf("leaf", 7, 1, 1));
-    root.Add(new AnyMessage(1));
+    auto *const any = new AnyMessage(1);
+    root.Add(any);
+    Expect(any->Has("any", 3, 1), "a node of the module's own reads its fields");
 
     std::list<uint32_t> leaf = {0, 7};
     Expect(root.IsFiltered(leaf), "the leaf filters once");
@@ -101,6 +106,7 @@ void CheckFilterTree() {
     Expect(!root.IsFiltered(leaf), "and no more");
     std::list<uint32_t> other = {0, 8};
     Expect(root.IsFiltered(other), "a node of the module's own is part of the tree");
+    Expect(any->Has("any", 3, 0), "and sees its count go down");
     Expect(root.IsFilterRoot() && root.GetLayer() == 0 && root.IsSameMsgType(0),
            "the root is known");
 

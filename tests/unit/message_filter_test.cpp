@@ -3,11 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <list>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -55,14 +57,15 @@ std::string Listing(const Filter &filter) {
 // A component of the test's own: says what it is asked, answers what it was told.
 class Probe : public MessageFilterComponent {
   public:
-    explicit Probe(std::vector<std::string> *log, std::string name = "probe", uint32_t layer = 0)
-        : MessageFilterComponent(name, 0, 0, layer), log_(log), name_(std::move(name)) {}
-    ~Probe() override { log_->push_back("~" + name_); }
+    explicit Probe(std::vector<std::string> *log, const std::string &nodeName = "probe",
+                   uint32_t depth = 0)
+        : MessageFilterComponent(nodeName, 0, 0, depth), log_(log) {}
+    ~Probe() override { log_->push_back("~" + name); }
     Probe(const Probe &) = delete;
     Probe &operator=(const Probe &) = delete;
 
     void Add(MessageFilterComponent *child) override { added.emplace_back(child); }
-    void GetFilterStr(std::string &out) const override { out += "<" + name_ + ">"; }
+    void GetFilterStr(std::string &out) const override { out += "<" + name + ">"; }
     MessageFilterComponent *Find(Path &path) override {
         asked.emplace_back(path.begin(), path.end());
         return answer;
@@ -74,7 +77,6 @@ class Probe : public MessageFilterComponent {
 
   private:
     std::vector<std::string> *log_;
-    std::string name_;
 };
 
 // --- building
@@ -634,6 +636,96 @@ TEST(MessageFilterDestruction, ItGoesThroughTheVirtualDestructor) {
     DXR_DestroyMessageFilter(&filter);
     EXPECT_EQ(filter, nullptr);
     EXPECT_THAT(log, ElementsAre("~probe"));
+}
+
+// --- classes that a host derives
+
+// A node has one owner and one place.
+static_assert(!std::is_copy_constructible_v<MessageFilterLeaf> &&
+              !std::is_copy_assignable_v<MessageFilterLeaf> &&
+              !std::is_move_constructible_v<MessageFilterLeaf> &&
+              !std::is_move_assignable_v<MessageFilterLeaf>);
+static_assert(!std::is_copy_constructible_v<MessageFilterComposite> &&
+              !std::is_copy_assignable_v<MessageFilterComposite> &&
+              !std::is_move_constructible_v<MessageFilterComposite> &&
+              !std::is_move_assignable_v<MessageFilterComposite>);
+
+// Says of itself what the library keeps of a node, and counts in its own way.
+class HostLeaf : public MessageFilterLeaf {
+  public:
+    using MessageFilterLeaf::MessageFilterLeaf;
+    std::string Summary() const {
+        return name + ":" + std::to_string(msgType) + ":" + std::to_string(lostCnt) + ":" +
+               std::to_string(layer);
+    }
+    void Rename(const std::string &newName) { name = newName; }
+    void Retype(uint32_t type) { msgType = type; }
+    void CountTwice() { lostCnt *= 2; }
+};
+
+class HostComposite : public MessageFilterComposite {
+  public:
+    using MessageFilterComposite::MessageFilterComposite;
+    size_t Size() const { return children.size(); }
+    MessageFilterComponent *Last() const { return children.back(); }
+    void DeleteLast() {
+        delete children.back();
+        children.pop_back();
+    }
+    void Reverse() { std::reverse(children.begin(), children.end()); }
+};
+
+TEST(MessageFilterHostClass, ReadsTheFieldsOfItsNode) {
+    HostLeaf leaf("leaf", 7, 2, 1);
+    EXPECT_EQ(leaf.Summary(), "leaf:7:2:1");
+    Path path = {7};
+    EXPECT_TRUE(leaf.IsFiltered(path));
+    EXPECT_EQ(leaf.Summary(), "leaf:7:1:1");
+    EXPECT_EQ(leaf.SetLostCnt(path, 40), 0u);
+    EXPECT_EQ(leaf.Summary(), "leaf:7:40:1");
+}
+
+TEST(MessageFilterHostClass, WhatItChangesIsAnswered) {
+    MessageFilterComposite root("root", 0, 0, 0);
+    auto *const leaf = new HostLeaf("leaf", 7, 1, 1);
+    root.Add(leaf);
+    leaf->Retype(8);
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 7u), 0);
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 8u), 1);
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 8u), 0);
+    DXR_SetMessageFilterCount(&root, 1, 1, 8u);
+    leaf->CountTwice();
+    leaf->Rename("other");
+    EXPECT_EQ(Listing(root), "    msgType[8], lostCnt[2], name[other]\r\n");
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 8u), 1);
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 8u), 1);
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 8u), 0);
+}
+
+TEST(MessageFilterHostClass, MayChangeItsRowOfChildren) {
+    std::vector<std::string> log;
+    MessageFilterComposite root("root", 0, 0, 0);
+    auto *const row = new HostComposite("row", 1, 0, 1);
+    root.Add(row);
+    for (uint32_t type = 5; type < 8; ++type) {
+        row->Add(new MessageFilterLeaf(std::to_string(type), type, 9, 2));
+    }
+    row->Add(new Probe(&log, "last"));
+    ASSERT_EQ(row->Size(), 4u);
+    row->DeleteLast();
+    EXPECT_THAT(log, ElementsAre("~last"));
+    EXPECT_TRUE(row->Last()->IsSameMsgType(7));
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 2, 1u, 7u), 1);
+    row->DeleteLast();
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 2, 1u, 7u), 0);
+    row->Add(new MessageFilterLeaf("5 again", 5, 9, 2));
+    row->Reverse();
+    EXPECT_EQ(DXR_IsMessageFiltered(&root, 2, 1u, 5u), 1);
+    EXPECT_EQ(Listing(*row),
+              "    msgType[1], lostCnt[0], name[row]\r\n"
+              "        msgType[5], lostCnt[8], name[5 again]\r\n"
+              "        msgType[6], lostCnt[9], name[6]\r\n"
+              "        msgType[5], lostCnt[9], name[5]\r\n");
 }
 
 // --- the binary interface of the classes

@@ -30,8 +30,8 @@ int g_asked = 0;
 // Takes a number of types off the path, or puts one in front, and answers or not.
 class Meddler : public MessageFilterComponent {
   public:
-    Meddler(uint32_t msgType, uint32_t takes, uint32_t puts, bool answers)
-        : MessageFilterComponent("meddler", msgType, 3, 1),
+    Meddler(uint32_t type, uint32_t takes, uint32_t puts, bool answers)
+        : MessageFilterComponent("meddler", type, 3, 1),
           takes_(takes),
           puts_(puts),
           answers_(answers) {}

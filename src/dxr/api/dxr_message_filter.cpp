@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <iterator>
+#include <memory>
 
 #include "dxr_message_filter_walk.h"
 #include "internal/bounds_checked.h"
@@ -17,9 +18,9 @@ constexpr size_t kSpacesPerLayer = 4;
 }  // namespace
 
 // NOLINTNEXTLINE(modernize-pass-by-value): the parameter's type is part of the exported name.
-MessageFilterComponent::MessageFilterComponent(const std::string &name, uint32_t msgType,
-                                               uint32_t lostCnt, uint32_t layer)
-    : name_(name), msgType_(msgType), lostCnt_(lostCnt), layer_(layer) {
+MessageFilterComponent::MessageFilterComponent(const std::string &nodeName, uint32_t type,
+                                               uint32_t count, uint32_t depth)
+    : name(nodeName), msgType(type), lostCnt(count), layer(depth) {
 }
 
 MessageFilterComponent::~MessageFilterComponent() = default;
@@ -28,49 +29,56 @@ void MessageFilterComponent::Add(MessageFilterComponent * /*child*/) {
 }
 
 void MessageFilterComponent::GetFilterStr(std::string &out) const {
-    out.append(kSpacesPerLayer * layer_, ' ');
-    out.append("msgType[").append(std::to_string(msgType_));
-    out.append("], lostCnt[").append(std::to_string(lostCnt_));
-    out.append("], name[").append(name_).append("]\r\n");
+    out.append(kSpacesPerLayer * layer, ' ');
+    out.append("msgType[").append(std::to_string(msgType));
+    out.append("], lostCnt[").append(std::to_string(lostCnt));
+    out.append("], name[").append(name).append("]\r\n");
 }
 
-bool MessageFilterComponent::IsSameMsgType(uint32_t msgType) const {
-    return msgType_ == msgType;
+bool MessageFilterComponent::IsSameMsgType(uint32_t type) const {
+    return msgType == type;
 }
 
 uint32_t MessageFilterComponent::GetLayer() const {
-    return layer_;
+    return layer;
 }
 
 bool MessageFilterComponent::IsFiltered(std::list<uint32_t> &path) {
     return MessageFilterWalk::IsFiltered(Find(path));
 }
 
-uint32_t MessageFilterComponent::SetLostCnt(std::list<uint32_t> &path, uint32_t lostCnt) {
+uint32_t MessageFilterComponent::SetLostCnt(std::list<uint32_t> &path, uint32_t count) {
     MessageFilterComponent *const node = Find(path);
     if (node == nullptr) {
         return 1;
     }
-    node->lostCnt_ = lostCnt;
+    node->lostCnt = count;
     return 0;
 }
 
-MessageFilterComposite::MessageFilterComposite(const std::string &name, uint32_t msgType,
-                                               uint32_t lostCnt, uint32_t layer)
-    : MessageFilterComponent(name, msgType, lostCnt, layer) {
+MessageFilterComposite::MessageFilterComposite(const std::string &nodeName, uint32_t type,
+                                               uint32_t count, uint32_t depth)
+    : MessageFilterComponent(nodeName, type, count, depth) {
 }
 
-MessageFilterComposite::~MessageFilterComposite() = default;
+MessageFilterComposite::~MessageFilterComposite() {
+    for (MessageFilterComponent *&child : children) {
+        delete child;
+        child = nullptr;
+    }
+}
 
 void MessageFilterComposite::Add(MessageFilterComponent *child) {
-    children_.push_back(std::unique_ptr<MessageFilterComponent>(child));
+    std::unique_ptr<MessageFilterComponent> owned(child);
+    children.push_back(child);
+    static_cast<void>(owned.release());
 }
 
 void MessageFilterComposite::GetFilterStr(std::string &out) const {
     if (!IsFilterRoot()) {
         MessageFilterComponent::GetFilterStr(out);
     }
-    for (const auto &child : children_) {
+    for (MessageFilterComponent *const child : children) {
         child->GetFilterStr(out);
     }
 }
@@ -85,7 +93,7 @@ MessageFilterComponent *MessageFilterComposite::Find(std::list<uint32_t> &path) 
     if (path.empty()) {
         return this;
     }
-    for (const auto &child : children_) {
+    for (MessageFilterComponent *const child : children) {
         if (MessageFilterComponent *const found = child->Find(path)) {
             return found;
         }
@@ -97,9 +105,9 @@ bool MessageFilterComposite::IsFilterRoot() const {
     return GetLayer() == 0;
 }
 
-MessageFilterLeaf::MessageFilterLeaf(const std::string &name, uint32_t msgType, uint32_t lostCnt,
-                                     uint32_t layer)
-    : MessageFilterComponent(name, msgType, lostCnt, layer) {
+MessageFilterLeaf::MessageFilterLeaf(const std::string &nodeName, uint32_t type, uint32_t count,
+                                     uint32_t depth)
+    : MessageFilterComponent(nodeName, type, count, depth) {
 }
 
 MessageFilterLeaf::~MessageFilterLeaf() = default;

@@ -23,7 +23,7 @@ bool MessageFilterWalk::Find(MessageFilterComponent &root) {
     if (kind == Kind::kForeign) {
         return false;
     }
-    if (root.msgType_ != *path_) {
+    if (root.msgType != *path_) {
         return true;
     }
     if (kind == Kind::kLeaf || path_ + 1 == end_) {
@@ -36,17 +36,17 @@ bool MessageFilterWalk::Find(MessageFilterComponent &root) {
 
 const uint32_t *MessageFilterWalk::AskChildren(const MessageFilterComposite &node,
                                                const uint32_t *path) {
-    for (const auto &child : node.children_) {
+    for (MessageFilterComponent *const child : node.children) {
         const Kind kind = KindOf(*child);
         if (kind == Kind::kForeign) {
             foreign_ = true;
             return nullptr;
         }
-        if (child->msgType_ != *path) {
+        if (child->msgType != *path) {
             continue;
         }
         if (kind == Kind::kLeaf || ++path == end_) {
-            found_ = child.get();
+            found_ = child;
             return nullptr;
         }
         // What it takes off is missing for the siblings, as in Find.

@@ -27,10 +27,10 @@ class MessageFilterWalk {
 
     // What MessageFilterComponent::IsFiltered does with what was found, null or not.
     static bool IsFiltered(MessageFilterComponent *node) {
-        if (node == nullptr || node->lostCnt_ == 0) {
+        if (node == nullptr || node->lostCnt == 0) {
             return false;
         }
-        --node->lostCnt_;
+        --node->lostCnt;
         return true;
     }
 
