@@ -86,11 +86,14 @@ class DXR_API MessageFilterComposite : public MessageFilterComponent {
 
     [[nodiscard]] bool IsFilterRoot() const;
 
-  protected:
-    std::vector<MessageFilterComponent *> children; /* owned; none is null */
-
   private:
     friend class MessageFilterWalk;
+
+    uint32_t
+        hasForeignChild_; /* whether one of them is of a host's class; where padding would be */
+
+  protected:
+    std::vector<MessageFilterComponent *> children; /* owned; none is null */
 };
 
 /* A node without children. */

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dxr/message_filter.h"
+#include "internal/fast_paths.h"
 #include "support/message_filter_records.h"
 #include "support/new_watch.h"
 
@@ -163,13 +164,45 @@ class HostLeaf : public MessageFilterLeaf {
     using MessageFilterLeaf::MessageFilterLeaf;
 };
 
-TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
+// It comes first, so that every query asks it.
+DxrMessageFilter *ForestWithHostLeaf() {
     const FilterRecords records(Forest());
-    DxrMessageFilter *filter = new MessageFilterComposite("root", 0, 0, 0);
-    filter->Add(new HostLeaf("host", 99, 1, 1));
+    auto *const root = new MessageFilterComposite("root", 0, 0, 0);
+    root->Add(new HostLeaf("host", 99, 1, 1));
     for (uint32_t i = 0; i < records.Size(); ++i) {
-        DxrAddMessageFilterToComposite(filter, records.Data() + i);
+        DxrAddMessageFilterToComposite(root, records.Data() + i);
     }
+    return root;
+}
+
+// A list is made where a host's class is asked, and only there: who allocates nothing has been
+// answered without one.
+TEST(MessageFilterAllocation, QueriesOfTheLibrarysOwnNodesMakeNoList) {
+    const FilterRecords records(Forest());
+    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    const auto isAnsweredWithoutList = [&] {
+        uint8_t answer = 0;
+        const Outcome outcome = RunFailing(1, [&] {
+            DXR_SetMessageFilterCount(filter, 1, 3, 1u, 3u, 4u);
+            answer = DXR_IsMessageFiltered(filter, 3, 1u, 3u, 4u);
+        });
+        EXPECT_EQ(outcome, NewWatch::Failed() ? Outcome::kBadAlloc : Outcome::kDone);
+        EXPECT_EQ(answer, NewWatch::Failed() ? 0 : 1);
+        return !NewWatch::Failed();
+    };
+    EXPECT_EQ(isAnsweredWithoutList(), dxr::kFastPaths);
+    // Behind all that the path asks.
+    filter->Add(new HostLeaf("last", 98, 1, 1));
+    EXPECT_EQ(isAnsweredWithoutList(), dxr::kFastPaths);
+    DXR_DestroyMessageFilter(&filter);
+
+    filter = ForestWithHostLeaf();
+    EXPECT_FALSE(isAnsweredWithoutList());
+    DXR_DestroyMessageFilter(&filter);
+}
+
+TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
+    DxrMessageFilter *filter = ForestWithHostLeaf();
     const std::string before = Listing(*filter);
     uint8_t answer = 0;
     const size_t failures =
@@ -185,8 +218,7 @@ TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
 }
 
 TEST(MessageFilterAllocation, AFailedSettingSetsNothing) {
-    const FilterRecords records(Forest());
-    DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());
+    DxrMessageFilter *filter = ForestWithHostLeaf();
     const std::string before = Listing(*filter);
     const size_t failures =
         FailEachAllocation([&] { DXR_SetMessageFilterCount(filter, 77, 2, 1u, 7u); },

@@ -147,6 +147,10 @@ std::string Listing(const MessageFilterComponent &node) {
     return text;
 }
 
+bool Walk(MessageFilterComponent &root, const Path &path, MessageFilterComponent **node) {
+    return MessageFilterWalk::FindAmongOwn(root, path.data(), path.data() + path.size(), node);
+}
+
 class MessageFilterWalkModel : public testing::TestWithParam<uint32_t> {};
 
 TEST_P(MessageFilterWalkModel, ItFindsWhatFindFindsOrStopsAtAForeignNode) {
@@ -161,13 +165,13 @@ TEST_P(MessageFilterWalkModel, ItFindsWhatFindFindsOrStopsAtAForeignNode) {
             const Path path = random.QueryPath();
             std::list<uint32_t> list(path.begin(), path.end());
             g_asked = 0;
-            MessageFilterWalk walk(path);
-            const bool walked = walk.Find(*root);
+            MessageFilterComponent *walkedTo = nullptr;
+            const bool walked = Walk(*root, path, &walkedTo);
             ASSERT_EQ(g_asked, 0);
             MessageFilterComponent *const node = root->Find(list);
             ASSERT_EQ(walked, g_asked == 0) << "tree " << tree << ", path " << i;
             if (walked) {
-                ASSERT_EQ(walk.Found(), node) << "tree " << tree << ", path " << i;
+                ASSERT_EQ(walkedTo, node) << "tree " << tree << ", path " << i;
                 ++(node != nullptr ? found : missed);
             } else {
                 ++stopped;
@@ -209,22 +213,20 @@ INSTANTIATE_TEST_SUITE_P(PercentOfForeignNodes, MessageFilterWalkModel,
 TEST(MessageFilterWalk, RootsOfAnyClassAreAsked) {
     const Path root = {0};
     MessageFilterLeaf leaf("leaf", 0, 1, 0);
-    MessageFilterWalk toLeaf(root);
-    EXPECT_TRUE(toLeaf.Find(leaf));
-    EXPECT_EQ(toLeaf.Found(), &leaf);
+    MessageFilterComponent *found = nullptr;
+    EXPECT_TRUE(Walk(leaf, root, &found));
+    EXPECT_EQ(found, &leaf);
     EXPECT_EQ(DXR_IsMessageFiltered(&leaf, 2, 7U, 8U), 1);
     EXPECT_EQ(DXR_IsMessageFiltered(&leaf, 2, 7U, 8U), 0);
 
     MessageFilterLeaf other("leaf", 5, 1, 0);
-    MessageFilterWalk toOther(root);
-    EXPECT_TRUE(toOther.Find(other));
-    EXPECT_EQ(toOther.Found(), nullptr);
+    EXPECT_TRUE(Walk(other, root, &found));
+    EXPECT_EQ(found, nullptr);
     EXPECT_EQ(DXR_IsMessageFiltered(&other, 0), 0);
 
     g_asked = 0;
     Meddler meddler(9, 0, 0, true);
-    MessageFilterWalk toMeddler(root);
-    EXPECT_FALSE(toMeddler.Find(meddler));
+    EXPECT_FALSE(Walk(meddler, root, &found));
     EXPECT_EQ(g_asked, 0);
     EXPECT_EQ(DXR_IsMessageFiltered(&meddler, 1, 4U), 1);
     EXPECT_EQ(g_asked, 1);
@@ -236,9 +238,9 @@ TEST(MessageFilterWalk, AForeignNodeBehindTheFoundOneIsNotAsked) {
     root.Add(new Meddler(1, 0, 0, true));
     g_asked = 0;
     const Path path = {0, 1};
-    MessageFilterWalk walk(path);
-    EXPECT_TRUE(walk.Find(root));
-    EXPECT_TRUE(walk.Found() != nullptr && walk.Found()->IsSameMsgType(1));
+    MessageFilterComponent *found = nullptr;
+    EXPECT_TRUE(Walk(root, path, &found));
+    EXPECT_TRUE(found != nullptr && found->IsSameMsgType(1));
     EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 1U), 1);
     EXPECT_EQ(g_asked, 0);
     EXPECT_EQ(DXR_IsMessageFiltered(&root, 1, 2U), 1);

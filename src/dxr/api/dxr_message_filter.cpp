@@ -1,14 +1,11 @@
 #include "dxr/message_filter.h"
 
-#include <array>
 #include <cstdarg>
 #include <cstring>
-#include <iterator>
 #include <memory>
 
 #include "dxr_message_filter_walk.h"
 #include "internal/bounds_checked.h"
-#include "internal/fast_paths.h"
 
 namespace Dxr {
 namespace {
@@ -44,21 +41,16 @@ uint32_t MessageFilterComponent::GetLayer() const {
 }
 
 bool MessageFilterComponent::IsFiltered(std::list<uint32_t> &path) {
-    return MessageFilterWalk::IsFiltered(Find(path));
+    return MessageFilterWalk::TakeOne(Find(path));
 }
 
 uint32_t MessageFilterComponent::SetLostCnt(std::list<uint32_t> &path, uint32_t count) {
-    MessageFilterComponent *const node = Find(path);
-    if (node == nullptr) {
-        return 1;
-    }
-    node->lostCnt = count;
-    return 0;
+    return MessageFilterWalk::SetCount(Find(path), count) ? 0 : 1;
 }
 
 MessageFilterComposite::MessageFilterComposite(const std::string &nodeName, uint32_t type,
                                                uint32_t count, uint32_t depth)
-    : MessageFilterComponent(nodeName, type, count, depth) {
+    : MessageFilterComponent(nodeName, type, count, depth), hasForeignChild_(0) {
 }
 
 MessageFilterComposite::~MessageFilterComposite() {
@@ -70,8 +62,9 @@ MessageFilterComposite::~MessageFilterComposite() {
 
 void MessageFilterComposite::Add(MessageFilterComponent *child) {
     std::unique_ptr<MessageFilterComponent> owned(child);
-    children.push_back(child);
+    children.push_back(owned.get());
     static_cast<void>(owned.release());
+    hasForeignChild_ |= MessageFilterWalk::IsOwn(*child) ? 0U : 1U;
 }
 
 void MessageFilterComposite::GetFilterStr(std::string &out) const {
@@ -123,43 +116,8 @@ namespace {
 
 using Dxr::MessageFilterWalk;
 
-constexpr uint32_t kRootMsgType = 0;
-
 std::string NameOf(const DxrMessageFilterInfo &info) {
     return {info.name, strnlen(info.name, sizeof(info.name))};
-}
-
-// A path of the root alone, with room for `num` types below it: the allocations come before the
-// variable arguments are opened.
-std::list<uint32_t> RootPath(uint32_t num) {
-    return std::list<uint32_t>(size_t{num} + 1, kRootMsgType);
-}
-
-void FillBelowRoot(std::list<uint32_t> &path, std::va_list args) {
-    for (auto type = std::next(path.begin()); type != path.end(); ++type) {
-        *type = va_arg(args, uint32_t);
-    }
-}
-
-// Longer paths are as well served by the list that Find takes.
-constexpr uint32_t kMaxWalked = 15;
-
-// Finds the node of a path, or null, without a list. False if that cannot be done. In line, since
-// an argument list that is passed on lives in memory.
-[[gnu::always_inline]] inline bool WalkBelowRoot(DxrMessageFilter &root, uint32_t num,
-                                                 std::va_list args, DxrMessageFilter **node) {
-    if (num > kMaxWalked) {
-        return false;
-    }
-    std::array<uint32_t, kMaxWalked + 1> path;
-    path[0] = kRootMsgType;
-    for (uint32_t i = 1; i <= num; ++i) {
-        path[i] = va_arg(args, uint32_t);
-    }
-    MessageFilterWalk walk({path.data(), num + 1});
-    const bool walked = walk.Find(root);
-    *node = walk.Found();
-    return walked;
 }
 
 }  // namespace
@@ -170,7 +128,8 @@ DxrMessageFilter *DXR_CreateMessageFilter(const DxrMessageFilterInfo *info, uint
     }
     // Not owned here on purpose: a failure below leaves what stands of the tree to whoever can
     // reach it.
-    auto *const root = new Dxr::MessageFilterComposite("root", kRootMsgType, 0, 0);
+    auto *const root =
+        new Dxr::MessageFilterComposite("root", MessageFilterWalk::kRootMsgType, 0, 0);
     for (uint32_t i = 0; i < num; ++i) {
         DxrAddMessageFilterToComposite(root, &info[i]);
     }
@@ -202,33 +161,24 @@ void DXR_SetMessageFilterCount(DxrMessageFilter *filter, uint32_t lostCnt, uint3
     if (filter == nullptr) {
         return;
     }
-    std::list<uint32_t> path = RootPath(num);
-    std::va_list args;
-    va_start(args, num);
-    FillBelowRoot(path, args);
-    va_end(args);
-    filter->SetLostCnt(path, lostCnt);
+    MessageFilterWalk walk(num);
+    std::va_list types;
+    va_start(types, num);
+    walk.Read(types);
+    va_end(types);
+    MessageFilterWalk::SetCount(walk.Find(*filter), lostCnt);
 }
 
 uint8_t DXR_IsMessageFiltered(DxrMessageFilter *filter, uint32_t num, ...) {
     if (filter == nullptr) {
         return 0;
     }
-    std::va_list args;
-    if constexpr (dxr::kFastPaths) {
-        va_start(args, num);
-        DxrMessageFilter *node = nullptr;
-        const bool walked = WalkBelowRoot(*filter, num, args, &node);
-        va_end(args);
-        if (walked) {
-            return MessageFilterWalk::IsFiltered(node) ? 1 : 0;
-        }
-    }
-    std::list<uint32_t> path = RootPath(num);
-    va_start(args, num);
-    FillBelowRoot(path, args);
-    va_end(args);
-    return filter->IsFiltered(path) ? 1 : 0;
+    MessageFilterWalk walk(num);
+    std::va_list types;
+    va_start(types, num);
+    walk.Read(types);
+    va_end(types);
+    return MessageFilterWalk::TakeOne(walk.Find(*filter)) ? 1 : 0;
 }
 
 void DxrAddMessageFilterToComposite(DxrMessageFilter *parent, const DxrMessageFilterInfo *info) {
