@@ -95,6 +95,58 @@ TEST(IsSameBitMap, NothingBehindTheFirstDifferenceIsRead) {
     }
 }
 
+// One array ends `bytes` bytes after its beginning, in front of the guard, perhaps within a word;
+// the other lies anywhere in its own pages. Both begin at every distance from a whole word.
+TEST(IsSameBitMap, NoPageBehindTheFirstDifferenceIsTouchedWhereverTheArraysLie) {
+    constexpr uint32_t kCount = 300;
+    constexpr size_t kPage = 4096;
+    const GuardedPage page;
+    auto *const end = static_cast<unsigned char *>(page.End());
+    std::vector<unsigned char> other(3 * kPage + 4 * kCount, 0);
+    auto *const pageOfOther =
+        other.data() + (kPage - reinterpret_cast<uintptr_t>(other.data()) % kPage);
+    const auto words = [](unsigned char *bytes) { return reinterpret_cast<uint32_t *>(bytes); };
+    for (size_t bytes = 4; bytes <= 180; ++bytes) {
+        unsigned char *const bmp = end - bytes;
+        std::fill(bmp, end, static_cast<unsigned char>(0));
+        for (const size_t offset : {0U, 1U, 2U, 3U, 4U, 28U, 64U, 3990U, 4000U, 4063U, 4064U, 4065U,
+                                    4079U, 4080U, 4081U, 4090U, 4092U, 4093U, 4095U}) {
+            for (size_t byte = 0; byte < bytes / 4 * 4; byte += 3) {
+                bmp[byte] = 1;
+                unsigned char *const b = pageOfOther + offset;
+                ASSERT_EQ(DXR_IsSameBitMap(words(bmp), words(b), kCount), 0U)
+                    << bytes << " bytes beside offset " << offset << ", byte " << byte;
+                ASSERT_EQ(DXR_IsSameBitMap(words(b), words(bmp), kCount), 0U)
+                    << bytes << " bytes beside offset " << offset << ", byte " << byte;
+                bmp[byte] = 0;
+            }
+        }
+    }
+}
+
+TEST(IsSameBitMap, ArraysThatAreNotAlignedAreComparedToTheirEnds) {
+    std::mt19937_64 random(dxrtest::Seed());
+    const GuardedPage page;
+    auto *const end = static_cast<unsigned char *>(page.End());
+    for (uint32_t count = 0; count <= 40; ++count) {
+        for (size_t shift = 0; shift < 4; ++shift) {
+            std::vector<unsigned char> other(shift + 4 * count);
+            std::generate(other.begin(), other.end(),
+                          [&random] { return static_cast<unsigned char>(random()); });
+            unsigned char *const bmp = end - 4 * count;
+            std::copy(other.begin() + static_cast<ptrdiff_t>(shift), other.end(), bmp);
+            const auto *const a = reinterpret_cast<const uint32_t *>(bmp);
+            const auto *const b = reinterpret_cast<const uint32_t *>(other.data() + shift);
+            ASSERT_EQ(DXR_IsSameBitMap(a, b, count), 1U) << count;
+            for (size_t byte = 0; byte < 4 * count; ++byte) {
+                bmp[byte] ^= 0x10;
+                ASSERT_EQ(DXR_IsSameBitMap(a, b, count), 0U) << count << ", byte " << byte;
+                bmp[byte] ^= 0x10;
+            }
+        }
+    }
+}
+
 TEST(IsZeroBmp, EverySingleBitIsSeen) {
     for (size_t length = 0; length <= kMaxLength; ++length) {
         Words words(length, 0);
@@ -257,6 +309,19 @@ TEST(NegateArray, InvertsTheLowBitsOnly) {
             DXR_NegateArray(bmp.Data(), bmp.Size(), bitCount);
             ASSERT_EQ(bmp.Words(), expected) << length << ' ' << bitCount;
             ASSERT_TRUE(bmp.Intact()) << length << ' ' << bitCount;
+        }
+    }
+}
+
+// All bits of the last word are inverted or the bits end with it: the one after it is not there.
+TEST(NegateArray, WholeWordsInFrontOfAPageThatCannotBeTouched) {
+    const GuardedPage page;
+    for (uint32_t length = 0; length <= 40; ++length) {
+        uint32_t *const bmp = static_cast<uint32_t *>(page.End()) - length;
+        for (const uint32_t more : {0U, 1U, 31U, 32U, 1000U}) {
+            std::fill_n(bmp, length, 0x0FF0A55AU);
+            DXR_NegateArray(bmp, length, 32 * length + more);
+            ASSERT_THAT(Words(bmp, bmp + length), testing::Each(0xF00F5AA5U)) << length;
         }
     }
 }

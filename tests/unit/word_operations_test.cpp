@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 #include <random>
 #include <tuple>
@@ -86,7 +87,8 @@ TEST_P(WordOperations, OfSeparateArraysAtEveryLengthAndStart) {
 TEST_P(WordOperations, OfOverlappingArraysGoFromTheFirstWordUp) {
     constexpr size_t kSource = 70;
     std::mt19937_64 random(dxrtest::Seed());
-    for (const size_t length : {1U, 7U, 8U, 9U, 31U, 32U, 33U, 64U, 100U, 256U, 300U, 333U}) {
+    for (const size_t length : {1U,  2U,  3U,  4U,  5U,  6U,  7U,   8U,   9U,   10U, 15U,
+                                16U, 17U, 31U, 32U, 33U, 64U, 100U, 256U, 300U, 333U}) {
         for (size_t target = 0; target <= 2 * kSource; ++target) {
             const Words before = RandomWords(random, length + 2 * kSource);
             Words expected = before;
@@ -97,6 +99,32 @@ TEST_P(WordOperations, OfOverlappingArraysGoFromTheFirstWordUp) {
             ASSERT_EQ(arena.Words(), expected)
                 << length << " words from " << kSource << " to " << target;
             ASSERT_TRUE(arena.Intact());
+        }
+    }
+}
+
+// As close as bytes can lie: words that overlap in part.
+TEST_P(WordOperations, OfArraysThatOverlapByBytesGoFromTheFirstWordUp) {
+    constexpr size_t kSource = 40;
+    std::mt19937_64 random(dxrtest::Seed());
+    for (size_t length = 0; length <= 20; ++length) {
+        for (size_t target = 0; target <= 2 * kSource; ++target) {
+            std::vector<unsigned char> before(4 * length + 2 * kSource);
+            std::generate(before.begin(), before.end(),
+                          [&random] { return static_cast<unsigned char>(random()); });
+            std::vector<unsigned char> expected = before;
+            for (size_t i = 0; i < 4 * length; i += 4) {
+                uint32_t dst = 0;
+                uint32_t src = 0;
+                std::memcpy(&dst, expected.data() + target + i, 4);
+                std::memcpy(&src, expected.data() + kSource + i, 4);
+                dst = operation_.ofWords(dst, src);
+                std::memcpy(expected.data() + target + i, &dst, 4);
+            }
+            operation_.ofArrays(reinterpret_cast<uint32_t *>(before.data() + target),
+                                reinterpret_cast<uint32_t *>(before.data() + kSource),
+                                static_cast<uint32_t>(length));
+            ASSERT_EQ(before, expected) << length << " words, byte " << target;
         }
     }
 }

@@ -37,7 +37,7 @@ void DXR_BitmapCopy(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
 }
 
 void DXR_BitmapZero(uint32_t *bmp, uint32_t wordCount) {
-    std::fill_n(bmp, wordCount, 0U);
+    dxr::ZeroWords(bmp, wordCount);
 }
 
 uint32_t DXR_IsZeroBmp(const uint32_t *bmp, uint32_t wordCount) {

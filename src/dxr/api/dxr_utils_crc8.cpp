@@ -1,6 +1,6 @@
 #include "dxr/utils_crc8.h"
 
-#include "kernels/wide_crc8.h"
+#include "kernels/crc8.h"
 
 constinit uint8_t g_dxrCrc8Table[256] = {};
 constinit uint8_t g_dxrCrc8TableInit = 0;

@@ -1,17 +1,42 @@
 #include "kernels/cpu_features.h"
 
-#if defined(__x86_64__)
+#if DXR_HAS_VECTOR_CODE
 #include <cpuid.h>
 #endif
 
 namespace dxr::cpu_features {
 namespace {
 
-#if defined(__x86_64__)
+constexpr uint32_t Bit(unsigned number) {
+    return uint32_t{1} << number;
+}
+
+// Leaf 1, ECX.
+constexpr uint32_t kPclmulBit = Bit(1);
+constexpr uint32_t kPopcntBit = Bit(23);
+constexpr uint32_t kOsxsaveBit = Bit(27);  // the operating system says which registers it saves
+constexpr uint32_t kAvxBit = Bit(28);
+
+// Leaf 7, EBX.
+constexpr uint32_t kBmi1Bit = Bit(3);
+constexpr uint32_t kAvx2Bit = Bit(5);
+constexpr uint32_t kBmi2Bit = Bit(8);
+constexpr uint32_t kAvx512FBit = Bit(16);
+constexpr uint32_t kAvx512VlBit = Bit(31);
+
+// Leaf 7, ECX.
+constexpr uint32_t kAvx512VpopcntdqBit = Bit(14);
+
+// Registers that the operating system saves: of SSE and AVX; masks, upper halves and upper sixteen
+// of AVX-512 besides.
+constexpr uint32_t kAvxState = Bit(1) | Bit(2);
+constexpr uint32_t kAvx512State = kAvxState | Bit(5) | Bit(6) | Bit(7);
 
 constexpr bool HasAll(uint64_t bits, uint64_t wanted) {
     return (bits & wanted) == wanted;
 }
+
+#if DXR_HAS_VECTOR_CODE
 
 uint64_t SavedRegisters() {
     uint32_t low = 0;
@@ -20,32 +45,30 @@ uint64_t SavedRegisters() {
     return (uint64_t{high} << 32U) | low;
 }
 
-uint32_t Features() {
-    constexpr uint64_t kAvxState = 0x06;
-    constexpr uint64_t kAvx512State = 0xE6;
+Answers AskProcessor() {
+    Answers answers = {};
     unsigned eax = 0;
     unsigned ebx = 0;
     unsigned ecx = 0;
     unsigned edx = 0;
-    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0 ||
-        !HasAll(ecx, bit_OSXSAVE | bit_AVX | bit_PCLMUL | bit_POPCNT)) {
-        return 0;
+    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0) {
+        answers.leaf1Ecx = ecx;
     }
-    const uint64_t saved = SavedRegisters();
-    if (!HasAll(saved, kAvxState) || __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) == 0 ||
-        !HasAll(ebx, bit_AVX2 | bit_BMI | bit_BMI2)) {
-        return 0;
+    if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0) {
+        answers.leaf7Ebx = ebx;
+        answers.leaf7Ecx = ecx;
     }
-    const bool vectorPopcount = HasAll(saved, kAvx512State) &&
-                                HasAll(ebx, bit_AVX512F | bit_AVX512VL) &&
-                                HasAll(ecx, bit_AVX512VPOPCNTDQ);
-    return kAvx2 | (vectorPopcount ? kVectorPopcount : 0);
+    // Without this bit the instruction is not known.
+    if (HasAll(answers.leaf1Ecx, kOsxsaveBit)) {
+        answers.savedRegisters = SavedRegisters();
+    }
+    return answers;
 }
 
 #else
 
-uint32_t Features() {
-    return 0;
+Answers AskProcessor() {
+    return {};
 }
 
 #endif
@@ -54,8 +77,18 @@ uint32_t Features() {
 
 constinit std::atomic<uint32_t> g_known = 0;
 
+uint32_t FeaturesOf(const Answers &answers) noexcept {
+    const bool avx2 = HasAll(answers.leaf1Ecx, kOsxsaveBit | kAvxBit | kPclmulBit | kPopcntBit) &&
+                      HasAll(answers.leaf7Ebx, kAvx2Bit | kBmi1Bit | kBmi2Bit) &&
+                      HasAll(answers.savedRegisters, kAvxState);
+    const bool avx512 = avx2 && HasAll(answers.leaf7Ebx, kAvx512FBit | kAvx512VlBit) &&
+                        HasAll(answers.leaf7Ecx, kAvx512VpopcntdqBit) &&
+                        HasAll(answers.savedRegisters, kAvx512State);
+    return (avx2 ? kAvx2 : 0) | (avx512 ? kAvx512 : 0);
+}
+
 uint32_t Ask() noexcept {
-    const uint32_t features = Features() | kAsked;
+    const uint32_t features = FeaturesOf(AskProcessor()) | kAsked;
     g_known.store(features, std::memory_order_relaxed);
     return features;
 }

@@ -6,13 +6,31 @@
 #include <atomic>
 #include <cstdint>
 
+#include "internal/fast_paths.h"
+#include "kernels/vector_code.h"
+
 namespace dxr {
+
+// Whether the library has vector versions to choose from.
+inline constexpr bool kVectorVersions = kFastPaths && DXR_HAS_VECTOR_CODE != 0;
 
 namespace cpu_features {
 
 inline constexpr uint32_t kAvx2 = 1;
-inline constexpr uint32_t kVectorPopcount = 2;
+inline constexpr uint32_t kAvx512 = 2;
 inline constexpr uint32_t kAsked = 4;
+
+// What the processor says of itself; a leaf that it does not have is 0, and so are the registers
+// that the operating system saves where it does not say which.
+struct Answers {
+    uint32_t leaf1Ecx;
+    uint32_t leaf7Ebx;
+    uint32_t leaf7Ecx;
+    uint64_t savedRegisters;
+};
+
+// The features that follow from the answers: of those above, never kAvx512 without kAvx2.
+[[nodiscard]] uint32_t FeaturesOf(const Answers &answers) noexcept;
 
 extern constinit std::atomic<uint32_t> g_known;
 
@@ -26,28 +44,16 @@ extern constinit std::atomic<uint32_t> g_known;
 
 }  // namespace cpu_features
 
-// AVX2 and what processors with AVX2 have besides, with the registers saved by the operating
-// system.
+// Whether namespace avx2 may be entered.
 [[nodiscard]] inline bool HasAvx2() noexcept {
     return cpu_features::Has(cpu_features::kAvx2);
 }
 
-// The count of set bits in each lane of a vector register.
-[[nodiscard]] inline bool HasVectorPopcount() noexcept {
-    return cpu_features::Has(cpu_features::kVectorPopcount);
+// Whether namespace avx512 may be entered.
+[[nodiscard]] inline bool HasAvx512() noexcept {
+    return cpu_features::Has(cpu_features::kAvx512);
 }
 
 }  // namespace dxr
-
-// Compile a function for the instructions that are asked for above; it is called only where the
-// processor has them.
-#if defined(__x86_64__)
-#define DXR_TARGET_AVX2 [[gnu::target("avx2,bmi,bmi2,pclmul,popcnt")]]
-#define DXR_TARGET_VECTOR_POPCOUNT \
-    [[gnu::target("avx512f,avx512vl,avx512vpopcntdq,bmi,bmi2,popcnt")]]
-#else
-#define DXR_TARGET_AVX2
-#define DXR_TARGET_VECTOR_POPCOUNT
-#endif
 
 #endif  // DXR_KERNELS_CPU_FEATURES_H

@@ -3,21 +3,137 @@
 #ifndef DXR_KERNELS_WORD_OPERATIONS_H
 #define DXR_KERNELS_WORD_OPERATIONS_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
+#include "internal/fast_paths.h"
+#include "kernels/few_words.h"
+
 namespace dxr {
+namespace word_operations {
+
+struct Copy {
+    template <typename T>
+    static constexpr T Of(T, T src) {
+        return src;
+    }
+};
+
+struct Or {
+    template <typename T>
+    static constexpr T Of(T dst, T src) {
+        return dst | src;
+    }
+};
+
+struct And {
+    template <typename T>
+    static constexpr T Of(T dst, T src) {
+        return dst & src;
+    }
+};
+
+struct Xor {
+    template <typename T>
+    static constexpr T Of(T dst, T src) {
+        return dst ^ src;
+    }
+};
+
+// Word by word; by bytes, as the arrays may lie anywhere and overlap within a word.
+template <typename Operation>
+inline void OfWords(uint32_t *dst, const uint32_t *src, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const auto word = few_words::Load<uint32_t>(src + i);
+        few_words::Store(dst + i, Operation::Of(few_words::Load<uint32_t>(dst + i), word));
+    }
+}
+
+// True where `dst` lies behind the first of the `count` words of `src` and before their end: then
+// words are written before they are read. Everywhere else all may be read before any is written.
+[[nodiscard]] inline bool WritesAhead(const uint32_t *dst, const uint32_t *src, size_t count) {
+    const uintptr_t distance = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);
+    return distance - 1 < count * sizeof(*dst) - 1;
+}
+
+// The first and the last words of an array that two Chunks cover, perhaps some twice.
+template <typename Operation, typename Chunk>
+[[gnu::always_inline]] inline void OfEnds(uint32_t *dst, const uint32_t *src, size_t count) {
+    const size_t last = count - sizeof(Chunk) / sizeof(*dst);
+    const Chunk atFirst = Operation::Of(few_words::Load<Chunk>(dst), few_words::Load<Chunk>(src));
+    const Chunk atLast =
+        Operation::Of(few_words::Load<Chunk>(dst + last), few_words::Load<Chunk>(src + last));
+    few_words::Store(dst, atFirst);
+    few_words::Store(dst + last, atLast);
+}
+
+// Of at most kFewWords.
+template <typename Operation>
+[[gnu::always_inline]] inline void OfFew(uint32_t *dst, const uint32_t *src, size_t count) {
+    if (WritesAhead(dst, src, count)) [[unlikely]] {
+        OfWords<Operation>(dst, src, count);
+    } else if (count >= 4) {
+        OfEnds<Operation, few_words::Four>(dst, src, count);
+    } else if (count >= 2) {
+        OfEnds<Operation, few_words::Two>(dst, src, count);
+    } else if (count == 1) {
+        *dst = Operation::Of(*dst, *src);
+    }
+}
+
+// Of more than kFewWords.
+void CopyMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
+void OrMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
+void AndMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
+void XorMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
+
+template <typename Operation, auto OfMany>
+[[gnu::always_inline]] inline void OfAny(uint32_t *dst, const uint32_t *src, uint32_t count) {
+    if constexpr (!kFastPaths) {
+        OfWords<Operation>(dst, src, count);
+    } else if (count <= kFewWords) {
+        OfFew<Operation>(dst, src, count);
+    } else {
+        OfMany(dst, src, count);
+    }
+}
+
+}  // namespace word_operations
 
 // dst[i] = src[i]
-void CopyWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept;
+inline void CopyWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept {
+    word_operations::OfAny<word_operations::Copy, word_operations::CopyMany>(dst, src, count);
+}
 
 // dst[i] |= src[i]
-void OrWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept;
+inline void OrWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept {
+    word_operations::OfAny<word_operations::Or, word_operations::OrMany>(dst, src, count);
+}
 
 // dst[i] &= src[i]
-void AndWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept;
+inline void AndWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept {
+    word_operations::OfAny<word_operations::And, word_operations::AndMany>(dst, src, count);
+}
 
 // dst[i] ^= src[i]
-void XorWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept;
+inline void XorWords(uint32_t *dst, const uint32_t *src, uint32_t count) noexcept {
+    word_operations::OfAny<word_operations::Xor, word_operations::XorMany>(dst, src, count);
+}
+
+// words[i] = 0
+inline void ZeroWords(uint32_t *words, uint32_t count) noexcept {
+    if (!kFastPaths || count > kFewWords || count == 0) {
+        std::fill_n(words, count, 0U);
+    } else if (count >= 4) {
+        few_words::Store(words, few_words::Four{});
+        few_words::Store(words + count - 4, few_words::Four{});
+    } else {
+        words[0] = 0;
+        words[count / 2] = 0;
+        words[count - 1] = 0;
+    }
+}
 
 }  // namespace dxr
 

@@ -1,4 +1,4 @@
-#include "kernels/wide_crc8.h"
+#include "kernels/crc8.h"
 
 #include <gtest/gtest.h>
 
@@ -29,14 +29,14 @@ void FillRandomly(std::mt19937_64 &random, uint8_t *bytes, size_t size) {
     std::generate_n(bytes, size, [&random] { return static_cast<uint8_t>(random()); });
 }
 
-class WideCrc8 : public testing::TestWithParam<uint32_t> {
+class Crc8 : public testing::TestWithParam<uint32_t> {
     const dxrtest::CpuLevel level_{GetParam()};
 };
 
-INSTANTIATE_TEST_SUITE_P(Levels, WideCrc8, testing::ValuesIn(dxrtest::CpuLevels()));
+INSTANTIATE_TEST_SUITE_P(Levels, Crc8, testing::ValuesIn(dxrtest::CpuLevels()));
 
 // The data stand at the end of an allocation of their own, so that a byte too many is seen.
-TEST_P(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
+TEST_P(Crc8, EqualsTheByteByByteResultAtEveryLength) {
     const Table table = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     for (size_t length = 0; length <= 1200; ++length) {
@@ -51,7 +51,7 @@ TEST_P(WideCrc8, EqualsTheByteByByteResultAtEveryLength) {
     }
 }
 
-TEST_P(WideCrc8, OfLongData) {
+TEST_P(Crc8, OfLongData) {
     const Table table = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     std::vector<uint8_t> data(200'000);
@@ -62,7 +62,7 @@ TEST_P(WideCrc8, OfLongData) {
     }
 }
 
-TEST_P(WideCrc8, EveryBitOfTheDataCounts) {
+TEST_P(Crc8, EveryBitOfTheDataCounts) {
     const Table table = GeneratorsTable();
     for (const size_t length : {16U, 31U, 300U}) {
         std::vector<uint8_t> data(length, 0);
@@ -77,7 +77,7 @@ TEST_P(WideCrc8, EveryBitOfTheDataCounts) {
 }
 
 // The first byte looks the changed entry up.
-TEST_P(WideCrc8, AChangedEntryDecides) {
+TEST_P(Crc8, AChangedEntryDecides) {
     const Table generators = GeneratorsTable();
     std::mt19937_64 random(dxrtest::Seed());
     int different = 0;
@@ -97,7 +97,7 @@ TEST_P(WideCrc8, AChangedEntryDecides) {
     EXPECT_GT(different, 1000);
 }
 
-TEST_P(WideCrc8, ATableOfZerosGivesZero) {
+TEST_P(Crc8, ATableOfZerosGivesZero) {
     const Table zeros = {};
     const std::vector<uint8_t> data(500, 0xFF);
     EXPECT_EQ(dxr::Crc8(zeros.data(), data.data(), data.size()), 0U);

@@ -1,22 +1,46 @@
-#include "kernels/wide_crc8.h"
+// How the CRC is taken of many bytes at once.
+//
+// 1. A CRC is a remainder. Write the data as a polynomial over the two-element field, one
+//    coefficient a bit, the first bit with the highest power; adding is XOR. Then
+//    crc(data) = data * x^8 mod G. The remainder is linear: that of a sum is the sum of those of
+//    its parts. And a factor may be replaced by its own remainder at any time. All that follows is
+//    these two facts.
+//
+// 2. Zeros before the data change nothing; a zero after them is a factor of x. A table entry says
+//    what a register becomes by eight zeros, T[r] = r * x^8 mod G, and the loop over the bytes is
+//    Horner's rule: crc = T[crc + byte].
+//
+// 3. Sixteen registers instead of one. Byte j of a vector is the register of the data's bytes j,
+//    j + 16, j + 32, ... Each of these is followed by the next one 16 bytes further on, hence
+//    lane = lane * x^128 mod G + next byte. The lanes do not wait for each other.
+//
+// 4. Multiplying a lane by x^128 mod G is a table of 256 entries again. By linearity one of 16 for
+//    the low four bits and one of 16 for the high four do, added: and a table of 16 bytes is what a
+//    shuffle looks up in all lanes at once (Move, Moved). Any other distance has tables of its own;
+//    with 128 bytes a step, four vectors of 32 lanes each hide the shuffles' latency (WithStrides).
+//
+// 5. What remains is a vector of 16 registers, which is itself a polynomial P of 128 bits with the
+//    same remainder as the data: lane j stands in front of 15 - j others. So crc = P * x^8 mod G.
+//
+// 6. The last remainder is taken by carry-less multiplication (Remainder). With P = H * x^64 + L,
+//        S = H * (x^72 mod G) + L * (x^8 mod G)
+//    has the same remainder and 71 bits at most, as the two factors in brackets have 8 bits. Then
+//    division by a multiplication with the reciprocal: with R the quotient of x^70 by G, the
+//    quotient of S by G is the part of S * R from x^70 up. (S is below x^71, and what R leaves out
+//    is below x^0: multiplied by S it does not reach x^71, and carries, which would spoil this for
+//    integers, do not exist.) At last crc = S - quotient * G, of which the low eight bits are
+//    enough.
+#include "kernels/crc8.h"
+#include "kernels/vector_code.h"
+
+#if DXR_HAS_VECTOR_CODE
 
 #include <array>
-#include <cstddef>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
-#include "internal/fast_paths.h"
-#include "kernels/cpu_features.h"
-
-namespace dxr {
+namespace dxr::avx2 {
 namespace {
 
 constexpr size_t kBlock = 16;
-
-#if defined(__x86_64__)
-
 constexpr size_t kLargeBlock = 32;
 constexpr size_t kLargeBlocks = 4;  // side by side, so that none waits for the one before
 constexpr size_t kStride = kLargeBlock * kLargeBlocks;
@@ -58,7 +82,7 @@ constexpr uint8_t kToEnd[2 * kBlock] = {kZero, kZero, kZero, kZero, kZero, kZero
                                         0,     1,     2,     3,     4,     5,     6,     7,
                                         8,     9,     10,    11,    12,    13,    14,    15};
 
-// x^exponent modulo the generator; `exponent` is a multiple of 8.
+// x^exponent mod G; `exponent` is a multiple of 8.
 constexpr int64_t PowerOfX(int exponent) {
     uint8_t power = 1;
     for (; exponent > 0; exponent -= 8) {
@@ -67,7 +91,7 @@ constexpr int64_t PowerOfX(int exponent) {
     return power;
 }
 
-// The quotient of x^70 by the generator.
+// R, the quotient of x^70 by G.
 constexpr uint64_t kReciprocal = [] {
     uint64_t quotient = 0;
     uint32_t rest = 1;
@@ -131,10 +155,9 @@ DXR_TARGET_AVX2 inline __m128i WithStrides(__m128i block, const uint8_t *data, u
                          _mm256_extracti128_si256(sum, 1));
 }
 
-// The remainder of a block's polynomial, whose first byte has the highest powers, times x^8. The
-// products of its halves with their powers of x add up to 71 bits, here moved up by one, as is the
-// reciprocal: then the quotient begins at bit 64 of the second product. Its low byte is enough, as
-// only that of its product with the generator is needed.
+// P * x^8 mod G, P being the block with the first byte in the highest powers. S is kept with a
+// factor of x, and so is R: then the 64 highest of its bits begin at a whole byte, those below
+// cannot reach the quotient, and the quotient begins at bit 64 of the second product.
 DXR_TARGET_AVX2 inline uint32_t Remainder(__m128i block) {
     const __m128i reversed =
         _mm_shuffle_epi8(block, _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
@@ -148,9 +171,8 @@ DXR_TARGET_AVX2 inline uint32_t Remainder(__m128i block) {
     return (rest ^ quotient ^ quotient << 4U ^ quotient << 5U) & 0xFFU;
 }
 
-// Lane j of a block is a register over every 16th byte from j on; a step moves the lanes on and
-// adds the next block. Zeros before the data change nothing, so the first block takes as many bytes
-// as leave whole blocks.
+// Zeros before the data change nothing, so the first block takes as many bytes as leave whole
+// blocks.
 DXR_TARGET_AVX2 inline uint32_t Crc8ByBlocks(const uint8_t *data, uint64_t length) {
     const uint8_t *const end = data + length;
     const size_t first = (length - 1) % kBlock + 1;
@@ -167,23 +189,12 @@ DXR_TARGET_AVX2 inline uint32_t Crc8ByBlocks(const uint8_t *data, uint64_t lengt
     return Remainder(block);
 }
 
-DXR_TARGET_AVX2 uint32_t Crc8ByAvx2(const uint8_t *table, const uint8_t *data, uint64_t length) {
+}  // namespace
+
+DXR_TARGET_AVX2 uint32_t Crc8(const uint8_t *table, const uint8_t *data, uint64_t length) noexcept {
     return IsGenerators(table) ? Crc8ByBlocks(data, length) : Crc8ByBytes(table, data, length);
 }
 
-#else
-
-uint32_t Crc8ByAvx2(const uint8_t *table, const uint8_t *data, uint64_t length) {
-    return Crc8ByBytes(table, data, length);
-}
+}  // namespace dxr::avx2
 
 #endif
-
-}  // namespace
-
-uint32_t Crc8(const uint8_t *table, const uint8_t *data, uint64_t length) noexcept {
-    return kFastPaths && length >= kBlock && HasAvx2() ? Crc8ByAvx2(table, data, length)
-                                                       : Crc8ByBytes(table, data, length);
-}
-
-}  // namespace dxr
