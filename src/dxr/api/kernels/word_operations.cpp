@@ -7,10 +7,12 @@
 namespace dxr::word_operations {
 
 void CopyMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept {
-    if (WritesAhead(dst, src, count)) {
-        OfWords<Copy>(dst, src, count);
+    const size_t size = count * sizeof(*dst);
+    const bool apart = Distance(dst, src) >= size && Distance(src, dst) >= size;
+    if (apart) {
+        std::memcpy(dst, src, size);
     } else {
-        std::memmove(dst, src, count * sizeof(*dst));
+        OfWords<Copy>(dst, src, count);
     }
 }
 

@@ -50,11 +50,15 @@ inline void OfWords(uint32_t *dst, const uint32_t *src, size_t count) {
     }
 }
 
+// By how many bytes `a` lies behind `b`; a huge number if it lies before it.
+[[nodiscard]] inline uintptr_t Distance(const uint32_t *a, const uint32_t *b) {
+    return reinterpret_cast<uintptr_t>(a) - reinterpret_cast<uintptr_t>(b);
+}
+
 // True where `dst` lies behind the first of the `count` words of `src` and before their end: then
 // words are written before they are read. Everywhere else all may be read before any is written.
 [[nodiscard]] inline bool WritesAhead(const uint32_t *dst, const uint32_t *src, size_t count) {
-    const uintptr_t distance = reinterpret_cast<uintptr_t>(dst) - reinterpret_cast<uintptr_t>(src);
-    return distance - 1 < count * sizeof(*dst) - 1;
+    return Distance(dst, src) - 1 < count * sizeof(*dst) - 1;
 }
 
 // The first and the last words of an array that two Chunks cover, perhaps some twice.
