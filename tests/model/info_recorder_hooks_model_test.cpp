@@ -1,5 +1,6 @@
-// The recorder under a host whose hooks call it again, and which sets its index, against the
-// algorithm written down word for word. Both sides meet the same hooks in the same order.
+// The recorder under a host whose hooks call it again, which sets its index, empties its slots and
+// writes its records through copies of the store, against the algorithm written down word for word.
+// Both sides meet the same hooks in the same order, and neither touches a record that was released.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,8 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "dxr/hooks.h"
 #include "dxr/info_recorder.h"
@@ -21,6 +24,8 @@ constexpr uint32_t kSlots = DXR_RECORD_COUNT;
 constexpr int kOperations = 6000;
 constexpr uint32_t kTexts = 40;
 constexpr int kDeepest = 2;
+// Up to so many records a store is searched as it stands.
+constexpr uint32_t kSmall = 8;
 
 // Few texts, so that many records share one; the first is empty, the last two are as long as texts
 // can be.
@@ -42,7 +47,7 @@ class Side {
     virtual DxrRecordStore &Store() = 0;
     virtual void Record(const std::string &text) = 0;
     virtual uint8_t Update(const char *text) = 0;
-    virtual void Add(const char *text) = 0;
+    virtual void Add(const char *text, DxrRecordStore &store) = 0;
     virtual void Destroy() = 0;
 
     void Do(uint64_t what) {
@@ -51,9 +56,13 @@ class Side {
         if (kind < 1000) {
             Record(text);
         } else if (kind < 3700) {
-            Add(text.c_str());
-        } else if (kind < 3900) {
+            Add(text.c_str(), Store());
+        } else if (kind < 3860) {
             matches_ += Update(text.c_str());
+        } else if (kind < 3880) {
+            AddToACopy(static_cast<uint32_t>(what >> 40U) % kSlots, text);
+        } else if (kind < 3900) {
+            EmptySlot(static_cast<uint32_t>(what >> 40U) % kSlots, text);
         } else if (kind < 3980) {
             // At the end, beyond it, so that a gap is left, or even outside the store.
             Store().nextIndex = FirstEmpty() + static_cast<uint32_t>(kind % 2);
@@ -83,7 +92,7 @@ class Side {
         *time = {static_cast<uint16_t>(hooks_), 0, 0, 0, 0, 0, {}};
         std::memcpy(&time->reserved, &hooks_, sizeof(time->reserved));
     }
-    // Blocks stay valid to the end: hooks may destroy the store while a record is written.
+    // Released blocks are kept to the end, so that no address returns and a write to one shows.
     void *Allocate() {
         OnHook();
         if (hooks_ % 50 == 0) {
@@ -92,12 +101,68 @@ class Side {
         std::memset(&blocks_.emplace_back(), 0xA5, sizeof(DxrRecord));
         return &blocks_.back();
     }
+    void Release(void *block) {
+        OnHook();
+        Discard(block);
+    }
+    [[nodiscard]] bool ReleasedBlocksAreUntouched() const {
+        return std::all_of(released_.begin(), released_.end(), [](const DxrRecord *record) {
+            const auto *const bytes = reinterpret_cast<const unsigned char *>(record);
+            return std::all_of(bytes, bytes + sizeof(*record),
+                               [](unsigned char byte) { return byte == kReleased; });
+        });
+    }
+    // All blocks that are not released stand in the store, but for those that only a copy had.
+    [[nodiscard]] bool NothingLeaks() {
+        const auto &records = Store().records;
+        const auto empty = std::count(std::begin(records), std::end(records), nullptr);
+        return blocks_.size() - released_.size() - onlyInCopies_ ==
+               kSlots - static_cast<size_t>(empty);
+    }
 
     uint64_t hooks_ = 0;
     uint64_t again_ = 0;  // hooks that called the recorder
     uint64_t matches_ = 0;
+    uint64_t emptied_ = 0;
+    uint64_t copies_ = 0;
 
   private:
+    static constexpr unsigned char kReleased = 0xDD;
+
+    void Discard(void *block) {
+        std::memset(block, kReleased, sizeof(DxrRecord));
+        released_.push_back(static_cast<DxrRecord *>(block));
+    }
+
+    // No hook comes back meanwhile: what it did to the store would be lost on the copy.
+    void AddToACopy(uint32_t slot, const std::string &text) {
+        const int depth = std::exchange(depth_, kDeepest);
+        DxrRecordStore copy = Store();
+        copy.nextIndex = slot;
+        Add(text.c_str(), copy);
+        if (copy.records[slot] != Store().records[slot]) {
+            ++onlyInCopies_;
+        }
+        depth_ = depth;
+        ++copies_;
+    }
+
+    // In place. In a larger store it is the next slot that is written, and the emptying shows in this.
+    void EmptySlot(uint32_t slot, const std::string &text) {
+        DxrRecordStore &store = Store();
+        const bool isSmall = store.records[kSmall] == nullptr;
+        slot = isSmall ? slot % (kSmall + 1) : slot;
+        if (store.records[slot] == nullptr || (!isSmall && store.nextIndex == slot)) {
+            return;
+        }
+        Discard(std::exchange(store.records[slot], nullptr));
+        ++emptied_;
+        if (!isSmall) {
+            store.nextIndex = slot;
+            Record(text);
+        }
+    }
+
     uint32_t FirstEmpty() {
         const auto &records = Store().records;
         return static_cast<uint32_t>(std::find(std::begin(records), std::end(records), nullptr) -
@@ -106,6 +171,8 @@ class Side {
 
     int depth_ = 0;
     std::deque<DxrRecord> blocks_;
+    std::vector<const DxrRecord *> released_;
+    size_t onlyInCopies_ = 0;
 };
 
 class Algorithm : public Side {
@@ -115,7 +182,7 @@ class Algorithm : public Side {
     void Record(const std::string &text) override {
         const std::string marked = text.size() >= 255 ? text.substr(0, 252) + "..." : text;
         if (Update(marked.c_str()) == 0) {
-            Add(marked.c_str());
+            Add(marked.c_str(), store_);
         }
     }
     uint8_t Update(const char *text) override {
@@ -123,38 +190,52 @@ class Algorithm : public Side {
         for (uint32_t i = 0; i < kSlots && store_.records[i] != nullptr; ++i) {
             DxrRecord *const record = store_.records[i];
             if (std::strcmp(record->text, text) == 0) {
-                Time(&record->lastTime);
-                record->count += 1;
+                DxrSysTime time = {};
+                Time(&time);
+                if (store_.records[i] == record) {
+                    record->lastTime = time;
+                    record->count += 1;
+                }
                 matched = 1;
             }
         }
         return matched;
     }
-    void Add(const char *text) override {
-        if (store_.nextIndex >= kSlots) {
-            return;
-        }
-        DxrRecord *&slot = store_.records[store_.nextIndex];
-        if (slot == nullptr) {
+    void Add(const char *text, DxrRecordStore &store) override {
+        while (store.nextIndex < kSlots && store.records[store.nextIndex] == nullptr) {
             void *const block = Allocate();
             if (block == nullptr) {
                 return;
             }
-            slot = static_cast<DxrRecord *>(std::memset(block, 0, sizeof(DxrRecord)));
+            if (store.nextIndex < kSlots && store.records[store.nextIndex] == nullptr) {
+                store.records[store.nextIndex] =
+                    static_cast<DxrRecord *>(std::memset(block, 0, sizeof(DxrRecord)));
+            } else {
+                Release(block);
+            }
         }
+        if (store.nextIndex >= kSlots) {
+            return;
+        }
+        DxrRecord *&slot = store.records[store.nextIndex];
         DxrRecord *const record = slot;
-        Time(&record->firstTime);
-        Time(&record->lastTime);
+        for (DxrSysTime DxrRecord::*const field : {&DxrRecord::firstTime, &DxrRecord::lastTime}) {
+            DxrSysTime time = {};
+            Time(&time);
+            if (slot != record) {
+                return;
+            }
+            record->*field = time;
+        }
         record->count = 1;
         std::snprintf(record->text, sizeof(record->text), "%s", text);
-        store_.nextIndex = (store_.nextIndex + 1) & (kSlots - 1);
+        store.nextIndex = (store.nextIndex + 1) & (kSlots - 1);
     }
     void Destroy() override {
         store_.nextIndex = 0;
         for (DxrRecord *&slot : store_.records) {
             if (slot != nullptr) {
-                OnHook();
-                slot = nullptr;
+                Release(std::exchange(slot, nullptr));
             }
         }
     }
@@ -171,7 +252,9 @@ class Library : public Side {
         g_dxrHooks.memory.allocate = [](uint32_t, uint32_t, const char *, uint32_t) {
             return current_->Allocate();
         };
-        g_dxrHooks.memory.release = [](void *, const char *, uint32_t) { current_->OnHook(); };
+        g_dxrHooks.memory.release = [](void *block, const char *, uint32_t) {
+            current_->Release(block);
+        };
     }
     ~Library() override {
         g_dxrHooks.memory.release = [](void *, const char *, uint32_t) {};
@@ -183,7 +266,7 @@ class Library : public Side {
     uint8_t Update(const char *text) override {
         return DXR_UpdateExistingRecord(text, DXR_GetRecordEntity());
     }
-    void Add(const char *text) override { DXR_AddNewRecord(text, DXR_GetRecordEntity()); }
+    void Add(const char *text, DxrRecordStore &store) override { DXR_AddNewRecord(text, &store); }
     void Destroy() override { DXR_DestroyRecordInfo(); }
 
   private:
@@ -207,8 +290,8 @@ void Compare(Side &library, Side &algorithm) {
 
 void Fill(Side &library, Side &algorithm) {
     for (uint32_t n = 0; library.Store().records[kSlots - 1] == nullptr; ++n) {
-        library.Add(TextOf(n % kTexts).c_str());
-        algorithm.Add(TextOf(n % kTexts).c_str());
+        library.Add(TextOf(n % kTexts).c_str(), library.Store());
+        algorithm.Add(TextOf(n % kTexts).c_str(), algorithm.Store());
     }
 }
 
@@ -229,7 +312,12 @@ TEST(RecorderHooksModel, HooksThatRecordLeaveTheStoreOfTheAlgorithm) {
         ASSERT_NO_FATAL_FAILURE(Compare(library, algorithm));
         full += g_dxrRecord.records[kSlots - 1] != nullptr ? 1 : 0;
     }
+    EXPECT_TRUE(library.ReleasedBlocksAreUntouched());
+    EXPECT_TRUE(algorithm.ReleasedBlocksAreUntouched());
+    EXPECT_TRUE(library.NothingLeaks());
     // The run went where it was meant to go.
+    EXPECT_GT(library.emptied_, 5U);
+    EXPECT_GT(library.copies_, 5U);
     EXPECT_GT(library.again_, 1000U);
     EXPECT_GT(library.matches_, 50U);
     EXPECT_GT(full, 100U);

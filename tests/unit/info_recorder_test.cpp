@@ -435,17 +435,32 @@ TEST_F(RecorderAdd, NewRecordIsZeroedBehindItsText) {
 TEST_F(RecorderAdd, FirstAndLastTimeAreReadOneAfterTheOther) {
     static uint8_t second;
     second = 0;
-    static DxrSysTime *asked[2];
-    g_dxrHooks.time.getSysTime = [](DxrSysTime *time) {
-        asked[second % 2] = time;
-        *time = Time(2024, 1, 1, 0, 0, ++second);
-    };
+    g_dxrHooks.time.getSysTime = [](DxrSysTime *time) { *time = Time(2024, 1, 1, 0, 0, ++second); };
     DXR_AddNewRecord("x", &g_dxrRecord);
     EXPECT_EQ(At(0).firstTime.second, 1);
     EXPECT_EQ(At(0).lastTime.second, 2);
-    EXPECT_EQ(asked[0], &At(0).firstTime);
-    EXPECT_EQ(asked[1], &At(0).lastTime);
     EXPECT_EQ(second, 2);
+}
+
+TEST_F(RecorderAdd, WhatTheTimeHookLeavesUnwrittenStays) {
+    RecordMany(0, kSlots);
+    g_dxrHooks.time.getSysTime = [](DxrSysTime *time) { time->year = 2099; };
+    DxrSysTime expected = kEarly;
+    expected.year = 2099;
+    DXR_AddNewRecord("x", &g_dxrRecord);
+    EXPECT_TRUE(At(0).firstTime == expected);
+    EXPECT_TRUE(At(0).lastTime == expected);
+    DXR_RecordInfo("text 1");
+    EXPECT_TRUE(At(1).firstTime == kEarly);
+    EXPECT_TRUE(At(1).lastTime == expected);
+}
+
+TEST_F(RecorderAdd, ARecordsOwnTextCanBeItsNewText) {
+    RecordMany(0, kSlots);
+    DXR_AddNewRecord(g_dxrRecord.records[0]->text, &g_dxrRecord);
+    EXPECT_STREQ(At(0).text, "text 0");
+    DXR_AddNewRecord(g_dxrRecord.records[1]->text + 2, &g_dxrRecord);
+    EXPECT_STREQ(At(1).text, "xt 1");
 }
 
 TEST_F(RecorderAdd, AddingDoesNotLookForTheText) {

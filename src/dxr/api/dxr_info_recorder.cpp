@@ -8,9 +8,8 @@
 #include <cstring>
 
 #include "dxr/system_time.h"
-#include "dxr_info_recorder_index.h"
+#include "dxr_info_recorder_book.h"
 #include "internal/bounds_checked.h"
-#include "internal/fast_paths.h"
 #include "internal/host_services.h"
 #include "internal/text_writer.h"
 
@@ -19,145 +18,86 @@ constinit DxrRecordStore g_dxrRecord = {};
 namespace {
 
 using dxr::FreeBlock;
-using dxr::RecordIndex;
+using dxr::RecordBook;
+using dxr::RecordText;
 using dxr::TextWriter;
 using dxr::Zeroed;
 
-// Serves g_dxrRecord, for DXR_RecordInfo. Stores of the host's own are walked.
-constinit RecordIndex g_recordIndex = {};
+constinit RecordBook::Index g_recordIndex = {};
+constexpr RecordBook kBook(g_dxrRecord, g_recordIndex);
 
 // Not the default identifier: the host accounts records under 0.
 constexpr uint32_t kRecorderMid = 0;
 
-constexpr uint32_t kLongestText = DXR_RECORD_TEXT_SIZE - 1;
+constexpr int kLongestText = DXR_RECORD_TEXT_SIZE - 1;
 constexpr char kEllipsis[] = "...";
 constexpr uint32_t kEllipsisOffset = DXR_RECORD_TEXT_SIZE - sizeof(kEllipsis);
 
 // A text of the full length may have been cut; that it also may not have been is no matter: every
-// one of this length is marked.
-void MarkPossiblyCut(std::array<char, DXR_RECORD_TEXT_SIZE> &text) {
-    if (strnlen(text.data(), text.size()) == kLongestText) {
+// one of this length is marked. Characters stored after a NUL are no part of the text.
+void MarkPossiblyCut(std::array<char, DXR_RECORD_TEXT_SIZE> &text, int stored) {
+    if (stored == kLongestText && strnlen(text.data(), text.size()) == kLongestText) {
         dxr::snprintf_truncated_s(&text[kEllipsisOffset], sizeof(kEllipsis), "%s", kEllipsis);
     }
 }
 
-// Within the record, which a host may have filled without a terminator.
-bool HoldsText(const DxrRecord &record, const char *text) {
-    return std::strncmp(record.text, text, sizeof(record.text)) == 0;
+// Has the host give the time of the record in `slot`. The hook gets a copy of the old one, which
+// stays if there is no hook, and may do anything to the store: false if it has taken the record out.
+bool ReadTime(const DxrRecordStore &store, uint32_t slot, DxrSysTime DxrRecord::*field) {
+    DxrRecord *const record = store.records[slot];
+    DxrSysTime time = record->*field;
+    DXR_GetSysTime(&time);
+    if (store.records[slot] != record) {
+        return false;
+    }
+    record->*field = time;
+    return true;
 }
 
-void Refresh(DxrRecord &record) {
-    DXR_GetSysTime(&record.lastTime);
-    ++record.count;
-}
-
-// Does not stop at the first match: records added past the lookup can hold equal texts, and all of
-// them count.
-bool RefreshMatching(DxrRecordStore &store, const char *text) {
+// Gives every record of a text the present time as its last and 1 more in its count. `find` gives
+// the first of their slots from a slot on. Does not stop at the first match: records added past the
+// lookup can hold equal texts, and all of them count.
+template <typename Find>
+bool RefreshAll(DxrRecordStore &store, Find find) {
     bool matched = false;
-    for (DxrRecord *record : store.records) {
-        if (record == nullptr) {
-            break;
+    for (uint32_t slot = find(0); slot != RecordBook::kNone; slot = find(slot + 1)) {
+        if (ReadTime(store, slot, &DxrRecord::lastTime)) {
+            ++store.records[slot]->count;
         }
-        if (HoldsText(*record, text)) {
-            Refresh(*record);
-            matched = true;
-        }
+        matched = true;
     }
     return matched;
 }
 
-// The same by the index, which is looked at anew behind every hook: it may have changed the store.
-bool RefreshIndexed(const char *text, uint32_t hash) {
-    bool matched = false;
-    g_recordIndex.Follow(g_dxrRecord);
-    for (uint32_t slot = g_recordIndex.First(hash); slot != RecordIndex::kNone;
-         slot = g_recordIndex.Next(slot, hash)) {
-        DxrRecord *const record = g_dxrRecord.records[slot];
-        if (record == nullptr) {
-            break;
-        }
-        if (HoldsText(*record, text)) {
-            Refresh(*record);
-            matched = true;
-            g_recordIndex.Follow(g_dxrRecord);
-        }
-    }
-    return matched;
+bool NextSlotIsEmpty(const DxrRecordStore &store) {
+    return store.nextIndex < DXR_RECORD_COUNT && store.records[store.nextIndex] == nullptr;
 }
 
-// Makes a change that leaves `record` in `slot` and gives the hash of its text; no hook is called. The
-// records of a copy of g_dxrRecord are those of g_dxrRecord itself.
-template <typename Make>
-void ChangeSlot(const DxrRecordStore &store, uint32_t slot, const DxrRecord *record, Make make) {
-    if (dxr::kFastPaths && (&store == &g_dxrRecord || g_dxrRecord.records[slot] == record)) {
-        g_recordIndex.Change(g_dxrRecord, slot, record, make);
-    } else {
-        make();
-    }
-}
-
-void ForgetIndex() {
-    if constexpr (dxr::kFastPaths) {
-        g_recordIndex.Forget();
-    }
-}
-
-// The record of the slot, allocated and zeroed if the slot is empty; null if that fails. An
-// occupied one is handed out as it is: its fields are overwritten, and without a time hook its old
-// times stay.
-DxrRecord *OccupySlot(DxrRecordStore &store, uint32_t slot) {
-    if (store.records[slot] == nullptr) {
+// Sees to it that there is a record in the slot at the next index. An occupied one stays as it is:
+// its fields are overwritten, and without a time hook its old times stay.
+bool OccupyNextSlot(DxrRecordStore &store) {
+    while (NextSlotIsEmpty(store)) {
         Zeroed<DxrRecord> block(kRecorderMid);
         if (block.Get() == nullptr) {
-            return nullptr;
+            return false;
         }
-        DxrRecord *const record = block.Release();
-        ChangeSlot(store, slot, record, [&] {
-            store.records[slot] = record;
-            return 0U;  // of an empty text
-        });
-        return record;
+        // Again, since the hook may have recorded; a block that is not needed goes back.
+        if (NextSlotIsEmpty(store)) {
+            kBook.Place(store, block.Release());
+        }
     }
-    return store.records[slot];
+    return store.nextIndex < DXR_RECORD_COUNT;
 }
 
-// Puts a record into the slot at the next index. `writeText` writes its text and gives its hash.
-template <typename WriteText>
-void AddRecord(DxrRecordStore &store, WriteText writeText) {
+// Ends early if a time hook takes the new record out of the store.
+void Add(DxrRecordStore &store, RecordText &text) {
+    if (!OccupyNextSlot(store)) {
+        return;
+    }
     const uint32_t slot = store.nextIndex;
-    if (slot >= DXR_RECORD_COUNT) {
-        return;
-    }
-    DxrRecord *const record = OccupySlot(store, slot);
-    if (record == nullptr) {
-        return;
-    }
-    DXR_GetSysTime(&record->firstTime);
-    DXR_GetSysTime(&record->lastTime);
-    ChangeSlot(store, slot, record, [&] {
-        record->count = 1;
-        const uint32_t hash = writeText(record->text);
-        store.nextIndex = (store.nextIndex + 1) & (DXR_RECORD_COUNT - 1);
-        return hash;
-    });
-}
-
-// Up to so many records are sooner walked than a text is hashed.
-constexpr uint32_t kFewRecords = 8;
-
-// Records a text in g_dxrRecord, by the index.
-void RecordIndexed(const char *text) {
-    if (g_dxrRecord.records[kFewRecords] == nullptr && RefreshMatching(g_dxrRecord, text)) {
-        return;
-    }
-    const size_t length = strnlen(text, DXR_RECORD_TEXT_SIZE);
-    const uint32_t hash = dxr::RecordHash(text, length);
-    if (!RefreshIndexed(text, hash)) {
-        AddRecord(g_dxrRecord, [=](char(&to)[DXR_RECORD_TEXT_SIZE]) {
-            dxr::memcpy_s(to, sizeof(to), text, length + 1);
-            return hash;
-        });
+    if (ReadTime(store, slot, &DxrRecord::firstTime) &&
+        ReadTime(store, slot, &DxrRecord::lastTime)) {
+        kBook.Write(store, slot, text);
     }
 }
 
@@ -174,10 +114,10 @@ void AppendRecord(TextWriter &writer, uint32_t slot, const DxrRecord &record) {
 }  // namespace
 
 void DXR_RecordInfo(const char *format, ...) {
-    std::array<char, DXR_RECORD_TEXT_SIZE> text;  // not cleared: nobody sees past its terminator
+    std::array<char, DXR_RECORD_TEXT_SIZE> buffer;  // not cleared: nobody sees past its terminator
     std::va_list args;
     va_start(args, format);
-    const int stored = dxr::vsnprintf_truncated_s(text.data(), text.size(), format, args);
+    const int stored = dxr::vsnprintf_truncated_s(buffer.data(), buffer.size(), format, args);
     va_end(args);
     if (stored < 0) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
@@ -186,11 +126,10 @@ void DXR_RecordInfo(const char *format, ...) {
         }
         return;
     }
-    MarkPossiblyCut(text);
-    if constexpr (dxr::kFastPaths) {
-        RecordIndexed(text.data());
-    } else if (DXR_UpdateExistingRecord(text.data(), &g_dxrRecord) == 0) {
-        DXR_AddNewRecord(text.data(), &g_dxrRecord);
+    MarkPossiblyCut(buffer, stored);
+    RecordText text(buffer.data());
+    if (!RefreshAll(g_dxrRecord, [&](uint32_t from) { return kBook.Find(text, from); })) {
+        Add(g_dxrRecord, text);
     }
 }
 
@@ -198,26 +137,25 @@ uint8_t DXR_UpdateExistingRecord(const char *text, DxrRecordStore *store) {
     if (text == nullptr || store == nullptr) {
         return 0;
     }
-    return RefreshMatching(*store, text) ? 1 : 0;
+    const RecordText wanted(text);
+    const auto walk = [&](uint32_t from) { return RecordBook::Walk(*store, wanted, from); };
+    return RefreshAll(*store, walk) ? 1 : 0;
 }
 
 void DXR_AddNewRecord(const char *text, DxrRecordStore *store) {
     if (text == nullptr || store == nullptr) {
         return;
     }
-    AddRecord(*store, [text](char(&to)[DXR_RECORD_TEXT_SIZE]) {
-        dxr::snprintf_truncated_s(to, sizeof(to), "%s", text);
-        return dxr::kFastPaths ? dxr::RecordHash(to, strnlen(to, sizeof(to))) : 0U;
-    });
+    RecordText added(text);
+    Add(*store, added);
 }
 
 void DXR_DestroyRecordInfo(void) {
     g_dxrRecord.nextIndex = 0;
-    for (DxrRecord *&slot : g_dxrRecord.records) {
-        if (slot != nullptr) {
-            FreeBlock(slot);
-            slot = nullptr;
-            ForgetIndex();  // behind each hook, which may have recorded a text
+    for (uint32_t slot = 0; slot < DXR_RECORD_COUNT; ++slot) {
+        // Out of the store before it is released: the hook may record a text.
+        if (DxrRecord *const record = kBook.TakeOut(slot)) {
+            FreeBlock(record);
         }
     }
 }
