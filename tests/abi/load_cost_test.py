@@ -9,7 +9,7 @@ import re
 import subprocess
 import sys
 
-MOST_RELOCATIONS = 61
+MOST_RELOCATIONS = 66
 MOST_READ_ONLY_BYTES = 120 * 1024
 MOST_INITIALISED_BYTES = 256  # exported objects that begin with a value other than zero
 

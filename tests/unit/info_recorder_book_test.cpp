@@ -2,6 +2,8 @@
 // in place.
 #include "dxr_info_recorder_book.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -11,8 +13,6 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
-
-#include "gtest/gtest.h"
 
 #include "internal/fast_paths.h"
 #include "support/test_host.h"
