@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "internal/fast_paths.h"
+#include "internal/plain_format.h"
+
 namespace dxr {
 namespace {
 
@@ -102,7 +105,10 @@ int vsnprintf_truncated_s(char *buffer, size_t size, const char *format,
     if (!IsUsable(buffer, size) || format == nullptr) {
         return -1;
     }
-    const int length = std::vsnprintf(buffer, size, format, args);
+    int length = kFastPaths ? FormatPlain(buffer, size, format, args) : kNotPlain;
+    if (length == kNotPlain) {
+        length = std::vsnprintf(buffer, size, format, args);
+    }
     if (length < 0) {
         buffer[0] = '\0';
         return -1;

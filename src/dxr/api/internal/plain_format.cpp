@@ -1,0 +1,344 @@
+#include "internal/plain_format.h"
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#include <emmintrin.h>
+#define DXR_READS_AHEAD
+#endif
+
+namespace dxr {
+namespace {
+
+// Wider fields are the C library's.
+constexpr int kWidestField = 128;
+
+// The text on its way. It gathers where more may be stored than counts, so that short pieces need
+// no regard to their length, and goes to the destination from there.
+class Sink {
+  public:
+    Sink(char *to, size_t size) : to_(to), room_(size - 1) {}
+
+    [[nodiscard]] char *Begin() { return text_; }
+    // Where the next piece goes: a field and some words more may be stored there.
+    char *Reserve(char *out) { return out <= text_ + kGathered ? out : Flush(out); }
+    char *Flush(const char *out) { return Pass(text_, static_cast<size_t>(out - text_)); }
+    // Straight to the destination, after a flush.
+    char *Pass(const char *from, size_t length) {
+        const size_t kept = std::min(length, room_);
+        std::memcpy(to_, from, kept);
+        to_ += kept;
+        room_ -= kept;
+        total_ += length;
+        return text_;
+    }
+    int Finish(const char *out) {
+        Flush(out);
+        *to_ = '\0';
+        return total_ <= INT_MAX ? static_cast<int>(total_) : kNotPlain;
+    }
+
+  private:
+    static constexpr size_t kGathered = 320;
+
+    char *to_;
+    size_t room_;
+    uint64_t total_ = 0;
+    char text_[kGathered + kWidestField + 64];
+};
+
+struct Arguments {
+    std::va_list list;
+};
+
+// Flags by their character.
+constexpr uint64_t Bit(char flag) {
+    return 1ULL << flag;
+}
+constexpr uint64_t kFlags = Bit(' ') | Bit('#') | Bit('+') | Bit('-') | Bit('0');
+
+// What stands between a % and its conversion.
+struct Field {
+    uint64_t flags = 0;
+    int width = 0;
+    int precision = -1;  // none
+
+    [[nodiscard]] bool Has(uint64_t wanted) const { return (flags & wanted) != 0; }
+};
+
+// A number, or the argument for a star; false when it is beyond the widest field.
+inline bool ReadNumber(const char *&at, Arguments &args, int &number) {
+    if (*at == '*') {
+        ++at;
+        number = va_arg(args.list, int);
+    } else {
+        for (number = 0; *at >= '0' && *at <= '9' && number <= kWidestField; ++at) {
+            number = number * 10 + (*at - '0');
+        }
+    }
+    return number >= -kWidestField && number <= kWidestField;
+}
+
+inline bool ReadField(const char *&at, Arguments &args, Field &field) {
+    for (; *at > 0 && *at < 64 && (kFlags >> *at & 1) != 0; ++at) {
+        field.flags |= Bit(*at);
+    }
+    if (!ReadNumber(at, args, field.width)) {
+        return false;
+    }
+    if (field.width < 0) {
+        field.flags |= Bit('-');
+        field.width = -field.width;
+    }
+    return *at != '.' || ReadNumber(++at, args, field.precision);
+}
+
+// The size of an integer argument.
+inline size_t ReadLength(const char *&at) {
+    switch (*at) {
+        case 'h':
+            return *++at != 'h' ? sizeof(short) : (++at, sizeof(char));
+        case 'l':
+            return *++at != 'l' ? sizeof(long) : (++at, sizeof(long long));
+        case 'j':
+            return ++at, sizeof(intmax_t);
+        case 'z':
+        case 't':
+            return ++at, sizeof(size_t);
+        default:
+            return sizeof(int);
+    }
+}
+
+// Eight digits, a byte each, the first in the lowest: halves, quarters and eighths of a word, all
+// of one level at a time. No table that a cold call would wait for.
+inline uint64_t EightDecimal(uint64_t number) {
+    uint64_t digits = number / 10000 | (number % 10000) << 32;
+    const uint64_t hundreds = digits * 5243 >> 19 & 0x0000007F0000007F;
+    digits = hundreds | (digits - hundreds * 100) << 16;
+    const uint64_t tens = digits * 103 >> 10 & 0x000F000F000F000F;
+    return tens | (digits - tens * 10) << 8;
+}
+
+// The same for digits of so many bits.
+template <unsigned kBits>
+inline uint64_t EightBinary(uint64_t number) {
+    constexpr uint64_t kHalf = (1U << (4 * kBits)) - 1;
+    constexpr uint64_t kQuarter = ((1U << (2 * kBits)) - 1) * 0x0000000100000001;
+    constexpr uint64_t kEighth = ((1U << kBits) - 1) * 0x0001000100010001;
+    uint64_t digits = number >> (4 * kBits) | (number & kHalf) << 32;
+    digits = (digits >> (2 * kBits) & kQuarter) | (digits & kQuarter) << 16;
+    return (digits >> kBits & kEighth) | (digits & kEighth) << 8;
+}
+
+// Digits to characters; `letter` stands for the digit 10.
+inline uint64_t Characters(uint64_t digits, char letter) {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    const uint64_t letters = (digits + kOnes * 6) >> 4 & kOnes;
+    return digits + kOnes * '0' + letters * static_cast<uint64_t>(letter - '9' - 1);
+}
+
+// Up to eight characters, the first in the lowest byte.
+inline void Store(char *out, uint64_t characters) {
+    if constexpr (std::endian::native == std::endian::big) {
+        characters = __builtin_bswap64(characters);
+    }
+    std::memcpy(out, &characters, sizeof(characters));
+}
+
+inline char *Fill(char *out, char character, int count) {
+    if (count > 0) {
+        std::memset(out, character, 16);
+        if (count > 16) {
+            std::memset(out + 16, character, static_cast<size_t>(count - 16));
+        }
+        out += count;
+    }
+    return out;
+}
+
+struct Digits {
+    uint64_t top;  // without leading zeros
+    int count;
+    int words = 0;  // below the top, the last digits first
+    uint64_t lower[2];
+};
+
+// `kLimit`: the first number of nine digits.
+template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
+inline Digits Split(uint64_t number, char letter = 'a') {
+    Digits digits;
+    for (; number >= kLimit; number /= kLimit) {
+        digits.lower[digits.words++] = Characters(kEight(number % kLimit), letter);
+    }
+    const uint64_t top = kEight(number);
+    const int leading = std::countr_zero(top | 1ULL << 63) / 8;
+    digits.top = Characters(top, letter) >> (8 * leading);
+    digits.count = 8 * (digits.words + 1) - leading;
+    return digits;
+}
+
+constexpr auto Decimal = Split<100000000, EightDecimal>;
+constexpr auto Hexadecimal = Split<1ULL << 32, EightBinary<4>>;
+constexpr auto Octal = Split<1U << 24, EightBinary<3>>;
+
+inline char *PutNumber(char *out, const Field &field, const Digits &digits, uint64_t prefix,
+                       int prefixLength) {
+    int zeros = std::max(field.precision - digits.count, 0);
+    int padding = std::max(field.width - prefixLength - zeros - digits.count, 0);
+    if (field.precision < 0 && (field.flags & (Bit('0') | Bit('-'))) == Bit('0')) {
+        zeros = padding;
+        padding = 0;
+    }
+    out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
+    Store(out, prefix);
+    out = Fill(out + prefixLength, '0', zeros);
+    Store(out, digits.top);
+    out += digits.count - 8 * digits.words;
+    for (int word = digits.words; word > 0; out += 8) {
+        Store(out, digits.lower[--word]);
+    }
+    return Fill(out, ' ', field.Has(Bit('-')) ? padding : 0);
+}
+
+inline char *PutText(Sink &sink, char *out, const Field &field, const char *text, size_t length) {
+    if (length > kWidestField) {
+        sink.Flush(out);
+        return sink.Pass(text, length);
+    }
+    const int padding = field.width - static_cast<int>(length);
+    out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
+    std::memcpy(out, text, length);
+    return Fill(out + length, ' ', field.Has(Bit('-')) ? padding : 0);
+}
+
+// Up to the next % or the end.
+inline char *PutLiteral(Sink &sink, char *out, const char *&at) {
+    for (;;) {
+        out = sink.Reserve(out);
+#ifdef DXR_READS_AHEAD
+        // Reads behind the terminator, never on another page.
+        constexpr uintptr_t kPage = 4096;
+        if (reinterpret_cast<uintptr_t>(at) % kPage <= kPage - sizeof(__m128i)) {
+            const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(out), text);
+            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8('%')),
+                                              _mm_cmpeq_epi8(text, _mm_setzero_si128()));
+            const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends));
+            const int length = std::countr_zero(mask | 1U << 16);
+            at += length;
+            out += length;
+            if (mask != 0) {
+                return out;
+            }
+            continue;
+        }
+#endif
+        if (*at == '%' || *at == '\0') {
+            return out;
+        }
+        *out++ = *at++;
+    }
+}
+
+// Null for what the C library must do: also null texts and pointers, a number 0 with a precision of
+// 0, and octal numbers with #.
+inline char *PutConversion(Sink &sink, char *out, const char *&at, Arguments &args) {
+    if (*at == '%') {
+        *out = *at++;
+        return out + 1;
+    }
+    Field field;
+    if (*at < 'A' && !ReadField(at, args, field)) {
+        return nullptr;
+    }
+    const char *const modifier = at;
+    const size_t bytes = ReadLength(at);
+    const bool isBare = modifier == at && !field.Has(~Bit('-'));
+    const size_t unused = 64 - 8 * bytes;
+    const auto integer = [&] {  // in the uppermost bytes; types of one size are passed alike
+        const auto number = bytes == 8 ? va_arg(args.list, int64_t) : va_arg(args.list, int32_t);
+        return static_cast<uint64_t>(number) << unused;
+    };
+    Digits digits;
+    uint64_t prefix = 0;
+    int prefixLength = 0;
+    switch (const char conversion = *at++) {
+        case 'd':
+        case 'i': {
+            const uint64_t number = integer();
+            const bool isNegative = static_cast<int64_t>(number) < 0;
+            digits = Decimal((isNegative ? 0 - number : number) >> unused, 'a');
+            prefix = isNegative ? '-' : field.Has(Bit('+')) ? '+' : ' ';
+            prefixLength = isNegative || field.Has(Bit('+') | Bit(' ')) ? 1 : 0;
+            break;
+        }
+        case 'u':
+            digits = Decimal(integer() >> unused, 'a');
+            break;
+        case 'x':
+        case 'X': {
+            const uint64_t number = integer() >> unused;
+            digits = Hexadecimal(number, static_cast<char>(conversion - 'x' + 'a'));
+            prefix = '0' | static_cast<uint64_t>(conversion) << 8;
+            prefixLength = field.Has(Bit('#')) && number != 0 ? 2 : 0;
+            break;
+        }
+        case 'o':
+            digits = Octal(integer() >> unused, 'a');
+            if (field.Has(Bit('#'))) {
+                return nullptr;
+            }
+            break;
+        case 'p': {
+            const auto *const address = isBare ? va_arg(args.list, const void *) : nullptr;
+            if (address == nullptr || field.precision >= 0) {
+                return nullptr;
+            }
+            digits = Hexadecimal(reinterpret_cast<uintptr_t>(address), 'a');
+            prefix = '0' | 'x' << 8;
+            prefixLength = 2;
+            break;
+        }
+        case 'c': {
+            const auto character = static_cast<char>(isBare ? va_arg(args.list, int) : 0);
+            return isBare ? PutText(sink, out, field, &character, 1) : nullptr;
+        }
+        case 's': {
+            const char *const text = isBare ? va_arg(args.list, const char *) : nullptr;
+            if (text == nullptr) {
+                return nullptr;
+            }
+            const auto limit = static_cast<size_t>(field.precision);
+            return PutText(sink, out, field, text,
+                           field.precision < 0 ? std::strlen(text) : strnlen(text, limit));
+        }
+        default:
+            return nullptr;
+    }
+    const bool isEmpty = field.precision == 0 && digits.top == '0' && digits.count == 1;
+    return isEmpty ? nullptr : PutNumber(out, field, digits, prefix, prefixLength);
+}
+
+}  // namespace
+
+int FormatPlain(char *buffer, size_t size, const char *format, std::va_list args) noexcept {
+    Arguments arguments;
+    va_copy(arguments.list, args);
+    Sink sink(buffer, size);
+    char *out = PutLiteral(sink, sink.Begin(), format);
+    while (out != nullptr && *format != '\0') {
+        out = PutConversion(sink, out, ++format, arguments);
+        if (out != nullptr) {
+            out = PutLiteral(sink, out, format);
+        }
+    }
+    va_end(arguments.list);
+    return out != nullptr ? sink.Finish(out) : kNotPlain;
+}
+
+}  // namespace dxr

@@ -1,0 +1,496 @@
+// The hidden source is compiled into this test. What is right is what the C library prints.
+#include "internal/plain_format.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <clocale>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "internal/bounds_checked.h"
+#include "support/test_host.h"
+
+// Formats are made at run time here.
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+#pragma GCC diagnostic ignored "-Wformat-truncation"
+
+namespace {
+
+using dxrtest::GuardedBuffer;
+
+int Plain(char *buffer, size_t size, const char *format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    const int length = dxr::FormatPlain(buffer, size, format, args);
+    va_end(args);
+    return length;
+}
+
+constexpr size_t kRoom = 2048;
+
+enum class Must { kExpand, kMayHandOver, kHandOver };
+
+// At one size: the text, what is stored and every byte of the buffer are the C library's.
+template <typename... Args>
+void CompareAt(size_t size, Must must, const char *format, Args... args) {
+    static char expected[kRoom + 64];
+    static char actual[kRoom + 64];
+    ASSERT_LE(size, kRoom);
+    const int length = std::snprintf(expected, size, format, args...);
+    // Up to some bytes behind the text, or behind the buffer where that ends before.
+    const size_t watched = std::min(size, static_cast<size_t>(length < 0 ? 0 : length)) + 40;
+    std::memset(expected, GuardedBuffer::kFill, watched);
+    std::memset(actual, GuardedBuffer::kFill, watched);
+    std::snprintf(expected, size, format, args...);
+    if (size != 0) {
+        const int plain = Plain(actual, size, format, args...);
+        if (plain != dxr::kNotPlain) {
+            ASSERT_NE(Must::kHandOver, must) << format;
+            ASSERT_EQ(length, plain) << format << " size " << size;
+            ASSERT_EQ(0, std::memcmp(expected, actual, watched))
+                << format << " size " << size << "\n[" << expected << "]\n[" << actual << "]";
+        } else {
+            ASSERT_NE(Must::kExpand, must) << format;
+            const char *const end = actual + std::min(size, watched);
+            ASSERT_TRUE(std::all_of(end, const_cast<const char *>(actual) + watched, [](char c) {
+                return c == static_cast<char>(GuardedBuffer::kFill);
+            })) << format;
+        }
+        std::memset(actual, GuardedBuffer::kFill, watched);
+    }
+    const int stored = dxr::snprintf_truncated_s(actual, size, format, args...);
+    if (size == 0 || length < 0) {
+        ASSERT_EQ(-1, stored) << format;
+    } else {
+        ASSERT_EQ(std::min(length, static_cast<int>(size) - 1), stored) << format;
+        ASSERT_EQ(0, std::memcmp(expected, actual, watched)) << format << " size " << size;
+    }
+}
+
+template <typename... Args>
+void Compare(Must must, const char *format, Args... args) {
+    CompareAt(kRoom, must, format, args...);
+}
+
+template <typename... Args>
+void CompareAtEverySize(Must must, const char *format, Args... args) {
+    const int length = std::snprintf(nullptr, 0, format, args...);
+    for (size_t size = 0; size <= static_cast<size_t>(length) + 2; ++size) {
+        CompareAt(size, must, format, args...);
+    }
+}
+
+constexpr char kFlagCharacters[] = "-0+# ";
+
+std::string Flags(unsigned set) {
+    std::string flags;
+    for (unsigned i = 0; i < 5; ++i) {
+        if ((set >> i & 1) != 0) {
+            flags += kFlagCharacters[i];
+        }
+    }
+    return flags;
+}
+
+// A width or a precision: its text, and the argument if that is a star.
+struct Number {
+    const char *text;
+    bool isStar;
+    int value;
+};
+
+constexpr Number kWidths[] = {{"", false, 0},  {"1", false, 0}, {"5", false, 0},  {"20", false, 0},
+                              {"*", true, 11}, {"*", true, 0},  {"*", true, -11}, {"12", false, 0}};
+constexpr Number kPrecisions[] = {{"", false, 0},   {".", false, 0},   {".0", false, 0},
+                                  {".3", false, 0}, {".20", false, 0}, {".*", true, 7},
+                                  {".*", true, 0},  {".*", true, -7}};
+
+// Every field before one conversion, with an argument.
+template <typename T>
+void CompareFields(const std::string &conversion, T argument,
+                   Must must(unsigned flags, bool precise)) {
+    for (unsigned set = 0; set < 32; ++set) {
+        for (const Number &width : kWidths) {
+            for (const Number &precision : kPrecisions) {
+                const std::string format =
+                    "<%" + Flags(set) + width.text + precision.text + conversion + ">";
+                const char *const f = format.c_str();
+                const Must expected = must(set, precision.text[0] != '\0');
+                const size_t size = set % 3 == 0 ? kRoom : 1 + (set * 7 + conversion.size()) % 24;
+                if (width.isStar && precision.isStar) {
+                    CompareAt(size, expected, f, width.value, precision.value, argument);
+                } else if (width.isStar) {
+                    CompareAt(size, expected, f, width.value, argument);
+                } else if (precision.isStar) {
+                    CompareAt(size, expected, f, precision.value, argument);
+                } else {
+                    CompareAt(size, expected, f, argument);
+                }
+                if (testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+    }
+}
+
+Must Always(unsigned, bool) {
+    return Must::kExpand;
+}
+Must OnlyLeft(unsigned flags, bool) {
+    return (flags & ~1U) == 0 ? Must::kExpand : Must::kMayHandOver;
+}
+Must OnlyLeftAndVague(unsigned flags, bool precise) {
+    return precise ? Must::kMayHandOver : OnlyLeft(flags, precise);
+}
+
+Must AlwaysButOctalMarks(unsigned flags, bool) {
+    return (flags & 8U) == 0 ? Must::kExpand : Must::kMayHandOver;
+}
+Must Vague(unsigned, bool precise) {
+    return precise ? Must::kMayHandOver : Must::kExpand;
+}
+Must Never(unsigned, bool) {
+    return Must::kMayHandOver;
+}
+
+template <typename T>
+void CompareIntegers(const std::string &modifier) {
+    constexpr T kMost = static_cast<T>(static_cast<uint64_t>(-1) >> (65 - 8 * sizeof(T)));
+    std::vector<T> numbers = {0,     1,        -1,        7,     8,
+                              9,     10,       99,        100,   127,
+                              128,   255,      256,       32767, -32768,
+                              65535, 99999999, 100000000, kMost, static_cast<T>(-kMost - 1)};
+    std::mt19937_64 random(dxrtest::Seed());
+    numbers.push_back(static_cast<T>(random()));
+    if constexpr (sizeof(T) == 8) {
+        for (const uint64_t number :
+             std::initializer_list<uint64_t>{4294967295U, 4294967296U, 9999999999999999U,
+                                             10000000000000000U, 10000000000000000000U, 1U << 24}) {
+            numbers.push_back(static_cast<T>(number));
+        }
+    }
+    for (const char conversion : {'d', 'i', 'u', 'x', 'X', 'o'}) {
+        for (const T number : numbers) {
+            // The number 0 with a precision of 0 has no digits.
+            CompareFields(modifier + conversion, number,
+                          conversion == 'o' ? ((number & 0xFF) == 0 ? Never : AlwaysButOctalMarks)
+                          : (number & 0xFF) == 0 ? Vague
+                                                 : Always);
+        }
+    }
+}
+
+TEST(PlainFormat, EveryFieldOfIntegers) {
+    CompareIntegers<int>("");
+    CompareIntegers<int>("h");
+    CompareIntegers<int>("hh");
+    CompareIntegers<long>("l");
+    CompareIntegers<long long>("ll");
+    CompareIntegers<intmax_t>("j");
+    CompareIntegers<ssize_t>("z");
+    CompareIntegers<ptrdiff_t>("t");
+}
+
+TEST(PlainFormat, EveryFieldOfCharactersTextsAndPointers) {
+    for (const int character : {int{'a'}, int{'%'}, 0, 255, 256 + 'b', -1}) {
+        CompareFields("c", character, OnlyLeft);
+    }
+    const std::string texts[] = {"",
+                                 "a",
+                                 "sevench",
+                                 "eightchr",
+                                 "ninechars",
+                                 "fifteen letters",
+                                 "sixteen letters.",
+                                 std::string(40, 'l'),
+                                 std::string(127, 'm'),
+                                 std::string(128, 'n'),
+                                 std::string(129, 'o'),
+                                 std::string(900, 'p')};
+    for (const std::string &text : texts) {
+        CompareFields("s", text.c_str(), OnlyLeft);
+    }
+    CompareFields("s", static_cast<const char *>(nullptr), Never);
+    CompareFields("p", static_cast<const void *>(nullptr), Never);
+    for (const uintptr_t address : {uintptr_t{1}, uintptr_t{0xABCDEF01}, UINTPTR_MAX}) {
+        CompareFields("p", reinterpret_cast<const void *>(address), OnlyLeftAndVague);
+    }
+}
+
+TEST(PlainFormat, EverySizeCutsWhereTheCLibraryCuts) {
+    const std::string longText(700, 'x');
+    CompareAtEverySize(Must::kExpand, "");
+    CompareAtEverySize(Must::kExpand, "a line without a conversion");
+    CompareAtEverySize(Must::kExpand, "100%%");
+    CompareAtEverySize(Must::kExpand, "%5d|%-5d|%05d|%+d|%#x|%c|%s|%p", 12, 34, 56, 78, 0x9aU, 'b',
+                       "text", static_cast<const void *>(longText.c_str()));
+    CompareAtEverySize(Must::kExpand, "%s", longText.c_str());
+    CompareAtEverySize(Must::kExpand, "before %s after %d", longText.c_str(), 5);
+    CompareAtEverySize(Must::kExpand, "%128d%-128d%0128d%.128d", 1, 2, 3, 4);
+    CompareAtEverySize(Must::kExpand, (longText + "%d" + longText).c_str(), 77);
+    CompareAtEverySize(Must::kExpand, "%llu %llo %c end", ULLONG_MAX, ULLONG_MAX, 0);
+    CompareAtEverySize(Must::kHandOver, "before %s after %f", longText.c_str(), 5.5);
+}
+
+TEST(PlainFormat, WhatItDoesNotKnowIsHandedOver) {
+    int count = 0;
+    Compare(Must::kHandOver, "a%nb", &count);
+    EXPECT_EQ(1, count);
+    Compare(Must::kHandOver, "%f %e %g %a", 1.5, 2.5, 3.5, 4.5);
+    Compare(Must::kHandOver, "%5.2f", 1.25);
+    Compare(Must::kHandOver, "%Lf", 1.5L);
+    Compare(Must::kHandOver, "%lc", L'a');
+    Compare(Must::kHandOver, "%ls", L"abc");
+    Compare(Must::kHandOver, "%S", L"abc");
+    Compare(Must::kHandOver, "%C", L'a');
+    Compare(Must::kHandOver, "%2$d %1$d", 1, 2);
+    Compare(Must::kHandOver, "%'d", 1234567);
+    Compare(Must::kHandOver, "%Id", 1234567);
+    Compare(Must::kHandOver, "%m");
+    Compare(Must::kHandOver, "%qd", 1LL);
+    Compare(Must::kHandOver, "%Ld", 1LL);
+    Compare(Must::kHandOver, "%lld%llld", 1LL, 2LL);
+    Compare(Must::kHandOver, "%hld", 1);
+    Compare(Must::kHandOver, "%5%");
+    Compare(Must::kHandOver, "%5-d", 1);
+    Compare(Must::kHandOver, "%.-5d", 1);
+    Compare(Must::kHandOver, "%y", 1);
+    Compare(Must::kHandOver, "%129d", 1);
+    Compare(Must::kHandOver, "%1000d", 1);
+    Compare(Must::kHandOver, "%.1000d", 1);
+    Compare(Must::kHandOver, "%2147483648d", 1);
+    Compare(Must::kHandOver, "%99999999999999999999d", 1);
+    // Two thousand million blanks are slow to come: only that they are left to the C library.
+    char buffer[8];
+    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%2147483647d", 1));
+    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%*d", INT_MAX, 1));
+    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%.*d", INT_MAX, 1));
+    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%*d", INT_MIN, 1));
+    Compare(Must::kMayHandOver, "%.*d", INT_MIN, 1);
+    for (const char *lone : {"%", "text %", "%5", "%-", "%.", "%l", "%hh", "%0"}) {
+        Compare(Must::kHandOver, lone);
+    }
+}
+
+TEST(PlainFormat, TheFailureOfTheCLibraryIsTheFailureOfTheLine) {
+    ASSERT_STREQ("C", std::setlocale(LC_CTYPE, nullptr));
+    Compare(Must::kHandOver, "abc %d %ls", 1, L"\x20AC");
+}
+
+// Memory up to the very end of a page, with none after it.
+class PageEnd {
+  public:
+    PageEnd() : page_(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
+        void *const block =
+            mmap(nullptr, 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (block == MAP_FAILED ||
+            mprotect(static_cast<char *>(block) + page_, page_, PROT_NONE) != 0) {
+            std::abort();
+        }
+        end_ = static_cast<char *>(block) + page_;
+    }
+    ~PageEnd() { munmap(end_ - page_, 2 * page_); }
+    PageEnd(const PageEnd &) = delete;
+    PageEnd &operator=(const PageEnd &) = delete;
+
+    char *Put(const char *bytes, size_t count) {
+        return static_cast<char *>(std::memcpy(end_ - count, bytes, count));
+    }
+
+  private:
+    size_t page_;
+    char *end_;
+};
+
+TEST(PlainFormat, TextIsNotReadBehindItsPrecision) {
+    PageEnd memory;
+    const std::string letters(200, 't');
+    for (int length = 0; length <= 128; ++length) {
+        const char *const text = memory.Put(letters.data(), static_cast<size_t>(length));
+        Compare(Must::kExpand, "%.*s|", length, text);
+        Compare(Must::kExpand, "%40.*s|", length, text);
+        Compare(Must::kExpand, "%-40.*s|", length, text);
+        if (length > 0) {
+            Compare(Must::kExpand, "%.*s|", length - 1, text);
+        }
+    }
+}
+
+TEST(PlainFormat, FormatsAndTextsMayEndWithTheirPage) {
+    PageEnd memory;
+    for (size_t length = 0; length <= 70; ++length) {
+        std::string text(length, 'f');
+        Compare(Must::kExpand, "%s|%5s|", memory.Put(text.c_str(), length + 1), "text");
+        Compare(Must::kExpand, memory.Put(text.c_str(), length + 1));
+        for (size_t at = 0; at + 2 <= length; ++at) {
+            std::string format = text;
+            format.replace(at, 2, "%d");
+            Compare(Must::kExpand, memory.Put(format.c_str(), length + 1), 1234);
+        }
+    }
+}
+
+TEST(PlainFormat, ATextBeyondIntMaxFails) {
+    // One piece mapped again and again, so that the text is long and the memory is not.
+    constexpr size_t kPiece = size_t{1} << 20;
+    constexpr size_t kPieces = 2048;
+    char name[] = "/tmp/plain_format_XXXXXX";
+    const int file = mkstemp(name);
+    ASSERT_GE(file, 0);
+    ASSERT_EQ(0, unlink(name));
+    const std::string piece(kPiece, 'x');
+    ASSERT_EQ(static_cast<ssize_t>(kPiece), write(file, piece.data(), kPiece));
+    auto *const text =
+        static_cast<char *>(mmap(nullptr, kPiece * kPieces + 4096, PROT_READ | PROT_WRITE,
+                                 MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    ASSERT_NE(MAP_FAILED, static_cast<void *>(text));
+    for (size_t i = 0; i < kPieces; ++i) {
+        ASSERT_EQ(static_cast<void *>(text + i * kPiece),
+                  mmap(text + i * kPiece, kPiece, PROT_READ | PROT_WRITE,
+                       MAP_SHARED | MAP_FIXED | MAP_POPULATE, file, 0));
+    }
+    // INT_MAX + 1 characters, one fewer behind the first.
+    char buffer[64];
+    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%s", text));
+    EXPECT_EQ(-1, dxr::snprintf_truncated_s(buffer, sizeof(buffer), "%s", text));
+    EXPECT_STREQ("", buffer);
+    EXPECT_EQ(INT_MAX, Plain(buffer, sizeof(buffer), "%s", text + 1));
+    EXPECT_EQ(std::string(sizeof(buffer) - 1, 'x'), buffer);
+    munmap(text, kPiece * kPieces + 4096);
+    close(file);
+}
+
+// Random formats for a fixed order of argument types. An argument of type int may serve as a star.
+class RandomLine {
+  public:
+    explicit RandomLine(uint64_t seed) : random_(seed) {}
+
+    void CheckOne() {
+        format_.clear();
+        ints_.fill(0);
+        slot_ = 0;
+        Literal();
+        for (uint64_t n = random_() % 8; n > 0 && slot_ < kTypes.size(); --n) {
+            Conversion();
+            Literal();
+        }
+        const size_t size = random_() % 4 == 0 ? random_() % 80 : kRoom / 2;
+        const char *const text = texts_[random_() % texts_.size()].c_str();
+        CompareAt(size, Must::kMayHandOver, format_.c_str(), ints_[0], ints_[1], text,
+                  static_cast<long>(Value()), ints_[2], ints_[3], static_cast<long long>(Value()),
+                  random_() % 8 == 0 ? nullptr : text, ints_[4], static_cast<size_t>(Value()),
+                  reinterpret_cast<const void *>(Value()), ints_[5], static_cast<intmax_t>(Value()),
+                  ints_[6], static_cast<ptrdiff_t>(Value()));
+    }
+
+  private:
+    // d: int, and so on by their modifiers.
+    static constexpr std::array<char, 15> kTypes = {'d', 'd', 's', 'l', 'd', 'd', 'L', 's',
+                                                    'd', 'z', 'p', 'd', 'j', 'd', 't'};
+
+    uint64_t Value() {
+        const uint64_t value = random_();
+        return random_() % 8 == 0 ? 0 - (value >> random_() % 64) : value >> random_() % 64;
+    }
+    template <size_t kCount>
+    const char *One(const char *const (&choices)[kCount]) {
+        return choices[random_() % kCount];
+    }
+    int &NextInt() {
+        const auto before =
+            std::count(kTypes.begin(), kTypes.begin() + static_cast<long>(slot_), 'd');
+        ++slot_;
+        return ints_[static_cast<size_t>(before)];
+    }
+    [[nodiscard]] bool IsInt() const { return slot_ + 1 < kTypes.size() && kTypes[slot_] == 'd'; }
+
+    void Literal() {
+        static constexpr char kCharacters[] = "abc XYZ-0.%\x80\xFF\x01$&";
+        for (uint64_t n = random_() % 2 == 0 ? 0 : random_() % 40; n > 0; --n) {
+            const char character = kCharacters[random_() % (sizeof(kCharacters) - 1)];
+            format_ += character;
+            if (character == '%') {
+                format_ += '%';
+            }
+        }
+    }
+    void FieldNumber(const char *const (&choices)[6]) {
+        if (IsInt() && random_() % 4 == 0) {
+            format_ += choices[0];
+            NextInt() = static_cast<int>(random_() % 61) - 30;
+        } else {
+            format_ += choices[1 + random_() % 5];
+        }
+    }
+    void Conversion() {
+        format_ += '%';
+        for (uint64_t n = random_() % 4; n > 0 && random_() % 2 == 0; --n) {
+            format_ += kFlagCharacters[random_() % 5];
+        }
+        FieldNumber({"*", "", "", "2", "8", "31"});
+        FieldNumber({".*", "", "", "", ".2", ".11"});
+        static constexpr const char *kIntegers[] = {"d", "i", "u", "x", "X", "o"};
+        switch (kTypes[slot_]) {
+            case 'd': {
+                const bool isCharacter = random_() % 8 == 0;
+                NextInt() = static_cast<int>(Value());
+                format_ +=
+                    isCharacter ? "c" : std::string(One({"", "", "h", "hh"})) + One(kIntegers);
+                return;
+            }
+            case 's':
+                format_ += 's';
+                break;
+            case 'p':
+                format_ += 'p';
+                break;
+            case 'l':
+                format_ += std::string("l") + One(kIntegers);
+                break;
+            case 'L':
+                format_ += std::string("ll") + One(kIntegers);
+                break;
+            default:
+                format_ += kTypes[slot_];
+                format_ += One(kIntegers);
+        }
+        ++slot_;
+    }
+
+    std::mt19937_64 random_;
+    std::string format_;
+    std::array<int, 7> ints_ = {};
+    size_t slot_ = 0;
+    const std::array<std::string, 6> texts_ = {
+        "", "up", "training", "serdes lost lock", std::string(130, 'q'), std::string(400, 'r')};
+};
+
+// DXR_TEST_FORMATS: how many, for a long run.
+TEST(PlainFormat, RandomFormatsPrintWhatTheCLibraryPrints) {
+    const char *const given = std::getenv("DXR_TEST_FORMATS");
+    const uint64_t count = given != nullptr ? std::strtoull(given, nullptr, 10) : 100000;
+    RandomLine line(dxrtest::Seed());
+    for (uint64_t i = 0; i < count; ++i) {
+        line.CheckOne();
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+    std::printf("random formats: %llu\n", static_cast<unsigned long long>(count));
+}
+
+}  // namespace
