@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <climits>
 #include <cstdint>
 #include <cstring>
 
@@ -14,42 +13,13 @@
 namespace dxr {
 namespace {
 
-// Wider fields are the C library's.
+// Wider fields and longer texts are the C library's.
 constexpr int kWidestField = 128;
+constexpr size_t kLongestText = 1024;
 
-// The text on its way. It gathers where more may be stored than counts, so that short pieces need
-// no regard to their length, and goes to the destination from there.
-class Sink {
-  public:
-    Sink(char *to, size_t size) : to_(to), room_(size - 1) {}
-
-    [[nodiscard]] char *Begin() { return text_; }
-    // Where the next piece goes: a field and some words more may be stored there.
-    char *Reserve(char *out) { return out <= text_ + kGathered ? out : Flush(out); }
-    char *Flush(const char *out) { return Pass(text_, static_cast<size_t>(out - text_)); }
-    // Straight to the destination, after a flush.
-    char *Pass(const char *from, size_t length) {
-        const size_t kept = std::min(length, room_);
-        std::memcpy(to_, from, kept);
-        to_ += kept;
-        room_ -= kept;
-        total_ += length;
-        return text_;
-    }
-    int Finish(const char *out) {
-        Flush(out);
-        *to_ = '\0';
-        return total_ <= INT_MAX ? static_cast<int>(total_) : kNotPlain;
-    }
-
-  private:
-    static constexpr size_t kGathered = 320;
-
-    char *to_;
-    size_t room_;
-    uint64_t total_ = 0;
-    char text_[kGathered + kWidestField + 64];
-};
+// The text gathers where more may be stored than counts: short pieces need no regard to their
+// length. A piece begins within the longest text and is at most a field and its surplus.
+constexpr size_t kSurplus = 64;
 
 struct Arguments {
     std::va_list list;
@@ -71,7 +41,7 @@ struct Field {
 };
 
 // A number, or the argument for a star; false when it is beyond the widest field.
-inline bool ReadNumber(const char *&at, Arguments &args, int &number) {
+[[gnu::always_inline]] inline bool ReadNumber(const char *&at, Arguments &args, int &number) {
     if (*at == '*') {
         ++at;
         number = va_arg(args.list, int);
@@ -83,7 +53,7 @@ inline bool ReadNumber(const char *&at, Arguments &args, int &number) {
     return number >= -kWidestField && number <= kWidestField;
 }
 
-inline bool ReadField(const char *&at, Arguments &args, Field &field) {
+[[gnu::always_inline]] inline bool ReadField(const char *&at, Arguments &args, Field &field) {
     for (; *at > 0 && *at < 64 && (kFlags >> *at & 1) != 0; ++at) {
         field.flags |= Bit(*at);
     }
@@ -98,7 +68,7 @@ inline bool ReadField(const char *&at, Arguments &args, Field &field) {
 }
 
 // The size of an integer argument.
-inline size_t ReadLength(const char *&at) {
+[[gnu::always_inline]] inline size_t ReadLength(const char *&at) {
     switch (*at) {
         case 'h':
             return *++at != 'h' ? sizeof(short) : (++at, sizeof(char));
@@ -150,6 +120,12 @@ inline void Store(char *out, uint64_t characters) {
     std::memcpy(out, &characters, sizeof(characters));
 }
 
+// A size known to be small would be copied by a string instruction, which costs more than a call.
+inline void Copy(char *out, const char *from, size_t length) {
+    asm("" : "+r"(length));
+    std::memcpy(out, from, length);
+}
+
 inline char *Fill(char *out, char character, int count) {
     if (count > 0) {
         std::memset(out, character, 16);
@@ -170,8 +146,7 @@ struct Digits {
 
 // `kLimit`: the first number of nine digits.
 template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
-inline Digits Split(uint64_t number, char letter = 'a') {
-    Digits digits;
+[[gnu::always_inline]] inline void Split(Digits &digits, uint64_t number, char letter = 'a') {
     for (; number >= kLimit; number /= kLimit) {
         digits.lower[digits.words++] = Characters(kEight(number % kLimit), letter);
     }
@@ -179,15 +154,14 @@ inline Digits Split(uint64_t number, char letter = 'a') {
     const int leading = std::countr_zero(top | 1ULL << 63) / 8;
     digits.top = Characters(top, letter) >> (8 * leading);
     digits.count = 8 * (digits.words + 1) - leading;
-    return digits;
 }
 
-constexpr auto Decimal = Split<100000000, EightDecimal>;
-constexpr auto Hexadecimal = Split<1ULL << 32, EightBinary<4>>;
-constexpr auto Octal = Split<1U << 24, EightBinary<3>>;
+constexpr uint64_t kNineDecimal = 100000000;
+constexpr uint64_t kNineHexadecimal = 1ULL << 32;
+constexpr uint64_t kNineOctal = 1U << 24;
 
-inline char *PutNumber(char *out, const Field &field, const Digits &digits, uint64_t prefix,
-                       int prefixLength) {
+[[gnu::always_inline]] inline char *PutNumber(char *out, const Field &field, const Digits &digits,
+                                              uint64_t prefix, int prefixLength) {
     int zeros = std::max(field.precision - digits.count, 0);
     int padding = std::max(field.width - prefixLength - zeros - digits.count, 0);
     if (field.precision < 0 && (field.flags & (Bit('0') | Bit('-'))) == Bit('0')) {
@@ -205,21 +179,16 @@ inline char *PutNumber(char *out, const Field &field, const Digits &digits, uint
     return Fill(out, ' ', field.Has(Bit('-')) ? padding : 0);
 }
 
-inline char *PutText(Sink &sink, char *out, const Field &field, const char *text, size_t length) {
-    if (length > kWidestField) {
-        sink.Flush(out);
-        return sink.Pass(text, length);
-    }
+inline char *PutText(char *out, const Field &field, const char *text, size_t length) {
     const int padding = field.width - static_cast<int>(length);
     out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
-    std::memcpy(out, text, length);
+    Copy(out, text, length);
     return Fill(out + length, ' ', field.Has(Bit('-')) ? padding : 0);
 }
 
 // Up to the next % or the end.
-inline char *PutLiteral(Sink &sink, char *out, const char *&at) {
-    for (;;) {
-        out = sink.Reserve(out);
+[[gnu::always_inline]] inline char *PutLiteral(char *out, const char *end, const char *&at) {
+    while (out <= end) {
 #ifdef DXR_READS_AHEAD
         // Reads behind the terminator, never on another page.
         constexpr uintptr_t kPage = 4096;
@@ -243,11 +212,13 @@ inline char *PutLiteral(Sink &sink, char *out, const char *&at) {
         }
         *out++ = *at++;
     }
+    return nullptr;
 }
 
 // Null for what the C library must do: also null texts and pointers, a number 0 with a precision of
 // 0, and octal numbers with #.
-inline char *PutConversion(Sink &sink, char *out, const char *&at, Arguments &args) {
+[[gnu::always_inline]] inline char *PutConversion(char *out, const char *end, const char *&at,
+                                                  Arguments &args) {
     if (*at == '%') {
         *out = *at++;
         return out + 1;
@@ -272,24 +243,25 @@ inline char *PutConversion(Sink &sink, char *out, const char *&at, Arguments &ar
         case 'i': {
             const uint64_t number = integer();
             const bool isNegative = static_cast<int64_t>(number) < 0;
-            digits = Decimal((isNegative ? 0 - number : number) >> unused, 'a');
+            Split<kNineDecimal, EightDecimal>(digits, (isNegative ? 0 - number : number) >> unused);
             prefix = isNegative ? '-' : field.Has(Bit('+')) ? '+' : ' ';
             prefixLength = isNegative || field.Has(Bit('+') | Bit(' ')) ? 1 : 0;
             break;
         }
         case 'u':
-            digits = Decimal(integer() >> unused, 'a');
+            Split<kNineDecimal, EightDecimal>(digits, integer() >> unused);
             break;
         case 'x':
         case 'X': {
             const uint64_t number = integer() >> unused;
-            digits = Hexadecimal(number, static_cast<char>(conversion - 'x' + 'a'));
+            Split<kNineHexadecimal, EightBinary<4>>(digits, number,
+                                                    static_cast<char>(conversion - 'x' + 'a'));
             prefix = '0' | static_cast<uint64_t>(conversion) << 8;
             prefixLength = field.Has(Bit('#')) && number != 0 ? 2 : 0;
             break;
         }
         case 'o':
-            digits = Octal(integer() >> unused, 'a');
+            Split<kNineOctal, EightBinary<3>>(digits, integer() >> unused);
             if (field.Has(Bit('#'))) {
                 return nullptr;
             }
@@ -299,23 +271,22 @@ inline char *PutConversion(Sink &sink, char *out, const char *&at, Arguments &ar
             if (address == nullptr || field.precision >= 0) {
                 return nullptr;
             }
-            digits = Hexadecimal(reinterpret_cast<uintptr_t>(address), 'a');
+            Split<kNineHexadecimal, EightBinary<4>>(digits, reinterpret_cast<uintptr_t>(address));
             prefix = '0' | 'x' << 8;
             prefixLength = 2;
             break;
         }
         case 'c': {
             const auto character = static_cast<char>(isBare ? va_arg(args.list, int) : 0);
-            return isBare ? PutText(sink, out, field, &character, 1) : nullptr;
+            return isBare ? PutText(out, field, &character, 1) : nullptr;
         }
         case 's': {
             const char *const text = isBare ? va_arg(args.list, const char *) : nullptr;
-            if (text == nullptr) {
-                return nullptr;
-            }
+            const auto room = static_cast<size_t>(end - out);
             const auto limit = static_cast<size_t>(field.precision);
-            return PutText(sink, out, field, text,
-                           field.precision < 0 ? std::strlen(text) : strnlen(text, limit));
+            const size_t length =
+                text != nullptr ? strnlen(text, std::min(limit, room + 1)) : SIZE_MAX;
+            return length <= room ? PutText(out, field, text, length) : nullptr;
         }
         default:
             return nullptr;
@@ -329,16 +300,22 @@ inline char *PutConversion(Sink &sink, char *out, const char *&at, Arguments &ar
 int FormatPlain(char *buffer, size_t size, const char *format, std::va_list args) noexcept {
     Arguments arguments;
     va_copy(arguments.list, args);
-    Sink sink(buffer, size);
-    char *out = PutLiteral(sink, sink.Begin(), format);
+    char text[kLongestText + kWidestField + kSurplus];
+    char *const end = text + kLongestText;
+    char *out = PutLiteral(text, end, format);
     while (out != nullptr && *format != '\0') {
-        out = PutConversion(sink, out, ++format, arguments);
-        if (out != nullptr) {
-            out = PutLiteral(sink, out, format);
-        }
+        out = PutConversion(out, end, ++format, arguments);
+        out = out != nullptr ? PutLiteral(out, end, format) : nullptr;
     }
     va_end(arguments.list);
-    return out != nullptr ? sink.Finish(out) : kNotPlain;
+    if (out == nullptr) {
+        return kNotPlain;
+    }
+    const auto length = static_cast<size_t>(out - text);
+    const size_t stored = std::min(length, size - 1);
+    Copy(buffer, text, stored);
+    buffer[stored] = '\0';
+    return static_cast<int>(length);
 }
 
 }  // namespace dxr

@@ -13,9 +13,8 @@ constexpr int kNotPlain = -1;
 
 // Stores the text, cut to size - 1 characters, and its terminator; nothing after that is touched.
 // `size` is at least 1. Result: the length of the whole text, as vsnprintf has it; or kNotPlain
-// when the format holds anything else or the text is longer than INT_MAX: then the buffer may hold
-// a beginning of the text, and the caller has the C library format the line. `args` stays as it
-// was.
+// when the format holds anything else or the text is a long one: then nothing was stored, and the
+// caller has the C library format the line. `args` stays as it was.
 [[gnu::format(printf, 3, 0)]] int FormatPlain(char *buffer, size_t size, const char *format,
                                               std::va_list args) noexcept;
 
