@@ -1,6 +1,8 @@
 #include "dxr/memory.h"
 
-constinit uint32_t g_dxrMemoryMid = 9;
+#include "internal/host_services.h"
+
+constinit uint32_t g_dxrMemoryMid = dxr::kDefaultMid;
 
 void DXR_SetDefaultMid(uint32_t mid) {
     g_dxrMemoryMid = mid;

@@ -11,6 +11,9 @@
 
 namespace dxr {
 
+// The module that blocks are accounted to until the host names another one.
+constexpr uint32_t kDefaultMid = 9;
+
 // Levels of the print hook.
 constexpr uint32_t kLevelFailure = 1;
 constexpr uint32_t kLevelOpenFailure = 2;
