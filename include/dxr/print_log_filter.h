@@ -7,6 +7,9 @@
  * Threads: all but DXR_CombineShowLog may be called from any thread; they use only the mutex of the
  * log type. Lines are formatted on the caller's stack, outside the lock, and cut after 1023
  * characters.
+ *
+ * Hooks: DXR_DiagLogFilter's hook is called without a lock, the others as print_log_filter_store.h
+ * says; all of them may come back to the filter as it says there.
  */
 #ifndef DXR_PRINT_LOG_FILTER_H
 #define DXR_PRINT_LOG_FILTER_H
@@ -32,9 +35,8 @@ DXR_API void DXR_DiffLogFilter(const DxrLogFilterCfg *cfg, const char *format, .
  * shares. */
 DXR_API uint8_t DXR_IsSameKey(uint32_t a, uint32_t b, uint32_t c, uint32_t d);
 
-/* Forgets the lines of a type; storage and old contents are kept. Locks the type's mutex, also without a
- * store. Returns what DXR_UnlockMutex
- * returned, or 0 for a type above 28. */
+/* Forgets the lines of a type; storage and old contents are kept. Locks the type's mutex, also
+ * without a store. Returns what DXR_UnlockMutex returned, or 0 for a type above 28. */
 DXR_API uint32_t DXR_ClearLogFilterInfo(uint32_t logType);
 
 /* Ages the ring of cfg->logType and renders it into `buffer` of `bufferSize` bytes as

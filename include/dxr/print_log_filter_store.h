@@ -8,15 +8,27 @@
  * Threads: DXR_IsRepeatedLog takes the mutex of the log type and may be called from any thread. The
  * record operations (DXR_ResizeLogFilterInfo to DXR_UpdateLogFilterTime) take no lock: their caller
  * holds the type's mutex, and their record pointer must not be null. Initialising and destroying
- * lock no more than each type in turn: no other thread may use the filter meanwhile. The switch is a
- * plain byte without a lock.
+ * lock no more than each type in turn: no other thread may use the filter meanwhile. The switch is
+ * a plain byte without a lock.
  *
- * Hooks: the memory, print (for failures of the ring) and time hooks are called while the mutex of a
- * type is held. They must not come back to the filter with the same type.
+ * Hooks: the memory, print (for failures of the ring) and time hooks are called while the mutex of
+ * a type is held, the hash function and the print hook for its failures before it is taken. Any of
+ * them may come back to the filter with another type, and with the same type where the host's mutex
+ * can be locked twice by one thread, or is none. An operation then goes on with the ring as the
+ * hook has left it:
+ *   - a ring that was grown, shrunk, cleared or added to is the one that is worked on;
+ *   - a line that is being added takes the ring position that was next before the time hook was
+ *     called: a line that this hook logs under the same type is overwritten by it;
+ *   - a position that the ring no longer has is passed over: nothing is written, a line that was to
+ *     be added is not remembered, one that was found is let through when its interval is asked for;
+ *   - a store that was destroyed takes nothing more, and the line is let through; the mutex hook
+ *     is called to unlock all the same. Initialised again, the new store is the one worked on.
  *
- * Cost: one hash of the text, one lock, and one look-up that does not grow with the ring; rings that
- * were resized beyond 2047 entries are walked. A ring of the store is changed through its own record
- * and the operations below: what a host writes into its entries by other ways is found by
+ * Cost: one hash of the text, one lock, and one look-up that does not grow with the ring; rings
+ * that were resized beyond 2049 entries are walked. Operations on the store's records can be mixed
+ * with decisions at no further cost. What they do through another record of the same storage (a
+ * copy, or one that is used while g_dxrLogFilterInfo points elsewhere) is found too, at the price
+ * of one pass over the ring. What a host writes into the entries itself is found by
  * DXR_FindRepeatedLogInfoIndex, but not necessarily by DXR_IsRepeatedLog.
  */
 #ifndef DXR_PRINT_LOG_FILTER_STORE_H
@@ -67,9 +79,9 @@ DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, curSize) == 4, "DxrLogFilterInfo la
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, capacity) == 8, "DxrLogFilterInfo layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, entries) == 12, "DxrLogFilterInfo layout");
 
-/* One log site, described by its caller. The keys, with the type, make the key of DXR_DiffLogFilter;
- * key1 is also copied into new entries. DXR_ShowLogFilterInfo takes key1 for the first ring position
- * and key2 for the number of rows to show. */
+/* One log site, described by its caller. The keys, with the type, make the key of
+ * DXR_DiffLogFilter; key1 is also copied into new entries. DXR_ShowLogFilterInfo takes key1 for the first ring
+ * position and key2 for the number of rows to show. */
 typedef struct DxrLogFilterCfg {
     uint32_t logType; /* 0 to 28: selects the ring and its mutex */
     uint32_t key1;
@@ -127,8 +139,8 @@ extern DXR_API DxrLogFilterHashFunc g_dxrLogFilterHashFuncList[1];
  * absent. */
 DXR_API uint32_t DXR_InitLogFilter(uint32_t mid);
 
-/* Frees rings and records and destroys the mutexes; every line is let through from then on. The
- * switch and the module identifier keep their values. */
+/* Frees rings and records and destroys the mutexes; every line is let through from then on. What a
+ * hook logs meanwhile goes too. The switch and the module identifier keep their values. */
 DXR_API void DXR_DestroyLogFilter(void);
 
 /* The record of a log type; null for a type above 28 or without a store. Owned by the store. */
@@ -141,8 +153,8 @@ DXR_API uint8_t DXR_IsLogFilterEnable(void);
 DXR_API void DXR_EnableLogFilter(uint8_t on);
 
 /* Hashes exactly input->length bytes: h = h * 31 + byte, modulo 2^32. Returns 0 and stores the
- * hash, or returns 1 for a length of 0 or a null text and leaves *hash alone. `input` and `hash` must
- * not be null. */
+ * hash, or returns 1 for a length of 0 or a null text and leaves *hash alone. `input` and `hash`
+ * must not be null. */
 DXR_API uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash);
 
 /* Hash of `length` bytes of `text` by the hash function of that identifier (0 is the only one).
@@ -162,9 +174,9 @@ DXR_API void DXR_UpdateLogFilterCapacity(DxrLogFilterInfo *record);
  * one. Their state becomes 0; their content stays readable. */
 DXR_API void DXR_RemoveObsoleteLogFilterInfo(DxrLogFilterInfo *record);
 
-/* Remembers a line behind the newest one, growing the ring where needed; in a ring that is full at
- * its largest capacity it takes the place of the oldest. Without any storage nothing is remembered.
- */
+/* Remembers a line after the newest one, growing the ring where needed; in a ring that is full and
+ * does not grow it takes the place of the oldest. Without any storage nothing is remembered. The
+ * time hook is given a copy of the entry's old text, which stays where the hook writes nothing. */
 DXR_API void DXR_AddLogFilterInfo(DxrLogFilterInfo *record, uint32_t hash, uint32_t key1);
 
 /* Ring position of the oldest live entry with this hash; the record's capacity when there is none.
@@ -179,9 +191,9 @@ DXR_API void DXR_UpdateLogFilterInfo(uint32_t position, DxrLogFilterInfo *record
 DXR_API void DXR_UpdateLogFilterTime(uint32_t position, DxrLogFilterInfo *record);
 
 /* The decision on one line of `length` bytes: 1 when it repeats a line of its type and is to be
- * suppressed, else 0. A repeat is let through once more, and not counted, cfg->interval seconds after
- * the line was last let through, if that is not 0. Lets everything through while the filter is off or absent, for a null `cfg`,
- * a log type above 28, and a text whose hash is 0 or fails. */
+ * suppressed, else 0. A repeat is let through once more, and not counted, cfg->interval seconds
+ * after the line was last let through, if that is not 0. Lets everything through while the filter
+ * is off or absent, for a null `cfg`, a log type above 28, and a text whose hash is 0 or fails. */
 DXR_API uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, uint32_t length);
 
 DXR_EXTERN_C_END

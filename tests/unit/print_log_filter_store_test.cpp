@@ -998,24 +998,24 @@ TEST_F(LogFilterStoreAdd, SecondsComeFromTheTimeOfTheText) {
 }
 
 struct TimeProbe {
-    static inline char *text;
+    static inline std::string text;
     static inline uint32_t size;
     static inline uint32_t before;
 
     static void GetCurrTime(char *buffer, uint32_t bufferSize, uint32_t *sec) {
-        text = buffer;
+        text.assign(buffer, bufferSize);
         size = bufferSize;
         before = *sec;
     }
 };
 
-TEST_F(LogFilterStoreAdd, TimeHookSeesTheFieldAndZeroSeconds) {
+TEST_F(LogFilterStoreAdd, TimeHookSeesTheOldTextAndZeroSeconds) {
     OwnRecord own;
     Fill(own.Get(), 7, 3, 0, 0);
     std::memset(&own.Get()->entries[3], 'x', sizeof(DxrLogFilterEntry));
     g_dxrHooks.time.getCurrTime = TimeProbe::GetCurrTime;
     DXR_AddLogFilterInfo(own.Get(), 1, 2);
-    EXPECT_EQ(TimeProbe::text, own.Get()->entries[3].logBeginTime);
+    EXPECT_EQ(TimeProbe::text, std::string(39, 'x'));
     EXPECT_EQ(TimeProbe::size, 39U);
     EXPECT_EQ(TimeProbe::before, 0U);
     // The hook wrote nothing: seconds 0, and the old text stands.

@@ -9,14 +9,17 @@
 
 #include "dxr/print.h"
 #include "dxr/print_log_filter_store.h"
+#include "dxr/system_time.h"
 #include "dxr_print_log_filter_hash.h"
 #include "dxr_print_log_filter_lock.h"
+#include "dxr_print_log_filter_ring.h"
 #include "internal/bounds_checked.h"
 #include "internal/fast_paths.h"
 #include "internal/text_writer.h"
 
 namespace {
 
+using dxr::LogRing;
 using dxr::LogTypeLock;
 using dxr::TextWriter;
 
@@ -29,8 +32,8 @@ constexpr char kSeparator[] =
     "------+-------+--------------------------+---------------------------------+----------+"
     "---------------+--------\r\n";
 
-// The key of a log site: the digits of five numbers, joined without separators: 1, 23 and 12, 3 are one
-// key, which is accepted.
+// The key of a log site: the digits of five numbers, joined without separators: 1, 23 and 12, 3 are
+// one key, which is accepted.
 class Key {
   public:
     Key(uint32_t logType, uint32_t a, uint32_t b, uint32_t c, uint32_t d) noexcept {
@@ -54,8 +57,8 @@ class Key {
     uint32_t length_;
 };
 
-// A formatted line in a zeroed buffer. What lies behind the text is cleared only before somebody else
-// gets to see it: most lines are repeats, and the library's own hash goes by the length.
+// A formatted line in a zeroed buffer. What lies behind the text is cleared only before somebody
+// else gets to see it: most lines are repeats, and the library's own hash goes by the length.
 class Message {
   public:
     [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
@@ -136,10 +139,7 @@ uint32_t DXR_ClearLogFilterInfo(uint32_t logType) {
         return 0;
     }
     LogTypeLock lock(logType);
-    if (DxrLogFilterInfo *record = DXR_GetLogFilter(logType)) {
-        record->curIndex = 0;
-        record->curSize = 0;
-    }
+    LogRing(logType).Clear();
     return lock.Unlock();
 }
 
@@ -148,13 +148,15 @@ uint32_t DXR_ShowLogFilterInfo(const DxrLogFilterCfg *cfg, char *buffer, uint32_
     if (cfg == nullptr || buffer == nullptr || writtenLength == nullptr) {
         return 0;
     }
-    DxrLogFilterInfo *record = DXR_GetLogFilter(cfg->logType);
-    if (record == nullptr) {
+    const uint32_t logType = cfg->logType;
+    if (DXR_GetLogFilter(logType) == nullptr) {
         return 0;
     }
-    LogTypeLock lock(cfg->logType);
-    DXR_RemoveObsoleteLogFilterInfo(record);
-    DXR_CombineShowLog(cfg, record, buffer, writtenLength, bufferSize);
+    LogTypeLock lock(logType);
+    LogRing ring(logType);
+    ring.Age(DXR_GetCurrSec());
+    // Null, and nothing written, once a hook has destroyed the store.
+    DXR_CombineShowLog(cfg, DXR_GetLogFilter(logType), buffer, writtenLength, bufferSize);
     return lock.Unlock();
 }
 

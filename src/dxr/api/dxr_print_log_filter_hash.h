@@ -4,8 +4,9 @@
 
 namespace dxr {
 
-// Whether a line goes to a function that the host has put into the table of hash functions. Also true
-// where the table holds DXR_SimpleHash by the address that an executable at a fixed address has for it.
+// Whether a line goes to a function that the host has put into the table of hash functions. Also
+// true where the table holds DXR_SimpleHash by the address that an executable at a fixed address
+// has for it.
 [[nodiscard]] bool HostSeesHashInput() noexcept;
 
 }  // namespace dxr

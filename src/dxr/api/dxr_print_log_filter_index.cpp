@@ -1,79 +1,43 @@
 #include "dxr_print_log_filter_index.h"
 
+#include <algorithm>
+#include <bit>
+
 namespace dxr {
 
-bool LogFilterIndex::Matches(const DxrLogFilterInfo &record) const noexcept {
-    return known_ && record.curIndex == curIndex_ && record.curSize == curSize_ &&
-           record.capacity == capacity_ && record.entries == entries_;
-}
-
-void LogFilterIndex::Keep(const DxrLogFilterInfo &record) noexcept {
-    known_ = true;
-    ++changes_;
-    curIndex_ = record.curIndex;
-    curSize_ = record.curSize;
+void LogRingIndex::Rebuild(const DxrLogFilterInfo &record) noexcept {
     capacity_ = record.capacity;
-    entries_ = record.entries;
-}
-
-void LogFilterIndex::Rebuild(const DxrLogFilterInfo &record) noexcept {
-    slots_.fill({});
-    slotOf_.fill(0);
+    slotBits_ =
+        std::min<uint32_t>(static_cast<uint32_t>(std::bit_width(capacity_)) + 1, kMaxSlotBits);
+    std::fill_n(slots_.begin(), 1U << slotBits_, Slot{});
+    first_ = record.curIndex;
+    count_ = 0;
     for (uint32_t i = 0; i < record.curSize; ++i) {
-        const uint32_t position = (record.curIndex + i) % record.capacity;
-        Put(position, record.entries[position].logHashCode);
+        Append(record.entries[(first_ + i) % capacity_].logHashCode);
     }
-    Keep(record);
 }
 
-void LogFilterIndex::Put(uint32_t position, uint32_t hash) noexcept {
-    if (slotOf_[position] != 0) {
-        Erase(slotOf_[position] - 1U);
-        slotOf_[position] = 0;
+void LogRingIndex::Append(uint32_t hash) noexcept {
+    if (count_ == capacity_) {
+        Drop(1, (first_ + 1) % capacity_);
     }
-    if (hash == 0) {
-        return;  // never looked for
-    }
-    uint32_t slot = Home(hash);
-    while (slots_[slot].hash != 0) {
-        slot = (slot + 1) & kSlotMask;
-    }
-    slots_[slot] = {hash, position};
-    slotOf_[position] = static_cast<uint16_t>(slot + 1);
+    const auto link = static_cast<uint16_t>((first_ + count_) % capacity_ + 1);
+    const auto at = static_cast<uint16_t>(HashSlot(hash, slotBits_));
+    Slot &slot = slots_[at];
+    nodes_[link] = {at, 0};
+    (slot.oldest == 0 ? slot.oldest : nodes_[slot.newest].newer) = link;
+    slot.newest = link;
+    ++count_;
 }
 
-uint32_t LogFilterIndex::Find(const DxrLogFilterInfo &record, uint32_t hash) const noexcept {
-    uint32_t found = record.capacity;
-    uint32_t oldest = record.curSize;
-    for (uint32_t slot = Home(hash); slots_[slot].hash != 0; slot = (slot + 1) & kSlotMask) {
-        const uint32_t position = slots_[slot].position;
-        if (slots_[slot].hash != hash || record.entries[position].logHashCode != hash) {
-            continue;
-        }
-        // How far behind the oldest entry the position lies; equal hashes give the oldest.
-        const uint32_t age = position >= record.curIndex
-                                 ? position - record.curIndex
-                                 : position + record.capacity - record.curIndex;
-        if (age < oldest) {
-            oldest = age;
-            found = position;
-        }
+void LogRingIndex::Drop(uint32_t count, uint32_t first) noexcept {
+    for (uint32_t i = 0; i < count; ++i) {
+        // The oldest of all is the oldest of its slot.
+        const Node &node = nodes_[(first_ + i) % capacity_ + 1];
+        slots_[node.slot].oldest = node.newer;
     }
-    return found;
-}
-
-void LogFilterIndex::Erase(uint32_t slot) noexcept {
-    // Closes the gap: every later slot of the run that may stand here moves up.
-    for (uint32_t next = (slot + 1) & kSlotMask; slots_[next].hash != 0;
-         next = (next + 1) & kSlotMask) {
-        const uint32_t fromHome = (next - Home(slots_[next].hash)) & kSlotMask;
-        if (fromHome >= ((next - slot) & kSlotMask)) {
-            slots_[slot] = slots_[next];
-            slotOf_[slots_[slot].position] = static_cast<uint16_t>(slot + 1);
-            slot = next;
-        }
-    }
-    slots_[slot] = {};
+    count_ -= count;
+    first_ = first;
 }
 
 }  // namespace dxr

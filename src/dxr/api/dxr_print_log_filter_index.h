@@ -1,81 +1,89 @@
-// Where in a ring a hash stands, so that the decision on a line costs the same whatever the ring
+// Which entries of a ring hold a hash, so that looking one up costs the same whatever the ring
 // holds.
 //
-// Invariant, while Matches(record) holds: every live entry with a hash other than 0 that the
-// library's own operations made has one slot, which holds its hash and its ring position, and every
-// position has at most one slot. Slots whose position is no longer live, or whose entry no longer
-// holds the hash, may remain until their position is written again: a hit counts only when entry
-// and position say so too. So entries may age out without a word to the index, and at most
-// `kMaxPositions` of its slots are ever taken.
+// The index knows a window of ring positions, the oldest first, and the hash that each was appended
+// with. Positions whose hashes fall to one slot form a chain in the order of the window. So the
+// oldest position of all is the first of its chain, and goes without a search; and the first match
+// of a chain is the oldest, however many equal ones follow.
 //
-// All zero is the empty index of an empty ring, so tables that are never used cost no memory. The
-// mutex of the log type guards its index like its ring.
+// It stands on its own: what a host writes into entries can hide them from the index, but not break
+// it. All zero it is an empty window; one that is never used costs no memory.
 #ifndef DXR_PRINT_LOG_FILTER_INDEX_H
 #define DXR_PRINT_LOG_FILTER_INDEX_H
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 
 #include "dxr/print_log_filter_store.h"
+#include "internal/hash_slots.h"
 
 namespace dxr {
 
-class LogFilterIndex {
-  public:
-    // The largest capacity that the ring grows to by itself; larger ones are walked.
-    static constexpr uint32_t kMaxPositions = 2047;
+// A ring grows by itself at capacities up to this one.
+inline constexpr uint32_t kLargestGrowingCapacity = 1024;
 
-    // Whether the index can serve the record at all.
+[[nodiscard]] constexpr uint32_t GrownCapacity(uint32_t capacity) noexcept {
+    return capacity * 2 + 1;
+}
+
+class LogRingIndex {
+  public:
+    // Shorter rings are walked as fast. Longer ones exist only where a host has resized them.
+    static constexpr uint32_t kMinCapacity = 8;
+    static constexpr uint32_t kMaxCapacity = GrownCapacity(kLargestGrowingCapacity);
+
+    // Whether the index is for such a ring at all.
     [[nodiscard]] static bool Serves(const DxrLogFilterInfo &record) noexcept {
-        if (record.capacity == 0 || record.entries == nullptr) {
-            return record.capacity == 0 && record.curSize == 0;
-        }
-        return record.capacity <= kMaxPositions && record.curSize <= record.capacity &&
+        return record.capacity - kMinCapacity <= kMaxCapacity - kMinCapacity &&
+               record.entries != nullptr && record.curSize <= record.capacity &&
                record.curIndex < record.capacity;
     }
 
-    // True when the record is as the last Keep() left it.
-    [[nodiscard]] bool Matches(const DxrLogFilterInfo &record) const noexcept;
-    // Notes the record's state after an operation that the index followed.
-    void Keep(const DxrLogFilterInfo &record) noexcept;
-    // The ring was changed by an operation that the index did not follow.
-    void Forget() noexcept {
-        known_ = false;
-        ++changes_;
+    // Whether the window is that of the record.
+    [[nodiscard]] bool Knows(const DxrLogFilterInfo &record) const noexcept {
+        return record.curIndex == first_ && record.curSize == count_ &&
+               record.capacity == capacity_;
     }
-    // Differs after every Keep() and Forget(): tells whether somebody else came in between.
-    [[nodiscard]] uint32_t Changes() const noexcept { return changes_; }
 
-    // Takes over the live entries of a record that it serves.
+    // Takes over the live entries of a record that the index serves.
     void Rebuild(const DxrLogFilterInfo &record) noexcept;
-    // The entry at `position` was made with this hash.
-    void Put(uint32_t position, uint32_t hash) noexcept;
-    // Position of the oldest live entry that holds the hash (not 0), or the capacity.
-    [[nodiscard]] uint32_t Find(const DxrLogFilterInfo &record, uint32_t hash) const noexcept;
+    // One position more, the newest; in a full window it takes the place of the oldest.
+    void Append(uint32_t hash) noexcept;
+    // The oldest `count` positions go; the window then begins at `first`, anywhere if it is empty.
+    void Drop(uint32_t count, uint32_t first) noexcept;
+
+    // The oldest position that was appended with the hash and whose entry has it still; the
+    // capacity if there is none.
+    [[nodiscard]] uint32_t Find(const DxrLogFilterEntry *entries, uint32_t hash) const noexcept {
+        for (uint32_t link = slots_[HashSlot(hash, slotBits_)].oldest; link != 0;
+             link = nodes_[link].newer) {
+            if (entries[link - 1].logHashCode == hash) {
+                return link - 1;
+            }
+        }
+        return capacity_;
+    }
 
   private:
+    // Links are positions plus 1; 0 ends a chain.
     struct Slot {
-        uint32_t hash;  // 0: the slot is free
-        uint32_t position;
+        uint16_t oldest;
+        uint16_t newest;
     };
-    // At most half of the slots are taken: probes stay short.
-    static constexpr uint32_t kSlotBits = 12;
-    static constexpr uint32_t kSlots = 1U << kSlotBits;
-    static constexpr uint32_t kSlotMask = kSlots - 1;
+    struct Node {
+        uint16_t slot;
+        uint16_t newer;
+    };
+    // At least twice as many slots as positions, so that chains are short.
+    static constexpr uint32_t kMaxSlotBits = 12;
 
-    static uint32_t Home(uint32_t hash) noexcept { return hash * 0x9E3779B1U >> (32U - kSlotBits); }
-    void Erase(uint32_t slot) noexcept;
-
-    std::array<Slot, kSlots> slots_;
-    std::array<uint16_t, kMaxPositions> slotOf_;  // slot of a position plus 1; 0: none
-    bool known_;
-    uint32_t changes_;
-    // The record as the index knows it.
-    uint32_t curIndex_;
-    uint32_t curSize_;
+    std::array<Slot, 1U << kMaxSlotBits> slots_;  // 2^slotBits_ of them are in use
+    std::array<Node, kMaxCapacity + 1> nodes_;    // by link
+    uint32_t slotBits_;
+    // The window.
+    uint32_t first_;
+    uint32_t count_;
     uint32_t capacity_;
-    const DxrLogFilterEntry *entries_;
 };
 
 }  // namespace dxr
