@@ -65,6 +65,12 @@ class LogRingIndex {
     }
 
   private:
+    // Ring position of the i-th oldest, i <= capacity_.
+    [[nodiscard]] uint32_t Position(uint32_t i) const noexcept {
+        const uint32_t position = first_ + i;
+        return position < capacity_ ? position : position - capacity_;
+    }
+
     // Links are positions plus 1; 0 ends a chain.
     struct Slot {
         uint16_t oldest;
@@ -74,7 +80,9 @@ class LogRingIndex {
         uint16_t slot;
         uint16_t newer;
     };
-    // At least twice as many slots as positions, so that chains are short.
+    // Eight slots a position, so that a chain is mostly one link, which the processor foresees; two
+    // at the largest capacities, where the cache counts more.
+    static constexpr uint32_t kSpareBits = 3;
     static constexpr uint32_t kMaxSlotBits = 12;
 
     std::array<Slot, 1U << kMaxSlotBits> slots_;  // 2^slotBits_ of them are in use

@@ -24,8 +24,14 @@ bool HasStorage(const DxrLogFilterInfo &record) {
 }
 
 uint32_t PositionOf(const DxrLogFilterInfo &record, uint32_t offset) {
+    // Mostly one round at most, which needs no division. What a host has spoilt gives a position
+    // too.
     const uint32_t sum = record.curIndex + offset;
-    return sum < record.capacity ? sum : sum % record.capacity;
+    if (sum < record.capacity) {
+        return sum;
+    }
+    const uint32_t next = sum - record.capacity;
+    return next < record.capacity ? next : sum % record.capacity;
 }
 
 // Bytes of a ring; 0, which no allocation grants, when they do not fit in 32 bits.
@@ -135,18 +141,14 @@ std::optional<uint32_t> LogRing::Find(uint32_t hash) noexcept {
 
 void LogRing::Add(uint32_t hash, uint32_t key1) {
     Grow();
-    const DxrLogFilterEntry *before = nullptr;
-    uint32_t position = 0;
-    if (const DxrLogFilterInfo *record = Record(); record != nullptr && HasStorage(*record)) {
-        position = PositionOf(*record, record->curSize);
-        before = &record->entries[position];
-    }
-    if (before == nullptr) {
+    DxrLogFilterInfo *record = Record();
+    if (record == nullptr || !HasStorage(*record)) {
         return;
     }
+    const uint32_t position = PositionOf(*record, record->curSize);
     // The time is written beside the ring, for the hook may come back to it. What the hook does not
     // write stays as it was.
-    DxrLogFilterEntry made = *before;
+    DxrLogFilterEntry made = record->entries[position];
     uint32_t sec = 0;
     DXR_GetCurrTime(made.logBeginTime, kBeginTimeSize, &sec);
     made.beginSec = sec;
@@ -156,12 +158,11 @@ void LogRing::Add(uint32_t hash, uint32_t key1) {
     made.logCnt = 0;
     made.key1 = key1;
     // The position stays the one of before, whatever the hook has made of the ring.
-    DxrLogFilterEntry *entry = At(position);
-    if (entry == nullptr) {
+    record = Record();
+    if (record == nullptr || record->entries == nullptr || position >= record->capacity) {
         return;
     }
-    *entry = made;
-    DxrLogFilterInfo *record = Record();
+    record->entries[position] = made;
     LogRingIndex *index =
         position == PositionOf(*record, record->curSize) ? IndexOf(logType_, *record) : nullptr;
     if (record->curSize < record->capacity) {
