@@ -297,6 +297,30 @@ TEST_F(LogFilterThreads, ClearAndShowRunBesideDecisions) {
     EXPECT_LE(DXR_GetLogFilter(7)->curSize, DXR_GetLogFilter(7)->capacity);
 }
 
+// Operations on records that are not the store's ask all types whether they know the storage.
+TEST_F(LogFilterThreads, OtherRecordsAreWorkedOnBesideDecisions) {
+    constexpr uint32_t kRounds = 300;
+    Together([&](uint32_t thread) {
+        const DxrLogFilterCfg site{thread, 0, 0, 0, 0, 0};
+        DxrLogFilterInfo own = {};
+        for (uint32_t i = 0; i < kRounds; ++i) {
+            const std::string line = "line " + std::to_string(i);
+            EXPECT_EQ(Decide(site, line), 0);
+            DXR_AddLogFilterInfo(&own, i + 1, 0);
+            ThreadHooks::Lock(g_dxrLogFilterMutex[thread]);
+            DxrLogFilterInfo copy = *DXR_GetLogFilter(thread);
+            if (copy.curSize + 1 < copy.capacity) {  // no growth, which would move the storage
+                DXR_AddLogFilterInfo(&copy, i + 1, 0);
+                *DXR_GetLogFilter(thread) = copy;
+            }
+            ThreadHooks::Unlock(g_dxrLogFilterMutex[thread]);
+            EXPECT_EQ(Decide(site, line), 1);
+        }
+        EXPECT_EQ(own.curSize, kRounds);
+        DXR_Free(own.entries, __FILE__, __LINE__);
+    });
+}
+
 TEST_F(LogFilterThreads, TypesDoNotContend) {
     // While one type's mutex is held, another type's lines pass.
     EXPECT_EQ(ThreadHooks::Lock(g_dxrLogFilterMutex[1]), 0U);

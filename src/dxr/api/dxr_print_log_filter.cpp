@@ -14,7 +14,6 @@
 #include "dxr_print_log_filter_lock.h"
 #include "dxr_print_log_filter_ring.h"
 #include "internal/bounds_checked.h"
-#include "internal/fast_paths.h"
 #include "internal/text_writer.h"
 
 namespace {
@@ -37,17 +36,11 @@ constexpr char kSeparator[] =
 class Key {
   public:
     Key(uint32_t logType, uint32_t a, uint32_t b, uint32_t c, uint32_t d) noexcept {
-        if constexpr (dxr::kFastPaths) {
-            char *end = text_.data();
-            for (const uint32_t number : {logType, a, b, c, d}) {
-                end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
-            }
-            length_ = static_cast<uint32_t>(end - text_.data());
-        } else {
-            const int stored = dxr::snprintf_truncated_s(text_.data(), text_.size(), "%u%u%u%u%u",
-                                                         logType, a, b, c, d);
-            length_ = static_cast<uint32_t>(stored);
+        char *end = text_.data();
+        for (const uint32_t number : {logType, a, b, c, d}) {
+            end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
         }
+        length_ = static_cast<uint32_t>(end - text_.data());
     }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
     [[nodiscard]] uint32_t Length() const noexcept { return length_; }
@@ -57,13 +50,13 @@ class Key {
     uint32_t length_;
 };
 
-// A formatted line in a zeroed buffer. What lies behind the text is cleared only before somebody
+// A formatted line in a zeroed buffer. What lies after the text is cleared only before somebody
 // else gets to see it: most lines are repeats, and the library's own hash goes by the length.
 class Message {
   public:
     [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
         : stored_(dxr::vsnprintf_truncated_s(text_.data(), text_.size(), format, args)) {
-        if (Formatted() && (!dxr::kFastPaths || dxr::HostSeesHashInput())) {
+        if (Formatted() && dxr::HostSeesHashInput()) {
             ClearTail();
         }
     }
