@@ -4,7 +4,7 @@
 
 #include "internal/bit_address.h"
 #include "internal/host_services.h"
-#include "internal/text_writer.h"
+#include "internal/offset_writer.h"
 #include "kernels/word_operations.h"
 #include "kernels/word_queries.h"
 
@@ -100,17 +100,17 @@ void DXR_GetBitMapStr(const uint32_t *bmp, uint32_t wordCount, char *buf, uint32
     if (buf == nullptr || bufLen == 0) {
         return;
     }
-    dxr::TextWriter text(buf, bufLen);
+    dxr::OffsetWriter text(buf, bufLen);
     // Word 0 is left out: intended.
     for (uint32_t i = wordCount; i > 1 && !text.Full(); --i) {
         text.Append("0x%x ", bmp[i - 1]);
     }
-    if (text.Written() < bufLen) {
-        buf[text.Written()] = '\0';
+    if (text.Offset() < bufLen) {
+        buf[text.Offset()] = '\0';
         return;
     }
-    // For a formatter that counts what it would have stored; ours counts what it stored and never
-    // gets here.
+    // Too long, or stepped back out of the buffer by a formatter that fails; ours, which counts what it
+    // stored, gets here in the second way alone.
     buf[bufLen - 1] = '\0';
     if (const DxrPrintHook print = dxr::PrintHook()) {
         print(dxr::kLevelInfo, "bmp is overLenth!");

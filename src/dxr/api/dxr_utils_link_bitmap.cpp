@@ -10,7 +10,7 @@
 #include "internal/bounds_checked.h"
 #include "internal/checked.h"
 #include "internal/host_services.h"
-#include "internal/text_writer.h"
+#include "internal/offset_writer.h"
 
 using dxr::CheckedAdd;
 
@@ -28,8 +28,8 @@ uint32_t *Row(const DxrLinkBitMap &map, uint32_t chip) noexcept {
     return map.bitMap + firstWord;
 }
 
-// The chips' text. Its length is a signed sum of what the formatter returned, whose overflow ends
-// the process; only a buffer of more than 2 GiB gets there.
+// The chips' text. Its length is also kept as a signed sum, whose overflow ends the process: only a
+// buffer of more than 2 GiB gets there.
 class ChipText {
   public:
     ChipText(char *buffer, uint32_t size) noexcept : text_(buffer, size) {}
@@ -49,7 +49,7 @@ class ChipText {
   private:
     void Count(int stored) noexcept { length_ = CheckedAdd(length_, stored); }
 
-    dxr::TextWriter text_;
+    dxr::OffsetWriter text_;
     int32_t length_ = 0;
 };
 
@@ -139,7 +139,11 @@ void DXR_PrintLinkToBitMap(const DxrLinkBitMap *map, const char *format, ...) {
         dxr::snprintf_truncated_s(line.data() + callerLength, kLineSize - callerLength,
                                   " TotalValidLink[%u] BitMapOrder <-", valid);
     const int32_t offset = CheckedAdd(static_cast<int32_t>(callerLength), total);
-    DXR_FillLinkBitMapToBuf(map, line.data() + offset, kLineSize - static_cast<uint32_t>(offset));
+    // Below 0 when there is no caller's text and the total fails: no chips then.
+    if (offset >= 0) {
+        DXR_FillLinkBitMapToBuf(map, line.data() + offset,
+                                kLineSize - static_cast<uint32_t>(offset));
+    }
     if (const DxrPrintHook print = dxr::PrintHook()) {
         print(dxr::kLevelInfo, "%s", line.data());
     }
