@@ -16,11 +16,12 @@
 #define DXR_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
 #endif
 
+/* Attributes by their names with underscores: a host's macros of the plain names do no harm. */
 #if defined(__GNUC__)
 /* Marks what the shared library exports; everything else in it is hidden. */
-#define DXR_API __attribute__((visibility("default")))
+#define DXR_API __attribute__((__visibility__("default")))
 /* printf-style checking: numbers of the format argument and of the first variable one (0: none). */
-#define DXR_PRINTF(text, first) __attribute__((format(printf, text, first)))
+#define DXR_PRINTF(text, first) __attribute__((__format__(__printf__, text, first)))
 #else
 #define DXR_API
 #define DXR_PRINTF(text, first)

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Every public header compiles alone, twice in a row, in each language it promises, without a warning.
+"""Every public header compiles alone, twice in a row, in each language it promises, without a warning;
+the headers of everything also in a program whose own macros bear the names of the compiler's attributes.
 
     headers_test.py --include DIR --c COMPILER... --cxx COMPILER...
 """
@@ -13,12 +14,16 @@ import sys
 
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Wundef", "-Werror"]
 C_WARNINGS = ["-Wstrict-prototypes"]
+# The standard headers come first: they are no business of ours.
+MACROS = "#include <stdbool.h>\n#include <stddef.h>\n#include <stdint.h>\n" + "".join(
+    f"#define {name} of_the_host\n" for name in ("printf", "format", "visibility", "packed"))
+CXX_MACROS = "#include <memory>\n#include <string>\n#include <utility>\n#include <vector>\n" + MACROS
 CXX_WARNINGS = ["-Wold-style-cast", "-Wnon-virtual-dtor", "-Woverloaded-virtual"]
 
 
-def compile_alone(compiler, language, standard, include, header):
+def compile_alone(compiler, language, standard, include, header, macros):
     """The compiler's complaint, or None. Included twice: the second time must add nothing."""
-    text = f'#include "{header}"\n' * 2
+    text = macros + f'#include "{header}"\n' * 2
     # A translation unit must hold something in pedantic C.
     text += "extern int used;\n"
     warnings = WARNINGS + (C_WARNINGS if language == "c" else CXX_WARNINGS)
@@ -27,7 +32,8 @@ def compile_alone(compiler, language, standard, include, header):
     result = subprocess.run(command, input=text, capture_output=True, text=True, check=False)
     if result.returncode == 0:
         return None
-    return f"{header} does not compile alone as {standard} with {compiler}:\n{result.stderr}"
+    after = " after a host's macros" if macros else ""
+    return f"{header} does not compile alone{after} as {standard} with {compiler}:\n{result.stderr}"
 
 
 def main():
@@ -41,10 +47,12 @@ def main():
     headers = sorted(str(path.relative_to(options.include)) for path in options.include.rglob("*.h"))
     if "dxr_api.h" not in headers:
         sys.exit(f"no dxr_api.h in {options.include}")
-    jobs = [(compiler, "c", "c11", options.include, header) for compiler in options.c
-            for header in headers]
-    jobs += [(compiler, "c++", standard, options.include, header) for compiler in options.cxx
-             for standard in ("c++17", "c++20") for header in headers]
+    umbrellas = [header for header in headers if "/" not in header]
+    jobs = [(compiler, "c", "c11", options.include, header, macros) for compiler in options.c
+            for names, macros in ((headers, ""), (umbrellas, MACROS)) for header in names]
+    jobs += [(compiler, "c++", standard, options.include, header, macros) for compiler in options.cxx
+             for standard in ("c++17", "c++20")
+             for names, macros in ((headers, ""), (umbrellas, CXX_MACROS)) for header in names]
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         complaints = [text for text in pool.map(lambda job: compile_alone(*job), jobs) if text]
     for complaint in complaints:

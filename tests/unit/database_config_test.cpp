@@ -75,9 +75,19 @@ TEST(FmtCfgFile, LongNameIsCut) {
     }
 }
 
-TEST(FmtCfgFile, NullPointersWriteNothing) {
+TEST(FmtCfgFile, NullNameGivesAnEmptyText) {
+    for (const uint32_t size : {1U, 2U, 32U}) {
+        GuardedBuffer buffer(size);
+        DXR_CFG_FmtCfgFile(nullptr, 1, 2, buffer.Data(), size);
+        EXPECT_TRUE(buffer.Terminated());
+        EXPECT_EQ("", buffer.Text());
+        EXPECT_TRUE(buffer.Intact());
+    }
+}
+
+TEST(FmtCfgFile, WithoutABufferOrRoomNothingIsWritten) {
     GuardedBuffer buffer(32);
-    DXR_CFG_FmtCfgFile(nullptr, 1, 2, buffer.Data(), 32);
+    DXR_CFG_FmtCfgFile(nullptr, 1, 2, buffer.Data(), 0);
     DXR_CFG_FmtCfgFile("tm", 1, 2, buffer.Data(), 0);
     DXR_CFG_FmtCfgFile("tm", 1, 2, nullptr, 0);
     DXR_CFG_FmtCfgFile("tm", 1, 2, nullptr, 32);

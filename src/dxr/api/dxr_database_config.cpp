@@ -10,6 +10,7 @@ constexpr const char *kConfigDir = "../conf";
 
 void DXR_CFG_FmtCfgFile(const char *name, uint32_t id1, uint32_t id2, char *buf, uint32_t bufSize) {
     if (name == nullptr) {
+        static_cast<void>(dxr::strcpy_s(buf, bufSize, ""));
         return;
     }
     // Intended: a name that was cut is not reported.
