@@ -1,20 +1,18 @@
-/* libdxr_api: the platform service interface of a traffic-manager software kit. Includes
- * everything.
+/* The platform service interface of a traffic-manager software kit. Includes everything.
  *
  * Threads: the library has no thread of its own; a function runs on its caller's. Dispatchers
  * (dxr/hooks.h) take no lock and are as thread-safe as the host's hooks. The log filter has a
  * mutex per log type, made by the host. All other process-wide state (hook table, default module
- * identifier, recorder, simulated messages, filter trees, CRC table) has none: set it up at start-
- * up or use it from one thread. Cost: a dispatcher is a getter call, a load, a test and a jump; it
- * never allocates. What costs more says so at its declaration.
+ * identifier, recorder, simulated messages, filter trees, CRC table) has none: set it up during
+ * start-up or use it from one thread. Cost: a dispatcher is a getter call, a load, a test and a jump;
+ * it never allocates. What costs more says so at its declaration.
  *
  * Duties of the host: what happens if it breaks one, and whether the library can notice.
  *   1. Register the table before services are called, and never while one is running.
  *      Before: fallbacks are answered. During: some calls see the old slot, some the new. Not
  *      noticed.
  *   2. Give each hook the type of its slot.
- *      Else the behaviour is undefined. Only the compiler can tell, for tables built from
- *      DxrHooks.
+ *      Else the behaviour is undefined. Only the compiler can tell, for tables built from DxrHooks.
  *   3. Fill Db slots 10 and 11 together.
  *      With 10 alone, DXR_GetNgTmPortInfoByTmPortFromDb calls a null pointer. Not noticed.
  *   4. Allocate blocks of the full size, aligned for any type; take them back through the release
@@ -23,14 +21,14 @@
  *   5. Write no more than a hook was given room for (12 bytes for DXR_GetSysTime). Not noticed.
  *   6. Let no exception out of a hook. Else the behaviour is undefined. Not noticed.
  *   7. Do not call the log filter from a memory, time, print or mutex hook: the filter calls them
- *      while it holds the mutex of a log type. (The log hook, Print slot 4, is called without
- *      one.)
+ *      while it holds the mutex of a log type. (The log hook, Print slot 4, is called without one.)
  *      Else a mutex that cannot be taken twice never returns. Not noticed.
  *
  * Duties of the caller.
  *   1. Pass buffers of the size that is passed with them, and no null pointer unless the
- *      declaration takes it. Functions that take text test for null; hot ones do not. A wrong size
- *      is not noticed.
+ *      declaration takes it. The library's own functions that take text test for null, hot ones do
+ *      not; dispatchers hand on whatever they get, unless they say otherwise. A wrong size is not
+ *      noticed.
  *   2. Release a block that was handed over with DXR_Free.
  *      Else it leaks; the host's accounting by module identifier, file and line shows it.
  *   3. Keep to one thread where a header says so. Not noticed.

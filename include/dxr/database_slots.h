@@ -67,7 +67,8 @@ DXR_API void *DXR_GetDestFicPort(void *arg1, void *arg2);
 DXR_API uint32_t DXR_GetNgTmSrvPortByFicIdFromDb(uint32_t arg1, uint32_t arg2, void *arg3,
                                                  uint32_t arg4, void *arg5);
 
-/* Gets the device number of a line processing unit. Slot 18; 0xFFFFFFFF without a hook. */
+/* Gets the device number of a line processing unit; what it means is the host's to define. Slot 18;
+ * 0xFFFFFFFF without a hook. */
 DXR_API uint32_t DXR_GetLpuDevId(uint32_t arg1);
 
 DXR_EXTERN_C_END

@@ -80,11 +80,12 @@ DXR_API void *DXR_MmapDev(uint32_t arg1, uint32_t arg2);
 /* Takes back the mapping of a device. Slot 21; 0 without a hook. */
 DXR_API uint32_t DXR_MunmapDev(void *address, uint32_t size);
 
-/* Opens a device; the result is the host's device number. Slot 22; 0 without a hook. */
+/* Opens a device; what the result means, say a device number, is the host's to define. Slot 22; 0
+ * without a hook. */
 DXR_API uint32_t DXR_OpenDev(const char *path);
 
-/* Opens a device in a way that an option chooses; the result is the host's device number. Slot 23;
- * 0 without a hook. */
+/* Opens a device in a way that an option chooses; the result as for DXR_OpenDev. Slot 23; 0 without
+ * a hook. */
 DXR_API uint32_t DXR_OpenDevWithOption(const char *path, uint32_t option);
 
 /* Closes a device. Slot 24; 0 without a hook. */

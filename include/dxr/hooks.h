@@ -250,7 +250,7 @@ typedef struct DxrTblmHooks {
     void (*releaseTblm)(uint32_t arg1, uint32_t arg2);
     uint32_t (*getTblmAttr)(uint32_t arg1, void *attr);
     uint32_t (*getCstPoolCount)(uint32_t arg1, uint16_t arg2, uint32_t arg3, void *count);
-    uint32_t (*setChipTblmDataAndMask)(uint32_t chip, DxrTblmRequest *request);
+    uint32_t (*setChipTblmDataAndMask)(uint32_t chip, void *record);
 } DxrTblmHooks;
 
 /* System time, ticks and start-up time. Functions: dxr/system_time.h. */

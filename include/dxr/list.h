@@ -46,7 +46,7 @@ DXR_API void *DXR_SllIteratorGetNextData(DxrSllIterator *it);
 /* The number of nodes of the list: DXR_SslGetCount(it->list). */
 DXR_API uint32_t DXR_SllIteratorGetCount(DxrSllIterator *it);
 
-/* Counts the steps from 0 again. The node stays: the walk goes on behind it. To begin at the first
+/* Counts the steps from 0 again. The node stays: the walk goes on after it. To begin at the first
  * node, make a new iterator. */
 DXR_API void DXR_SllIteratorMoveToHead(DxrSllIterator *it);
 

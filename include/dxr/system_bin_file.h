@@ -3,7 +3,7 @@
  * The work path is asked of the host (DXR_GetSysWorkPath) at every call; a host that registered no
  * such hook has an empty one. Files are reached through the host's file hooks, folders through the
  * C library. Failures are also printed where a print hook is registered, but for a failed
- * allocation, null pointers to the loader and a folder without a match; the codes are the same
+ * allocation, null pointers to the loader and a search that finds nothing; the codes are the same
  * either way.
  *
  * Thread safety: no state of its own; concurrent calls are as safe as the hooks they reach. */

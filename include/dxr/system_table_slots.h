@@ -41,8 +41,9 @@ DXR_API uint32_t DXR_GetTblmAttr(uint32_t arg1, void *attr);
 /* Gets the count of a CST pool. Slot 9; 0 without a hook. */
 DXR_API uint32_t DXR_GetCstPoolCount(uint32_t arg1, uint16_t arg2, uint32_t arg3, void *count);
 
-/* Sets the data and the mask of an entry. Slot 10; 0 without a hook. */
-DXR_API uint32_t DXR_SetChipTblmDataAndMask(uint32_t chip, DxrTblmRequest *request);
+/* Sets the data and the mask of an entry; the record that holds both is the host's to define. Slot
+ * 10; 0 without a hook. */
+DXR_API uint32_t DXR_SetChipTblmDataAndMask(uint32_t chip, void *record);
 
 DXR_EXTERN_C_END
 

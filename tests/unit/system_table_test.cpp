@@ -45,8 +45,16 @@ uint32_t SetData(uint32_t chip, DxrTblmRequest *request) {
     return Record("set", chip, request);
 }
 
-uint32_t SetDataAndMask(uint32_t chip, DxrTblmRequest *request) {
-    return Record("set and mask", chip, request);
+// The record with a mask is the host's own.
+struct MaskedRecord {
+    uint64_t data;
+    uint64_t mask;
+};
+
+uint32_t SetDataAndMask(uint32_t chip, void *record) {
+    auto *const masked = static_cast<MaskedRecord *>(record);
+    masked->data &= masked->mask;
+    return chip;
 }
 
 struct DeleteCall {
@@ -209,6 +217,14 @@ TEST_F(SystemTable, DeleteForAnyChipKeepsTheOrder) {
     EXPECT_EQ(0xB1B2B3B4U, g_deletes[0].tableId);
     EXPECT_EQ(key_, g_deletes[0].key);
     EXPECT_EQ(0xC1C2C3C4U, g_deletes[0].keyLen);
+    EXPECT_TRUE(g_calls.empty());
+}
+
+TEST_F(SystemTable, RecordWithAMaskIsTheHosts) {
+    FillGroup();
+    MaskedRecord record = {0xFFFF, 0x0FF0};
+    EXPECT_EQ(7U, DXR_SetChipTblmDataAndMask(7, &record));
+    EXPECT_EQ(0x0FF0U, record.data);
     EXPECT_TRUE(g_calls.empty());
 }
 

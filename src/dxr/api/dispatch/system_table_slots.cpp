@@ -47,6 +47,6 @@ uint32_t DXR_GetCstPoolCount(uint32_t arg1, uint16_t arg2, uint32_t arg3, void *
     return Call(DXR_GetTblmHooks()->getCstPoolCount, 0, arg1, arg2, arg3, count);
 }
 
-uint32_t DXR_SetChipTblmDataAndMask(uint32_t chip, DxrTblmRequest *request) {
-    return Call(DXR_GetTblmHooks()->setChipTblmDataAndMask, 0, chip, request);
+uint32_t DXR_SetChipTblmDataAndMask(uint32_t chip, void *record) {
+    return Call(DXR_GetTblmHooks()->setChipTblmDataAndMask, 0, chip, record);
 }
