@@ -34,7 +34,7 @@ struct Settings {
     uint32_t maxLevel = kDefaultMaxLevel;
     PrintTarget print;
     DiagTarget diag;
-    std::string logDirectory = DXR_HOST_LOG_DIRECTORY;
+    std::string logDirectory = DXR_PRIVATE_LOG_DIRECTORY;
 };
 
 Settings &TheSettings() {
@@ -150,7 +150,7 @@ void ResetPrint() {
     settings.maxLevel = kDefaultMaxLevel;
     settings.print = {};
     settings.diag = {};
-    settings.logDirectory = DXR_HOST_LOG_DIRECTORY;
+    settings.logDirectory = DXR_PRIVATE_LOG_DIRECTORY;
 }
 
 }  // namespace devhost

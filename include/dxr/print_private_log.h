@@ -1,6 +1,5 @@
-/* Private log files: one plain text file a module in the fixed directory /opt/lomk2/var/log/. The
- * host writes (Print slot 8); the library hands it long texts in steps, reads a log back, tells its
- * length and cuts it.
+/* Private log files: one plain text file a module, in a fixed directory. The host writes (Print
+ * slot 8); the library hands it long texts in steps, reads a log back, tells its length and cuts it.
  *
  * File names are bare names, appended to the directory as they are; they come from trusted code.
  * Every failure is told by the result alone, nothing is printed.
@@ -13,6 +12,9 @@
 #include "dxr/base.h"
 
 DXR_EXTERN_C_BEGIN
+
+/* Where the logs are. */
+#define DXR_PRIVATE_LOG_DIRECTORY "/opt/lomk2/var/log/"
 
 /* The one size of path buffer DXR_GetPrivateLogPath takes, in bytes. */
 #define DXR_PRIVATE_LOG_PATH_SIZE 4096u

@@ -23,7 +23,7 @@ namespace {
 using dxrtest::GuardedBuffer;
 
 constexpr int kOperations = 5000;
-const std::string kDirectory = "/opt/lomk2/var/log/";
+const std::string kDirectory = DXR_PRIVATE_LOG_DIRECTORY;
 const std::string kTemporary = "dxr_log.tmp";
 const std::vector<std::string> kNames = {"a.log", "b.log", "long name with spaces", kTemporary};
 

@@ -17,6 +17,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "dxr/print_private_log.h"
+
 namespace dxrtest {
 namespace {
 
@@ -54,7 +56,7 @@ FileSandbox::FileSandbox(std::vector<std::string> &log) : log_(log) {
         std::abort();
     }
     top_ = pattern;
-    std::filesystem::create_directories(top_ + kLogDirectory);
+    std::filesystem::create_directories(top_ + DXR_PRIVATE_LOG_DIRECTORY);
     g_sandbox = this;
 }
 
@@ -88,7 +90,7 @@ std::string FileSandbox::FromDisk(const std::string &path) const {
 }
 
 std::filesystem::path FileSandbox::Log(const std::string &name) const {
-    return top_ + kLogDirectory + name;
+    return top_ + DXR_PRIVATE_LOG_DIRECTORY + name;
 }
 
 void FileSandbox::Put(const std::string &name, const std::string &content) const {
@@ -115,7 +117,7 @@ std::optional<std::string> FileSandbox::Content(const std::string &name) const {
 
 std::vector<std::string> FileSandbox::Names() const {
     std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(top_ + kLogDirectory)) {
+    for (const auto &entry : std::filesystem::directory_iterator(top_ + DXR_PRIVATE_LOG_DIRECTORY)) {
         names.push_back(entry.path().filename());
     }
     std::sort(names.begin(), names.end());

@@ -23,7 +23,6 @@ namespace dxrtest {
 class FileSandbox {
   public:
     static constexpr const char *kRoot = "/opt/lomk2";
-    static constexpr const char *kLogDirectory = "/opt/lomk2/var/log/";
 
     // Calls go to `log` in order: "realpath PATH", "fopen PATH MODE", "fseek OFFSET", "fread
     // BYTES", "fwrite BYTES", "fgets BYTES", "fclose", "remove PATH", "rename FROM TO".

@@ -32,11 +32,11 @@ using testing::StartsWith;
 
 constexpr uint32_t kPathSize = 4096;
 constexpr uint32_t kNoLength = 0xFFFFFFFF;
-const std::string kDirectory = "/opt/lomk2/var/log/";
+const std::string kDirectory = DXR_PRIVATE_LOG_DIRECTORY;
 const std::string kLogPath = kDirectory + "a.log";
 const std::string kTemporaryPath = kDirectory + "dxr_log.tmp";
-constexpr const char *kFrom = "/opt/lomk2/var/log/from";
-constexpr const char *kTo = "/opt/lomk2/var/log/to";
+constexpr const char *kFrom = DXR_PRIVATE_LOG_DIRECTORY "from";
+constexpr const char *kTo = DXR_PRIVATE_LOG_DIRECTORY "to";
 
 // Text whose every stretch differs from its neighbours: a copy from a wrong place shows.
 std::string Pattern(size_t size) {
@@ -99,6 +99,10 @@ TEST_F(PrivateLog, LibraryReachesTheSandboxedFunctions) {
 }
 
 // --- DXR_GetPrivateLogPath
+
+TEST(PrivateLogDirectory, IsPartOfTheInterface) {
+    EXPECT_STREQ(DXR_PRIVATE_LOG_DIRECTORY, "/opt/lomk2/var/log/");
+}
 
 TEST_F(PrivateLogPath, ExistingLogIsResolvedInTheLogDirectory) {
     files_.Put("a.log", "x");

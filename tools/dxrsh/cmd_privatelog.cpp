@@ -30,8 +30,8 @@ struct PrivateLogOptions {
 
 void RequireDirectory() {
     struct stat status {};
-    if (stat(DXR_HOST_LOG_DIRECTORY, &status) != 0 || !S_ISDIR(status.st_mode)) {
-        throw RunError("there is no directory " DXR_HOST_LOG_DIRECTORY);
+    if (stat(DXR_PRIVATE_LOG_DIRECTORY, &status) != 0 || !S_ISDIR(status.st_mode)) {
+        throw RunError("there is no directory " DXR_PRIVATE_LOG_DIRECTORY);
     }
 }
 
@@ -44,7 +44,7 @@ void RequireName(const std::string &name) {
 uint32_t LengthOf(const std::string &name) {
     const uint32_t length = DXR_GetPrivateLogLen(name.c_str());
     if (length == kNoLength) {
-        throw RunError(fmt::format("there is no log {}{}", DXR_HOST_LOG_DIRECTORY, name));
+        throw RunError(fmt::format("there is no log {}{}", DXR_PRIVATE_LOG_DIRECTORY, name));
     }
     return length;
 }
@@ -73,7 +73,7 @@ void Read(const PrivateLogOptions &options) {
     std::vector<char> text(size_t{LengthOf(options.name)} + 1);
     if (DXR_GetPrivateLog(options.name.c_str(), text.data(), static_cast<uint32_t>(text.size())) !=
         0) {
-        throw RunError(fmt::format("cannot read {}{}", DXR_HOST_LOG_DIRECTORY, options.name));
+        throw RunError(fmt::format("cannot read {}{}", DXR_PRIVATE_LOG_DIRECTORY, options.name));
     }
     Output output(STDOUT_FILENO);
     output.Write(text.data());
@@ -91,7 +91,7 @@ void Cut(const PrivateLogOptions &options) {
     const uint32_t before = LengthOf(options.name);
     const MessageCatcher messages;
     if (DXR_FixPrivateLogLen(options.name.c_str(), options.maxLength) != 0) {
-        throw RunError(fmt::format("cannot cut {}{}", DXR_HOST_LOG_DIRECTORY, options.name));
+        throw RunError(fmt::format("cannot cut {}{}", DXR_PRIVATE_LOG_DIRECTORY, options.name));
     }
     Output output(STDOUT_FILENO);
     output.Write(
@@ -105,7 +105,7 @@ void AddPrivateLogCommand(CLI::App &program) {
     const auto options = std::make_shared<PrivateLogOptions>();
     CLI::App *const command = program.add_subcommand("privatelog", "The private logs of modules");
     command->require_subcommand(1);
-    command->footer("Private logs are the files of the directory " DXR_HOST_LOG_DIRECTORY ".");
+    command->footer("Private logs are the files of the directory " DXR_PRIVATE_LOG_DIRECTORY ".");
     const auto addAction = [&](const char *name, const char *about,
                                void (*run)(const PrivateLogOptions &)) {
         CLI::App *const action = command->add_subcommand(name, about);

@@ -10,10 +10,9 @@ constexpr const char *kConfigDir = "../conf";
 
 void DXR_CFG_FmtCfgFile(const char *name, uint32_t id1, uint32_t id2, char *buf, uint32_t bufSize) {
     if (name == nullptr) {
-        static_cast<void>(dxr::strcpy_s(buf, bufSize, ""));
+        dxr::strcpy_s(buf, bufSize, "");
         return;
     }
     // Intended: a name that was cut is not reported.
-    static_cast<void>(dxr::snprintf_truncated_s(buf, bufSize, "%s/%s_0x%08X_0x%08X.json",
-                                                kConfigDir, name, id1, id2));
+    dxr::snprintf_truncated_s(buf, bufSize, "%s/%s_0x%08X_0x%08X.json", kConfigDir, name, id1, id2);
 }

@@ -27,8 +27,7 @@ uint32_t DXR_PrintLargeBuffer(const char *text) {
     if (text == nullptr) {
         return 0;
     }
-    // Without a bound: strnlen is needed elsewhere, and strlen would be one more import.
-    const auto total = static_cast<uint32_t>(strnlen(text, PTRDIFF_MAX));
+    const auto total = static_cast<uint32_t>(std::strlen(text));
     uint32_t remaining = total;
     char piece[kPieceLength + 1] = {};
     while (remaining != 0) {

@@ -14,14 +14,13 @@
 
 namespace {
 
+using dxr::kFailure;
+using dxr::kSuccess;
 using dxr::TextWriter;
 using dxr::Zeroed;
 
-constexpr uint32_t kOk = 0;
-constexpr uint32_t kFailure = 1;
 constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
-constexpr char kLogDirectory[] = "/opt/lomk2/var/log/";
 constexpr char kTemporaryName[] = "dxr_log.tmp";
 constexpr uint32_t kPathSize = DXR_PRIVATE_LOG_PATH_SIZE;
 constexpr uint32_t kWriteStep = 1000;
@@ -32,13 +31,13 @@ constexpr uint32_t kLengthReaderMid = 6;
 using Path = std::array<char, kPathSize>;
 
 struct FileCloser {
-    void operator()(std::FILE *file) const noexcept { static_cast<void>(std::fclose(file)); }
+    void operator()(std::FILE *file) const noexcept { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
 bool FormatLogPath(const char *name, Path &path) {
-    return name != nullptr &&
-           dxr::snprintf_truncated_s(path.data(), path.size(), "%s%s", kLogDirectory, name) > 0;
+    return name != nullptr && dxr::snprintf_truncated_s(path.data(), path.size(), "%s%s",
+                                                        DXR_PRIVATE_LOG_DIRECTORY, name) > 0;
 }
 
 // Null when the file cannot be resolved or opened: a file to be written must exist as well.
@@ -51,7 +50,7 @@ File OpenResolved(const char *path, const char *mode) {
 }
 
 bool GetLogPath(const char *name, Path &path) {
-    return DXR_GetPrivateLogPath(name, path.data(), kPathSize) == kOk;
+    return DXR_GetPrivateLogPath(name, path.data(), kPathSize) == kSuccess;
 }
 
 void CopyBytes(std::FILE *source, std::FILE *destination, uint32_t length) {
@@ -65,7 +64,7 @@ void CopyBytes(std::FILE *source, std::FILE *destination, uint32_t length) {
         const auto wanted = std::min<uint64_t>(length - copied, kCopyBlockSize);
         const size_t got = std::fread(block.data(), 1, wanted, source);
         // Write errors are ignored by intent.
-        static_cast<void>(std::fwrite(block.data(), got, 1, destination));
+        std::fwrite(block.data(), got, 1, destination);
     }
 }
 
@@ -80,25 +79,25 @@ uint32_t DXR_GetPrivateLogPath(const char *name, char *out, uint32_t outSize) {
     if (!FormatLogPath(name, path)) {
         return kFailure;
     }
-    return realpath(path.data(), out) != nullptr ? kOk : kFailure;
+    return realpath(path.data(), out) != nullptr ? kSuccess : kFailure;
 }
 
 uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text) {
     const DxrPrivateLogHook write = dxr::PrivateLogHook();
     if (write == nullptr || name == nullptr) {
-        return kOk;
+        return kSuccess;
     }
     if (length == 0) {
         return write(name, "%s", "");
     }
     if (text == nullptr) {
-        return kOk;
+        return kSuccess;
     }
     // Pieces are neither cut nor terminated: the hook bounds each write itself.
     for (uint64_t offset = 0; offset < length; offset += kWriteStep) {
         write(name, "%s", text + offset);
     }
-    return kOk;
+    return kSuccess;
 }
 
 uint32_t DXR_GetPrivateLog(const char *name, char *out, uint32_t outSize) {
@@ -114,7 +113,7 @@ uint32_t DXR_GetPrivateLog(const char *name, char *out, uint32_t outSize) {
     for (;;) {
         std::array<char, kLineSize> line = {};
         if (std::fgets(line.data(), kLineSize, file.get()) == nullptr) {
-            return kOk;
+            return kSuccess;
         }
         if (writer.Append("%s", line.data()) < 0) {
             return kFailure;
@@ -124,7 +123,7 @@ uint32_t DXR_GetPrivateLog(const char *name, char *out, uint32_t outSize) {
 
 uint32_t DXR_GetPrivateLogLen(const char *name) {
     const Zeroed<char> path(kLengthReaderMid, kPathSize);
-    if (path.Get() == nullptr || DXR_GetPrivateLogPath(name, path.Get(), kPathSize) != kOk) {
+    if (path.Get() == nullptr || DXR_GetPrivateLogPath(name, path.Get(), kPathSize) != kSuccess) {
         return kNoLength;
     }
     return DXR_FileLength(path.Get());
@@ -137,7 +136,7 @@ uint32_t DXR_FixPrivateLogLen(const char *name, uint32_t maxLength) {
         return kFailure;
     }
     if (length <= maxLength) {
-        return kOk;
+        return kSuccess;
     }
     Path log = {};
     if (!GetLogPath(name, log)) {
@@ -149,13 +148,13 @@ uint32_t DXR_FixPrivateLogLen(const char *name, uint32_t maxLength) {
     if (!GetLogPath(kTemporaryName, temporary)) {
         return kFailure;
     }
-    if (DXR_CopyFile(log.data(), temporary.data(), length - maxLength, maxLength) != kOk) {
+    if (DXR_CopyFile(log.data(), temporary.data(), length - maxLength, maxLength) != kSuccess) {
         return kFailure;
     }
     if (std::remove(log.data()) != 0) {
         return kFailure;
     }
-    return std::rename(temporary.data(), log.data()) == 0 ? kOk : kFailure;
+    return std::rename(temporary.data(), log.data()) == 0 ? kSuccess : kFailure;
 }
 
 uint32_t DXR_CopyFile(const char *source, const char *destination, uint32_t offset,
@@ -169,5 +168,5 @@ uint32_t DXR_CopyFile(const char *source, const char *destination, uint32_t offs
         return kFailure;
     }
     CopyBytes(from.get(), to.get(), length);
-    return kOk;
+    return kSuccess;
 }

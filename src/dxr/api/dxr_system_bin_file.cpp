@@ -14,9 +14,6 @@
 namespace dxr {
 namespace {
 
-constexpr uint32_t kSuccess = 0;
-constexpr uint32_t kFailure = 1;
-
 // Results of the folder functions.
 constexpr uint32_t kNoWorkPath = 8;
 constexpr uint32_t kNoFileNameBuffer = 8;
@@ -68,7 +65,7 @@ class Folder {
     Folder &operator=(Folder &&) = delete;
 
     [[nodiscard]] bool IsOpen() const { return handle_ != nullptr; }
-    // Null behind the last entry.
+    // Null after the last entry.
     [[nodiscard]] const char *NextName() {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): unsafe only for threads that share a handle.
         const dirent *entry = readdir(handle_);
@@ -127,20 +124,10 @@ class GreatestName {
     uint32_t size_;
 };
 
-// Instead of std::strstr, which nothing else needs: each import is looked up in every process.
-bool Contains(const char *name, const char *pattern) {
-    const size_t length = strnlen(pattern, PTRDIFF_MAX);
-    for (; std::strncmp(name, pattern, length) != 0; ++name) {
-        if (*name == '\0') {
-            return false;
-        }
-    }
-    return true;
-}
-
 uint32_t FindGreatestName(Folder &folder, const char *pattern, GreatestName &greatest) {
     while (const char *name = folder.NextName()) {
-        if (pattern == nullptr || !Contains(name, pattern) || !greatest.IsBelow(name)) {
+        if (pattern == nullptr || std::strstr(name, pattern) == nullptr ||
+            !greatest.IsBelow(name)) {
             continue;
         }
         if (!greatest.Replace(name)) {

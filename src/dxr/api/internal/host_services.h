@@ -11,6 +11,10 @@
 
 namespace dxr {
 
+// Return codes of functions that name no others.
+constexpr uint32_t kSuccess = 0;
+constexpr uint32_t kFailure = 1;
+
 // The module that blocks are accounted to until the host names another one.
 constexpr uint32_t kDefaultMid = 9;
 
@@ -43,15 +47,15 @@ struct CallSite {
     }
 };
 
-// A zeroed block of the host's memory, released on every path that does not give it away. The owner's
-// place in the sources stands for the allocation's and the release's.
+// A zeroed block of the host's memory, released on every path that does not give it away. The
+// owner's place in the sources stands for the allocation's and the release's.
 template <typename T>
 class Zeroed {
   public:
     Zeroed(uint32_t mid, uint32_t size, CallSite site = CallSite::Current())
         : site_(site), block_(static_cast<T *>(DXR_Malloc(mid, size, site.file, site.line))) {
         if (block_ != nullptr) {
-            static_cast<void>(memset_s(block_, size, 0, size));
+            memset_s(block_, size, 0, size);
         }
     }
     // One T.
