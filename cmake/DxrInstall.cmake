@@ -1,5 +1,5 @@
-# Installed packages: CMake (find_package(dxr_api), targets dxr::api and dxr::devhost) and pkg-config (dxr_api,
-# dxr_devhost), both free to be moved to another prefix.
+# Installed packages: CMake (find_package(dxr_api), targets dxr::api and dxr::devhost) and
+# pkg-config (dxr_api, dxr_devhost), both free to be moved to another prefix.
 
 set(libraries dxr_api)
 set(headers include/dxr_api.h)
@@ -10,7 +10,8 @@ if(DXR_BUILD_DEVHOST)
     set_target_properties(dxr_devhost PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 install(TARGETS ${libraries} EXPORT dxr_api_targets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime
+        NAMELINK_COMPONENT Development)
 install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
 install(DIRECTORY include/dxr DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development
         FILES_MATCHING PATTERN "*.h")
@@ -26,8 +27,8 @@ write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/dxr_api-config-vers
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/dxr_api-config-version.cmake DESTINATION ${package_dir}
         COMPONENT Development)
 
-# pkg-config finds the prefix from the place of the .pc file. A directory that was given as an absolute path
-# stays where it is, and a .pc file in such a directory names the prefix.
+# pkg-config finds the prefix from the place of the .pc file. A directory that was given as an
+# absolute path stays where it is, and a .pc file in such a directory names the prefix.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
     set(pc_prefix ${CMAKE_INSTALL_PREFIX})
 else()
@@ -44,6 +45,7 @@ foreach(dir LIBDIR INCLUDEDIR)
 endforeach()
 foreach(library ${libraries})
     configure_file(cmake/${library}.pc.in ${library}.pc @ONLY)
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${library}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${library}.pc
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
             COMPONENT Development)
 endforeach()

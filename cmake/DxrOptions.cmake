@@ -1,8 +1,10 @@
-# What can be chosen at configuration time. A part whose packages are missing is left out with one line.
+# What can be chosen at configuration time. A part whose packages are missing is left out, and a
+# line says so.
 
 option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_DEVHOST "Build the development host" ${PROJECT_IS_TOP_LEVEL})
-option(DXR_BUILD_TOOLS "Build dxrsh, which brings the development host (needs CLI11, fmt and JSON for Modern C++)"
+option(DXR_BUILD_TOOLS
+       "Build dxrsh, which brings the development host (needs CLI11, fmt and JSON for Modern C++)"
        ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
 option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
@@ -47,8 +49,9 @@ if(DXR_BUILD_BENCH)
     find_package(spdlog QUIET)
     find_package(Boost QUIET)
     if(NOT CLI11_FOUND OR NOT spdlog_FOUND OR NOT Boost_FOUND)
-        message(STATUS "Benchmarks are left out: CLI11, spdlog and Boost (libcli11-dev, libspdlog-dev, "
-                       "libboost-dev) were not all found")
+        message(STATUS
+                "Benchmarks are left out: CLI11, spdlog and Boost (libcli11-dev, libspdlog-dev, "
+                "libboost-dev) were not all found")
         set(DXR_BUILD_BENCH OFF)
     endif()
 endif()

@@ -51,7 +51,7 @@ uint32_t FRead(void *buffer, uint32_t size, uint32_t count, void *file) {
     return static_cast<uint32_t>(std::fread(buffer, 1, wanted, static_cast<std::FILE *>(file)));
 }
 
-// `origin` is SEEK_SET, SEEK_CUR or SEEK_END; behind SEEK_CUR and SEEK_END the offset is a signed
+// `origin` is SEEK_SET, SEEK_CUR or SEEK_END; with SEEK_CUR and SEEK_END the offset is a signed
 // number.
 uint32_t FSeek(void *file, uint32_t offset, uint32_t origin) {
     constexpr std::array<int, 3> kOrigins = {SEEK_SET, SEEK_CUR, SEEK_END};

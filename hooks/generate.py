@@ -92,7 +92,9 @@ class Group:
 
     @property
     def range(self):
-        return f"slot {self.first}" if self.first == self.last else f"slots {self.first} to {self.last}"
+        if self.first == self.last:
+            return f"slot {self.first}"
+        return f"slots {self.first} to {self.last}"
 
     @property
     def slots_stem(self):
@@ -164,7 +166,8 @@ def check(groups):
     for group in groups:
         assert [slot.index for slot in group.slots] == list(range(len(group.slots))), group.name
         assert len({slot.member for slot in group.slots}) == len(group.slots), group.name
-        assert group.own or not any(slot.own for slot in group.slots), f"{group.name} has own functions"
+        has_own = any(slot.own for slot in group.slots)
+        assert group.own or not has_own, f"{group.name} has own functions"
         for slot in group.slots:
             has_result = slot.result not in ("", "void")
             assert has_result == (slot.fallback != "none"), slot.member
@@ -188,7 +191,7 @@ def formatted(path, text):
     ).stdout
 
 
-# --- include/dxr/hooks.h -----------------------------------------------------------------------------
+# --- include/dxr/hooks.h -------------------------------------------------------------------------
 
 HOOKS_HEADER_INTRO = """\
 /* The hook table: the host's functions, 226 slots in 20 groups, and how to reach them.
@@ -271,7 +274,7 @@ def hooks_header(groups):
     return "\n".join(parts)
 
 
-# --- The functions of a group ------------------------------------------------------------------------
+# --- The functions of a group --------------------------------------------------------------------
 
 
 def uses_types(group):
@@ -281,11 +284,13 @@ def uses_types(group):
 def introduction(group):
     if group.own:
         return comment(
-            f"The functions of the {group.name} group that only hand a call to its slot. Included by "
+            f"The functions of the {group.name} group that only hand a call to its slot. "
+            "Included by "
             f"dxr/{group.stem}.h, which says what they are and holds the others."
         )
     rule = (
-        "Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A "
+        "Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the "
+        "hook. A "
         f"result is the hook's; slots count within the {group.name} group."
     )
     if any(re.match(r"arg\d+$", name) for slot in group.dispatched for name in slot.arguments):
@@ -336,7 +341,7 @@ def group_source(group):
     )
 
 
-# --- Getters and exported names ----------------------------------------------------------------------
+# --- Getters and exported names ------------------------------------------------------------------
 
 GETTERS_INTRO = """\
 // The getters stay real functions: host and library reach a group the same way. Their bodies are
@@ -348,7 +353,9 @@ GETTERS_INTRO = """\
 
 
 def getters_source(groups):
-    definition = "[[gnu::noinline]] {0.type} *{0.getter}() {{\nreturn &DXR_GetHooks()->{0.member};\n}}\n"
+    definition = (
+        "[[gnu::noinline]] {0.type} *{0.getter}() {{\nreturn &DXR_GetHooks()->{0.member};\n}}\n"
+    )
     return "\n".join(
         [f"// {COMMAND}\n", GETTERS_INTRO, *(definition.format(group) for group in groups)]
     )
@@ -365,7 +372,7 @@ def exported_names(groups):
     return "\n".join(lines) + "\n"
 
 
-# --- Tables for people and for dxrsh -----------------------------------------------------------------
+# --- Tables for people and for dxrsh -------------------------------------------------------------
 
 
 def slots_page(groups):
@@ -373,13 +380,19 @@ def slots_page(groups):
         f"<!-- {COMMAND} -->",
         "# The slots of the hook table",
         "",
-        "*Index* counts within the group, *slot* from the table's first. The fallback is what the function",
-        "answers while the slot is empty. A dash stands where no function of the library reads the slot.",
+        "*Index* counts within the group, *slot* from the table's first. The fallback is what the "
+        "function",
+        "answers while the slot is empty. A dash stands where no function of the library reads the "
+        "slot.",
     ]
     for group in groups:
         lines += ["", f"## {group.name}", "", f"{group.about} Reached with `{group.getter}`"]
         lines[-1] += f", declared in `dxr/{group.stem}.h`." if group.stem else "."
-        lines += ["", "| index | slot | prototype | fallback | what it does |", "|---|---|---|---|---|"]
+        lines += [
+            "",
+            "| index | slot | prototype | fallback | what it does |",
+            "|---|---|---|---|---|",
+        ]
         for slot in group.slots:
             prototype, doc = f"`{slot.prototype}`", slot.doc
             fallback = "no result" if slot.fallback == "none" else f"`{slot.fallback}`"
@@ -438,7 +451,7 @@ def slot_table(groups):
     )
 
 
-# --- Main --------------------------------------------------------------------------------------------
+# --- Main ----------------------------------------------------------------------------------------
 
 
 def outputs(groups):

@@ -28,8 +28,8 @@ DXR_API uint32_t DXR_GetNgTmPortInfoByTmPortFromDb(uint32_t arg1, uint32_t arg2,
  *
  * The size of the block is the record size times the number of records, as a 32-bit product that
  * wraps; the limit given to the selection is the whole number of records all the same. Who calls
- * this for a query whose records may reach 4 GiB bounds their number first. A record size of 0, or a
- * product that wraps to 0, gives null. */
+ * this for a query whose records may reach 4 GiB bounds their number first. A record size of 0, or
+ * a product that wraps to 0, gives null. */
 DXR_API void *DXR_SelectDbRecord(void *query, uint32_t *count);
 
 /* The fourth 32-bit field of the node group's traffic-manager configuration,

@@ -13,8 +13,8 @@ DXR_EXTERN_C_BEGIN
 
 /* Writes "../conf/<name>_0x<id1>_0x<id2>.json", both numbers as eight upper-case hexadecimal
  * digits, into a buffer of `bufSize` bytes: always terminated, cut without report when it does not
- * fit. A null name gives an empty text; with a null buffer or a size of 0 nothing is written. Uses no
- * hook; callable from any thread. */
+ * fit. A null name gives an empty text; with a null buffer or a size of 0 nothing is written. Uses
+ * no hook; callable from any thread. */
 DXR_API void DXR_CFG_FmtCfgFile(const char *name, uint32_t id1, uint32_t id2, char *buf,
                                 uint32_t bufSize);
 

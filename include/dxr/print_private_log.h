@@ -1,5 +1,5 @@
 /* Private log files: one plain text file a module, in a fixed directory. The host writes (Print
- * slot 8); the library hands it long texts in steps, reads a log back, tells its length and cuts it.
+ * slot 8); the library hands it long texts in steps, reads a log back, tells its length, cuts it.
  *
  * File names are bare names, appended to the directory as they are; they come from trusted code.
  * Every failure is told by the result alone, nothing is printed.

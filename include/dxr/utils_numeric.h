@@ -55,7 +55,7 @@ DXR_API void DXR_ConvertRateUnit(uint64_t *rate, uint32_t *unit);
 DXR_API uint32_t DXR_CalPercentage(uint32_t part, uint32_t total);
 
 /*
- * The truncated quotient; `*fraction` gets the first `decimals` decimal digits behind it. The
+ * The truncated quotient; `*fraction` gets the first `decimals` decimal digits after the point. The
  * digits come from 10^decimals * dividend, which wraps at 2^32; 10^decimals itself stops at
  * 0xFFFFFFFF. A `divisor` of 0 gives 0 and leaves `*fraction` as it is.
  */

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""The machine code of the dispatchers: one call of the group getter, a load, a test and a jump to the hook.
+"""The machine code of the dispatchers: a call of the group getter, a load, a test and a jump.
 
     dispatch_code_test.py --library LIBRARY --slots hooks/slots.yaml --objdump OBJDUMP
 
-Whole-program optimisation makes it so; a change of toolchain or flags that undoes it would go unnoticed.
+Whole-program optimisation makes it so; a change of toolchain or flags that undoes it would go
+unnoticed.
 """
 
 import argparse

@@ -41,7 +41,8 @@ def run(*command, text=None):
 def exported_symbols(options):
     """The defined dynamic symbols with their nm types, without version nodes."""
     symbols = {}
-    for line in run(options.nm, "-D", "--defined-only", "-f", "posix", options.library).splitlines():
+    listed = run(options.nm, "-D", "--defined-only", "-f", "posix", options.library)
+    for line in listed.splitlines():
         name, kind = line.split()[:2]
         if kind != "A":
             symbols[name.split("@")[0]] = kind
@@ -89,7 +90,10 @@ def compare(options, left, left_text, right, right_text):
             meaning = f" ({readable[name]})" if readable[name] != name else ""
             yield f"{there}, but not {missing}: {name}{meaning}"
 
-    return [*lines(left - right, left_text, right_text), *lines(right - left, right_text, left_text)]
+    return [
+        *lines(left - right, left_text, right_text),
+        *lines(right - left, right_text, left_text),
+    ]
 
 
 def check_map(options):
@@ -98,7 +102,7 @@ def check_map(options):
                               listed, "listed in the version script")
 
 
-# --------------------------------------------------------------------------------------------------------
+# --------------------------------------------------------------------------------------------------
 # The public header, as the compiler sees it
 
 
@@ -126,12 +130,13 @@ def is_marked(node):
 
 
 def is_defined_here(node):
-    return (bool(children(node, "CompoundStmt", "CXXTryStmt")) or node.get("explicitlyDeleted", False)
+    return (bool(children(node, "CompoundStmt", "CXXTryStmt"))
+            or node.get("explicitlyDeleted", False)
             or node.get("explicitlyDefaulted") is not None)
 
 
 def linker_names(node, owner=None):
-    """A constructor or destructor is several functions to the linker: complete, base and deleting object."""
+    """A constructor or destructor is several functions to the linker: complete, base, deleting."""
     mangled = node.get("mangledName", node["name"])
     if node["kind"] == "CXXConstructorDecl":
         is_abstract = owner.get("definitionData", {}).get("isAbstract", False)
@@ -145,7 +150,8 @@ def linker_names(node, owner=None):
 
 def is_virtual(node, owner):
     # An overriding destructor need not say so.
-    return node.get("virtual", False) or (owner.get("definitionData", {}).get("isPolymorphic", False)
+    is_polymorphic = owner.get("definitionData", {}).get("isPolymorphic", False)
+    return node.get("virtual", False) or (is_polymorphic
                                           and node["kind"] == "CXXDestructorDecl")
 
 
@@ -243,7 +249,7 @@ def check_header(options):
     return problems
 
 
-# --------------------------------------------------------------------------------------------------------
+# --------------------------------------------------------------------------------------------------
 # The file that the loader sees
 
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What a process pays for loading the library: relocations, code and constants, memory that is written.
+"""What a process pays for loading the library: relocations, code and constants, written memory.
 
     load_cost_test.py --library LIBRARY --readelf READELF
 """
@@ -22,7 +22,9 @@ def read(readelf, option, library):
 
 def sections(text):
     """Name to (size, flags) of what is loaded."""
-    row = re.compile(r"^ +\[ *\d+\] (\S+) +\S+ +[0-9a-f]+ [0-9a-f]+ ([0-9a-f]+) [0-9a-f]+ +([A-Z]*)")
+    row = re.compile(
+        r"^ +\[ *\d+\] (\S+) +\S+ +[0-9a-f]+ [0-9a-f]+ ([0-9a-f]+) [0-9a-f]+ +([A-Z]*)"
+    )
     rows = [row.match(line) for line in text.splitlines()]
     return {r[1]: (int(r[2], 16), r[3]) for r in rows if r and "A" in r[3]}
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Every public header compiles alone, twice in a row, in each language it promises, without a warning;
-the headers of everything also in a program whose own macros bear the names of the compiler's attributes.
+"""Every public header compiles alone, twice in a row, in each language it promises, and silently.
+
+The headers of everything also do after macros of a host's own that bear the names of attributes.
 
     headers_test.py --include DIR --c COMPILER... --cxx COMPILER...
 """
@@ -17,7 +18,8 @@ C_WARNINGS = ["-Wstrict-prototypes"]
 # The standard headers come first: they are no business of ours.
 MACROS = "#include <stdbool.h>\n#include <stddef.h>\n#include <stdint.h>\n" + "".join(
     f"#define {name} of_the_host\n" for name in ("printf", "format", "visibility", "packed"))
-CXX_MACROS = "#include <memory>\n#include <string>\n#include <utility>\n#include <vector>\n" + MACROS
+CXX_MACROS = "".join(
+    f"#include <{name}>\n" for name in ("memory", "string", "utility", "vector")) + MACROS
 CXX_WARNINGS = ["-Wold-style-cast", "-Wnon-virtual-dtor", "-Woverloaded-virtual"]
 
 
@@ -44,20 +46,22 @@ def main():
     parser.add_argument("--cxx", nargs="+", default=[])
     options = parser.parse_args()
 
-    headers = sorted(str(path.relative_to(options.include)) for path in options.include.rglob("*.h"))
+    headers = sorted(
+        str(path.relative_to(options.include)) for path in options.include.rglob("*.h"))
     if "dxr_api.h" not in headers:
         sys.exit(f"no dxr_api.h in {options.include}")
     umbrellas = [header for header in headers if "/" not in header]
     jobs = [(compiler, "c", "c11", options.include, header, macros) for compiler in options.c
             for names, macros in ((headers, ""), (umbrellas, MACROS)) for header in names]
-    jobs += [(compiler, "c++", standard, options.include, header, macros) for compiler in options.cxx
-             for standard in ("c++17", "c++20")
+    jobs += [(compiler, "c++", standard, options.include, header, macros)
+             for compiler in options.cxx for standard in ("c++17", "c++20")
              for names, macros in ((headers, ""), (umbrellas, CXX_MACROS)) for header in names]
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         complaints = [text for text in pool.map(lambda job: compile_alone(*job), jobs) if text]
     for complaint in complaints:
         print(complaint)
-    print(f"{len(jobs) - len(complaints)} of {len(jobs)} compilations of {len(headers)} headers passed")
+    passed = len(jobs) - len(complaints)
+    print(f"{passed} of {len(jobs)} compilations of {len(headers)} headers passed")
     return 1 if complaints else 0
 
 

@@ -1,4 +1,4 @@
-/* A program on the development host: it links one more library and has memory, a log and a clock. */
+/* A program on the development host: one more library gives it memory, a log and a clock. */
 #include <stdio.h>
 #include <string.h>
 

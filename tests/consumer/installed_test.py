@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """The installed library, moved to another place, serves CMake and pkg-config projects in C and C++.
 
-    installed_test.py --build DIR --source DIR --cmake PROGRAM --generator NAME --pkg-config PROGRAM --cc COMPILER
+    installed_test.py --build DIR --source DIR --cmake PROGRAM --generator NAME
+                      --pkg-config PROGRAM --cc COMPILER
                       --cxx COMPILER [--flags FLAGS] [--devhost]
 """
 
@@ -47,7 +48,7 @@ def only(paths):
 
 
 def check_installed_files(prefix, source, devhost):
-    """Every public header is there, as it is in the sources, and each library under its three names."""
+    """Every public header is there as it is in the sources, each library under three names."""
     include = source / "include"
     tops = ["dxr_api.h"] + ["dxr_devhost.h"] * devhost
     for header in [*(include / top for top in tops), *(include / "dxr").rglob("*.h")]:
@@ -66,8 +67,9 @@ def check_installed_files(prefix, source, devhost):
 def consume_with_cmake(options, prefix, work):
     for language, compiler in (("C", options.cc), ("CXX", options.cxx)):
         build = work / f"cmake consumer {language}"
-        run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build, "-G", options.generator,
-            f"-DCONSUMER_LANGUAGE={language}", f"-DDEVHOST={options.devhost}", f"-DCMAKE_PREFIX_PATH={prefix}",
+        run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build,
+            "-G", options.generator, f"-DCONSUMER_LANGUAGE={language}",
+            f"-DDEVHOST={options.devhost}", f"-DCMAKE_PREFIX_PATH={prefix}",
             f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={options.flags}")
         cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
         found = [line for line in cache.splitlines() if line.startswith("dxr_api_DIR:")]
@@ -83,7 +85,8 @@ def consume_with_pkg_config(options, prefix, work, libdir):
     env = {"PKG_CONFIG_LIBDIR": str(only(prefix.rglob("dxr_api.pc")).parent)}
     if run(options.pkg_config, "--modversion", "dxr_api", env=env).strip() != options.version:
         sys.exit(f"pkg-config does not report version {options.version}")
-    consumers = [(options.cc, "c11", "consumer.c", "dxr_api"), (options.cxx, "c++17", "consumer.cpp", "dxr_api")]
+    consumers = [(options.cc, "c11", "consumer.c", "dxr_api"),
+                 (options.cxx, "c++17", "consumer.cpp", "dxr_api")]
     if options.devhost:
         consumers.append((options.cc, "c11", "hosted.c", "dxr_devhost"))
     for compiler, standard, source, package in consumers:
@@ -107,7 +110,8 @@ def main():
     parser.add_argument("--cc", default="cc")
     parser.add_argument("--cxx", default="c++")
     parser.add_argument("--flags", default="", help="for the consumers, such as -fsanitize=address")
-    parser.add_argument("--devhost", action="store_true", help="the development host is installed too")
+    parser.add_argument("--devhost", action="store_true",
+                        help="the development host is installed too")
     options = parser.parse_args()
 
     with tempfile.TemporaryDirectory(prefix="dxr_installed_") as folder:

@@ -96,7 +96,7 @@ TEST_F(NumericModel, AveragesAgreeWith64BitMeans) {
     }
 }
 
-// Where nothing wraps, the fraction is what long division on paper writes behind the point.
+// Where nothing wraps, the fraction is what long division on paper writes after the point.
 TEST_F(NumericModel, DecimalsAgreeWithLongDivision) {
     for (int round = 0; round < kRounds; ++round) {
         const uint32_t decimals = Below(10);

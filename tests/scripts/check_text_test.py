@@ -66,7 +66,8 @@ class CheckText(unittest.TestCase):
                 self.git("rm", "--quiet", "--force", "--", name)
 
     def test_what_a_build_makes(self):
-        for name in ("a.o", "lib/liba.so.1", "build/a.txt", "build-x/a.txt", "t/__pycache__/a.txt", "a.pyc"):
+        for name in ("a.o", "a.pyc", "lib/liba.so.1", "build/a.txt", "build-x/a.txt",
+                     "t/__pycache__/a.txt"):
             with self.subTest(name=name):
                 self.add(name, b"\0")
                 self.expect_one(f"'{name}' bears the name of something that a build makes")

@@ -8,7 +8,7 @@ extern "C" {
 
 namespace {
 
-// Behind the handler abort() ends the process all the same.
+// After the handler abort() ends the process all the same.
 [[gnu::constructor]] void KeepCountsAtAbort() {
     std::signal(SIGABRT, [](int) { __gcov_dump(); });
 }

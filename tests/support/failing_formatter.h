@@ -1,6 +1,6 @@
-// Makes the library's formatter fail, which no conversion of the library's own texts does by itself.
-// A program that compiles failing_formatter.cpp in place of internal/bounds_checked.cpp, together with
-// the sources it tests, has those format through here.
+// Makes the library's formatter fail, which no conversion of the library's own texts does by
+// itself. A program that compiles failing_formatter.cpp in place of internal/bounds_checked.cpp,
+// together with the sources it tests, has those format through here.
 #ifndef DXR_TESTS_SUPPORT_FAILING_FORMATTER_H
 #define DXR_TESTS_SUPPORT_FAILING_FORMATTER_H
 

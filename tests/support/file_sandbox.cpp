@@ -117,7 +117,8 @@ std::optional<std::string> FileSandbox::Content(const std::string &name) const {
 
 std::vector<std::string> FileSandbox::Names() const {
     std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(top_ + DXR_PRIVATE_LOG_DIRECTORY)) {
+    for (const auto &entry :
+         std::filesystem::directory_iterator(top_ + DXR_PRIVATE_LOG_DIRECTORY)) {
         names.push_back(entry.path().filename());
     }
     std::sort(names.begin(), names.end());

@@ -24,7 +24,7 @@ class GuardedPage {
     GuardedPage(const GuardedPage &) = delete;
     GuardedPage &operator=(const GuardedPage &) = delete;
 
-    // The address behind the last byte that can be touched.
+    // The address after the last byte that can be touched.
     [[nodiscard]] void *End() const { return static_cast<char *>(base_) + page_; }
 
   private:

@@ -11,7 +11,7 @@ namespace dxrtest {
 
 class GuardedWords {
   public:
-    // The array begins `start` words behind a guard of a multiple of 16 bytes: 0 to 3 meet every
+    // The array begins `start` words after a guard of a multiple of 16 bytes: 0 to 3 meet every
     // alignment that a loop over several words at once can see. Operations that only set or only
     // clear bits need a guard of all zeros or all ones.
     explicit GuardedWords(const std::vector<uint32_t> &words, size_t start = 0,

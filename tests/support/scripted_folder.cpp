@@ -46,7 +46,7 @@ DIR *ScriptedFolder::Open(const char *path) {
 dirent *ScriptedFolder::Read() {
     EXPECT_TRUE(isOpen_) << "a closed folder was read";
     ++reads;
-    // What an earlier entry left behind is no longer there for the reader.
+    // What an earlier entry left is no longer there for the reader.
     std::memset(entry_.d_name, 0x7F, sizeof(entry_.d_name) - 1);
     if (next_ == names_.size()) {
         if (observer_) {

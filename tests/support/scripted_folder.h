@@ -28,7 +28,7 @@ class ScriptedFolder {
     void OnRead(std::function<void(const char *)> observer) { observer_ = std::move(observer); }
 
     std::vector<std::string> opened;
-    size_t reads = 0;  // the one behind the last entry included
+    size_t reads = 0;  // the one after the last entry included
     size_t closes = 0;
 
     // For the stand-ins alone.

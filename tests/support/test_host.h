@@ -62,7 +62,7 @@ class TestHost {
     // --- memory
     std::vector<Allocation> allocations;
     std::vector<Release> releases;
-    // The n-th allocation from now on fails (1: the next one); once, or it and all behind it.
+    // The n-th allocation from now on fails (1: the next one); once, or it and all after it.
     void FailAllocation(uint64_t n);
     void FailAllocationsFrom(uint64_t n);
     void StopFailingAllocations();

@@ -3,10 +3,10 @@
 
     documents_test.py ROOT DXRSH BUILD FILE...
 
-Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares what it
-prints with the lines below it. A block under a line "`examples/NAME`:" must be that file. A block that
-installs is run as a whole, by one shell with a home directory of its own and BUILD in the place of
-build/release; not if BUILD is "-", as where programs need flags that users do not.
+Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares
+what it prints with the lines below it. A block under a line "`examples/NAME`:" must be that file. A
+block that installs is run as a whole, by one shell with a home directory of its own and BUILD in
+the place of build/release; not if BUILD is "-", as where programs need flags that users do not.
 """
 
 import os
@@ -44,9 +44,11 @@ def commands(lines):
 
 
 def run(command, root, dxrsh, **variables):
-    environment = dict(os.environ, PATH=os.path.dirname(dxrsh) + ":" + os.environ["PATH"], **variables)
-    done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True, stdin=subprocess.DEVNULL,
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    path = os.path.dirname(dxrsh) + ":" + os.environ["PATH"]
+    environment = dict(os.environ, PATH=path, **variables)
+    done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, check=False)
     # Markdown shows no difference in blanks at the end of a line.
     return [line.rstrip() for line in done.stdout.splitlines()]
 

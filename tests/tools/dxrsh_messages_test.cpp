@@ -225,7 +225,7 @@ TEST_F(DxrshMsgFilter, ShowsAnEmptyTree) {
 TEST_F(DxrshMsgFilter, SetsACount) {
     EXPECT_EQ(Run("msgfilter", "set", kTree, {"1/11", "4"}).out, Listing(1, 4, 3));
     EXPECT_EQ(Run("msgfilter", "set", kTree, {"0x2", "0"}).out, Listing(1, 0, 0));
-    // A leaf takes every path that goes on behind it.
+    // A leaf takes every path that goes on after it.
     EXPECT_EQ(Run("msgfilter", "set", kTree, {"2/9/9", "5"}).out, Listing(1, 0, 5));
 }
 

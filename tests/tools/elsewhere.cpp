@@ -1,5 +1,5 @@
-// Puts the directory named by DXR_TEST_OPT in the place of /opt, for the program that this is linked
-// into and the libraries that it loads.
+// Puts the directory named by DXR_TEST_OPT in the place of /opt, for the program that this is
+// linked into and the libraries that it loads.
 #include <dlfcn.h>
 #include <sys/stat.h>
 

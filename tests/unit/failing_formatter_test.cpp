@@ -1,5 +1,5 @@
-// Texts whose offset moves by whatever the formatter returned: after a failure, which counts -1, the next
-// piece begins one character earlier, as far as that is inside the buffer.
+// Texts whose offset moves by whatever the formatter returned: after a failure, which counts -1,
+// the next piece begins one character earlier, as far as that is inside the buffer.
 
 #include <gmock/gmock.h>
 

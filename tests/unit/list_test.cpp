@@ -226,7 +226,7 @@ TEST_F(SllIterator, MissingNodeIsStoredAndTheIndexStays) {
     EXPECT_EQ(nullptr, DXR_SllIteratorGetNextData(&it));
     ExpectPosition(it, nullptr, 1);
     EXPECT_EQ((Calls{"count", "next"}), list_.calls);
-    // The walk begins anew behind it, as the node says.
+    // The walk begins anew after it, as the node says.
     list_.hasNoNextNode = false;
     EXPECT_EQ(&a_, DXR_SllIteratorGetNextData(&it));
     ExpectPosition(it, Node(0), 2);

@@ -180,7 +180,7 @@ std::string ZeroedText(const GuardedBuffer &buffer) {
     return text;
 }
 
-// ----------------------------------------------------------------------------------------------------
+// -------------------------------------------------------------------------------------------------
 // Paths
 
 using PathFunction = std::function<uint32_t(char *, uint32_t)>;
@@ -360,7 +360,7 @@ TEST(WorkDir, NullPointersAreFormattingFailures) {
     EXPECT_THAT(Messages(files.host), ElementsAre(message, message));
 }
 
-// ----------------------------------------------------------------------------------------------------
+// -------------------------------------------------------------------------------------------------
 // Loading
 
 // The outputs of a loading function, marked so that a write is seen.
@@ -719,7 +719,7 @@ TEST(BinFileData, NullPointersFail) {
     EXPECT_EQ(files.host.LiveBlocks(), 0U);
 }
 
-// ----------------------------------------------------------------------------------------------------
+// -------------------------------------------------------------------------------------------------
 // The latest file
 
 // A real folder "sub" below the work path.
@@ -952,7 +952,7 @@ TEST(LatestFileOrder, ShorterNameIsBelowItsOwnContinuation) {
     EXPECT_EQ(FindIn({"ab", "abc", "ab"}, "", 4).name, "abc");
     // "abcd" is greater than "abc" at the place of the terminator.
     EXPECT_EQ(FindIn({"abc", "abcd"}, "", 4).result, 11U);
-    // Nothing behind the buffer's length is compared.
+    // Nothing after the buffer's length is compared.
     EXPECT_EQ(FindIn({"abd", "abcdefgh"}, "", 4).name, "abd");
 }
 

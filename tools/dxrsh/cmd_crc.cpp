@@ -22,7 +22,7 @@ struct FileCrc {
     uint64_t bytes = 0;
 };
 
-// Block by block: as the register starts at 0 and takes in a byte by XOR, what it holds behind one
+// Block by block: as the register starts at 0 and takes in a byte by XOR, what it holds after one
 // block is carried on by the first byte of the next.
 FileCrc CrcOf(Input &input) {
     std::vector<uint8_t> block(kBlockSize);

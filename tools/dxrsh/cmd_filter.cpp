@@ -249,12 +249,12 @@ void RunFilter(const FilterOptions &options) {
 constexpr const char *kHelp =
     "A line that was let through within the last hour is suppressed. The lines let through go\n"
     "to standard output as they stand; a summary, the lines most often suppressed, the filter's\n"
-    "table and its memory go to standard error. Compared is the text behind the time stamp, at\n"
+    "table and its memory go to standard error. Compared is the text after the time stamp, at\n"
     "most 1023 characters of it. Empty lines are let through without asking the filter.\n"
     "\n"
     "With --key lines are compared by numbers found in them, whatever the rest of their text:\n"
     "the expression has up to four groups, which give key1 to key4; without groups the whole\n"
-    "match gives key1. A number (decimal, or hexadecimal behind 0x) is its own value, other\n"
+    "match gives key1. A number (decimal, or hexadecimal after 0x) is its own value, other\n"
     "text its hash. Keys with the same digits in a row (1, 23 and 12, 3) are one key. Lines\n"
     "that do not match are let through without asking the filter.\n"
     "\n";

@@ -93,7 +93,7 @@ struct FilterPath {
     }
 };
 
-// The library reads as many of the types as it is told; those behind are there and unread.
+// The library reads as many of the types as it is told; those after them are there and unread.
 template <typename Call>
 auto WithTypes(const FilterPath &path, Call call) {
     return std::apply([&](auto... types) { return call(path.length, types...); }, path.types);

@@ -95,7 +95,7 @@ void AddRecordCommand(CLI::App &program) {
     const auto options = std::make_shared<RecordOptions>();
     CLI::App *const command =
         program.add_subcommand("record", "The events of a log in the information recorder");
-    command->footer(std::string("Each line is an event, known by the text behind its time stamp; "
+    command->footer(std::string("Each line is an event, known by the text after its time stamp; "
                                 "empty ones are none. Prints\n"
                                 "what the recorder holds at the end: at most 1024 texts of at most "
                                 "255 characters, each with\n"

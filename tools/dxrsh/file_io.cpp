@@ -108,7 +108,7 @@ bool LineReader::Fill() {
 }
 
 bool LineReader::Next(Line &line) {
-    size_t searched = 0;  // bytes behind begin_ known to hold no line break
+    size_t searched = 0;  // bytes after begin_ known to hold no line break
     for (;;) {
         char *const start = buffer_.data() + begin_;
         const size_t known = end_ - begin_;

@@ -42,7 +42,7 @@ class Input {
 [[nodiscard]] std::string ReadWhole(Input &input, size_t limit);
 
 struct Line {
-    std::string_view text;  // without its line break; the byte behind it is NUL
+    std::string_view text;  // without its line break; the byte after it is NUL
     bool complete;          // false: the input ended without a line break
 };
 
@@ -72,7 +72,7 @@ class LineReader {
     std::function<void()> onRead_;
     std::vector<char> buffer_;
     size_t begin_ = 0;  // first byte not yet given out
-    size_t end_ = 0;    // behind the last byte read; buffer_ has room for a NUL there
+    size_t end_ = 0;    // after the last byte read; buffer_ has room for a NUL there
     uint64_t bytesRead_ = 0;
     bool atEnd_ = false;
 };

@@ -34,7 +34,7 @@ class LineKey {
     regex_t regex_{};
 };
 
-// A decimal number that fits in 32 bits, or one in hexadecimal digits behind 0x, is its own value;
+// A decimal number that fits in 32 bits, or one in hexadecimal digits after 0x, is its own value;
 // any other text is its hash (h * 31 + byte).
 [[nodiscard]] uint32_t KeyValue(std::string_view text);
 

@@ -11,7 +11,7 @@
 
 namespace dxrsh {
 
-// Decimal, or hexadecimal behind 0x; nothing when the text is anything else or does not fit in 32
+// Decimal, or hexadecimal after 0x; nothing when the text is anything else or does not fit in 32
 // bits.
 [[nodiscard]] std::optional<uint32_t> WholeNumber(std::string_view text);
 

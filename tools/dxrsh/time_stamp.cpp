@@ -113,7 +113,7 @@ void SkipFraction(Scanner &scanner) {
 }
 
 // The zone's distance from UTC in seconds; 0 when the stamp has none. "Z", "+01", "+0100" and
-// "+01:00" are zones, the last two also behind one blank ("-12" behind a blank may be any number).
+// "+01:00" are zones, the last two also after one blank ("-12" after a blank may be any number).
 int TakeZone(Scanner &scanner) {
     if (scanner.Take('Z')) {
         return 0;

@@ -12,13 +12,13 @@ namespace dxrsh {
 
 struct TimeStamp {
     uint32_t sec;   // since 1970-01-01 00:00:00 UTC; a stamp without a zone counts as UTC
-    size_t length;  // characters it takes at the head of the line, the blanks behind it included
+    size_t length;  // characters it takes at the head of the line, the blanks after it included
 };
 
 // Reads the stamps of one log, line after line. Known forms:
-//     2026-11-21T03:37:00.250+01:00    date and time apart by T or one blank; fraction and zone
-//     optional Nov 21 03:37:00                  as syslog writes it, the day with one or two
-//     characters
+//     2026-11-21T03:37:00.250+01:00   date and time apart by T or one blank; fraction and zone
+//                                     optional
+//     Nov 21 03:37:00                 as syslog writes it, the day with one or two characters
 // A stamp stands at the very start and ends the line or is followed by a character that is no
 // letter or digit.
 class StampReader {

@@ -109,8 +109,8 @@ void DXR_GetBitMapStr(const uint32_t *bmp, uint32_t wordCount, char *buf, uint32
         buf[text.Offset()] = '\0';
         return;
     }
-    // Too long, or stepped back out of the buffer by a formatter that fails; ours, which counts what it
-    // stored, gets here in the second way alone.
+    // Too long, or stepped back out of the buffer by a formatter that fails; ours, which counts
+    // what it stored, gets here in the second way alone.
     buf[bufLen - 1] = '\0';
     if (const DxrPrintHook print = dxr::PrintHook()) {
         print(dxr::kLevelInfo, "bmp is overLenth!");

@@ -1,6 +1,6 @@
-// Builds a text whose offset moves by whatever the formatter returned, -1 of a failing one included: the
-// next piece then begins one character earlier. Never writes outside the buffer: a text that has stepped
-// back out of it has ended.
+// Builds a text whose offset moves by whatever the formatter returned, -1 of a failing one
+// included: the next piece then begins one character earlier. Never writes outside the buffer: a
+// text that has stepped back out of it has ended.
 #ifndef DXR_INTERNAL_OFFSET_WRITER_H
 #define DXR_INTERNAL_OFFSET_WRITER_H
 

@@ -14,7 +14,7 @@ class TextWriter {
   public:
     TextWriter(char *buffer, uint32_t size) noexcept : buffer_(buffer), size_(size) {}
 
-    // Writes behind what is there. A piece that cannot be formatted counts as empty, here and
+    // Writes after what is there. A piece that cannot be formatted counts as empty, here and
     // nowhere else: listings that treat the formatter's failure otherwise look at the result.
     [[gnu::format(printf, 2, 3)]] int Append(const char *format, ...) noexcept {
         std::va_list args;
