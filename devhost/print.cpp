@@ -52,11 +52,11 @@ void Deliver(const PrintTarget &target, uint32_t level, const char *text) {
 
 // The library writes with "%s" and hands over the whole rest of a long text each time: only what is
 // stored of it is looked at.
-size_t FormatPiece(std::array<char, DXR_HOST_LOG_WRITE_MAX + 1> &piece, const char *format,
+size_t FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> &piece, const char *format,
                    std::va_list args) {
     if (std::strcmp(format, "%s") == 0) {
         const char *const text = va_arg(args, const char *);
-        const size_t length = strnlen(text, DXR_HOST_LOG_WRITE_MAX);
+        const size_t length = strnlen(text, DXR_PRIVATE_LOG_WRITE_MAX);
         std::memcpy(piece.data(), text, length);
         return length;
     }
@@ -132,7 +132,7 @@ uint32_t WritePrivateLog(const char *name, const char *format, ...) {
         const std::lock_guard lock(settings.mutex);
         path = settings.logDirectory + name;
     }
-    std::array<char, DXR_HOST_LOG_WRITE_MAX + 1> piece;
+    std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> piece;
     std::va_list args;
     va_start(args, format);
     const size_t length = FormatPiece(piece, format, args);

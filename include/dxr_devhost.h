@@ -94,11 +94,9 @@ DXR_API void DxrHostSetDiagSink(DxrHostLineSink sink, void *user);
 
 /* ---- Private logs ----------------------------------------------------------------------- */
 
-#define DXR_HOST_LOG_WRITE_MAX 1000
-
 /* The directory that private logs are written to; the default is the one that the library reads
  * from, DXR_PRIVATE_LOG_DIRECTORY. Names are appended to it as they are, so it ends in a slash. The
- * host creates files there, never the directory. A write appends at most DXR_HOST_LOG_WRITE_MAX
+ * host creates files there, never the directory. A write appends at most DXR_PRIVATE_LOG_WRITE_MAX
  * characters; one that fails is dropped with a message of level 1. */
 DXR_API void DxrHostSetLogDirectory(const char *directory);
 

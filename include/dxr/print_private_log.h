@@ -16,6 +16,9 @@ DXR_EXTERN_C_BEGIN
 /* Where the logs are. */
 #define DXR_PRIVATE_LOG_DIRECTORY "/opt/lomk2/var/log/"
 
+/* Characters that the host writes at most in one call. */
+#define DXR_PRIVATE_LOG_WRITE_MAX 1000u
+
 /* The one size of path buffer DXR_GetPrivateLogPath takes, in bytes. */
 #define DXR_PRIVATE_LOG_PATH_SIZE 4096u
 
@@ -25,9 +28,9 @@ DXR_API uint32_t DXR_GetPrivateLogPath(const char *name, char *out, uint32_t out
 
 /* Hands the terminated `text` of `length` characters to the host's Print slot 8 as
  * write(name, "%s", rest), with the rest from character 0, 1000, 2000 and so on below `length` to
- * the end of the text: the host writes at most 1000 characters a call. Result 0. Length 0 makes one
- * call with an empty text, whatever `text` is, by which the host creates the file, and gives the
- * hook's result. With an empty slot, a null name, or a null text and a length: 0 and nothing is
+ * the end of the text: the host writes the first 1000 of them. Result 0. Length 0 makes one call
+ * with an empty text, whatever `text` is, by which the host creates the file, and gives the hook's
+ * result. With an empty slot, a null name, or a null text and a length: 0, and nothing is
  * written. */
 DXR_API uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text);
 

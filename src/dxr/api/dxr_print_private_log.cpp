@@ -23,7 +23,6 @@ constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
 constexpr char kTemporaryName[] = "dxr_log.tmp";
 constexpr uint32_t kPathSize = DXR_PRIVATE_LOG_PATH_SIZE;
-constexpr uint32_t kWriteStep = 1000;
 constexpr uint32_t kLineSize = 512;
 constexpr uint32_t kCopyBlockSize = 512;
 constexpr uint32_t kLengthReaderMid = 6;
@@ -31,7 +30,7 @@ constexpr uint32_t kLengthReaderMid = 6;
 using Path = std::array<char, kPathSize>;
 
 struct FileCloser {
-    void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+    void operator()(std::FILE *file) const noexcept { static_cast<void>(std::fclose(file)); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
@@ -64,7 +63,7 @@ void CopyBytes(std::FILE *source, std::FILE *destination, uint32_t length) {
         const auto wanted = std::min<uint64_t>(length - copied, kCopyBlockSize);
         const size_t got = std::fread(block.data(), 1, wanted, source);
         // Write errors are ignored by intent.
-        std::fwrite(block.data(), got, 1, destination);
+        static_cast<void>(std::fwrite(block.data(), got, 1, destination));
     }
 }
 
@@ -94,7 +93,7 @@ uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text
         return kSuccess;
     }
     // Pieces are neither cut nor terminated: the hook bounds each write itself.
-    for (uint64_t offset = 0; offset < length; offset += kWriteStep) {
+    for (uint64_t offset = 0; offset < length; offset += DXR_PRIVATE_LOG_WRITE_MAX) {
         write(name, "%s", text + offset);
     }
     return kSuccess;

@@ -22,8 +22,8 @@ constexpr uint32_t Divisor(uint32_t linkNumPerChip) noexcept {
     return linkNumPerChip != 0 ? linkNumPerChip : 1;
 }
 
-// First word of a chip's row. The index is a 32-bit product that wraps four times as late as the size
-// of the words in bytes, whose maps callers do not make.
+// First word of a chip's row. The index is a 32-bit product, which wraps long after the size of the
+// words in bytes has.
 uint32_t *Row(const DxrLinkBitMap &map, uint32_t chip) noexcept {
     const uint32_t firstWord = chip * map.wordNumPerChip;
     return map.bitMap + firstWord;

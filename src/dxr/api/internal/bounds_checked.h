@@ -1,6 +1,6 @@
 // Copies, fills and formatting that know the size of their destination: the C11 Annex K functions
-// and two truncating formatters. Records, texts and buffers are written through them; loops over the
-// words of bitmaps and the elements of arrays write themselves.
+// and two truncating formatters. Records, texts and buffers are written through them; loops over
+// the words of bitmaps and the elements of arrays write themselves.
 //
 // Results of the copies and fills: 0, EINVAL (null pointer, overlap, destination of size 0) or
 // ERANGE (does not fit). On failure the destination is emptied (texts) or filled as Annex K says
