@@ -28,7 +28,7 @@ uint32_t RecordSize(const void *query) {
 
 void *DXR_SelectDbRecord(void *query, uint32_t *count) {
     uint32_t records = 0;
-    if (DXR_SelectDbRecordCount(query, &records) != 0 || records == 0) {
+    if (DXR_SelectDbRecordCount(query, &records) != dxr::kSuccess || records == 0) {
         return nullptr;
     }
     const uint32_t size = RecordSize(query) * records;  // wraps at 32 bits
@@ -36,7 +36,7 @@ void *DXR_SelectDbRecord(void *query, uint32_t *count) {
     if (block.Get() == nullptr) {
         return nullptr;
     }
-    if (DXR_SelectDbRecordLimit(query, records, block.Get()) != 0) {
+    if (DXR_SelectDbRecordLimit(query, records, block.Get()) != dxr::kSuccess) {
         return nullptr;
     }
     *count = records;
@@ -45,5 +45,5 @@ void *DXR_SelectDbRecord(void *query, uint32_t *count) {
 
 uint32_t DXR_GetFeNodeGrpId(uint32_t arg1, uint32_t arg2) {
     NodeGroupTmConfig config = {};
-    return DXR_GetNgTmCfgFromDb(arg1, arg2, 0, &config) == 0 ? config.feNodeGroupId : 0;
+    return DXR_GetNgTmCfgFromDb(arg1, arg2, 0, &config) == dxr::kSuccess ? config.feNodeGroupId : 0;
 }

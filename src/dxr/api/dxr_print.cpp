@@ -25,7 +25,7 @@ const char *PieceFormat(uint32_t total, uint32_t remaining) {
 
 uint32_t DXR_PrintLargeBuffer(const char *text) {
     if (text == nullptr) {
-        return 0;
+        return dxr::kSuccess;
     }
     const auto total = static_cast<uint32_t>(std::strlen(text));
     uint32_t remaining = total;
@@ -34,7 +34,7 @@ uint32_t DXR_PrintLargeBuffer(const char *text) {
         const uint32_t length = std::min(remaining, kPieceLength);
         dxr::memset_s(piece, sizeof(piece), 0, sizeof(piece));
         if (dxr::strncpy_s(piece, sizeof(piece), text, length) != 0) {
-            return 0;
+            return dxr::kSuccess;
         }
         if (const DxrPrintHook print = dxr::PrintHook()) {
             print(dxr::kLevelInfo, PieceFormat(total, remaining), piece);
@@ -42,5 +42,5 @@ uint32_t DXR_PrintLargeBuffer(const char *text) {
         remaining -= length;
         text += length;
     }
-    return 0;
+    return dxr::kSuccess;
 }

@@ -79,7 +79,7 @@ class Folder {
 [[nodiscard]] bool GetWorkPath(char (&workPath)[kPathSize]) {
     memset_s(workPath, sizeof(workPath), 0, sizeof(workPath));
     const uint32_t result = DXR_GetSysWorkPath(workPath, kPathSize);
-    if (result != 0) {
+    if (result != kSuccess) {
         if (const DxrPrintHook print = PrintHook()) {
             print(kLevelFailure, "[LINKM_BIN] get sys work path ret[0x%x]", result);
         }
