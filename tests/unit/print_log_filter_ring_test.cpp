@@ -301,6 +301,23 @@ TEST_F(LogRingTest, TheIndexForgetsWhatItCannotFollow) {
     EXPECT_EQ(ring.Find(5005), std::nullopt);
 }
 
+// The address of a storage that was given back may come back as another one.
+TEST_F(LogRingTest, AStorageThatIsGivenBackIsForgotten) {
+    LogRing ring(kLogType);
+    FillLargest(ring);
+    DxrLogFilterInfo before = Record(kLogType);
+    ring.Resize(2048);
+    std::swap(before, Record(kLogType));
+    EXPECT_FALSE(ring.IsIndexed());
+    std::swap(before, Record(kLogType));
+    EXPECT_EQ(ring.Find(5001), 1U);
+    before = Record(kLogType);
+    ring.Release();
+    std::swap(before, Record(kLogType));
+    EXPECT_FALSE(ring.IsIndexed());
+    Record(kLogType) = {};
+}
+
 TEST_F(LogRingTest, ARingOfTheHostsOwnIsWalked) {
     OwnRecord own;
     LogRing ring(own.Get());
