@@ -80,8 +80,8 @@ DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, capacity) == 8, "DxrLogFilterInfo l
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, entries) == 12, "DxrLogFilterInfo layout");
 
 /* One log site, described by its caller. The keys, with the type, make the key of
- * DXR_DiffLogFilter; key1 is also copied into new entries. DXR_ShowLogFilterInfo takes key1 for the first ring
- * position and key2 for the number of rows to show. */
+ * DXR_DiffLogFilter; key1 is also copied into new entries. DXR_ShowLogFilterInfo takes key1 for the
+ * first ring position and key2 for the number of rows to show. */
 typedef struct DxrLogFilterCfg {
     uint32_t logType; /* 0 to 28: selects the ring and its mutex */
     uint32_t key1;
