@@ -105,13 +105,6 @@ inline uint64_t EightBinary(uint64_t number) {
     return (digits >> kBits & kEighth) | (digits & kEighth) << 8;
 }
 
-// Digits to characters; `letter` stands for the digit 10.
-inline uint64_t Characters(uint64_t digits, char letter) {
-    constexpr uint64_t kOnes = 0x0101010101010101;
-    const uint64_t letters = (digits + kOnes * 6) >> 4 & kOnes;
-    return digits + kOnes * '0' + letters * static_cast<uint64_t>(letter - '9' - 1);
-}
-
 // Up to eight characters, the first in the lowest byte.
 inline void Store(char *out, uint64_t characters) {
     if constexpr (std::endian::native == std::endian::big) {
@@ -144,31 +137,42 @@ struct Digits {
     uint64_t lower[2];
 };
 
-// `kLimit`: the first number of nine digits.
-template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
-[[gnu::always_inline]] inline void Split(Digits &digits, uint64_t number, char letter = 'a') {
-    for (; number >= kLimit; number /= kLimit) {
-        digits.lower[digits.words++] = Characters(kEight(number % kLimit), letter);
-    }
-    const uint64_t top = kEight(number);
-    const int leading = std::countr_zero(top | 1ULL << 63) / 8;
-    digits.top = Characters(top, letter) >> (8 * leading);
-    digits.count = 8 * (digits.words + 1) - leading;
-}
-
+// The first numbers of nine digits.
 constexpr uint64_t kNineDecimal = 100000000;
 constexpr uint64_t kNineHexadecimal = 1ULL << 32;
 constexpr uint64_t kNineOctal = 1U << 24;
 
+// `letter` stands for the digit 10.
+template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
+[[gnu::always_inline]] inline void Split(Digits &digits, uint64_t number, char letter = 'a') {
+    const auto characters = [letter](uint64_t eight) {
+        constexpr uint64_t kOnes = 0x0101010101010101;
+        const uint64_t letters = (eight + kOnes * 6) >> 4 & kOnes;
+        const auto gap = static_cast<uint64_t>(letter - '9' - 1);
+        return eight + kOnes * '0' + (kLimit == kNineHexadecimal ? letters * gap : 0);
+    };
+    for (; number >= kLimit; number /= kLimit) {
+        digits.lower[digits.words++] = characters(kEight(number % kLimit));
+    }
+    const uint64_t top = kEight(number);
+    const int leading = std::countr_zero(top | 1ULL << 63) / 8;
+    digits.top = characters(top) >> (8 * leading);
+    digits.count = 8 * (digits.words + 1) - leading;
+}
+
 [[gnu::always_inline]] inline char *PutNumber(char *out, const Field &field, const Digits &digits,
                                               uint64_t prefix, int prefixLength) {
-    int zeros = std::max(field.precision - digits.count, 0);
-    int padding = std::max(field.width - prefixLength - zeros - digits.count, 0);
-    if (field.precision < 0 && (field.flags & (Bit('0') | Bit('-'))) == Bit('0')) {
-        zeros = padding;
-        padding = 0;
+    int zeros = 0;
+    int padding = 0;
+    if (field.width > 0 || field.precision > 0) {
+        zeros = std::max(field.precision - digits.count, 0);
+        padding = std::max(field.width - prefixLength - zeros - digits.count, 0);
+        if (field.precision < 0 && (field.flags & (Bit('0') | Bit('-'))) == Bit('0')) {
+            zeros = padding;
+            padding = 0;
+        }
+        out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
     }
-    out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
     Store(out, prefix);
     out = Fill(out + prefixLength, '0', zeros);
     Store(out, digits.top);
