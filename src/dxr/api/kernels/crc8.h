@@ -45,9 +45,15 @@ inline constexpr uint64_t kShort = 16;  // data below this length are looked up 
     };
     if ((length & 8) != 0) {
         take(8);
+        if (length == 8) {
+            return crc;
+        }
     }
     if ((length & 4) != 0) {
         take(4);
+    }
+    if ((length & 3) == 0) {
+        return crc;
     }
     if ((length & 2) != 0) {
         take(2);

@@ -57,43 +57,98 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
     return offsets % kPage <= kPage - atMost * sizeof(*a);
 }
 
-[[nodiscard]] inline bool IsZero(few_words::Four words) {
+[[nodiscard]] inline bool EndsAreSame(const uint32_t *a, const uint32_t *b, size_t last) {
+    using few_words::Four;
+    using few_words::Load;
 #if DXR_HAS_VECTOR_CODE
-    const auto bytes = reinterpret_cast<__m128i>(words);
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) == 0xFFFF;
+    const auto first = reinterpret_cast<__m128i>(Load<Four>(a) == Load<Four>(b));
+    const auto second = reinterpret_cast<__m128i>(Load<Four>(a + last) == Load<Four>(b + last));
+    return _mm_movemask_epi8(_mm_and_si128(first, second)) == 0xFFFF;
 #else
-    return (words[0] | words[1] | words[2] | words[3]) == 0;
+    const Four both =
+        (Load<Four>(a) ^ Load<Four>(b)) | (Load<Four>(a + last) ^ Load<Four>(b + last));
+    return (both[0] | both[1] | both[2] | both[3]) == 0;
 #endif
 }
 
-[[nodiscard]] inline few_words::Four Difference(const uint32_t *a, const uint32_t *b) {
-    return few_words::Load<few_words::Four>(a) ^ few_words::Load<few_words::Four>(b);
-}
-
-// Of at most kFewWords.
+// Of at most kFewWords. All at once where that reads no other page, else one by one.
 [[nodiscard]] inline uint32_t AreSameFew(const uint32_t *a, const uint32_t *b, size_t count) {
-    if (count >= 4 && LieInOnePageEach(a, b, kFewWords)) {
-        const size_t last = count - 4;
-        return IsZero(Difference(a, b) | Difference(a + last, b + last)) ? 1 : 0;
+    if (count == 1) {
+        return few_words::Load<uint32_t>(a) == few_words::Load<uint32_t>(b) ? 1 : 0;
     }
-    return AreSame(a, b, count);
+    if (count < 4) {
+        const auto differAt = [a, b](size_t i) {
+            return few_words::Load<uint32_t>(a + i) != few_words::Load<uint32_t>(b + i);
+        };
+        // In this order; the last two may be the same.
+        return count == 0 || (!differAt(0) && !differAt(1) && !differAt(count - 1)) ? 1 : 0;
+    }
+    if (!LieInOnePageEach(a, b, kFewWords)) [[unlikely]] {
+        return AreSame(a, b, count);
+    }
+    return EndsAreSame(a, b, count - 4) ? 1 : 0;
 }
 
 // Of at most kFewWords.
 [[nodiscard]] inline uint32_t AreZeroFew(const uint32_t *words, size_t count) {
-    using few_words::Load;
-    using few_words::Two;
+    const auto at = [words](size_t i) { return few_words::Load<few_words::Two>(words + i); };
+    if (count == 1) {
+        return *words == 0 ? 1 : 0;
+    }
+    if (count < 4) {
+        return count == 0 || (at(0) | words[count - 1]) == 0 ? 1 : 0;
+    }
+    return (at(0) | at(2) | at(count - 4) | at(count - 2)) == 0 ? 1 : 0;
+}
+
+// Sums of 1, 2 and 4 bits side by side, as in BitsInWord(), then of the bytes.
+[[nodiscard]] constexpr uint32_t BitsInTwo(few_words::Two words) noexcept {
+    words -= words >> 1U & 0x5555555555555555U;
+    words = (words & 0x3333333333333333U) + (words >> 2U & 0x3333333333333333U);
+    words = (words + (words >> 4U)) & 0x0F0F0F0F0F0F0F0FU;
+    return static_cast<uint32_t>(words * 0x0101010101010101U >> 56U);
+}
+
+#if DXR_HAS_VECTOR_CODE
+
+// Of 4 to 8 words: the first four, and of the last four those that are not among them. The sums of
+// 4 bits are at most 8 for both together.
+[[nodiscard]] inline uint32_t BitsInFourToEight(const uint32_t *words, size_t count) {
+    alignas(16) static constexpr uint32_t kIsNew[8] = {0, 0, 0, 0, ~0U, ~0U, ~0U, ~0U};
+    const auto load = [](const uint32_t *four) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i *>(four));
+    };
+    const auto bitsOfFours = [](__m128i bits) {
+        const __m128i ones = _mm_set1_epi8(0x55);
+        const __m128i pairs = _mm_set1_epi8(0x33);
+        bits = _mm_sub_epi8(bits, _mm_and_si128(_mm_srli_epi16(bits, 1), ones));
+        return _mm_add_epi8(_mm_and_si128(bits, pairs),
+                            _mm_and_si128(_mm_srli_epi16(bits, 2), pairs));
+    };
+    const __m128i last = _mm_and_si128(load(words + count - 4), load(kIsNew + count - 4));
+    const __m128i fours = _mm_add_epi8(bitsOfFours(load(words)), bitsOfFours(last));
+    const __m128i low = _mm_set1_epi8(0x0F);
+    const __m128i bytes =
+        _mm_add_epi8(_mm_and_si128(fours, low), _mm_and_si128(_mm_srli_epi16(fours, 4), low));
+    const __m128i halves = _mm_sad_epu8(bytes, _mm_setzero_si128());
+    return static_cast<uint32_t>(
+        _mm_cvtsi128_si32(_mm_add_epi32(halves, _mm_unpackhi_epi64(halves, halves))));
+}
+
+#endif
+
+// Of at most kFewWords.
+[[nodiscard]] inline uint32_t BitsInFew(const uint32_t *words, size_t count) {
+#if DXR_HAS_VECTOR_CODE
     if (count >= 4) {
-        const uint32_t *const last = words + count - 4;
-        return (Load<Two>(words) | Load<Two>(words + 2) | Load<Two>(last) | Load<Two>(last + 2)) ==
-                       0
-                   ? 1
-                   : 0;
+        return BitsInFourToEight(words, count);
     }
-    if (count >= 2) {
-        return (Load<Two>(words) | Load<Two>(words + count - 2)) == 0 ? 1 : 0;
+#endif
+    uint32_t bits = 0;
+    for (; count >= 2; words += 2, count -= 2) {
+        bits += BitsInTwo(few_words::Load<few_words::Two>(words));
     }
-    return count == 0 || *words == 0 ? 1 : 0;
+    return count == 0 ? bits : bits + BitsInWord(*words);
 }
 
 // Of more than kFewWords.
@@ -125,8 +180,11 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
 
 // The number of set bits of all words, modulo 2^32.
 [[nodiscard]] inline uint32_t BitsInWords(const uint32_t *words, uint32_t count) noexcept {
-    return !kFastPaths || count <= kFewWords ? word_queries::Bits(words, count)
-                                             : word_queries::BitsInMany(words, count);
+    if constexpr (!kFastPaths) {
+        return word_queries::Bits(words, count);
+    }
+    return count <= kFewWords ? word_queries::BitsInFew(words, count)
+                              : word_queries::BitsInMany(words, count);
 }
 
 }  // namespace dxr
