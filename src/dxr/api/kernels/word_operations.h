@@ -82,7 +82,7 @@ template <typename Operation>
     } else if (count >= 2) {
         OfEnds<Operation, few_words::Two>(dst, src, count);
     } else if (count == 1) {
-        *dst = Operation::Of(*dst, *src);
+        OfWords<Operation>(dst, src, 1);
     }
 }
 
