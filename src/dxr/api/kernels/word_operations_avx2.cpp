@@ -39,9 +39,14 @@ DXR_TARGET_AVX2 inline __m256i Combined(const uint32_t *dst, const uint32_t *src
     return Of(Operation(), LoadWords(dst), LoadWords(src));
 }
 
-// Words up to where a vector's store is aligned, 0 to kWidth - 1.
+template <typename Operation>
+DXR_TARGET_AVX2 inline void CombineVector(uint32_t *dst, const uint32_t *src) {
+    StoreWords(dst, Combined<Operation>(dst, src));
+}
+
+// Words up to the next place where a vector's store is aligned, 1 to kWidth.
 size_t WordsToAlignment(const uint32_t *word) {
-    return -(reinterpret_cast<uintptr_t>(word) / sizeof(*word)) % kWidth;
+    return kWidth - reinterpret_cast<uintptr_t>(word) / sizeof(*word) % kWidth;
 }
 
 // The first and the last vector are computed before anything is written and stored when all is
@@ -54,23 +59,25 @@ DXR_TARGET_AVX2 inline void Combine(uint32_t *dst, const uint32_t *src, size_t c
         word_operations::OfWords<Operation>(dst, src, count);
         return;
     }
-    const size_t last = count - kWidth;
+    uint32_t *const first = dst;
+    uint32_t *const last = dst + count - kWidth;
     const __m256i atFirst = Combined<Operation>(dst, src);
-    const __m256i atLast = Combined<Operation>(dst + last, src + last);
-    size_t i = count < kLongArray ? kWidth : WordsToAlignment(dst);
-    for (; i + kStep <= count; i += kStep) {
-        StoreWords(dst + i, Combined<Operation>(dst + i, src + i));
-        StoreWords(dst + i + kWidth, Combined<Operation>(dst + i + kWidth, src + i + kWidth));
-        StoreWords(dst + i + 2 * kWidth,
-                   Combined<Operation>(dst + i + 2 * kWidth, src + i + 2 * kWidth));
-        StoreWords(dst + i + 3 * kWidth,
-                   Combined<Operation>(dst + i + 3 * kWidth, src + i + 3 * kWidth));
+    const __m256i atLast = Combined<Operation>(last, src + count - kWidth);
+    const size_t begin = count < kLongArray ? kWidth : WordsToAlignment(dst);
+    dst += begin;
+    src += begin;
+    for (const uint32_t *const end = dst + (count - begin) / kStep * kStep; dst != end;
+         dst += kStep, src += kStep) {
+        CombineVector<Operation>(dst, src);
+        CombineVector<Operation>(dst + kWidth, src + kWidth);
+        CombineVector<Operation>(dst + 2 * kWidth, src + 2 * kWidth);
+        CombineVector<Operation>(dst + 3 * kWidth, src + 3 * kWidth);
     }
-    for (; i < last; i += kWidth) {
-        StoreWords(dst + i, Combined<Operation>(dst + i, src + i));
+    for (; dst < last; dst += kWidth, src += kWidth) {
+        CombineVector<Operation>(dst, src);
     }
-    StoreWords(dst, atFirst);
-    StoreWords(dst + last, atLast);
+    StoreWords(first, atFirst);
+    StoreWords(last, atLast);
 }
 
 }  // namespace

@@ -13,14 +13,20 @@ DXR_TARGET_AVX2 inline __m256i LoadWords(const uint32_t *words) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(words));
 }
 
+// What is looked for is a bit that is set: here in words, there in the difference of two arrays.
 struct Content {
     const uint32_t *words;
+    void Skip(ptrdiff_t count) { words += count; }
     [[nodiscard]] DXR_TARGET_AVX2 __m256i At(size_t i) const { return LoadWords(words + i); }
 };
 
 struct Difference {
     const uint32_t *a;
     const uint32_t *b;
+    void Skip(ptrdiff_t count) {
+        a += count;
+        b += count;
+    }
     [[nodiscard]] DXR_TARGET_AVX2 __m256i At(size_t i) const {
         return _mm256_xor_si256(LoadWords(a + i), LoadWords(b + i));
     }
@@ -40,17 +46,20 @@ DXR_TARGET_AVX2 inline bool AreZero(__m256i low, __m256i high) {
 // Looks at `count` words, at least kWidth; at some perhaps twice.
 template <typename Source>
 DXR_TARGET_AVX2 inline uint32_t IsAllZero(Source source, size_t count) {
-    const size_t last = count - kWidth;
-    size_t i = 0;
-    for (; count - i > kStep; i += kStep) {
-        if (!AreZero(Both(source, i, i + kWidth), Both(source, i + 2 * kWidth, i + 3 * kWidth))) {
+    for (; count > kStep; count -= kStep, source.Skip(ptrdiff_t{kStep})) {
+        if (!AreZero(Both(source, 0, kWidth), Both(source, 2 * kWidth, 3 * kWidth))) {
             return 0;
         }
     }
-    if (count - i > 2 * kWidth) {
-        return AreZero(Both(source, i, i + kWidth), Both(source, last - kWidth, last)) ? 1 : 0;
+    if (count < kWidth) {  // after whole steps: the last vector reaches back
+        source.Skip(static_cast<ptrdiff_t>(count) - static_cast<ptrdiff_t>(kWidth));
+        count = kWidth;
     }
-    return AreZero(source.At(std::min(i, last)), source.At(last)) ? 1 : 0;
+    const size_t last = count - kWidth;
+    if (count > 2 * kWidth) {
+        return AreZero(Both(source, 0, kWidth), Both(source, last - kWidth, last)) ? 1 : 0;
+    }
+    return AreZero(source.At(0), source.At(last)) ? 1 : 0;
 }
 
 // Words from `a` and `b` on of which every byte lies in the page of the first. None where the
