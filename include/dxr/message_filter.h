@@ -9,7 +9,8 @@
  * both.
  *
  * Memory: the classes use the ordinary allocator, a composite owns its children. std::bad_alloc is
- * the one exception that can leave these functions.
+ * the one exception of the library's own that can leave these functions: a query, a setting or a
+ * listing has changed nothing then; what is left of a building stands at each function.
  *
  * Thread safety: none. The calls on one tree must be serialised; trees are independent of each
  * other. */
@@ -27,7 +28,9 @@ namespace Dxr {
 
 class MessageFilterWalk; /* the library's own way down a tree */
 
-/* A node of the tree. Which virtual operation has which slot is part of the binary interface. */
+/* A node of the tree. It has one owner and one place: nodes cannot be copied. Which virtual
+ * operation has which slot is part of the binary interface. The functions below ask nodes of a
+ * host's own class by Find, and nodes of the library's two classes as Find would. */
 class DXR_API MessageFilterComponent {
   public:
     virtual ~MessageFilterComponent();
@@ -62,8 +65,8 @@ class DXR_API MessageFilterComponent {
     MessageFilterComponent(const std::string &nodeName, uint32_t type, uint32_t count,
                            uint32_t depth);
 
-    /* The layout is part of the binary interface. A class that a host derives may change what it
-     * inherits, between two calls on the tree. */
+    /* The layout is part of the binary interface. A class that a host derives may read and change
+     * what it inherits, between two calls on the tree. */
     std::string name;
     uint32_t msgType;
     uint32_t lostCnt; /* messages still to be filtered */
@@ -89,8 +92,7 @@ class DXR_API MessageFilterComposite : public MessageFilterComponent {
   private:
     friend class MessageFilterWalk;
 
-    uint32_t
-        hasForeignChild_; /* whether one of them is of a host's class; where padding would be */
+    uint32_t hasForeignChild_; /* one of a host's class; lies where padding would be */
 
   protected:
     std::vector<MessageFilterComponent *> children; /* owned; none is null */

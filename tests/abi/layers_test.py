@@ -88,6 +88,7 @@ class Tree:
     def faults_of_order(self, path, text):
         """A header that its own source includes first cannot rest on an earlier one."""
         stem = pathlib.PurePath(path).stem.removeprefix("dxr_")
+        stem = re.sub(r"_avx\w+$", "", stem)  # a version for some processors
         folder = pathlib.PurePath(path).parent.name
         own = {f"dxr/{stem}.h", f"dxr_{stem}.h", f"{folder}/{stem}.h", HEADERS.get(path)}
         first = re.search(r'^#include [<"]([^">]*)', text, re.MULTILINE)

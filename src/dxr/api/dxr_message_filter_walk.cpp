@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <list>
 #include <typeinfo>
 
 namespace Dxr {
@@ -23,7 +24,7 @@ Kind KindOf(const MessageFilterComponent &node) {
 constexpr ptrdiff_t kGroup = 8;
 
 // Lets `*found` be `node` if the types are equal, by a conditional move: of the plain form compilers
-// make a branch.
+// make a branch. So below.
 [[gnu::always_inline]] inline void TakeIfEqual(uint32_t type, const uint32_t &nodeType,
                                                MessageFilterComponent *node,
                                                MessageFilterComponent **found) {
@@ -37,6 +38,19 @@ constexpr ptrdiff_t kGroup = 8;
 #endif
 }
 
+// Lets `*found` be `node` if it is null.
+[[gnu::always_inline]] inline void TakeIfNull(MessageFilterComponent *node,
+                                              MessageFilterComponent **found) {
+#if defined(__x86_64__)
+    asm("testq %[found], %[found]\n\tcmoveq %[node], %[found]"
+        : [found] "+r"(*found)
+        : [node] "r"(node)
+        : "cc");
+#else
+    *found = *found == nullptr ? node : *found;
+#endif
+}
+
 }  // namespace
 
 // The children of a composite that are still to be asked.
@@ -46,16 +60,12 @@ class MessageFilterWalk::Row {
         : hasForeign_(parent.hasForeignChild_ != 0),
           next_(parent.children.data()),
           end_(next_ + parent.children.size()) {}
-    Row() = default;
 
     // The first one that has this type or is foreign, or null.
     [[nodiscard]] MessageFilterComponent *Ask(uint32_t type) const {
         MessageFilterComponent *const *child = next_;
         for (; !hasForeign_ && end_ - child >= kGroup; child += kGroup) {
-            MessageFilterComponent *found = nullptr;
-            for (ptrdiff_t i = kGroup; i-- > 0;) {
-                TakeIfEqual(type, child[i]->msgType, child[i], &found);
-            }
+            MessageFilterComponent *const found = AskGroup(child, type);
             if (found != nullptr) {
                 return found;
             }
@@ -73,10 +83,29 @@ class MessageFilterWalk::Row {
     }
 
   private:
+    // In two halves, so that the moves wait for each other half as long.
+    static MessageFilterComponent *AskGroup(MessageFilterComponent *const *group, uint32_t type) {
+        constexpr ptrdiff_t kHalf = kGroup / 2;
+        MessageFilterComponent *first = nullptr;
+        MessageFilterComponent *second = nullptr;
+        for (ptrdiff_t i = kHalf; i-- > 0;) {
+            TakeIfEqual(type, group[i]->msgType, group[i], &first);
+            TakeIfEqual(type, group[kHalf + i]->msgType, group[kHalf + i], &second);
+        }
+        TakeIfNull(second, &first);
+        return first;
+    }
+
     bool hasForeign_;
     MessageFilterComponent *const *next_;
     MessageFilterComponent *const *end_;
 };
+
+MessageFilterComponent *MessageFilterWalk::FindByList(MessageFilterComponent &root) const {
+    const uint32_t *const begin = types_;
+    std::list<uint32_t> path(begin, End());
+    return root.Find(path);
+}
 
 bool MessageFilterWalk::IsOwn(const MessageFilterComponent &node) {
     return KindOf(node) != Kind::kForeign;
@@ -88,9 +117,8 @@ bool MessageFilterWalk::FindAmongOwn(MessageFilterComponent &root, const uint32_
     if (root.msgType != *path && IsOwn(root)) {
         return true;
     }
-    // The composites that are being asked, the root first, and what is left of their children.
-    std::array<Row, kMostInPlace> rows;
-    std::array<const MessageFilterComponent *, kMostInPlace> asked;
+    // The composites above the one that is asked, the root first.
+    std::array<const MessageFilterComposite *, kMostInPlace> above;
     size_t depth = 0;
     MessageFilterComponent *found = &root;
     for (;;) {
@@ -103,17 +131,18 @@ bool MessageFilterWalk::FindAmongOwn(MessageFilterComponent &root, const uint32_
             *node = found;
             return true;
         }
-        asked[depth] = found;
-        rows[depth] = Row(static_cast<const MessageFilterComposite &>(*found));
-        while ((found = rows[depth].Ask(*path)) == nullptr) {
+        const auto *asked = static_cast<const MessageFilterComposite *>(found);
+        Row row(*asked);
+        while ((found = row.Ask(*path)) == nullptr) {
             // What a composite took off the path is missing for its siblings, as in Find.
             if (depth == 0) {
                 return true;
             }
-            rows[depth - 1].GoOnBehind(asked[depth]);
-            --depth;
+            row = Row(*above[--depth]);
+            row.GoOnBehind(asked);
+            asked = above[depth];
         }
-        ++depth;
+        above[depth++] = asked;
     }
 }
 

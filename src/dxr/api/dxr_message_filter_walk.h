@@ -12,8 +12,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdint>
-#include <iterator>
-#include <list>
+#include <vector>
 
 #include "dxr/message_filter.h"
 #include "internal/fast_paths.h"
@@ -26,39 +25,33 @@ class MessageFilterWalk {
     // Longer paths are as well served by the list that Find takes.
     static constexpr uint32_t kMostInPlace = 15;
 
-    // Makes room for a path of the root and `num` types below it; what is allocated is allocated
-    // here, before variable arguments are opened.
+    // Makes room for a path of the root and `num` types below it: before variable arguments are
+    // opened, since it may allocate.
     explicit MessageFilterWalk(uint32_t num) : num_(num) {
-        if (!IsInPlace()) {
-            list_.assign(size_t{num} + 1, kRootMsgType);
+        if (num > kMostInPlace) {
+            elsewhere_.resize(size_t{num} + 1);
         }
+        types_ = num > kMostInPlace ? elsewhere_.data() : inPlace_.data();
     }
 
     // Takes the types below the root. In line, since an argument list that is passed on lives in
     // memory.
     [[gnu::always_inline]] void Read(std::va_list types) {
-        if (!IsInPlace()) {
-            for (auto type = std::next(list_.begin()); type != list_.end(); ++type) {
-                *type = va_arg(types, uint32_t);
-            }
-            return;
-        }
-        types_[0] = kRootMsgType;
-        for (uint32_t i = 1; i <= num_; ++i) {
-            types_[i] = va_arg(types, uint32_t);
+        uint32_t *const path = types_;
+        const uint32_t *const end = End();
+        *path = kRootMsgType;
+        for (uint32_t *type = path + 1; type != end; ++type) {
+            *type = va_arg(types, uint32_t);
         }
     }
 
-    // The node that the path leads to, or null. May allocate where a host's class is asked. Once.
-    [[nodiscard]] MessageFilterComponent *Find(MessageFilterComponent &root) {
-        if (IsInPlace()) {
-            MessageFilterComponent *node = nullptr;
-            if (FindAmongOwn(root, types_.data(), types_.data() + num_ + 1, &node)) {
-                return node;
-            }
-            list_.assign(types_.begin(), types_.begin() + num_ + 1);
+    // The node that the path leads to, or null. Allocates where a host's class has to be asked.
+    [[nodiscard]] MessageFilterComponent *Find(MessageFilterComponent &root) const {
+        MessageFilterComponent *node = nullptr;
+        if (dxr::kFastPaths && num_ <= kMostInPlace && FindAmongOwn(root, types_, End(), &node)) {
+            return node;
         }
-        return root.Find(list_);
+        return FindByList(root);
     }
 
     // The same for the path from `path` up to `end`, of 1 to kMostInPlace + 1 types, in `*node`. False if a host's class
@@ -90,11 +83,13 @@ class MessageFilterWalk {
   private:
     class Row;
 
-    [[nodiscard]] bool IsInPlace() const { return dxr::kFastPaths && num_ <= kMostInPlace; }
+    [[nodiscard]] const uint32_t *End() const { return types_ + num_ + 1; }
+    [[nodiscard]] MessageFilterComponent *FindByList(MessageFilterComponent &root) const;
 
     uint32_t num_;
-    std::array<uint32_t, kMostInPlace + 1> types_;
-    std::list<uint32_t> list_;
+    std::array<uint32_t, kMostInPlace + 1> inPlace_;
+    std::vector<uint32_t> elsewhere_;
+    uint32_t *types_;
 };
 
 }  // namespace Dxr

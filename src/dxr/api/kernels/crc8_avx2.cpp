@@ -31,6 +31,7 @@
 //    integers, do not exist.) At last crc = S - quotient * G, of which the low eight bits are
 //    enough.
 #include "kernels/crc8.h"
+
 #include "kernels/vector_code.h"
 
 #if DXR_HAS_VECTOR_CODE

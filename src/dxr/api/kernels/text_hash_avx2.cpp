@@ -1,4 +1,5 @@
 #include "kernels/text_hash.h"
+
 #include "kernels/vector_code.h"
 
 #if DXR_HAS_VECTOR_CODE

@@ -1,5 +1,6 @@
-#include "kernels/vector_code.h"
 #include "kernels/word_operations.h"
+
+#include "kernels/vector_code.h"
 
 #if DXR_HAS_VECTOR_CODE
 
