@@ -150,6 +150,7 @@ struct FileCalls {
             return nullptr;
         }
         if (resolved == nullptr) {
+            // cppcheck-suppress returnDanglingLifetime; allocated by the C library
             return next(sandbox->OnDisk(path).c_str(), nullptr);
         }
         std::array<char, PATH_MAX> found;
@@ -171,6 +172,7 @@ struct FileCalls {
             return nullptr;
         }
         std::FILE *const stream = next(sandbox->OnDisk(path).c_str(), mode);
+        // cppcheck-suppress danglingTemporaryLifetime; the stream does not hold the path
         if (stream != nullptr) {
             sandbox->streams_.insert(stream);
         }

@@ -1,6 +1,8 @@
 // The hidden source is compiled into this test. What is right is what the C library prints.
 #include "internal/plain_format.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,7 +20,6 @@
 #include <string>
 #include <vector>
 
-#include "gtest/gtest.h"
 #include "internal/bounds_checked.h"
 #include "support/test_host.h"
 

@@ -32,7 +32,7 @@ void *DXR_SelectDbRecord(void *query, uint32_t *count) {
         return nullptr;
     }
     const uint32_t size = RecordSize(query) * records;  // wraps at 32 bits
-    dxr::Zeroed<void> block(DXR_GetDefaultMid(), size);
+    dxr::Zeroed<uint8_t> block(DXR_GetDefaultMid(), size);
     if (block.Get() == nullptr) {
         return nullptr;
     }

@@ -62,6 +62,7 @@ MessageFilterComposite::~MessageFilterComposite() {
 
 void MessageFilterComposite::Add(MessageFilterComponent *child) {
     std::unique_ptr<MessageFilterComponent> owned(child);
+    // cppcheck-suppress danglingLifetime; given up by its owner in the next line
     children.push_back(owned.get());
     static_cast<void>(owned.release());
     hasForeignChild_ |= MessageFilterWalk::IsOwn(*child) ? 0U : 1U;
