@@ -177,6 +177,8 @@ def draw_ratios(rows):
         peers.append(tic(members[0].peer, y))
     ratios = [row.ratio for row in rows]
     height = len(groups) * 17 + 80
+    legend = f"at screen 0.5375,{1 - 16 / height:.4f} center"
+    reading = f"at screen 0.5375,{1 - 32 / height:.4f} center"
     run_gnuplot(f"""
 set terminal svg size {WIDTH},{height} font 'sans,11' background '#ffffff'
 set output {quoted(str(RATIOS.relative_to(ROOT)))}
@@ -192,8 +194,8 @@ set yrange [0.2:{len(groups) + 0.8}]
 set ytics ({', '.join(names)}) noenhanced nomirror scale 0 font ',10'
 set link y2
 set y2tics ({', '.join(peers)}) noenhanced nomirror scale 0 font ',10'
-set label 1 'ours / peer:  ● measured   □ goal   ┃ must' at screen 0.5375,{1 - 16 / height:.4f} center
-set label 2 'left of the line at 1 the library is faster' at screen 0.5375,{1 - 32 / height:.4f} center
+set label 1 'ours / peer:  ● measured   □ goal   ┃ must' {legend}
+set label 2 'left of the line at 1 the library is faster' {reading}
 unset key
 set grid xtics ytics lc rgb '#d8d8d8' lt 1 lw 0.5
 set arrow from 1,graph 0 to 1,graph 1 nohead lw 1.6 lc rgb '#000000' front
@@ -267,8 +269,10 @@ set bmargin 3.4
         for number, (name, points) in enumerate(curves.items()):
             data = "\n".join(f"{size:g} {ns:g}" for size, ns in sorted(points.items()))
             script.append(f"$curve{number} << EOD\n{data}\nEOD")
-            style = ("lw 2 lc rgb '#000000' dt 1 pt 7 ps 0.5" if number == 0 else
-                     f"lw 1.5 lc rgb '#505050' dt {1 + number} pt {(6, 4, 8, 10)[number - 1]} ps 0.6")
+            style = "lw 2 lc rgb '#000000' dt 1 pt 7 ps 0.5"
+            if number > 0:
+                point = (6, 4, 8, 10)[number - 1]
+                style = f"lw 1.5 lc rgb '#505050' dt {1 + number} pt {point} ps 0.6"
             plots.append(f"$curve{number} with linespoints {style} title {quoted(name)}")
         script.append("plot " + ", ".join(plots))
     script.append("unset multiplot")
@@ -287,7 +291,8 @@ def put(page, name, made):
 
 def write(rows, memory):
     page = PAGE.read_text()
-    page = put(page, "figures", f"Processor: {processor()}. {summary(rows)}\n\n{figure_tables(rows)}")
+    figures = f"Processor: {processor()}. {summary(rows)}\n\n{figure_tables(rows)}"
+    page = put(page, "figures", figures)
     page = put(page, "memory", memory_table(memory))
     PAGE.write_text(page)
     draw_ratios(rows)
@@ -298,7 +303,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("figures", help="what dxr_bench --tabs printed")
     parser.add_argument("memory", help="what dxr_memory printed")
-    parser.add_argument("--write", action="store_true", help="renew docs/performance.md and pictures")
+    parser.add_argument("--write", action="store_true",
+                        help="renew docs/performance.md and pictures")
     arguments = parser.parse_args()
     rows = read_figures(arguments.figures)
     memory = read_memory(arguments.memory)

@@ -14,9 +14,9 @@ namespace bench {
 
 [[nodiscard]] std::pmr::memory_resource &DenseMemory();
 
-// Memory from a multiple of 256 bytes on, one array close behind the other, so that no figure depends
-// on where they happen to lie: small ones across two pages, or pages apart, where a processor takes
-// one for the other.
+// Memory from a multiple of 256 bytes on, one array close behind the other, so that no figure
+// depends on where they happen to lie: small ones across two pages, or pages apart, where a
+// processor takes one for the other.
 template <typename T>
 struct DenseAllocator {
     using value_type = T;

@@ -11,19 +11,20 @@
  * read all records once.
  *
  * Changes in place: hosts read the store and its records, and change them through these functions.
- * A slot that is emptied nevertheless (its record released, the slot set to null) ends every search.
- * In a store of up to 8 records all functions see whatever a host writes in place. In a larger one
- * DXR_UpdateExistingRecord does; DXR_RecordInfo may miss texts overwritten, records exchanged and
- * slots emptied in place, but touches no record that no slot holds. A record that also stands in a
- * store of the host's own and is rewritten there by DXR_AddNewRecord is found under its new text.
+ * A slot that is emptied nevertheless (its record released, the slot set to null) ends every
+ * search. In a store of up to 8 records all functions see whatever a host writes in place. In a
+ * larger one DXR_UpdateExistingRecord does; DXR_RecordInfo may miss texts overwritten, records
+ * exchanged and slots emptied in place, but touches no record that no slot holds. A record that
+ * also stands in a store of the host's own and is rewritten there by DXR_AddNewRecord is found
+ * under its new text.
  *
  * Hooks that come back: the allocation, release and time hooks may call all of these functions and
- * change the store. No record is touched after such a call that is no longer in its slot. The slot of
- * a new record is the one at the next index when the allocation has returned; a block that is not
- * needed any more is given back. The time hook gets a copy of the old time; when it has taken the
- * record out of its slot, an addition ends there, while a refresh counts as a match and goes on with
- * the next slot. A text that the time hook adds during an addition goes to the same slot, is then
- * overwritten, and leaves an empty slot after it. Records are out of the store when they are
+ * change the store. No record is touched after such a call that is no longer in its slot. The slot
+ * of a new record is the one at the next index when the allocation has returned; a block that is
+ * not needed any more is given back. The time hook gets a copy of the old time; when it has taken
+ * the record out of its slot, an addition ends there, while a refresh counts as a match and goes on
+ * with the next slot. A text that the time hook adds during an addition goes to the same slot, is
+ * then overwritten, and leaves an empty slot after it. Records are out of the store when they are
  * released.
  *
  * Threads: no lock, and listing reads what recording writes; callers on several threads serialise
@@ -75,14 +76,14 @@ extern DXR_API DxrRecordStore g_dxrRecord;
  * the print hook and nothing is recorded. */
 DXR_API void DXR_RecordInfo(const char *format, ...) DXR_PRINTF(1, 2);
 
-/* Refreshes every record of `store`, up to the first empty slot, whose text equals `text`: last time
- * and count. 1 when there was one, else 0; also 0 for a null argument. Reads every record. */
+/* Refreshes every record of `store`, up to the first empty slot, whose text equals `text`: last
+ * time and count. 1 when there was one, else 0; also 0 for a null argument. Reads every record. */
 DXR_API uint8_t DXR_UpdateExistingRecord(const char *text, DxrRecordStore *store);
 
 /* Puts `text`, cut to 255 characters, into the slot at the next index with count 1 and the present
- * time as its first and last, and moves the index on. The record of an empty slot is allocated, that
- * of an occupied one is overwritten, and keeps its times when there is no time hook. A failed allocation, a null argument or an
- * index outside the store changes nothing. */
+ * time as its first and last, and moves the index on. The record of an empty slot is allocated,
+ * that of an occupied one is overwritten, and keeps its times when there is no time hook. A failed
+ * allocation, a null argument or an index outside the store changes nothing. */
 DXR_API void DXR_AddNewRecord(const char *text, DxrRecordStore *store);
 
 /* Frees all records and empties the store. Recording may go on afterwards. */
@@ -92,8 +93,8 @@ DXR_API void DXR_DestroyRecordInfo(void);
 DXR_API DxrRecordStore *DXR_GetRecordEntity(void);
 
 /* Lists slots `start` to `end` - 1 into `buffer` of `bufferSize` bytes, one line a record with
- * "\r\n" in front, up to the first empty slot or the end of the store. What does not fit is cut; the
- * text is terminated. A null argument or a `bufferSize` of 0 gives 0.
+ * "\r\n" in front, up to the first empty slot or the end of the store. What does not fit is cut;
+ * the text is terminated. A null argument or a `bufferSize` of 0 gives 0.
  * Returns the characters written, without the terminator; when nothing is listed, nothing is
  * written. */
 DXR_API uint32_t DXR_GetRecordStr(const DxrRecordStore *store, uint32_t start, uint32_t end,

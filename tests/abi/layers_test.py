@@ -3,9 +3,9 @@
 
     layers_test.py ROOT
 
-For src/dxr/api and include/dxr, also: one way to name a header (from the include root), a source's own
-header first, and the hook table read in one place. Prints one line for each fault and exits with 1 if
-there is one.
+For src/dxr/api and include/dxr, also: one way to name a header (from the include root), a source's
+own header first, and the hook table read in one place. Prints one line for each fault and exits
+with 1 if there is one.
 """
 
 import argparse
@@ -76,13 +76,14 @@ class Tree:
     def faults_of_includes(self, path, text):
         folder = path.removeprefix(f"{API}/").removeprefix("include/").rpartition("/")[0]
         room = folder or "own logic"
+        serves = self.component(path)
         for header in includes(text):
             other = room_of(header)
             if other is None or not self.exists(header):
                 yield f'{path}: "{header}" is not named from the include root'
             elif other != room and other not in MAY_INCLUDE[room]:
                 yield f'{path}: {room} may not include "{header}"'
-            elif other == "own logic" and not self.component(path).startswith(self.component(header)):
+            elif other == "own logic" and not serves.startswith(self.component(header)):
                 yield f'{path}: "{header}" serves another component'
 
     def faults_of_order(self, path, text):

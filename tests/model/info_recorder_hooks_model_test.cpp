@@ -147,7 +147,8 @@ class Side {
         ++copies_;
     }
 
-    // In place. In a larger store it is the next slot that is written, and the emptying shows in this.
+    // In place. In a larger store it is the next slot that is written, and the emptying shows in
+    // this.
     void EmptySlot(uint32_t slot, const std::string &text) {
         DxrRecordStore &store = Store();
         const bool isSmall = store.records[kSmall] == nullptr;

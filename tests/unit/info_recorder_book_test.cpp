@@ -1,5 +1,5 @@
-// The book against a walk over its store, with the store driven as the recorder drives it and changed
-// in place.
+// The book against a walk over its store, with the store driven as the recorder drives it and
+// changed in place.
 #include "dxr_info_recorder_book.h"
 
 #include <gtest/gtest.h>
@@ -401,8 +401,8 @@ TEST_P(RecordBookBesideAHost, ASharedRecordIsFollowedToAllItsSlots) {
 
 INSTANTIATE_TEST_SUITE_P(RecordsInFront, RecordBookBesideAHost, testing::Values(0U, 5U, 6U, 20U));
 
-// --- the index itself: texts overwritten in place tell whether it was asked, and whether it was made
-// anew since.
+// --- the index itself: texts overwritten in place tell whether it was asked, and whether it was
+// made anew since.
 
 class RecordIndex : public testing::Test {
   protected:

@@ -243,8 +243,8 @@ TEST_P(RecorderHooks, AStoreThatTheTimeHookEmptiesAndUsesIsSearchedOn) {
         }
     });
     DXR_RecordInfo("twin");
-    // The search goes on after the slot it stood at; the new record there may or may not stand where
-    // the old one stood.
+    // The search goes on after the slot it stood at; the new record there may or may not stand
+    // where the old one stood.
     EXPECT_EQ(g_dxrRecord.records[GetParam() + 1]->count, 2U);
     EXPECT_EQ(g_dxrRecord.records[GetParam() + 2]->count, 2U);
     if (GetParam() != 0) {

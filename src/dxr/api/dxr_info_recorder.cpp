@@ -42,7 +42,8 @@ void MarkPossiblyCut(std::array<char, DXR_RECORD_TEXT_SIZE> &text, int stored) {
 }
 
 // Has the host give the time of the record in `slot`. The hook gets a copy of the old one, which
-// stays if there is no hook, and may do anything to the store: false if it has taken the record out.
+// stays if there is no hook, and may do anything to the store: false if it has taken the record
+// out.
 bool ReadTime(const DxrRecordStore &store, uint32_t slot, DxrSysTime DxrRecord::*field) {
     DxrRecord *const record = store.records[slot];
     DxrSysTime time = record->*field;

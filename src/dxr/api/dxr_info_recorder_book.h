@@ -1,10 +1,11 @@
-// The recorder's store as a book of texts: all records of a text are found, and a record is written,
-// at the same cost whatever the store holds.
+// The recorder's store as a book of texts: all records of a text are found, and a record is
+// written, at the same cost whatever the store holds.
 //
-// Beside the plain records stands an index, which nobody else sees. Either it follows an operation or
-// it is forgotten, and made anew by the next search. Invariant, while InStep(): slots 0 to live - 1
-// are the live ones, those before the first empty slot; each has the hash of its record's text as the
-// library wrote it and stands in the one chain of that hash's home, in the order of slots.
+// Beside the plain records stands an index, which nobody else sees. Either it follows an operation
+// or it is forgotten, and made anew by the next search. Invariant, while InStep(): slots 0 to
+// live - 1 are the live ones, those before the first empty slot; each has the hash of its record's
+// text as the library wrote it and stands in the one chain of that hash's home, in the order of
+// slots.
 //
 // A slot that the index gives is a candidate only: its record's own text decides. So what a host
 // overwrites in place may stay unseen, but no text is taken for another.
@@ -80,9 +81,9 @@ class RecordBook {
     constexpr RecordBook(DxrRecordStore &store, Index &index) noexcept
         : store_(store), index_(index) {}
 
-    // Searches come to the slots in ascending order and end at the first empty one. Whatever happens
-    // between two steps, each gives the first slot from `from` on that holds the text, or kNone.
-    // This one sees all that a host has written in place.
+    // Searches come to the slots in ascending order and end at the first empty one. Whatever
+    // happens between two steps, each gives the first slot from `from` on that holds the text, or
+    // kNone. This one sees all that a host has written in place.
     [[nodiscard]] static uint32_t Walk(const DxrRecordStore &store, const RecordText &text,
                                        uint32_t from) noexcept;
     // The same in the book's own store.
@@ -98,8 +99,8 @@ class RecordBook {
     [[nodiscard]] DxrRecord *TakeOut(uint32_t slot) const noexcept;
 
   private:
-    // Up to so many records are sooner walked than a text is hashed. The index knows nothing of them,
-    // so what a host has done in place by then is seen when the store has grown past them.
+    // Up to so many records are sooner walked than a text is hashed. The index knows nothing of
+    // them, so what a host has done in place by then is seen when the store has grown past them.
     static constexpr uint32_t kFewRecords = 8;
 
     static constexpr uint32_t Home(uint32_t hash) noexcept {

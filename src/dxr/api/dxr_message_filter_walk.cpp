@@ -23,8 +23,8 @@ Kind KindOf(const MessageFilterComponent &node) {
 // dozen comparisons: children are compared in groups, without a branch on what was compared.
 constexpr ptrdiff_t kGroup = 8;
 
-// Lets `*found` be `node` if the types are equal, by a conditional move: of the plain form compilers
-// make a branch. So below.
+// Lets `*found` be `node` if the types are equal, by a conditional move: of the plain form
+// compilers make a branch. So below.
 [[gnu::always_inline]] inline void TakeIfEqual(uint32_t type, const uint32_t &nodeType,
                                                MessageFilterComponent *node,
                                                MessageFilterComponent **found) {

@@ -4,8 +4,8 @@
 // A short path is kept in place, and followed without a list and without a virtual call for every
 // node that is asked, as long as all nodes that are asked are of the library's own two classes.
 // Their Find does nothing but take types off the path, and the walk only moves on in its own, so
-// that one that comes to a node of a host's class has left no trace: the root is asked by Find then,
-// from the start.
+// that one that comes to a node of a host's class has left no trace: the root is asked by Find
+// then, from the start.
 #ifndef DXR_MESSAGE_FILTER_WALK_H
 #define DXR_MESSAGE_FILTER_WALK_H
 
@@ -54,8 +54,9 @@ class MessageFilterWalk {
         return FindByList(root);
     }
 
-    // The same for the path from `path` up to `end`, of 1 to kMostInPlace + 1 types, in `*node`. False if a host's class
-    // would have to be asked: then nothing is known, and nothing has happened.
+    // The same for the path from `path` up to `end`, of 1 to kMostInPlace + 1 types, in `*node`.
+    // False if a host's class would have to be asked: then nothing is known, and nothing has
+    // happened.
     [[nodiscard]] static bool FindAmongOwn(MessageFilterComponent &root, const uint32_t *path,
                                            const uint32_t *end, MessageFilterComponent **node);
 

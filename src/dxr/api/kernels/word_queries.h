@@ -12,9 +12,9 @@
 
 namespace dxr {
 
-// The number of set bits: sums of 1, 2 and 4 bits side by side, then of the four bytes. The compiler
-// knows this form and takes the processor's instruction where it may; for std::popcount it calls its
-// own library where it may not.
+// The number of set bits: sums of 1, 2 and 4 bits side by side, then of the four bytes. The
+// compiler knows this form and takes the processor's instruction where it may; for std::popcount it
+// calls its own library where it may not.
 [[nodiscard]] constexpr uint32_t BitsInWord(uint32_t word) noexcept {
     word -= word >> 1U & 0x55555555U;
     word = (word & 0x33333333U) + (word >> 2U & 0x33333333U);
