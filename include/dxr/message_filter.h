@@ -4,7 +4,7 @@
  * anew by path and listed as text.
  *
  * A path is matched level by level. Composites take their message type off the path, and what a
- * composite took stays taken when none of its children matches: the siblings behind it are asked
+ * composite took stays taken when none of its children matches: the siblings after it are asked
  * with the rest. A leaf takes nothing and ignores what lies deeper. Host configurations rely on
  * both.
  *

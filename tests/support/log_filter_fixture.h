@@ -118,7 +118,7 @@ inline void Fill(DxrLogFilterInfo *record, uint32_t capacity, uint32_t curIndex,
     }
 }
 
-class LogFilterTest : public ::testing::Test {
+class LogFilterTest : public testing::Test {
   protected:
     LogFilterTest() {
         ResetData();

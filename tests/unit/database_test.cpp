@@ -16,7 +16,6 @@
 
 namespace {
 
-using testing::Test;
 using Calls = std::vector<std::string>;
 
 constexpr uint32_t kUntouched = 0xC0C0C0C0;
@@ -25,7 +24,7 @@ class Database;
 Database *g_database = nullptr;
 
 // The host's side of the selection.
-class Database : public Test {
+class Database : public testing::Test {
   protected:
     Database() {
         g_database = this;
@@ -245,7 +244,7 @@ uint32_t GetNgTmCfg(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *config) {
     return g_nodeGroup.result;
 }
 
-class FeNodeGrpId : public Test {
+class FeNodeGrpId : public testing::Test {
   protected:
     FeNodeGrpId() { g_nodeGroup = {{11, 22, 33, 0x80000044}, 0, {}, 0}; }
     dxrtest::TestHost host_;
@@ -283,7 +282,7 @@ TEST_F(FeNodeGrpId, IsZeroWithoutAHook) {
 int g_portCalls = 0;
 int g_byTmPortCalls = 0;
 
-class PortInfoByTmPort : public Test {
+class PortInfoByTmPort : public testing::Test {
   protected:
     PortInfoByTmPort() {
         g_portCalls = 0;

@@ -96,7 +96,7 @@ struct ThreadHooks {
     }
 };
 
-class LogFilterThreads : public ::testing::Test {
+class LogFilterThreads : public testing::Test {
   protected:
     LogFilterThreads() {
         ThreadHooks::Install();

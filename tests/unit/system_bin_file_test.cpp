@@ -921,7 +921,7 @@ TEST(LatestFileOrder, NameThatDoesNotFitEndsTheSearchEvenBeforeAGreaterOne) {
                 ElementsAre("1 [LINKM_BIN] can not get latest file, fileName: a_too_long, ret 0."));
 }
 
-TEST(LatestFileOrder, NameThatDoesNotFitIsSkippedBehindAGreaterOne) {
+TEST(LatestFileOrder, NameThatDoesNotFitIsSkippedAfterAGreaterOne) {
     const Search search = FindIn({"b", "a_too_long"}, "", 4);
     EXPECT_EQ(search.result, 0U);
     EXPECT_EQ(search.name, "b");

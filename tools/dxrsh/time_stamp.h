@@ -24,7 +24,7 @@ struct TimeStamp {
 class StampReader {
   public:
     // A syslog stamp has no year. The log's first one takes the latest year that does not put it
-    // more than a day behind `latestSec`; each later one takes the year that brings it nearest to
+    // more than a day after `latestSec`; each later one takes the year that brings it nearest to
     // the stamp before it.
     [[nodiscard]] static StampReader Before(uint32_t latestSec);
     // As above, with the year of the first such stamp given.

@@ -71,7 +71,7 @@ DxrFaultMultiAccumulatedSpec::~DxrFaultMultiAccumulatedSpec() = default;
 bool DxrFaultMultiAccumulatedSpec::IsSatisfied(const DxrCounter *counter) const {
     bool satisfied = false;
     for (const auto &[interval, threshold] : specs_) {
-        // Read for every pair, also behind one that holds: hosts see each reading.
+        // Read for every pair, also after one that holds: hosts see each reading.
         const uint32_t now = DXR_GetStartupTimeSec();
         const bool holds = IsAccumulated(*counter, interval, threshold, [now] { return now; });
         satisfied = satisfied || holds;

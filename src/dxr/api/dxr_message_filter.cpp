@@ -81,7 +81,7 @@ MessageFilterComponent *MessageFilterComposite::Find(std::list<uint32_t> &path) 
     if (path.empty() || !IsSameMsgType(path.front())) {
         return nullptr;
     }
-    // Not put back when no child answers: the siblings behind this node see the shortened path, as
+    // Not put back when no child answers: the siblings after this node see the shortened path, as
     // intended.
     path.pop_front();
     if (path.empty()) {

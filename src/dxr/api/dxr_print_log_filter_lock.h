@@ -16,11 +16,11 @@ class LogTypeLock {
     // `logType` is below kLogTypeCount. A lock that fails is held all the same, as far as the
     // filter goes.
     explicit LogTypeLock(uint32_t logType) : logType_(logType) {
-        static_cast<void>(DXR_LockMutex(g_dxrLogFilterMutex[logType_]));
+        DXR_LockMutex(g_dxrLogFilterMutex[logType_]);
     }
     ~LogTypeLock() {
         if (held_) {
-            static_cast<void>(Unlock());
+            Unlock();
         }
     }
     LogTypeLock(const LogTypeLock &) = delete;

@@ -16,9 +16,11 @@
 namespace {
 
 using dxr::FreeBlock;
+using dxr::kFailure;
 using dxr::kLevelFailure;
 using dxr::kLevelInfo;
 using dxr::kLogTypeCount;
+using dxr::kSuccess;
 using dxr::LogRing;
 using dxr::LogTypeLock;
 using dxr::PrintHook;
@@ -43,18 +45,18 @@ uint32_t DXR_InitLogFilter(uint32_t mid) {
             if (const DxrPrintHook print = PrintHook()) {
                 print(kLevelFailure, "log filter init failed, module[%u]", mid);
             }
-            return 1;
+            return kFailure;
         }
         g_dxrLogFilterMid = mid;
         g_dxrLogFilterInfo = block.Release();
         for (void *&mutex : g_dxrLogFilterMutex) {
-            static_cast<void>(DXR_InitMutex(&mutex, nullptr));
+            DXR_InitMutex(&mutex, nullptr);
         }
     }
     if (const DxrPrintHook print = PrintHook()) {
         print(kLevelInfo, "log filter init success, module[%u]", g_dxrLogFilterMid);
     }
-    return 0;
+    return kSuccess;
 }
 
 void DXR_DestroyLogFilter() {
@@ -63,7 +65,7 @@ void DXR_DestroyLogFilter() {
             const LogTypeLock lock(logType);
             LogRing(logType).Release();
         }
-        static_cast<void>(DXR_DestroyMutex(g_dxrLogFilterMutex[logType]));
+        DXR_DestroyMutex(g_dxrLogFilterMutex[logType]);
     }
     DxrLogFilterInfo *const records = std::exchange(g_dxrLogFilterInfo, nullptr);
     if (records != nullptr) {
@@ -95,10 +97,10 @@ void DXR_EnableLogFilter(uint8_t on) {
 
 uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash) {
     if (input->length == 0 || input->text == nullptr) {
-        return 1;
+        return kFailure;
     }
     *hash = dxr::TextHash(reinterpret_cast<const unsigned char *>(input->text), input->length);
-    return 0;
+    return kSuccess;
 }
 
 namespace dxr {
@@ -129,7 +131,7 @@ uint32_t DXR_GetHashCode(uint32_t hashFuncId, const char *text, uint32_t length)
     // The library's own function by its name, so that the call has no detour.
     const uint32_t ret =
         dxr::HostSeesHashInput() ? row.func(&input, &hash) : DXR_SimpleHash(&input, &hash);
-    if (ret != 0) {
+    if (ret != kSuccess) {
         if (const DxrPrintHook print = PrintHook()) {
             print(kLevelFailure, "get hash code error, hashFuncId[%u] strLen[%u] ret[%#x]",
                   row.hashFuncId, length, ret);
