@@ -2,9 +2,8 @@
 //
 // A figure has two contenders. They are sampled in turn, round by round, by the CPU time of the
 // thread (of the process, for figures with threads of their own; of the children, for whole
-// programs); a round keeps the smallest of
-// several samples of each, which is the one least disturbed, and gives one ratio; the figure is the
-// median of the ratios.
+// programs); a round keeps the smallest of several samples of each, which is the one least
+// disturbed, and gives one ratio; the figure is the median of the ratios.
 #ifndef DXR_FIGURES_HARNESS_H
 #define DXR_FIGURES_HARNESS_H
 
