@@ -491,6 +491,24 @@ TEST_F(LogFilterReentry, LinesLoggedWhileTheStoreIsDestroyedDoNotLeak) {
     EXPECT_EQ(host_.LiveBlocks(), 0U);
 }
 
+TEST_F(LogFilterReentry, AStoreThatTheAllocationHookMakesIsKept) {
+    DXR_DestroyLogFilter();
+    static DxrLogFilterInfo *made;
+    made = nullptr;
+    g_onceInAllocate = [] {
+        EXPECT_EQ(DXR_InitLogFilter(7), 0U);
+        made = g_dxrLogFilterInfo;
+        EXPECT_EQ(Ask("A"), 0);
+    };
+    EXPECT_EQ(DXR_InitLogFilter(8), 0U);
+    EXPECT_NE(made, nullptr);
+    EXPECT_EQ(g_dxrLogFilterInfo, made);
+    EXPECT_EQ(g_dxrLogFilterMid, 7U);
+    EXPECT_EQ(Ask("A"), 1);
+    DXR_DestroyLogFilter();
+    EXPECT_EQ(host_.LiveBlocks(), 0U);
+}
+
 // --- rings without growth, where position and size say nothing of what has happened
 
 // Where nothing is granted, the ring holds the newest line alone, the one that was asked for last.

@@ -47,10 +47,13 @@ uint32_t DXR_InitLogFilter(uint32_t mid) {
             }
             return kFailure;
         }
-        g_dxrLogFilterMid = mid;
-        g_dxrLogFilterInfo = block.Release();
-        for (void *&mutex : g_dxrLogFilterMutex) {
-            DXR_InitMutex(&mutex, nullptr);
+        // Unless the allocation hook came back and made the store.
+        if (g_dxrLogFilterInfo == nullptr) {
+            g_dxrLogFilterMid = mid;
+            g_dxrLogFilterInfo = block.Release();
+            for (void *&mutex : g_dxrLogFilterMutex) {
+                DXR_InitMutex(&mutex, nullptr);
+            }
         }
     }
     if (const DxrPrintHook print = PrintHook()) {
