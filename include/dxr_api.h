@@ -20,8 +20,9 @@
  *      Without an allocator every allocation fails and each function says so. Else not noticed.
  *   5. Write no more than a hook was given room for (12 bytes for DXR_GetSysTime). Not noticed.
  *   6. Let no exception out of a hook. Else the behaviour is undefined. Not noticed.
- *   7. Do not call the log filter from a memory, time, print or mutex hook: the filter calls them
- *      while it holds the mutex of a log type. (The log hook, Print slot 4, is called without one.)
+ *   7. Let a memory, time, print or mutex hook call the log filter only where it can take the mutex
+ *      of the log type: the filter calls these hooks while it holds that of a type
+ *      (dxr/print_log_filter_store.h). The log hook, Print slot 4, is called without one.
  *      Else a mutex that cannot be taken twice never returns. Not noticed.
  *
  * Duties of the caller.

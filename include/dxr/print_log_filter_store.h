@@ -13,8 +13,9 @@
  *
  * Hooks: the memory, print (for failures of the ring) and time hooks are called while the mutex of
  * a type is held, the hash function and the print hook for its failures before it is taken. Any of
- * them may come back to the filter with another type, and with the same type where the host's mutex
- * can be locked twice by one thread, or is none. An operation then goes on with the ring as the
+ * them, and of the mutex hooks, may come back to the filter with another type, and with the same
+ * type where the host's mutex can be locked twice by one thread, or is none. Threads that so take
+ * two types in opposite orders can block each other. An operation then goes on with the ring as the
  * hook has left it:
  *   - a ring that was grown, shrunk, cleared or added to is the one that is worked on;
  *   - a line that is being added takes the ring position that was next before the time hook was
