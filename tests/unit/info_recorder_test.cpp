@@ -461,6 +461,11 @@ TEST_F(RecorderAdd, ARecordsOwnTextCanBeItsNewText) {
     EXPECT_STREQ(At(0).text, "text 0");
     DXR_AddNewRecord(g_dxrRecord.records[1]->text + 2, &g_dxrRecord);
     EXPECT_STREQ(At(1).text, "xt 1");
+    DXR_RecordInfo("text 0");
+    DXR_RecordInfo("xt 1");
+    EXPECT_EQ(At(0).count, 2U);
+    EXPECT_EQ(At(1).count, 2U);
+    EXPECT_EQ(g_dxrRecord.nextIndex, 2U);
 }
 
 TEST_F(RecorderAdd, AddingDoesNotLookForTheText) {

@@ -80,24 +80,25 @@ void RecordBook::Place(DxrRecordStore &store, DxrRecord *record) const noexcept 
     const bool inStep = InStep();
     store.records[slot] = record;
     if (&store == &store_) {
-        RecordText empty("");
-        Follow(inStep, slot, empty);
+        Follow(inStep, slot, RecordText("").Hash());
     }
 }
 
 void RecordBook::Write(DxrRecordStore &store, uint32_t slot, RecordText &text) const noexcept {
     const bool inStep = InStep();
     DxrRecord *const record = store.records[slot];
+    // Before the copy: the text may be a part of the record's own.
+    const uint32_t hash = inStep ? text.Hash() : 0;
     record->count = 1;
     text.CopyTo(*record);
     store.nextIndex = (store.nextIndex + 1) & (DXR_RECORD_COUNT - 1);
     if (&store == &store_ || !inStep) {
-        Follow(inStep, slot, text);
+        Follow(inStep, slot, hash);
         return;
     }
     for (uint32_t shared = 0; shared < index_.live; ++shared) {
         if (store_.records[shared] == record) {
-            Follow(inStep, shared, text);
+            Follow(inStep, shared, hash);
         }
     }
 }
@@ -120,9 +121,9 @@ const DxrRecord *RecordBook::Newest() const noexcept {
     return store_.records[(store_.nextIndex - 1) & (DXR_RECORD_COUNT - 1)];
 }
 
-void RecordBook::Follow(bool inStep, uint32_t slot, RecordText &text) const noexcept {
+void RecordBook::Follow(bool inStep, uint32_t slot, uint32_t hash) const noexcept {
     if (inStep) {
-        Put(slot, text.Hash());
+        Put(slot, hash);
         Keep();
     } else {
         index_.known = false;

@@ -111,8 +111,9 @@ class RecordBook {
     [[nodiscard]] const DxrRecord *Newest() const noexcept;
     [[nodiscard]] uint32_t FindInChain(RecordText &text, uint32_t from) const noexcept;
     void Rebuild() const noexcept;
-    // After a change of the record in `slot`, before which the index was in step or not.
-    void Follow(bool inStep, uint32_t slot, RecordText &text) const noexcept;
+    // After a change of the record in `slot`, whose text has this hash now, and before which the
+    // index was in step or not: then the hash does not count.
+    void Follow(bool inStep, uint32_t slot, uint32_t hash) const noexcept;
     void Put(uint32_t slot, uint32_t hash) const noexcept;
     void Keep() const noexcept;
 
