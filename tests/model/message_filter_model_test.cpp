@@ -1,13 +1,18 @@
 // Random trees, paths and counts against a model that walks a flat table of nodes with the path's
-// position beside it.
+// position beside it. Some trees hold nodes of a host's class, which changes them in place between
+// two queries.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "dxr/message_filter.h"
@@ -20,14 +25,46 @@ using dxrtest::FilterNode;
 using dxrtest::FilterRecords;
 using dxrtest::GuardedBuffer;
 
-constexpr int kTrees = 3000;
+constexpr int kTrees = 1500;
+constexpr int kTreesWithAHost = 1500;
 constexpr int kOperationsPerTree = 20;
 constexpr uint32_t kMax = 0xFFFFFFFF;
 
+using Dxr::MessageFilterComponent;
+using Dxr::MessageFilterComposite;
+using Dxr::MessageFilterLeaf;
 using Path = std::vector<uint32_t>;
 
-// The nodes in pre-order; the root is node 0. A subtree is a node and all behind it up to its
-// `end`.
+// What a node of a host's class lets be changed in place.
+class Editor {
+  public:
+    using Row = std::vector<MessageFilterComponent *>;
+
+    Editor() = default;
+    virtual ~Editor() = default;
+    Editor(const Editor &) = delete;
+    Editor &operator=(const Editor &) = delete;
+
+    virtual void Retype(uint32_t type) = 0;
+    virtual void Recount(uint32_t count) = 0;
+    virtual Row *Children() = 0;  // null: a leaf
+};
+
+template <typename Base>
+class HostNode : public Base, public Editor {
+  public:
+    using Base::Base;
+    void Retype(uint32_t type) override { this->msgType = type; }
+    void Recount(uint32_t count) override { this->lostCnt = count; }
+    Row *Children() override {
+        if constexpr (std::is_same_v<Base, MessageFilterComposite>) {
+            return &this->children;
+        }
+        return nullptr;
+    }
+};
+
+// The nodes in pre-order; the root is node 0. A subtree is a node and all behind it, `size` nodes.
 class Model {
   public:
     explicit Model(const std::vector<FilterNode> &forest) {
@@ -35,7 +72,7 @@ class Model {
         for (const FilterNode &node : forest) {
             Flatten(node, 1);
         }
-        nodes_[0].end = nodes_.size();
+        nodes_[0].size = nodes_.size();
     }
 
     // The node that the path leads to. `consumed` counts what has been taken off the front; it is
@@ -45,6 +82,35 @@ class Model {
     }
 
     uint32_t &Count(size_t node) { return nodes_[node].lost; }
+    uint32_t &Type(size_t node) { return nodes_[node].type; }
+    uint32_t Layer(size_t node) const { return nodes_[node].layer; }
+    size_t Size() const { return nodes_.size(); }
+    // Of a node of a host's class; null for one of the library's.
+    Editor *&EditorOf(size_t node) { return nodes_[node].editor; }
+
+    bool HasChildren(size_t node) const { return nodes_[node].size > 1; }
+    // Lets the first child be the last one.
+    void RotateChildren(size_t node) {
+        const size_t first = node + 1;
+        std::rotate(At(first), At(first + nodes_[first].size), At(node + nodes_[node].size));
+    }
+    void DropLastChild(size_t node) {
+        const size_t end = node + nodes_[node].size;
+        size_t last = node + 1;
+        while (last + nodes_[last].size != end) {
+            last += nodes_[last].size;
+        }
+        const size_t size = nodes_[last].size;
+        nodes_.erase(At(last), At(end));
+        Resize(node, 0 - size);
+    }
+    void AppendLeaf(size_t node, const FilterNode &leaf) {
+        const Node added = {leaf.name, leaf.msgType, leaf.lostCnt, nodes_[node].layer + 1, false,
+                            1};
+        nodes_.insert(At(node + nodes_[node].size), added);
+        Resize(node, 1);
+    }
+
     // For statistics: whether the path spells the way from the root down to the node.
     bool IsPlainWay(size_t node, const Path &path) const {
         return node < nodes_.size() && path.size() == size_t{nodes_[node].layer} + 1;
@@ -69,8 +135,22 @@ class Model {
         uint32_t lost;
         uint32_t layer;
         bool composite;
-        size_t end;
+        size_t size;
+        Editor *editor = nullptr;
     };
+
+    std::vector<Node>::iterator At(size_t node) {
+        return nodes_.begin() + static_cast<ptrdiff_t>(node);
+    }
+
+    // Of a node and those above it.
+    void Resize(size_t node, size_t difference) {
+        for (size_t i = 0; i <= node; ++i) {
+            if (node < i + nodes_[i].size) {
+                nodes_[i].size += difference;
+            }
+        }
+    }
 
     void Flatten(const FilterNode &node, uint32_t layer) {
         const size_t at = nodes_.size();
@@ -79,7 +159,7 @@ class Model {
         for (const FilterNode &child : node.children) {
             Flatten(child, layer + 1);
         }
-        nodes_[at].end = nodes_.size();
+        nodes_[at].size = nodes_.size() - at;
     }
 
     std::optional<size_t> FindFrom(size_t at, const Path &path, size_t *consumed) const {
@@ -94,7 +174,7 @@ class Model {
         if (*consumed == path.size()) {
             return at;
         }
-        for (size_t child = at + 1; child < node.end; child = nodes_[child].end) {
+        for (size_t child = at + 1; child < at + node.size; child += nodes_[child].size) {
             if (const auto found = FindFrom(child, path, consumed)) {
                 return found;
             }
@@ -117,15 +197,19 @@ class Random {
 
     std::vector<FilterNode> Forest(uint32_t depth, uint32_t *budget) {
         std::vector<FilterNode> nodes;
-        for (uint32_t n = Below(5); n > 0 && *budget > 0; --n) {
+        const uint32_t most = Below(4) == 0 ? 30 : 5;  // long rows are searched in another way
+        for (uint32_t n = Below(most); n > 0 && *budget > 0; --n) {
             --*budget;
-            nodes.push_back(
-                {std::string(Below(37), static_cast<char>('a' + Below(26))), Type(), Count()});
+            nodes.push_back(Node());
             if (depth > 1 && Below(3) != 0) {
                 nodes.back().children = Forest(depth - 1, budget);
             }
         }
         return nodes;
+    }
+
+    FilterNode Node() {
+        return {std::string(Below(37), static_cast<char>('a' + Below(26))), Type(), Count()};
     }
 
     Path BelowRoot() {
@@ -170,20 +254,31 @@ struct Statistics {
     int filtered = 0;
     int foundBesideTheWay = 0;  // through an ignored rest or a shortened path
     int missedWithTypesTaken = 0;
+    int changedInPlace = 0;
+    int rowsChanged = 0;
 };
 
 class TreeRun {
   public:
-    TreeRun(Random *random, Statistics *statistics)
+    // Of `percent` nodes in a hundred the class is a host's. Without any the tree is built from
+    // records.
+    TreeRun(Random *random, Statistics *statistics, uint32_t percent)
         : random_(random), statistics_(statistics), forest_(MakeForest(random)), model_(forest_) {
-        const FilterRecords records(forest_);
-        filter_ = DXR_CreateMessageFilter(records.Data(), records.Size());
+        if (percent == 0) {
+            const FilterRecords records(forest_);
+            filter_ = DXR_CreateMessageFilter(records.Data(), records.Size());
+            return;
+        }
+        filter_ = new MessageFilterComposite("root", 0, 0, 0);
+        size_t at = 1;
+        Plant(filter_, forest_, percent, &at);
     }
     ~TreeRun() { DXR_DestroyMessageFilter(&filter_); }
     TreeRun(const TreeRun &) = delete;
     TreeRun &operator=(const TreeRun &) = delete;
 
     void Step() {
+        ChangeInPlace();
         const Path below = random_->BelowRoot();
         Path path = {0};
         path.insert(path.end(), below.begin(), below.end());
@@ -223,6 +318,73 @@ class TreeRun {
         return random->Forest(5, &budget);
     }
 
+    // The nodes of the model from `*at` on, under `parent`.
+    void Plant(DxrMessageFilter *parent, const std::vector<FilterNode> &nodes, uint32_t percent,
+               size_t *at) {
+        for (const FilterNode &node : nodes) {
+            const size_t self = (*at)++;
+            if (node.children.empty()) {
+                AddNode<MessageFilterLeaf>(parent, node, percent, self);
+            } else {
+                Plant(AddNode<MessageFilterComposite>(parent, node, percent, self), node.children,
+                      percent, at);
+            }
+        }
+    }
+
+    template <typename Base>
+    DxrMessageFilter *AddNode(DxrMessageFilter *parent, const FilterNode &node, uint32_t percent,
+                              size_t self) {
+        const std::string name = node.name.substr(0, 32);
+        const uint32_t layer = model_.Layer(self);
+        Base *added = nullptr;
+        if (random_->Below(100) < percent) {
+            auto *const host = new HostNode<Base>(name, node.msgType, node.lostCnt, layer);
+            model_.EditorOf(self) = host;
+            added = host;
+        } else {
+            added = new Base(name, node.msgType, node.lostCnt, layer);
+        }
+        parent->Add(added);
+        return added;
+    }
+
+    // Changes a node of a host's class, if the one that is drawn is one.
+    void ChangeInPlace() {
+        const size_t at = random_->Below(static_cast<uint32_t>(model_.Size()));
+        Editor *const editor = model_.EditorOf(at);
+        if (editor == nullptr) {
+            return;
+        }
+        ++statistics_->changedInPlace;
+        editor->Retype(model_.Type(at) = random_->Type());
+        if (random_->Below(2) == 0) {
+            editor->Recount(model_.Count(at) = random_->Count());
+        }
+        if (editor->Children() != nullptr) {
+            ChangeRow(at, editor->Children());
+        }
+    }
+
+    void ChangeRow(size_t at, Editor::Row *row) {
+        ++statistics_->rowsChanged;
+        const uint32_t change = random_->Below(4);
+        if (change == 0) {
+            FilterNode leaf = random_->Node();
+            leaf.name.resize(std::min<size_t>(leaf.name.size(), 32));
+            row->push_back(
+                new MessageFilterLeaf(leaf.name, leaf.msgType, leaf.lostCnt, model_.Layer(at) + 1));
+            model_.AppendLeaf(at, leaf);
+        } else if (change == 1 && model_.HasChildren(at)) {
+            delete row->back();
+            row->pop_back();
+            model_.DropLastChild(at);
+        } else if (change == 2 && model_.HasChildren(at)) {
+            std::rotate(row->begin(), row->begin() + 1, row->end());
+            model_.RotateChildren(at);
+        }
+    }
+
     void CheckConsumption(const Path &path, bool found, size_t consumed) {
         std::list<uint32_t> list(path.begin(), path.end());
         ASSERT_EQ(filter_->Find(list) != nullptr, found);
@@ -248,20 +410,34 @@ class TreeRun {
     DxrMessageFilter *filter_ = nullptr;
 };
 
-TEST(MessageFilterModel, RandomTreesAndPathsAgree) {
+void RunTrees(int trees, uint32_t percent, Statistics *statistics) {
     Random random(dxrtest::Seed());
-    Statistics statistics;
-    for (int tree = 0; tree < kTrees; ++tree) {
-        TreeRun run(&random, &statistics);
+    for (int tree = 0; tree < trees; ++tree) {
+        TreeRun run(&random, statistics, percent);
         for (int i = 0; i < kOperationsPerTree; ++i) {
             run.Step();
-            ASSERT_FALSE(HasFatalFailure()) << "tree " << tree << ", step " << i;
+            ASSERT_FALSE(testing::Test::HasFatalFailure()) << "tree " << tree << ", step " << i;
         }
     }
-    EXPECT_GT(statistics.found, 1000);
-    EXPECT_GT(statistics.filtered, 1000);
-    EXPECT_GT(statistics.foundBesideTheWay, 1000);
-    EXPECT_GT(statistics.missedWithTypesTaken, 1000);
+    EXPECT_GT(statistics->found, 1000);
+    EXPECT_GT(statistics->filtered, 1000);
+    EXPECT_GT(statistics->foundBesideTheWay, 1000);
+    EXPECT_GT(statistics->missedWithTypesTaken, 1000);
+}
+
+TEST(MessageFilterModel, RandomTreesAndPathsAgree) {
+    Statistics statistics;
+    RunTrees(kTrees, 0, &statistics);
+}
+
+// Changed nodes of the host's, and the library's own below and beside them.
+TEST(MessageFilterModel, ChangesInPlaceBetweenQueriesAgree) {
+    for (const uint32_t percent : {5U, 40U}) {
+        Statistics statistics;
+        RunTrees(kTreesWithAHost, percent, &statistics);
+        EXPECT_GT(statistics.changedInPlace, 500);
+        EXPECT_GT(statistics.rowsChanged, 100);
+    }
 }
 
 }  // namespace

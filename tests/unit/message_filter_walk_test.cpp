@@ -118,7 +118,9 @@ std::unique_ptr<MessageFilterComponent> Node(Random &random, uint32_t layer, uin
 
 void AddChildren(Random &random, MessageFilterComponent &parent, uint32_t percent) {
     const uint32_t layer = parent.GetLayer() + 1;
-    for (uint32_t n = random.Below(6); n > 0; --n) {
+    // Long rows are compared in groups.
+    const uint32_t most = layer < 3 && random.Below(4) == 0 ? 20 : 6;
+    for (uint32_t n = random.Below(most); n > 0; --n) {
         std::unique_ptr<MessageFilterComponent> child = Node(random, layer, percent, layer < 5);
         if (dynamic_cast<MessageFilterComposite *>(child.get()) != nullptr) {
             AddChildren(random, *child, percent);
