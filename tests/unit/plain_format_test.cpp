@@ -40,6 +40,14 @@ int Plain(char *buffer, size_t size, const char *format, ...) {
     return length;
 }
 
+dxr::FormattedLine Line(dxr::PlainRoom &room, size_t size, const char *format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args);
+    va_end(args);
+    return line;
+}
+
 constexpr size_t kRoom = 2048;
 
 enum class Must { kExpand, kMayHandOver, kHandOver };
@@ -72,6 +80,14 @@ void CompareAt(size_t size, Must must, const char *format, Args... args) {
         std::memset(actual, GuardedBuffer::kFill, watched);
     }
     const int stored = dxr::snprintf_truncated_s(actual, size, format, args...);
+    static dxr::PlainRoom room;
+    if (size != 0 && size <= sizeof(room)) {
+        const dxr::FormattedLine line = Line(room, size, format, args...);
+        ASSERT_EQ(stored, line.stored) << format << " size " << size;
+        ASSERT_EQ(std::strlen(actual), line.length) << format << " size " << size;
+        ASSERT_EQ(0, std::memcmp(actual, room, static_cast<size_t>(std::max(stored, 0)) + 1))
+            << format << " size " << size << "\n[" << actual << "]\n[" << room << "]";
+    }
     if (size == 0 || length < 0) {
         ASSERT_EQ(-1, stored) << format;
     } else {
@@ -206,9 +222,10 @@ TEST(PlainFormat, EveryFieldOfIntegers) {
 }
 
 TEST(PlainFormat, EveryFieldOfCharactersTextsAndPointers) {
-    for (const int character : {int{'a'}, int{'%'}, 0, 255, 256 + 'b', -1}) {
+    for (const int character : {int{'a'}, int{'%'}, 255, 256 + 'b', -1}) {
         CompareFields("c", character, OnlyLeft);
     }
+    CompareFields("c", 0, Never);
     const std::string texts[] = {"",
                                  "a",
                                  "sevench",
@@ -242,7 +259,8 @@ TEST(PlainFormat, EverySizeCutsWhereTheCLibraryCuts) {
     CompareAtEverySize(Must::kExpand, "before %s after %d", longText.c_str(), 5);
     CompareAtEverySize(Must::kExpand, "%128d%-128d%0128d%.128d", 1, 2, 3, 4);
     CompareAtEverySize(Must::kHandOver, (longText + "%d" + longText).c_str(), 77);
-    CompareAtEverySize(Must::kExpand, "%llu %llo %c end", ULLONG_MAX, ULLONG_MAX, 0);
+    CompareAtEverySize(Must::kExpand, "%llu %llo %c end", ULLONG_MAX, ULLONG_MAX, 'b');
+    CompareAtEverySize(Must::kHandOver, "%d %c end", INT_MIN, 0);
     CompareAtEverySize(Must::kHandOver, "before %s after %f", longText.c_str(), 5.5);
 }
 

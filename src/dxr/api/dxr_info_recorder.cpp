@@ -1,11 +1,9 @@
 #include "dxr/info_recorder.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "dxr/system_time.h"
 #include "dxr_info_recorder_book.h"
@@ -29,14 +27,14 @@ constexpr RecordBook kBook(g_dxrRecord, g_recordIndex);
 // Not the default identifier: the host accounts records under 0.
 constexpr uint32_t kRecorderMid = 0;
 
-constexpr int kLongestText = DXR_RECORD_TEXT_SIZE - 1;
+constexpr size_t kLongestText = DXR_RECORD_TEXT_SIZE - 1;
 constexpr char kEllipsis[] = "...";
 constexpr uint32_t kEllipsisOffset = DXR_RECORD_TEXT_SIZE - sizeof(kEllipsis);
 
 // A text of the full length may have been cut; that it also may not have been is no matter: every
 // one of this length is marked. Characters stored after a NUL are no part of the text.
-void MarkPossiblyCut(std::array<char, DXR_RECORD_TEXT_SIZE> &text, int stored) {
-    if (stored == kLongestText && strnlen(text.data(), text.size()) == kLongestText) {
+void MarkPossiblyCut(char *text, size_t length) {
+    if (length == kLongestText) {
         dxr::snprintf_truncated_s(&text[kEllipsisOffset], sizeof(kEllipsis), "%s", kEllipsis);
     }
 }
@@ -115,10 +113,10 @@ void AppendRecord(TextWriter &writer, uint32_t slot, const DxrRecord &record) {
 }  // namespace
 
 void DXR_RecordInfo(const char *format, ...) {
-    std::array<char, DXR_RECORD_TEXT_SIZE> buffer;  // not cleared: nobody sees past its terminator
+    dxr::PlainRoom buffer;  // not cleared: nobody sees past its terminator
     std::va_list args;
     va_start(args, format);
-    const int stored = dxr::vsnprintf_truncated_s(buffer.data(), buffer.size(), format, args);
+    const auto [stored, length] = dxr::FormatLine(buffer, DXR_RECORD_TEXT_SIZE, format, args);
     va_end(args);
     if (stored < 0) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
@@ -127,8 +125,8 @@ void DXR_RecordInfo(const char *format, ...) {
         }
         return;
     }
-    MarkPossiblyCut(buffer, stored);
-    RecordText text(buffer.data());
+    MarkPossiblyCut(buffer, length);
+    RecordText text(buffer, length);
     if (!RefreshAll(g_dxrRecord, [&](uint32_t from) { return kBook.Find(text, from); })) {
         Add(g_dxrRecord, text);
     }

@@ -26,7 +26,9 @@ namespace dxr {
 class RecordText {
   public:
     explicit RecordText(const char *text) noexcept
-        : text_(text), length_(strnlen(text, DXR_RECORD_TEXT_SIZE)) {}
+        : RecordText(text, strnlen(text, DXR_RECORD_TEXT_SIZE)) {}
+    // For a length that is known, which is that up to the terminator.
+    RecordText(const char *text, size_t length) noexcept : text_(text), length_(length) {}
 
     // Never true of a text without a terminator in that room, which is stored cut.
     [[nodiscard]] bool IsIn(const DxrRecord &record) const noexcept {

@@ -5,7 +5,6 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "dxr/print.h"
 #include "dxr/print_log_filter_store.h"
@@ -55,32 +54,29 @@ class Key {
 class Message {
   public:
     [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
-        : stored_(dxr::vsnprintf_truncated_s(text_.data(), text_.size(), format, args)) {
+        : line_(dxr::FormatLine(text_, kMessageSize, format, args)) {
         if (Formatted() && dxr::HostSeesHashInput()) {
             ClearTail();
         }
     }
 
-    [[nodiscard]] bool Formatted() const noexcept { return stored_ >= 0; }
-    [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
+    [[nodiscard]] bool Formatted() const noexcept { return line_.stored >= 0; }
+    [[nodiscard]] const char *Text() const noexcept { return text_; }
     // Up to the first NUL, which a formatted character may be.
-    [[nodiscard]] uint32_t Length() const noexcept {
-        return static_cast<uint32_t>(strnlen(text_.data(), text_.size()));
-    }
+    [[nodiscard]] uint32_t Length() const noexcept { return static_cast<uint32_t>(line_.length); }
     void HandOn() noexcept {
         ClearTail();
-        static_cast<void>(DXR_DiagLogFilter(text_.data()));
+        static_cast<void>(DXR_DiagLogFilter(text_));
     }
 
   private:
     void ClearTail() noexcept {
-        const auto end = static_cast<size_t>(stored_);
-        static_cast<void>(
-            dxr::memset_s(text_.data() + end, text_.size() - end, 0, text_.size() - end));
+        const auto end = static_cast<size_t>(line_.stored);
+        static_cast<void>(dxr::memset_s(text_ + end, kMessageSize - end, 0, kMessageSize - end));
     }
 
-    std::array<char, kMessageSize> text_;
-    int stored_;
+    dxr::PlainRoom text_;  // a message is the first kMessageSize bytes
+    dxr::FormattedLine line_;
 };
 
 void AppendRow(TextWriter &writer, uint32_t position, const DxrLogFilterEntry &entry) {

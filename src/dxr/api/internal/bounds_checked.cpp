@@ -1,5 +1,6 @@
 #include "internal/bounds_checked.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -115,6 +116,18 @@ int vsnprintf_truncated_s(char *buffer, size_t size, const char *format,
     }
     const auto wanted = static_cast<size_t>(length);
     return static_cast<int>(wanted < size ? wanted : size - 1);
+}
+
+FormattedLine FormatLine(PlainRoom &room, size_t size, const char *format,
+                         std::va_list args) noexcept {
+    const int whole = kFastPaths && format != nullptr ? GatherPlain(room, format, args) : kNotPlain;
+    if (whole != kNotPlain) {
+        const size_t length = std::min(static_cast<size_t>(whole), size - 1);
+        room[length] = '\0';
+        return {static_cast<int>(length), length};
+    }
+    const int stored = vsnprintf_truncated_s(room, size, format, args);
+    return {stored, stored > 0 ? strnlen(room, static_cast<size_t>(stored)) : 0};
 }
 
 }  // namespace dxr

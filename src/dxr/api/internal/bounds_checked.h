@@ -16,6 +16,8 @@
 #include <cstdarg>
 #include <cstddef>
 
+#include "internal/plain_format.h"
+
 namespace dxr {
 
 int memcpy_s(void *dest, size_t destSize, const void *src, size_t count) noexcept;
@@ -30,6 +32,17 @@ int strncpy_s(char *dest, size_t destSize, const char *src, size_t count) noexce
 [[gnu::format(printf, 3, 0)]] int vsnprintf_truncated_s(char *buffer, size_t size,
                                                         const char *format,
                                                         std::va_list args) noexcept;
+
+struct FormattedLine {
+    int stored;     // the result of vsnprintf_truncated_s
+    size_t length;  // up to the first NUL, which a formatted character may be
+};
+
+// Like vsnprintf_truncated_s with a size of 1 to that of the room, at a lower price: any byte of the
+// room may be written, also after the terminator.
+[[gnu::format(printf, 3, 0)]] FormattedLine FormatLine(PlainRoom &room, size_t size,
+                                                       const char *format,
+                                                       std::va_list args) noexcept;
 
 }  // namespace dxr
 

@@ -13,14 +13,6 @@
 namespace dxr {
 namespace {
 
-// Wider fields and longer texts are the C library's.
-constexpr int kWidestField = 128;
-constexpr size_t kLongestText = 1024;
-
-// The text gathers where more may be stored than counts: short pieces need no regard to their
-// length. A piece begins within the longest text and is at most a field and its surplus.
-constexpr size_t kSurplus = 64;
-
 struct Arguments {
     std::va_list list;
 };
@@ -46,11 +38,11 @@ struct Field {
         ++at;
         number = va_arg(args.list, int);
     } else {
-        for (number = 0; *at >= '0' && *at <= '9' && number <= kWidestField; ++at) {
+        for (number = 0; *at >= '0' && *at <= '9' && number <= kWidestPlainField; ++at) {
             number = number * 10 + (*at - '0');
         }
     }
-    return number >= -kWidestField && number <= kWidestField;
+    return number >= -kWidestPlainField && number <= kWidestPlainField;
 }
 
 [[gnu::always_inline]] inline bool ReadField(const char *&at, Arguments &args, Field &field) {
@@ -219,8 +211,8 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
     return nullptr;
 }
 
-// Null for what the C library must do: also null texts and pointers, a number 0 with a precision of
-// 0, and octal numbers with #.
+// Null for what the C library must do: also null texts and pointers, a NUL as character, a number 0
+// with a precision of 0, and octal numbers with #.
 [[gnu::always_inline]] inline char *PutConversion(char *out, const char *end, const char *&at,
                                                   Arguments &args) {
     if (*at == '%') {
@@ -282,7 +274,7 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
         }
         case 'c': {
             const auto character = static_cast<char>(isBare ? va_arg(args.list, int) : 0);
-            return isBare ? PutText(out, field, &character, 1) : nullptr;
+            return character != 0 ? PutText(out, field, &character, 1) : nullptr;
         }
         case 's': {
             const char *const text = isBare ? va_arg(args.list, const char *) : nullptr;
@@ -301,25 +293,28 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
 
 }  // namespace
 
-int FormatPlain(char *buffer, size_t size, const char *format, std::va_list args) noexcept {
+int GatherPlain(PlainRoom &room, const char *format, std::va_list args) noexcept {
     Arguments arguments;
     va_copy(arguments.list, args);
-    char text[kLongestText + kWidestField + kSurplus];
-    char *const end = text + kLongestText;
-    char *out = PutLiteral(text, end, format);
+    char *const end = room + kLongestPlainText;
+    char *out = PutLiteral(room, end, format);
     while (out != nullptr && *format != '\0') {
         out = PutConversion(out, end, ++format, arguments);
         out = out != nullptr ? PutLiteral(out, end, format) : nullptr;
     }
     va_end(arguments.list);
-    if (out == nullptr) {
-        return kNotPlain;
+    return out != nullptr ? static_cast<int>(out - room) : kNotPlain;
+}
+
+int FormatPlain(char *buffer, size_t size, const char *format, std::va_list args) noexcept {
+    PlainRoom room;
+    const int length = GatherPlain(room, format, args);
+    if (length != kNotPlain) {
+        const size_t stored = std::min(static_cast<size_t>(length), size - 1);
+        Copy(buffer, room, stored);
+        buffer[stored] = '\0';
     }
-    const auto length = static_cast<size_t>(out - text);
-    const size_t stored = std::min(length, size - 1);
-    Copy(buffer, text, stored);
-    buffer[stored] = '\0';
-    return static_cast<int>(length);
+    return length;
 }
 
 }  // namespace dxr

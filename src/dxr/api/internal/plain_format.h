@@ -18,6 +18,20 @@ constexpr int kNotPlain = -1;
 [[gnu::format(printf, 3, 0)]] int FormatPlain(char *buffer, size_t size, const char *format,
                                               std::va_list args) noexcept;
 
+// Longer texts are the C library's, and so are wider fields.
+constexpr size_t kLongestPlainText = 1024;
+constexpr int kWidestPlainField = 128;
+
+// Where a text gathers, and any byte may be written: short pieces need no regard to their length.
+// A piece begins within the longest text and is at most a field and its surplus.
+constexpr size_t kPlainSurplus = 64;
+using PlainRoom = char[kLongestPlainText + kWidestPlainField + kPlainSurplus];
+
+// The same for callers with such a room, who are spared the copy. The text is whole, without a
+// terminator and without a NUL in it.
+[[gnu::format(printf, 2, 0)]] int GatherPlain(PlainRoom &room, const char *format,
+                                              std::va_list args) noexcept;
+
 }  // namespace dxr
 
 #endif  // DXR_INTERNAL_PLAIN_FORMAT_H
