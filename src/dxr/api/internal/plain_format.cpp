@@ -86,6 +86,14 @@ inline uint64_t EightDecimal(uint64_t number) {
     return tens | (digits - tens * 10) << 8;
 }
 
+// Four digits likewise.
+inline uint64_t FourDecimal(uint64_t number) {
+    const uint64_t hundreds = number * 5243 >> 19;
+    const uint64_t digits = hundreds | (number - hundreds * 100) << 16;
+    const uint64_t tens = digits * 103 >> 10 & 0x000F000F;
+    return tens | (digits - tens * 10) << 8;
+}
+
 // The same for digits of so many bits.
 template <unsigned kBits>
 inline uint64_t EightBinary(uint64_t number) {
@@ -152,6 +160,15 @@ template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
     digits.count = 8 * (digits.words + 1) - leading;
 }
 
+[[gnu::always_inline]] inline char *PutDigits(char *out, const Digits &digits) {
+    Store(out, digits.top);
+    out += digits.count - 8 * digits.words;
+    for (int word = digits.words; word > 0; out += 8) {
+        Store(out, digits.lower[--word]);
+    }
+    return out;
+}
+
 [[gnu::always_inline]] inline char *PutNumber(char *out, const Field &field, const Digits &digits,
                                               uint64_t prefix, int prefixLength) {
     int zeros = 0;
@@ -166,12 +183,7 @@ template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
         out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
     }
     Store(out, prefix);
-    out = Fill(out + prefixLength, '0', zeros);
-    Store(out, digits.top);
-    out += digits.count - 8 * digits.words;
-    for (int word = digits.words; word > 0; out += 8) {
-        Store(out, digits.lower[--word]);
-    }
+    out = PutDigits(Fill(out + prefixLength, '0', zeros), digits);
     return Fill(out, ' ', field.Has(Bit('-')) ? padding : 0);
 }
 
@@ -182,8 +194,9 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
     return Fill(out + length, ' ', field.Has(Bit('-')) ? padding : 0);
 }
 
-// Up to the next % or the end.
-[[gnu::always_inline]] inline char *PutLiteral(char *out, const char *end, const char *&at) {
+// Up to the next `stop` or the terminator; null when it comes after `end`.
+template <char kStop>
+[[gnu::always_inline]] inline char *PutUpTo(char *out, const char *end, const char *&at) {
     while (out <= end) {
 #ifdef DXR_READS_AHEAD
         // Reads behind the terminator, never on another page.
@@ -191,7 +204,7 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
         if (reinterpret_cast<uintptr_t>(at) % kPage <= kPage - sizeof(__m128i)) {
             const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
             _mm_storeu_si128(reinterpret_cast<__m128i *>(out), text);
-            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8('%')),
+            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8(kStop)),
                                               _mm_cmpeq_epi8(text, _mm_setzero_si128()));
             const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends));
             const int length = std::countr_zero(mask | 1U << 16);
@@ -203,12 +216,48 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
             continue;
         }
 #endif
-        if (*at == '%' || *at == '\0') {
+        if (*at == kStop || *at == '\0') {
             return out;
         }
         *out++ = *at++;
     }
     return nullptr;
+}
+
+// Without anything between the % and the conversion, as most are; false for those that are not.
+[[gnu::always_inline]] inline bool PutBare(char *&out, const char *end, const char *&at,
+                                           Arguments &args) {
+    switch (*at) {
+        case 'd':
+        case 'u': {
+            const bool isSigned = *at == 'd';
+            const auto argument = va_arg(args.list, uint32_t);
+            const bool isNegative = isSigned && argument >> 31 != 0;
+            const uint32_t number = isNegative ? 0 - argument : argument;
+            *out = '-';
+            out += isNegative ? 1 : 0;
+            if (number < 10000) {
+                const uint64_t four = FourDecimal(number);
+                const int leading = std::countr_zero(four | 1U << 24) / 8;
+                Store(out, (four + 0x30303030) >> (8 * leading));
+                out += 4 - leading;
+                break;
+            }
+            Digits digits;
+            Split<kNineDecimal, EightDecimal>(digits, number);
+            out = PutDigits(out, digits);
+            break;
+        }
+        case 's': {
+            const char *text = va_arg(args.list, const char *);
+            out = text != nullptr ? PutUpTo<'\0'>(out, end, text) : nullptr;
+            break;
+        }
+        default:
+            return false;
+    }
+    ++at;
+    return true;
 }
 
 // Null for what the C library must do: also null texts and pointers, a NUL as character, a number 0
@@ -297,10 +346,13 @@ int GatherPlain(PlainRoom &room, const char *format, std::va_list args) noexcept
     Arguments arguments;
     va_copy(arguments.list, args);
     char *const end = room + kLongestPlainText;
-    char *out = PutLiteral(room, end, format);
+    char *out = PutUpTo<'%'>(room, end, format);
     while (out != nullptr && *format != '\0') {
-        out = PutConversion(out, end, ++format, arguments);
-        out = out != nullptr ? PutLiteral(out, end, format) : nullptr;
+        ++format;
+        if (!PutBare(out, end, format, arguments)) {
+            out = PutConversion(out, end, format, arguments);
+        }
+        out = out != nullptr ? PutUpTo<'%'>(out, end, format) : nullptr;
     }
     va_end(arguments.list);
     return out != nullptr ? static_cast<int>(out - room) : kNotPlain;
