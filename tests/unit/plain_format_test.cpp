@@ -128,8 +128,8 @@ struct Number {
     int value;
 };
 
-constexpr Number kWidths[] = {{"", false, 0},  {"1", false, 0}, {"5", false, 0},  {"20", false, 0},
-                              {"*", true, 11}, {"*", true, 0},  {"*", true, -11}, {"12", false, 0}};
+constexpr Number kWidths[] = {{"", false, 0},  {"1", false, 0}, {"4", false, 0},  {"20", false, 0},
+                              {"*", true, 11}, {"*", true, 0},  {"*", true, -11}, {"8", false, 0}};
 constexpr Number kPrecisions[] = {{"", false, 0},   {".", false, 0},   {".0", false, 0},
                                   {".3", false, 0}, {".20", false, 0}, {".*", true, 7},
                                   {".*", true, 0},  {".*", true, -7}};

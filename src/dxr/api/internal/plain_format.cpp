@@ -142,14 +142,19 @@ constexpr uint64_t kNineDecimal = 100000000;
 constexpr uint64_t kNineHexadecimal = 1ULL << 32;
 constexpr uint64_t kNineOctal = 1U << 24;
 
-// `letter` stands for the digit 10.
+// The characters of digits. `letter` stands for the digit 10.
+inline uint64_t Characters(uint64_t digits) {
+    return digits + 0x3030303030303030;
+}
+inline uint64_t Characters(uint64_t digits, char letter) {
+    const uint64_t letters = (digits + 0x0606060606060606) >> 4 & 0x0101010101010101;
+    return Characters(digits) + letters * static_cast<uint64_t>(letter - '9' - 1);
+}
+
 template <uint64_t kLimit, uint64_t (*kEight)(uint64_t)>
 [[gnu::always_inline]] inline void Split(Digits &digits, uint64_t number, char letter = 'a') {
     const auto characters = [letter](uint64_t eight) {
-        constexpr uint64_t kOnes = 0x0101010101010101;
-        const uint64_t letters = (eight + kOnes * 6) >> 4 & kOnes;
-        const auto gap = static_cast<uint64_t>(letter - '9' - 1);
-        return eight + kOnes * '0' + (kLimit == kNineHexadecimal ? letters * gap : 0);
+        return kLimit == kNineHexadecimal ? Characters(eight, letter) : Characters(eight);
     };
     for (; number >= kLimit; number /= kLimit) {
         digits.lower[digits.words++] = characters(kEight(number % kLimit));
@@ -224,39 +229,62 @@ template <char kStop>
     return nullptr;
 }
 
-// Without anything between the % and the conversion, as most are; false for those that are not.
-[[gnu::always_inline]] inline bool PutBare(char *&out, const char *end, const char *&at,
-                                           Arguments &args) {
-    switch (*at) {
+// Stores digits of which the last `least` stand even if they are zeros.
+template <int kCount>
+inline char *PutShort(char *out, uint64_t digits, uint64_t characters, int least) {
+    const int leading = std::countr_zero(digits | 1ULL << (8 * (kCount - least))) / 8;
+    Store(out, characters >> (8 * leading));
+    return out + kCount - leading;
+}
+
+// What most conversions are: %d, %u, %x, %X, perhaps filled up with zeros to a width of 1 to 8, and
+// %s. False for all others, which stay as they are.
+[[gnu::always_inline]] inline bool PutSimple(char *&out, const char *end, const char *&at,
+                                             Arguments &args) {
+    const char *conversion = at;
+    int least = 1;
+    if (*conversion == '0' && conversion[1] >= '1' && conversion[1] <= '8') {
+        least = conversion[1] - '0';
+        conversion += 2;
+    }
+    switch (*conversion) {
         case 'd':
         case 'u': {
-            const bool isSigned = *at == 'd';
-            const auto argument = va_arg(args.list, uint32_t);
-            const bool isNegative = isSigned && argument >> 31 != 0;
-            const uint32_t number = isNegative ? 0 - argument : argument;
-            *out = '-';
-            out += isNegative ? 1 : 0;
-            if (number < 10000) {
-                const uint64_t four = FourDecimal(number);
-                const int leading = std::countr_zero(four | 1U << 24) / 8;
-                Store(out, (four + 0x30303030) >> (8 * leading));
-                out += 4 - leading;
-                break;
+            auto number = va_arg(args.list, uint32_t);
+            if (*conversion == 'd' && number >> 31 != 0) {
+                number = 0 - number;
+                *out++ = '-';
+                least -= least > 1 ? 1 : 0;
             }
-            Digits digits;
-            Split<kNineDecimal, EightDecimal>(digits, number);
-            out = PutDigits(out, digits);
+            if (number < 10000 && least <= 4) {
+                const uint64_t four = FourDecimal(number);
+                out = PutShort<4>(out, four, Characters(four), least);
+            } else if (number < kNineDecimal) {
+                const uint64_t eight = EightDecimal(number);
+                out = PutShort<8>(out, eight, Characters(eight), least);
+            } else {
+                Digits digits;
+                Split<kNineDecimal, EightDecimal>(digits, number);
+                out = PutDigits(out, digits);
+            }
+            break;
+        }
+        case 'x':
+        case 'X': {
+            const uint64_t eight = EightBinary<4>(va_arg(args.list, uint32_t));
+            const auto letter = static_cast<char>(*conversion - 'x' + 'a');
+            out = PutShort<8>(out, eight, Characters(eight, letter), least);
             break;
         }
         case 's': {
-            const char *text = va_arg(args.list, const char *);
+            const char *text = conversion == at ? va_arg(args.list, const char *) : nullptr;
             out = text != nullptr ? PutUpTo<'\0'>(out, end, text) : nullptr;
             break;
         }
         default:
             return false;
     }
-    ++at;
+    at = conversion + 1;
     return true;
 }
 
@@ -349,7 +377,7 @@ int GatherPlain(PlainRoom &room, const char *format, std::va_list args) noexcept
     char *out = PutUpTo<'%'>(room, end, format);
     while (out != nullptr && *format != '\0') {
         ++format;
-        if (!PutBare(out, end, format, arguments)) {
+        if (!PutSimple(out, end, format, arguments)) {
             out = PutConversion(out, end, format, arguments);
         }
         out = out != nullptr ? PutUpTo<'%'>(out, end, format) : nullptr;
