@@ -221,6 +221,21 @@ TEST(PlainFormat, EveryFieldOfIntegers) {
     CompareIntegers<ptrdiff_t>("t");
 }
 
+TEST(PlainFormat, TextsAfterLiteralsThatReachTheLongestText) {
+    const std::string text(900, 't');
+    for (size_t length = dxr::kLongestPlainText - 20; length < dxr::kLongestPlainText + 20;
+         ++length) {
+        for (const char *conversion : {"%s", "%5s", "%-950s", "%.899s", "%.*s"}) {
+            const std::string format = std::string(length, 'l') + conversion;
+            if (conversion[2] == '*') {
+                Compare(Must::kHandOver, format.c_str(), 800, text.c_str());
+            } else {
+                Compare(Must::kHandOver, format.c_str(), text.c_str());
+            }
+        }
+    }
+}
+
 TEST(PlainFormat, EveryFieldOfCharactersTextsAndPointers) {
     for (const int character : {int{'a'}, int{'%'}, 255, 256 + 'b', -1}) {
         CompareFields("c", character, OnlyLeft);

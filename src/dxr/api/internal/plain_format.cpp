@@ -354,11 +354,15 @@ inline char *PutShort(char *out, uint64_t digits, uint64_t characters, int least
             return character != 0 ? PutText(out, field, &character, 1) : nullptr;
         }
         case 's': {
-            const char *const text = isBare ? va_arg(args.list, const char *) : nullptr;
+            // A literal may have led beyond the end by less than a step.
+            const char *const text =
+                isBare && out <= end ? va_arg(args.list, const char *) : nullptr;
+            if (text == nullptr) {
+                return nullptr;
+            }
             const auto room = static_cast<size_t>(end - out);
-            const auto limit = static_cast<size_t>(field.precision);
             const size_t length =
-                text != nullptr ? strnlen(text, std::min(limit, room + 1)) : SIZE_MAX;
+                strnlen(text, std::min(static_cast<size_t>(field.precision), room + 1));
             return length <= room ? PutText(out, field, text, length) : nullptr;
         }
         default:
