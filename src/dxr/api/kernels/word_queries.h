@@ -71,33 +71,46 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
 #endif
 }
 
-// Of at most kFewWords. All at once where that reads no other page, else one by one.
-[[nodiscard]] inline uint32_t AreSameFew(const uint32_t *a, const uint32_t *b, size_t count) {
-    if (count == 1) {
-        return few_words::Load<uint32_t>(a) == few_words::Load<uint32_t>(b) ? 1 : 0;
-    }
-    if (count < 4) {
-        const auto differAt = [a, b](size_t i) {
-            return few_words::Load<uint32_t>(a + i) != few_words::Load<uint32_t>(b + i);
-        };
-        // In this order; the last two may be the same.
-        return count == 0 || (!differAt(0) && !differAt(1) && !differAt(count - 1)) ? 1 : 0;
-    }
-    if (!LieInOnePageEach(a, b, kFewWords)) [[unlikely]] {
-        return AreSame(a, b, count);
-    }
-    return EndsAreSame(a, b, count - 4) ? 1 : 0;
+// One by one: kept away from the ways that are common.
+[[nodiscard, gnu::cold, gnu::noinline]] inline uint32_t AreSameAtEdge(const uint32_t *a,
+                                                                      const uint32_t *b,
+                                                                      size_t count) noexcept {
+    return AreSame(a, b, count);
 }
 
-// Of at most kFewWords.
-[[nodiscard]] inline uint32_t AreZeroFew(const uint32_t *words, size_t count) {
+// The sizes are told apart so that the ways of most sizes run straight on: a small array is compared
+// in less time than two jumps take.
+
+// Of four words and `more`, at most as many again. All at once where that reads no other page, else
+// one by one.
+[[nodiscard, gnu::always_inline]] inline uint32_t AreSameFourAnd(uint32_t more, const uint32_t *a,
+                                                                 const uint32_t *b) {
+    if (!LieInOnePageEach(a, b, kFewWords)) [[unlikely]] {
+        return AreSameAtEdge(a, b, size_t{more} + 4);
+    }
+    return EndsAreSame(a, b, more) ? 1 : 0;
+}
+
+// Of the first word and the one at `last`, 0 or 1. In this order, as they may lie in two pages.
+[[nodiscard, gnu::always_inline]] inline uint32_t AreSameOneOrTwo(const uint32_t *a,
+                                                                  const uint32_t *b,
+                                                                  uint32_t last) {
+    if (few_words::Load<uint32_t>(a) != few_words::Load<uint32_t>(b)) [[unlikely]] {
+        return 0;
+    }
+    return few_words::Load<uint32_t>(a + last) == few_words::Load<uint32_t>(b + last) ? 1 : 0;
+}
+
+// Of 1 to 3 words: the first, the middle and the last one, which may be the same.
+[[nodiscard, gnu::always_inline]] inline uint32_t AreZeroUpToThree(const uint32_t *words,
+                                                                   uint32_t count) {
+    return (words[0] | words[count / 2] | words[count - 1]) == 0 ? 1 : 0;
+}
+
+// Of 4 to 8 words.
+[[nodiscard, gnu::always_inline]] inline uint32_t AreZeroFourToEight(const uint32_t *words,
+                                                                     size_t count) {
     const auto at = [words](size_t i) { return few_words::Load<few_words::Two>(words + i); };
-    if (count == 1) {
-        return *words == 0 ? 1 : 0;
-    }
-    if (count < 4) {
-        return count == 0 || (at(0) | words[count - 1]) == 0 ? 1 : 0;
-    }
     return (at(0) | at(2) | at(count - 4) | at(count - 2)) == 0 ? 1 : 0;
 }
 
@@ -165,8 +178,14 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
     if constexpr (!kFastPaths) {
         return word_queries::AreSame(a, b, count);
     }
-    return count <= kFewWords ? word_queries::AreSameFew(a, b, count)
-                              : word_queries::AreSameMany(a, b, count);
+    if (const uint32_t more = count - 4; more <= kFewWords - 4) [[likely]] {
+        return word_queries::AreSameFourAnd(more, a, b);
+    }
+    if (const uint32_t last = count - 1; last < 2) [[likely]] {
+        return word_queries::AreSameOneOrTwo(a, b, last);
+    }
+    return count > kFewWords ? word_queries::AreSameMany(a, b, count)
+                             : word_queries::AreSame(a, b, count);
 }
 
 // 1 if words[i] == 0 for all i, else 0.
@@ -174,8 +193,13 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
     if constexpr (!kFastPaths) {
         return word_queries::AreZero(words, count);
     }
-    return count <= kFewWords ? word_queries::AreZeroFew(words, count)
-                              : word_queries::AreZeroMany(words, count);
+    if (count - 1 < 3) [[likely]] {
+        return word_queries::AreZeroUpToThree(words, count);
+    }
+    if (count > kFewWords) {
+        return word_queries::AreZeroMany(words, count);
+    }
+    return count == 0 ? 1 : word_queries::AreZeroFourToEight(words, count);
 }
 
 // The number of set bits of all words, modulo 2^32.

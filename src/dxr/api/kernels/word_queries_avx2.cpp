@@ -78,14 +78,9 @@ DXR_TARGET_AVX2 inline uint32_t AreSameReadingAhead(const uint32_t *a, const uin
                            : word_queries::AreSame(a, b, count);
 }
 
-}  // namespace
-
-DXR_TARGET_AVX2 uint32_t AreZeroWords(const uint32_t *words, size_t count) noexcept {
-    return IsAllZero(Content{words}, count);
-}
-
 // Reads ahead within a page only: a word over a page's end is looked at alone.
-DXR_TARGET_AVX2 uint32_t AreSameWords(const uint32_t *a, const uint32_t *b, size_t count) noexcept {
+DXR_TARGET_AVX2 [[gnu::noinline]] uint32_t AreSamePageByPage(const uint32_t *a, const uint32_t *b,
+                                                             size_t count) noexcept {
     for (;;) {
         const size_t part = std::max<size_t>(WordsInPages(a, b), 1);
         if (part >= count) {
@@ -98,6 +93,21 @@ DXR_TARGET_AVX2 uint32_t AreSameWords(const uint32_t *a, const uint32_t *b, size
         b += part;
         count -= part;
     }
+}
+
+}  // namespace
+
+DXR_TARGET_AVX2 uint32_t AreZeroWords(const uint32_t *words, size_t count) noexcept {
+    return IsAllZero(Content{words}, count);
+}
+
+// Most arrays lie in a page each: what the others take is not paid for by them.
+DXR_TARGET_AVX2 uint32_t AreSameWords(const uint32_t *a, const uint32_t *b, size_t count) noexcept {
+    const uintptr_t offsets = reinterpret_cast<uintptr_t>(a) | reinterpret_cast<uintptr_t>(b);
+    if (offsets % word_queries::kPage + count * sizeof(*a) <= word_queries::kPage) [[likely]] {
+        return IsAllZero(Difference{a, b}, count);
+    }
+    return AreSamePageByPage(a, b, count);
 }
 
 DXR_TARGET_AVX2 uint32_t BitsInWords(const uint32_t *words, size_t count) noexcept {
