@@ -270,4 +270,31 @@ TEST(MessageFilterWalk, PathsOfEveryLengthArriveWhole) {
     }
 }
 
+// The nodes of the walk before are expected, but not relied upon: trees come and go at one address,
+// and ways part and meet.
+TEST(MessageFilterWalk, WhereTheLastWalkWentDoesNotMatter) {
+    constexpr uint32_t kFanOut = 9;
+    const auto typeOf = [](uint32_t child, uint32_t tree) { return 1 + (child + tree) % kFanOut; };
+    for (uint32_t tree = 0; tree < 2 * kFanOut; ++tree) {
+        MessageFilterComposite root("root", 0, 0, 0);
+        for (uint32_t i = 0; i < kFanOut; ++i) {
+            auto *const parent = new MessageFilterComposite("node", typeOf(i, tree), 0, 1);
+            root.Add(parent);
+            for (uint32_t j = 0; j < kFanOut; ++j) {
+                parent->Add(new MessageFilterLeaf("leaf", typeOf(j, tree), i * kFanOut + j, 2));
+            }
+        }
+        // Every leaf twice, in an order that leaps: 20 has no divisor in common with their number.
+        for (uint32_t step = 0; step < 2 * kFanOut * kFanOut; ++step) {
+            const uint32_t leaf = step / 2 * 20 % (kFanOut * kFanOut);
+            const uint32_t i = leaf / kFanOut;
+            const uint32_t j = leaf % kFanOut;
+            ASSERT_EQ(DXR_IsMessageFiltered(&root, 2, typeOf(i, tree), typeOf(j, tree)),
+                      leaf > step % 2 ? 1 : 0)
+                << "tree " << tree << ", leaf " << leaf;
+            ASSERT_EQ(DXR_IsMessageFiltered(&root, 2, typeOf(i, tree), kFanOut + 1), 0);
+        }
+    }
+}
+
 }  // namespace
