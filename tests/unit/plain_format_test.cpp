@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -373,6 +374,21 @@ TEST(PlainFormat, FormatsAndTextsMayEndWithTheirPage) {
             std::string format = text;
             format.replace(at, 2, "%d");
             Compare(Must::kExpand, memory.Put(format.c_str(), length + 1), 1234);
+        }
+    }
+}
+
+// Nothing is read after the terminator, be it on the same page: a memory checker watches the blocks.
+TEST(PlainFormat, AFormatMayBeTheWholeOfItsBlock) {
+    for (size_t length = 0; length <= 70; ++length) {
+        for (size_t at = 0; at <= length; ++at) {
+            std::string format(length, 'f');
+            if (at + 2 <= length) {
+                format.replace(at, 2, "%d");
+            }
+            const auto block = std::make_unique<char[]>(length + 1);
+            std::memcpy(block.get(), format.c_str(), length + 1);
+            Compare(Must::kExpand, block.get(), 1234);
         }
     }
 }

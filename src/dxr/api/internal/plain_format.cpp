@@ -7,9 +7,8 @@
 
 #include "internal/digits.h"
 
-#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifdef __SSE2__
 #include <emmintrin.h>
-#define DXR_READS_AHEAD
 #endif
 
 namespace dxr {
@@ -133,20 +132,20 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
     return Fill(out + length, ' ', field.Has(Bit('-')) ? padding : 0);
 }
 
-// Up to the next `stop` or the terminator; null when it comes after `end`.
-template <char kStop>
-[[gnu::always_inline]] inline char *PutUpTo(char *out, const char *end, const char *&at) {
+// Up to the next % or the terminator, which is the format's last byte: none after it is read. Null when
+// that comes after `end`.
+[[gnu::always_inline]] inline char *PutLiteral(char *out, const char *end, const char *&at,
+                                               const char *terminator) {
     while (out <= end) {
-#ifdef DXR_READS_AHEAD
-        // Reads behind the terminator, never on another page.
-        constexpr uintptr_t kPage = 4096;
-        if (reinterpret_cast<uintptr_t>(at) % kPage <= kPage - sizeof(__m128i)) {
+#ifdef __SSE2__
+        constexpr ptrdiff_t kBlock = sizeof(__m128i);
+        if (terminator - at >= kBlock - 1) {
             const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
             _mm_storeu_si128(reinterpret_cast<__m128i *>(out), text);
-            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8(kStop)),
+            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8('%')),
                                               _mm_cmpeq_epi8(text, _mm_setzero_si128()));
             const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends));
-            const int length = std::countr_zero(mask | 1U << 16);
+            const int length = std::countr_zero(mask | 1U << kBlock);
             at += length;
             out += length;
             if (mask != 0) {
@@ -155,12 +154,23 @@ template <char kStop>
             continue;
         }
 #endif
-        if (*at == kStop || *at == '\0') {
+        if (*at == '%' || at == terminator) {
             return out;
         }
         *out++ = *at++;
     }
     return nullptr;
+}
+
+// The whole text, read by the C library alone: one that fills its block is no matter.
+[[gnu::always_inline]] inline char *PutWhole(char *out, const char *end, const char *text) {
+    const auto room = static_cast<size_t>(std::max<ptrdiff_t>(end - out, 0));
+    const size_t length = strnlen(text, room + 1);
+    if (out > end || length > room) {
+        return nullptr;
+    }
+    Copy(out, text, length);
+    return out + length;
 }
 
 // What most conversions are: %d, %u, %x, %X, perhaps filled up with zeros to a width of 1 to 8, and
@@ -204,7 +214,7 @@ template <char kStop>
         }
         case 's': {
             const char *text = conversion == at ? va_arg(args.list, const char *) : nullptr;
-            out = text != nullptr ? PutUpTo<'\0'>(out, end, text) : nullptr;
+            out = text != nullptr ? PutWhole(out, end, text) : nullptr;
             break;
         }
         default:
@@ -304,13 +314,14 @@ int GatherPlain(PlainRoom &room, const char *format, std::va_list args) noexcept
     Arguments arguments;
     va_copy(arguments.list, args);
     char *const end = room + kLongestPlainText;
-    char *out = PutUpTo<'%'>(room, end, format);
+    const char *const terminator = format + std::strlen(format);
+    char *out = PutLiteral(room, end, format, terminator);
     while (out != nullptr && *format != '\0') {
         ++format;
         if (!PutSimple(out, end, format, arguments)) {
             out = PutConversion(out, end, format, arguments);
         }
-        out = out != nullptr ? PutUpTo<'%'>(out, end, format) : nullptr;
+        out = out != nullptr ? PutLiteral(out, end, format, terminator) : nullptr;
     }
     va_end(arguments.list);
     return out != nullptr ? static_cast<int>(out - room) : kNotPlain;
