@@ -92,7 +92,7 @@ class DXR_API MessageFilterComposite : public MessageFilterComponent {
   private:
     friend class MessageFilterWalk;
 
-    uint32_t hasForeignChild_; /* one of a host's class; lies where padding would be */
+    uint32_t hasForeignChild_ = 0; /* one of a host's class; lies where padding would be */
 
   protected:
     std::vector<MessageFilterComponent *> children; /* owned; none is null */

@@ -26,4 +26,16 @@
 #define DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED 0
 #endif
 
+// The thread sanitizer reads formats too, and knows fewer than the C library.
+#if defined(__SANITIZE_THREAD__)
+#define DXRTEST_FORMATS_ARE_READ 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define DXRTEST_FORMATS_ARE_READ 1
+#endif
+#endif
+#ifndef DXRTEST_FORMATS_ARE_READ
+#define DXRTEST_FORMATS_ARE_READ 0
+#endif
+
 #endif  // DXR_TESTS_SUPPORT_SANITIZERS_H

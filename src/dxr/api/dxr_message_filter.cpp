@@ -50,7 +50,7 @@ uint32_t MessageFilterComponent::SetLostCnt(std::list<uint32_t> &path, uint32_t 
 
 MessageFilterComposite::MessageFilterComposite(const std::string &nodeName, uint32_t type,
                                                uint32_t count, uint32_t depth)
-    : MessageFilterComponent(nodeName, type, count, depth), hasForeignChild_(0) {
+    : MessageFilterComponent(nodeName, type, count, depth) {
 }
 
 MessageFilterComposite::~MessageFilterComposite() {

@@ -51,8 +51,8 @@ constexpr ptrdiff_t kGroup = 8;
 #endif
 }
 
-// The nodes that the thread's last walk came to, by depth below the root. They are compared with and
-// no more, and may be gone.
+// The nodes that the thread's last walk came to, by depth below the root. They are compared with
+// and no more, and may be gone.
 [[gnu::tls_model(
     "initial-exec")]] constinit thread_local std::array<uintptr_t, MessageFilterWalk::kMostInPlace>
     t_last{};
@@ -63,8 +63,8 @@ constexpr ptrdiff_t kGroup = 8;
 [[gnu::always_inline]] inline MessageFilterComponent *AsLastTime(MessageFilterComponent *found,
                                                                  uintptr_t *last) {
     const uintptr_t node = *last;
-    // A copy that the compiler does not know to be one: of two that it knows to be equal it may take
-    // the one that is waited for.
+    // A copy that the compiler does not know to be one: of two that it knows to be equal it may
+    // take the one that is waited for.
     uintptr_t copy = node;
     asm("" : "+r"(copy));
     if (node == reinterpret_cast<uintptr_t>(found)) {

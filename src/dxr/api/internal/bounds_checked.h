@@ -38,8 +38,8 @@ struct FormattedLine {
     size_t length;  // up to the first NUL, which a formatted character may be
 };
 
-// Like vsnprintf_truncated_s with a size of 1 to that of the room, at a lower price: any byte of the
-// room may be written, also after the terminator.
+// Like vsnprintf_truncated_s with a size of 1 to that of the room, at a lower price: any byte of
+// the room may be written, also after the terminator.
 [[gnu::format(printf, 3, 0)]] FormattedLine FormatLine(PlainRoom &room, size_t size,
                                                        const char *format,
                                                        std::va_list args) noexcept;

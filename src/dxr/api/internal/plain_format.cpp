@@ -132,8 +132,8 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
     return Fill(out + length, ' ', field.Has(Bit('-')) ? padding : 0);
 }
 
-// Up to the next % or the terminator, which is the format's last byte: none after it is read. Null when
-// that comes after `end`.
+// Up to the next % or the terminator, which is the format's last byte: none after it is read. Null
+// when that comes after `end`.
 [[gnu::always_inline]] inline char *PutLiteral(char *out, const char *end, const char *&at,
                                                const char *terminator) {
     while (out <= end) {

@@ -78,8 +78,8 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
     return AreSame(a, b, count);
 }
 
-// The sizes are told apart so that the ways of most sizes run straight on: a small array is compared
-// in less time than two jumps take.
+// The sizes are told apart so that the ways of most sizes run straight on: a small array is
+// compared in less time than two jumps take.
 
 // Of four words and `more`, at most as many again. All at once where that reads no other page, else
 // one by one.
