@@ -72,17 +72,23 @@ template <typename Operation, typename Chunk>
     few_words::Store(dst + last, atLast);
 }
 
-// Of at most kFewWords.
+// Of at most kFewWords. One and two words are taken in turn, as arrays that overlap want it, sooner
+// than it is found out whether they do.
 template <typename Operation>
 [[gnu::always_inline]] inline void OfFew(uint32_t *dst, const uint32_t *src, size_t count) {
-    if (WritesAhead(dst, src, count)) [[unlikely]] {
+    if (count <= 2) {
+        if (count != 0) {
+            OfWords<Operation>(dst, src, 1);
+            if (count == 2) {
+                OfWords<Operation>(dst + 1, src + 1, 1);
+            }
+        }
+    } else if (WritesAhead(dst, src, count)) [[unlikely]] {
         OfWords<Operation>(dst, src, count);
     } else if (count >= 4) {
         OfEnds<Operation, few_words::Four>(dst, src, count);
-    } else if (count >= 2) {
+    } else {
         OfEnds<Operation, few_words::Two>(dst, src, count);
-    } else if (count == 1) {
-        OfWords<Operation>(dst, src, 1);
     }
 }
 
