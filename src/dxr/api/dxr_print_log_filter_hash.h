@@ -2,12 +2,14 @@
 #ifndef DXR_PRINT_LOG_FILTER_HASH_H
 #define DXR_PRINT_LOG_FILTER_HASH_H
 
+#include "dxr/print_log_filter_store.h"
+
 namespace dxr {
 
-// Whether a line goes to a function that the host has put into the table of hash functions. Also
-// true where the table holds DXR_SimpleHash by the address that an executable at a fixed address
-// has for it.
-[[nodiscard]] bool HostSeesHashInput() noexcept;
+// Whether a line goes to a function that the host has put into the table of hash functions.
+[[nodiscard]] inline bool HostSeesHashInput() noexcept {
+    return g_dxrLogFilterHashFuncList[0].func != DXR_SimpleHash;
+}
 
 }  // namespace dxr
 

@@ -106,21 +106,6 @@ uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash) {
     return kSuccess;
 }
 
-namespace dxr {
-namespace {
-
-// DXR_SimpleHash by an address that is not looked up at load.
-extern "C" [[gnu::alias("DXR_SimpleHash"), gnu::visibility("hidden")]] uint32_t DxrOwnSimpleHash(
-    const DxrLogFilterHashInput *input, uint32_t *hash) noexcept;
-
-}  // namespace
-
-bool HostSeesHashInput() noexcept {
-    return g_dxrLogFilterHashFuncList[0].func != DxrOwnSimpleHash;
-}
-
-}  // namespace dxr
-
 uint32_t DXR_GetHashCode(uint32_t hashFuncId, const char *text, uint32_t length) {
     const DxrLogFilterHashFunc &row = g_dxrLogFilterHashFuncList[0];
     if (row.hashFuncId != hashFuncId) {
