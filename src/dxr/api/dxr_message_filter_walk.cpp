@@ -68,6 +68,7 @@ constexpr ptrdiff_t kGroup = 8;
     uintptr_t copy = node;
     asm("" : "+r"(copy));
     if (node == reinterpret_cast<uintptr_t>(found)) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): that is the point.
         return reinterpret_cast<MessageFilterComponent *>(copy);
     }
     *last = reinterpret_cast<uintptr_t>(found);

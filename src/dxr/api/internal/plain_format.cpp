@@ -253,7 +253,8 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
             const uint64_t number = integer();
             const bool isNegative = static_cast<int64_t>(number) < 0;
             Split<kNineDecimal, EightDecimal>(digits, (isNegative ? 0 - number : number) >> unused);
-            prefix = isNegative ? '-' : field.Has(Bit('+')) ? '+' : ' ';
+            const char sign = isNegative ? '-' : field.Has(Bit('+')) ? '+' : ' ';
+            prefix = static_cast<unsigned char>(sign);
             prefixLength = isNegative || field.Has(Bit('+') | Bit(' ')) ? 1 : 0;
             break;
         }
