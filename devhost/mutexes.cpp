@@ -10,13 +10,16 @@ namespace devhost {
 namespace {
 
 // Knows its owner, so that misuse is an error code and not a hang: a second lock by the same
-// thread, an unlock by another one, the end of a mutex that is held.
+// thread, an unlock by another one, the end of a mutex that is held. Whether it is the owner itself
+// a thread knows without any order among threads; the mutex gives that to all else.
 struct Mutex {
     std::mutex mutex;
     std::atomic<std::thread::id> owner;
 
-    [[nodiscard]] bool IsMine() const { return owner == std::this_thread::get_id(); }
-    [[nodiscard]] bool IsFree() const { return owner == std::thread::id(); }
+    [[nodiscard]] bool IsMine() const { return Owner() == std::this_thread::get_id(); }
+    [[nodiscard]] bool IsFree() const { return Owner() == std::thread::id(); }
+    [[nodiscard]] std::thread::id Owner() const { return owner.load(std::memory_order_relaxed); }
+    void SetOwner(std::thread::id id) { owner.store(id, std::memory_order_relaxed); }
 };
 
 }  // namespace
@@ -54,7 +57,7 @@ uint32_t LockMutex(void *mutex) {
         return EDEADLK;
     }
     handle->mutex.lock();
-    handle->owner = std::this_thread::get_id();
+    handle->SetOwner(std::this_thread::get_id());
     return 0;
 }
 
@@ -66,7 +69,7 @@ uint32_t UnlockMutex(void *mutex) {
     if (!handle->IsMine()) {
         return EPERM;
     }
-    handle->owner = std::thread::id();
+    handle->SetOwner(std::thread::id());
     handle->mutex.unlock();
     return 0;
 }
