@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <initializer_list>
 #include <random>
 #include <string>
 
@@ -249,6 +250,157 @@ TEST(TimeStamp, RandomLinesAreHarmless) {
         const auto found = reader.Read(line);
         ASSERT_TRUE(!found || found->length <= line.size());
     }
+}
+
+// --- The head of the last stamp is remembered: the second of two lines means the same alone.
+
+TEST(RememberedStamp, ARepeatedHeadIsReadWithItsOwnFractionAndZone) {
+    StampReader reader = StampReader::FromYear(2026);
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00Z a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00.25+01:00 a"), Expected(kNoon - 3600, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00,999 a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00-08\t\ta"), Expected(kNoon + 8 * 3600, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00"), Expected(kNoon, ""));
+}
+
+TEST(RememberedStamp, ARepeatedHeadNeedNotBeAStamp) {
+    StampReader reader = StampReader::FromYear(2026);
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00 a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:001 a"), "none");
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00Zebra"), "none");
+    EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00 a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00a"), "none");
+    EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00 a"), Expected(kNoon, "a"));
+}
+
+TEST(RememberedStamp, TheZoneOfARepeatedHeadMayLeadOutOfTheRange) {
+    StampReader reader = StampReader::FromYear(1970);
+    EXPECT_EQ(ReadWith(reader, "1970-01-01T00:30:00Z a"), Expected(1800, "a"));
+    EXPECT_EQ(ReadWith(reader, "1970-01-01T00:30:00+01:00 a"), "none");
+    EXPECT_EQ(ReadWith(reader, "1970-01-01T00:30:00-01:00 a"), Expected(5400, "a"));
+}
+
+TEST(RememberedStamp, OneCharacterMoreOrLessIsAnotherHead) {
+    StampReader reader = StampReader::FromYear(2026);
+    EXPECT_EQ(ReadWith(reader, "2026-11-21 12:00:00 a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21 12:00:01 a"), Expected(kNoon + 1, "a"));
+    EXPECT_EQ(ReadWith(reader, "2026-11-21 12:00:0"), "none");
+    EXPECT_EQ(ReadWith(reader, "2026-11-21T12:00:00 a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "1026-11-21T12:00:00 a"), "none");
+    EXPECT_EQ(ReadWith(reader, "Nov 1 12:00:00 a"), Expected(Utc(2026, 11, 1, 12, 0, 0), "a"));
+    EXPECT_EQ(ReadWith(reader, "Nov 11 12:00:00 a"), Expected(Utc(2026, 11, 11, 12, 0, 0), "a"));
+}
+
+TEST(RememberedStamp, AStampHasNoZoneWithoutItsYear) {
+    StampReader reader = StampReader::FromYear(2026);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00 +0100 a"), Expected(kNoon, "+0100 a"));
+        EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00Z a"), "none");
+    }
+}
+
+TEST(RememberedStamp, AYearInBetweenMovesTheStampsWithoutOne) {
+    StampReader reader = StampReader::FromYear(2026);
+    EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00 a"), Expected(kNoon, "a"));
+    EXPECT_EQ(ReadWith(reader, "2030-11-21 12:00:00 a"),
+              Expected(Utc(2030, 11, 21, 12, 0, 0), "a"));
+    EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00 a"), Expected(Utc(2030, 11, 21, 12, 0, 0), "a"));
+    // A line that is none in between moves nothing.
+    EXPECT_EQ(ReadWith(reader, "2040-11-21 12:00:00x"), "none");
+    EXPECT_EQ(ReadWith(reader, "Nov 21 12:00:00 a"), Expected(Utc(2030, 11, 21, 12, 0, 0), "a"));
+}
+
+TEST(RememberedStamp, RepeatsAtTheTurnOfTheYearStay) {
+    StampReader reader = StampReader::FromYear(2026);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(ReadWith(reader, "Dec 31 23:59:60 a"), Expected(Utc(2027, 1, 1, 0, 0, 0), "a"));
+    }
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(ReadWith(reader, "Feb 29 00:00:00 a"), Expected(Utc(2027, 3, 1, 0, 0, 0), "a"));
+    }
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(ReadWith(reader, "Dec 31 00:00:00 a"), Expected(Utc(2026, 12, 31, 0, 0, 0), "a"));
+        EXPECT_EQ(ReadWith(reader, "Jan  1 00:00:00 a"), Expected(Utc(2027, 1, 1, 0, 0, 0), "a"));
+    }
+}
+
+// Lines of few pieces, whose heads often repeat, broken off or spoilt now and then.
+class RandomStamps {
+  public:
+    std::string Line() {
+        if (Below(2) == 0) {
+            head_ = Below(3) == 0 ? Syslog() : Iso();
+        }
+        std::string line = head_;
+        line += OneOf({"", "", ".5", ".250", ",123", ".", ".x"});
+        line += OneOf({"", "", "Z", "+01:00", "-08", " +0200", " -12", " +2460", "+1"});
+        line += OneOf({" a", " a", "", ": a", " \t a", "a", "7", "_", "\r"});
+        if (Below(20) == 0) {
+            line.resize(Below(line.size() + 1));
+        }
+        if (!line.empty() && Below(20) == 0) {
+            line[Below(line.size())] = OneOf({"0", "1", "2", " ", ":", "x", "T"})[0];
+        }
+        return line;
+    }
+    size_t Below(size_t bound) { return random_() % bound; }
+
+  private:
+    using Choice = std::initializer_list<const char *>;
+
+    std::string OneOf(Choice choice) { return choice.begin()[Below(choice.size())]; }
+    std::string Iso() {
+        return OneOf({"1970", "2023", "2024", "2025", "2105"}) +
+               OneOf({"-01-01", "-02-29", "-03-01", "-12-31", "-13-01"}) + OneOf({"T", " "}) +
+               TimeOfDay();
+    }
+    std::string Syslog() {
+        return OneOf({"Jan 1 ", "Jan  1 ", "Jan 01 ", "Jan 11 ", "Feb 29 ", "Jul  2 ", "Dec 31 ",
+                      "Nox  1 "}) +
+               TimeOfDay();
+    }
+    std::string TimeOfDay() {
+        return OneOf({"00:00:00", "00:30:00", "23:59:59", "23:59:60", "24:00:00"});
+    }
+
+    std::mt19937_64 random_{dxrtest::Seed()};
+    std::string head_;
+};
+
+// A reader that has read one stamp, of that time, in a form that no line of the test has.
+StampReader ReaderAt(uint32_t sec) {
+    const std::time_t time = sec;
+    std::tm broken{};
+    gmtime_r(&time, &broken);
+    char stamp[32];
+    EXPECT_NE(std::strftime(stamp, sizeof(stamp), "%b  %d %H:%M:%S", &broken), 0U);
+    StampReader reader = StampReader::FromYear(broken.tm_year + 1900);
+    EXPECT_EQ(ReadWith(reader, stamp), Expected(sec, ""));
+    return reader;
+}
+
+TEST(RememberedStamp, RandomLinesAreReadAsAfresh) {
+    RandomStamps stamps;
+    int repeats = 0;
+    for (int log = 0; log < 200; ++log) {
+        StampReader reader = StampReader::FromYear(2024);
+        StampReader fresh = StampReader::FromYear(2024);
+        std::string line;
+        for (int i = 0; i < 200; ++i) {
+            const std::string before = line;
+            line = stamps.Line();
+            repeats += line.substr(0, 15) == before.substr(0, 15) ? 1 : 0;
+            const auto expected = fresh.Read(line);
+            const auto found = reader.Read(line);
+            ASSERT_EQ(found.has_value(), expected.has_value()) << before << "\n" << line;
+            if (found) {
+                ASSERT_EQ(found->sec, expected->sec) << before << "\n" << line;
+                ASSERT_EQ(found->length, expected->length) << before << "\n" << line;
+                fresh = ReaderAt(found->sec);
+            }
+        }
+    }
+    EXPECT_GT(repeats, 10000);
 }
 
 TEST(FormatTime, PadsWithZeros) {

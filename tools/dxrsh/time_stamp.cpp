@@ -151,8 +151,7 @@ std::optional<int64_t> ReadIso(Scanner &scanner) {
         (!scanner.Take('T') && !scanner.Take(' ')) || !ReadTimeOfDay(scanner, secOfDay)) {
         return std::nullopt;
     }
-    SkipFraction(scanner);
-    return DaysToDate(year, month, day) * kSecPerDay + secOfDay - TakeZone(scanner);
+    return DaysToDate(year, month, day) * kSecPerDay + secOfDay;
 }
 
 struct YearlessStamp {
@@ -184,7 +183,6 @@ std::optional<YearlessStamp> ReadSyslog(Scanner &scanner) {
         !scanner.Take(' ') || !ReadTimeOfDay(scanner, stamp.secOfDay)) {
         return std::nullopt;
     }
-    SkipFraction(scanner);
     return stamp;
 }
 
@@ -208,7 +206,7 @@ StampReader StampReader::FromYear(int year) {
     return {0, year};
 }
 
-std::optional<int64_t> StampReader::SecOfYearless(int month, int day, int secOfDay) const {
+int64_t StampReader::SecOfYearless(int month, int day, int secOfDay) const {
     if (lastSec_) {
         const int lastYear = YearOf(*lastSec_);
         int64_t nearest = SecOf(lastYear, month, day, secOfDay);
@@ -228,20 +226,47 @@ std::optional<int64_t> StampReader::SecOfYearless(int month, int day, int secOfD
     return sec <= latestSec_ + kSecPerDay ? sec : SecOf(latestYear - 1, month, day, secOfDay);
 }
 
-std::optional<TimeStamp> StampReader::Read(std::string_view line) {
+std::optional<StampReader::Head> StampReader::ReadHead(std::string_view line) const {
     Scanner scanner(line);
-    std::optional<int64_t> sec;
     if (scanner.Peek() >= '0' && scanner.Peek() <= '9') {
-        sec = ReadIso(scanner);
+        if (const auto sec = ReadIso(scanner)) {
+            return Head{*sec, scanner.Position(), true};
+        }
     } else if (const auto stamp = ReadSyslog(scanner)) {
-        sec = SecOfYearless(stamp->month, stamp->day, stamp->secOfDay);
+        const int64_t sec = SecOfYearless(stamp->month, stamp->day, stamp->secOfDay);
+        return Head{sec, scanner.Position(), false};
     }
-    if (!sec || *sec < 0 || *sec > kLastSec || !scanner.AtWordEnd()) {
+    return std::nullopt;
+}
+
+bool StampReader::HasLastHead(std::string_view line) const {
+    return lastHead_ && line.starts_with(std::string_view(lastHeadText_.data(), lastHead_->length));
+}
+
+void StampReader::Remember(const Head &head, std::string_view line) {
+    line.copy(lastHeadText_.data(), head.length);
+    lastHead_ = head;
+}
+
+std::optional<TimeStamp> StampReader::Read(std::string_view line) {
+    const bool again = HasLastHead(line);
+    const std::optional<Head> head = again ? lastHead_ : ReadHead(line);
+    if (!head) {
         return std::nullopt;
+    }
+    Scanner scanner(line);
+    scanner.Skip(head->length);
+    SkipFraction(scanner);
+    const int64_t sec = head->mayHaveZone ? head->sec - TakeZone(scanner) : head->sec;
+    if (sec < 0 || sec > kLastSec || !scanner.AtWordEnd()) {
+        return std::nullopt;
+    }
+    if (!again) {
+        Remember(*head, line);
     }
     lastSec_ = sec;
     scanner.SkipBlanks();
-    return TimeStamp{static_cast<uint32_t>(*sec), scanner.Position()};
+    return TimeStamp{static_cast<uint32_t>(sec), scanner.Position()};
 }
 
 std::string FormatTime(uint32_t sec) {

@@ -2,6 +2,7 @@
 #ifndef DXRSH_TIME_STAMP_H
 #define DXRSH_TIME_STAMP_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -34,13 +35,30 @@ class StampReader {
     [[nodiscard]] std::optional<TimeStamp> Read(std::string_view line);
 
   private:
+    // Date and time of day, from the head of a stamp: what most stamps have in common with the one
+    // before them.
+    struct Head {
+        int64_t sec;  // as if in UTC
+        size_t length;
+        bool mayHaveZone;
+    };
+    static constexpr size_t kLongestHead = std::string_view("2026-11-21T03:37:00").size();
+
     StampReader(int64_t latestSec, int year) : latestSec_(latestSec), year_(year) {}
 
-    [[nodiscard]] std::optional<int64_t> SecOfYearless(int month, int day, int secOfDay) const;
+    [[nodiscard]] std::optional<Head> ReadHead(std::string_view line) const;
+    [[nodiscard]] int64_t SecOfYearless(int month, int day, int secOfDay) const;
+
+    [[nodiscard]] bool HasLastHead(std::string_view line) const;
+    void Remember(const Head &head, std::string_view line);
 
     int64_t latestSec_;
     int year_;  // 0: to be found from latestSec_
     std::optional<int64_t> lastSec_;
+    // The head of the last stamp, so that an equal one need not be read again: one without a year
+    // means the same the second time, since it is nearest to itself.
+    std::optional<Head> lastHead_;
+    std::array<char, kLongestHead> lastHeadText_{};
 };
 
 constexpr int kFirstYear = 1970;
