@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <ctime>
+#include <deque>
 #include <random>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "support/test_host.h"
@@ -346,6 +350,85 @@ TEST(DxrshFilter, RandomLogsAgreeWithAModel) {
         }
     }
     EXPECT_TRUE(Kept(log) == expected);
+}
+
+// The same over several blocks of reading, with all that a log may hold: long lines, carriage
+// returns and NUL bytes, stamps of all lengths, clocks put back, no line break at the end.
+class OddLog {
+  public:
+    OddLog() {
+        for (size_t i = 0; i < 300; ++i) {
+            std::string text = "text " + std::to_string(i) + std::string(Below(80), 'x');
+            if (i % 7 == 0) {
+                text.insert(Below(text.size()), 1, '\0');
+            }
+            if (i % 30 == 0) {
+                text.insert(0, 1023, 'z');  // as far as lines are compared, all one
+            }
+            texts_.push_back(text + (i % 5 == 0 ? "\r" : ""));
+        }
+    }
+
+    void AddLines(size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+            const std::string &text = i % 5000 == 0 ? longerThanABlock_ : OneOf(texts_);
+            const std::string line =
+                (i == 0 || Below(4) != 0 ? Stamp() : "") + text + (i + 1 < count ? "\n" : "");
+            written += line;
+            if (IsNew(text.substr(0, 1023))) {
+                kept += line;
+            } else {
+                ++suppressed;
+            }
+        }
+    }
+
+    std::string written;
+    std::string kept;
+    size_t suppressed = 0;
+
+  private:
+    size_t Below(size_t bound) { return random_() % bound; }
+    const std::string &OneOf(const Lines &choice) { return choice[Below(choice.size())]; }
+
+    std::string Stamp() {
+        sec_ += Below(3) == 0 ? static_cast<std::time_t>(Below(12)) : 0;
+        sec_ -= Below(500) == 0 ? static_cast<std::time_t>(Below(5000)) : 0;
+        std::tm time{};
+        gmtime_r(&sec_, &time);
+        char text[32];
+        const char *const form = Below(2) == 0 ? "%Y-%m-%d %H:%M:%S" : "%Y-%m-%dT%H:%M:%S";
+        (void)std::strftime(text, sizeof(text), form, &time);
+        return text + OneOf({"", ".25", ",9"}) + OneOf({" ", "Z ", "+00:00\t", "  "});
+    }
+    bool IsNew(const std::string &text) {
+        while (!live_.empty() && live_.front().second + 3600 <= sec_) {
+            live_.pop_front();
+        }
+        for (const auto &[known, since] : live_) {
+            if (known == text) {
+                return false;
+            }
+        }
+        live_.emplace_back(text, sec_);
+        return true;
+    }
+
+    std::mt19937_64 random_{dxrtest::Seed()};
+    Lines texts_;
+    const std::string longerThanABlock_ = std::string(1'200'000, 'y');
+    std::time_t sec_ = 1'700'000'000;
+    std::deque<std::pair<std::string, std::time_t>> live_;  // oldest first
+};
+
+TEST(DxrshFilter, RandomOddLogsAgreeWithAModel) {
+    OddLog log;
+    log.AddLines(20000);
+    const Outcome outcome = Filter(log.written);
+    EXPECT_TRUE(outcome.out == log.kept);
+    EXPECT_GT(log.suppressed, 10000U);
+    const std::string suppressed = " " + std::to_string(log.suppressed) + "  ";
+    EXPECT_TRUE(Contains(outcome.err, suppressed)) << outcome.err;
 }
 
 }  // namespace
