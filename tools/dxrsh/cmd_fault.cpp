@@ -19,6 +19,7 @@
 #include "line_clock.h"
 #include "number_option.h"
 #include "numbers.h"
+#include "stamped_log.h"
 #include "time_stamp.h"
 
 namespace dxrsh {
@@ -95,23 +96,18 @@ void RunFault(const FaultOptions &options) {
     const RuleSet ruleSet(options);
     const auto end = ParseEnd(options.endTime);
     const Host host;
-    LineClock clock(options.year);
+    StampedLog log(options.path, options.year);
+    LineClock &clock = log.Clock();
     clock.SetUptime(options.uptime);
-    Input input(options.path);
-    LineReader reader(input);
     Output output(STDOUT_FILENO);
-    reader.OnRead([&output] { output.Flush(); });
+    log.OnRead([&output] { output.Flush(); });
     output.Write(fmt::format(fmt::runtime(kRow), "time", "events", "before", "with it"));
-    reader.Prime();
-    clock.Start(reader.Ahead());
-
     const auto counter = std::make_unique<DxrCounter>();
-    Line line{};
-    while (reader.Next(line)) {
-        if (line.text.empty()) {
+    StampedLine line{};
+    while (log.Next(line)) {
+        if (line.whole.text.empty()) {
             continue;
         }
-        clock.Take(line.text);
         const std::string_view before = ruleSet.Judge(*counter);
         counter->IncreaseCount();
         output.Write(fmt::format(fmt::runtime(kRow), FormatTime(clock.Now()), counter->GetCount(),

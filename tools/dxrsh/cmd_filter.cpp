@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "c_text.h"
 #include "commands.h"
 #include "dxr_devhost.h"
 #include "errors.h"
@@ -22,6 +23,7 @@
 #include "number_option.h"
 #include "progress.h"
 #include "say.h"
+#include "stamped_log.h"
 #include "suppressed_lines.h"
 
 namespace dxrsh {
@@ -84,11 +86,7 @@ struct Counts {
 class FilterRun {
   public:
     explicit FilterRun(const FilterOptions &options)
-        : input_(options.path),
-          reader_(input_),
-          output_(STDOUT_FILENO),
-          clock_(options.year),
-          progress_(input_.Size()) {
+        : log_(options.path, options.year), output_(STDOUT_FILENO), progress_(log_.Size()) {
         site_.logType = options.logType;
         site_.interval = options.interval;
         if (options.key) {
@@ -98,19 +96,17 @@ class FilterRun {
 
     void Run() {
         // What has been let through is seen before the next read, which may wait for a writer.
-        reader_.OnRead([this] {
+        log_.OnRead([this] {
             output_.Flush();
-            progress_.Update(reader_.BytesRead());
+            progress_.Update(log_.BytesRead());
         });
-        reader_.Prime();
-        clock_.Start(reader_.Ahead());
-        Line line{};
-        while (reader_.Next(line)) {
+        StampedLine line{};
+        while (log_.Next(line)) {
             ++counts_.lines;
-            if (Passes(clock_.Take(line.text))) {
+            if (Passes(line.text)) {
                 ++counts_.passed;
-                output_.Write(line.text);
-                if (line.complete) {
+                output_.Write(line.whole.text);
+                if (line.whole.complete) {
                     output_.Write("\n");
                 }
             }
@@ -130,7 +126,8 @@ class FilterRun {
             ++counts_.unasked;
             return true;
         }
-        return key_ ? PassesByKey(WithoutNul(text)) : PassesByText(WithoutNul(text));
+        const std::string_view asked = cText_.Of(text);
+        return key_ ? PassesByKey(asked) : PassesByText(asked);
     }
 
     bool PassesByText(std::string_view text) {
@@ -162,28 +159,15 @@ class FilterRun {
         return passed;
     }
 
-    // A C text ends at a NUL byte; as no line holds a line break, one can stand for it in what is
-    // compared.
-    std::string_view WithoutNul(std::string_view text) {
-        if (text.find('\0') == std::string_view::npos) {
-            return text;
-        }
-        scratch_ = text;
-        std::replace(scratch_.begin(), scratch_.end(), '\0', '\n');
-        return scratch_;
-    }
-
-    Input input_;
-    LineReader reader_;
+    StampedLog log_;
     Output output_;
-    LineClock clock_;
     Progress progress_;
     LogFilter filter_;
     DxrLogFilterCfg site_{};
     std::unique_ptr<LineKey> key_;
     SuppressedLines suppressed_;
     Counts counts_;
-    std::string scratch_;
+    CText cText_;
 };
 
 double Percent(uint64_t part, uint64_t whole) {

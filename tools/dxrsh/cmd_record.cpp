@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -10,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "c_text.h"
 #include "commands.h"
 #include "dxr_api.h"
 #include "file_io.h"
@@ -17,6 +17,7 @@
 #include "line_clock.h"
 #include "progress.h"
 #include "say.h"
+#include "stamped_log.h"
 
 namespace dxrsh {
 namespace {
@@ -36,16 +37,7 @@ class Recorder {
     Recorder(Recorder &&) = delete;
     Recorder &operator=(Recorder &&) = delete;
 
-    // A NUL byte ends the text for the recorder; a line break, which no line holds, stands for it.
-    void Record(std::string_view text) {
-        if (text.find('\0') == std::string_view::npos) {
-            DXR_RecordInfo("%s", text.data());
-            return;
-        }
-        scratch_ = text;
-        std::replace(scratch_.begin(), scratch_.end(), '\0', '\n');
-        DXR_RecordInfo("%s", scratch_.c_str());
-    }
+    void Record(std::string_view text) { DXR_RecordInfo("%s", cText_.Of(text).data()); }
 
     [[nodiscard]] static std::string Listing() {
         constexpr size_t kRecords = 1024;
@@ -57,25 +49,19 @@ class Recorder {
     }
 
   private:
-    std::string scratch_;
+    CText cText_;
 };
 
 void RunRecord(const RecordOptions &options) {
     const Host host;
-    Input input(options.path);
-    LineReader reader(input);
-    Progress progress(input.Size());
-    reader.OnRead([&] { progress.Update(reader.BytesRead()); });
-    LineClock clock(options.year);
-    reader.Prime();
-    clock.Start(reader.Ahead());
-
+    StampedLog log(options.path, options.year);
+    Progress progress(log.Size());
+    log.OnRead([&] { progress.Update(log.BytesRead()); });
     Recorder recorder;
-    Line line{};
-    while (reader.Next(line)) {
-        const std::string_view text = clock.Take(line.text);
-        if (!text.empty()) {
-            recorder.Record(text);
+    StampedLine line{};
+    while (log.Next(line)) {
+        if (!line.text.empty()) {
+            recorder.Record(line.text);
         }
     }
     progress.Clear();
