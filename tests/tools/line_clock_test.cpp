@@ -49,6 +49,19 @@ TEST_F(LineClockTest, StartsAtTheFirstStamp) {
     EXPECT_EQ(StartOf("a\n2026-11-21 03:00:00 b\n2026-11-21 04:00:00 c\n"), kThreeOClock);
 }
 
+// The rest of such a line, which comes with the next block, may change its stamp.
+TEST_F(LineClockTest, AStampThatMayGoOnIsNotTheFirst) {
+    for (const char *line : {"2026-11-21 03:00:0", "2026-11-21 03:00:00", "2026-11-21 03:00:00.2",
+                             "2026-11-21T03:00:00+0", "2026-11-21 03:00:00 -02:",
+                             "2026-11-21T03:00:00Z", "2026-11-21 03:00:00 "}) {
+        EXPECT_EQ(StartOf("a\n" + std::string(line)), kUnstampedSec) << line;
+    }
+    for (const char *line : {"2026-11-21 03:00:00 b", "2026-11-21T03:00:00Z: ok",
+                             "2026-11-21 03:00:00\n", "Nov 21 03:00:00 -02:00 b"}) {
+        EXPECT_EQ(StartOf("a\n" + std::string(line)), kThreeOClock) << line;
+    }
+}
+
 TEST_F(LineClockTest, TheUptimeCountsFromTheFirstStamp) {
     LineClock clock(2026);
     clock.SetUptime(100);

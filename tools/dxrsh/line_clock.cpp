@@ -1,5 +1,6 @@
 #include "line_clock.h"
 
+#include <algorithm>
 #include <ctime>
 
 #include "dxr_devhost.h"
@@ -19,7 +20,7 @@ const char *const kStampHelp =
     "A time stamp at the head of a line (2026-11-21 03:37:00, 2026-11-21T03:37:00.25+01:00,\n"
     "Nov 21 03:37:00) sets the clock; one without a zone counts as UTC. A line without a stamp\n"
     "keeps the time of the line before it. The lines before the first stamp take that stamp's\n"
-    "time when it stands in the first block read (1 MiB of a file). A log without any stamp\n"
+    "time when it stands whole in the first block read (1 MiB of a file). A log without any stamp\n"
     "stands at 2000-01-01 00:00:00 throughout.";
 
 LineClock::LineClock(std::optional<int> year) : stamps_(ReaderFor(year)) {
@@ -34,9 +35,14 @@ void LineClock::Set(uint32_t sec) {
 }
 
 void LineClock::Start(std::string_view beginningOfLog) {
+    // The stamp of a line that is not all there is whole once something else stands after it.
+    constexpr std::string_view kMayGoOn = "0123456789.,:+-Z \t";
     while (!beginningOfLog.empty()) {
-        const std::string_view line = beginningOfLog.substr(0, beginningOfLog.find('\n'));
-        if (const auto stamp = stamps_.Read(line)) {
+        const size_t lineBreak = beginningOfLog.find('\n');
+        const std::string_view line = beginningOfLog.substr(0, lineBreak);
+        const auto stamp = stamps_.Read(line);
+        if (stamp && (lineBreak != std::string_view::npos ||
+                      line.find_first_not_of(kMayGoOn, stamp->length) != std::string_view::npos)) {
             Set(stamp->sec);
             return;
         }
