@@ -7,9 +7,12 @@
  *
  * Threads: DXR_IsRepeatedLog takes the mutex of the log type and may be called from any thread. The
  * record operations (DXR_ResizeLogFilterInfo to DXR_UpdateLogFilterTime) take no lock: their caller
- * holds the type's mutex, and their record pointer must not be null. Initialising and destroying
- * lock no more than each type in turn: no other thread may use the filter meanwhile. The switch is
- * a plain byte without a lock.
+ * holds the type's mutex, and their record pointer must not be null. So does who follows a pointer
+ * from DXR_GetLogFilter, which itself, like the hashing functions, may be called from any thread.
+ * Initialising and destroying lock no more than each type in turn: no other thread may use the
+ * filter meanwhile, nor while a host writes the list of hash functions or the other globals. The
+ * switch has no lock, but may be read and turned by its functions at any time: a decision goes by
+ * the old or the new value. Mutex hooks that lock nothing make the filter one thread's.
  *
  * Hooks: the memory, print (for failures of the ring) and time hooks are called while the mutex of
  * a type is held, the hash function and the print hook for its failures before it is taken. Any of

@@ -5,8 +5,11 @@
  * The table stays the host's: the library keeps its address and length, reads it and writes the
  * loss counts only. It must live, unmoved, as long as it is registered.
  *
- * Thread safety: none. A count is taken down with a plain read and write, so concurrent callers may
- * drop a message more or fewer than set; the host serialises where that matters. */
+ * Threads: no lock. While a table is registered no other thread may be in these functions. Then
+ * asking, setting and displaying may run on any threads at once. A count is read and written whole,
+ * but taken down by a read and a write, so that concurrent callers for one message type may drop
+ * more or fewer messages than set; the host serialises where that matters. No count passes below 0.
+ * What the host itself writes into the table is its to serialise with all of that. */
 #ifndef DXR_SIMULATE_MESSAGE_H
 #define DXR_SIMULATE_MESSAGE_H
 

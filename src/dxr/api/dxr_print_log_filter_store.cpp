@@ -11,6 +11,7 @@
 #include "dxr_print_log_filter_lock.h"
 #include "dxr_print_log_filter_ring.h"
 #include "internal/host_services.h"
+#include "internal/shared_value.h"
 #include "kernels/text_hash.h"
 
 namespace {
@@ -91,11 +92,11 @@ DxrLogFilterInfo *DXR_GetLogFilter(uint32_t logType) {
 }
 
 uint8_t DXR_IsLogFilterEnable() {
-    return g_dxrLogFilterSwitch;
+    return dxr::LoadShared(g_dxrLogFilterSwitch);
 }
 
 void DXR_EnableLogFilter(uint8_t on) {
-    g_dxrLogFilterSwitch = on;
+    dxr::StoreShared(g_dxrLogFilterSwitch, on);
 }
 
 uint32_t DXR_SimpleHash(const DxrLogFilterHashInput *input, uint32_t *hash) {
@@ -159,7 +160,7 @@ void DXR_UpdateLogFilterTime(uint32_t position, DxrLogFilterInfo *record) {
 }
 
 uint8_t DXR_IsRepeatedLog(const DxrLogFilterCfg *cfg, const char *text, uint32_t length) {
-    if (g_dxrLogFilterSwitch == 0 || cfg == nullptr) {
+    if (dxr::LoadShared(g_dxrLogFilterSwitch) == 0 || cfg == nullptr) {
         return 0;
     }
     const uint32_t hash = DXR_GetHashCode(kHashFuncId, text, length);

@@ -2,6 +2,7 @@
 
 #include "internal/bounds_checked.h"
 #include "internal/host_services.h"
+#include "internal/shared_value.h"
 #include "internal/text_writer.h"
 
 namespace {
@@ -62,27 +63,30 @@ void DXR_SetSimulateMsgLost(uint32_t id, uint32_t lostCnt, char *buffer, uint32_
                                   lostCnt, id);
         return;
     }
-    entry->lostCnt = lostCnt;
+    dxr::StoreShared(entry->lostCnt, lostCnt);
     dxr::snprintf_truncated_s(buffer, bufferSize, "simulate msg[%u][%s] lost[%u] success, id[%u]",
-                              entry->msgType, entry->name, entry->lostCnt, entry->simulateId);
+                              entry->msgType, entry->name, lostCnt, entry->simulateId);
 }
 
 uint8_t DXR_IsSimulateMsgLost(uint32_t msgType) {
     DxrSimulateMsg *const entry = DXR_GetSimulateMsgByMsgType(msgType);
-    if (entry == nullptr || entry->lostCnt == 0) {
+    // Read once: a count that another thread takes down to 0 meanwhile must not pass below it.
+    const uint32_t count = entry != nullptr ? dxr::LoadShared(entry->lostCnt) : 0;
+    if (count == 0) {
         return 0;
     }
-    --entry->lostCnt;
+    const uint32_t remain = count - 1;
+    dxr::StoreShared(entry->lostCnt, remain);
     if (const DxrPrintHook print = dxr::PrintHook()) {
         print(dxr::kLevelInfo, "simulate msg[%u][%s]lost, remain [%u] times", entry->msgType,
-              entry->name, entry->lostCnt);
+              entry->name, remain);
     }
     return 1;
 }
 
 void DXR_DisplaySimulateMsgLost(char *buffer, uint32_t bufferSize) {
     dxr::TextWriter text(buffer, bufferSize);
-    const DxrSimulateMsg *const map = g_dxrMsgSimulateMap;
+    DxrSimulateMsg *const map = g_dxrMsgSimulateMap;
     if (map == nullptr) {
         text.Append("dump simulate msg failed, simulate msg map is unregistered");
         return;
@@ -91,6 +95,6 @@ void DXR_DisplaySimulateMsgLost(char *buffer, uint32_t bufferSize) {
         "\r\n   Simulate ID                Message Name[Type]           Remain Lost Count\r\n");
     for (uint32_t i = 0; i < g_dxrMsgSimulateMapSize; ++i) {
         text.Append("     %3u              %20s[%3u]                  %3u\r\n", map[i].simulateId,
-                    map[i].name, map[i].msgType, map[i].lostCnt);
+                    map[i].name, map[i].msgType, dxr::LoadShared(map[i].lostCnt));
     }
 }
