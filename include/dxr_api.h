@@ -3,9 +3,11 @@
  * Threads: the library has no thread of its own; a function runs on its caller's. Dispatchers
  * (dxr/hooks.h) take no lock and are as thread-safe as the host's hooks. The log filter has a mutex
  * per log type, made by the host. All other process-wide state (hook table, default module
- * identifier, recorder, simulated messages, filter trees, CRC table) has none: set it up during
- * start-up or use it from one thread. Cost: a dispatcher is a getter call, a load, a test and a
- * jump; it never allocates. What costs more says so at its declaration.
+ * identifier, recorder, simulated messages, filter trees) has none: set it up during start-up or
+ * use it from one thread, as the header of each says in its first comment. The CRC's table is built
+ * by whoever comes first. What works on the caller's objects alone may run on any threads, each on
+ * its own. Cost: a dispatcher is a getter call, a load, a test and a jump; it never allocates. What
+ * costs more says so at its declaration.
  *
  * Duties of the host: what happens if it breaks one, and whether the library can notice.
  *   1. Register the table before services are called, and never while one is running.

@@ -5,7 +5,7 @@
  * result is the hook's; slots count within the Memory group.
  *
  * The default module identifier is a plain variable without a lock, meant to be set during
- * start-up. */
+ * start-up, as are the slots by DXR_SetMemoryHooks: no other thread may use the library then. */
 #ifndef DXR_MEMORY_H
 #define DXR_MEMORY_H
 

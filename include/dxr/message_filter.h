@@ -12,8 +12,8 @@
  * the one exception of the library's own that can leave these functions: a query, a setting or a
  * listing has changed nothing then; what is left of a building stands at each function.
  *
- * Thread safety: none. The calls on one tree must be serialised; trees are independent of each
- * other. */
+ * Thread safety: none. The calls on one tree must be serialised, listing it included; trees are
+ * independent of each other, so that different ones may be used by different threads at once. */
 #ifndef DXR_MESSAGE_FILTER_H
 #define DXR_MESSAGE_FILTER_H
 

@@ -3,7 +3,8 @@
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Init group.
  *
- * The Velder flag is one process-wide byte without a lock, meant to be set during start-up. */
+ * The Velder flag is one process-wide byte without a lock, meant to be set during start-up: modules
+ * register on one thread at a time, and not while another one asks for the flag. */
 #ifndef DXR_MODULE_H
 #define DXR_MODULE_H
 

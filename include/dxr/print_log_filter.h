@@ -4,9 +4,9 @@
  * (print_log_filter_store.h) has seen it: by its text (DXR_SameLogFilter) or by the numbers of its
  * site (DXR_DiffLogFilter). While the store is absent or off every line is handed on.
  *
- * Threads: all but DXR_CombineShowLog may be called from any thread; they use only the mutex of the
- * log type. Lines are formatted on the caller's stack, outside the lock, and cut after 1023
- * characters.
+ * Threads: all but DXR_CombineShowLog, whose caller holds the mutex of the log type, may be called
+ * from any thread; they use only that mutex. Lines are formatted on the caller's stack, outside the
+ * lock, and cut after 1023 characters.
  *
  * Hooks: DXR_DiagLogFilter's hook is called without a lock, the others as print_log_filter_store.h
  * says; all of them may come back to the filter as it says there.

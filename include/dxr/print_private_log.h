@@ -4,8 +4,11 @@
  * File names are bare names, appended to the directory as they are; they come from trusted code.
  * Every failure is told by the result alone, nothing is printed.
  *
- * Threads: no lock. All cuts share one temporary file, so cuts, of whatever logs, must not run at
- * the same time; the caller sees to that. */
+ * Threads: no lock and no state but the files. Every function may be called from any thread, as far
+ * as the hooks may; calls on different logs do not meet, but for cuts: all share one temporary
+ * file, so cuts, of whatever logs, must not run at the same time. Who reads or measures a log while
+ * it is written or cut finds some of it, all of it or, for a moment of the cut, none. The caller
+ * sees to both. */
 #ifndef DXR_PRINT_PRIVATE_LOG_H
 #define DXR_PRINT_PRIVATE_LOG_H
 

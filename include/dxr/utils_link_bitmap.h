@@ -6,7 +6,8 @@
  * set. An absolute link number counts links across chips: chip * links per chip + link. Unsigned
  * arithmetic wraps at 2^32.
  *
- * No locks: a map shared between threads is serialised by its users.
+ * Threads: no lock and no state but the map. Different maps may be used at once, as far as the
+ * memory and print hooks may; a map shared between threads is serialised by its users.
  */
 #ifndef DXR_UTILS_LINK_BITMAP_H
 #define DXR_UTILS_LINK_BITMAP_H

@@ -1,100 +1,25 @@
 // The log filter under real mutexes and many threads. To be run under the thread sanitizer too.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <array>
 #include <atomic>
+#include <barrier>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <set>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "dxr_api.h"
 #include "support/test_host.h"
+#include "threads/thread_hooks.h"
+#include "threads/together.h"
 
 namespace dxrtest {
 namespace {
 
 constexpr uint32_t kTypes = 29;
-constexpr uint32_t kThreads = 8;
-
-// Hooks that any thread may call.
-struct ThreadHooks {
-    struct Mutex {
-        pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-        std::atomic<int> inside = 0;
-    };
-
-    static inline std::atomic<uint32_t> now;
-    static inline std::atomic<uint64_t> live;
-    static inline std::atomic<uint64_t> diagLines;
-    static inline std::atomic<uint64_t> mutexes;
-    static inline std::atomic<uint64_t> faults;
-
-    static void Install() {
-        now = 1000000;
-        live = 0;
-        diagLines = 0;
-        mutexes = 0;
-        faults = 0;
-        g_dxrHooks = DxrHooks{};
-        DXR_SetMemoryHooks(Allocate, Release);
-        g_dxrHooks.print.diagLogFilter = Diag;
-        g_dxrHooks.time.getCurrSec = CurrSec;
-        g_dxrHooks.time.getCurrTime = CurrTime;
-        g_dxrHooks.task.initMutex = Init;
-        g_dxrHooks.task.lockMutex = Lock;
-        g_dxrHooks.task.unlockMutex = Unlock;
-        g_dxrHooks.task.destroyMutex = Destroy;
-    }
-
-    static void *Allocate(uint32_t, uint32_t size, const char *, uint32_t) {
-        ++live;
-        return std::malloc(size);
-    }
-    static void Release(void *block, const char *, uint32_t) {
-        if (block != nullptr) {
-            --live;
-        }
-        std::free(block);
-    }
-    static uint32_t Diag(const char *) {
-        ++diagLines;
-        return 0;
-    }
-    static uint32_t CurrSec() { return now; }
-    static void CurrTime(char *text, uint32_t size, uint32_t *sec) {
-        *sec = now;
-        std::snprintf(text, size, "%u", *sec);
-    }
-    static uint32_t Init(void **mutex, void *) {
-        ++mutexes;
-        *mutex = new Mutex;
-        return 0;
-    }
-    static uint32_t Lock(void *handle) {
-        auto *mutex = static_cast<Mutex *>(handle);
-        pthread_mutex_lock(&mutex->mutex);
-        faults += mutex->inside.fetch_add(1) != 0 ? 1U : 0U;
-        return 0;
-    }
-    static uint32_t Unlock(void *handle) {
-        auto *mutex = static_cast<Mutex *>(handle);
-        faults += mutex->inside.fetch_sub(1) != 1 ? 1U : 0U;
-        pthread_mutex_unlock(&mutex->mutex);
-        return 0;
-    }
-    static uint32_t Destroy(void *handle) {
-        auto *mutex = static_cast<Mutex *>(handle);
-        faults += mutex->inside != 0 ? 1U : 0U;
-        delete mutex;
-        --mutexes;
-        return 0;
-    }
-};
 
 class LogFilterThreads : public testing::Test {
   protected:
@@ -111,25 +36,6 @@ class LogFilterThreads : public testing::Test {
         EXPECT_EQ(ThreadHooks::faults, 0U);
     }
 
-    // Runs the body on all threads at once, with the number of its thread.
-    template <typename Body>
-    static void Together(Body body) {
-        std::atomic<uint32_t> waiting = kThreads;
-        std::vector<std::thread> threads;
-        for (uint32_t thread = 0; thread < kThreads; ++thread) {
-            threads.emplace_back([&waiting, &body, thread] {
-                --waiting;
-                while (waiting != 0) {
-                    std::this_thread::yield();
-                }
-                body(thread);
-            });
-        }
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
-    }
-
     static uint64_t Suppressed(uint32_t type) {
         const DxrLogFilterInfo &record = *DXR_GetLogFilter(type);
         uint64_t sum = 0;
@@ -140,7 +46,7 @@ class LogFilterThreads : public testing::Test {
     }
 
   private:
-    TestHost host_;  // puts the hook table back
+    ThreadHooks hooks_;
 };
 
 uint8_t Decide(const DxrLogFilterCfg &cfg, const std::string &text) {
@@ -158,9 +64,9 @@ TEST_F(LogFilterThreads, EachLineOfOneTypePassesOnce) {
             // Every thread in another order.
             const uint32_t line = (i * (2 * thread + 1) + thread) % kLines;
             if (Decide(site, "line " + std::to_string(line)) == 0) {
-                ++passed[line];
+                Raise(passed[line]);
             } else {
-                ++suppressed;
+                Raise(suppressed);
             }
         }
     });
@@ -188,9 +94,9 @@ TEST_F(LogFilterThreads, EachLineOfEachTypePassesOnce) {
                 const uint32_t type = (n + thread * 3) % kTypes;
                 const DxrLogFilterCfg site{type, 0, 0, 0, 0, 0};
                 if (Decide(site, "line " + std::to_string(i % kLines)) == 0) {
-                    ++passed[type];
+                    Raise(passed[type]);
                 } else {
-                    ++suppressed[type];
+                    Raise(suppressed[type]);
                 }
             }
         }
@@ -211,7 +117,7 @@ TEST_F(LogFilterThreads, OverflowingRingStaysWhole) {
         for (uint32_t i = 0; i < kLines; ++i) {
             const std::string line = std::to_string(thread) + " " + std::to_string(i);
             EXPECT_EQ(Decide(site, line), 0);
-            suppressed += Decide(site, line);
+            Raise<uint64_t>(suppressed, Decide(site, line));
         }
     });
     const DxrLogFilterInfo &record = *DXR_GetLogFilter(0);
@@ -235,12 +141,12 @@ TEST_F(LogFilterThreads, AgeingLosesNoAnswer) {
         const DxrLogFilterCfg site{5, 0, 0, 0, 0, thread % 2 == 0 ? 60U : 0U};
         for (uint32_t i = 0; i < kCalls; ++i) {
             if (Decide(site, "line " + std::to_string(i % 7)) == 0) {
-                ++passed;
+                Raise(passed);
             } else {
-                ++suppressed;
+                Raise(suppressed);
             }
             if (i % 100 == 0) {
-                ThreadHooks::now += 400;
+                Raise(ThreadHooks::now, 400U);
             }
         }
     });
@@ -259,7 +165,7 @@ TEST_F(LogFilterThreads, LinesOfAllFrontEndsReachTheLogOnce) {
             DXR_SameLogFilter(&same, "text %u", i % 50);
             const DxrLogFilterCfg diff{4, i % 20, 0, 0, 0, 0};
             DXR_DiffLogFilter(&diff, "thread %u call %u", thread, i);
-            newKeys += DXR_IsSameKey(i % 30, 0, 0, 0) == 0 ? 1U : 0U;
+            Raise<uint64_t>(newKeys, DXR_IsSameKey(i % 30, 0, 0, 0) == 0 ? 1 : 0);
         }
     });
     EXPECT_EQ(ThreadHooks::diagLines, 50U + 20U);
@@ -284,11 +190,11 @@ TEST_F(LogFilterThreads, ClearAndShowRunBesideDecisions) {
                 EXPECT_EQ(DXR_ShowLogFilterInfo(&rows, buffer.Data(), &length, 3000), 0U);
                 EXPECT_TRUE(buffer.Intact());
                 EXPECT_EQ(length, buffer.Text().size());
-                ++tables;
+                Raise(tables);
             } else {
                 const DxrLogFilterCfg site{7, 0, 0, 0, 0, 0};
                 Decide(site, "line " + std::to_string(i % 100));
-                ++answers;
+                Raise(answers);
             }
         }
     });
@@ -318,6 +224,155 @@ TEST_F(LogFilterThreads, OtherRecordsAreWorkedOnBesideDecisions) {
         }
         EXPECT_EQ(own.curSize, kRounds);
         DXR_Free(own.entries, __FILE__, __LINE__);
+    });
+}
+
+// Every hour each line passes once more, whoever logs it first; and with an interval, each time the
+// interval has passed.
+TEST_F(LogFilterThreads, EachLinePassesOnceAPeriod) {
+    constexpr uint32_t kLines = 40;
+    constexpr uint32_t kPeriods = 12;
+    constexpr uint32_t kInterval = 100;
+    std::array<std::atomic<uint32_t>, kTypes *kLines> passed = {};
+    // Lines of odd types have an interval. The clock goes on while all threads wait: twice by the
+    // interval, then by an hour.
+    const auto check = [&](uint32_t period) {
+        for (uint32_t at = 0; at < passed.size(); ++at) {
+            const bool hasInterval = at / kLines % 2 == 1;
+            const bool expected = hasInterval || period % 3 == 0;
+            EXPECT_EQ(passed[at].exchange(0), expected ? 1U : 0U) << at << " in period " << period;
+        }
+        ThreadHooks::now += period % 3 == 2 ? 3600U : kInterval;
+    };
+    uint32_t period = 0;
+    std::barrier turn(kThreads, [&]() noexcept { check(period++); });
+    Together([&](uint32_t thread) {
+        for (uint32_t n = 0; n < kPeriods; ++n) {
+            for (uint32_t i = 0; i < kTypes * kLines; ++i) {
+                const uint32_t at = (i + thread * 131) % (kTypes * kLines);
+                const uint32_t type = at / kLines;
+                const DxrLogFilterCfg site{type, 0, 0, 0, 0, type % 2 == 1 ? kInterval : 0};
+                if (Decide(site, "line " + std::to_string(at)) == 0) {
+                    Raise(passed[at]);
+                }
+            }
+            turn.arrive_and_wait();
+        }
+    });
+}
+
+// A host that holds the mutex resizes rings, and shows and clears go on, while all types are used.
+// Nothing is forgotten by a growth: where nobody clears, each line still passes once.
+TEST_F(LogFilterThreads, ResizeShowAndClearBesideDecisionsOfAllTypes) {
+    constexpr uint32_t kLines = 30;
+    constexpr uint32_t kRounds = 12;
+    constexpr uint32_t kCleared = 28;
+    std::array<std::atomic<uint32_t>, kTypes> passed = {};
+    std::array<std::atomic<uint32_t>, kTypes> asked = {};
+    std::atomic<uint32_t> clears = 0;
+    Together([&](uint32_t thread) {
+        for (uint32_t round = 0; round < kRounds; ++round) {
+            for (uint32_t n = 0; n < kTypes; ++n) {
+                const uint32_t type = (n * (2 * thread + 1) + thread) % kTypes;
+                if (thread == 0) {
+                    ThreadHooks::Lock(g_dxrLogFilterMutex[type]);
+                    DxrLogFilterInfo *const record = DXR_GetLogFilter(type);
+                    DXR_ResizeLogFilterInfo(record, record->capacity + 1 + 300 * round);
+                    ThreadHooks::Unlock(g_dxrLogFilterMutex[type]);
+                } else if (thread == 1) {
+                    const DxrLogFilterCfg rows{type, 0, 2 * kLines, 0, 0, 0};
+                    std::array<char, 6000> text;
+                    uint32_t length = 0;
+                    EXPECT_EQ(DXR_ShowLogFilterInfo(&rows, text.data(), &length, text.size()), 0U);
+                    const std::string head = "logtype[" + std::to_string(type) + "], curIndex[0]";
+                    EXPECT_EQ(std::string_view(text.data(), length).substr(0, head.size()), head);
+                } else if (thread == 2) {
+                    EXPECT_EQ(DXR_ClearLogFilterInfo(kCleared), 0U);
+                    Raise(clears);
+                } else {
+                    for (uint32_t line = 0; line < kLines; ++line) {
+                        const DxrLogFilterCfg site{type, 0, 0, 0, 0, 0};
+                        Raise(asked[type]);
+                        if (Decide(site, "line " + std::to_string(line)) == 0) {
+                            Raise(passed[type]);
+                        }
+                    }
+                }
+            }
+        }
+    });
+    for (uint32_t type = 0; type < kTypes; ++type) {
+        EXPECT_EQ(asked[type], (kThreads - 3) * kRounds * kLines);
+        if (type == kCleared) {
+            EXPECT_GE(passed[type], kLines);
+            EXPECT_LE(passed[type], kLines * (1 + clears));
+        } else {
+            EXPECT_EQ(passed[type], kLines) << type;
+            EXPECT_EQ(Suppressed(type), asked[type] - kLines) << type;
+            EXPECT_EQ(DXR_GetLogFilter(type)->curSize, kLines) << type;
+        }
+    }
+}
+
+// A decision goes by the switch as it was before the turn or after it, never by half of it.
+TEST_F(LogFilterThreads, SwitchIsTurnedBesideDecisions) {
+    constexpr uint32_t kRounds = 2000;
+    std::atomic<uint64_t> passed = 0;
+    std::atomic<uint64_t> suppressed = 0;
+    Together([&](uint32_t thread) {
+        for (uint32_t i = 0; i < kRounds; ++i) {
+            if (thread == 0) {
+                DXR_EnableLogFilter(static_cast<uint8_t>(i % 2));
+            } else {
+                EXPECT_LE(DXR_IsLogFilterEnable(), 1);
+                const DxrLogFilterCfg site{9, 0, 0, 0, 0, 0};
+                if (Decide(site, "line " + std::to_string(i % 10)) == 0) {
+                    Raise(passed);
+                } else {
+                    Raise(suppressed);
+                }
+            }
+        }
+    });
+    EXPECT_EQ(passed + suppressed, uint64_t{kThreads - 1} * kRounds);
+    EXPECT_EQ(Suppressed(9), suppressed);
+    DXR_EnableLogFilter(1);
+}
+
+// Lines reach the log hook whole, whichever thread logs them.
+TEST_F(LogFilterThreads, NoLineIsMixedWithAnother) {
+    static std::atomic<uint32_t> torn;
+    torn = 0;
+    g_dxrHooks.print.diagLogFilter = [](const char *text) {
+        Raise(ThreadHooks::diagLines);
+        const std::string_view line = text;
+        const bool whole = line.size() == 600 && line.find_first_not_of(line[0]) == line.npos;
+        Raise(torn, whole ? 0U : 1U);
+        return 0U;
+    };
+    Together([&](uint32_t thread) {
+        for (uint32_t i = 0; i < 26; ++i) {
+            const std::string line(600, static_cast<char>('a' + (i + thread) % 26));
+            const DxrLogFilterCfg site{thread % 2, thread, i, 0, 0, 0};
+            DXR_SameLogFilter(&site, "%s", line.c_str());
+            DXR_DiffLogFilter(&site, "%s", line.c_str());
+        }
+    });
+    EXPECT_EQ(torn, 0U);
+    // By text, 26 lines of either type; by key, every one.
+    EXPECT_EQ(ThreadHooks::diagLines, 2 * 26 + kThreads * 26U);
+}
+
+TEST_F(LogFilterThreads, HashingNeedsNoLock) {
+    Together([&](uint32_t thread) {
+        for (uint32_t i = 0; i < 500; ++i) {
+            const std::string text(1 + i, static_cast<char>('0' + thread));
+            uint32_t expected = 0;
+            for (const char byte : text) {
+                expected = expected * 31 + static_cast<unsigned char>(byte);
+            }
+            EXPECT_EQ(DXR_GetHashCode(0, text.data(), i + 1), expected);
+        }
     });
 }
 
