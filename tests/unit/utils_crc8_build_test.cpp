@@ -30,8 +30,7 @@ class Crc8Build : public testing::Test {
     }
     static uint32_t OfDigits() {
         constexpr std::string_view kDigits = "123456789";
-        return DXR_CalculateCrc8(reinterpret_cast<const uint8_t *>(kDigits.data()),
-                                 kDigits.size());
+        return DXR_CalculateCrc8(reinterpret_cast<const uint8_t *>(kDigits.data()), kDigits.size());
     }
 };
 
