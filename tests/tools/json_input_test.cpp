@@ -106,6 +106,9 @@ TEST(JsonObject, TextsAreShortAndPlain) {
               "f.json: 't' must not hold control characters");
     EXPECT_EQ(Complaint(R"({"t": "a\u007f"})", text),
               "f.json: 't' must not hold control characters");
+    EXPECT_EQ(Complaint(R"({"t": "a\u009b"})", text),
+              "f.json: 't' must not hold control characters");
+    EXPECT_EQ(Complaint(R"({"t": "a\u00a0"})", text), "none");
     EXPECT_EQ(Complaint(R"({"t": 1})", text), "f.json: 't' must be a text");
     EXPECT_EQ(Complaint("{}", text), "f.json: 't' is missing");
 }

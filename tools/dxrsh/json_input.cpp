@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "errors.h"
 #include "file_io.h"
@@ -81,11 +81,7 @@ std::string JsonObject::Text(const char *key, size_t maxLength) {
         throw UsageError(
             fmt::format("{}: '{}' must have at most {} bytes", place_, key, maxLength));
     }
-    const bool hasControl = std::any_of(text.begin(), text.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte < 0x20 || byte == 0x7F;
-    });
-    if (hasControl) {
+    if (HoldsControlCharacter(text)) {
         throw UsageError(fmt::format("{}: '{}' must not hold control characters", place_, key));
     }
     return text;

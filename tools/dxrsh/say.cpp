@@ -1,5 +1,7 @@
 #include "say.h"
 
+#include <algorithm>
+
 namespace dxrsh {
 namespace {
 
@@ -7,9 +9,15 @@ bool IsContinuationByte(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
 
-bool IsControl(char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7F;
+// Bytes of the control character at the head of the text; 0 when there is none.
+size_t ControlLength(std::string_view text) {
+    const auto byteAt = [text](size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0xFFU;
+    };
+    if (byteAt(0) < 0x20 || byteAt(0) == 0x7F) {
+        return 1;
+    }
+    return byteAt(0) == 0xC2 && byteAt(1) >= 0x80 && byteAt(1) < 0xA0 ? 2 : 0;
 }
 
 }  // namespace
@@ -19,23 +27,36 @@ std::string Printable(std::string_view text, size_t width) {
     std::string line;
     size_t columns = 0;
     size_t cut = 0;  // where the text ends should the mark have to follow
-    for (const char c : text) {
-        const size_t wide = IsControl(c) ? 4 : IsContinuationByte(c) ? 0 : 1;
+    size_t at = 0;
+    while (at < text.size()) {
+        const size_t control = ControlLength(text.substr(at));
+        const size_t wide = control != 0 ? 4 * control : IsContinuationByte(text[at]) ? 0 : 1;
         if (columns + wide > width) {
             line.resize(cut);
             return line + std::string(kCutMark);
         }
-        if (IsControl(c)) {
-            line += fmt::format("\\x{:02x}", static_cast<unsigned char>(c));
-        } else {
-            line += c;
+        for (size_t i = 0; i < control; ++i) {
+            line += fmt::format("\\x{:02x}", static_cast<unsigned char>(text[at + i]));
         }
+        if (control == 0) {
+            line += text[at];
+        }
+        at += std::max<size_t>(1, control);
         columns += wide;
         if (columns <= width - kCutMark.size()) {
             cut = line.size();
         }
     }
     return line;
+}
+
+bool HoldsControlCharacter(std::string_view text) {
+    for (size_t at = 0; at < text.size(); ++at) {
+        if (ControlLength(text.substr(at)) != 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string PlainLines(std::string_view listing) {

@@ -23,6 +23,9 @@ void Say(std::FILE *out, fmt::format_string<Args...> format, Args &&...args) {
 // written as \xNN, what is cut off as "...".
 [[nodiscard]] std::string Printable(std::string_view text, size_t width);
 
+// Control characters are those of ASCII, and U+0080 to U+009F in UTF-8, which terminals obey too.
+[[nodiscard]] bool HoldsControlCharacter(std::string_view text);
+
 // A listing of the library, whose lines end in "\r\n", with plain line ends.
 [[nodiscard]] std::string PlainLines(std::string_view listing);
 
