@@ -38,4 +38,8 @@
 #define DXRTEST_FORMATS_ARE_READ 0
 #endif
 
+// The address and thread sanitizers keep shadows of all memory, far beyond any limit of a process.
+#define DXRTEST_MEMORY_IS_SHADOWED \
+    (DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED || DXRTEST_FORMATS_ARE_READ)
+
 #endif  // DXR_TESTS_SUPPORT_SANITIZERS_H

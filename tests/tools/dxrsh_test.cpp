@@ -1,11 +1,13 @@
 // dxrsh itself, and its commands without an input.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
+#include "support/sanitizers.h"
 #include "tools/run_dxrsh.h"
 
 namespace {
@@ -104,6 +106,22 @@ TEST(DxrshSlots, AnUnknownGroupIsRefused) {
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "dxrsh: slots: there is no group 'Nope'\n");
+}
+
+// Within the test's own limit of memory, which its programs inherit.
+TEST(Dxrsh, TooLittleMemoryIsOneLineAndExitCode1) {
+    if (DXRTEST_MEMORY_IS_SHADOWED) {
+        GTEST_SKIP() << "the sanitizer's own memory is beyond every limit";
+    }
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit narrow = {rlim_t{512} << 20U, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &narrow), 0);
+    const Outcome outcome = RunDxrsh({"filter", "/dev/zero"});  // a line without end
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "dxrsh: not enough memory\n");
 }
 
 }  // namespace

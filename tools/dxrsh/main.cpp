@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <exception>
 #include <limits>
+#include <new>
+#include <string_view>
 
 #include "commands.h"
 #include "errors.h"
@@ -28,9 +30,9 @@ void AddCommands(CLI::App &program) {
 }
 
 // On one line, whatever the names in the text hold.
-void Complain(const std::exception &error) {
+void Complain(std::string_view text) {
     constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
-    dxrsh::Say(stderr, "dxrsh: {}\n", dxrsh::Printable(error.what(), kNoLimit));
+    dxrsh::Say(stderr, "dxrsh: {}\n", dxrsh::Printable(text, kNoLimit));
 }
 
 int Run(int argc, char **argv) {
@@ -49,7 +51,7 @@ int Run(int argc, char **argv) {
     } catch (const CLI::Success &success) {  // --help, --version
         return program.exit(success);
     } catch (const CLI::ParseError &error) {
-        Complain(error);
+        Complain(error.what());
         return dxrsh::kExitUsage;
     }
 }
@@ -64,10 +66,13 @@ int main(int argc, char **argv) {
     } catch (const dxrsh::BrokenPipe &) {
         return 0;
     } catch (const dxrsh::UsageError &error) {
-        Complain(error);
+        Complain(error.what());
         return dxrsh::kExitUsage;
+    } catch (const std::bad_alloc &) {
+        Complain("not enough memory");
+        return dxrsh::kExitFailure;
     } catch (const std::exception &error) {
-        Complain(error);
+        Complain(error.what());
         return dxrsh::kExitFailure;
     }
 }
