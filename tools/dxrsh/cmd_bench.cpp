@@ -88,13 +88,13 @@ void RunBench(const BenchOptions &options) {
     Output output(STDOUT_FILENO);
     output.Write(fmt::format("processor: {}\n\n", Processor()));
     const size_t width = WidthOf(figures);
-    output.Write(fmt::format(fmt::runtime(kHeadings), "function", width, "library ns", "peer ns",
-                             "ratio", "peer"));
+    output.Write(
+        fmt::format(kHeadings, "function", width, "library ns", "peer ns", "ratio", "peer"));
     for (const bench::Figure &figure : figures) {
         output.Flush();  // each row is seen as soon as it is known
         const bench::Result result = bench::Measure(figure, effort);
-        output.Write(fmt::format(fmt::runtime(kRow), figure.name, width, result.oursNs,
-                                 result.peerNs, result.ratio, figure.peerName));
+        output.Write(fmt::format(kRow, figure.name, width, result.oursNs, result.peerNs,
+                                 result.ratio, figure.peerName));
     }
     output.Flush();
 }

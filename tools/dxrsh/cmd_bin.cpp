@@ -1,7 +1,6 @@
 // dxrsh bin and dxrsh latest: binary data files below a work directory.
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdint>
@@ -84,10 +83,7 @@ void RunBin(const BinOptions &options) {
         throw RunError(WordsOf(messages, "there is not enough memory for the file"));
     }
     const LoadedData data(bytes, length);
-    Output output(STDOUT_FILENO);
-    output.Write(
-        fmt::format("{}: {} bytes, CRC-8 0x{:02x}\n", path.data(), data.Length(), data.Crc()));
-    output.Flush();
+    WriteOut(fmt::format("{}: {} bytes, CRC-8 0x{:02x}\n", path.data(), data.Length(), data.Crc()));
 }
 
 void RunLatest(const LatestOptions &options) {
@@ -109,9 +105,7 @@ void RunLatest(const LatestOptions &options) {
     if (result != 0) {
         throw RunError(WordsOf(messages, "the directory cannot be searched"));
     }
-    Output output(STDOUT_FILENO);
-    output.Write(fmt::format("{}\n", name.data()));
-    output.Flush();
+    WriteOut(fmt::format("{}\n", name.data()));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // dxrsh crc: the CRC-8 of files.
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <memory>
@@ -42,12 +41,11 @@ void RunCrc(std::vector<std::string> paths) {
     if (paths.empty()) {
         paths.emplace_back("-");
     }
-    Output output(STDOUT_FILENO);
     for (const std::string &path : paths) {
         Input input(path);
         const FileCrc result = CrcOf(input);
-        output.Write(fmt::format("0x{:02x} {} {}\n", result.crc, result.bytes, path));
-        output.Flush();  // what is known stands, should the next file not be readable
+        // At once: what is known stands, should the next file not be readable.
+        WriteOut(fmt::format("0x{:02x} {} {}\n", result.crc, result.bytes, path));
     }
 }
 

@@ -101,7 +101,7 @@ void RunFault(const FaultOptions &options) {
     clock.SetUptime(options.uptime);
     Output output(STDOUT_FILENO);
     log.OnRead([&output] { output.Flush(); });
-    output.Write(fmt::format(fmt::runtime(kRow), "time", "events", "before", "with it"));
+    output.Write(fmt::format(kRow, "time", "events", "before", "with it"));
     const auto counter = std::make_unique<DxrCounter>();
     StampedLine line{};
     while (log.Next(line)) {
@@ -110,8 +110,8 @@ void RunFault(const FaultOptions &options) {
         }
         const std::string_view before = ruleSet.Judge(*counter);
         counter->IncreaseCount();
-        output.Write(fmt::format(fmt::runtime(kRow), FormatTime(clock.Now()), counter->GetCount(),
-                                 before, ruleSet.Judge(*counter)));
+        output.Write(fmt::format(kRow, FormatTime(clock.Now()), counter->GetCount(), before,
+                                 ruleSet.Judge(*counter)));
     }
     if (end) {
         clock.Set(*end);

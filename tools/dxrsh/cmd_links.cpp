@@ -1,7 +1,6 @@
 // dxrsh links: a link bitmap, drawn as the library prints it.
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <memory>
@@ -101,9 +100,7 @@ void RunLinks(const LinksOptions &options) {
     for (const std::string &text : options.links) {
         map.Save(ParseLink(text, options));
     }
-    Output output(STDOUT_FILENO);
-    output.Write((options.whole ? map.AllChips() : map.PrintedLine(options.title)) + "\n");
-    output.Flush();
+    WriteOut((options.whole ? map.AllChips() : map.PrintedLine(options.title)) + "\n");
 }
 
 }  // namespace

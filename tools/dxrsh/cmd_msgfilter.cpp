@@ -12,6 +12,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "commands.h"
@@ -148,20 +150,14 @@ class FilterTree {
     DxrMessageFilter *root_ = nullptr;
 };
 
-void WriteListing(const FilterTree &tree) {
-    Output output(STDOUT_FILENO);
-    output.Write(tree.Listing());
-    output.Flush();
-}
-
 void Show(const MsgFilterOptions &options) {
-    WriteListing(FilterTree(options.treeFile));
+    WriteOut(FilterTree(options.treeFile).Listing());
 }
 
 void Set(const MsgFilterOptions &options) {
     const FilterTree tree(options.treeFile);
     tree.Set(options.path, options.count);
-    WriteListing(tree);
+    WriteOut(tree.Listing());
 }
 
 void Replay(const MsgFilterOptions &options) {

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <memory>
@@ -63,10 +62,8 @@ void Write(const PrivateLogOptions &options) {
         throw RunError(messages.Last());
     }
     const uint32_t length = LengthOf(options.name);
-    Output output(STDOUT_FILENO);
-    output.Write(fmt::format("{}: {} bytes added, {} in all\n", options.name,
-                             length - (before == kNoLength ? 0 : before), length));
-    output.Flush();
+    WriteOut(fmt::format("{}: {} bytes added, {} in all\n", options.name,
+                         length - (before == kNoLength ? 0 : before), length));
 }
 
 void Read(const PrivateLogOptions &options) {
@@ -75,16 +72,12 @@ void Read(const PrivateLogOptions &options) {
         0) {
         throw RunError(fmt::format("cannot read {}{}", DXR_PRIVATE_LOG_DIRECTORY, options.name));
     }
-    Output output(STDOUT_FILENO);
-    output.Write(text.data());
-    output.Flush();
+    WriteOut(text.data());
 }
 
 void Length(const PrivateLogOptions &options) {
     const uint32_t length = LengthOf(options.name);
-    Output output(STDOUT_FILENO);
-    output.Write(fmt::format("{}\n", length));
-    output.Flush();
+    WriteOut(fmt::format("{}\n", length));
 }
 
 void Cut(const PrivateLogOptions &options) {
@@ -93,10 +86,8 @@ void Cut(const PrivateLogOptions &options) {
     if (DXR_FixPrivateLogLen(options.name.c_str(), options.maxLength) != 0) {
         throw RunError(fmt::format("cannot cut {}{}", DXR_PRIVATE_LOG_DIRECTORY, options.name));
     }
-    Output output(STDOUT_FILENO);
-    output.Write(
+    WriteOut(
         fmt::format("{}: {} bytes, {} before\n", options.name, LengthOf(options.name), before));
-    output.Flush();
 }
 
 }  // namespace

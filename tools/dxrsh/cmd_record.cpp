@@ -1,7 +1,5 @@
 // dxrsh record: the events of a log in the information recorder.
 
-#include <unistd.h>
-
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -67,12 +65,9 @@ void RunRecord(const RecordOptions &options) {
     progress.Clear();
     // Each entry of the listing begins with a line break and none ends with one.
     const std::string listing = Recorder::Listing();
-    Output output(STDOUT_FILENO);
     if (!listing.empty()) {
-        output.Write(std::string_view(listing).substr(1));
-        output.Write("\n");
+        WriteOut(listing.substr(1) + "\n");
     }
-    output.Flush();
 }
 
 }  // namespace

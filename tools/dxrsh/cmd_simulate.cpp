@@ -87,18 +87,14 @@ class SimulateTable {
 void Show(const SimulateOptions &options) {
     const Host host;
     const SimulateTable table(options.path);
-    Output output(STDOUT_FILENO);
-    output.Write(table.Listing());
-    output.Flush();
+    WriteOut(table.Listing());
 }
 
 void Set(const SimulateOptions &options) {
     const Host host;
     const SimulateTable table(options.path);
-    Output output(STDOUT_FILENO);
-    output.Write(SimulateTable::Set(options.id, options.count) + "\n");
-    output.Write(table.Listing());
-    output.Flush();
+    const std::string answer = SimulateTable::Set(options.id, options.count);
+    WriteOut(answer + "\n" + table.Listing());
 }
 
 void Replay(const SimulateOptions &options) {

@@ -46,8 +46,7 @@ void RunSlots(const SlotsOptions &options) {
     constexpr std::string_view kRow = "{:>4}  {:<11} {:>5}  {:<42} {:<6}  {}\n";
     const SlotAddresses slots = HostSlots();
     Output output(STDOUT_FILENO);
-    output.Write(
-        fmt::format(fmt::runtime(kRow), "slot", "group", "index", "function", "host", "fallback"));
+    output.Write(fmt::format(kRow, "slot", "group", "index", "function", "host", "fallback"));
     size_t shown = 0;
     size_t filled = 0;
     for (const SlotRow &row : kSlotTable) {
@@ -57,7 +56,7 @@ void RunSlots(const SlotsOptions &options) {
         const bool isFilled = slots[row.slot] != nullptr;
         ++shown;
         filled += isFilled ? 1 : 0;
-        output.Write(fmt::format(fmt::runtime(kRow), row.slot, row.group, row.index,
+        output.Write(fmt::format(kRow, row.slot, row.group, row.index,
                                  row.function.empty() ? "-" : row.function,
                                  isFilled ? "filled" : "empty", FallbackText(row)));
     }

@@ -3,6 +3,7 @@
 #ifndef DXRSH_ERRORS_H
 #define DXRSH_ERRORS_H
 
+#include <exception>
 #include <stdexcept>
 
 namespace dxrsh {

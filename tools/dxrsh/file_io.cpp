@@ -160,4 +160,10 @@ void Output::Flush() {
     buffer_.clear();
 }
 
+void WriteOut(std::string_view text) {
+    Output output(STDOUT_FILENO);
+    output.Write(text);
+    output.Flush();
+}
+
 }  // namespace dxrsh

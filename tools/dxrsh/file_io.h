@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace dxrsh {
@@ -90,6 +91,9 @@ class Output {
     int fd_;
     std::string buffer_;
 };
+
+// Writes a text to standard output. Throws as Output does.
+void WriteOut(std::string_view text);
 
 }  // namespace dxrsh
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 
@@ -9,14 +10,25 @@
 #include "errors.h"
 
 namespace dxrsh {
+namespace {
 
-Host::Host(uint32_t maxLevel) {
+// Levels of the library's messages.
+constexpr uint32_t kLevelFailure = 1;
+constexpr uint32_t kLevelAll = 6;
+
+void SayFailures() {
+    DxrHostSetPrintFile(stderr, kLevelFailure, "dxrsh: ");
+}
+
+}  // namespace
+
+Host::Host() {
     if (DxrHostInstall() != 0) {
         throw RunError("the development host could not be installed");
     }
     DxrHostSetClock(0, 0);
     DxrHostSetDiagFile(nullptr);
-    DxrHostSetPrintFile(stderr, maxLevel, "dxrsh: ");
+    SayFailures();
 }
 
 Host::~Host() {
@@ -32,7 +44,7 @@ MessageCatcher::MessageCatcher() {
 }
 
 MessageCatcher::~MessageCatcher() {
-    DxrHostSetPrintFile(stderr, kLevelFailure, "dxrsh: ");
+    SayFailures();
 }
 
 std::string MemoryReport() {

@@ -2,20 +2,15 @@
 #ifndef DXRSH_HOST_H
 #define DXRSH_HOST_H
 
-#include <cstdint>
 #include <string>
 
 namespace dxrsh {
 
-// Levels of the library's messages, as far as commands choose among them.
-constexpr uint32_t kLevelFailure = 1;
-constexpr uint32_t kLevelAll = 6;
-
 // Installs the host for the time of a command: a stopped clock, no diagnostic lines, and the
-// library's messages up to `maxLevel` on standard error.
+// library's messages of failures on standard error.
 class Host {
   public:
-    explicit Host(uint32_t maxLevel = kLevelFailure);
+    Host();
     ~Host();
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;
