@@ -457,6 +457,18 @@ TEST_P(TruncatingFormatter, NullFormatFailsAndWritesNothing) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
+// A format of the host's may stand in its own memory, which the C library's formatter for
+// fortified builds takes for an attack.
+TEST_P(TruncatingFormatter, FormatInWritableMemoryMayCount) {
+    std::string format = "ab%nc";
+    GuardedBuffer buffer(16);
+    int before = -1;
+    EXPECT_EQ(3, format_(buffer.Data(), 16, format.data(), &before));
+    EXPECT_EQ("abc", buffer.Text());
+    EXPECT_EQ(2, before);
+    EXPECT_TRUE(buffer.Intact());
+}
+
 TEST_P(TruncatingFormatter, FailedConversionEmptiesTheBuffer) {
     ASSERT_STREQ("C", std::setlocale(LC_CTYPE, nullptr));
     for (size_t size = 1; size <= kMaxDest; ++size) {
