@@ -8,6 +8,8 @@ option(DXR_BUILD_TOOLS
        ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
 option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
+option(DXR_HARDENING
+       "Guard stack, calls and relocations of the shipped files (not together with sanitizers)" ON)
 option(DXR_COVERAGE "Count which lines and branches run (GCC)" OFF)
 option(DXR_WERROR "Treat warnings as errors" OFF)
 set(DXR_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")

@@ -9,8 +9,9 @@ import re
 import subprocess
 import sys
 
-MOST_RELOCATIONS = 66
-MOST_READ_ONLY_BYTES = 132 * 1024
+# Of these the hardening takes 4 and 3 KiB: guarded frames and checked calls.
+MOST_RELOCATIONS = 70
+MOST_READ_ONLY_BYTES = 134 * 1024
 MOST_INITIALISED_BYTES = 256  # exported objects that begin with a value other than zero
 
 

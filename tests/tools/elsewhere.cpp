@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <sys/stat.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -39,6 +40,15 @@ int stat(const char *path, struct stat *status) noexcept {
 
 char *realpath(const char *path, char *resolved) noexcept {
     return TheOther(realpath, "realpath")(Elsewhere(path).c_str(), resolved);
+}
+
+// The name a fortified library calls.
+char *__realpath_chk(const char *path, char *resolved, size_t size) noexcept;
+char *__realpath_chk(const char *path, char *resolved, size_t size) noexcept {
+    if (resolved != nullptr && size < PATH_MAX) {
+        std::abort();
+    }
+    return realpath(path, resolved);
 }
 
 int remove(const char *path) noexcept {
