@@ -135,9 +135,9 @@ extern "C" void Copy(char *to, const char *from, unsigned long size) {
 extern "C" void (*const g_functions[])(char *, const char *, unsigned long) = {Copy};
 __asm__("CODE");
 """
-FLAGS = ["-O2", "-fPIC", "-shared", "-nostartfiles", "-fstack-protector-strong", "-U_FORTIFY_SOURCE",
-         "-D_FORTIFY_SOURCE=2", "-fcf-protection=full", "-Wl,-z,relro", "-Wl,-z,now",
-         "-Wl,-z,noexecstack"]
+FLAGS = ["-O2", "-fPIC", "-shared", "-nostartfiles", "-fstack-protector-strong",
+         "-U_FORTIFY_SOURCE", "-D_FORTIFY_SOURCE=2", "-fcf-protection=full", "-Wl,-z,relro",
+         "-Wl,-z,now", "-Wl,-z,noexecstack"]
 
 
 class SeesWhatIsMissing(unittest.TestCase):
