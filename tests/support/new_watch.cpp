@@ -13,11 +13,15 @@ struct Ledger {
     size_t count;
     size_t calls;
     size_t failAt;
+    bool fromThenOn;
     bool active;
 
     void *Allocate(size_t size) {
-        if (active && ++calls == failAt) {
-            return nullptr;
+        if (active) {
+            ++calls;
+            if (calls == failAt || (fromThenOn && failAt != 0 && calls > failAt)) {
+                return nullptr;
+            }
         }
         void *const block = std::malloc(size == 0 ? 1 : size);
         if (active && block != nullptr) {
@@ -54,10 +58,11 @@ void *AllocateOrThrow(size_t size) {
 
 }  // namespace
 
-void NewWatch::Begin(size_t failAt) {
+void NewWatch::Begin(size_t failAt, bool fromThenOn) {
     g_ledger.count = 0;
     g_ledger.calls = 0;
     g_ledger.failAt = failAt;
+    g_ledger.fromThenOn = fromThenOn;
     g_ledger.active = true;
 }
 

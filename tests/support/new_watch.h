@@ -14,8 +14,8 @@ namespace dxrtest {
 class NewWatch {
   public:
     // Watches from here on with a clean slate; the n-th allocation fails (1: the next one; 0:
-    // none).
-    static void Begin(size_t failAt);
+    // none), and all after it if wanted.
+    static void Begin(size_t failAt, bool fromThenOn = false);
     static void End();
 
     // Blocks that were allocated between Begin and End and have not been freed since.
@@ -28,11 +28,11 @@ class NewWatch {
 
 enum class Outcome { kDone, kBadAlloc, kOtherException };
 
-// Runs `action` with its n-th allocation failing.
+// Runs `action` with its n-th allocation failing, and all after it if wanted.
 template <typename Action>
-Outcome RunFailing(size_t n, Action action) {
+Outcome RunFailing(size_t n, Action action, bool fromThenOn = false) {
     Outcome outcome = Outcome::kDone;
-    NewWatch::Begin(n);
+    NewWatch::Begin(n, fromThenOn);
     try {
         action();
     } catch (const std::bad_alloc &) {
