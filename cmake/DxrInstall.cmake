@@ -15,6 +15,10 @@ install(TARGETS ${libraries} EXPORT dxr_api_targets
 install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
 install(DIRECTORY include/dxr DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development
         FILES_MATCHING PATTERN "*.h")
+if(DXR_BUILD_DEVHOST)
+    install(DIRECTORY include/dxr_devhost DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+            COMPONENT Development FILES_MATCHING PATTERN "*.h")
+endif()
 set_target_properties(dxr_api PROPERTIES EXPORT_NAME api)
 target_include_directories(dxr_api INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 

@@ -2,7 +2,9 @@
 # line says so.
 
 option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
-option(DXR_BUILD_DEVHOST "Build the development host" ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_DEVHOST
+       "Build the development host (needs JSON for Modern C++, SQLite and zlib)"
+       ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_TOOLS
        "Build dxrsh, which brings the development host (needs CLI11, fmt and JSON for Modern C++)"
        ${PROJECT_IS_TOP_LEVEL})
@@ -30,8 +32,22 @@ if(DXR_BUILD_TESTS)
     endif()
 endif()
 
+if(DXR_BUILD_DEVHOST OR DXR_BUILD_TOOLS)
+    foreach(package nlohmann_json:nlohmann-json3-dev SQLite3:libsqlite3-dev ZLIB:zlib1g-dev)
+        string(REPLACE ":" ";" package ${package})
+        list(POP_FRONT package name)
+        find_package(${name} QUIET)
+        if(NOT ${name}_FOUND)
+            message(STATUS "The development host and dxrsh are left out: "
+                           "${name} (${package}) was not found")
+            set(DXR_BUILD_DEVHOST OFF)
+            set(DXR_BUILD_TOOLS OFF)
+        endif()
+    endforeach()
+endif()
+
 if(DXR_BUILD_TOOLS)
-    foreach(package CLI11:libcli11-dev fmt:libfmt-dev nlohmann_json:nlohmann-json3-dev)
+    foreach(package CLI11:libcli11-dev fmt:libfmt-dev)
         string(REPLACE ":" ";" package ${package})
         list(POP_FRONT package name)
         find_package(${name} QUIET)

@@ -1,176 +1,523 @@
+#include "dxr_devhost/memory.h"
+
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <new>
 #include <set>
 #include <string>
-#include <unordered_map>
+#include <tuple>
 #include <vector>
 
-#include "dxr_devhost.h"
-#include "services.h"
+#include "host.h"
+#include "memory_blocks.h"
 
 namespace devhost {
+
+// All blocks of one module identifier. Live blocks and bytes stand in one word, so that the highest
+// values are exact at one atomic step a call.
+struct Account {
+    static constexpr uint32_t kByteBits = 40;
+    static constexpr uint64_t kByteMask = (uint64_t{1} << kByteBits) - 1;
+
+    std::atomic<uint64_t> live{0};
+    std::atomic<uint64_t> blocksPeak{0};
+    std::atomic<uint64_t> bytesPeak{0};
+
+    void Add(uint32_t bytes) {
+        const uint64_t change = (uint64_t{1} << kByteBits) + bytes;
+        const uint64_t now = live.fetch_add(change, std::memory_order_relaxed) + change;
+        Raise(blocksPeak, now >> kByteBits);
+        Raise(bytesPeak, now & kByteMask);
+    }
+    void Subtract(uint32_t bytes) {
+        live.fetch_sub((uint64_t{1} << kByteBits) + bytes, std::memory_order_relaxed);
+    }
+
+  private:
+    static void Raise(std::atomic<uint64_t> &peak, uint64_t value) {
+        uint64_t known = peak.load(std::memory_order_relaxed);
+        while (known < value &&
+               !peak.compare_exchange_weak(known, value, std::memory_order_relaxed)) {
+        }
+    }
+};
+
+// A place in a module that allocates or releases.
+struct Site {
+    uint32_t mid;
+    uint32_t line;
+    std::string file;
+    uint32_t number;
+    Account *account;
+};
+
 namespace {
 
-constexpr uint32_t kLevelFailure = 1;
+constexpr const char *kService = "memory";
+constexpr uint32_t kReleasing = 0xFFFFFFFF;  // the module of sites that release
+constexpr unsigned char kGuardByte = 0xFD;
+constexpr uint32_t kSerialsAtOnce = 1024;
 
-struct Block {
-    uint64_t serial;      // order of allocation
-    uint64_t generation;  // of the accounts that it counts in
-    uint32_t mid;
-    uint32_t size;
-    const std::string *file;
-    uint32_t line;
+// What a thread has asked for at one site. Its thread alone writes.
+struct Totals {
+    std::atomic<uint64_t> blocks{0};
+    std::atomic<uint64_t> bytes{0};
+
+    void Add(uint32_t size) {
+        blocks.store(blocks.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        bytes.store(bytes.load(std::memory_order_relaxed) + size, std::memory_order_relaxed);
+    }
 };
 
-struct Accounts {
-    std::mutex mutex;
-    std::unordered_map<void *, Block> blocks;
-    std::map<uint32_t, DxrHostMemoryAccount> byMid;
-    std::set<std::string, std::less<>> fileNames;  // each once; the callers' texts may not last
-    uint64_t serial = 0;
-    uint64_t generation = 0;  // a reset starts the next one
-    uint64_t badReleases = 0;
+struct KnownSite {
+    const char *file = nullptr;
+    uint32_t line = 0;
+    uint32_t mid = 0;
+    const Site *site = nullptr;
 };
 
-// Never destroyed: modules may release their blocks while the process ends.
-Accounts &TheAccounts() {
-    static Accounts &accounts = *new Accounts;
-    return accounts;
+// What one thread keeps for itself; the next thread with its record takes it over.
+struct Cache {
+    RoomRings rings;
+    std::array<KnownSite, 256> sites{};
+    uint64_t nextSerial = 0;
+    uint64_t endSerial = 0;
+    std::mutex mutex;                             // guards the growth of totals
+    std::vector<std::unique_ptr<Totals>> totals;  // by the number of the site
+};
+
+struct LargeBlock {
+    std::byte *begin;  // of the front guard
+    BlockInfo info;
+};
+
+// A large block that was released, for the report of a second release.
+struct ReleasedLarge {
+    const void *address = nullptr;
+    const Site *made = nullptr;
+    const Site *released = nullptr;
+};
+
+void SetGuards(std::byte *bytes, uint32_t size) {
+    std::memset(bytes - blocks::kGuard, kGuardByte, blocks::kGuard);
+    std::memset(bytes + size, kGuardByte, blocks::kGuard);
 }
 
-void Enter(Accounts &accounts, void *block, uint32_t mid, uint32_t size, const char *file,
-           uint32_t line) {
-    const auto name = accounts.fileNames.emplace(file != nullptr ? file : "").first;
-    DxrHostMemoryAccount &account = accounts.byMid[mid];
-    accounts.blocks.emplace(block,
-                            Block{accounts.serial, accounts.generation, mid, size, &*name, line});
-    ++accounts.serial;
-
-    account.mid = mid;
-    ++account.blocksTotal;
-    ++account.blocksLive;
-    account.bytesTotal += size;
-    account.bytesLive += size;
-    account.blocksPeak = std::max(account.blocksPeak, account.blocksLive);
-    account.bytesPeak = std::max(account.bytesPeak, account.bytesLive);
+bool IsGuard(const std::byte *bytes) {
+    uint64_t words[2];
+    static_assert(sizeof(words) == blocks::kGuard);
+    std::memcpy(words, bytes, sizeof(words));
+    constexpr uint64_t kWord = uint64_t{0x0101010101010101} * kGuardByte;
+    return words[0] == kWord && words[1] == kWord;
 }
 
-bool Remove(Accounts &accounts, void *block) {
-    const auto found = accounts.blocks.find(block);
-    if (found == accounts.blocks.end()) {
-        ++accounts.badReleases;
-        return false;
+std::string TextOf(const Site *site) {
+    return site != nullptr ? site->file + ":" + std::to_string(site->line) : "nowhere";
+}
+
+class MemoryService : public Service {
+  public:
+    explicit MemoryService(Host &host)
+        : Service(host),
+          limit(host.options.memoryLimit),
+          allocateFails(host.chance.Point("memory.allocate")) {}
+
+    ~MemoryService() override {
+        for (const auto &[address, large] : large_) {
+            std::free(large->begin);
+        }
     }
-    if (found->second.generation == accounts.generation) {
-        DxrHostMemoryAccount &account = accounts.byMid[found->second.mid];
-        --account.blocksLive;
-        account.bytesLive -= found->second.size;
+
+    void ReportLeftovers() override {
+        for (const BlockInfo *const block : Live()) {
+            TheHost().ReportLeftover(kService, {},
+                                     std::to_string(block->size) + " bytes of module " +
+                                         std::to_string(block->made->mid) + " from " +
+                                         TextOf(block->made));
+        }
     }
-    accounts.blocks.erase(found);
-    return true;
+
+    Cache &CacheOf(ThreadRecord &thread) {
+        if (thread.cacheHost != TheHost().number) [[unlikely]] {
+            MakeCache(thread);
+        }
+        return *static_cast<Cache *>(thread.memoryCache);
+    }
+
+    const Site &SiteOf(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
+        const uint64_t hash =
+            (reinterpret_cast<uint64_t>(file) + line * uint64_t{0x9E3779B1} + mid) * 0x9E3779B1;
+        KnownSite &known = cache.sites[(hash >> 16) % cache.sites.size()];
+        // The text may be another one by now, say after a plug-in was unloaded.
+        if (known.site != nullptr && known.file == file && known.line == line && known.mid == mid &&
+            std::strcmp(known.site->file.c_str(), file) == 0) [[likely]] {
+            return *known.site;
+        }
+        const Site &site = Intern(mid, file, line);
+        known = {file, line, mid, &site};
+        return site;
+    }
+
+    void *Allocate(Cache &cache, const Site &site, uint32_t size) {
+        if (site.number >= cache.totals.size() || cache.totals[site.number] == nullptr)
+            [[unlikely]] {
+            GrowTotals(cache, site.number);
+        }
+        const Blocks::Block block =
+            size <= Blocks::kLargest ? blocks_.Take(cache.rings, size) : TakeLarge(size);
+        if (block.bytes == nullptr) {
+            return nullptr;
+        }
+        if (cache.nextSerial == cache.endSerial) {
+            cache.nextSerial = serials_.fetch_add(kSerialsAtOnce);
+            cache.endSerial = cache.nextSerial + kSerialsAtOnce;
+        }
+        block.info->size = size;
+        block.info->serial = cache.nextSerial++;
+        block.info->made = &site;
+        SetGuards(block.bytes, size);
+        site.account->Add(size);
+        cache.totals[site.number]->Add(size);
+        block.info->state.store(BlockInfo::kLive, std::memory_order_release);
+        return block.bytes;
+    }
+
+    // As Allocate, one after the other, and not beyond the limit.
+    void *AllocateWithin(uint64_t most, Cache &cache, const Site &site, uint32_t size) {
+        const std::lock_guard lock(limitMutex_);
+        return LiveBytes() + size <= most ? Allocate(cache, site, size) : nullptr;
+    }
+
+    enum class Result : uint8_t { kReleased, kDamaged, kNoBlock };
+    struct Release {
+        Result result = Result::kNoBlock;
+        const Site *made = nullptr;
+    };
+
+    Release TakeBack(Cache &cache, void *address, const Site &site) {
+        auto *const bytes = static_cast<std::byte *>(address);
+        BlockInfo *const info = blocks_.Find(address);
+        if (info == nullptr) {
+            return TakeBackLarge(bytes, site);
+        }
+        uint32_t live = BlockInfo::kLive;
+        if (!info->state.compare_exchange_strong(live, BlockInfo::kReleased,
+                                                 std::memory_order_acq_rel)) {
+            return {};
+        }
+        const Release release = Settle(bytes, *info);
+        info->released.store(&site, std::memory_order_relaxed);
+        blocks_.Give(cache.rings, {bytes, info});
+        return release;
+    }
+
+    uint64_t LiveBytes() {
+        const std::lock_guard lock(mutex_);
+        uint64_t bytes = 0;
+        for (const auto &[mid, account] : accounts_) {
+            bytes += account.live.load(std::memory_order_relaxed) & Account::kByteMask;
+        }
+        return bytes;
+    }
+
+    // In the order of allocation.
+    std::vector<const BlockInfo *> Live() {
+        std::vector<const BlockInfo *> live;
+        blocks_.ForEachLive([&live](const BlockInfo &info) { live.push_back(&info); });
+        const std::lock_guard lock(mutex_);
+        for (const auto &[address, large] : large_) {
+            live.push_back(&large->info);
+        }
+        std::sort(live.begin(), live.end(),
+                  [](const auto *a, const auto *b) { return a->serial < b->serial; });
+        return live;
+    }
+
+    std::vector<DxrHostMemorySite> Sites() {
+        const std::lock_guard lock(mutex_);
+        std::vector<DxrHostMemorySite> all(sites_.size());
+        for (const Site &site : sites_) {
+            DxrHostMemorySite &to = all[site.number];
+            to.mid = site.mid;
+            to.line = site.line;
+            to.file = site.file.c_str();
+        }
+        for (const auto &cache : caches_) {
+            const std::lock_guard growth(cache->mutex);
+            for (size_t i = 0; i < cache->totals.size(); ++i) {
+                if (cache->totals[i] != nullptr) {
+                    all[i].blocksTotal += cache->totals[i]->blocks.load(std::memory_order_relaxed);
+                    all[i].bytesTotal += cache->totals[i]->bytes.load(std::memory_order_relaxed);
+                }
+            }
+        }
+        const auto count = [&all](const BlockInfo &info) {
+            ++all[info.made->number].blocksLive;
+            all[info.made->number].bytesLive += info.size;
+        };
+        blocks_.ForEachLive(count);
+        for (const auto &[address, large] : large_) {
+            count(large->info);
+        }
+        // Sites that only release are none of these.
+        std::erase_if(all, [](const DxrHostMemorySite &site) { return site.blocksTotal == 0; });
+        return all;
+    }
+
+    std::map<uint32_t, DxrHostMemoryAccount> Accounts() {
+        std::map<uint32_t, DxrHostMemoryAccount> all;
+        for (const DxrHostMemorySite &site : Sites()) {
+            DxrHostMemoryAccount &account = all[site.mid];
+            account.mid = site.mid;
+            account.blocksTotal += site.blocksTotal;
+            account.bytesTotal += site.bytesTotal;
+        }
+        const std::lock_guard lock(mutex_);
+        for (auto &[mid, account] : all) {
+            const Account &from = accounts_.at(mid);
+            const uint64_t live = from.live.load(std::memory_order_relaxed);
+            account.blocksLive = live >> Account::kByteBits;
+            account.bytesLive = live & Account::kByteMask;
+            account.blocksPeak = from.blocksPeak.load(std::memory_order_relaxed);
+            account.bytesPeak = from.bytesPeak.load(std::memory_order_relaxed);
+        }
+        return all;
+    }
+
+    // What an address is that is no live block.
+    std::string Explain(const void *address) {
+        const BlockInfo *const info = blocks_.Find(address);
+        if (info != nullptr && info->state.load() == BlockInfo::kReleased) {
+            return "a block that was released at " + TextOf(info->released.load()) +
+                   ", allocated at " + TextOf(info->made);
+        }
+        {
+            const std::lock_guard lock(mutex_);
+            for (const ReleasedLarge &each : releasedLarge_) {
+                if (each.address == address) {
+                    return "a block that was released at " + TextOf(each.released) +
+                           ", allocated at " + TextOf(each.made);
+                }
+            }
+        }
+        return blocks_.Holds(address) ? "an address within the host's memory that is no block"
+                                      : "an address that is not the host's";
+    }
+
+    std::atomic<uint64_t> limit;
+    FaultPoint &allocateFails;
+    std::atomic<uint64_t> badReleases{0};
+
+  private:
+    using SiteKey = std::tuple<uint32_t, uint32_t, std::string>;
+
+    void MakeCache(ThreadRecord &thread) {
+        auto cache = std::make_unique<Cache>();
+        const std::lock_guard lock(mutex_);
+        caches_.push_back(std::move(cache));
+        thread.memoryCache = caches_.back().get();
+        thread.cacheHost = TheHost().number;
+    }
+
+    static void GrowTotals(Cache &cache, uint32_t number) {
+        const std::lock_guard lock(cache.mutex);
+        if (number >= cache.totals.size()) {
+            cache.totals.resize(number + 1);
+        }
+        cache.totals[number] = std::make_unique<Totals>();
+    }
+
+    const Site &Intern(uint32_t mid, const char *file, uint32_t line) {
+        const std::lock_guard lock(mutex_);
+        const auto [found, isNew] =
+            known_.try_emplace({mid, line, file}, static_cast<uint32_t>(sites_.size()));
+        if (isNew) {
+            sites_.push_back({mid, line, file, found->second, &accounts_[mid]});
+        }
+        return sites_[found->second];
+    }
+
+    // Looks at the guards of a block that goes, and takes it out of its account.
+    static Release Settle(const std::byte *bytes, const BlockInfo &info) {
+        const bool isWhole = IsGuard(bytes - blocks::kGuard) && IsGuard(bytes + info.size);
+        info.made->account->Subtract(info.size);
+        return {isWhole ? Result::kReleased : Result::kDamaged, info.made};
+    }
+
+    Blocks::Block TakeLarge(uint32_t size) {
+        auto large = std::make_unique<LargeBlock>();
+        large->begin = static_cast<std::byte *>(std::malloc(size_t{size} + 2 * blocks::kGuard));
+        if (large->begin == nullptr) {
+            return {};
+        }
+        std::byte *const bytes = large->begin + blocks::kGuard;
+        BlockInfo *const info = &large->info;
+        const std::lock_guard lock(mutex_);
+        large_.emplace(bytes, std::move(large));
+        return {bytes, info};
+    }
+
+    Release TakeBackLarge(const std::byte *bytes, const Site &site) {
+        std::unique_ptr<LargeBlock> large;
+        {
+            const std::lock_guard lock(mutex_);
+            const auto found = large_.find(bytes);
+            if (found == large_.end()) {
+                return {};
+            }
+            large = std::move(found->second);
+            large_.erase(found);
+            releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {bytes, large->info.made,
+                                                                       &site};
+        }
+        const Release release = Settle(bytes, large->info);
+        std::free(large->begin);
+        return release;
+    }
+
+    Blocks blocks_;
+    std::atomic<uint64_t> serials_{0};
+    std::mutex limitMutex_;
+
+    std::mutex mutex_;  // guards what follows
+    std::vector<std::unique_ptr<Cache>> caches_;
+    std::map<SiteKey, uint32_t> known_;
+    std::deque<Site> sites_;
+    std::map<uint32_t, Account> accounts_;
+    std::map<const void *, std::unique_ptr<LargeBlock>> large_;
+    std::array<ReleasedLarge, 64> releasedLarge_{};
+    size_t nextReleased_ = 0;
+};
+
+MemoryService &StateOf(Host &host) {
+    return host.Get<MemoryService>(ServiceId::kMemory);
+}
+
+// --- Slots
+
+void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+    const Call call("DXR_Malloc");
+    if (!call || size == 0) {
+        return nullptr;
+    }
+    MemoryService &state = StateOf(*call);
+    if (state.allocateFails.Fails()) {
+        return nullptr;
+    }
+    try {
+        Cache &cache = state.CacheOf(call.Thread());
+        const Site &site = state.SiteOf(cache, mid, file != nullptr ? file : "", line);
+        const uint64_t most = state.limit.load(std::memory_order_relaxed);
+        return most == 0 ? state.Allocate(cache, site, size)
+                         : state.AllocateWithin(most, cache, site, size);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+void Release(void *block, const char *file, uint32_t line) {
+    const Call call("DXR_Free");
+    if (!call || block == nullptr) {
+        return;
+    }
+    MemoryService &state = StateOf(*call);
+    Cache &cache = state.CacheOf(call.Thread());
+    const Site &site = state.SiteOf(cache, kReleasing, file != nullptr ? file : "", line);
+    const MemoryService::Release release = state.TakeBack(cache, block, site);
+    if (release.result == MemoryService::Result::kReleased) [[likely]] {
+        return;
+    }
+    if (release.result == MemoryService::Result::kDamaged) {
+        call.Misuse(kService, "written beyond a block",
+                    "a block allocated at " + TextOf(release.made) + " and released at " +
+                        TextOf(&site) + " was written before its begin or after its end");
+        return;
+    }
+    ++state.badReleases;
+    call.Misuse(kService, "released what is no block",
+                "released at " + TextOf(&site) + ": " + state.Explain(block));
 }
 
 }  // namespace
 
-void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
-    void *const block = std::malloc(size);
-    if (block == nullptr) {
-        return nullptr;
-    }
-    Accounts &accounts = TheAccounts();
-    try {
-        const std::lock_guard lock(accounts.mutex);
-        Enter(accounts, block, mid, size, file, line);
-    } catch (const std::bad_alloc &) {
-        std::free(block);
-        return nullptr;
-    }
-    return block;
+std::unique_ptr<Service> MakeMemory(Host &host) {
+    return std::make_unique<MemoryService>(host);
 }
 
-void Release(void *block, const char *file, uint32_t line) {
-    if (block == nullptr) {
-        return;
-    }
-    Accounts &accounts = TheAccounts();
-    bool known = false;
-    {
-        const std::lock_guard lock(accounts.mutex);
-        known = Remove(accounts, block);
-    }
-    if (known) {
-        std::free(block);
-    } else {
-        Print(kLevelFailure, "release of %p, which is no live block, %s:%u", block,
-              file != nullptr ? file : "", line);
-    }
-}
-
-void ResetMemory() {
-    Accounts &accounts = TheAccounts();
-    const std::lock_guard lock(accounts.mutex);
-    accounts.byMid.clear();
-    accounts.badReleases = 0;
-    ++accounts.generation;
+void FillMemory(DxrHooks &hooks) {
+    hooks.memory.allocate = Allocate;
+    hooks.memory.release = Release;
 }
 
 }  // namespace devhost
 
-using devhost::TheAccounts;
+using devhost::ApiCall;
+using devhost::StateOf;
 
-uint32_t DxrHostGetMemoryAccounts(DxrHostMemoryAccount *accounts, uint32_t room) {
-    devhost::Accounts &all = TheAccounts();
-    const std::lock_guard lock(all.mutex);
+uint32_t DxrHostGetMemoryAccounts(DxrHost *host, DxrHostMemoryAccount *accounts, uint32_t room) {
+    const ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    const auto all = StateOf(*call).Accounts();
     uint32_t index = 0;
-    for (const auto &[mid, account] : all.byMid) {
+    for (const auto &[mid, account] : all) {
         if (index == room) {
             break;
         }
-        accounts[index] = account;
-        ++index;
+        accounts[index++] = account;
     }
-    return static_cast<uint32_t>(all.byMid.size());
+    return static_cast<uint32_t>(all.size());
 }
 
-DxrHostMemoryAccount DxrHostGetMemoryAccount(uint32_t mid) {
-    devhost::Accounts &all = TheAccounts();
-    const std::lock_guard lock(all.mutex);
-    const auto found = all.byMid.find(mid);
-    if (found != all.byMid.end()) {
-        return found->second;
+DxrHostMemoryAccount DxrHostGetMemoryAccount(DxrHost *host, uint32_t mid) {
+    const ApiCall call(host);
+    DxrHostMemoryAccount account{};
+    if (call) {
+        const auto all = StateOf(*call).Accounts();
+        const auto found = all.find(mid);
+        account = found != all.end() ? found->second : account;
     }
-    DxrHostMemoryAccount none{};
-    none.mid = mid;
-    return none;
+    account.mid = mid;
+    return account;
 }
 
-uint32_t DxrHostReportLeaks(FILE *out) {
-    devhost::Accounts &all = TheAccounts();
-    std::vector<devhost::Block> live;
-    {
-        const std::lock_guard lock(all.mutex);
-        for (const auto &[address, block] : all.blocks) {
-            if (block.generation == all.generation) {
-                live.push_back(block);
-            }
-        }
+uint32_t DxrHostGetMemorySites(DxrHost *host, DxrHostMemorySite *sites, uint32_t room) {
+    const ApiCall call(host);
+    if (!call) {
+        return 0;
     }
-    std::sort(live.begin(), live.end(),
-              [](const auto &a, const auto &b) { return a.serial < b.serial; });
+    const auto all = StateOf(*call).Sites();
+    std::copy_n(all.begin(), std::min<size_t>(room, all.size()), sites);
+    return static_cast<uint32_t>(all.size());
+}
+
+uint32_t DxrHostReportLeaks(DxrHost *host, FILE *out) {
+    const ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    const auto live = StateOf(*call).Live();
     if (out != nullptr) {
-        for (const devhost::Block &block : live) {
-            (void)std::fprintf(out, "mid %u: %u bytes from %s:%u\n", block.mid, block.size,
-                               block.file->c_str(), block.line);
+        for (const devhost::BlockInfo *const block : live) {
+            (void)std::fprintf(out, "mid %u: %u bytes from %s:%u\n", block->made->mid, block->size,
+                               block->made->file.c_str(), block->made->line);
         }
     }
     return static_cast<uint32_t>(live.size());
 }
 
-uint64_t DxrHostGetBadReleases(void) {
-    devhost::Accounts &all = TheAccounts();
-    const std::lock_guard lock(all.mutex);
-    return all.badReleases;
+uint64_t DxrHostGetBadReleases(DxrHost *host) {
+    const ApiCall call(host);
+    return call ? StateOf(*call).badReleases.load() : 0;
+}
+
+void DxrHostSetMemoryLimit(DxrHost *host, uint64_t bytes) {
+    const ApiCall call(host);
+    if (call) {
+        StateOf(*call).limit = bytes;
+    }
 }

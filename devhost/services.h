@@ -1,56 +1,54 @@
-// The host's functions, group by group; hook_table.cpp puts them into their slots.
+// The list of services: one file each, named after the header of the library that it serves.
 #ifndef DXR_DEVHOST_SERVICES_H
 #define DXR_DEVHOST_SERVICES_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "dxr_api.h"
 
 namespace devhost {
 
-void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line);
-void Release(void *block, const char *file, uint32_t line);
+class Host;
+class Service;
 
-[[gnu::format(printf, 2, 3)]] void Print(uint32_t level, const char *format, ...);
-uint32_t DiagLogFilter(const char *text);
-uint32_t GetDbgLevel();
-uint32_t SetDbgLevel(uint32_t level);
-[[gnu::format(printf, 2, 3)]] uint32_t WritePrivateLog(const char *name, const char *format, ...);
+// In the order in which they are made; they end in the reverse one.
+enum class ServiceId : uint8_t {
+    kPrint,
+    kMemory,
+    kSystem,
+    kSystemTask,
+    kSystemTime,
+    kList,
+    kCount,
+};
+constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
 
-void *FOpen(const char *path, const char *mode);
-uint32_t FClose(void *file);
-uint32_t FRead(void *buffer, uint32_t size, uint32_t count, void *file);
-uint32_t FSeek(void *file, uint32_t offset, uint32_t origin);
-uint32_t FileLength(const char *path);
-const char *GetBinFolderName();
-uint32_t GetSysWorkPath(char *buffer, uint32_t size);
+// What a service's file gives: its state, and its functions into their slots.
+struct ServiceEntry {
+    ServiceId id;
+    const char *name;  // as reports say it
+    std::unique_ptr<Service> (*make)(Host &);
+    void (*fill)(DxrHooks &);
+};
 
-uint32_t InitMutex(void **mutex, void *option);
-uint32_t DestroyMutex(void *mutex);
-uint32_t LockMutex(void *mutex);
-uint32_t UnlockMutex(void *mutex);
+extern const std::array<ServiceEntry, kServiceCount> kServices;
 
-void GetSysTime(DxrSysTime *time);
-void SysTimeSecToTime(uint32_t sec, void *time);
-uint64_t GetCurrMs();
-uint32_t GetCurrSec();
-void GetCurrTime(char *text, uint32_t size, uint32_t *sec);
-uint32_t GetStartupTimeSec();
+std::unique_ptr<Service> MakeList(Host &host);
+std::unique_ptr<Service> MakeMemory(Host &host);
+std::unique_ptr<Service> MakePrint(Host &host);
+std::unique_ptr<Service> MakeSystem(Host &host);
+std::unique_ptr<Service> MakeSystemTask(Host &host);
+std::unique_ptr<Service> MakeSystemTime(Host &host);
 
-void *CreateSll();
-void AddSll(void *list, void *data, uint32_t position);
-void RemoveSll(void *list, void *data);
-void DestroySll(void *list);
-uint32_t SllGetCount(void *list);
-void *SllGetNextNode(void *list, void *node);
-void *SllGetNodeData(void *node);
-uint32_t SllProcSingleNode(void *list, void *data, uint32_t action);
-
-// Settings and accounts back to their start; one function a file.
-void ResetMemory();
-void ResetPrint();
-void ResetFiles();
-void ResetClock();
+void FillList(DxrHooks &hooks);
+void FillMemory(DxrHooks &hooks);
+void FillPrint(DxrHooks &hooks);
+void FillSystem(DxrHooks &hooks);
+void FillSystemTask(DxrHooks &hooks);
+void FillSystemTime(DxrHooks &hooks);
 
 }  // namespace devhost
 

@@ -12,11 +12,15 @@ static void KeepLine(const char *line, void *user) {
 }
 
 int main(void) {
-    if (DxrHostInstall() != 0) {
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_STEPPED;
+    options.startSec = 1000;
+    DxrHost *host = DxrHostCreate(&options);
+    if (host == NULL || DxrHostRegister(host) != 0) {
         return 1;
     }
-    DxrHostSetDiagSink(KeepLine, g_lines);
-    DxrHostSetClock(1000, 10);
+    DxrHostSetDiagSink(host, KeepLine, g_lines);
     const DxrLogFilterCfg site = {3, 0, 0, 0, 0, 0};
     DXR_InitLogFilter(DXR_GetDefaultMid());
     for (unsigned i = 0; i < 10; ++i) {
@@ -27,5 +31,5 @@ int main(void) {
         fprintf(stderr, "let through: %s", g_lines);
         return 1;
     }
-    return DxrHostReportLeaks(stderr) == 0 ? 0 : 1;
+    return DxrHostDestroy(host, stderr) == 0 ? 0 : 1;
 }

@@ -26,15 +26,14 @@ class FilesThreads : public testing::Test {
         std::filesystem::create_directories(directory_.Path("lomk2/var/log"));
         std::filesystem::create_directories(directory_.Path("work/bin"));
         setenv("DXR_TEST_OPT", directory_.Path().c_str(), 1);
-        DxrHostReset();
-        EXPECT_EQ(DxrHostInstall(), 0U);
-        DxrHostSetPrintFile(nullptr, 0, nullptr);
-        DxrHostSetWorkPath(directory_.Path("work").c_str());
+        host_ = DxrHostCreate(nullptr);
+        EXPECT_EQ(DxrHostRegister(host_), 0U);
+        DxrHostSetPrintFile(host_, nullptr, 0, nullptr);
+        DxrHostSetWorkPath(host_, directory_.Path("work").c_str());
     }
     ~FilesThreads() override {
-        EXPECT_EQ(DxrHostReportLeaks(nullptr), 0U);
-        EXPECT_EQ(DxrHostGetBadReleases(), 0U);
-        DxrHostReset();
+        EXPECT_EQ(DxrHostGetReportCount(host_), 0U);
+        EXPECT_EQ(DxrHostDestroy(host_, nullptr), 0U);
         unsetenv("DXR_TEST_OPT");
     }
 
@@ -46,7 +45,8 @@ class FilesThreads : public testing::Test {
     TemporaryDirectory directory_;
 
   private:
-    TestHost host_;  // puts the table back
+    TestHost table_;  // puts the table back
+    DxrHost *host_;
 };
 
 TEST_F(FilesThreads, EachLogHoldsWhatItsThreadHasWritten) {

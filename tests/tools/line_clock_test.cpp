@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "dxr_devhost.h"
+#include "host.h"
 #include "stamped_log.h"
 #include "tools/temporary_directory.h"
 
@@ -21,16 +21,6 @@ constexpr uint32_t kThreeOClock = 1795230000;  // 2026-11-21 03:00:00
 
 class Clocks : public testing::Test {
   protected:
-    Clocks() { DxrHostInstall(); }
-    ~Clocks() override {
-        DXR_RegisterHooks(nullptr);
-        DxrHostReset();
-    }
-    Clocks(const Clocks &) = delete;
-    Clocks &operator=(const Clocks &) = delete;
-    Clocks(Clocks &&) = delete;
-    Clocks &operator=(Clocks &&) = delete;
-
     // What the host's clock shows once such a log has begun.
     static uint32_t StartOf(const std::string &beginning) {
         LineClock clock(2026);
@@ -38,6 +28,9 @@ class Clocks : public testing::Test {
         EXPECT_EQ(clock.Now(), DXR_GetCurrSec());
         return DXR_GetCurrSec();
     }
+
+  private:
+    const dxrsh::Host host_;
 };
 
 using LineClockTest = Clocks;

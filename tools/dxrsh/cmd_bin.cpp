@@ -73,7 +73,7 @@ void RunBin(const BinOptions &options) {
     RequireWholePath(options.workPath + "/" + options.folder + "/" + options.name);
     const Host host;
     const MessageCatcher messages;
-    DxrHostSetWorkPath(options.workPath.c_str());
+    DxrHostSetWorkPath(nullptr, options.workPath.c_str());
     std::array<char, kPathSize> path{};
     uint8_t *bytes = nullptr;
     uint32_t length = 0;
@@ -95,7 +95,7 @@ void RunLatest(const LatestOptions &options) {
     RequireWholePath(options.directory);
     const Host host;
     const MessageCatcher messages;
-    DxrHostSetWorkPath(options.directory.c_str());
+    DxrHostSetWorkPath(nullptr, options.directory.c_str());
     std::array<char, kNameSize> name{};
     const uint32_t result = DXR_GetLatestFile(options.pattern.c_str(), ".", name.data(), kNameSize);
     if (result == kNoneMatched) {

@@ -50,11 +50,12 @@ class LogFilter {
         if (DXR_InitLogFilter(DXR_GetDefaultMid()) != 0) {
             throw RunError("not enough memory for the log filter");
         }
-        DxrHostSetDiagSink([](const char *, void *passed) { *static_cast<bool *>(passed) = true; },
-                           &passed_);
+        DxrHostSetDiagSink(
+            nullptr, [](const char *, void *passed) { *static_cast<bool *>(passed) = true; },
+            &passed_);
     }
     ~LogFilter() {
-        DxrHostSetDiagFile(nullptr);
+        DxrHostSetDiagFile(nullptr, nullptr);
         DXR_DestroyLogFilter();
     }
     LogFilter(const LogFilter &) = delete;

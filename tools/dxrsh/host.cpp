@@ -17,30 +17,35 @@ constexpr uint32_t kLevelFailure = 1;
 constexpr uint32_t kLevelAll = 6;
 
 void SayFailures() {
-    DxrHostSetPrintFile(stderr, kLevelFailure, "dxrsh: ");
+    DxrHostSetPrintFile(nullptr, stderr, kLevelFailure, "dxrsh: ");
 }
 
 }  // namespace
 
 Host::Host() {
-    if (DxrHostInstall() != 0) {
-        throw RunError("the development host could not be installed");
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_STEPPED;
+    options.startSec = 0;
+    options.allowOutside = 1;
+    host_ = DxrHostCreate(&options);
+    if (host_ == nullptr || DxrHostRegister(host_) != 0) {
+        DxrHostDestroy(host_, nullptr);
+        throw RunError("the development host could not be made");
     }
-    DxrHostSetClock(0, 0);
-    DxrHostSetDiagFile(nullptr);
+    DxrHostSetDiagFile(host_, nullptr);
     SayFailures();
 }
 
 Host::~Host() {
-    DXR_RegisterHooks(nullptr);
-    DxrHostReset();
+    DxrHostDestroy(host_, nullptr);
 }
 
 MessageCatcher::MessageCatcher() {
     const auto keep = [](uint32_t, const char *text, void *user) {
         static_cast<MessageCatcher *>(user)->last_ = text;
     };
-    DxrHostSetPrintSink(keep, this, kLevelAll);
+    DxrHostSetPrintSink(nullptr, keep, this, kLevelAll);
 }
 
 MessageCatcher::~MessageCatcher() {
@@ -48,8 +53,8 @@ MessageCatcher::~MessageCatcher() {
 }
 
 std::string MemoryReport() {
-    std::vector<DxrHostMemoryAccount> accounts(DxrHostGetMemoryAccounts(nullptr, 0));
-    DxrHostGetMemoryAccounts(accounts.data(), static_cast<uint32_t>(accounts.size()));
+    std::vector<DxrHostMemoryAccount> accounts(DxrHostGetMemoryAccounts(nullptr, nullptr, 0));
+    DxrHostGetMemoryAccounts(nullptr, accounts.data(), static_cast<uint32_t>(accounts.size()));
     std::string report;
     for (const DxrHostMemoryAccount &account : accounts) {
         report +=

@@ -4,9 +4,11 @@
 
 #include <string>
 
+#include "dxr_devhost.h"
+
 namespace dxrsh {
 
-// Installs the host for the time of a command: a stopped clock, no diagnostic lines, and the
+// A host for the time of a command, registered: a stopped clock, no diagnostic lines, and the
 // library's messages of failures on standard error.
 class Host {
   public:
@@ -16,6 +18,9 @@ class Host {
     Host &operator=(const Host &) = delete;
     Host(Host &&) = delete;
     Host &operator=(Host &&) = delete;
+
+  private:
+    DxrHost *host_;
 };
 
 // Catches the library's messages instead of writing them.

@@ -31,7 +31,7 @@ void LineClock::Set(uint32_t sec) {
         firstSec_ = sec;
     }
     nowSec_ = sec;
-    DxrHostSetClock(sec, startupSec_ + (sec - *firstSec_));
+    DxrHostSetClock(nullptr, sec, startupSec_ + (sec - *firstSec_));
 }
 
 void LineClock::Start(std::string_view beginningOfLog) {
@@ -48,7 +48,7 @@ void LineClock::Start(std::string_view beginningOfLog) {
         }
         beginningOfLog.remove_prefix(std::min(line.size() + 1, beginningOfLog.size()));
     }
-    DxrHostSetClock(kUnstampedSec, startupSec_);
+    DxrHostSetClock(nullptr, kUnstampedSec, startupSec_);
 }
 
 std::string_view LineClock::Take(std::string_view line) {

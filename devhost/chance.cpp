@@ -1,0 +1,107 @@
+#include "chance.h"
+
+#include "host.h"
+
+namespace devhost {
+namespace {
+
+constexpr uint64_t kGolden = 0x9E3779B97F4A7C15;
+constexpr uint32_t kMillion = 1000000;
+
+uint64_t Mix(uint64_t value) {
+    value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9;
+    value = (value ^ (value >> 27)) * 0x94D049BB133111EB;
+    return value ^ (value >> 31);
+}
+
+}  // namespace
+
+Stream::Stream(uint64_t seed, std::string_view name) : state_(Mix(seed + kGolden)) {
+    for (const char letter : name) {
+        state_ = Mix(state_ ^ static_cast<unsigned char>(letter));
+    }
+}
+
+uint64_t Stream::Next() {
+    state_ += kGolden;
+    return Mix(state_);
+}
+
+uint64_t Stream::Below(uint64_t bound) {
+    return Next() % bound;
+}
+
+void FaultPoint::FailNth(uint64_t n, bool onwards) {
+    const std::lock_guard lock(mutex_);
+    nth_ = n;
+    onwards_ = onwards;
+    millionths_ = 0;
+    steps_ = 0;
+    failures_ = 0;
+    isSet_ = n != 0;
+}
+
+void FaultPoint::FailShare(uint32_t millionths) {
+    const std::lock_guard lock(mutex_);
+    nth_ = 0;
+    millionths_ = millionths;
+    steps_ = 0;
+    failures_ = 0;
+    isSet_ = millionths != 0;
+}
+
+bool FaultPoint::Decide() {
+    const std::lock_guard lock(mutex_);
+    ++steps_;
+    const bool fails = nth_ != 0 ? steps_ == nth_ || (onwards_ && steps_ > nth_)
+                                 : stream_.Below(kMillion) < millionths_;
+    failures_ += fails ? 1 : 0;
+    return fails;
+}
+
+uint64_t FaultPoint::Steps() {
+    const std::lock_guard lock(mutex_);
+    return steps_;
+}
+
+uint64_t FaultPoint::Failures() {
+    const std::lock_guard lock(mutex_);
+    return failures_;
+}
+
+FaultPoint &Chance::Point(std::string_view name) {
+    const std::lock_guard lock(mutex_);
+    auto found = points_.find(name);
+    if (found == points_.end()) {
+        found = points_.emplace(name, std::make_unique<FaultPoint>(seed_, name)).first;
+    }
+    return *found->second;
+}
+
+}  // namespace devhost
+
+using devhost::ApiCall;
+
+void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) {
+    const ApiCall call(host);
+    if (call && point != nullptr) {
+        call->chance.Point(point).FailNth(n, onwards);
+    }
+}
+
+void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths) {
+    const ApiCall call(host);
+    if (call && point != nullptr) {
+        call->chance.Point(point).FailShare(millionths);
+    }
+}
+
+uint64_t DxrHostGetSteps(DxrHost *host, const char *point) {
+    const ApiCall call(host);
+    return call && point != nullptr ? call->chance.Point(point).Steps() : 0;
+}
+
+uint64_t DxrHostGetFailures(DxrHost *host, const char *point) {
+    const ApiCall call(host);
+    return call && point != nullptr ? call->chance.Point(point).Failures() : 0;
+}

@@ -1,0 +1,92 @@
+// A test body over many seeds, each in a host and a virtual time of its own.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "dxr_devhost/host.h"
+#include "dxr_devhost/system_task.h"
+#include "host.h"
+
+namespace devhost {
+namespace {
+
+constexpr uint32_t kDefaultEndSec = 3600;
+
+struct Run {
+    DxrHost *host;
+    DxrHostBody body;
+    void *user;
+    uint32_t result;
+};
+
+void RunBody(void *argument) {
+    auto *const run = static_cast<Run *>(argument);
+    run->result = run->body(run->host, run->user);
+}
+
+// Why the run failed; empty when it did not.
+std::string RunOnce(Run &run) {
+    auto &host = *reinterpret_cast<Host *>(run.host);
+    auto task = std::make_unique<Task>();
+    task->name = "body";
+    task->entry = RunBody;
+    task->argument = &run;
+    const uint32_t id = host.scheduler.Create(std::move(task));
+    const Place place{"DxrHostExplore", nullptr};
+    Task &main = host.scheduler.Current(ThisThread(), place);
+    if (id == 0) {
+        return "no thread could be made";
+    }
+    if (host.scheduler.Join(main, id, kForever, place) != 0) {
+        return host.scheduler.EndText();
+    }
+    return run.result != 0 ? "the body returned " + std::to_string(run.result) : std::string();
+}
+
+}  // namespace
+}  // namespace devhost
+
+uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBody body, void *user,
+                        DxrHostExploration *found) {
+    constexpr uint32_t kAllWell = 0;
+    constexpr uint32_t kOneFailed = 1;
+    constexpr uint32_t kNoHost = 2;
+    DxrHostOptions each;
+    DxrHostInitOptions(&each);
+    each.endSec = devhost::kDefaultEndSec;
+    if (options != nullptr) {
+        each = *options;
+    }
+    each.clock = DXR_HOST_CLOCK_VIRTUAL;
+    DxrHostExploration exploration{};
+    uint32_t result = kAllWell;
+    while (result == kAllWell && exploration.runs < seeds) {
+        devhost::Run run{DxrHostCreate(&each), body, user, 0};
+        if (run.host == nullptr || DxrHostRegister(run.host) != 0) {
+            (void)DxrHostDestroy(run.host, nullptr);
+            result = kNoHost;
+            break;
+        }
+        ++exploration.runs;
+        const std::string why = devhost::RunOnce(run);
+        // What the end of the run cuts off is no finding.
+        DxrHostSetReportSink(
+            run.host, [](const DxrHostReport *, void *) {}, nullptr);
+        (void)DxrHostDestroy(run.host, nullptr);
+        if (!why.empty()) {
+            exploration.result = run.result;
+            exploration.seed = each.seed;
+            (void)std::snprintf(exploration.text, sizeof(exploration.text), "%s", why.c_str());
+            (void)std::fprintf(stderr, "seed %llu: %s\n",
+                               static_cast<unsigned long long>(each.seed), why.c_str());
+            result = kOneFailed;
+        }
+        ++each.seed;
+    }
+    if (found != nullptr) {
+        *found = exploration;
+    }
+    return result;
+}

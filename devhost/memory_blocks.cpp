@@ -1,0 +1,103 @@
+#include "memory_blocks.h"
+
+#include <sys/mman.h>
+
+#include <new>
+
+// There when the leak sanitizer is: it looks for pointers in the blocks too.
+extern "C" {
+[[gnu::weak]] void __lsan_register_root_region(const void *begin, size_t size);
+[[gnu::weak]] void __lsan_unregister_root_region(const void *begin, size_t size);
+}
+
+namespace devhost {
+namespace {
+
+using blocks::kRooms;
+using blocks::kSpan;
+
+constexpr size_t kMostReserved = size_t{16} << 30;
+constexpr size_t kLeastReserved = size_t{64} << 20;
+
+void *Reserve(size_t size) {
+    void *const begin = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    return begin != MAP_FAILED ? begin : nullptr;
+}
+
+}  // namespace
+
+Blocks::Blocks() {
+    for (reserved_ = kMostReserved; base_ == nullptr && reserved_ >= kLeastReserved;) {
+        base_ = static_cast<std::byte *>(Reserve(reserved_));
+        reserved_ /= base_ != nullptr ? 1 : 2;
+    }
+    if (base_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    spans_ = static_cast<Span *>(Reserve(reserved_ / kSpan * sizeof(Span)));
+    if (spans_ == nullptr) {
+        (void)munmap(base_, reserved_);
+        throw std::bad_alloc();
+    }
+}
+
+Blocks::~Blocks() {
+    for (size_t at = 0; at < usedSpans_; ++at) {
+        if (__lsan_unregister_root_region != nullptr) {
+            __lsan_unregister_root_region(base_ + at * kSpan, kSpan);
+        }
+        delete[] spans_[at].infos;
+    }
+    (void)munmap(spans_, reserved_ / kSpan * sizeof(Span));
+    (void)munmap(base_, reserved_);
+}
+
+bool Blocks::BeginSpan(Common &common, size_t sizeClass) {
+    const size_t at = usedSpans_;
+    if (at == reserved_ / kSpan) {
+        return false;
+    }
+    const uint32_t room = kRooms[sizeClass];
+    const auto count = static_cast<uint32_t>(kSpan / room);
+    auto *const infos = new (std::nothrow) BlockInfo[count];
+    if (infos == nullptr) {
+        return false;
+    }
+    spans_[at] = {room, count, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1),
+                  static_cast<uint32_t>(sizeClass), infos};
+    if (__lsan_register_root_region != nullptr) {
+        __lsan_register_root_region(base_ + at * kSpan, kSpan);
+    }
+    common.span = static_cast<uint32_t>(at);
+    common.nextUnused = 0;
+    common.count = count;
+    usedSpans_ = at + 1;
+    return true;
+}
+
+bool Blocks::Refill(RoomRing &ring, size_t sizeClass) {
+    const std::lock_guard lock(mutex_);
+    Common &common = common_[sizeClass];
+    constexpr uint32_t kWanted = blocks::kRingRoom - 16;
+    while (ring.count < kWanted) {
+        if (common.rooms.size() > blocks::kAtRest) {
+            ring.Push(common.rooms.front());
+            common.rooms.pop_front();
+        } else if (common.nextUnused < common.count || BeginSpan(common, sizeClass)) {
+            ring.Push(common.span << kIndexBits | common.nextUnused++);
+        } else {
+            break;
+        }
+    }
+    return ring.count != 0;
+}
+
+void Blocks::Spill(RoomRing &ring, size_t sizeClass) {
+    const std::lock_guard lock(mutex_);
+    while (ring.count > blocks::kAtRest) {
+        common_[sizeClass].rooms.push_back(ring.Pop());
+    }
+}
+
+}  // namespace devhost

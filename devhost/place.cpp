@@ -1,0 +1,109 @@
+#include "place.h"
+
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "dxr_api.h"
+
+namespace devhost {
+namespace {
+
+struct Range {
+    uintptr_t begin = 0;
+    uintptr_t end = 0;
+
+    [[nodiscard]] bool Holds(const void *address) const {
+        const auto at = reinterpret_cast<uintptr_t>(address);
+        return begin <= at && at < end;
+    }
+};
+
+struct Search {
+    uintptr_t address;
+    Range found;
+};
+
+int LookAt(dl_phdr_info *module, size_t /*size*/, void *user) {
+    auto *const search = static_cast<Search *>(user);
+    for (int i = 0; i < module->dlpi_phnum; ++i) {
+        const ElfW(Phdr) &part = module->dlpi_phdr[i];
+        const uintptr_t begin = module->dlpi_addr + part.p_vaddr;
+        const Range range{begin, begin + part.p_memsz};
+        if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0 &&
+            range.Holds(reinterpret_cast<const void *>(search->address))) {
+            search->found = range;
+            return 1;
+        }
+    }
+    return 0;
+}
+
+// The code of the module that a function belongs to.
+Range CodeAround(uintptr_t function) {
+    Search search{function, {}};
+    dl_iterate_phdr(LookAt, &search);
+    return search.found;
+}
+
+const Range &LibraryCode() {
+    static const Range range = CodeAround(reinterpret_cast<uintptr_t>(&DXR_RegisterHooks));
+    return range;
+}
+
+const Range &HostCode() {
+    static const Range range = CodeAround(reinterpret_cast<uintptr_t>(&ModuleCaller));
+    return range;
+}
+
+}  // namespace
+
+const void *ModuleCaller(const void *address) {
+    if (!LibraryCode().Holds(address)) {
+        return address;
+    }
+    std::array<void *, 32> frames{};
+    const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
+    for (int i = 0; i < count; ++i) {
+        const void *const frame = frames[static_cast<size_t>(i)];
+        if (frame != nullptr && !LibraryCode().Holds(frame) && !HostCode().Holds(frame)) {
+            return frame;
+        }
+    }
+    return address;
+}
+
+std::string Describe(const void *address) {
+    Dl_info info{};
+    const ElfW(Sym) *symbol = nullptr;
+    void *extra = nullptr;
+    // A return address may be the first byte of the next function: the byte before it is looked up.
+    const auto at = reinterpret_cast<uintptr_t>(address) - 1;
+    if (address == nullptr ||
+        dladdr1(reinterpret_cast<const void *>(at), &info, &extra, RTLD_DL_SYMENT) == 0) {
+        return "an unknown place";
+    }
+    symbol = static_cast<const ElfW(Sym) *>(extra);
+    const char *const path = info.dli_fname != nullptr ? info.dli_fname : "?";
+    const char *const slash = std::strrchr(path, '/');
+    std::array<char, 256> text{};
+    const auto offset =
+        reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(info.dli_fbase);
+    const char *const module = slash != nullptr ? slash + 1 : path;
+    const bool isWithin = symbol != nullptr && info.dli_sname != nullptr &&
+                          at - reinterpret_cast<uintptr_t>(info.dli_saddr) < symbol->st_size;
+    (void)std::snprintf(text.data(), text.size(), "%s%s%s+0x%llx", isWithin ? info.dli_sname : "",
+                        isWithin ? " in " : "", module, static_cast<unsigned long long>(offset));
+    return text.data();
+}
+
+std::string Describe(const Place &place) {
+    return std::string(place.slot) + " by " + Describe(place.address);
+}
+
+}  // namespace devhost

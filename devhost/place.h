@@ -1,0 +1,27 @@
+// Where something was done: the slot that was called and the address that called it.
+#ifndef DXR_DEVHOST_PLACE_H
+#define DXR_DEVHOST_PLACE_H
+
+#include <string>
+
+namespace devhost {
+
+struct Place {
+    const char *slot = "";  // a literal
+    const void *address = nullptr;
+};
+
+// The caller of a slot, past the library's own dispatcher: `address` itself unless it lies in the
+// library; then the first frame of this thread's stack outside library and host, when there is one.
+// Only within the call.
+const void *ModuleCaller(const void *address);
+
+// "function in program+0x1234", by dladdr; "an unknown place" when no module holds the address.
+std::string Describe(const void *address);
+
+// "DXR_InitMutex by function in program+0x1234".
+std::string Describe(const Place &place);
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_PLACE_H

@@ -1,0 +1,16 @@
+// What the rest of the host uses of the print service.
+#ifndef DXR_DEVHOST_PRINT_INTERNAL_H
+#define DXR_DEVHOST_PRINT_INTERNAL_H
+
+#include <cstdint>
+
+namespace devhost {
+
+class Host;
+
+// A message of the host itself.
+void Say(Host &host, uint32_t level, const char *text);
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_PRINT_INTERNAL_H

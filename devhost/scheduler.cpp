@@ -1,0 +1,659 @@
+#include "scheduler.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+#include <new>
+#include <utility>
+
+#include "dxr_devhost/system_task.h"
+#include "host.h"
+
+namespace devhost {
+namespace {
+
+// In virtual time a task that asks again and again without waiting sees the clock move after so
+// many questions.
+constexpr uint32_t kMostPointsAtOneMoment = 10000;
+
+// How long the end of the host waits for tasks that run and do not call it.
+constexpr uint64_t kGraceNs = 2 * kNsPerSec;
+
+timespec TimeOf(uint64_t ns) {
+    return {static_cast<time_t>(ns / kNsPerSec), static_cast<long>(ns % kNsPerSec)};
+}
+
+}  // namespace
+
+// --- Conditions and lists
+
+Condition::Condition() {
+    pthread_condattr_t attributes;
+    (void)pthread_condattr_init(&attributes);
+    (void)pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    (void)pthread_cond_init(&condition_, &attributes);
+    (void)pthread_condattr_destroy(&attributes);
+}
+
+void Condition::Wait(SchedulerLock &lock) {
+    (void)pthread_cond_wait(&condition_, lock.mutex()->native_handle());
+}
+
+bool Condition::WaitUntil(SchedulerLock &lock, uint64_t machineNs) {
+    const timespec until = TimeOf(machineNs);
+    return pthread_cond_timedwait(&condition_, lock.mutex()->native_handle(), &until) == 0;
+}
+
+WaitReason::WaitReason(const Place &at, const char *format, ...) : place(at) {
+    std::va_list args;
+    va_start(args, format);
+    (void)std::vsnprintf(text.data(), text.size(), format, args);
+    va_end(args);
+}
+
+// Not inlined: the compiler would complain that a list holds what lies on a stack.
+[[gnu::noinline]] void WaitList::Add(Waiter &waiter) {
+    waiter.list = this;
+    waiter.before = last_;
+    waiter.after = nullptr;
+    (last_ != nullptr ? last_->after : first_) = &waiter;
+    last_ = &waiter;
+}
+
+void WaitList::Remove(Waiter &waiter) {
+    WaitList *const list = waiter.list;
+    if (list == nullptr) {
+        return;
+    }
+    (waiter.before != nullptr ? waiter.before->after : list->first_) = waiter.after;
+    (waiter.after != nullptr ? waiter.after->before : list->last_) = waiter.before;
+    waiter.list = nullptr;
+}
+
+// --- Waiting
+
+Scheduler::Scheduler(Host &host, const Options &options)
+    : clock(options.clock, options.startSec),
+      host_(host),
+      switchesAtCalls_(clock.IsVirtual() && options.switchAtCalls),
+      endNs_(clock.IsVirtual() && options.endSec != 0 ? options.endSec * kNsPerSec : kForever),
+      choices_(options.seed, "scheduler") {
+}
+
+Scheduler::~Scheduler() = default;
+
+uint64_t Scheduler::After(uint32_t ms) const {
+    return ms == DXR_HOST_FOREVER ? kForever : clock.NowNs() + ms * kNsPerMs;
+}
+
+Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t deadline,
+                      const WaitReason &reason) {
+    if (hasEnded_) {
+        if (isFinishing_ && task.entry != nullptr) {
+            EndHere(lock, task);
+        }
+        return Woken::kEnded;
+    }
+    Waiter waiter;
+    waiter.task = &task;
+    waiter.reason = &reason;
+    list.Add(waiter);
+    task.waiter = &waiter;
+    if (deadline != kForever && !clock.IsReal()) {
+        alarms_.Set(waiter, deadline);
+    }
+    if (task.isScheduled) {
+        task.state = TaskState::kWaiting;
+        SwitchAway(lock, task);
+    } else {
+        while (!waiter.isDone) {
+            if (!clock.IsReal() || deadline == kForever) {
+                task.turn.Wait(lock);
+            } else if (!task.turn.WaitUntil(lock, clock.MachineNs(deadline)) && !waiter.isDone) {
+                Finish(waiter, Woken::kTimeout);
+            }
+        }
+    }
+    task.waiter = nullptr;
+    if (waiter.result == Woken::kEnded && isFinishing_ && task.entry != nullptr) {
+        EndHere(lock, task);
+    }
+    return waiter.result;
+}
+
+void Scheduler::Finish(Waiter &waiter, Woken result) {
+    WaitList::Remove(waiter);
+    alarms_.Remove(waiter);
+    waiter.isDone = true;
+    waiter.result = result;
+    Task &task = *waiter.task;
+    if (!task.isScheduled) {
+        task.turn.Notify();
+        return;
+    }
+    task.state = TaskState::kReady;
+    ready_.push_back(&task);
+    if (running_ == nullptr) {
+        // All waited for a thread that is not the host's.
+        ready_.pop_back();
+        running_ = &task;
+        task.turn.Notify();
+    }
+}
+
+void Scheduler::WakeOne(WaitList &list) {
+    if (!list.IsEmpty()) {
+        Finish(*list.First(), Woken::kYes);
+    }
+}
+
+void Scheduler::WakeAll(WaitList &list) {
+    while (!list.IsEmpty()) {
+        Finish(*list.First(), Woken::kYes);
+    }
+}
+
+// --- Virtual time: one runs at a time
+
+void Scheduler::Point(ThreadRecord &thread) {
+    if (!clock.IsVirtual() || thread.taskHost != host_.number) {
+        return;
+    }
+    Task *const task = thread.task.get();
+    if (task == nullptr || !task->isScheduled) {
+        return;
+    }
+    SchedulerLock lock(mutex_);
+    if (hasEnded_) {
+        if (isFinishing_ && task->entry != nullptr) {
+            EndHere(lock, *task);
+        }
+        return;
+    }
+    if (++pointsWithoutTime_ > kMostPointsAtOneMoment && alarms_.Earliest() != nullptr) {
+        Alarm &next = *alarms_.Earliest();
+        clock.MoveTo(std::max(clock.NowNs(), next.due));
+        pointsWithoutTime_ = 0;
+        Fire(next);
+    }
+    if (ready_.empty()) {
+        return;
+    }
+    task->state = TaskState::kReady;
+    ready_.push_back(task);
+    SwitchAway(lock, *task);
+}
+
+void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
+    Task *const next = Choose(lock);
+    running_ = next;
+    if (next != nullptr && next != &self) {
+        next->turn.Notify();
+    }
+    while (running_ != &self && !isFinishing_) {
+        self.turn.Wait(lock);
+    }
+    if (isFinishing_ && self.entry != nullptr) {
+        if (self.waiter != nullptr) {
+            WaitList::Remove(*self.waiter);
+            alarms_.Remove(*self.waiter);
+        }
+        EndHere(lock, self);
+    }
+    self.state = TaskState::kRunning;
+}
+
+// The task that runs next; when all wait, the clock jumps. Null while only a thread that is not the
+// host's could go on.
+Task *Scheduler::Choose(SchedulerLock &lock) {
+    for (;;) {
+        if (hasEnded_) {
+            return main_;
+        }
+        if (!ready_.empty()) {
+            const size_t index = choices_.Below(ready_.size());
+            Task *const task = ready_[index];
+            ready_[index] = ready_.back();
+            ready_.pop_back();
+            return task;
+        }
+        Alarm *const next = alarms_.Earliest();
+        if (next == nullptr) {
+            const bool isOthers = std::any_of(tasks_.begin(), tasks_.end(), [](const auto &each) {
+                return !each.second->isScheduled;
+            });
+            if (isOthers) {
+                return nullptr;
+            }
+            EndRun(lock, "deadlock: all tasks wait");
+        } else if (next->due > endNs_) {
+            EndRun(lock, "the time is over");
+        } else {
+            clock.MoveTo(std::max(clock.NowNs(), next->due));
+            pointsWithoutTime_ = 0;
+            Fire(*next);
+        }
+    }
+}
+
+// Nobody runs but the first task, whose wait ends.
+void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
+    hasEnded_ = true;
+    std::vector<Waiting> waiting;
+    for (const auto &[id, task] : tasks_) {
+        if (task->waiter != nullptr && !task->isTimer) {
+            const WaitReason &reason = *task->waiter->reason;
+            waiting.push_back({id, task->name, reason.place, reason.text.data()});
+        }
+    }
+    lock.unlock();
+    std::string text = what;
+    for (const Waiting &each : waiting) {
+        text += "; task " + std::to_string(each.id) + " \"" + each.name + "\" waits for " +
+                each.what + " (" + Describe(each.place) + ")";
+    }
+    host_.reports.Add(DXR_HOST_REPORT_RUN, "task", {}, what, text);
+    lock.lock();
+    endText_ = text;
+    if (main_->waiter != nullptr) {
+        WaitList::Remove(*main_->waiter);
+        alarms_.Remove(*main_->waiter);
+        main_->waiter->isDone = true;
+        main_->waiter->result = Woken::kEnded;
+    }
+}
+
+std::string Scheduler::EndText() {
+    const SchedulerLock lock(mutex_);
+    return endText_;
+}
+
+// --- Tasks
+
+Task &Scheduler::Adopt(ThreadRecord &thread, const char *name, bool isScheduled) {
+    auto task = std::make_shared<Task>();
+    task->isScheduled = isScheduled;
+    task->host = &host_;
+    task->state = TaskState::kRunning;
+    const SchedulerLock lock(mutex_);
+    task->id = ++lastTask_;
+    task->name = name != nullptr ? name : "thread " + std::to_string(task->id);
+    tasks_.emplace(task->id, task);
+    thread.task = task;
+    thread.taskHost = host_.number;
+    return *task;
+}
+
+void Scheduler::AdoptMain() {
+    main_ = &Adopt(ThisThread(), "main", true);
+    running_ = main_;
+}
+
+Task &Scheduler::Current(ThreadRecord &thread, const Place &place) {
+    if (thread.taskHost == host_.number && thread.task != nullptr) {
+        return *thread.task;
+    }
+    EndStopped(thread);
+    Task &task = Adopt(thread, nullptr, false);
+    if (clock.IsVirtual()) {
+        host_.reports.Add(DXR_HOST_REPORT_RISK, "task", place, "foreign thread",
+                          "a thread that the host did not make waits in virtual time: the run does "
+                          "not repeat");
+    }
+    return task;
+}
+
+uint32_t Scheduler::Create(std::unique_ptr<Task> made) {
+    std::shared_ptr<Task> task = std::move(made);
+    std::vector<pthread_t> ended;
+    uint32_t id = 0;
+    {
+        const SchedulerLock lock(mutex_);
+        ended.swap(endedThreads_);
+        const Task *const created = hasEnded_ ? nullptr : CreateLocked(std::move(task));
+        id = created != nullptr ? created->id : 0;
+    }
+    for (const pthread_t thread : ended) {
+        (void)pthread_join(thread, nullptr);
+    }
+    return id;
+}
+
+Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
+    task->host = &host_;
+    task->isScheduled = clock.IsVirtual();
+    task->id = lastTask_ + 1;
+    if (task->name.empty()) {
+        task->name = "task " + std::to_string(task->id);
+    }
+    pthread_attr_t attributes;
+    (void)pthread_attr_init(&attributes);
+    if (task->stackSize != 0) {
+        (void)pthread_attr_setstacksize(&attributes, task->stackSize);
+    }
+    task->self = task;
+    const int result = pthread_create(&task->thread, &attributes, Main, task.get());
+    (void)pthread_attr_destroy(&attributes);
+    if (result != 0) {
+        task->self.reset();
+        return nullptr;
+    }
+    ++lastTask_;
+    tasks_.emplace(task->id, task);
+    if (task->isScheduled) {
+        ready_.push_back(task.get());
+    }
+    return task.get();
+}
+
+void *Scheduler::Main(void *user) {
+    auto *const task = static_cast<Task *>(user);
+    ThreadRecord &thread = ThisThread();
+    thread.task = task->self;
+    thread.taskHost = task->host->number;
+    thread.depth = 0;
+    RunBody(task);
+    // A task that was ended within a call leaves it here.
+    thread.depth = 0;
+    thread.inside.store(nullptr, std::memory_order_release);
+    TaskFate fate = TaskFate::kRuns;
+    if (task->fate.compare_exchange_strong(fate, TaskFate::kEnds)) {
+        task->host->scheduler.TaskEnds(*task);
+    }
+    const std::shared_ptr<Task> last = std::move(task->self);
+    return nullptr;
+}
+
+// Nothing here has a destructor: a task that is ended comes back by longjmp.
+void Scheduler::RunBody(Task *task) {
+    if (_setjmp(task->end) == 0 && task->host->scheduler.Begins(*task)) {
+        task->entry(task->argument);
+    }
+}
+
+// Waits for the task's turn and for its first event. False when the host ends before that.
+bool Scheduler::Begins(Task &task) {
+    SchedulerLock lock(mutex_);
+    while (task.isScheduled && running_ != &task && !isFinishing_) {
+        task.turn.Wait(lock);
+    }
+    task.state = TaskState::kRunning;
+    if (isFinishing_) {
+        return false;
+    }
+    const WaitReason reason(task.made, "its first event");
+    while (task.startsWithEvent && task.events == 0) {
+        if (Wait(lock, task, task.eventsChanged, kForever, reason) == Woken::kEnded) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
+    lock.unlock();
+    std::longjmp(task.end, 1);
+}
+
+void Scheduler::EndStopped(ThreadRecord &thread) {
+    Task *const task = thread.task.get();
+    if (task != nullptr && task->entry != nullptr && task->isStopped) {
+        std::longjmp(task->end, 1);
+    }
+}
+
+void Scheduler::TaskEnds(Task &task) {
+    SchedulerLock lock(mutex_);
+    task.state = TaskState::kEnded;
+    WakeAll(task.hasEnded);
+    endedThreads_.push_back(task.thread);
+    someTaskEnded_.Notify();
+    const bool isScheduled = task.isScheduled;
+    if (task.joiners == 0) {
+        tasks_.erase(task.id);
+    }
+    if (isScheduled && !isFinishing_) {
+        running_ = Choose(lock);
+        if (running_ != nullptr) {
+            running_->turn.Notify();
+        }
+    }
+}
+
+Task *Scheduler::Find(uint32_t id) {
+    const auto found = tasks_.find(id);
+    return found != tasks_.end() && found->second->state != TaskState::kEnded ? found->second.get()
+                                                                              : nullptr;
+}
+
+uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &place) {
+    SchedulerLock lock(mutex_);
+    if (id == by.id) {
+        return EDEADLK;
+    }
+    const auto found = tasks_.find(id);
+    if (found == tasks_.end()) {
+        return 0;
+    }
+    Task &task = *found->second;
+    const WaitReason reason(place, "the end of task %u", id);
+    Woken woken = Woken::kYes;
+    ++task.joiners;
+    while (task.state != TaskState::kEnded && woken == Woken::kYes) {
+        woken = Wait(lock, by, task.hasEnded, deadline, reason);
+    }
+    const bool hasEnded = task.state == TaskState::kEnded;
+    if (--task.joiners == 0 && hasEnded) {
+        tasks_.erase(id);
+    }
+    return hasEnded ? 0 : woken == Woken::kTimeout ? ETIMEDOUT : ECANCELED;
+}
+
+// --- Jobs
+
+void Scheduler::Fire(Alarm &alarm) {
+    if (alarm.isJob) {
+        alarms_.Remove(alarm);
+        auto &job = static_cast<Job &>(alarm);
+        job.isQueued = true;
+        due_.push_back(&job);
+        WakeOne(timerIsIdle_);
+    } else {
+        Finish(static_cast<Waiter &>(alarm), Woken::kTimeout);
+    }
+}
+
+bool Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs) {
+    const SchedulerLock lock(mutex_);
+    if (hasEnded_ || !HasTimer()) {
+        return false;
+    }
+    Unqueue(*job);
+    ++job->startings;
+    job->periodNs = periodNs;
+    job->self = job;
+    alarms_.Set(*job, due);
+    timerHasWork_.Notify();
+    return true;
+}
+
+// The task that runs jobs; the stepped clock has none.
+bool Scheduler::HasTimer() {
+    if (timer_ == nullptr && !clock.IsStepped()) {
+        auto task = std::make_shared<Task>();
+        task->name = "timer";
+        task->entry = TimerMain;
+        task->argument = this;
+        task->isTimer = true;
+        timer_ = CreateLocked(std::move(task));
+    }
+    return timer_ != nullptr || clock.IsStepped();
+}
+
+void Scheduler::Unqueue(Job &job) {
+    alarms_.Remove(job);
+    if (job.isQueued) {
+        due_.erase(std::find(due_.begin(), due_.end(), &job));
+        job.isQueued = false;
+    }
+}
+
+bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
+    SchedulerLock lock(mutex_);
+    const bool wasStarted = job.IsSet() || job.isQueued || job.isRunning;
+    Unqueue(job);
+    ++job.startings;
+    job.periodNs = 0;
+    const WaitReason reason(place, "the end of a timer's function");
+    while (job.isRunning && job.runner != &ThisThread() && by != nullptr) {
+        if (Wait(lock, *by, job.stopped, kForever, reason) == Woken::kEnded) {
+            break;
+        }
+    }
+    // While it runs it keeps itself.
+    const std::shared_ptr<Job> last = job.isRunning ? nullptr : std::move(job.self);
+    lock.unlock();
+    return wasStarted;
+}
+
+void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
+    const uint64_t startings = job.startings;
+    job.isQueued = false;
+    job.isRunning = true;
+    job.runner = &ThisThread();
+    lock.unlock();
+    job.run(job.context);
+    lock.lock();
+    job.isRunning = false;
+    job.runner = nullptr;
+    WakeAll(job.stopped);
+    if (job.startings == startings && job.periodNs != 0) {
+        alarms_.Set(job, job.due + job.periodNs);
+    }
+    if (!job.IsSet() && !job.isQueued) {
+        const std::shared_ptr<Job> last = std::move(job.self);
+    }
+}
+
+void Scheduler::TimerMain(void *scheduler) {
+    static_cast<Scheduler *>(scheduler)->TimerLoop();
+}
+
+void Scheduler::TimerLoop() {
+    SchedulerLock lock(mutex_);
+    Task &self = *timer_;
+    const WaitReason reason({}, "the next timer");
+    while (!isFinishing_) {
+        if (!due_.empty()) {
+            Job &job = *due_.front();
+            due_.pop_front();
+            RunJob(lock, job);
+            if (!ready_.empty() && !hasEnded_) {
+                self.state = TaskState::kReady;
+                ready_.push_back(&self);
+                SwitchAway(lock, self);
+            }
+        } else if (clock.IsVirtual()) {
+            (void)Wait(lock, self, timerIsIdle_, kForever, reason);
+        } else if (Alarm *const next = alarms_.Earliest(); next == nullptr) {
+            timerHasWork_.Wait(lock);
+        } else if (next->due > clock.NowNs()) {
+            (void)timerHasWork_.WaitUntil(lock, clock.MachineNs(next->due));
+        } else {
+            Fire(*next);
+        }
+    }
+}
+
+bool Scheduler::Advance(uint64_t ns) {
+    SchedulerLock lock(mutex_);
+    if (isAdvancing_) {
+        return false;
+    }
+    isAdvancing_ = true;
+    const uint64_t target = clock.NowNs() + ns;
+    while (alarms_.Earliest() != nullptr && alarms_.Earliest()->due <= target) {
+        Alarm &next = *alarms_.Earliest();
+        clock.MoveTo(std::max(clock.NowNs(), next.due));
+        Fire(next);
+        if (!due_.empty()) {
+            Job &job = *due_.front();
+            due_.pop_front();
+            RunJob(lock, job);
+        }
+    }
+    clock.MoveTo(target);
+    isAdvancing_ = false;
+    return true;
+}
+
+// --- The end
+
+void Scheduler::Finish() {
+    struct Left {
+        std::shared_ptr<Task> task;
+        std::string text;
+    };
+    std::vector<Left> left;
+    std::vector<pthread_t> toJoin;
+    {
+        SchedulerLock lock(mutex_);
+        isFinishing_ = true;
+        hasEnded_ = true;
+        for (const auto &[id, task] : tasks_) {
+            if (task->entry != nullptr && task->state != TaskState::kEnded) {
+                std::string text = "task " + std::to_string(id) + " \"" + task->name + "\"";
+                if (task->waiter != nullptr) {
+                    text += std::string(", which waits for ") + task->waiter->reason->text.data();
+                }
+                left.push_back({task, text});
+                task->isStopped = true;
+            }
+        }
+        for (const auto &[id, task] : tasks_) {
+            if (task->waiter != nullptr && !task->isScheduled) {
+                Finish(*task->waiter, Woken::kEnded);
+            }
+            task->turn.Notify();
+        }
+        timerHasWork_.Notify();
+        const uint64_t until = Clock::MachineNow() + kGraceNs;
+        const auto hasEnded = [](const Left &each) {
+            return each.task->state == TaskState::kEnded;
+        };
+        while (!std::all_of(left.begin(), left.end(), hasEnded) &&
+               someTaskEnded_.WaitUntil(lock, until)) {
+        }
+    }
+    for (Left &each : left) {
+        TaskFate fate = TaskFate::kRuns;
+        if (each.task->fate.compare_exchange_strong(fate, TaskFate::kAbandoned)) {
+            (void)pthread_detach(each.task->thread);
+            each.text += ", and which does not end";
+        }
+        if (!each.task->isTimer) {
+            host_.ReportLeftover("task", each.task->made, each.text);
+        }
+    }
+    {
+        SchedulerLock lock(mutex_);
+        // One that ends just now is about to say so.
+        while (std::any_of(left.begin(), left.end(), [](const Left &each) {
+            return each.task->fate == TaskFate::kEnds && each.task->state != TaskState::kEnded;
+        })) {
+            someTaskEnded_.Wait(lock);
+        }
+        toJoin.swap(endedThreads_);
+        for (Job *const job : due_) {
+            job->isQueued = false;
+        }
+        due_.clear();
+    }
+    for (const pthread_t thread : toJoin) {
+        (void)pthread_join(thread, nullptr);
+    }
+}
+
+}  // namespace devhost

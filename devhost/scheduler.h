@@ -1,0 +1,266 @@
+// Who waits, until when, and who goes on. All that waits in the host waits here: in real time by
+// the system, in stepped time until a test moves the clock, in virtual time by the seed.
+//
+// One lock guards the scheduler and the state of everything that is waited for. A service that waits
+// takes it (Lock), looks at its state, waits on a WaitList of its own (Wait) in a loop, and changes
+// states and wakes under it. Nothing of a module is called under it, and nothing is reported.
+#ifndef DXR_DEVHOST_SCHEDULER_H
+#define DXR_DEVHOST_SCHEDULER_H
+
+#include <pthread.h>
+
+#include <array>
+#include <atomic>
+#include <csetjmp>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "alarm_heap.h"
+#include "chance.h"
+#include "clock.h"
+#include "place.h"
+
+namespace devhost {
+
+class Host;
+struct Options;
+struct Task;
+struct ThreadRecord;
+
+using SchedulerLock = std::unique_lock<std::mutex>;
+
+// A condition that may also be waited for until a moment of the monotonic clock.
+class Condition {
+  public:
+    Condition();
+    ~Condition() { (void)pthread_cond_destroy(&condition_); }
+    Condition(const Condition &) = delete;
+    Condition &operator=(const Condition &) = delete;
+    Condition(Condition &&) = delete;
+    Condition &operator=(Condition &&) = delete;
+
+    void Notify() { (void)pthread_cond_broadcast(&condition_); }
+    void Wait(SchedulerLock &lock);
+    // False when the moment has come.
+    bool WaitUntil(SchedulerLock &lock, uint64_t machineNs);
+
+  private:
+    pthread_cond_t condition_;
+};
+
+// What somebody waits for, in the words of a report. Plain: tasks are ended where they wait.
+struct WaitReason {
+    Place place;
+    std::array<char, 96> text{};
+
+    [[gnu::format(printf, 3, 4)]] WaitReason(const Place &at, const char *format, ...);
+};
+
+enum class Woken : uint8_t {
+    kYes,
+    kTimeout,
+    kEnded,  // the host or the run has ended
+};
+
+class WaitList;
+
+// One wait of one task, on its stack.
+struct Waiter : Alarm {
+    Task *task = nullptr;
+    const WaitReason *reason = nullptr;
+    WaitList *list = nullptr;
+    Waiter *before = nullptr;
+    Waiter *after = nullptr;
+    bool isDone = false;
+    Woken result = Woken::kYes;
+};
+
+// Who waits for one thing, the longest first.
+class WaitList {
+  public:
+    [[nodiscard]] bool IsEmpty() const { return first_ == nullptr; }
+    [[nodiscard]] Waiter *First() const { return first_; }
+    void Add(Waiter &waiter);
+    static void Remove(Waiter &waiter);  // of whatever list it is on
+
+  private:
+    Waiter *first_ = nullptr;
+    Waiter *last_ = nullptr;
+};
+
+// A function that runs when its time has come: once, or again and again. Owned by the service and,
+// while it runs, by the scheduler too.
+struct Job : Alarm {
+    Job(void (*function)(void *), void *argument) : run(function), context(argument) {
+        isJob = true;
+    }
+
+    void (*const run)(void *);
+    void *const context;
+    uint64_t periodNs = 0;  // 0: once
+    bool isRunning = false;
+    uint64_t startings = 0;
+    bool isQueued = false;
+    ThreadRecord *runner = nullptr;
+    WaitList stopped;
+    std::shared_ptr<Job> self;  // while it is set, queued or running
+};
+
+enum class TaskState : uint8_t { kReady, kRunning, kWaiting, kEnded };
+
+// Who has the last word on a task: its thread, or the end of its host.
+enum class TaskFate : uint8_t { kRuns, kEnds, kAbandoned };
+
+struct Task {
+    uint32_t id = 0;
+    std::string name;
+    uint32_t priority = 0;
+    uint32_t stackSize = 0;  // bytes; 0: the system's default
+    Place made;
+
+    void (*entry)(void *) = nullptr;  // null: a thread that is not the host's
+    void *argument = nullptr;
+    bool startsWithEvent = false;
+    bool isTimer = false;      // the host's own, for jobs
+    bool isScheduled = false;  // runs when it is chosen: virtual time
+    pthread_t thread{};
+    std::jmp_buf end;
+
+    // Under the scheduler's lock.
+    TaskState state = TaskState::kReady;
+    uint32_t events = 0;
+    WaitList eventsChanged;
+    WaitList hasEnded;
+    uint32_t joiners = 0;
+    Waiter *waiter = nullptr;
+    Condition turn;
+    std::atomic<bool> isStopped{false};  // its host has ended: it ends at its next call
+    std::atomic<TaskFate> fate{TaskFate::kRuns};
+    Host *host = nullptr;        // until its fate is decided
+    std::shared_ptr<Task> self;  // for its thread
+};
+
+class Scheduler {
+  public:
+    Scheduler(Host &host, const Options &options);
+    ~Scheduler();
+    Scheduler(const Scheduler &) = delete;
+    Scheduler &operator=(const Scheduler &) = delete;
+    Scheduler(Scheduler &&) = delete;
+    Scheduler &operator=(Scheduler &&) = delete;
+
+    Clock clock;
+
+    [[nodiscard]] bool SwitchesAtCalls() const { return switchesAtCalls_; }
+    [[nodiscard]] bool HasEnded() const { return hasEnded_.load(std::memory_order_relaxed); }
+
+    [[nodiscard]] SchedulerLock Lock() { return SchedulerLock(mutex_); }
+
+    // The moment so many milliseconds from now; DXR_HOST_FOREVER gives kForever.
+    [[nodiscard]] uint64_t After(uint32_t ms) const;
+
+    // The task of the calling thread. Reports, in virtual time, a thread that is none of the
+    // host's. Before Lock.
+    Task &Current(ThreadRecord &thread, const Place &place);
+
+    // Waits on the list until it is woken, or the moment has come. The lock is given back for that
+    // time. A task of the host does not come back from a wait that the end cuts off, so the caller
+    // keeps nothing that its destructor would have to give back.
+    Woken Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t deadline,
+               const WaitReason &reason);
+    void WakeOne(WaitList &list);
+    void WakeAll(WaitList &list);
+
+    // A place where virtual time may let another task run. Without the lock; nothing elsewhere.
+    void Point(ThreadRecord &thread);
+
+    // Makes a task, which runs from now on. Gives its number; 0 when no thread can be made.
+    uint32_t Create(std::unique_ptr<Task> made);
+
+    // Under the lock; null when there is none, or it has ended.
+    Task *Find(uint32_t id);
+
+    // Waits for the end of a task. 0, or a number of <errno.h>.
+    uint32_t Join(Task &by, uint32_t id, uint64_t deadline, const Place &place);
+
+    // Starts a job at a moment, and then with its period; one that is started already begins anew.
+    // False when there is no thread for it, or the run has ended.
+    bool Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs);
+
+    // Stops it and waits, as `by`, for its end when it runs on another thread; null does not wait.
+    // Tells whether it was started.
+    bool Stop(Job &job, Task *by, const Place &place);
+
+    // Stepped time. False when a job asks for it.
+    bool Advance(uint64_t ns);
+
+    // The calling thread becomes a scheduled task: the first one of virtual time.
+    void AdoptMain();
+
+    // Ends all waits and all tasks; reports those that had not ended. Not from a task.
+    void Finish();
+
+    // A thread whose host has ended ends here when it is a task; else nothing happens.
+    static void EndStopped(ThreadRecord &thread);
+
+    // Why the run ended; empty while it goes on.
+    std::string EndText();
+
+  private:
+    struct Waiting {
+        uint32_t id;
+        std::string name;
+        Place place;
+        std::string what;
+    };
+
+    static void *Main(void *task);
+    static void RunBody(Task *task);
+    bool Begins(Task &task);
+    void TaskEnds(Task &task);
+    [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);
+    Task &Adopt(ThreadRecord &thread, const char *name, bool isScheduled);
+    Task *CreateLocked(std::shared_ptr<Task> task);
+    void Finish(Waiter &waiter, Woken result);
+    void SwitchAway(SchedulerLock &lock, Task &self);
+    Task *Choose(SchedulerLock &lock);
+    void EndRun(SchedulerLock &lock, const char *what);
+    void Fire(Alarm &alarm);
+    void Unqueue(Job &job);
+    void RunJob(SchedulerLock &lock, Job &job);
+    bool HasTimer();
+    static void TimerMain(void *scheduler);
+    void TimerLoop();
+
+    Host &host_;
+    const bool switchesAtCalls_;
+    const uint64_t endNs_;
+    std::mutex mutex_;
+    AlarmHeap alarms_;
+    Stream choices_;
+    std::map<uint32_t, std::shared_ptr<Task>> tasks_;
+    uint32_t lastTask_ = 0;
+    Task *main_ = nullptr;
+    Task *running_ = nullptr;    // virtual time
+    std::vector<Task *> ready_;  // virtual time, but for the running one
+    uint32_t pointsWithoutTime_ = 0;
+    std::deque<Job *> due_;
+    Task *timer_ = nullptr;
+    WaitList timerIsIdle_;
+    Condition timerHasWork_;
+    Condition someTaskEnded_;
+    std::vector<pthread_t> endedThreads_;  // to be joined
+    bool isAdvancing_ = false;
+    bool isFinishing_ = false;
+    std::atomic<bool> hasEnded_{false};
+    std::string endText_;
+};
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_SCHEDULER_H

@@ -1,0 +1,23 @@
+#include "services.h"
+
+#include "host.h"
+
+namespace devhost {
+
+constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
+    {ServiceId::kPrint, "print", MakePrint, FillPrint},
+    {ServiceId::kMemory, "memory", MakeMemory, FillMemory},
+    {ServiceId::kSystem, "system", MakeSystem, FillSystem},
+    {ServiceId::kSystemTask, "task", MakeSystemTask, FillSystemTask},
+    {ServiceId::kSystemTime, "time", MakeSystemTime, FillSystemTime},
+    {ServiceId::kList, "list", MakeList, FillList},
+}};
+
+}  // namespace devhost
+
+void DxrHostFillHooks(DxrHooks *hooks) {
+    *hooks = {};
+    for (const devhost::ServiceEntry &service : devhost::kServices) {
+        service.fill(*hooks);
+    }
+}

@@ -1,0 +1,458 @@
+#include "dxr_devhost/system_task.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host.h"
+
+namespace devhost {
+
+// Locked and unlocked with one atomic step while nobody waits for it. One that is destroyed stays
+// in memory for the next one: a thread that comes late with its handle does no harm.
+class Mutex {
+  public:
+    static constexpr uint64_t kHasWaiters = 1;
+
+    // Twice the number of the thread that holds it, plus 1 when others wait; 0: free.
+    std::atomic<uint64_t> word{0};
+    std::atomic<uint64_t> number{0};              // in the order of making, for reports
+    std::atomic<const void *> lockedAt{nullptr};  // by whom
+    void *handle = nullptr;
+    WaitList waiters;  // under the scheduler's lock
+
+    static uint64_t WordOf(const ThreadRecord &thread) { return uint64_t{thread.number} << 1; }
+    [[nodiscard]] bool IsHeldBy(const ThreadRecord &thread) const {
+        return (word.load(std::memory_order_relaxed) & ~kHasWaiters) == WordOf(thread);
+    }
+};
+
+namespace {
+
+constexpr const char *kService = "task";
+constexpr uint32_t kHighestPriority = 255;
+constexpr uint32_t kAnyEvent = 0;
+constexpr uint32_t kAllEvents = 1;
+
+// Which mutex was ever locked while which other one was held, and where.
+class LockOrder {
+  public:
+    struct Edge {
+        const void *first;
+        const void *second;
+    };
+
+    // Notes that `second` is locked while `first` is held. True, the first time, when the other order
+    // was seen before, through whatever mutexes in between; then also where that began.
+    bool Note(const Mutex &first, const Mutex &second, const void *caller, Edge &before) {
+        const std::lock_guard lock(mutex_);
+        const auto [edge, isNew] =
+            edges_.try_emplace({first.number, second.number}, Edge{first.lockedAt, caller});
+        if (!isNew) {
+            return false;
+        }
+        next_[first.number].insert(second.number);
+        std::set<uint64_t> seen;
+        for (const uint64_t step : next_[second.number]) {
+            if (Reaches(step, first.number, seen)) {
+                before = edges_.at({second.number, step});
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void Forget(uint64_t number) {
+        const std::lock_guard lock(mutex_);
+        next_.erase(number);
+        for (auto &[from, to] : next_) {
+            to.erase(number);
+        }
+        std::erase_if(edges_, [number](const auto &edge) {
+            return edge.first.first == number || edge.first.second == number;
+        });
+    }
+
+  private:
+    bool Reaches(uint64_t from, uint64_t to, std::set<uint64_t> &seen) {
+        if (from == to) {
+            return true;
+        }
+        if (!seen.insert(from).second) {
+            return false;
+        }
+        const auto found = next_.find(from);
+        return found != next_.end() &&
+               std::any_of(found->second.begin(), found->second.end(),
+                           [&](uint64_t step) { return Reaches(step, to, seen); });
+    }
+
+    std::mutex mutex_;
+    std::map<std::pair<uint64_t, uint64_t>, Edge> edges_;
+    std::map<uint64_t, std::set<uint64_t>> next_;
+};
+
+class TaskService : public Service {
+  public:
+    explicit TaskService(Host &host)
+        : Service(host),
+          createFails(host.chance.Point("task.create")),
+          mutexFails(host.chance.Point("mutex.create")) {}
+
+    void ReportLeftovers() override {
+        for (const auto &[number, left] : live) {
+            const bool isHeld = left->word.load() != 0;
+            TheHost().ReportLeftover(
+                kService, TheHost().handles.MadeAt(left->handle),
+                "mutex " + std::to_string(number) +
+                    (isHeld ? ", locked by " + Describe(left->lockedAt) : std::string()));
+        }
+    }
+
+    FaultPoint &createFails;
+    FaultPoint &mutexFails;
+    LockOrder order;
+
+    std::mutex mutex;  // guards what follows
+    std::deque<Mutex> all;
+    std::vector<Mutex *> free;
+    std::map<uint64_t, Mutex *> live;
+    uint64_t lastNumber = 0;
+};
+
+TaskService &StateOf(Host &host) {
+    return host.Get<TaskService>(ServiceId::kSystemTask);
+}
+
+// The mutexes that the thread holds of this host.
+std::vector<Mutex *> &HeldBy(ThreadRecord &thread, const Host &host) {
+    if (thread.heldHost != host.number) [[unlikely]] {
+        thread.held.clear();
+        thread.heldHost = host.number;
+    }
+    return thread.held;
+}
+
+void NoteOrder(const Call &call, const std::vector<Mutex *> &held, const Mutex &mutex) {
+    for (const Mutex *const each : held) {
+        LockOrder::Edge before{};
+        if (StateOf(*call).order.Note(*each, mutex, call.At().address, before)) {
+            call->reports.Add(DXR_HOST_REPORT_RISK, kService, call.At(), "order of locks",
+                              "mutex " + std::to_string(mutex.number) + " is locked while mutex " +
+                                  std::to_string(each->number) + " is held, locked by " +
+                                  Describe(each->lockedAt) +
+                                  "; elsewhere the first was held, locked by " +
+                                  Describe(before.first) + ", before " + Describe(before.second) +
+                                  ": this could deadlock");
+        }
+    }
+}
+
+// Waits until the mutex is the thread's. False when the host or the run has ended.
+bool LockSlowly(const Call &call, Mutex &mutex) {
+    ThreadRecord &thread = call.Thread();
+    Scheduler &scheduler = call->scheduler;
+    Task &task = scheduler.Current(call.Thread(), call.At());
+    SchedulerLock lock = scheduler.Lock();
+    for (;;) {
+        uint64_t word = mutex.word.load(std::memory_order_relaxed);
+        if (word == 0) {
+            const uint64_t others = mutex.waiters.IsEmpty() ? 0 : Mutex::kHasWaiters;
+            if (mutex.word.compare_exchange_strong(word, Mutex::WordOf(thread) | others,
+                                                   std::memory_order_acquire)) {
+                return true;
+            }
+            continue;
+        }
+        if (!mutex.word.compare_exchange_strong(word, word | Mutex::kHasWaiters,
+                                                std::memory_order_relaxed)) {
+            continue;
+        }
+        const WaitReason reason(call.At(), "mutex %llu",
+                                static_cast<unsigned long long>(mutex.number.load()));
+        if (scheduler.Wait(lock, task, mutex.waiters, kForever, reason) == Woken::kEnded) {
+            return false;
+        }
+    }
+}
+
+// --- Slots: events and tasks
+
+uint32_t ReadEvent(uint32_t wanted, uint32_t mode, uint32_t ms, void *events) {
+    const Call call("DXR_ReadEvent");
+    if (!call) {
+        return ECANCELED;
+    }
+    if (events == nullptr || mode > kAllEvents) {
+        call.Misuse(kService, events == nullptr ? "a null pointer" : "no such mode");
+        return EINVAL;
+    }
+    Scheduler &scheduler = call->scheduler;
+    scheduler.Point(call.Thread());
+    Task &task = scheduler.Current(call.Thread(), call.At());
+    const uint64_t deadline = scheduler.After(ms);
+    uint32_t taken = 0;
+    uint32_t result = 0;
+    {
+        SchedulerLock lock = scheduler.Lock();
+        const WaitReason reason(call.At(), "events 0x%x", wanted);
+        Woken woken = ms == 0 ? Woken::kTimeout : Woken::kYes;
+        for (;;) {
+            const uint32_t there = task.events & wanted;
+            if (mode == kAnyEvent ? there != 0 : there == wanted) {
+                task.events &= ~there;
+                taken = there;
+                break;
+            }
+            if (woken != Woken::kYes) {
+                result = woken == Woken::kEnded ? ECANCELED : ETIMEDOUT;
+                break;
+            }
+            woken = scheduler.Wait(lock, task, task.eventsChanged, deadline, reason);
+        }
+    }
+    std::memcpy(events, &taken, sizeof(taken));
+    return result;
+}
+
+uint32_t WriteEvent(uint32_t task, uint32_t events) {
+    const Call call("DXR_WriteEvent");
+    if (!call) {
+        return ECANCELED;
+    }
+    Scheduler &scheduler = call->scheduler;
+    bool isThere = false;
+    {
+        const SchedulerLock lock = scheduler.Lock();
+        Task *const found = scheduler.Find(task);
+        isThere = found != nullptr;
+        if (isThere) {
+            found->events |= events;
+            scheduler.WakeAll(found->eventsChanged);
+        }
+    }
+    scheduler.Point(call.Thread());
+    return isThere ? 0 : ESRCH;
+}
+
+uint32_t CreateTask(void *name, void *entry, void *argument, uint32_t priority, void *options,
+                    uint32_t flag, void *id) {
+    const Call call("DXR_CreateTask");
+    if (!call) {
+        return ECANCELED;
+    }
+    DxrHostTaskOptions given{sizeof(DxrHostTaskOptions), 0};
+    if (options != nullptr) {
+        std::memcpy(&given, options, sizeof(given));
+    }
+    if (entry == nullptr || priority > kHighestPriority || flag > 1 ||
+        given.size != sizeof(DxrHostTaskOptions)) {
+        call.Misuse(kService, "no entry, priority above 255 or wrong options");
+        return EINVAL;
+    }
+    if (StateOf(*call).createFails.Fails()) {
+        return EAGAIN;
+    }
+    auto task = std::make_unique<Task>();
+    task->name = name != nullptr ? static_cast<const char *>(name) : "";
+    task->entry = reinterpret_cast<DxrHostTaskEntry>(entry);
+    task->argument = argument;
+    task->priority = priority;
+    task->stackSize = given.stackSize;
+    task->startsWithEvent = flag == 1;
+    task->made = {call.At().slot, ModuleCaller(call.At().address)};
+    const uint32_t made = call->scheduler.Create(std::move(task));
+    if (made == 0) {
+        return EAGAIN;
+    }
+    if (id != nullptr) {
+        std::memcpy(id, &made, sizeof(made));
+    }
+    call->scheduler.Point(call.Thread());
+    return 0;
+}
+
+uint32_t DelayTask(uint32_t ms) {
+    const Call call("DXR_DelayTask");
+    if (!call) {
+        return ECANCELED;
+    }
+    Scheduler &scheduler = call->scheduler;
+    if (ms == 0) {
+        scheduler.Point(call.Thread());
+        return scheduler.HasEnded() ? ECANCELED : 0;
+    }
+    Task &task = scheduler.Current(call.Thread(), call.At());
+    const uint64_t deadline = scheduler.After(ms);
+    WaitList nobodyWakes;
+    SchedulerLock lock = scheduler.Lock();
+    const WaitReason reason(call.At(), "%u ms to pass", ms);
+    return scheduler.Wait(lock, task, nobodyWakes, deadline, reason) == Woken::kEnded ? ECANCELED
+                                                                                      : 0;
+}
+
+// --- Slots: mutexes
+
+uint32_t InitMutex(void **mutex, void * /*option*/) {
+    const Call call("DXR_InitMutex");
+    if (!call) {
+        return ECANCELED;
+    }
+    if (mutex == nullptr) {
+        call.Misuse(kService, "a null pointer");
+        return EINVAL;
+    }
+    TaskService &state = StateOf(*call);
+    if (state.mutexFails.Fails()) {
+        return ENOMEM;
+    }
+    const std::lock_guard lock(state.mutex);
+    if (state.free.empty()) {
+        state.free.push_back(&state.all.emplace_back());
+    }
+    Mutex *const made = state.free.back();
+    made->number = state.lastNumber + 1;
+    made->handle = call->handles.Make(HandleType::kMutex, made, call.At());
+    if (made->handle == nullptr) {
+        return ENOMEM;
+    }
+    state.free.pop_back();
+    ++state.lastNumber;
+    state.live.emplace(made->number, made);
+    *mutex = made->handle;
+    return 0;
+}
+
+uint32_t LockMutex(void *handle) {
+    const Call call("DXR_LockMutex");
+    if (!call) {
+        return ECANCELED;
+    }
+    auto *const mutex = call.Find<Mutex>(kService, handle, HandleType::kMutex);
+    if (mutex == nullptr) {
+        return EINVAL;
+    }
+    ThreadRecord &thread = call.Thread();
+    call->scheduler.Point(thread);
+    std::vector<Mutex *> &held = HeldBy(thread, *call);
+    uint64_t word = 0;
+    if (!mutex->word.compare_exchange_strong(word, Mutex::WordOf(thread),
+                                             std::memory_order_acquire)) {
+        if ((word & ~Mutex::kHasWaiters) == Mutex::WordOf(thread)) {
+            call.Misuse(kService, "locked twice",
+                        "mutex " + std::to_string(mutex->number) + " is locked already by " +
+                            Describe(mutex->lockedAt));
+            return EDEADLK;
+        }
+        if (!LockSlowly(call, *mutex)) {
+            return ECANCELED;
+        }
+    }
+    mutex->lockedAt.store(call.At().address, std::memory_order_relaxed);
+    if (!held.empty()) {
+        NoteOrder(call, held, *mutex);
+    }
+    held.push_back(mutex);
+    return 0;
+}
+
+uint32_t UnlockMutex(void *handle) {
+    const Call call("DXR_UnlockMutex");
+    if (!call) {
+        return ECANCELED;
+    }
+    auto *const mutex = call.Find<Mutex>(kService, handle, HandleType::kMutex);
+    if (mutex == nullptr) {
+        return EINVAL;
+    }
+    ThreadRecord &thread = call.Thread();
+    if (!mutex->IsHeldBy(thread)) {
+        call.Misuse(kService, "unlocked by another",
+                    "mutex " + std::to_string(mutex->number) + " is not held by this thread");
+        return EPERM;
+    }
+    std::vector<Mutex *> &held = HeldBy(thread, *call);
+    held.erase(std::find(held.begin(), held.end(), mutex));
+    uint64_t word = Mutex::WordOf(thread);
+    if (!mutex->word.compare_exchange_strong(word, 0, std::memory_order_release)) {
+        const SchedulerLock lock = call->scheduler.Lock();
+        mutex->word.store(0, std::memory_order_release);
+        call->scheduler.WakeOne(mutex->waiters);
+    }
+    call->scheduler.Point(thread);
+    return 0;
+}
+
+uint32_t DestroyMutex(void *handle) {
+    const Call call("DXR_DestroyMutex");
+    if (!call) {
+        return ECANCELED;
+    }
+    auto *const mutex = call.Find<Mutex>(kService, handle, HandleType::kMutex);
+    if (mutex == nullptr) {
+        return EINVAL;
+    }
+    TaskService &state = StateOf(*call);
+    if (mutex->word.load() != 0) {
+        call.Misuse(kService, "destroyed while held",
+                    "mutex " + std::to_string(mutex->number) + " is held, locked by " +
+                        Describe(mutex->lockedAt));
+        return EBUSY;
+    }
+    if (call.End<Mutex>(kService, handle, HandleType::kMutex) == nullptr) {
+        return EINVAL;
+    }
+    state.order.Forget(mutex->number);
+    const std::lock_guard lock(state.mutex);
+    state.live.erase(mutex->number);
+    state.free.push_back(mutex);
+    return 0;
+}
+
+}  // namespace
+
+std::unique_ptr<Service> MakeSystemTask(Host &host) {
+    return std::make_unique<TaskService>(host);
+}
+
+void FillSystemTask(DxrHooks &hooks) {
+    hooks.task.readEvent = ReadEvent;
+    hooks.task.writeEvent = WriteEvent;
+    hooks.task.createTask = CreateTask;
+    hooks.task.delayTask = DelayTask;
+    hooks.task.initMutex = InitMutex;
+    hooks.task.destroyMutex = DestroyMutex;
+    hooks.task.lockMutex = LockMutex;
+    hooks.task.unlockMutex = UnlockMutex;
+}
+
+}  // namespace devhost
+
+using devhost::ApiCall;
+using devhost::Task;
+using devhost::ThisThread;
+
+uint32_t DxrHostGetTaskId(DxrHost *host) {
+    const ApiCall call(host);
+    const devhost::Place place{"DxrHostGetTaskId", __builtin_return_address(0)};
+    return call ? call->scheduler.Current(ThisThread(), place).id : 0;
+}
+
+uint32_t DxrHostJoinTask(DxrHost *host, uint32_t task, uint32_t ms) {
+    const ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    const devhost::Place place{"DxrHostJoinTask", __builtin_return_address(0)};
+    Task &by = call->scheduler.Current(ThisThread(), place);
+    return call->scheduler.Join(by, task, call->scheduler.After(ms), place);
+}

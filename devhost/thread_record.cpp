@@ -1,0 +1,105 @@
+#include "thread_record.h"
+
+#include <linux/membarrier.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include "scheduler.h"
+
+namespace devhost {
+
+thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]] = nullptr;
+constinit std::atomic<Host *> g_registered{nullptr};
+constinit std::atomic<bool> g_isFenceRemote{false};
+
+namespace {
+
+constinit std::atomic<ThreadRecord *> g_records{nullptr};
+constinit std::atomic<uint32_t> g_lastNumber{0};
+
+// Gives the record back at the end of its thread. Calls after that take another one.
+struct Return {
+    ThreadRecord *record = nullptr;
+    Return() = default;
+    Return(const Return &) = delete;
+    Return &operator=(const Return &) = delete;
+    Return(Return &&) = delete;
+    Return &operator=(Return &&) = delete;
+    ~Return() {
+        if (record != nullptr) {
+            t_record = nullptr;
+            record->task.reset();
+            record->held.clear();
+            record->isUsed.store(false, std::memory_order_release);
+        }
+    }
+};
+
+ThreadRecord *TakeUnused() {
+    for (ThreadRecord *at = g_records.load(std::memory_order_acquire); at != nullptr;
+         at = at->next) {
+        bool isUsed = false;
+        if (!at->isUsed.load(std::memory_order_relaxed) &&
+            at->isUsed.compare_exchange_strong(isUsed, true, std::memory_order_acquire)) {
+            return at;
+        }
+    }
+    return nullptr;
+}
+
+long MemBarrier(int command) {
+    return syscall(SYS_membarrier, command, 0, 0);
+}
+
+// Once, before the first host is reached.
+bool HasMemBarrier() {
+#if defined(__SANITIZE_THREAD__)
+    return false;  // the sanitizer would not know
+#else
+    static const bool has = MemBarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) == 0;
+    return has;
+#endif
+}
+
+}  // namespace
+
+ThreadRecord &MakeThreadRecord() {
+    thread_local Return atEnd;
+    ThreadRecord *record = TakeUnused();
+    if (record == nullptr) {
+        record = new ThreadRecord;
+        record->next = g_records.load(std::memory_order_relaxed);
+        while (!g_records.compare_exchange_weak(record->next, record, std::memory_order_release)) {
+        }
+    }
+    record->number = g_lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
+    atEnd.record = record;
+    t_record = record;
+    return *record;
+}
+
+void PublishRegistration() {
+    g_isFenceRemote.store(HasMemBarrier(), std::memory_order_seq_cst);
+    if (HasMemBarrier()) {
+        (void)MemBarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+    }
+}
+
+bool WaitUntilOutside(const Host *host, uint32_t ms) {
+    for (uint32_t waited = 0;; ++waited) {
+        bool isInside = false;
+        for (ThreadRecord *at = g_records.load(std::memory_order_acquire); at != nullptr;
+             at = at->next) {
+            isInside |= at != t_record && at->inside.load(std::memory_order_seq_cst) == host;
+        }
+        if (!isInside || waited == ms) {
+            return !isInside;
+        }
+        timespec pause{0, 1000000};
+        (void)nanosleep(&pause, nullptr);
+    }
+}
+
+}  // namespace devhost

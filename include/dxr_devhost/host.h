@@ -1,0 +1,168 @@
+/* The life of a development host: options, creation, registration, reports, injected failures, runs
+ * over many seeds. */
+#ifndef DXR_DEVHOST_HOST_H
+#define DXR_DEVHOST_HOST_H
+
+#include <stdio.h>
+
+#include "dxr_api.h"
+
+DXR_EXTERN_C_BEGIN
+
+typedef struct DxrHost DxrHost;
+
+/* ---- Options ---------------------------------------------------------------------------- */
+
+/* How the host's time passes, DxrHostOptions::clock. */
+#define DXR_HOST_CLOCK_REAL 0u    /* with the machine's */
+#define DXR_HOST_CLOCK_STEPPED 1u /* when DxrHostAdvance or DxrHostSetClock move it */
+#define DXR_HOST_CLOCK_VIRTUAL 2u /* by jumps to what is due next, when every task waits */
+
+/* What a host is made with. Begin with DxrHostInitOptions, change what is to be different. Texts
+ * are copied. A null text stands for its default. */
+typedef struct DxrHostOptions {
+    uint32_t size;            /* sizeof(DxrHostOptions) */
+    uint32_t clock;           /* DXR_HOST_CLOCK_...; default real */
+    uint64_t seed;            /* of the order of tasks and of the injected failures; default 1 */
+    uint32_t startSec;        /* stepped and virtual: seconds since 1970 at the beginning; default
+                                 946684800, which is 2000-01-01 00:00:00 */
+    uint32_t endSec;          /* virtual: the run ends when so many seconds have passed; 0: never */
+    uint64_t memoryLimit;     /* bytes that modules may hold together; 0: no limit */
+    const char *workPath;     /* default "." */
+    const char *binFolder;    /* below the work path; default "bin" */
+    const char *configPath;   /* where configuration files are looked for; default "conf" below the
+                                 work path */
+    const char *logDirectory; /* of private logs, ends in a slash; default
+                                 DXR_PRIVATE_LOG_DIRECTORY */
+    const char *logFile;      /* messages also go to this file; default none */
+    uint32_t logFileBytes;    /* it is renamed to ".1", ".1" to ".2", ... when it would grow beyond;
+                                 default 1 MiB, 0: never */
+    uint32_t logFileCount;    /* how many renamed files are kept; default 4 */
+    uint32_t printLevel;      /* messages up to this level are written; default 2 */
+    const char *database;     /* file of the chassis database; default none */
+    const char *board;        /* JSON file that describes the board; default none */
+    uint32_t allowOutside;    /* 1: files outside the work path may be opened; default 0 */
+    uint32_t switchAtCalls;   /* virtual: 1: any slot call may let another task run, not only those
+                                 that wait or wake; default 0 */
+} DxrHostOptions;
+
+/* Writes the defaults. `options` must not be null. */
+DXR_API void DxrHostInitOptions(DxrHostOptions *options);
+
+/* ---- Life ------------------------------------------------------------------------------- */
+
+/* Makes a host; `options` null stands for the defaults. With the virtual clock the calling thread
+ * becomes the host's first task, "main". Returns null when the options are wrong (size, clock) or
+ * there is no memory. Any number of hosts may exist; slots reach the one that is registered. */
+DXR_API DxrHost *DxrHostCreate(const DxrHostOptions *options);
+
+/* As DxrHostCreate, with the options of a JSON file: one object whose members have the names of
+ * DxrHostOptions, all but `size`; the clock is "real", "stepped" or "virtual". On failure returns
+ * null and writes a line that says why, with file, line and column where the file is to blame, to
+ * `error` (at most `errorSize` bytes, terminated; null: nowhere). */
+DXR_API DxrHost *DxrHostCreateFromFile(const char *path, char *error, uint32_t errorSize);
+
+/* Fills the table of the library (DXR_RegisterHooks) with the host's functions and makes `host` the
+ * one that they reach; null empties the table. Returns 0, or what DXR_RegisterHooks returns. Not
+ * while other threads use the library. */
+DXR_API uint32_t DxrHostRegister(DxrHost *host);
+
+/* The host that is registered; null when there is none. */
+DXR_API DxrHost *DxrHostGet(void);
+
+/* Ends a host. In this order: it is no longer registered (the table is emptied when it was); tasks
+ * that wait in it, or call it, are ended where they are, without their destructors; calls in
+ * progress are waited for; what modules left behind is reported, by service and with the place that
+ * made it; everything is released. Writes the leftovers and the reports to `out`, a line each; null:
+ * nowhere. Returns the number of leftovers. `host` null does nothing and gives 0. Not from a task or
+ * a function that the host called: that is reported, gives UINT32_MAX, and the host stays.
+ *
+ * Later calls of the slots, by those who kept a table, give their failure values; see
+ * DxrHostGetLateCalls. */
+DXR_API uint32_t DxrHostDestroy(DxrHost *host, FILE *out);
+
+/* Calls of slots while no host was registered, since the program started. The first is also said on
+ * standard error. */
+DXR_API uint64_t DxrHostGetLateCalls(void);
+
+/* Writes a table with the functions of the host in all slots that it serves and NULL in the others;
+ * a program may change slots before it registers the table itself (DXR_RegisterHooks) after
+ * DxrHostRegister. `hooks` must not be null. */
+DXR_API void DxrHostFillHooks(DxrHooks *hooks);
+
+/* In what follows `host` null stands for the registered host; without one nothing is done and the
+ * answer is 0, false or empty. Every function may be called from any thread at any time, except
+ * where it says otherwise. */
+
+/* ---- Reports ---------------------------------------------------------------------------- */
+
+#define DXR_HOST_REPORT_LEFTOVER 1u /* something was not given back; at the host's end */
+#define DXR_HOST_REPORT_MISUSE 2u   /* a call that its contract forbids */
+#define DXR_HOST_REPORT_RISK 3u     /* what may go wrong in another run, as an order of locks */
+#define DXR_HOST_REPORT_RUN 4u      /* the end of a run: deadlock, time over, reboot */
+
+/* Something the host found. One report stands for all that are alike: same kind, same slot, same
+ * caller. */
+typedef struct DxrHostReport {
+    uint32_t kind;    /* DXR_HOST_REPORT_... */
+    uint32_t count;   /* how often */
+    char service[16]; /* "memory", "task", ... */
+    char slot[48];    /* the function that was called, say "DXR_Free"; empty: none */
+    char caller[128]; /* who called it: "function in program+0x1234" */
+    char text[512];   /* what was found, of the first of them */
+} DxrHostReport;
+
+/* Called with each new report, on the thread that caused it, while no lock of the host is held. */
+typedef void (*DxrHostReportSink)(const DxrHostReport *report, void *user);
+
+/* Without a sink, reports are messages of level 1. Null: back to that. */
+DXR_API void DxrHostSetReportSink(DxrHost *host, DxrHostReportSink sink, void *user);
+
+/* How many different reports there are; at most 1000 are kept. */
+DXR_API uint32_t DxrHostGetReportCount(DxrHost *host);
+
+/* Copies report `index`, in the order of their first occurrence. Returns false when there is none.
+ */
+DXR_API bool DxrHostGetReport(DxrHost *host, uint32_t index, DxrHostReport *report);
+
+/* ---- Injected failures ------------------------------------------------------------------ */
+
+/* A point is a step that can be made to fail: "memory.allocate", "file.open", "file.read", ...; each
+ * service names its own in its header. A point draws from a stream of its own, which the seed and
+ * its name begin. Setting a point replaces what was set before; n = 0 or share = 0 ends it. */
+
+/* Lets the n-th step from now on (1 is the next one) fail, and with `onwards` all after it. */
+DXR_API void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards);
+
+/* Lets each step fail with probability `millionths` / 1000000. */
+DXR_API void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths);
+
+/* How many steps the point has seen, and how many failed, since it was set. */
+DXR_API uint64_t DxrHostGetSteps(DxrHost *host, const char *point);
+DXR_API uint64_t DxrHostGetFailures(DxrHost *host, const char *point);
+
+/* ---- Runs over many seeds --------------------------------------------------------------- */
+
+/* A test: runs as a task of a fresh host that is registered. Returns 0 when all is well. */
+typedef uint32_t (*DxrHostBody)(DxrHost *host, void *user);
+
+typedef struct DxrHostExploration {
+    uint32_t runs;   /* that were made */
+    uint32_t result; /* of the failed run's body; 0 when the host ended the run */
+    uint64_t seed;   /* of the failed run */
+    char text[1024]; /* why it failed: the body's result, or the host's report of the end */
+} DxrHostExploration;
+
+/* Runs `body` under the virtual clock, with a host of its own, for the seeds from options->seed on,
+ * at most `seeds` of them; `options` null stands for the defaults, with an end after one hour of
+ * the clock. A run fails when the body returns another value than 0 and when the host ends it: all
+ * tasks wait for each other, or the time is over. Prints the seed and the reason of the first
+ * failed run to standard error; giving that seed with `seeds` 1 repeats it. Tasks that still run
+ * when the body returns are ended. Returns 0 when all runs were well, 1 when one failed, 2 when a
+ * host could not be made. `found` may be null. No host must be registered. */
+DXR_API uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBody body,
+                                void *user, DxrHostExploration *found);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_DEVHOST_HOST_H */

@@ -1,0 +1,71 @@
+/* The host's task service: all eight slots of the Task group.
+ *
+ * A task is a thread that DXR_CreateTask made, or any other thread that asks for events; each has a
+ * number, events of its own and a name. Results are 0 or a number of <errno.h>: EINVAL for wrong
+ * arguments and handles that are none, ECANCELED when the host or the run has ended.
+ *
+ *   DXR_CreateTask(name, entry, argument, priority, options, flag, id)
+ *       name      text, copied, may be null
+ *       entry     a DxrHostTaskEntry, which gets `argument`
+ *       priority  0 to 255; kept for listings
+ *       options   null, or a DxrHostTaskOptions
+ *       flag      0: the task begins at once; 1: with the first event that is written to it
+ *       id        uint32_t *, gets the task's number; may be null
+ *     EINVAL for a null entry or a priority above 255, EAGAIN when no thread can be made (point
+ *     "task.create").
+ *   DXR_DelayTask(ms)                      waits so many milliseconds; 0 lets others run
+ *   DXR_WriteEvent(task, events)           sets bits at a task, by its number; ESRCH when there is
+ *                                          no such task any more
+ *   DXR_ReadEvent(wanted, mode, ms, events)  waits for bits of the calling task. `events`
+ *                                          (uint32_t *, must not be null) gets those that were
+ *                                          taken; they are then no longer set. Mode 0 waits for
+ *                                          any bit of `wanted`; mode 1, which only a call through
+ *                                          the table reaches, for all of them. ETIMEDOUT, and 0 in
+ *                                          `events`, when they did not come within `ms`
+ *                                          milliseconds; 0 looks without waiting,
+ *                                          DXR_HOST_FOREVER waits without end
+ *   DXR_InitMutex(mutex, option)           makes a mutex and stores its handle; `option` is not
+ *                                          looked at. ENOMEM without memory (point "mutex.create")
+ *   DXR_LockMutex(mutex)                   waits for it; EDEADLK, reported, when the thread holds
+ *                                          it already
+ *   DXR_UnlockMutex(mutex)                 EPERM, reported, when the thread does not hold it
+ *   DXR_DestroyMutex(mutex)                EBUSY, reported, while anybody holds it
+ *
+ * Two mutexes that were locked in one order here and in the other there could deadlock: that is
+ * reported, with both places, also when it went well.
+ *
+ * With the virtual clock one task runs at a time, and each of these functions may let another one
+ * run, which the seed chooses. Threads that modules make by themselves are not under that rule: a
+ * run with them does not repeat, and the first that waits is reported. When all tasks wait and
+ * nothing is due, the run ends: a report names who waits for what, and everybody's wait gives
+ * ECANCELED.
+ *
+ * At the host's end tasks are ended where they wait, without their destructors. */
+#ifndef DXR_DEVHOST_SYSTEM_TASK_H
+#define DXR_DEVHOST_SYSTEM_TASK_H
+
+#include "dxr_devhost/host.h"
+
+DXR_EXTERN_C_BEGIN
+
+/* What a task runs. */
+typedef void (*DxrHostTaskEntry)(void *argument);
+
+typedef struct DxrHostTaskOptions {
+    uint32_t size;      /* sizeof(DxrHostTaskOptions) */
+    uint32_t stackSize; /* bytes; 0: the system's default */
+} DxrHostTaskOptions;
+
+/* A time-out that never comes. */
+#define DXR_HOST_FOREVER 0xFFFFFFFFu
+
+/* The number of the calling thread's task. */
+DXR_API uint32_t DxrHostGetTaskId(DxrHost *host);
+
+/* Waits until a task has ended; at most `ms` milliseconds of the host's clock. 0 when it has, or
+ * when there is no such task; ETIMEDOUT; ECANCELED; EDEADLK for the calling task itself. */
+DXR_API uint32_t DxrHostJoinTask(DxrHost *host, uint32_t task, uint32_t ms);
+
+DXR_EXTERN_C_END
+
+#endif /* DXR_DEVHOST_SYSTEM_TASK_H */

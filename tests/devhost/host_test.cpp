@@ -1,0 +1,252 @@
+// The life of a host: options, registration, reports, handles, the end.
+#include "dxr_devhost/host.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "devhost/host_fixture.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using dxrtest::TemporaryDirectory;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+class Host : public dxrtest::RealHost {};
+
+// --- Options
+
+TEST(HostOptions, WrongOnesMakeNoHost) {
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.size -= 1;
+    EXPECT_EQ(DxrHostCreate(&options), nullptr);
+    DxrHostInitOptions(&options);
+    options.clock = 3;
+    EXPECT_EQ(DxrHostCreate(&options), nullptr);
+    DxrHost *const host = DxrHostCreate(nullptr);
+    EXPECT_NE(host, nullptr);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+    EXPECT_EQ(DxrHostDestroy(nullptr, nullptr), 0U);
+}
+
+TEST(HostOptions, ComeFromAFileWithTheSameNames) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Write("host.json", R"({
+        "clock": "stepped", "seed": 7, "startSec": 5000, "workPath": "/tmp/w", "memoryLimit": 100,
+        "printLevel": 6})");
+    std::array<char, 200> error{};
+    DxrHost *const host = DxrHostCreateFromFile(path.c_str(), error.data(), error.size());
+    ASSERT_NE(host, nullptr) << error.data();
+    EXPECT_STREQ(error.data(), "");
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    EXPECT_EQ(DXR_GetCurrSec(), 5000U);
+    std::array<char, 20> work{};
+    EXPECT_EQ(DXR_GetSysWorkPath(work.data(), work.size()), 0U);
+    EXPECT_STREQ(work.data(), "/tmp/w");
+    EXPECT_EQ(DXR_Malloc(9, 101, "", 0), nullptr);
+    EXPECT_EQ(DXR_GetDbgLevel(), 6U);
+    DxrHostDestroy(host, nullptr);
+}
+
+TEST(HostOptions, AFaultyFileIsSaidWithItsPlace) {
+    const TemporaryDirectory directory;
+    const auto problem = [&directory](const std::string &text) {
+        const std::string path = directory.Write("host.json", text);
+        std::array<char, 300> error{};
+        EXPECT_EQ(DxrHostCreateFromFile(path.c_str(), error.data(), error.size()), nullptr);
+        return std::string(error.data()).substr(directory.Path().size() + 1);
+    };
+    EXPECT_EQ(problem("{\n  \"seed\": x\n}"), "host.json:2:11: this is no JSON");
+    EXPECT_EQ(problem("[]"), "host.json: the options are no object");
+    EXPECT_EQ(problem(R"({"sede": 1})"), "host.json: there is no option \"sede\"");
+    EXPECT_EQ(problem(R"({"startSec": 4294967296})"),
+              "host.json: \"startSec\" must be a whole number within its range");
+    EXPECT_EQ(problem(R"({"seed": -1})"),
+              "host.json: \"seed\" must be a whole number within its range");
+    EXPECT_EQ(problem(R"({"workPath": 1})"), "host.json: \"workPath\" must be a text");
+    EXPECT_EQ(problem(R"({"clock": "slow"})"),
+              "host.json: \"clock\" must be \"real\", \"stepped\" or \"virtual\"");
+    std::array<char, 8> error{};
+    EXPECT_EQ(DxrHostCreateFromFile("/nonexistent/host.json", error.data(), 8), nullptr);
+    EXPECT_STREQ(error.data(), "/nonexi") << "cut, and terminated";
+    EXPECT_EQ(DxrHostCreateFromFile("/nonexistent/host.json", nullptr, 0), nullptr);
+    EXPECT_EQ(DxrHostCreateFromFile(nullptr, nullptr, 0), nullptr);
+}
+
+// --- Registration
+
+TEST(HostRegistration, SlotsReachTheRegisteredOne) {
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_STEPPED;
+    options.startSec = 100;
+    DxrHost *const one = DxrHostCreate(&options);
+    options.startSec = 200;
+    DxrHost *const two = DxrHostCreate(&options);
+    EXPECT_EQ(DxrHostGet(), nullptr);
+    EXPECT_EQ(DxrHostRegister(one), 0U);
+    EXPECT_EQ(DxrHostGet(), one);
+    EXPECT_EQ(DXR_GetCurrSec(), 100U);
+    EXPECT_EQ(DxrHostRegister(two), 0U);
+    EXPECT_EQ(DXR_GetCurrSec(), 200U);
+    EXPECT_EQ(DxrHostDestroy(one, nullptr), 0U);
+    EXPECT_EQ(DXR_GetCurrSec(), 200U) << "the other one's end changes nothing";
+    EXPECT_EQ(DxrHostRegister(nullptr), 0U);
+    EXPECT_EQ(DXR_GetCurrSec(), 0U) << "the table is empty";
+    EXPECT_EQ(DxrHostDestroy(two, nullptr), 0U);
+    EXPECT_EQ(DxrHostGet(), nullptr);
+}
+
+TEST(HostRegistration, CallsAfterTheEndGiveFailureValues) {
+    DxrHooks kept;
+    DxrHostFillHooks(&kept);
+    DxrHostDestroy(DxrHostCreate(nullptr), nullptr);
+    const uint64_t before = DxrHostGetLateCalls();
+    testing::internal::CaptureStderr();
+    void *mutex = nullptr;
+    EXPECT_EQ(kept.memory.allocate(9, 8, "", 0), nullptr);
+    kept.memory.release(&mutex, "", 0);
+    EXPECT_EQ(kept.task.initMutex(&mutex, nullptr), static_cast<uint32_t>(ECANCELED));
+    EXPECT_EQ(kept.task.delayTask(1000), static_cast<uint32_t>(ECANCELED));
+    EXPECT_EQ(kept.list.createSll(), nullptr);
+    kept.print.print(1, "%s", "nowhere");
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(DxrHostGetLateCalls(), before + 6);
+    if (before == 0) {
+        EXPECT_THAT(said,
+                    MatchesRegex("dxr: no host is registered: DXR_Malloc by .*host_test.*\n"));
+    }
+}
+
+// --- Handles
+
+TEST_F(Host, BadHandlesGiveTheFailureValueAndOneReport) {
+    void *mutex = nullptr;
+    ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    void *const list = DXR_CreateSll();
+    int other = 0;
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(DXR_LockMutex(&other), static_cast<uint32_t>(EINVAL));
+    }
+    EXPECT_EQ(DXR_LockMutex(nullptr), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_LockMutex(list), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
+    EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<uint32_t>(EINVAL));
+    ASSERT_EQ(reports.size(), 4U);
+    EXPECT_STREQ(reports[0].text, "an address that is no mutex");
+    EXPECT_STREQ(reports[0].service, "task");
+    EXPECT_STREQ(reports[0].slot, "DXR_LockMutex");
+    EXPECT_THAT(reports[0].caller, HasSubstr("devhost_host_test"));
+    EXPECT_STREQ(reports[1].text, "null is no mutex");
+    EXPECT_STREQ(reports[2].text, "a list is no mutex");
+    EXPECT_THAT(reports[3].text,
+                MatchesRegex("a freed mutex, made by DXR_InitMutex by .*host_test.*, freed by "
+                             "DXR_DestroyMutex by .*host_test.*"));
+    DxrHostReport first{};
+    EXPECT_TRUE(DxrHostGetReport(host, 0, &first));
+    EXPECT_EQ(first.count, 3U) << "alike ones are counted";
+    EXPECT_EQ(DxrHostGetReportCount(host), 4U);
+    EXPECT_FALSE(DxrHostGetReport(host, 4, &first));
+    DXR_DestroySll(list);
+}
+
+TEST_F(Host, HandlesOfAnotherHostAreForeign) {
+    void *mutex = nullptr;
+    ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    DxrHost *const another = DxrHostCreate(nullptr);
+    DxrHostSetPrintFile(another, nullptr, 0, nullptr);
+    DxrHostRegister(another);
+    EXPECT_EQ(DXR_LockMutex(mutex), static_cast<uint32_t>(EINVAL));
+    DxrHostReport report{};
+    EXPECT_TRUE(DxrHostGetReport(another, 0, &report));
+    EXPECT_STREQ(report.text, "a handle of another host");
+    DxrHostDestroy(another, nullptr);
+    DxrHostRegister(host);
+    EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
+}
+
+TEST_F(Host, WithoutASinkReportsAreMessages) {
+    DxrHostSetReportSink(host, nullptr, nullptr);
+    EXPECT_EQ(DXR_LockMutex(nullptr), static_cast<uint32_t>(EINVAL));
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].first, 1U);
+    EXPECT_THAT(messages[0].second,
+                MatchesRegex("task: DXR_LockMutex by .*host_test.*: null is no mutex"));
+}
+
+// --- The end
+
+TEST_F(Host, TheEndListsWhatIsLeftBehind) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Write("data", "x");
+    DxrHostSetWorkPath(host, directory.Path().c_str());
+    void *mutex = nullptr;
+    ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    ASSERT_EQ(DXR_LockMutex(mutex), 0U);
+    ASSERT_NE(DXR_FOpen(path.c_str(), "rb"), nullptr);
+    int data = 0;
+    DXR_AddSll(DXR_CreateSll(), &data, 0);
+    ASSERT_NE(DXR_Malloc(9, 5, "m.c", 3), nullptr);
+    std::FILE *const out = std::fopen(directory.Path("report").c_str(), "w");
+    EXPECT_EQ(DxrHostDestroy(std::exchange(host, nullptr), out), 4U);
+    std::fclose(out);
+    const std::string text = directory.Read("report");
+    EXPECT_THAT(text, HasSubstr("memory: left behind: 5 bytes of module 9 from m.c:3\n"));
+    EXPECT_THAT(text, HasSubstr("system: left behind: file " + path + ", made by DXR_FOpen by "));
+    EXPECT_THAT(text, HasSubstr("task: left behind: mutex 1, locked by "));
+    EXPECT_THAT(text, HasSubstr("list: left behind: list of 1 nodes, made by DXR_CreateSll by "));
+}
+
+TEST_F(Host, EndsNotFromWithinItsOwnCalls) {
+    struct Inner {
+        DxrHost *host;
+        uint32_t result;
+    } inner{host, 0};
+    DxrHostSetPrintSink(
+        host,
+        [](uint32_t, const char *, void *user) {
+            auto *const in = static_cast<Inner *>(user);
+            in->result = DxrHostDestroy(in->host, nullptr);
+        },
+        &inner, 6);
+    DXR_GetPrintHooks()->print(1, "%s", "x");
+    EXPECT_EQ(inner.result, UINT32_MAX);
+    EXPECT_EQ(DxrHostGet(), host);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre("a host cannot be ended by its own task or from within its call"));
+}
+
+TEST_F(Host, EndsWhileThreadsCallIt) {
+    for (int round = 0; round < 20; ++round) {
+        DxrHooks kept;
+        DxrHostFillHooks(&kept);
+        std::atomic<bool> stop{false};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 3; ++i) {
+            threads.emplace_back([&kept, &stop] {
+                while (!stop) {
+                    void *const block = kept.memory.allocate(9, 16, "", 0);
+                    kept.memory.release(block, "", 0);
+                }
+            });
+        }
+        End();
+        Begin();
+        End();
+        stop = true;
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        Begin();
+    }
+}
+
+}  // namespace

@@ -1,0 +1,340 @@
+// The host's memory service, by the sentences of its header.
+#include "dxr_devhost/memory.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "devhost/host_fixture.h"
+#include "support/test_host.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using dxrtest::TemporaryDirectory;
+
+class HostMemory : public dxrtest::RealHost {
+  protected:
+    // The text of the only misuse that was reported.
+    [[nodiscard]] std::string Misuse() const {
+        const auto texts = Texts(DXR_HOST_REPORT_MISUSE);
+        EXPECT_EQ(texts.size(), 1U);
+        return texts.empty() ? "" : texts[0];
+    }
+};
+
+std::vector<uint64_t> Numbers(const DxrHostMemoryAccount &account) {
+    return {account.mid,       account.blocksLive,  account.bytesLive, account.blocksPeak,
+            account.bytesPeak, account.blocksTotal, account.bytesTotal};
+}
+
+using Account = std::vector<uint64_t>;
+
+TEST_F(HostMemory, AccountsByModuleIdentifier) {
+    void *const a = DXR_Malloc(9, 100, "a.cpp", 1);
+    void *const b = DXR_Malloc(9, 50, "b.cpp", 2);
+    void *const c = DXR_Malloc(0, 7, "c.cpp", 3);
+    EXPECT_EQ(Numbers(DxrHostGetMemoryAccount(host, 9)), (Account{9, 2, 150, 2, 150, 2, 150}));
+    DXR_Free(a, "a.cpp", 4);
+    EXPECT_EQ(Numbers(DxrHostGetMemoryAccount(host, 9)), (Account{9, 1, 50, 2, 150, 2, 150}));
+    void *const d = DXR_Malloc(9, 60, "d.cpp", 5);
+    EXPECT_EQ(Numbers(DxrHostGetMemoryAccount(host, 9)), (Account{9, 2, 110, 2, 150, 3, 210}));
+    EXPECT_EQ(Numbers(DxrHostGetMemoryAccount(host, 0)), (Account{0, 1, 7, 1, 7, 1, 7}));
+    EXPECT_EQ(Numbers(DxrHostGetMemoryAccount(host, 5)), (Account{5, 0, 0, 0, 0, 0, 0}));
+    for (void *const block : {b, c, d}) {
+        DXR_Free(block, "", 0);
+    }
+    EXPECT_EQ(Numbers(DxrHostGetMemoryAccount(host, 9)), (Account{9, 0, 0, 2, 150, 3, 210}));
+    EXPECT_EQ(DxrHostReportLeaks(host, nullptr), 0U);
+}
+
+TEST_F(HostMemory, ListsTheAccountsAscendingAndWithinTheirRoom) {
+    EXPECT_EQ(DxrHostGetMemoryAccounts(host, nullptr, 0), 0U);
+    std::vector<void *> blocks;
+    for (const uint32_t mid : {7U, 0xFFFFFFFFU, 0U}) {
+        blocks.push_back(DXR_Malloc(mid, 8, "", 0));
+    }
+    std::array<DxrHostMemoryAccount, 3> accounts{};
+    accounts[2].mid = 1234;
+    EXPECT_EQ(DxrHostGetMemoryAccounts(host, accounts.data(), 2), 3U);
+    EXPECT_EQ(accounts[0].mid, 0U);
+    EXPECT_EQ(accounts[1].mid, 7U);
+    EXPECT_EQ(accounts[2].mid, 1234U) << "outside the room";
+    EXPECT_EQ(DxrHostGetMemoryAccounts(host, accounts.data(), 3), 3U);
+    EXPECT_EQ(accounts[2].mid, 0xFFFFFFFFU);
+    for (void *const block : blocks) {
+        DXR_Free(block, "", 0);
+    }
+}
+
+TEST_F(HostMemory, ReportsLeaksInTheOrderOfAllocation) {
+    std::vector<void *> blocks;
+    for (uint32_t i = 1; i <= 20; ++i) {
+        blocks.push_back(DXR_Malloc(9, i, "src/dxr/api/dxr_utils.cpp", 100 + i));
+    }
+    for (size_t i = 2; i < blocks.size(); ++i) {
+        DXR_Free(blocks[i], "", 0);
+    }
+    const TemporaryDirectory directory;
+    std::FILE *const file = std::fopen(directory.Path("leaks").c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(DxrHostReportLeaks(host, file), 2U);
+    std::fclose(file);
+    EXPECT_EQ(directory.Read("leaks"),
+              "mid 9: 1 bytes from src/dxr/api/dxr_utils.cpp:101\n"
+              "mid 9: 2 bytes from src/dxr/api/dxr_utils.cpp:102\n");
+    DXR_Free(blocks[0], "", 0);
+    DXR_Free(blocks[1], "", 0);
+}
+
+TEST_F(HostMemory, AccountsHoldUnderThreads) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 2000;
+    std::vector<std::thread> threads;
+    for (uint32_t mid = 0; mid < kThreads; ++mid) {
+        threads.emplace_back([mid] {
+            for (int i = 0; i < kRounds; ++i) {
+                void *const block = DXR_Malloc(mid % 2, 16, "a.cpp", 1);
+                std::memset(block, 0x5A, 16);
+                DXR_Free(block, "a.cpp", 2);
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (const uint32_t mid : {0U, 1U}) {
+        const DxrHostMemoryAccount account = DxrHostGetMemoryAccount(host, mid);
+        EXPECT_EQ(account.blocksLive, 0U);
+        EXPECT_EQ(account.bytesLive, 0U);
+        EXPECT_EQ(account.blocksTotal, 2U * kRounds);
+        EXPECT_LE(account.blocksPeak, 2U);
+    }
+}
+
+TEST_F(HostMemory, BlocksAreAlignedAndApart) {
+    std::mt19937_64 random(dxrtest::Seed());
+    struct Block {
+        unsigned char *bytes;
+        uint32_t size;
+        unsigned char fill;
+    };
+    std::vector<Block> blocks;
+    for (int step = 0; step < 20000; ++step) {
+        if (blocks.size() < 500 && random() % 3 != 0) {
+            const auto size =
+                static_cast<uint32_t>(1 + random() % (random() % 8 == 0 ? 20000 : 200));
+            auto *const bytes = static_cast<unsigned char *>(DXR_Malloc(3, size, "m.cpp", 1));
+            ASSERT_NE(bytes, nullptr);
+            ASSERT_EQ(reinterpret_cast<uintptr_t>(bytes) % 16, 0U);
+            const auto fill = static_cast<unsigned char>(random());
+            std::memset(bytes, fill, size);
+            blocks.push_back({bytes, size, fill});
+        } else if (!blocks.empty()) {
+            const size_t at = random() % blocks.size();
+            const Block block = blocks[at];
+            blocks[at] = blocks.back();
+            blocks.pop_back();
+            for (uint32_t i = 0; i < block.size; ++i) {
+                ASSERT_EQ(block.bytes[i], block.fill);
+            }
+            DXR_Free(block.bytes, "m.cpp", 2);
+        }
+    }
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 3).blocksLive, blocks.size());
+    for (const Block &block : blocks) {
+        DXR_Free(block.bytes, "m.cpp", 3);
+    }
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 3).bytesLive, 0U);
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(HostMemory, AForeignReleaseIsCountedAndReportedAndHarmless) {
+    int outside = 0;
+    void *const block = DXR_Malloc(9, 8, "a.cpp", 1);
+    DXR_Free(&outside, "b.cpp", 7);
+    EXPECT_EQ(DxrHostGetBadReleases(host), 1U);
+    EXPECT_EQ(Misuse(), "released at b.cpp:7: an address that is not the host's");
+    EXPECT_STREQ(reports[0].slot, "DXR_Free");
+    EXPECT_NE(std::string(reports[0].caller).find("devhost_memory_test"), std::string::npos)
+        << reports[0].caller;
+    DXR_Free(block, "", 0);
+    DXR_Free(nullptr, "", 0);
+    EXPECT_EQ(DxrHostGetBadReleases(host), 1U);
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).blocksLive, 0U);
+}
+
+TEST_F(HostMemory, AnAddressWithinABlockIsNone) {
+    auto *const block = static_cast<char *>(DXR_Malloc(9, 80, "a.cpp", 1));
+    DXR_Free(block + 16, "b.cpp", 7);
+    EXPECT_EQ(Misuse(),
+              "released at b.cpp:7: an address within the host's memory that is no block");
+    DXR_Free(block, "", 0);
+    EXPECT_EQ(DxrHostGetBadReleases(host), 1U);
+}
+
+TEST_F(HostMemory, ASecondReleaseNamesAllThreeSites) {
+    for (const uint32_t size : {40U, 40000U}) {
+        reports.clear();
+        void *const block = DXR_Malloc(9, size, "a.cpp", 1);
+        DXR_Free(block, "b.cpp", 2);
+        DXR_Free(block, "c.cpp", 3);
+        EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).blocksLive, 0U);
+        if (size == 40) {
+            EXPECT_EQ(Misuse(),
+                      "released at c.cpp:3: a block that was released at b.cpp:2, allocated at "
+                      "a.cpp:1");
+        }
+    }
+    EXPECT_EQ(DxrHostGetBadReleases(host), 2U);
+}
+
+TEST_F(HostMemory, AReleasedBlockIsGivenOutAgainOnlyAfterOthers) {
+    void *const first = DXR_Malloc(9, 40, "a.cpp", 1);
+    DXR_Free(first, "a.cpp", 2);
+    for (int i = 0; i < 20; ++i) {
+        void *const block = DXR_Malloc(9, 40, "a.cpp", 3);
+        EXPECT_NE(block, first) << i;
+        DXR_Free(block, "a.cpp", 4);
+    }
+}
+
+TEST_F(HostMemory, BytesWrittenBeyondABlockAreFound) {
+    for (const uint32_t size : {1U, 16U, 100U, 5000U, 50000U}) {
+        for (const int64_t offset :
+             {int64_t{-1}, int64_t{-16}, int64_t{size}, int64_t{size} + 15}) {
+            reports.clear();
+            End();
+            Begin();
+            auto *const block = static_cast<unsigned char *>(DXR_Malloc(9, size, "a.cpp", 1));
+            block[offset] ^= 1;
+            DXR_Free(block, "b.cpp", 2);
+            EXPECT_EQ(Misuse(),
+                      "a block allocated at a.cpp:1 and released at b.cpp:2 was written before its "
+                      "begin or after its end")
+                << size << " " << offset;
+        }
+    }
+}
+
+TEST_F(HostMemory, AccountsBySite) {
+    void *const a = DXR_Malloc(9, 100, "a.cpp", 1);
+    void *const b = DXR_Malloc(9, 50, "a.cpp", 1);
+    void *const c = DXR_Malloc(8, 70000, "a.cpp", 1);
+    DXR_Free(a, "z.cpp", 9);
+    std::array<DxrHostMemorySite, 3> sites{};
+    ASSERT_EQ(DxrHostGetMemorySites(host, sites.data(), 3), 2U);
+    EXPECT_EQ(sites[0].mid, 9U);
+    EXPECT_EQ(sites[0].line, 1U);
+    EXPECT_STREQ(sites[0].file, "a.cpp");
+    EXPECT_EQ(sites[0].blocksLive, 1U);
+    EXPECT_EQ(sites[0].bytesLive, 50U);
+    EXPECT_EQ(sites[0].blocksTotal, 2U);
+    EXPECT_EQ(sites[0].bytesTotal, 150U);
+    EXPECT_EQ(sites[1].mid, 8U);
+    EXPECT_EQ(sites[1].bytesLive, 70000U);
+    DXR_Free(b, "z.cpp", 9);
+    DXR_Free(c, "z.cpp", 9);
+}
+
+TEST_F(HostMemory, TextsOfFilesMayChangeAfterTheCall) {
+    std::array<char, 8> file = {"a.cpp"};
+    void *const a = DXR_Malloc(9, 1, file.data(), 1);
+    file[0] = 'b';
+    void *const b = DXR_Malloc(9, 2, file.data(), 1);
+    std::array<DxrHostMemorySite, 2> sites{};
+    ASSERT_EQ(DxrHostGetMemorySites(host, sites.data(), 2), 2U);
+    EXPECT_STREQ(sites[0].file, "a.cpp");
+    EXPECT_STREQ(sites[1].file, "b.cpp");
+    DXR_Free(a, "", 0);
+    DXR_Free(b, "", 0);
+}
+
+TEST_F(HostMemory, TheLimitHoldsForAllModulesTogether) {
+    DxrHostSetMemoryLimit(host, 100);
+    void *const a = DXR_Malloc(1, 60, "a.cpp", 1);
+    EXPECT_EQ(DXR_Malloc(2, 41, "a.cpp", 1), nullptr);
+    void *const b = DXR_Malloc(2, 40, "a.cpp", 1);
+    EXPECT_NE(b, nullptr);
+    DXR_Free(a, "", 0);
+    void *const c = DXR_Malloc(3, 60, "a.cpp", 1);
+    EXPECT_NE(c, nullptr);
+    DXR_Free(b, "", 0);
+    DXR_Free(c, "", 0);
+}
+
+TEST_F(HostMemory, TheNthAllocationFails) {
+    DxrHostFailNth(host, "memory.allocate", 3, false);
+    std::vector<void *> blocks;
+    for (int i = 1; i <= 5; ++i) {
+        void *const block = DXR_Malloc(9, 8, "a.cpp", 1);
+        EXPECT_EQ(block == nullptr, i == 3);
+        blocks.push_back(block);
+    }
+    EXPECT_EQ(DxrHostGetSteps(host, "memory.allocate"), 5U);
+    EXPECT_EQ(DxrHostGetFailures(host, "memory.allocate"), 1U);
+    DxrHostFailNth(host, "memory.allocate", 2, true);
+    for (int i = 1; i <= 5; ++i) {
+        void *const block = DXR_Malloc(9, 8, "a.cpp", 1);
+        EXPECT_EQ(block == nullptr, i >= 2);
+        blocks.push_back(block);
+    }
+    for (void *const block : blocks) {
+        DXR_Free(block, "", 0);
+    }
+    EXPECT_EQ(DxrHostReportLeaks(host, nullptr), 0U);
+}
+
+TEST_F(HostMemory, AShareOfTheAllocationsFailsTheSameEachTime) {
+    std::vector<std::string> runs;
+    for (int run = 0; run < 3; ++run) {
+        End();
+        options.seed = run < 2 ? 5 : 6;
+        Begin();
+        DxrHostFailShare(host, "memory.allocate", 250000);
+        std::string failed;
+        for (int i = 0; i < 4000; ++i) {
+            void *const block = DXR_Malloc(9, 8, "a.cpp", 1);
+            failed += block == nullptr ? 'x' : '.';
+            DXR_Free(block, "", 0);
+        }
+        runs.push_back(failed);
+        const auto share = std::count(failed.begin(), failed.end(), 'x');
+        EXPECT_GT(share, 800);
+        EXPECT_LT(share, 1200);
+    }
+    EXPECT_EQ(runs[0], runs[1]);
+    EXPECT_NE(runs[0], runs[2]);
+}
+
+TEST_F(HostMemory, LeftoversNameModuleAndSite) {
+    (void)DXR_Malloc(9, 100, "a.cpp", 1);
+    (void)DXR_Malloc(7, 50000, "b.cpp", 2);
+    EXPECT_EQ(End(), 2U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_LEFTOVER),
+              (std::vector<std::string>{"left behind: 100 bytes of module 9 from a.cpp:1",
+                                        "left behind: 50000 bytes of module 7 from b.cpp:2"}));
+}
+
+TEST_F(HostMemory, BlocksMayBeReleasedByOtherThreads) {
+    constexpr int kBlocks = 3000;
+    for (int round = 0; round < 3; ++round) {
+        std::vector<void *> blocks;
+        std::thread([&blocks] {
+            for (int i = 0; i < kBlocks; ++i) {
+                blocks.push_back(DXR_Malloc(4, 24, "a.cpp", 1));
+            }
+        }).join();
+        for (void *const block : blocks) {
+            DXR_Free(block, "b.cpp", 1);
+        }
+    }
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 4).blocksLive, 0U);
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 4).blocksTotal, 3U * kBlocks);
+}
+
+}  // namespace
