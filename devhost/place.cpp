@@ -61,19 +61,31 @@ const Range &HostCode() {
     return range;
 }
 
+// Calls `visit` with the frames of this thread's stack that called the host or the library, the
+// latest first, until it gives false. What a sanitizer puts before the host's own frames is none.
+template <typename Visit>
+void ForEachCaller(Visit visit) {
+    std::array<void *, 32> frames{};
+    const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
+    bool hasBegun = false;
+    for (int i = 0; i < count; ++i) {
+        const void *const frame = frames[static_cast<size_t>(i)];
+        const bool isOurs = LibraryCode().Holds(frame) || HostCode().Holds(frame);
+        hasBegun = hasBegun || isOurs;
+        if (hasBegun && !isOurs && frame != nullptr && !visit(frame)) {
+            return;
+        }
+    }
+}
+
 }  // namespace
 
 const void *ModuleCaller(const void *address) {
-    if (!LibraryCode().Holds(address)) {
-        return address;
-    }
-    std::array<void *, 32> frames{};
-    const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
-    for (int i = 0; i < count; ++i) {
-        const void *const frame = frames[static_cast<size_t>(i)];
-        if (frame != nullptr && !LibraryCode().Holds(frame) && !HostCode().Holds(frame)) {
-            return frame;
-        }
+    if (LibraryCode().Holds(address)) {
+        ForEachCaller([&address](const void *frame) {
+            address = frame;
+            return false;
+        });
     }
     return address;
 }
@@ -100,6 +112,15 @@ std::string Describe(const void *address) {
     (void)std::snprintf(text.data(), text.size(), "%s%s%s+0x%llx", isWithin ? info.dli_sname : "",
                         isWithin ? " in " : "", module, static_cast<unsigned long long>(offset));
     return text.data();
+}
+
+std::string BackTrace() {
+    std::string text;
+    ForEachCaller([&text](const void *frame) {
+        text += "; called by " + Describe(frame);
+        return true;
+    });
+    return text;
 }
 
 std::string Describe(const Place &place) {

@@ -2,10 +2,16 @@
 
 #include <array>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <deque>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "host.h"
 #include "print.h"
@@ -15,7 +21,13 @@ namespace {
 
 constexpr const char *kService = "print";
 constexpr uint32_t kLevelFailure = 1;
+constexpr uint32_t kLevelEvent = 3;
+constexpr uint32_t kLevelInformation = 6;
 constexpr size_t kTextRoom = 4096;
+constexpr size_t kMostMilestones = 256;
+constexpr size_t kOutputs = 4;
+constexpr uint32_t kMostEntries = 65536;
+constexpr uint32_t kFailure = 1;
 
 // Where messages go: to a function or to a file.
 struct PrintTarget {
@@ -31,23 +43,164 @@ struct DiagTarget {
     std::FILE *file = stdout;
 };
 
+struct EventTarget {
+    DxrHostEventSink sink = nullptr;
+    void *user = nullptr;
+};
+
+// A filter of lines, known by a key each.
+struct LogFilter {
+    struct Line {
+        uint64_t sinceNs = 0;
+        uint64_t suppressed = 0;
+        uint64_t order = 0;
+    };
+
+    uint32_t entries = 0;
+    uint64_t ns = 0;
+    std::string file;
+    std::map<std::string, Line, std::less<>> lines;
+    std::map<uint64_t, std::string> byAge;
+    uint64_t lastOrder = 0;
+    uint64_t passed = 0;
+    uint64_t suppressed = 0;
+
+    // Tells whether a line with that key is to be written.
+    bool Passes(std::string_view key, uint64_t now) {
+        const auto found = lines.find(key);
+        if (found != lines.end() && now - found->second.sinceNs < ns) {
+            ++found->second.suppressed;
+            ++suppressed;
+            return false;
+        }
+        ++passed;
+        if (found != lines.end()) {
+            byAge.erase(found->second.order);
+            found->second.sinceNs = now;
+            found->second.order = ++lastOrder;
+        } else {
+            if (lines.size() == entries) {
+                lines.erase(byAge.begin()->second);
+                byAge.erase(byAge.begin());
+            }
+            lines.emplace(std::string(key), Line{now, 0, ++lastOrder});
+        }
+        byAge.emplace(lastOrder, key);
+        return true;
+    }
+};
+
+// The file that messages also go to; full ones are renamed.
+class LogFile {
+  public:
+    explicit LogFile(const Options &options)
+        : path_(options.logFile), most_(options.logFileBytes), kept_(options.logFileCount) {}
+    ~LogFile() { Close(); }
+    LogFile(const LogFile &) = delete;
+    LogFile &operator=(const LogFile &) = delete;
+    LogFile(LogFile &&) = delete;
+    LogFile &operator=(LogFile &&) = delete;
+
+    void Write(const std::string &line) {
+        if (path_.empty()) {
+            return;
+        }
+        const std::lock_guard lock(mutex_);
+        if (file_ != nullptr && most_ != 0 && written_ + line.size() > most_) {
+            Close();
+            Rotate();
+        }
+        if (file_ == nullptr && !Open()) {
+            return;
+        }
+        written_ += std::fwrite(line.data(), 1, line.size(), file_);
+        (void)std::fflush(file_);
+    }
+
+  private:
+    bool Open() {
+        file_ = std::fopen(path_.c_str(), "ae");
+        if (file_ != nullptr) {
+            (void)std::fseek(file_, 0, SEEK_END);
+            written_ = static_cast<uint64_t>(std::ftell(file_));
+        }
+        return file_ != nullptr;
+    }
+
+    void Close() {
+        if (file_ != nullptr) {
+            (void)std::fclose(file_);
+            file_ = nullptr;
+        }
+    }
+
+    // name.2 becomes name.3, name.1 name.2, name name.1; the oldest goes.
+    void Rotate() {
+        if (kept_ == 0) {
+            (void)std::remove(path_.c_str());
+            return;
+        }
+        const auto name = [this](uint32_t number) {
+            return number == 0 ? path_ : path_ + "." + std::to_string(number);
+        };
+        for (uint32_t number = kept_; number > 0; --number) {
+            (void)std::rename(name(number - 1).c_str(), name(number).c_str());
+        }
+    }
+
+    const std::string path_;
+    const uint64_t most_;
+    const uint32_t kept_;
+    std::mutex mutex_;
+    std::FILE *file_ = nullptr;
+    uint64_t written_ = 0;
+};
+
 class PrintService : public Service {
   public:
     explicit PrintService(Host &host)
         : Service(host),
           maxLevel(host.options.printLevel),
           logDirectory(host.options.logDirectory),
-          writeFails(host.chance.Point("file.write")) {}
+          logFile(host.options),
+          writeFails(host.chance.Point("file.write")),
+          registerFails(host.chance.Point("filter.register")) {
+        isOn.fill(true);
+    }
+
+    void ReportLeftovers() override {
+        for (const auto &[handle, filter] : filters) {
+            TheHost().ReportLeftover(kService, TheHost().handles.MadeAt(handle),
+                                     "log filter " + filter->file);
+        }
+    }
+
+    void Note(const char *text) {
+        DxrHostMilestone milestone{};
+        milestone.ns = TheHost().scheduler.clock.NowNs();
+        (void)std::snprintf(milestone.text, sizeof(milestone.text), "%s", text);
+        const std::lock_guard lock(mutex);
+        milestones.push_back(milestone);
+        if (milestones.size() > kMostMilestones) {
+            milestones.pop_front();
+        }
+    }
+
+    bool IsOn(uint32_t kind) {
+        const std::lock_guard lock(mutex);
+        return isOn[kind];
+    }
 
     void Deliver(uint32_t level, const char *text) {
         PrintTarget target;
         {
             const std::lock_guard lock(mutex);
-            if (level > maxLevel) {
+            if (level > maxLevel || !isOn[DXR_HOST_OUTPUT_MESSAGES]) {
                 return;
             }
             target = print;
         }
+        logFile.Write("[" + std::to_string(level) + "] " + text + "\n");
         if (target.sink != nullptr) {
             target.sink(level, text, target.user);
         } else if (target.file != nullptr) {
@@ -59,6 +212,9 @@ class PrintService : public Service {
         DiagTarget target;
         {
             const std::lock_guard lock(mutex);
+            if (!isOn[DXR_HOST_OUTPUT_DIAG]) {
+                return;
+            }
             target = diag;
         }
         if (target.sink != nullptr) {
@@ -90,7 +246,13 @@ class PrintService : public Service {
     PrintTarget print;
     DiagTarget diag;
     std::string logDirectory;
+    EventTarget events;
+    std::array<bool, kOutputs> isOn{};
+    std::deque<DxrHostMilestone> milestones;
+    std::map<const void *, std::unique_ptr<LogFilter>> filters;
+    LogFile logFile;
     FaultPoint &writeFails;
+    FaultPoint &registerFails;
 };
 
 PrintService &StateOf(Host &host) {
@@ -181,6 +343,9 @@ uint32_t SetDbgLevel(uint32_t level) {
         return 1;
     }
     PrintService &state = StateOf(*call);
+    if (!state.IsOn(DXR_HOST_OUTPUT_PRIVATE_LOGS)) {
+        return 0;
+    }
     std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> piece;
     std::va_list args;
     va_start(args, format);
@@ -191,6 +356,238 @@ uint32_t SetDbgLevel(uint32_t level) {
         state.Deliver(kLevelFailure, ("private log " + path + " cannot be written").c_str());
         return 1;
     }
+    return 0;
+}
+
+uint32_t EnableLogOutput(uint32_t kind, uint32_t on) {
+    const Call call("DXR_EnableLogOutput");
+    if (!call || kind >= kOutputs) {
+        return kFailure;
+    }
+    PrintService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    state.isOn[kind] = on != 0;
+    return 0;
+}
+
+uint32_t WriteEventLog(void *event) {
+    const Call call("DXR_WriteEventLog");
+    if (!call) {
+        return kFailure;
+    }
+    DxrHostEvent given;
+    if (event == nullptr ||
+        (std::memcpy(&given, event, sizeof(given)), given.size != sizeof(given))) {
+        call.Misuse(kService, "no event");
+        return kFailure;
+    }
+    PrintService &state = StateOf(*call);
+    EventTarget target;
+    {
+        const std::lock_guard lock(state.mutex);
+        if (!state.isOn[DXR_HOST_OUTPUT_EVENTS]) {
+            return 0;
+        }
+        target = state.events;
+    }
+    if (target.sink != nullptr) {
+        target.sink(&given, target.user);
+    } else {
+        state.Deliver(kLevelEvent, ("event " + std::to_string(given.id) + " level " +
+                                    std::to_string(given.level) + ": " +
+                                    (given.text != nullptr ? given.text : ""))
+                                       .c_str());
+    }
+    return 0;
+}
+
+uint32_t ReportAssert(void *value, uint32_t line) {
+    const Call call("DXR_Assert");
+    if (!call) {
+        return kFailure;
+    }
+    std::array<char, 64> head{};
+    (void)std::snprintf(head.data(), head.size(), "assertion of 0x%llx at %u",
+                        static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(value)), line);
+    call.Misuse(kService, "assertion", head.data() + BackTrace());
+    return 0;
+}
+
+uint32_t RecordWarmRebootMileStone(void *text) {
+    const Call call("DXR_RecordWarmRebootMileStone");
+    if (!call) {
+        return kFailure;
+    }
+    if (text == nullptr) {
+        call.Misuse(kService, "a null text");
+        return kFailure;
+    }
+    StateOf(*call).Note(static_cast<const char *>(text));
+    return 0;
+}
+
+// --- Slots: log filters
+
+// Registers a filter; null when the registration is none, or without memory.
+void *Register(const Call &call, const void *registration, const char *file) {
+    DxrHostLogFilter given;
+    if (registration == nullptr ||
+        (std::memcpy(&given, registration, sizeof(given)),
+         given.size != sizeof(given) || given.entries == 0 || given.entries > kMostEntries)) {
+        call.Misuse(kService, "no registration of a log filter");
+        return nullptr;
+    }
+    PrintService &state = StateOf(*call);
+    if (state.registerFails.Fails()) {
+        return nullptr;
+    }
+    const char *const name = file != nullptr ? file : given.file;
+    auto filter = std::make_unique<LogFilter>();
+    filter->entries = given.entries;
+    filter->ns = given.seconds * kNsPerSec;
+    filter->file = name != nullptr ? name : "";
+    const std::lock_guard lock(state.mutex);
+    void *const handle = call->handles.Make(HandleType::kLogFilter, filter.get(), call.At());
+    if (handle != nullptr) {
+        state.filters.emplace(handle, std::move(filter));
+    }
+    return handle;
+}
+
+uint32_t LogFilterRegister(void *registration) {
+    const Call call("DXR_LOGFILTER_Register");
+    void *const handle = call ? Register(call, registration, nullptr) : nullptr;
+    if (handle == nullptr) {
+        return kFailure;
+    }
+    std::memcpy(static_cast<std::byte *>(registration) + offsetof(DxrHostLogFilter, handle),
+                &handle, sizeof(handle));
+    return 0;
+}
+
+uint32_t LogFilterRegisterForFramework(uint32_t number, void *file, void *registration,
+                                       void *handle) {
+    const Call call("DXR_LOGFILTER_RegisterDiffLogForFramework");
+    if (!call) {
+        return kFailure;
+    }
+    if (handle == nullptr) {
+        call.Misuse(kService, "a null pointer");
+        return kFailure;
+    }
+    const std::string name = "framework " + std::to_string(number);
+    void *const made =
+        Register(call, registration, file != nullptr ? static_cast<char *>(file) : name.c_str());
+    if (made != nullptr) {
+        std::memcpy(handle, &made, sizeof(made));
+    }
+    return made != nullptr ? 0 : kFailure;
+}
+
+// Calls `use` with the filter of a handle, under the lock. False, and a report, for other handles.
+template <typename Use>
+bool WithFilter(const Call &call, const void *handle, Use use) {
+    {
+        PrintService &state = StateOf(*call);
+        const std::lock_guard lock(state.mutex);
+        const auto found = state.filters.find(handle);
+        if (found != state.filters.end()) {
+            use(*found->second);
+            return true;
+        }
+    }
+    (void)call.Find<LogFilter>(kService, handle, HandleType::kLogFilter);
+    return false;
+}
+
+uint32_t LogFilterDestroy(void *handle) {
+    const Call call("DXR_LOGFILTER_Destroy");
+    if (!call || call.End<LogFilter>(kService, handle, HandleType::kLogFilter) == nullptr) {
+        return kFailure;
+    }
+    PrintService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    state.filters.erase(handle);
+    return 0;
+}
+
+const char *LogFilterGetFileName(void *handle) {
+    const Call call("DXR_LOGFILTER_GetFileName");
+    const char *name = nullptr;
+    if (call) {
+        (void)WithFilter(call, handle,
+                         [&name](const LogFilter &filter) { name = filter.file.c_str(); });
+    }
+    return name;
+}
+
+// Writes the line unless one with the same key was.
+uint32_t Filter(const Call &call, const void *handle, const char *text, std::string_view key) {
+    const uint64_t now = call->scheduler.clock.NowNs();
+    bool isToBeWritten = false;
+    if (!WithFilter(call, handle,
+                    [&](LogFilter &filter) { isToBeWritten = filter.Passes(key, now); })) {
+        return kFailure;
+    }
+    if (isToBeWritten) {
+        StateOf(*call).DeliverLine(text);
+    }
+    return 0;
+}
+
+uint32_t FilterSameLog(void *handle, const char *text) {
+    const Call call("DXR_LOGFILTER_FilterSameLog");
+    return call && text != nullptr ? Filter(call, handle, text, text) : kFailure;
+}
+
+uint32_t FilterDiffKeyLog(void *handle, const char *text) {
+    const Call call("DXR_LOGFILTER_FilterDiffKeyLog");
+    if (!call || text == nullptr) {
+        return kFailure;
+    }
+    const std::string_view whole = text;
+    return Filter(call, handle, text, whole.substr(0, whole.find(':')));
+}
+
+uint32_t FilterLargeDiffKeyLog(void *handle, void *text, uint32_t length) {
+    const Call call("DXR_LOGFILTER_FilterLargeDiffKeyLog");
+    if (!call || text == nullptr) {
+        return kFailure;
+    }
+    const auto *const line = static_cast<const char *>(text);
+    return Filter(call, handle, line, std::string_view(line, strnlen(line, length)));
+}
+
+uint32_t ShowCurInfo(uint32_t all, void *handle, void *buffer, uint32_t size) {
+    const Call call("DXR_LOGFILTER_ShowCurInfo");
+    if (!call || buffer == nullptr || size == 0) {
+        return kFailure;
+    }
+    std::string listing;
+    if (!WithFilter(call, handle, [&listing, all](const LogFilter &filter) {
+            for (const auto &[order, key] : filter.byAge) {
+                const LogFilter::Line &line = filter.lines.find(key)->second;
+                if (all != 0 || line.suppressed != 0) {
+                    listing += key + ": " + std::to_string(line.suppressed) + " suppressed\n";
+                }
+            }
+        })) {
+        return kFailure;
+    }
+    (void)std::snprintf(static_cast<char *>(buffer), size, "%s", listing.c_str());
+    return 0;
+}
+
+uint32_t ShowHisInfo(void *handle) {
+    const Call call("DXR_LOGFILTER_ShowHisInfo");
+    std::string line;
+    if (!call || !WithFilter(call, handle, [&line](const LogFilter &filter) {
+            line = "log filter " + filter.file + ": " + std::to_string(filter.passed) +
+                   " lines passed, " + std::to_string(filter.suppressed) + " suppressed";
+        })) {
+        return kFailure;
+    }
+    call->Say(kLevelInformation, line.c_str());
     return 0;
 }
 
@@ -210,6 +607,19 @@ void FillPrint(DxrHooks &hooks) {
     hooks.print.getDbgLevel = GetDbgLevel;
     hooks.print.setDbgLevel = SetDbgLevel;
     hooks.print.writePrivateLog = WritePrivateLog;
+    hooks.print.reportAssert = ReportAssert;
+    hooks.print.enableLogOutput = EnableLogOutput;
+    hooks.print.writeEventLog = WriteEventLog;
+    hooks.print.logFilterDestroy = LogFilterDestroy;
+    hooks.print.logFilterGetFileName = LogFilterGetFileName;
+    hooks.print.logFilterFilterSameLog = FilterSameLog;
+    hooks.print.logFilterFilterDiffKeyLog = FilterDiffKeyLog;
+    hooks.print.logFilterFilterLargeDiffKeyLog = FilterLargeDiffKeyLog;
+    hooks.print.logFilterRegister = LogFilterRegister;
+    hooks.print.logFilterRegisterDiffLogForFramework = LogFilterRegisterForFramework;
+    hooks.print.logFilterShowCurInfo = ShowCurInfo;
+    hooks.print.logFilterShowHisInfo = ShowHisInfo;
+    hooks.print.recordWarmRebootMileStone = RecordWarmRebootMileStone;
 }
 
 }  // namespace devhost
@@ -265,4 +675,37 @@ void DxrHostSetLogDirectory(DxrHost *host, const char *directory) {
         const std::lock_guard lock(state.mutex);
         state.logDirectory = directory;
     }
+}
+
+void DxrHostSetEventSink(DxrHost *host, DxrHostEventSink sink, void *user) {
+    const ApiCall call(host);
+    if (call) {
+        PrintService &state = StateOf(*call);
+        const std::lock_guard lock(state.mutex);
+        state.events = {sink, user};
+    }
+}
+
+uint32_t DxrHostGetMilestoneCount(DxrHost *host) {
+    const ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    PrintService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    return static_cast<uint32_t>(state.milestones.size());
+}
+
+bool DxrHostGetMilestone(DxrHost *host, uint32_t index, DxrHostMilestone *milestone) {
+    const ApiCall call(host);
+    if (!call || milestone == nullptr) {
+        return false;
+    }
+    PrintService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    if (index >= state.milestones.size()) {
+        return false;
+    }
+    *milestone = state.milestones[index];
+    return true;
 }

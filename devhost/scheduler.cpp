@@ -507,13 +507,14 @@ bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
     ++job.startings;
     job.periodNs = 0;
     const WaitReason reason(place, "the end of a timer's function");
-    while (job.isRunning && job.runner != &ThisThread() && by != nullptr) {
-        if (Wait(lock, *by, job.stopped, kForever, reason) == Woken::kEnded) {
-            break;
+    if (job.isRunning && job.runner != &ThisThread() && by != nullptr) {
+        ++job.stoppers;
+        while (job.isRunning && Wait(lock, *by, job.stopped, kForever, reason) != Woken::kEnded) {
         }
+        --job.stoppers;
     }
-    // While it runs it keeps itself.
-    const std::shared_ptr<Job> last = job.isRunning ? nullptr : std::move(job.self);
+    const std::shared_ptr<Job> last =
+        job.isRunning || job.stoppers != 0 ? nullptr : std::move(job.self);
     lock.unlock();
     return wasStarted;
 }
@@ -532,7 +533,7 @@ void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     if (job.startings == startings && job.periodNs != 0) {
         alarms_.Set(job, job.due + job.periodNs);
     }
-    if (!job.IsSet() && !job.isQueued) {
+    if (!job.IsSet() && !job.isQueued && job.stoppers == 0) {
         const std::shared_ptr<Job> last = std::move(job.self);
     }
 }

@@ -108,6 +108,7 @@ struct Job : Alarm {
     bool isQueued = false;
     ThreadRecord *runner = nullptr;
     WaitList stopped;
+    uint32_t stoppers = 0;      // who wait for the end of a run
     std::shared_ptr<Job> self;  // while it is set, queued or running
 };
 
@@ -193,7 +194,8 @@ class Scheduler {
     bool Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs);
 
     // Stops it and waits, as `by`, for its end when it runs on another thread; null does not wait.
-    // Tells whether it was started.
+    // Tells whether it was started. The caller's service keeps the job until then: a wait that the
+    // host's end cuts off does not come back.
     bool Stop(Job &job, Task *by, const Place &place);
 
     // Stepped time. False when a job asks for it.

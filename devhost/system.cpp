@@ -1,15 +1,20 @@
 #include "dxr_devhost/system.h"
 
 #include <sys/stat.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "host.h"
 
@@ -27,22 +32,77 @@ struct OpenFile {
     std::string path;
 };
 
+// A timer or a watched heart: a job, and the module's function.
+struct Timer : Job {
+    Timer() : Job(Fire, this) {}
+    static void Fire(void *timer);
+
+    class SystemService *service = nullptr;
+    uint64_t serial = 0;
+    void *handle = nullptr;         // of a timer
+    const void *monitor = nullptr;  // of a heart
+    uint32_t number = 0;            // that names the heart
+    void (*function)(void *) = nullptr;
+    void *argument = nullptr;
+    bool firesOnce = false;
+    bool isEnding = false;  // nobody finds it any more
+    Place made;
+};
+
+// Jiffies of all processors.
+struct Load {
+    uint64_t busy = 0;
+    uint64_t all = 0;
+};
+
+bool ReadLoad(Load &load) {
+    std::ifstream file("/proc/stat");
+    std::string word;
+    file >> word;
+    constexpr int kIdle = 3;
+    constexpr int kIoWait = 4;
+    constexpr int kSteal = 7;
+    for (int column = 0; column <= kSteal; ++column) {
+        uint64_t jiffies = 0;
+        file >> jiffies;
+        load.all += jiffies;
+        load.busy += column == kIdle || column == kIoWait ? 0 : jiffies;
+    }
+    return word == "cpu" && !file.fail();
+}
+
 class SystemService : public Service {
   public:
     explicit SystemService(Host &host)
         : Service(host),
           workPath(host.options.workPath),
           binFolder(host.options.binFolder),
+          cpuUseRate(host.scheduler.clock.IsReal() ? DXR_HOST_MEASURED_LOAD : 0),
           openFails(host.chance.Point("file.open")),
-          readFails(host.chance.Point("file.read")) {}
+          readFails(host.chance.Point("file.read")),
+          timerFails(host.chance.Point("timer.start")),
+          zipFails(host.chance.Point("system.zip")) {
+        (void)ReadLoad(load);
+    }
 
     ~SystemService() override {
         for (const auto &[handle, open] : files) {
             (void)std::fclose(open->file);
         }
+        for (const auto &[serial, timer] : timers) {
+            (void)TheHost().scheduler.Stop(*timer, nullptr, {});
+            // Also one whose function was cut off.
+            timer->self.reset();
+        }
     }
 
     void ReportLeftovers() override {
+        for (const auto &[serial, timer] : timers) {
+            TheHost().ReportLeftover(kService, timer->made,
+                                     timer->handle != nullptr
+                                         ? "timer"
+                                         : "monitor of heart " + std::to_string(timer->number));
+        }
         for (const auto &[handle, open] : files) {
             TheHost().ReportLeftover(kService, TheHost().handles.MadeAt(handle),
                                      "file " + open->path);
@@ -66,30 +126,137 @@ class SystemService : public Service {
         return open;
     }
 
-    // Tells whether modules may open it: all below the work path, or everything.
+    // Starts a timer that nobody else knows yet. 0, or a number of <errno.h>.
+    uint32_t Start(const std::shared_ptr<Timer> &timer, uint64_t ms, bool repeats) {
+        Scheduler &scheduler = TheHost().scheduler;
+        {
+            const std::lock_guard lock(mutex);
+            timer->service = this;
+            timer->serial = ++lastSerial;
+            timer->firesOnce = !repeats;
+            timers.emplace(timer->serial, timer);
+        }
+        const uint64_t ns = ms * kNsPerMs;
+        if (scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0)) {
+            return 0;
+        }
+        const std::lock_guard lock(mutex);
+        timers.erase(timer->serial);
+        return ECANCELED;
+    }
+
+    // The timer of a handle, or the one that watches for a monitor, while it is started.
+    Timer *FindTimer(const void *handle, const void *monitor) {
+        const std::lock_guard lock(mutex);
+        Timer *found = static_cast<Timer *>(TheHost().handles.Find(handle, HandleType::kTimer));
+        for (const auto &[serial, timer] : timers) {
+            if (found != nullptr || monitor == nullptr) {
+                break;
+            }
+            found = timer->monitor == monitor && !timer->isEnding ? timer.get() : nullptr;
+        }
+        if (found != nullptr && std::exchange(found->isEnding, true)) {
+            found = nullptr;
+        }
+        return found;
+    }
+
+    // Stops a timer that FindTimer gave, and forgets it.
+    void Stop(const Call &call, Timer &timer) {
+        Scheduler &scheduler = call->scheduler;
+        const uint64_t serial = timer.serial;
+        (void)scheduler.Stop(timer, &scheduler.Current(call.Thread(), call.At()), call.At());
+        Forget(serial);
+    }
+
+    void Forget(uint64_t serial) {
+        std::shared_ptr<Timer> last;
+        const std::lock_guard lock(mutex);
+        const auto found = timers.find(serial);
+        if (found != timers.end()) {
+            last = std::move(found->second);
+            timers.erase(found);
+            if (last->handle != nullptr) {
+                (void)TheHost().handles.End(last->handle, HandleType::kTimer, {});
+            }
+        }
+    }
+
+    // Nobody finds the timer any more. False when somebody else ends it already.
+    bool EndHandle(Timer &timer) {
+        const std::lock_guard lock(mutex);
+        return !std::exchange(timer.isEnding, true);
+    }
+
+    void ReportHeart(const Timer &timer) {
+        TheHost().reports.Add(DXR_HOST_REPORT_RUN, kService, timer.made, "heart-beat",
+                              "heart " + std::to_string(timer.number) + " has stopped");
+    }
+
+    // Tells whether modules may open it: all below the work path and in the directory of private
+    // logs, which the library reads, or everything.
     bool IsAllowed(const char *path) {
         if (TheHost().options.allowOutside) {
             return true;
         }
-        namespace fs = std::filesystem;
-        std::error_code error;
-        const fs::path file = fs::weakly_canonical(path, error);
-        fs::path below;
+        std::string work;
         {
             const std::lock_guard lock(mutex);
-            below = fs::weakly_canonical(workPath, error);
+            work = workPath;
         }
-        const auto [end, _] = std::mismatch(below.begin(), below.end(), file.begin(), file.end());
-        return !error && end == below.end();
+        std::error_code error;
+        const auto file = std::filesystem::weakly_canonical(path, error);
+        return !error && (IsBelow(file, work) || IsBelow(file, DXR_PRIVATE_LOG_DIRECTORY) ||
+                          IsBelow(file, TheHost().options.logDirectory));
+    }
+
+    static bool IsBelow(const std::filesystem::path &file, const std::string &directory) {
+        std::error_code error;
+        // Without a slash at its end, which would be a part of its own.
+        const auto above =
+            std::filesystem::weakly_canonical(directory + "/.", error).lexically_normal();
+        auto part = file.begin();
+        for (const auto &wanted : above) {
+            if (!wanted.empty() && (part == file.end() || *part++ != wanted)) {
+                return false;
+            }
+        }
+        return !error;
     }
 
     std::mutex mutex;  // guards what follows
     std::string workPath;
     std::string binFolder;
     std::map<const void *, std::shared_ptr<OpenFile>> files;
+    std::map<uint64_t, std::shared_ptr<Timer>> timers;
+    uint64_t lastSerial = 0;
+    std::map<uint32_t, uint32_t> envValues;
+    uint32_t lrId = 0;
+    uint32_t cpuUseRate;
+    Load load;
     FaultPoint &openFails;
     FaultPoint &readFails;
+    FaultPoint &timerFails;
+    FaultPoint &zipFails;
 };
+
+// What fires once is forgotten before its function runs, which may start it anew; its memory stays
+// until then.
+void Timer::Fire(void *user) {
+    auto *const timer = static_cast<Timer *>(user);
+    if (timer->monitor != nullptr) {
+        timer->service->ReportHeart(*timer);
+    }
+    void (*const call)(void *) = timer->function;
+    void *const with = timer->argument;
+    const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
+    if (call != nullptr) {
+        call(with);
+    }
+    if (isOver) {
+        timer->service->Forget(timer->serial);
+    }
+}
 
 SystemService &StateOf(Host &host) {
     return host.Get<SystemService>(ServiceId::kSystem);
@@ -224,6 +391,200 @@ uint32_t GetSysWorkPath(char *buffer, uint32_t size) {
     return 0;
 }
 
+// --- Slots: timers and heart-beats
+
+uint32_t StopTimer(void *timer) {
+    const Call call("DXR_StopTimer");
+    if (!call) {
+        return ECANCELED;
+    }
+    DxrHostTimer given;
+    if (timer == nullptr ||
+        (std::memcpy(&given, timer, sizeof(given)), given.size != sizeof(given))) {
+        call.Misuse(kService, "no timer");
+        return EINVAL;
+    }
+    SystemService &state = StateOf(*call);
+    Timer *const found = given.handle != nullptr ? state.FindTimer(given.handle, nullptr) : nullptr;
+    if (found == nullptr) {
+        return ENOENT;
+    }
+    state.Stop(call, *found);
+    return 0;
+}
+
+uint32_t StartTimer(void *timer) {
+    const Call call("DXR_StartTimer");
+    if (!call) {
+        return ECANCELED;
+    }
+    DxrHostTimer given;
+    if (timer == nullptr || (std::memcpy(&given, timer, sizeof(given)),
+                             given.size != sizeof(given) || given.function == nullptr)) {
+        call.Misuse(kService, "no timer");
+        return EINVAL;
+    }
+    SystemService &state = StateOf(*call);
+    Timer *const old = given.handle != nullptr ? state.FindTimer(given.handle, nullptr) : nullptr;
+    if (old != nullptr) {
+        state.Stop(call, *old);
+    }
+    if (state.timerFails.Fails()) {
+        return ENOMEM;
+    }
+    auto made = std::make_shared<Timer>();
+    made->function = given.function;
+    made->argument = given.argument;
+    made->made = {call.At().slot, ModuleCaller(call.At().address)};
+    void *const handle = call->handles.Make(HandleType::kTimer, made.get(), call.At());
+    if (handle == nullptr) {
+        return ENOMEM;
+    }
+    made->handle = handle;
+    std::memcpy(static_cast<std::byte *>(timer) + offsetof(DxrHostTimer, handle), &handle,
+                sizeof(handle));
+    // A period of nothing would never let the clock move.
+    const uint64_t ms = given.repeats != 0 ? std::max(given.ms, 1U) : given.ms;
+    const uint32_t result = state.Start(made, ms, given.repeats != 0);
+    if (result != 0) {
+        (void)call->handles.End(handle, HandleType::kTimer, call.At());
+    }
+    return result;
+}
+
+uint32_t StopHeartToMon(void *monitor) {
+    const Call call("DXR_StopHeartToMon");
+    if (!call) {
+        return ECANCELED;
+    }
+    if (monitor == nullptr) {
+        call.Misuse(kService, "a null pointer");
+        return EINVAL;
+    }
+    SystemService &state = StateOf(*call);
+    Timer *const found = state.FindTimer(nullptr, monitor);
+    if (found == nullptr) {
+        return ENOENT;
+    }
+    state.Stop(call, *found);
+    return 0;
+}
+
+uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t number) {
+    const Call call("DXR_SetHeartMon");
+    if (!call) {
+        return ECANCELED;
+    }
+    DxrHostHeartMonitor given;
+    if (monitor == nullptr || ms == 0 || misses == 0 ||
+        (std::memcpy(&given, monitor, sizeof(given)), given.size != sizeof(given))) {
+        call.Misuse(kService, "no monitor");
+        return EINVAL;
+    }
+    SystemService &state = StateOf(*call);
+    Timer *const old = state.FindTimer(nullptr, monitor);
+    if (old != nullptr) {
+        state.Stop(call, *old);
+    }
+    if (state.timerFails.Fails()) {
+        return ENOMEM;
+    }
+    auto made = std::make_shared<Timer>();
+    made->function = given.function;
+    made->argument = given.argument;
+    made->monitor = monitor;
+    made->number = number;
+    made->made = {call.At().slot, ModuleCaller(call.At().address)};
+    return state.Start(made, uint64_t{ms} * misses, false);
+}
+
+// --- Slots: the rest
+
+uint32_t GetEnvValueById(uint32_t id, void *value) {
+    const Call call("DXR_GetEnvValueById");
+    if (!call) {
+        return ECANCELED;
+    }
+    if (value == nullptr) {
+        call.Misuse(kService, "a null pointer");
+        return EINVAL;
+    }
+    SystemService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    const auto found = state.envValues.find(id);
+    if (found == state.envValues.end()) {
+        return ENOENT;
+    }
+    std::memcpy(value, &found->second, sizeof(found->second));
+    return 0;
+}
+
+uint32_t GetLrId() {
+    const Call call("DXR_GetLrId");
+    if (!call) {
+        return 0;
+    }
+    SystemService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    return state.lrId;
+}
+
+uint32_t GetCpuUseRate() {
+    const Call call("DXR_GetCpuUseRate");
+    if (!call) {
+        return 0;
+    }
+    SystemService &state = StateOf(*call);
+    const std::lock_guard lock(state.mutex);
+    if (state.cpuUseRate != DXR_HOST_MEASURED_LOAD) {
+        return state.cpuUseRate;
+    }
+    Load now;
+    if (!ReadLoad(now) || now.all <= state.load.all || now.busy < state.load.busy) {
+        return 0;
+    }
+    const uint64_t busy = now.busy - state.load.busy;
+    const uint64_t all = now.all - state.load.all;
+    state.load = now;
+    return static_cast<uint32_t>(100 * busy / all);
+}
+
+uint32_t ZipBuffer(uint32_t size, void *from, void *to, void *room) {
+    const Call call("DXR_ZipBuffer");
+    if (!call) {
+        return ECANCELED;
+    }
+    if (from == nullptr || to == nullptr || room == nullptr) {
+        call.Misuse(kService, "a null pointer");
+        return EINVAL;
+    }
+    if (StateOf(*call).zipFails.Fails()) {
+        return ENOMEM;
+    }
+    uint32_t given = 0;
+    std::memcpy(&given, room, sizeof(given));
+    uLongf length = given;
+    const int result = compress2(static_cast<Bytef *>(to), &length, static_cast<Bytef *>(from),
+                                 size, Z_DEFAULT_COMPRESSION);
+    if (result == Z_MEM_ERROR) {
+        return ENOMEM;
+    }
+    const auto told = static_cast<uint32_t>(
+        std::min<uLong>(result == Z_OK ? length : compressBound(size), UINT32_MAX));
+    std::memcpy(room, &told, sizeof(told));
+    return result == Z_OK ? 0 : ENOSPC;
+}
+
+uint32_t RestorePatch() {
+    const Call call("DXR_RestorePatch");
+    if (!call) {
+        return ECANCELED;
+    }
+    constexpr uint32_t kInformation = 6;
+    call->Say(kInformation, "no patches to restore");
+    return 0;
+}
+
 }  // namespace
 
 std::unique_ptr<Service> MakeSystem(Host &host) {
@@ -238,6 +599,15 @@ void FillSystem(DxrHooks &hooks) {
     hooks.system.getBinFolderName = GetBinFolderName;
     hooks.system.getSysWorkPath = GetSysWorkPath;
     hooks.system.fSeek = FSeek;
+    hooks.system.startTimer = StartTimer;
+    hooks.system.stopTimer = StopTimer;
+    hooks.system.setHeartMon = SetHeartMon;
+    hooks.system.stopHeartToMon = StopHeartToMon;
+    hooks.system.getEnvValueById = GetEnvValueById;
+    hooks.system.getLrId = GetLrId;
+    hooks.system.getCpuUseRate = GetCpuUseRate;
+    hooks.system.zipBuffer = ZipBuffer;
+    hooks.system.restorePatch = RestorePatch;
 }
 
 }  // namespace devhost
@@ -259,5 +629,32 @@ void DxrHostSetBinFolderName(DxrHost *host, const char *name) {
         devhost::SystemService &state = devhost::StateOf(*call);
         const std::lock_guard lock(state.mutex);
         state.binFolder = name;
+    }
+}
+
+void DxrHostSetEnvValue(DxrHost *host, uint32_t id, uint32_t value) {
+    const ApiCall call(host);
+    if (call) {
+        devhost::SystemService &state = devhost::StateOf(*call);
+        const std::lock_guard lock(state.mutex);
+        state.envValues[id] = value;
+    }
+}
+
+void DxrHostSetLrId(DxrHost *host, uint32_t lrId) {
+    const ApiCall call(host);
+    if (call) {
+        devhost::SystemService &state = devhost::StateOf(*call);
+        const std::lock_guard lock(state.mutex);
+        state.lrId = lrId;
+    }
+}
+
+void DxrHostSetCpuUseRate(DxrHost *host, uint32_t perCent) {
+    const ApiCall call(host);
+    if (call) {
+        devhost::SystemService &state = devhost::StateOf(*call);
+        const std::lock_guard lock(state.mutex);
+        state.cpuUseRate = perCent;
     }
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "devhost/host_fixture.h"
@@ -103,6 +104,90 @@ TEST_F(HostList, ListsAgreeWithAModel) {
         ASSERT_EQ(DXR_SslGetCount(list), model.size());
         ASSERT_EQ(Walk(list), model);
     }
+    DXR_DestroySll(list);
+}
+
+TEST_F(HostList, AWalkSurvivesTheRemovalOfItsNode) {
+    std::array<int, 6> data = {0, 1, 2, 3, 4, 5};
+    void *const list = DXR_CreateSll();
+    for (int &value : data) {
+        DXR_AddSll(list, &value, DXR_HOST_LIST_TAIL);
+    }
+    std::vector<int> seen;
+    for (void *node = DXR_SslGetNextNode(list, nullptr); node != nullptr;
+         node = DXR_SslGetNextNode(list, node)) {
+        auto *const value = static_cast<int *>(DXR_SslGetNodeData(node));
+        seen.push_back(*value);
+        DXR_RemoveSll(list, value);
+        if (*value == 1) {
+            DXR_RemoveSll(list, &data[2]);  // also what would have followed
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<int>{0, 1, 3, 4, 5}));
+    EXPECT_EQ(DXR_SslGetCount(list), 0U);
+    DXR_DestroySll(list);
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(HostList, SixtyFourRemovalsAreRemembered) {
+    std::array<int, 70> data{};
+    void *const list = DXR_CreateSll();
+    for (int &value : data) {
+        DXR_AddSll(list, &value, DXR_HOST_LIST_TAIL);
+    }
+    std::array<void *, 65> nodes{};
+    void *node = nullptr;
+    for (void *&each : nodes) {
+        each = node = DXR_SslGetNextNode(list, node);
+    }
+    void *const next = DXR_SslGetNextNode(list, node);
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        DXR_RemoveSll(list, &data[i]);
+    }
+    for (size_t i = 1; i < nodes.size(); ++i) {
+        ASSERT_EQ(DXR_SslGetNextNode(list, nodes[i]), next) << i;
+    }
+    EXPECT_TRUE(reports.empty());
+    EXPECT_EQ(DXR_SslGetNextNode(list, nodes[0]), nullptr) << "forgotten";
+    EXPECT_EQ(reports.size(), 1U);
+    EXPECT_EQ(DXR_SslGetNodeData(nodes[64]), nullptr);
+    DXR_DestroySll(list);
+}
+
+TEST_F(HostList, BadHandlesAreReportedAndHarmless) {
+    int value = 0;
+    void *const list = DXR_CreateSll();
+    void *const other = DXR_CreateSll();
+    DXR_AddSll(other, &value, 0);
+    void *const node = DXR_SslGetNextNode(other, nullptr);
+    EXPECT_EQ(DXR_SslGetNextNode(list, node), nullptr);
+    EXPECT_EQ(DXR_SslGetNextNode(list, list), nullptr);
+    EXPECT_EQ(DXR_SslGetNodeData(list), nullptr);
+    EXPECT_EQ(DXR_SslGetNodeData(&value), nullptr);
+    DXR_DestroySll(other);
+    EXPECT_EQ(DXR_SslGetNodeData(node), nullptr) << "it went with its list";
+    DXR_AddSll(other, &value, 0);
+    DXR_RemoveSll(other, &value);
+    EXPECT_EQ(DXR_SslGetCount(other), 0U);
+    EXPECT_EQ(DXR_SslProcSingleNode(other, &value, DXR_HOST_LIST_FIND), 1U);
+    DXR_DestroySll(other);
+    DXR_DestroySll(list);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), reports.size());
+    EXPECT_EQ(reports[0].text, std::string("the node belongs to another list"));
+    EXPECT_GE(reports.size(), 8U);
+}
+
+TEST_F(HostList, FailedStepsAddNothing) {
+    int value = 0;
+    DxrHostFailNth(host, "list.create", 1, false);
+    EXPECT_EQ(DXR_CreateSll(), nullptr);
+    void *const list = DXR_CreateSll();
+    DxrHostFailNth(host, "list.add", 2, false);
+    DXR_AddSll(list, &value, 0);
+    DXR_AddSll(list, &value, 0);
+    DXR_AddSll(list, &value, 0);
+    EXPECT_EQ(DXR_SslGetCount(list), 2U);
+    EXPECT_EQ(reports.size(), 1U);
     DXR_DestroySll(list);
 }
 

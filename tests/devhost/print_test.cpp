@@ -1,6 +1,8 @@
 // The host's print service, by the sentences of its header.
 #include "dxr_devhost/print.h"
 
+#include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -147,6 +149,177 @@ TEST_F(HostPrintPrivateLog, AFailedWriteIsSaid) {
     EXPECT_NE(Write("x"), 0U);
     EXPECT_EQ(messages,
               (std::vector<Message>{{1, "private log /nonexistent/tm.log cannot be written"}}));
+}
+
+TEST_F(HostPrintPrivateLog, AStepMayBeMadeToFail) {
+    DxrHostFailNth(host, "file.write", 2, false);
+    EXPECT_EQ(Write("one\n"), 0U);
+    EXPECT_EQ(Write("two\n"), 1U);
+    EXPECT_EQ(Write("three\n"), 0U);
+    EXPECT_EQ(directory.Read("tm.log"), "one\nthree\n");
+}
+
+// --- The log file
+
+TEST_F(HostPrint, MessagesAlsoGoToTheLogFileWhichIsRenamedWhenFull) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path("host.log");
+    End();
+    options.logFile = path.c_str();
+    options.logFileBytes = 40;
+    options.logFileCount = 2;
+    Begin();
+    for (const char *text : {"first message", "second message", "third message", "fourth message",
+                             "fifth message", "sixth message", "seventh message"}) {
+        Print(1, text);
+    }
+    DxrHostSetPrintSink(host, nullptr, nullptr, 1);
+    Print(6, "above the level");
+    EXPECT_EQ(messages.size(), 7U);
+    EXPECT_EQ(directory.Read("host.log"), "[1] seventh message\n");
+    EXPECT_EQ(directory.Read("host.log.1"), "[1] fifth message\n[1] sixth message\n");
+    EXPECT_EQ(directory.Read("host.log.2"), "[1] third message\n[1] fourth message\n");
+    EXPECT_FALSE(std::filesystem::exists(directory.Path("host.log.3")));
+}
+
+TEST_F(HostPrint, EachKindOfOutputMayBeTurnedOff) {
+    std::vector<std::string> lines;
+    DxrHostSetDiagSink(
+        host,
+        [](const char *line, void *user) {
+            static_cast<std::vector<std::string> *>(user)->emplace_back(line);
+        },
+        &lines);
+    DxrHostEvent event{sizeof(DxrHostEvent), 1, 2, 0, "text"};
+    for (const uint32_t on : {0U, 7U}) {
+        for (uint32_t kind = 0; kind < 4; ++kind) {
+            EXPECT_EQ(DXR_EnableLogOutput(kind, on), 0U);
+        }
+        Print(1, "message");
+        DXR_DiagLogFilter("line");
+        EXPECT_EQ(DXR_WriteEventLog(&event), 0U);
+        EXPECT_EQ(messages.size(), on == 0 ? 0U : 2U);
+        EXPECT_EQ(lines.size(), on == 0 ? 0U : 1U);
+    }
+    EXPECT_EQ(DXR_EnableLogOutput(4, 1), 1U);
+}
+
+// --- Events, assertions, milestones
+
+TEST_F(HostPrint, EventsGoToTheSinkOrAreMessages) {
+    DxrHostEvent event{sizeof(DxrHostEvent), 17, 4, 0, "link down"};
+    EXPECT_EQ(DXR_WriteEventLog(&event), 0U);
+    EXPECT_EQ(messages, (std::vector<Message>{{3, "event 17 level 4: link down"}}));
+    std::vector<uint32_t> ids;
+    DxrHostSetEventSink(
+        host,
+        [](const DxrHostEvent *each, void *user) {
+            static_cast<std::vector<uint32_t> *>(user)->push_back(each->id);
+        },
+        &ids);
+    EXPECT_EQ(DXR_WriteEventLog(&event), 0U);
+    EXPECT_EQ(ids, std::vector<uint32_t>{17});
+    EXPECT_EQ(messages.size(), 1U);
+    event.size = 3;
+    EXPECT_EQ(DXR_WriteEventLog(&event), 1U);
+    EXPECT_EQ(DXR_WriteEventLog(nullptr), 1U);
+}
+
+TEST_F(HostPrint, AssertionsAreReportedWithABackTrace) {
+    EXPECT_EQ(DXR_Assert(reinterpret_cast<void *>(0x1234), 99), 0U);
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_THAT(reports[0].text, testing::HasSubstr("assertion of 0x1234 at 99; called by "));
+    EXPECT_THAT(reports[0].text, testing::HasSubstr("devhost_print_test+0x"));
+    EXPECT_STREQ(reports[0].slot, "DXR_Assert");
+}
+
+TEST_F(HostPrint, MilestonesAreKeptWithTheirTime) {
+    for (int i = 0; i < 300; ++i) {
+        std::string text = "step " + std::to_string(i) + std::string(i == 299 ? 200 : 0, 'x');
+        EXPECT_EQ(DXR_RecordWarmRebootMileStone(text.data()), 0U);
+    }
+    EXPECT_EQ(DXR_RecordWarmRebootMileStone(nullptr), 1U);
+    EXPECT_EQ(DxrHostGetMilestoneCount(host), 256U);
+    DxrHostMilestone first{};
+    DxrHostMilestone last{};
+    EXPECT_TRUE(DxrHostGetMilestone(host, 0, &first));
+    EXPECT_STREQ(first.text, "step 44");
+    EXPECT_TRUE(DxrHostGetMilestone(host, 255, &last));
+    EXPECT_EQ(std::string(last.text), "step 299" + std::string(119, 'x'));
+    EXPECT_LE(first.ns, last.ns);
+    EXPECT_FALSE(DxrHostGetMilestone(host, 256, &last));
+}
+
+// --- The host's log filters
+
+class HostLogFilter : public dxrtest::SteppedHost {
+  protected:
+    HostLogFilter() {
+        DxrHostSetDiagSink(
+            host,
+            [](const char *line, void *user) {
+                static_cast<std::vector<std::string> *>(user)->emplace_back(line);
+            },
+            &lines);
+        EXPECT_EQ(DXR_LOGFILTER_Register(&filter), 0U);
+    }
+
+    std::vector<std::string> lines;
+    DxrHostLogFilter filter{sizeof(DxrHostLogFilter), 3, 10, 0, "tm.log", nullptr};
+};
+
+TEST_F(HostLogFilter, SuppressesEqualLinesForAWhile) {
+    for (int sec = 0; sec < 12; ++sec) {
+        EXPECT_EQ(DXR_LOGFILTER_FilterSameLog(filter.handle, "link %u down", 3U), 0U);
+        DXR_LOGFILTER_FilterSameLog(filter.handle, "link %u down", 4U + (sec == 11 ? 1U : 0U));
+        DxrHostAdvance(host, 1000);
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{"link 3 down", "link 4 down", "link 3 down",
+                                               "link 4 down", "link 5 down"}));
+    std::array<char, 200> listing{};
+    EXPECT_EQ(DXR_LOGFILTER_ShowCurInfo(0, filter.handle, listing.data(), listing.size()), 0U);
+    EXPECT_STREQ(listing.data(), "link 3 down: 10 suppressed\nlink 4 down: 9 suppressed\n");
+    EXPECT_EQ(DXR_LOGFILTER_ShowCurInfo(1, filter.handle, listing.data(), 8), 0U);
+    EXPECT_STREQ(listing.data(), "link 3 ");
+    EXPECT_EQ(DXR_LOGFILTER_ShowHisInfo(filter.handle), 0U);
+    EXPECT_EQ(messages.back(), (Message{6, "log filter tm.log: 5 lines passed, 19 suppressed"}));
+    EXPECT_STREQ(DXR_LOGFILTER_GetFileName(filter.handle), "tm.log");
+    EXPECT_EQ(DXR_LOGFILTER_Destroy(filter.handle), 0U);
+}
+
+TEST_F(HostLogFilter, SuppressesByKeysAndForgetsTheOldest) {
+    void *handle = nullptr;
+    EXPECT_EQ(DXR_LOGFILTER_RegisterDiffLogForFramework(5, nullptr, &filter, &handle), 0U);
+    EXPECT_STREQ(DXR_LOGFILTER_GetFileName(handle), "framework 5");
+    for (const char *line : {"a: 1", "a: 2", "b: 1", "c: 1", "a: 3", "d: 1", "a: 4"}) {
+        DXR_LOGFILTER_FilterDiffKeyLog(handle, "%s", line);
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{"a: 1", "b: 1", "c: 1", "d: 1", "a: 4"}))
+        << "three are known";
+    lines.clear();
+    std::array<char, 8> text = {"abcdef"};
+    EXPECT_EQ(DXR_LOGFILTER_FilterLargeDiffKeyLog(handle, text.data(), 3), 0U);
+    text[5] = 'x';
+    EXPECT_EQ(DXR_LOGFILTER_FilterLargeDiffKeyLog(handle, text.data(), 3), 0U);
+    text[1] = 'x';
+    EXPECT_EQ(DXR_LOGFILTER_FilterLargeDiffKeyLog(handle, text.data(), 3), 0U);
+    EXPECT_EQ(lines, (std::vector<std::string>{"abcdef", "axcdex"}));
+    EXPECT_EQ(End(), 2U) << "both filters";
+}
+
+TEST_F(HostLogFilter, BadOnesAreReported) {
+    DxrHostLogFilter wrong = filter;
+    wrong.entries = 0;
+    EXPECT_EQ(DXR_LOGFILTER_Register(&wrong), 1U);
+    EXPECT_EQ(DXR_LOGFILTER_Register(nullptr), 1U);
+    EXPECT_EQ(DXR_LOGFILTER_Destroy(filter.handle), 0U);
+    EXPECT_EQ(DXR_LOGFILTER_Destroy(filter.handle), 1U);
+    EXPECT_EQ(DXR_LOGFILTER_GetFileName(filter.handle), nullptr);
+    EXPECT_EQ(DXR_GetPrintHooks()->logFilterFilterSameLog(filter.handle, "x"), 1U);
+    EXPECT_EQ(DXR_LOGFILTER_ShowHisInfo(nullptr), 1U);
+    DxrHostFailNth(host, "filter.register", 1, false);
+    EXPECT_EQ(DXR_LOGFILTER_Register(&filter), 1U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 6U);
 }
 
 }  // namespace

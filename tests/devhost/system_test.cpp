@@ -1,10 +1,15 @@
 // The host's system service, by the sentences of its header.
 #include "dxr_devhost/system.h"
 
+#include <zlib.h>
+
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "devhost/host_fixture.h"
 #include "tools/temporary_directory.h"
@@ -90,6 +95,280 @@ TEST_F(HostFiles, NamesOfWorkPathAndFolder) {
     EXPECT_EQ(DXR_GetSysWorkPath(buffer.data(), 7), 1U) << "no room for the terminator";
     EXPECT_EQ(buffer[0], '#');
     EXPECT_EQ(DXR_GetSysWorkPath(nullptr, 8), 1U);
+}
+
+TEST_F(HostFiles, BadHandlesAreReported) {
+    const TemporaryDirectory directory;
+    void *const file = DXR_FOpen(directory.Write("data", "x").c_str(), "rb");
+    EXPECT_EQ(DXR_FClose(file), 0U);
+    EXPECT_EQ(DXR_FClose(file), 1U) << "closed already";
+    char byte = 0;
+    EXPECT_EQ(DXR_FRead(&byte, 1, 1, file), 0U);
+    EXPECT_EQ(DXR_FRead(&byte, 1, 1, &byte), 0U);
+    EXPECT_EQ(DXR_FSeek(file, 0, SEEK_SET), 1U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 4U);
+}
+
+TEST_F(HostFiles, FailedStepsGiveTheFailureValue) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Write("data", "0123");
+    DxrHostFailNth(host, "file.open", 1, false);
+    EXPECT_EQ(DXR_FOpen(path.c_str(), "rb"), nullptr);
+    void *const file = DXR_FOpen(path.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+    DxrHostFailNth(host, "file.read", 1, false);
+    std::array<char, 4> buffer{};
+    EXPECT_EQ(DXR_FRead(buffer.data(), 1, 4, file), 0U);
+    EXPECT_EQ(DXR_FRead(buffer.data(), 1, 4, file), 4U);
+    EXPECT_EQ(DXR_FClose(file), 0U);
+}
+
+TEST_F(HostFiles, PathsOutsideAreRefusedUnlessAllowed) {
+    const TemporaryDirectory directory;
+    const TemporaryDirectory elsewhere;
+    std::filesystem::create_directory(directory.Path("below"));
+    const std::string inside = directory.Write("below/data", "abc");
+    const std::string outside = elsewhere.Write("data", "abcd");
+    const std::string climbing = directory.Path("below/../../") +
+                                 elsewhere.Path().substr(elsewhere.Path().rfind('/') + 1) + "/data";
+    std::filesystem::create_symlink(outside, directory.Path("link"));
+    EXPECT_EQ(DXR_FileLength(outside.c_str()), 4U) << "allowed";
+    End();
+    options.allowOutside = 0;
+    Begin();
+    DxrHostSetWorkPath(host, directory.Path().c_str());
+    EXPECT_EQ(DXR_FileLength(inside.c_str()), 3U);
+    void *const file = DXR_FOpen(inside.c_str(), "rb");
+    EXPECT_NE(file, nullptr);
+    EXPECT_EQ(DXR_FClose(file), 0U);
+    EXPECT_EQ(reports.size(), 0U);
+    EXPECT_EQ(DXR_FileLength(DXR_PRIVATE_LOG_DIRECTORY "nonexistent.log"), 0xFFFFFFFFU);
+    EXPECT_EQ(reports.size(), 0U) << "missing, not outside";
+    for (const std::string &path : {outside, climbing, directory.Path("link")}) {
+        EXPECT_EQ(DXR_FileLength(path.c_str()), 0xFFFFFFFFU) << path;
+        EXPECT_EQ(DXR_FOpen(path.c_str(), "rb"), nullptr) << path;
+    }
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), testing::Each(testing::StartsWith("outside: ")));
+}
+
+// --- Timers and heart-beats
+
+std::vector<std::string> *g_log = nullptr;
+
+void Log(void *name) {
+    g_log->push_back(std::string(static_cast<const char *>(name)) + "@" +
+                     std::to_string(DXR_GetCurrMs() % 100000));
+}
+
+template <typename Fixture>
+class Timers : public Fixture {
+  protected:
+    Timers() {
+        g_log = &log;
+        this->End();
+        this->options.startSec = 0;
+        this->Begin();
+    }
+
+    static DxrHostTimer Timer(uint32_t ms, bool repeats, const char *name) {
+        DxrHostTimer timer{};
+        timer.size = sizeof(timer);
+        timer.ms = ms;
+        timer.repeats = repeats ? 1 : 0;
+        timer.function = Log;
+        timer.argument = const_cast<char *>(name);
+        return timer;
+    }
+
+    std::vector<std::string> log;
+};
+
+using VirtualTimers = Timers<dxrtest::VirtualHost>;
+using SteppedTimers = Timers<dxrtest::SteppedHost>;
+
+TEST_F(VirtualTimers, FireInTheirOrder) {
+    DxrHostTimer once = Timer(250, false, "once");
+    DxrHostTimer often = Timer(100, true, "often");
+    EXPECT_EQ(DXR_StartTimer(&once), 0U);
+    EXPECT_EQ(DXR_StartTimer(&often), 0U);
+    DXR_DelayTask(350);
+    EXPECT_EQ(DXR_StopTimer(&often), 0U);
+    DXR_DelayTask(1000);
+    EXPECT_EQ(log, (std::vector<std::string>{"often@100", "often@200", "once@250", "often@300"}));
+    const auto enoent = static_cast<uint32_t>(ENOENT);
+    EXPECT_EQ(DXR_StopTimer(&often), enoent) << "stopped before";
+    EXPECT_EQ(DXR_StopTimer(&once), enoent) << "it fired";
+    EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(SteppedTimers, FireWhileTheClockIsMoved) {
+    DxrHostTimer once = Timer(250, false, "once");
+    DxrHostTimer often = Timer(100, true, "often");
+    DXR_StartTimer(&once);
+    DXR_StartTimer(&often);
+    DxrHostAdvance(host, 99);
+    EXPECT_TRUE(log.empty());
+    DxrHostAdvance(host, 251);
+    EXPECT_EQ(log, (std::vector<std::string>{"often@100", "often@200", "once@250", "often@300"}));
+    EXPECT_EQ(DXR_GetCurrMs(), 350U);
+    EXPECT_EQ(End(), 1U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_LEFTOVER),
+                testing::ElementsAre(testing::StartsWith("left behind: timer, made by "
+                                                         "DXR_StartTimer by ")));
+}
+
+TEST_F(VirtualTimers, BeginAnew) {
+    DxrHostTimer timer = Timer(100, false, "t");
+    DXR_StartTimer(&timer);
+    DXR_DelayTask(60);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    DXR_DelayTask(60);
+    EXPECT_TRUE(log.empty());
+    DXR_DelayTask(60);
+    EXPECT_EQ(log, std::vector<std::string>{"t@160"});
+}
+
+TEST_F(VirtualTimers, MayStopAndStartThemselves) {
+    static DxrHostTimer timer;
+    static int rounds;
+    rounds = 0;
+    timer = Timer(10, true, "");
+    timer.function = [](void *) {
+        if (++rounds == 3) {
+            EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+        }
+    };
+    DXR_StartTimer(&timer);
+    DXR_DelayTask(100);
+    EXPECT_EQ(rounds, 3);
+    static DxrHostTimer once;
+    once = Timer(10, false, "");
+    once.function = [](void *) {
+        if (++rounds < 6) {
+            EXPECT_EQ(DXR_StartTimer(&once), 0U);
+        }
+    };
+    DXR_StartTimer(&once);
+    DXR_DelayTask(100);
+    EXPECT_EQ(rounds, 6);
+    EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(VirtualTimers, AStopWaitsForTheFunction) {
+    static bool isOver;
+    isOver = false;
+    DxrHostTimer timer = Timer(10, true, "");
+    timer.function = [](void *) {
+        DXR_DelayTask(500);
+        isOver = true;
+    };
+    DXR_StartTimer(&timer);
+    DXR_DelayTask(50);
+    EXPECT_FALSE(isOver);
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+    EXPECT_TRUE(isOver);
+    EXPECT_EQ(DXR_GetCurrMs(), 510U);
+}
+
+TEST_F(VirtualTimers, WrongOnesAreRefused) {
+    const auto einval = static_cast<uint32_t>(EINVAL);
+    DxrHostTimer timer = Timer(10, false, "");
+    timer.function = nullptr;
+    EXPECT_EQ(DXR_StartTimer(&timer), einval);
+    EXPECT_EQ(DXR_StartTimer(nullptr), einval);
+    EXPECT_EQ(DXR_StopTimer(nullptr), einval);
+    timer = Timer(10, false, "t");
+    EXPECT_EQ(DXR_StopTimer(&timer), static_cast<uint32_t>(ENOENT)) << "never started";
+    DxrHostFailNth(host, "timer.start", 1, false);
+    EXPECT_EQ(DXR_StartTimer(&timer), static_cast<uint32_t>(ENOMEM));
+}
+
+TEST_F(VirtualTimers, AHeartThatStopsIsToldOnce) {
+    DxrHostHeartMonitor monitor{};
+    monitor.size = sizeof(monitor);
+    monitor.function = Log;
+    monitor.argument = const_cast<char *>("stopped");
+    for (int beat = 0; beat < 10; ++beat) {
+        EXPECT_EQ(DXR_SetHeartMon(&monitor, 100, 3, 7), 0U);
+        DXR_DelayTask(290);
+    }
+    EXPECT_TRUE(log.empty());
+    DXR_DelayTask(1000);
+    EXPECT_EQ(log, std::vector<std::string>{"stopped@2910"});
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), testing::ElementsAre("heart 7 has stopped"));
+    EXPECT_EQ(DXR_StopHeartToMon(&monitor), static_cast<uint32_t>(ENOENT));
+    EXPECT_EQ(DXR_SetHeartMon(&monitor, 100, 3, 7), 0U);
+    EXPECT_EQ(DXR_StopHeartToMon(&monitor), 0U);
+    DXR_DelayTask(1000);
+    EXPECT_EQ(log.size(), 1U);
+    EXPECT_EQ(DXR_SetHeartMon(&monitor, 0, 3, 7), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_SetHeartMon(nullptr, 1, 3, 7), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_StopHeartToMon(nullptr), static_cast<uint32_t>(EINVAL));
+}
+
+class RealTimers : public dxrtest::RealHost {};
+
+TEST_F(RealTimers, FireInRealTime) {
+    static std::atomic<int> fired;
+    fired = 0;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 1;
+    timer.repeats = 1;
+    timer.function = [](void *) { ++fired; };
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    while (fired < 3) {
+        DXR_DelayTask(1);
+    }
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+    const int then = fired;
+    DXR_DelayTask(5);
+    EXPECT_EQ(fired, then);
+}
+
+// --- The rest
+
+TEST_F(HostFiles, ValuesAreWhatTheyWereSetTo) {
+    uint32_t value = 5;
+    EXPECT_EQ(DXR_GetEnvValueById(3, &value), static_cast<uint32_t>(ENOENT));
+    EXPECT_EQ(value, 5U);
+    DxrHostSetEnvValue(host, 3, 77);
+    EXPECT_EQ(DXR_GetEnvValueById(3, &value), 0U);
+    EXPECT_EQ(value, 77U);
+    EXPECT_EQ(DXR_GetEnvValueById(3, nullptr), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_GetLrId(), 0U);
+    DxrHostSetLrId(host, 4);
+    EXPECT_EQ(DXR_GetLrId(), 4U);
+    EXPECT_LE(DXR_GetCpuUseRate(), 100U);
+    DxrHostSetCpuUseRate(host, 35);
+    EXPECT_EQ(DXR_GetCpuUseRate(), 35U);
+    EXPECT_EQ(DXR_RestorePatch(), 0U);
+    EXPECT_EQ(messages.back(), (dxrtest::Message{6, "no patches to restore"}));
+}
+
+TEST_F(HostFiles, BuffersAreCompressed) {
+    std::string text;
+    for (int i = 0; i < 500; ++i) {
+        text += "line " + std::to_string(i % 7) + "\n";
+    }
+    std::vector<unsigned char> packed(text.size());
+    auto room = static_cast<uint32_t>(packed.size());
+    const auto size = static_cast<uint32_t>(text.size());
+    EXPECT_EQ(DXR_ZipBuffer(size, text.data(), packed.data(), &room), 0U);
+    EXPECT_LT(room, 200U);
+    std::string back(text.size(), ' ');
+    uLongf length = back.size();
+    EXPECT_EQ(uncompress(reinterpret_cast<Bytef *>(back.data()), &length, packed.data(), room),
+              Z_OK);
+    EXPECT_EQ(back, text);
+    room = 5;
+    EXPECT_EQ(DXR_ZipBuffer(size, text.data(), packed.data(), &room),
+              static_cast<uint32_t>(ENOSPC));
+    EXPECT_GE(room, size);
+    DxrHostFailNth(host, "system.zip", 1, false);
+    EXPECT_EQ(DXR_ZipBuffer(size, text.data(), packed.data(), &room),
+              static_cast<uint32_t>(ENOMEM));
+    EXPECT_EQ(DXR_ZipBuffer(size, text.data(), nullptr, &room), static_cast<uint32_t>(EINVAL));
 }
 
 }  // namespace
