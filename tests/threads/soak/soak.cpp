@@ -220,7 +220,7 @@ class Rest {
         }
         const uint64_t recordBytes = RecordedTexts() * sizeof(DxrRecord);
         std::array<DxrHostMemoryAccount, kMostThreads + 8> accounts;
-        const uint32_t count = DxrHostGetMemoryAccounts(accounts.data(), accounts.size());
+        const uint32_t count = DxrHostGetMemoryAccounts(nullptr, accounts.data(), accounts.size());
         blocks = 0;
         bytes = 0;
         for (uint32_t i = 0; i < count; ++i) {
@@ -235,7 +235,7 @@ class Rest {
             blocks += account.blocksLive;
             bytes += account.bytesLive;
         }
-        SOAK_CHECK(DxrHostGetBadReleases() == 0);
+        SOAK_CHECK(DxrHostGetReportCount(nullptr) == 0);
         const uint64_t descriptors = Descriptors();
         if (descriptors != descriptors_) {
             Find("%" PRIu64 " descriptors are open, not %" PRIu64, descriptors, descriptors_);
@@ -276,7 +276,7 @@ void TurnClock(Random &random) {
     g_now += step;
     g_latest = std::max(g_latest, g_now);
     g_startupSec += what == 1 ? 0 : step;
-    DxrHostSetClock(g_now, g_startupSec);
+    SOAK_CHECK(DxrHostSetClock(nullptr, g_now, g_startupSec));
 }
 
 int Run(const Options &options) {
@@ -289,12 +289,18 @@ int Run(const Options &options) {
                                       std::string(FilesJob::kDataSize, FilesJob::kDataByte)));
     setenv("DXR_TEST_OPT", directory.Path().c_str(), 1);
 
-    DxrHostReset();
-    DxrHostInstall();
-    DxrHostSetWorkPath(directory.Path("work").c_str());
-    DxrHostSetPrintSink([](uint32_t, const char *, void *) { ++t_messages; }, nullptr, 6);
-    DxrHostSetDiagSink([](const char *, void *) { ++t_diagLines; }, nullptr);
-    DxrHostSetClock(g_now, g_startupSec);
+    const std::string workPath = directory.Path("work");
+    DxrHostOptions hostOptions;
+    DxrHostInitOptions(&hostOptions);
+    hostOptions.clock = DXR_HOST_CLOCK_STEPPED;
+    hostOptions.workPath = workPath.c_str();
+    DxrHost *const host = DxrHostCreate(&hostOptions);
+    SOAK_CHECK(DxrHostRegister(host) == 0);
+    DxrHostSetPrintSink(
+        host, [](uint32_t, const char *, void *) { ++t_messages; }, nullptr, 6);
+    DxrHostSetDiagSink(
+        host, [](const char *, void *) { ++t_diagLines; }, nullptr);
+    SOAK_CHECK(DxrHostSetClock(host, g_now, g_startupSec));
     SOAK_CHECK(DXR_InitLogFilter(9) == 0);
     // So that all its lines find room.
     DXR_ResizeLogFilterInfo(DXR_GetLogFilter(kHourlyType), 2047);
@@ -343,8 +349,8 @@ int Run(const Options &options) {
     DXR_DestroyLogFilter();
     DXR_DestroyRecordInfo();
     DXR_RegisterSimulateMsgMap(nullptr, 0);
-    if (const uint32_t leaks = DxrHostReportLeaks(stderr)) {
-        Find("%u blocks are left at the end", leaks);
+    if (const uint32_t leftovers = DxrHostDestroy(host, stderr)) {
+        Find("%u things are left at the end", leftovers);
     }
     std::printf("\n");
     for (const JobCount &job : g_jobs) {
