@@ -43,8 +43,8 @@ std::string TextOf(uint64_t from, uint64_t to) {
     std::string text;
     for (uint64_t line = from / kLine; line * kLine < to; ++line) {
         std::array<char, kLine + 1> digits;
-        std::snprintf(digits.data(), digits.size(), "%031llu\n",
-                      static_cast<unsigned long long>(line * 0x9E3779B97F4A7C15U));
+        const unsigned long long number = line * 0x9E3779B97F4A7C15U;
+        std::snprintf(digits.data(), digits.size(), "%031llu\n", number);
         text += digits.data();
     }
     return text.substr(from % kLine, to - from);
