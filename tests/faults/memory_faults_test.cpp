@@ -400,8 +400,8 @@ struct RingState {
 // All states from which a new line asks for memory, and their neighbours.
 std::vector<RingState> RingStates() {
     std::vector<RingState> states;
-    for (const uint32_t lines : {0, 1, 2, 6, 14, 30, 62, 126, 254, 510, 1022}) {
-        for (const uint32_t more : {0, 1, 2, 3, 40}) {
+    for (const uint32_t lines : {0U, 1U, 2U, 6U, 14U, 30U, 62U, 126U, 254U, 510U, 1022U}) {
+        for (const uint32_t more : {0U, 1U, 2U, 3U, 40U}) {
             // Of the large rings, which take their time, some.
             if (lines <= 62 || more % 2 == 0) {
                 states.push_back({lines, more, false});
@@ -601,7 +601,7 @@ const RecorderWay kRecorderWays[] = {
 
 TEST_F(MemoryFaults, RecordInfoAndAddNewRecord) {
     for (const RecorderWay &way : kRecorderWays) {
-        for (const uint32_t records : {0, 1, 2, 7, 8, 9, 10, 1023, 1024}) {
+        for (const uint32_t records : {0U, 1U, 2U, 7U, 8U, 9U, 10U, 1023U, 1024U}) {
             Case record;
             record.state = std::string(way.name) + ", " + std::to_string(records) + " records";
             record.arrange = [&way, records](World &) {

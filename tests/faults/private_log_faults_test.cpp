@@ -370,7 +370,7 @@ TEST_F(PrivateLogFaults, EachStepOfACopy) {
 }
 
 TEST_F(PrivateLogFaults, EachStepOfReading) {
-    for (const size_t size : {0, 100, 20000}) {
+    for (const size_t size : {0U, 100U, 20000U}) {
         for (const uint32_t room : {0U, 1U, 150U, 30000U}) {
             FailEachStep(Read(Pattern(size), room));
         }
@@ -403,7 +403,7 @@ TEST_F(PrivateLogFaults, Writing) {
                   {{"a.log", "before\n"}},
                   [&text] { return Answer{DXR_WritePrivateLog("a.log", 2500, text.c_str())}; },
                   [&text](Replay &replay) {
-                      for (const size_t offset : {0, 1000, 2000}) {
+                      for (const size_t offset : {0U, 1000U, 2000U}) {
                           replay.Next("write hook a.log " + text.substr(offset));
                       }
                       return Answer{0};
