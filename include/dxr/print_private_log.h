@@ -38,8 +38,8 @@ DXR_API uint32_t DXR_GetPrivateLogPath(const char *name, char *out, uint32_t out
 DXR_API uint32_t DXR_WritePrivateLog(const char *name, uint32_t length, const char *text);
 
 /* Reads log `name` into `out` of `outSize` bytes, line by line, cut to what fits and terminated. A
- * line is kept up to its first NUL byte. An empty log leaves `out` as it was. 0, or 1 when the log
- * cannot be opened or there is no room even for a terminator. */
+ * line is kept up to its first NUL byte. An empty log leaves `out` as it was. A read error counts
+ * as the end. 0, or 1 when the log cannot be opened or there is no room even for a terminator. */
 DXR_API uint32_t DXR_GetPrivateLog(const char *name, char *out, uint32_t outSize);
 
 /* Length of log `name` in bytes as DXR_FileLength tells it, or 0xFFFFFFFF on failure. Its path
@@ -50,12 +50,14 @@ DXR_API uint32_t DXR_GetPrivateLogLen(const char *name);
  * on failure, or for a log of 2 GiB and more. The cut goes through the file "dxr_log.tmp" of the
  * directory, which the host creates by an empty write; with Print slot 8 empty it must exist
  * already. Until the log is removed a failure leaves it untouched; when the renaming fails after
- * that, "dxr_log.tmp" holds what was kept. A log of that very name is lost when it is cut. */
+ * that, or the process is killed before it, the log is missing and "dxr_log.tmp" holds what was
+ * kept. Errors of reading and writing are not reported: what is kept is then shorter. A log of that
+ * very name is lost when it is cut. */
 DXR_API uint32_t DXR_FixPrivateLogLen(const char *name, uint32_t maxLength);
 
 /* Copies `length` bytes from byte `offset` of `source` into `destination`, which must exist and is
  * emptied first. A source that ends early is copied as far as it goes. 0, or 1 when a file cannot
- * be resolved, opened or positioned. Write errors are not reported. */
+ * be resolved, opened or positioned. Read and write errors are not reported. */
 DXR_API uint32_t DXR_CopyFile(const char *source, const char *destination, uint32_t offset,
                               uint32_t length);
 
