@@ -38,7 +38,10 @@ size_t g_handles = 0;
 
 void *Allocate(uint32_t mid, uint32_t size, const char * /*file*/, uint32_t /*line*/) {
     void *const block = g_files->Step("allocate", 1) ? nullptr : std::malloc(size);
-    g_blocks += block != nullptr ? 1 : 0;
+    if (block != nullptr) {
+        std::memset(block, 0xA5, size);
+        ++g_blocks;
+    }
     g_files->Log(
         {"allocate " + std::to_string(mid) + " " + std::to_string(size), block == nullptr});
     return block;
@@ -69,13 +72,13 @@ void *Open(const char *path, const char *mode) {
     return file;
 }
 
-// Gives the bytes read, as it is expected to; or a number that is wrong.
+// Gives the bytes read, as it is expected to; or a number that is wrong, or says that it read all.
 uint32_t Read(void *block, uint32_t size, uint32_t count, void *file) {
     const FileFaults::Pause pause(*g_files);
     auto got = static_cast<uint32_t>(
         std::fread(block, 1, size_t{size} * count, static_cast<std::FILE *>(file)));
-    if (const auto kind = g_files->Step("fRead", 5)) {
-        got = std::array{0U, 1U, size - 1, size + 1, 0xFFFFFFFFU}[*kind];
+    if (const auto kind = g_files->Step("fRead", 6)) {
+        got = std::array{0U, 1U, size - 1, size + 1, 0xFFFFFFFFU, size}[*kind];
     }
     g_files->Log({"fRead " + std::to_string(size) + " " + std::to_string(count), false,
                   std::to_string(got)});
@@ -244,7 +247,9 @@ class BinFileFaults : public testing::Test {
         g_files = &files_;
         g_workPath = files_.Top() + "/work";
         std::filesystem::create_directories(g_workPath + "/bin");
-        for (const char *const name : {"a_1.bin", "a_2.bin", "a_3.bin", "b_9_long_name.bin"}) {
+        // Whatever the order in which they are read, a long name comes before a greater short one.
+        for (const char *const name : {"a_1.bin", "a_2.bin", "a_3.bin", "b_9_long_name.bin",
+                                       "c.bin", "x.bin", "w_8_long_name.bin", "v.bin"}) {
             std::FILE *const file = std::fopen((g_workPath + "/bin/" + name).c_str(), "w");
             for (int i = 0; i < 7000; ++i) {
                 std::fputc(i % 251, file);
