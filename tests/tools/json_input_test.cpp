@@ -45,6 +45,15 @@ TEST(LoadJson, SaysWhereAFileIsWrong) {
     }
 }
 
+// The parser takes a NUL byte for the end of the text.
+TEST(LoadJson, NothingHidesAfterANulByte) {
+    const dxrtest::TemporaryDirectory directory;
+    for (const std::string rest : {"", "\n", "{}", "nonsense"}) {
+        const std::string text = "{\"a\": 1}" + std::string(1, '\0') + rest;
+        EXPECT_THROW((void)LoadJson(directory.Write("f.json", text)), dxrsh::UsageError) << rest;
+    }
+}
+
 TEST(LoadJson, OddFilesAreRefusedOnOneLine) {
     const dxrtest::TemporaryDirectory directory;
     for (const std::string text : {"", "{", "{}{}", "\xff\xfe", "[1,]", "{\"a\": \"\n\"}", "nul",

@@ -28,11 +28,18 @@ std::string Complaint(const nlohmann::json::exception &error) {
 
 nlohmann::json LoadJson(const std::string &path) {
     Input input(path);
-    const std::string text = ReadWhole(input, kLongestFile);
+    return ParseJson(ReadWhole(input, kLongestFile), input.Name());
+}
+
+nlohmann::json ParseJson(std::string_view text, const std::string &name) {
+    // The parser would take it for the end, whatever follows.
+    if (text.find('\0') != std::string_view::npos) {
+        throw UsageError(fmt::format("{}: holds a NUL byte", name));
+    }
     try {
         return nlohmann::json::parse(text);
     } catch (const nlohmann::json::exception &error) {
-        throw UsageError(fmt::format("{}: {}", input.Name(), Complaint(error)));
+        throw UsageError(fmt::format("{}: {}", name, Complaint(error)));
     }
 }
 

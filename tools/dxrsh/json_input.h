@@ -7,12 +7,15 @@
 #include <nlohmann/json_fwd.hpp>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace dxrsh {
 
 // The file's JSON. Throws RunError when it cannot be read.
 [[nodiscard]] nlohmann::json LoadJson(const std::string &path);
+// The text's; `name` is how the file is called in complaints.
+[[nodiscard]] nlohmann::json ParseJson(std::string_view text, const std::string &name);
 
 // An object whose keys are asked for one by one. The value must outlive it.
 class JsonObject {
