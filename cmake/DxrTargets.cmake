@@ -22,9 +22,13 @@ if(DXR_SANITIZE)
 endif()
 
 # The counters are atomic: tests call the library from several threads.
-if(DXR_COVERAGE)
+if(DXR_COVERAGE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(dxr_build_options INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(dxr_build_options INTERFACE --coverage)
+elseif(DXR_COVERAGE)
+    target_compile_options(dxr_build_options INTERFACE
+        -fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc -fprofile-update=atomic)
+    target_link_options(dxr_build_options INTERFACE -fprofile-instr-generate)
 endif()
 
 set(CMAKE_CXX_STANDARD 20)

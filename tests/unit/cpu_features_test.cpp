@@ -155,6 +155,11 @@ TEST(Has, AsksOnceAndKeepsTheAnswer) {
     EXPECT_EQ(dxr::HasAvx512(), (features & cpu::kAvx512) != 0);
     EXPECT_EQ(cpu::g_known, features | cpu::kAsked);
 
+    // What nobody asks the processor for it does not have, whoever asks first.
+    cpu::g_known = 0;
+    EXPECT_FALSE(cpu::Has(8));
+    EXPECT_FALSE(cpu::Has(8));
+
     // The kept answer stands, whatever the processor would say now.
     cpu::g_known = cpu::kAsked;
     EXPECT_FALSE(dxr::HasAvx2());

@@ -202,6 +202,14 @@ TEST_F(Database, ProductThatWrapsToZeroIsNotAllocated) {
     EXPECT_EQ(Calls{"count"}, host_.calls);
 }
 
+TEST_F(Database, OneRecordIsEnough) {
+    countAnswer_ = 1;
+    void *block = Select();
+    EXPECT_NE(nullptr, block);
+    EXPECT_EQ(1U, count_);
+    DXR_Free(block, "test", 1);
+}
+
 TEST_F(Database, QueryIsNotWritten) {
     void *block = Select();
     EXPECT_EQ(0xFFFFFFFFU, query_[0]);

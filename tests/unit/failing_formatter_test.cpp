@@ -176,6 +176,11 @@ TEST_F(LinkText, ALineWithoutItsTotalGoesOnOneCharacterEarlier) {
     EXPECT_EQ(LineOfChips(host, {2, 3}, "links"), "link");
 }
 
+TEST_F(LinkText, ALineOfOneCharacterWithoutItsTotalIsTheChipsAlone) {
+    EXPECT_EQ(LineOfChips(host, {2}, "l"),
+              " Chip0: Valid[1][ 0x00000000 0x00000001 ] Chip1: Valid[5][ 0x0000000b 0x0000000a ]");
+}
+
 TEST_F(LinkText, ALineThatWouldBeginBeforeItsBufferIsEmpty) {
     EXPECT_EQ(LineOfChips(host, {2}, ""), "");
 }

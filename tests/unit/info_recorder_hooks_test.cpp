@@ -379,6 +379,40 @@ TEST_P(RecorderHooks, ARecordRewrittenThroughAnotherStoreIsFound) {
     EXPECT_EQ(Slots(), "a2 c2 b1 >3");
 }
 
+TEST_P(RecorderHooks, TheFirstRecordRewrittenThroughAnotherStoreIsFound) {
+    DXR_RecordInfo("a");
+    DXR_RecordInfo("b");
+    DxrRecordStore own = {};
+    own.records[0] = g_dxrRecord.records[0];
+    DXR_AddNewRecord("c", &own);
+    const std::string before = Slots(0);
+    DXR_RecordInfo("c");
+    EXPECT_STREQ(g_dxrRecord.records[0]->text, "c");
+    EXPECT_EQ(g_dxrRecord.records[0]->count, 2U) << before;
+}
+
+TEST_P(RecorderHooks, ATextThatStandsTwiceIsNotFoundPastASlotThatTheHostEmpties) {
+    OnAllocation([] { DXR_RecordInfo("twice"); });
+    DXR_RecordInfo("twice");
+    DXR_RecordInfo("last");
+    ASSERT_EQ(Slots(), "twice1 twice1 last1 >3");
+    EmptySlot(GetParam());
+    DXR_RecordInfo("twice");
+    EXPECT_EQ(Slots(), "- twice1 last1 twice1 >4");
+}
+
+TEST_P(RecorderHooks, AFullStoreWhoseIndexTheHostSetsIsSearchedWhole) {
+    FillUpTo(DXR_RECORD_COUNT);
+    for (const uint32_t next : {DXR_RECORD_COUNT / 2, DXR_RECORD_COUNT - 1, 1U}) {
+        g_dxrRecord.nextIndex = next;
+        const DxrRecord &last = *g_dxrRecord.records[DXR_RECORD_COUNT - 1];
+        const uint32_t count = last.count;
+        DXR_RecordInfo("%s", last.text);
+        EXPECT_EQ(last.count, count + 1);
+        EXPECT_EQ(g_dxrRecord.nextIndex, next);
+    }
+}
+
 TEST_P(RecorderHooks, ARecordRewrittenWhileTheIndexStandsElsewhereIsFound) {
     DXR_RecordInfo("a");
     DXR_RecordInfo("b");

@@ -201,6 +201,34 @@ TEST(MessageFilterAllocation, QueriesOfTheLibrarysOwnNodesMakeNoList) {
     DXR_DestroyMessageFilter(&filter);
 }
 
+// Also where the path leads nowhere.
+TEST(MessageFilterAllocation, PathsUpToTheLongestThatIsWalkedMakeNoList) {
+    constexpr uint32_t kLongest = 15;
+    auto *const root = new MessageFilterComposite("root", 0, 0, 0);
+    MessageFilterComposite *parent = root;
+    for (uint32_t type = 1; type <= kLongest + 1; ++type) {
+        auto *const node = new MessageFilterComposite("node", type, 1, type);
+        parent->Add(node);
+        parent = node;
+    }
+    DxrMessageFilter *filter = root;
+    const auto isAskedWithoutList = [&](uint32_t num, uint32_t first, uint8_t expected) {
+        uint8_t answer = 0xFF;
+        RunFailing(1, [&] {
+            answer = DXR_IsMessageFiltered(filter, num, first, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U,
+                                           11U, 12U, 13U, 14U, 15U, 16U);
+        });
+        EXPECT_EQ(answer, NewWatch::Failed() ? 0xFF : expected);
+        return !NewWatch::Failed();
+    };
+    EXPECT_EQ(isAskedWithoutList(1, 1, 1), dxr::kFastPaths);
+    EXPECT_EQ(isAskedWithoutList(1, 77, 0), dxr::kFastPaths);
+    EXPECT_EQ(isAskedWithoutList(kLongest, 1, 1), dxr::kFastPaths);
+    EXPECT_EQ(isAskedWithoutList(kLongest, 77, 0), dxr::kFastPaths);
+    EXPECT_FALSE(isAskedWithoutList(kLongest + 1, 1, 1));
+    DXR_DestroyMessageFilter(&filter);
+}
+
 TEST(MessageFilterAllocation, AFailedQueryCountsNothing) {
     DxrMessageFilter *filter = ForestWithHostLeaf();
     const std::string before = Listing(*filter);

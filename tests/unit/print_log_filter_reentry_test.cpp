@@ -484,6 +484,7 @@ TEST_F(LogFilterReentry, LinesLoggedWhileTheStoreIsDestroyedDoNotLeak) {
             Ask(line);
         }
         EXPECT_EQ(Ask("other type", 0, 2), 0);
+        EXPECT_EQ(Ask("first type", 0, 0), 0);
     };
     DXR_DestroyLogFilter();
     EXPECT_EQ(g_onceInRelease, nullptr);

@@ -358,5 +358,25 @@ TEST_F(LogRingTest, ARingWithoutAStoreTakesNothing) {
     EXPECT_EQ(host.LiveBlocks(), 0U);
 }
 
+// As a host may spoil it: the window begins beyond the ring, and goes round it twice.
+TEST(WalkRing, AWindowThatBeginsOutsideTheRingStaysInIt) {
+    std::array<DxrLogFilterEntry, 6> entries = {};
+    constexpr uint32_t kCapacity = 4;
+    for (uint32_t i = 0; i < entries.size(); ++i) {
+        entries[i].logHashCode = 100 + i;
+    }
+    DxrLogFilterInfo record = {};
+    record.entries = entries.data();
+    record.capacity = kCapacity;
+    record.curSize = kCapacity;
+    for (uint32_t first = 0; first <= 3 * kCapacity; ++first) {
+        record.curIndex = static_cast<decltype(record.curIndex)>(first);
+        for (uint32_t position = 0; position < entries.size(); ++position) {
+            EXPECT_EQ(dxr::WalkRing(record, 100 + position), std::min(position, kCapacity))
+                << "from " << first;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace dxrtest

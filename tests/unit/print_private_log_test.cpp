@@ -586,6 +586,14 @@ TEST_F(PrivateLogCut, LengthOf2GiBOrMoreIsAFailure) {
     EXPECT_EQ(CallsStartingWith("fseek 2147483637"), 1U);
 }
 
+TEST_F(PrivateLogCut, AnEmptyLogIsShortEnough) {
+    files_.Put("a.log", "");
+    for (const uint32_t maxLength : {0U, 1U, 1000U}) {
+        EXPECT_EQ(DXR_FixPrivateLogLen("a.log", maxLength), 0U);
+    }
+    EXPECT_THAT(files_.Content("a.log"), Optional(std::string()));
+}
+
 TEST_F(PrivateLogCut, MissingLogNullNameOrNoMemoryIsAFailure) {
     EXPECT_EQ(DXR_FixPrivateLogLen("a.log", 10), 1U);
     EXPECT_EQ(DXR_FixPrivateLogLen(nullptr, 10), 1U);

@@ -310,6 +310,14 @@ TEST(SaveLinkToBitMap, BitsStayOnceSet) {
     EXPECT_THAT(map.Bits(), ElementsAre(0x80000008));
 }
 
+TEST(SaveLinkToBitMap, NeighboursStay) {
+    HandMade map(1, 2, {0xFFFFFFFF, 0xFFFFFFFF});
+    for (const uint32_t link : {0U, 15U, 30U, 31U, 32U, 62U}) {
+        DXR_SaveLinkToBitMap(map.Get(), 0, link);
+        EXPECT_THAT(map.Bits(), ElementsAre(0xFFFFFFFF, 0xFFFFFFFF)) << link;
+    }
+}
+
 TEST(SaveLinkToBitMap, SpareBitsOfTheRowCanBeSetAndNoneBehind) {
     TestHost host;
     host.WithMemory();
