@@ -97,6 +97,24 @@ TEST_P(Crc8, AChangedEntryDecides) {
     EXPECT_GT(different, 1000);
 }
 
+// Nothing is looked up in the table that is meant to be there, and everything in any other.
+TEST(Crc8Table, TheTableIsLookedUpWhereItIsNotTheGenerators) {
+    if constexpr (dxr::kVectorVersions) {
+        if (!dxr::HasAvx2()) {
+            GTEST_SKIP() << "no AVX2";
+        }
+        Table table = GeneratorsTable();
+        EXPECT_TRUE(dxr::avx2::IsGenerators(table.data()));
+        for (uint8_t &entry : table) {
+            for (uint32_t bit = 0; bit < 8; ++bit) {
+                entry ^= static_cast<uint8_t>(1U << bit);
+                EXPECT_FALSE(dxr::avx2::IsGenerators(table.data()));
+                entry ^= static_cast<uint8_t>(1U << bit);
+            }
+        }
+    }
+}
+
 TEST_P(Crc8, ATableOfZerosGivesZero) {
     const Table zeros = {};
     const std::vector<uint8_t> data(500, 0xFF);

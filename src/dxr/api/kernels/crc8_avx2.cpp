@@ -113,7 +113,9 @@ DXR_TARGET_AVX2 inline __m256i LoadLarge(const uint8_t *bytes) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(bytes));
 }
 
-DXR_TARGET_AVX2 inline bool IsGenerators(const uint8_t *table) {
+}  // namespace
+
+DXR_TARGET_AVX2 bool IsGenerators(const uint8_t *table) noexcept {
     __m256i difference = _mm256_setzero_si256();
     for (size_t i = 0; i < kTable.size(); i += kLargeBlock) {
         difference = _mm256_or_si256(
@@ -121,6 +123,8 @@ DXR_TARGET_AVX2 inline bool IsGenerators(const uint8_t *table) {
     }
     return _mm256_testz_si256(difference, difference) != 0;
 }
+
+namespace {
 
 template <size_t kBytes>
 DXR_TARGET_AVX2 inline __m256i Moved(__m256i block) {

@@ -30,6 +30,9 @@ namespace avx2 {
 // At least 32 bytes.
 [[nodiscard]] uint32_t TextHash(const unsigned char *text, size_t length) noexcept;
 
+// Whether the table holds the generator's entries, so that no byte needs to be looked up in it.
+[[nodiscard]] bool IsGenerators(const uint8_t *table) noexcept;
+
 // At least 16 bytes.
 [[nodiscard]] uint32_t Crc8(const uint8_t *table, const uint8_t *data, uint64_t length) noexcept;
 
