@@ -1,4 +1,5 @@
-// What is due, the earliest first; what is due at one moment comes in the order in which it was set.
+// What is due, the earliest first; what is due at one moment comes in the order in which it was
+// set.
 #ifndef DXR_DEVHOST_ALARM_HEAP_H
 #define DXR_DEVHOST_ALARM_HEAP_H
 

@@ -17,6 +17,9 @@ namespace {
 // How long the end of a host waits for calls that are in progress.
 constexpr uint32_t kGraceMs = 10000;
 
+// How often the end of a host tries again that did not have the memory to look at what is left.
+constexpr uint32_t kMostTries = 3;
+
 constinit std::atomic<uint64_t> g_lateCalls{0};
 
 DxrHost *Public(Host *host) {
@@ -60,6 +63,7 @@ void Host::ReportLeftover(const char *service, const Place &made, const std::str
 }
 
 uint32_t Host::Finish() {
+    leftovers_ = 0;
     scheduler.Finish();
     isInUse_ = !WaitUntilOutside(this, kGraceMs);
     if (isInUse_) {
@@ -178,7 +182,18 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
     if (devhost::g_registered.load() == host) {
         (void)DxrHostRegister(nullptr);
     }
-    const uint32_t leftovers = host->Finish();
+    uint32_t leftovers = 0;
+    for (uint32_t tries = 1;; ++tries) {
+        try {
+            leftovers = host->Finish();
+            break;
+        } catch (const std::bad_alloc &) {
+            // Memory may come back; without it the host stays.
+            if (tries == devhost::kMostTries) {
+                return UINT32_MAX;
+            }
+        }
+    }
     if (out != nullptr) {
         host->reports.WriteAll(out);
     }

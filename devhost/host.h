@@ -8,9 +8,11 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "chance.h"
 #include "dxr_devhost/host.h"
+#include "guarded.h"
 #include "handles.h"
 #include "options.h"
 #include "place.h"
@@ -88,11 +90,14 @@ class Host {
 };
 
 // One call of a slot: for its time the host that is registered stays. Declared first in each
-// function of the table; its default argument is the function's own caller.
+// function of the table. The caller is the one that Guarded saw, or else the function's own.
 class Call {
   public:
     explicit Call(const char *slot, const void *caller = __builtin_return_address(0))
-        : slot_(slot), caller_(caller), thread_(ThisThread()), host_(Enter(thread_)) {
+        : slot_(slot),
+          caller_(t_caller != nullptr ? std::exchange(t_caller, nullptr) : caller),
+          thread_(ThisThread()),
+          host_(Enter(thread_)) {
         if (host_ == nullptr || host_->scheduler.SwitchesAtCalls()) [[unlikely]] {
             BeginUnusual();
         }

@@ -289,14 +289,14 @@ std::unique_ptr<Service> MakeList(Host &host) {
 }
 
 void FillList(DxrHooks &hooks) {
-    hooks.list.createSll = CreateSll;
-    hooks.list.addSll = AddSll;
-    hooks.list.removeSll = RemoveSll;
-    hooks.list.destroySll = DestroySll;
-    hooks.list.sslGetCount = SllGetCount;
-    hooks.list.sslGetNextNode = SllGetNextNode;
-    hooks.list.sslGetNodeData = SllGetNodeData;
-    hooks.list.sslProcSingleNode = SllProcSingleNode;
+    hooks.list.createSll = Guarded<CreateSll>;
+    hooks.list.addSll = Guarded<AddSll>;
+    hooks.list.removeSll = Guarded<RemoveSll>;
+    hooks.list.destroySll = Guarded<DestroySll>;
+    hooks.list.sslGetCount = Guarded<SllGetCount, 0>;
+    hooks.list.sslGetNextNode = Guarded<SllGetNextNode>;
+    hooks.list.sslGetNodeData = Guarded<SllGetNodeData>;
+    hooks.list.sslProcSingleNode = Guarded<SllProcSingleNode, 1>;
 }
 
 }  // namespace devhost

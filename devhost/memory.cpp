@@ -448,8 +448,8 @@ std::unique_ptr<Service> MakeMemory(Host &host) {
 }
 
 void FillMemory(DxrHooks &hooks) {
-    hooks.memory.allocate = Allocate;
-    hooks.memory.release = Release;
+    hooks.memory.allocate = Guarded<Allocate>;
+    hooks.memory.release = Guarded<Release>;
 }
 
 }  // namespace devhost

@@ -1,6 +1,6 @@
 // The blocks that the memory service gives out: rooms of some sixty sizes in one large reservation,
-// what is known of each kept apart from it. So any address can be looked up without touching what it
-// points at, and a module that writes beyond its block cannot spoil the bookkeeping.
+// what is known of each kept apart from it. So any address can be looked up without touching what
+// it points at, and a module that writes beyond its block cannot spoil the bookkeeping.
 //
 // Each thread keeps released rooms of its own in rings, and uses the oldest again. Only when a ring
 // is full or empty the rooms in common are asked for, under a lock.

@@ -22,8 +22,8 @@ std::string Describe(const void *address);
 // "DXR_InitMutex by function in program+0x1234".
 std::string Describe(const Place &place);
 
-// The calls that led here, the latest first, but for those of the host and the library: "; called by
-// function in program+0x1234" each.
+// The calls that led here, the latest first, but for those of the host and the library: "; called
+// by function in program+0x1234" each.
 std::string BackTrace();
 
 }  // namespace devhost

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -298,8 +299,12 @@ size_t FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> &piece, const
     va_start(args, format);
     const int length = std::vsnprintf(text.data(), text.size(), format, args);
     va_end(args);
-    if (length >= 0) {
-        state.Deliver(level, text.data());
+    try {
+        if (length >= 0) {
+            state.Deliver(level, text.data());
+        }
+    } catch (const std::bad_alloc &) {
+        // The message is lost.
     }
 }
 
@@ -351,10 +356,14 @@ uint32_t SetDbgLevel(uint32_t level) {
     va_start(args, format);
     const size_t length = FormatPiece(piece, format, args);
     va_end(args);
-    const std::string path = state.PathOfLog(name);
-    if (!state.AppendToLog(path, piece.data(), length)) {
-        state.Deliver(kLevelFailure, ("private log " + path + " cannot be written").c_str());
-        return 1;
+    try {
+        const std::string path = state.PathOfLog(name);
+        if (!state.AppendToLog(path, piece.data(), length)) {
+            state.Deliver(kLevelFailure, ("private log " + path + " cannot be written").c_str());
+            return kFailure;
+        }
+    } catch (const std::bad_alloc &) {
+        return kFailure;
     }
     return 0;
 }
@@ -603,23 +612,24 @@ std::unique_ptr<Service> MakePrint(Host &host) {
 
 void FillPrint(DxrHooks &hooks) {
     hooks.print.print = Print;
-    hooks.print.diagLogFilter = DiagLogFilter;
-    hooks.print.getDbgLevel = GetDbgLevel;
-    hooks.print.setDbgLevel = SetDbgLevel;
+    hooks.print.diagLogFilter = Guarded<DiagLogFilter, kFailure>;
+    hooks.print.getDbgLevel = Guarded<GetDbgLevel, 0>;
+    hooks.print.setDbgLevel = Guarded<SetDbgLevel, kFailure>;
     hooks.print.writePrivateLog = WritePrivateLog;
-    hooks.print.reportAssert = ReportAssert;
-    hooks.print.enableLogOutput = EnableLogOutput;
-    hooks.print.writeEventLog = WriteEventLog;
-    hooks.print.logFilterDestroy = LogFilterDestroy;
-    hooks.print.logFilterGetFileName = LogFilterGetFileName;
-    hooks.print.logFilterFilterSameLog = FilterSameLog;
-    hooks.print.logFilterFilterDiffKeyLog = FilterDiffKeyLog;
-    hooks.print.logFilterFilterLargeDiffKeyLog = FilterLargeDiffKeyLog;
-    hooks.print.logFilterRegister = LogFilterRegister;
-    hooks.print.logFilterRegisterDiffLogForFramework = LogFilterRegisterForFramework;
-    hooks.print.logFilterShowCurInfo = ShowCurInfo;
-    hooks.print.logFilterShowHisInfo = ShowHisInfo;
-    hooks.print.recordWarmRebootMileStone = RecordWarmRebootMileStone;
+    hooks.print.reportAssert = Guarded<ReportAssert, kFailure>;
+    hooks.print.enableLogOutput = Guarded<EnableLogOutput, kFailure>;
+    hooks.print.writeEventLog = Guarded<WriteEventLog, kFailure>;
+    hooks.print.logFilterDestroy = Guarded<LogFilterDestroy, kFailure>;
+    hooks.print.logFilterGetFileName = Guarded<LogFilterGetFileName>;
+    hooks.print.logFilterFilterSameLog = Guarded<FilterSameLog, kFailure>;
+    hooks.print.logFilterFilterDiffKeyLog = Guarded<FilterDiffKeyLog, kFailure>;
+    hooks.print.logFilterFilterLargeDiffKeyLog = Guarded<FilterLargeDiffKeyLog, kFailure>;
+    hooks.print.logFilterRegister = Guarded<LogFilterRegister, kFailure>;
+    hooks.print.logFilterRegisterDiffLogForFramework =
+        Guarded<LogFilterRegisterForFramework, kFailure>;
+    hooks.print.logFilterShowCurInfo = Guarded<ShowCurInfo, kFailure>;
+    hooks.print.logFilterShowHisInfo = Guarded<ShowHisInfo, kFailure>;
+    hooks.print.recordWarmRebootMileStone = Guarded<RecordWarmRebootMileStone, kFailure>;
 }
 
 }  // namespace devhost

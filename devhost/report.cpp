@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "host.h"
@@ -97,7 +98,11 @@ bool Reports::Get(uint32_t index, DxrHostReport &report) {
 void Reports::WriteAll(std::FILE *out) {
     const std::lock_guard lock(mutex_);
     for (const DxrHostReport &report : reports_) {
-        (void)std::fprintf(out, "%s\n", LineOf(report).c_str());
+        try {
+            (void)std::fprintf(out, "%s\n", LineOf(report).c_str());
+        } catch (const std::bad_alloc &) {
+            (void)std::fprintf(out, "%s: %s\n", report.service, report.text);
+        }
     }
 }
 

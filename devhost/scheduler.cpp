@@ -99,11 +99,12 @@ Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t 
     Waiter waiter;
     waiter.task = &task;
     waiter.reason = &reason;
-    list.Add(waiter);
-    task.waiter = &waiter;
+    // First what may fail without memory.
     if (deadline != kForever && !clock.IsReal()) {
         alarms_.Set(waiter, deadline);
     }
+    list.Add(waiter);
+    task.waiter = &waiter;
     if (task.isScheduled) {
         task.state = TaskState::kWaiting;
         SwitchAway(lock, task);
@@ -157,8 +158,8 @@ void Scheduler::WakeAll(WaitList &list) {
 
 // --- Virtual time: one runs at a time
 
-void Scheduler::Point(ThreadRecord &thread) {
-    if (!clock.IsVirtual() || thread.taskHost != host_.number) {
+void Scheduler::SwitchPerhaps(ThreadRecord &thread) {
+    if (thread.taskHost != host_.number) {
         return;
     }
     Task *const task = thread.task.get();
@@ -278,6 +279,7 @@ Task &Scheduler::Adopt(ThreadRecord &thread, const char *name, bool isScheduled)
     task->host = &host_;
     task->state = TaskState::kRunning;
     const SchedulerLock lock(mutex_);
+    ready_.reserve(tasks_.size() + 2);  // so that nobody wakes in vain
     task->id = ++lastTask_;
     task->name = name != nullptr ? name : "thread " + std::to_string(task->id);
     tasks_.emplace(task->id, task);
@@ -325,6 +327,7 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
     task->host = &host_;
     task->isScheduled = clock.IsVirtual();
     task->id = lastTask_ + 1;
+    ready_.reserve(tasks_.size() + 2);
     if (task->name.empty()) {
         task->name = "task " + std::to_string(task->id);
     }

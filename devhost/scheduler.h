@@ -1,9 +1,10 @@
 // Who waits, until when, and who goes on. All that waits in the host waits here: in real time by
 // the system, in stepped time until a test moves the clock, in virtual time by the seed.
 //
-// One lock guards the scheduler and the state of everything that is waited for. A service that waits
-// takes it (Lock), looks at its state, waits on a WaitList of its own (Wait) in a loop, and changes
-// states and wakes under it. Nothing of a module is called under it, and nothing is reported.
+// One lock guards the scheduler and the state of everything that is waited for. A service that
+// waits takes it (Lock), looks at its state, waits on a WaitList of its own (Wait) in a loop, and
+// changes states and wakes under it. Nothing of a module is called under it, and nothing is
+// reported.
 #ifndef DXR_DEVHOST_SCHEDULER_H
 #define DXR_DEVHOST_SCHEDULER_H
 
@@ -178,7 +179,11 @@ class Scheduler {
     void WakeAll(WaitList &list);
 
     // A place where virtual time may let another task run. Without the lock; nothing elsewhere.
-    void Point(ThreadRecord &thread);
+    void Point(ThreadRecord &thread) {
+        if (clock.IsVirtual()) {
+            SwitchPerhaps(thread);
+        }
+    }
 
     // Makes a task, which runs from now on. Gives its number; 0 when no thread can be made.
     uint32_t Create(std::unique_ptr<Task> made);
@@ -229,6 +234,7 @@ class Scheduler {
     Task &Adopt(ThreadRecord &thread, const char *name, bool isScheduled);
     Task *CreateLocked(std::shared_ptr<Task> task);
     void Finish(Waiter &waiter, Woken result);
+    void SwitchPerhaps(ThreadRecord &thread);
     void SwitchAway(SchedulerLock &lock, Task &self);
     Task *Choose(SchedulerLock &lock);
     void EndRun(SchedulerLock &lock, const char *what);

@@ -592,22 +592,22 @@ std::unique_ptr<Service> MakeSystem(Host &host) {
 }
 
 void FillSystem(DxrHooks &hooks) {
-    hooks.system.fOpen = FOpen;
-    hooks.system.fClose = FClose;
-    hooks.system.fRead = FRead;
-    hooks.system.fileLength = FileLength;
-    hooks.system.getBinFolderName = GetBinFolderName;
-    hooks.system.getSysWorkPath = GetSysWorkPath;
-    hooks.system.fSeek = FSeek;
-    hooks.system.startTimer = StartTimer;
-    hooks.system.stopTimer = StopTimer;
-    hooks.system.setHeartMon = SetHeartMon;
-    hooks.system.stopHeartToMon = StopHeartToMon;
-    hooks.system.getEnvValueById = GetEnvValueById;
-    hooks.system.getLrId = GetLrId;
-    hooks.system.getCpuUseRate = GetCpuUseRate;
-    hooks.system.zipBuffer = ZipBuffer;
-    hooks.system.restorePatch = RestorePatch;
+    hooks.system.fOpen = Guarded<FOpen>;
+    hooks.system.fClose = Guarded<FClose, kFailure>;
+    hooks.system.fRead = Guarded<FRead, 0>;
+    hooks.system.fileLength = Guarded<FileLength, kNoLength>;
+    hooks.system.getBinFolderName = Guarded<GetBinFolderName>;
+    hooks.system.getSysWorkPath = Guarded<GetSysWorkPath, kFailure>;
+    hooks.system.fSeek = Guarded<FSeek, kFailure>;
+    hooks.system.startTimer = Guarded<StartTimer>;
+    hooks.system.stopTimer = Guarded<StopTimer>;
+    hooks.system.setHeartMon = Guarded<SetHeartMon>;
+    hooks.system.stopHeartToMon = Guarded<StopHeartToMon>;
+    hooks.system.getEnvValueById = Guarded<GetEnvValueById>;
+    hooks.system.getLrId = Guarded<GetLrId, 0>;
+    hooks.system.getCpuUseRate = Guarded<GetCpuUseRate, 0>;
+    hooks.system.zipBuffer = Guarded<ZipBuffer>;
+    hooks.system.restorePatch = Guarded<RestorePatch>;
 }
 
 }  // namespace devhost

@@ -51,8 +51,8 @@ class LockOrder {
         const void *second;
     };
 
-    // Notes that `second` is locked while `first` is held. True, the first time, when the other order
-    // was seen before, through whatever mutexes in between; then also where that began.
+    // Notes that `second` is locked while `first` is held. True, the first time, when the other
+    // order was seen before, through whatever mutexes in between; then also where that began.
     bool Note(const Mutex &first, const Mutex &second, const void *caller, Edge &before) {
         const std::lock_guard lock(mutex_);
         const auto [edge, isNew] =
@@ -381,7 +381,11 @@ uint32_t UnlockMutex(void *handle) {
         return EPERM;
     }
     std::vector<Mutex *> &held = HeldBy(thread, *call);
-    held.erase(std::find(held.begin(), held.end(), mutex));
+    if (!held.empty() && held.back() == mutex) {
+        held.pop_back();
+    } else {
+        std::erase(held, mutex);
+    }
     uint64_t word = Mutex::WordOf(thread);
     if (!mutex->word.compare_exchange_strong(word, 0, std::memory_order_release)) {
         const SchedulerLock lock = call->scheduler.Lock();
@@ -425,14 +429,14 @@ std::unique_ptr<Service> MakeSystemTask(Host &host) {
 }
 
 void FillSystemTask(DxrHooks &hooks) {
-    hooks.task.readEvent = ReadEvent;
-    hooks.task.writeEvent = WriteEvent;
-    hooks.task.createTask = CreateTask;
-    hooks.task.delayTask = DelayTask;
-    hooks.task.initMutex = InitMutex;
-    hooks.task.destroyMutex = DestroyMutex;
-    hooks.task.lockMutex = LockMutex;
-    hooks.task.unlockMutex = UnlockMutex;
+    hooks.task.readEvent = Guarded<ReadEvent>;
+    hooks.task.writeEvent = Guarded<WriteEvent>;
+    hooks.task.createTask = Guarded<CreateTask>;
+    hooks.task.delayTask = Guarded<DelayTask>;
+    hooks.task.initMutex = Guarded<InitMutex>;
+    hooks.task.destroyMutex = Guarded<DestroyMutex>;
+    hooks.task.lockMutex = Guarded<LockMutex>;
+    hooks.task.unlockMutex = Guarded<UnlockMutex>;
 }
 
 }  // namespace devhost

@@ -268,21 +268,21 @@ std::unique_ptr<Service> MakeSystemTime(Host &host) {
 }
 
 void FillSystemTime(DxrHooks &hooks) {
-    hooks.time.getSysTime = GetSysTime;
-    hooks.time.sysTime2Str = SysTime2Str;
-    hooks.time.sysTimeSec2Time = SysTimeSec2Time;
-    hooks.time.tick2Ms = Tick2Ms;
-    hooks.time.getCurrMs = GetCurrMs;
-    hooks.time.getCurrSec = GetCurrSec;
-    hooks.time.getCurrentTick = GetCurrentTick;
-    hooks.time.getCpuTick = GetCpuTick;
-    hooks.time.getCurrTime = GetCurrTime;
-    hooks.time.calSystimeRelSec = CalSystimeRelSec;
-    hooks.time.getStartupTimeStamp = GetStartupTimeStamp;
-    hooks.time.addStartupTime = AddStartupTime;
-    hooks.time.getGMT = GetGMT;
-    hooks.time.getLocalTime = GetLocalTime;
-    hooks.time.getStartupTimeSec = GetStartupTimeSec;
+    hooks.time.getSysTime = Guarded<GetSysTime>;
+    hooks.time.sysTime2Str = Guarded<SysTime2Str>;
+    hooks.time.sysTimeSec2Time = Guarded<SysTimeSec2Time>;
+    hooks.time.tick2Ms = Guarded<Tick2Ms>;
+    hooks.time.getCurrMs = Guarded<GetCurrMs, 0>;
+    hooks.time.getCurrSec = Guarded<GetCurrSec, 0>;
+    hooks.time.getCurrentTick = Guarded<GetCurrentTick>;
+    hooks.time.getCpuTick = Guarded<GetCpuTick>;
+    hooks.time.getCurrTime = Guarded<GetCurrTime>;
+    hooks.time.calSystimeRelSec = Guarded<CalSystimeRelSec>;
+    hooks.time.getStartupTimeStamp = Guarded<GetStartupTimeStamp>;
+    hooks.time.addStartupTime = Guarded<AddStartupTime>;
+    hooks.time.getGMT = Guarded<GetGMT>;
+    hooks.time.getLocalTime = Guarded<GetLocalTime>;
+    hooks.time.getStartupTimeSec = Guarded<GetStartupTimeSec, 0>;
 }
 
 }  // namespace devhost

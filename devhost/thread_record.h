@@ -33,6 +33,9 @@ struct ThreadRecord {
 
 extern thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]];
 
+// Who called the slot that the thread is about to enter; null when the slot finds out by itself.
+extern thread_local constinit const void *t_caller [[gnu::tls_model("initial-exec")]];
+
 ThreadRecord &MakeThreadRecord();
 
 inline ThreadRecord &ThisThread() {

@@ -1,5 +1,5 @@
-/* The development host: a device on a laptop, for programs, tests and examples that have no platform
- * of their own. One header a service says what the host makes of its slots. */
+/* The development host: a device on a laptop, for programs, tests and examples that have no
+ * platform of their own. One header a service says what the host makes of its slots. */
 #ifndef DXR_DEVHOST_H
 #define DXR_DEVHOST_H
 

@@ -73,9 +73,9 @@ DXR_API DxrHost *DxrHostGet(void);
 /* Ends a host. In this order: it is no longer registered (the table is emptied when it was); tasks
  * that wait in it, or call it, are ended where they are, without their destructors; calls in
  * progress are waited for; what modules left behind is reported, by service and with the place that
- * made it; everything is released. Writes the leftovers and the reports to `out`, a line each; null:
- * nowhere. Returns the number of leftovers. `host` null does nothing and gives 0. Not from a task or
- * a function that the host called: that is reported, gives UINT32_MAX, and the host stays.
+ * made it; everything is released. Writes the leftovers and the reports to `out`, a line each;
+ * null: nowhere. Returns the number of leftovers. `host` null does nothing and gives 0. Not from a
+ * task or a function that the host called: that is reported, gives UINT32_MAX, and the host stays.
  *
  * Later calls of the slots, by those who kept a table, give their failure values; see
  * DxrHostGetLateCalls. */
@@ -127,9 +127,9 @@ DXR_API bool DxrHostGetReport(DxrHost *host, uint32_t index, DxrHostReport *repo
 
 /* ---- Injected failures ------------------------------------------------------------------ */
 
-/* A point is a step that can be made to fail: "memory.allocate", "file.open", "file.read", ...; each
- * service names its own in its header. A point draws from a stream of its own, which the seed and
- * its name begin. Setting a point replaces what was set before; n = 0 or share = 0 ends it. */
+/* A point is a step that can be made to fail: "memory.allocate", "file.open", "file.read", ...;
+ * each service names its own in its header. A point draws from a stream of its own, which the seed
+ * and its name begin. Setting a point replaces what was set before; n = 0 or share = 0 ends it. */
 
 /* Lets the n-th step from now on (1 is the next one) fail, and with `onwards` all after it. */
 DXR_API void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards);

@@ -20,8 +20,8 @@
  *                                         what DXR_HOST_LIST_... says; 0 when it was found, 1 when
  *                                         not or when the action is unknown
  *
- * Any thread may call any of them; a walk by one thread while another one changes the list sees each
- * change or not, but never a wrong node. */
+ * Any thread may call any of them; a walk by one thread while another one changes the list sees
+ * each change or not, but never a wrong node. */
 #ifndef DXR_DEVHOST_LIST_H
 #define DXR_DEVHOST_LIST_H
 

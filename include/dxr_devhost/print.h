@@ -1,9 +1,9 @@
 /* The host's print service: all slots of the Print group but the reserved one (7).
  *
  * Messages and lines
- *   print(level, format, ...)    a message, cut at 4095 characters; written when its level is at most
- *                                that of DXR_SetDbgLevel: to the sink or file, and to the log file
- *                                of DxrHostOptions::logFile
+ *   print(level, format, ...)    a message, cut at 4095 characters; written when its level is at
+ *                                most that of DXR_SetDbgLevel: to the sink or file, and to the log
+ *                                file of DxrHostOptions::logFile
  *   DXR_GetDbgLevel()            that level
  *   DXR_SetDbgLevel(level)       0
  *   DXR_EnableLogOutput(kind, on)  turns one kind of output (DXR_HOST_OUTPUT_...) off, on 0, or on.
@@ -15,16 +15,16 @@
  *   DXR_WriteEventLog(event)     a DxrHostEvent; 0, or 1 when it is none
  *   DXR_Assert(value, line)      reports an assertion with a back trace; `value`, which is not
  *                                looked at, and `line` stand in the report. 0
- *   DXR_RecordWarmRebootMileStone(text)   a text (cut at 127 characters) that is kept with its time;
- *                                see DxrHostGetMilestone. 0; 1 for a null text
+ *   DXR_RecordWarmRebootMileStone(text)   a text (cut at 127 characters) that is kept with its
+ *                                time; see DxrHostGetMilestone. 0; 1 for a null text
  *
  * The host's log filters. A line is written, as a diagnostic line, unless an equal one was within
  * the filter's time; a suppressed one is counted. The handle comes with the registration.
- *   DXR_LOGFILTER_Register(registration)    a DxrHostLogFilter, whose `handle` is written. 0; 1 when
- *                                it is none, or without memory (point "filter.register")
- *   DXR_LOGFILTER_RegisterDiffLogForFramework(number, file, registration, handle)   as above for the
- *                                framework of that number, with another file name, and the handle
- *                                into a void **
+ *   DXR_LOGFILTER_Register(registration)    a DxrHostLogFilter, whose `handle` is written. 0; 1
+ *                                when it is none, or without memory (point "filter.register")
+ *   DXR_LOGFILTER_RegisterDiffLogForFramework(number, file, registration, handle)   as above for
+ *                                the framework of that number, with another file name, and the
+ *                                handle into a void **
  *   DXR_LOGFILTER_Destroy(handle)           0, or 1
  *   DXR_LOGFILTER_GetFileName(handle)       the host's text, until the filter's end; or null
  *   DXR_LOGFILTER_FilterSameLog(handle, text)   lines are equal when all their text is. The slot

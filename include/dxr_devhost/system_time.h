@@ -39,8 +39,9 @@ DXR_EXTERN_C_BEGIN
 /* Milliseconds of a tick. */
 #define DXR_HOST_TICK_MS 10u
 
-/* Stepped clock: puts the time of day to `sec` and the start-up `startupSec` seconds before it, also
- * back. Timers and time-outs do not notice. Returns false, and does nothing, with another clock. */
+/* Stepped clock: puts the time of day to `sec` and the start-up `startupSec` seconds before it,
+ * also back. Timers and time-outs do not notice. Returns false, and does nothing, with another
+ * clock. */
 DXR_API bool DxrHostSetClock(DxrHost *host, uint32_t sec, uint32_t startupSec);
 
 /* Stepped clock: lets `ms` milliseconds pass. Timers that become due run on the calling thread, in

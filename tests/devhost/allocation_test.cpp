@@ -1,0 +1,145 @@
+// Each allocation of the host's own fails once: slots give failure values, no exception comes out,
+// nothing leaks.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "dxr_devhost.h"
+#include "support/new_watch.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using dxrtest::NewWatch;
+using dxrtest::Outcome;
+using dxrtest::TemporaryDirectory;
+
+// What a module does with a host from its making to its end; asks for nothing to succeed.
+class Module {
+  public:
+    explicit Module(const TemporaryDirectory &directory)
+        : work_(directory.Path()), file_(directory.Write("data", "0123")) {}
+
+    void Run() {
+        DxrHostOptions options;
+        DxrHostInitOptions(&options);
+        options.clock = DXR_HOST_CLOCK_STEPPED;
+        options.workPath = work_.c_str();
+        options.printLevel = 0;
+        DxrHost *const host = DxrHostCreate(&options);
+        if (host == nullptr) {
+            return;
+        }
+        DxrHostRegister(host);
+        DxrHostSetDiagFile(host, nullptr);
+        UseMemory();
+        UseLists();
+        UseLocks();
+        UseFiles();
+        UseTimers(host);
+        UseFilters();
+        DxrHostDestroy(host, nullptr);
+    }
+
+  private:
+    static void UseMemory() {
+        void *const small = DXR_Malloc(9, 40, "module.c", 1);
+        void *const large = DXR_Malloc(9, 40000, "module.c", 2);
+        DXR_Free(small, "module.c", 3);
+        DXR_Free(small, "module.c", 4);
+        DXR_Free(large, "module.c", 5);
+        (void)DXR_Malloc(9, 3, "module.c", 6);
+    }
+
+    static void UseLists() {
+        int value = 0;
+        void *const list = DXR_CreateSll();
+        DXR_AddSll(list, &value, 0);
+        DXR_AddSll(list, &value, 0);
+        DXR_RemoveSll(list, &value);
+        (void)DXR_SslGetNodeData(&value);
+        DXR_DestroySll(list);
+        (void)DXR_CreateSll();
+    }
+
+    static void UseLocks() {
+        std::array<void *, 2> mutexes{};
+        for (void *&mutex : mutexes) {
+            DXR_InitMutex(&mutex, nullptr);
+        }
+        for (int round = 0; round < 2; ++round) {
+            DXR_LockMutex(mutexes[0]);
+            DXR_LockMutex(mutexes[1]);
+            DXR_LockMutex(mutexes[1]);
+            DXR_UnlockMutex(mutexes[1]);
+            DXR_UnlockMutex(mutexes[0]);
+            std::swap(mutexes[0], mutexes[1]);
+        }
+        DXR_DestroyMutex(mutexes[0]);
+        uint32_t events = 0;
+        DXR_ReadEvent(1, 0, 0, &events);
+    }
+
+    void UseFiles() const {
+        void *const file = DXR_FOpen(file_.c_str(), "rb");
+        char byte = 0;
+        if (file != nullptr) {
+            DXR_FRead(&byte, 1, 1, file);
+            DXR_FClose(file);
+        }
+        (void)DXR_FOpen("/etc/passwd", "rb");
+        (void)DXR_FileLength(file_.c_str());
+    }
+
+    static void UseTimers(DxrHost *host) {
+        DxrHostTimer timer{sizeof(DxrHostTimer), 5, 1, 0, [](void *) {}, nullptr, nullptr};
+        DxrHostHeartMonitor monitor{sizeof(DxrHostHeartMonitor), 0, nullptr, nullptr};
+        DXR_StartTimer(&timer);
+        DXR_SetHeartMon(&monitor, 5, 5, 5);
+        DxrHostAdvance(host, 10);
+        DXR_StopTimer(&timer);
+        DXR_StopHeartToMon(&monitor);
+    }
+
+    static void UseFilters() {
+        DxrHostLogFilter filter{sizeof(DxrHostLogFilter), 2, 5, 0, "filter", nullptr};
+        if (DXR_LOGFILTER_Register(&filter) == 0) {
+            for (const char *line : {"one", "two", "one", "three"}) {
+                DXR_LOGFILTER_FilterSameLog(filter.handle, "%s", line);
+            }
+            std::array<char, 100> listing{};
+            DXR_LOGFILTER_ShowCurInfo(1, filter.handle, listing.data(), listing.size());
+            DXR_LOGFILTER_Destroy(filter.handle);
+        }
+        std::array<char, 8> milestone = {"up"};
+        DXR_RecordWarmRebootMileStone(milestone.data());
+        DxrHostEvent event{sizeof(DxrHostEvent), 1, 2, 0, "text"};
+        DXR_WriteEventLog(&event);
+        DXR_Assert(nullptr, 1);
+    }
+
+    const std::string work_;
+    const std::string file_;
+};
+
+TEST(Allocations, EachFailsOnce) {
+    const TemporaryDirectory directory;
+    Module module(directory);
+    module.Run();  // what the process keeps is there by now
+    size_t n = 1;
+    for (;; ++n) {
+        const Outcome outcome = dxrtest::RunFailing(n, [&module] { module.Run(); });
+        if (!NewWatch::Failed()) {
+            break;
+        }
+        ASSERT_EQ(outcome, Outcome::kDone) << "allocation " << n;
+        ASSERT_EQ(NewWatch::Live(), 0U) << "allocation " << n;
+        ASSERT_EQ(DxrHostGet(), nullptr);
+    }
+    EXPECT_EQ(NewWatch::Live(), 0U);
+    EXPECT_GT(n, 50U);
+    std::printf("%zu allocations\n", n - 1);
+}
+
+}  // namespace

@@ -1,0 +1,283 @@
+// Modules that break every rule: random sequences of slot calls with handles that are none, are
+// freed or belong to others, with null pointers and odd numbers. The host answers and reports; it
+// never crashes, writes beyond what it was given, or leaks. DXR_TEST_SEQUENCES says how many
+// sequences; DXR_TEST_SEED repeats them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dxr_devhost.h"
+#include "support/test_host.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using Word = uint64_t;
+// Every slot takes at most seven words, of which it looks at as many as it has parameters.
+using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
+
+// The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n number
+// up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l log filter,
+// E event, T calendar time, k task number.
+struct Target {
+    size_t offset;
+    const char *name;
+    std::string_view kinds;
+    bool givesHandle;
+};
+
+#define DXR_TARGET(member, kinds, givesHandle) \
+    { offsetof(DxrHooks, member), #member, kinds, givesHandle }
+
+constexpr Target kTargets[] = {
+    DXR_TARGET(memory.allocate, "Nnsn", true),
+    DXR_TARGET(memory.release, "hsn", false),
+    DXR_TARGET(print.reportAssert, "Nn", false),
+    DXR_TARGET(print.enableLogOutput, "Nn", false),
+    DXR_TARGET(print.writeEventLog, "E", false),
+    DXR_TARGET(print.diagLogFilter, "s", false),
+    DXR_TARGET(print.getDbgLevel, "", false),
+    DXR_TARGET(print.setDbgLevel, "N", false),
+    DXR_TARGET(print.logFilterDestroy, "h", false),
+    DXR_TARGET(print.logFilterGetFileName, "h", false),
+    DXR_TARGET(print.logFilterFilterSameLog, "hs", false),
+    DXR_TARGET(print.logFilterFilterDiffKeyLog, "hs", false),
+    DXR_TARGET(print.logFilterFilterLargeDiffKeyLog, "hsN", false),
+    DXR_TARGET(print.logFilterRegister, "l", false),
+    DXR_TARGET(print.logFilterRegisterDiffLogForFramework, "nslb", false),
+    DXR_TARGET(print.logFilterShowCurInfo, "nhbn", false),
+    DXR_TARGET(print.logFilterShowHisInfo, "h", false),
+    DXR_TARGET(print.recordWarmRebootMileStone, "s", false),
+    DXR_TARGET(system.restorePatch, "", false),
+    DXR_TARGET(system.getEnvValueById, "nb", false),
+    DXR_TARGET(system.getLrId, "", false),
+    DXR_TARGET(system.startTimer, "t", false),
+    DXR_TARGET(system.stopTimer, "t", false),
+    DXR_TARGET(system.fOpen, "ss", true),
+    DXR_TARGET(system.fClose, "h", false),
+    DXR_TARGET(system.fRead, "bnnh", false),
+    DXR_TARGET(system.fileLength, "s", false),
+    DXR_TARGET(system.getBinFolderName, "", false),
+    DXR_TARGET(system.getSysWorkPath, "bn", false),
+    DXR_TARGET(system.getCpuUseRate, "", false),
+    DXR_TARGET(system.setHeartMon, "vmmN", false),
+    DXR_TARGET(system.stopHeartToMon, "v", false),
+    DXR_TARGET(system.fSeek, "hNn", false),
+    DXR_TARGET(task.readEvent, "Nnmb", false),
+    DXR_TARGET(task.writeEvent, "kN", false),
+    DXR_TARGET(task.createTask, "sennonb", false),
+    DXR_TARGET(task.delayTask, "m", false),
+    DXR_TARGET(task.initMutex, "bn", false),
+    DXR_TARGET(task.destroyMutex, "h", false),
+    DXR_TARGET(task.lockMutex, "h", false),
+    DXR_TARGET(task.unlockMutex, "h", false),
+    DXR_TARGET(time.getSysTime, "b", false),
+    DXR_TARGET(time.sysTime2Str, "Tnb", false),
+    DXR_TARGET(time.sysTimeSec2Time, "Nb", false),
+    DXR_TARGET(time.tick2Ms, "b", false),
+    DXR_TARGET(time.getCurrMs, "", false),
+    DXR_TARGET(time.getCurrTime, "bnb", false),
+    DXR_TARGET(time.getCurrentTick, "b", false),
+    DXR_TARGET(time.getCpuTick, "bb", false),
+    DXR_TARGET(time.calSystimeRelSec, "TTb", false),
+    DXR_TARGET(time.getStartupTimeStamp, "b", false),
+    DXR_TARGET(time.addStartupTime, "T", false),
+    DXR_TARGET(time.getGMT, "b", false),
+    DXR_TARGET(time.getLocalTime, "bb", false),
+    DXR_TARGET(time.getStartupTimeSec, "", false),
+    DXR_TARGET(list.createSll, "", true),
+    DXR_TARGET(list.addSll, "hhn", false),
+    DXR_TARGET(list.removeSll, "hh", false),
+    DXR_TARGET(list.destroySll, "h", false),
+    DXR_TARGET(list.sslGetCount, "h", false),
+    DXR_TARGET(list.sslGetNextNode, "hh", true),
+    DXR_TARGET(list.sslGetNodeData, "h", false),
+    DXR_TARGET(list.sslProcSingleNode, "hhn", false),
+};
+
+#undef DXR_TARGET
+
+class Hostile : public testing::Test {
+  protected:
+    Hostile() : random_(dxrtest::Seed()) {}
+
+    Word Below(Word bound) { return random_() % bound; }
+
+    template <typename Value, size_t kCount>
+    Value OneOf(const std::array<Value, kCount> &values) {
+        return values[Below(kCount)];
+    }
+
+    static Word WordOf(const void *pointer) { return reinterpret_cast<Word>(pointer); }
+
+    Word Handle() {
+        const std::array<Word, 5> odd = {0, 1, WordOf(this) + 3, 0xA5FFFFFFFFFFFFFF,
+                                         0xA501000001000000 + Below(8)};
+        return handles_.empty() || Below(4) == 0 ? OneOf(odd) : handles_[Below(handles_.size())];
+    }
+
+    // A room of its own of 4096 bytes between others; a handle may be written to it.
+    Word Room() {
+        if (Below(8) == 0) {
+            return 0;
+        }
+        rooms_[Below(rooms_.size())].fill(0);
+        lastRoom_ = Below(rooms_.size());
+        rooms_[lastRoom_].fill(0);
+        return WordOf(rooms_[lastRoom_].data());
+    }
+
+    Word Text() {
+        const std::array<const char *, 7> texts = {nullptr,       "",  "rb",         "a: b",
+                                                   path_.c_str(), "w", "/etc/passwd"};
+        return WordOf(OneOf(texts));
+    }
+
+    static void Nothing(void * /*argument*/) {}
+
+    Word Argument(char kind) {
+        const std::array<Word, 8> numbers = {0,      1,          2,          255,
+                                             0x7FFF, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+        switch (kind) {
+            case 'h':
+                return Handle();
+            case 'b':
+            case 'o':
+                return Room();
+            case 's':
+                return Text();
+            case 'n':
+                return Below(3) == 0 ? Below(1000) : Below(3);
+            case 'm':
+                return clock_ == DXR_HOST_CLOCK_STEPPED ? 0 : Below(4);
+            case 'k':
+                return Below(8);
+            case 't':
+                return Record(timers_[Below(timers_.size())]);
+            case 'v':
+                return Record(monitors_[Below(monitors_.size())]);
+            case 'l':
+                return Record(filters_[Below(filters_.size())]);
+            case 'E':
+                return Record(event_);
+            case 'T':
+                for (uint8_t &byte : time_) {
+                    byte = static_cast<uint8_t>(Below(2) == 0 ? Below(60) : Below(256));
+                }
+                return Below(8) == 0 ? 0 : WordOf(time_.data());
+            case 'e':
+                return Below(4) == 0 ? 0 : reinterpret_cast<Word>(&Nothing);
+            default:
+                return OneOf(numbers);
+        }
+    }
+
+    template <typename Value>
+    Word Record(Value &value) {
+        if (Below(8) == 0) {
+            return 0;
+        }
+        value.size = Below(8) == 0 ? 1 : sizeof(Value);
+        return WordOf(&value);
+    }
+
+    void RunSequence(uint32_t clock, size_t calls) {
+        clock_ = clock;
+        DxrHostOptions options;
+        DxrHostInitOptions(&options);
+        options.clock = clock;
+        options.seed = random_();
+        const std::string path = directory_.Path();
+        options.workPath = path.c_str();
+        options.endSec = 60;
+        DxrHost *const host = DxrHostCreate(&options);
+        ASSERT_NE(host, nullptr);
+        DxrHostSetPrintFile(host, nullptr, 6, nullptr);
+        DxrHostSetDiagFile(host, nullptr);
+        DxrHostSetReportSink(
+            host, [](const DxrHostReport *, void *) {}, nullptr);
+        DxrHooks hooks;
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        DxrHostFillHooks(&hooks);
+        if (Below(4) == 0) {
+            DxrHostFailShare(host, "memory.allocate", 300000);
+            DxrHostFailShare(host, "list.add", 300000);
+            DxrHostFailShare(host, "timer.start", 300000);
+        }
+        for (size_t call = 0; call < calls; ++call) {
+            const Target &target = kTargets[Below(std::size(kTargets))];
+            AnySlot slot = nullptr;
+            std::memcpy(&slot, reinterpret_cast<const char *>(&hooks) + target.offset,
+                        sizeof(slot));
+            std::array<Word, 7> words{};
+            std::transform(target.kinds.begin(), target.kinds.end(), words.begin(),
+                           [this](char kind) { return Argument(kind); });
+            const Word result =
+                slot(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
+            if (target.givesHandle && handles_.size() < 100) {
+                handles_.push_back(result);
+            }
+            Word written = 0;
+            std::memcpy(&written, rooms_[lastRoom_].data(), sizeof(written));
+            if (written >> 56 == 0xA5 && handles_.size() < 100) {
+                handles_.push_back(written);
+            }
+            if (clock == DXR_HOST_CLOCK_STEPPED && Below(8) == 0) {
+                DxrHostAdvance(host, Below(10));
+            }
+        }
+        DxrHostDestroy(host, nullptr);
+        if (Below(2) == 0) {
+            handles_.clear();
+        }
+    }
+
+    std::mt19937_64 random_;
+    dxrtest::TemporaryDirectory directory_;
+    std::string path_ = directory_.Write("data", "0123456789");
+    uint32_t clock_ = 0;  // with the stepped one nobody would end a wait
+    std::vector<Word> handles_;
+    std::array<std::array<unsigned char, 4096>, 4> rooms_{};
+    size_t lastRoom_ = 0;
+    std::array<DxrHostTimer, 4> timers_ = {{{0, 1, 1, 0, Nothing, nullptr, nullptr},
+                                            {0, 0, 0, 0, Nothing, nullptr, nullptr},
+                                            {0, 3, 0, 0, Nothing, nullptr, nullptr},
+                                            {0, 0, 1, 0, Nothing, nullptr, nullptr}}};
+    std::array<DxrHostHeartMonitor, 2> monitors_ = {{{0, 0, Nothing, nullptr}, {0, 0, {}, {}}}};
+    std::array<DxrHostLogFilter, 2> filters_ = {
+        {{0, 2, 1, 0, "f", nullptr}, {0, 0, 0, 0, nullptr, nullptr}}};
+    DxrHostEvent event_{0, 1, 1, 0, "event"};
+    std::array<uint8_t, sizeof(DxrSysTime)> time_{};
+};
+
+size_t Sequences() {
+    const char *const given = std::getenv("DXR_TEST_SEQUENCES");
+    return given != nullptr ? std::strtoull(given, nullptr, 10) : 300;
+}
+
+TEST_F(Hostile, SequencesInSteppedTime) {
+    for (size_t i = 0; i < Sequences() && !HasFatalFailure(); ++i) {
+        RunSequence(DXR_HOST_CLOCK_STEPPED, 60);
+    }
+}
+
+TEST_F(Hostile, SequencesInVirtualTime) {
+    for (size_t i = 0; i < Sequences() && !HasFatalFailure(); ++i) {
+        RunSequence(DXR_HOST_CLOCK_VIRTUAL, 60);
+    }
+}
+
+TEST_F(Hostile, SequencesInRealTime) {
+    for (size_t i = 0; i < Sequences() / 10 && !HasFatalFailure(); ++i) {
+        RunSequence(DXR_HOST_CLOCK_REAL, 60);
+    }
+}
+
+}  // namespace
