@@ -589,6 +589,34 @@ TEST_F(LogFilterMemoryFaults, ResizeLogFilterInfo) {
     }
 }
 
+// A ring that cannot grow comes back to where it stood, with other lines in it.
+TEST_F(LogFilterMemoryFaults, ARingThatWentRoundIsSeenAnew) {
+    for (const uint32_t lines : {2U, 6U, 14U, 62U, 1022U}) {
+        SCOPED_TRACE(lines);
+        World world(false);
+        ASSERT_EQ(DXR_InitLogFilter(9), 0U);
+        const DxrLogFilterCfg site = dxrtest::Site(4);
+        for (uint32_t i = 0; i <= lines; ++i) {
+            if (i == lines) {
+                world.host.FailAllocationsFrom(1);
+            }
+            ASSERT_EQ(dxrtest::Decide(site, LineOf(i)), 0);
+        }
+        DxrLogFilterInfo *const record = DXR_GetLogFilter(4);
+        const uint32_t capacity = record->capacity;
+        ASSERT_EQ(capacity, lines + 1);
+        ASSERT_EQ(dxrtest::Decide(site, LineOf(0)), 1);
+        for (uint32_t i = 0; i < capacity; ++i) {
+            DXR_AddLogFilterInfo(record, HashOf("other " + LineOf(i)), 0);
+        }
+        ASSERT_EQ(dxrtest::Look(*record).curIndex, 0U);
+        for (uint32_t i = 0; i < capacity; ++i) {
+            ASSERT_EQ(dxrtest::Decide(site, "other " + LineOf(i)), 1) << i;
+        }
+        ASSERT_EQ(dxrtest::Decide(site, LineOf(0)), 0);
+    }
+}
+
 // --- the recorder
 
 struct RecorderWay {

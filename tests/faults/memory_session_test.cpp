@@ -95,11 +95,15 @@ class RingModel {
             ++entry.count;
             return true;
         }
+        Add(hash, ranOut);
+        return false;
+    }
+    void Add(uint32_t hash, bool ranOut) {
         if (entries_.size() <= 1024 && entries_.size() <= size_ + 1 && !ranOut) {
             entries_.resize(entries_.size() * 2 + 1);
         }
         if (entries_.empty()) {
-            return false;
+            return;
         }
         const size_t capacity = entries_.size();
         entries_[(index_ + size_) % capacity] = {hash, Host::now, Host::now, 0};
@@ -108,7 +112,6 @@ class RingModel {
         } else {
             index_ = (index_ + 1) % capacity;
         }
-        return false;
     }
     // What the record must say.
     [[nodiscard]] std::vector<uint64_t> Look() const { return {index_, size_, entries_.size()}; }
@@ -170,8 +173,10 @@ class Session {
         const uint32_t kind = Below(100);
         if (kind < 2) {
             SwitchFilter();
-        } else if (kind < 55) {
+        } else if (kind < 54) {
             Decide();
+        } else if (kind < 55) {
+            AddRound();
         } else if (kind < 58) {
             Host::now += Below(1500);
         } else if (kind < 78) {
@@ -223,6 +228,18 @@ class Session {
         const DxrLogFilterInfo *const record = DXR_GetLogFilter(type);
         ASSERT_EQ(std::vector<uint64_t>({record->curIndex, record->curSize, record->capacity}),
                   ring.Look());
+    }
+
+    // As many lines as the ring has room for: one that is stuck stands where it stood, with other
+    // lines.
+    void AddRound() {
+        const uint32_t type = Below(4);
+        DxrLogFilterInfo *const record = DXR_GetLogFilter(type);
+        for (uint32_t i = record != nullptr ? record->capacity : 0; i > 0; --i) {
+            const uint32_t hash = dxrtest::HashOf("line " + std::to_string(Below(400)));
+            const bool ranOut = RanOut([&] { DXR_AddLogFilterInfo(record, hash, 0); });
+            rings_[type].Add(hash, ranOut);
+        }
     }
 
     void Record() {
