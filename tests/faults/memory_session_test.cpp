@@ -349,7 +349,7 @@ class MemorySession : public testing::Test {
 };
 
 TEST_F(MemorySession, EachAllocationFails) {
-    constexpr uint32_t kSteps = 1200;
+    constexpr uint32_t kSteps = 800;
     Play(dxrtest::Seed(), kSteps);
     EXPECT_EQ(failures_, 0U);
     const uint64_t allocations = Host::calls;
@@ -367,7 +367,7 @@ TEST_F(MemorySession, EachAllocationFails) {
 }
 
 TEST_F(MemorySession, AllocationsFailByChance) {
-    for (uint64_t session = 0; session < 60 && !HasFailure(); ++session) {
+    for (uint64_t session = 0; session < 40 && !HasFailure(); ++session) {
         SCOPED_TRACE("session " + std::to_string(session));
         Host::oneIn = 2 + static_cast<uint32_t>(session % 30);
         Host::chance.seed(dxrtest::Seed() + session);
