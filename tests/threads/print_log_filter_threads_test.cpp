@@ -346,7 +346,8 @@ TEST_F(LogFilterThreads, NoLineIsMixedWithAnother) {
     g_dxrHooks.print.diagLogFilter = [](const char *text) {
         Raise(ThreadHooks::diagLines);
         const std::string_view line = text;
-        const bool whole = line.size() == 600 && line.find_first_not_of(line[0]) == line.npos;
+        const bool whole =
+            line.size() == 600 && line.find_first_not_of(line[0]) == std::string_view::npos;
         Raise(torn, whole ? 0U : 1U);
         return 0U;
     };
