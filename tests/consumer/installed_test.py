@@ -51,7 +51,9 @@ def check_installed_files(prefix, source, devhost):
     """Every public header is there as it is in the sources, each library under three names."""
     include = source / "include"
     tops = ["dxr_api.h"] + ["dxr_devhost.h"] * devhost
-    for header in [*(include / top for top in tops), *(include / "dxr").rglob("*.h")]:
+    folders = ["dxr"] + ["dxr_devhost"] * devhost
+    headers = [header for folder in folders for header in (include / folder).rglob("*.h")]
+    for header in [*(include / top for top in tops), *headers]:
         name = header.relative_to(include)
         installed = prefix / "include" / name
         if not installed.is_file() or installed.read_bytes() != header.read_bytes():
