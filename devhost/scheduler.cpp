@@ -313,9 +313,9 @@ uint32_t Scheduler::Create(std::unique_ptr<Task> made) {
     uint32_t id = 0;
     {
         const SchedulerLock lock(mutex_);
-        ended.swap(endedThreads_);
         const Task *const created = hasEnded_ ? nullptr : CreateLocked(std::move(task));
         id = created != nullptr ? created->id : 0;
+        ended.swap(endedThreads_);
     }
     for (const pthread_t thread : ended) {
         (void)pthread_join(thread, nullptr);
@@ -331,6 +331,8 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
     if (task->name.empty()) {
         task->name = "task " + std::to_string(task->id);
     }
+    tasks_.emplace(task->id, task);
+    endedThreads_.reserve(tasks_.size());
     pthread_attr_t attributes;
     (void)pthread_attr_init(&attributes);
     if (task->stackSize != 0) {
@@ -341,10 +343,10 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
     (void)pthread_attr_destroy(&attributes);
     if (result != 0) {
         task->self.reset();
+        tasks_.erase(task->id);
         return nullptr;
     }
     ++lastTask_;
-    tasks_.emplace(task->id, task);
     if (task->isScheduled) {
         ready_.push_back(task.get());
     }
@@ -474,10 +476,11 @@ bool Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t pe
         return false;
     }
     Unqueue(*job);
+    // First what may fail without memory.
+    alarms_.Set(*job, due);
     ++job->startings;
     job->periodNs = periodNs;
     job->self = job;
-    alarms_.Set(*job, due);
     timerHasWork_.Notify();
     return true;
 }

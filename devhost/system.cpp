@@ -13,6 +13,7 @@
 #include <fstream>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -27,6 +28,17 @@ constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
 // A file that is open. A call that is in it keeps it while another one closes it.
 struct OpenFile {
+    OpenFile() = default;
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+    OpenFile(OpenFile &&) = delete;
+    OpenFile &operator=(OpenFile &&) = delete;
+    ~OpenFile() {
+        if (file != nullptr) {
+            (void)std::fclose(file);
+        }
+    }
+
     std::mutex mutex;
     std::FILE *file = nullptr;  // null once it is closed
     std::string path;
@@ -86,9 +98,6 @@ class SystemService : public Service {
     }
 
     ~SystemService() override {
-        for (const auto &[handle, open] : files) {
-            (void)std::fclose(open->file);
-        }
         for (const auto &[serial, timer] : timers) {
             (void)TheHost().scheduler.Stop(*timer, nullptr, {});
             // Also one whose function was cut off.
@@ -129,20 +138,29 @@ class SystemService : public Service {
     // Starts a timer that nobody else knows yet. 0, or a number of <errno.h>.
     uint32_t Start(const std::shared_ptr<Timer> &timer, uint64_t ms, bool repeats) {
         Scheduler &scheduler = TheHost().scheduler;
-        {
+        try {
             const std::lock_guard lock(mutex);
             timer->service = this;
             timer->serial = ++lastSerial;
             timer->firesOnce = !repeats;
             timers.emplace(timer->serial, timer);
+        } catch (const std::bad_alloc &) {
+            return ENOMEM;
         }
         const uint64_t ns = ms * kNsPerMs;
-        if (scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0)) {
-            return 0;
+        uint32_t result = ENOMEM;
+        try {
+            const bool isStarted =
+                scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0);
+            result = isStarted ? 0 : ECANCELED;
+        } catch (const std::bad_alloc &) {
+            result = ENOMEM;
         }
-        const std::lock_guard lock(mutex);
-        timers.erase(timer->serial);
-        return ECANCELED;
+        if (result != 0) {
+            const std::lock_guard lock(mutex);
+            timers.erase(timer->serial);
+        }
+        return result;
     }
 
     // The timer of a handle, or the one that watches for a monitor, while it is started.
@@ -304,12 +322,16 @@ void *FOpen(const char *path, const char *mode) {
     }
     void *const handle = call->handles.Make(HandleType::kFile, open.get(), call.At());
     if (handle == nullptr) {
-        (void)std::fclose(open->file);
         return nullptr;
     }
-    const std::lock_guard lock(state.mutex);
-    state.files.emplace(handle, open);
-    return handle;
+    try {
+        const std::lock_guard lock(state.mutex);
+        state.files.emplace(handle, open);
+        return handle;
+    } catch (const std::bad_alloc &) {
+        (void)call->handles.End(handle, HandleType::kFile, call.At());
+        return nullptr;
+    }
 }
 
 uint32_t FClose(void *file) {

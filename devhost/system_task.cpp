@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <new>
 #include <set>
 #include <string>
 #include <utility>
@@ -142,18 +143,24 @@ std::vector<Mutex *> &HeldBy(ThreadRecord &thread, const Host &host) {
     return thread.held;
 }
 
+// Notes in what order the thread locked the mutex, the last that it holds.
 void NoteOrder(const Call &call, const std::vector<Mutex *> &held, const Mutex &mutex) {
-    for (const Mutex *const each : held) {
-        LockOrder::Edge before{};
-        if (StateOf(*call).order.Note(*each, mutex, call.At().address, before)) {
-            call->reports.Add(DXR_HOST_REPORT_RISK, kService, call.At(), "order of locks",
-                              "mutex " + std::to_string(mutex.number) + " is locked while mutex " +
-                                  std::to_string(each->number) + " is held, locked by " +
-                                  Describe(each->lockedAt) +
-                                  "; elsewhere the first was held, locked by " +
-                                  Describe(before.first) + ", before " + Describe(before.second) +
-                                  ": this could deadlock");
+    try {
+        for (const Mutex *const each : held) {
+            LockOrder::Edge before{};
+            if (each != &mutex &&
+                StateOf(*call).order.Note(*each, mutex, call.At().address, before)) {
+                call->reports.Add(DXR_HOST_REPORT_RISK, kService, call.At(), "order of locks",
+                                  "mutex " + std::to_string(mutex.number) +
+                                      " is locked while mutex " + std::to_string(each->number) +
+                                      " is held, locked by " + Describe(each->lockedAt) +
+                                      "; elsewhere the first was held, locked by " +
+                                      Describe(before.first) + ", before " +
+                                      Describe(before.second) + ": this could deadlock");
+            }
         }
+    } catch (const std::bad_alloc &) {
+        // The mutex is locked all the same.
     }
 }
 
@@ -321,13 +328,14 @@ uint32_t InitMutex(void **mutex, void * /*option*/) {
     }
     Mutex *const made = state.free.back();
     made->number = state.lastNumber + 1;
+    const auto entry = state.live.emplace(made->number, made).first;
     made->handle = call->handles.Make(HandleType::kMutex, made, call.At());
     if (made->handle == nullptr) {
+        state.live.erase(entry);
         return ENOMEM;
     }
     state.free.pop_back();
     ++state.lastNumber;
-    state.live.emplace(made->number, made);
     *mutex = made->handle;
     return 0;
 }
@@ -344,6 +352,9 @@ uint32_t LockMutex(void *handle) {
     ThreadRecord &thread = call.Thread();
     call->scheduler.Point(thread);
     std::vector<Mutex *> &held = HeldBy(thread, *call);
+    if (held.size() == held.capacity()) [[unlikely]] {
+        held.reserve(2 * held.size() + 8);  // while nothing is locked yet
+    }
     uint64_t word = 0;
     if (!mutex->word.compare_exchange_strong(word, Mutex::WordOf(thread),
                                              std::memory_order_acquire)) {
@@ -358,10 +369,10 @@ uint32_t LockMutex(void *handle) {
         }
     }
     mutex->lockedAt.store(call.At().address, std::memory_order_relaxed);
-    if (!held.empty()) {
+    held.push_back(mutex);
+    if (held.size() > 1) [[unlikely]] {
         NoteOrder(call, held, *mutex);
     }
-    held.push_back(mutex);
     return 0;
 }
 
