@@ -38,8 +38,8 @@ struct GuardedSlot<kFunction, kFailure> {
     }
 };
 
-// The function of a service, as it goes into its slot: hooks.list.addSll = Guarded<AddSll>. A result
-// that is no status needs its failure value: Guarded<SllGetCount, 0>.
+// The function of a service, as it goes into its slot: hooks.list.addSll = Guarded<AddSll>. A
+// result that is no status needs its failure value: Guarded<SllGetCount, 0>.
 template <auto kFunction, auto kFailure = NoMemory{}>
 constexpr auto Guarded = &GuardedSlot<kFunction, kFailure>::Slot;
 

@@ -23,9 +23,9 @@ using Word = uint64_t;
 // Every slot takes at most seven words, of which it looks at as many as it has parameters.
 using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 
-// The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n number
-// up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l log filter,
-// E event, T calendar time, k task number.
+// The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n
+// number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
+// log filter, E event, T calendar time, k task number.
 struct Target {
     size_t offset;
     const char *name;
