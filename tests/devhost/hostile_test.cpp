@@ -259,7 +259,7 @@ class Hostile : public testing::Test {
 
 size_t Sequences() {
     const char *const given = std::getenv("DXR_TEST_SEQUENCES");
-    return given != nullptr ? std::strtoull(given, nullptr, 10) : 300;
+    return given != nullptr ? std::strtoull(given, nullptr, 10) : 100;
 }
 
 TEST_F(Hostile, SequencesInSteppedTime) {
