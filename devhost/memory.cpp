@@ -90,7 +90,14 @@ struct Cache {
 };
 
 struct LargeBlock {
-    std::byte *begin;  // of the front guard
+    LargeBlock() = default;
+    LargeBlock(const LargeBlock &) = delete;
+    LargeBlock &operator=(const LargeBlock &) = delete;
+    LargeBlock(LargeBlock &&) = delete;
+    LargeBlock &operator=(LargeBlock &&) = delete;
+    ~LargeBlock() { std::free(begin); }
+
+    std::byte *begin = nullptr;  // of the front guard
     BlockInfo info;
 };
 
@@ -124,12 +131,6 @@ class MemoryService : public Service {
         : Service(host),
           limit(host.options.memoryLimit),
           allocateFails(host.chance.Point("memory.allocate")) {}
-
-    ~MemoryService() override {
-        for (const auto &[address, large] : large_) {
-            std::free(large->begin);
-        }
-    }
 
     void ReportLeftovers() override {
         for (const BlockInfo *const block : Live()) {
@@ -373,9 +374,7 @@ class MemoryService : public Service {
             releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {bytes, large->info.made,
                                                                        &site};
         }
-        const Release release = Settle(bytes, large->info);
-        std::free(large->begin);
-        return release;
+        return Settle(bytes, large->info);
     }
 
     Blocks blocks_;
