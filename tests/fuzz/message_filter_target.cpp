@@ -16,6 +16,7 @@ namespace {
 
 constexpr uint32_t kMostNodes = 48;
 constexpr size_t kMostTypes = 6;
+constexpr size_t kMostChildren = 20;  // more than are compared at once
 
 ModelText g_text;
 
@@ -91,7 +92,7 @@ class Run {
         g_pool.usedNodes = 0;
         g_pool.usedRecords = 0;
         root_ = NewNode(0, 0, 0, false, "root");
-        const uint32_t count = 1 + input_.Below(6);
+        const uint32_t count = 1 + input_.Below(kMostChildren);
         DxrMessageFilterInfo *const info = Records(count, 0, root_);
         real_ = DXR_CreateMessageFilter(info, made_);
         if (input_.Rarely()) {
@@ -129,8 +130,8 @@ class Run {
         const uint32_t count = std::min(wanted, kMostNodes - (g_pool.usedNodes - 1));
         DxrMessageFilterInfo *const first = &g_pool.records[g_pool.usedRecords];
         g_pool.usedRecords += count;
-        std::array<Node *, 8> nodes = {};
-        std::array<uint32_t, 8> children = {};
+        std::array<Node *, kMostChildren> nodes = {};
+        std::array<uint32_t, kMostChildren> children = {};
         for (uint32_t i = 0; i < count; ++i) {
             DxrMessageFilterInfo &info = first[i];
             std::memset(info.name, 0, sizeof(info.name));
@@ -138,7 +139,7 @@ class Run {
             std::memcpy(info.name, name.data(), name.size());
             info.msgType = Type();
             info.lostCnt = input_.Rarely() ? input_.Number() : input_.Below(3);
-            children[i] = depth < 5 && input_.Below(3) != 0 ? input_.Below(4) : 0;
+            children[i] = Children(depth);
             nodes[i] = NewNode(info.msgType, info.lostCnt, depth + 1, true,
                                {info.name, strnlen(info.name, sizeof(info.name))});
             parent->children.push_back(nodes[i]);
@@ -152,6 +153,14 @@ class Run {
         }
         made_ = count;
         return first;
+    }
+
+    uint32_t Children(uint32_t depth) {
+        const uint8_t byte = input_.Byte();
+        if (depth == 5 || byte % 3 == 0) {
+            return 0;
+        }
+        return byte < 0xE0 ? byte / 3 % 4 : byte % kMostChildren;
     }
 
     void AddForeign() {

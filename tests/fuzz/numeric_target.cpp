@@ -125,8 +125,7 @@ void Extremes(Input &input) {
     DXR_FUZZ_SAME(DXR_IsEven(a) == (a + 1U) % 2);
 }
 
-void Rate(Input &input) {
-    const uint64_t given = uint64_t{input.Number()} * input.Number() + input.Number();
+void OneRate(uint64_t given) {
     uint64_t rate = given;
     uint32_t unit = 77;
     DXR_ConvertRateUnit(&rate, &unit);
@@ -138,6 +137,18 @@ void Rate(Input &input) {
     }
     DXR_FUZZ_SAME(unit == expected);
     DXR_FUZZ_SAME(rate == given / divisor);
+}
+
+void Rate(Input &input) {
+    OneRate(uint64_t{input.Number()} * input.Number() + input.Number());
+    // The units change at powers of ten.
+    uint64_t power = 1;
+    for (uint32_t i = input.Below(20); i > 0; --i) {
+        power *= 10;
+    }
+    for (uint64_t rate = power - 1; rate <= power + 1; ++rate) {
+        OneRate(rate);
+    }
 }
 
 void Divide(Input &input) {
