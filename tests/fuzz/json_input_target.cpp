@@ -1,9 +1,6 @@
 // Input files in JSON beside a strict reader of its own.
 #include "json_input.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -290,19 +287,10 @@ struct Read {
     bool operator==(const Read &) const = default;
 };
 
-nlohmann::json Load(std::string_view text) {
-    static const int kFile = memfd_create("input.json", 0);
-    static const std::string kPath = "/proc/self/fd/" + std::to_string(kFile);
-    DXR_FUZZ_SAME(ftruncate(kFile, 0) == 0);
-    DXR_FUZZ_SAME(pwrite(kFile, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
-    return dxrsh::LoadJson(kPath);
-}
-
-// From a file, which takes a hundred times as long, or from memory.
-Read ByLibrary(std::string_view text, bool fromFile) {
+Read ByLibrary(std::string_view text) {
     Read read;
     try {
-        const nlohmann::json document = fromFile ? Load(text) : dxrsh::ParseJson(text, "file");
+        const nlohmann::json document = dxrsh::ParseJson(text, "file");
         dxrsh::JsonObject object(document, "file");
         read.number = object.Number("n");
         read.other = object.Number("m", 7);
@@ -400,9 +388,8 @@ bool ModelRead(std::string_view text, Read *read) {
 }  // namespace
 
 void JsonInput(Input &input) {
-    const bool fromFile = input.Byte() == 0xFF;
     const std::string_view text = input.Rest();
-    const Read read = ByLibrary(text, fromFile);
+    const Read read = ByLibrary(text);
     Read wanted;
     wanted.refused = !ModelRead(text, &wanted);
     DXR_FUZZ_SAME(read == wanted);
