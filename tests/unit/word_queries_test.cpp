@@ -80,8 +80,33 @@ TEST_P(WordQueries, NoPageBehindTheFirstDifferenceIsTouched) {
         for (ptrdiff_t difference = 1; difference <= length; ++difference) {
             std::fill(end - length, end, 0U);
             end[-difference] = 1;
-            ASSERT_EQ(dxr::AreSameWords(end - length, other.data(), 200), 0U) << length;
-            ASSERT_EQ(dxr::AreSameWords(other.data(), end - length, 200), 0U) << length;
+            // Small arrays are looked at by ways of their own.
+            for (const uint32_t whole : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 200U}) {
+                if (whole >= length) {
+                    ASSERT_EQ(dxr::AreSameWords(end - length, other.data(), whole), 0U) << length;
+                    ASSERT_EQ(dxr::AreSameWords(other.data(), end - length, whole), 0U) << length;
+                }
+            }
+        }
+    }
+}
+
+// What lies before the arrays differs, and the first page holds few of their words.
+TEST_P(WordQueries, NothingBeforeTheArraysCounts) {
+    constexpr size_t kPageWords = 1024;
+    Words a(3 * kPageWords, 0);
+    Words b(3 * kPageWords, 0xFFFFFFFF);
+    const auto wordsToPage = [](const Words &words) {
+        return kPageWords - reinterpret_cast<uintptr_t>(words.data()) / 4 % kPageWords;
+    };
+    for (size_t before = 1; before <= 16; ++before) {
+        uint32_t *const first = a.data() + kPageWords + wordsToPage(a) - before;
+        uint32_t *const second = b.data() + kPageWords + wordsToPage(b) - before;
+        for (uint32_t length = 0; length <= kMaxLength; ++length) {
+            std::fill_n(second, length, 0U);
+            ASSERT_EQ(dxr::AreSameWords(first, second, length), 1U) << before << ' ' << length;
+            ASSERT_EQ(dxr::AreSameWords(second, first, length), 1U) << before << ' ' << length;
+            std::fill_n(second, length, 0xFFFFFFFF);
         }
     }
 }
