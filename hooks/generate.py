@@ -263,7 +263,8 @@ def hooks_header(groups):
     for group in groups:
         parts.append(f"DXR_ASSERT_SLOT(DxrHooks, {group.member}, {group.first});")
     parts.append(
-        f"DXR_STATIC_ASSERT(sizeof(DxrHooks) == {SLOT_COUNT * POINTER_BYTES}, "
+        "DXR_STATIC_ASSERT(sizeof(DxrHooks) == "
+        f"DXR_LAYOUT({SLOT_COUNT * POINTER_BYTES}, {SLOT_COUNT}), "
         f'"the hook table has {SLOT_COUNT} slots");\n'
     )
     for group in groups:

@@ -27,7 +27,10 @@
 #define DXR_PRINTF(text, first)
 #endif
 
-/* The binary interface (record offsets, the 1808-byte hook table) is that of 64-bit targets. */
-DXR_STATIC_ASSERT(sizeof(void *) == 8, "libdxr_api needs 64-bit pointers");
+/* The binary interface (record offsets, the 1808-byte hook table) is that of 64-bit targets. With
+   smaller pointers a record is shorter by what its pointers, and what is padded to their size, are
+   smaller: `bytes` as they are with 64-bit pointers, of which `cells` are as wide as a pointer. */
+#define DXR_LAYOUT(bytes, cells) ((bytes) - (cells) * (8 - sizeof(void *)))
+DXR_STATIC_ASSERT(sizeof(void *) == 8 || sizeof(void *) == 4, "no such pointers are known");
 
 #endif /* DXR_BASE_H */

@@ -470,7 +470,7 @@ DXR_ASSERT_SLOT(DxrHooks, hash, 211);
 DXR_ASSERT_SLOT(DxrHooks, ffm, 222);
 DXR_ASSERT_SLOT(DxrHooks, kpi, 224);
 DXR_ASSERT_SLOT(DxrHooks, temperature, 225);
-DXR_STATIC_ASSERT(sizeof(DxrHooks) == 1808, "the hook table has 226 slots");
+DXR_STATIC_ASSERT(sizeof(DxrHooks) == DXR_LAYOUT(1808, 226), "the hook table has 226 slots");
 
 DXR_ASSERT_SLOT(DxrAlarmHooks, alarm, 0);
 DXR_ASSERT_SLOT(DxrAlarmHooks, fmAlarm, 1);

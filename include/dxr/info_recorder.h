@@ -63,9 +63,10 @@ DXR_STATIC_ASSERT(offsetof(DxrRecord, text) == 0, "DxrRecord.text");
 DXR_STATIC_ASSERT(offsetof(DxrRecord, count) == 256, "DxrRecord.count");
 DXR_STATIC_ASSERT(offsetof(DxrRecord, firstTime) == 260, "DxrRecord.firstTime");
 DXR_STATIC_ASSERT(offsetof(DxrRecord, lastTime) == 272, "DxrRecord.lastTime");
-DXR_STATIC_ASSERT(sizeof(DxrRecordStore) == 8200, "DxrRecordStore");
+DXR_STATIC_ASSERT(sizeof(DxrRecordStore) == DXR_LAYOUT(8200, 1025), "DxrRecordStore");
 DXR_STATIC_ASSERT(offsetof(DxrRecordStore, records) == 0, "DxrRecordStore.records");
-DXR_STATIC_ASSERT(offsetof(DxrRecordStore, nextIndex) == 8192, "DxrRecordStore.nextIndex");
+DXR_STATIC_ASSERT(offsetof(DxrRecordStore, nextIndex) == DXR_LAYOUT(8192, 1024),
+                  "DxrRecordStore.nextIndex");
 
 /* The one store of the process. */
 extern DXR_API DxrRecordStore g_dxrRecord;

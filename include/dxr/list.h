@@ -52,14 +52,14 @@ DXR_API void DXR_SllIteratorMoveToHead(DxrSllIterator *it);
 
 DXR_EXTERN_C_END
 
-DXR_STATIC_ASSERT(sizeof(DxrSllIterator) == 60, "DxrSllIterator is 60 bytes");
+DXR_STATIC_ASSERT(sizeof(DxrSllIterator) == DXR_LAYOUT(60, 7), "DxrSllIterator is 60 bytes");
 DXR_STATIC_ASSERT(offsetof(DxrSllIterator, list) == 0, "list");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, node) == 8, "node");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, index) == 16, "index");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, addData) == 20, "addData");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, hasNext) == 28, "hasNext");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, getNextData) == 36, "getNextData");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, getCount) == 44, "getCount");
-DXR_STATIC_ASSERT(offsetof(DxrSllIterator, moveToHead) == 52, "moveToHead");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, node) == DXR_LAYOUT(8, 1), "node");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, index) == DXR_LAYOUT(16, 2), "index");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, addData) == DXR_LAYOUT(20, 2), "addData");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, hasNext) == DXR_LAYOUT(28, 3), "hasNext");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, getNextData) == DXR_LAYOUT(36, 4), "getNextData");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, getCount) == DXR_LAYOUT(44, 5), "getCount");
+DXR_STATIC_ASSERT(offsetof(DxrSllIterator, moveToHead) == DXR_LAYOUT(52, 6), "moveToHead");
 
 #endif /* DXR_LIST_H */

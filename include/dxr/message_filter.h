@@ -131,12 +131,14 @@ typedef struct DxrMessageFilterInfo {
 } DxrMessageFilterInfo;
 #pragma pack(pop)
 
-DXR_STATIC_ASSERT(sizeof(DxrMessageFilterInfo) == 52, "the host builds the records: fixed layout");
+DXR_STATIC_ASSERT(sizeof(DxrMessageFilterInfo) == DXR_LAYOUT(52, 1),
+                  "the host builds the records: fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, msgType) == 0, "fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, lostCnt) == 4, "fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, name) == 8, "fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, subFilters) == 40, "fixed layout");
-DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, subFilterNum) == 48, "fixed layout");
+DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, subFilterNum) == DXR_LAYOUT(48, 1),
+                  "fixed layout");
 
 /* Builds the tree of the `num` records at `info` under a root named "root" with message type 0 and
  * count 0. The records are copied and may go afterwards. Null if `info` is null; else the tree, the

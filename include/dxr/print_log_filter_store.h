@@ -77,7 +77,7 @@ typedef struct DxrLogFilterInfo {
 } DxrLogFilterInfo;
 #pragma pack(pop)
 
-DXR_STATIC_ASSERT(sizeof(DxrLogFilterInfo) == 20, "DxrLogFilterInfo layout");
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterInfo) == DXR_LAYOUT(20, 1), "DxrLogFilterInfo layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, curIndex) == 0, "DxrLogFilterInfo layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, curSize) == 4, "DxrLogFilterInfo layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, capacity) == 8, "DxrLogFilterInfo layout");
@@ -109,9 +109,11 @@ typedef struct DxrLogFilterHashInput {
     uint32_t length; /* bytes */
 } DxrLogFilterHashInput;
 
-DXR_STATIC_ASSERT(sizeof(DxrLogFilterHashInput) == 16, "DxrLogFilterHashInput layout");
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterHashInput) == DXR_LAYOUT(16, 2),
+                  "DxrLogFilterHashInput layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashInput, text) == 0, "DxrLogFilterHashInput layout");
-DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashInput, length) == 8, "DxrLogFilterHashInput layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashInput, length) == DXR_LAYOUT(8, 1),
+                  "DxrLogFilterHashInput layout");
 
 /* One row of the list of hash functions. */
 typedef struct DxrLogFilterHashFunc {
@@ -120,10 +122,12 @@ typedef struct DxrLogFilterHashFunc {
     const char *desc;
 } DxrLogFilterHashFunc;
 
-DXR_STATIC_ASSERT(sizeof(DxrLogFilterHashFunc) == 24, "DxrLogFilterHashFunc layout");
+DXR_STATIC_ASSERT(sizeof(DxrLogFilterHashFunc) == DXR_LAYOUT(24, 3), "DxrLogFilterHashFunc layout");
 DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, hashFuncId) == 0, "DxrLogFilterHashFunc layout");
-DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, func) == 8, "DxrLogFilterHashFunc layout");
-DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, desc) == 16, "DxrLogFilterHashFunc layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, func) == DXR_LAYOUT(8, 1),
+                  "DxrLogFilterHashFunc layout");
+DXR_STATIC_ASSERT(offsetof(DxrLogFilterHashFunc, desc) == DXR_LAYOUT(16, 2),
+                  "DxrLogFilterHashFunc layout");
 
 /* The store: 29 records, one per log type; null until DXR_InitLogFilter succeeds. */
 extern DXR_API DxrLogFilterInfo *g_dxrLogFilterInfo;

@@ -27,7 +27,8 @@ typedef struct DxrSimulateMsg {
 } DxrSimulateMsg;
 #pragma pack(pop)
 
-DXR_STATIC_ASSERT(sizeof(DxrSimulateMsg) == 20, "the host builds the table: fixed layout");
+DXR_STATIC_ASSERT(sizeof(DxrSimulateMsg) == DXR_LAYOUT(20, 1),
+                  "the host builds the table: fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrSimulateMsg, simulateId) == 0, "fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrSimulateMsg, msgType) == 4, "fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrSimulateMsg, lostCnt) == 8, "fixed layout");

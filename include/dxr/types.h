@@ -57,13 +57,13 @@ DXR_STATIC_ASSERT(offsetof(DxrSysTime, minute) == 5, "minute");
 DXR_STATIC_ASSERT(offsetof(DxrSysTime, second) == 6, "second");
 DXR_STATIC_ASSERT(offsetof(DxrSysTime, reserved) == 7, "reserved");
 
-DXR_STATIC_ASSERT(sizeof(DxrTblmRequest) == 48, "DxrTblmRequest is 48 bytes");
+DXR_STATIC_ASSERT(sizeof(DxrTblmRequest) == DXR_LAYOUT(48, 2), "DxrTblmRequest is 48 bytes");
 DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, tableId) == 0, "tableId");
 DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, key) == 4, "key");
-DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, keyLen) == 12, "keyLen");
-DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, data) == 16, "data");
-DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, dataLen) == 24, "dataLen");
-DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, dataValid) == 28, "dataValid");
-DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, reserved) == 32, "reserved");
+DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, keyLen) == DXR_LAYOUT(12, 1), "keyLen");
+DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, data) == DXR_LAYOUT(16, 1), "data");
+DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, dataLen) == DXR_LAYOUT(24, 2), "dataLen");
+DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, dataValid) == DXR_LAYOUT(28, 2), "dataValid");
+DXR_STATIC_ASSERT(offsetof(DxrTblmRequest, reserved) == DXR_LAYOUT(32, 2), "reserved");
 
 #endif /* DXR_TYPES_H */

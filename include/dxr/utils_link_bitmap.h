@@ -24,11 +24,12 @@ typedef struct DxrLinkBitMap {
     uint32_t wordNumPerChip; /* words of a row: linkNumPerChip / 32, rounded up */
 } DxrLinkBitMap;
 
-DXR_STATIC_ASSERT(sizeof(DxrLinkBitMap) == 24, "size of DxrLinkBitMap");
+DXR_STATIC_ASSERT(sizeof(DxrLinkBitMap) == DXR_LAYOUT(24, 2), "size of DxrLinkBitMap");
 DXR_STATIC_ASSERT(offsetof(DxrLinkBitMap, chipNum) == 0, "DxrLinkBitMap.chipNum");
 DXR_STATIC_ASSERT(offsetof(DxrLinkBitMap, linkNumPerChip) == 4, "DxrLinkBitMap.linkNumPerChip");
 DXR_STATIC_ASSERT(offsetof(DxrLinkBitMap, bitMap) == 8, "DxrLinkBitMap.bitMap");
-DXR_STATIC_ASSERT(offsetof(DxrLinkBitMap, wordNumPerChip) == 16, "DxrLinkBitMap.wordNumPerChip");
+DXR_STATIC_ASSERT(offsetof(DxrLinkBitMap, wordNumPerChip) == DXR_LAYOUT(16, 1),
+                  "DxrLinkBitMap.wordNumPerChip");
 
 /* absLinkId / linkNumPerChip; a divisor of 0 is taken as 1. */
 DXR_API uint32_t DXR_CalcChipIdByAbsoluteLinkId(uint32_t absLinkId, uint32_t linkNumPerChip);

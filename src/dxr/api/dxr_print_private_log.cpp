@@ -60,7 +60,8 @@ void CopyBytes(std::FILE *source, std::FILE *destination, uint32_t length) {
         if (std::feof(source) != 0 || std::ferror(source) != 0) {
             return;
         }
-        const auto wanted = std::min<uint64_t>(length - copied, kCopyBlockSize);
+        const auto wanted =
+            static_cast<size_t>(std::min<uint64_t>(length - copied, kCopyBlockSize));
         const size_t got = std::fread(block.data(), 1, wanted, source);
         // Write errors are ignored by intent.
         static_cast<void>(std::fwrite(block.data(), got, 1, destination));

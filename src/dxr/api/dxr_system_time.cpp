@@ -15,7 +15,7 @@ constexpr uint32_t kUsPerMs = 1000;
 void DXR_SleepUs(uint32_t us) {
     timespec left = {};
     left.tv_sec = us / kUsPerSec;
-    left.tv_nsec = dxr::CheckedMul(us % kUsPerSec, kNsPerUs);
+    left.tv_nsec = static_cast<decltype(left.tv_nsec)>(dxr::CheckedMul(us % kUsPerSec, kNsPerUs));
     while (nanosleep(&left, &left) == -1) {
         // Any failure repeats the call, not only an interruption; `left` then holds what is left to
         // sleep.
