@@ -31,6 +31,9 @@ elseif(DXR_COVERAGE)
     target_link_options(dxr_build_options INTERFACE -fprofile-instr-generate)
 endif()
 
+# Files of the build find each other from where they lie, and name no directory of the machine.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
