@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -74,11 +75,12 @@ uint32_t DeleteData(uint32_t chip, uint32_t tableId, void *key, uint32_t keyLen)
 void Put(std::array<unsigned char, kRequestSize> &bytes, size_t offset, uint64_t value,
          size_t width) {
     for (size_t i = 0; i < width; ++i) {
-        bytes[offset + i] = static_cast<unsigned char>(value >> (8 * i));
+        const size_t place = std::endian::native == std::endian::little ? i : width - 1 - i;
+        bytes[offset + place] = static_cast<unsigned char>(value >> (8 * i));
     }
 }
 
-// The record as the host reads it, byte by byte, the lowest first.
+// The record as the host reads it, byte by byte: numbers in the order of the processor.
 std::array<unsigned char, kRequestSize> Request(uint32_t tableId, const void *key, uint32_t keyLen,
                                                 const void *data, uint32_t dataLen) {
     std::array<unsigned char, kRequestSize> bytes = {};
