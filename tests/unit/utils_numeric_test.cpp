@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <bit>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -353,31 +354,41 @@ TEST(Avg, ASumThatDoesNotFitAborts) {
 
 // ---- Byte order
 
-TEST(ByteOrder, TheHostIsLittleEndian) {
+constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+
+// What a number is in the network's order, where the processor's is the other and where it is not.
+template <typename Number>
+constexpr Number InNetworkOrder(Number reversed, Number same) {
+    return kLittleEndian ? reversed : same;
+}
+
+TEST(ByteOrder, IsTheProcessors) {
     const uint16_t one = 1;
-    EXPECT_EQ(*reinterpret_cast<const uint8_t *>(&one), 1);
-    EXPECT_EQ(DXR_IsLittleEndianess(), 1U);
+    EXPECT_EQ(*reinterpret_cast<const uint8_t *>(&one), kLittleEndian ? 1 : 0);
+    EXPECT_EQ(DXR_IsLittleEndianess(), kLittleEndian ? 1U : 0U);
 }
 
 TEST(ByteOrder, Of32Bits) {
-    EXPECT_EQ(DXR_NTOHL(0x01020304), 0x04030201U);
-    EXPECT_EQ(DXR_HTONL(0x01020304), 0x04030201U);
+    EXPECT_EQ(DXR_NTOHL(0x01020304), InNetworkOrder<uint32_t>(0x04030201, 0x01020304));
+    EXPECT_EQ(DXR_HTONL(0x01020304), InNetworkOrder<uint32_t>(0x04030201, 0x01020304));
     EXPECT_EQ(DXR_ReverseByte(0x01020304), 0x04030201U);
-    EXPECT_EQ(DXR_NTOHL(0x800000FF), 0xFF000080U);
-    EXPECT_EQ(DXR_HTONL(0x800000FF), 0xFF000080U);
+    EXPECT_EQ(DXR_NTOHL(0x800000FF), InNetworkOrder<uint32_t>(0xFF000080, 0x800000FF));
+    EXPECT_EQ(DXR_HTONL(0x800000FF), InNetworkOrder<uint32_t>(0xFF000080, 0x800000FF));
     EXPECT_EQ(DXR_ReverseByte(0x800000FF), 0xFF000080U);
 }
 
 TEST(ByteOrder, Of64Bits) {
-    EXPECT_EQ(DXR_NTOHLL(0x0102030405060708), 0x0807060504030201U);
-    EXPECT_EQ(DXR_NTOHLL(0x80000000000000FF), 0xFF00000000000080U);
+    EXPECT_EQ(DXR_NTOHLL(0x0102030405060708),
+              InNetworkOrder<uint64_t>(0x0807060504030201, 0x0102030405060708));
+    EXPECT_EQ(DXR_NTOHLL(0x80000000000000FF),
+              InNetworkOrder<uint64_t>(0xFF00000000000080, 0x80000000000000FF));
 }
 
 TEST(ByteOrder, Of16Bits) {
-    EXPECT_EQ(DXR_HTONS(0x1234), 0x3412);
-    EXPECT_EQ(DXR_NTOHS(0x1234), 0x3412);
-    EXPECT_EQ(DXR_HTONS(0x80FF), 0xFF80);
-    EXPECT_EQ(DXR_NTOHS(0x80FF), 0xFF80);
+    EXPECT_EQ(DXR_HTONS(0x1234), InNetworkOrder<uint16_t>(0x3412, 0x1234));
+    EXPECT_EQ(DXR_NTOHS(0x1234), InNetworkOrder<uint16_t>(0x3412, 0x1234));
+    EXPECT_EQ(DXR_HTONS(0x80FF), InNetworkOrder<uint16_t>(0xFF80, 0x80FF));
+    EXPECT_EQ(DXR_NTOHS(0x80FF), InNetworkOrder<uint16_t>(0xFF80, 0x80FF));
 }
 
 TEST(FlipBit, LowBytesInReverseOrder) {
