@@ -3,6 +3,7 @@
 #define DXR_FIGURES_WORDS_H
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory_resource>
@@ -42,17 +43,23 @@ struct WordPair {
 [[nodiscard]] WordPair RandomPair(size_t size);
 
 // Works on pairs of small bitmaps in turn, so that none waits for what the one before has stored.
+// There are as many as a power of two: which pair it is follows from the loop's own counter, and
+// what is measured is the operation, not the choice of its operands.
 template <typename Bits, typename Operation>
 Run InTurn(const Bits &dst, const Bits &src, size_t words, Operation operation) {
     constexpr size_t kWords = 1024;
     constexpr size_t kMostPairs = 16;
-    const size_t pairs = std::clamp<size_t>(kWords / (2 * words), 1, kMostPairs);
-    return [dsts = std::vector<Bits>(pairs, dst), srcs = std::vector<Bits>(pairs, src),
-            at = size_t{0}, operation](uint64_t count) mutable {
-        for (uint64_t i = 0; i < count; ++i) {
-            at = at + 1 < dsts.size() ? at + 1 : 0;
-            operation(dsts[at], srcs[at]);
-            Keep(dsts.data());
+    struct Pair {
+        Bits dst;
+        Bits src;
+    };
+    const size_t count = std::bit_floor(std::clamp<size_t>(kWords / (2 * words), 1, kMostPairs));
+    return [pairs = std::vector<Pair>(count, {dst, src}), operation](uint64_t runs) mutable {
+        Pair *const first = pairs.data();
+        const size_t last = pairs.size() - 1;
+        for (uint64_t i = 0; i < runs; ++i) {
+            operation(first[i & last].dst, first[i & last].src);
+            Keep(first);
         }
     };
 }

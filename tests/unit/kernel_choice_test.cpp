@@ -59,6 +59,9 @@ uint32_t BitsInWords(const uint32_t *, size_t) noexcept {
 
 namespace dxr::avx512 {
 
+uint32_t AreSameWords(const uint32_t *, const uint32_t *, size_t) noexcept {
+    return Entered("avx512 AreSameWords");
+}
 uint32_t BitsInWords(const uint32_t *, size_t) noexcept {
     return Entered("avx512 BitsInWords");
 }
@@ -85,23 +88,14 @@ std::vector<uint32_t> CallAll(uint32_t bytes) {
             dxr::BitsInWords(src.data(), count)};
 }
 
-const std::vector<std::string> kAllButBits = {
-    "avx2 OrWords", "avx2 AndWords",     "avx2 XorWords",    "avx2 TextHash",
-    "avx2 Crc8",    "avx2 AreSameWords", "avx2 AreZeroWords"};
-
-std::vector<std::string> AllButBitsAnd(const char *bits) {
-    std::vector<std::string> all = kAllButBits;
-    all.emplace_back(bits);
-    return all;
-}
-
 // What calls on many bytes enter on a processor with these features.
 std::vector<std::string> EnteredWith(uint32_t features) {
     if (!dxr::kVectorVersions || (features & cpu::kAvx2) == 0) {
         return {};
     }
-    return AllButBitsAnd((features & cpu::kAvx512) != 0 ? "avx512 BitsInWords"
-                                                        : "avx2 BitsInWords");
+    const std::string best = (features & cpu::kAvx512) != 0 ? "avx512" : "avx2";
+    return {"avx2 OrWords", "avx2 AndWords",        "avx2 XorWords",     "avx2 TextHash",
+            "avx2 Crc8",    best + " AreSameWords", "avx2 AreZeroWords", best + " BitsInWords"};
 }
 
 constexpr uint32_t kManyBytes[] = {36, 64, 100, 1000};

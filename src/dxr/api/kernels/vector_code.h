@@ -47,9 +47,11 @@ void XorWords(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
 
 }  // namespace avx2
 
-// AVX-512 in registers of 256 bits, with the population count of each lane.
+// AVX-512 with the population count of each lane.
 namespace avx512 {
 
+// At least 8 words each.
+[[nodiscard]] uint32_t AreSameWords(const uint32_t *a, const uint32_t *b, size_t count) noexcept;
 [[nodiscard]] uint32_t BitsInWords(const uint32_t *words, size_t count) noexcept;
 
 }  // namespace avx512

@@ -58,37 +58,31 @@ inline void OfWords(uint32_t *dst, const uint32_t *src, size_t count) {
 // True where `dst` lies behind the first of the `count` words of `src` and before their end: then
 // words are written before they are read. Everywhere else all may be read before any is written.
 [[nodiscard]] inline bool WritesAhead(const uint32_t *dst, const uint32_t *src, size_t count) {
-    return Distance(dst, src) - 1 < count * sizeof(*dst) - 1;
+    const auto begin = reinterpret_cast<uintptr_t>(src);
+    const auto at = reinterpret_cast<uintptr_t>(dst);
+    return at < begin + count * sizeof(*src) && begin < at;
 }
 
-// The first and the last words of an array that two Chunks cover, perhaps some twice.
-template <typename Operation, typename Chunk>
-[[gnu::always_inline]] inline void OfEnds(uint32_t *dst, const uint32_t *src, size_t count) {
-    const size_t last = count - sizeof(Chunk) / sizeof(*dst);
-    const Chunk atFirst = Operation::Of(few_words::Load<Chunk>(dst), few_words::Load<Chunk>(src));
-    const Chunk atLast =
-        Operation::Of(few_words::Load<Chunk>(dst + last), few_words::Load<Chunk>(src + last));
-    few_words::Store(dst, atFirst);
-    few_words::Store(dst + last, atLast);
+// Of four words and, where `more` is not 0, the last four of as many more: some perhaps twice.
+template <typename Operation>
+[[gnu::always_inline]] inline void OfFourAnd(uint32_t more, uint32_t *dst, const uint32_t *src) {
+    using few_words::Four;
+    using few_words::Load;
+    const Four first = Operation::Of(Load<Four>(dst), Load<Four>(src));
+    if (more != 0) {
+        const Four last = Operation::Of(Load<Four>(dst + more), Load<Four>(src + more));
+        few_words::Store(dst + more, last);
+    }
+    few_words::Store(dst, first);
 }
 
-// Of at most kFewWords. One and two words are taken in turn, as arrays that overlap want it, sooner
+// Of the first word and the one at `last`, 0 or 1: in turn, as arrays that overlap want it, sooner
 // than it is found out whether they do.
 template <typename Operation>
-[[gnu::always_inline]] inline void OfFew(uint32_t *dst, const uint32_t *src, size_t count) {
-    if (count <= 2) {
-        if (count != 0) {
-            OfWords<Operation>(dst, src, 1);
-            if (count == 2) {
-                OfWords<Operation>(dst + 1, src + 1, 1);
-            }
-        }
-    } else if (WritesAhead(dst, src, count)) [[unlikely]] {
-        OfWords<Operation>(dst, src, count);
-    } else if (count >= 4) {
-        OfEnds<Operation, few_words::Four>(dst, src, count);
-    } else {
-        OfEnds<Operation, few_words::Two>(dst, src, count);
+[[gnu::always_inline]] inline void OfOneOrTwo(uint32_t last, uint32_t *dst, const uint32_t *src) {
+    OfWords<Operation>(dst, src, 1);
+    if (last != 0) {
+        OfWords<Operation>(dst + 1, src + 1, 1);
     }
 }
 
@@ -98,14 +92,23 @@ void OrMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
 void AndMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
 void XorMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
 
+// The sizes are told apart so that the ways of most sizes run straight on.
 template <typename Operation, auto OfMany>
 [[gnu::always_inline]] inline void OfAny(uint32_t *dst, const uint32_t *src, uint32_t count) {
     if constexpr (!kFastPaths) {
         OfWords<Operation>(dst, src, count);
-    } else if (count <= kFewWords) {
-        OfFew<Operation>(dst, src, count);
-    } else {
+    } else if (const uint32_t last = count - 1; last < 2) [[likely]] {
+        OfOneOrTwo<Operation>(last, dst, src);
+    } else if (const uint32_t more = count - 4; more <= kFewWords - 4) [[likely]] {
+        if (WritesAhead(dst, src, count)) [[unlikely]] {
+            OfWords<Operation>(dst, src, count);
+        } else {
+            OfFourAnd<Operation>(more, dst, src);
+        }
+    } else if (count > kFewWords) {
         OfMany(dst, src, count);
+    } else if (count != 0) {
+        OfWords<Operation>(dst, src, 3);
     }
 }
 

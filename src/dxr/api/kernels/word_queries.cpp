@@ -6,6 +6,9 @@ namespace dxr::word_queries {
 
 uint32_t AreSameMany(const uint32_t *a, const uint32_t *b, size_t count) noexcept {
     if constexpr (kVectorVersions) {
+        if (HasAvx512()) {
+            return avx512::AreSameWords(a, b, count);
+        }
         if (HasAvx2()) {
             return avx2::AreSameWords(a, b, count);
         }

@@ -54,7 +54,33 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
 // whatever they are. Says no for some others.
 [[nodiscard]] inline bool LieInOnePageEach(const uint32_t *a, const uint32_t *b, size_t atMost) {
     const uintptr_t offsets = reinterpret_cast<uintptr_t>(a) | reinterpret_cast<uintptr_t>(b);
-    return offsets % kPage <= kPage - atMost * sizeof(*a);
+    return offsets % kPage + atMost * sizeof(*a) <= kPage;
+}
+
+// Words from `a` and `b` on of which every byte lies in the page of the first. None where the
+// first word itself goes on into the next page.
+[[nodiscard]] inline size_t WordsInPages(const uint32_t *a, const uint32_t *b) {
+    const uintptr_t offset =
+        std::max(reinterpret_cast<uintptr_t>(a) % kPage, reinterpret_cast<uintptr_t>(b) % kPage);
+    return (kPage - offset) / sizeof(*a);
+}
+
+// By a function that reads ahead, within a page only: a word over a page's end is looked at alone.
+template <uint32_t (*InPages)(const uint32_t *, const uint32_t *, size_t)>
+[[nodiscard, gnu::noinline]] uint32_t AreSamePageByPage(const uint32_t *a, const uint32_t *b,
+                                                        size_t count) noexcept {
+    for (;;) {
+        const size_t part = std::max<size_t>(WordsInPages(a, b), 1);
+        if (part >= count) {
+            return InPages(a, b, count);
+        }
+        if (InPages(a, b, part) == 0) {
+            return 0;
+        }
+        a += part;
+        b += part;
+        count -= part;
+    }
 }
 
 [[nodiscard]] inline bool EndsAreSame(const uint32_t *a, const uint32_t *b, size_t last) {

@@ -8,7 +8,8 @@ namespace dxr::avx2 {
 namespace {
 
 constexpr size_t kWidth = 8;  // words of a vector register
-constexpr size_t kStep = 4 * kWidth;
+constexpr size_t kHalfStep = 4 * kWidth;
+constexpr size_t kStep = 2 * kHalfStep;
 
 DXR_TARGET_AVX2 inline __m256i LoadWords(const uint32_t *words) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i *>(words));
@@ -39,18 +40,29 @@ DXR_TARGET_AVX2 inline __m256i Both(Source source, size_t i, size_t j) {
     return _mm256_or_si256(source.At(i), source.At(j));
 }
 
+// Of the words from i on.
+template <typename Source>
+DXR_TARGET_AVX2 inline __m256i HalfStep(Source source, size_t i) {
+    return _mm256_or_si256(Both(source, i, i + kWidth),
+                           Both(source, i + 2 * kWidth, i + 3 * kWidth));
+}
+
 DXR_TARGET_AVX2 inline bool AreZero(__m256i low, __m256i high) {
     const __m256i bits = _mm256_or_si256(low, high);
     return _mm256_testz_si256(bits, bits) != 0;
 }
 
-// Looks at `count` words, at least kWidth; at some perhaps twice.
+// Looks at `count` words, at least kWidth; at some perhaps twice. A test takes longer than several
+// loads: there is one in a step, and one for all the rest.
 template <typename Source>
 DXR_TARGET_AVX2 inline uint32_t IsAllZero(Source source, size_t count) {
     for (; count > kStep; count -= kStep, source.Skip(ptrdiff_t{kStep})) {
-        if (!AreZero(Both(source, 0, kWidth), Both(source, 2 * kWidth, 3 * kWidth))) {
+        if (!AreZero(HalfStep(source, 0), HalfStep(source, kHalfStep))) {
             return 0;
         }
+    }
+    if (count > kHalfStep) {
+        return AreZero(HalfStep(source, 0), HalfStep(source, count - kHalfStep)) ? 1 : 0;
     }
     if (count < kWidth) {  // after whole steps: the last vector reaches back
         source.Skip(static_cast<ptrdiff_t>(count) - static_cast<ptrdiff_t>(kWidth));
@@ -63,36 +75,10 @@ DXR_TARGET_AVX2 inline uint32_t IsAllZero(Source source, size_t count) {
     return AreZero(source.At(0), source.At(last)) ? 1 : 0;
 }
 
-// Words from `a` and `b` on of which every byte lies in the page of the first. None where the
-// first word itself goes on into the next page.
-size_t WordsInPages(const uint32_t *a, const uint32_t *b) {
-    using word_queries::kPage;
-    const uintptr_t offset =
-        std::max(reinterpret_cast<uintptr_t>(a) % kPage, reinterpret_cast<uintptr_t>(b) % kPage);
-    return (kPage - offset) / sizeof(*a);
-}
-
-DXR_TARGET_AVX2 inline uint32_t AreSameReadingAhead(const uint32_t *a, const uint32_t *b,
-                                                    size_t count) {
+// Any number of words.
+DXR_TARGET_AVX2 uint32_t AreSameInPages(const uint32_t *a, const uint32_t *b, size_t count) {
     return count >= kWidth ? IsAllZero(Difference{a, b}, count)
                            : word_queries::AreSame(a, b, count);
-}
-
-// Reads ahead within a page only: a word over a page's end is looked at alone.
-DXR_TARGET_AVX2 [[gnu::noinline]] uint32_t AreSamePageByPage(const uint32_t *a, const uint32_t *b,
-                                                             size_t count) noexcept {
-    for (;;) {
-        const size_t part = std::max<size_t>(WordsInPages(a, b), 1);
-        if (part >= count) {
-            return AreSameReadingAhead(a, b, count);
-        }
-        if (AreSameReadingAhead(a, b, part) == 0) {
-            return 0;
-        }
-        a += part;
-        b += part;
-        count -= part;
-    }
 }
 
 }  // namespace
@@ -103,11 +89,10 @@ DXR_TARGET_AVX2 uint32_t AreZeroWords(const uint32_t *words, size_t count) noexc
 
 // Most arrays lie in a page each: what the others take is not paid for by them.
 DXR_TARGET_AVX2 uint32_t AreSameWords(const uint32_t *a, const uint32_t *b, size_t count) noexcept {
-    const uintptr_t offsets = reinterpret_cast<uintptr_t>(a) | reinterpret_cast<uintptr_t>(b);
-    if (offsets % word_queries::kPage + count * sizeof(*a) <= word_queries::kPage) [[likely]] {
+    if (word_queries::LieInOnePageEach(a, b, count)) [[likely]] {
         return IsAllZero(Difference{a, b}, count);
     }
-    return AreSamePageByPage(a, b, count);
+    return word_queries::AreSamePageByPage<AreSameInPages>(a, b, count);
 }
 
 DXR_TARGET_AVX2 uint32_t BitsInWords(const uint32_t *words, size_t count) noexcept {
