@@ -34,10 +34,10 @@ namespace {
 
 using dxrtest::GuardedBuffer;
 
-int Plain(char *buffer, size_t size, const char *format, ...) {
+int Plain(dxr::PlainRoom &room, const char *format, ...) {
     std::va_list args;
     va_start(args, format);
-    const int length = dxr::FormatPlain(buffer, size, format, args);
+    const int length = dxr::GatherPlain(room, format, args);
     va_end(args);
     return length;
 }
@@ -66,23 +66,19 @@ void CompareAt(size_t size, Must must, const char *format, Args... args) {
     std::memset(expected, GuardedBuffer::kFill, watched);
     std::memset(actual, GuardedBuffer::kFill, watched);
     std::snprintf(expected, size, format, args...);
+    static dxr::PlainRoom room;
     if (size != 0) {
-        const int plain = Plain(actual, size, format, args...);
+        const int plain = Plain(room, format, args...);
         if (plain != dxr::kNotPlain) {
             ASSERT_NE(Must::kHandOver, must) << format;
-            ASSERT_EQ(length, plain) << format << " size " << size;
-            ASSERT_EQ(0, std::memcmp(expected, actual, watched))
-                << format << " size " << size << "\n[" << expected << "]\n[" << actual << "]";
+            ASSERT_EQ(length, plain) << format;
+            ASSERT_EQ(0, std::memcmp(expected, room, std::strlen(expected)))
+                << format << "\n[" << expected << "]\n[" << room << "]";
         } else {
             ASSERT_NE(Must::kExpand, must) << format;
-            ASSERT_TRUE(std::all_of(actual, actual + watched, [](char c) {
-                return c == static_cast<char>(GuardedBuffer::kFill);
-            })) << format;
         }
-        std::memset(actual, GuardedBuffer::kFill, watched);
     }
     const int stored = dxr::snprintf_truncated_s(actual, size, format, args...);
-    static dxr::PlainRoom room;
     if (size != 0 && size <= sizeof(room)) {
         const dxr::FormattedLine line = Line(room, size, format, args...);
         ASSERT_EQ(stored, line.stored) << format << " size " << size;
@@ -223,18 +219,37 @@ TEST(PlainFormat, EveryFieldOfIntegers) {
     CompareIntegers<ptrdiff_t>("t");
 }
 
-TEST(PlainFormat, TextsAfterLiteralsThatReachTheLongestText) {
-    const std::string text(900, 't');
-    for (size_t length = dxr::kLongestPlainText - 20; length < dxr::kLongestPlainText + 20;
-         ++length) {
-        for (const char *conversion : {"%s", "%5s", "%-950s", "%.899s", "%.*s"}) {
-            const std::string format = std::string(length, 'l') + conversion;
-            if (conversion[2] == '*') {
-                Compare(Must::kHandOver, format.c_str(), 800, text.c_str());
-            } else {
-                Compare(Must::kHandOver, format.c_str(), text.c_str());
-            }
+Must MustWithLength(size_t length) {
+    return length <= dxr::kLongestPlainText ? Must::kExpand : Must::kHandOver;
+}
+
+// Whatever it is that reaches the longest text.
+TEST(PlainFormat, TextsUpToTheLongestAreExpanded) {
+    for (const size_t literal : {0, 1, 14, 15, 16, 17, 63, 64, 65, 400}) {
+        const std::string format = "%s" + std::string(literal, 'l');
+        for (size_t length = dxr::kLongestPlainText - 20; length < dxr::kLongestPlainText + 20;
+             ++length) {
+            const std::string text(length - literal, 't');
+            const char *const before10 = text.c_str() + 10;
+            const Must must = MustWithLength(length);
+            Compare(must, format.c_str(), text.c_str());
+            Compare(must, (format + "%s").c_str(), before10, "ten______!");
+            Compare(must, (format + "%-10s").c_str(), before10, "");
+            Compare(must, (format + "%.10s").c_str(), before10, text.c_str());
+            Compare(must, (format + "%d%%").c_str(), text.c_str() + 6, 12345);
+            Compare(must, (format + "%128d|").c_str(), text.c_str() + 129, 1);
         }
+    }
+}
+
+TEST(PlainFormat, FormatsUpToTheLongestAreExpanded) {
+    for (size_t length = dxr::kLongestPlainFormat - 70; length < dxr::kLongestPlainFormat + 4;
+         ++length) {
+        const Must must = length <= dxr::kLongestPlainFormat ? Must::kExpand : Must::kHandOver;
+        const std::string literal(length - 2, 'l');
+        Compare(must, (literal + "%d").c_str(), 7);
+        Compare(must, ("%d" + literal).c_str(), 7);
+        Compare(must, (literal + "%%").c_str());
     }
 }
 
@@ -275,7 +290,7 @@ TEST(PlainFormat, EverySizeCutsWhereTheCLibraryCuts) {
     CompareAtEverySize(Must::kExpand, "%s", longText.c_str());
     CompareAtEverySize(Must::kExpand, "before %s after %d", longText.c_str(), 5);
     CompareAtEverySize(Must::kExpand, "%128d%-128d%0128d%.128d", 1, 2, 3, 4);
-    CompareAtEverySize(Must::kHandOver, (longText + "%d" + longText).c_str(), 77);
+    CompareAtEverySize(Must::kHandOver, "%s%d%s", longText.c_str(), 77, longText.c_str());
     CompareAtEverySize(Must::kExpand, "%llu %llo %c end", ULLONG_MAX, ULLONG_MAX, 'b');
     CompareAtEverySize(Must::kHandOver, "%d %c end", INT_MIN, 0);
     CompareAtEverySize(Must::kHandOver, "before %s after %f", longText.c_str(), 5.5);
@@ -313,11 +328,11 @@ TEST(PlainFormat, WhatItDoesNotKnowIsHandedOver) {
     Compare(Must::kHandOver, "%2147483648d", 1);
     Compare(Must::kHandOver, "%99999999999999999999d", 1);
     // Two thousand million blanks are slow to come: only that they are left to the C library.
-    char buffer[8];
-    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%2147483647d", 1));
-    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%*d", INT_MAX, 1));
-    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%.*d", INT_MAX, 1));
-    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%*d", INT_MIN, 1));
+    dxr::PlainRoom room;
+    EXPECT_EQ(dxr::kNotPlain, Plain(room, "%2147483647d", 1));
+    EXPECT_EQ(dxr::kNotPlain, Plain(room, "%*d", INT_MAX, 1));
+    EXPECT_EQ(dxr::kNotPlain, Plain(room, "%.*d", INT_MAX, 1));
+    EXPECT_EQ(dxr::kNotPlain, Plain(room, "%*d", INT_MIN, 1));
     Compare(Must::kMayHandOver, "%.*d", INT_MIN, 1);
     for (const char *lone : {"%", "text %", "%5", "%-", "%.", "%l", "%hh", "%0"}) {
         Compare(Must::kHandOver, lone);
@@ -353,6 +368,27 @@ class PageEnd {
     size_t page_;
     char *end_;
 };
+
+// However far beyond the longest text a piece leads before that is noticed.
+TEST(PlainFormat, NothingIsWrittenBehindTheRoom) {
+    PageEnd memory;
+    const dxr::PlainRoom none = {};
+    auto &room = *reinterpret_cast<dxr::PlainRoom *>(memory.Put(none, sizeof(none)));
+    const std::string text(dxr::kLongestPlainText, 't');
+    for (size_t length = 0; length + 9 <= dxr::kLongestPlainFormat; ++length) {
+        const std::string format = "%s" + std::string(length, 'l');
+        const auto expectNotPlain = [&](const char *conversion, auto argument) {
+            const std::string whole = format + conversion;
+            ASSERT_EQ(dxr::kNotPlain, Plain(room, whole.c_str(), text.c_str(), argument)) << whole;
+        };
+        for (const char *integer : {"%128llu", "%-128llx", "%.128llo", "%0128lli"}) {
+            expectNotPlain(integer, ULLONG_MAX);
+        }
+        expectNotPlain("%d", INT_MIN);
+        expectNotPlain("%128c", 'c');
+        expectNotPlain("%-128s", "text");
+    }
+}
 
 TEST(PlainFormat, TextIsNotReadBehindItsPrecision) {
     PageEnd memory;
@@ -422,7 +458,8 @@ TEST(PlainFormat, ATextBeyondIntMaxFails) {
     }
     // INT_MAX + 1 characters.
     char buffer[64];
-    EXPECT_EQ(dxr::kNotPlain, Plain(buffer, sizeof(buffer), "%s", text));
+    dxr::PlainRoom room;
+    EXPECT_EQ(dxr::kNotPlain, Plain(room, "%s", text));
     EXPECT_EQ(-1, dxr::snprintf_truncated_s(buffer, sizeof(buffer), "%s", text));
     EXPECT_STREQ("", buffer);
     munmap(text, kPiece * kPieces + 4096);

@@ -1,7 +1,6 @@
 #include "dxr/print_log_filter.h"
 
 #include <array>
-#include <charconv>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +12,7 @@
 #include "dxr_print_log_filter_lock.h"
 #include "dxr_print_log_filter_ring.h"
 #include "internal/bounds_checked.h"
+#include "internal/digits.h"
 #include "internal/text_writer.h"
 
 namespace {
@@ -37,8 +37,9 @@ class Key {
     Key(uint32_t logType, uint32_t a, uint32_t b, uint32_t c, uint32_t d) noexcept {
         char *end = text_.data();
         for (const uint32_t number : {logType, a, b, c, d}) {
-            end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
+            end = dxr::StoreDecimal(end, number);
         }
+        dxr::StoreCharacters(end, 0);  // for the surplus of the last one
         length_ = static_cast<uint32_t>(end - text_.data());
     }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }

@@ -35,6 +35,18 @@ int FailText(char *dest, int error) {
     return error;
 }
 
+// Not by the checking one of fortified builds: it ends the process for a count ("%n") in a format
+// that lies in writable memory, as a host's may.
+[[gnu::format(printf, 3, 0)]] int FormatByLibrary(char *buffer, size_t size, const char *format,
+                                                  std::va_list args) {
+    const int length = __builtin_vsnprintf(buffer, size, format, args);
+    if (length < 0) {
+        buffer[0] = '\0';
+        return -1;
+    }
+    return static_cast<int>(std::min(static_cast<size_t>(length), size - 1));
+}
+
 }  // namespace
 
 int memcpy_s(void *dest, size_t destSize, const void *src, size_t count) noexcept {
@@ -106,29 +118,29 @@ int vsnprintf_truncated_s(char *buffer, size_t size, const char *format,
     if (!IsUsable(buffer, size) || format == nullptr) {
         return -1;
     }
-    int length = kFastPaths ? FormatPlain(buffer, size, format, args) : kNotPlain;
-    if (length == kNotPlain) {
-        // Not the checking one of fortified builds: it ends the process for a count ("%n") in a
-        // format that lies in writable memory, as a host's may.
-        length = __builtin_vsnprintf(buffer, size, format, args);
+    PlainRoom room;
+    const int plain = kFastPaths ? GatherPlain(room, format, args) : kNotPlain;
+    if (plain == kNotPlain) {
+        return FormatByLibrary(buffer, size, format, args);
     }
-    if (length < 0) {
-        buffer[0] = '\0';
-        return -1;
-    }
-    const auto wanted = static_cast<size_t>(length);
-    return static_cast<int>(wanted < size ? wanted : size - 1);
+    const size_t stored = std::min(static_cast<size_t>(plain), size - 1);
+    std::memcpy(buffer, room, stored);
+    buffer[stored] = '\0';
+    return static_cast<int>(stored);
 }
 
 FormattedLine FormatLine(PlainRoom &room, size_t size, const char *format,
                          std::va_list args) noexcept {
-    const int whole = kFastPaths && format != nullptr ? GatherPlain(room, format, args) : kNotPlain;
-    if (whole != kNotPlain) {
-        const size_t length = std::min(static_cast<size_t>(whole), size - 1);
+    if (format == nullptr) {
+        return {-1, 0};
+    }
+    const int plain = kFastPaths ? GatherPlain(room, format, args) : kNotPlain;
+    if (plain != kNotPlain) {
+        const size_t length = std::min(static_cast<size_t>(plain), size - 1);
         room[length] = '\0';
         return {static_cast<int>(length), length};
     }
-    const int stored = vsnprintf_truncated_s(room, size, format, args);
+    const int stored = FormatByLibrary(room, size, format, args);
     return {stored, stored > 0 ? strnlen(room, static_cast<size_t>(stored)) : 0};
 }
 

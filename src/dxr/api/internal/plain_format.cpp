@@ -14,19 +14,6 @@
 namespace dxr {
 namespace {
 
-using digits::Characters;
-using digits::Digits;
-using digits::EightBinary;
-using digits::EightDecimal;
-using digits::FourDecimal;
-using digits::kNineDecimal;
-using digits::kNineHexadecimal;
-using digits::kNineOctal;
-using digits::PutDigits;
-using digits::PutShort;
-using digits::Split;
-using digits::Store;
-
 struct Arguments {
     std::va_list list;
 };
@@ -91,98 +78,66 @@ struct Field {
 }
 
 // A size known to be small would be copied by a string instruction, which costs more than a call.
-inline void Copy(char *out, const char *from, size_t length) {
+inline char *Copy(char *out, const char *from, size_t length) {
     asm("" : "+r"(length));
     std::memcpy(out, from, length);
+    return out + length;
 }
 
+// In blocks: any byte of the room may be written.
 inline char *Fill(char *out, char character, int count) {
-    if (count > 0) {
+    for (; count > 0; out += std::min(count, 16), count -= 16) {
         std::memset(out, character, 16);
-        if (count > 16) {
-            std::memset(out + 16, character, static_cast<size_t>(count - 16));
-        }
-        out += count;
     }
     return out;
 }
 
+// What put(begin) writes, of a known length, and blanks before or after it.
+template <typename Put>
+[[gnu::always_inline]] inline char *PutPadded(char *out, const Field &field, int length, Put put) {
+    const int padding = field.width - length;
+    if (padding <= 0) {
+        return put(out);
+    }
+    return field.Has(Bit('-')) ? Fill(put(out), ' ', padding) : put(Fill(out, ' ', padding));
+}
+
+// Null for a number 0 with a precision of 0.
 [[gnu::always_inline]] inline char *PutNumber(char *out, const Field &field, const Digits &digits,
-                                              uint64_t prefix, int prefixLength) {
-    int zeros = 0;
-    int padding = 0;
-    if (field.width > 0 || field.precision > 0) {
-        zeros = std::max(field.precision - digits.count, 0);
-        padding = std::max(field.width - prefixLength - zeros - digits.count, 0);
-        if (field.precision < 0 && (field.flags & (Bit('0') | Bit('-'))) == Bit('0')) {
-            zeros = padding;
-            padding = 0;
-        }
-        out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
-    }
-    Store(out, prefix);
-    out = PutDigits(Fill(out + prefixLength, '0', zeros), digits);
-    return Fill(out, ' ', field.Has(Bit('-')) ? padding : 0);
-}
-
-inline char *PutText(char *out, const Field &field, const char *text, size_t length) {
-    const int padding = field.width - static_cast<int>(length);
-    out = Fill(out, ' ', field.Has(Bit('-')) ? 0 : padding);
-    Copy(out, text, length);
-    return Fill(out + length, ' ', field.Has(Bit('-')) ? padding : 0);
-}
-
-// Up to the next % or the terminator, which is the format's last byte: none after it is read. Null
-// when that comes after `end`.
-[[gnu::always_inline]] inline char *PutLiteral(char *out, const char *end, const char *&at,
-                                               const char *terminator) {
-    while (out <= end) {
-#ifdef __SSE2__
-        constexpr ptrdiff_t kBlock = sizeof(__m128i);
-        if (terminator - at >= kBlock - 1) {
-            const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(out), text);
-            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(text, _mm_set1_epi8('%')),
-                                              _mm_cmpeq_epi8(text, _mm_setzero_si128()));
-            const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends));
-            const int length = std::countr_zero(mask | 1U << kBlock);
-            at += length;
-            out += length;
-            if (mask != 0) {
-                return out;
-            }
-            continue;
-        }
-#endif
-        if (*at == '%' || at == terminator) {
-            return out;
-        }
-        *out++ = *at++;
-    }
-    return nullptr;
-}
-
-// The whole text, read by the C library alone: one that fills its block is no matter.
-[[gnu::always_inline]] inline char *PutWhole(char *out, const char *end, const char *text) {
-    const auto room = static_cast<size_t>(std::max<ptrdiff_t>(end - out, 0));
-    const size_t length = strnlen(text, room + 1);
-    if (out > end || length > room) {
+                                              uint64_t prefix = 0, int prefixLength = 0) {
+    if (field.precision == 0 && digits.count == 1 && digits.top == '0') {
         return nullptr;
     }
-    Copy(out, text, length);
-    return out + length;
+    const bool isFilled = field.precision < 0 && (field.flags & (Bit('0') | Bit('-'))) == Bit('0');
+    const int least = isFilled ? field.width - prefixLength : field.precision;
+    const int zeros = std::max(least - digits.count, 0);
+    return PutPadded(out, field, prefixLength + zeros + digits.count, [&](char *begin) {
+        StoreCharacters(begin, prefix);
+        return StoreDigits(Fill(begin + prefixLength, '0', zeros), digits);
+    });
+}
+
+// Null for a null text and for one beyond `end`. The text is read by the C library alone: one that
+// fills its block is no matter.
+[[gnu::always_inline]] inline char *PutText(char *out, const char *end, const Field &field,
+                                            const char *text) {
+    if (text == nullptr || out > end) {
+        return nullptr;
+    }
+    const auto room = static_cast<size_t>(end - out);
+    const size_t length = strnlen(text, std::min(static_cast<size_t>(field.precision), room + 1));
+    return length > room ? nullptr
+                         : PutPadded(out, field, static_cast<int>(length),
+                                     [&](char *begin) { return Copy(begin, text, length); });
 }
 
 // What most conversions are: %d, %u, %x, %X, perhaps filled up with zeros to a width of 1 to 8, and
 // %s. False for all others, which stay as they are.
 [[gnu::always_inline]] inline bool PutSimple(char *&out, const char *end, const char *&at,
                                              Arguments &args) {
-    const char *conversion = at;
-    int least = 1;
-    if (*conversion == '0' && conversion[1] >= '1' && conversion[1] <= '8') {
-        least = conversion[1] - '0';
-        conversion += 2;
-    }
+    const bool isFilled = *at == '0' && at[1] >= '1' && at[1] <= '8';
+    const char *const conversion = isFilled ? at + 2 : at;
+    int least = isFilled ? at[1] - '0' : 1;
     switch (*conversion) {
         case 'd':
         case 'u': {
@@ -192,31 +147,17 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
                 *out++ = '-';
                 least -= least > 1 ? 1 : 0;
             }
-            if (number < 10000 && least <= 4) {
-                const uint64_t four = FourDecimal(number);
-                out = PutShort<4>(out, four, Characters(four), least);
-            } else if (number < kNineDecimal) {
-                const uint64_t eight = EightDecimal(number);
-                out = PutShort<8>(out, eight, Characters(eight), least);
-            } else {
-                Digits digits;
-                Split<kNineDecimal, EightDecimal>(digits, number);
-                out = PutDigits(out, digits);
-            }
+            out = StoreDecimal(out, number, least);
             break;
         }
         case 'x':
-        case 'X': {
-            const uint64_t eight = EightBinary<4>(va_arg(args.list, uint32_t));
-            const auto letter = static_cast<char>(*conversion - 'x' + 'a');
-            out = PutShort<8>(out, eight, Characters(eight, letter), least);
+        case 'X':
+            out = StoreHexadecimal(out, va_arg(args.list, uint32_t),
+                                   static_cast<char>(*conversion - 'x' + 'a'), least);
             break;
-        }
-        case 's': {
-            const char *text = conversion == at ? va_arg(args.list, const char *) : nullptr;
-            out = text != nullptr ? PutWhole(out, end, text) : nullptr;
+        case 's':
+            out = isFilled ? nullptr : PutText(out, end, Field(), va_arg(args.list, const char *));
             break;
-        }
         default:
             return false;
     }
@@ -224,14 +165,10 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
     return true;
 }
 
-// Null for what the C library must do: also null texts and pointers, a NUL as character, a number 0
-// with a precision of 0, and octal numbers with #.
+// Null for what the C library must do: also null pointers, a NUL as character, and octal numbers
+// with #.
 [[gnu::always_inline]] inline char *PutConversion(char *out, const char *end, const char *&at,
                                                   Arguments &args) {
-    if (*at == '%') {
-        *out = *at++;
-        return out + 1;
-    }
     Field field;
     if (*at < 'A' && !ReadField(at, args, field)) {
         return nullptr;
@@ -244,69 +181,115 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
         const auto number = bytes == 8 ? va_arg(args.list, int64_t) : va_arg(args.list, int32_t);
         return static_cast<uint64_t>(number) << unused;
     };
-    Digits digits;
-    uint64_t prefix = 0;
-    int prefixLength = 0;
     switch (const char conversion = *at++) {
         case 'd':
         case 'i': {
             const uint64_t number = integer();
             const bool isNegative = static_cast<int64_t>(number) < 0;
-            Split<kNineDecimal, EightDecimal>(digits, (isNegative ? 0 - number : number) >> unused);
             const char sign = isNegative ? '-' : field.Has(Bit('+')) ? '+' : ' ';
-            prefix = static_cast<unsigned char>(sign);
-            prefixLength = isNegative || field.Has(Bit('+') | Bit(' ')) ? 1 : 0;
-            break;
+            const int signs = isNegative || field.Has(Bit('+') | Bit(' ')) ? 1 : 0;
+            const uint64_t magnitude = (isNegative ? 0 - number : number) >> unused;
+            return PutNumber(out, field, DecimalDigits(magnitude), static_cast<uint64_t>(sign),
+                             signs);
         }
         case 'u':
-            Split<kNineDecimal, EightDecimal>(digits, integer() >> unused);
-            break;
+            return PutNumber(out, field, DecimalDigits(integer() >> unused));
+        case 'o':
+            return field.Has(Bit('#')) ? nullptr
+                                       : PutNumber(out, field, OctalDigits(integer() >> unused));
         case 'x':
         case 'X': {
             const uint64_t number = integer() >> unused;
-            Split<kNineHexadecimal, EightBinary<4>>(digits, number,
-                                                    static_cast<char>(conversion - 'x' + 'a'));
-            prefix = '0' | static_cast<uint64_t>(conversion) << 8;
-            prefixLength = field.Has(Bit('#')) && number != 0 ? 2 : 0;
-            break;
+            const auto letter = static_cast<char>(conversion - 'x' + 'a');
+            return PutNumber(out, field, HexadecimalDigits(number, letter),
+                             '0' | static_cast<uint64_t>(conversion) << 8,
+                             field.Has(Bit('#')) && number != 0 ? 2 : 0);
         }
-        case 'o':
-            Split<kNineOctal, EightBinary<3>>(digits, integer() >> unused);
-            if (field.Has(Bit('#'))) {
-                return nullptr;
-            }
-            break;
         case 'p': {
             const auto *const address = isBare ? va_arg(args.list, const void *) : nullptr;
-            if (address == nullptr || field.precision >= 0) {
-                return nullptr;
-            }
-            Split<kNineHexadecimal, EightBinary<4>>(digits, reinterpret_cast<uintptr_t>(address));
-            prefix = '0' | 'x' << 8;
-            prefixLength = 2;
-            break;
+            const auto number = reinterpret_cast<uintptr_t>(address);
+            return number == 0 || field.precision >= 0
+                       ? nullptr
+                       : PutNumber(out, field, HexadecimalDigits(number, 'a'), '0' | 'x' << 8, 2);
         }
         case 'c': {
-            const auto character = static_cast<char>(isBare ? va_arg(args.list, int) : 0);
-            return character != 0 ? PutText(out, field, &character, 1) : nullptr;
+            const auto character = static_cast<char>(isBare ? va_arg(args.list, int) : '\0');
+            return character == '\0' ? nullptr : PutPadded(out, field, 1, [&](char *begin) {
+                *begin = character;
+                return begin + 1;
+            });
         }
-        case 's': {
-            // A literal may have led beyond the end by less than a step.
-            const char *const text =
-                isBare && out <= end ? va_arg(args.list, const char *) : nullptr;
-            if (text == nullptr) {
-                return nullptr;
-            }
-            const auto room = static_cast<size_t>(end - out);
-            const size_t length =
-                strnlen(text, std::min(static_cast<size_t>(field.precision), room + 1));
-            return length <= room ? PutText(out, field, text, length) : nullptr;
-        }
+        case 's':
+            return isBare ? PutText(out, end, field, va_arg(args.list, const char *)) : nullptr;
         default:
             return nullptr;
     }
-    const bool isEmpty = field.precision == 0 && digits.top == '0' && digits.count == 1;
-    return isEmpty ? nullptr : PutNumber(out, field, digits, prefix, prefixLength);
+}
+
+// Which of 64 characters of the format are %, a bit each: all at once, so that none waits for the
+// one before. Nothing after the terminator is read, which is the format's last byte: a block that
+// would goes back to end with it.
+[[gnu::always_inline]] inline uint64_t Percents(const char *format, const char *at,
+                                                const char *terminator) {
+    uint64_t percents = 0;
+#ifdef __SSE2__
+    if (terminator - format >= 15) {
+        for (int i = 0; i < 64 && i <= terminator - at; i += 16) {
+            const char *const block = std::min(at + i, terminator - 15);
+            const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(block));
+            const int found = _mm_movemask_epi8(_mm_cmpeq_epi8(text, _mm_set1_epi8('%')));
+            percents |= static_cast<uint64_t>(found >> (at + i - block)) << i;
+        }
+        return percents;
+    }
+#endif
+    for (int i = 0; i < 64 && at[i] != '\0'; ++i) {
+        percents |= static_cast<uint64_t>(at[i] == '%') << i;
+    }
+    return percents;
+}
+
+// From a place where 16 bytes may be read if it is `lastBlock` at most.
+[[gnu::always_inline]] inline char *PutLiteral(char *out, const char *from, const char *to,
+                                               const char *lastBlock) {
+    const ptrdiff_t length = to - from;
+    if (length > 16 || from > lastBlock) {
+        return Copy(out, from, static_cast<size_t>(length));
+    }
+    std::memcpy(out, from, 16);
+    return out + length;
+}
+
+[[gnu::always_inline]] inline char *Put(char *out, const char *format, Arguments &args) {
+    const char *const end = out + kLongestPlainText;
+    const size_t length = std::strlen(format);
+    const char *const terminator = format + length;
+    if (length > kLongestPlainFormat) {
+        return nullptr;
+    }
+    const char *const lastBlock = length >= 15 ? terminator - 15 : nullptr;
+    const char *at = format;
+    for (size_t i = 0; i < length; i += 64) {
+        for (uint64_t percents = Percents(format, format + i, terminator); percents != 0;
+             percents &= percents - 1) {
+            const char *const percent = format + i + std::countr_zero(percents);
+            if (percent < at) {
+                continue;  // the second of two
+            }
+            out = PutLiteral(out, at, percent, lastBlock);
+            at = percent + 1;
+            if (*at == '%') {
+                *out++ = *at++;
+            } else if (!PutSimple(out, end, at, args)) {
+                out = PutConversion(out, end, at, args);
+            }
+            if (out == nullptr || out > end) {
+                return nullptr;
+            }
+        }
+    }
+    out = PutLiteral(out, at, terminator, lastBlock);
+    return out <= end ? out : nullptr;
 }
 
 }  // namespace
@@ -314,29 +297,9 @@ inline char *PutText(char *out, const Field &field, const char *text, size_t len
 int GatherPlain(PlainRoom &room, const char *format, std::va_list args) noexcept {
     Arguments arguments;
     va_copy(arguments.list, args);
-    char *const end = room + kLongestPlainText;
-    const char *const terminator = format + std::strlen(format);
-    char *out = PutLiteral(room, end, format, terminator);
-    while (out != nullptr && *format != '\0') {
-        ++format;
-        if (!PutSimple(out, end, format, arguments)) {
-            out = PutConversion(out, end, format, arguments);
-        }
-        out = out != nullptr ? PutLiteral(out, end, format, terminator) : nullptr;
-    }
+    const char *const end = Put(room, format, arguments);
     va_end(arguments.list);
-    return out != nullptr ? static_cast<int>(out - room) : kNotPlain;
-}
-
-int FormatPlain(char *buffer, size_t size, const char *format, std::va_list args) noexcept {
-    PlainRoom room;
-    const int length = GatherPlain(room, format, args);
-    if (length != kNotPlain) {
-        const size_t stored = std::min(static_cast<size_t>(length), size - 1);
-        Copy(buffer, room, stored);
-        buffer[stored] = '\0';
-    }
-    return length;
+    return end != nullptr ? static_cast<int>(end - room) : kNotPlain;
 }
 
 }  // namespace dxr
