@@ -1,6 +1,8 @@
 #include "dxr/print_log_filter.h"
 
+#include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +14,6 @@
 #include "dxr_print_log_filter_lock.h"
 #include "dxr_print_log_filter_ring.h"
 #include "internal/bounds_checked.h"
-#include "internal/digits.h"
 #include "internal/text_writer.h"
 
 namespace {
@@ -31,22 +32,24 @@ constexpr char kSeparator[] =
     "---------------+--------\r\n";
 
 // The key of a log site: the digits of five numbers, joined without separators: 1, 23 and 12, 3 are
-// one key, which is accepted.
+// one key, which is accepted. In a zeroed buffer for hosts that get to see it.
 class Key {
   public:
     Key(uint32_t logType, uint32_t a, uint32_t b, uint32_t c, uint32_t d) noexcept {
         char *end = text_.data();
         for (const uint32_t number : {logType, a, b, c, d}) {
-            end = dxr::StoreDecimal(end, number);
+            end = std::to_chars(end, text_.data() + text_.size(), number).ptr;
         }
-        dxr::StoreCharacters(end, 0);  // for the surplus of the last one
         length_ = static_cast<uint32_t>(end - text_.data());
+        if (dxr::HostSeesHashInput()) {
+            std::fill(end, text_.data() + text_.size(), '\0');
+        }
     }
     [[nodiscard]] const char *Text() const noexcept { return text_.data(); }
     [[nodiscard]] uint32_t Length() const noexcept { return length_; }
 
   private:
-    std::array<char, kKeySize> text_ = {};
+    std::array<char, kKeySize> text_;
     uint32_t length_;
 };
 
