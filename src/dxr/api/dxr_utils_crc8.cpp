@@ -41,7 +41,8 @@ void DXR_InitCrc8Table() {
     }
 }
 
-uint32_t DXR_CalculateCrc8(const uint8_t *data, uint64_t len) {
+// From the beginning of a cache line: elsewhere a call for few bytes costs up to twice as much.
+[[gnu::aligned(64)]] uint32_t DXR_CalculateCrc8(const uint8_t *data, uint64_t len) {
     const std::atomic_ref isBuilt(g_dxrCrc8TableInit);
     if (isBuilt.load(std::memory_order_acquire) == 0 && !dxr::BuildCrc8Table()) [[unlikely]] {
         return dxr::Crc8ByBytes(kTable.data(), data, len);
