@@ -57,15 +57,16 @@ uint32_t DXR_IsZeroBmp(const uint32_t *bmp, uint32_t wordCount) {
     return dxr::AreZeroWords(bmp, wordCount);
 }
 
-void DXR_OrBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+// From the beginning of a cache line: elsewhere a call costs up to a quarter more.
+[[gnu::aligned(64)]] void DXR_OrBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
     dxr::OrWords(dst, src, wordCount);
 }
 
-void DXR_AndBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+[[gnu::aligned(64)]] void DXR_AndBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
     dxr::AndWords(dst, src, wordCount);
 }
 
-void DXR_XorBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
+[[gnu::aligned(64)]] void DXR_XorBmp(uint32_t *dst, const uint32_t *src, uint32_t wordCount) {
     dxr::XorWords(dst, src, wordCount);
 }
 

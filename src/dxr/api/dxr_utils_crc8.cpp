@@ -41,11 +41,20 @@ void DXR_InitCrc8Table() {
     }
 }
 
+namespace {
+
+// Apart, so that the calculations after the first need no stack.
+[[gnu::cold, gnu::noinline]] uint32_t FirstCrc8(const uint8_t *data, uint64_t len) {
+    return dxr::Crc8ByBytes(dxr::BuildCrc8Table() ? g_dxrCrc8Table : kTable.data(), data, len);
+}
+
+}  // namespace
+
 // From the beginning of a cache line: elsewhere a call for few bytes costs up to twice as much.
 [[gnu::aligned(64)]] uint32_t DXR_CalculateCrc8(const uint8_t *data, uint64_t len) {
     const std::atomic_ref isBuilt(g_dxrCrc8TableInit);
-    if (isBuilt.load(std::memory_order_acquire) == 0 && !dxr::BuildCrc8Table()) [[unlikely]] {
-        return dxr::Crc8ByBytes(kTable.data(), data, len);
+    if (isBuilt.load(std::memory_order_acquire) == 0) [[unlikely]] {
+        return FirstCrc8(data, len);
     }
     return dxr::Crc8(g_dxrCrc8Table, data, len);
 }

@@ -12,7 +12,7 @@ extern constinit std::atomic<bool> g_crc8IsBeingBuilt;
 // Builds the table and sets the flag, unless another thread is about to, or has meanwhile: an entry
 // that somebody may be reading is never written, not even with what it holds. False while the other
 // thread is at it.
-[[nodiscard, gnu::cold, gnu::noinline]] bool BuildCrc8Table() noexcept;
+[[nodiscard]] bool BuildCrc8Table() noexcept;
 
 }  // namespace dxr
 

@@ -99,16 +99,14 @@ template <typename Operation, auto OfMany>
         OfWords<Operation>(dst, src, count);
     } else if (const uint32_t last = count - 1; last < 2) [[likely]] {
         OfOneOrTwo<Operation>(last, dst, src);
-    } else if (const uint32_t more = count - 4; more <= kFewWords - 4) [[likely]] {
-        if (WritesAhead(dst, src, count)) [[unlikely]] {
-            OfWords<Operation>(dst, src, count);
-        } else {
-            OfFourAnd<Operation>(more, dst, src);
-        }
     } else if (count > kFewWords) {
         OfMany(dst, src, count);
-    } else if (count != 0) {
-        OfWords<Operation>(dst, src, 3);
+    } else if (count < 4) {  // 0 or 3
+        OfWords<Operation>(dst, src, count);
+    } else if (WritesAhead(dst, src, count)) [[unlikely]] {
+        OfWords<Operation>(dst, src, count);
+    } else {
+        OfFourAnd<Operation>(count - 4, dst, src);
     }
 }
 
