@@ -54,7 +54,8 @@ inline constexpr uintptr_t kPage = 4096;  // the smallest there is
 // whatever they are. Says no for some others.
 [[nodiscard]] inline bool LieInOnePageEach(const uint32_t *a, const uint32_t *b, size_t atMost) {
     const uintptr_t offsets = reinterpret_cast<uintptr_t>(a) | reinterpret_cast<uintptr_t>(b);
-    return offsets % kPage + atMost * sizeof(*a) <= kPage;
+    const uintptr_t size = atMost * sizeof(*a);
+    return size <= kPage && offsets % kPage <= kPage - size;
 }
 
 // Words from `a` and `b` on of which every byte lies in the page of the first. None where the
