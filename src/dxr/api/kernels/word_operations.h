@@ -86,6 +86,12 @@ template <typename Operation>
     }
 }
 
+// Of few words that overlap, and of three. Small: it is there for every operation.
+template <typename Operation>
+[[gnu::cold, gnu::noinline]] void OfFewInTurn(uint32_t *dst, const uint32_t *src, size_t count) {
+    OfWords<Operation>(dst, src, count);
+}
+
 // Of more than kFewWords.
 void CopyMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
 void OrMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept;
@@ -101,10 +107,8 @@ template <typename Operation, auto OfMany>
         OfOneOrTwo<Operation>(last, dst, src);
     } else if (count > kFewWords) {
         OfMany(dst, src, count);
-    } else if (count < 4) {  // 0 or 3
-        OfWords<Operation>(dst, src, count);
-    } else if (WritesAhead(dst, src, count)) [[unlikely]] {
-        OfWords<Operation>(dst, src, count);
+    } else if (count < 4 || WritesAhead(dst, src, count)) [[unlikely]] {
+        OfFewInTurn<Operation>(dst, src, count);
     } else {
         OfFourAnd<Operation>(count - 4, dst, src);
     }
