@@ -13,7 +13,9 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Entry i is the register after 8 steps from i; all 0 until the table is built. */
+/* Entry i is the register after 8 steps from i; all 0 until the table is built. A calculation while
+ * another thread builds it may return sooner than it is whole: who reads the table itself waits
+ * until then, or builds it with DXR_InitCrc8Table and sets the flag before there are threads. */
 extern DXR_API uint8_t g_dxrCrc8Table[256];
 
 /* 1 once a calculation has built the table; at load 0. A caller who sets it vouches for the table.
