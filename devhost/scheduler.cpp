@@ -266,6 +266,38 @@ void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
     }
 }
 
+void Scheduler::End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
+                    const char *text) {
+    host_.reports.Add(DXR_HOST_REPORT_RUN, service, place, what, text);
+    SchedulerLock lock(mutex_);
+    hasEnded_ = true;
+    endText_ = text;
+    for (const auto &[id, each] : tasks_) {
+        if (each->waiter != nullptr && !each->isTimer &&
+            (!each->isScheduled || each.get() == main_)) {
+            Finish(*each->waiter, Woken::kEnded);
+        }
+    }
+    while (alarms_.Earliest() != nullptr) {
+        alarms_.Remove(*alarms_.Earliest());
+    }
+    for (Job *const job : due_) {
+        job->isQueued = false;
+    }
+    due_.clear();
+    Task *const task = thread.taskHost == host_.number ? thread.task.get() : nullptr;
+    if (task == nullptr || task->entry == nullptr) {
+        return;
+    }
+    if (task->isScheduled) {
+        SwitchAway(lock, *task);
+    }
+    while (!isFinishing_) {
+        task->turn.Wait(lock);
+    }
+    EndHere(lock, *task);
+}
+
 std::string Scheduler::EndText() {
     const SchedulerLock lock(mutex_);
     return endText_;
@@ -536,7 +568,7 @@ void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     job.isRunning = false;
     job.runner = nullptr;
     WakeAll(job.stopped);
-    if (job.startings == startings && job.periodNs != 0) {
+    if (job.startings == startings && job.periodNs != 0 && !hasEnded_) {
         alarms_.Set(job, job.due + job.periodNs);
     }
     if (!job.IsSet() && !job.isQueued && job.stoppers == 0) {

@@ -215,6 +215,11 @@ class Scheduler {
     // A thread whose host has ended ends here when it is a task; else nothing happens.
     static void EndStopped(ThreadRecord &thread);
 
+    // Ends the run, with a report of the caller: all waits end, and no job runs any more. A task of
+    // the host does not come back from it: its frames own nothing. Others do.
+    void End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
+             const char *text);
+
     // Why the run ended; empty while it goes on.
     std::string EndText();
 

@@ -11,6 +11,7 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kSystemTask, "task", MakeSystemTask, FillSystemTask},
     {ServiceId::kSystemTime, "time", MakeSystemTime, FillSystemTime},
     {ServiceId::kList, "list", MakeList, FillList},
+    {ServiceId::kDevice, "device", MakeDevice, FillDevice},
 }};
 
 }  // namespace devhost

@@ -22,6 +22,7 @@ enum class ServiceId : uint8_t {
     kSystemTask,
     kSystemTime,
     kList,
+    kDevice,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -36,6 +37,7 @@ struct ServiceEntry {
 
 extern const std::array<ServiceEntry, kServiceCount> kServices;
 
+std::unique_ptr<Service> MakeDevice(Host &host);
 std::unique_ptr<Service> MakeList(Host &host);
 std::unique_ptr<Service> MakeMemory(Host &host);
 std::unique_ptr<Service> MakePrint(Host &host);
@@ -43,6 +45,7 @@ std::unique_ptr<Service> MakeSystem(Host &host);
 std::unique_ptr<Service> MakeSystemTask(Host &host);
 std::unique_ptr<Service> MakeSystemTime(Host &host);
 
+void FillDevice(DxrHooks &hooks);
 void FillList(DxrHooks &hooks);
 void FillMemory(DxrHooks &hooks);
 void FillPrint(DxrHooks &hooks);

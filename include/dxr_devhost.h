@@ -3,6 +3,7 @@
 #ifndef DXR_DEVHOST_H
 #define DXR_DEVHOST_H
 
+#include "dxr_devhost/device.h"
 #include "dxr_devhost/host.h"
 #include "dxr_devhost/list.h"
 #include "dxr_devhost/memory.h"

@@ -1,0 +1,89 @@
+#include "device.h"
+
+#include <cstdio>
+#include <exception>
+#include <new>
+
+namespace devhost {
+
+DeviceService::DeviceService(Host &host)
+    : Service(host),
+      rules(host),
+      devices(host),
+      block(host, "env.bin"),
+      memory(host, "memenv.bin"),
+      flash(host, "flash.bin") {
+    std::string error;
+    if (!host.options.board.empty()) {
+        Board read;
+        if (ReadBoard(host.options.board, read, error)) {
+            Take(std::move(read));
+        } else {
+            host.reports.Add(DXR_HOST_REPORT_MISUSE, kDevice, {}, "board", error);
+        }
+    }
+    for (Variables *const each : {&block, &memory, &flash}) {
+        if (!each->Load(error)) {
+            host.reports.Add(DXR_HOST_REPORT_MISUSE, kDevice, {}, "variables", error);
+        }
+    }
+}
+
+void DeviceService::Take(Board &&read) {
+    // First what may fail without memory.
+    Devices::Memories memories = Devices::Make(read);
+    ReservedMemory::Areas areas = ReservedMemory::Make(read);
+    reserved.Take(areas);
+    devices.memories.swap(memories);
+    board = std::move(read);
+}
+
+void DeviceService::ReportLeftovers() {
+    for (const auto &[number, device] : devices.open) {
+        TheHost().ReportLeftover(kDevice, device->made, "device " + device->path);
+    }
+    for (const auto &[address, mapping] : devices.mappings) {
+        TheHost().ReportLeftover(
+            kDevice, mapping.made,
+            "mapping of " + std::to_string(mapping.bytes) + " bytes of " + mapping.path);
+    }
+}
+
+DeviceService &DeviceOf(Host &host) {
+    return host.Get<DeviceService>(ServiceId::kDevice);
+}
+
+std::unique_ptr<Service> MakeDevice(Host &host) {
+    return std::make_unique<DeviceService>(host);
+}
+
+void FillDevice(DxrHooks &hooks) {
+    FillDeviceAccess(hooks.dev);
+    FillDeviceBoard(hooks.dev);
+    FillDeviceFiles(hooks.dev);
+    FillDeviceReset(hooks.dev);
+    FillDeviceVariables(hooks.dev);
+}
+
+}  // namespace devhost
+
+bool DxrHostLoadBoard(DxrHost *host, const char *path, char *error, uint32_t errorSize) {
+    const devhost::ApiCall call(host);
+    std::string why = "no file was given";
+    bool isRead = false;
+    try {
+        devhost::Board read;
+        if (call && path != nullptr && devhost::ReadBoard(path, read, why)) {
+            devhost::DeviceService &state = devhost::DeviceOf(*call);
+            const std::lock_guard lock(state.mutex);
+            state.Take(std::move(read));
+            isRead = true;
+        }
+    } catch (const std::exception &) {
+        why = "not enough memory";
+    }
+    if (error != nullptr && errorSize > 0) {
+        (void)std::snprintf(error, errorSize, "%s", isRead ? "" : why.c_str());
+    }
+    return isRead;
+}

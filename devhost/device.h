@@ -1,0 +1,109 @@
+// The state of the device service, and what its files share. Each file fills the slots of one
+// subject: device_access.cpp registers, I2C, MDIO and PCIe; device_files.cpp devices, mappings and
+// reserved memory; device_variables.cpp environment and flash information; device_board.cpp what
+// the board is; device_reset.cpp resets, interrupts and commands.
+#ifndef DXR_DEVHOST_DEVICE_INTERNAL_H
+#define DXR_DEVHOST_DEVICE_INTERNAL_H
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "device_board.h"
+#include "device_files.h"
+#include "device_spaces.h"
+#include "device_variables.h"
+#include "host.h"
+
+namespace devhost {
+
+constexpr const char *kDevice = "device";
+
+struct PreReset {
+    DxrHostPreReset function;
+    void *argument;
+};
+
+struct Interrupt {
+    DxrHostInterrupt function;
+    void *argument;
+};
+
+struct ChipResets {
+    uint32_t hard = 0;
+    uint32_t cdr = 0;
+};
+
+struct Resets {
+    std::vector<PreReset> functions;
+    uint32_t preResetMode = DXR_HOST_PRE_RESET_CALL;
+    bool isResetting = false;
+    std::map<std::pair<uint32_t, uint32_t>, ChipResets> chips;
+    std::map<std::pair<uint32_t, uint32_t>, Interrupt> interrupts;
+    DxrHostCommand command = nullptr;
+    void *commandUser = nullptr;
+};
+
+class DeviceService : public Service {
+  public:
+    explicit DeviceService(Host &host);
+    void ReportLeftovers() override;
+
+    // The board becomes another one; what is open or mapped stays.
+    void Take(Board &&read);
+
+    std::mutex mutex;  // guards what follows
+    Board board;
+    Rules rules;
+    std::map<std::pair<uint32_t, uint32_t>, MdioBus> mdioBuses;  // unit and bus; none goes
+    Devices devices;
+    ReservedMemory reserved;
+    Variables block;
+    Variables memory;
+    Variables flash;
+    Resets resets;
+};
+
+DeviceService &DeviceOf(Host &host);
+
+// False, and a report, unless a value of the type can be there.
+template <typename Value>
+bool IsUsable(const Call &call, const void *address) {
+    if (address == nullptr) {
+        call.Misuse(kDevice, "a null pointer");
+        return false;
+    }
+    if (reinterpret_cast<uintptr_t>(address) % alignof(Value) != 0) {
+        call.Misuse(kDevice, "a misaligned pointer");
+        return false;
+    }
+    return true;
+}
+
+// The record at an address; null, and a report, when its size shows that it is none.
+template <typename Record>
+Record *RecordAt(const Call &call, void *address) {
+    if (!IsUsable<Record>(call, address)) {
+        return nullptr;
+    }
+    auto *const record = static_cast<Record *>(address);
+    if (record->size != sizeof(Record)) {
+        call.Misuse(kDevice, "a record of another size");
+        return nullptr;
+    }
+    return record;
+}
+
+void FillDeviceAccess(DxrDevHooks &hooks);
+void FillDeviceBoard(DxrDevHooks &hooks);
+void FillDeviceFiles(DxrDevHooks &hooks);
+void FillDeviceReset(DxrDevHooks &hooks);
+void FillDeviceVariables(DxrDevHooks &hooks);
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_DEVICE_INTERNAL_H

@@ -1,0 +1,354 @@
+// Environment and flash information.
+#include "device_variables.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <new>
+
+#include "device.h"
+
+namespace devhost {
+namespace {
+
+// The file: this, then for each variable the lengths of its name and its value, and both.
+struct Header {
+    std::array<char, 8> mark;
+    uint32_t crc;
+    uint32_t bytes;  // after the header
+};
+constexpr std::array<char, 8> kMark = {'d', 'x', 'r', 'v', 'a', 'r', 's', '1'};
+
+struct Lengths {
+    uint32_t name;
+    uint32_t value;
+};
+
+constexpr size_t kMostName = 63;
+constexpr size_t kMostBytes = size_t{64} * 1024;
+
+uint32_t CrcOf(const unsigned char *data, size_t bytes) {
+    return static_cast<uint32_t>(crc32(0, data, static_cast<uInt>(bytes)));
+}
+
+void Append(Bytes &to, const void *data, size_t bytes) {
+    const auto *const begin = static_cast<const unsigned char *>(data);
+    to.insert(to.end(), begin, begin + bytes);
+}
+
+bool WriteAll(int file, const Bytes &content) {
+    size_t done = 0;
+    while (done < content.size()) {
+        const ssize_t written = write(file, content.data() + done, content.size() - done);
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+    return true;
+}
+
+// The name of a directory's new entry reaches the disk, where the file system can do that.
+void SyncDirectoryOf(const std::string &path) {
+    const size_t slash = path.rfind('/');
+    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int file = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (file >= 0) {
+        (void)fsync(file);
+        (void)close(file);
+    }
+}
+
+}  // namespace
+
+Variables::Variables(Host &host, const char *fileName)
+    : path_(host.options.workPath + "/" + fileName),
+      openFails_(host.chance.Point("env.open")),
+      writeFails_(host.chance.Point("env.write")),
+      syncFails_(host.chance.Point("env.sync")),
+      renameFails_(host.chance.Point("env.rename")) {
+}
+
+uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size) {
+    const auto found = values_.find(name);
+    const size_t before =
+        found != values_.end() ? sizeof(Lengths) + name.size() + found->second.size() : 0;
+    if (size == 0) {
+        if (found != values_.end()) {
+            values_.erase(found);
+            bytes_ -= before;
+        }
+        return 0;
+    }
+    const size_t after = sizeof(Lengths) + name.size() + size;
+    if (bytes_ - before + after > kMostBytes) {
+        return ENOSPC;
+    }
+    const auto *const begin = static_cast<const unsigned char *>(value);
+    Bytes copy(begin, begin + size);
+    if (found != values_.end()) {
+        found->second.swap(copy);
+    } else {
+        values_.emplace(name, std::move(copy));
+    }
+    bytes_ = bytes_ - before + after;
+    return 0;
+}
+
+const Bytes *Variables::Find(std::string_view name) const {
+    const auto found = values_.find(name);
+    return found != values_.end() ? &found->second : nullptr;
+}
+
+Bytes Variables::Encode() const {
+    Bytes content(sizeof(Header));
+    content.reserve(sizeof(Header) + bytes_);
+    for (const auto &[name, value] : values_) {
+        const Lengths lengths{static_cast<uint32_t>(name.size()),
+                              static_cast<uint32_t>(value.size())};
+        Append(content, &lengths, sizeof(lengths));
+        Append(content, name.data(), name.size());
+        Append(content, value.data(), value.size());
+    }
+    const size_t bytes = content.size() - sizeof(Header);
+    const Header header{kMark, CrcOf(content.data() + sizeof(Header), bytes),
+                        static_cast<uint32_t>(bytes)};
+    std::memcpy(content.data(), &header, sizeof(header));
+    return content;
+}
+
+bool Variables::Decode(const Bytes &content) {
+    Header header{};
+    if (content.size() < sizeof(header)) {
+        return false;
+    }
+    std::memcpy(&header, content.data(), sizeof(header));
+    size_t at = sizeof(header);
+    if (header.mark != kMark || header.bytes != content.size() - at || header.bytes > kMostBytes ||
+        header.crc != CrcOf(content.data() + at, header.bytes)) {
+        return false;
+    }
+    while (at < content.size()) {
+        Lengths lengths{};
+        if (content.size() - at < sizeof(lengths)) {
+            return false;
+        }
+        std::memcpy(&lengths, content.data() + at, sizeof(lengths));
+        at += sizeof(lengths);
+        if (content.size() - at < uint64_t{lengths.name} + lengths.value) {
+            return false;
+        }
+        const std::string name(reinterpret_cast<const char *>(content.data()) + at, lengths.name);
+        at += lengths.name;
+        (void)Set(name, content.data() + at, lengths.value);
+        at += lengths.value;
+    }
+    return true;
+}
+
+bool Variables::Load(std::string &error) {
+    std::ifstream file(path_, std::ios::binary);
+    if (!file.is_open()) {
+        return true;
+    }
+    const Bytes content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad() || !Decode(content)) {
+        values_.clear();
+        bytes_ = 0;
+        error = path_ + ": is torn; its variables are lost";
+        return false;
+    }
+    return true;
+}
+
+// The new content gets a name of its own first: the old file stays whole until it is replaced.
+bool Variables::Write(const Bytes &content) {
+    const std::string next = path_ + ".new";
+    const int file = openFails_.Fails()
+                         ? -1
+                         : open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (file < 0) {
+        return false;
+    }
+    bool isWell = !writeFails_.Fails() && WriteAll(file, content);
+    isWell = isWell && !syncFails_.Fails() && fsync(file) == 0;
+    isWell = close(file) == 0 && isWell;
+    isWell = isWell && !renameFails_.Fails() && std::rename(next.c_str(), path_.c_str()) == 0;
+    if (!isWell) {
+        (void)unlink(next.c_str());
+        return false;
+    }
+    SyncDirectoryOf(path_);
+    return true;
+}
+
+uint32_t Variables::Save(std::mutex &guard) {
+    // One after the other: what is saved last is what was set last.
+    const std::lock_guard saving(saving_);
+    try {
+        Bytes content;
+        {
+            const std::lock_guard lock(guard);
+            content = Encode();
+        }
+        return Write(content) ? 0 : EIO;
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
+}
+
+namespace {
+
+// False, and a report or an error, for what can be no name.
+bool IsName(const Call &call, const char *name, uint32_t &error) {
+    error = EINVAL;
+    if (!IsUsable<char>(call, name)) {
+        return false;
+    }
+    const size_t length = strnlen(name, kMostName + 1);
+    if (length == 0) {
+        call.Misuse(kDevice, "an empty name");
+        return false;
+    }
+    error = ENAMETOOLONG;
+    return length <= kMostName;
+}
+
+uint32_t Get(const Call &call, Variables DeviceService::*set, const char *name, void *value,
+             uint32_t size) {
+    uint32_t error = ECANCELED;
+    if (!call || !IsName(call, name, error)) {
+        return error;
+    }
+    if (!IsUsable<char>(call, value)) {
+        return EINVAL;
+    }
+    DeviceService &state = DeviceOf(*call);
+    const std::lock_guard lock(state.mutex);
+    const Bytes *const found = (state.*set).Find(name);
+    if (found == nullptr) {
+        return ENOENT;
+    }
+    if (found->size() > size) {
+        return ENOSPC;
+    }
+    std::memcpy(value, found->data(), found->size());
+    std::memset(static_cast<char *>(value) + found->size(), 0, size - found->size());
+    return 0;
+}
+
+uint32_t Set(const Call &call, Variables DeviceService::*set, const char *name, const void *value,
+             uint32_t size) {
+    uint32_t error = ECANCELED;
+    if (!call || !IsName(call, name, error)) {
+        return error;
+    }
+    if (size != 0 && !IsUsable<char>(call, value)) {
+        return EINVAL;
+    }
+    DeviceService &state = DeviceOf(*call);
+    const std::lock_guard lock(state.mutex);
+    try {
+        return (state.*set).Set(name, value, size);
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
+}
+
+uint32_t Save(const Call &call, Variables DeviceService::*set) {
+    if (!call) {
+        return ECANCELED;
+    }
+    DeviceService &state = DeviceOf(*call);
+    return (state.*set).Save(state.mutex);
+}
+
+uint32_t GetEnv(const char *name, void *value, uint32_t size) {
+    const Call call("DXR_GetEnv");
+    return Get(call, &DeviceService::block, name, value, size);
+}
+
+uint32_t SetEnv(const char *name, void *value, uint32_t size) {
+    const Call call("DXR_SetEnv");
+    return Set(call, &DeviceService::block, name, value, size);
+}
+
+uint32_t GetMemEnv(const char *name, void *value, uint32_t size) {
+    const Call call("DXR_GetMemEnv");
+    return Get(call, &DeviceService::memory, name, value, size);
+}
+
+uint32_t SetMemEnv(const char *name, void *value, uint32_t size) {
+    const Call call("DXR_SetMemEnv");
+    return Set(call, &DeviceService::memory, name, value, size);
+}
+
+uint32_t SaveEnvBlock() {
+    const Call call("DXR_SaveEnvBlock");
+    return Save(call, &DeviceService::block);
+}
+
+uint32_t SaveMemEnv() {
+    const Call call("DXR_SaveMemEnv");
+    return Save(call, &DeviceService::memory);
+}
+
+uint32_t SaveEnv() {
+    const Call call("DXR_SaveEnv");
+    const uint32_t first = Save(call, &DeviceService::block);
+    const uint32_t second = call ? Save(call, &DeviceService::memory) : first;
+    return first != 0 ? first : second;
+}
+
+uint32_t WriteFlashInfo(void *info) {
+    const Call call("DXR_WriteFlashInfo");
+    if (!call) {
+        return ECANCELED;
+    }
+    const auto *const record = RecordAt<DxrHostFlashInfo>(call, info);
+    if (record == nullptr) {
+        return EINVAL;
+    }
+    const uint32_t result = Set(call, &DeviceService::flash, std::to_string(record->item).c_str(),
+                                record->data, record->bytes);
+    return result != 0 ? result : Save(call, &DeviceService::flash);
+}
+
+}  // namespace
+
+void FillDeviceVariables(DxrDevHooks &hooks) {
+    hooks.getEnv = Guarded<GetEnv>;
+    hooks.setEnv = Guarded<SetEnv>;
+    hooks.getMemEnv = Guarded<GetMemEnv>;
+    hooks.setMemEnv = Guarded<SetMemEnv>;
+    hooks.saveEnvBlock = Guarded<SaveEnvBlock>;
+    hooks.saveMemEnv = Guarded<SaveMemEnv>;
+    hooks.saveEnv = Guarded<SaveEnv>;
+    hooks.writeFlashInfo = Guarded<WriteFlashInfo>;
+}
+
+}  // namespace devhost
+
+uint32_t DxrHostGetFlashInfo(DxrHost *host, uint32_t item, void *buffer, uint32_t size) {
+    const devhost::ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    devhost::DeviceService &state = devhost::DeviceOf(*call);
+    const std::lock_guard lock(state.mutex);
+    const devhost::Bytes *const found = state.flash.Find(std::to_string(item));
+    if (found == nullptr) {
+        return 0;
+    }
+    if (buffer != nullptr) {
+        std::memcpy(buffer, found->data(), std::min<size_t>(size, found->size()));
+    }
+    return static_cast<uint32_t>(found->size());
+}
