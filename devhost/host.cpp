@@ -179,9 +179,16 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
                           "a host cannot be ended by its own task or from within its call");
         return UINT32_MAX;
     }
-    if (devhost::g_registered.load() == host) {
-        (void)DxrHostRegister(nullptr);
+    // The table stays until no task is left that reads it: it leads them here, where they end.
+    const bool wasRegistered = devhost::g_registered.load() == host;
+    if (wasRegistered) {
+        devhost::Register(nullptr);
     }
+    const auto emptyTable = [&] {
+        if (wasRegistered) {
+            (void)DXR_RegisterHooks(nullptr);
+        }
+    };
     uint32_t leftovers = 0;
     for (uint32_t tries = 1;; ++tries) {
         try {
@@ -190,10 +197,12 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
         } catch (const std::bad_alloc &) {
             // Memory may come back; without it the host stays.
             if (tries == devhost::kMostTries) {
+                emptyTable();
                 return UINT32_MAX;
             }
         }
     }
+    emptyTable();
     if (out != nullptr) {
         host->reports.WriteAll(out);
     }
