@@ -14,7 +14,8 @@ namespace dxrfuzz {
 
 class Input {
   public:
-    Input(const uint8_t *data, size_t size) : next_(data), end_(data + size) {}
+    Input(const uint8_t *data, size_t size)
+        : next_(data != nullptr ? data : &kNothing), end_(next_ + size) {}
 
     [[nodiscard]] bool Empty() const { return next_ == end_; }
 
@@ -78,6 +79,8 @@ class Input {
     std::string_view Rest() { return Take(static_cast<size_t>(end_ - next_)); }
 
   private:
+    static constexpr uint8_t kNothing = 0;  // an empty input also has an address
+
     std::string_view Take(size_t count) {
         const std::string_view taken(reinterpret_cast<const char *>(next_), count);
         next_ += count;
