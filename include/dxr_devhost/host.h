@@ -73,9 +73,10 @@ DXR_API DxrHost *DxrHostGet(void);
 /* Ends a host. In this order: it is no longer registered; tasks that wait in it, or call it, are
  * ended where they are, without their destructors; calls in progress are waited for; the library's
  * table is emptied when the host was registered; what modules left behind is reported, by service
- * and with the place that made it; everything is released. Writes the leftovers and the reports to `out`, a line each;
- * null: nowhere. Returns the number of leftovers. `host` null does nothing and gives 0. Not from a
- * task or a function that the host called: that is reported, gives UINT32_MAX, and the host stays.
+ * and with the place that made it; everything is released. Writes the leftovers and the reports to
+ * `out`, a line each; null: nowhere. Returns the number of leftovers. `host` null does nothing and
+ * gives 0. Not from a task or a function that the host called: that is reported, gives UINT32_MAX,
+ * and the host stays.
  *
  * Later calls of the slots, by those who kept a table, give their failure values; see
  * DxrHostGetLateCalls. */
