@@ -209,7 +209,7 @@ uint32_t CheckSmiLosEnable(uint32_t chip, uint32_t port) {
     }
     DeviceService &state = DeviceOf(*call);
     const std::lock_guard lock(state.mutex);
-    return state.board.smiLos.count({chip, port}) != 0 ? 1 : 0;
+    return state.board.smiLos.contains({chip, port}) ? 1 : 0;
 }
 
 }  // namespace

@@ -100,7 +100,7 @@ class Members {
 
     void RefuseOthers() const {
         for (const auto &[name, value] : object_.items()) {
-            if (known_.count(name) == 0) {
+            if (!known_.contains(name)) {
                 Blame(name.c_str(), "is not known");
             }
         }

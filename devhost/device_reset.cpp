@@ -141,7 +141,7 @@ uint32_t HardResetChip(uint32_t unit, uint32_t chip, uint32_t line) {
     try {
         const std::lock_guard lock(state.mutex);
         Spaces &spaces = state.board.spaces;
-        const bool wasHeld = spaces.held.count({unit, chip}) != 0;
+        const bool wasHeld = spaces.held.contains({unit, chip});
         if (line == DXR_HOST_RESET_HOLD) {
             spaces.held.insert({unit, chip});
         } else if (line == DXR_HOST_RESET_PULSE || wasHeld) {

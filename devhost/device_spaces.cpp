@@ -66,20 +66,20 @@ bool Spaces::HasDevice(const DxrHostCell &cell) const {
         case DXR_HOST_REGISTERS:
             return true;
         case DXR_HOST_PCIE_CONFIG:
-            return pcie.count(cell.chip) != 0;
+            return pcie.contains(cell.chip);
         case DXR_HOST_PCIE_MEMORY: {
             const auto device = pcie.find(cell.chip);
             return device != pcie.end() && cell.address < device->second.barBytes[cell.part];
         }
         default:
-            return cells.count(IdOf(cell)) != 0;
+            return cells.contains(IdOf(cell));
     }
 }
 
 uint32_t Spaces::WhyAbsent(const DxrHostCell &cell) const {
     switch (cell.space) {
         case DXR_HOST_REGISTERS:
-            return held.count({cell.unit, cell.chip}) != 0 ? EBUSY : 0;
+            return held.contains({cell.unit, cell.chip}) ? EBUSY : 0;
         case DXR_HOST_I2C:
             return HasDevice(cell) ? 0 : ENXIO;
         case DXR_HOST_MDIO:

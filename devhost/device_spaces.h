@@ -37,7 +37,7 @@ struct SpaceId {
     uint32_t chip;
     uint32_t part;
 
-    auto operator<=>(const SpaceId &) const = default;
+    auto operator<=>(const SpaceId &) const = default;  // NOLINT(modernize-use-nullptr)
 };
 inline SpaceId IdOf(const DxrHostCell &cell) {
     return {cell.space, cell.unit, cell.chip, cell.part};

@@ -27,7 +27,7 @@ struct GuardedSlot<kFunction, kFailure> {
         } catch (const std::exception &) {
             if constexpr (std::is_void_v<Result>) {
                 return;
-            } else if constexpr (!std::is_same_v<decltype(kFailure), const NoMemory>) {
+            } else if constexpr (!std::is_same_v<std::remove_cv_t<decltype(kFailure)>, NoMemory>) {
                 return static_cast<Result>(kFailure);
             } else if constexpr (std::is_pointer_v<Result>) {
                 return nullptr;

@@ -39,6 +39,7 @@ const char *NameOf(HandleType type) {
 
 // From the top: mark 8 bits, type 8, host 4, generation 20, index 24.
 const void *Handles::Encode(HandleType type, uint32_t generation, uint32_t index) const {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is no address
     return reinterpret_cast<const void *>(
         kMark << 56 | static_cast<uint64_t>(type) << 48 |
         static_cast<uint64_t>(hostNumber_ & 0xF) << 44 |

@@ -46,7 +46,7 @@ class Service {
 
 class Host {
   public:
-    explicit Host(const Options &options);
+    explicit Host(const Options &given);
     ~Host();
     Host(const Host &) = delete;
     Host &operator=(const Host &) = delete;

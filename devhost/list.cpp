@@ -133,7 +133,7 @@ class ListCall : public Call {
     }
 
     [[nodiscard]] List *TheList() const { return list_; }
-    ListService &State() const { return StateOf(**this); }
+    [[nodiscard]] ListService &State() const { return StateOf(**this); }
     void Unlock() { lock_.unlock(); }
 
   private:

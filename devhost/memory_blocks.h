@@ -119,7 +119,8 @@ class Blocks {
         const uint32_t room = ring.Pop();
         const Span &span = spans_[room >> kIndexBits];
         const uint32_t index = room & kIndexMask;
-        return {base_ + (room >> kIndexBits) * blocks::kSpan + index * span.room + blocks::kGuard,
+        return {base_ + (room >> kIndexBits) * blocks::kSpan + size_t{index} * span.room +
+                    blocks::kGuard,
                 &span.infos[index]};
     }
 

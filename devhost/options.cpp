@@ -66,7 +66,7 @@ class Reader {
         const auto clock =
             found->is_string() ? clocks.find(found->get<std::string>()) : clocks.end();
         if (clock == clocks.end()) {
-            error_ = "\"clock\" must be \"real\", \"stepped\" or \"virtual\"";
+            error_ = R"("clock" must be "real", "stepped" or "virtual")";
             return;
         }
         to = clock->second;
@@ -74,7 +74,7 @@ class Reader {
 
     void RefuseOthers() {
         for (const auto &[name, value] : from_.items()) {
-            if (known_.count(name) == 0) {
+            if (!known_.contains(name)) {
                 error_ = "there is no option \"" + name + "\"";
             }
         }

@@ -36,6 +36,7 @@ int LookAt(dl_phdr_info *module, size_t /*size*/, void *user) {
         const uintptr_t begin = module->dlpi_addr + part.p_vaddr;
         const Range range{begin, begin + part.p_memsz};
         if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0 &&
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): addresses are compared
             range.Holds(reinterpret_cast<const void *>(search->address))) {
             search->found = range;
             return 1;
@@ -97,6 +98,7 @@ std::string Describe(const void *address) {
     // A return address may be the first byte of the next function: the byte before it is looked up.
     const auto at = reinterpret_cast<uintptr_t>(address) - 1;
     if (address == nullptr ||
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): looked up, not read
         dladdr1(reinterpret_cast<const void *>(at), &info, &extra, RTLD_DL_SYMENT) == 0) {
         return "an unknown place";
     }

@@ -431,13 +431,13 @@ bool Scheduler::Begins(Task &task) {
 
 void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
     lock.unlock();
-    std::longjmp(task.end, 1);
+    std::longjmp(task.end, 1);  // NOLINT(cert-err52-cpp): through functions of C
 }
 
 void Scheduler::EndStopped(ThreadRecord &thread) {
     Task *const task = thread.task.get();
     if (task != nullptr && task->entry != nullptr && task->isStopped) {
-        std::longjmp(task->end, 1);
+        std::longjmp(task->end, 1);  // NOLINT(cert-err52-cpp): through functions of C
     }
 }
 

@@ -231,7 +231,7 @@ class Scheduler {
         std::string what;
     };
 
-    static void *Main(void *task);
+    static void *Main(void *user);
     static void RunBody(Task *task);
     bool Begins(Task &task);
     void TaskEnds(Task &task);

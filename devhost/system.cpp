@@ -47,7 +47,7 @@ struct OpenFile {
 // A timer or a watched heart: a job, and the module's function.
 struct Timer : Job {
     Timer() : Job(Fire, this) {}
-    static void Fire(void *timer);
+    static void Fire(void *user);
 
     class SystemService *service = nullptr;
     uint64_t serial = 0;
@@ -130,7 +130,7 @@ class SystemService : public Service {
         if (found == files.end()) {
             return nullptr;
         }
-        const std::shared_ptr<OpenFile> open = found->second;
+        std::shared_ptr<OpenFile> open = found->second;
         files.erase(found);
         return open;
     }
@@ -166,7 +166,7 @@ class SystemService : public Service {
     // The timer of a handle, or the one that watches for a monitor, while it is started.
     Timer *FindTimer(const void *handle, const void *monitor) {
         const std::lock_guard lock(mutex);
-        Timer *found = static_cast<Timer *>(TheHost().handles.Find(handle, HandleType::kTimer));
+        auto *found = static_cast<Timer *>(TheHost().handles.Find(handle, HandleType::kTimer));
         for (const auto &[serial, timer] : timers) {
             if (found != nullptr || monitor == nullptr) {
                 break;

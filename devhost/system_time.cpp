@@ -56,8 +56,8 @@ std::optional<int64_t> SecondsOf(const DxrSysTime &time) {
         return std::nullopt;
     }
     const auto days = std::chrono::sys_days{date}.time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::seconds>(days).count() + time.hour * 3600 +
-           time.minute * 60 + time.second;
+    return std::chrono::duration_cast<std::chrono::seconds>(days).count() +
+           int64_t{time.hour} * 3600 + int64_t{time.minute} * 60 + time.second;
 }
 
 void PutDigits(char *&to, uint32_t value, uint32_t digits) {

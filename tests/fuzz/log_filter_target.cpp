@@ -22,6 +22,7 @@ namespace {
 
 constexpr uint32_t kTypes = DXR_LOG_FILTER_TYPE_NUM;
 constexpr uint32_t kOwn = kTypes;  // in the place of a type: a record of the caller's
+constexpr std::string_view kTerminator("\0", 1);
 constexpr uint32_t kMostBytes = 4096 * sizeof(DxrLogFilterEntry);
 
 enum Hook : uint8_t {
@@ -625,7 +626,7 @@ class Model final : public Filter {
 
     void Print(uint32_t level, const char *before, uint32_t number, const char *after) {
         text_.Clear();
-        text_.Add(before).Number(number).Add(after).Add({"", 1});
+        text_.Add(before).Number(number).Add(after).Add(kTerminator);
         host.Print(level, text_.View().data());
     }
 
@@ -708,7 +709,7 @@ class Model final : public Filter {
         if (answer != 0) {
             text_.Clear();
             text_.Add("get hash code error, hashFuncId[0] strLen[").Number(length).Add("] ret[0x");
-            text_.Hex(answer).Add("]").Add({"", 1});
+            text_.Hex(answer).Add("]").Add(kTerminator);
             host.Print(1, text_.View().data());
             return 0;
         }

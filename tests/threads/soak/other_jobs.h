@@ -85,7 +85,7 @@ class RecorderJob : public Job {
             }
             DXR_RecordInfo("%s", text.c_str());
             if (text.size() >= 255) {
-                text = text.substr(0, 252) + "...";
+                text.replace(252, std::string::npos, "...");
             }
             g_recorder.Put(text);
         }
