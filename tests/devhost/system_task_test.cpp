@@ -247,7 +247,14 @@ TEST_F(RealHostTask, TasksThatWaitOrCallAreEndedWithTheHost) {
     DXR_InitMutex(&mutex, nullptr);
     DXR_LockMutex(mutex);
     uint32_t id = 0;
-    Start([](void *) { DXR_LockMutex(mutex); }, nullptr, 0, id);
+    // Again and again: a call that comes just when the host ends fails; the next ends the task.
+    Start(
+        [](void *) {
+            for (;;) {
+                DXR_LockMutex(mutex);
+            }
+        },
+        nullptr, 0, id);
     Start(
         [](void *) {
             for (;;) {
@@ -265,7 +272,9 @@ TEST_F(RealHostTask, TasksThatWaitOrCallAreEndedWithTheHost) {
     Start(
         [](void *) {
             uint32_t events = 0;
-            DXR_ReadEvent(1, 0, DXR_HOST_FOREVER, &events);
+            for (;;) {
+                DXR_ReadEvent(1, 0, DXR_HOST_FOREVER, &events);
+            }
         },
         nullptr, 0, id);
     EXPECT_EQ(End(), 5U) << "four tasks and the mutex";
