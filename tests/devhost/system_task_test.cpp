@@ -196,7 +196,7 @@ TEST_F(VirtualHostTask, MutexesExcludeInVirtualTimeToo) {
     for (uint32_t &id : ids) {
         Start(
             [](void *) {
-                for (int i = 0; i < 20; ++i) {
+                for (uint32_t i = 0; i < 20; ++i) {
                     EXPECT_EQ(DXR_LockMutex(mutex), 0U);
                     EXPECT_EQ(++inside, 1U);
                     DXR_DelayTask(i % 3);

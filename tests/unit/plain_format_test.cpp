@@ -225,7 +225,7 @@ Must MustWithLength(size_t length) {
 
 // Whatever it is that reaches the longest text.
 TEST(PlainFormat, TextsUpToTheLongestAreExpanded) {
-    for (const size_t literal : {0, 1, 14, 15, 16, 17, 63, 64, 65, 400}) {
+    for (const size_t literal : {0U, 1U, 14U, 15U, 16U, 17U, 63U, 64U, 65U, 400U}) {
         const std::string format = "%s" + std::string(literal, 'l');
         for (size_t length = dxr::kLongestPlainText - 20; length < dxr::kLongestPlainText + 20;
              ++length) {
