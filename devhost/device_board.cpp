@@ -1,6 +1,7 @@
 // What the board is.
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <new>
 
 #include "device.h"
@@ -24,9 +25,10 @@ uint32_t IsTrue(const Call &call, const char *name, uint32_t otherwise) {
     return ValueOf(call, name, otherwise) != 0 ? 1 : 0;
 }
 
-// The number that a map holds for a key, or ENOENT.
-template <typename Map>
-uint32_t LookUp(const Call &call, Map Board::*map, const typename Map::key_type &key, void *value) {
+// The number that a map holds for a key, or the one in what it holds; ENOENT without any.
+template <typename Map, typename Number = std::identity>
+uint32_t LookUp(const Call &call, Map Board::*map, const typename Map::key_type &key, void *value,
+                Number number = {}) {
     if (!call) {
         return ECANCELED;
     }
@@ -39,7 +41,7 @@ uint32_t LookUp(const Call &call, Map Board::*map, const typename Map::key_type 
     if (found == (state.board.*map).end()) {
         return ENOENT;
     }
-    *static_cast<uint32_t *>(value) = found->second;
+    *static_cast<uint32_t *>(value) = std::invoke(number, found->second);
     return 0;
 }
 
@@ -126,20 +128,7 @@ uint32_t GetBomId(uint32_t unit, uint32_t part, void *id) {
 
 uint32_t GetDevAttrValue(uint32_t device, uint32_t attribute, void *value) {
     const Call call("DXR_GetDevAttrValue");
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint32_t>(call, value)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    const auto found = state.board.attributes.find({device, attribute});
-    if (found == state.board.attributes.end()) {
-        return ENOENT;
-    }
-    *static_cast<uint32_t *>(value) = found->second.value;
-    return 0;
+    return LookUp(call, &Board::attributes, {device, attribute}, value, &Attribute::value);
 }
 
 uint32_t SetDevAttrValue(uint32_t device, uint32_t attribute, uint32_t value) {
@@ -168,20 +157,7 @@ uint32_t GetVoltageKey(uint32_t unit, uint32_t chip, uint32_t rail, void *key) {
 
 uint32_t GetVoltage(uint32_t unit, uint32_t key, void *millivolts) {
     const Call call("DXR_GetVoltage");
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint32_t>(call, millivolts)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    const auto found = state.board.voltages.find({unit, key});
-    if (found == state.board.voltages.end()) {
-        return ENOENT;
-    }
-    *static_cast<uint32_t *>(millivolts) = found->second.millivolts;
-    return 0;
+    return LookUp(call, &Board::voltages, {unit, key}, millivolts, &Voltage::millivolts);
 }
 
 uint32_t SetVoltage(uint32_t unit, uint32_t key, uint32_t millivolts) {
