@@ -1,5 +1,6 @@
 #include "device.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -47,6 +48,22 @@ void DeviceService::ReportLeftovers() {
             kDevice, mapping.made,
             "mapping of " + std::to_string(mapping.bytes) + " bytes of " + mapping.path);
     }
+}
+
+std::string DeviceService::UseOf(const CodeRange &code) {
+    const std::lock_guard lock(mutex);
+    const auto holds = [&code](auto function) {
+        return code.Holds(reinterpret_cast<const void *>(function));
+    };
+    const auto calls = [&holds](const PreReset &each) { return holds(each.function); };
+    if (std::any_of(resets.functions.begin(), resets.functions.end(), calls)) {
+        return "the processing before a reset";
+    }
+    const auto isTaken = [&holds](const auto &each) { return holds(each.second.function); };
+    if (std::any_of(resets.interrupts.begin(), resets.interrupts.end(), isTaken)) {
+        return "an interrupt";
+    }
+    return holds(resets.command) ? "commands" : "";
 }
 
 DeviceService &DeviceOf(Host &host) {

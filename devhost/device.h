@@ -52,6 +52,7 @@ class DeviceService : public Service {
   public:
     explicit DeviceService(Host &host);
     void ReportLeftovers() override;
+    std::string UseOf(const CodeRange &code) override;
 
     // The board becomes another one; what is open or mapped stays.
     void Take(Board &&read);

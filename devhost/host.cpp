@@ -62,6 +62,16 @@ void Host::ReportLeftover(const char *service, const Place &made, const std::str
     reports.Add(DXR_HOST_REPORT_LEFTOVER, service, {}, "left behind", text);
 }
 
+std::string Host::UseOf(const CodeRange &code) {
+    std::string use;
+    for (const auto &service : services_) {
+        const std::string found = service->UseOf(code);
+        use += !use.empty() && !found.empty() ? ", " : "";
+        use += found;
+    }
+    return use;
+}
+
 uint32_t Host::Finish() {
     leftovers_ = 0;
     scheduler.Finish();

@@ -37,6 +37,9 @@ class Service {
     // progress and none comes any more.
     virtual void ReportLeftovers() {}
 
+    // What this service still needs that code for, say "a timer"; empty when it needs it no more.
+    virtual std::string UseOf(const CodeRange & /*code*/) { return {}; }
+
   protected:
     [[nodiscard]] Host &TheHost() const { return host_; }
 
@@ -64,6 +67,9 @@ class Host {
 
     // Something that modules did not give back, and where it was made.
     void ReportLeftover(const char *service, const Place &made, const std::string &what);
+
+    // What still needs that code, of whatever service; empty when nothing does.
+    std::string UseOf(const CodeRange &code);
 
     // Ends what goes on, then reports what is left over. Returns the number of leftovers.
     uint32_t Finish();

@@ -109,7 +109,8 @@ bool ReadOptions(const DxrHostOptions &from, Options &options) {
                .database = TextOr(from.database, ""),
                .board = TextOr(from.board, ""),
                .allowOutside = from.allowOutside != 0,
-               .switchAtCalls = from.switchAtCalls != 0};
+               .switchAtCalls = from.switchAtCalls != 0,
+               .pluginPath = TextOr(from.pluginPath, workPath + "/plugin")};
     return true;
 }
 
@@ -143,6 +144,7 @@ bool ReadOptionsFile(const char *path, Options &options, std::string &error) {
     reader.Take("board", plain.board, keeper[&plain.board]);
     reader.Take("allowOutside", plain.allowOutside);
     reader.Take("switchAtCalls", plain.switchAtCalls);
+    reader.Take("pluginPath", plain.pluginPath, keeper[&plain.pluginPath]);
     reader.RefuseOthers();
     if (!error.empty()) {
         error = std::string(path) + ": " + error;

@@ -27,6 +27,7 @@ struct Options {
     std::string board;
     bool allowOutside;
     bool switchAtCalls;
+    std::string pluginPath;
 };
 
 // Defaults stand for null texts. False when size or clock are wrong.

@@ -4,6 +4,7 @@
 #include <execinfo.h>
 #include <link.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -14,51 +15,38 @@
 namespace devhost {
 namespace {
 
-struct Range {
-    uintptr_t begin = 0;
-    uintptr_t end = 0;
-
-    [[nodiscard]] bool Holds(const void *address) const {
-        const auto at = reinterpret_cast<uintptr_t>(address);
-        return begin <= at && at < end;
-    }
-};
-
 struct Search {
     uintptr_t address;
-    Range found;
+    CodeRange found;
 };
 
-int LookAt(dl_phdr_info *module, size_t /*size*/, void *user) {
+int LookAt(dl_phdr_info *object, size_t /*size*/, void *user) {
     auto *const search = static_cast<Search *>(user);
-    for (int i = 0; i < module->dlpi_phnum; ++i) {
-        const ElfW(Phdr) &part = module->dlpi_phdr[i];
-        const uintptr_t begin = module->dlpi_addr + part.p_vaddr;
-        const Range range{begin, begin + part.p_memsz};
-        if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0 &&
-            // NOLINTNEXTLINE(performance-no-int-to-ptr): addresses are compared
-            range.Holds(reinterpret_cast<const void *>(search->address))) {
-            search->found = range;
-            return 1;
+    CodeRange code{UINTPTR_MAX, 0};
+    bool isHere = false;
+    for (int i = 0; i < object->dlpi_phnum; ++i) {
+        const ElfW(Phdr) &part = object->dlpi_phdr[i];
+        if (part.p_type != PT_LOAD) {
+            continue;
+        }
+        const uintptr_t begin = object->dlpi_addr + part.p_vaddr;
+        const uintptr_t end = begin + part.p_memsz;
+        isHere = isHere || (begin <= search->address && search->address < end);
+        if ((part.p_flags & PF_X) != 0) {
+            code = {std::min(code.begin, begin), std::max(code.end, end)};
         }
     }
-    return 0;
+    search->found = isHere ? code : search->found;
+    return isHere ? 1 : 0;
 }
 
-// The code of the module that a function belongs to.
-Range CodeAround(uintptr_t function) {
-    Search search{function, {}};
-    dl_iterate_phdr(LookAt, &search);
-    return search.found;
-}
-
-const Range &LibraryCode() {
-    static const Range range = CodeAround(reinterpret_cast<uintptr_t>(&DXR_RegisterHooks));
+const CodeRange &LibraryCode() {
+    static const CodeRange range = CodeOf(reinterpret_cast<const void *>(&DXR_RegisterHooks));
     return range;
 }
 
-const Range &HostCode() {
-    static const Range range = CodeAround(reinterpret_cast<uintptr_t>(&ModuleCaller));
+const CodeRange &HostCode() {
+    static const CodeRange range = CodeOf(reinterpret_cast<const void *>(&ModuleCaller));
     return range;
 }
 
@@ -80,6 +68,12 @@ void ForEachCaller(Visit visit) {
 }
 
 }  // namespace
+
+CodeRange CodeOf(const void *address) {
+    Search search{reinterpret_cast<uintptr_t>(address), {}};
+    (void)dl_iterate_phdr(LookAt, &search);
+    return search.found;
+}
 
 const void *ModuleCaller(const void *address) {
     if (LibraryCode().Holds(address)) {

@@ -2,9 +2,24 @@
 #ifndef DXR_DEVHOST_PLACE_H
 #define DXR_DEVHOST_PLACE_H
 
+#include <cstdint>
 #include <string>
 
 namespace devhost {
+
+// The code of one loaded object.
+struct CodeRange {
+    uintptr_t begin = 0;
+    uintptr_t end = 0;
+
+    [[nodiscard]] bool Holds(const void *address) const {
+        const auto at = reinterpret_cast<uintptr_t>(address);
+        return begin <= at && at < end;
+    }
+};
+
+// The code of the object, program or library, in which the address lies; empty when none has it.
+CodeRange CodeOf(const void *address);
 
 struct Place {
     const char *slot = "";  // a literal

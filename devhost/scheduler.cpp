@@ -298,6 +298,17 @@ void Scheduler::End(ThreadRecord &thread, const char *service, const Place &plac
     EndHere(lock, *task);
 }
 
+std::string Scheduler::UseOf(const CodeRange &code) {
+    const SchedulerLock lock(mutex_);
+    for (const auto &[id, task] : tasks_) {
+        if (task->state != TaskState::kEnded &&
+            code.Holds(reinterpret_cast<const void *>(task->entry))) {
+            return "task " + std::to_string(id) + " \"" + task->name + "\"";
+        }
+    }
+    return {};
+}
+
 std::string Scheduler::EndText() {
     const SchedulerLock lock(mutex_);
     return endText_;
@@ -670,6 +681,7 @@ void Scheduler::Finish() {
         TaskFate fate = TaskFate::kRuns;
         if (each.task->fate.compare_exchange_strong(fate, TaskFate::kAbandoned)) {
             (void)pthread_detach(each.task->thread);
+            hasAbandoned_ = true;
             each.text += ", and which does not end";
         }
         if (!each.task->isTimer) {

@@ -220,6 +220,12 @@ class Scheduler {
     void End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
              const char *text);
 
+    // The task that began in that code and has not ended, "task 3 ..."; empty when there is none.
+    std::string UseOf(const CodeRange &code);
+
+    // A task that does not end was left alone: its code may still run.
+    [[nodiscard]] bool HasAbandoned() const { return hasAbandoned_; }
+
     // Why the run ended; empty while it goes on.
     std::string EndText();
 
@@ -270,6 +276,7 @@ class Scheduler {
     std::vector<pthread_t> endedThreads_;  // to be joined
     bool isAdvancing_ = false;
     bool isFinishing_ = false;
+    bool hasAbandoned_ = false;
     std::atomic<bool> hasEnded_{false};
     std::string endText_;
 };

@@ -12,6 +12,8 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kSystemTime, "time", MakeSystemTime, FillSystemTime},
     {ServiceId::kList, "list", MakeList, FillList},
     {ServiceId::kDevice, "device", MakeDevice, FillDevice},
+    {ServiceId::kModule, "module", MakeModule, FillModule},
+    {ServiceId::kPlugin, "plug-in", MakePlugin, FillPlugin},
 }};
 
 }  // namespace devhost

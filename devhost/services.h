@@ -23,6 +23,8 @@ enum class ServiceId : uint8_t {
     kSystemTime,
     kList,
     kDevice,
+    kModule,
+    kPlugin,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -40,6 +42,8 @@ extern const std::array<ServiceEntry, kServiceCount> kServices;
 std::unique_ptr<Service> MakeDevice(Host &host);
 std::unique_ptr<Service> MakeList(Host &host);
 std::unique_ptr<Service> MakeMemory(Host &host);
+std::unique_ptr<Service> MakeModule(Host &host);
+std::unique_ptr<Service> MakePlugin(Host &host);
 std::unique_ptr<Service> MakePrint(Host &host);
 std::unique_ptr<Service> MakeSystem(Host &host);
 std::unique_ptr<Service> MakeSystemTask(Host &host);
@@ -48,6 +52,8 @@ std::unique_ptr<Service> MakeSystemTime(Host &host);
 void FillDevice(DxrHooks &hooks);
 void FillList(DxrHooks &hooks);
 void FillMemory(DxrHooks &hooks);
+void FillModule(DxrHooks &hooks);
+void FillPlugin(DxrHooks &hooks);
 void FillPrint(DxrHooks &hooks);
 void FillSystem(DxrHooks &hooks);
 void FillSystemTask(DxrHooks &hooks);

@@ -118,6 +118,14 @@ class SystemService : public Service {
         }
     }
 
+    std::string UseOf(const CodeRange &code) override {
+        const std::lock_guard lock(mutex);
+        const bool isUsed = std::any_of(timers.begin(), timers.end(), [&code](const auto &each) {
+            return code.Holds(reinterpret_cast<const void *>(each.second->function));
+        });
+        return isUsed ? "a timer or heart-beat" : "";
+    }
+
     std::shared_ptr<OpenFile> FileOf(const void *handle) {
         const std::lock_guard lock(mutex);
         const auto found = files.find(handle);

@@ -119,6 +119,8 @@ class TaskService : public Service {
         }
     }
 
+    std::string UseOf(const CodeRange &code) override { return TheHost().scheduler.UseOf(code); }
+
     FaultPoint &createFails;
     FaultPoint &mutexFails;
     LockOrder order;

@@ -7,6 +7,8 @@
 #include "dxr_devhost/host.h"
 #include "dxr_devhost/list.h"
 #include "dxr_devhost/memory.h"
+#include "dxr_devhost/module.h"
+#include "dxr_devhost/plugin.h"
 #include "dxr_devhost/print.h"
 #include "dxr_devhost/system.h"
 #include "dxr_devhost/system_task.h"

@@ -26,6 +26,7 @@ class Module {
         DxrHostInitOptions(&options);
         options.clock = DXR_HOST_CLOCK_STEPPED;
         options.workPath = work_.c_str();
+        options.pluginPath = work_.c_str();
         options.printLevel = 0;
         DxrHost *const host = DxrHostCreate(&options);
         if (host == nullptr) {
@@ -39,6 +40,7 @@ class Module {
         UseFiles();
         UseTimers(host);
         UseFilters();
+        UseModules();
         DxrHostDestroy(host, nullptr);
     }
 
@@ -117,6 +119,23 @@ class Module {
         DxrHostEvent event{sizeof(DxrHostEvent), 1, 2, 0, "text"};
         DXR_WriteEventLog(&event);
         DXR_Assert(nullptr, 1);
+    }
+
+    void UseModules() const {
+        DxrHostModule module{sizeof(DxrHostModule), 9, 1, 1, {}, "module", nullptr};
+        DXR_Register(&module);
+        DXR_Register(&module);
+        DXR_SetUdf(&module);
+        DXR_UnRegister();
+        DXR_UnRegister();
+        DxrHostPlugin plugin{sizeof(DxrHostPlugin), 0, "plug-in", file_.c_str(), nullptr};
+        DXR_RegisterBrdPlugin(&plugin);
+        DXR_RegisterBrdPlugin(&plugin);
+        DXR_LoadBrdPlugin(&plugin);
+        DXR_CheckBrdPlugin(&plugin);
+        DXR_DisplayBrdPlugin(nullptr, nullptr, nullptr, 1);
+        DXR_UnLoadBrdPlugin(&plugin);
+        DXR_UnRegisterBrdPlugin(&plugin);
     }
 
     const std::string work_;

@@ -25,7 +25,8 @@ using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 
 // The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n
 // number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
-// log filter, E event, T calendar time, k task number.
+// log filter, E event, T calendar time, k task number, r registration record, p plug-in record, 0
+// null.
 struct Target {
     size_t offset;
     const char *name;
@@ -163,6 +164,19 @@ constexpr Target kTargets[] = {
     DXR_TARGET(dev.getBoardDrvType, "", false),
     DXR_TARGET(dev.checkSmiLosEnable, "nn", false),
     DXR_TARGET(dev.writeFlashInfo, "b", false),
+    DXR_TARGET(init.registerModule, "r", false),
+    DXR_TARGET(init.unRegister, "", false),
+    DXR_TARGET(init.setUdf, "h", false),
+    DXR_TARGET(init.registerVelderFuncs, "N", false),
+    DXR_TARGET(init.getThis, "", false),
+    DXR_TARGET(plugin.registerBrdPlugin, "p", false),
+    DXR_TARGET(plugin.unRegisterBrdPlugin, "p", false),
+    DXR_TARGET(plugin.loadBrdPlugin, "p", false),
+    DXR_TARGET(plugin.unLoadBrdPlugin, "p", false),
+    DXR_TARGET(plugin.isBrdPluginLoaded, "p", false),
+    DXR_TARGET(plugin.checkBrdPlugin, "p", false),
+    DXR_TARGET(plugin.queryBrdPlugin, "phh", false),
+    DXR_TARGET(plugin.displayBrdPlugin, "p0hn", false),
 };
 
 #undef DXR_TARGET
@@ -235,6 +249,15 @@ class Hostile : public testing::Test {
                     byte = static_cast<uint8_t>(Below(2) == 0 ? Below(60) : Below(256));
                 }
                 return Below(8) == 0 ? 0 : WordOf(time_.data());
+            case 'r':
+                modules_[0].name = modules_[1].name = reinterpret_cast<const char *>(Text());
+                return Record(modules_[Below(modules_.size())]);
+            case 'p':
+                plugins_[0].name = reinterpret_cast<const char *>(Text());
+                plugins_[0].path = reinterpret_cast<const char *>(Text());
+                return Record(plugins_[Below(plugins_.size())]);
+            case '0':
+                return 0;
             case 'e':
                 return Below(4) == 0 ? 0 : reinterpret_cast<Word>(&Nothing);
             default:
@@ -259,6 +282,7 @@ class Hostile : public testing::Test {
         options.seed = random_();
         const std::string path = directory_.Path();
         options.workPath = path.c_str();
+        options.pluginPath = path.c_str();
         options.endSec = 60;
         DxrHost *const host = DxrHostCreate(&options);
         ASSERT_NE(host, nullptr);
@@ -316,6 +340,10 @@ class Hostile : public testing::Test {
     std::array<DxrHostHeartMonitor, 2> monitors_ = {{{0, 0, Nothing, nullptr}, {0, 0, {}, {}}}};
     std::array<DxrHostLogFilter, 2> filters_ = {
         {{0, 2, 1, 0, "f", nullptr}, {0, 0, 0, 0, nullptr, nullptr}}};
+    std::array<DxrHostModule, 2> modules_ = {
+        {{0, 1, 1, 1, {}, nullptr, nullptr}, {0, 2, 1, 0, {}, nullptr, this}}};
+    std::array<DxrHostPlugin, 2> plugins_ = {
+        {{0, 0, nullptr, nullptr, nullptr}, {0, 0, "plug-in", path_.c_str(), nullptr}}};
     DxrHostEvent event_{0, 1, 1, 0, "event"};
     std::array<uint8_t, sizeof(DxrSysTime)> time_{};
 };

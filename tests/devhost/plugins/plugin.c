@@ -1,0 +1,87 @@
+/* A plug-in of the tests, built in several versions; TEST_PLUGIN says which. */
+#include "dxr_devhost.h"
+
+#define TEST_PLUGIN_GOOD 0          /* answers, and does what the test asks it to */
+#define TEST_PLUGIN_OLD_INTERFACE 1 /* a table of another version */
+#define TEST_PLUGIN_SHORT 2         /* a table of another size */
+#define TEST_PLUGIN_NO_TABLE 3
+#define TEST_PLUGIN_UNRESOLVED 4 /* needs what nobody has */
+#define TEST_PLUGIN_BARE 5       /* a table without functions */
+
+#if TEST_PLUGIN == TEST_PLUGIN_UNRESOLVED
+extern void DxrTestNobodyHasThis(void);
+void DxrTestCallNobody(void);
+void DxrTestCallNobody(void) {
+    DxrTestNobodyHasThis();
+}
+#endif
+
+#if TEST_PLUGIN != TEST_PLUGIN_NO_TABLE
+
+extern const DxrHostPluginTable dxrHostPlugin;
+
+#if TEST_PLUGIN == TEST_PLUGIN_GOOD
+
+#include "plugin.h"
+
+static DxrHostTimer timer;
+
+static void Nothing(void *argument) {
+    (void)argument;
+}
+
+static uint32_t Load(void *argument) {
+    TestPlugin *const test = (TestPlugin *)argument;
+    ++test->loads;
+    if (test->startsTimer != 0) {
+        timer = (DxrHostTimer){sizeof(timer), 1000000, 1, 0, Nothing, NULL, timer.handle};
+        DXR_StartTimer(&timer);
+    }
+    if (test->registersModule != 0) {
+        DxrHostModule module = {sizeof(module), 77, 1, 0, {0, 0, 0}, "of a plug-in", test};
+        DXR_Register(&module);
+    }
+    return test->loadResult;
+}
+
+static void Unload(void *argument) {
+    TestPlugin *const test = (TestPlugin *)argument;
+    ++test->unloads;
+    if (test->stopsTimer != 0) {
+        DXR_StopTimer(&timer);
+    }
+}
+
+static uint32_t Check(void *argument) {
+    return ((TestPlugin *)argument)->checkResult;
+}
+
+static uint32_t Query(void *argument, void *question, void *answer) {
+    TestPlugin *const test = (TestPlugin *)argument;
+    *(void **)answer = DXR_GetThis();
+    return test->query != NULL ? test->query(question) : 0;
+}
+
+#endif
+
+const DxrHostPluginTable dxrHostPlugin = {
+#if TEST_PLUGIN == TEST_PLUGIN_SHORT
+    .size = sizeof(DxrHostPluginTable) - 1,
+#else
+    .size = sizeof(DxrHostPluginTable),
+#endif
+    .version = DXR_HOST_PLUGIN_VERSION(2, 3),
+#if TEST_PLUGIN == TEST_PLUGIN_OLD_INTERFACE
+    .interfaceVersion = DXR_HOST_PLUGIN_INTERFACE + 1,
+#else
+    .interfaceVersion = DXR_HOST_PLUGIN_INTERFACE,
+#endif
+#if TEST_PLUGIN == TEST_PLUGIN_GOOD
+    .load = Load,
+    .unload = Unload,
+    .check = Check,
+    .query = Query,
+#endif
+};
+
+#endif

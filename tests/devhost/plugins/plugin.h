@@ -1,0 +1,18 @@
+/* What the test and its plug-in share: the argument of the plug-in's functions. */
+#ifndef DXR_TESTS_DEVHOST_PLUGINS_PLUGIN_H
+#define DXR_TESTS_DEVHOST_PLUGINS_PLUGIN_H
+
+#include <stdint.h>
+
+typedef struct TestPlugin {
+    uint32_t loads; /* how often each was called */
+    uint32_t unloads;
+    uint32_t loadResult; /* what each is to return */
+    uint32_t checkResult;
+    uint32_t startsTimer; /* what `load` and `unload` are to do */
+    uint32_t stopsTimer;
+    uint32_t registersModule;
+    uint32_t (*query)(void *question); /* called by its `query`; may be null */
+} TestPlugin;
+
+#endif /* DXR_TESTS_DEVHOST_PLUGINS_PLUGIN_H */
