@@ -14,6 +14,8 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kDevice, "device", MakeDevice, FillDevice},
     {ServiceId::kModule, "module", MakeModule, FillModule},
     {ServiceId::kPlugin, "plug-in", MakePlugin, FillPlugin},
+    {ServiceId::kHash, "hash", MakeHash, FillHash},
+    {ServiceId::kNetworkProcessor, "np", MakeNetworkProcessor, FillNetworkProcessor},
 }};
 
 }  // namespace devhost

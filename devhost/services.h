@@ -25,6 +25,8 @@ enum class ServiceId : uint8_t {
     kDevice,
     kModule,
     kPlugin,
+    kHash,
+    kNetworkProcessor,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -40,20 +42,24 @@ struct ServiceEntry {
 extern const std::array<ServiceEntry, kServiceCount> kServices;
 
 std::unique_ptr<Service> MakeDevice(Host &host);
+std::unique_ptr<Service> MakeHash(Host &host);
 std::unique_ptr<Service> MakeList(Host &host);
 std::unique_ptr<Service> MakeMemory(Host &host);
 std::unique_ptr<Service> MakeModule(Host &host);
 std::unique_ptr<Service> MakePlugin(Host &host);
+std::unique_ptr<Service> MakeNetworkProcessor(Host &host);
 std::unique_ptr<Service> MakePrint(Host &host);
 std::unique_ptr<Service> MakeSystem(Host &host);
 std::unique_ptr<Service> MakeSystemTask(Host &host);
 std::unique_ptr<Service> MakeSystemTime(Host &host);
 
 void FillDevice(DxrHooks &hooks);
+void FillHash(DxrHooks &hooks);
 void FillList(DxrHooks &hooks);
 void FillMemory(DxrHooks &hooks);
 void FillModule(DxrHooks &hooks);
 void FillPlugin(DxrHooks &hooks);
+void FillNetworkProcessor(DxrHooks &hooks);
 void FillPrint(DxrHooks &hooks);
 void FillSystem(DxrHooks &hooks);
 void FillSystemTask(DxrHooks &hooks);

@@ -4,10 +4,12 @@
 #define DXR_DEVHOST_H
 
 #include "dxr_devhost/device.h"
+#include "dxr_devhost/hash.h"
 #include "dxr_devhost/host.h"
 #include "dxr_devhost/list.h"
 #include "dxr_devhost/memory.h"
 #include "dxr_devhost/module.h"
+#include "dxr_devhost/network_processor.h"
 #include "dxr_devhost/plugin.h"
 #include "dxr_devhost/print.h"
 #include "dxr_devhost/system.h"

@@ -41,6 +41,8 @@ class Module {
         UseTimers(host);
         UseFilters();
         UseModules();
+        UseHashTables();
+        UseNetworkProcessor(host);
         DxrHostDestroy(host, nullptr);
     }
 
@@ -136,6 +138,41 @@ class Module {
         DXR_DisplayBrdPlugin(nullptr, nullptr, nullptr, 1);
         DXR_UnLoadBrdPlugin(&plugin);
         DXR_UnRegisterBrdPlugin(&plugin);
+    }
+
+    static void UseHashTables() {
+        DxrHostHashOptions options{sizeof(DxrHostHashOptions), 4, 1, 0, nullptr, nullptr, nullptr};
+        for (int round = 0; round < 2; ++round) {
+            void *const table = DXR_HashCreate(&options);
+            for (uint32_t key = 0; key < 3; ++key) {
+                (void)DXR_HashInsert(table, &key, &key, sizeof(key), DXR_HOST_HASH_ADD);
+                (void)DXR_HashInsert(table, &key, &key, sizeof(key), DXR_HOST_HASH_REPLACE);
+                (void)DXR_HashGetFromEntry(DXR_HashFindKey(table, &key), DXR_HOST_HASH_KEY, 0);
+            }
+            uint32_t key = 1;
+            void *const entry = DXR_HashGetFirst(table);
+            (void)DXR_HashRemove(table, &key);
+            (void)DXR_HashGetNext(table, entry);
+            if (round == 0) {
+                (void)DXR_HashFree(table);
+                (void)DXR_HashCount(table);
+            }
+        }
+    }
+
+    static void UseNetworkProcessor(DxrHost *host) {
+        DxrHostMcPortMap map{};
+        map.size = sizeof(map);
+        map.ports[0] = 1;
+        DxrHostQueueDrops drops{sizeof(drops), 0, 0, 0};
+        uint32_t sp = 0;
+        (void)DXR_SetMcPortMap(1, &map);
+        (void)DxrHostGetMcPortMap(host, 1, &map);
+        (void)DxrHostAddQueueDrops(host, 1, 2, 3, 4, 5);
+        (void)DXR_GetQueueDropStat(1, 2, 3, DXR_HOST_DROPS_CLEAR, &drops);
+        (void)DxrHostSetAbsPfcLogicSp(host, 1, 2, 3, 4);
+        (void)DXR_GetAbsPfcLogicSp(1, 2, 3, &sp);
+        (void)DXR_GetAbsPfcLogicSp(1, 2, 9, &sp);
     }
 
     const std::string work_;

@@ -25,8 +25,8 @@ using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 
 // The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n
 // number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
-// log filter, E event, T calendar time, k task number, r registration record, p plug-in record, 0
-// null.
+// log filter, E event, T calendar time, k task number, r registration record, p plug-in record, H
+// hash options, M ports of a group, Q drops of a queue, 0 null.
 struct Target {
     size_t offset;
     const char *name;
@@ -177,6 +177,20 @@ constexpr Target kTargets[] = {
     DXR_TARGET(plugin.checkBrdPlugin, "p", false),
     DXR_TARGET(plugin.queryBrdPlugin, "phh", false),
     DXR_TARGET(plugin.displayBrdPlugin, "p0hn", false),
+    DXR_TARGET(hash.hashCount, "h", false),
+    DXR_TARGET(hash.hashCreate, "H", true),
+    DXR_TARGET(hash.hashFindKey, "hb", true),
+    DXR_TARGET(hash.hashFree, "h", false),
+    DXR_TARGET(hash.hashGetBucketNum, "h", false),
+    DXR_TARGET(hash.hashGetFirst, "h", true),
+    DXR_TARGET(hash.hashGetNext, "hh", true),
+    DXR_TARGET(hash.hashGetMaxItem, "h", false),
+    DXR_TARGET(hash.hashInsert, "hbbnn", false),
+    DXR_TARGET(hash.hashRemove, "hb", false),
+    DXR_TARGET(hash.hashGetFromEntry, "hnn", false),
+    DXR_TARGET(np.setMcPortMap, "nM", false),
+    DXR_TARGET(np.getQueueDropStat, "nnnnQ", false),
+    DXR_TARGET(np.getAbsPfcLogicSp, "nnnb", false),
 };
 
 #undef DXR_TARGET
@@ -244,6 +258,15 @@ class Hostile : public testing::Test {
                 return Record(filters_[Below(filters_.size())]);
             case 'E':
                 return Record(event_);
+            case 'H':
+                hash_.keyBytes = static_cast<uint32_t>(Below(6) == 0 ? 5000 : Below(10));
+                hash_.maxItems = static_cast<uint32_t>(Below(4));
+                return Record(hash_);
+            case 'M':
+                ports_.ports[Below(16)] = Below(4);
+                return Record(ports_);
+            case 'Q':
+                return Record(drops_);
             case 'T':
                 for (uint8_t &byte : time_) {
                     byte = static_cast<uint8_t>(Below(2) == 0 ? Below(60) : Below(256));
@@ -345,6 +368,9 @@ class Hostile : public testing::Test {
     std::array<DxrHostPlugin, 2> plugins_ = {
         {{0, 0, nullptr, nullptr, nullptr}, {0, 0, "plug-in", path_.c_str(), nullptr}}};
     DxrHostEvent event_{0, 1, 1, 0, "event"};
+    DxrHostHashOptions hash_{};
+    DxrHostMcPortMap ports_{};
+    DxrHostQueueDrops drops_{};
     std::array<uint8_t, sizeof(DxrSysTime)> time_{};
 };
 
