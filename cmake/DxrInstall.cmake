@@ -1,5 +1,5 @@
-# Installed packages: CMake (find_package(dxr_api), targets dxr::api and dxr::devhost) and
-# pkg-config (dxr_api, dxr_devhost), both free to be moved to another prefix.
+# Installed packages: CMake (find_package(dxr_api), targets dxr::api, dxr::devhost, dxr::trace) and
+# pkg-config (dxr_api, dxr_devhost, dxr_trace), both free to be moved to another prefix.
 
 set(libraries dxr_api)
 set(headers include/dxr_api.h)
@@ -8,6 +8,11 @@ if(DXR_BUILD_DEVHOST)
     list(APPEND headers include/dxr_devhost.h)
     # The libraries of one prefix find each other wherever it lies.
     set_target_properties(dxr_devhost PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
+if(DXR_BUILD_TRACE)
+    list(APPEND libraries dxr_trace)
+    list(APPEND headers include/dxr_trace.h)
+    set_target_properties(dxr_trace PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 install(TARGETS ${libraries} EXPORT dxr_api_targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime

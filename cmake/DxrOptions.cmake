@@ -5,8 +5,9 @@ option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEV
 option(DXR_BUILD_DEVHOST
        "Build the development host (needs JSON for Modern C++, SQLite and zlib)"
        ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_TRACE "Build the tracing of hook calls" ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_TOOLS
-       "Build dxrsh, which brings the development host (needs CLI11, fmt and JSON for Modern C++)"
+       "Build dxrsh, with the development host and tracing (needs CLI11, fmt, JSON for Modern C++)"
        ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
 option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
@@ -61,6 +62,7 @@ endif()
 
 if(DXR_BUILD_TOOLS)
     set(DXR_BUILD_DEVHOST ON)
+    set(DXR_BUILD_TRACE ON)
 endif()
 
 if(DXR_BUILD_BENCH)

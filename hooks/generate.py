@@ -14,6 +14,8 @@ A file is the generator's or a person's, never both: a generated one says so on 
     src/dxr/api/dispatch/STEM_slots.cpp   writes STEM.h, which includes this one
     src/dxr/api/dispatch/getters.cpp      the getters of the groups
     src/dxr/api/dispatch/exports.list     what of all this the library exports
+    trace/slots.cpp                       names, widths and pointers of all slots
+    trace/wrappers.cpp                    what stands in them while calls are traced
     docs/slots.md, tools/dxrsh/slot_table.h
 
 Needs python3-yaml and clang-format.
@@ -50,6 +52,8 @@ class Slot:
     doc: str
     hook: str  # type of the slot, if it is not the function's
     own: bool  # declared and defined by hand
+    points: dict  # pointer: direction and size; for every host
+    devhost: dict  # the same, for the development host alone
 
     @property
     def prototype(self):
@@ -125,6 +129,8 @@ def read_slot(entry):
         doc=entry.get("doc", ""),
         hook=entry.get("hook", ""),
         own="own" in entry,
+        points=entry.get("points", {}),
+        devhost=entry.get("devhost", {}),
     )
 
 
@@ -452,6 +458,158 @@ def slot_table(groups):
     )
 
 
+# --- What the trace knows of the slots -----------------------------------------------------------
+
+# Result and parameters of the types in include/dxr/types.h.
+HOOK_TYPES = {
+    "DxrReservedHook": ("void", "void"),
+    "DxrPrintHook": ("void", "uint32_t level, const char *format, ..."),
+    "DxrPrivateLogHook": ("uint32_t", "const char *name, const char *format, ..."),
+    "DxrFilterLogHook": ("uint32_t", "void *handle, const char *text"),
+}
+RESERVED = "DxrReservedHook"
+WIDTHS = {"void": "kNone", "uint8_t": "kU8", "uint16_t": "kU16", "uint32_t": "kU32",
+          "uint64_t": "kU64"}
+DIRECTIONS = {"in": "kIn", "out": "kOut", "inout": "kInOut", "block": "kBlock"}
+
+TRACE_SLOTS_INTRO = """\
+#include "slots.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dxr/types.h"
+
+namespace dxr_trace {
+namespace {
+
+using enum Width;
+using enum Direction;
+using enum Extent;
+"""
+
+
+def width(type_name):
+    return "kPointer" if type_name.endswith("*") else WIDTHS[type_name]
+
+
+@dataclass(frozen=True)
+class Signature:
+    result: str
+    parameters: dict  # name: type
+    is_variadic: bool
+
+
+def signature(slot):
+    result, params = HOOK_TYPES[slot.hook] if slot.hook else (slot.result, slot.params)
+    listed = [] if params == "void" else params.split(", ")
+    is_variadic = "..." in listed
+    parameters = {}
+    for param in listed:
+        if param != "...":
+            type_name, name = re.fullmatch(r"(.*?)\s*(\w+)", param).groups()
+            parameters[name] = type_name
+    return Signature(result, parameters, is_variadic)
+
+
+class PointerRules:
+    """The rules of one slot, as the rows of a table."""
+
+    def __init__(self, slot):
+        self.signature = signature(slot)
+        self.names = list(self.signature.parameters)
+        self.rows = [self.row(pointer, rule, devhost_alone)
+                     for rules, devhost_alone in ((slot.points, "false"), (slot.devhost, "true"))
+                     for pointer, rule in rules.items()]
+
+    def parameter(self, name):
+        return "kResultPlace" if name == "result" else str(self.names.index(name))
+
+    def place(self, pointer):
+        """Parameter, and the offset behind it."""
+        name, offset = pointer, "kDirect"
+        if "->" in pointer:
+            name, field = pointer.split("->")
+            record = self.signature.parameters[name].removesuffix("*").strip()
+            offset = f"offsetof({record}, {field})"
+        elif "+" in pointer:
+            name, offset = pointer.split("+")
+        return self.parameter(name), offset
+
+    def extent(self, size):
+        """Kind, first and second."""
+        words = size.split()
+        if size == "text":
+            return "kText", "0", "0"
+        if words[0] == "text":
+            return "kTextWithin", self.parameter(words[1]), "0"
+        if words[0] == "result":
+            return ("kResult", *(self.parameter(name) for name in words[1].split("*")))
+        if size == "record":
+            return "kRecord", "0", "0"
+        if size in self.names:
+            return "kArgument", self.parameter(size), "0"
+        if "->" in size or "+" in size:
+            parameter, offset = self.place(size)
+            return "kField", offset, parameter
+        if re.fullmatch(r"\w+\*\w+", size):
+            return ("kProduct", *(self.parameter(name) for name in size.split("*")))
+        return "kFixed", f"sizeof({size})", "0"
+
+    def row(self, pointer, rule, devhost_alone):
+        parameter, offset = self.place(pointer)
+        direction, size = rule.split(" ", 1)
+        kind, first, second = self.extent(size)
+        return (f'{{"{pointer}", {parameter}, {offset}, {DIRECTIONS[direction]}, {kind}, {first}, '
+                f"{second}, {devhost_alone}}}")
+
+
+def trace_name(group, slot):
+    return slot.function or f"{group.name}.{slot.member}"
+
+
+def trace_slots(groups):
+    arrays = []
+    rows = []
+    for group in groups:
+        for slot in group.slots:
+            stem = f"k{group.name}{slot.member[0].upper()}{slot.member[1:]}"
+            types = signature(slot)
+            parameters = [f'{{"{name}", {width(kind)}}}' for name, kind in types.parameters.items()]
+            pointers = PointerRules(slot).rows
+            spans = []
+            for kind, items, suffix in (("Parameter", parameters, "Parameters"),
+                                        ("PointerRule", pointers, "Pointers")):
+                spans.append(f"{stem}{suffix}" if items else "{}")
+                if items:
+                    arrays.append(f"constexpr {kind} {stem}{suffix}[] = {{{', '.join(items)}}};")
+            flags = [str(flag).lower() for flag in (types.is_variadic, slot.hook == RESERVED)]
+            rows.append(
+                f'{{"{group.name}", "{trace_name(group, slot)}", {width(types.result)}, '
+                f"{', '.join(flags)}, {', '.join(spans)}}},"
+            )
+    return "\n".join(
+        [f"// {COMMAND}", TRACE_SLOTS_INTRO, *arrays, "\n}  // namespace\n",
+         "constinit const SlotInfo kSlots[kSlotCount] = {", *rows,
+         "};\n\n}  // namespace dxr_trace\n"]
+    )
+
+
+def trace_wrappers(groups):
+    lines = [
+        f"// {COMMAND}", '#include "wrappers.h"\n', '#include "wrapper.h"\n',
+        "namespace dxr_trace {\n", "constinit const DxrHooks kWrappers = {",
+    ]
+    for group in groups:
+        lines.append(f".{group.member} = {{")
+        for slot in group.slots:
+            place = group.first + slot.index
+            wrapper = f"kWrap<{place}, &{group.type}::{slot.member}>"
+            lines.append(f".{slot.member} = {'nullptr' if slot.hook == RESERVED else wrapper},")
+        lines.append("},")
+    return "\n".join([*lines, "};\n\n}  // namespace dxr_trace\n"])
+
+
 # --- Main ----------------------------------------------------------------------------------------
 
 
@@ -462,6 +620,8 @@ def outputs(groups):
         "include/dxr/hooks.h": hooks_header(groups),
         f"{dispatch}/getters.cpp": getters_source(groups),
         "tools/dxrsh/slot_table.h": slot_table(groups),
+        "trace/slots.cpp": trace_slots(groups),
+        "trace/wrappers.cpp": trace_wrappers(groups),
     }
     for group in groups:
         if group.stem:

@@ -3,7 +3,7 @@
 
     installed_test.py --build DIR --source DIR --cmake PROGRAM --generator NAME
                       --pkg-config PROGRAM --cc COMPILER
-                      --cxx COMPILER [--flags FLAGS] [--devhost]
+                      --cxx COMPILER [--flags FLAGS] [--devhost] [--trace]
 """
 
 import argparse
@@ -47,10 +47,10 @@ def only(paths):
     return found[0]
 
 
-def check_installed_files(prefix, source, devhost):
+def check_installed_files(prefix, source, devhost, trace):
     """Every public header is there as it is in the sources, each library under three names."""
     include = source / "include"
-    tops = ["dxr_api.h"] + ["dxr_devhost.h"] * devhost
+    tops = ["dxr_api.h"] + ["dxr_devhost.h"] * devhost + ["dxr_trace.h"] * trace
     folders = ["dxr"] + ["dxr_devhost"] * devhost
     headers = [header for folder in folders for header in (include / folder).rglob("*.h")]
     for header in [*(include / top for top in tops), *headers]:
@@ -58,7 +58,7 @@ def check_installed_files(prefix, source, devhost):
         installed = prefix / "include" / name
         if not installed.is_file() or installed.read_bytes() != header.read_bytes():
             sys.exit(f"not installed: {name}")
-    for stem in ["libdxr_api"] + ["libdxr_devhost"] * devhost:
+    for stem in ["libdxr_api"] + ["libdxr_devhost"] * devhost + ["libdxr_trace"] * trace:
         library = only(prefix.rglob(f"{stem}.so.1.*.*"))
         for name in (f"{stem}.so.1", f"{stem}.so"):
             if (library.parent / name).resolve() != library.resolve():
@@ -71,7 +71,8 @@ def consume_with_cmake(options, prefix, work):
         build = work / f"cmake consumer {language}"
         run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build,
             "-G", options.generator, f"-DCONSUMER_LANGUAGE={language}",
-            f"-DDEVHOST={options.devhost}", f"-DCMAKE_PREFIX_PATH={prefix}",
+            f"-DDEVHOST={options.devhost}", f"-DTRACE={options.trace}",
+            f"-DCMAKE_PREFIX_PATH={prefix}",
             f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={options.flags}")
         cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
         found = [line for line in cache.splitlines() if line.startswith("dxr_api_DIR:")]
@@ -81,6 +82,8 @@ def consume_with_cmake(options, prefix, work):
         run(build / "consumer")
         if options.devhost and language == "C":
             run(build / "hosted")
+        if options.trace and language == "C":
+            run(build / "traced")
 
 
 def consume_with_pkg_config(options, prefix, work, libdir):
@@ -91,6 +94,8 @@ def consume_with_pkg_config(options, prefix, work, libdir):
                  (options.cxx, "c++17", "consumer.cpp", "dxr_api")]
     if options.devhost:
         consumers.append((options.cc, "c11", "hosted.c", "dxr_devhost"))
+    if options.trace:
+        consumers.append((options.cc, "c11", "traced.c", "dxr_trace"))
     for compiler, standard, source, package in consumers:
         arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", package, env=env))
         program = work / f"pkg-config {source}.out"
@@ -114,12 +119,14 @@ def main():
     parser.add_argument("--flags", default="", help="for the consumers, such as -fsanitize=address")
     parser.add_argument("--devhost", action="store_true",
                         help="the development host is installed too")
+    parser.add_argument("--trace", action="store_true",
+                        help="the tracing of hook calls is installed too")
     options = parser.parse_args()
 
     with tempfile.TemporaryDirectory(prefix="dxr_installed_") as folder:
         work = pathlib.Path(folder)
         prefix = install_and_move(options, work)
-        libdir = check_installed_files(prefix, options.source, options.devhost)
+        libdir = check_installed_files(prefix, options.source, options.devhost, options.trace)
         consume_with_cmake(options, prefix, work)
         consume_with_pkg_config(options, prefix, work, libdir)
     return 0

@@ -1,0 +1,359 @@
+// All 226 slots through the trace: what a hook gets and what its caller gets are the same as
+// without, in every mode; and what the list says of parameters and pointers is what the types say.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ostream>
+#include <set>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "dxr_trace.h"
+#include "slots.h"
+#include "slots/expected_slots.h"
+#include "state.h"
+#include "support/test_host.h"
+#include "wrappers.h"
+
+namespace dxrtest {
+
+void PrintTo(const Slot &slot, std::ostream *out) {
+    *out << slot.name;
+}
+
+namespace {
+
+using dxr_trace::kSlots;
+using RawTable = std::array<Hook, kSlotCount>;
+
+constexpr uint32_t kModes[] = {DXR_TRACE_OFF, DXR_TRACE_COUNT};
+
+RawTable Registered() {
+    return std::bit_cast<RawTable>(g_dxrHooks);
+}
+
+RawTable Wrappers() {
+    return std::bit_cast<RawTable>(dxr_trace::kWrappers);
+}
+
+void Register(const RawTable &table) {
+    const auto hooks = std::bit_cast<DxrHooks>(table);
+    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+}
+
+void Start(uint32_t mode) {
+    DxrTraceOptions options;
+    DxrTraceInitOptions(&options);
+    options.mode = mode;
+    options.timedCalls = 2;
+    ASSERT_EQ(0U, DxrTraceStart(&options));
+}
+
+DxrTraceCount CountOf(size_t slot) {
+    std::array<DxrTraceCount, kSlotCount> counts{};
+    EXPECT_EQ(kSlotCount, DxrTraceGetCounts(counts.data(), counts.size()));
+    return counts[slot];
+}
+
+std::vector<std::string> Types(const Slot &slot) {
+    std::vector<std::string> types;
+    std::string_view rest = slot.arguments;
+    while (!rest.empty()) {
+        const size_t end = std::min(rest.find(", "), rest.size());
+        types.emplace_back(rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 2, rest.size()));
+    }
+    return types;
+}
+
+Word Mask(std::string_view type) {
+    if (type == "u8") {
+        return UINT8_MAX;
+    }
+    if (type == "u16") {
+        return UINT16_MAX;
+    }
+    if (type == "void") {
+        return 0;
+    }
+    return type == "u32" ? UINT32_MAX : UINT64_MAX;
+}
+
+std::string_view NameOf(dxr_trace::Width width) {
+    constexpr std::string_view kNames[] = {"void", "u8", "u16", "u32", "u64", "p"};
+    return kNames[static_cast<size_t>(width)];
+}
+
+class TracedSlot : public testing::TestWithParam<Slot> {
+  protected:
+    ~TracedSlot() override { DxrTraceStop(); }
+
+    // All bytes differ, the top bits are set; pointers lead to zeros, of which there are enough.
+    [[nodiscard]] Words Arguments() {
+        Words words = {};
+        const std::vector<std::string> types = Types(slot_);
+        for (size_t i = 0; i < types.size(); ++i) {
+            words[i] = (0xF0E1D2C3B4A59680 + 0x0101010101010101 * i) & Mask(types[i]);
+            if (types[i] == "p") {
+                words[i] = reinterpret_cast<Word>(memory_[i].data());
+            } else if (types[i] == "u32") {
+                words[i] &= 0x3F;  // what may count bytes stays within them
+            }
+        }
+        for (const FixedArgument &fixed : slot_.fixed) {
+            words[fixed.position] = fixed.value;
+        }
+        return words;
+    }
+
+    const Slot slot_ = GetParam();
+    TestHost host_;
+    alignas(16) std::array<std::array<char, 8192>, kMaxArguments> memory_ = {};
+};
+
+TEST_P(TracedSlot, HandsArgumentsAndResultOn) {
+    RawTable table = {};
+    table[slot_.Absolute()] = slot_.binding.recordingHook;
+    if (slot_.name == "DXR_GetNgTmPortInfoByTmPortFromDb") {  // looks whether its neighbour is set
+        table[slot_.Absolute() - 1] = slot_.binding.recordingHook;
+    }
+    const Words arguments = Arguments();
+    for (const uint32_t mode : kModes) {
+        Register(table);
+        Start(mode);
+        ASSERT_NE(table[slot_.Absolute()], Registered()[slot_.Absolute()]);
+        uint64_t calls = 0;
+        for (const Word result : {Word{0}, Word{0x21}, Word{0x80000000}, UINT64_MAX}) {
+            if (slot_.outcome.type == "p" && result != 0) {
+                g_recorder.result = reinterpret_cast<Word>(memory_[0].data());
+            } else {
+                g_recorder.result = result;
+            }
+            g_recorder.calls = 0;
+            g_recorder.arguments = {};
+            errno = 77;
+            const Word got = slot_.binding.call(arguments);
+            ++calls;
+            EXPECT_EQ(77, errno);
+            EXPECT_EQ(1U, g_recorder.calls);
+            EXPECT_EQ(arguments, g_recorder.arguments);
+            EXPECT_EQ(g_recorder.result & Mask(slot_.outcome.type), got);
+        }
+        const DxrTraceCount count = CountOf(slot_.Absolute());
+        EXPECT_EQ(mode == DXR_TRACE_OFF ? 0 : calls, count.calls);
+        EXPECT_EQ(mode == DXR_TRACE_OFF ? 0 : calls / 2, count.timed);
+        EXPECT_EQ(0U, DxrTraceStop());
+        EXPECT_EQ(table, Registered());
+    }
+}
+
+TEST_P(TracedSlot, EmptySlotStaysEmpty) {
+    Register(RawTable{});
+    Start(DXR_TRACE_COUNT);
+    EXPECT_EQ(RawTable{}, Registered());
+    const Word got = slot_.binding.call(Arguments());
+    if (slot_.outcome.text == nullptr) {
+        EXPECT_EQ(slot_.outcome.fallback, got);
+    }
+    EXPECT_EQ(0U, CountOf(slot_.Absolute()).calls);
+}
+
+TEST_P(TracedSlot, ListSaysWhatTheTypesSay) {
+    const dxr_trace::SlotInfo &info = kSlots[slot_.Absolute()];
+    // The list names this slot after the function that most modules call.
+    const bool isRegister = slot_.name == "DXR_RegisterWithoutVelderFuncs";
+    EXPECT_EQ(isRegister ? "DXR_Register" : slot_.name, info.name);
+    EXPECT_EQ(info.name, DxrTraceSlotName(static_cast<uint32_t>(slot_.Absolute())));
+    std::string widths;
+    for (const dxr_trace::Parameter &parameter : info.parameters) {
+        widths.append(widths.empty() ? "" : ", ").append(NameOf(parameter.width));
+    }
+    EXPECT_EQ(slot_.arguments, widths);
+    EXPECT_EQ(slot_.outcome.type, NameOf(info.result));
+    EXPECT_FALSE(info.isReserved);
+}
+
+std::vector<Slot> DispatchedSlots() {
+    std::vector<Slot> slots;
+    std::copy_if(ExpectedSlots().begin(), ExpectedSlots().end(), std::back_inserter(slots),
+                 [](const Slot &slot) { return slot.use == Use::kDispatched; });
+    return slots;
+}
+
+INSTANTIATE_TEST_SUITE_P(Slots, TracedSlot, testing::ValuesIn(DispatchedSlots()),
+                         [](const testing::TestParamInfo<Slot> &slot) {
+                             return std::string(slot.param.name);
+                         });
+
+// --- the slots with rules of their own
+
+class TracedPrint : public testing::Test {
+  protected:
+    TracedPrint() {
+        g_lines.clear();
+        DxrHooks hooks = {};
+        hooks.print.print = Print;
+        hooks.print.writePrivateLog = WritePrivateLog;
+        hooks.print.logFilterFilterSameLog = [](void *handle, const char *text) -> uint32_t {
+            g_lines.push_back((handle == &g_lines ? "same: " : "?: ") + std::string(text));
+            return 32;
+        };
+        hooks.print.logFilterFilterDiffKeyLog = [](void *handle, const char *text) -> uint32_t {
+            g_lines.push_back((handle == &g_lines ? "key: " : "?: ") + std::string(text));
+            return 33;
+        };
+        EXPECT_EQ(0U, DXR_RegisterHooks(&hooks));
+    }
+    ~TracedPrint() override { DxrTraceStop(); }
+
+    static void Print(uint32_t level, const char *format, ...) {
+        std::va_list args;
+        va_start(args, format);
+        KeepLine(std::to_string(level), format, args);
+        va_end(args);
+    }
+
+    static uint32_t WritePrivateLog(const char *name, const char *format, ...) {
+        std::va_list args;
+        va_start(args, format);
+        KeepLine(name, format, args);
+        va_end(args);
+        return 31;
+    }
+
+    static void KeepLine(const std::string &head, const char *format, std::va_list args) {
+        if (format == nullptr) {
+            g_lines.push_back(head + ": no format");
+            return;
+        }
+        std::array<char, 8192> text{};
+        std::vsnprintf(text.data(), text.size(), format, args);
+        g_lines.push_back(head + ": " + text.data());
+    }
+
+    static inline std::vector<std::string> g_lines;
+    TestHost host_;
+};
+
+// A null format, which the hook's type forbids to write down.
+const char *NoFormat() {
+    return nullptr;
+}
+
+TEST_F(TracedPrint, FormattedTextsComeOutTheSame) {
+    const std::string longText(5000, 'x');
+    for (const uint32_t mode : kModes) {
+        Start(mode);
+        g_lines.clear();
+        const DxrPrintHook print = DXR_GetPrintHooks()->print;
+        const DxrPrivateLogHook log = DXR_GetPrintHooks()->writePrivateLog;
+        errno = 2;
+        print(6, "%u of %s, %.2f%%", 3U, "port 7", 12.5);
+        EXPECT_EQ(2, errno);
+        print(1, "[%s]", longText.c_str());
+        print(2, "%s", "");
+        EXPECT_EQ(31U, log("events", "%d%c%s", -1, '%', "%s"));
+        EXPECT_EQ(32U, DXR_GetPrintHooks()->logFilterFilterSameLog(&g_lines, "a %s"));
+        EXPECT_EQ(33U, DXR_GetPrintHooks()->logFilterFilterDiffKeyLog(&g_lines, "b"));
+        // NOLINTNEXTLINE(clang-diagnostic-format-security)
+        reinterpret_cast<void (*)(uint32_t, const char *, ...)>(print)(5, NoFormat());
+        const std::vector<std::string> expected = {"6: 3 of port 7, 12.50%",
+                                                   "1: [" + longText + "]",
+                                                   "2: ",
+                                                   "events: -1%%s",
+                                                   "same: a %s",
+                                                   "key: b",
+                                                   "5: no format"};
+        EXPECT_EQ(expected, g_lines);
+        const uint64_t counted = mode == DXR_TRACE_OFF ? 0 : 1;
+        EXPECT_EQ(4 * counted, CountOf(118).calls);
+        EXPECT_EQ(counted, CountOf(124).calls);
+        EXPECT_EQ(counted, CountOf(127).calls);
+        EXPECT_EQ(counted, CountOf(128).calls);
+        EXPECT_EQ(0U, DxrTraceStop());
+    }
+}
+
+// Lengths at which the text needs a block of its own, or just does not.
+TEST_F(TracedPrint, TextsOfEveryLengthStayWhole) {
+    Start(DXR_TRACE_COUNT);
+    for (size_t length = 1000; length < 1050; ++length) {
+        const std::string text(length, 'y');
+        g_lines.clear();
+        DXR_GetPrintHooks()->print(4, "%s", text.c_str());
+        EXPECT_EQ(std::vector<std::string>{"4: " + text}, g_lines);
+    }
+}
+
+// --- the table as a whole
+
+TEST(TraceTable, AllSlotsButTheReservedOnesAreWrapped) {
+    const TestHost host;
+    RawTable table = {};
+    for (size_t i = 0; i < kSlotCount; ++i) {
+        table[i] = std::bit_cast<Hook>(0x1000 + i);
+    }
+    Register(table);
+    Start(DXR_TRACE_COUNT);
+    const RawTable traced = Registered();
+    std::set<Hook> different;
+    for (const Slot &slot : ExpectedSlots()) {
+        const size_t place = slot.Absolute();
+        if (slot.use == Use::kUnread) {
+            EXPECT_EQ(table[place], traced[place]) << slot.name;
+            EXPECT_TRUE(kSlots[place].isReserved) << slot.name;
+        } else {
+            EXPECT_EQ(Wrappers()[place], traced[place]) << slot.name;
+            EXPECT_TRUE(different.insert(traced[place]).second) << slot.name;
+        }
+    }
+    EXPECT_EQ(220U, different.size());
+    EXPECT_EQ(0U, DxrTraceStop());
+    EXPECT_EQ(table, Registered());
+    DXR_RegisterHooks(nullptr);
+}
+
+// A text that no rule knows would not be seen; a rule must fit its slot.
+TEST(TraceTable, PointersFitTheirSlots) {
+    using dxr_trace::Extent;
+    using dxr_trace::Width;
+    for (size_t i = 0; i < kSlotCount; ++i) {
+        const dxr_trace::SlotInfo &slot = kSlots[i];
+        EXPECT_LE(slot.parameters.size(), dxr_trace::kMostParameters);
+        EXPECT_LE(slot.pointers.size(), dxr_trace::kMostPointers) << slot.name;
+        std::set<std::string> names;
+        for (const dxr_trace::PointerRule &rule : slot.pointers) {
+            EXPECT_TRUE(names.insert(rule.name).second) << slot.name << " " << rule.name;
+            if (rule.parameter == dxr_trace::kResultPlace) {
+                EXPECT_EQ(Width::kPointer, slot.result) << slot.name;
+            } else {
+                ASSERT_LT(rule.parameter, slot.parameters.size()) << slot.name;
+                EXPECT_EQ(Width::kPointer, slot.parameters[rule.parameter].width) << slot.name;
+            }
+            const bool countedByParameter =
+                rule.extent == Extent::kTextWithin || rule.extent == Extent::kArgument ||
+                rule.extent == Extent::kProduct || rule.extent == Extent::kResult;
+            if (countedByParameter) {
+                ASSERT_LT(rule.first, slot.parameters.size()) << slot.name;
+                EXPECT_EQ(Width::kU32, slot.parameters[rule.first].width) << slot.name;
+            }
+            if (rule.extent == Extent::kFixed) {
+                EXPECT_GT(rule.first, 0U) << slot.name;
+            }
+        }
+    }
+    EXPECT_EQ(nullptr, DxrTraceSlotName(kSlotCount));
+    EXPECT_STREQ("Print.print", DxrTraceSlotName(118));
+}
+
+}  // namespace
+}  // namespace dxrtest

@@ -1,0 +1,876 @@
+// Made by hooks/generate.py from hooks/slots.yaml; do not edit.
+#include "slots.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dxr/types.h"
+
+namespace dxr_trace {
+namespace {
+
+using enum Width;
+using enum Direction;
+using enum Extent;
+
+constexpr Parameter kAlarmAlarmParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU32}, {"arg5", kPointer}};
+constexpr Parameter kAlarmFmAlarmParameters[] = {{"alarm", kPointer}};
+constexpr Parameter kDbSelectDbRecordCountParameters[] = {{"query", kPointer}, {"count", kPointer}};
+constexpr PointerRule kDbSelectDbRecordCountPointers[] = {
+    {"count", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, false}};
+constexpr Parameter kDbSelectDbRecordLimitParameters[] = {
+    {"query", kPointer}, {"limit", kU32}, {"records", kPointer}};
+constexpr Parameter kDbSelectFirstDbRecordParameters[] = {{"query", kPointer},
+                                                          {"record", kPointer}};
+constexpr Parameter kDbGetLocalFicIdFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"ficId", kPointer}};
+constexpr Parameter kDbGetTmTypeByGlobalFicIdFromDbParameters[] = {{"ficId", kU32},
+                                                                   {"type", kPointer}};
+constexpr Parameter kDbGetTmTypeByLocalFicIdFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"type", kPointer}};
+constexpr Parameter kDbGetChipPosByGlobalFicIdFromDbParameters[] = {{"ficId", kU32},
+                                                                    {"position", kPointer}};
+constexpr Parameter kDbGetChipPosByLocalFicIdFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"position", kPointer}};
+constexpr Parameter kDbGetFicIdByNodeGroupIdFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}};
+constexpr Parameter kDbGetNgTmCfgFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"config", kPointer}};
+constexpr Parameter kDbGetNgTmPortInfoFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"info", kPointer}};
+constexpr Parameter kDbGetNgTmPortInfoByTmPortFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"info", kPointer}};
+constexpr Parameter kDbGetNgTmPortInfoByVsqIdFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"info", kPointer}};
+constexpr Parameter kDbGetNgTmSrvPortInfoFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU32}, {"info", kPointer}};
+constexpr Parameter kDbGetNgTmSrvPortByVsqFromDbParameters[] = {{"vsq", kU32}, {"port", kPointer}};
+constexpr Parameter kDbGetDestFicPortParameters[] = {{"arg1", kPointer}, {"arg2", kPointer}};
+constexpr Parameter kDbGetNgTmSrvPortByFicIdFromDbParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}, {"arg4", kU32}, {"arg5", kPointer}};
+constexpr Parameter kDbGetLpuDevIdParameters[] = {{"arg1", kU32}};
+constexpr Parameter kDevGetDevAttrValueParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"value", kPointer}};
+constexpr PointerRule kDevGetDevAttrValuePointers[] = {
+    {"value", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevSetDevAttrValueParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"value", kU32}};
+constexpr Parameter kDevSetDevMmapTypeParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr Parameter kDevGetEnvParameters[] = {
+    {"name", kPointer}, {"value", kPointer}, {"size", kU32}};
+constexpr PointerRule kDevGetEnvPointers[] = {{"name", 0, kDirect, kIn, kText, 0, 0, false},
+                                              {"value", 1, kDirect, kOut, kArgument, 2, 0, false}};
+constexpr Parameter kDevSetEnvParameters[] = {
+    {"name", kPointer}, {"value", kPointer}, {"size", kU32}};
+constexpr PointerRule kDevSetEnvPointers[] = {{"name", 0, kDirect, kIn, kText, 0, 0, false},
+                                              {"value", 1, kDirect, kIn, kArgument, 2, 0, false}};
+constexpr Parameter kDevGetMemEnvParameters[] = {
+    {"name", kPointer}, {"value", kPointer}, {"size", kU32}};
+constexpr PointerRule kDevGetMemEnvPointers[] = {
+    {"name", 0, kDirect, kIn, kText, 0, 0, false},
+    {"value", 1, kDirect, kOut, kArgument, 2, 0, false}};
+constexpr Parameter kDevSetMemEnvParameters[] = {
+    {"name", kPointer}, {"value", kPointer}, {"size", kU32}};
+constexpr PointerRule kDevSetMemEnvPointers[] = {
+    {"name", 0, kDirect, kIn, kText, 0, 0, false},
+    {"value", 1, kDirect, kIn, kArgument, 2, 0, false}};
+constexpr Parameter kDevGetPcieConfigRegValueParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"value", kPointer}};
+constexpr PointerRule kDevGetPcieConfigRegValuePointers[] = {
+    {"value", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevSetPcieConfigRegValueParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"value", kU32}};
+constexpr Parameter kDevGetRsvMemMmapAddrParameters[] = {
+    {"arg1", kPointer}, {"arg2", kU32}, {"address", kPointer}};
+constexpr PointerRule kDevGetRsvMemMmapAddrPointers[] = {
+    {"arg1", 0, kDirect, kIn, kText, 0, 0, true},
+    {"address", 2, kDirect, kOut, kFixed, sizeof(void *), 0, true}};
+constexpr Parameter kDevGetResetModeParameters[] = {{"mode", kPointer}};
+constexpr PointerRule kDevGetResetModePointers[] = {
+    {"mode", 0, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevScanPcieParameters[] = {{"arg1", kU32}};
+constexpr Parameter kDevGetRsvdMemParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"arg3", kPointer}};
+constexpr PointerRule kDevGetRsvdMemPointers[] = {
+    {"arg2", 1, kDirect, kOut, kFixed, sizeof(uint64_t), 0, true},
+    {"arg3", 2, kDirect, kOut, kFixed, sizeof(uint64_t), 0, true}};
+constexpr Parameter kDevMmapDevParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr PointerRule kDevMmapDevPointers[] = {
+    {"result", kResultPlace, kDirect, kBlock, kArgument, 1, 0, true}};
+constexpr Parameter kDevMunmapDevParameters[] = {{"address", kPointer}, {"size", kU32}};
+constexpr Parameter kDevOpenDevParameters[] = {{"path", kPointer}};
+constexpr PointerRule kDevOpenDevPointers[] = {{"path", 0, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kDevOpenDevWithOptionParameters[] = {{"path", kPointer}, {"option", kU32}};
+constexpr PointerRule kDevOpenDevWithOptionPointers[] = {
+    {"path", 0, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kDevCloseDevParameters[] = {{"device", kU32}};
+constexpr Parameter kDevControlDevParameters[] = {{"request", kPointer}};
+constexpr PointerRule kDevControlDevPointers[] = {
+    {"request", 0, kDirect, kInOut, kRecord, 0, 0, true},
+    {"request+24", 0, 24, kOut, kField, 12, 0, true}};
+constexpr Parameter kDevWriteDevParameters[] = {
+    {"device", kU32}, {"arg2", kPointer}, {"arg3", kU32}, {"arg4", kPointer}};
+constexpr PointerRule kDevWriteDevPointers[] = {
+    {"arg2", 1, kDirect, kIn, kArgument, 2, 0, true},
+    {"arg4", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevReadI2cParameters[] = {{"request", kPointer}};
+constexpr PointerRule kDevReadI2cPointers[] = {{"request", 0, kDirect, kInOut, kRecord, 0, 0, true},
+                                               {"request+24", 0, 24, kOut, kField, 16, 0, true}};
+constexpr Parameter kDevWriteI2cParameters[] = {{"request", kPointer}};
+constexpr PointerRule kDevWriteI2cPointers[] = {
+    {"request", 0, kDirect, kInOut, kRecord, 0, 0, true},
+    {"request+24", 0, 24, kIn, kField, 16, 0, true}};
+constexpr Parameter kDevReadReg16Parameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"value", kPointer}};
+constexpr PointerRule kDevReadReg16Pointers[] = {
+    {"value", 3, kDirect, kOut, kFixed, sizeof(uint16_t), 0, true}};
+constexpr Parameter kDevWriteReg16Parameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"value", kU16}};
+constexpr Parameter kDevReadRegParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"value", kPointer}};
+constexpr PointerRule kDevReadRegPointers[] = {
+    {"value", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevWriteRegParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"value", kU32}};
+constexpr Parameter kDevGetVoltageKeyParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"key", kPointer}};
+constexpr PointerRule kDevGetVoltageKeyPointers[] = {
+    {"key", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevSetVoltageParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"voltage", kU32}};
+constexpr Parameter kDevGetVoltageParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"voltage", kPointer}};
+constexpr PointerRule kDevGetVoltagePointers[] = {
+    {"voltage", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevHardResetChipParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}};
+constexpr Parameter kDevProbePcieParameters[] = {{"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}};
+constexpr Parameter kDevGetBomIdParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"bomId", kPointer}};
+constexpr PointerRule kDevGetBomIdPointers[] = {
+    {"bomId", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevReadPcieParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"value", kPointer}};
+constexpr PointerRule kDevReadPciePointers[] = {
+    {"value", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevWritePcieParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"value", kU32}};
+constexpr Parameter kDevGetDeviceBarParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}, {"arg4", kPointer}};
+constexpr PointerRule kDevGetDeviceBarPointers[] = {
+    {"arg3", 2, kDirect, kOut, kFixed, sizeof(uint64_t), 0, true},
+    {"arg4", 3, kDirect, kOut, kFixed, sizeof(uint64_t), 0, true}};
+constexpr Parameter kDevResetBoardParameters[] = {{"arg1", kU32}};
+constexpr Parameter kDevGetHardIdParameters[] = {{"arg1", kU32}, {"hardId", kPointer}};
+constexpr PointerRule kDevGetHardIdPointers[] = {
+    {"hardId", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevChmodRsvMemFileParameters[] = {{"file", kPointer}, {"mode", kU32}};
+constexpr PointerRule kDevChmodRsvMemFilePointers[] = {
+    {"file", 0, kDirect, kIn, kText, 0, 0, true}};
+constexpr Parameter kDevGetVsfuDevNameParameters[] = {{"name", kPointer}, {"size", kU32}};
+constexpr PointerRule kDevGetVsfuDevNamePointers[] = {
+    {"name", 0, kDirect, kOut, kTextWithin, 1, 0, false}};
+constexpr Parameter kDevRebootOSParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
+constexpr PointerRule kDevRebootOSPointers[] = {{"arg2", 1, kDirect, kIn, kText, 0, 0, true}};
+constexpr Parameter kDevRegisterPreResetProcFuncParameters[] = {{"arg1", kPointer},
+                                                                {"arg2", kPointer}};
+constexpr Parameter kDevCreateIOWorkerParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}};
+constexpr Parameter kDevGetPreResetModeParameters[] = {{"mode", kPointer}};
+constexpr PointerRule kDevGetPreResetModePointers[] = {
+    {"mode", 0, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kDevSetPreResetModeParameters[] = {{"mode", kU32}};
+constexpr Parameter kDevVSfuLoadPacketParameters[] = {
+    {"arg1", kU32}, {"packet", kPointer}, {"arg3", kU32}, {"arg4", kU32}, {"arg5", kU32}};
+constexpr Parameter kDevWriteMdioParameters[] = {{"arg1", kU32}, {"arg2", kU32}, {"arg3", kU8},
+                                                 {"arg4", kU8},  {"arg5", kU16}, {"value", kU16}};
+constexpr Parameter kDevReadMdioParameters[] = {{"arg1", kU32}, {"arg2", kU32},
+                                                {"arg3", kU8},  {"arg4", kU8},
+                                                {"arg5", kU16}, {"value", kPointer}};
+constexpr PointerRule kDevReadMdioPointers[] = {
+    {"value", 5, kDirect, kOut, kFixed, sizeof(uint16_t), 0, true}};
+constexpr Parameter kDevEnableMdioParallelParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU16}};
+constexpr Parameter kDevCdrResetChipParameters[] = {{"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}};
+constexpr Parameter kDevCmdCallbackParameters[] = {{"arg1", kPointer}, {"arg2", kU32}};
+constexpr Parameter kDevIntrSetRegistParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}, {"arg4", kPointer}};
+constexpr Parameter kDevGetWofflineStateParameters[] = {{"arg1", kU32}, {"state", kPointer}};
+constexpr Parameter kDevCheckSmiLosEnableParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr Parameter kDevWriteFlashInfoParameters[] = {{"info", kPointer}};
+constexpr PointerRule kDevWriteFlashInfoPointers[] = {
+    {"info", 0, kDirect, kIn, kRecord, 0, 0, true}, {"info+16", 0, 16, kIn, kField, 8, 0, true}};
+constexpr Parameter kInitRegisterModuleParameters[] = {{"record", kPointer}};
+constexpr Parameter kInitSetUdfParameters[] = {{"udf", kPointer}};
+constexpr Parameter kInitRegisterVelderFuncsParameters[] = {{"flag", kU8}};
+constexpr Parameter kListAddSllParameters[] = {
+    {"list", kPointer}, {"data", kPointer}, {"arg3", kU32}};
+constexpr Parameter kListRemoveSllParameters[] = {{"list", kPointer}, {"arg2", kPointer}};
+constexpr Parameter kListDestroySllParameters[] = {{"list", kPointer}};
+constexpr Parameter kListSslGetCountParameters[] = {{"list", kPointer}};
+constexpr Parameter kListSslGetNextNodeParameters[] = {{"list", kPointer}, {"node", kPointer}};
+constexpr Parameter kListSslGetNodeDataParameters[] = {{"node", kPointer}};
+constexpr Parameter kListSslProcSingleNodeParameters[] = {
+    {"list", kPointer}, {"arg2", kPointer}, {"arg3", kU32}};
+constexpr Parameter kMemoryReleaseParameters[] = {
+    {"block", kPointer}, {"file", kPointer}, {"line", kU32}};
+constexpr PointerRule kMemoryReleasePointers[] = {{"file", 1, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kMemoryAllocateParameters[] = {
+    {"mid", kU32}, {"size", kU32}, {"file", kPointer}, {"line", kU32}};
+constexpr PointerRule kMemoryAllocatePointers[] = {
+    {"file", 2, kDirect, kIn, kText, 0, 0, false},
+    {"result", kResultPlace, kDirect, kBlock, kArgument, 1, 0, true}};
+constexpr Parameter kMsgSendMsgParameters[] = {{"msg", kPointer}};
+constexpr Parameter kMsgGetTriggerTypeByEventParameters[] = {{"event", kU32}};
+constexpr Parameter kMsgGetErrTypeByEventParameters[] = {{"event", kU32}};
+constexpr Parameter kMsgGetTriggerStrParameters[] = {{"trigger", kU32}};
+constexpr PointerRule kMsgGetTriggerStrPointers[] = {
+    {"result", kResultPlace, kDirect, kOut, kText, 0, 0, false}};
+constexpr Parameter kMsgSendMsgToMpuParameters[] = {{"msg", kPointer}};
+constexpr Parameter kMsgSendMsgToDevmParameters[] = {{"msg", kPointer}};
+constexpr Parameter kMsgSendMsgToLpuParameters[] = {{"msg", kPointer}};
+constexpr Parameter kMsgSendMsgToSfuParameters[] = {{"msg", kPointer}};
+constexpr Parameter kMsgSendMsgToNpParameters[] = {{"arg1", kU32}};
+constexpr Parameter kMsgSendEopEventParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
+constexpr Parameter kMsgSetMeshFdParameters[] = {{"fd", kU32}};
+constexpr Parameter kPrintReportAssertParameters[] = {{"value", kPointer}, {"arg2", kU32}};
+constexpr Parameter kPrintEnableLogOutputParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr Parameter kPrintPrintParameters[] = {{"level", kU32}, {"format", kPointer}};
+constexpr PointerRule kPrintPrintPointers[] = {{"format", 1, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kPrintWriteEventLogParameters[] = {{"event", kPointer}};
+constexpr PointerRule kPrintWriteEventLogPointers[] = {
+    {"event", 0, kDirect, kIn, kRecord, 0, 0, true}, {"event+16", 0, 16, kIn, kText, 0, 0, true}};
+constexpr Parameter kPrintDiagLogFilterParameters[] = {{"text", kPointer}};
+constexpr PointerRule kPrintDiagLogFilterPointers[] = {
+    {"text", 0, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kPrintSetDbgLevelParameters[] = {{"level", kU32}};
+constexpr Parameter kPrintWritePrivateLogParameters[] = {{"name", kPointer}, {"format", kPointer}};
+constexpr PointerRule kPrintWritePrivateLogPointers[] = {
+    {"name", 0, kDirect, kIn, kText, 0, 0, false}, {"format", 1, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kPrintLogFilterDestroyParameters[] = {{"arg1", kPointer}};
+constexpr Parameter kPrintLogFilterGetFileNameParameters[] = {{"arg1", kPointer}};
+constexpr PointerRule kPrintLogFilterGetFileNamePointers[] = {
+    {"result", kResultPlace, kDirect, kOut, kText, 0, 0, false}};
+constexpr Parameter kPrintLogFilterFilterSameLogParameters[] = {{"handle", kPointer},
+                                                                {"text", kPointer}};
+constexpr PointerRule kPrintLogFilterFilterSameLogPointers[] = {
+    {"text", 1, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kPrintLogFilterFilterDiffKeyLogParameters[] = {{"handle", kPointer},
+                                                                   {"text", kPointer}};
+constexpr PointerRule kPrintLogFilterFilterDiffKeyLogPointers[] = {
+    {"text", 1, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kPrintLogFilterFilterLargeDiffKeyLogParameters[] = {
+    {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kU32}};
+constexpr PointerRule kPrintLogFilterFilterLargeDiffKeyLogPointers[] = {
+    {"arg2", 1, kDirect, kIn, kTextWithin, 2, 0, true}};
+constexpr Parameter kPrintLogFilterRegisterParameters[] = {{"arg1", kPointer}};
+constexpr PointerRule kPrintLogFilterRegisterPointers[] = {
+    {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true}};
+constexpr Parameter kPrintLogFilterRegisterDiffLogForFrameworkParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kPointer}};
+constexpr PointerRule kPrintLogFilterRegisterDiffLogForFrameworkPointers[] = {
+    {"arg2", 1, kDirect, kIn, kText, 0, 0, true},
+    {"arg3", 2, kDirect, kInOut, kRecord, 0, 0, true},
+    {"arg4", 3, kDirect, kOut, kFixed, sizeof(void *), 0, true}};
+constexpr Parameter kPrintLogFilterShowCurInfoParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}};
+constexpr PointerRule kPrintLogFilterShowCurInfoPointers[] = {
+    {"arg3", 2, kDirect, kOut, kTextWithin, 3, 0, true}};
+constexpr Parameter kPrintLogFilterShowHisInfoParameters[] = {{"arg1", kPointer}};
+constexpr Parameter kPrintRecordWarmRebootMileStoneParameters[] = {{"arg1", kPointer}};
+constexpr PointerRule kPrintRecordWarmRebootMileStonePointers[] = {
+    {"arg1", 0, kDirect, kIn, kText, 0, 0, true}};
+constexpr Parameter kSystemGetEnvValueByIdParameters[] = {{"id", kU32}, {"value", kPointer}};
+constexpr PointerRule kSystemGetEnvValueByIdPointers[] = {
+    {"value", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kSystemStartTimerParameters[] = {{"timer", kPointer}};
+constexpr PointerRule kSystemStartTimerPointers[] = {
+    {"timer", 0, kDirect, kInOut, kRecord, 0, 0, true}};
+constexpr Parameter kSystemStopTimerParameters[] = {{"timer", kPointer}};
+constexpr PointerRule kSystemStopTimerPointers[] = {
+    {"timer", 0, kDirect, kInOut, kRecord, 0, 0, true}};
+constexpr Parameter kSystemFOpenParameters[] = {{"path", kPointer}, {"mode", kPointer}};
+constexpr PointerRule kSystemFOpenPointers[] = {{"path", 0, kDirect, kIn, kText, 0, 0, false},
+                                                {"mode", 1, kDirect, kIn, kText, 0, 0, false}};
+constexpr Parameter kSystemFCloseParameters[] = {{"file", kPointer}};
+constexpr Parameter kSystemFReadParameters[] = {
+    {"buffer", kPointer}, {"size", kU32}, {"count", kU32}, {"file", kPointer}};
+constexpr PointerRule kSystemFReadPointers[] = {{"buffer", 0, kDirect, kOut, kResult, 1, 2, false}};
+constexpr Parameter kSystemFileLengthParameters[] = {{"path", kPointer}};
+constexpr PointerRule kSystemFileLengthPointers[] = {{"path", 0, kDirect, kIn, kText, 0, 0, false}};
+constexpr PointerRule kSystemGetBinFolderNamePointers[] = {
+    {"result", kResultPlace, kDirect, kOut, kText, 0, 0, false}};
+constexpr Parameter kSystemGetSysWorkPathParameters[] = {{"buffer", kPointer}, {"size", kU32}};
+constexpr PointerRule kSystemGetSysWorkPathPointers[] = {
+    {"buffer", 0, kDirect, kOut, kTextWithin, 1, 0, false}};
+constexpr Parameter kSystemZipBufferParameters[] = {
+    {"arg1", kU32}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kPointer}};
+constexpr PointerRule kSystemZipBufferPointers[] = {
+    {"arg2", 1, kDirect, kIn, kArgument, 0, 0, true},
+    {"arg3", 2, kDirect, kOut, kField, 0, 3, true},
+    {"arg4", 3, kDirect, kInOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kSystemSetHeartMonParameters[] = {
+    {"arg1", kPointer}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU32}};
+constexpr PointerRule kSystemSetHeartMonPointers[] = {
+    {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
+constexpr Parameter kSystemStopHeartToMonParameters[] = {{"arg1", kPointer}};
+constexpr PointerRule kSystemStopHeartToMonPointers[] = {
+    {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
+constexpr Parameter kSystemFSeekParameters[] = {
+    {"file", kPointer}, {"offset", kU32}, {"origin", kU32}};
+constexpr Parameter kTaskReadEventParameters[] = {
+    {"arg1", kU32}, {"mode", kU32}, {"arg3", kU32}, {"events", kPointer}};
+constexpr PointerRule kTaskReadEventPointers[] = {
+    {"events", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kTaskWriteEventParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr Parameter kTaskCreateTaskParameters[] = {
+    {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32},
+    {"arg5", kPointer}, {"flag", kU32},     {"arg7", kPointer}};
+constexpr PointerRule kTaskCreateTaskPointers[] = {
+    {"arg1", 0, kDirect, kIn, kText, 0, 0, true},
+    {"arg5", 4, kDirect, kIn, kRecord, 0, 0, true},
+    {"arg7", 6, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kTaskDelayTaskParameters[] = {{"arg1", kU32}};
+constexpr Parameter kTaskInitMutexParameters[] = {{"mutex", kPointer}, {"option", kPointer}};
+constexpr PointerRule kTaskInitMutexPointers[] = {
+    {"mutex", 0, kDirect, kOut, kFixed, sizeof(void *), 0, false}};
+constexpr Parameter kTaskDestroyMutexParameters[] = {{"mutex", kPointer}};
+constexpr Parameter kTaskLockMutexParameters[] = {{"mutex", kPointer}};
+constexpr Parameter kTaskUnlockMutexParameters[] = {{"mutex", kPointer}};
+constexpr Parameter kTblmDynamicCreateTableParameters[] = {{"arg1", kU32}};
+constexpr Parameter kTblmGetChipTblmDataParameters[] = {{"chip", kU32}, {"request", kPointer}};
+constexpr PointerRule kTblmGetChipTblmDataPointers[] = {
+    {"request", 1, kDirect, kInOut, kFixed, sizeof(DxrTblmRequest), 0, false},
+    {"request->key", 1, offsetof(DxrTblmRequest, key), kIn, kField,
+     offsetof(DxrTblmRequest, keyLen), 1, false},
+    {"request->data", 1, offsetof(DxrTblmRequest, data), kOut, kField,
+     offsetof(DxrTblmRequest, dataLen), 1, false}};
+constexpr Parameter kTblmSetChipTblmDataParameters[] = {{"chip", kU32}, {"request", kPointer}};
+constexpr PointerRule kTblmSetChipTblmDataPointers[] = {
+    {"request", 1, kDirect, kInOut, kFixed, sizeof(DxrTblmRequest), 0, false},
+    {"request->key", 1, offsetof(DxrTblmRequest, key), kIn, kField,
+     offsetof(DxrTblmRequest, keyLen), 1, false},
+    {"request->data", 1, offsetof(DxrTblmRequest, data), kIn, kField,
+     offsetof(DxrTblmRequest, dataLen), 1, false}};
+constexpr Parameter kTblmDeleteChipTblmDataParameters[] = {
+    {"chip", kU32}, {"tableId", kU32}, {"key", kPointer}, {"keyLen", kU32}};
+constexpr PointerRule kTblmDeleteChipTblmDataPointers[] = {
+    {"key", 2, kDirect, kIn, kArgument, 3, 0, false}};
+constexpr Parameter kTblmGetCrossTblmFirstDataParameters[] = {
+    {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
+constexpr Parameter kTblmGetLinearTblmFirstDataParameters[] = {{"arg1", kPointer},
+                                                               {"arg2", kPointer}};
+constexpr Parameter kTblmGetTblmNextDataParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
+constexpr Parameter kTblmReleaseTblmParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr Parameter kTblmGetTblmAttrParameters[] = {{"arg1", kU32}, {"attr", kPointer}};
+constexpr Parameter kTblmGetCstPoolCountParameters[] = {
+    {"arg1", kU32}, {"arg2", kU16}, {"arg3", kU32}, {"count", kPointer}};
+constexpr Parameter kTblmSetChipTblmDataAndMaskParameters[] = {{"chip", kU32},
+                                                               {"record", kPointer}};
+constexpr Parameter kTimeGetSysTimeParameters[] = {{"time", kPointer}};
+constexpr PointerRule kTimeGetSysTimePointers[] = {
+    {"time", 0, kDirect, kOut, kFixed, sizeof(DxrSysTime), 0, false}};
+constexpr Parameter kTimeSysTime2StrParameters[] = {
+    {"arg1", kPointer}, {"arg2", kU32}, {"arg3", kPointer}};
+constexpr PointerRule kTimeSysTime2StrPointers[] = {
+    {"arg1", 0, kDirect, kIn, kFixed, sizeof(DxrSysTime), 0, true},
+    {"arg3", 2, kDirect, kOut, kTextWithin, 1, 0, true}};
+constexpr Parameter kTimeSysTimeSec2TimeParameters[] = {{"sec", kU32}, {"time", kPointer}};
+constexpr PointerRule kTimeSysTimeSec2TimePointers[] = {
+    {"time", 1, kDirect, kOut, kFixed, sizeof(DxrSysTime), 0, true}};
+constexpr Parameter kTimeTick2MsParameters[] = {{"arg1", kPointer}};
+constexpr PointerRule kTimeTick2MsPointers[] = {
+    {"arg1", 0, kDirect, kInOut, kFixed, sizeof(uint64_t), 0, true}};
+constexpr Parameter kTimeGetCurrentTickParameters[] = {{"tick", kPointer}};
+constexpr PointerRule kTimeGetCurrentTickPointers[] = {
+    {"tick", 0, kDirect, kOut, kFixed, sizeof(uint64_t), 0, true}};
+constexpr Parameter kTimeGetCpuTickParameters[] = {{"arg1", kPointer}, {"arg2", kPointer}};
+constexpr PointerRule kTimeGetCpuTickPointers[] = {
+    {"arg1", 0, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true},
+    {"arg2", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
+constexpr Parameter kTimeGetCurrTimeParameters[] = {
+    {"text", kPointer}, {"size", kU32}, {"sec", kPointer}};
+constexpr PointerRule kTimeGetCurrTimePointers[] = {
+    {"text", 0, kDirect, kOut, kTextWithin, 1, 0, false},
+    {"sec", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, false}};
+constexpr Parameter kTimeCalSystimeRelSecParameters[] = {
+    {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
+constexpr PointerRule kTimeCalSystimeRelSecPointers[] = {
+    {"arg1", 0, kDirect, kIn, kFixed, sizeof(DxrSysTime), 0, true},
+    {"arg2", 1, kDirect, kIn, kFixed, sizeof(DxrSysTime), 0, true},
+    {"arg3", 2, kDirect, kOut, kFixed, sizeof(int64_t), 0, true}};
+constexpr Parameter kTimeGetStartupTimeStampParameters[] = {{"stamp", kPointer}};
+constexpr PointerRule kTimeGetStartupTimeStampPointers[] = {
+    {"stamp", 0, kDirect, kOut, kFixed, sizeof(DxrSysTime), 0, true}};
+constexpr Parameter kTimeAddStartupTimeParameters[] = {{"time", kPointer}};
+constexpr PointerRule kTimeAddStartupTimePointers[] = {
+    {"time", 0, kDirect, kInOut, kFixed, sizeof(DxrSysTime), 0, true}};
+constexpr Parameter kTimeGetGMTParameters[] = {{"time", kPointer}};
+constexpr PointerRule kTimeGetGMTPointers[] = {
+    {"time", 0, kDirect, kOut, kFixed, sizeof(DxrSysTime), 0, true}};
+constexpr Parameter kTimeGetLocalTimeParameters[] = {{"arg1", kPointer}, {"arg2", kPointer}};
+constexpr PointerRule kTimeGetLocalTimePointers[] = {
+    {"arg1", 0, kDirect, kOut, kFixed, sizeof(DxrSysTime), 0, true},
+    {"arg2", 1, kDirect, kOut, kFixed, sizeof(int32_t), 0, true}};
+constexpr Parameter kCfgCfgReadBoardDataParameters[] = {
+    {"arg1", kPointer}, {"arg2", kU32}, {"arg3", kU32}};
+constexpr Parameter kCfgCfgDisplayBoardDataParameters[] = {{"arg1", kPointer}, {"arg2", kU32}};
+constexpr Parameter kCfgCfgGetBoardDataParameters[] = {{"arg1", kU32}};
+constexpr Parameter kCfgCfgIsFromBoardDataParameters[] = {{"arg1", kU32}};
+constexpr Parameter kCfgCfgGetMemParamParameters[] = {{"arg1", kU32}};
+constexpr Parameter kCfgCfgIsFromMemParamParameters[] = {{"arg1", kU32}};
+constexpr Parameter kCfgCfgGetAdvancedSpecParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr Parameter kCfgCfgIsFromBoardAdvancedSpecParameters[] = {{"arg1", kU32}};
+constexpr Parameter kCfgCfgGetPhyBoardInfoParameters[] = {{"arg1", kU32}};
+constexpr Parameter kCfgCfgIsFromPhyBoardInfoParameters[] = {{"arg1", kU32}};
+constexpr Parameter kNpSetMcPortMapParameters[] = {{"arg1", kU32}, {"map", kPointer}};
+constexpr Parameter kNpGetQueueDropStatParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU8}, {"stat", kPointer}};
+constexpr Parameter kNpGetAbsPfcLogicSpParameters[] = {
+    {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"sp", kPointer}};
+constexpr Parameter kPluginRegisterBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr Parameter kPluginUnRegisterBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr Parameter kPluginLoadBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr Parameter kPluginUnLoadBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr Parameter kPluginIsBrdPluginLoadedParameters[] = {{"plugin", kPointer}};
+constexpr Parameter kPluginCheckBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr Parameter kPluginQueryBrdPluginParameters[] = {
+    {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
+constexpr Parameter kPluginDisplayBrdPluginParameters[] = {
+    {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}};
+constexpr Parameter kHashHashCountParameters[] = {{"table", kPointer}};
+constexpr Parameter kHashHashCreateParameters[] = {{"arg1", kPointer}};
+constexpr Parameter kHashHashFindKeyParameters[] = {{"table", kPointer}, {"key", kPointer}};
+constexpr Parameter kHashHashFreeParameters[] = {{"table", kPointer}};
+constexpr Parameter kHashHashGetBucketNumParameters[] = {{"table", kPointer}};
+constexpr Parameter kHashHashGetFirstParameters[] = {{"table", kPointer}};
+constexpr Parameter kHashHashGetNextParameters[] = {{"table", kPointer}, {"entry", kPointer}};
+constexpr Parameter kHashHashGetMaxItemParameters[] = {{"table", kPointer}};
+constexpr Parameter kHashHashInsertParameters[] = {
+    {"table", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}, {"arg5", kU32}};
+constexpr Parameter kHashHashRemoveParameters[] = {{"table", kPointer}, {"arg2", kPointer}};
+constexpr Parameter kHashHashGetFromEntryParameters[] = {
+    {"entry", kPointer}, {"arg2", kU32}, {"arg3", kU32}};
+constexpr Parameter kKpiUpdateKpiAttrValParameters[] = {{"arg1", kPointer}, {"arg2", kU32}};
+constexpr Parameter kTemperatureRegisterQueryTempFuncParameters[] = {{"arg1", kU32},
+                                                                     {"func", kPointer}};
+
+}  // namespace
+
+constinit const SlotInfo kSlots[kSlotCount] = {
+    {"Alarm", "DXR_Alarm", kU32, false, false, kAlarmAlarmParameters, {}},
+    {"Alarm", "DXR_FmAlarm", kU32, false, false, kAlarmFmAlarmParameters, {}},
+    {"Alarm", "Alarm.reserved2", kNone, false, true, {}, {}},
+    {"Db", "DXR_SelectDbRecordCount", kU32, false, false, kDbSelectDbRecordCountParameters,
+     kDbSelectDbRecordCountPointers},
+    {"Db", "DXR_SelectDbRecordLimit", kU32, false, false, kDbSelectDbRecordLimitParameters, {}},
+    {"Db", "DXR_SelectFirstDbRecord", kU32, false, false, kDbSelectFirstDbRecordParameters, {}},
+    {"Db", "DXR_GetLocalFicIdFromDb", kU32, false, false, kDbGetLocalFicIdFromDbParameters, {}},
+    {"Db",
+     "DXR_GetTmTypeByGlobalFicIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetTmTypeByGlobalFicIdFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetTmTypeByLocalFicIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetTmTypeByLocalFicIdFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetChipPosByGlobalFicIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetChipPosByGlobalFicIdFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetChipPosByLocalFicIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetChipPosByLocalFicIdFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetFicIdByNodeGroupIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetFicIdByNodeGroupIdFromDbParameters,
+     {}},
+    {"Db", "DXR_GetNgTmCfgFromDb", kU32, false, false, kDbGetNgTmCfgFromDbParameters, {}},
+    {"Db", "DXR_GetNgTmPortInfoFromDb", kU32, false, false, kDbGetNgTmPortInfoFromDbParameters, {}},
+    {"Db",
+     "DXR_GetNgTmPortInfoByTmPortFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetNgTmPortInfoByTmPortFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetNgTmPortInfoByVsqIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetNgTmPortInfoByVsqIdFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetNgTmSrvPortInfoFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetNgTmSrvPortInfoFromDbParameters,
+     {}},
+    {"Db",
+     "DXR_GetNgTmSrvPortByVsqFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetNgTmSrvPortByVsqFromDbParameters,
+     {}},
+    {"Db", "DXR_IsMcRepByTm", kU32, false, false, {}, {}},
+    {"Db", "DXR_GetDestFicPort", kPointer, false, false, kDbGetDestFicPortParameters, {}},
+    {"Db",
+     "DXR_GetNgTmSrvPortByFicIdFromDb",
+     kU32,
+     false,
+     false,
+     kDbGetNgTmSrvPortByFicIdFromDbParameters,
+     {}},
+    {"Db", "DXR_GetLpuDevId", kU32, false, false, kDbGetLpuDevIdParameters, {}},
+    {"Dev", "DXR_BoardIsMaster", kU32, false, false, {}, {}},
+    {"Dev", "DXR_GetDevAttrValue", kU32, false, false, kDevGetDevAttrValueParameters,
+     kDevGetDevAttrValuePointers},
+    {"Dev", "DXR_SetDevAttrValue", kU32, false, false, kDevSetDevAttrValueParameters, {}},
+    {"Dev", "DXR_SetDevMmapType", kU32, false, false, kDevSetDevMmapTypeParameters, {}},
+    {"Dev", "DXR_GetEnv", kU32, false, false, kDevGetEnvParameters, kDevGetEnvPointers},
+    {"Dev", "DXR_SetEnv", kU32, false, false, kDevSetEnvParameters, kDevSetEnvPointers},
+    {"Dev", "DXR_SaveEnv", kU32, false, false, {}, {}},
+    {"Dev", "DXR_SaveEnvBlock", kU32, false, false, {}, {}},
+    {"Dev", "DXR_GetMemEnv", kU32, false, false, kDevGetMemEnvParameters, kDevGetMemEnvPointers},
+    {"Dev", "DXR_SetMemEnv", kU32, false, false, kDevSetMemEnvParameters, kDevSetMemEnvPointers},
+    {"Dev", "DXR_SaveMemEnv", kU32, false, false, {}, {}},
+    {"Dev", "DXR_GetPcieConfigRegValue", kU32, false, false, kDevGetPcieConfigRegValueParameters,
+     kDevGetPcieConfigRegValuePointers},
+    {"Dev",
+     "DXR_SetPcieConfigRegValue",
+     kU32,
+     false,
+     false,
+     kDevSetPcieConfigRegValueParameters,
+     {}},
+    {"Dev", "DXR_GetRsvMemMmapAddr", kU32, false, false, kDevGetRsvMemMmapAddrParameters,
+     kDevGetRsvMemMmapAddrPointers},
+    {"Dev", "DXR_GetResetMode", kU32, false, false, kDevGetResetModeParameters,
+     kDevGetResetModePointers},
+    {"Dev", "DXR_IsRunInLs", kU32, false, false, {}, {}},
+    {"Dev", "DXR_ScanPcie", kU32, false, false, kDevScanPcieParameters, {}},
+    {"Dev", "DXR_GetRsvdMem", kU32, false, false, kDevGetRsvdMemParameters, kDevGetRsvdMemPointers},
+    {"Dev", "DXR_GetProductFamilyType", kU32, false, false, {}, {}},
+    {"Dev", "DXR_IsCentralPurchaseMode", kU32, false, false, {}, {}},
+    {"Dev", "DXR_MmapDev", kPointer, false, false, kDevMmapDevParameters, kDevMmapDevPointers},
+    {"Dev", "DXR_MunmapDev", kU32, false, false, kDevMunmapDevParameters, {}},
+    {"Dev", "DXR_OpenDev", kU32, false, false, kDevOpenDevParameters, kDevOpenDevPointers},
+    {"Dev", "DXR_OpenDevWithOption", kU32, false, false, kDevOpenDevWithOptionParameters,
+     kDevOpenDevWithOptionPointers},
+    {"Dev", "DXR_CloseDev", kU32, false, false, kDevCloseDevParameters, {}},
+    {"Dev", "DXR_ControlDev", kU32, false, false, kDevControlDevParameters, kDevControlDevPointers},
+    {"Dev", "DXR_WriteDev", kU32, false, false, kDevWriteDevParameters, kDevWriteDevPointers},
+    {"Dev", "DXR_ReadI2c", kU32, false, false, kDevReadI2cParameters, kDevReadI2cPointers},
+    {"Dev", "DXR_WriteI2c", kU32, false, false, kDevWriteI2cParameters, kDevWriteI2cPointers},
+    {"Dev", "DXR_ReadReg16", kU32, false, false, kDevReadReg16Parameters, kDevReadReg16Pointers},
+    {"Dev", "DXR_WriteReg16", kU32, false, false, kDevWriteReg16Parameters, {}},
+    {"Dev", "DXR_ReadReg", kU32, false, false, kDevReadRegParameters, kDevReadRegPointers},
+    {"Dev", "DXR_WriteReg", kU32, false, false, kDevWriteRegParameters, {}},
+    {"Dev", "DXR_GetServiceType", kU32, false, false, {}, {}},
+    {"Dev", "DXR_GetVoltageKey", kU32, false, false, kDevGetVoltageKeyParameters,
+     kDevGetVoltageKeyPointers},
+    {"Dev", "DXR_SetVoltage", kU32, false, false, kDevSetVoltageParameters, {}},
+    {"Dev", "DXR_GetVoltage", kU32, false, false, kDevGetVoltageParameters, kDevGetVoltagePointers},
+    {"Dev", "DXR_HardResetChip", kU32, false, false, kDevHardResetChipParameters, {}},
+    {"Dev", "DXR_ProbePcie", kU32, false, false, kDevProbePcieParameters, {}},
+    {"Dev", "DXR_InitSafeIo", kNone, false, false, {}, {}},
+    {"Dev", "DXR_GetBomId", kU32, false, false, kDevGetBomIdParameters, kDevGetBomIdPointers},
+    {"Dev", "DXR_ReadPcie", kU32, false, false, kDevReadPcieParameters, kDevReadPciePointers},
+    {"Dev", "DXR_WritePcie", kU32, false, false, kDevWritePcieParameters, {}},
+    {"Dev", "DXR_GetDeviceBar", kU32, false, false, kDevGetDeviceBarParameters,
+     kDevGetDeviceBarPointers},
+    {"Dev", "DXR_ResetBoard", kNone, false, false, kDevResetBoardParameters, {}},
+    {"Dev", "DXR_GetLocalPcbVersion", kU32, false, false, {}, {}},
+    {"Dev", "DXR_GetHardId", kU32, false, false, kDevGetHardIdParameters, kDevGetHardIdPointers},
+    {"Dev", "DXR_GetPcbVersion", kU32, false, false, {}, {}},
+    {"Dev", "DXR_ChmodRsvMemFile", kU32, false, false, kDevChmodRsvMemFileParameters,
+     kDevChmodRsvMemFilePointers},
+    {"Dev", "DXR_GetVsfuDevName", kU32, false, false, kDevGetVsfuDevNameParameters,
+     kDevGetVsfuDevNamePointers},
+    {"Dev", "DXR_RebootOS", kU32, false, false, kDevRebootOSParameters, kDevRebootOSPointers},
+    {"Dev",
+     "DXR_RegisterPreResetProcFunc",
+     kU32,
+     false,
+     false,
+     kDevRegisterPreResetProcFuncParameters,
+     {}},
+    {"Dev", "DXR_CreateIOWorker", kU32, false, false, kDevCreateIOWorkerParameters, {}},
+    {"Dev", "DXR_GetPreResetMode", kU32, false, false, kDevGetPreResetModeParameters,
+     kDevGetPreResetModePointers},
+    {"Dev", "DXR_SetPreResetMode", kNone, false, false, kDevSetPreResetModeParameters, {}},
+    {"Dev", "DXR_VSfuLoadPacket", kU32, false, false, kDevVSfuLoadPacketParameters, {}},
+    {"Dev", "DXR_GetSoftPcbVersion", kU32, false, false, {}, {}},
+    {"Dev", "DXR_IsIssuState", kU32, false, false, {}, {}},
+    {"Dev", "DXR_WriteMdio", kU32, false, false, kDevWriteMdioParameters, {}},
+    {"Dev", "DXR_ReadMdio", kU32, false, false, kDevReadMdioParameters, kDevReadMdioPointers},
+    {"Dev", "DXR_EnableMdioParallel", kU32, false, false, kDevEnableMdioParallelParameters, {}},
+    {"Dev", "DXR_CdrResetChip", kU32, false, false, kDevCdrResetChipParameters, {}},
+    {"Dev", "DXR_CmdCallback", kU32, false, false, kDevCmdCallbackParameters, {}},
+    {"Dev", "DXR_IntrSetRegist", kU32, false, false, kDevIntrSetRegistParameters, {}},
+    {"Dev", "DXR_GetBoardDrvType", kU32, false, false, {}, {}},
+    {"Dev", "DXR_GetWofflineState", kU32, false, false, kDevGetWofflineStateParameters, {}},
+    {"Dev", "DXR_CheckSmiLosEnable", kU32, false, false, kDevCheckSmiLosEnableParameters, {}},
+    {"Dev", "DXR_WriteFlashInfo", kU32, false, false, kDevWriteFlashInfoParameters,
+     kDevWriteFlashInfoPointers},
+    {"Init", "DXR_Register", kNone, false, false, kInitRegisterModuleParameters, {}},
+    {"Init", "DXR_UnRegister", kNone, false, false, {}, {}},
+    {"Init", "DXR_SetUdf", kNone, false, false, kInitSetUdfParameters, {}},
+    {"Init",
+     "DXR_RegisterVelderFuncs",
+     kNone,
+     false,
+     false,
+     kInitRegisterVelderFuncsParameters,
+     {}},
+    {"Init", "DXR_GetThis", kPointer, false, false, {}, {}},
+    {"List", "DXR_CreateSll", kPointer, false, false, {}, {}},
+    {"List", "DXR_AddSll", kNone, false, false, kListAddSllParameters, {}},
+    {"List", "DXR_RemoveSll", kNone, false, false, kListRemoveSllParameters, {}},
+    {"List", "DXR_DestroySll", kNone, false, false, kListDestroySllParameters, {}},
+    {"List", "DXR_SslGetCount", kU32, false, false, kListSslGetCountParameters, {}},
+    {"List", "DXR_SslGetNextNode", kPointer, false, false, kListSslGetNextNodeParameters, {}},
+    {"List", "DXR_SslGetNodeData", kPointer, false, false, kListSslGetNodeDataParameters, {}},
+    {"List", "DXR_SslProcSingleNode", kU32, false, false, kListSslProcSingleNodeParameters, {}},
+    {"Memory", "DXR_Free", kNone, false, false, kMemoryReleaseParameters, kMemoryReleasePointers},
+    {"Memory", "DXR_Malloc", kPointer, false, false, kMemoryAllocateParameters,
+     kMemoryAllocatePointers},
+    {"Msg", "DXR_SendMsg", kU32, false, false, kMsgSendMsgParameters, {}},
+    {"Msg",
+     "DXR_GetTriggerTypeByEvent",
+     kU32,
+     false,
+     false,
+     kMsgGetTriggerTypeByEventParameters,
+     {}},
+    {"Msg", "DXR_GetErrTypeByEvent", kU32, false, false, kMsgGetErrTypeByEventParameters, {}},
+    {"Msg", "DXR_GetTriggerStr", kPointer, false, false, kMsgGetTriggerStrParameters,
+     kMsgGetTriggerStrPointers},
+    {"Msg", "DXR_SendMsgToMpu", kU32, false, false, kMsgSendMsgToMpuParameters, {}},
+    {"Msg", "DXR_SendMsgToDevm", kU32, false, false, kMsgSendMsgToDevmParameters, {}},
+    {"Msg", "DXR_SendMsgToLpu", kU32, false, false, kMsgSendMsgToLpuParameters, {}},
+    {"Msg", "DXR_SendMsgToSfu", kU32, false, false, kMsgSendMsgToSfuParameters, {}},
+    {"Msg", "DXR_SendMsgToNp", kNone, false, false, kMsgSendMsgToNpParameters, {}},
+    {"Msg", "DXR_SendEopEvent", kU32, false, false, kMsgSendEopEventParameters, {}},
+    {"Msg", "DXR_SetMeshFd", kNone, false, false, kMsgSetMeshFdParameters, {}},
+    {"Print", "DXR_Assert", kU32, false, false, kPrintReportAssertParameters, {}},
+    {"Print", "DXR_EnableLogOutput", kU32, false, false, kPrintEnableLogOutputParameters, {}},
+    {"Print", "Print.print", kNone, true, false, kPrintPrintParameters, kPrintPrintPointers},
+    {"Print", "DXR_WriteEventLog", kU32, false, false, kPrintWriteEventLogParameters,
+     kPrintWriteEventLogPointers},
+    {"Print", "DXR_DiagLogFilter", kU32, false, false, kPrintDiagLogFilterParameters,
+     kPrintDiagLogFilterPointers},
+    {"Print", "DXR_GetDbgLevel", kU32, false, false, {}, {}},
+    {"Print", "DXR_SetDbgLevel", kU32, false, false, kPrintSetDbgLevelParameters, {}},
+    {"Print", "Print.reserved7", kNone, false, true, {}, {}},
+    {"Print", "DXR_WritePrivateLog", kU32, true, false, kPrintWritePrivateLogParameters,
+     kPrintWritePrivateLogPointers},
+    {"Print", "DXR_LOGFILTER_Destroy", kU32, false, false, kPrintLogFilterDestroyParameters, {}},
+    {"Print", "DXR_LOGFILTER_GetFileName", kPointer, false, false,
+     kPrintLogFilterGetFileNameParameters, kPrintLogFilterGetFileNamePointers},
+    {"Print", "DXR_LOGFILTER_FilterSameLog", kU32, false, false,
+     kPrintLogFilterFilterSameLogParameters, kPrintLogFilterFilterSameLogPointers},
+    {"Print", "DXR_LOGFILTER_FilterDiffKeyLog", kU32, false, false,
+     kPrintLogFilterFilterDiffKeyLogParameters, kPrintLogFilterFilterDiffKeyLogPointers},
+    {"Print", "DXR_LOGFILTER_FilterLargeDiffKeyLog", kU32, false, false,
+     kPrintLogFilterFilterLargeDiffKeyLogParameters, kPrintLogFilterFilterLargeDiffKeyLogPointers},
+    {"Print", "DXR_LOGFILTER_Register", kU32, false, false, kPrintLogFilterRegisterParameters,
+     kPrintLogFilterRegisterPointers},
+    {"Print", "DXR_LOGFILTER_RegisterDiffLogForFramework", kU32, false, false,
+     kPrintLogFilterRegisterDiffLogForFrameworkParameters,
+     kPrintLogFilterRegisterDiffLogForFrameworkPointers},
+    {"Print", "DXR_LOGFILTER_ShowCurInfo", kU32, false, false, kPrintLogFilterShowCurInfoParameters,
+     kPrintLogFilterShowCurInfoPointers},
+    {"Print",
+     "DXR_LOGFILTER_ShowHisInfo",
+     kU32,
+     false,
+     false,
+     kPrintLogFilterShowHisInfoParameters,
+     {}},
+    {"Print", "DXR_RecordWarmRebootMileStone", kU32, false, false,
+     kPrintRecordWarmRebootMileStoneParameters, kPrintRecordWarmRebootMileStonePointers},
+    {"System", "DXR_RestorePatch", kU32, false, false, {}, {}},
+    {"System", "DXR_GetEnvValueById", kU32, false, false, kSystemGetEnvValueByIdParameters,
+     kSystemGetEnvValueByIdPointers},
+    {"System", "DXR_GetLrId", kU32, false, false, {}, {}},
+    {"System", "DXR_StartTimer", kU32, false, false, kSystemStartTimerParameters,
+     kSystemStartTimerPointers},
+    {"System", "DXR_StopTimer", kU32, false, false, kSystemStopTimerParameters,
+     kSystemStopTimerPointers},
+    {"System", "DXR_FOpen", kPointer, false, false, kSystemFOpenParameters, kSystemFOpenPointers},
+    {"System", "DXR_FClose", kU32, false, false, kSystemFCloseParameters, {}},
+    {"System", "DXR_FRead", kU32, false, false, kSystemFReadParameters, kSystemFReadPointers},
+    {"System", "DXR_FileLength", kU32, false, false, kSystemFileLengthParameters,
+     kSystemFileLengthPointers},
+    {"System", "DXR_GetBinFolderName", kPointer, false, false, {}, kSystemGetBinFolderNamePointers},
+    {"System", "DXR_GetSysWorkPath", kU32, false, false, kSystemGetSysWorkPathParameters,
+     kSystemGetSysWorkPathPointers},
+    {"System", "DXR_GetCpuUseRate", kU32, false, false, {}, {}},
+    {"System", "DXR_ZipBuffer", kU32, false, false, kSystemZipBufferParameters,
+     kSystemZipBufferPointers},
+    {"System", "DXR_SetHeartMon", kU32, false, false, kSystemSetHeartMonParameters,
+     kSystemSetHeartMonPointers},
+    {"System", "DXR_StopHeartToMon", kU32, false, false, kSystemStopHeartToMonParameters,
+     kSystemStopHeartToMonPointers},
+    {"System", "DXR_FSeek", kU32, false, false, kSystemFSeekParameters, {}},
+    {"Task", "DXR_ReadEvent", kU32, false, false, kTaskReadEventParameters, kTaskReadEventPointers},
+    {"Task", "DXR_WriteEvent", kU32, false, false, kTaskWriteEventParameters, {}},
+    {"Task", "DXR_CreateTask", kU32, false, false, kTaskCreateTaskParameters,
+     kTaskCreateTaskPointers},
+    {"Task", "DXR_DelayTask", kU32, false, false, kTaskDelayTaskParameters, {}},
+    {"Task", "DXR_InitMutex", kU32, false, false, kTaskInitMutexParameters, kTaskInitMutexPointers},
+    {"Task", "DXR_DestroyMutex", kU32, false, false, kTaskDestroyMutexParameters, {}},
+    {"Task", "DXR_LockMutex", kU32, false, false, kTaskLockMutexParameters, {}},
+    {"Task", "DXR_UnlockMutex", kU32, false, false, kTaskUnlockMutexParameters, {}},
+    {"Tblm", "DXR_DynamicCreateTable", kU32, false, false, kTblmDynamicCreateTableParameters, {}},
+    {"Tblm", "DXR_GetChipTblmData", kU32, false, false, kTblmGetChipTblmDataParameters,
+     kTblmGetChipTblmDataPointers},
+    {"Tblm", "DXR_SetChipTblmData", kU32, false, false, kTblmSetChipTblmDataParameters,
+     kTblmSetChipTblmDataPointers},
+    {"Tblm", "DXR_DeleteChipTblmData", kU32, false, false, kTblmDeleteChipTblmDataParameters,
+     kTblmDeleteChipTblmDataPointers},
+    {"Tblm",
+     "DXR_GetCrossTblmFirstData",
+     kU32,
+     false,
+     false,
+     kTblmGetCrossTblmFirstDataParameters,
+     {}},
+    {"Tblm",
+     "DXR_GetLinearTblmFirstData",
+     kU32,
+     false,
+     false,
+     kTblmGetLinearTblmFirstDataParameters,
+     {}},
+    {"Tblm", "DXR_GetTblmNextData", kU32, false, false, kTblmGetTblmNextDataParameters, {}},
+    {"Tblm", "DXR_ReleaseTblm", kNone, false, false, kTblmReleaseTblmParameters, {}},
+    {"Tblm", "DXR_GetTblmAttr", kU32, false, false, kTblmGetTblmAttrParameters, {}},
+    {"Tblm", "DXR_GetCstPoolCount", kU32, false, false, kTblmGetCstPoolCountParameters, {}},
+    {"Tblm",
+     "DXR_SetChipTblmDataAndMask",
+     kU32,
+     false,
+     false,
+     kTblmSetChipTblmDataAndMaskParameters,
+     {}},
+    {"Time", "DXR_GetSysTime", kNone, false, false, kTimeGetSysTimeParameters,
+     kTimeGetSysTimePointers},
+    {"Time", "DXR_SysTime2Str", kU32, false, false, kTimeSysTime2StrParameters,
+     kTimeSysTime2StrPointers},
+    {"Time", "DXR_SysTimeSec2Time", kNone, false, false, kTimeSysTimeSec2TimeParameters,
+     kTimeSysTimeSec2TimePointers},
+    {"Time", "DXR_Tick2Ms", kNone, false, false, kTimeTick2MsParameters, kTimeTick2MsPointers},
+    {"Time", "DXR_GetCurrMs", kU64, false, false, {}, {}},
+    {"Time", "DXR_GetCurrSec", kU32, false, false, {}, {}},
+    {"Time", "DXR_GetCurrentTick", kNone, false, false, kTimeGetCurrentTickParameters,
+     kTimeGetCurrentTickPointers},
+    {"Time", "DXR_GetCpuTick", kNone, false, false, kTimeGetCpuTickParameters,
+     kTimeGetCpuTickPointers},
+    {"Time", "DXR_GetCurrTime", kNone, false, false, kTimeGetCurrTimeParameters,
+     kTimeGetCurrTimePointers},
+    {"Time", "DXR_CalSystimeRelSec", kU32, false, false, kTimeCalSystimeRelSecParameters,
+     kTimeCalSystimeRelSecPointers},
+    {"Time", "DXR_GetStartupTimeStamp", kNone, false, false, kTimeGetStartupTimeStampParameters,
+     kTimeGetStartupTimeStampPointers},
+    {"Time", "DXR_AddStartupTime", kNone, false, false, kTimeAddStartupTimeParameters,
+     kTimeAddStartupTimePointers},
+    {"Time", "DXR_GetGMT", kU32, false, false, kTimeGetGMTParameters, kTimeGetGMTPointers},
+    {"Time", "DXR_GetLocalTime", kU32, false, false, kTimeGetLocalTimeParameters,
+     kTimeGetLocalTimePointers},
+    {"Time", "DXR_GetStartupTimeSec", kU32, false, false, {}, {}},
+    {"Cfg", "DXR_CFG_ReadBoardData", kNone, false, false, kCfgCfgReadBoardDataParameters, {}},
+    {"Cfg", "DXR_CFG_DisplayBoardData", kU32, false, false, kCfgCfgDisplayBoardDataParameters, {}},
+    {"Cfg", "DXR_CFG_ClearBoardData", kNone, false, false, {}, {}},
+    {"Cfg", "DXR_CFG_GetBoardData", kU32, false, false, kCfgCfgGetBoardDataParameters, {}},
+    {"Cfg", "DXR_CFG_IsFromBoardData", kU32, false, false, kCfgCfgIsFromBoardDataParameters, {}},
+    {"Cfg", "DXR_CFG_GetMemParam", kPointer, false, false, kCfgCfgGetMemParamParameters, {}},
+    {"Cfg", "DXR_CFG_IsFromMemParam", kU32, false, false, kCfgCfgIsFromMemParamParameters, {}},
+    {"Cfg",
+     "DXR_CFG_GetAdvancedSpec",
+     kPointer,
+     false,
+     false,
+     kCfgCfgGetAdvancedSpecParameters,
+     {}},
+    {"Cfg",
+     "DXR_CFG_IsFromBoardAdvancedSpec",
+     kU32,
+     false,
+     false,
+     kCfgCfgIsFromBoardAdvancedSpecParameters,
+     {}},
+    {"Cfg", "DXR_CFG_GetPhyBoardInfo", kU32, false, false, kCfgCfgGetPhyBoardInfoParameters, {}},
+    {"Cfg",
+     "DXR_CFG_IsFromPhyBoardInfo",
+     kU32,
+     false,
+     false,
+     kCfgCfgIsFromPhyBoardInfoParameters,
+     {}},
+    {"JsonDecode", "JsonDecode.reserved0", kNone, false, true, {}, {}},
+    {"JsonDecode", "JsonDecode.reserved1", kNone, false, true, {}, {}},
+    {"JsonDecode", "JsonDecode.reserved2", kNone, false, true, {}, {}},
+    {"JsonDecode", "JsonDecode.reserved3", kNone, false, true, {}, {}},
+    {"Np", "DXR_SetMcPortMap", kU32, false, false, kNpSetMcPortMapParameters, {}},
+    {"Np", "DXR_GetQueueDropStat", kU32, false, false, kNpGetQueueDropStatParameters, {}},
+    {"Np", "DXR_GetAbsPfcLogicSp", kU32, false, false, kNpGetAbsPfcLogicSpParameters, {}},
+    {"Plugin", "DXR_RegisterBrdPlugin", kU32, false, false, kPluginRegisterBrdPluginParameters, {}},
+    {"Plugin",
+     "DXR_UnRegisterBrdPlugin",
+     kU32,
+     false,
+     false,
+     kPluginUnRegisterBrdPluginParameters,
+     {}},
+    {"Plugin", "DXR_LoadBrdPlugin", kU32, false, false, kPluginLoadBrdPluginParameters, {}},
+    {"Plugin", "DXR_UnLoadBrdPlugin", kNone, false, false, kPluginUnLoadBrdPluginParameters, {}},
+    {"Plugin", "DXR_IsBrdPluginLoaded", kU32, false, false, kPluginIsBrdPluginLoadedParameters, {}},
+    {"Plugin", "DXR_CheckBrdPlugin", kU32, false, false, kPluginCheckBrdPluginParameters, {}},
+    {"Plugin", "DXR_QueryBrdPlugin", kU32, false, false, kPluginQueryBrdPluginParameters, {}},
+    {"Plugin", "DXR_DisplayBrdPlugin", kNone, false, false, kPluginDisplayBrdPluginParameters, {}},
+    {"Hash", "DXR_HashCount", kU32, false, false, kHashHashCountParameters, {}},
+    {"Hash", "DXR_HashCreate", kPointer, false, false, kHashHashCreateParameters, {}},
+    {"Hash", "DXR_HashFindKey", kPointer, false, false, kHashHashFindKeyParameters, {}},
+    {"Hash", "DXR_HashFree", kU32, false, false, kHashHashFreeParameters, {}},
+    {"Hash", "DXR_HashGetBucketNum", kU32, false, false, kHashHashGetBucketNumParameters, {}},
+    {"Hash", "DXR_HashGetFirst", kPointer, false, false, kHashHashGetFirstParameters, {}},
+    {"Hash", "DXR_HashGetNext", kPointer, false, false, kHashHashGetNextParameters, {}},
+    {"Hash", "DXR_HashGetMaxItem", kU32, false, false, kHashHashGetMaxItemParameters, {}},
+    {"Hash", "DXR_HashInsert", kU32, false, false, kHashHashInsertParameters, {}},
+    {"Hash", "DXR_HashRemove", kU32, false, false, kHashHashRemoveParameters, {}},
+    {"Hash", "DXR_HashGetFromEntry", kPointer, false, false, kHashHashGetFromEntryParameters, {}},
+    {"Ffm", "DXR_FfmStartFaultCheck", kU32, false, false, {}, {}},
+    {"Ffm", "DXR_FfmStopFaultCheck", kU32, false, false, {}, {}},
+    {"Kpi", "DXR_UpdateKpiAttrVal", kU32, false, false, kKpiUpdateKpiAttrValParameters, {}},
+    {"Temperature",
+     "DXR_RegisterQueryTempFunc",
+     kNone,
+     false,
+     false,
+     kTemperatureRegisterQueryTempFuncParameters,
+     {}},
+};
+
+}  // namespace dxr_trace

@@ -1,0 +1,197 @@
+// Start and stop: wrappers go into the table and come out again.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <mutex>
+
+#include "dxr_trace.h"
+#include "slots.h"
+#include "state.h"
+#include "threads.h"
+#include "ticks.h"
+#include "wrappers.h"
+
+namespace dxr_trace {
+
+constinit State g_state;
+
+namespace {
+
+static_assert(sizeof(DxrHooks) == kSlotCount * sizeof(Hook));
+
+constexpr uint32_t kMostTimedCalls = 65536;
+
+struct Control {
+    std::mutex mutex;  // guards start and stop
+    bool isStarted = false;
+    bool hasTicks = false;
+    Moment begin;
+};
+
+constinit Control g_control;
+
+// The table as cells of which each holds a function of any type.
+using Cell [[gnu::may_alias]] = Hook;
+
+Cell *Table() {
+    return reinterpret_cast<Cell *>(DXR_GetHooks());
+}
+
+std::array<Hook, kSlotCount> Wrappers() {
+    std::array<Hook, kSlotCount> wrappers{};
+    std::memcpy(wrappers.data(), &kWrappers, sizeof(kWrappers));
+    return wrappers;
+}
+
+// A thread that finds the wrapper finds the hook behind it.
+void PutWrappersIn() {
+    const std::array<Hook, kSlotCount> wrappers = Wrappers();
+    Cell *const table = Table();
+    for (size_t i = 0; i < kSlotCount; ++i) {
+        const Hook hook = __atomic_load_n(&table[i], __ATOMIC_RELAXED);
+        // A host may have registered a copy of the table that it made while wrappers were in it.
+        if (hook != nullptr && wrappers[i] != nullptr && hook != wrappers[i]) {
+            g_state.bare[i].store(hook, std::memory_order_relaxed);
+            __atomic_store_n(&table[i], wrappers[i], __ATOMIC_RELEASE);
+        }
+    }
+}
+
+void TakeWrappersOut() {
+    const std::array<Hook, kSlotCount> wrappers = Wrappers();
+    Cell *const table = Table();
+    for (size_t i = 0; i < kSlotCount; ++i) {
+        if (wrappers[i] != nullptr && __atomic_load_n(&table[i], __ATOMIC_RELAXED) == wrappers[i]) {
+            __atomic_store_n(&table[i], g_state.bare[i].load(std::memory_order_relaxed),
+                             __ATOMIC_RELEASE);
+        }
+    }
+}
+
+bool IsMode(uint32_t mode) {
+    return mode <= static_cast<uint32_t>(Mode::kCount);
+}
+
+bool AreGood(const DxrTraceOptions &options) {
+    return options.size == sizeof(options) && IsMode(options.mode) &&
+           std::has_single_bit(options.timedCalls) && options.timedCalls <= kMostTimedCalls;
+}
+
+uint32_t Start(const DxrTraceOptions &options) {
+    if (!AreGood(options)) {
+        return EINVAL;
+    }
+    const std::lock_guard<std::mutex> lock(g_control.mutex);
+    if (g_control.isStarted) {
+        return EALREADY;
+    }
+    if (!g_control.hasTicks) {
+        ChooseTicks();
+        g_control.hasTicks = true;
+    }
+    g_control.begin = Now();
+    ClearCounts();
+    g_state.timedMask.store(options.timedCalls - 1, std::memory_order_relaxed);
+    g_state.mode.store(Mode{options.mode});
+    PutWrappersIn();
+    g_control.isStarted = true;
+    return 0;
+}
+
+uint32_t Stop() {
+    const std::lock_guard<std::mutex> lock(g_control.mutex);
+    if (!g_control.isStarted) {
+        return EALREADY;
+    }
+    g_control.isStarted = false;
+    TakeWrappersOut();
+    g_state.mode.store(Mode::kOff);
+    return 0;
+}
+
+uint32_t SetMode(uint32_t mode) {
+    if (!IsMode(mode)) {
+        return EINVAL;
+    }
+    const std::lock_guard<std::mutex> lock(g_control.mutex);
+    if (!g_control.isStarted) {
+        return EALREADY;
+    }
+    g_state.mode.store(Mode{mode});
+    return 0;
+}
+
+// Rounded up, so that nothing that was measured shows as 0.
+uint64_t Ns(uint64_t ticks, double nsPerTick) {
+    return static_cast<uint64_t>(std::ceil(static_cast<double>(ticks) * nsPerTick));
+}
+
+DxrTraceCount CountOf(size_t slot, double nsPerTick) {
+    const Histogram &times = g_histograms[slot];
+    DxrTraceCount count{};
+    count.calls = CallsOf(slot);
+    count.timed = times.Count();
+    if (count.timed == 0) {
+        return count;
+    }
+    count.p50Ns = Ns(times.Bound(500'000), nsPerTick);
+    count.p90Ns = Ns(times.Bound(900'000), nsPerTick);
+    count.p99Ns = Ns(times.Bound(990'000), nsPerTick);
+    count.p999Ns = Ns(times.Bound(999'000), nsPerTick);
+    count.maxNs = Ns(times.Most(), nsPerTick);
+    return count;
+}
+
+Moment Begin() {
+    const std::lock_guard<std::mutex> lock(g_control.mutex);
+    return g_control.begin;
+}
+
+}  // namespace
+}  // namespace dxr_trace
+
+void DxrTraceInitOptions(DxrTraceOptions *options) {
+    *options = {};
+    options->size = sizeof(*options);
+    options->mode = DXR_TRACE_COUNT;
+    options->timedCalls = 16;
+}
+
+uint32_t DxrTraceStart(const DxrTraceOptions *options) {
+    DxrTraceOptions defaults;
+    DxrTraceInitOptions(&defaults);
+    return dxr_trace::Start(options != nullptr ? *options : defaults);
+}
+
+uint32_t DxrTraceStop() {
+    return dxr_trace::Stop();
+}
+
+uint32_t DxrTraceSetMode(uint32_t mode) {
+    return dxr_trace::SetMode(mode);
+}
+
+uint32_t DxrTraceGetMode() {
+    return static_cast<uint32_t>(dxr_trace::g_state.mode.load());
+}
+
+uint32_t DxrTraceGetCounts(DxrTraceCount *counts, uint32_t room) {
+    if (room != 0) {
+        const double nsPerTick = dxr_trace::NsPerTick(dxr_trace::Begin());
+        for (size_t i = 0; i < std::min<size_t>(room, dxr_trace::kSlotCount); ++i) {
+            counts[i] = dxr_trace::CountOf(i, nsPerTick);
+        }
+    }
+    return dxr_trace::kSlotCount;
+}
+
+uint64_t DxrTraceGetUnnoted() {
+    return dxr_trace::UnnotedCalls();
+}
+
+const char *DxrTraceSlotName(uint32_t slot) {
+    return slot < dxr_trace::kSlotCount ? dxr_trace::kSlots[slot].name : nullptr;
+}
