@@ -336,7 +336,7 @@ class UtilsJob : public Job {
     }
 };
 
-// --- blocks, lists, large texts, slots that the host leaves empty
+// --- blocks, lists, hash tables, large texts, slots that the host leaves empty
 
 class ServicesJob : public Job {
   public:
@@ -363,17 +363,39 @@ class ServicesJob : public Job {
         }
         SOAK_CHECK(index == model.size());
         DXR_DestroySll(list);
+        const uint64_t entries = FillHashTable(random);
         const std::string text(300 + random.Below(1500), 'p');
         const uint64_t before = t_messages;
         SOAK_CHECK(DXR_PrintLargeBuffer(text.c_str()) == 0);
         SOAK_CHECK(t_messages - before >= text.size() / 480);
         SOAK_CHECK(DXR_Alarm(1, 2, 3, 4, nullptr) == 1);
-        SOAK_CHECK(DXR_HashCount(nullptr) == 0);
         SOAK_CHECK(DXR_GetCurrSec() == g_now);
-        return 20 * 5 + 6;
+        return 20 * 5 + entries * 5 + 5;
     }
 
   private:
+    // The number of entries, which are added, found and walked.
+    static uint64_t FillHashTable(Random &random) {
+        DxrHostHashOptions options{sizeof(options), sizeof(uint32_t), 8, 0, {}, {}, {}};
+        void *const table = DXR_HashCreate(&options);
+        const uint32_t entries = random.Below(30);
+        for (uint32_t key = 0; key < entries; ++key) {
+            SOAK_CHECK(DXR_HashInsert(table, &key, &key, sizeof(key), DXR_HOST_HASH_ADD) == 0);
+            void *const entry = DXR_HashFindKey(table, &key);
+            const void *const data = DXR_HashGetFromEntry(entry, DXR_HOST_HASH_DATA, 0);
+            SOAK_CHECK(data != nullptr && std::memcmp(data, &key, sizeof(key)) == 0);
+        }
+        SOAK_CHECK(DXR_HashCount(table) == entries);
+        uint32_t walked = 0;
+        for (void *entry = DXR_HashGetFirst(table); entry != nullptr;
+             entry = DXR_HashGetNext(table, entry)) {
+            ++walked;
+        }
+        SOAK_CHECK(walked == entries);
+        SOAK_CHECK(DXR_HashFree(table) == 0);
+        return entries;
+    }
+
     uint32_t mid_;
 };
 
