@@ -18,6 +18,7 @@
 #include "device_spaces.h"
 #include "device_variables.h"
 #include "host.h"
+#include "records.h"
 
 namespace devhost {
 
@@ -71,32 +72,14 @@ class DeviceService : public Service {
 
 DeviceService &DeviceOf(Host &host);
 
-// False, and a report, unless a value of the type can be there.
 template <typename Value>
 bool IsUsable(const Call &call, const void *address) {
-    if (address == nullptr) {
-        call.Misuse(kDevice, "a null pointer");
-        return false;
-    }
-    if (reinterpret_cast<uintptr_t>(address) % alignof(Value) != 0) {
-        call.Misuse(kDevice, "a misaligned pointer");
-        return false;
-    }
-    return true;
+    return IsUsable<Value>(call, kDevice, address);
 }
 
-// The record at an address; null, and a report, when its size shows that it is none.
 template <typename Record>
 Record *RecordAt(const Call &call, void *address) {
-    if (!IsUsable<Record>(call, address)) {
-        return nullptr;
-    }
-    auto *const record = static_cast<Record *>(address);
-    if (record->size != sizeof(Record)) {
-        call.Misuse(kDevice, "a record of another size");
-        return nullptr;
-    }
-    return record;
+    return RecordAt<Record>(call, kDevice, address);
 }
 
 void FillDeviceAccess(DxrDevHooks &hooks);

@@ -16,6 +16,10 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kPlugin, "plug-in", MakePlugin, FillPlugin},
     {ServiceId::kHash, "hash", MakeHash, FillHash},
     {ServiceId::kNetworkProcessor, "np", MakeNetworkProcessor, FillNetworkProcessor},
+    {ServiceId::kAlarm, "alarm", MakeAlarm, FillAlarm},
+    {ServiceId::kKpi, "kpi", MakeKpi, FillKpi},
+    {ServiceId::kFaultManagement, "ffm", MakeFaultManagement, FillFaultManagement},
+    {ServiceId::kTemperature, "temperature", MakeTemperature, FillTemperature},
 }};
 
 }  // namespace devhost

@@ -27,6 +27,10 @@ enum class ServiceId : uint8_t {
     kPlugin,
     kHash,
     kNetworkProcessor,
+    kAlarm,
+    kKpi,
+    kFaultManagement,
+    kTemperature,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -41,29 +45,37 @@ struct ServiceEntry {
 
 extern const std::array<ServiceEntry, kServiceCount> kServices;
 
+std::unique_ptr<Service> MakeAlarm(Host &host);
 std::unique_ptr<Service> MakeDevice(Host &host);
+std::unique_ptr<Service> MakeFaultManagement(Host &host);
 std::unique_ptr<Service> MakeHash(Host &host);
+std::unique_ptr<Service> MakeKpi(Host &host);
 std::unique_ptr<Service> MakeList(Host &host);
 std::unique_ptr<Service> MakeMemory(Host &host);
 std::unique_ptr<Service> MakeModule(Host &host);
-std::unique_ptr<Service> MakePlugin(Host &host);
 std::unique_ptr<Service> MakeNetworkProcessor(Host &host);
+std::unique_ptr<Service> MakePlugin(Host &host);
 std::unique_ptr<Service> MakePrint(Host &host);
 std::unique_ptr<Service> MakeSystem(Host &host);
 std::unique_ptr<Service> MakeSystemTask(Host &host);
 std::unique_ptr<Service> MakeSystemTime(Host &host);
+std::unique_ptr<Service> MakeTemperature(Host &host);
 
+void FillAlarm(DxrHooks &hooks);
 void FillDevice(DxrHooks &hooks);
+void FillFaultManagement(DxrHooks &hooks);
 void FillHash(DxrHooks &hooks);
+void FillKpi(DxrHooks &hooks);
 void FillList(DxrHooks &hooks);
 void FillMemory(DxrHooks &hooks);
 void FillModule(DxrHooks &hooks);
-void FillPlugin(DxrHooks &hooks);
 void FillNetworkProcessor(DxrHooks &hooks);
+void FillPlugin(DxrHooks &hooks);
 void FillPrint(DxrHooks &hooks);
 void FillSystem(DxrHooks &hooks);
 void FillSystemTask(DxrHooks &hooks);
 void FillSystemTime(DxrHooks &hooks);
+void FillTemperature(DxrHooks &hooks);
 
 }  // namespace devhost
 

@@ -3,9 +3,12 @@
 #ifndef DXR_DEVHOST_H
 #define DXR_DEVHOST_H
 
+#include "dxr_devhost/alarm.h"
 #include "dxr_devhost/device.h"
+#include "dxr_devhost/fault_management.h"
 #include "dxr_devhost/hash.h"
 #include "dxr_devhost/host.h"
+#include "dxr_devhost/kpi.h"
 #include "dxr_devhost/list.h"
 #include "dxr_devhost/memory.h"
 #include "dxr_devhost/module.h"
@@ -15,5 +18,6 @@
 #include "dxr_devhost/system.h"
 #include "dxr_devhost/system_task.h"
 #include "dxr_devhost/system_time.h"
+#include "dxr_devhost/temperature.h"
 
 #endif /* DXR_DEVHOST_H */

@@ -43,6 +43,7 @@ class Module {
         UseModules();
         UseHashTables();
         UseNetworkProcessor(host);
+        UseMonitoring(host);
         DxrHostDestroy(host, nullptr);
     }
 
@@ -173,6 +174,38 @@ class Module {
         (void)DxrHostSetAbsPfcLogicSp(host, 1, 2, 3, 4);
         (void)DXR_GetAbsPfcLogicSp(1, 2, 3, &sp);
         (void)DXR_GetAbsPfcLogicSp(1, 2, 9, &sp);
+    }
+
+    // Alarms, KPIs, fault checks, temperatures.
+    static void UseMonitoring(DxrHost *host) {
+        std::array<char, 8> text = {"text"};
+        DXR_Alarm(1, 2, DXR_HOST_ALARM_MAJOR, DXR_HOST_ALARM_RAISED, text.data());
+        DxrHostFmAlarm alarm{};
+        alarm.size = sizeof(alarm);
+        alarm.severity = DXR_HOST_ALARM_MINOR;
+        alarm.state = DXR_HOST_ALARM_RAISED;
+        DXR_FmAlarm(&alarm);
+        alarm.state = DXR_HOST_ALARM_CLEARED;
+        DXR_FmAlarm(&alarm);
+        DXR_FmAlarm(nullptr);
+        DxrHostAlarm known;
+        (void)DxrHostGetAlarm(host, 0, &known);
+        DxrHostKpiAttribute attribute{sizeof(DxrHostKpiAttribute), 1, 2, 3};
+        DXR_UpdateKpiAttrVal(&attribute, 5);
+        const auto isHot = [](void *) -> uint32_t { return 7; };
+        const uint32_t check = DxrHostAddFaultCheck(host, "heat", isHot, nullptr, 5);
+        DXR_FfmStartFaultCheck();
+        (void)DxrHostAddFaultCheck(host, "more heat", isHot, nullptr, 5);
+        DxrHostAdvance(host, 10);
+        (void)DxrHostRemoveFaultCheck(host, check);
+        DXR_FfmStopFaultCheck();
+        DXR_FfmStartFaultCheck();
+        const auto query = [](uint32_t, int32_t *) -> uint32_t { return 0; };
+        DXR_RegisterQueryTempFunc(
+            1, reinterpret_cast<void *>(static_cast<DxrHostTemperatureQuery>(query)));
+        (void)DxrHostSetTemperature(host, 2, 5);
+        int32_t temperature = 0;
+        (void)DxrHostGetTemperature(host, 1, &temperature);
     }
 
     const std::string work_;

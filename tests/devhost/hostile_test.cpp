@@ -26,7 +26,7 @@ using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 // The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n
 // number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
 // log filter, E event, T calendar time, k task number, r registration record, p plug-in record, H
-// hash options, M ports of a group, Q drops of a queue, 0 null.
+// hash options, M ports of a group, Q drops of a queue, A alarm, K KPI attribute, 0 null.
 struct Target {
     size_t offset;
     const char *name;
@@ -191,6 +191,12 @@ constexpr Target kTargets[] = {
     DXR_TARGET(np.setMcPortMap, "nM", false),
     DXR_TARGET(np.getQueueDropStat, "nnnnQ", false),
     DXR_TARGET(np.getAbsPfcLogicSp, "nnnb", false),
+    DXR_TARGET(alarm.alarm, "nnnns", false),
+    DXR_TARGET(alarm.fmAlarm, "A", false),
+    DXR_TARGET(kpi.updateKpiAttrVal, "K", false),
+    DXR_TARGET(ffm.ffmStartFaultCheck, "", false),
+    DXR_TARGET(ffm.ffmStopFaultCheck, "", false),
+    DXR_TARGET(temperature.registerQueryTempFunc, "ne", false),
 };
 
 #undef DXR_TARGET
@@ -256,6 +262,10 @@ class Hostile : public testing::Test {
                 return Record(monitors_[Below(monitors_.size())]);
             case 'l':
                 return Record(filters_[Below(filters_.size())]);
+            case 'A':
+                return Record(alarm_);
+            case 'K':
+                return Record(kpi_);
             case 'E':
                 return Record(event_);
             case 'H':
@@ -367,6 +377,8 @@ class Hostile : public testing::Test {
         {{0, 1, 1, 1, {}, nullptr, nullptr}, {0, 2, 1, 0, {}, nullptr, this}}};
     std::array<DxrHostPlugin, 2> plugins_ = {
         {{0, 0, nullptr, nullptr, nullptr}, {0, 0, "plug-in", path_.c_str(), nullptr}}};
+    DxrHostFmAlarm alarm_{0, 1, 2, 3, DXR_HOST_ALARM_MAJOR, DXR_HOST_ALARM_RAISED, 0, 0, "alarm"};
+    DxrHostKpiAttribute kpi_{0, 1, 2, 3};
     DxrHostEvent event_{0, 1, 1, 0, "event"};
     DxrHostHashOptions hash_{};
     DxrHostMcPortMap ports_{};

@@ -336,7 +336,7 @@ class UtilsJob : public Job {
     }
 };
 
-// --- blocks, lists, hash tables, large texts, slots that the host leaves empty
+// --- blocks, lists, hash tables, large texts, alarms
 
 class ServicesJob : public Job {
   public:
@@ -368,9 +368,10 @@ class ServicesJob : public Job {
         const uint64_t before = t_messages;
         SOAK_CHECK(DXR_PrintLargeBuffer(text.c_str()) == 0);
         SOAK_CHECK(t_messages - before >= text.size() / 480);
-        SOAK_CHECK(DXR_Alarm(1, 2, 3, 4, nullptr) == 1);
+        SOAK_CHECK(DXR_Alarm(mid_, 0, DXR_HOST_ALARM_MINOR, DXR_HOST_ALARM_RAISED, nullptr) == 0);
+        SOAK_CHECK(DXR_Alarm(mid_, 0, DXR_HOST_ALARM_MINOR, DXR_HOST_ALARM_CLEARED, nullptr) == 0);
         SOAK_CHECK(DXR_GetCurrSec() == g_now);
-        return 20 * 5 + entries * 5 + 5;
+        return 20 * 5 + entries * 5 + 6;
     }
 
   private:
