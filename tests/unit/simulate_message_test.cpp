@@ -3,7 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#if defined(__x86_64__)
+#include <signal.h>
+#include <x86intrin.h>
+#endif
+
 #include <array>
+#include <cstdarg>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -15,6 +21,7 @@ namespace {
 
 using dxrtest::GuardedBuffer;
 using dxrtest::TestHost;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -421,6 +428,103 @@ TEST_F(SimulateMessage, TheMessageIsDroppedWithoutAPrintHook) {
     EXPECT_EQ(table_[1].lostCnt, 2u);
     EXPECT_THAT(host_.printed, IsEmpty());
 }
+
+// --- a count that another thread changes
+
+#if defined(__x86_64__)
+
+// The processor stops after each instruction, and what another thread may write between two of them
+// is written there.
+class SimulateMessageStepByStep : public SimulateMessage {
+  protected:
+    SimulateMessageStepByStep() {
+        struct sigaction action = {};
+        action.sa_handler = OnInstruction;
+        sigaction(SIGTRAP, &action, &before_);
+        DXR_RegisterSimulateMsgMap(&entry_, 1);
+        g_dxrHooks.print.print = Print;
+    }
+    ~SimulateMessageStepByStep() override { sigaction(SIGTRAP, &before_, nullptr); }
+
+    static void StopAfterEachInstruction() { __writeeflags(__readeflags() | kTrap); }
+    static void StopNoMore() { __writeeflags(__readeflags() & ~kTrap); }
+
+    // Asks with a count of 1, and writes another after that many instructions.
+    static uint8_t IsLost(uint32_t writeAfter, uint32_t written) {
+        entry_.lostCnt = 1;
+        steps_ = 0;
+        writeAfter_ = writeAfter;
+        written_ = written;
+        printedRemain_ = 0;
+        StopAfterEachInstruction();
+        const uint8_t lost = DXR_IsSimulateMsgLost(entry_.msgType);
+        StopNoMore();
+        return lost;
+    }
+
+    static DxrSimulateMsg entry_;
+    static volatile uint32_t steps_;
+    static uint32_t writeAfter_;
+    static uint32_t written_;
+    static uint32_t printedRemain_;
+
+  private:
+    static constexpr unsigned long long kTrap = 0x100;  // flag of the processor
+
+    static void OnInstruction(int) {
+        steps_ = steps_ + 1;
+        if (steps_ == writeAfter_) {
+            entry_.lostCnt = written_;
+        }
+    }
+    // Nothing of the count is read after it.
+    static void Print(uint32_t, const char *format, ...) {
+        StopNoMore();
+        std::va_list args;
+        va_start(args, format);
+        static_cast<void>(va_arg(args, uint32_t));
+        static_cast<void>(va_arg(args, const char *));
+        printedRemain_ = va_arg(args, uint32_t);
+        va_end(args);
+    }
+
+    struct sigaction before_ = {};
+};
+
+DxrSimulateMsg SimulateMessageStepByStep::entry_ = {1, 100, 0, "shared"};
+volatile uint32_t SimulateMessageStepByStep::steps_ = 0;
+uint32_t SimulateMessageStepByStep::writeAfter_ = 0;
+uint32_t SimulateMessageStepByStep::written_ = 0;
+uint32_t SimulateMessageStepByStep::printedRemain_ = 0;
+
+TEST_F(SimulateMessageStepByStep, TheCountIsReadOnceHoweverItChanges) {
+    StopAfterEachInstruction();
+    StopNoMore();
+    if (steps_ == 0) {
+        GTEST_SKIP() << "this processor, which may be an emulated one, does not stop";
+    }
+    EXPECT_EQ(IsLost(0, 0), 1);  // once undisturbed, which also looks up the addresses
+    EXPECT_EQ(entry_.lostCnt, 0U);
+    for (const uint32_t written : {0U, 5U}) {
+        // One less than what was there first, or than what was written.
+        const uint32_t otherRemain = written == 0 ? 0 : written - 1;
+        std::array<uint32_t, 2> answers = {};
+        for (uint32_t after = 1;; ++after) {
+            const uint8_t lost = IsLost(after, written);
+            if (steps_ < after) {
+                break;
+            }
+            ASSERT_LE(lost, 1);
+            ++answers[lost];
+            ASSERT_THAT(printedRemain_, AnyOf(0U, otherRemain)) << after << " instructions";
+            ASSERT_THAT(entry_.lostCnt, AnyOf(0U, written, otherRemain)) << after;
+        }
+        EXPECT_GT(answers[1], 0U);
+        EXPECT_EQ(answers[0] > 0, written == 0);
+    }
+}
+
+#endif
 
 // --- display
 
