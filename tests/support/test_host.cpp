@@ -16,6 +16,7 @@ TestHost *g_host = nullptr;
 constexpr size_t kBlockGuard = 32;
 constexpr unsigned char kBlockFill = 0xA5;
 constexpr unsigned char kBlockGuardFill = 0xEE;
+constexpr unsigned char kReleasedFill = 0xDD;
 
 std::string FormatText(const char *format, std::va_list args) {
     std::va_list again;
@@ -90,6 +91,8 @@ struct Hooks {
                 break;
             }
         }
+        // What is read of it from now on is no address and no size.
+        std::memset(const_cast<unsigned char *>(bytes) + kBlockGuard, kReleasedFill, size);
         std::free(const_cast<unsigned char *>(bytes));
     }
 

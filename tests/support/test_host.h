@@ -46,7 +46,7 @@ class TestHost {
     TestHost(const TestHost &) = delete;
     TestHost &operator=(const TestHost &) = delete;
 
-    TestHost &WithMemory();      // Memory slots; blocks come filled with 0xA5
+    TestHost &WithMemory();      // Memory slots; blocks come filled with 0xA5, and go with 0xDD
     TestHost &WithPrint();       // Print slot 2
     TestHost &WithDiagLog();     // Print slot 4
     TestHost &WithClock();       // Time slots: system time, seconds, current time, start-up seconds

@@ -289,18 +289,23 @@ TEST_F(LogFilterReentry, AResizeWhileALineIsAddedKeepsTheLine) {
 }
 
 TEST_F(LogFilterReentry, ALineWhosePlaceIsGoneIsNotRemembered) {
-    for (const char *line : {"A", "B", "C"}) {
-        EXPECT_EQ(Ask(line), 0);
-    }
-    g_onceInTime = [] {
+    static uint32_t newCapacity;
+    for (newCapacity = 2; newCapacity <= 3; ++newCapacity) {
+        DXR_ResizeLogFilterInfo(DXR_GetLogFilter(kLogType), 7);
+        for (const char *line : {"A", "B", "C"}) {
+            EXPECT_EQ(Ask(line), 0);
+        }
+        g_onceInTime = [] {
+            DXR_ClearLogFilterInfo(kLogType);
+            DXR_ResizeLogFilterInfo(DXR_GetLogFilter(kLogType), newCapacity);
+        };
+        EXPECT_EQ(Ask("D"), 0);
+        EXPECT_EQ(g_onceInTime, nullptr);
+        EXPECT_EQ(DXR_GetLogFilter(kLogType)->curSize, 0U);
+        EXPECT_EQ(DXR_GetLogFilter(kLogType)->capacity, newCapacity);
+        ExpectDecisionsOfAWalk({"D", "A", "D", "A"});
         DXR_ClearLogFilterInfo(kLogType);
-        DXR_ResizeLogFilterInfo(DXR_GetLogFilter(kLogType), 2);
-    };
-    EXPECT_EQ(Ask("D"), 0);
-    EXPECT_EQ(g_onceInTime, nullptr);
-    EXPECT_EQ(DXR_GetLogFilter(kLogType)->curSize, 0U);
-    EXPECT_EQ(DXR_GetLogFilter(kLogType)->capacity, 2U);
-    ExpectDecisionsOfAWalk({"D", "A", "D", "A"});
+    }
 }
 
 TEST_F(LogFilterReentry, AResizeWhileTheIntervalIsLookedAtKeepsTheAnswer) {
@@ -380,6 +385,26 @@ TEST_F(LogFilterReentry, AStoreDestroyedWhileALineIsAddedLetsTheLineThrough) {
     g_onceInTime = DXR_DestroyLogFilter;
     EXPECT_EQ(Ask("B"), 0);
     EXPECT_EQ(g_onceInTime, nullptr);
+    EXPECT_EQ(host_.LiveBlocks(), 0U);
+}
+
+alignas(16) unsigned char g_rings[16 * 64];
+
+// A host that hands out the same memory twice makes the copy of a ring that grows refuse.
+TEST_F(LogFilterReentry, AStoreDestroyedWhenTheCopyOfARingFailsIsNotTouched) {
+    g_dxrHooks.memory.allocate = [](uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+        return size % 64 == 0 ? g_rings : g_hostMemory.allocate(mid, size, file, line);
+    };
+    g_dxrHooks.memory.release = [](void *block, const char *file, uint32_t line) {
+        if (block != g_rings) {
+            g_hostMemory.release(block, file, line);
+        }
+    };
+    EXPECT_EQ(Ask("A"), 0);
+    g_onceInPrint = DXR_DestroyLogFilter;
+    DXR_ResizeLogFilterInfo(DXR_GetLogFilter(kLogType), 3);
+    EXPECT_EQ(g_onceInPrint, nullptr);
+    EXPECT_EQ(g_dxrLogFilterInfo, nullptr);
     EXPECT_EQ(host_.LiveBlocks(), 0U);
 }
 

@@ -309,6 +309,29 @@ TEST_F(LogRingTest, TheIndexForgetsWhatItCannotFollow) {
     EXPECT_EQ(ring.Find(5005), std::nullopt);
 }
 
+// Its hook shortens a full ring while a line takes the place of the oldest: the window ends up as
+// the index knows it, with another entry in it.
+TEST_F(LogRingTest, AWindowThatAHookMovesAndTheLineMovesBackIsForgotten) {
+    if (!dxr::kFastPaths) {
+        GTEST_SKIP() << "no ring has an index";
+    }
+    LogRing ring(kLogType);
+    FillLargest(ring);
+    static decltype(g_dxrHooks.time.getCurrTime) hostTime;
+    hostTime = g_dxrHooks.time.getCurrTime;
+    g_dxrHooks.time.getCurrTime = [](char *text, uint32_t size, uint32_t *sec) {
+        hostTime(text, size, sec);
+        --Record(kLogType).curSize;
+    };
+    ring.Add(1, 0);
+    g_dxrHooks.time.getCurrTime = hostTime;
+    EXPECT_EQ(Record(kLogType).curSize, 2047U);
+    EXPECT_EQ(Record(kLogType).curIndex, 0U);
+    EXPECT_FALSE(ring.IsIndexed());
+    EXPECT_EQ(ring.Find(1), 0U);
+    EXPECT_EQ(ring.Find(5001), 1U);
+}
+
 // The address of a storage that was given back may come back as another one.
 TEST_F(LogRingTest, AStorageThatIsGivenBackIsForgotten) {
     if (!dxr::kFastPaths) {
@@ -326,6 +349,31 @@ TEST_F(LogRingTest, AStorageThatIsGivenBackIsForgotten) {
     ring.Release();
     std::swap(before, Record(kLogType));
     EXPECT_FALSE(ring.IsIndexed());
+    Record(kLogType) = {};
+}
+
+alignas(16) unsigned char g_hostsRing[2047 * 64];
+
+// A host that takes a ring's storage out of the record does not say so, and may give its address to
+// the next one.
+TEST_F(LogRingTest, AStorageThatTheHostTookAndGivesAgainIsForgotten) {
+    if (!dxr::kFastPaths) {
+        GTEST_SKIP() << "no ring has an index";
+    }
+    const DxrMemoryHooks memory = g_dxrHooks.memory;
+    g_dxrHooks.memory.allocate = [](uint32_t, uint32_t, const char *, uint32_t) -> void * {
+        return g_hostsRing;
+    };
+    LogRing ring(kLogType);
+    ring.Resize(2047);
+    FillLargest(ring);
+    Record(kLogType).entries = nullptr;
+    ring.Resize(2047);
+    g_dxrHooks.memory = memory;
+    EXPECT_EQ(static_cast<void *>(Record(kLogType).entries), g_hostsRing);
+    EXPECT_FALSE(ring.IsIndexed());
+    EXPECT_EQ(ring.Find(5001), std::nullopt);
+    EXPECT_EQ(ring.Find(0), 0U);
     Record(kLogType) = {};
 }
 

@@ -288,6 +288,16 @@ TEST_F(SameLogFilter, HashFunctionOfTheHostSeesZeroedBuffers) {
     EXPECT_EQ(WholeHashInput::bytes, WholeHashInput::Padded("265678"));
 }
 
+TEST_F(SameLogFilter, HashFunctionOfTheHostIsNotAskedForALineThatCannotBeFormatted) {
+    InitStore();
+    const DxrLogFilterCfg site{3, 1, 2, 3, 4, 0};
+    WholeHashInput::Use(1024);
+    WholeHashInput::bytes = "not asked";
+    DXR_SameLogFilter(&site, "line %ls", kUnformattable);
+    EXPECT_EQ(WholeHashInput::bytes, "not asked");
+    EXPECT_THAT(host.calls, ElementsAre());
+}
+
 // --- by key
 
 TEST_F(DiffLogFilter, HandsOnOnlyTheFirstMessageOfAKey) {
