@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "internal/plain_format.h"
 #include "support/test_host.h"
 
 namespace {
@@ -482,6 +483,13 @@ TEST_P(TruncatingFormatter, FailedConversionEmptiesTheBuffer) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
+TEST_P(TruncatingFormatter, NothingConvertedIsNoFailure) {
+    GuardedBuffer buffer(8);
+    EXPECT_EQ(0, format_(buffer.Data(), 8, "%ls", L""));
+    EXPECT_EQ("", buffer.Text());
+    EXPECT_TRUE(buffer.Intact());
+}
+
 TEST_P(TruncatingFormatter, OnlyTheSizeOfANegativeNumberIsRefused) {
     GuardedBuffer buffer(8);
     EXPECT_EQ(-1, format_(buffer.Data(), kLargestUsable + 1, "%s", "wrong"));
@@ -507,5 +515,59 @@ INSTANTIATE_TEST_SUITE_P(Both, TruncatingFormatter,
                          [](const testing::TestParamInfo<Formatter> &formatter) {
                              return formatter.index == 0 ? "Arguments" : "ArgumentList";
                          });
+
+// --- lines
+
+dxr::FormattedLine FormatRoom(dxr::PlainRoom &room, size_t size, const char *format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args);
+    va_end(args);
+    return line;
+}
+
+void ExpectLine(const dxr::FormattedLine &line, int stored, size_t length) {
+    EXPECT_EQ(stored, line.stored);
+    EXPECT_EQ(length, line.length);
+}
+
+TEST(FormatLine, EverySizeAndLength) {
+    dxr::PlainRoom room;
+    for (const char *format : {"%s", "%-0s"}) {  // the C library's alone
+        for (size_t length = 0; length <= kMaxDest + 4; ++length) {
+            const std::string text = Letters(length);
+            for (size_t size = 1; size <= kMaxDest; ++size) {
+                const size_t kept = std::min(length, size - 1);
+                ExpectLine(FormatRoom(room, size, format, text.c_str()), static_cast<int>(kept),
+                           kept);
+                EXPECT_EQ(text.substr(0, kept), room) << size;
+            }
+        }
+    }
+}
+
+TEST(FormatLine, OfTheWholeRoom) {
+    dxr::PlainRoom room;
+    const std::string text = Letters(sizeof(room));
+    ExpectLine(FormatRoom(room, sizeof(room), "%s", text.c_str()), sizeof(room) - 1,
+               sizeof(room) - 1);
+    EXPECT_EQ(text.substr(0, sizeof(room) - 1), room);
+}
+
+TEST(FormatLine, EmbeddedNulEndsItsLengthAlone) {
+    dxr::PlainRoom room;
+    ExpectLine(FormatRoom(room, 8, "ab%ccd", '\0'), 5, 2);
+    EXPECT_EQ(std::string("ab\0cd\0", 6), std::string(room, 6));
+    ExpectLine(FormatRoom(room, 8, "%cabcdefgh", '\0'), 7, 0);
+}
+
+TEST(FormatLine, HasNoLengthWhenItFails) {
+    dxr::PlainRoom room = "before";
+    ExpectLine(FormatRoom(room, 8, nullptr), -1, 0);
+    EXPECT_STREQ("before", room);
+    ASSERT_STREQ("C", std::setlocale(LC_CTYPE, nullptr));
+    ExpectLine(FormatRoom(room, 8, "abc%ls", L"\x20AC"), -1, 0);
+    EXPECT_STREQ("", room);
+}
 
 }  // namespace

@@ -35,7 +35,7 @@ int strncpy_s(char *dest, size_t destSize, const char *src, size_t count) noexce
 
 struct FormattedLine {
     int stored;     // the result of vsnprintf_truncated_s
-    size_t length;  // up to the first NUL, which a formatted character may be
+    size_t length;  // up to the first NUL, which a formatted character may be; 0 after a failure
 };
 
 // Like vsnprintf_truncated_s with a size of 1 to that of the room, at a lower price: any byte of
