@@ -75,13 +75,13 @@ TEST_P(WordQueries, ArraysOverPagesOfDifferentAlignmentAreCompared) {
 TEST_P(WordQueries, NoPageBehindTheFirstDifferenceIsTouched) {
     const dxrtest::GuardedPage page;
     auto *const end = static_cast<uint32_t *>(page.End());
-    const Words other(200, 0);
+    const Words other(1200, 0);
     for (ptrdiff_t length = 1; length <= 100; ++length) {
         for (ptrdiff_t difference = 1; difference <= length; ++difference) {
             std::fill(end - length, end, 0U);
             end[-difference] = 1;
-            // Small arrays are looked at by ways of their own.
-            for (const uint32_t whole : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 200U}) {
+            // Small arrays are looked at by ways of their own; the largest is longer than a page.
+            for (const uint32_t whole : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 200U, 1200U}) {
                 if (whole >= length) {
                     ASSERT_EQ(dxr::AreSameWords(end - length, other.data(), whole), 0U) << length;
                     ASSERT_EQ(dxr::AreSameWords(other.data(), end - length, whole), 0U) << length;
