@@ -1,9 +1,10 @@
 #include "device.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <exception>
 #include <new>
+
+#include "error_text.h"
 
 namespace devhost {
 
@@ -86,21 +87,19 @@ void FillDevice(DxrHooks &hooks) {
 
 bool DxrHostLoadBoard(DxrHost *host, const char *path, char *error, uint32_t errorSize) {
     const devhost::ApiCall call(host);
-    std::string why = "no file was given";
-    bool isRead = false;
     try {
         devhost::Board read;
-        if (call && path != nullptr && devhost::ReadBoard(path, read, why)) {
+        std::string why = "no file was given";
+        const bool isRead = call && path != nullptr && devhost::ReadBoard(path, read, why);
+        if (isRead) {
             devhost::DeviceService &state = devhost::DeviceOf(*call);
             const std::lock_guard lock(state.mutex);
             state.Take(std::move(read));
-            isRead = true;
         }
+        devhost::WriteError(error, errorSize, isRead ? "" : why.c_str());
+        return isRead;
     } catch (const std::exception &) {
-        why = "not enough memory";
+        devhost::WriteError(error, errorSize, "not enough memory");
+        return false;
     }
-    if (error != nullptr && errorSize > 0) {
-        (void)std::snprintf(error, errorSize, "%s", isRead ? "" : why.c_str());
-    }
-    return isRead;
 }

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "dxr_devhost/print.h"
+#include "error_text.h"
 #include "print.h"
 
 namespace devhost {
@@ -139,24 +140,23 @@ DxrHost *DxrHostCreate(const DxrHostOptions *options) {
 }
 
 DxrHost *DxrHostCreateFromFile(const char *path, char *error, uint32_t errorSize) {
-    std::string why = "not enough memory";
-    DxrHost *host = nullptr;
     try {
         devhost::Options options;
-        why.clear();
-        if (path == nullptr) {
-            why = "no file was given";
-        } else if (devhost::ReadOptionsFile(path, options, why)) {
-            host = Make(options);
-            why = host != nullptr ? "" : "the host could not be made";
+        std::string why = "no file was given";
+        DxrHost *host = nullptr;
+        if (path != nullptr) {
+            why.clear();
+            if (devhost::ReadOptionsFile(path, options, why)) {
+                host = Make(options);
+                why = host != nullptr ? "" : "the host could not be made";
+            }
         }
+        devhost::WriteError(error, errorSize, why.c_str());
+        return host;
     } catch (const std::bad_alloc &) {
-        why = "not enough memory";
+        devhost::WriteError(error, errorSize, "not enough memory");
+        return nullptr;
     }
-    if (error != nullptr && errorSize > 0) {
-        (void)std::snprintf(error, errorSize, "%s", why.c_str());
-    }
-    return host;
 }
 
 uint32_t DxrHostRegister(DxrHost *host) {

@@ -44,6 +44,7 @@ class Module {
         UseHashTables();
         UseNetworkProcessor(host);
         UseMonitoring(host);
+        UseDescriptions(host);
         DxrHostDestroy(host, nullptr);
     }
 
@@ -206,6 +207,12 @@ class Module {
         (void)DxrHostSetTemperature(host, 2, 5);
         int32_t temperature = 0;
         (void)DxrHostGetTemperature(host, 1, &temperature);
+    static void UseDescriptions(DxrHost *host) {
+        std::array<char, 64> error{};
+        (void)DxrHostLoadBoard(host, nullptr, error.data(), error.size());
+        (void)DxrHostLoadBoard(host, "/there is no such file", error.data(), error.size());
+        (void)DxrHostCreateFromFile(nullptr, error.data(), error.size());
+        (void)DxrHostCreateFromFile("/there is no such file", error.data(), error.size());
     }
 
     const std::string work_;
