@@ -1,118 +1,15 @@
 // From the file of a board's description to the description.
-#include <cerrno>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <utility>
 
 #include "device_board.h"
-#include "json_file.h"
+#include "json_members.h"
 
 namespace devhost {
 namespace {
 
 using nlohmann::json;
-
-// What is wrong with a file, and the member to blame.
-struct Wrong {
-    std::string text;
-};
-
-std::optional<uint64_t> NumberOf(const json &value) {
-    if (value.is_number_unsigned()) {
-        return value.get<uint64_t>();
-    }
-    if (!value.is_string()) {
-        return std::nullopt;
-    }
-    const auto &text = value.get_ref<const std::string &>();
-    const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    const std::string digits = isHex ? text.substr(2) : text;
-    const bool areDigits =
-        !digits.empty() && digits.find_first_not_of(isHex ? "0123456789abcdefABCDEF"
-                                                          : "0123456789") == std::string::npos;
-    errno = 0;
-    const uint64_t number = areDigits ? std::strtoull(digits.c_str(), nullptr, isHex ? 16 : 10) : 0;
-    return areDigits && errno == 0 ? std::optional(number) : std::nullopt;
-}
-
-// The members of an object; each is asked for by name, and others are refused.
-class Members {
-  public:
-    Members(const json &object, std::string place) : object_(object), place_(std::move(place)) {
-        if (!object.is_object()) {
-            Blame("", "must be an object");
-        }
-    }
-
-    [[noreturn]] void Blame(const char *name, const char *why) const {
-        const std::string where = place_ + (*name != '\0' ? "/" : "") + name;
-        throw Wrong{where.empty() ? std::string("the description ") + why : where + ": " + why};
-    }
-
-    uint64_t Number(const char *name, uint64_t most, std::optional<uint64_t> otherwise = {}) {
-        const json *const member = Find(name);
-        if (member == nullptr && !otherwise) {
-            Blame(name, "is missing");
-        }
-        const std::optional<uint64_t> number = member != nullptr ? NumberOf(*member) : otherwise;
-        if (!number || *number > most) {
-            Blame(name, "must be a whole number within its range");
-        }
-        return *number;
-    }
-    uint32_t Number32(const char *name, std::optional<uint64_t> otherwise = {}) {
-        return static_cast<uint32_t>(Number(name, UINT32_MAX, otherwise));
-    }
-
-    std::string Text(const char *name, const char *otherwise) {
-        const json *const member = Find(name);
-        if (member == nullptr && otherwise == nullptr) {
-            Blame(name, "is missing");
-        }
-        if (member != nullptr && !member->is_string()) {
-            Blame(name, "must be a text");
-        }
-        return member != nullptr ? member->get<std::string>() : otherwise;
-    }
-
-    // Each object of a list, which may be absent.
-    template <typename Take>
-    void ForEach(const char *name, Take take) {
-        const json *const list = Find(name);
-        if (list == nullptr) {
-            return;
-        }
-        if (!list->is_array()) {
-            Blame(name, "must be a list");
-        }
-        for (size_t i = 0; i < list->size(); ++i) {
-            Members each((*list)[i], place_ + "/" + name + "/" + std::to_string(i));
-            take(each);
-            each.RefuseOthers();
-        }
-    }
-
-    const json *Find(const char *name) {
-        known_.insert(name);
-        const auto found = object_.find(name);
-        return found != object_.end() ? &*found : nullptr;
-    }
-
-    void RefuseOthers() const {
-        for (const auto &[name, value] : object_.items()) {
-            if (!known_.contains(name)) {
-                Blame(name.c_str(), "is not known");
-            }
-        }
-    }
-
-    [[nodiscard]] const std::string &Place() const { return place_; }
-
-  private:
-    const json &object_;
-    const std::string place_;
-    std::set<std::string> known_;
-};
 
 void TakeCell(Members &from, Spaces &spaces, const DxrHostCell &at, const char *addressName) {
     if (!Spaces::IsValid(at)) {
@@ -275,7 +172,6 @@ void TakeAll(Members &from, Board &board) {
             each.Blame("bytes", "must not be 0");
         }
     });
-    from.RefuseOthers();
 }
 
 }  // namespace
@@ -291,19 +187,12 @@ Board::Board()
 }
 
 bool ReadBoard(const std::string &path, Board &board, std::string &error) {
-    json file;
-    if (!ReadJsonFile(path, file, error)) {
+    Board read;
+    if (!ReadMembers(
+            path, [&read](Members &members) { TakeAll(members, read); }, error)) {
         return false;
     }
-    try {
-        Board read;
-        Members members(file, "");
-        TakeAll(members, read);
-        board = std::move(read);
-    } catch (const Wrong &wrong) {
-        error = path + ": " + wrong.text;
-        return false;
-    }
+    board = std::move(read);
     return true;
 }
 

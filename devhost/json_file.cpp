@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 namespace devhost {
 namespace {
@@ -16,12 +17,94 @@ std::string PlaceOf(const std::string &text, size_t byte) {
     return std::to_string(line) + ":" + std::to_string(end - lineBegin + 1);
 }
 
+// Goes over a text that is JSON.
+class Walker {
+  public:
+    explicit Walker(const std::string &text) : text_(text) {
+        const std::string mark = "\xEF\xBB\xBF";  // of UTF-8, which the parser passes over
+        at_ = text.compare(0, mark.size(), mark) == 0 ? mark.size() : 0;
+    }
+
+    // Where the value begins that a pointer leads to from here.
+    size_t Find(std::string_view pointer) {
+        SkipBlanks();
+        const char open = Current();
+        if (pointer.empty() || (open != '{' && open != '[')) {
+            return at_;
+        }
+        const size_t begin = at_++;
+        const size_t end = std::min(pointer.find('/', 1), pointer.size());
+        const std::string_view name = pointer.substr(1, end - 1);
+        for (size_t index = 0;; ++index) {
+            SkipBlanks();
+            if (Current() == '}' || Current() == ']' || Current() == '\0') {
+                return begin;
+            }
+            if (open == '{' ? TakeKey() == name : std::to_string(index) == name) {
+                return Find(pointer.substr(end));
+            }
+            SkipValue();
+            SkipBlanks();
+            at_ += Current() == ',' ? 1 : 0;
+        }
+    }
+
+  private:
+    [[nodiscard]] char Current() const { return at_ < text_.size() ? text_[at_] : '\0'; }
+
+    void SkipBlanks() { at_ = std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size()); }
+
+    // As it is written, without its quotation marks; and the colon.
+    std::string_view TakeKey() {
+        const size_t begin = at_ + 1;
+        SkipText();
+        const std::string_view key = std::string_view(text_).substr(begin, at_ - 1 - begin);
+        SkipBlanks();
+        ++at_;
+        return key;
+    }
+
+    void SkipText() {
+        for (++at_; Current() != '"' && Current() != '\0'; ++at_) {
+            at_ += Current() == '\\' ? 1 : 0;
+        }
+        ++at_;
+    }
+
+    void SkipValue() {
+        SkipBlanks();
+        int depth = 0;
+        do {
+            const char current = Current();
+            if (current == '"') {
+                SkipText();
+                continue;
+            }
+            depth += current == '{' || current == '[' ? 1 : 0;
+            depth -= current == '}' || current == ']' ? 1 : 0;
+            ++at_;
+        } while (at_ < text_.size() && (depth > 0 || !IsAtEnd()));
+    }
+
+    // Of a value that is no object, no list and no text; the others end by themselves.
+    [[nodiscard]] bool IsAtEnd() const {
+        return std::string_view(",]} \t\r\n").find(Current()) != std::string_view::npos;
+    }
+
+    const std::string &text_;
+    size_t at_;
+};
+
 }  // namespace
 
-bool ReadJsonFile(const std::string &path, nlohmann::json &value, std::string &error) {
+std::string PlaceOfJson(const std::string &text, const std::string &pointer) {
+    return PlaceOf(text, Walker(text).Find(pointer));
+}
+
+bool ReadJsonFile(const std::string &path, nlohmann::json &value, std::string &error,
+                  std::string *textOut) {
     std::ifstream file(path, std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)),
-                           std::istreambuf_iterator<char>());
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     if (!file.is_open() || file.bad()) {
         error = path + ": cannot be read";
         return false;
@@ -33,6 +116,9 @@ bool ReadJsonFile(const std::string &path, nlohmann::json &value, std::string &e
         error = path + ":" + PlaceOf(text, problem.byte > 0 ? problem.byte - 1 : 0) +
                 ": this is no JSON";
         return false;
+    }
+    if (textOut != nullptr) {
+        textOut->swap(text);
     }
     return true;
 }

@@ -1,0 +1,102 @@
+#include "json_members.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+#include "json_file.h"
+
+namespace devhost {
+
+using nlohmann::json;
+
+std::optional<uint64_t> NumberOf(const json &value) {
+    if (value.is_number_unsigned()) {
+        return value.get<uint64_t>();
+    }
+    if (!value.is_string()) {
+        return std::nullopt;
+    }
+    const auto &text = value.get_ref<const std::string &>();
+    const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    const std::string digits = isHex ? text.substr(2) : text;
+    const bool areDigits =
+        !digits.empty() && digits.find_first_not_of(isHex ? "0123456789abcdefABCDEF"
+                                                          : "0123456789") == std::string::npos;
+    errno = 0;
+    const uint64_t number = areDigits ? std::strtoull(digits.c_str(), nullptr, isHex ? 16 : 10) : 0;
+    return areDigits && errno == 0 ? std::optional(number) : std::nullopt;
+}
+
+Members::Members(const json &object, std::string place)
+    : object_(object), place_(std::move(place)) {
+    if (!object.is_object()) {
+        Blame("", "must be an object");
+    }
+}
+
+void Members::Blame(const char *name, const char *why) const {
+    throw Wrong{place_ + (*name != '\0' ? "/" : "") + name, why};
+}
+
+uint64_t Members::Number(const char *name, uint64_t most, std::optional<uint64_t> otherwise) {
+    const json *const member = Find(name);
+    if (member == nullptr && !otherwise) {
+        Blame(name, "is missing");
+    }
+    const std::optional<uint64_t> number = member != nullptr ? NumberOf(*member) : otherwise;
+    if (!number || *number > most) {
+        Blame(name, "must be a whole number within its range");
+    }
+    return *number;
+}
+
+uint32_t Members::Number32(const char *name, std::optional<uint64_t> otherwise) {
+    return static_cast<uint32_t>(Number(name, UINT32_MAX, otherwise));
+}
+
+std::string Members::Text(const char *name, const char *otherwise) {
+    const json *const member = Find(name);
+    if (member == nullptr && otherwise == nullptr) {
+        Blame(name, "is missing");
+    }
+    if (member != nullptr && !member->is_string()) {
+        Blame(name, "must be a text");
+    }
+    return member != nullptr ? member->get<std::string>() : otherwise;
+}
+
+const json *Members::Find(const char *name) {
+    known_.insert(name);
+    const auto found = object_.find(name);
+    return found != object_.end() ? &*found : nullptr;
+}
+
+void Members::RefuseOthers() const {
+    for (const auto &[name, value] : object_.items()) {
+        if (!known_.contains(name)) {
+            Blame(name.c_str(), "is not known");
+        }
+    }
+}
+
+bool ReadMembers(const std::string &path, const std::function<void(Members &)> &take,
+                 std::string &error) {
+    json file;
+    std::string text;
+    if (!ReadJsonFile(path, file, error, &text)) {
+        return false;
+    }
+    try {
+        Members members(file, "");
+        take(members);
+        members.RefuseOthers();
+        return true;
+    } catch (const Wrong &wrong) {
+        error = path + ":" + PlaceOfJson(text, wrong.member) + ": " +
+                (wrong.member.empty() ? "the file" : wrong.member + ":") + " " + wrong.why;
+        return false;
+    }
+}
+
+}  // namespace devhost
