@@ -1,6 +1,7 @@
 // What slots of the development host cost beside the call that each stands on, in processor time
 // of the least of several rounds; and how many timer events a second the virtual clock runs.
 #include <pthread.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <functional>
 #include <thread>
@@ -58,6 +60,100 @@ template <typename Allocate, typename Release>
 void Pairs(uint32_t count, Allocate allocate, Release release) {
     for (uint32_t i = 0; i < count; ++i) {
         release(allocate(100));
+    }
+}
+
+// Look-ups in a sample chassis, and the statements that they stand on.
+class Database {
+  public:
+    explicit Database(DxrHost *host) {
+        (void)unlink(kPath);
+        if (!DxrHostInitDatabase(host, kPath, nullptr, 0) ||
+            !DxrHostOpenDatabase(host, kPath, nullptr, 0) ||
+            sqlite3_open(kPath, &connection_) != SQLITE_OK) {
+            std::fprintf(stderr, "%s cannot be made\n", kPath);
+            std::exit(1);
+        }
+        (void)unlink(kPath);
+    }
+    ~Database() {
+        (void)sqlite3_finalize(statement_);
+        (void)sqlite3_close(connection_);
+    }
+    Database(const Database &) = delete;
+    Database &operator=(const Database &) = delete;
+    Database(Database &&) = delete;
+    Database &operator=(Database &&) = delete;
+
+    void Prepare(const char *sql) {
+        (void)sqlite3_finalize(statement_);
+        (void)sqlite3_prepare_v2(connection_, sql, -1, &statement_, nullptr);
+    }
+
+    // The first row of the statement, whose parameters are the values.
+    void Find(const std::array<uint32_t, 3> &values, uint32_t *row) {
+        const int parameters = sqlite3_bind_parameter_count(statement_);
+        for (int i = 0; i < parameters; ++i) {
+            sqlite3_bind_int64(statement_, i + 1, values[static_cast<size_t>(i)]);
+        }
+        if (sqlite3_step(statement_) == SQLITE_ROW) {
+            const int columns = sqlite3_column_count(statement_);
+            for (int i = 0; i < columns; ++i) {
+                row[i] = static_cast<uint32_t>(sqlite3_column_int64(statement_, i));
+            }
+        }
+        sqlite3_reset(statement_);
+    }
+
+  private:
+    static constexpr const char *kPath = "devhost_costs.db";
+
+    sqlite3 *connection_ = nullptr;
+    sqlite3_stmt *statement_ = nullptr;
+};
+
+void DatabaseRows(DxrHost *host, const DxrHooks &hooks) {
+    constexpr uint32_t kLookUps = 20000;
+    Database database(host);
+    DxrHostTmPort port{};
+    DxrHostTmPort plainPort{};
+    uint32_t type = 0;
+    uint32_t plainType = 0;
+    database.Prepare("SELECT tm_type FROM fic WHERE global_fic_id = ?1");
+    Row(
+        "TM type of a chip", "the statement", kLookUps,
+        [&](uint32_t n) {
+            for (uint32_t i = 0; i < n; ++i) {
+                (void)hooks.db.getTmTypeByGlobalFicIdFromDb(i % 8, &type);
+            }
+        },
+        [&](uint32_t n) {
+            for (uint32_t i = 0; i < n; ++i) {
+                database.Find({i % 8}, &plainType);
+            }
+        });
+    database.Prepare(
+        "SELECT p.node_group_id, p.tm_id, p.port_id, p.tm_port, p.core_id, p.fic_port, "
+        "p.speed_mbps FROM vsq v JOIN tm_port p USING (node_group_id, tm_id, port_id) "
+        "WHERE v.node_group_id = ?1 AND v.vsq_id = ?2");
+    std::array<uint32_t, sizeof(DxrHostTmPort) / sizeof(uint32_t)> row{};
+    Row(
+        "port of a VSQ", "the statement", kLookUps,
+        [&](uint32_t n) {
+            for (uint32_t i = 0; i < n; ++i) {
+                (void)hooks.db.getNgTmPortInfoByVsqIdFromDb(1 + i % 128 / 32, i % 128, &port);
+            }
+        },
+        [&](uint32_t n) {
+            for (uint32_t i = 0; i < n; ++i) {
+                database.Find({1 + i % 128 / 32, i % 128}, row.data());
+            }
+        });
+    std::memcpy(&plainPort, row.data(), sizeof(plainPort));
+    if (type != plainType || port.nodeGroupId != plainPort.nodeGroupId ||
+        port.tmPort != plainPort.tmPort || port.speedMbps != plainPort.speedMbps) {
+        std::fprintf(stderr, "the two differ\n");
+        std::exit(1);
     }
 }
 
@@ -184,6 +280,7 @@ int main() {
                 (void)clock_gettime(CLOCK_REALTIME, &now);
             }
         });
+    DatabaseRows(host, hooks);
     DxrHostDestroy(host, stdout);
     for (const uint32_t timers : {1U, 100U, 10000U}) {
         TimerEvents(timers);

@@ -14,6 +14,7 @@
 #include <new>
 
 #include "device.h"
+#include "file_steps.h"
 
 namespace devhost {
 namespace {
@@ -41,29 +42,6 @@ uint32_t CrcOf(const unsigned char *data, size_t bytes) {
 void Append(Bytes &to, const void *data, size_t bytes) {
     const auto *const begin = static_cast<const unsigned char *>(data);
     to.insert(to.end(), begin, begin + bytes);
-}
-
-bool WriteAll(int file, const Bytes &content) {
-    size_t done = 0;
-    while (done < content.size()) {
-        const ssize_t written = write(file, content.data() + done, content.size() - done);
-        if (written < 0 && errno != EINTR) {
-            return false;
-        }
-        done += written > 0 ? static_cast<size_t>(written) : 0;
-    }
-    return true;
-}
-
-// The name of a directory's new entry reaches the disk, where the file system can do that.
-void SyncDirectoryOf(const std::string &path) {
-    const size_t slash = path.rfind('/');
-    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const int file = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (file >= 0) {
-        (void)fsync(file);
-        (void)close(file);
-    }
 }
 
 }  // namespace
@@ -177,7 +155,7 @@ bool Variables::Write(const Bytes &content) {
     if (file < 0) {
         return false;
     }
-    bool isWell = !writeFails_.Fails() && WriteAll(file, content);
+    bool isWell = !writeFails_.Fails() && WriteAll(file, content.data(), content.size());
     isWell = isWell && !syncFails_.Fails() && fsync(file) == 0;
     isWell = close(file) == 0 && isWell;
     isWell = isWell && !renameFails_.Fails() && std::rename(next.c_str(), path_.c_str()) == 0;

@@ -106,7 +106,7 @@ bool ReadOptions(const DxrHostOptions &from, Options &options) {
                .logFileBytes = from.logFileBytes,
                .logFileCount = from.logFileCount,
                .printLevel = from.printLevel,
-               .database = TextOr(from.database, ""),
+               .database = TextOr(from.database, workPath + "/chassis.db"),
                .board = TextOr(from.board, ""),
                .allowOutside = from.allowOutside != 0,
                .switchAtCalls = from.switchAtCalls != 0,

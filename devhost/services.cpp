@@ -20,6 +20,7 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kKpi, "kpi", MakeKpi, FillKpi},
     {ServiceId::kFaultManagement, "ffm", MakeFaultManagement, FillFaultManagement},
     {ServiceId::kTemperature, "temperature", MakeTemperature, FillTemperature},
+    {ServiceId::kDatabase, "database", MakeDatabase, FillDatabase},
 }};
 
 }  // namespace devhost

@@ -31,6 +31,7 @@ enum class ServiceId : uint8_t {
     kKpi,
     kFaultManagement,
     kTemperature,
+    kDatabase,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -46,6 +47,7 @@ struct ServiceEntry {
 extern const std::array<ServiceEntry, kServiceCount> kServices;
 
 std::unique_ptr<Service> MakeAlarm(Host &host);
+std::unique_ptr<Service> MakeDatabase(Host &host);
 std::unique_ptr<Service> MakeDevice(Host &host);
 std::unique_ptr<Service> MakeFaultManagement(Host &host);
 std::unique_ptr<Service> MakeHash(Host &host);
@@ -62,6 +64,7 @@ std::unique_ptr<Service> MakeSystemTime(Host &host);
 std::unique_ptr<Service> MakeTemperature(Host &host);
 
 void FillAlarm(DxrHooks &hooks);
+void FillDatabase(DxrHooks &hooks);
 void FillDevice(DxrHooks &hooks);
 void FillFaultManagement(DxrHooks &hooks);
 void FillHash(DxrHooks &hooks);

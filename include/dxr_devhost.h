@@ -4,6 +4,7 @@
 #define DXR_DEVHOST_H
 
 #include "dxr_devhost/alarm.h"
+#include "dxr_devhost/database.h"
 #include "dxr_devhost/device.h"
 #include "dxr_devhost/fault_management.h"
 #include "dxr_devhost/hash.h"

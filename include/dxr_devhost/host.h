@@ -39,7 +39,8 @@ typedef struct DxrHostOptions {
                                  default 1 MiB, 0: never */
     uint32_t logFileCount;    /* how many renamed files are kept; default 4 */
     uint32_t printLevel;      /* messages up to this level are written; default 2 */
-    const char *database;     /* file of the chassis database; default none */
+    const char *database;     /* file of the chassis database; default "chassis.db" below the work
+                                 path */
     const char *board;        /* JSON file that describes the board; default none */
     uint32_t allowOutside;    /* 1: files outside the work path may be opened, and
                                  plug-ins outside theirs loaded; default 0 */

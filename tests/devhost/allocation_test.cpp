@@ -19,9 +19,11 @@ using dxrtest::TemporaryDirectory;
 class Module {
   public:
     explicit Module(const TemporaryDirectory &directory)
-        : work_(directory.Path()), file_(directory.Write("data", "0123")) {}
+        : work_(directory.Path()), file_(directory.Write("data", "0123")) {
+        EXPECT_TRUE(DxrHostInitDatabase(nullptr, directory.Path("chassis.db").c_str(), nullptr, 0));
+    }
 
-    void Run() {
+    void Run(void (Module::*use)(DxrHost *) const) const {
         DxrHostOptions options;
         DxrHostInitOptions(&options);
         options.clock = DXR_HOST_CLOCK_STEPPED;
@@ -34,6 +36,11 @@ class Module {
         }
         DxrHostRegister(host);
         DxrHostSetDiagFile(host, nullptr);
+        (this->*use)(host);
+        DxrHostDestroy(host, nullptr);
+    }
+
+    void UsePlatform(DxrHost *host) const {
         UseMemory();
         UseLists();
         UseLocks();
@@ -45,7 +52,20 @@ class Module {
         UseNetworkProcessor(host);
         UseMonitoring(host);
         UseDescriptions(host);
-        DxrHostDestroy(host, nullptr);
+    }
+
+    void UseDatabase(DxrHost *host) const {
+        std::array<char, 64> error{};
+        DxrHostDbQuery query{DXR_HOST_DB_FIC, sizeof(DxrHostFic), 1, {3}};
+        uint32_t count = 0;
+        (void)DXR_GetTmTypeByGlobalFicIdFromDb(3, &count);
+        DXR_Free(DXR_SelectDbRecord(&query, &count), "module.c", 7);
+        (void)DxrHostOpenDatabase(host, file_.c_str(), error.data(), error.size());
+    }
+
+    void MakeDatabase(DxrHost *host) const {
+        std::array<char, 64> error{};
+        (void)DxrHostInitDatabase(host, file_.c_str(), error.data(), error.size());
     }
 
   private:
@@ -207,6 +227,8 @@ class Module {
         (void)DxrHostSetTemperature(host, 2, 5);
         int32_t temperature = 0;
         (void)DxrHostGetTemperature(host, 1, &temperature);
+    }
+
     static void UseDescriptions(DxrHost *host) {
         std::array<char, 64> error{};
         (void)DxrHostLoadBoard(host, nullptr, error.data(), error.size());
@@ -219,13 +241,13 @@ class Module {
     const std::string file_;
 };
 
-TEST(Allocations, EachFailsOnce) {
+void FailEach(void (Module::*use)(DxrHost *) const) {
     const TemporaryDirectory directory;
-    Module module(directory);
-    module.Run();  // what the process keeps is there by now
+    const Module module(directory);
+    module.Run(use);  // what the process keeps is there by now
     size_t n = 1;
     for (;; ++n) {
-        const Outcome outcome = dxrtest::RunFailing(n, [&module] { module.Run(); });
+        const Outcome outcome = dxrtest::RunFailing(n, [&module, use] { module.Run(use); });
         if (!NewWatch::Failed()) {
             break;
         }
@@ -236,6 +258,18 @@ TEST(Allocations, EachFailsOnce) {
     EXPECT_EQ(NewWatch::Live(), 0U);
     EXPECT_GT(n, 50U);
     std::printf("%zu allocations\n", n - 1);
+}
+
+TEST(Allocations, EachFailsOnce) {
+    FailEach(&Module::UsePlatform);
+}
+
+TEST(Allocations, EachOfADatabaseFailsOnce) {
+    FailEach(&Module::UseDatabase);
+}
+
+TEST(Allocations, EachOfANewDatabaseFailsOnce) {
+    FailEach(&Module::MakeDatabase);
 }
 
 }  // namespace

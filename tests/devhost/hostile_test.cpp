@@ -26,7 +26,8 @@ using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 // The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n
 // number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
 // log filter, E event, T calendar time, k task number, r registration record, p plug-in record, H
-// hash options, M ports of a group, Q drops of a queue, A alarm, K KPI attribute, 0 null.
+// hash options, M ports of a group, Q drops of a queue, A alarm, K KPI attribute, q query, 0
+// null.
 struct Target {
     size_t offset;
     const char *name;
@@ -164,6 +165,25 @@ constexpr Target kTargets[] = {
     DXR_TARGET(dev.getBoardDrvType, "", false),
     DXR_TARGET(dev.checkSmiLosEnable, "nn", false),
     DXR_TARGET(dev.writeFlashInfo, "b", false),
+    DXR_TARGET(db.selectDbRecordCount, "qb", false),
+    DXR_TARGET(db.selectDbRecordLimit, "qnb", false),
+    DXR_TARGET(db.selectFirstDbRecord, "qb", false),
+    DXR_TARGET(db.getLocalFicIdFromDb, "nnnb", false),
+    DXR_TARGET(db.getTmTypeByGlobalFicIdFromDb, "Nb", false),
+    DXR_TARGET(db.getTmTypeByLocalFicIdFromDb, "nnb", false),
+    DXR_TARGET(db.getChipPosByGlobalFicIdFromDb, "nb", false),
+    DXR_TARGET(db.getChipPosByLocalFicIdFromDb, "nNb", false),
+    DXR_TARGET(db.getFicIdByNodeGroupIdFromDb, "nbbn", false),
+    DXR_TARGET(db.getNgTmCfgFromDb, "nnnb", false),
+    DXR_TARGET(db.getNgTmPortInfoFromDb, "nnnb", false),
+    DXR_TARGET(db.getNgTmPortInfoByTmPortFromDb, "nnNb", false),
+    DXR_TARGET(db.getNgTmPortInfoByVsqIdFromDb, "nnb", false),
+    DXR_TARGET(db.getNgTmSrvPortInfoFromDb, "nnnnb", false),
+    DXR_TARGET(db.getNgTmSrvPortByVsqFromDb, "nb", false),
+    DXR_TARGET(db.isMcRepByTm, "", false),
+    DXR_TARGET(db.getDestFicPort, "bb", false),
+    DXR_TARGET(db.getNgTmSrvPortByFicIdFromDb, "nnbnb", false),
+    DXR_TARGET(db.getLpuDevId, "n", false),
     DXR_TARGET(init.registerModule, "r", false),
     DXR_TARGET(init.unRegister, "", false),
     DXR_TARGET(init.setUdf, "h", false),
@@ -203,7 +223,10 @@ constexpr Target kTargets[] = {
 
 class Hostile : public testing::Test {
   protected:
-    Hostile() : random_(dxrtest::Seed()) {}
+    Hostile() : random_(dxrtest::Seed()) {
+        EXPECT_TRUE(
+            DxrHostInitDatabase(nullptr, directory_.Path("chassis.db").c_str(), nullptr, 0));
+    }
 
     Word Below(Word bound) { return random_() % bound; }
 
@@ -277,6 +300,8 @@ class Hostile : public testing::Test {
                 return Record(ports_);
             case 'Q':
                 return Record(drops_);
+            case 'q':
+                return Query();
             case 'T':
                 for (uint8_t &byte : time_) {
                     byte = static_cast<uint8_t>(Below(2) == 0 ? Below(60) : Below(256));
@@ -296,6 +321,19 @@ class Hostile : public testing::Test {
             default:
                 return OneOf(numbers);
         }
+    }
+
+    // Selects from one of the tables, or is none.
+    Word Query() {
+        constexpr std::array<uint32_t, 7> kSizes = {8, 8, 20, 20, 28, 24, 20};
+        const auto index = static_cast<uint32_t>(Below(kSizes.size()));
+        query_.table = index + (Below(8) == 0 ? 7 : 1);
+        query_.recordSize = kSizes[index] + (Below(8) == 0 ? 4 : 0);
+        query_.match = static_cast<uint32_t>(Below(2) == 0 ? 0 : Below(130));
+        for (uint32_t &value : query_.values) {
+            value = static_cast<uint32_t>(Below(4));
+        }
+        return Below(8) == 0 ? 0 : WordOf(&query_);
     }
 
     template <typename Value>
@@ -330,6 +368,7 @@ class Hostile : public testing::Test {
             DxrHostFailShare(host, "memory.allocate", 300000);
             DxrHostFailShare(host, "list.add", 300000);
             DxrHostFailShare(host, "timer.start", 300000);
+            DxrHostFailShare(host, "database.step", 300000);
         }
         for (size_t call = 0; call < calls; ++call) {
             const Target &target = kTargets[Below(std::size(kTargets))];
@@ -383,6 +422,7 @@ class Hostile : public testing::Test {
     DxrHostHashOptions hash_{};
     DxrHostMcPortMap ports_{};
     DxrHostQueueDrops drops_{};
+    DxrHostDbQuery query_{};
     std::array<uint8_t, sizeof(DxrSysTime)> time_{};
 };
 

@@ -23,9 +23,9 @@ TEST(Dxrsh, TellsItsVersion) {
     EXPECT_EQ(outcome.err, "");
 }
 
-const std::vector<std::string> kCommands = {"filter",   "record",    "fault", "privatelog",
-                                            "simulate", "msgfilter", "bin",   "latest",
-                                            "crc",      "links",     "slots", "bench"};
+const std::vector<std::string> kCommands = {
+    "filter", "record", "fault", "privatelog", "simulate", "msgfilter", "bin",
+    "latest", "crc",    "links", "db",         "slots",    "bench"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

@@ -10,6 +10,7 @@ namespace dxrsh {
 void AddBenchCommand(CLI::App &program);
 void AddBinCommand(CLI::App &program);
 void AddCrcCommand(CLI::App &program);
+void AddDbCommand(CLI::App &program);
 void AddFaultCommand(CLI::App &program);
 void AddFilterCommand(CLI::App &program);
 void AddLatestCommand(CLI::App &program);

@@ -25,6 +25,7 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddLatestCommand(program);
     dxrsh::AddCrcCommand(program);
     dxrsh::AddLinksCommand(program);
+    dxrsh::AddDbCommand(program);
     dxrsh::AddSlotsCommand(program);
     dxrsh::AddBenchCommand(program);
 }
