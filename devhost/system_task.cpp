@@ -28,8 +28,8 @@ class Mutex {
     std::atomic<uint64_t> word{0};
     std::atomic<uint64_t> number{0};              // in the order of making, for reports
     std::atomic<const void *> lockedAt{nullptr};  // by whom
-    void *handle = nullptr;
-    WaitList waiters;  // under the scheduler's lock
+    std::atomic<void *> handle{nullptr};          // null once it is destroyed
+    WaitList waiters;                             // under the scheduler's lock
 
     static uint64_t WordOf(const ThreadRecord &thread) { return uint64_t{thread.number} << 1; }
     [[nodiscard]] bool IsHeldBy(const ThreadRecord &thread) const {
@@ -146,8 +146,10 @@ std::vector<Mutex *> &HeldBy(ThreadRecord &thread, const Host &host) {
 }
 
 // Notes in what order the thread locked the mutex, the last that it holds.
-void NoteOrder(const Call &call, const std::vector<Mutex *> &held, const Mutex &mutex) {
+void NoteOrder(const Call &call, const std::vector<Mutex *> &now, const Mutex &mutex) {
     try {
+        // Whoever is told may lock too.
+        const std::vector<Mutex *> held = now;
         for (const Mutex *const each : held) {
             LockOrder::Edge before{};
             if (each != &mutex &&
@@ -194,6 +196,16 @@ bool LockSlowly(const Call &call, Mutex &mutex) {
     }
 }
 
+// Gives the mutex to those who wait for it, or to nobody.
+void Free(const Call &call, Mutex &mutex) {
+    uint64_t word = Mutex::WordOf(call.Thread());
+    if (!mutex.word.compare_exchange_strong(word, 0, std::memory_order_release)) {
+        const SchedulerLock lock = call->scheduler.Lock();
+        mutex.word.store(0, std::memory_order_release);
+        call->scheduler.WakeOne(mutex.waiters);
+    }
+}
+
 // --- Slots: events and tasks
 
 uint32_t ReadEvent(uint32_t wanted, uint32_t mode, uint32_t ms, void *events) {
@@ -214,7 +226,9 @@ uint32_t ReadEvent(uint32_t wanted, uint32_t mode, uint32_t ms, void *events) {
     {
         SchedulerLock lock = scheduler.Lock();
         const WaitReason reason(call.At(), "events 0x%x", wanted);
-        Woken woken = ms == 0 ? Woken::kTimeout : Woken::kYes;
+        Woken woken = scheduler.HasEnded() ? Woken::kEnded
+                      : ms == 0            ? Woken::kTimeout
+                                           : Woken::kYes;
         for (;;) {
             const uint32_t there = task.events & wanted;
             if (mode == kAnyEvent ? there != 0 : there == wanted) {
@@ -267,6 +281,9 @@ uint32_t CreateTask(void *name, void *entry, void *argument, uint32_t priority, 
         given.size != sizeof(DxrHostTaskOptions)) {
         call.Misuse(kService, "no entry, priority above 255 or wrong options");
         return EINVAL;
+    }
+    if (call->scheduler.HasEnded()) {
+        return ECANCELED;
     }
     if (StateOf(*call).createFails.Fails()) {
         return EAGAIN;
@@ -326,6 +343,7 @@ uint32_t InitMutex(void **mutex, void * /*option*/) {
     }
     const std::lock_guard lock(state.mutex);
     if (state.free.empty()) {
+        state.free.reserve(state.all.size() + 1);  // all may be destroyed
         state.free.push_back(&state.all.emplace_back());
     }
     Mutex *const made = state.free.back();
@@ -370,6 +388,12 @@ uint32_t LockMutex(void *handle) {
             return ECANCELED;
         }
     }
+    // It may have been destroyed meanwhile, and be another one by now.
+    if (mutex->handle.load(std::memory_order_relaxed) != handle) [[unlikely]] {
+        Free(call, *mutex);
+        (void)call.Find<Mutex>(kService, handle, HandleType::kMutex);
+        return EINVAL;
+    }
     mutex->lockedAt.store(call.At().address, std::memory_order_relaxed);
     held.push_back(mutex);
     if (held.size() > 1) [[unlikely]] {
@@ -399,12 +423,7 @@ uint32_t UnlockMutex(void *handle) {
     } else {
         std::erase(held, mutex);
     }
-    uint64_t word = Mutex::WordOf(thread);
-    if (!mutex->word.compare_exchange_strong(word, 0, std::memory_order_release)) {
-        const SchedulerLock lock = call->scheduler.Lock();
-        mutex->word.store(0, std::memory_order_release);
-        call->scheduler.WakeOne(mutex->waiters);
-    }
+    Free(call, *mutex);
     call->scheduler.Point(thread);
     return 0;
 }
@@ -419,19 +438,29 @@ uint32_t DestroyMutex(void *handle) {
         return EINVAL;
     }
     TaskService &state = StateOf(*call);
-    if (mutex->word.load() != 0) {
+    // Nobody locks it while it is destroyed; those who still try then see that it is another one.
+    uint64_t word = 0;
+    if (!mutex->word.compare_exchange_strong(word, Mutex::WordOf(call.Thread()),
+                                             std::memory_order_acquire)) {
         call.Misuse(kService, "destroyed while held",
                     "mutex " + std::to_string(mutex->number) + " is held, locked by " +
                         Describe(mutex->lockedAt));
         return EBUSY;
     }
-    if (call.End<Mutex>(kService, handle, HandleType::kMutex) == nullptr) {
+    if (mutex->handle.load(std::memory_order_relaxed) != handle ||
+        call->handles.End(handle, HandleType::kMutex, call.At()) == nullptr) {
+        Free(call, *mutex);
+        (void)call.Find<Mutex>(kService, handle, HandleType::kMutex);
         return EINVAL;
     }
+    mutex->handle = nullptr;
     state.order.Forget(mutex->number);
-    const std::lock_guard lock(state.mutex);
-    state.live.erase(mutex->number);
-    state.free.push_back(mutex);
+    {
+        const std::lock_guard lock(state.mutex);
+        state.live.erase(mutex->number);
+        state.free.push_back(mutex);
+    }
+    Free(call, *mutex);
     return 0;
 }
 

@@ -29,7 +29,8 @@
  *   DXR_LockMutex(mutex)                   waits for it; EDEADLK, reported, when the thread holds
  *                                          it already
  *   DXR_UnlockMutex(mutex)                 EPERM, reported, when the thread does not hold it
- *   DXR_DestroyMutex(mutex)                EBUSY, reported, while anybody holds it
+ *   DXR_DestroyMutex(mutex)                EBUSY, reported, while anybody holds it. A call that
+ *                                          waits for one that is destroyed gives EINVAL
  *
  * Two mutexes that were locked in one order here and in the other there could deadlock: that is
  * reported, with both places, also when it went well.
@@ -37,8 +38,8 @@
  * With the virtual clock one task runs at a time, and each of these functions may let another one
  * run, which the seed chooses. Threads that modules make by themselves are not under that rule: a
  * run with them does not repeat, and the first that waits is reported. When all tasks wait and
- * nothing is due, the run ends: a report names who waits for what, and everybody's wait gives
- * ECANCELED.
+ * nothing is due, the run ends: a report names who waits for what, and the first task's wait gives
+ * ECANCELED; the others stay where they are until the host's end.
  *
  * At the host's end tasks are ended where they wait, without their destructors. */
 #ifndef DXR_DEVHOST_SYSTEM_TASK_H

@@ -97,6 +97,87 @@ TEST_F(RealHostTask, AnOrderOfLocksThatCouldDeadlockIsReportedOnce) {
     }
 }
 
+// Whoever is told of a risk may lock too.
+TEST_F(RealHostTask, AReportOfAnOrderOfLocksMayLock) {
+    static std::array<void *, 20> others{};
+    std::array<void *, 3> mutexes{};
+    for (void *&mutex : mutexes) {
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    }
+    for (void *&mutex : others) {
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    }
+    static uint32_t told = 0;
+    told = 0;
+    DxrHostSetReportSink(
+        host,
+        [](const DxrHostReport *report, void *) {
+            told += report->kind == DXR_HOST_REPORT_RISK ? 1 : 0;
+            if (told == 1) {
+                ++told;
+                for (void *const mutex : others) {
+                    DXR_LockMutex(mutex);
+                }
+            }
+        },
+        nullptr);
+    DXR_LockMutex(mutexes[2]);
+    DXR_LockMutex(mutexes[0]);
+    DXR_UnlockMutex(mutexes[0]);
+    DXR_LockMutex(mutexes[1]);
+    DXR_UnlockMutex(mutexes[1]);
+    DXR_UnlockMutex(mutexes[2]);
+    DXR_LockMutex(mutexes[0]);
+    DXR_LockMutex(mutexes[1]);
+    DXR_LockMutex(mutexes[2]);
+    EXPECT_GE(told, 2U);
+}
+
+// A mutex that is destroyed while others are about to lock it is theirs no more, and the next one
+// that is made is not held by anybody.
+TEST(HostTaskRuns, ADestroyedMutexIsNobodys) {
+    struct Both {
+        void *mutex = nullptr;
+        uint32_t waiter = 0;
+    };
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_VIRTUAL;
+    options.switchAtCalls = 1;
+    options.endSec = 10;
+    const DxrHostBody body = [](DxrHost * /*host*/, void * /*user*/) -> uint32_t {
+        static Both both;
+        both = {};
+        DXR_InitMutex(&both.mutex, nullptr);
+        void *const first = both.mutex;
+        DXR_LockMutex(first);
+        uint32_t id = 0;
+        DXR_CreateTask(nullptr, reinterpret_cast<void *>(+[](void * /*argument*/) {
+                           void *const mutex = both.mutex;
+                           both.waiter = DXR_LockMutex(mutex);
+                           if (both.waiter == 0) {
+                               DXR_UnlockMutex(mutex);
+                           }
+                       }),
+                       nullptr, 10, nullptr, 0, &id);
+        DXR_DelayTask(1);
+        DXR_UnlockMutex(first);
+        const uint32_t destroyed = DXR_DestroyMutex(first);
+        void *second = nullptr;
+        DXR_InitMutex(&second, nullptr);
+        if (DXR_LockMutex(second) != 0 || DXR_UnlockMutex(second) != 0) {
+            return 1;
+        }
+        DxrHostJoinTask(nullptr, id, DXR_HOST_FOREVER);
+        const bool isRight =
+            both.waiter == static_cast<uint32_t>(EINVAL) ? destroyed == 0 : both.waiter == 0;
+        DXR_DestroyMutex(second);
+        return isRight ? 0 : 2;
+    };
+    DxrHostExploration found{};
+    EXPECT_EQ(DxrHostExplore(&options, 200, body, nullptr, &found), 0U) << found.text;
+}
+
 // --- Events and tasks, in virtual time
 
 void Start(void (*entry)(void *), void *argument, uint32_t flag, uint32_t &id) {
