@@ -13,6 +13,10 @@ constexpr uint64_t kNsPerSec = 1000000000;
 // A moment that never comes.
 constexpr uint64_t kForever = UINT64_MAX;
 
+// The longest time that is waited for, and the latest moment of the stepped clock, 146 years: their
+// sums stay below kForever.
+constexpr uint64_t kLongestMs = kForever / 4 / kNsPerMs;
+
 class Clock {
   public:
     Clock(uint32_t mode, uint32_t startSec);

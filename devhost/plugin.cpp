@@ -196,7 +196,7 @@ uint32_t Open(const Call &call, const Plugin &plugin, Library &library,
     }
     library.reset(dlopen(plugin.path.c_str(), RTLD_NOW | RTLD_LOCAL));
     if (library == nullptr) {
-        const char *const why = dlerror();
+        const char *const why = dlerror();  // NOLINT(concurrency-mt-unsafe): a text of the thread
         return fail(ENOEXEC, why != nullptr ? why : "it cannot be opened");
     }
     table = static_cast<const DxrHostPluginTable *>(dlsym(library.get(), DXR_HOST_PLUGIN_SYMBOL));

@@ -91,9 +91,7 @@ uint64_t Scheduler::After(uint32_t ms) const {
 Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t deadline,
                       const WaitReason &reason) {
     if (hasEnded_) {
-        if (isFinishing_ && task.entry != nullptr) {
-            EndHere(lock, task);
-        }
+        StayAfterEnd(lock, task);
         return Woken::kEnded;
     }
     Waiter waiter;
@@ -168,9 +166,7 @@ void Scheduler::SwitchPerhaps(ThreadRecord &thread) {
     }
     SchedulerLock lock(mutex_);
     if (hasEnded_) {
-        if (isFinishing_ && task->entry != nullptr) {
-            EndHere(lock, *task);
-        }
+        StayAfterEnd(lock, *task);
         return;
     }
     if (++pointsWithoutTime_ > kMostPointsAtOneMoment && alarms_.Earliest() != nullptr) {
@@ -206,6 +202,20 @@ void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
     self.state = TaskState::kRunning;
 }
 
+// After the end of a run a task of virtual time goes no further: the first one alone runs. Any task
+// ends here when its host ends.
+void Scheduler::StayAfterEnd(SchedulerLock &lock, Task &task) {
+    if (task.entry == nullptr) {
+        return;
+    }
+    if (task.isScheduled && !isFinishing_) {
+        SwitchAway(lock, task);
+    }
+    if (isFinishing_) {
+        EndHere(lock, task);
+    }
+}
+
 // The task that runs next; when all wait, the clock jumps. Null while only a thread that is not the
 // host's could go on.
 Task *Scheduler::Choose(SchedulerLock &lock) {
@@ -222,8 +232,9 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
         }
         Alarm *const next = alarms_.Earliest();
         if (next == nullptr) {
+            // A thread that has ended keeps no record, so nobody else holds its task.
             const bool isOthers = std::any_of(tasks_.begin(), tasks_.end(), [](const auto &each) {
-                return !each.second->isScheduled;
+                return !each.second->isScheduled && each.second.use_count() > 1;
             });
             if (isOthers) {
                 return nullptr;
@@ -353,17 +364,16 @@ Task &Scheduler::Current(ThreadRecord &thread, const Place &place) {
 uint32_t Scheduler::Create(std::unique_ptr<Task> made) {
     std::shared_ptr<Task> task = std::move(made);
     std::vector<pthread_t> ended;
-    uint32_t id = 0;
     {
         const SchedulerLock lock(mutex_);
-        const Task *const created = hasEnded_ ? nullptr : CreateLocked(std::move(task));
-        id = created != nullptr ? created->id : 0;
         ended.swap(endedThreads_);
     }
     for (const pthread_t thread : ended) {
         (void)pthread_join(thread, nullptr);
     }
-    return id;
+    const SchedulerLock lock(mutex_);
+    const Task *const created = hasEnded_ ? nullptr : CreateLocked(std::move(task));
+    return created != nullptr ? created->id : 0;
 }
 
 Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
@@ -375,7 +385,7 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
         task->name = "task " + std::to_string(task->id);
     }
     tasks_.emplace(task->id, task);
-    endedThreads_.reserve(tasks_.size());
+    endedThreads_.reserve(endedThreads_.size() + tasks_.size());  // all may end
     pthread_attr_t attributes;
     (void)pthread_attr_init(&attributes);
     if (task->stackSize != 0) {
@@ -424,6 +434,8 @@ void Scheduler::RunBody(Task *task) {
 // Waits for the task's turn and for its first event. False when the host ends before that.
 bool Scheduler::Begins(Task &task) {
     SchedulerLock lock(mutex_);
+    task.hasBegun = true;
+    someTaskEnded_.Notify();
     while (task.isScheduled && running_ != &task && !isFinishing_) {
         task.turn.Wait(lock);
     }
@@ -452,17 +464,33 @@ void Scheduler::EndStopped(ThreadRecord &thread) {
     }
 }
 
+void Scheduler::ThreadEnds(ThreadRecord &thread) {
+    Task *const task = thread.task.get();
+    if (task == nullptr || task->entry != nullptr) {
+        return;
+    }
+    Host *const host = Enter(thread);
+    // The first task stays: the run is its.
+    if (host != nullptr && host->number == thread.taskHost && !task->isScheduled) {
+        host->scheduler.TaskEnds(*task);
+    }
+    Leave(thread);
+}
+
 void Scheduler::TaskEnds(Task &task) {
     SchedulerLock lock(mutex_);
     task.state = TaskState::kEnded;
     WakeAll(task.hasEnded);
-    endedThreads_.push_back(task.thread);
+    if (task.entry != nullptr) {
+        endedThreads_.push_back(task.thread);
+    }
     someTaskEnded_.Notify();
-    const bool isScheduled = task.isScheduled;
+    // Also when all waited for a thread that might have woken them, and has ended.
+    const bool isNextToChoose = task.isScheduled || (clock.IsVirtual() && running_ == nullptr);
     if (task.joiners == 0) {
         tasks_.erase(task.id);
     }
-    if (isScheduled && !isFinishing_) {
+    if (isNextToChoose && !isFinishing_) {
         running_ = Choose(lock);
         if (running_ != nullptr) {
             running_->turn.Notify();
@@ -556,16 +584,41 @@ bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
     ++job.startings;
     job.periodNs = 0;
     const WaitReason reason(place, "the end of a timer's function");
-    if (job.isRunning && job.runner != &ThisThread() && by != nullptr) {
+    const bool waits = job.isRunning && job.runner != &ThisThread() && by != nullptr;
+    std::shared_ptr<Job> last;
+    if (waits) {
         ++job.stoppers;
-        while (job.isRunning && Wait(lock, *by, job.stopped, kForever, reason) != Woken::kEnded) {
-        }
-        --job.stoppers;
+        AwaitRunLocked(lock, job, *by, reason);
     }
-    const std::shared_ptr<Job> last =
-        job.isRunning || job.stoppers != 0 ? nullptr : std::move(job.self);
+    if (!job.isRunning && job.stoppers == 0) {
+        last = std::move(job.self);
+    }
     lock.unlock();
     return wasStarted;
+}
+
+bool Scheduler::HoldRunning(Job &job) {
+    const SchedulerLock lock(mutex_);
+    const bool isElsewhere = job.isRunning && job.runner != &ThisThread();
+    job.stoppers += isElsewhere ? 1 : 0;
+    return isElsewhere;
+}
+
+void Scheduler::AwaitRun(Job &job, Task &by, const Place &place) {
+    SchedulerLock lock(mutex_);
+    const WaitReason reason(place, "the end of a timer's function");
+    AwaitRunLocked(lock, job, by, reason);
+    std::shared_ptr<Job> last;
+    if (!job.IsSet() && !job.isQueued && !job.isRunning && job.stoppers == 0) {
+        last = std::move(job.self);
+    }
+    lock.unlock();
+}
+
+void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const WaitReason &reason) {
+    while (job.isRunning && Wait(lock, by, job.stopped, kForever, reason) != Woken::kEnded) {
+    }
+    --job.stoppers;
 }
 
 void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
@@ -617,13 +670,13 @@ void Scheduler::TimerLoop() {
     }
 }
 
-bool Scheduler::Advance(uint64_t ns) {
+bool Scheduler::Advance(uint64_t ms) {
     SchedulerLock lock(mutex_);
-    if (isAdvancing_) {
+    if (isAdvancing_ || ms > kLongestMs - clock.NowNs() / kNsPerMs) {
         return false;
     }
     isAdvancing_ = true;
-    const uint64_t target = clock.NowNs() + ns;
+    const uint64_t target = std::min(clock.NowNs() + ms * kNsPerMs, kLongestMs * kNsPerMs);
     while (alarms_.Earliest() != nullptr && alarms_.Earliest()->due <= target) {
         Alarm &next = *alarms_.Earliest();
         clock.MoveTo(std::max(clock.NowNs(), next.due));
@@ -663,7 +716,8 @@ void Scheduler::Finish() {
             }
         }
         for (const auto &[id, task] : tasks_) {
-            if (task->waiter != nullptr && !task->isScheduled) {
+            // Those that are not the host's own come back from their wait.
+            if (task->waiter != nullptr && (!task->isScheduled || task->entry == nullptr)) {
                 Finish(*task->waiter, Woken::kEnded);
             }
             task->turn.Notify();
@@ -675,6 +729,11 @@ void Scheduler::Finish() {
         };
         while (!std::all_of(left.begin(), left.end(), hasEnded) &&
                someTaskEnded_.WaitUntil(lock, until)) {
+        }
+        // A thread that the machine has not yet let begin comes, and looks at its host first.
+        while (!std::all_of(left.begin(), left.end(),
+                            [](const Left &each) { return each.task->hasBegun; })) {
+            someTaskEnded_.Wait(lock);
         }
     }
     for (Left &each : left) {

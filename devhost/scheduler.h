@@ -128,6 +128,7 @@ struct Task {
     void (*entry)(void *) = nullptr;  // null: a thread that is not the host's
     void *argument = nullptr;
     bool startsWithEvent = false;
+    bool hasBegun = false;     // its thread runs; under the scheduler's lock
     bool isTimer = false;      // the host's own, for jobs
     bool isScheduled = false;  // runs when it is chosen: virtual time
     pthread_t thread{};
@@ -203,8 +204,15 @@ class Scheduler {
     // host's end cuts off does not come back.
     bool Stop(Job &job, Task *by, const Place &place);
 
-    // Stepped time. False when a job asks for it.
-    bool Advance(uint64_t ns);
+    // When the job's function runs on another thread, keeps the job for AwaitRun, which follows.
+    // The caller sees to it that the job is there.
+    bool HoldRunning(Job &job);
+
+    // Waits, as `by`, for the end of the function of a job that is held.
+    void AwaitRun(Job &job, Task &by, const Place &place);
+
+    // Stepped time. False when a job asks for it, and when that is later than any time.
+    bool Advance(uint64_t ms);
 
     // The calling thread becomes a scheduled task: the first one of virtual time.
     void AdoptMain();
@@ -214,6 +222,9 @@ class Scheduler {
 
     // A thread whose host has ended ends here when it is a task; else nothing happens.
     static void EndStopped(ThreadRecord &thread);
+
+    // A thread ends that is not the host's: the registered host forgets it.
+    static void ThreadEnds(ThreadRecord &thread);
 
     // Ends the run, with a report of the caller: all waits end, and no job runs any more. A task of
     // the host does not come back from it: its frames own nothing. Others do.
@@ -242,6 +253,8 @@ class Scheduler {
     bool Begins(Task &task);
     void TaskEnds(Task &task);
     [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);
+    void StayAfterEnd(SchedulerLock &lock, Task &task);
+    void AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const WaitReason &reason);
     Task &Adopt(ThreadRecord &thread, const char *name, bool isScheduled);
     Task *CreateLocked(std::shared_ptr<Task> task);
     void Finish(Waiter &waiter, Woken result);

@@ -155,7 +155,8 @@ class SystemService : public Service {
         } catch (const std::bad_alloc &) {
             return ENOMEM;
         }
-        const uint64_t ns = ms * kNsPerMs;
+        // Beyond that nobody lives to see it.
+        const uint64_t ns = std::min(ms, kLongestMs) * kNsPerMs;
         uint32_t result = ENOMEM;
         try {
             const bool isStarted =
@@ -171,20 +172,39 @@ class SystemService : public Service {
         return result;
     }
 
-    // The timer of a handle, or the one that watches for a monitor, while it is started.
-    Timer *FindTimer(const void *handle, const void *monitor) {
+    // The timer of a handle, or the one that watches for a monitor, while it is started. One that
+    // somebody else ends is none; when its function runs, `running` is it, and is held: then
+    // Scheduler::AwaitRun follows.
+    Timer *FindTimer(const void *handle, const void *monitor, Job *&running) {
         const std::lock_guard lock(mutex);
         auto *found = static_cast<Timer *>(TheHost().handles.Find(handle, HandleType::kTimer));
         for (const auto &[serial, timer] : timers) {
-            if (found != nullptr || monitor == nullptr) {
-                break;
+            if (monitor != nullptr && timer->monitor == monitor) {
+                found = timer.get();
+                if (!timer->isEnding) {
+                    break;
+                }
             }
-            found = timer->monitor == monitor && !timer->isEnding ? timer.get() : nullptr;
         }
         if (found != nullptr && std::exchange(found->isEnding, true)) {
+            running = TheHost().scheduler.HoldRunning(*found) ? found : nullptr;
             found = nullptr;
         }
         return found;
+    }
+
+    // Stops a timer, or the one that watches for a monitor. Its function does not run afterwards,
+    // unless it is the caller. False when there was none.
+    bool Stop(const Call &call, const void *handle, const void *monitor) {
+        Job *running = nullptr;
+        Timer *const found = FindTimer(handle, monitor, running);
+        if (found != nullptr) {
+            Stop(call, *found);
+        } else if (running != nullptr) {
+            Scheduler &scheduler = call->scheduler;
+            scheduler.AwaitRun(*running, scheduler.Current(call.Thread(), call.At()), call.At());
+        }
+        return found != nullptr;
     }
 
     // Stops a timer that FindTimer gave, and forgets it.
@@ -279,6 +299,8 @@ void Timer::Fire(void *user) {
     if (call != nullptr) {
         call(with);
     }
+    // A function that did not end with its host: neither the timer nor the host is there any more.
+    Scheduler::EndStopped(ThisThread());
     if (isOver) {
         timer->service->Forget(timer->serial);
     }
@@ -317,7 +339,7 @@ void *FOpen(const char *path, const char *mode) {
     if (!call || !IsAllowed(call, path)) {
         return nullptr;
     }
-    if (mode == nullptr || std::strchr("rwa", mode[0]) == nullptr) {
+    if (mode == nullptr || mode[0] == '\0' || std::strchr("rwa", mode[0]) == nullptr) {
         call.Misuse(kService, "no mode of a file");
         return nullptr;
     }
@@ -435,12 +457,7 @@ uint32_t StopTimer(void *timer) {
         return EINVAL;
     }
     SystemService &state = StateOf(*call);
-    Timer *const found = given.handle != nullptr ? state.FindTimer(given.handle, nullptr) : nullptr;
-    if (found == nullptr) {
-        return ENOENT;
-    }
-    state.Stop(call, *found);
-    return 0;
+    return given.handle != nullptr && state.Stop(call, given.handle, nullptr) ? 0 : ENOENT;
 }
 
 uint32_t StartTimer(void *timer) {
@@ -455,9 +472,8 @@ uint32_t StartTimer(void *timer) {
         return EINVAL;
     }
     SystemService &state = StateOf(*call);
-    Timer *const old = given.handle != nullptr ? state.FindTimer(given.handle, nullptr) : nullptr;
-    if (old != nullptr) {
-        state.Stop(call, *old);
+    if (given.handle != nullptr) {
+        (void)state.Stop(call, given.handle, nullptr);
     }
     if (state.timerFails.Fails()) {
         return ENOMEM;
@@ -492,12 +508,7 @@ uint32_t StopHeartToMon(void *monitor) {
         return EINVAL;
     }
     SystemService &state = StateOf(*call);
-    Timer *const found = state.FindTimer(nullptr, monitor);
-    if (found == nullptr) {
-        return ENOENT;
-    }
-    state.Stop(call, *found);
-    return 0;
+    return state.Stop(call, nullptr, monitor) ? 0 : ENOENT;
 }
 
 uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t number) {
@@ -512,10 +523,7 @@ uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t numbe
         return EINVAL;
     }
     SystemService &state = StateOf(*call);
-    Timer *const old = state.FindTimer(nullptr, monitor);
-    if (old != nullptr) {
-        state.Stop(call, *old);
-    }
+    (void)state.Stop(call, nullptr, monitor);
     if (state.timerFails.Fails()) {
         return ENOMEM;
     }

@@ -300,8 +300,7 @@ bool DxrHostSetClock(DxrHost *host, uint32_t sec, uint32_t startupSec) {
 
 bool DxrHostAdvance(DxrHost *host, uint64_t ms) {
     const ApiCall call(host);
-    return call && call->scheduler.clock.IsStepped() &&
-           call->scheduler.Advance(ms * devhost::kNsPerMs);
+    return call && call->scheduler.clock.IsStepped() && call->scheduler.Advance(ms);
 }
 
 uint64_t DxrHostGetElapsedNs(DxrHost *host) {

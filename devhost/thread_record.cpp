@@ -30,6 +30,7 @@ struct Return {
     Return &operator=(Return &&) = delete;
     ~Return() {
         if (record != nullptr) {
+            Scheduler::ThreadEnds(*record);
             t_record = nullptr;
             record->task.reset();
             record->held.clear();

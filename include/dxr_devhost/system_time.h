@@ -46,7 +46,8 @@ DXR_API bool DxrHostSetClock(DxrHost *host, uint32_t sec, uint32_t startupSec);
 
 /* Stepped clock: lets `ms` milliseconds pass. Timers that become due run on the calling thread, in
  * their order, each at its own moment; time-outs wake their threads and do not wait for what these
- * do. Returns false, and does nothing, with another clock and from within a timer's function. */
+ * do. Returns false, and does nothing, with another clock, from within a timer's function, and when
+ * the host's time would become longer than 146 years. */
 DXR_API bool DxrHostAdvance(DxrHost *host, uint64_t ms);
 
 /* Nanoseconds that have passed on the host's clock since it was made. */

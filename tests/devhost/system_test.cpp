@@ -6,9 +6,11 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "devhost/host_fixture.h"
@@ -59,6 +61,15 @@ TEST_F(HostFiles, SeeksFromAllOrigins) {
     EXPECT_EQ(DXR_FSeek(file, 0, 0xFFFFFFFF), 1U);
     EXPECT_EQ(DXR_FSeek(file, static_cast<uint32_t>(-30), SEEK_CUR), 1U);
     EXPECT_EQ(DXR_FClose(file), 0U);
+}
+
+TEST_F(HostFiles, AModeIsNotEmpty) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Write("data", "0123456789");
+    EXPECT_EQ(DXR_FOpen(path.c_str(), ""), nullptr);
+    EXPECT_EQ(DXR_FOpen(path.c_str(), nullptr), nullptr);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::ElementsAre("no mode of a file", "no mode of a file"));
 }
 
 TEST_F(HostFiles, MissingFilesAreFailures) {
@@ -201,6 +212,25 @@ TEST_F(VirtualTimers, FireInTheirOrder) {
     EXPECT_EQ(End(), 0U);
 }
 
+TEST_F(SteppedTimers, AVeryPatientMonitorWaits) {
+    static uint32_t calls;
+    calls = 0;
+    DxrHostHeartMonitor monitor{sizeof(DxrHostHeartMonitor), 0, [](void *) { ++calls; }, nullptr};
+    // 2^58 ms are a multiple of 2^64 ns.
+    EXPECT_EQ(DXR_SetHeartMon(&monitor, 1U << 29, 1U << 29, 1), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 1000));
+    EXPECT_EQ(calls, 0U);
+    EXPECT_EQ(DXR_StopHeartToMon(&monitor), 0U);
+}
+
+TEST_F(SteppedTimers, TheClockDoesNotRunOver) {
+    EXPECT_TRUE(DxrHostAdvance(host, 1000));
+    EXPECT_FALSE(DxrHostAdvance(host, UINT64_MAX));
+    EXPECT_FALSE(DxrHostAdvance(host, UINT64_MAX / 1000000));
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 1000000000U) << "it stays";
+    EXPECT_TRUE(DxrHostAdvance(host, uint64_t{100} * 365 * 86400 * 1000)) << "a hundred years";
+}
+
 TEST_F(SteppedTimers, FireWhileTheClockIsMoved) {
     DxrHostTimer once = Timer(250, false, "once");
     DxrHostTimer often = Timer(100, true, "often");
@@ -307,6 +337,28 @@ TEST_F(VirtualTimers, AHeartThatStopsIsToldOnce) {
 }
 
 class RealTimers : public dxrtest::RealHost {};
+
+TEST_F(RealTimers, AStopWaitsForAFunctionThatRunsOnce) {
+    static std::atomic<int> step{0};
+    step = 0;
+    DxrHostTimer timer{sizeof(DxrHostTimer),
+                       0,
+                       0,
+                       0,
+                       [](void *) {
+                           step = 1;
+                           std::this_thread::sleep_for(std::chrono::milliseconds(500));
+                           step = 2;
+                       },
+                       nullptr,
+                       nullptr};
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    while (step == 0) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(DXR_StopTimer(&timer), static_cast<uint32_t>(ENOENT)) << "it did fire";
+    EXPECT_EQ(step, 2) << "and does not run any more";
+}
 
 TEST_F(RealTimers, FireInRealTime) {
     static std::atomic<int> fired;
