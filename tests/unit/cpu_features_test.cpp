@@ -14,6 +14,26 @@ namespace {
 namespace cpu = dxr::cpu_features;
 using cpu::Answers;
 
+// Before anything asked the processor.
+const uint32_t kKnownAtLoad = cpu::g_known.load();
+
+TEST(FastPaths, AreThereUnlessTheBuildLeavesThemOut) {
+#ifdef DXR_PLAIN
+    EXPECT_FALSE(dxr::kFastPaths);
+#else
+    EXPECT_TRUE(dxr::kFastPaths);
+#endif
+#ifdef __x86_64__
+    EXPECT_EQ(dxr::kVectorVersions, dxr::kFastPaths);
+#else
+    EXPECT_FALSE(dxr::kVectorVersions);
+#endif
+}
+
+TEST(Has, NothingIsKnownAtLoad) {
+    EXPECT_EQ(kKnownAtLoad, 0U);
+}
+
 // Each bit that a level asks for, by the number that processors' manuals give it.
 struct Needed {
     const char *name;

@@ -30,6 +30,10 @@ constexpr char kHeader[] =
 constexpr char kUnregistered[] = "dump simulate msg failed, simulate msg map is unregistered";
 constexpr uint32_t kMax = 0xFFFFFFFF;
 
+// Before any test registers.
+const DxrSimulateMsg *const kMapAtLoad = DXR_GetSimulateMsgMap();
+const uint32_t kMapSizeAtLoad = DXR_GetSimulateMsgMapSize();
+
 std::vector<unsigned char> BytesOf(const std::vector<DxrSimulateMsg> &table) {
     std::vector<unsigned char> bytes(table.size() * sizeof(DxrSimulateMsg));
     std::memcpy(bytes.data(), table.data(), bytes.size());
@@ -78,8 +82,8 @@ class SimulateMessage : public testing::Test {
 // --- registration
 
 TEST_F(SimulateMessage, NothingIsRegisteredAtFirst) {
-    EXPECT_EQ(DXR_GetSimulateMsgMap(), nullptr);
-    EXPECT_EQ(DXR_GetSimulateMsgMapSize(), 0u);
+    EXPECT_EQ(kMapAtLoad, nullptr);
+    EXPECT_EQ(kMapSizeAtLoad, 0u);
 }
 
 TEST_F(SimulateMessage, RegisteringKeepsAddressAndSizeAsGiven) {
