@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -46,6 +47,16 @@ class FfmService : public Service {
         if (isStarted) {
             TheHost().ReportLeftover(kService, started, "started fault checks");
         }
+    }
+
+    std::string UseOf(const CodeRange &code) override {
+        const std::lock_guard lock(mutex);
+        for (const auto &check : checks) {
+            if (!check->isRemoved && code.Holds(reinterpret_cast<const void *>(check->function))) {
+                return std::string("fault check ") + check->known.name;
+            }
+        }
+        return {};
     }
 
     // Under the lock. False when the run has ended.

@@ -21,6 +21,7 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kFaultManagement, "ffm", MakeFaultManagement, FillFaultManagement},
     {ServiceId::kTemperature, "temperature", MakeTemperature, FillTemperature},
     {ServiceId::kDatabase, "database", MakeDatabase, FillDatabase},
+    {ServiceId::kMessage, "message", MakeMessage, FillMessage},
 }};
 
 }  // namespace devhost

@@ -32,6 +32,7 @@ enum class ServiceId : uint8_t {
     kFaultManagement,
     kTemperature,
     kDatabase,
+    kMessage,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -54,6 +55,7 @@ std::unique_ptr<Service> MakeHash(Host &host);
 std::unique_ptr<Service> MakeKpi(Host &host);
 std::unique_ptr<Service> MakeList(Host &host);
 std::unique_ptr<Service> MakeMemory(Host &host);
+std::unique_ptr<Service> MakeMessage(Host &host);
 std::unique_ptr<Service> MakeModule(Host &host);
 std::unique_ptr<Service> MakeNetworkProcessor(Host &host);
 std::unique_ptr<Service> MakePlugin(Host &host);
@@ -71,6 +73,7 @@ void FillHash(DxrHooks &hooks);
 void FillKpi(DxrHooks &hooks);
 void FillList(DxrHooks &hooks);
 void FillMemory(DxrHooks &hooks);
+void FillMessage(DxrHooks &hooks);
 void FillModule(DxrHooks &hooks);
 void FillNetworkProcessor(DxrHooks &hooks);
 void FillPlugin(DxrHooks &hooks);

@@ -22,6 +22,16 @@ class TemperatureService : public Service {
           readFails(host.chance.Point("temperature.read")),
           directory(DirectoryOf(nullptr)) {}
 
+    std::string UseOf(const CodeRange &code) override {
+        const std::lock_guard lock(mutex);
+        for (const auto &[sensor, function] : functions) {
+            if (code.Holds(reinterpret_cast<const void *>(function))) {
+                return "the temperature of sensor " + std::to_string(sensor);
+            }
+        }
+        return {};
+    }
+
     // Runs in stepped and virtual time repeat: they see nothing of the machine.
     [[nodiscard]] std::string DirectoryOf(const char *path) const {
         const char *const machine = TheHost().scheduler.clock.IsReal() ? "/sys/class/thermal" : "";

@@ -12,6 +12,7 @@
 #include "dxr_devhost/kpi.h"
 #include "dxr_devhost/list.h"
 #include "dxr_devhost/memory.h"
+#include "dxr_devhost/message.h"
 #include "dxr_devhost/module.h"
 #include "dxr_devhost/network_processor.h"
 #include "dxr_devhost/plugin.h"

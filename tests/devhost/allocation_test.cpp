@@ -52,6 +52,7 @@ class Module {
         UseNetworkProcessor(host);
         UseMonitoring(host);
         UseDescriptions(host);
+        UseMessages(host);
     }
 
     void UseDatabase(DxrHost *host) const {
@@ -235,6 +236,53 @@ class Module {
         (void)DxrHostLoadBoard(host, "/there is no such file", error.data(), error.size());
         (void)DxrHostCreateFromFile(nullptr, error.data(), error.size());
         (void)DxrHostCreateFromFile("/there is no such file", error.data(), error.size());
+    }
+
+    static void UseMessages(DxrHost *host) {
+        const DxrHostUnit lpu{DXR_HOST_UNIT_LPU, 3};
+        const DxrHostUnit devm{DXR_HOST_UNIT_DEVM, 0};
+        const auto answer = [](const DxrHostMessage *, void *) -> uint32_t { return 1; };
+        const DxrHostMailbox waiting{sizeof(DxrHostMailbox), 0, lpu, nullptr, nullptr};
+        const DxrHostMailbox handled{sizeof(DxrHostMailbox), 0, devm, answer, nullptr};
+        (void)DxrHostOpenMailbox(host, &waiting);
+        (void)DxrHostOpenMailbox(host, &handled);
+        DxrMessageFilter *filter = nullptr;
+        try {
+            const DxrMessageFilterInfo info = {DXR_HOST_UNIT_SFU, 1, "sfu", nullptr, 0};
+            filter = DXR_CreateMessageFilter(&info, 0);
+        } catch (const std::bad_alloc &) {
+            filter = nullptr;
+        }
+        DxrHostSetMessageFilter(host, filter);
+        DxrHostMessage message{};
+        message.size = sizeof(message);
+        message.data = "text";
+        message.bytes = 4;
+        for (const char *const point :
+             {"", "message.lose", "message.twice", "message.delay", "message.reorder"}) {
+            try {
+                DxrHostFailNth(host, point, 1, false);
+            } catch (const std::bad_alloc &) {
+                continue;
+            }
+            message.to = lpu;
+            (void)DXR_SendMsg(&message);
+            message.flags = DXR_HOST_MESSAGE_ACK;
+            (void)DXR_SendMsgToDevm(&message);
+            message.flags = 0;
+        }
+        (void)DXR_SendEopEvent(1, nullptr);
+        DXR_SendMsgToNp(1);
+        DXR_SendMsg(nullptr);
+        DxrHostAdvance(host, DXR_HOST_MESSAGE_DELAY_MS);
+        DxrHostMessage received;
+        std::array<char, 8> buffer{};
+        (void)DxrHostReceiveMessage(host, &lpu, &received, buffer.data(), buffer.size(), 0);
+        (void)DxrHostSetEvent(host, 100, 1, 2);
+        (void)DxrHostSetTriggerText(host, 100, "a text that is longer than some");
+        DxrHostSetMessageFilter(host, nullptr);
+        DXR_DestroyMessageFilter(&filter);
+        (void)DxrHostCloseMailbox(host, &devm);
     }
 
     const std::string work_;

@@ -26,8 +26,8 @@ using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 // The kinds of a slot's arguments, one letter each: h handle, b room of 4096 bytes, s text, n
 // number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
 // log filter, E event, T calendar time, k task number, r registration record, p plug-in record, H
-// hash options, M ports of a group, Q drops of a queue, A alarm, K KPI attribute, q query, 0
-// null.
+// hash options, M ports of a group, Q drops of a queue, A alarm, K KPI attribute, q query, G
+// message, P EOP event, 0 null.
 struct Target {
     size_t offset;
     const char *name;
@@ -217,6 +217,17 @@ constexpr Target kTargets[] = {
     DXR_TARGET(ffm.ffmStartFaultCheck, "", false),
     DXR_TARGET(ffm.ffmStopFaultCheck, "", false),
     DXR_TARGET(temperature.registerQueryTempFunc, "ne", false),
+    DXR_TARGET(msg.sendMsg, "G", false),
+    DXR_TARGET(msg.getTriggerTypeByEvent, "n", false),
+    DXR_TARGET(msg.getErrTypeByEvent, "n", false),
+    DXR_TARGET(msg.getTriggerStr, "n", false),
+    DXR_TARGET(msg.sendMsgToMpu, "G", false),
+    DXR_TARGET(msg.sendMsgToDevm, "G", false),
+    DXR_TARGET(msg.sendMsgToLpu, "G", false),
+    DXR_TARGET(msg.sendMsgToSfu, "G", false),
+    DXR_TARGET(msg.sendMsgToNp, "n", false),
+    DXR_TARGET(msg.sendEopEvent, "nP", false),
+    DXR_TARGET(msg.setMeshFd, "n", false),
 };
 
 #undef DXR_TARGET
@@ -285,6 +296,17 @@ class Hostile : public testing::Test {
                 return Record(monitors_[Below(monitors_.size())]);
             case 'l':
                 return Record(filters_[Below(filters_.size())]);
+            case 'G':
+                message_.to = {static_cast<uint32_t>(Below(7)), static_cast<uint32_t>(Below(2))};
+                message_.flags = static_cast<uint32_t>(Below(3));
+                message_.timeoutMs =
+                    clock_ == DXR_HOST_CLOCK_STEPPED ? 0 : static_cast<uint32_t>(Below(4));
+                message_.bytes = static_cast<uint32_t>(Below(8) == 0 ? 70000 : Below(60));
+                message_.data = Below(8) == 0 ? nullptr : rooms_[0].data();
+                return Record(message_);
+            case 'P':
+                eop_.bytes = static_cast<uint32_t>(Below(4));
+                return Record(eop_);
             case 'A':
                 return Record(alarm_);
             case 'K':
@@ -345,6 +367,21 @@ class Hostile : public testing::Test {
         return WordOf(&value);
     }
 
+    // Small ones that nobody empties, and some with a handler that sends on.
+    static void OpenMailboxes(DxrHost *host) {
+        const auto pass = [](const DxrHostMessage *message, void *) -> uint32_t {
+            DxrHostMessage next = *message;
+            next.flags = 0;
+            next.to.kind = message->to.kind % DXR_HOST_UNIT_NP + 1;
+            return DXR_SendMsg(&next);
+        };
+        for (uint32_t unit = DXR_HOST_UNIT_MPU; unit <= DXR_HOST_UNIT_NP; ++unit) {
+            const DxrHostMailbox box{
+                sizeof(DxrHostMailbox), 4, {unit, 0}, unit % 2 == 0 ? +pass : nullptr, nullptr};
+            EXPECT_EQ(DxrHostOpenMailbox(host, &box), 0U);
+        }
+    }
+
     void RunSequence(uint32_t clock, size_t calls) {
         clock_ = clock;
         DxrHostOptions options;
@@ -364,11 +401,16 @@ class Hostile : public testing::Test {
         DxrHooks hooks;
         ASSERT_EQ(DxrHostRegister(host), 0U);
         DxrHostFillHooks(&hooks);
+        OpenMailboxes(host);
         if (Below(4) == 0) {
             DxrHostFailShare(host, "memory.allocate", 300000);
             DxrHostFailShare(host, "list.add", 300000);
             DxrHostFailShare(host, "timer.start", 300000);
             DxrHostFailShare(host, "database.step", 300000);
+            DxrHostFailShare(host, "message.lose", 200000);
+            DxrHostFailShare(host, "message.twice", 200000);
+            DxrHostFailShare(host, "message.delay", 200000);
+            DxrHostFailShare(host, "message.reorder", 200000);
         }
         for (size_t call = 0; call < calls; ++call) {
             const Target &target = kTargets[Below(std::size(kTargets))];
@@ -416,6 +458,8 @@ class Hostile : public testing::Test {
         {{0, 1, 1, 1, {}, nullptr, nullptr}, {0, 2, 1, 0, {}, nullptr, this}}};
     std::array<DxrHostPlugin, 2> plugins_ = {
         {{0, 0, nullptr, nullptr, nullptr}, {0, 0, "plug-in", path_.c_str(), nullptr}}};
+    DxrHostMessage message_{};
+    DxrHostEopEvent eop_{0, 0, {DXR_HOST_UNIT_NP, 1}, "eop"};
     DxrHostFmAlarm alarm_{0, 1, 2, 3, DXR_HOST_ALARM_MAJOR, DXR_HOST_ALARM_RAISED, 0, 0, "alarm"};
     DxrHostKpiAttribute kpi_{0, 1, 2, 3};
     DxrHostEvent event_{0, 1, 1, 0, "event"};

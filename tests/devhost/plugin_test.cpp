@@ -341,6 +341,21 @@ TEST_F(HostPlugin, CodeThatIsStillNeededStays) {
     EXPECT_EQ(Misuses().size(), 1U) << "it stopped its timer";
 }
 
+TEST_F(HostPlugin, FunctionsThatAreCalledBackAreNeeded) {
+    test.leavesFunctions = 1;
+    EXPECT_EQ(Load("good"), 0U);
+    DxrHostPlugin plugin = Record("good");
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_THAT(Misuses(),
+                ElementsAre(HasSubstr("needed by fault check heat, the temperature of sensor 7, "
+                                      "mailbox lpu 3: it stays in memory")));
+    int32_t temperature = 0;
+    EXPECT_EQ(DxrHostGetTemperature(host, 7, &temperature), 0U) << "the function is still there";
+    EXPECT_EQ(temperature, 7);
+    const DxrHostUnit lpu = {DXR_HOST_UNIT_LPU, 3};
+    EXPECT_EQ(DxrHostCloseMailbox(host, &lpu), 0U);
+}
+
 TEST_F(HostPlugin, HasAModuleOfItsOwn) {
     test.registersModule = 1;
     EXPECT_EQ(Load("good"), 0U);

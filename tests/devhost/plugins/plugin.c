@@ -30,6 +30,28 @@ static void Nothing(void *argument) {
     (void)argument;
 }
 
+static uint32_t CheckFault(void *user) {
+    (void)user;
+    return 0;
+}
+
+static uint32_t Measure(uint32_t sensor, int32_t *milliCelsius) {
+    *milliCelsius = (int32_t)sensor;
+    return 0;
+}
+
+static uint32_t Handle(const DxrHostMessage *message, void *user) {
+    (void)user;
+    return message->kind;
+}
+
+static void LeaveFunctions(void) {
+    const DxrHostMailbox box = {sizeof(box), 0, {DXR_HOST_UNIT_LPU, 3}, Handle, NULL};
+    DxrHostOpenMailbox(NULL, &box);
+    DxrHostAddFaultCheck(NULL, "heat", CheckFault, NULL, 5);
+    DXR_RegisterQueryTempFunc(7, (void *)Measure);
+}
+
 static uint32_t Load(void *argument) {
     TestPlugin *const test = (TestPlugin *)argument;
     ++test->loads;
@@ -40,6 +62,9 @@ static uint32_t Load(void *argument) {
     if (test->registersModule != 0) {
         DxrHostModule module = {sizeof(module), 77, 1, 0, {0, 0, 0}, "of a plug-in", test};
         DXR_Register(&module);
+    }
+    if (test->leavesFunctions != 0) {
+        LeaveFunctions();
     }
     return test->loadResult;
 }

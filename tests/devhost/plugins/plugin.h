@@ -12,6 +12,7 @@ typedef struct TestPlugin {
     uint32_t startsTimer; /* what `load` and `unload` are to do */
     uint32_t stopsTimer;
     uint32_t registersModule;
+    uint32_t leavesFunctions;          /* that check, measure and handle messages */
     uint32_t (*query)(void *question); /* called by its `query`; may be null */
 } TestPlugin;
 

@@ -1,0 +1,155 @@
+// The state of the message service, and what its files share: message.cpp sends and waits for
+// acknowledgements; message_way.cpp has what may happen on the way; message_mailbox.cpp mailboxes,
+// handlers and receivers; message_event.cpp events and the mesh; message_transport.cpp brings
+// messages to mailboxes.
+#ifndef DXR_DEVHOST_MESSAGE_INTERNAL_H
+#define DXR_DEVHOST_MESSAGE_INTERNAL_H
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <tuple>
+
+#include "host.h"
+#include "message_transport.h"
+
+namespace devhost {
+
+constexpr const char *kMessage = "message";
+
+struct Mailbox {
+    DxrHostMailbox given{};
+    Place made;
+    Letters letters;         // that wait
+    Letters current;         // the one that its handler has
+    WaitList arrived;        // receivers
+    WaitList idle;           // for the end of its handler
+    ThreadRecord *runner{};  // who is in its handler
+    uint32_t users = 0;      // calls that are in it
+    uint64_t closed = 0;     // 0 while it is open
+};
+
+// An acknowledgement that a sender waits for.
+struct Pending {
+    WaitList done;
+    bool isDone = false;
+    uint32_t result = 0;
+};
+
+struct Event {
+    uint32_t trigger;
+    uint32_t error;
+};
+
+class MessageService final : public Service, public MessageReceiver {
+  public:
+    using Counts = DxrHostMessageCounts;
+
+    explicit MessageService(Host &host);
+    ~MessageService() override;
+    void ReportLeftovers() override;
+    std::string UseOf(const CodeRange &code) override;
+
+    // message.cpp
+
+    // Sends what has been found to be a message; writes its sequence and its result. The frames of
+    // those who wait for an acknowledgement own nothing.
+    uint32_t Send(const Call &call, DxrHostMessage &message);
+
+    // message_way.cpp. Without the lock.
+
+    // Sends a letter on its way; the list is empty afterwards unless that fails.
+    uint32_t Post(Letters &letter);
+    void SetFilter(DxrMessageFilter *given);
+    void SetFilterCount(uint32_t lostCnt, uint32_t num, const uint32_t *path);
+    void GetFilterText(char *buffer, uint32_t bufferSize);
+    void Count(uint64_t Counts::*which);
+
+    // message_mailbox.cpp
+
+    uint32_t Open(const DxrHostMailbox &given, const Place &place);
+    uint32_t Close(const DxrHostUnit &unit, const Place &place);
+    uint32_t Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t room, const Place &place,
+                     DxrHostMessage &head, Letters &taken);
+
+    // Calls the handler of a unit's mailbox for what waits in it, unless somebody does.
+    void Handle(const DxrHostUnit &unit);
+
+    // Under the lock; null when it is not open.
+    Mailbox *Find(const DxrHostUnit &unit);
+
+    [[nodiscard]] bool HasMailbox(const DxrHostUnit &unit) const override;
+    uint32_t Arrive(Letters &letter) override;
+    bool Acknowledged(uint64_t sequence, uint32_t result) override;
+
+    // Under the scheduler's lock.
+    const std::unique_ptr<MessageTransport> transport;
+    Counts counts{};
+
+    // message_event.cpp
+
+    std::mutex eventMutex;  // guards what follows
+    std::map<uint32_t, Event> events;
+    std::map<uint32_t, const char *> triggerTexts;
+    std::deque<std::string> allTexts;  // none goes: modules have their addresses
+    std::atomic<int> meshFd{-1};
+
+  private:
+    // Unit kind, unit number, and which of those that were closed.
+    using Key = std::tuple<uint32_t, uint32_t, uint64_t>;
+    static Key KeyOf(const Mailbox &box) {
+        return {box.given.unit.kind, box.given.unit.number, box.closed};
+    }
+
+    uint32_t AwaitAcknowledgement(const Call &call, Task &task, DxrHostMessage &message,
+                                  uint64_t deadline);
+    void SetUpEvents();
+    void Say(const DxrHostMessage &head, const char *what) const;
+    bool IsFiltered(const DxrHostMessage &head);
+    bool IsLost(const DxrHostMessage &head);
+    bool IsLate(Letter &letter);
+    uint32_t PutLate(Letters &later);
+    bool StartLate();
+    static void DeliverLate(void *service);
+    uint32_t Deliver(Letters &letter);
+    void CarryHeld(const DxrHostUnit &unit);
+    void EraseUnused(Mailbox &box);
+
+    FaultPoint &sendFails_;
+    FaultPoint &loses_;
+    FaultPoint &doubles_;
+    FaultPoint &delays_;
+    FaultPoint &holds_;
+    FaultPoint &openFails_;
+
+    // Under the scheduler's lock.
+    std::map<Key, Mailbox> boxes_;
+    uint64_t lastClosed_ = 0;
+    std::map<uint64_t, Pending> pending_;
+    uint64_t lastSequence_ = 0;
+    Letters late_;
+    Stream delayMs_;
+
+    std::mutex lateMutex_;  // one starts the job at a time
+    const std::shared_ptr<Job> lateJob_;
+
+    std::mutex filterMutex_;  // guards what follows
+    DxrMessageFilter *filter_ = nullptr;
+};
+
+MessageService &MessageOf(Host &host);
+
+bool IsUnit(const DxrHostUnit &unit);
+
+// "lpu 3"
+std::string NameOf(const DxrHostUnit &unit);
+
+void FillMessageEvents(DxrMsgHooks &hooks);
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_MESSAGE_INTERNAL_H

@@ -1,0 +1,289 @@
+// Mailboxes, their handlers, and those who receive.
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "message.h"
+
+namespace devhost {
+namespace {
+
+constexpr uint32_t kUsualMost = 1024;
+
+}  // namespace
+
+Mailbox *MessageService::Find(const DxrHostUnit &unit) {
+    const auto found = boxes_.find({unit.kind, unit.number, 0});
+    return found != boxes_.end() ? &found->second : nullptr;
+}
+
+bool MessageService::HasMailbox(const DxrHostUnit &unit) const {
+    return boxes_.contains({unit.kind, unit.number, 0});
+}
+
+uint32_t MessageService::Open(const DxrHostMailbox &given, const Place &place) {
+    if (!IsUnit(given.unit)) {
+        return EINVAL;
+    }
+    if (openFails_.Fails()) {
+        return ENOMEM;
+    }
+    const SchedulerLock lock = TheHost().scheduler.Lock();
+    const auto [entry, isNew] = boxes_.try_emplace({given.unit.kind, given.unit.number, 0});
+    if (!isNew) {
+        return EEXIST;
+    }
+    Mailbox &box = entry->second;
+    box.given = given;
+    box.given.most = given.most != 0 ? given.most : kUsualMost;
+    box.made = place;
+    return 0;
+}
+
+// Under the lock, by the last one who is in a closed mailbox.
+void MessageService::EraseUnused(Mailbox &box) {
+    if (box.closed != 0 && box.users == 0) {
+        boxes_.erase(KeyOf(box));
+    }
+}
+
+// A frame that waits owns nothing.
+uint32_t MessageService::Close(const DxrHostUnit &unit, const Place &place) {
+    Scheduler &scheduler = TheHost().scheduler;
+    ThreadRecord &thread = ThisThread();
+    Task &task = scheduler.Current(thread, place);
+    const WaitReason reason(place, "the end of a mailbox's handler");
+    SchedulerLock lock = scheduler.Lock();
+    Mailbox *const box = Find(unit);
+    if (box == nullptr) {
+        return ENOENT;
+    }
+    // It makes room for another one of the unit.
+    auto node = boxes_.extract(KeyOf(*box));
+    box->closed = ++lastClosed_;
+    node.key() = KeyOf(*box);
+    (void)boxes_.insert(std::move(node));
+    counts.dropped += box->letters.size();
+    box->letters.clear();
+    scheduler.WakeAll(box->arrived);
+    ++box->users;
+    while (box->runner != nullptr && box->runner != &thread &&
+           scheduler.Wait(lock, task, box->idle, kForever, reason) == Woken::kYes) {
+    }
+    --box->users;
+    EraseUnused(*box);
+    return 0;
+}
+
+uint32_t MessageService::Arrive(Letters &letter) {
+    Letter &arriving = letter.front();
+    Mailbox *const box = Find(arriving.head.to);
+    if (box == nullptr) {
+        return ENXIO;
+    }
+    if (box->letters.size() >= box->given.most) {
+        return ENOBUFS;
+    }
+    arriving.head.data = arriving.body.empty() ? nullptr : arriving.body.data();
+    box->letters.splice(box->letters.end(), letter);
+    ++counts.arrived;
+    TheHost().scheduler.WakeOne(box->arrived);
+    return 0;
+}
+
+void MessageService::Handle(const DxrHostUnit &unit) {
+    Scheduler &scheduler = TheHost().scheduler;
+    SchedulerLock lock = scheduler.Lock();
+    Mailbox *const box = Find(unit);
+    if (box == nullptr || box->given.handler == nullptr || box->runner != nullptr) {
+        return;
+    }
+    box->runner = &ThisThread();
+    ++box->users;
+    while (!box->letters.empty()) {
+        box->current.splice(box->current.end(), box->letters, box->letters.begin());
+        ++counts.taken;
+        const DxrHostMessage &message = box->current.front().head;
+        lock.unlock();
+        const uint32_t result = box->given.handler(&message, box->given.user);
+        lock.lock();
+        if ((message.flags & DXR_HOST_MESSAGE_ACK) != 0 && result != DXR_HOST_ACK_LATER) {
+            (void)transport->Acknowledge(message, result);
+        }
+        box->current.clear();
+    }
+    box->runner = nullptr;
+    --box->users;
+    scheduler.WakeAll(box->idle);
+    EraseUnused(*box);
+}
+
+// A frame that waits owns nothing: `taken` is empty until then.
+uint32_t MessageService::Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t room,
+                                 const Place &place, DxrHostMessage &head, Letters &taken) {
+    Scheduler &scheduler = TheHost().scheduler;
+    ThreadRecord &thread = ThisThread();
+    scheduler.Point(thread);
+    Task &task = scheduler.Current(thread, place);
+    const uint64_t deadline = scheduler.After(ms);
+    const WaitReason reason(place, "a message for %s", NameOf(unit).c_str());
+    SchedulerLock lock = scheduler.Lock();
+    Mailbox *const box = Find(unit);
+    if (box == nullptr || box->given.handler != nullptr) {
+        return box == nullptr ? ENOENT : EINVAL;
+    }
+    Woken woken = ms == 0 ? Woken::kTimeout : Woken::kYes;
+    uint32_t result = 0;
+    ++box->users;
+    try {
+        while (box->letters.empty() && box->closed == 0 && woken == Woken::kYes) {
+            woken = scheduler.Wait(lock, task, box->arrived, deadline, reason);
+        }
+    } catch (const std::bad_alloc &) {
+        result = ENOMEM;
+    }
+    --box->users;
+    if (box->closed != 0) {
+        result = ENOENT;
+    } else if (result == 0 && box->letters.empty()) {
+        result = woken == Woken::kTimeout ? ETIMEDOUT : ECANCELED;
+    } else if (result == 0) {
+        head = box->letters.front().head;
+        if (head.bytes <= room) {
+            taken.splice(taken.end(), box->letters, box->letters.begin());
+            ++counts.taken;
+        } else {
+            result = EMSGSIZE;
+        }
+    }
+    if (!box->letters.empty()) {
+        // Another one who waits may have been passed over.
+        scheduler.WakeOne(box->arrived);
+    }
+    EraseUnused(*box);
+    return result;
+}
+
+}  // namespace devhost
+
+using devhost::ApiCall;
+using devhost::Letters;
+using devhost::Place;
+using devhost::SchedulerLock;
+
+uint32_t DxrHostOpenMailbox(DxrHost *host, const DxrHostMailbox *mailbox) {
+    const ApiCall call(host);
+    if (!call) {
+        return ECANCELED;
+    }
+    if (mailbox == nullptr || mailbox->size != sizeof(DxrHostMailbox)) {
+        return EINVAL;
+    }
+    try {
+        const Place place{"DxrHostOpenMailbox", __builtin_return_address(0)};
+        return devhost::MessageOf(*call).Open(*mailbox, place);
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
+}
+
+uint32_t DxrHostCloseMailbox(DxrHost *host, const DxrHostUnit *unit) {
+    const ApiCall call(host);
+    if (!call) {
+        return ECANCELED;
+    }
+    if (unit == nullptr) {
+        return EINVAL;
+    }
+    const Place place{"DxrHostCloseMailbox", __builtin_return_address(0)};
+    return devhost::MessageOf(*call).Close(*unit, place);
+}
+
+uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit, DxrHostMessage *message,
+                               void *buffer, uint32_t size, uint32_t ms) {
+    const ApiCall call(host);
+    if (!call) {
+        return ECANCELED;
+    }
+    if (unit == nullptr || message == nullptr || (buffer == nullptr && size != 0)) {
+        return EINVAL;
+    }
+    const Place place{"DxrHostReceiveMessage", __builtin_return_address(0)};
+    DxrHostMessage head{};
+    Letters taken;
+    uint32_t result = 0;
+    try {
+        result = devhost::MessageOf(*call).Receive(*unit, ms, size, place, head, taken);
+    } catch (const std::bad_alloc &) {
+        result = ENOMEM;
+    }
+    if (result == 0 || result == EMSGSIZE) {
+        head.data = buffer;
+        *message = head;
+    }
+    if (result == 0 && head.bytes != 0) {
+        std::memcpy(buffer, taken.front().body.data(), head.bytes);
+    }
+    return result;
+}
+
+uint32_t DxrHostAcknowledge(DxrHost *host, const DxrHostMessage *message, uint32_t result) {
+    const ApiCall call(host);
+    if (!call) {
+        return ECANCELED;
+    }
+    if (message == nullptr) {
+        return EINVAL;
+    }
+    bool isWanted = false;
+    {
+        const SchedulerLock lock = call->scheduler.Lock();
+        isWanted = devhost::MessageOf(*call).transport->Acknowledge(*message, result);
+    }
+    call->scheduler.Point(devhost::ThisThread());
+    return isWanted ? 0 : ENOENT;
+}
+
+uint32_t DxrHostGetWaitingMessages(DxrHost *host, const DxrHostUnit *unit) {
+    const ApiCall call(host);
+    if (!call || unit == nullptr) {
+        return 0;
+    }
+    const SchedulerLock lock = call->scheduler.Lock();
+    const devhost::Mailbox *const box = devhost::MessageOf(*call).Find(*unit);
+    return box != nullptr ? static_cast<uint32_t>(box->letters.size()) : 0;
+}
+
+void DxrHostSetMessageFilter(DxrHost *host, DxrMessageFilter *filter) {
+    const ApiCall call(host);
+    if (call) {
+        devhost::MessageOf(*call).SetFilter(filter);
+    }
+}
+
+void DxrHostSetMessageFilterCount(DxrHost *host, uint32_t lostCnt, uint32_t num,
+                                  const uint32_t *path) {
+    constexpr uint32_t kLongest = 3;
+    const ApiCall call(host);
+    if (call && num <= kLongest && (num == 0 || path != nullptr)) {
+        devhost::MessageOf(*call).SetFilterCount(lostCnt, num, path);
+    }
+}
+
+void DxrHostGetMessageFilterText(DxrHost *host, char *buffer, uint32_t bufferSize) {
+    const ApiCall call(host);
+    if (call) {
+        devhost::MessageOf(*call).GetFilterText(buffer, bufferSize);
+    }
+}
+
+void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts) {
+    const ApiCall call(host);
+    if (!call) {
+        *counts = {};
+        return;
+    }
+    const SchedulerLock lock = call->scheduler.Lock();
+    *counts = devhost::MessageOf(*call).counts;
+}

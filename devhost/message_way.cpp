@@ -1,0 +1,238 @@
+// What may happen to messages on the way: lost, twice, late, held back.
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <new>
+
+#include "message.h"
+
+namespace devhost {
+namespace {
+
+constexpr uint32_t kInformation = 6;
+
+}  // namespace
+
+void MessageService::Count(uint64_t Counts::*which) {
+    const SchedulerLock lock = TheHost().scheduler.Lock();
+    ++(counts.*which);
+}
+
+void MessageService::Say(const DxrHostMessage &head, const char *what) const {
+    std::array<char, 128> line{};
+    (void)std::snprintf(line.data(), line.size(), "message %llu of kind %u to %s: %s",
+                        static_cast<unsigned long long>(head.sequence), head.kind,
+                        NameOf(head.to).c_str(), what);
+    TheHost().Say(kInformation, line.data());
+}
+
+// --- Lost
+
+bool MessageService::IsFiltered(const DxrHostMessage &head) {
+    const std::lock_guard lock(filterMutex_);
+    return filter_ != nullptr &&
+           DXR_IsMessageFiltered(filter_, 3, head.to.kind, head.to.number, head.kind) != 0;
+}
+
+bool MessageService::IsLost(const DxrHostMessage &head) {
+    // The library says so itself.
+    if (DXR_IsSimulateMsgLost(head.kind) != 0) {
+        Count(&Counts::simulated);
+        return true;
+    }
+    if (IsFiltered(head)) {
+        Count(&Counts::filtered);
+        Say(head, "filtered");
+        return true;
+    }
+    if (loses_.Fails()) {
+        Count(&Counts::lost);
+        Say(head, "lost");
+        return true;
+    }
+    return false;
+}
+
+void MessageService::SetFilter(DxrMessageFilter *given) {
+    const std::lock_guard lock(filterMutex_);
+    filter_ = given;
+}
+
+void MessageService::SetFilterCount(uint32_t lostCnt, uint32_t num, const uint32_t *path) {
+    const std::lock_guard lock(filterMutex_);
+    switch (num) {
+        case 0:
+            DXR_SetMessageFilterCount(filter_, lostCnt, 0);
+            break;
+        case 1:
+            DXR_SetMessageFilterCount(filter_, lostCnt, 1, path[0]);
+            break;
+        case 2:
+            DXR_SetMessageFilterCount(filter_, lostCnt, 2, path[0], path[1]);
+            break;
+        default:
+            DXR_SetMessageFilterCount(filter_, lostCnt, 3, path[0], path[1], path[2]);
+    }
+}
+
+void MessageService::GetFilterText(char *buffer, uint32_t bufferSize) {
+    const std::lock_guard lock(filterMutex_);
+    DXR_GetMessageFilterStr(filter_, buffer, bufferSize);
+}
+
+// --- Late
+
+// Tells whether the letter does not arrive at once, and then when it does.
+bool MessageService::IsLate(Letter &letter) {
+    Scheduler &scheduler = TheHost().scheduler;
+    const uint64_t nowNs = scheduler.clock.NowNs();
+    if (delays_.Fails()) {
+        uint64_t ms = 0;
+        {
+            const SchedulerLock lock = scheduler.Lock();
+            ms = 1 + delayMs_.Below(DXR_HOST_MESSAGE_DELAY_MS);
+            ++counts.late;
+        }
+        letter.dueNs = nowNs + ms * kNsPerMs;
+        std::array<char, 40> text{};
+        (void)std::snprintf(text.data(), text.size(), "late by %u ms", static_cast<uint32_t>(ms));
+        Say(letter.head, text.data());
+        return true;
+    }
+    if (holds_.Fails()) {
+        Count(&Counts::held);
+        letter.isHeld = true;
+        letter.dueNs = nowNs + DXR_HOST_MESSAGE_DELAY_MS * kNsPerMs;
+        Say(letter.head, "held back");
+        return true;
+    }
+    return false;
+}
+
+// Starts the job for what is due first. False when the run has ended.
+bool MessageService::StartLate() {
+    Scheduler &scheduler = TheHost().scheduler;
+    const std::lock_guard serial(lateMutex_);
+    uint64_t dueNs = kForever;
+    {
+        const SchedulerLock lock = scheduler.Lock();
+        for (const Letter &letter : late_) {
+            dueNs = std::min(dueNs, letter.dueNs);
+        }
+    }
+    return dueNs == kForever || scheduler.Start(lateJob_, dueNs, 0);
+}
+
+uint32_t MessageService::PutLate(Letters &later) {
+    const uint64_t sequence = later.front().head.sequence;
+    Scheduler &scheduler = TheHost().scheduler;
+    {
+        const SchedulerLock lock = scheduler.Lock();
+        late_.splice(late_.end(), later);
+    }
+    uint32_t result = ECANCELED;
+    try {
+        if (StartLate()) {
+            return 0;
+        }
+    } catch (const std::bad_alloc &) {
+        result = ENOMEM;
+    }
+    const SchedulerLock lock = scheduler.Lock();
+    late_.remove_if([sequence](const Letter &letter) { return letter.head.sequence == sequence; });
+    return result;
+}
+
+// The job. Nothing is owned here while a handler runs: it may be cut off.
+void MessageService::DeliverLate(void *service) {
+    auto &self = *static_cast<MessageService *>(service);
+    Scheduler &scheduler = self.TheHost().scheduler;
+    for (;;) {
+        Letters due;
+        {
+            const SchedulerLock lock = scheduler.Lock();
+            const auto first = std::min_element(
+                self.late_.begin(), self.late_.end(),
+                [](const Letter &a, const Letter &b) { return a.dueNs < b.dueNs; });
+            if (first == self.late_.end() || first->dueNs > scheduler.clock.NowNs()) {
+                break;
+            }
+            due.splice(due.end(), self.late_, first);
+        }
+        if (self.Deliver(due) != 0) {
+            self.Count(&Counts::refused);
+        }
+    }
+    try {
+        (void)self.StartLate();
+    } catch (const std::bad_alloc &) {
+        // What is late waits until something else is.
+    }
+}
+
+// --- All of it
+
+uint32_t MessageService::Post(Letters &letter) {
+    if (IsLost(letter.front().head)) {
+        letter.clear();
+        return 0;
+    }
+    if (doubles_.Fails()) {
+        letter.push_back(letter.front());
+        Count(&Counts::twice);
+        Say(letter.front().head, "twice");
+    }
+    Letters later;
+    for (auto each = letter.begin(); each != letter.end();) {
+        const auto next = std::next(each);
+        if (IsLate(*each)) {
+            later.splice(later.end(), letter, each);
+        }
+        each = next;
+    }
+    bool isUnderWay = !later.empty();
+    uint32_t result = isUnderWay ? PutLate(later) : 0;
+    while (result == 0 && !letter.empty()) {
+        Letters one;
+        one.splice(one.end(), letter, letter.begin());
+        const uint32_t each = Deliver(one);
+        if (each != 0 && isUnderWay) {
+            Count(&Counts::refused);
+        }
+        result = isUnderWay ? 0 : each;
+        isUnderWay = isUnderWay || each == 0;
+    }
+    return result;
+}
+
+// Those that waited for another one to arrive. Under the lock.
+void MessageService::CarryHeld(const DxrHostUnit &unit) {
+    for (auto each = late_.begin(); each != late_.end();) {
+        const auto next = std::next(each);
+        if (each->isHeld && each->head.to.kind == unit.kind &&
+            each->head.to.number == unit.number) {
+            Letters one;
+            one.splice(one.end(), late_, each);
+            counts.refused += transport->Carry(one) != 0 ? 1 : 0;
+        }
+        each = next;
+    }
+}
+
+uint32_t MessageService::Deliver(Letters &letter) {
+    const DxrHostUnit unit = letter.front().head.to;
+    uint32_t result = 0;
+    {
+        const SchedulerLock lock = TheHost().scheduler.Lock();
+        result = transport->Carry(letter);
+        if (result == 0) {
+            CarryHeld(unit);
+        }
+    }
+    letter.clear();
+    Handle(unit);
+    return result;
+}
+
+}  // namespace devhost
