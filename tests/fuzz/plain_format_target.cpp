@@ -45,10 +45,13 @@ int Library(char *buffer, size_t size, const char *format, ...) {
 }
 
 dxr::FormattedLine LibraryLine(dxr::PlainRoom &room, size_t size, const char *format, ...) {
-    std::va_list args;
-    va_start(args, format);
-    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args);
-    va_end(args);
+    dxr::Arguments args;
+    std::va_list again;
+    va_start(args.list, format);
+    va_start(again, format);
+    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args, again);
+    va_end(again);
+    va_end(args.list);
     return line;
 }
 

@@ -519,10 +519,13 @@ INSTANTIATE_TEST_SUITE_P(Both, TruncatingFormatter,
 // --- lines
 
 dxr::FormattedLine FormatRoom(dxr::PlainRoom &room, size_t size, const char *format, ...) {
-    std::va_list args;
-    va_start(args, format);
-    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args);
-    va_end(args);
+    dxr::Arguments args;
+    std::va_list again;
+    va_start(args.list, format);
+    va_start(again, format);
+    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args, again);
+    va_end(again);
+    va_end(args.list);
     return line;
 }
 

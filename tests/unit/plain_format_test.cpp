@@ -35,18 +35,21 @@ namespace {
 using dxrtest::GuardedBuffer;
 
 int Plain(dxr::PlainRoom &room, const char *format, ...) {
-    std::va_list args;
-    va_start(args, format);
+    dxr::Arguments args;
+    va_start(args.list, format);
     const int length = dxr::GatherPlain(room, format, args);
-    va_end(args);
+    va_end(args.list);
     return length;
 }
 
 dxr::FormattedLine Line(dxr::PlainRoom &room, size_t size, const char *format, ...) {
-    std::va_list args;
-    va_start(args, format);
-    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args);
-    va_end(args);
+    dxr::Arguments args;
+    std::va_list again;
+    va_start(args.list, format);
+    va_start(again, format);
+    const dxr::FormattedLine line = dxr::FormatLine(room, size, format, args, again);
+    va_end(again);
+    va_end(args.list);
     return line;
 }
 
@@ -255,7 +258,7 @@ TEST(PlainFormat, FormatsUpToTheLongestAreExpanded) {
 
 TEST(PlainFormat, EveryFieldOfCharactersTextsAndPointers) {
     for (const int character : {int{'a'}, int{'%'}, 255, 256 + 'b', -1}) {
-        CompareFields("c", character, OnlyLeft);
+        CompareFields("c", character, OnlyLeftAndVague);
     }
     CompareFields("c", 0, Never);
     const std::string texts[] = {"",

@@ -114,10 +114,14 @@ void AppendRecord(TextWriter &writer, uint32_t slot, const DxrRecord &record) {
 
 void DXR_RecordInfo(const char *format, ...) {
     dxr::PlainRoom buffer;  // not cleared: nobody sees past its terminator
-    std::va_list args;
-    va_start(args, format);
-    const auto [stored, length] = dxr::FormatLine(buffer, DXR_RECORD_TEXT_SIZE, format, args);
-    va_end(args);
+    dxr::Arguments args;
+    std::va_list again;
+    va_start(args.list, format);
+    va_start(again, format);
+    const auto [stored, length] =
+        dxr::FormatLine(buffer, DXR_RECORD_TEXT_SIZE, format, args, again);
+    va_end(again);
+    va_end(args.list);
     if (stored < 0) {
         if (const DxrPrintHook print = dxr::PrintHook()) {
             print(dxr::kLevelFailure, "Record info is illegal, ret[0x%x].",

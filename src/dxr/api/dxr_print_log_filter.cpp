@@ -57,8 +57,9 @@ class Key {
 // else gets to see it: most lines are repeats, and the library's own hash goes by the length.
 class Message {
   public:
-    [[gnu::format(printf, 2, 0)]] Message(const char *format, std::va_list args) noexcept
-        : line_(dxr::FormatLine(text_, kMessageSize, format, args)) {
+    [[gnu::format(printf, 2, 0)]] Message(const char *format, dxr::Arguments &args,
+                                          std::va_list again) noexcept
+        : line_(dxr::FormatLine(text_, kMessageSize, format, args, again)) {
         if (Formatted() && dxr::HostSeesHashInput()) {
             ClearTail();
         }
@@ -95,10 +96,13 @@ void DXR_SameLogFilter(const DxrLogFilterCfg *cfg, const char *format, ...) {
     if (cfg == nullptr) {
         return;
     }
-    std::va_list args;
-    va_start(args, format);
-    Message message(format, args);
-    va_end(args);
+    dxr::Arguments args;
+    std::va_list again;
+    va_start(args.list, format);
+    va_start(again, format);
+    Message message(format, args, again);
+    va_end(again);
+    va_end(args.list);
     if (message.Formatted() && DXR_IsRepeatedLog(cfg, message.Text(), message.Length()) == 0) {
         message.HandOn();
     }
@@ -112,10 +116,13 @@ void DXR_DiffLogFilter(const DxrLogFilterCfg *cfg, const char *format, ...) {
     if (DXR_IsRepeatedLog(cfg, key.Text(), key.Length()) == 1) {
         return;
     }
-    std::va_list args;
-    va_start(args, format);
-    Message message(format, args);
-    va_end(args);
+    dxr::Arguments args;
+    std::va_list again;
+    va_start(args.list, format);
+    va_start(again, format);
+    Message message(format, args, again);
+    va_end(again);
+    va_end(args.list);
     if (message.Formatted()) {
         message.HandOn();
     }

@@ -118,7 +118,10 @@ int vsnprintf_truncated_s(char *buffer, size_t size, const char *format,
         return -1;
     }
     PlainRoom room;
-    const int plain = kFastPaths ? GatherPlain(room, format, args) : kNotPlain;
+    Arguments copy;
+    va_copy(copy.list, args);
+    const int plain = kFastPaths ? GatherPlain(room, format, copy) : kNotPlain;
+    va_end(copy.list);
     if (plain == kNotPlain) {
         return FormatByLibrary(buffer, size, format, args);
     }
@@ -128,8 +131,8 @@ int vsnprintf_truncated_s(char *buffer, size_t size, const char *format,
     return static_cast<int>(stored);
 }
 
-FormattedLine FormatLine(PlainRoom &room, size_t size, const char *format,
-                         std::va_list args) noexcept {
+FormattedLine FormatLine(PlainRoom &room, size_t size, const char *format, Arguments &args,
+                         std::va_list again) noexcept {
     if (format == nullptr) {
         return {-1, 0};
     }
@@ -139,7 +142,7 @@ FormattedLine FormatLine(PlainRoom &room, size_t size, const char *format,
         room[length] = '\0';
         return {static_cast<int>(length), length};
     }
-    const int stored = FormatByLibrary(room, size, format, args);
+    const int stored = FormatByLibrary(room, size, format, again);
     return {stored, stored > 0 ? strnlen(room, static_cast<size_t>(stored)) : 0};
 }
 

@@ -39,10 +39,11 @@ struct FormattedLine {
 };
 
 // Like vsnprintf_truncated_s with a size of 1 to that of the room, at a lower price: any byte of
-// the room may be written, also after the terminator.
+// the room may be written, also after the terminator. Both lists are of the same arguments, and
+// started where these are: a copy would wait until what va_start stored has reached memory.
 [[gnu::format(printf, 3, 0)]] FormattedLine FormatLine(PlainRoom &room, size_t size,
-                                                       const char *format,
-                                                       std::va_list args) noexcept;
+                                                       const char *format, Arguments &args,
+                                                       std::va_list again) noexcept;
 
 }  // namespace dxr
 

@@ -19,13 +19,18 @@ constexpr int kWidestPlainField = 128;
 constexpr size_t kPlainSurplus = 64;
 using PlainRoom = char[kLongestPlainText + kLongestPlainFormat + kWidestPlainField + kPlainSurplus];
 
+// A list to be passed by reference.
+struct Arguments {
+    std::va_list list;
+};
+
 constexpr int kNotPlain = -1;
 
 // The length of the text, which has no terminator and no NUL in it; or kNotPlain when the format
-// holds anything else or something is too long: then the caller has the C library format the line.
-// `args` stays as it was.
+// holds anything else or something is too long: then the caller has the C library format the line,
+// from another list: these arguments are used up.
 [[gnu::format(printf, 2, 0)]] int GatherPlain(PlainRoom &room, const char *format,
-                                              std::va_list args) noexcept;
+                                              Arguments &args) noexcept;
 
 }  // namespace dxr
 
