@@ -1,6 +1,9 @@
 #include "dxr_devhost/memory.h"
 
+#include <link.h>
+
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -8,6 +11,7 @@
 #include <new>
 #include <set>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -17,7 +21,13 @@
 namespace devhost {
 
 // All blocks of one module identifier. Live blocks and bytes stand in one word, so that the highest
-// values are exact at one atomic step a call.
+// values are exact at one step a call.
+//
+// While one thread alone uses an account, its owner, a step is a load and a store. Another thread
+// first takes the account from it, once and for all: from then on all make atomic steps. The owner
+// says that it steps before it looks whether it still is the owner; who takes the account says so
+// before it looks whether the owner steps. Between these two it puts a fence into all threads;
+// where the machine has none, nobody owns.
 struct Account {
     static constexpr uint32_t kByteBits = 40;
     static constexpr uint64_t kByteMask = (uint64_t{1} << kByteBits) - 1;
@@ -25,18 +35,54 @@ struct Account {
     std::atomic<uint64_t> live{0};
     std::atomic<uint64_t> blocksPeak{0};
     std::atomic<uint64_t> bytesPeak{0};
+    std::atomic<const void *> owner{nullptr};  // the cache of a thread; null: everybody's
+    std::atomic<bool> isStepping{false};       // the owner's
 
-    void Add(uint32_t bytes) {
-        const uint64_t change = (uint64_t{1} << kByteBits) + bytes;
-        const uint64_t now = live.fetch_add(change, std::memory_order_relaxed) + change;
+    void Add(const void *by, uint32_t bytes) {
+        const uint64_t now = Step(by, (uint64_t{1} << kByteBits) + bytes);
         Raise(blocksPeak, now >> kByteBits);
         Raise(bytesPeak, now & kByteMask);
     }
-    void Subtract(uint32_t bytes) {
-        live.fetch_sub((uint64_t{1} << kByteBits) + bytes, std::memory_order_relaxed);
+    void Subtract(const void *by, uint32_t bytes) {
+        (void)Step(by, 0 - ((uint64_t{1} << kByteBits) + bytes));
     }
 
   private:
+    uint64_t Step(const void *by, uint64_t change) {
+        if (owner.load(std::memory_order_relaxed) == by) {
+            isStepping.store(true, std::memory_order_relaxed);
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+            if (owner.load(std::memory_order_relaxed) == by) [[likely]] {
+                const uint64_t now = live.load(std::memory_order_relaxed) + change;
+                live.store(now, std::memory_order_relaxed);
+                isStepping.store(false, std::memory_order_release);
+                return now;
+            }
+            isStepping.store(false, std::memory_order_release);
+        }
+        if (owner.load(std::memory_order_acquire) != nullptr) [[unlikely]] {
+            Take();
+        }
+        return live.fetch_add(change, std::memory_order_relaxed) + change;
+    }
+
+    // Comes back when the account is everybody's.
+    [[gnu::noinline]] void Take() {
+        static constexpr char kTaken = 0;
+        const void *from = owner.load(std::memory_order_relaxed);
+        if (from != nullptr && from != &kTaken &&
+            owner.compare_exchange_strong(from, &kTaken, std::memory_order_relaxed)) {
+            FenceAllThreads();
+            while (isStepping.load(std::memory_order_acquire)) {
+                std::this_thread::yield();
+            }
+            owner.store(nullptr, std::memory_order_release);
+        }
+        while (owner.load(std::memory_order_acquire) != nullptr) {
+            std::this_thread::yield();
+        }
+    }
+
     static void Raise(std::atomic<uint64_t> &peak, uint64_t value) {
         uint64_t known = peak.load(std::memory_order_relaxed);
         while (known < value &&
@@ -72,11 +118,43 @@ struct Totals {
     }
 };
 
+// A site as a thread knows it.
 struct KnownSite {
     const char *file = nullptr;
     uint32_t line = 0;
     uint32_t mid = 0;
     const Site *site = nullptr;
+    Totals *totals = nullptr;  // null until the thread allocates there
+    bool isFixed = false;      // nobody changes the text
+};
+
+// The memory of the program itself that is only read. It is never unloaded, so a text in it stays
+// what it is.
+class FixedTexts {
+  public:
+    FixedTexts() { (void)dl_iterate_phdr(LookAtProgram, this); }
+
+    [[nodiscard]] bool Holds(const void *text) const {
+        return std::any_of(ranges_.begin(), ranges_.end(),
+                           [text](const CodeRange &range) { return range.Holds(text); });
+    }
+
+  private:
+    // The program is the first of all.
+    static int LookAtProgram(dl_phdr_info *program, size_t /*size*/, void *user) {
+        auto &to = *static_cast<FixedTexts *>(user);
+        size_t used = 0;
+        for (int i = 0; i < program->dlpi_phnum && used < to.ranges_.size(); ++i) {
+            const ElfW(Phdr) &part = program->dlpi_phdr[i];
+            if (part.p_type == PT_LOAD && (part.p_flags & PF_W) == 0) {
+                const uintptr_t begin = program->dlpi_addr + part.p_vaddr;
+                to.ranges_[used++] = {begin, begin + part.p_memsz};
+            }
+        }
+        return 1;
+    }
+
+    std::array<CodeRange, 8> ranges_{};
 };
 
 // What one thread keeps for itself; the next thread with its record takes it over.
@@ -148,48 +226,47 @@ class MemoryService : public Service {
         return *static_cast<Cache *>(thread.memoryCache);
     }
 
-    const Site &SiteOf(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
+    KnownSite &SiteOf(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
         const uint64_t hash =
             (reinterpret_cast<uint64_t>(file) + line * uint64_t{0x9E3779B1} + mid) * 0x9E3779B1;
         KnownSite &known = cache.sites[(hash >> 16) % cache.sites.size()];
         // The text may be another one by now, say after a plug-in was unloaded.
-        if (known.site != nullptr && known.file == file && known.line == line && known.mid == mid &&
-            std::strcmp(known.site->file.c_str(), file) == 0) [[likely]] {
-            return *known.site;
+        if (known.file == file && known.line == line && known.mid == mid && known.site != nullptr &&
+            (known.isFixed || std::strcmp(known.site->file.c_str(), file) == 0)) [[likely]] {
+            return known;
         }
-        const Site &site = Intern(mid, file, line);
-        known = {file, line, mid, &site};
-        return site;
+        const Site &site = Intern(cache, mid, file, line);
+        known = {file, line, mid, &site, nullptr, fixedTexts_.Holds(file)};
+        return known;
     }
 
-    void *Allocate(Cache &cache, const Site &site, uint32_t size) {
-        if (site.number >= cache.totals.size() || cache.totals[site.number] == nullptr)
-            [[unlikely]] {
-            GrowTotals(cache, site.number);
+    void *Allocate(Cache &cache, KnownSite &known, uint32_t size) {
+        if (known.totals == nullptr) [[unlikely]] {
+            known.totals = &TotalsOf(cache, known.site->number);
         }
         const Blocks::Block block =
             size <= Blocks::kLargest ? blocks_.Take(cache.rings, size) : TakeLarge(size);
         if (block.bytes == nullptr) {
             return nullptr;
         }
-        if (cache.nextSerial == cache.endSerial) {
+        if (cache.nextSerial == cache.endSerial) [[unlikely]] {
             cache.nextSerial = serials_.fetch_add(kSerialsAtOnce);
             cache.endSerial = cache.nextSerial + kSerialsAtOnce;
         }
         block.info->size = size;
         block.info->serial = cache.nextSerial++;
-        block.info->made = &site;
+        block.info->made = known.site;
         SetGuards(block.bytes, size);
-        site.account->Add(size);
-        cache.totals[site.number]->Add(size);
+        known.site->account->Add(&cache, size);
+        known.totals->Add(size);
         block.info->state.store(BlockInfo::kLive, std::memory_order_release);
         return block.bytes;
     }
 
     // As Allocate, one after the other, and not beyond the limit.
-    void *AllocateWithin(uint64_t most, Cache &cache, const Site &site, uint32_t size) {
+    void *AllocateWithin(uint64_t most, Cache &cache, KnownSite &known, uint32_t size) {
         const std::lock_guard lock(limitMutex_);
-        return LiveBytes() + size <= most ? Allocate(cache, site, size) : nullptr;
+        return LiveBytes() + size <= most ? Allocate(cache, known, size) : nullptr;
     }
 
     enum class Result : uint8_t { kReleased, kDamaged, kNoBlock };
@@ -202,14 +279,14 @@ class MemoryService : public Service {
         auto *const bytes = static_cast<std::byte *>(address);
         BlockInfo *const info = blocks_.Find(address);
         if (info == nullptr) {
-            return TakeBackLarge(bytes, site);
+            return TakeBackLarge(cache, bytes, site);
         }
         uint32_t live = BlockInfo::kLive;
         if (!info->state.compare_exchange_strong(live, BlockInfo::kReleased,
                                                  std::memory_order_acq_rel)) {
             return {};
         }
-        const Release release = Settle(bytes, *info);
+        const Release release = Settle(cache, bytes, *info);
         info->released.store(&site, std::memory_order_relaxed);
         blocks_.Give(cache.rings, {bytes, info});
         return release;
@@ -323,28 +400,43 @@ class MemoryService : public Service {
         thread.cacheHost = TheHost().number;
     }
 
-    static void GrowTotals(Cache &cache, uint32_t number) {
+    static Totals &TotalsOf(Cache &cache, uint32_t number) {
         const std::lock_guard lock(cache.mutex);
         if (number >= cache.totals.size()) {
             cache.totals.resize(number + 1);
         }
-        cache.totals[number] = std::make_unique<Totals>();
+        if (cache.totals[number] == nullptr) {
+            cache.totals[number] = std::make_unique<Totals>();
+        }
+        return *cache.totals[number];
     }
 
-    const Site &Intern(uint32_t mid, const char *file, uint32_t line) {
+    const Site &Intern(const Cache &by, uint32_t mid, const char *file, uint32_t line) {
         const std::lock_guard lock(mutex_);
-        const auto [found, isNew] =
-            known_.try_emplace({mid, line, file}, static_cast<uint32_t>(sites_.size()));
-        if (isNew) {
-            sites_.push_back({mid, line, file, found->second, &accounts_[mid]});
+        const SiteKey key{mid, line, file};
+        const auto found = known_.find(key);
+        if (found != known_.end()) {
+            return sites_[found->second];
         }
-        return sites_[found->second];
+        const auto [account, isNew] = accounts_.try_emplace(mid);
+        if (isNew && g_isFenceRemote) {
+            account->second.owner = &by;
+        }
+        const auto number = static_cast<uint32_t>(sites_.size());
+        sites_.push_back({mid, line, file, number, &account->second});
+        try {
+            known_.emplace(key, number);
+        } catch (const std::bad_alloc &) {
+            sites_.pop_back();
+            throw;
+        }
+        return sites_.back();
     }
 
     // Looks at the guards of a block that goes, and takes it out of its account.
-    static Release Settle(const std::byte *bytes, const BlockInfo &info) {
+    static Release Settle(const Cache &by, const std::byte *bytes, const BlockInfo &info) {
         const bool isWhole = IsGuard(bytes - blocks::kGuard) && IsGuard(bytes + info.size);
-        info.made->account->Subtract(info.size);
+        info.made->account->Subtract(&by, info.size);
         return {isWhole ? Result::kReleased : Result::kDamaged, info.made};
     }
 
@@ -361,7 +453,7 @@ class MemoryService : public Service {
         return {bytes, info};
     }
 
-    Release TakeBackLarge(const std::byte *bytes, const Site &site) {
+    Release TakeBackLarge(const Cache &by, const std::byte *bytes, const Site &site) {
         std::unique_ptr<LargeBlock> large;
         {
             const std::lock_guard lock(mutex_);
@@ -374,10 +466,11 @@ class MemoryService : public Service {
             releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {bytes, large->info.made,
                                                                        &site};
         }
-        return Settle(bytes, large->info);
+        return Settle(by, bytes, large->info);
     }
 
     Blocks blocks_;
+    const FixedTexts fixedTexts_;
     std::atomic<uint64_t> serials_{0};
     std::mutex limitMutex_;
 
@@ -408,10 +501,10 @@ void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
     }
     try {
         Cache &cache = state.CacheOf(call.Thread());
-        const Site &site = state.SiteOf(cache, mid, file != nullptr ? file : "", line);
+        KnownSite &known = state.SiteOf(cache, mid, file != nullptr ? file : "", line);
         const uint64_t most = state.limit.load(std::memory_order_relaxed);
-        return most == 0 ? state.Allocate(cache, site, size)
-                         : state.AllocateWithin(most, cache, site, size);
+        return most == 0 ? state.Allocate(cache, known, size)
+                         : state.AllocateWithin(most, cache, known, size);
     } catch (const std::bad_alloc &) {
         return nullptr;
     }
@@ -424,7 +517,7 @@ void Release(void *block, const char *file, uint32_t line) {
     }
     MemoryService &state = StateOf(*call);
     Cache &cache = state.CacheOf(call.Thread());
-    const Site &site = state.SiteOf(cache, kReleasing, file != nullptr ? file : "", line);
+    const Site &site = *state.SiteOf(cache, kReleasing, file != nullptr ? file : "", line).site;
     const MemoryService::Release release = state.TakeBack(cache, block, site);
     if (release.result == MemoryService::Result::kReleased) [[likely]] {
         return;

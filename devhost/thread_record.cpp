@@ -89,6 +89,10 @@ void PublishRegistration() {
     }
 }
 
+void FenceAllThreads() {
+    (void)MemBarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+}
+
 bool WaitUntilOutside(const Host *host, uint32_t ms) {
     for (uint32_t waited = 0;; ++waited) {
         bool isInside = false;

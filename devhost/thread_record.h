@@ -80,6 +80,9 @@ inline void Leave(ThreadRecord &thread) {
 // Makes the registration take effect everywhere: calls that begin later do not reach the old host.
 void PublishRegistration();
 
+// Lets all threads pass a full fence. Only while g_isFenceRemote is set.
+void FenceAllThreads();
+
 // Waits until no other thread is in the host; gives up after the given time. Tells whether all are
 // out.
 bool WaitUntilOutside(const Host *host, uint32_t ms);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <random>
 #include <string>
@@ -113,6 +114,42 @@ TEST_F(HostMemory, AccountsHoldUnderThreads) {
         EXPECT_EQ(account.bytesLive, 0U);
         EXPECT_EQ(account.blocksTotal, 2U * kRounds);
         EXPECT_LE(account.blocksPeak, 2U);
+    }
+}
+
+// One thread uses an account when another one begins to.
+TEST_F(HostMemory, AnAccountLosesNothingWhenItIsShared) {
+    for (uint32_t mid = 100; mid < 120; ++mid) {
+        std::atomic<uint32_t> rounds{0};
+        std::atomic<bool> isOver{false};
+        std::thread first([&] {
+            while (!isOver || rounds < 200) {
+                DXR_Free(DXR_Malloc(mid, 16, "a.cpp", 1), "a.cpp", 2);
+                ++rounds;
+            }
+        });
+        while (rounds < 100) {
+            std::this_thread::yield();
+        }
+        std::array<std::thread, 2> others;
+        for (std::thread &other : others) {
+            other = std::thread([mid] {
+                for (int i = 0; i < 200; ++i) {
+                    DXR_Free(DXR_Malloc(mid, 32, "b.cpp", 1), "b.cpp", 2);
+                }
+            });
+        }
+        for (std::thread &other : others) {
+            other.join();
+        }
+        isOver = true;
+        first.join();
+        const DxrHostMemoryAccount account = DxrHostGetMemoryAccount(host, mid);
+        ASSERT_EQ(account.blocksLive, 0U) << mid;
+        ASSERT_EQ(account.bytesLive, 0U) << mid;
+        ASSERT_EQ(account.blocksTotal, rounds + 400U) << mid;
+        ASSERT_LE(account.blocksPeak, 3U) << mid;
+        ASSERT_GE(account.bytesPeak, 32U) << mid;
     }
 }
 

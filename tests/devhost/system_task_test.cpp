@@ -175,7 +175,7 @@ TEST(HostTaskRuns, ADestroyedMutexIsNobodys) {
         return isRight ? 0 : 2;
     };
     DxrHostExploration found{};
-    EXPECT_EQ(DxrHostExplore(&options, 200, body, nullptr, &found), 0U) << found.text;
+    EXPECT_EQ(DxrHostExplore(&options, 60, body, nullptr, &found), 0U) << found.text;
 }
 
 // --- Events and tasks, in virtual time
