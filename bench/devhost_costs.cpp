@@ -12,7 +12,11 @@
 #include <cstring>
 #include <ctime>
 #include <functional>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "dxr_devhost.h"
@@ -180,6 +184,73 @@ void *Touch(void *block, uint32_t size) {
     return block;
 }
 
+// --- Entries of tables: 12 bytes of key, 32 bytes of data.
+
+using TableKey = std::array<char, 12>;
+using TableData = std::array<unsigned char, 32>;
+
+struct HashOfBytes {
+    using is_transparent = void;
+    size_t operator()(std::string_view bytes) const { return std::hash<std::string_view>()(bytes); }
+};
+
+TableKey KeyOf(uint32_t number) {
+    TableKey key{'p', 'o', 'r', 't', '/', 'v', 'l', 'n'};
+    std::memcpy(&key[8], &number, sizeof(number));
+    return key;
+}
+
+// Calls `get` with keys that are there, in an order without rule.
+template <typename Get>
+void GetEntries(uint32_t count, uint32_t entries, Get get) {
+    std::vector<TableKey> keys(1024);
+    uint32_t number = 1;
+    for (TableKey &key : keys) {
+        number = number * 1664525 + 1013904223;
+        key = KeyOf((number >> 8) % entries);
+    }
+    TableData data{};
+    for (uint32_t i = 0; i < count; ++i) {
+        get(keys[i % keys.size()], data);
+        static_cast<volatile unsigned char &>(data[0]) = 1;
+    }
+}
+
+// A table of the host's beside the map that its keys would be in: of bytes, without a lock and with
+// the one that readers of several threads would need.
+void TableRows(const DxrHooks &hooks, uint32_t entries) {
+    std::unordered_map<std::string, TableData, HashOfBytes, std::equal_to<>> map;
+    std::shared_mutex mutex;
+    hooks.tblm.dynamicCreateTable(1);
+    for (uint32_t number = 0; number < entries; ++number) {
+        TableKey key = KeyOf(number);
+        TableData data{};
+        std::memcpy(data.data(), &number, sizeof(number));
+        DxrTblmRequest request{1, key.data(), sizeof(key), data.data(), sizeof(data), 1, {}};
+        hooks.tblm.setChipTblmData(0, &request);
+        map.emplace(std::string(key.data(), key.size()), data);
+    }
+    const auto host = [&](TableKey &key, TableData &data) {
+        DxrTblmRequest request{1, key.data(), sizeof(key), data.data(), sizeof(data), 1, {}};
+        hooks.tblm.getChipTblmData(0, &request);
+    };
+    const auto find = [&map](TableKey &key, TableData &data) {
+        const auto found = map.find(std::string_view(key.data(), key.size()));
+        data = found != map.end() ? found->second : TableData{};
+    };
+    const std::string what = "table get, " + std::to_string(entries) + " entries";
+    const auto run = [&](uint32_t n) { GetEntries(n, entries, host); };
+    Row(what.c_str(), "unordered_map of bytes", 1000000, run,
+        [&](uint32_t n) { GetEntries(n, entries, find); });
+    Row(what.c_str(), "the same, shared_mutex", 1000000, run, [&](uint32_t n) {
+        GetEntries(n, entries, [&](TableKey &key, TableData &data) {
+            const std::shared_lock lock(mutex);
+            find(key, data);
+        });
+    });
+    hooks.tblm.releaseTblm(1, 0);
+}
+
 uint64_t g_fired = 0;
 
 void TimerEvents(uint32_t timers) {
@@ -292,6 +363,8 @@ int main() {
                 (void)clock_gettime(CLOCK_REALTIME, &now);
             }
         });
+    TableRows(hooks, 1000);
+    TableRows(hooks, 100000);
     DatabaseRows(host, hooks);
     DxrHostDestroy(host, stdout);
     for (const uint32_t timers : {1U, 100U, 10000U}) {

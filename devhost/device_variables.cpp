@@ -1,20 +1,16 @@
 // Environment and flash information.
 #include "device_variables.h"
 
-#include <fcntl.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <new>
 
 #include "device.h"
-#include "file_steps.h"
 
 namespace devhost {
 namespace {
@@ -47,11 +43,7 @@ void Append(Bytes &to, const void *data, size_t bytes) {
 }  // namespace
 
 Variables::Variables(Host &host, const char *fileName)
-    : path_(host.options.workPath + "/" + fileName),
-      openFails_(host.chance.Point("env.open")),
-      writeFails_(host.chance.Point("env.write")),
-      syncFails_(host.chance.Point("env.sync")),
-      renameFails_(host.chance.Point("env.rename")) {
+    : path_(host.options.workPath + "/" + fileName), file_(host.chance, "env") {
 }
 
 uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size) {
@@ -146,27 +138,6 @@ bool Variables::Load(std::string &error) {
     return true;
 }
 
-// The new content gets a name of its own first: the old file stays whole until it is replaced.
-bool Variables::Write(const Bytes &content) {
-    const std::string next = path_ + ".new";
-    const int file = openFails_.Fails()
-                         ? -1
-                         : open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (file < 0) {
-        return false;
-    }
-    bool isWell = !writeFails_.Fails() && WriteAll(file, content.data(), content.size());
-    isWell = isWell && !syncFails_.Fails() && fsync(file) == 0;
-    isWell = close(file) == 0 && isWell;
-    isWell = isWell && !renameFails_.Fails() && std::rename(next.c_str(), path_.c_str()) == 0;
-    if (!isWell) {
-        (void)unlink(next.c_str());
-        return false;
-    }
-    SyncDirectoryOf(path_);
-    return true;
-}
-
 uint32_t Variables::Save(std::mutex &guard) {
     // One after the other: what is saved last is what was set last.
     const std::lock_guard saving(saving_);
@@ -176,7 +147,7 @@ uint32_t Variables::Save(std::mutex &guard) {
             const std::lock_guard lock(guard);
             content = Encode();
         }
-        return Write(content) ? 0 : EIO;
+        return file_.Write(path_, content) ? 0 : EIO;
     } catch (const std::bad_alloc &) {
         return ENOMEM;
     }

@@ -8,15 +8,12 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "chance.h"
+#include "whole_file.h"
 
 namespace devhost {
 
 class Host;
-
-using Bytes = std::vector<unsigned char>;
 
 class Variables {
   public:
@@ -34,17 +31,13 @@ class Variables {
     uint32_t Save(std::mutex &guard);
 
   private:
-    bool Write(const Bytes &content);
     bool Decode(const Bytes &content);
 
     const std::string path_;
     std::map<std::string, Bytes, std::less<>> values_;
     size_t bytes_ = 0;
     std::mutex saving_;
-    FaultPoint &openFails_;
-    FaultPoint &writeFails_;
-    FaultPoint &syncFails_;
-    FaultPoint &renameFails_;
+    WholeFile file_;
 };
 
 }  // namespace devhost

@@ -22,6 +22,7 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kTemperature, "temperature", MakeTemperature, FillTemperature},
     {ServiceId::kDatabase, "database", MakeDatabase, FillDatabase},
     {ServiceId::kMessage, "message", MakeMessage, FillMessage},
+    {ServiceId::kSystemTable, "table", MakeSystemTable, FillSystemTable},
 }};
 
 }  // namespace devhost

@@ -33,6 +33,7 @@ enum class ServiceId : uint8_t {
     kTemperature,
     kDatabase,
     kMessage,
+    kSystemTable,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -61,6 +62,7 @@ std::unique_ptr<Service> MakeNetworkProcessor(Host &host);
 std::unique_ptr<Service> MakePlugin(Host &host);
 std::unique_ptr<Service> MakePrint(Host &host);
 std::unique_ptr<Service> MakeSystem(Host &host);
+std::unique_ptr<Service> MakeSystemTable(Host &host);
 std::unique_ptr<Service> MakeSystemTask(Host &host);
 std::unique_ptr<Service> MakeSystemTime(Host &host);
 std::unique_ptr<Service> MakeTemperature(Host &host);
@@ -79,6 +81,7 @@ void FillNetworkProcessor(DxrHooks &hooks);
 void FillPlugin(DxrHooks &hooks);
 void FillPrint(DxrHooks &hooks);
 void FillSystem(DxrHooks &hooks);
+void FillSystemTable(DxrHooks &hooks);
 void FillSystemTask(DxrHooks &hooks);
 void FillSystemTime(DxrHooks &hooks);
 void FillTemperature(DxrHooks &hooks);

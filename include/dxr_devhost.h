@@ -18,6 +18,7 @@
 #include "dxr_devhost/plugin.h"
 #include "dxr_devhost/print.h"
 #include "dxr_devhost/system.h"
+#include "dxr_devhost/system_table.h"
 #include "dxr_devhost/system_task.h"
 #include "dxr_devhost/system_time.h"
 #include "dxr_devhost/temperature.h"

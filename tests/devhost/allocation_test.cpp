@@ -53,6 +53,7 @@ class Module {
         UseMonitoring(host);
         UseDescriptions(host);
         UseMessages(host);
+        UseTables(host);
     }
 
     void UseDatabase(DxrHost *host) const {
@@ -283,6 +284,37 @@ class Module {
         DxrHostSetMessageFilter(host, nullptr);
         DXR_DestroyMessageFilter(&filter);
         (void)DxrHostCloseMailbox(host, &devm);
+    }
+
+    static void UseTables(DxrHost *host) {
+        DxrHostTable described{sizeof(described), 2, 0, 0, 0, 1, 0, 0};
+        (void)DxrHostDescribeTable(host, &described);
+        (void)DxrHostSetTablePool(host, 0, 1, 100);
+        (void)DXR_DynamicCreateTable(1);
+        (void)DXR_DynamicCreateTable(2);
+        std::array<char, 600> data{};
+        for (uint32_t key = 0; key < 40; ++key) {
+            (void)DXR_AddChipTblmData(0, 1 + key % 2, &key, sizeof(key), data.data(), key);
+        }
+        uint32_t key = 3;
+        (void)DXR_AddChipTblmData(0, 2, &key, sizeof(key), data.data(), 600);
+        (void)DXR_QueryChipTblmData(0, 2, &key, sizeof(key), data.data(), 600);
+        (void)DXR_DeleteChipTblmData(0, 2, &key, sizeof(key));
+        DxrHostMaskedData masked{sizeof(masked), 2, 4, 8, &key, data.data(), data.data()};
+        (void)DXR_SetChipTblmDataAndMask(0, &masked);
+        (void)DXR_SetChipTblmDataAndMask(0, &masked);
+        DxrHostTableWalk walk{sizeof(walk), 0, 1, 2, 0, 0};
+        DxrHostTableEntry entry{sizeof(entry), 0, 0, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr};
+        (void)DXR_GetLinearTblmFirstData(&walk, &entry);
+        (void)DXR_GetTblmNextData(walk.walk, &entry);
+        DXR_ReleaseTblm(1, walk.walk);
+        std::array<uint32_t, 2> tables = {1, 2};
+        (void)DXR_GetCrossTblmFirstData(&walk, tables.data(), &entry);
+        if (DxrHostSaveTables(host, nullptr, nullptr, 0)) {
+            (void)DxrHostLoadTables(host, nullptr, nullptr, 0);
+        }
+        DXR_ReleaseTblm(2, 0);
+        DXR_ReleaseTblm(2, 0);
     }
 
     const std::string work_;

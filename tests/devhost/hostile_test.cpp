@@ -27,7 +27,8 @@ using AnySlot = Word (*)(Word, Word, Word, Word, Word, Word, Word);
 // number up to 1000, N any number, m a few milliseconds, t timer, v heart monitor, e function, l
 // log filter, E event, T calendar time, k task number, r registration record, p plug-in record, H
 // hash options, M ports of a group, Q drops of a queue, A alarm, K KPI attribute, q query, G
-// message, P EOP event, 0 null.
+// message, P EOP event, R request for a table, d data and mask, W walk, Y entry of a walk, D
+// description of a table, 0 null.
 struct Target {
     size_t offset;
     const char *name;
@@ -208,6 +209,17 @@ constexpr Target kTargets[] = {
     DXR_TARGET(hash.hashInsert, "hbbnn", false),
     DXR_TARGET(hash.hashRemove, "hb", false),
     DXR_TARGET(hash.hashGetFromEntry, "hnn", false),
+    DXR_TARGET(tblm.dynamicCreateTable, "n", false),
+    DXR_TARGET(tblm.getChipTblmData, "nR", false),
+    DXR_TARGET(tblm.setChipTblmData, "nR", false),
+    DXR_TARGET(tblm.deleteChipTblmData, "nnbn", false),
+    DXR_TARGET(tblm.getCrossTblmFirstData, "WbY", false),
+    DXR_TARGET(tblm.getLinearTblmFirstData, "WY", false),
+    DXR_TARGET(tblm.getTblmNextData, "nY", false),
+    DXR_TARGET(tblm.releaseTblm, "nn", false),
+    DXR_TARGET(tblm.getTblmAttr, "nD", false),
+    DXR_TARGET(tblm.getCstPoolCount, "nnnb", false),
+    DXR_TARGET(tblm.setChipTblmDataAndMask, "nd", false),
     DXR_TARGET(np.setMcPortMap, "nM", false),
     DXR_TARGET(np.getQueueDropStat, "nnnnQ", false),
     DXR_TARGET(np.getAbsPfcLogicSp, "nnnb", false),
@@ -324,6 +336,23 @@ class Hostile : public testing::Test {
                 return Record(drops_);
             case 'q':
                 return Query();
+            case 'R':
+                request_ = {Number(3),    Pointer(), Number(300), Pointer(),
+                            Number(4000), Number(2), {}};
+                return Below(8) == 0 ? 0 : WordOf(&request_);
+            case 'd':
+                masked_ = {0,         Number(3), Number(300), Number(4000),
+                           Pointer(), Pointer(), Pointer()};
+                return Record(masked_);
+            case 'W':
+                walk_ = {0, Number(3), Number(3), Number(900), 0, 0};
+                return Record(walk_);
+            case 'Y':
+                entry_ = {0, Number(300), Number(4000), 0,         0,        0,
+                          0, 0,           Pointer(),    Pointer(), Pointer()};
+                return Record(entry_);
+            case 'D':
+                return Record(table_);
             case 'T':
                 for (uint8_t &byte : time_) {
                     byte = static_cast<uint8_t>(Below(2) == 0 ? Below(60) : Below(256));
@@ -357,6 +386,8 @@ class Hostile : public testing::Test {
         }
         return Below(8) == 0 ? 0 : WordOf(&query_);
     }
+    uint32_t Number(Word bound) { return static_cast<uint32_t>(Below(bound)); }
+    void *Pointer() { return Below(8) == 0 ? nullptr : rooms_[Below(rooms_.size())].data(); }
 
     template <typename Value>
     Word Record(Value &value) {
@@ -467,6 +498,11 @@ class Hostile : public testing::Test {
     DxrHostMcPortMap ports_{};
     DxrHostQueueDrops drops_{};
     DxrHostDbQuery query_{};
+    DxrTblmRequest request_{};
+    DxrHostMaskedData masked_{};
+    DxrHostTableWalk walk_{};
+    DxrHostTableEntry entry_{};
+    DxrHostTable table_{};
     std::array<uint8_t, sizeof(DxrSysTime)> time_{};
 };
 

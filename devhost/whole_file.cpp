@@ -1,0 +1,99 @@
+#include "whole_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "file_steps.h"
+
+namespace devhost {
+namespace {
+
+// A descriptor that is closed at the end.
+class Descriptor {
+  public:
+    explicit Descriptor(int file) : file_(file) {}
+    ~Descriptor() { (void)Close(); }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    Descriptor(Descriptor &&) = delete;
+    Descriptor &operator=(Descriptor &&) = delete;
+
+    [[nodiscard]] int Get() const { return file_; }
+    bool Close() {
+        const int file = file_;
+        file_ = -1;
+        return file >= 0 && close(file) == 0;
+    }
+
+  private:
+    int file_;
+};
+
+}  // namespace
+
+WholeFile::WholeFile(Chance &chance, const std::string &name)
+    : openFails_(chance.Point(name + ".open")),
+      writeFails_(chance.Point(name + ".write")),
+      syncFails_(chance.Point(name + ".sync")),
+      renameFails_(chance.Point(name + ".rename")) {
+}
+
+bool WholeFile::Write(const std::string &path, const Bytes &content, const char **failed) {
+    const std::string next = path + ".new";
+    const char *step = "opened";
+    Descriptor file(openFails_.Fails()
+                        ? -1
+                        : open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    bool isWell = file.Get() >= 0;
+    if (isWell) {
+        step = "written";
+        isWell = !writeFails_.Fails() && WriteAll(file.Get(), content.data(), content.size());
+        if (isWell) {
+            step = "synchronised";
+            isWell = !syncFails_.Fails() && fsync(file.Get()) == 0;
+        }
+        if (!file.Close()) {
+            step = isWell ? "closed" : step;
+            isWell = false;
+        }
+        if (isWell) {
+            step = "renamed";
+            isWell = !renameFails_.Fails() && std::rename(next.c_str(), path.c_str()) == 0;
+        }
+        if (!isWell) {
+            (void)unlink(next.c_str());
+        }
+    }
+    if (isWell) {
+        SyncDirectoryOf(path);
+    } else if (failed != nullptr) {
+        *failed = step;
+    }
+    return isWell;
+}
+
+int ReadWholeFile(const std::string &path, Bytes &content) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.Get() < 0) {
+        return errno;
+    }
+    content.clear();
+    std::array<unsigned char, 65536> part;
+    for (;;) {
+        const ssize_t bytes = read(file.Get(), part.data(), part.size());
+        if (bytes == 0) {
+            return 0;
+        }
+        if (bytes > 0) {
+            content.insert(content.end(), part.begin(), part.begin() + bytes);
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+}  // namespace devhost

@@ -1,0 +1,37 @@
+// Files that are the old or the new one after a crash, never a part.
+#ifndef DXR_DEVHOST_WHOLE_FILE_H
+#define DXR_DEVHOST_WHOLE_FILE_H
+
+#include <string>
+#include <vector>
+
+#include "chance.h"
+
+namespace devhost {
+
+using Bytes = std::vector<unsigned char>;
+
+// The steps that replace a file, each a point: "env.open", "env.write", "env.sync", "env.rename"
+// for the name "env".
+class WholeFile {
+  public:
+    WholeFile(Chance &chance, const std::string &name);
+
+    // The content gets the name path + ".new" first: the old file stays whole until it is replaced.
+    // False when a step fails, and `failed` says which, if wanted; `path` is then the old file.
+    // Not for two threads at once.
+    bool Write(const std::string &path, const Bytes &content, const char **failed = nullptr);
+
+  private:
+    FaultPoint &openFails_;
+    FaultPoint &writeFails_;
+    FaultPoint &syncFails_;
+    FaultPoint &renameFails_;
+};
+
+// Reads a file. Returns 0 or a number of <errno.h>.
+int ReadWholeFile(const std::string &path, Bytes &content);
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_WHOLE_FILE_H
