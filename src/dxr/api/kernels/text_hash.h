@@ -30,7 +30,7 @@ namespace text_hash {
 inline constexpr size_t kShort = 32;  // texts below this length are hashed in place
 
 inline constexpr auto kPowers = [] {
-    std::array<uint32_t, kShort + 1> powers = {1};
+    std::array<uint32_t, kShort> powers = {1};
     for (size_t i = 1; i < powers.size(); ++i) {
         powers[i] = powers[i - 1] * kTextHashFactor;
     }
