@@ -34,14 +34,56 @@ uint64_t InOrder(uint64_t word) {
     return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
 }
 
+// A word that begins with `bytes` bytes, less than 8, zeros after them: without a call, and without
+// going through memory where that can be.
+uint64_t PartOfWord(const unsigned char *from, uint32_t bytes) {
+    uint64_t word = 0;
+    if constexpr (std::endian::native != std::endian::little) {
+        std::memcpy(&word, from, bytes);
+        return word;
+    }
+    uint32_t bits = 0;
+    if ((bytes & 4) != 0) {
+        uint32_t four = 0;
+        std::memcpy(&four, from, 4);
+        word = four;
+        bits = 32;
+        from += 4;
+    }
+    if ((bytes & 2) != 0) {
+        uint16_t two = 0;
+        std::memcpy(&two, from, 2);
+        word |= uint64_t{two} << bits;
+        bits += 16;
+        from += 2;
+    }
+    return (bytes & 1) != 0 ? word | uint64_t{*from} << bits : word;
+}
+
 // Calls `store` with the words of so many bytes, zeros after the last of them.
 template <typename Store>
 void ForEachWord(const void *from, uint32_t bytes, Store store) {
     const auto *const begin = static_cast<const unsigned char *>(from);
-    for (uint32_t i = 0; i < bytes; i += 8) {
+    uint32_t at = 0;
+    for (; bytes - at >= 8; at += 8) {
         uint64_t word = 0;
-        std::memcpy(&word, begin + i, bytes - i < 8 ? bytes - i : 8);
+        std::memcpy(&word, begin + at, 8);
         store(word);
+    }
+    if (at < bytes) {
+        store(PartOfWord(begin + at, bytes - at));
+    }
+}
+
+// Word by word, as they were written just before.
+void CopyOut(void *to, const uint64_t *words, uint32_t bytes) {
+    auto *const begin = static_cast<unsigned char *>(to);
+    uint32_t at = 0;
+    for (; bytes - at >= 8; at += 8) {
+        std::memcpy(begin + at, words + at / 8, 8);
+    }
+    if (at < bytes) {
+        std::memcpy(begin + at, words + at / 8, bytes - at);
     }
 }
 
@@ -218,7 +260,7 @@ TableStore::Got TableStore::Get(const Key &key, void *data, uint32_t room, uint3
             }
             bytes = seen.bytes;
             if (data != nullptr && seen.got == Got::kData) {
-                std::memcpy(data, copy, bytes);
+                CopyOut(data, copy, bytes);
             }
             return seen.got;
         }
