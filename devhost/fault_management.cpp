@@ -120,7 +120,10 @@ class FfmService : public Service {
 
 void Check::Run(void *user) {
     auto *const check = static_cast<Check *>(user);
-    check->service->Note(*check, check->function(check->user));
+    const uint32_t result = check->function(check->user);
+    // One that did not end with its host: the check is not there any more.
+    Scheduler::EndStopped(ThisThread());
+    check->service->Note(*check, result);
 }
 
 FfmService &StateOf(Host &host) {

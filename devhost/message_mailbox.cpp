@@ -107,6 +107,8 @@ void MessageService::Handle(const DxrHostUnit &unit) {
         const DxrHostMessage &message = box->current.front().head;
         lock.unlock();
         const uint32_t result = box->given.handler(&message, box->given.user);
+        // One that did not end with its host: the mailbox is not there any more.
+        Scheduler::EndStopped(ThisThread());
         lock.lock();
         if ((message.flags & DXR_HOST_MESSAGE_ACK) != 0 && result != DXR_HOST_ACK_LATER) {
             (void)transport->Acknowledge(message, result);
@@ -197,7 +199,11 @@ uint32_t DxrHostCloseMailbox(DxrHost *host, const DxrHostUnit *unit) {
         return EINVAL;
     }
     const Place place{"DxrHostCloseMailbox", __builtin_return_address(0)};
-    return devhost::MessageOf(*call).Close(*unit, place);
+    try {
+        return devhost::MessageOf(*call).Close(*unit, place);
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
 }
 
 uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit, DxrHostMessage *message,
@@ -222,7 +228,7 @@ uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit, DxrHostMe
         head.data = buffer;
         *message = head;
     }
-    if (result == 0 && head.bytes != 0) {
+    if (result == 0 && buffer != nullptr && head.bytes != 0) {
         std::memcpy(buffer, taken.front().body.data(), head.bytes);
     }
     return result;

@@ -134,8 +134,8 @@ DXR_STATIC_ASSERT(sizeof(DxrHostEopEvent) == DXR_LAYOUT(24, 1), "fixed layout");
  * task "timer" or, with the stepped clock, on the thread that moves it. A mailbox's handler is
  * called for one message after the other: what is sent meanwhile, also by the handler itself,
  * waits, and the thread that is in the handler takes it next. No lock of the host is held. The
- * message and its data stay until the handler returns. Its result acknowledges the message when the
- * sender waits; DXR_HOST_ACK_LATER: DxrHostAcknowledge will. */
+ * message and its data stay until the handler returns, or the host has ended. Its result
+ * acknowledges the message when the sender waits; DXR_HOST_ACK_LATER: DxrHostAcknowledge will. */
 typedef uint32_t (*DxrHostMessageHandler)(const DxrHostMessage *message, void *user);
 #define DXR_HOST_ACK_LATER 0xFFFFFFFFu
 
@@ -153,7 +153,7 @@ DXR_API uint32_t DxrHostOpenMailbox(DxrHost *host, const DxrHostMailbox *mailbox
 
 /* Closes it. Messages that wait in it are lost, receivers that wait for some give up (ENOENT). When
  * it returns the handler does not run, unless it is the caller, and will not. 0; ENOENT when it is
- * not open; EINVAL for a null pointer; ECANCELED without a host. */
+ * not open; EINVAL for a null pointer; ENOMEM: it is open still; ECANCELED without a host. */
 DXR_API uint32_t DxrHostCloseMailbox(DxrHost *host, const DxrHostUnit *unit);
 
 /* Waits for a message in a mailbox without a handler and takes it: into `message`, whose `data` is

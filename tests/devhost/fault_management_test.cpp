@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -271,6 +272,31 @@ TEST_F(ChecksOfARealHost, ThreadsStartStopAddAndRemove) {
     EXPECT_EQ(DXR_DelayTask(5), 0U);
     EXPECT_EQ(calls, before);
     EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(ChecksOfARealHost, MayOutliveTheHost) {
+    static std::atomic<int> step{0};
+    step = 0;
+    const auto stay = [](void *) -> uint32_t {
+        step = 1;
+        while (step != 2) {
+            std::this_thread::yield();
+        }
+        step = 3;
+        return 1;
+    };
+    EXPECT_EQ(DxrHostAddFaultCheck(host, "x", stay, nullptr, 1), 1U);
+    EXPECT_EQ(DXR_FfmStartFaultCheck(), 0U);
+    while (step != 1) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(End(), 1U) << "the checks; their task is left alone";
+    step = 2;
+    while (step != 3) {
+        std::this_thread::yield();
+    }
+    // The thread goes on from here; a sanitizer sees where to.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
 
 TEST(Checks, WithoutAHostDoNotStart) {

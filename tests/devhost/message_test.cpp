@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -435,6 +436,32 @@ TEST_F(MessagesInRealTime, AreClosedWhenTheirHandlerHasEnded) {
     EXPECT_EQ(Counts().taken, 1U);
     EXPECT_GE(Counts().dropped, 1U);
     EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(MessagesInRealTime, HandlersOfLateOnesMayOutliveTheHost) {
+    static std::atomic<int> step{0};
+    step = 0;
+    const auto stay = [](const DxrHostMessage *, void *) -> uint32_t {
+        step = 1;
+        while (step != 2) {
+            std::this_thread::yield();
+        }
+        step = 3;
+        return 1;
+    };
+    EXPECT_EQ(Open(kLpu3, 0, stay), 0U);
+    DxrHostFailNth(host, "message.delay", 1, false);
+    EXPECT_EQ(Send(kLpu3, 1), 0U);
+    while (step != 1) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(End(), 1U) << "the mailbox";
+    step = 2;
+    while (step != 3) {
+        std::this_thread::yield();
+    }
+    // The thread goes on from here; a sanitizer sees where to.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
 
 // Threads that send to a handler and to receivers, with and without acknowledgements, and with
