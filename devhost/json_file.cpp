@@ -1,9 +1,10 @@
 #include "json_file.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
 namespace devhost {
@@ -54,11 +55,11 @@ class Walker {
 
     void SkipBlanks() { at_ = std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size()); }
 
-    // As it is written, without its quotation marks; and the colon.
-    std::string_view TakeKey() {
-        const size_t begin = at_ + 1;
+    // And the colon.
+    std::string TakeKey() {
+        const size_t begin = at_;
         SkipText();
-        const std::string_view key = std::string_view(text_).substr(begin, at_ - 1 - begin);
+        std::string key = nlohmann::json::parse(text_.substr(begin, at_ - begin));
         SkipBlanks();
         ++at_;
         return key;
@@ -95,31 +96,67 @@ class Walker {
     size_t at_;
 };
 
-}  // namespace
+// Takes no value, and remembers where a text stops being JSON.
+class Checker : public nlohmann::json_sax<nlohmann::json> {
+  public:
+    bool null() override { return true; }
+    bool boolean(bool /*value*/) override { return true; }
+    bool number_integer(number_integer_t /*value*/) override { return true; }
+    bool number_unsigned(number_unsigned_t /*value*/) override { return true; }
+    bool number_float(number_float_t /*value*/, const string_t & /*text*/) override { return true; }
+    bool string(string_t & /*value*/) override { return true; }
+    bool binary(binary_t & /*value*/) override { return true; }
+    bool start_object(size_t /*elements*/) override { return true; }
+    bool key(string_t & /*value*/) override { return true; }
+    bool end_object() override { return true; }
+    bool start_array(size_t /*elements*/) override { return true; }
+    bool end_array() override { return true; }
+    bool parse_error(size_t position, const std::string & /*token*/,
+                     const nlohmann::detail::exception & /*problem*/) override {
+        wrongAt = position;
+        return false;
+    }
 
-std::string PlaceOfJson(const std::string &text, const std::string &pointer) {
-    return PlaceOf(text, Walker(text).Find(pointer));
+    size_t wrongAt = 0;  // the last byte read, counted from 1
+};
+
+// Empties a value from within. Its own end would need memory for that, and would end the program
+// without; deeper than anybody writes it does.
+void Dismantle(nlohmann::json &value, uint32_t depth) {
+    if (depth > 0 && value.is_structured()) {
+        for (nlohmann::json &each : value) {
+            Dismantle(each, depth - 1);
+        }
+        value.clear();
+    }
 }
 
-bool ReadJsonFile(const std::string &path, nlohmann::json &value, std::string &error,
-                  std::string *textOut) {
+}  // namespace
+
+JsonFile::~JsonFile() {
+    constexpr uint32_t kMostDepth = 100;
+    Dismantle(value_, kMostDepth);
+}
+
+std::string JsonFile::PlaceOf(const std::string &pointer) const {
+    return devhost::PlaceOf(text_, Walker(text_).Find(pointer));
+}
+
+bool JsonFile::Read(const std::string &path, std::string &error) {
     std::ifstream file(path, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    text_.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     if (!file.is_open() || file.bad()) {
         error = path + ": cannot be read";
         return false;
     }
-    try {
-        value = nlohmann::json::parse(text);
-    } catch (const nlohmann::json::parse_error &problem) {
-        // The byte is counted from 1, and is the last one read.
-        error = path + ":" + PlaceOf(text, problem.byte > 0 ? problem.byte - 1 : 0) +
-                ": this is no JSON";
+    // First without values: those of a text that is wrong would have to be ended, see above.
+    Checker checker;
+    if (!nlohmann::json::sax_parse(text_, &checker)) {
+        const size_t at = checker.wrongAt > 0 ? checker.wrongAt - 1 : 0;
+        error = path + ":" + devhost::PlaceOf(text_, at) + ": this is no JSON";
         return false;
     }
-    if (textOut != nullptr) {
-        textOut->swap(text);
-    }
+    value_ = nlohmann::json::parse(text_);
     return true;
 }
 

@@ -2,20 +2,34 @@
 #ifndef DXR_DEVHOST_JSON_FILE_H
 #define DXR_DEVHOST_JSON_FILE_H
 
-#include <cstddef>
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace devhost {
 
-// Reads a whole file. On failure false, and "path:line:column: what is wrong" in `error`. The text
-// of the file, when it is wanted, says later where something is.
-bool ReadJsonFile(const std::string &path, nlohmann::json &value, std::string &error,
-                  std::string *text = nullptr);
+// A file and what it holds.
+class JsonFile {
+  public:
+    JsonFile() = default;
+    ~JsonFile();
+    JsonFile(const JsonFile &) = delete;
+    JsonFile &operator=(const JsonFile &) = delete;
+    JsonFile(JsonFile &&) = delete;
+    JsonFile &operator=(JsonFile &&) = delete;
 
-// "line:column" of a value in a text that is JSON, both from 1. It is named as by a JSON pointer,
-// say "/list/3/value"; for what is not there it is the last place on the way.
-std::string PlaceOfJson(const std::string &text, const std::string &pointer);
+    // Once. On failure false, and "path:line:column: what is wrong" in `error`.
+    bool Read(const std::string &path, std::string &error);
+
+    [[nodiscard]] const nlohmann::json &Value() const { return value_; }
+
+    // "line:column" of a value, both from 1. It is named as by a JSON pointer, say "/list/3/value";
+    // for what is not there it is the last place on the way.
+    [[nodiscard]] std::string PlaceOf(const std::string &pointer) const;
+
+  private:
+    std::string text_;
+    nlohmann::json value_;
+};
 
 }  // namespace devhost
 

@@ -82,18 +82,17 @@ void Members::RefuseOthers() const {
 
 bool ReadMembers(const std::string &path, const std::function<void(Members &)> &take,
                  std::string &error) {
-    json file;
-    std::string text;
-    if (!ReadJsonFile(path, file, error, &text)) {
+    JsonFile file;
+    if (!file.Read(path, error)) {
         return false;
     }
     try {
-        Members members(file, "");
+        Members members(file.Value(), "");
         take(members);
         members.RefuseOthers();
         return true;
     } catch (const Wrong &wrong) {
-        error = path + ":" + PlaceOfJson(text, wrong.member) + ": " +
+        error = path + ":" + file.PlaceOf(wrong.member) + ": " +
                 (wrong.member.empty() ? "the file" : wrong.member + ":") + " " + wrong.why;
         return false;
     }

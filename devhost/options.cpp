@@ -115,18 +115,18 @@ bool ReadOptions(const DxrHostOptions &from, Options &options) {
 }
 
 bool ReadOptionsFile(const char *path, Options &options, std::string &error) {
-    nlohmann::json file;
-    if (!ReadJsonFile(path, file, error)) {
+    JsonFile file;
+    if (!file.Read(path, error)) {
         return false;
     }
-    if (!file.is_object()) {
+    if (!file.Value().is_object()) {
         error = std::string(path) + ": the options are no object";
         return false;
     }
     DxrHostOptions plain;
     DxrHostInitOptions(&plain);
     std::map<const char **, std::string> keeper;
-    Reader reader(file, error);
+    Reader reader(file.Value(), error);
     reader.TakeClock(plain.clock);
     reader.Take("seed", plain.seed);
     reader.Take("startSec", plain.startSec);

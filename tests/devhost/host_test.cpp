@@ -65,6 +65,7 @@ TEST(HostOptions, AFaultyFileIsSaidWithItsPlace) {
         return std::string(error.data()).substr(directory.Path().size() + 1);
     };
     EXPECT_EQ(problem("{\n  \"seed\": x\n}"), "host.json:2:11: this is no JSON");
+    EXPECT_EQ(problem("{\"seed\": 1e999}"), "host.json:1:14: this is no JSON");
     EXPECT_EQ(problem("[]"), "host.json: the options are no object");
     EXPECT_EQ(problem(R"({"sede": 1})"), "host.json: there is no option \"sede\"");
     EXPECT_EQ(problem(R"({"startSec": 4294967296})"),
