@@ -23,6 +23,7 @@ constinit const std::array<ServiceEntry, kServiceCount> kServices = {{
     {ServiceId::kDatabase, "database", MakeDatabase, FillDatabase},
     {ServiceId::kMessage, "message", MakeMessage, FillMessage},
     {ServiceId::kSystemTable, "table", MakeSystemTable, FillSystemTable},
+    {ServiceId::kDatabaseConfig, "config", MakeDatabaseConfig, FillDatabaseConfig},
 }};
 
 }  // namespace devhost

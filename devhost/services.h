@@ -34,6 +34,7 @@ enum class ServiceId : uint8_t {
     kDatabase,
     kMessage,
     kSystemTable,
+    kDatabaseConfig,
     kCount,
 };
 constexpr auto kServiceCount = static_cast<size_t>(ServiceId::kCount);
@@ -50,6 +51,7 @@ extern const std::array<ServiceEntry, kServiceCount> kServices;
 
 std::unique_ptr<Service> MakeAlarm(Host &host);
 std::unique_ptr<Service> MakeDatabase(Host &host);
+std::unique_ptr<Service> MakeDatabaseConfig(Host &host);
 std::unique_ptr<Service> MakeDevice(Host &host);
 std::unique_ptr<Service> MakeFaultManagement(Host &host);
 std::unique_ptr<Service> MakeHash(Host &host);
@@ -69,6 +71,7 @@ std::unique_ptr<Service> MakeTemperature(Host &host);
 
 void FillAlarm(DxrHooks &hooks);
 void FillDatabase(DxrHooks &hooks);
+void FillDatabaseConfig(DxrHooks &hooks);
 void FillDevice(DxrHooks &hooks);
 void FillFaultManagement(DxrHooks &hooks);
 void FillHash(DxrHooks &hooks);

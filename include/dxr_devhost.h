@@ -5,6 +5,7 @@
 
 #include "dxr_devhost/alarm.h"
 #include "dxr_devhost/database.h"
+#include "dxr_devhost/database_config.h"
 #include "dxr_devhost/device.h"
 #include "dxr_devhost/fault_management.h"
 #include "dxr_devhost/hash.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
 #include <string>
 
 #include "dxr_devhost.h"
@@ -19,8 +20,17 @@ using dxrtest::TemporaryDirectory;
 class Module {
   public:
     explicit Module(const TemporaryDirectory &directory)
-        : work_(directory.Path()), file_(directory.Write("data", "0123")) {
+        : work_(directory.Path()),
+          file_(directory.Write("data", "0123")),
+          board_(directory.Write("board.json", R"({"hardIds": [{"unit": 1, "id": 2}]})")),
+          options_(directory.Write("host.json", R"({"clock": "stepped"})")) {
         EXPECT_TRUE(DxrHostInitDatabase(nullptr, directory.Path("chassis.db").c_str(), nullptr, 0));
+        std::filesystem::create_directory(directory.Path("conf"));
+        (void)directory.Write("conf/defaults.json",
+                              R"({"memParams": [{"number": 1, "values": [1, 2]}]})");
+        (void)directory.Write("conf/tm_0x00000001_0x00000002.json",
+                              R"({"boardData": [{"item": 1, "value": 2}]})");
+        (void)directory.Write("conf/broken_0x00000001_0x00000002.json", R"({"boardData": [{]})");
     }
 
     void Run(void (Module::*use)(DxrHost *) const) const {
@@ -68,6 +78,25 @@ class Module {
     void MakeDatabase(DxrHost *host) const {
         std::array<char, 64> error{};
         (void)DxrHostInitDatabase(host, file_.c_str(), error.data(), error.size());
+    }
+
+    void UseJson(DxrHost *host) const {
+        std::array<char, 64> error{};
+        std::array<char, 100> text{};
+        (void)DxrHostLoadBoard(host, board_.c_str(), error.data(), error.size());
+        (void)DxrHostLoadBoard(host, options_.c_str(), error.data(), error.size());
+        (void)DxrHostLoadBoard(host, file_.c_str(), error.data(), error.size());
+        DxrHost *const another =
+            DxrHostCreateFromFile(options_.c_str(), error.data(), error.size());
+        (void)DxrHostDestroy(another, nullptr);
+        (void)DxrHostCreateFromFile(board_.c_str(), error.data(), error.size());
+        text = {"tm"};
+        DXR_CFG_ReadBoardData(text.data(), 1, 2);
+        (void)DXR_CFG_GetMemParam(1);
+        (void)DXR_CFG_DisplayBoardData(text.data(), text.size());
+        text = {"broken"};
+        DXR_CFG_ReadBoardData(text.data(), 1, 2);
+        (void)DXR_CFG_GetMemParam(1);
     }
 
   private:
@@ -319,6 +348,8 @@ class Module {
 
     const std::string work_;
     const std::string file_;
+    const std::string board_;
+    const std::string options_;
 };
 
 void FailEach(void (Module::*use)(DxrHost *) const) {
@@ -342,6 +373,10 @@ void FailEach(void (Module::*use)(DxrHost *) const) {
 
 TEST(Allocations, EachFailsOnce) {
     FailEach(&Module::UsePlatform);
+}
+
+TEST(Allocations, EachOfJsonFilesFailsOnce) {
+    FailEach(&Module::UseJson);
 }
 
 TEST(Allocations, EachOfADatabaseFailsOnce) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <string_view>
@@ -166,6 +167,17 @@ constexpr Target kTargets[] = {
     DXR_TARGET(dev.getBoardDrvType, "", false),
     DXR_TARGET(dev.checkSmiLosEnable, "nn", false),
     DXR_TARGET(dev.writeFlashInfo, "b", false),
+    DXR_TARGET(cfg.cfgReadBoardData, "snn", false),
+    DXR_TARGET(cfg.cfgDisplayBoardData, "bn", false),
+    DXR_TARGET(cfg.cfgClearBoardData, "", false),
+    DXR_TARGET(cfg.cfgGetBoardData, "n", false),
+    DXR_TARGET(cfg.cfgIsFromBoardData, "n", false),
+    DXR_TARGET(cfg.cfgGetMemParam, "n", false),
+    DXR_TARGET(cfg.cfgIsFromMemParam, "n", false),
+    DXR_TARGET(cfg.cfgGetAdvancedSpec, "nN", false),
+    DXR_TARGET(cfg.cfgIsFromBoardAdvancedSpec, "n", false),
+    DXR_TARGET(cfg.cfgGetPhyBoardInfo, "n", false),
+    DXR_TARGET(cfg.cfgIsFromPhyBoardInfo, "N", false),
     DXR_TARGET(db.selectDbRecordCount, "qb", false),
     DXR_TARGET(db.selectDbRecordLimit, "qnb", false),
     DXR_TARGET(db.selectFirstDbRecord, "qb", false),
@@ -249,6 +261,10 @@ class Hostile : public testing::Test {
     Hostile() : random_(dxrtest::Seed()) {
         EXPECT_TRUE(
             DxrHostInitDatabase(nullptr, directory_.Path("chassis.db").c_str(), nullptr, 0));
+        std::filesystem::create_directory(directory_.Path("conf"));
+        (void)directory_.Write("conf/w_0x00000001_0x00000001.json",
+                               R"({"memParams": [{"number": 1, "values": [1, 2, 3]}],
+                                   "advancedSpecs": [{"spec": 1, "values": [7]}]})");
     }
 
     Word Below(Word bound) { return random_() % bound; }
