@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "chance.h"
 #include "database_schema.h"
@@ -84,7 +85,10 @@ class DatabaseFile {
         uint32_t table;
         uint32_t match;
         bool counts;
-        auto operator<=>(const Selection &) const = default;
+        bool operator<(const Selection &other) const {
+            return std::tie(table, match, counts) <
+                   std::tie(other.table, other.match, other.counts);
+        }
     };
 
     DbResult Prepare(const std::string &sql, Statement &statement);
