@@ -64,8 +64,8 @@ void AddLogFilter(Rows &rows) {
         const bench::Figure whole = bench::SameText(kind, kWholeRing, Place::kNewest);
         const bench::Figure one = bench::SameText(kind, 1, Place::kNewest);
         rows.Add(bench::Beside(whole, "newest of 1", one.ours), {1.3, 1.1});
-        rows.Add(bench::NewTextBesideSpdlog(kind, kWholeRing), {1.05, 0.75});
-        rows.Add(bench::SameTextWithDouble(kind), {1.35, 1.2});
+        rows.Add(bench::AboveClearing(bench::NewTextBesideSpdlog(kind, kWholeRing)), {1.05, 0.75});
+        rows.Add(bench::AbovePrinting(bench::SameTextWithDouble(kind), kind), {1.35, 1.2});
         rows.Add(bench::SameTextInEightThreads(kind, Sharing::kEach), {0.95, 0.7});
         rows.Add(bench::SameTextInEightThreads(kind, Sharing::kOne), {1.4, 1.0});
     }
@@ -82,8 +82,8 @@ void AddBitmap(Rows &rows) {
         for (const Operation operation : kOperations) {
             rows.Add(bench::CombinationBesideInlineBoost(operation, words), {1.5, 1.1});
         }
-        rows.Add(bench::SmallComparison(words), {1.25, 1.0});
-        rows.Add(bench::ZeroTestBesideBoost(words), {1.25, 1.0});
+        rows.Add(bench::AboveCallWithWords(bench::SmallComparison(words), words), {1.25, 1.0});
+        rows.Add(bench::AboveCallWithWords(bench::ZeroTestBesideBoost(words), words), {1.25, 1.0});
     }
     for (const size_t words : {size_t{64}, size_t{1024}}) {
         for (const Operation operation : kOperations) {
@@ -120,14 +120,14 @@ Rows AllRows() {
     AddLogFilter(rows);
     rows.Begin("Hash and CRC");
     for (const size_t bytes : {8U, 16U, 32U}) {
-        rows.Add(bench::Hash(bytes), {0.75, 0.5});
+        rows.Add(bench::AboveCallWithText(bench::Hash(bytes)), {0.75, 0.5});
     }
     rows.Add(bench::Hash(80), {0.45, 0.15});
     rows.Add(bench::Hash(1000), {0.35, 0.05});
-    rows.Add(bench::Crc8BesideBoost(1), {1.8, 1.2});
-    rows.Add(bench::Crc8BesideBoost(4), {1.1, 0.7});
-    rows.Add(bench::Crc8BesideBoost(8), {0.9, 0.6});
-    rows.Add(bench::Crc8BesideBoost(16), {0.55, 0.4});
+    rows.Add(bench::AboveCallWithBytes(bench::Crc8BesideBoost(1), 1), {1.8, 1.2});
+    rows.Add(bench::AboveCallWithBytes(bench::Crc8BesideBoost(4), 4), {1.1, 0.7});
+    rows.Add(bench::AboveCallWithBytes(bench::Crc8BesideBoost(8), 8), {0.9, 0.6});
+    rows.Add(bench::AboveCallWithBytes(bench::Crc8BesideBoost(16), 16), {0.55, 0.4});
     rows.Add(bench::Crc8BesideBoost(64), {0.3, 0.15});
     rows.Add(bench::Crc8BesideBoost(1024), {0.25, 0.05});
     rows.Add(bench::Crc8BesideBoost(65536), {0.25, 0.03});
@@ -163,9 +163,10 @@ const char *Verdict(const Target &target, double ratio) {
 void PrintRow(const Row &row, const bench::Result &result, bool tabs) {
     const auto &[section, figure, target] = row;
     if (tabs) {
-        std::printf("%s\t%s\t%s\t%g\t%.2f\t%.2f\t%.3f\t%g\t%g\t%s\n", section, figure.name.c_str(),
-                    figure.peerName.c_str(), figure.size, result.oursNs, result.peerNs,
-                    result.ratio, target.must, target.goal, Verdict(target, result.ratio));
+        std::printf("%s\t%s\t%s\t%g\t%.2f\t%.2f\t%.3f\t%g\t%g\t%s\t%s\t%.2f\n", section,
+                    figure.name.c_str(), figure.peerName.c_str(), figure.size, result.oursNs,
+                    result.peerNs, result.ratio, target.must, target.goal,
+                    Verdict(target, result.ratio), figure.floorName.c_str(), result.floorNs);
     } else {
         std::printf("%-58s %-39s %10.1f %10.1f %7.3f %5g %5g  %s\n", figure.name.c_str(),
                     figure.peerName.c_str(), result.oursNs, result.peerNs, result.ratio,

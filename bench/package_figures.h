@@ -22,6 +22,14 @@ enum class Sharing : uint8_t { kEach, kOne };
 [[nodiscard]] Figure ZeroTestBesideBoost(size_t words);
 [[nodiscard]] Figure SetBitsBesideBoost(size_t words);
 
+// Floors: a call into a library that does nothing with the same arguments; the clearing that the
+// host is promised; vsnprintf of the line and the decision on its text.
+[[nodiscard]] Figure AboveCallWithBytes(Figure figure, size_t bytes);
+[[nodiscard]] Figure AboveCallWithWords(Figure figure, size_t words);
+[[nodiscard]] Figure AboveCallWithText(Figure figure);
+[[nodiscard]] Figure AboveClearing(Figure figure);
+[[nodiscard]] Figure AbovePrinting(Figure figure, LineKind kind);
+
 [[nodiscard]] Figure Load();
 
 // Processor time of `dxrsh filter`, beside other programs that drop repeated lines of a file.

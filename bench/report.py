@@ -35,6 +35,8 @@ class Row:
     must: float
     goal: float
     verdict: str
+    floor: str
+    floor_ns: float
 
     @property
     def function(self):
@@ -57,7 +59,7 @@ def lines_of(path):
 
 
 def read_figures(path):
-    return [Row(*f[:3], *map(float, f[3:9]), f[9]) for f in lines_of(path)]
+    return [Row(*f[:3], *map(float, f[3:9]), f[9], f[10], float(f[11])) for f in lines_of(path)]
 
 
 def read_memory(path):
@@ -105,6 +107,21 @@ def figure_tables(rows):
                 f"| {ratio_text(row.ratio)} | {row.must:g} | {row.goal:g} | {row.verdict} |"
             )
     return "\n".join(lines[1:])
+
+
+def floor_table(rows):
+    """What is left of the figures short of their goal, where that is measured."""
+    lines = [
+        "| figure | ours | must pay for | at least | left |",
+        "|---|--:|---|--:|--:|",
+    ]
+    for row in rows:
+        if row.floor and row.verdict != "goal":
+            lines.append(
+                f"| {row.figure} | {time_text(row.ours)} | {row.floor} | {time_text(row.floor_ns)} "
+                f"| {time_text(max(row.ours - row.floor_ns, 0))} |"
+            )
+    return "\n".join(lines)
 
 
 def memory_table(rows):
@@ -293,6 +310,7 @@ def write(rows, memory):
     page = PAGE.read_text()
     figures = f"Processor: {processor()}. {summary(rows)}\n\n{figure_tables(rows)}"
     page = put(page, "figures", figures)
+    page = put(page, "floors", floor_table(rows))
     page = put(page, "memory", memory_table(memory))
     PAGE.write_text(page)
     draw_ratios(rows)
@@ -308,7 +326,8 @@ def main():
     arguments = parser.parse_args()
     rows = read_figures(arguments.figures)
     memory = read_memory(arguments.memory)
-    print(f"{figure_tables(rows)}\n\n{memory_table(memory)}\n\n{summary(rows)}")
+    print(f"{figure_tables(rows)}\n\n{floor_table(rows)}\n\n{memory_table(memory)}\n\n"
+          f"{summary(rows)}")
     if arguments.write:
         write(rows, memory)
 

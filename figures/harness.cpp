@@ -63,13 +63,21 @@ Figure Beside(Figure figure, std::string peerName, Run peer) {
     return figure;
 }
 
+Figure Above(Figure figure, std::string floorName, Run floor) {
+    figure.floorName = std::move(floorName);
+    figure.floor = std::move(floor);
+    return figure;
+}
+
 Result Measure(const Figure &figure, const Effort &effort) {
     // Threads are started in every sample: long samples make that disappear.
     const double sampleNs = effort.sampleNs * (figure.clock == Clock::kProcess ? 30 : 1);
     const uint64_t oursCount = Calibrate(figure.ours, figure.clock, sampleNs);
     const uint64_t peerCount = Calibrate(figure.peer, figure.clock, sampleNs);
+    const uint64_t floorCount = figure.floor ? Calibrate(figure.floor, figure.clock, sampleNs) : 0;
     std::vector<double> ours;
     std::vector<double> peer;
+    std::vector<double> floor;
     std::vector<double> ratios;
     // A program is long enough to be measured by few samples.
     constexpr unsigned kProgramRounds = 5;
@@ -79,15 +87,22 @@ Result Measure(const Figure &figure, const Effort &effort) {
     for (unsigned round = 0; round < rounds; ++round) {
         double oursBest = 1e300;
         double peerBest = 1e300;
+        double floorBest = 1e300;
         for (unsigned sample = 0; sample < samples; ++sample) {
             oursBest = std::min(oursBest, Time(figure.ours, oursCount, figure.clock));
             peerBest = std::min(peerBest, Time(figure.peer, peerCount, figure.clock));
+            if (figure.floor) {
+                floorBest = std::min(floorBest, Time(figure.floor, floorCount, figure.clock));
+            }
         }
         ours.push_back(oursBest / static_cast<double>(oursCount));
         peer.push_back(peerBest / static_cast<double>(peerCount));
         ratios.push_back(ours.back() / peer.back());
+        if (figure.floor) {
+            floor.push_back(floorBest / static_cast<double>(floorCount));
+        }
     }
-    return {Median(ours), Median(peer), Median(ratios)};
+    return {Median(ours), Median(peer), Median(ratios), figure.floor ? Median(floor) : 0};
 }
 
 void Require(bool condition, const std::string &what) {

@@ -27,15 +27,20 @@ struct Figure {
     Run ours;
     Run peer;
     Clock clock = Clock::kThread;
+    std::string floorName = {};  // what no way of doing it can leave out, if that is measured
+    Run floor = {};
 };
 
 // The same figure beside somebody else.
 [[nodiscard]] Figure Beside(Figure figure, std::string peerName, Run peer);
+// The same figure with a floor, sampled in turn with it.
+[[nodiscard]] Figure Above(Figure figure, std::string floorName, Run floor);
 
 struct Result {
     double oursNs;  // medians over the rounds, per operation
     double peerNs;
     double ratio;
+    double floorNs;  // 0: none
 };
 
 struct Effort {

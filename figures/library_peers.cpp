@@ -15,6 +15,19 @@ uint32_t PeerZero(uint32_t, uint32_t, uint32_t, void *) {
     return 0;
 }
 
+uint32_t PeerNothingOfBytes(const uint8_t *, uint64_t) {
+    return 0;
+}
+
+uint32_t PeerNothingOfWords(const uint32_t *, const uint32_t *, uint32_t) {
+    return 0;
+}
+
+uint32_t PeerNothingOfText(const void *, uint32_t *hash) {
+    *hash = 0;
+    return 0;
+}
+
 uint32_t PeerHash(const char *text, uint32_t length) {
     uint32_t hash = 0;
     for (uint32_t i = 0; i < length; ++i) {

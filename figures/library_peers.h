@@ -24,6 +24,11 @@ uint32_t PeerReadReg(uint32_t a, uint32_t b, uint32_t c, void *out);
 
 uint32_t PeerZero(uint32_t a, uint32_t b, uint32_t c, void *out);
 
+// Called as functions of the library are, and nothing else: what is left of these is the call.
+uint32_t PeerNothingOfBytes(const uint8_t *data, uint64_t length);
+uint32_t PeerNothingOfWords(const uint32_t *a, const uint32_t *b, uint32_t count);
+uint32_t PeerNothingOfText(const void *text, uint32_t *hash);
+
 // The polynomial in 31, byte by byte.
 uint32_t PeerHash(const char *text, uint32_t length);
 
