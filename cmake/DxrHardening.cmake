@@ -40,8 +40,6 @@ if(DXR_HARDENED)
     target_compile_options(dxr_hardening INTERFACE
         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
         $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=${level}>)
-    # With names bound at load, calls go straight through the table that is read-only by then.
-    dxr_add_hardening_flag(-fno-plt)
     # Tables of functions are read-only from the first instruction on, the stack holds no code, and
     # no page of code is ever written.
     target_link_options(dxr_hardening INTERFACE
