@@ -15,6 +15,8 @@
 #ifndef DXR_TRACE_H
 #define DXR_TRACE_H
 
+#include <stdio.h>
+
 #include "dxr_api.h"
 
 DXR_EXTERN_C_BEGIN
@@ -22,6 +24,22 @@ DXR_EXTERN_C_BEGIN
 /* What is noted, DxrTraceOptions::mode. */
 #define DXR_TRACE_OFF 0u   /* nothing: a load and a jump more than a bare call */
 #define DXR_TRACE_COUNT 1u /* how often each slot was called and, of some calls, for how long */
+#define DXR_TRACE_CALLS \
+    2u /* that, with the time of all, and each call in a file: slot, time, thread,
+                              arguments, what pointers lead to, result, duration */
+
+/* Whose pointers are followed, DxrTraceOptions::pointers. What they lead to is looked at before the
+ * call (names, what is written) and after it (what was read); it must be readable as it must be for
+ * the host. Null pointers are left alone. */
+#define DXR_TRACE_POINTERS_NONE 0u
+#define DXR_TRACE_POINTERS_INTERFACE 1u /* those whose meaning the library's headers tell */
+#define DXR_TRACE_POINTERS_DEVHOST \
+    2u /* also those that the development host gives a meaning; for
+                                           other hosts only if they give them the same one */
+
+/* When the ring of a thread is full, DxrTraceOptions::whenFull. */
+#define DXR_TRACE_DROP 0u /* the call is not in the file, and counts as dropped */
+#define DXR_TRACE_WAIT 1u /* the caller waits until there is room */
 
 /* Begin with DxrTraceInitOptions, change what is to be different. */
 typedef struct DxrTraceOptions {
@@ -30,6 +48,13 @@ typedef struct DxrTraceOptions {
     uint32_t timedCalls; /* counting: how long a call takes is looked at for one of so many of a
                             thread and slot, the first one included; a power of two up to 65536;
                             default 16 */
+    uint32_t pointers;   /* DXR_TRACE_POINTERS_...; default interface */
+    uint32_t dataBytes;  /* of each piece that a pointer leads to at most so many are kept; default
+                            64 */
+    uint32_t ringBytes;  /* of each thread, until the file has them; a power of two from 4096 to
+                            1 GiB that holds ten pieces; default 1 MiB */
+    uint32_t whenFull;   /* DXR_TRACE_DROP or _WAIT; default drop */
+    const char *file;    /* for the calls, made anew; null: none, which allows for no _CALLS */
 } DxrTraceOptions;
 
 /* Writes the defaults. `options` must not be null. */
@@ -37,16 +62,21 @@ DXR_API void DxrTraceInitOptions(DxrTraceOptions *options);
 
 /* Begins: counts are zero again, and the functions of the table that is registered now are called
  * through the trace. `options` null stands for the defaults. Returns 0, EINVAL for wrong options,
- * EALREADY when it has begun. */
+ * EALREADY when it has begun, or why the file cannot be made.
+ *
+ * With a file there is one thread, which takes what the others put into their rings and writes it,
+ * every 5 milliseconds at the latest. A crash leaves what was written until then. A program that
+ * ends ends the trace; a child process made by fork notes nothing. */
 DXR_API uint32_t DxrTraceStart(const DxrTraceOptions *options);
 
 /* Ends: the bare functions are in the table again. Counts stay until the next start. Threads that
  * are inside of a hook come back through the trace, so this library must stay loaded until then.
- * Returns 0, or EALREADY when it has not begun. */
+ * The file is complete then, but for the ends of those calls. Returns 0, EALREADY when it has not
+ * begun, or why the file could not be written. */
 DXR_API uint32_t DxrTraceStop(void);
 
 /* Changes what is noted between start and stop. Any thread, any time. Returns 0, EINVAL for another
- * mode, EALREADY when the trace has not begun. */
+ * mode and for _CALLS without a file, EALREADY when the trace has not begun. */
 DXR_API uint32_t DxrTraceSetMode(uint32_t mode);
 
 /* The mode; DXR_TRACE_OFF outside of start and stop. */
@@ -70,12 +100,30 @@ typedef struct DxrTraceCount {
  * is made. */
 DXR_API uint32_t DxrTraceGetCounts(DxrTraceCount *counts, uint32_t room);
 
-/* Calls that no memory was left to note. */
+/* Calls that no memory was left to note, since the start. */
 DXR_API uint64_t DxrTraceGetUnnoted(void);
+
+/* Calls, and ends of calls, that found no room in the ring, since the start. */
+DXR_API uint64_t DxrTraceGetDropped(void);
 
 /* The function that reads a slot of the table, "DXR_ReadReg", or the slot's group and member where
  * there is none, "Print.print"; null from 226 on. */
 DXR_API const char *DxrTraceSlotName(uint32_t slot);
+
+/* How a recording is written as text, a line for each call in the order of their beginnings. */
+#define DXR_TRACE_TEXT 0u       /* for people */
+#define DXR_TRACE_JSON_LINES 1u /* an object on each line */
+#define DXR_TRACE_CHROME 2u     /* the Chrome trace format, which the common viewers open */
+#define DXR_TRACE_COUNTS 3u /* for people: a line for each slot that was called, and its times */
+
+/* Reads a recording and writes it to `out`. Returns 0 when all of it was there; ENODATA when it has
+ * no end, because the program crashed or still writes, and EBADMSG when it is damaged: then
+ * everything up to the last good block was written. EINVAL for a file that is no recording, or
+ * of a later format, and for a wrong `format`; ENOMEM; or why a file could not be read or written.
+ * Why, or that records were dropped, is written to `error` as a line (at most `errorSize` bytes,
+ * terminated; null: nowhere), an empty one when there is nothing to say. */
+DXR_API uint32_t DxrTraceExport(const char *file, uint32_t format, FILE *out, char *error,
+                                uint32_t errorSize);
 
 DXR_EXTERN_C_END
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "pointers.h"
 #include "slots.h"
 
 namespace dxr_trace {
@@ -15,12 +16,19 @@ namespace dxr_trace {
 using Hook = void (*)();
 
 // The values of DXR_TRACE_...
-enum class Mode : uint32_t { kOff, kCount };
+enum class Mode : uint32_t { kOff, kCount, kCalls };
 
 struct State {
     std::atomic<Mode> mode = Mode::kOff;
-    // A call is timed when none of these bits of its number is set.
+    // A call is timed when none of these bits of its number is set. None while all are noted.
     std::atomic<uint64_t> timedMask = 0;
+    // The number of the recording that is written; 0 when there is none. What follows changes only
+    // between two of them.
+    std::atomic<uint32_t> session = 0;
+    std::atomic<Follow> follow = Follow::kNone;
+    std::atomic<size_t> dataBytes = 0;  // kept of each piece
+    std::atomic<size_t> ringBytes = 0;
+    std::atomic<bool> waitsForRoom = false;
     // Those that the wrappers stand for. They stay after the stop: a thread may be on its way.
     std::array<std::atomic<Hook>, kSlotCount> bare = {};
 };

@@ -1,10 +1,12 @@
 #include "threads.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace dxr_trace {
 
@@ -17,12 +19,33 @@ struct Registry {
     std::mutex mutex;  // guards what follows, and the links of the records
     ThreadRecord *first = nullptr;
     std::array<uint64_t, kSlotCount> callsOfEnded = {};
+    uint64_t droppedByEnded = 0;
+    bool keepsEnded = false;
     bool hasKey = false;
     pthread_key_t key = 0;
 };
 
 constinit Registry g_registry;
 constinit std::atomic<uint64_t> g_unnoted = 0;
+
+// Takes a record out of the list and ends it. The lock is held.
+void Delete(ThreadRecord **link) {
+    ThreadRecord *const record = *link;
+    g_registry.droppedByEnded += record->dropped.load(std::memory_order_relaxed);
+    *link = record->next;
+    delete record;
+}
+
+void DeleteEnded() {
+    ThreadRecord **link = &g_registry.first;
+    while (*link != nullptr) {
+        if ((*link)->isEnded) {
+            Delete(link);
+        } else {
+            link = &(*link)->next;
+        }
+    }
+}
 
 // At a thread's end. Should the thread call hooks once more, it gets another record, whose end
 // comes in the next round of destructors.
@@ -31,15 +54,12 @@ void EndRecord(void *ended) {
     t_record = nullptr;
     const std::lock_guard<std::mutex> lock(g_registry.mutex);
     for (size_t i = 0; i < kSlotCount; ++i) {
-        g_registry.callsOfEnded[i] += record->calls[i].load(std::memory_order_relaxed);
+        g_registry.callsOfEnded[i] += record->calls[i].exchange(0, std::memory_order_relaxed);
     }
-    for (ThreadRecord **link = &g_registry.first; *link != nullptr; link = &(*link)->next) {
-        if (*link == record) {
-            *link = record->next;
-            break;
-        }
+    record->isEnded = true;
+    if (!g_registry.keepsEnded) {
+        DeleteEnded();
     }
-    delete record;
 }
 
 ThreadRecord *TryMakeRecord() {
@@ -60,6 +80,28 @@ ThreadRecord *TryMakeRecord() {
     return record;
 }
 
+void PutIn(ThreadRecord &record, uint32_t session, std::unique_ptr<Ring> ring) {
+    record.ring = std::move(ring);
+    record.systemId = static_cast<uint64_t>(gettid());
+    (void)pthread_getname_np(pthread_self(), record.name.data(), record.name.size());
+    record.sequence = 0;
+    record.number = 0;
+    record.droppedInFile = 0;
+    record.dropped.store(0, std::memory_order_relaxed);
+    record.session = session;
+}
+
+bool TryPrepare(ThreadRecord &record, uint32_t session) {
+    try {
+        auto ring = std::make_unique<Ring>(g_state.ringBytes.load(std::memory_order_relaxed));
+        const std::lock_guard<std::mutex> lock(g_registry.mutex);
+        PutIn(record, session, std::move(ring));
+        return true;
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
 }  // namespace
 
 ThreadRecord *MakeRecord() {
@@ -70,6 +112,21 @@ ThreadRecord *MakeRecord() {
     }
     errno = before;
     return t_record;
+}
+
+ThreadRecord *RecordOf(uint32_t session) {
+    ThreadRecord *const record = t_record;
+    if (session == 0 || record == nullptr || record->session == session) {
+        return session != 0 ? record : nullptr;
+    }
+    const int before = errno;
+    const bool isPrepared = TryPrepare(*record, session);
+    errno = before;
+    if (!isPrepared) {
+        g_unnoted.fetch_add(1, std::memory_order_relaxed);
+        return nullptr;
+    }
+    return record;
 }
 
 uint64_t CallsOf(size_t slot) {
@@ -85,18 +142,45 @@ uint64_t UnnotedCalls() {
     return g_unnoted.load(std::memory_order_relaxed);
 }
 
+uint64_t DroppedRecords() {
+    const std::lock_guard<std::mutex> lock(g_registry.mutex);
+    uint64_t dropped = g_registry.droppedByEnded;
+    for (const ThreadRecord *record = g_registry.first; record != nullptr; record = record->next) {
+        dropped += record->dropped.load(std::memory_order_relaxed);
+    }
+    return dropped;
+}
+
 void ClearCounts() {
     const std::lock_guard<std::mutex> lock(g_registry.mutex);
     g_registry.callsOfEnded = {};
+    g_registry.droppedByEnded = 0;
     for (ThreadRecord *record = g_registry.first; record != nullptr; record = record->next) {
         for (std::atomic<uint64_t> &calls : record->calls) {
             calls.store(0, std::memory_order_relaxed);
         }
+        record->dropped.store(0, std::memory_order_relaxed);
     }
     for (Histogram &histogram : g_histograms) {
         histogram.Clear();
     }
     g_unnoted.store(0, std::memory_order_relaxed);
+}
+
+void KeepEnded(bool keep) {
+    const std::lock_guard<std::mutex> lock(g_registry.mutex);
+    g_registry.keepsEnded = keep;
+    if (!keep) {
+        DeleteEnded();
+    }
+}
+
+void VisitRecords(Visit visit, void *context) {
+    const std::lock_guard<std::mutex> lock(g_registry.mutex);
+    for (ThreadRecord *record = g_registry.first; record != nullptr; record = record->next) {
+        visit(*record, context);
+    }
+    DeleteEnded();
 }
 
 }  // namespace dxr_trace

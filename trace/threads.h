@@ -6,16 +6,34 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "histogram.h"
+#include "ring.h"
 #include "slots.h"
 #include "state.h"
 
 namespace dxr_trace {
 
-// Written by its thread alone, read by any.
 struct ThreadRecord {
+    // Written by the thread alone, read by any.
     std::array<std::atomic<uint64_t>, kSlotCount> calls = {};
+    std::atomic<uint64_t> dropped = 0;  // records that found no room in the ring
+
+    // Of the thread alone.
+    uint64_t sequence = 0;
+
+    // Written by the thread, while it holds the lock of all records; read by it, and by those who
+    // hold that lock.
+    uint32_t session = 0;  // that the ring is for
+    uint64_t systemId = 0;
+    std::array<char, 16> name = {};
+    std::unique_ptr<Ring> ring;
+
+    // Of those who hold that lock.
+    uint32_t number = 0;  // in a recording; 0: not yet in it
+    uint64_t droppedInFile = 0;
+    bool isEnded = false;  // the thread is gone, but not yet what its ring holds
     ThreadRecord *next = nullptr;
 };
 
@@ -28,20 +46,23 @@ extern constinit std::array<Histogram, kSlotCount> g_histograms;
 // errno as it is.
 [[nodiscard]] ThreadRecord *MakeRecord();
 
-// Counts a call; true when it is to be timed.
-[[gnu::always_inline]] inline bool CountCall(size_t slot) {
-    ThreadRecord *record = t_record;
-    if (record == nullptr) [[unlikely]] {
-        record = MakeRecord();
-        if (record == nullptr) {
-            return false;
-        }
-    }
-    std::atomic<uint64_t> &calls = record->calls[slot];
+// Counts a call of a thread that has a record; true when it is to be timed or noted.
+[[gnu::always_inline]] inline bool CountCall(ThreadRecord &record, size_t slot) {
+    std::atomic<uint64_t> &calls = record.calls[slot];
     const uint64_t number = calls.load(std::memory_order_relaxed);
     calls.store(number + 1, std::memory_order_relaxed);
     return (number & g_state.timedMask.load(std::memory_order_relaxed)) == 0;
 }
+
+// The same for any thread.
+inline bool CountCall(size_t slot) {
+    ThreadRecord *const record = t_record != nullptr ? t_record : MakeRecord();
+    return record != nullptr && CountCall(*record, slot);
+}
+
+// The calling thread's record with a ring for a recording. Null when there is no recording, and
+// without memory: then the call counts as unnoted. Leaves errno as it is.
+[[nodiscard]] ThreadRecord *RecordOf(uint32_t session);
 
 inline void NoteTime(size_t slot, uint64_t ticks) {
     g_histograms[slot].Add(ticks);
@@ -50,7 +71,19 @@ inline void NoteTime(size_t slot, uint64_t ticks) {
 // Over all threads, also those that have ended.
 [[nodiscard]] uint64_t CallsOf(size_t slot);
 [[nodiscard]] uint64_t UnnotedCalls();
+[[nodiscard]] uint64_t DroppedRecords();
 void ClearCounts();
+
+// What a thread that has ended left in its ring is kept from now on, or no longer.
+void KeepEnded(bool keep);
+
+// Calls `visit` with each record while no other changes; those that have ended go after it.
+using Visit = void (*)(ThreadRecord &record, void *context);
+void VisitRecords(Visit visit, void *context);
+
+// Of the threads: asks the drain to make room soon; waits until it may have done so.
+void WakeDrain();
+void WaitForRoom();
 
 }  // namespace dxr_trace
 

@@ -1,13 +1,19 @@
 // Start and stop: wrappers go into the table and come out again.
+#include <pthread.h>
+
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
+#include "drain.h"
 #include "dxr_trace.h"
+#include "note.h"
 #include "slots.h"
 #include "state.h"
 #include "threads.h"
@@ -23,15 +29,25 @@ namespace {
 static_assert(sizeof(DxrHooks) == kSlotCount * sizeof(Hook));
 
 constexpr uint32_t kMostTimedCalls = 65536;
+constexpr uint32_t kLeastRing = 4096;
+constexpr uint32_t kMostRing = 1U << 30;
 
 struct Control {
     std::mutex mutex;  // guards start and stop
     bool isStarted = false;
+    uint32_t timedCalls = 1;
     bool hasTicks = false;
+    bool hasFile = false;
+    bool isPrepared = false;  // for the end of the program and for child processes
     Moment begin;
 };
 
 constinit Control g_control;
+
+void Switch(Mode mode) {
+    g_state.timedMask.store(mode == Mode::kCalls ? 0 : g_control.timedCalls - 1);
+    g_state.mode.store(mode);
+}
 
 // The table as cells of which each holds a function of any type.
 using Cell [[gnu::may_alias]] = Hook;
@@ -72,12 +88,36 @@ void TakeWrappersOut() {
 }
 
 bool IsMode(uint32_t mode) {
-    return mode <= static_cast<uint32_t>(Mode::kCount);
+    return mode <= static_cast<uint32_t>(Mode::kCalls);
+}
+
+bool FitTheRing(const DxrTraceOptions &options) {
+    return std::has_single_bit(options.ringBytes) && options.ringBytes >= kLeastRing &&
+           options.ringBytes <= kMostRing && options.dataBytes <= kMostRing &&
+           LongestRawRecord(options.dataBytes) < options.ringBytes / 2;
 }
 
 bool AreGood(const DxrTraceOptions &options) {
     return options.size == sizeof(options) && IsMode(options.mode) &&
-           std::has_single_bit(options.timedCalls) && options.timedCalls <= kMostTimedCalls;
+           std::has_single_bit(options.timedCalls) && options.timedCalls <= kMostTimedCalls &&
+           options.pointers <= DXR_TRACE_POINTERS_DEVHOST && FitTheRing(options) &&
+           options.whenFull <= DXR_TRACE_WAIT &&
+           (options.mode != DXR_TRACE_CALLS || options.file != nullptr);
+}
+
+// A program that ends while calls are noted ends the file, too. A child process notes nothing: the
+// file is its parent's.
+void PrepareOnce() {
+    if (g_control.isPrepared) {
+        return;
+    }
+    g_control.isPrepared = true;
+    (void)std::atexit([] { (void)DxrTraceStop(); });
+    (void)pthread_atfork(nullptr, nullptr, [] {
+        g_state.mode.store(Mode::kOff);
+        g_control.hasFile = false;
+        ForgetDrain();
+    });
 }
 
 uint32_t Start(const DxrTraceOptions &options) {
@@ -94,8 +134,20 @@ uint32_t Start(const DxrTraceOptions &options) {
     }
     g_control.begin = Now();
     ClearCounts();
-    g_state.timedMask.store(options.timedCalls - 1, std::memory_order_relaxed);
-    g_state.mode.store(Mode{options.mode});
+    g_control.timedCalls = options.timedCalls;
+    PrepareOnce();
+    if (options.file != nullptr) {
+        g_state.follow.store(Follow{options.pointers});
+        g_state.dataBytes.store(options.dataBytes);
+        g_state.ringBytes.store(options.ringBytes);
+        g_state.waitsForRoom.store(options.whenFull == DXR_TRACE_WAIT);
+        const uint32_t error = StartDrain(options.file);
+        if (error != 0) {
+            return error;
+        }
+    }
+    g_control.hasFile = options.file != nullptr;
+    Switch(Mode{options.mode});
     PutWrappersIn();
     g_control.isStarted = true;
     return 0;
@@ -109,7 +161,8 @@ uint32_t Stop() {
     g_control.isStarted = false;
     TakeWrappersOut();
     g_state.mode.store(Mode::kOff);
-    return 0;
+    g_control.hasFile = false;
+    return StopDrain();
 }
 
 uint32_t SetMode(uint32_t mode) {
@@ -120,7 +173,10 @@ uint32_t SetMode(uint32_t mode) {
     if (!g_control.isStarted) {
         return EALREADY;
     }
-    g_state.mode.store(Mode{mode});
+    if (mode == DXR_TRACE_CALLS && !g_control.hasFile) {
+        return EINVAL;
+    }
+    Switch(Mode{mode});
     return 0;
 }
 
@@ -158,6 +214,9 @@ void DxrTraceInitOptions(DxrTraceOptions *options) {
     options->size = sizeof(*options);
     options->mode = DXR_TRACE_COUNT;
     options->timedCalls = 16;
+    options->pointers = DXR_TRACE_POINTERS_INTERFACE;
+    options->dataBytes = 64;
+    options->ringBytes = 1U << 20;
 }
 
 uint32_t DxrTraceStart(const DxrTraceOptions *options) {
@@ -190,6 +249,10 @@ uint32_t DxrTraceGetCounts(DxrTraceCount *counts, uint32_t room) {
 
 uint64_t DxrTraceGetUnnoted() {
     return dxr_trace::UnnotedCalls();
+}
+
+uint64_t DxrTraceGetDropped() {
+    return dxr_trace::DroppedRecords();
 }
 
 const char *DxrTraceSlotName(uint32_t slot) {

@@ -2,12 +2,15 @@
 #ifndef DXR_TRACE_WRAPPER_H
 #define DXR_TRACE_WRAPPER_H
 
+#include <array>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <type_traits>
 
 #include "formatted.h"
+#include "note.h"
 #include "slots.h"
 #include "state.h"
 #include "threads.h"
@@ -15,54 +18,98 @@
 
 namespace dxr_trace {
 
-// Calls a hook and, where that is asked for, looks how long it takes.
-template <size_t kSlot, typename Result, typename... Args>
-class Way {
-  public:
-    using Function = Result (*)(Args...);
+template <typename Value>
+uint64_t ToWord(Value value) {
+    if constexpr (std::is_pointer_v<Value>) {
+        return reinterpret_cast<uintptr_t>(value);
+    } else {
+        return value;
+    }
+}
 
-    [[gnu::always_inline]] static Result Go(Function hook, Args... args) {
-        const Mode mode = g_state.mode.load(std::memory_order_relaxed);
-        if (mode == Mode::kOff || !CountCall(kSlot)) {
+// Calls a hook and notes how long it takes.
+template <size_t kSlot, typename Hook>
+auto Timed(const Hook &hook) {
+    const uint64_t before = NowTicks();
+    if constexpr (std::is_void_v<decltype(hook())>) {
+        hook();
+        NoteTime(kSlot, NowTicks() - before);
+    } else {
+        const auto result = hook();
+        NoteTime(kSlot, NowTicks() - before);
+        return result;
+    }
+}
+
+// Calls a hook and notes the call.
+template <size_t kSlot, typename Hook>
+auto Traced(std::span<const uint64_t> words, const char *message, const Hook &hook) {
+    const CallNote note(kSlot, words, message);
+    if constexpr (std::is_void_v<decltype(hook())>) {
+        hook();
+        note.End(0);
+    } else {
+        const auto result = hook();
+        note.End(ToWord(result));
+        return result;
+    }
+}
+
+template <size_t kSlot, typename Function>
+class Wrapper;
+
+template <size_t kSlot, typename Result, typename... Args>
+class Wrapper<kSlot, Result (*)(Args...)> {
+  public:
+    static Result Call(Args... args) {
+        const auto hook = BareHook<Function>(kSlot);
+        if (g_state.mode.load(std::memory_order_relaxed) == Mode::kOff) {
             return hook(args...);
         }
-        return Timed(hook, args...);
+        ThreadRecord *const record = t_record;
+        if (record == nullptr) [[unlikely]] {
+            return FirstCall(hook, args...);
+        }
+        return CountCall(*record, kSlot) ? CallAndNote(hook, args...) : hook(args...);
     }
 
   private:
-    [[gnu::noinline]] static Result Timed(Function hook, Args... args) {
-        const uint64_t before = NowTicks();
-        if constexpr (std::is_void_v<Result>) {
-            hook(args...);
-            NoteTime(kSlot, NowTicks() - before);
-        } else {
-            const Result result = hook(args...);
-            NoteTime(kSlot, NowTicks() - before);
-            return result;
-        }
+    using Function = Result (*)(Args...);
+
+    // These stand apart, so that a call that is only counted needs no stack.
+    [[gnu::noinline]] static Result FirstCall(Function hook, Args... args) {
+        return CountCall(kSlot) ? CallAndNote(hook, args...) : hook(args...);
     }
-};
 
-template <size_t kSlot, typename Function>
-struct Wrapper;
-
-template <size_t kSlot, typename Result, typename... Args>
-struct Wrapper<kSlot, Result (*)(Args...)> {
-    static Result Call(Args... args) {
-        return Way<kSlot, Result, Args...>::Go(BareHook<Result (*)(Args...)>(kSlot), args...);
+    [[gnu::noinline]] static Result CallAndNote(Function hook, Args... args) {
+        if (g_state.mode.load(std::memory_order_relaxed) == Mode::kCalls) {
+            const std::array<uint64_t, sizeof...(Args)> words = {ToWord(args)...};
+            return Traced<kSlot>(words, nullptr, [&] { return hook(args...); });
+        }
+        return Timed<kSlot>([&] { return hook(args...); });
     }
 };
 
 // Arguments that no type names cannot be handed on. Printf's manner allows for the finished text
 // instead.
 template <size_t kSlot, typename Result, typename First>
-struct Wrapper<kSlot, Result (*)(First, const char *, ...)> {
+class Wrapper<kSlot, Result (*)(First, const char *, ...)> {
+  public:
     static Result Call(First first, const char *format, ...) {
         std::va_list args;
         va_start(args, format);
         const Formatted text(format, args);
         va_end(args);
-        return Way<kSlot, Result, First, const char *>::Go(Print, first, text.Get());
+        const auto hook = [&] { return Print(first, text.Get()); };
+        const Mode mode = g_state.mode.load(std::memory_order_relaxed);
+        if (mode == Mode::kOff || !CountCall(kSlot)) {
+            return hook();
+        }
+        if (mode == Mode::kCalls) {
+            const std::array<uint64_t, 2> words = {ToWord(first), ToWord(format)};
+            return Traced<kSlot>(words, text.Get(), hook);
+        }
+        return Timed<kSlot>(hook);
     }
 
   private:

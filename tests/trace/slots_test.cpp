@@ -35,7 +35,7 @@ namespace {
 using dxr_trace::kSlots;
 using RawTable = std::array<Hook, kSlotCount>;
 
-constexpr uint32_t kModes[] = {DXR_TRACE_OFF, DXR_TRACE_COUNT};
+constexpr uint32_t kModes[] = {DXR_TRACE_OFF, DXR_TRACE_COUNT, DXR_TRACE_CALLS};
 
 RawTable Registered() {
     return std::bit_cast<RawTable>(g_dxrHooks);
@@ -55,6 +55,8 @@ void Start(uint32_t mode) {
     DxrTraceInitOptions(&options);
     options.mode = mode;
     options.timedCalls = 2;
+    options.pointers = DXR_TRACE_POINTERS_DEVHOST;
+    options.file = mode == DXR_TRACE_CALLS ? "/dev/null" : nullptr;
     ASSERT_EQ(0U, DxrTraceStart(&options));
 }
 
@@ -150,7 +152,10 @@ TEST_P(TracedSlot, HandsArgumentsAndResultOn) {
         }
         const DxrTraceCount count = CountOf(slot_.Absolute());
         EXPECT_EQ(mode == DXR_TRACE_OFF ? 0 : calls, count.calls);
-        EXPECT_EQ(mode == DXR_TRACE_OFF ? 0 : calls / 2, count.timed);
+        EXPECT_EQ(mode == DXR_TRACE_OFF     ? 0
+                  : mode == DXR_TRACE_CALLS ? calls
+                                            : calls / 2,
+                  count.timed);
         EXPECT_EQ(0U, DxrTraceStop());
         EXPECT_EQ(table, Registered());
     }
