@@ -5,12 +5,12 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "dxr_trace.h"
@@ -470,7 +470,7 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
     std::string bytes;
     int error = ReadWhole(path, bytes);
     if (error != 0) {
-        problem = std::strerror(error);
+        problem = std::generic_category().message(error);
         return error;
     }
     const TraceFile file = dxr_trace::ReadTraceFile(bytes);
@@ -480,7 +480,7 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
     }
     error = WriteAs(file, format, out);
     if (error != 0) {
-        problem = std::string("cannot be written: ") + std::strerror(error);
+        problem = "cannot be written: " + std::generic_category().message(error);
         return error;
     }
     if (file.dropped != 0 && problem.empty()) {
