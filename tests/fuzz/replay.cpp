@@ -22,6 +22,9 @@ constexpr Target kTargets[] = {DXR_FUZZ_TARGETS(DXR_FUZZ_ROW)
 #ifdef DXR_FUZZ_TOOLS
                                    DXR_FUZZ_TOOL_TARGETS(DXR_FUZZ_ROW)
 #endif
+#ifdef DXR_FUZZ_TRACE
+                                       DXR_FUZZ_TRACE_TARGETS(DXR_FUZZ_ROW)
+#endif
 };
 
 // The number of inputs; -1 when the file is not there or is torn.

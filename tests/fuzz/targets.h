@@ -26,11 +26,15 @@
     X(line_key, LineKey)         \
     X(time_stamp, TimeStamp)
 
+// Of the tracing of hook calls, the same.
+#define DXR_FUZZ_TRACE_TARGETS(X) X(trace_file, TraceFile)
+
 namespace dxrfuzz {
 
 #define DXR_FUZZ_DECLARE(name, function) void function(Input &input);
 DXR_FUZZ_TARGETS(DXR_FUZZ_DECLARE)
 DXR_FUZZ_TOOL_TARGETS(DXR_FUZZ_DECLARE)
+DXR_FUZZ_TRACE_TARGETS(DXR_FUZZ_DECLARE)
 #undef DXR_FUZZ_DECLARE
 
 }  // namespace dxrfuzz

@@ -25,7 +25,7 @@ TEST(Dxrsh, TellsItsVersion) {
 
 const std::vector<std::string> kCommands = {
     "filter", "record", "fault", "privatelog", "simulate", "msgfilter", "bin",
-    "latest", "crc",    "links", "db",         "slots",    "bench"};
+    "latest", "crc",    "links", "db",         "slots",    "trace",     "bench"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

@@ -20,6 +20,7 @@ void AddPrivateLogCommand(CLI::App &program);
 void AddRecordCommand(CLI::App &program);
 void AddSimulateCommand(CLI::App &program);
 void AddSlotsCommand(CLI::App &program);
+void AddTraceCommand(CLI::App &program);
 
 }  // namespace dxrsh
 

@@ -27,6 +27,7 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddLinksCommand(program);
     dxrsh::AddDbCommand(program);
     dxrsh::AddSlotsCommand(program);
+    dxrsh::AddTraceCommand(program);
     dxrsh::AddBenchCommand(program);
 }
 
