@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <system_error>
 
@@ -61,9 +62,13 @@ Image MakeImage() {
     return image;
 }
 
+// The name that a new file has at first is one for all threads of the process.
+constinit std::mutex g_writing;
+
 // 0, or a number of <errno.h>.
 int Write(const Steps &steps, const Image &image, const std::string &path) {
     const std::string next = path + ".new." + std::to_string(getpid());
+    const std::lock_guard lock(g_writing);
     // From a process of that number that was killed.
     (void)unlink(next.c_str());
     const int file = steps.Fails("database.create")

@@ -4,10 +4,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
+#include <barrier>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "devhost/database_fixture.h"
 
@@ -84,6 +90,34 @@ TEST_F(DatabaseInit, LeavesNothingWhenAStepFails) {
     EXPECT_EQ(Files(), 0U);
     EXPECT_EQ(WhyNot(file), "");
     EXPECT_EQ(Files(), 1U);
+}
+
+// --- Many threads at once
+
+TEST_F(DatabaseInit, IsMadeByOneOfManyThreads) {
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<uint32_t> made{0};
+        std::array<std::string, 4> why;
+        std::barrier begin(static_cast<std::ptrdiff_t>(why.size()));
+        std::vector<std::thread> threads;
+        for (std::string &mine : why) {
+            threads.emplace_back([this, &mine, &made, &begin] {
+                begin.arrive_and_wait();
+                mine = WhyNot(file);
+                made += mine.empty() ? 1 : 0;
+            });
+        }
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(made.load(), 1U) << "round " << round;
+        for (const std::string &mine : why) {
+            EXPECT_TRUE(mine.empty() || mine == file + ": exists already") << mine;
+        }
+        EXPECT_TRUE(DxrHostOpenDatabase(host, file.c_str(), nullptr, 0));
+        EXPECT_EQ(Files(), 1U);
+        ASSERT_TRUE(std::filesystem::remove(file));
+    }
 }
 
 // --- Killed at any moment
