@@ -180,9 +180,9 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     }
     const bool wantsAck = (message.flags & DXR_HOST_MESSAGE_ACK) != 0;
     Task *const task = wantsAck ? &scheduler.Current(call.Thread(), call.At()) : nullptr;
-    const uint64_t deadline = wantsAck ? scheduler.After(message.timeoutMs) : 0;
+    Wanted wanted{0, message.timeoutMs, wantsAck ? scheduler.After(message.timeoutMs) : 0};
+    uint64_t &sequence = wanted.sequence;
     uint32_t result = 0;
-    uint64_t sequence = 0;
     try {
         Letters letter;
         letter.push_back(LetterOf(message));
@@ -208,7 +208,7 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     if (result == 0) {
         Count(&Counts::sent);
         scheduler.Point(call.Thread());
-        return wantsAck ? AwaitAcknowledgement(call, *task, message, deadline) : 0;
+        return wantsAck ? AwaitAcknowledgement(call, *task, wanted, message) : 0;
     }
     const SchedulerLock lock = scheduler.Lock();
     pending_.erase(sequence);
@@ -216,19 +216,19 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     return result;
 }
 
-uint32_t MessageService::AwaitAcknowledgement(const Call &call, Task &task, DxrHostMessage &message,
-                                              uint64_t deadline) {
+uint32_t MessageService::AwaitAcknowledgement(const Call &call, Task &task, const Wanted &wanted,
+                                              DxrHostMessage &message) {
     Scheduler &scheduler = call->scheduler;
-    const uint64_t sequence = message.sequence;
+    const uint64_t sequence = wanted.sequence;
     const WaitReason reason(call.At(), "the acknowledgement of message %llu",
                             static_cast<unsigned long long>(sequence));
     SchedulerLock lock = scheduler.Lock();
     Pending &pending = pending_.find(sequence)->second;
-    Woken woken = message.timeoutMs == 0 ? Woken::kTimeout : Woken::kYes;
+    Woken woken = wanted.timeoutMs == 0 ? Woken::kTimeout : Woken::kYes;
     uint32_t failure = 0;
     try {
         while (!pending.isDone && woken == Woken::kYes) {
-            woken = scheduler.Wait(lock, task, pending.done, deadline, reason);
+            woken = scheduler.Wait(lock, task, pending.done, wanted.deadline, reason);
         }
     } catch (const std::bad_alloc &) {
         failure = ENOMEM;

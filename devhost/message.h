@@ -105,8 +105,15 @@ class MessageService final : public Service, public MessageReceiver {
         return {box.given.unit.kind, box.given.unit.number, box.closed};
     }
 
-    uint32_t AwaitAcknowledgement(const Call &call, Task &task, DxrHostMessage &message,
-                                  uint64_t deadline);
+    // What a sender waits for: a handler may have changed its record since.
+    struct Wanted {
+        uint64_t sequence;
+        uint32_t timeoutMs;
+        uint64_t deadline;
+    };
+
+    uint32_t AwaitAcknowledgement(const Call &call, Task &task, const Wanted &wanted,
+                                  DxrHostMessage &message);
     void SetUpEvents();
     void Say(const DxrHostMessage &head, const char *what) const;
     bool IsFiltered(const DxrHostMessage &head);

@@ -306,6 +306,29 @@ TEST_F(HostMessages, AreAcknowledgedByHandlers) {
     EXPECT_EQ(Counts().sent, 3U);
 }
 
+// A handler that sends on with the record that its own sender used, and waits as that one does.
+uint32_t SendOnWithTheSameRecord(const DxrHostMessage *message, void *user) {
+    auto *const record = static_cast<DxrHostMessage *>(user);
+    if (message->to.kind == DXR_HOST_UNIT_LPU) {
+        record->to = kSfu1;
+        EXPECT_EQ(DXR_SendMsg(record), 0U);
+        EXPECT_EQ(record->result, 8U);
+        record->timeoutMs = 0;
+        return 7;
+    }
+    return 8;
+}
+
+TEST_F(HostMessages, AreAcknowledgedWhateverBecomesOfTheRecord) {
+    DxrHostMessage record = MessageOf(kLpu3, 1);
+    record.flags = DXR_HOST_MESSAGE_ACK;
+    record.timeoutMs = 100;
+    EXPECT_EQ(Open(kLpu3, 0, SendOnWithTheSameRecord, &record), 0U);
+    EXPECT_EQ(Open(kSfu1, 0, SendOnWithTheSameRecord, &record), 0U);
+    EXPECT_EQ(DXR_SendMsg(&record), 0U);
+    EXPECT_EQ(record.result, 7U);
+}
+
 TEST_F(MessagesInVirtualTime, AreAcknowledgedByReceivers) {
     EXPECT_EQ(Open(kLpu3), 0U);
     uint32_t server = 0;
