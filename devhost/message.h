@@ -123,6 +123,8 @@ class MessageService final : public Service, public MessageReceiver {
     bool StartLate();
     static void DeliverLate(void *service);
     uint32_t Deliver(Letters &letter);
+    Letters::iterator Keep(Letters &second);
+    void TakeBack(Letters::iterator kept, Letters &second);
     void CarryHeld(const DxrHostUnit &unit);
     void EraseUnused(Mailbox &box);
 
@@ -139,6 +141,7 @@ class MessageService final : public Service, public MessageReceiver {
     std::map<uint64_t, Pending> pending_;
     uint64_t lastSequence_ = 0;
     Letters late_;
+    Letters seconds_;
     Stream delayMs_;
 
     std::mutex lateMutex_;  // one starts the job at a time

@@ -173,6 +173,21 @@ void MessageService::DeliverLate(void *service) {
 
 // --- All of it
 
+// The service keeps the second of two while the first one's handler runs, which may be cut off.
+Letters::iterator MessageService::Keep(Letters &second) {
+    const SchedulerLock lock = TheHost().scheduler.Lock();
+    const auto kept = second.empty() ? seconds_.end() : second.begin();
+    seconds_.splice(seconds_.end(), second);
+    return kept;
+}
+
+void MessageService::TakeBack(Letters::iterator kept, Letters &second) {
+    const SchedulerLock lock = TheHost().scheduler.Lock();
+    if (kept != seconds_.end()) {
+        second.splice(second.end(), seconds_, kept);
+    }
+}
+
 uint32_t MessageService::Post(Letters &letter) {
     if (IsLost(letter.front().head)) {
         letter.clear();
@@ -196,7 +211,9 @@ uint32_t MessageService::Post(Letters &letter) {
     while (result == 0 && !letter.empty()) {
         Letters one;
         one.splice(one.end(), letter, letter.begin());
+        const auto second = Keep(letter);
         const uint32_t each = Deliver(one);
+        TakeBack(second, letter);
         if (each != 0 && isUnderWay) {
             Count(&Counts::refused);
         }

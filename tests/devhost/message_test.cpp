@@ -418,10 +418,12 @@ TEST_F(MessagesInVirtualTime, HandlersThatWaitAreEndedWithTheHost) {
         DXR_CreateTask(nullptr, reinterpret_cast<void *>(+send), nullptr, 1, nullptr, 0, nullptr),
         0U);
     DxrHostFailNth(host, "message.delay", 1, false);
+    DxrHostFailNth(host, "message.twice", 2, false);  // the task's: its second one is not lost
     EXPECT_EQ(Send(kSfu1, 1, "on the timer's task"), 0U);
     EXPECT_EQ(DXR_DelayTask(2 * DXR_HOST_MESSAGE_DELAY_MS), 0U);
     EXPECT_TRUE(isInside[0]);
     EXPECT_TRUE(isInside[1]);
+    EXPECT_EQ(Counts().twice, 1U);
     EXPECT_EQ(Send(kLpu3, 1, "this one waits"), 0U);
     EXPECT_EQ(End(), 3U) << "the task and the mailboxes";
 }
