@@ -1,5 +1,6 @@
 #include "dxr_devhost/hash.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cerrno>
@@ -121,6 +122,16 @@ class HashService : public Service {
                     "hash table of " + std::to_string(table->entries.size()) + " entries");
             }
         }
+    }
+
+    // Also of tables that were released, but whose functions still run.
+    std::string UseOf(const CodeRange &code) override {
+        const std::lock_guard lock(mutex);
+        const bool isUsed = std::any_of(tables.begin(), tables.end(), [&code](const Table *table) {
+            return code.Holds(reinterpret_cast<const void *>(table->options.hash)) ||
+                   code.Holds(reinterpret_cast<const void *>(table->options.compare));
+        });
+        return isUsed ? "a hash table" : "";
     }
 
     void EndEntries(Table &table) {

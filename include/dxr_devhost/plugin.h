@@ -23,8 +23,9 @@
  *   DXR_UnLoadBrdPlugin(plugin)      calls its `unload` and closes the file. Reported, and left as
  *                                    it is: a plug-in that is not loaded, and one while a call of
  *                                    it, also this one, is in progress. When tasks, timers,
- *                                    interrupts or modules still need its code after `unload`, that
- *                                    is reported, and the code stays in memory until the host's end
+ *                                    interrupts, hash tables, modules or others still need its code
+ *                                    after `unload`, that is reported, and the code stays in memory
+ *                                    until the host's end
  *   DXR_IsBrdPluginLoaded(plugin)    1 when it is loaded, else 0
  *   DXR_CheckBrdPlugin(plugin)       of a loaded one what its `check` returns, 0 without one; of
  *                                    another one what loading would give short of calling its

@@ -346,14 +346,36 @@ TEST_F(HostPlugin, FunctionsThatAreCalledBackAreNeeded) {
     EXPECT_EQ(Load("good"), 0U);
     DxrHostPlugin plugin = Record("good");
     DXR_UnLoadBrdPlugin(&plugin);
-    EXPECT_THAT(Misuses(),
-                ElementsAre(HasSubstr("needed by fault check heat, the temperature of sensor 7, "
-                                      "mailbox lpu 3: it stays in memory")));
+    EXPECT_THAT(Misuses(), ElementsAre(HasSubstr(
+                               "needed by a hash table, fault check heat, the temperature of "
+                               "sensor 7, mailbox lpu 3: it stays in memory")));
     int32_t temperature = 0;
     EXPECT_EQ(DxrHostGetTemperature(host, 7, &temperature), 0U) << "the function is still there";
     EXPECT_EQ(temperature, 7);
     const DxrHostUnit lpu = {DXR_HOST_UNIT_LPU, 3};
     EXPECT_EQ(DxrHostCloseMailbox(host, &lpu), 0U);
+    uint32_t key = 1;
+    EXPECT_EQ(DXR_HashInsert(test.table, &key, nullptr, 0, DXR_HOST_HASH_ADD), 0U);
+    EXPECT_EQ(DXR_HashFree(test.table), 0U);
+}
+
+// Either function of a table keeps it; a table that was released needs none.
+TEST_F(HostPlugin, ATablesFunctionsAreNeededUntilItIsReleased) {
+    test.leavesTable = 1;
+    EXPECT_EQ(Load("good"), 0U);
+    DxrHostPlugin plugin = Record("good");
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_THAT(Misuses(), ElementsAre(HasSubstr("needed by a hash table: it stays in memory")));
+    std::array<uint32_t, 2> keys = {1, 1};
+    for (const uint32_t result : {0U, Error(EEXIST)}) {
+        uint32_t &key = keys[result == 0 ? 0 : 1];
+        EXPECT_EQ(DXR_HashInsert(test.table, &key, nullptr, 0, DXR_HOST_HASH_ADD), result);
+    }
+    EXPECT_EQ(DXR_HashFree(test.table), 0U);
+    test.leavesTable = 0;
+    EXPECT_EQ(DXR_LoadBrdPlugin(&plugin), 0U);
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_EQ(Misuses().size(), 1U);
 }
 
 TEST_F(HostPlugin, HasAModuleOfItsOwn) {

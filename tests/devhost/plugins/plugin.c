@@ -45,11 +45,23 @@ static uint32_t Handle(const DxrHostMessage *message, void *user) {
     return message->kind;
 }
 
-static void LeaveFunctions(void) {
+static uint32_t Hash(const void *key, void *user) {
+    (void)user;
+    return *(const uint32_t *)key;
+}
+
+static int Compare(const void *key, const void *other, void *user) {
+    (void)user;
+    return *(const uint32_t *)key != *(const uint32_t *)other;
+}
+
+static void LeaveFunctions(TestPlugin *test) {
+    DxrHostHashOptions options = {sizeof(options), 4, 0, 0, Hash, NULL, NULL};
     const DxrHostMailbox box = {sizeof(box), 0, {DXR_HOST_UNIT_LPU, 3}, Handle, NULL};
     DxrHostOpenMailbox(NULL, &box);
     DxrHostAddFaultCheck(NULL, "heat", CheckFault, NULL, 5);
     DXR_RegisterQueryTempFunc(7, (void *)Measure);
+    test->table = DXR_HashCreate(&options);
 }
 
 static uint32_t Load(void *argument) {
@@ -64,7 +76,11 @@ static uint32_t Load(void *argument) {
         DXR_Register(&module);
     }
     if (test->leavesFunctions != 0) {
-        LeaveFunctions();
+        LeaveFunctions(test);
+    }
+    if (test->leavesTable != 0) {
+        DxrHostHashOptions options = {sizeof(options), 4, 0, 0, NULL, Compare, NULL};
+        test->table = DXR_HashCreate(&options);
     }
     return test->loadResult;
 }

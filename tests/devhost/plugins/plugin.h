@@ -13,7 +13,9 @@ typedef struct TestPlugin {
     uint32_t stopsTimer;
     uint32_t registersModule;
     uint32_t leavesFunctions;          /* that check, measure and handle messages */
+    uint32_t leavesTable;              /* one that compares */
     uint32_t (*query)(void *question); /* called by its `query`; may be null */
+    void *table;                       /* a hash table with functions of the plug-in, left by it */
 } TestPlugin;
 
 #endif /* DXR_TESTS_DEVHOST_PLUGINS_PLUGIN_H */
