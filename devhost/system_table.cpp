@@ -204,7 +204,8 @@ uint32_t GetData(uint32_t chip, DxrTblmRequest *request) {
         return Tell(call, WhyMissing(state, request->tableId, request->keyLen));
     }
     request->dataLen = bytes;
-    if (got == TableStore::Got::kNoRoom) {
+    // Room for no bytes may be nowhere; that is not to ask for the length alone.
+    if (got == TableStore::Got::kNoRoom || (request->dataValid != 0 && bytes > room)) {
         return ENOSPC;
     }
     if (data != nullptr && bytes < room) {

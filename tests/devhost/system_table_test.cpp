@@ -117,11 +117,18 @@ TEST_F(HostTables, GiveAsMuchAsThereIsRoomFor) {
     EXPECT_EQ(DXR_GetChipTblmData(0, &request), 0U) << "only whether it is there";
     EXPECT_EQ(uint32_t{request.dataLen}, 10U);
     EXPECT_EQ(buffer[0], '#');
+    request = {1, key.data(), 3, nullptr, 0, 1, {}};
+    EXPECT_EQ(DXR_GetChipTblmData(0, &request), uint32_t{ENOSPC}) << "no room, and nowhere to";
+    EXPECT_EQ(uint32_t{request.dataLen}, 10U) << "what is needed";
     EXPECT_EQ(DXR_QueryChipTblmData(0, 1, key.data(), 3, nullptr, 0), 0U);
     EXPECT_EQ(DXR_QueryChipTblmData(0, 1, buffer.data(), 3, nullptr, 0), uint32_t{ENOENT});
 
-    EXPECT_EQ(Set(0, 1, "empty", ""), 0U);
-    EXPECT_EQ(Get(0, 1, "empty"), "");
+    std::string empty = "empty";
+    EXPECT_EQ(Set(0, 1, empty, ""), 0U);
+    EXPECT_EQ(Get(0, 1, empty), "");
+    request = {1, empty.data(), 5, nullptr, 0, 1, {}};
+    EXPECT_EQ(DXR_GetChipTblmData(0, &request), 0U) << "no room is enough";
+    EXPECT_EQ(uint32_t{request.dataLen}, 0U);
     request = {1, key.data(), 3, buffer.data(), 5, 0, {}};
     EXPECT_EQ(DXR_SetChipTblmData(0, &request), 0U) << "data that is not valid is not looked at";
     EXPECT_EQ(Get(0, 1, key), "");
