@@ -52,9 +52,11 @@ TemperatureService &StateOf(Host &host) {
 
 // 0, or a number of <errno.h>.
 uint32_t ReadZone(const std::string &directory, uint32_t zone, int32_t &milliCelsius) {
-    std::ifstream file(directory + "/thermal_zone" + std::to_string(zone) + "/temp");
+    const std::string path = directory + "/thermal_zone" + std::to_string(zone) + "/temp";
+    errno = 0;
+    std::ifstream file(path);
     if (!file.is_open()) {
-        return ENOENT;
+        return errno == ENOENT || errno == ENOTDIR ? ENOENT : EIO;
     }
     int32_t value = 0;
     if (!(file >> value)) {
@@ -174,7 +176,12 @@ void DxrHostSetThermalDirectory(DxrHost *host, const char *path) {
     const ApiCall call(host);
     if (call) {
         TemperatureService &state = devhost::StateOf(*call);
-        const std::lock_guard lock(state.mutex);
-        state.directory = state.DirectoryOf(path);
+        try {
+            std::string directory = state.DirectoryOf(path);
+            const std::lock_guard lock(state.mutex);
+            state.directory.swap(directory);
+        } catch (const std::bad_alloc &) {
+            // The one before stays.
+        }
     }
 }

@@ -37,7 +37,7 @@ DXR_API void DxrHostUnsetTemperature(DxrHost *host, uint32_t sensor);
 
 /* Where the machine's thermal zones are: the temperature of sensor 3 is read from
  * "thermal_zone3/temp" there. Default "/sys/class/thermal"; null: back to that. Another directory
- * is also read with a stepped and a virtual clock. */
+ * is also read with a stepped and a virtual clock. Without memory nothing changes. */
 DXR_API void DxrHostSetThermalDirectory(DxrHost *host, const char *path);
 
 DXR_EXTERN_C_END

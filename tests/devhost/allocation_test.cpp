@@ -256,6 +256,7 @@ class Module {
         DXR_RegisterQueryTempFunc(
             1, reinterpret_cast<void *>(static_cast<DxrHostTemperatureQuery>(query)));
         (void)DxrHostSetTemperature(host, 2, 5);
+        DxrHostSetThermalDirectory(host, "/there/is/no/such/directory");
         int32_t temperature = 0;
         (void)DxrHostGetTemperature(host, 1, &temperature);
     }

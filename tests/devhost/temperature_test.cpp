@@ -91,6 +91,10 @@ TEST_F(HostTemperature, ThermalZonesComeLast) {
     EXPECT_EQ(value, 38500);
     EXPECT_EQ(DxrHostGetTemperature(host, 1, &value), static_cast<uint32_t>(EIO));
     EXPECT_EQ(DxrHostGetTemperature(host, 2, &value), static_cast<uint32_t>(ENOENT));
+    std::filesystem::create_directory(directory.Path() + "/thermal_zone3");
+    std::filesystem::create_symlink("temp", directory.Path() + "/thermal_zone3/temp");
+    EXPECT_EQ(DxrHostGetTemperature(host, 3, &value), static_cast<uint32_t>(EIO))
+        << "it is there, but cannot be opened";
     EXPECT_EQ(value, 38500);
     Register(0, Frost);
     EXPECT_EQ(DxrHostGetTemperature(host, 0, &value), 0U);
