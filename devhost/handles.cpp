@@ -103,20 +103,27 @@ std::string Handles::Explain(const void *handle, HandleType wanted) {
     if (((Bits(handle) >> 44) & 0xF) != (hostNumber_ & 0xF)) {
         return "a handle of another host";
     }
-    const std::lock_guard lock(mutex_);
-    const Slot *const slot = SlotOf(handle);
-    if (slot == nullptr || slot->generation == 0) {
-        return "a number that is no " + name;
+    Place made;
+    Place ended;
+    {
+        const std::lock_guard lock(mutex_);
+        const Slot *const slot = SlotOf(handle);
+        if (slot == nullptr || slot->generation == 0) {
+            return "a number that is no " + name;
+        }
+        if (TypeOf(handle) != wanted) {
+            return std::string("a ") + NameOf(TypeOf(handle)) + " is no " + name;
+        }
+        const auto generation = static_cast<uint32_t>(Bits(handle) >> kIndexBits) % kGenerations;
+        if (generation != slot->generation % kGenerations || slot->type != wanted) {
+            return "a freed " + name;
+        }
+        made = slot->made;
+        ended = slot->ended;
     }
-    if (TypeOf(handle) != wanted) {
-        return std::string("a ") + NameOf(TypeOf(handle)) + " is no " + name;
-    }
-    const auto generation = static_cast<uint32_t>(Bits(handle) >> kIndexBits) % kGenerations;
-    if (generation == slot->generation % kGenerations && slot->type == wanted) {
-        return "a freed " + name + ", made by " + Describe(slot->made) + ", freed by " +
-               Describe(slot->ended);
-    }
-    return "a freed " + name;
+    // Describing waits for the loader, which may be opening a plug-in that makes handles: without
+    // the lock.
+    return "a freed " + name + ", made by " + Describe(made) + ", freed by " + Describe(ended);
 }
 
 Place Handles::MadeAt(const void *handle) {

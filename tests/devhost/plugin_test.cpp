@@ -24,7 +24,7 @@ class HostPlugin : public dxrtest::HostTest {
   protected:
     HostPlugin() {
         for (const char *name :
-             {"good", "old_interface", "short", "no_table", "unresolved", "bare"}) {
+             {"good", "old_interface", "short", "no_table", "unresolved", "bare", "calling"}) {
             std::filesystem::copy(
                 std::string(DXR_TEST_PLUGINS "/libdevhost_plugin_") + name + ".so",
                 directory.Path(std::string(name) + ".so"));
@@ -464,6 +464,39 @@ TEST_F(HostPlugin, AnyThreadMayCall) {
     }
     EXPECT_EQ(Plugins()[0].loads, loaded.load());
     EXPECT_EQ(Plugins()[0].inside, 0U);
+}
+
+// Who opens a file holds the loader's lock, which names in reports need: they are looked up while
+// no lock of the host is held.
+TEST_F(HostPlugin, MayCallSlotsWhileItIsOpened) {
+    DxrHostSetReportSink(
+        host, [](const DxrHostReport *, void *) {}, nullptr);
+    DxrHostHashOptions tableOptions{sizeof(tableOptions), 4, 0, 0, nullptr, nullptr, nullptr};
+    void *const freed = DXR_HashCreate(&tableOptions);
+    void *const reused = DXR_HashCreate(&tableOptions);
+    EXPECT_EQ(DXR_HashFree(freed), 0U);
+    EXPECT_EQ(DXR_HashFree(reused), 0U);
+    std::atomic<bool> isDone{false};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([&isDone, freed] {
+            while (!isDone) {
+                EXPECT_EQ(DXR_HashCount(freed), 0U);
+            }
+        });
+    }
+    DxrHostPlugin plugin = Record("calling");
+    EXPECT_EQ(DXR_RegisterBrdPlugin(&plugin), 0U);
+    for (int round = 0; round < 10; ++round) {
+        EXPECT_EQ(DXR_LoadBrdPlugin(&plugin), 0U);
+        DXR_UnLoadBrdPlugin(&plugin);
+    }
+    isDone = true;
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(DXR_UnRegisterBrdPlugin(&plugin), 0U);
+    EXPECT_EQ(End(), 0U);
 }
 
 TEST(HostPluginCalls, WithoutAHostThereIsNone) {

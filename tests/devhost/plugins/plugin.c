@@ -7,6 +7,7 @@
 #define TEST_PLUGIN_NO_TABLE 3
 #define TEST_PLUGIN_UNRESOLVED 4 /* needs what nobody has */
 #define TEST_PLUGIN_BARE 5       /* a table without functions */
+#define TEST_PLUGIN_CALLING 6    /* the same, and calls slots while it is opened */
 
 #if TEST_PLUGIN == TEST_PLUGIN_UNRESOLVED
 extern void DxrTestNobodyHasThis(void);
@@ -103,6 +104,15 @@ static uint32_t Query(void *argument, void *question, void *answer) {
     return test->query != NULL ? test->query(question) : 0;
 }
 
+#endif
+
+#if TEST_PLUGIN == TEST_PLUGIN_CALLING
+__attribute__((constructor)) static void Open(void) {
+    DxrHostHashOptions options = {sizeof(options), 4, 0, 0, NULL, NULL, NULL};
+    for (int i = 0; i < 200; ++i) {
+        DXR_HashFree(DXR_HashCreate(&options));
+    }
+}
 #endif
 
 const DxrHostPluginTable dxrHostPlugin = {
