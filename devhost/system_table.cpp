@@ -195,11 +195,8 @@ uint32_t GetData(uint32_t chip, DxrTblmRequest *request) {
     }
     Key key(TableWord(request->tableId, chip), request->key, request->keyLen);
     uint32_t bytes = 0;
-    TableStore::Got got = state.store.Get(key, data, room, bytes);
-    if (got == TableStore::Got::kNothing && chip != DXR_TBLM_CHIPID_NOTCARE) {
-        key.SetTable(TableWord(request->tableId, DXR_TBLM_CHIPID_NOTCARE));
-        got = state.store.Get(key, data, room, bytes);
-    }
+    const TableStore::Got got = state.store.Get(
+        key, TableWord(request->tableId, DXR_TBLM_CHIPID_NOTCARE), data, room, bytes);
     if (got == TableStore::Got::kNothing) {
         return Tell(call, WhyMissing(state, request->tableId, request->keyLen));
     }

@@ -249,11 +249,18 @@ TableStore::Seen TableStore::Look(const Key &key, uint64_t *copy, uint32_t room)
     return {};
 }
 
-TableStore::Got TableStore::Get(const Key &key, void *data, uint32_t room, uint32_t &bytes) {
+TableStore::Got TableStore::Get(Key &key, uint64_t otherwise, void *data, uint32_t room,
+                                uint32_t &bytes) {
+    const uint64_t first = key.table;
     for (uint32_t tries = 0; tries < kMostTries; ++tries) {
         uint64_t copy[kCopiedWords];
+        uint64_t *const to = data != nullptr ? copy : nullptr;
         const uint64_t before = changes_.load(std::memory_order_acquire);
-        const Seen seen = Look(key, data != nullptr ? copy : nullptr, room);
+        Seen seen = Look(key, to, room);
+        if (seen.isWhole && seen.got == Got::kNothing && otherwise != first) {
+            key.SetTable(otherwise);
+            seen = Look(key, to, room);
+        }
         if ((before & 1) == 0 && changes_.load(std::memory_order_relaxed) == before) {
             if (!seen.isWhole) {
                 break;  // more than fits here
@@ -264,9 +271,17 @@ TableStore::Got TableStore::Get(const Key &key, void *data, uint32_t room, uint3
             }
             return seen.got;
         }
+        if (key.table != first) {
+            key.SetTable(first);
+        }
     }
+    key.SetTable(first);
     const std::lock_guard lock(mutex);
-    const Block *const block = Find(key);
+    const Block *block = Find(key);
+    if (block == nullptr) {
+        key.SetTable(otherwise);
+        block = Find(key);
+    }
     if (block == nullptr) {
         return Got::kNothing;
     }

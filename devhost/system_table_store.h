@@ -105,8 +105,9 @@ class TableStore {
     enum class Got : uint8_t { kNothing, kData, kNoRoom };
 
     // Copies the data of a key, at most `room` bytes, and says how many there are; null: copies
-    // nothing. Without the lock.
-    Got Get(const Key &key, void *data, uint32_t room, uint32_t &bytes);
+    // nothing. Where there is no such key, the same for that key in table word `otherwise`, which
+    // the key may then have: one moment holds for both. Without the lock.
+    Got Get(Key &key, uint64_t otherwise, void *data, uint32_t room, uint32_t &bytes);
 
     std::mutex mutex;  // for all that follows
 

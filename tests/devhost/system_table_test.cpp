@@ -826,6 +826,31 @@ TEST_F(HostTables, AreReadWhileTheyChange) {
     EXPECT_TRUE(reports.empty());
 }
 
+// At each moment the chip's own entry or the one of all chips is there: a reader finds one of them.
+TEST_F(HostTables, AlwaysGiveOneOfTwoEntriesThatTakeTurns) {
+    EXPECT_EQ(DXR_DynamicCreateTable(1), 0U);
+    EXPECT_EQ(Set(kAnyChip, 1, "key", "all"), 0U);
+    std::atomic<bool> isDone{false};
+    std::thread writer([&isDone] {
+        for (int turn = 0; turn < 20000; ++turn) {
+            ASSERT_EQ(Set(3, 1, "key", "three"), 0U);
+            ASSERT_EQ(Delete(kAnyChip, 1, "key"), 0U);
+            ASSERT_EQ(Set(kAnyChip, 1, "key", "all"), 0U);
+            ASSERT_EQ(Delete(3, 1, "key"), 0U);
+        }
+        isDone = true;
+    });
+    uint64_t missing = 0;
+    while (!isDone) {
+        const std::string data = Get(3, 1, "key");
+        missing += data != "three" && data != "all" ? 1 : 0;
+    }
+    writer.join();
+    EXPECT_EQ(missing, 0U);
+    DXR_ReleaseTblm(1, 0);
+    EXPECT_TRUE(reports.empty());
+}
+
 TEST_F(HostTables, AreWalkedAndChangedByManyThreads) {
     EXPECT_EQ(DXR_DynamicCreateTable(1), 0U);
     for (uint32_t key = 0; key < 20; ++key) {
