@@ -12,7 +12,7 @@ namespace dxr {
 
 // A byte in each of eight.
 constexpr uint64_t Eight(uint8_t byte) {
-    return byte * 0x0101010101010101;
+    return uint64_t{byte} * 0x0101010101010101;
 }
 
 // The byte that the lowest bit is in, 0 the lowest.

@@ -44,8 +44,11 @@ enum class Side : uint8_t { kBefore, kAfter };
 // The text is read by the C library alone: one that fills its block is no matter.
 [[gnu::always_inline]] inline char *PutText(char *out, const char *end, const PlainField &field,
                                             const char *text) {
+    if (text == nullptr) {
+        return nullptr;
+    }
     const auto room = static_cast<size_t>(end - out);
-    size_t length = text != nullptr ? strnlen(text, std::min(field.precision, room + 1)) : room + 1;
+    size_t length = strnlen(text, std::min(field.precision, room + 1));
     if (length > room) {
         return nullptr;
     }
