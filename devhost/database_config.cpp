@@ -103,8 +103,8 @@ class ConfigService : public Service {
 
     // What the board has of its own, or else the default; null without both.
     template <typename Map>
-    const typename Map::mapped_type *Find(Map Config::*map,
-                                          const typename Map::key_type &key) const {
+    [[nodiscard]] const typename Map::mapped_type *Find(Map Config::*map,
+                                                        const typename Map::key_type &key) const {
         const auto found = (own.*map).find(key);
         if (found != (own.*map).end()) {
             return &found->second;

@@ -133,6 +133,8 @@ void Dismantle(nlohmann::json &value, uint32_t depth) {
 
 }  // namespace
 
+// The library of JSON does not say that it throws nothing here.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 JsonFile::~JsonFile() {
     constexpr uint32_t kMostDepth = 100;
     Dismantle(value_, kMostDepth);

@@ -149,6 +149,7 @@ std::vector<Mutex *> &HeldBy(ThreadRecord &thread, const Host &host) {
 void NoteOrder(const Call &call, const std::vector<Mutex *> &now, const Mutex &mutex) {
     try {
         // Whoever is told may lock too.
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
         const std::vector<Mutex *> held = now;
         for (const Mutex *const each : held) {
             LockOrder::Edge before{};

@@ -49,7 +49,7 @@ struct Signals {
 
 // Never ended: threads may still wait while the program exits.
 Signals &TheSignals() {
-    static Signals *const signals = new Signals;
+    static auto *const signals = new Signals;
     return *signals;
 }
 

@@ -7,6 +7,8 @@ namespace dxr_trace {
 namespace {
 
 const char *Address(uint64_t word) {
+    // An argument was noted as a number.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<const char *>(static_cast<uintptr_t>(word));
 }
 

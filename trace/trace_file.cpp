@@ -109,7 +109,7 @@ class Clock {
 
     static uint64_t Rounded(double ns) {
         constexpr double kMost = 9e18;
-        return ns > 0 ? static_cast<uint64_t>(std::min(ns, kMost) + 0.5) : 0;
+        return ns > 0 ? static_cast<uint64_t>(std::llround(std::min(ns, kMost))) : 0;
     }
 
     std::vector<Moment> moments_;
@@ -251,7 +251,7 @@ class Reader {
         told.systemId = in.Varint();
         told.name = in.Text();
         const bool isNew = number <= std::numeric_limits<uint32_t>::max() && number != 0 &&
-                           threads_.count(told.number) == 0;
+                           !threads_.contains(told.number);
         if (in.IsGood() && isNew) {
             threads_[told.number].told = std::move(told);
         }

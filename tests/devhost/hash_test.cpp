@@ -509,7 +509,8 @@ int CompareSlowly(const void *key, const void *other, void * /*user*/) {
 
 // A value is its key times 3, whoever has written it.
 TEST_F(HostHash, ThreadsShareATable) {
-    for (const DxrHostHashCompare compare : {DxrHostHashCompare{nullptr}, CompareSlowly}) {
+    const std::array<DxrHostHashCompare, 2> compares = {nullptr, CompareSlowly};
+    for (const DxrHostHashCompare compare : compares) {
         DxrHostHashOptions wanted = Options();
         wanted.buckets = 2;
         wanted.compare = compare;

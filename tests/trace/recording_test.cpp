@@ -207,7 +207,7 @@ TEST_F(TraceRecording, TextsOfAnyBytesMakeGoodJson) {
     EXPECT_EQ("eda080", lines[255]["in"]["mode"]["hex"]);
     EXPECT_EQ("f4908080", lines[256]["in"]["path"]["hex"]);
     EXPECT_EQ("e282", lines[256]["in"]["mode"]["hex"]);
-    EXPECT_NO_THROW(Json::parse(recording_.Text(DXR_TRACE_CHROME)));
+    EXPECT_TRUE(Json::accept(recording_.Text(DXR_TRACE_CHROME)));
     const std::string text = recording_.Text(DXR_TRACE_TEXT);
     EXPECT_NE(std::string::npos, text.find("path=\"\\x1b\""));
     EXPECT_NE(std::string::npos, text.find("path=\"\\x9b\""));

@@ -138,7 +138,7 @@ TEST_F(TraceFileTest, BlocksThatAreMissingDoubledOrSwappedAreSeen) {
 // Contents whose checksums are right, but which say what no writer says.
 TEST_F(TraceFileTest, NonsenseWithGoodChecksumsIsRefused) {
     Encoder start;
-    for (const uint64_t value : {1, 2, 3, 4, 0, 64}) {
+    for (const uint64_t value : {1U, 2U, 3U, 4U, 0U, 64U}) {
         start.Varint(value);
     }
     start.Text("1");
