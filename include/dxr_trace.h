@@ -22,7 +22,7 @@
 DXR_EXTERN_C_BEGIN
 
 /* What is noted, DxrTraceOptions::mode. */
-#define DXR_TRACE_OFF 0u   /* nothing: a load and a jump more than a bare call */
+#define DXR_TRACE_OFF 0u   /* nothing: a load and a jump; of hooks like printf also the text */
 #define DXR_TRACE_COUNT 1u /* how often each slot was called and, of some calls, for how long */
 #define DXR_TRACE_CALLS \
     2u /* that, with the time of all, and each call in a file: slot, time, thread,

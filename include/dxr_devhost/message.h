@@ -9,8 +9,8 @@
  *   DXR_SendMsgToSfu(message)    to the switch fabric unit with that number; these four write the
  *                                unit that they send to into `to`
  *   DXR_SendMsgToNp(kind)        an empty message of that kind from main processing unit 0 to
- *                                network processor 0. Nobody is told when it does not arrive; it
- *                                is counted
+ *                                network processor 0. Nobody is told when it does not arrive or
+ *                                cannot be sent; what was sent is counted
  *   DXR_SendEopEvent(event, data)   to device management: a message of the kind
  *                                DXR_HOST_MESSAGE_EOP with `event` as its code; `data` is a
  *                                DxrHostEopEvent, or null for no sender and no data
@@ -18,7 +18,8 @@
  *     an unknown unit or flag, and bytes without data; EMSGSIZE for more than
  *     DXR_HOST_MESSAGE_BYTES; ENXIO when nobody has a mailbox there; ENOBUFS when the mailbox is
  *     full; ENOMEM (point "message.send"); ECANCELED without a host and after the run's end. What
- *     fails has sent nothing. 0 says that the message is on its way, not that it will arrive.
+ *     fails has sent nothing, unless it failed while it waited for an acknowledgement. 0 says that
+ *     the message is on its way, not that it will arrive.
  *
  * Acknowledgements. A sender that sets DXR_HOST_MESSAGE_ACK waits, in the host's time, until the
  * receiver has acknowledged: with 0 the result that it gave is in `result`; ETIMEDOUT when that
