@@ -23,7 +23,9 @@ class RawWriter {
     explicit RawWriter(std::byte *at) : at_(at) {}
 
     void Put(const void *data, size_t size) {
-        std::memcpy(at_, data, size);
+        if (size > 0) {
+            std::memcpy(at_, data, size);
+        }
         at_ += RawSize(size);
     }
 
