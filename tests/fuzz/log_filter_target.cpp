@@ -930,6 +930,7 @@ class Model final : public Filter {
         uint32_t length = 0xBEEF;
         uint32_t answer = 0;
         bool written = false;
+        std::array<char, 4096> shown{};  // its own: the hooks may come back with another listing
         if (type != kOwn && Ring(type) != nullptr) {
             host.Lock(mutexes[type]);
             Age(type, host.Sec());
@@ -939,14 +940,14 @@ class Model final : public Filter {
                 written = op.number != 0;
                 length = static_cast<uint32_t>(
                     op.number == 0 ? 0 : std::min(whole, size_t{op.number} - 1));
-                std::memcpy(shown_.data(), text_.View().data(), length);
+                std::memcpy(shown.data(), text_.View().data(), length);
             }
             answer = host.Unlock(mutexes[type]);
         }
         host.Note(answer);
         host.Note(length);
         if (written) {
-            host.NoteText(shown_.data(), strnlen(shown_.data(), length));
+            host.NoteText(shown.data(), strnlen(shown.data(), length));
         } else {
             host.Note(0);
         }
@@ -990,7 +991,6 @@ class Model final : public Filter {
     }
 
     ModelText text_;
-    std::array<char, 4096> shown_;
 };
 
 Model g_model;
