@@ -15,6 +15,7 @@ option(DXR_HARDENING
        "Guard stack, calls and relocations of the shipped files (not together with sanitizers)" ON)
 option(DXR_COVERAGE "Count which lines and branches run (GCC), or conditions (Clang 19)" OFF)
 option(DXR_FUZZ "Build the tests' targets for libFuzzer (Clang)" OFF)
+option(DXR_PRECOMPILE "Compile the headers of GoogleTest once for all tests" OFF)
 option(DXR_WERROR "Treat warnings as errors" OFF)
 set(DXR_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
 
