@@ -1,6 +1,7 @@
 #include "host.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +11,7 @@
 
 #include "dxr_devhost/print.h"
 #include "error_text.h"
+#include "live_hosts.h"
 #include "print.h"
 
 namespace devhost {
@@ -76,7 +78,7 @@ std::string Host::UseOf(const CodeRange &code) {
 uint32_t Host::Finish() {
     leftovers_ = 0;
     scheduler.Finish();
-    isInUse_ = !WaitUntilOutside(this, kGraceMs);
+    isInUse_ = !WaitUntilOutside(*this, kGraceMs);
     if (isInUse_) {
         reports.Add(DXR_HOST_REPORT_LEFTOVER, "host", {}, "call",
                     "a call does not come back: the host's memory is not released");
@@ -109,17 +111,55 @@ void Call::ReportHandle(const char *service, const void *handle, HandleType type
                        host_->handles.Explain(handle, type));
 }
 
+ApiCall::ApiCall(DxrHost *host) {
+    try {
+        thread_ = &ThisThread();
+        auto *const named = reinterpret_cast<Host *>(host);
+        // Who is in it by a slot is in it already.
+        isNamed_ = named != nullptr && (thread_->depth == 0 || thread_->inside.load() != named);
+        if (!isNamed_) {
+            host_ = Enter(*thread_);
+        } else if (live::Enter(named, *thread_)) {
+            host_ = named;
+        }
+    } catch (const std::bad_alloc &) {
+        thread_ = nullptr;
+        return;
+    }
+    if (host_ == nullptr) {
+        Scheduler::EndStopped(*thread_);
+        if (!isNamed_) {
+            Leave(*thread_);
+        }
+        thread_ = nullptr;
+    }
+}
+
+ApiCall::~ApiCall() {
+    if (thread_ == nullptr) {
+        return;
+    }
+    if (isNamed_) {
+        live::Leave(host_, *thread_);
+    } else {
+        Leave(*thread_);
+    }
+}
+
 }  // namespace devhost
 
 using devhost::ApiCall;
 using devhost::Host;
+using devhost::ThreadRecord;
 
 namespace {
 
 DxrHost *Make(const devhost::Options &options) {
     try {
         devhost::PublishRegistration();
-        return devhost::Public(new Host(options));
+        auto *const host = new Host(options);
+        devhost::live::Add(*host);
+        return devhost::Public(host);
     } catch (const std::exception &) {
         return nullptr;
     }
@@ -165,9 +205,13 @@ uint32_t DxrHostRegister(DxrHost *host) {
         devhost::Register(nullptr);
         return 0;
     }
+    const ApiCall call(host);
+    if (!call) {
+        return EINVAL;
+    }
     DxrHooks hooks;
     DxrHostFillHooks(&hooks);
-    devhost::Register(reinterpret_cast<Host *>(host));
+    devhost::Register(&*call);
     return DXR_RegisterHooks(&hooks);
 }
 
@@ -175,50 +219,83 @@ DxrHost *DxrHostGet(void) {
     return devhost::Public(devhost::g_registered.load());
 }
 
-uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
+namespace {
+
+// Takes the host out: nobody gets in any more but the calling thread. False, and a report, when the
+// thread is the host's or in it; false also when it is no host, or somebody else ends it.
+bool TakeOut(DxrHost *given, ThreadRecord &thread, const void *caller) {
     auto *const host = reinterpret_cast<Host *>(given);
-    if (host == nullptr) {
+    const bool isIn =
+        (thread.depth != 0 && thread.inside.load() == host) || devhost::live::IsIn(host, thread);
+    {
+        const ApiCall call(given);
+        if (!call) {
+            return false;
+        }
+        const bool isTask = thread.taskHost == host->number && thread.task != nullptr &&
+                            thread.task->entry != nullptr;
+        if (isIn || isTask) {
+            host->reports.Add(DXR_HOST_REPORT_MISUSE, "host", {"DxrHostDestroy", caller},
+                              "from within",
+                              "a host cannot be ended by its own task or from within its call");
+            return false;
+        }
+    }
+    return devhost::live::TakeOut(host, thread);
+}
+
+// False without the memory to look at what is left.
+bool Finish(Host &host, uint32_t &leftovers) {
+    for (uint32_t tries = 0; tries < devhost::kMostTries; ++tries) {
+        try {
+            leftovers = host.Finish();
+            return true;
+        } catch (const std::bad_alloc &) {
+            // Memory may come back.
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
+    if (given == nullptr) {
         return 0;
     }
-    devhost::ThreadRecord &thread = devhost::ThisThread();
-    const bool isTask =
-        thread.taskHost == host->number && thread.task != nullptr && thread.task->entry != nullptr;
-    if (isTask || (thread.depth != 0 && thread.inside.load() == host)) {
-        host->reports.Add(DXR_HOST_REPORT_MISUSE, "host",
-                          {"DxrHostDestroy", __builtin_return_address(0)}, "from within",
-                          "a host cannot be ended by its own task or from within its call");
+    ThreadRecord *thread = nullptr;
+    try {
+        thread = &devhost::ThisThread();
+        if (!TakeOut(given, *thread, __builtin_return_address(0))) {
+            return UINT32_MAX;
+        }
+    } catch (const std::bad_alloc &) {
         return UINT32_MAX;
     }
+    auto *const host = reinterpret_cast<Host *>(given);
     // The table stays until no task is left that reads it: it leads them here, where they end.
     const bool wasRegistered = devhost::g_registered.load() == host;
     if (wasRegistered) {
         devhost::Register(nullptr);
     }
-    const auto emptyTable = [&] {
-        if (wasRegistered) {
-            (void)DXR_RegisterHooks(nullptr);
-        }
-    };
     uint32_t leftovers = 0;
-    for (uint32_t tries = 1;; ++tries) {
-        try {
-            leftovers = host->Finish();
-            break;
-        } catch (const std::bad_alloc &) {
-            // Memory may come back; without it the host stays.
-            if (tries == devhost::kMostTries) {
-                emptyTable();
-                return UINT32_MAX;
-            }
-        }
+    const bool isFinished = Finish(*host, leftovers);
+    if (wasRegistered) {
+        (void)DXR_RegisterHooks(nullptr);
     }
-    emptyTable();
+    if (!isFinished) {
+        // It stays, to be ended later.
+        devhost::live::Add(*host);
+        devhost::live::Leave(host, *thread);
+        return UINT32_MAX;
+    }
     if (out != nullptr) {
         host->reports.WriteAll(out);
     }
-    if (thread.taskHost == host->number) {
-        thread.task.reset();
+    if (thread->taskHost == host->number) {
+        thread->task.reset();
     }
+    devhost::live::Leave(host, *thread);
     if (!host->IsInUse()) {
         delete host;
     }

@@ -14,6 +14,7 @@
 #include "dxr_devhost/host.h"
 #include "guarded.h"
 #include "handles.h"
+#include "live_hosts.h"
 #include "options.h"
 #include "place.h"
 #include "report.h"
@@ -83,6 +84,7 @@ class Host {
   public:
     // One number a host in this process, from 1.
     const uint32_t number = ++lastNumber_;
+    live::Entry live;
     const Options options;
     Reports reports{*this};
     Chance chance;
@@ -156,18 +158,13 @@ class Call {
     Host *const host_;
 };
 
-// A call of a function of the host's own interface: its host, or the registered one for null.
+// A call of a function of the host's own interface: its host, or the registered one for null. For
+// the time of the call the host stays. It is none when that has ended, when there is no such host,
+// and without the memory to know the thread.
 class ApiCall {
   public:
-    explicit ApiCall(DxrHost *host)
-        : thread_(ThisThread()),
-          host_(host != nullptr ? reinterpret_cast<Host *>(host) : Enter(thread_)),
-          hasEntered_(host == nullptr) {}
-    ~ApiCall() {
-        if (hasEntered_) {
-            Leave(thread_);
-        }
-    }
+    explicit ApiCall(DxrHost *host);
+    ~ApiCall();
     ApiCall(const ApiCall &) = delete;
     ApiCall &operator=(const ApiCall &) = delete;
     ApiCall(ApiCall &&) = delete;
@@ -178,9 +175,9 @@ class ApiCall {
     Host &operator*() const { return *host_; }
 
   private:
-    ThreadRecord &thread_;
-    Host *const host_;
-    const bool hasEntered_;
+    ThreadRecord *thread_ = nullptr;  // null for a call that is in no host
+    Host *host_ = nullptr;
+    bool isNamed_ = false;
 };
 
 }  // namespace devhost

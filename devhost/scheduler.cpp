@@ -10,6 +10,7 @@
 
 #include "dxr_devhost/system_task.h"
 #include "host.h"
+#include "live_hosts.h"
 
 namespace devhost {
 namespace {
@@ -413,9 +414,10 @@ void *Scheduler::Main(void *user) {
     thread.taskHost = task->host->number;
     thread.depth = 0;
     RunBody(task);
-    // A task that was ended within a call leaves it here.
+    // A task that was ended within calls leaves them here.
     thread.depth = 0;
     thread.inside.store(nullptr, std::memory_order_release);
+    live::LeaveAll(thread);
     TaskFate fate = TaskFate::kRuns;
     if (task->fate.compare_exchange_strong(fate, TaskFate::kEnds)) {
         task->host->scheduler.TaskEnds(*task);
@@ -516,15 +518,23 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
     Task &task = *found->second;
     const WaitReason reason(place, "the end of task %u", id);
     Woken woken = Woken::kYes;
+    uint32_t failure = 0;
     ++task.joiners;
-    while (task.state != TaskState::kEnded && woken == Woken::kYes) {
-        woken = Wait(lock, by, task.hasEnded, deadline, reason);
+    try {
+        while (task.state != TaskState::kEnded && woken == Woken::kYes) {
+            woken = Wait(lock, by, task.hasEnded, deadline, reason);
+        }
+    } catch (const std::bad_alloc &) {
+        failure = ENOMEM;
     }
     const bool hasEnded = task.state == TaskState::kEnded;
     if (--task.joiners == 0 && hasEnded) {
         tasks_.erase(id);
     }
-    return hasEnded ? 0 : woken == Woken::kTimeout ? ETIMEDOUT : ECANCELED;
+    if (hasEnded || failure != 0) {
+        return hasEnded ? 0 : failure;
+    }
+    return woken == Woken::kTimeout ? ETIMEDOUT : ECANCELED;
 }
 
 // --- Jobs

@@ -488,18 +488,22 @@ using devhost::ApiCall;
 using devhost::Task;
 using devhost::ThisThread;
 
-uint32_t DxrHostGetTaskId(DxrHost *host) {
+uint32_t DxrHostGetTaskId(DxrHost *host) try {
     const ApiCall call(host);
     const devhost::Place place{"DxrHostGetTaskId", __builtin_return_address(0)};
     return call ? call->scheduler.Current(ThisThread(), place).id : 0;
+} catch (const std::bad_alloc &) {
+    return 0;
 }
 
-uint32_t DxrHostJoinTask(DxrHost *host, uint32_t task, uint32_t ms) {
+uint32_t DxrHostJoinTask(DxrHost *host, uint32_t task, uint32_t ms) try {
     const ApiCall call(host);
     if (!call) {
-        return 0;
+        return ECANCELED;
     }
     const devhost::Place place{"DxrHostJoinTask", __builtin_return_address(0)};
     Task &by = call->scheduler.Current(ThisThread(), place);
     return call->scheduler.Join(by, task, call->scheduler.After(ms), place);
+} catch (const std::bad_alloc &) {
+    return ENOMEM;
 }

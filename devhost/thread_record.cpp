@@ -6,6 +6,7 @@
 
 #include <ctime>
 
+#include "live_hosts.h"
 #include "scheduler.h"
 
 namespace devhost {
@@ -93,12 +94,13 @@ void FenceAllThreads() {
     (void)MemBarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
 }
 
-bool WaitUntilOutside(const Host *host, uint32_t ms) {
+bool WaitUntilOutside(Host &host, uint32_t ms) {
+    const ThreadRecord &self = ThisThread();
     for (uint32_t waited = 0;; ++waited) {
-        bool isInside = false;
+        bool isInside = live::HasOthers(host, self);
         for (ThreadRecord *at = g_records.load(std::memory_order_acquire); at != nullptr;
              at = at->next) {
-            isInside |= at != t_record && at->inside.load(std::memory_order_seq_cst) == host;
+            isInside |= at != &self && at->inside.load(std::memory_order_seq_cst) == &host;
         }
         if (!isInside || waited == ms) {
             return !isInside;

@@ -13,6 +13,12 @@ class Host;
 class Mutex;
 struct Task;
 
+// Calls of a host that was named, which are within each other.
+struct NamedCall {
+    Host *host;
+    uint32_t depth;
+};
+
 // Records are never freed: a thread that begins takes over one of a thread that has ended, with the
 // caches in it.
 struct ThreadRecord {
@@ -21,6 +27,7 @@ struct ThreadRecord {
     uint32_t number = 0;                  // from 1
     std::atomic<bool> isUsed{true};
     ThreadRecord *next = nullptr;
+    std::vector<NamedCall> named;  // the hosts that calls of this thread are in by name
 
     // What belongs to one host, by its number; stale when the host is another one.
     uint32_t taskHost = 0;
@@ -83,9 +90,9 @@ void PublishRegistration();
 // Lets all threads pass a full fence. Only while g_isFenceRemote is set.
 void FenceAllThreads();
 
-// Waits until no other thread is in the host; gives up after the given time. Tells whether all are
-// out.
-bool WaitUntilOutside(const Host *host, uint32_t ms);
+// Waits until no other thread is in the host, registered or named; gives up after the given time.
+// Tells whether all are out.
+bool WaitUntilOutside(Host &host, uint32_t ms);
 
 }  // namespace devhost
 

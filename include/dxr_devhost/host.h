@@ -67,20 +67,23 @@ DXR_API DxrHost *DxrHostCreate(const DxrHostOptions *options);
 DXR_API DxrHost *DxrHostCreateFromFile(const char *path, char *error, uint32_t errorSize);
 
 /* Fills the table of the library (DXR_RegisterHooks) with the host's functions and makes `host` the
- * one that they reach; null empties the table. Returns 0, or what DXR_RegisterHooks returns. Not
- * while other threads use the library. */
+ * one that they reach; null empties the table. Returns 0, what DXR_RegisterHooks returns, or EINVAL
+ * when there is no such host (any more). Not while other threads use the library. */
 DXR_API uint32_t DxrHostRegister(DxrHost *host);
 
 /* The host that is registered; null when there is none. */
 DXR_API DxrHost *DxrHostGet(void);
 
-/* Ends a host. In this order: it is no longer registered; tasks that wait in it, or call it, are
- * ended where they are, without their destructors; calls in progress are waited for; the library's
- * table is emptied when the host was registered; what modules left behind is reported, by service
- * and with the place that made it; everything is released. Writes the leftovers and the reports to
- * `out`, a line each; null: nowhere. Returns the number of leftovers. `host` null does nothing and
- * gives 0. Not from a task or a function that the host called: that is reported, gives UINT32_MAX,
- * and the host stays.
+/* Ends a host. In this order: it is no longer registered, and calls that name it no longer reach
+ * it, but for those of the calling thread's sinks; tasks that wait in it, or call it, are ended
+ * where they are, without their destructors; the waits of other threads end; calls in progress are
+ * waited for; the library's table is emptied when the host was registered; what modules left behind
+ * is reported, by service and with the place that made it; everything is released. Writes the
+ * leftovers and the reports to `out`, a line each; null: nowhere. Returns the number of leftovers.
+ * `host` null does nothing and gives 0. Not from a task or a function that the host called: that is
+ * reported, gives UINT32_MAX, and the host stays. UINT32_MAX also when there is no such host, when
+ * another thread ends it, and without the memory to find what is left: then it is no longer
+ * registered, and may be ended later.
  *
  * Later calls of the slots, by those who kept a table, give their failure values; see
  * DxrHostGetLateCalls. */
@@ -95,9 +98,11 @@ DXR_API uint64_t DxrHostGetLateCalls(void);
  * DxrHostRegister. `hooks` must not be null. */
 DXR_API void DxrHostFillHooks(DxrHooks *hooks);
 
-/* In what follows `host` null stands for the registered host; without one nothing is done and the
- * answer is 0, false or empty. Every function may be called from any thread at any time, except
- * where it says otherwise. */
+/* In what follows, and in the headers of the services, `host` null stands for the registered host.
+ * Without one, with one that has ended, and without memory, nothing is done and the answer is 0,
+ * false or empty, except where the function names another one. Every function may be called from
+ * any thread at any time, also while another thread ends the host, except where it says otherwise.
+ * An address that had a host and has a newer one now names the newer one. */
 
 /* ---- Reports ---------------------------------------------------------------------------- */
 
@@ -164,7 +169,8 @@ typedef struct DxrHostExploration {
  * tasks wait for each other, or the time is over. Prints the seed and the reason of the first
  * failed run to standard error; giving that seed with `seeds` 1 repeats it. Tasks that still run
  * when the body returns are ended. Returns 0 when all runs were well, 1 when one failed, 2 when a
- * host could not be made. `found` may be null. No host must be registered. */
+ * host could not be made or memory did not suffice. `found` may be null. No host must be
+ * registered. */
 DXR_API uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBody body,
                                 void *user, DxrHostExploration *found);
 

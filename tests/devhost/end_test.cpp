@@ -1,9 +1,16 @@
 // Ends: of hosts while threads wait in them or run their code, of runs, of threads that a host
 // knows.
+#include <unistd.h>
+
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <fstream>
+#include <iterator>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "devhost/host_fixture.h"
 
@@ -122,6 +129,188 @@ TEST_F(RealEnd, ATimersFunctionMayOutliveTheHost) {
         std::this_thread::yield();
     }
     Pause();  // the thread goes on from here; a sanitizer sees where to
+}
+
+// --- Calls that name their host
+
+constexpr DxrHostUnit kLpu = {DXR_HOST_UNIT_LPU, 3};
+
+uint32_t OpenMailbox(DxrHost *host) {
+    const DxrHostMailbox box{sizeof(DxrHostMailbox), 0, kLpu, nullptr, nullptr};
+    return DxrHostOpenMailbox(host, &box);
+}
+
+uint32_t Receive(DxrHost *host, uint32_t ms) {
+    DxrHostMessage message;
+    return DxrHostReceiveMessage(host, &kLpu, &message, nullptr, 0, ms);
+}
+
+// Whether the machine says that a thread of this process sleeps.
+bool IsAsleep(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    const size_t name = line.rfind(") ");
+    return name != std::string::npos && line[name + 2] == 'S';
+}
+
+// Runs the function on a thread, and comes back when that waits in it.
+template <typename Function>
+std::thread WaitingIn(Function function) {
+    std::atomic<pid_t> id{0};
+    std::thread thread([&id, function] {
+        id = gettid();
+        function();
+    });
+    while (id == 0 || !IsAsleep(id)) {
+        std::this_thread::yield();
+    }
+    return thread;
+}
+
+TEST_F(RealEnd, ThreadsThatWaitInANamedHostComeBack) {
+    EXPECT_EQ(OpenMailbox(host), 0U);
+    DxrHost *const named = host;
+    const uint32_t self = DxrHostGetTaskId(host);
+    std::array<uint32_t, 2> results{};
+    std::thread receiver =
+        WaitingIn([&results, named] { results[0] = Receive(named, DXR_HOST_FOREVER); });
+    std::thread joiner = WaitingIn(
+        [&results, named, self] { results[1] = DxrHostJoinTask(named, self, DXR_HOST_FOREVER); });
+    EXPECT_EQ(End(), 1U) << "the mailbox";
+    receiver.join();
+    joiner.join();
+    EXPECT_THAT(results, ElementsAre(kCanceled, kCanceled));
+}
+
+TEST_F(RealEnd, ThreadsThatWaitInAHostThatIsNotRegisteredComeBack) {
+    DxrHostRegister(nullptr);
+    EXPECT_EQ(OpenMailbox(host), 0U);
+    DxrHost *const named = host;
+    uint32_t result = 0;
+    std::thread receiver =
+        WaitingIn([&result, named] { result = Receive(named, DXR_HOST_FOREVER); });
+    EXPECT_EQ(End(), 1U) << "the mailbox";
+    receiver.join();
+    EXPECT_EQ(result, kCanceled);
+}
+
+TEST_F(RealEnd, ATaskEndsWhereItWaitsInANamedHost) {
+    EXPECT_EQ(OpenMailbox(host), 0U);
+    Spawn([](void *named) { (void)Receive(static_cast<DxrHost *>(named), DXR_HOST_FOREVER); },
+          host);
+    Pause();
+    EXPECT_EQ(End(), 2U) << "the task and the mailbox, and no call that does not come back";
+}
+
+TEST_F(RealEnd, AHostThatHasEndedAnswersNothing) {
+    DxrHost *const ended = host;
+    (void)DxrHostGetTaskId(host);
+    EXPECT_EQ(End(), 0U);
+    EXPECT_EQ(OpenMailbox(ended), kCanceled);
+    EXPECT_EQ(Receive(ended, DXR_HOST_FOREVER), kCanceled);
+    EXPECT_EQ(DxrHostJoinTask(ended, 1, DXR_HOST_FOREVER), kCanceled);
+    EXPECT_EQ(DxrHostGetTaskId(ended), 0U);
+    EXPECT_FALSE(DxrHostAdvance(ended, 1));
+    DxrHostReport report{};
+    EXPECT_FALSE(DxrHostGetReport(ended, 0, &report));
+    EXPECT_EQ(DxrHostGetReportCount(ended), 0U);
+    DxrHostSetPrintSink(ended, nullptr, nullptr, 1);
+    EXPECT_EQ(DxrHostGetMemoryAccount(ended, 7).mid, 7U);
+    EXPECT_EQ(DxrHostRegister(ended), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DxrHostGet(), nullptr);
+    EXPECT_EQ(DxrHostDestroy(ended, nullptr), UINT32_MAX);
+    EXPECT_EQ(OpenMailbox(reinterpret_cast<DxrHost *>(this)), kCanceled) << "this is no host";
+}
+
+class SteppedEnd : public dxrtest::SteppedHost {};
+
+TEST_F(SteppedEnd, AFunctionThatTheHostCallsEndsItNot) {
+    static uint32_t result = 0;
+    const auto end = [](void *named) {
+        result = DxrHostDestroy(static_cast<DxrHost *>(named), nullptr);
+    };
+    DxrHostTimer timer{sizeof(DxrHostTimer), 5, 0, 0, end, host, nullptr};
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 5));
+    EXPECT_EQ(result, UINT32_MAX);
+    EXPECT_EQ(DxrHostGet(), host);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre("a host cannot be ended by its own task or from within its call"));
+}
+
+// A sink that is told of what was left behind may ask the host that ends.
+TEST_F(RealEnd, ASinkReachesTheHostThatEnds) {
+    struct Asked {
+        DxrHost *host;
+        uint32_t reports;
+        uint32_t ended;
+    } asked{host, 0, 0};
+    DxrHostSetReportSink(
+        host,
+        [](const DxrHostReport *, void *user) {
+            auto *const to = static_cast<Asked *>(user);
+            to->reports = DxrHostGetReportCount(to->host);
+            to->ended = DxrHostDestroy(to->host, nullptr);
+        },
+        &asked);
+    EXPECT_EQ(OpenMailbox(host), 0U);
+    EXPECT_EQ(End(), 1U);
+    EXPECT_EQ(asked.reports, 2U) << "the mailbox, and the end that was refused";
+    EXPECT_EQ(asked.ended, UINT32_MAX);
+}
+
+// More hosts than one, each called from within a call of the one before.
+TEST_F(SteppedEnd, CallsReachSeveralHosts) {
+    struct Chain {
+        std::array<DxrHost *, 9> hosts;
+        size_t reached;
+    } static chain;
+    chain = {};
+    const auto next = [](void *) {
+        ++chain.reached;
+        if (chain.reached < chain.hosts.size()) {
+            EXPECT_TRUE(DxrHostAdvance(chain.hosts[chain.reached], 1)) << chain.reached;
+        }
+    };
+    std::vector<DxrHostTimer> timers(chain.hosts.size());
+    for (size_t i = 0; i < chain.hosts.size(); ++i) {
+        chain.hosts[i] = DxrHostCreate(&options);
+        DxrHostRegister(chain.hosts[i]);
+        timers[i] = {sizeof(DxrHostTimer), 1, 0, 0, next, nullptr, nullptr};
+        EXPECT_EQ(DXR_StartTimer(&timers[i]), 0U);
+    }
+    EXPECT_TRUE(DxrHostAdvance(chain.hosts[0], 1));
+    EXPECT_EQ(chain.reached, chain.hosts.size());
+    for (DxrHost *const each : chain.hosts) {
+        EXPECT_EQ(DxrHostDestroy(each, nullptr), 0U);
+    }
+}
+
+TEST_F(RealEnd, ThreadsCallANamedHostWhileItEnds) {
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<uint32_t> begun{0};
+        std::vector<std::thread> threads;
+        DxrHost *const named = DxrHostCreate(nullptr);
+        ASSERT_NE(named, nullptr);
+        for (uint32_t i = 0; i < 3; ++i) {
+            threads.emplace_back([named, i, &begun] {
+                ++begun;
+                uint32_t result = 0;
+                while (result != kCanceled) {
+                    (void)DxrHostGetTaskId(named);
+                    (void)DxrHostSetEvent(named, i, 1, 2);
+                    result = i == 0 ? Receive(named, 0) : DxrHostJoinTask(named, 1000, 0);
+                }
+            });
+        }
+        while (begun != threads.size()) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DxrHostDestroy(named, nullptr), 0U);
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+    }
 }
 
 // --- The end of a run

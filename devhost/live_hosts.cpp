@@ -1,0 +1,97 @@
+#include "live_hosts.h"
+
+#include <algorithm>
+#include <mutex>
+
+#include "host.h"
+
+namespace devhost::live {
+namespace {
+
+// Nothing else is locked, and nobody called, while it is held.
+constinit std::mutex g_mutex;
+constinit Host *g_first = nullptr;
+
+bool IsThere(const Host *host) {
+    const Host *at = g_first;
+    while (at != nullptr && at != host) {
+        at = at->live.next;
+    }
+    return at != nullptr;
+}
+
+auto CallOf(const Host *host, ThreadRecord &thread) {
+    return std::find_if(thread.named.begin(), thread.named.end(),
+                        [host](const NamedCall &each) { return each.host == host; });
+}
+
+}  // namespace
+
+void Add(Host &host) {
+    const std::lock_guard lock(g_mutex);
+    host.live.next = g_first;
+    g_first = &host;
+}
+
+bool TakeOut(Host *host, ThreadRecord &thread) {
+    if (!Enter(host, thread)) {
+        return false;
+    }
+    {
+        const std::lock_guard lock(g_mutex);
+        for (Host **at = &g_first; *at != nullptr; at = &(*at)->live.next) {
+            if (*at == host) {
+                *at = host->live.next;
+                return true;
+            }
+        }
+    }
+    Leave(host, thread);
+    return false;
+}
+
+bool Enter(Host *host, ThreadRecord &thread) {
+    const auto found = CallOf(host, thread);
+    if (found != thread.named.end()) {
+        ++found->depth;
+        return true;
+    }
+    thread.named.reserve(thread.named.size() + 1);
+    const std::lock_guard lock(g_mutex);
+    if (!IsThere(host)) {
+        return false;
+    }
+    ++host->live.threads;
+    thread.named.push_back({host, 1});
+    return true;
+}
+
+void Leave(Host *host, ThreadRecord &thread) {
+    const auto found = CallOf(host, thread);
+    if (--found->depth == 0) {
+        thread.named.erase(found);
+        const std::lock_guard lock(g_mutex);
+        --host->live.threads;
+    }
+}
+
+void LeaveAll(ThreadRecord &thread) {
+    const std::lock_guard lock(g_mutex);
+    for (const NamedCall &each : thread.named) {
+        --each.host->live.threads;
+    }
+    thread.named.clear();
+}
+
+bool IsIn(const Host *host, const ThreadRecord &thread) {
+    return std::any_of(thread.named.begin(), thread.named.end(),
+                       [host](const NamedCall &each) { return each.host == host; });
+}
+
+bool HasOthers(Host &host, const ThreadRecord &thread) {
+    const uint32_t own = IsIn(&host, thread) ? 1 : 0;
+    const std::lock_guard lock(g_mutex);
+    return host.live.threads != own;
+}
+
+}  // namespace devhost::live
