@@ -135,7 +135,7 @@ uint32_t MessageService::Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t 
     if (box == nullptr || box->given.handler != nullptr) {
         return box == nullptr ? ENOENT : EINVAL;
     }
-    Woken woken = ms == 0 ? Woken::kTimeout : Woken::kYes;
+    Woken woken = scheduler.HasEnded() ? Woken::kEnded : ms == 0 ? Woken::kTimeout : Woken::kYes;
     uint32_t result = 0;
     ++box->users;
     try {

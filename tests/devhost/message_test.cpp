@@ -355,6 +355,7 @@ TEST_F(MessagesInVirtualTime, AreAcknowledgedByReceivers) {
     DXR_RebootOS(0, nullptr);
     EXPECT_EQ(Send(kLpu3, 1), kEnded);
     EXPECT_EQ(Receive(kLpu3, 1000).result, kEnded);
+    EXPECT_EQ(Receive(kLpu3, 0).result, kEnded) << "also without waiting";
     EXPECT_EQ(End(), 2U) << "the task and the mailbox";
 }
 
