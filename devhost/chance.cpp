@@ -1,5 +1,7 @@
 #include "chance.h"
 
+#include <new>
+
 #include "host.h"
 
 namespace devhost {
@@ -82,26 +84,34 @@ FaultPoint &Chance::Point(std::string_view name) {
 
 using devhost::ApiCall;
 
-void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) {
+void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) try {
     const ApiCall call(host);
     if (call && point != nullptr) {
         call->chance.Point(point).FailNth(n, onwards);
     }
+} catch (const std::bad_alloc &) {
+    // The point is not there yet, and does not fail.
 }
 
-void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths) {
+void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths) try {
     const ApiCall call(host);
     if (call && point != nullptr) {
         call->chance.Point(point).FailShare(millionths);
     }
+} catch (const std::bad_alloc &) {
+    // The point is not there yet, and does not fail.
 }
 
-uint64_t DxrHostGetSteps(DxrHost *host, const char *point) {
+uint64_t DxrHostGetSteps(DxrHost *host, const char *point) try {
     const ApiCall call(host);
     return call && point != nullptr ? call->chance.Point(point).Steps() : 0;
+} catch (const std::bad_alloc &) {
+    return 0;
 }
 
-uint64_t DxrHostGetFailures(DxrHost *host, const char *point) {
+uint64_t DxrHostGetFailures(DxrHost *host, const char *point) try {
     const ApiCall call(host);
     return call && point != nullptr ? call->chance.Point(point).Failures() : 0;
+} catch (const std::bad_alloc &) {
+    return 0;
 }

@@ -1,8 +1,10 @@
 // A test body over many seeds, each in a host and a virtual time of its own.
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "dxr_devhost/host.h"
@@ -26,7 +28,7 @@ void RunBody(void *argument) {
     run->result = run->body(run->host, run->user);
 }
 
-// Why the run failed; empty when it did not.
+// Why the run failed; empty when it did not. Throws std::bad_alloc.
 std::string RunOnce(Run &run) {
     auto &host = *reinterpret_cast<Host *>(run.host);
     auto task = std::make_unique<Task>();
@@ -39,7 +41,11 @@ std::string RunOnce(Run &run) {
     if (id == 0) {
         return "no thread could be made";
     }
-    if (host.scheduler.Join(main, id, kForever, place) != 0) {
+    const uint32_t joined = host.scheduler.Join(main, id, kForever, place);
+    if (joined == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    if (joined != 0) {
         return host.scheduler.EndText();
     }
     return run.result != 0 ? "the body returned " + std::to_string(run.result) : std::string();
@@ -53,6 +59,7 @@ uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBo
     constexpr uint32_t kAllWell = 0;
     constexpr uint32_t kOneFailed = 1;
     constexpr uint32_t kNoHost = 2;
+    constexpr uint32_t kNoMemory = 2;
     DxrHostOptions each;
     DxrHostInitOptions(&each);
     each.endSec = devhost::kDefaultEndSec;
@@ -69,13 +76,21 @@ uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBo
             result = kNoHost;
             break;
         }
-        ++exploration.runs;
-        const std::string why = devhost::RunOnce(run);
+        std::string why;
+        bool hasRun = true;
+        try {
+            why = devhost::RunOnce(run);
+        } catch (const std::bad_alloc &) {
+            hasRun = false;
+        }
+        exploration.runs += hasRun ? 1 : 0;
         // What the end of the run cuts off is no finding.
         DxrHostSetReportSink(
             run.host, [](const DxrHostReport *, void *) {}, nullptr);
         (void)DxrHostDestroy(run.host, nullptr);
-        if (!why.empty()) {
+        if (!hasRun) {
+            result = kNoMemory;
+        } else if (!why.empty()) {
             exploration.result = run.result;
             exploration.seed = each.seed;
             (void)std::snprintf(exploration.text, sizeof(exploration.text), "%s", why.c_str());

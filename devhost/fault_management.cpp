@@ -238,7 +238,7 @@ uint32_t DxrHostAddFaultCheck(DxrHost *host, const char *name, DxrHostFaultCheck
     }
 }
 
-bool DxrHostRemoveFaultCheck(DxrHost *host, uint32_t number) {
+bool DxrHostRemoveFaultCheck(DxrHost *host, uint32_t number) try {
     const ApiCall call(host);
     if (!call) {
         return false;
@@ -257,6 +257,8 @@ bool DxrHostRemoveFaultCheck(DxrHost *host, uint32_t number) {
     }
     (void)call->scheduler.Stop(*check, &task, place);
     return true;
+} catch (const std::bad_alloc &) {
+    return false;
 }
 
 bool DxrHostGetFaultCheck(DxrHost *host, uint32_t number, DxrHostFaultCheckState *state) {

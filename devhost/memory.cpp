@@ -549,7 +549,8 @@ void FillMemory(DxrHooks &hooks) {
 using devhost::ApiCall;
 using devhost::StateOf;
 
-uint32_t DxrHostGetMemoryAccounts(DxrHost *host, DxrHostMemoryAccount *accounts, uint32_t room) {
+uint32_t DxrHostGetMemoryAccounts(DxrHost *host, DxrHostMemoryAccount *accounts,
+                                  uint32_t room) try {
     const ApiCall call(host);
     if (!call) {
         return 0;
@@ -563,9 +564,11 @@ uint32_t DxrHostGetMemoryAccounts(DxrHost *host, DxrHostMemoryAccount *accounts,
         accounts[index++] = account;
     }
     return static_cast<uint32_t>(all.size());
+} catch (const std::bad_alloc &) {
+    return 0;
 }
 
-DxrHostMemoryAccount DxrHostGetMemoryAccount(DxrHost *host, uint32_t mid) {
+DxrHostMemoryAccount DxrHostGetMemoryAccount(DxrHost *host, uint32_t mid) try {
     const ApiCall call(host);
     DxrHostMemoryAccount account{};
     if (call) {
@@ -575,9 +578,13 @@ DxrHostMemoryAccount DxrHostGetMemoryAccount(DxrHost *host, uint32_t mid) {
     }
     account.mid = mid;
     return account;
+} catch (const std::bad_alloc &) {
+    DxrHostMemoryAccount none{};
+    none.mid = mid;
+    return none;
 }
 
-uint32_t DxrHostGetMemorySites(DxrHost *host, DxrHostMemorySite *sites, uint32_t room) {
+uint32_t DxrHostGetMemorySites(DxrHost *host, DxrHostMemorySite *sites, uint32_t room) try {
     const ApiCall call(host);
     if (!call) {
         return 0;
@@ -585,9 +592,11 @@ uint32_t DxrHostGetMemorySites(DxrHost *host, DxrHostMemorySite *sites, uint32_t
     const auto all = StateOf(*call).Sites();
     std::copy_n(all.begin(), std::min<size_t>(room, all.size()), sites);
     return static_cast<uint32_t>(all.size());
+} catch (const std::bad_alloc &) {
+    return 0;
 }
 
-uint32_t DxrHostReportLeaks(DxrHost *host, FILE *out) {
+uint32_t DxrHostReportLeaks(DxrHost *host, FILE *out) try {
     const ApiCall call(host);
     if (!call) {
         return 0;
@@ -600,6 +609,8 @@ uint32_t DxrHostReportLeaks(DxrHost *host, FILE *out) {
         }
     }
     return static_cast<uint32_t>(live.size());
+} catch (const std::bad_alloc &) {
+    return 0;
 }
 
 uint64_t DxrHostGetBadReleases(DxrHost *host) {

@@ -652,31 +652,37 @@ void FillSystem(DxrHooks &hooks) {
 
 using devhost::ApiCall;
 
-void DxrHostSetWorkPath(DxrHost *host, const char *path) {
+void DxrHostSetWorkPath(DxrHost *host, const char *path) try {
     const ApiCall call(host);
     if (call && path != nullptr) {
         devhost::SystemService &state = devhost::StateOf(*call);
         const std::lock_guard lock(state.mutex);
         state.workPath = path;
     }
+} catch (const std::bad_alloc &) {
+    // The one before stays.
 }
 
-void DxrHostSetBinFolderName(DxrHost *host, const char *name) {
+void DxrHostSetBinFolderName(DxrHost *host, const char *name) try {
     const ApiCall call(host);
     if (call && name != nullptr) {
         devhost::SystemService &state = devhost::StateOf(*call);
         const std::lock_guard lock(state.mutex);
         state.binFolder = name;
     }
+} catch (const std::bad_alloc &) {
+    // The one before stays.
 }
 
-void DxrHostSetEnvValue(DxrHost *host, uint32_t id, uint32_t value) {
+void DxrHostSetEnvValue(DxrHost *host, uint32_t id, uint32_t value) try {
     const ApiCall call(host);
     if (call) {
         devhost::SystemService &state = devhost::StateOf(*call);
         const std::lock_guard lock(state.mutex);
         state.envValues[id] = value;
     }
+} catch (const std::bad_alloc &) {
+    // The one before stays.
 }
 
 void DxrHostSetLrId(DxrHost *host, uint32_t lrId) {

@@ -64,6 +64,7 @@ class Module {
         UseDescriptions(host);
         UseMessages(host);
         UseTables(host);
+        Steer(host);
     }
 
     void UseDatabase(DxrHost *host) const {
@@ -278,7 +279,7 @@ class Module {
         (void)DxrHostOpenMailbox(host, &waiting);
         (void)DxrHostOpenMailbox(host, &handled);
         DxrMessageFilter *filter = nullptr;
-        try {
+        try {  // the library's: a function of C++
             const DxrMessageFilterInfo info = {DXR_HOST_UNIT_SFU, 1, "sfu", nullptr, 0};
             filter = DXR_CreateMessageFilter(&info, 0);
         } catch (const std::bad_alloc &) {
@@ -291,11 +292,7 @@ class Module {
         message.bytes = 4;
         for (const char *const point :
              {"", "message.lose", "message.twice", "message.delay", "message.reorder"}) {
-            try {
-                DxrHostFailNth(host, point, 1, false);
-            } catch (const std::bad_alloc &) {
-                continue;
-            }
+            DxrHostFailNth(host, point, 1, false);
             message.to = lpu;
             (void)DXR_SendMsg(&message);
             message.flags = DXR_HOST_MESSAGE_ACK;
@@ -345,6 +342,31 @@ class Module {
         }
         DXR_ReleaseTblm(2, 0);
         DXR_ReleaseTblm(2, 0);
+    }
+
+    // What only tests call.
+    void Steer(DxrHost *host) const {
+        DxrHostFailNth(host, "a point of its own", 1, false);
+        DxrHostFailShare(host, "another point of its own", 1);
+        (void)DxrHostGetSteps(host, "a third point of its own");
+        (void)DxrHostGetFailures(host, "a fourth point of its own");
+        void *const block = DXR_Malloc(9, 40, "module.c", 8);
+        std::array<DxrHostMemoryAccount, 2> accounts{};
+        std::array<DxrHostMemorySite, 2> sites{};
+        (void)DxrHostGetMemoryAccounts(host, accounts.data(), accounts.size());
+        (void)DxrHostGetMemoryAccount(host, 9);
+        (void)DxrHostGetMemorySites(host, sites.data(), sites.size());
+        (void)DxrHostReportLeaks(host, nullptr);
+        DXR_Free(block, "module.c", 9);
+        DxrHostSetWorkPath(host, work_.c_str());
+        DxrHostSetBinFolderName(host, "a folder with a name that is long");
+        DxrHostSetEnvValue(host, 7, 8);
+        DxrHost *const another = DxrHostCreate(nullptr);
+        const uint32_t task = DxrHostGetTaskId(another);
+        (void)DxrHostJoinTask(another, task, 0);
+        (void)DxrHostRemoveFaultCheck(another, 1);
+        (void)DxrHostDestroy(another, nullptr);
+        (void)DxrHostJoinTask(host, DxrHostGetTaskId(host), 0);
     }
 
     const std::string work_;
