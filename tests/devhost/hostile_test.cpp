@@ -488,7 +488,7 @@ class Hostile : public testing::Test {
     }
 
     std::mt19937_64 random_;
-    dxrtest::TemporaryDirectory directory_;
+    dxrtest::TemporaryDirectory directory_{dxrtest::TemporaryDirectory::InMemory()};
     std::string path_ = directory_.Write("data", "0123456789");
     uint32_t clock_ = 0;  // with the stepped one nobody would end a wait
     std::vector<Word> handles_;
@@ -524,7 +524,7 @@ class Hostile : public testing::Test {
 
 size_t Sequences() {
     const char *const given = std::getenv("DXR_TEST_SEQUENCES");
-    return given != nullptr ? std::strtoull(given, nullptr, 10) : 100;
+    return given != nullptr ? std::strtoull(given, nullptr, 10) : 300;
 }
 
 TEST_F(Hostile, SequencesInSteppedTime) {

@@ -2,6 +2,8 @@
 #ifndef DXR_TESTS_TOOLS_TEMPORARY_DIRECTORY_H
 #define DXR_TESTS_TOOLS_TEMPORARY_DIRECTORY_H
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,8 +15,9 @@ namespace dxrtest {
 
 class TemporaryDirectory {
   public:
-    TemporaryDirectory() {
-        std::string name = (std::filesystem::temp_directory_path() / "dxr_test_XXXXXX").string();
+    TemporaryDirectory() : TemporaryDirectory(std::filesystem::temp_directory_path()) {}
+    explicit TemporaryDirectory(const std::filesystem::path &below) {
+        std::string name = (below / "dxr_test_XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary directory");
         }
@@ -28,6 +31,13 @@ class TemporaryDirectory {
     TemporaryDirectory &operator=(const TemporaryDirectory &) = delete;
     TemporaryDirectory(TemporaryDirectory &&) = delete;
     TemporaryDirectory &operator=(TemporaryDirectory &&) = delete;
+
+    // Where files lie in memory, if the machine has that: for tests that write many, and have the
+    // host bring each to the disk.
+    static std::filesystem::path InMemory() {
+        constexpr const char *kMemory = "/dev/shm";
+        return access(kMemory, W_OK | X_OK) == 0 ? kMemory : std::filesystem::temp_directory_path();
+    }
 
     [[nodiscard]] std::string Path(const std::string &name = {}) const {
         return name.empty() ? path_.string() : (path_ / name).string();
