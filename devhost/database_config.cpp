@@ -49,13 +49,13 @@ void TakeItems(Members &from, const char *name, std::map<uint32_t, uint32_t> &it
 }
 
 Block TakeBlock(Members &from, uint32_t number) {
-    const nlohmann::json *const values = from.Find("values");
-    if (values == nullptr || !values->is_array() || values->size() > DXR_HOST_CONFIG_VALUES) {
+    const JsonValue *const values = from.Find("values");
+    if (values == nullptr || !values->IsList() || values->list.size() > DXR_HOST_CONFIG_VALUES) {
         from.Blame("values", "must be a list of at most 30 numbers");
     }
-    Block block = {number, static_cast<uint32_t>(values->size())};
+    Block block = {number, static_cast<uint32_t>(values->list.size())};
     size_t next = 2;
-    for (const nlohmann::json &each : *values) {
+    for (const JsonValue &each : values->list) {
         const std::optional<uint64_t> value = NumberOf(each);
         if (!value || *value > UINT32_MAX) {
             from.Blame("values", "must be whole numbers within their range");

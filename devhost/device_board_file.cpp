@@ -1,5 +1,4 @@
 // From the file of a board's description to the description.
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
@@ -8,8 +7,6 @@
 
 namespace devhost {
 namespace {
-
-using nlohmann::json;
 
 void TakeCell(Members &from, Spaces &spaces, const DxrHostCell &at, const char *addressName) {
     if (!Spaces::IsValid(at)) {
@@ -28,12 +25,12 @@ void TakeI2c(Members &from, Spaces &spaces) {
     DxrHostCell at{DXR_HOST_I2C, from.Number32("bus"), from.Number32("device"), 0,
                    from.Number("offset", UINT32_MAX, 0)};
     const auto readOnly = static_cast<uint32_t>(from.Number("readOnly", kByte, 0));
-    const json *const bytes = from.Find("bytes");
-    if (!Spaces::IsValid(at) || bytes == nullptr || !bytes->is_array()) {
+    const JsonValue *const bytes = from.Find("bytes");
+    if (!Spaces::IsValid(at) || bytes == nullptr || !bytes->IsList()) {
         from.Blame("bytes", "must be a list of bytes, at an offset of a device below 128");
     }
     (void)spaces.cells[IdOf(at)];  // also one without bytes answers
-    for (const json &byte : *bytes) {
+    for (const JsonValue &byte : bytes->list) {
         const std::optional<uint64_t> number = NumberOf(byte);
         if (!number || *number > kByte || !Spaces::IsValid(at)) {
             from.Blame("bytes", "must be numbers up to 255, up to offset 65535");
@@ -129,7 +126,7 @@ void TakeSpaces(Members &from, Spaces &spaces) {
 }
 
 void TakeAll(Members &from, Board &board) {
-    if (const json *const values = from.Find("board")) {
+    if (const JsonValue *const values = from.Find("board")) {
         Members members(*values, "/board");
         for (auto &[name, value] : board.values) {
             value = members.Number32(name.c_str(), value);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <string_view>
@@ -59,10 +58,12 @@ class Walker {
     std::string TakeKey() {
         const size_t begin = at_;
         SkipText();
-        std::string key = nlohmann::json::parse(text_.substr(begin, at_ - begin));
+        JsonValue key;
+        size_t wrongAt = 0;
+        (void)ParseJson(std::string_view(text_).substr(begin, at_ - begin), key, wrongAt);
         SkipBlanks();
         ++at_;
-        return key;
+        return key.text;
     }
 
     void SkipText() {
@@ -96,49 +97,7 @@ class Walker {
     size_t at_;
 };
 
-// Takes no value, and remembers where a text stops being JSON.
-class Checker : public nlohmann::json_sax<nlohmann::json> {
-  public:
-    bool null() override { return true; }
-    bool boolean(bool /*value*/) override { return true; }
-    bool number_integer(number_integer_t /*value*/) override { return true; }
-    bool number_unsigned(number_unsigned_t /*value*/) override { return true; }
-    bool number_float(number_float_t /*value*/, const string_t & /*text*/) override { return true; }
-    bool string(string_t & /*value*/) override { return true; }
-    bool binary(binary_t & /*value*/) override { return true; }
-    bool start_object(size_t /*elements*/) override { return true; }
-    bool key(string_t & /*value*/) override { return true; }
-    bool end_object() override { return true; }
-    bool start_array(size_t /*elements*/) override { return true; }
-    bool end_array() override { return true; }
-    bool parse_error(size_t position, const std::string & /*token*/,
-                     const nlohmann::detail::exception & /*problem*/) override {
-        wrongAt = position;
-        return false;
-    }
-
-    size_t wrongAt = 0;  // the last byte read, counted from 1
-};
-
-// Empties a value from within. Its own end would need memory for that, and would end the program
-// without; deeper than anybody writes it does.
-void Dismantle(nlohmann::json &value, uint32_t depth) {
-    if (depth > 0 && value.is_structured()) {
-        for (nlohmann::json &each : value) {
-            Dismantle(each, depth - 1);
-        }
-        value.clear();
-    }
-}
-
 }  // namespace
-
-// The library of JSON does not say that it throws nothing here.
-// NOLINTNEXTLINE(bugprone-exception-escape)
-JsonFile::~JsonFile() {
-    constexpr uint32_t kMostDepth = 100;
-    Dismantle(value_, kMostDepth);
-}
 
 std::string JsonFile::PlaceOf(const std::string &pointer) const {
     return devhost::PlaceOf(text_, Walker(text_).Find(pointer));
@@ -151,14 +110,12 @@ bool JsonFile::Read(const std::string &path, std::string &error) {
         error = path + ": cannot be read";
         return false;
     }
-    // First without values: those of a text that is wrong would have to be ended, see above.
-    Checker checker;
-    if (!nlohmann::json::sax_parse(text_, &checker)) {
-        const size_t at = checker.wrongAt > 0 ? checker.wrongAt - 1 : 0;
-        error = path + ":" + devhost::PlaceOf(text_, at) + ": this is no JSON";
+    size_t wrongAt = 0;
+    const char *const why = ParseJson(text_, value_, wrongAt);
+    if (why != nullptr) {
+        error = path + ":" + devhost::PlaceOf(text_, wrongAt) + ": " + why;
         return false;
     }
-    value_ = nlohmann::json::parse(text_);
     return true;
 }
 

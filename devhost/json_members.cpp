@@ -8,16 +8,14 @@
 
 namespace devhost {
 
-using nlohmann::json;
-
-std::optional<uint64_t> NumberOf(const json &value) {
-    if (value.is_number_unsigned()) {
-        return value.get<uint64_t>();
+std::optional<uint64_t> NumberOf(const JsonValue &value) {
+    if (value.IsNumber()) {
+        return value.number;
     }
-    if (!value.is_string()) {
+    if (!value.IsText()) {
         return std::nullopt;
     }
-    const auto &text = value.get_ref<const std::string &>();
+    const std::string &text = value.text;
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     const std::string digits = isHex ? text.substr(2) : text;
     const bool areDigits =
@@ -28,9 +26,9 @@ std::optional<uint64_t> NumberOf(const json &value) {
     return areDigits && errno == 0 ? std::optional(number) : std::nullopt;
 }
 
-Members::Members(const json &object, std::string place)
+Members::Members(const JsonValue &object, std::string place)
     : object_(object), place_(std::move(place)) {
-    if (!object.is_object()) {
+    if (!object.IsObject()) {
         Blame("", "must be an object");
     }
 }
@@ -40,7 +38,7 @@ void Members::Blame(const char *name, const char *why) const {
 }
 
 uint64_t Members::Number(const char *name, uint64_t most, std::optional<uint64_t> otherwise) {
-    const json *const member = Find(name);
+    const JsonValue *const member = Find(name);
     if (member == nullptr && !otherwise) {
         Blame(name, "is missing");
     }
@@ -56,24 +54,23 @@ uint32_t Members::Number32(const char *name, std::optional<uint64_t> otherwise) 
 }
 
 std::string Members::Text(const char *name, const char *otherwise) {
-    const json *const member = Find(name);
+    const JsonValue *const member = Find(name);
     if (member == nullptr && otherwise == nullptr) {
         Blame(name, "is missing");
     }
-    if (member != nullptr && !member->is_string()) {
+    if (member != nullptr && !member->IsText()) {
         Blame(name, "must be a text");
     }
-    return member != nullptr ? member->get<std::string>() : otherwise;
+    return member != nullptr ? member->text : otherwise;
 }
 
-const json *Members::Find(const char *name) {
+const JsonValue *Members::Find(const char *name) {
     known_.insert(name);
-    const auto found = object_.find(name);
-    return found != object_.end() ? &*found : nullptr;
+    return object_.Find(name);
 }
 
 void Members::RefuseOthers() const {
-    for (const auto &[name, value] : object_.items()) {
+    for (const auto &[name, value] : object_.members) {
         if (!known_.contains(name)) {
             Blame(name.c_str(), "is not known");
         }

@@ -5,10 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <string>
+
+#include "json_value.h"
 
 namespace devhost {
 
@@ -19,12 +20,12 @@ struct Wrong {
 };
 
 // A whole number, or a text with one: decimal, or hexadecimal after "0x".
-std::optional<uint64_t> NumberOf(const nlohmann::json &value);
+std::optional<uint64_t> NumberOf(const JsonValue &value);
 
 // The members of an object; each is asked for by name, and others are refused.
 class Members {
   public:
-    Members(const nlohmann::json &object, std::string place);
+    Members(const JsonValue &object, std::string place);
 
     [[noreturn]] void Blame(const char *name, const char *why) const;
 
@@ -36,25 +37,25 @@ class Members {
     // Each object of a list, which may be absent.
     template <typename Take>
     void ForEach(const char *name, Take take) {
-        const nlohmann::json *const list = Find(name);
+        const JsonValue *const list = Find(name);
         if (list == nullptr) {
             return;
         }
-        if (!list->is_array()) {
+        if (!list->IsList()) {
             Blame(name, "must be a list");
         }
-        for (size_t i = 0; i < list->size(); ++i) {
-            Members each((*list)[i], place_ + "/" + name + "/" + std::to_string(i));
+        for (size_t i = 0; i < list->list.size(); ++i) {
+            Members each(list->list[i], place_ + "/" + name + "/" + std::to_string(i));
             take(each);
             each.RefuseOthers();
         }
     }
 
-    const nlohmann::json *Find(const char *name);
+    const JsonValue *Find(const char *name);
     void RefuseOthers() const;
 
   private:
-    const nlohmann::json &object_;
+    const JsonValue &object_;
     const std::string place_;
     std::set<std::string> known_;
 };

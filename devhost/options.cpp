@@ -2,8 +2,8 @@
 
 #include <cstdio>
 #include <fstream>
+#include <limits>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "json_file.h"
@@ -23,48 +23,46 @@ std::string TextOr(const char *text, const std::string &otherwise) {
 // The members of the file, each into its field.
 class Reader {
   public:
-    Reader(const nlohmann::json &from, std::string &error) : from_(from), error_(error) {}
+    Reader(const JsonValue &from, std::string &error) : from_(from), error_(error) {}
 
     template <typename Number>
     void Take(const char *name, Number &to) {
         ++known_[name];
-        const auto found = from_.find(name);
-        if (found == from_.end()) {
+        const JsonValue *const found = from_.Find(name);
+        if (found == nullptr) {
             return;
         }
-        if (!found->is_number_unsigned() ||
-            found->get<uint64_t>() > std::numeric_limits<Number>::max()) {
+        if (!found->IsNumber() || found->number > std::numeric_limits<Number>::max()) {
             error_ = std::string("\"") + name + "\" must be a whole number within its range";
             return;
         }
-        to = found->get<Number>();
+        to = static_cast<Number>(found->number);
     }
 
     void Take(const char *name, const char *&to, std::string &keeper) {
         ++known_[name];
-        const auto found = from_.find(name);
-        if (found == from_.end()) {
+        const JsonValue *const found = from_.Find(name);
+        if (found == nullptr) {
             return;
         }
-        if (!found->is_string()) {
+        if (!found->IsText()) {
             error_ = std::string("\"") + name + "\" must be a text";
             return;
         }
-        keeper = found->get<std::string>();
+        keeper = found->text;
         to = keeper.c_str();
     }
 
     void TakeClock(uint32_t &to) {
         ++known_["clock"];
-        const auto found = from_.find("clock");
-        if (found == from_.end()) {
+        const JsonValue *const found = from_.Find("clock");
+        if (found == nullptr) {
             return;
         }
         const std::map<std::string, uint32_t> clocks = {{"real", DXR_HOST_CLOCK_REAL},
                                                         {"stepped", DXR_HOST_CLOCK_STEPPED},
                                                         {"virtual", DXR_HOST_CLOCK_VIRTUAL}};
-        const auto clock =
-            found->is_string() ? clocks.find(found->get<std::string>()) : clocks.end();
+        const auto clock = found->IsText() ? clocks.find(found->text) : clocks.end();
         if (clock == clocks.end()) {
             error_ = R"("clock" must be "real", "stepped" or "virtual")";
             return;
@@ -73,7 +71,7 @@ class Reader {
     }
 
     void RefuseOthers() {
-        for (const auto &[name, value] : from_.items()) {
+        for (const auto &[name, value] : from_.members) {
             if (!known_.contains(name)) {
                 error_ = "there is no option \"" + name + "\"";
             }
@@ -81,7 +79,7 @@ class Reader {
     }
 
   private:
-    const nlohmann::json &from_;
+    const JsonValue &from_;
     std::string &error_;
     std::map<std::string, int> known_;
 };
@@ -119,7 +117,7 @@ bool ReadOptionsFile(const char *path, Options &options, std::string &error) {
     if (!file.Read(path, error)) {
         return false;
     }
-    if (!file.Value().is_object()) {
+    if (!file.Value().IsObject()) {
         error = std::string(path) + ": the options are no object";
         return false;
     }

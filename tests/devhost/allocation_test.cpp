@@ -1,8 +1,9 @@
-// Each allocation of the host's own fails once: slots give failure values, no exception comes out,
-// nothing leaks.
+// Allocations of the host's own fail, once and with all after them: slots give failure values, no
+// exception comes out, nothing leaks. DXR_TEST_STRIDE: one in so many fails, 1 for all.
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -33,7 +34,7 @@ class Module {
         (void)directory.Write("conf/broken_0x00000001_0x00000002.json", R"({"boardData": [{]})");
     }
 
-    void Run(void (Module::*use)(DxrHost *) const) const {
+    void Run(void (Module::*use)(DxrHost *)) {
         DxrHostOptions options;
         DxrHostInitOptions(&options);
         options.clock = DXR_HOST_CLOCK_STEPPED;
@@ -47,10 +48,17 @@ class Module {
         DxrHostRegister(host);
         DxrHostSetDiagFile(host, nullptr);
         (this->*use)(host);
-        DxrHostDestroy(host, nullptr);
+        End(host);
     }
 
-    void UsePlatform(DxrHost *host) const {
+    // Ends the hosts that could not be ended for want of memory.
+    void EndLeft() {
+        for (; left_ > 0; --left_) {
+            EXPECT_NE(DxrHostDestroy(leftHosts_[left_ - 1], nullptr), UINT32_MAX);
+        }
+    }
+
+    void UsePlatform(DxrHost *host) {
         UseMemory();
         UseLists();
         UseLocks();
@@ -67,7 +75,7 @@ class Module {
         Steer(host);
     }
 
-    void UseDatabase(DxrHost *host) const {
+    void UseDatabase(DxrHost *host) {
         std::array<char, 64> error{};
         DxrHostDbQuery query{DXR_HOST_DB_FIC, sizeof(DxrHostFic), 1, {3}};
         uint32_t count = 0;
@@ -76,12 +84,12 @@ class Module {
         (void)DxrHostOpenDatabase(host, file_.c_str(), error.data(), error.size());
     }
 
-    void MakeDatabase(DxrHost *host) const {
+    void MakeDatabase(DxrHost *host) {
         std::array<char, 64> error{};
         (void)DxrHostInitDatabase(host, file_.c_str(), error.data(), error.size());
     }
 
-    void UseJson(DxrHost *host) const {
+    void UseJson(DxrHost *host) {
         std::array<char, 64> error{};
         std::array<char, 100> text{};
         (void)DxrHostLoadBoard(host, board_.c_str(), error.data(), error.size());
@@ -89,7 +97,7 @@ class Module {
         (void)DxrHostLoadBoard(host, file_.c_str(), error.data(), error.size());
         DxrHost *const another =
             DxrHostCreateFromFile(options_.c_str(), error.data(), error.size());
-        (void)DxrHostDestroy(another, nullptr);
+        End(another);
         (void)DxrHostCreateFromFile(board_.c_str(), error.data(), error.size());
         text = {"tm"};
         DXR_CFG_ReadBoardData(text.data(), 1, 2);
@@ -101,6 +109,12 @@ class Module {
     }
 
   private:
+    void End(DxrHost *host) {
+        if (DxrHostDestroy(host, nullptr) == UINT32_MAX) {
+            leftHosts_.at(left_++) = host;
+        }
+    }
+
     static void UseMemory() {
         void *const small = DXR_Malloc(9, 40, "module.c", 1);
         void *const large = DXR_Malloc(9, 40000, "module.c", 2);
@@ -345,7 +359,7 @@ class Module {
     }
 
     // What only tests call.
-    void Steer(DxrHost *host) const {
+    void Steer(DxrHost *host) {
         DxrHostFailNth(host, "a point of its own", 1, false);
         DxrHostFailShare(host, "another point of its own", 1);
         (void)DxrHostGetSteps(host, "a third point of its own");
@@ -365,7 +379,7 @@ class Module {
         const uint32_t task = DxrHostGetTaskId(another);
         (void)DxrHostJoinTask(another, task, 0);
         (void)DxrHostRemoveFaultCheck(another, 1);
-        (void)DxrHostDestroy(another, nullptr);
+        End(another);
         (void)DxrHostJoinTask(host, DxrHostGetTaskId(host), 0);
     }
 
@@ -373,41 +387,55 @@ class Module {
     const std::string file_;
     const std::string board_;
     const std::string options_;
+    std::array<DxrHost *, 3> leftHosts_{};
+    size_t left_ = 0;
 };
 
-void FailEach(void (Module::*use)(DxrHost *) const) {
-    const TemporaryDirectory directory;
-    const Module module(directory);
-    module.Run(use);  // what the process keeps is there by now
-    size_t n = 1;
-    for (;; ++n) {
-        const Outcome outcome = dxrtest::RunFailing(n, [&module, use] { module.Run(use); });
-        if (!NewWatch::Failed()) {
-            break;
+// Whether all allocations after the one fail too.
+class Allocations : public testing::TestWithParam<bool> {
+  protected:
+    static void FailEach(void (Module::*use)(DxrHost *)) {
+        const TemporaryDirectory directory(TemporaryDirectory::InMemory());
+        Module module(directory);
+        module.Run(use);  // what the process keeps is there by now
+        const char *const given = std::getenv("DXR_TEST_STRIDE");
+        const size_t stride = given != nullptr ? std::strtoull(given, nullptr, 10) : 5;
+        // Both ways together make the walk twice as dense.
+        size_t n = GetParam() ? 1 : 1 + stride / 2;
+        for (;; n += stride) {
+            const Outcome outcome = dxrtest::RunFailing(
+                n, [&module, use] { module.Run(use); }, GetParam());
+            module.EndLeft();
+            if (!NewWatch::Failed()) {
+                break;
+            }
+            ASSERT_EQ(outcome, Outcome::kDone) << "allocation " << n;
+            ASSERT_EQ(NewWatch::Live(), 0U) << "allocation " << n;
+            ASSERT_EQ(DxrHostGet(), nullptr);
         }
-        ASSERT_EQ(outcome, Outcome::kDone) << "allocation " << n;
-        ASSERT_EQ(NewWatch::Live(), 0U) << "allocation " << n;
-        ASSERT_EQ(DxrHostGet(), nullptr);
+        EXPECT_EQ(NewWatch::Live(), 0U);
+        EXPECT_GT(n, 50U);
+        std::printf("up to %zu allocations, one in %zu\n", n - 1, stride);
     }
-    EXPECT_EQ(NewWatch::Live(), 0U);
-    EXPECT_GT(n, 50U);
-    std::printf("%zu allocations\n", n - 1);
-}
+};
 
-TEST(Allocations, EachFailsOnce) {
+TEST_P(Allocations, OfServicesFail) {
     FailEach(&Module::UsePlatform);
 }
 
-TEST(Allocations, EachOfJsonFilesFailsOnce) {
+TEST_P(Allocations, OfJsonFilesFail) {
     FailEach(&Module::UseJson);
 }
 
-TEST(Allocations, EachOfADatabaseFailsOnce) {
+TEST_P(Allocations, OfADatabaseFail) {
     FailEach(&Module::UseDatabase);
 }
 
-TEST(Allocations, EachOfANewDatabaseFailsOnce) {
+TEST_P(Allocations, OfANewDatabaseFail) {
     FailEach(&Module::MakeDatabase);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, Allocations, testing::Values(false, true),
+                         [](const auto &each) { return each.param ? "FromThenOn" : "Once"; });
 
 }  // namespace

@@ -66,6 +66,13 @@ TEST(HostOptions, AFaultyFileIsSaidWithItsPlace) {
     };
     EXPECT_EQ(problem("{\n  \"seed\": x\n}"), "host.json:2:11: this is no JSON");
     EXPECT_EQ(problem("{\"seed\": 1e999}"), "host.json:1:14: this is no JSON");
+    const std::string deep(100, '[');
+    EXPECT_EQ(problem(deep + std::string(100, ']')), "host.json: the options are no object");
+    EXPECT_EQ(problem("\"[\\\"[\"\n" + deep), "host.json:2:1: this is no JSON");
+    EXPECT_EQ(problem(R"({"[\"[": 1, "a": )" + deep + "["),
+              "host.json:1:117: this is nested deeper than 100");
+    EXPECT_EQ(problem(std::string(1000000, '[')),
+              "host.json:1:101: this is nested deeper than 100");
     EXPECT_EQ(problem("[]"), "host.json: the options are no object");
     EXPECT_EQ(problem(R"({"sede": 1})"), "host.json: there is no option \"sede\"");
     EXPECT_EQ(problem(R"({"startSec": 4294967296})"),

@@ -34,14 +34,16 @@ struct Ledger {
     }
 
     void Free(void *block) {
-        size_t at = 0;
-        while (at < count && blocks[at] != block) {
-            ++at;
+        // The youngest first: they go first.
+        size_t after = count;
+        while (after > 0 && blocks[after - 1] != block) {
+            --after;
         }
-        if (at < count) {
-            for (--count; at < count; ++at) {
-                blocks[at] = blocks[at + 1];
+        if (after > 0) {
+            for (; after < count; ++after) {
+                blocks[after - 1] = blocks[after];
             }
+            --count;
         }
         std::free(block);
     }
