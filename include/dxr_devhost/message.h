@@ -162,8 +162,8 @@ DXR_API uint32_t DxrHostCloseMailbox(DxrHost *host, const DxrHostUnit *unit);
  * of the host's clock: 0 looks without waiting, DXR_HOST_FOREVER waits without end. One of those
  * who wait gets a message. Returns 0; ETIMEDOUT; ENOENT when no such mailbox is open, or no longer;
  * EINVAL for a null pointer and a mailbox with a handler; ENOMEM; ECANCELED without a host, and
- * when host or run end or have ended and no message waits; EMSGSIZE when the buffer does not suffice: the message stays the next one,
- * and `message` says how many bytes it has. */
+ * when host or run end or have ended and no message waits; EMSGSIZE when the buffer does not
+ * suffice: the message stays the next one, and `message` says how many bytes it has. */
 DXR_API uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit,
                                        DxrHostMessage *message, void *buffer, uint32_t size,
                                        uint32_t ms);
