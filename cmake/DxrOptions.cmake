@@ -19,6 +19,11 @@ option(DXR_PRECOMPILE "Compile the headers of GoogleTest once for all tests" OFF
 option(DXR_WERROR "Treat warnings as errors" OFF)
 set(DXR_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
 
+# A compiler cache cannot keep what includes compiled headers.
+if(CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
+    set(DXR_PRECOMPILE OFF)
+endif()
+
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
 endif()
