@@ -1,0 +1,9 @@
+import contextlib
+import os
+from typing import Any, Callable, Iterator, Literal
+
+def read(path: str | os.PathLike[str]) -> Iterator[dict[str, Any]]: ...
+def recording(path: str | os.PathLike[str],
+              pointers: Literal["none", "interface", "devhost"] = "interface",
+              ) -> contextlib.AbstractContextManager[None]: ...
+def counting() -> contextlib.AbstractContextManager[Callable[[], dict[str, int]]]: ...
