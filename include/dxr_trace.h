@@ -5,7 +5,8 @@
  * Start and stop put functions into the table and take them out, one slot after the other, each by
  * a single store of a word; a call beside that goes the old way or the new one, and both do the
  * same. Strictly, the library's rule for registrations holds (dxr/hooks.h): not beside calls.
- * DxrTraceSetMode switches what is noted at any time, from any thread.
+ * DxrTraceSetMode switches what is noted at any time, from any thread; hooks in the manner of
+ * printf it takes out of the table and puts back in, in the same way.
  *
  * Cost: none before the start and after the stop, when the bare table is registered.
  *
@@ -22,7 +23,7 @@
 DXR_EXTERN_C_BEGIN
 
 /* What is noted, DxrTraceOptions::mode. */
-#define DXR_TRACE_OFF 0u   /* nothing: a load and a jump; of hooks like printf also the text */
+#define DXR_TRACE_OFF 0u   /* nothing: a load and a jump; of hooks like printf not even that */
 #define DXR_TRACE_COUNT 1u /* how often each slot was called and, of some calls, for how long */
 #define DXR_TRACE_CALLS \
     2u /* that, with the time of all, and each call in a file: slot, time, thread,

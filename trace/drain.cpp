@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 #include <memory>
@@ -49,18 +51,35 @@ struct Signals {
 
 // Never ended: threads may still wait while the program exits.
 Signals &TheSignals() {
-    static auto *const signals = new Signals;
+    alignas(Signals) static std::array<std::byte, sizeof(Signals)> room;
+    static auto *const signals = new (room.data()) Signals;
     return *signals;
 }
 
 class BlockFile {
   public:
-    explicit BlockFile(int fd) : fd_(fd) {}
-    ~BlockFile() { (void)close(fd_); }
+    BlockFile() = default;
+    ~BlockFile() { Close(); }
     BlockFile(const BlockFile &) = delete;
     BlockFile &operator=(const BlockFile &) = delete;
     BlockFile(BlockFile &&) = delete;
     BlockFile &operator=(BlockFile &&) = delete;
+
+    // Anew.
+    void Open(const char *path) {
+        fd_ = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        if (fd_ < 0) {
+            Fail(errno);
+        }
+    }
+
+    // What was written may fail to reach the disk only now.
+    void Close() {
+        if (fd_ >= 0 && close(fd_) != 0 && errno != EINTR) {
+            Fail(errno);
+        }
+        fd_ = -1;
+    }
 
     void WriteHead() { Write(FileHead()); }
 
@@ -83,15 +102,15 @@ class BlockFile {
         size_t done = 0;
         while (error_ == 0 && done < bytes.size()) {
             const ssize_t written = write(fd_, bytes.data() + done, bytes.size() - done);
-            if (written >= 0) {
+            if (written > 0) {
                 done += static_cast<size_t>(written);
-            } else if (errno != EINTR) {
-                error_ = errno;
+            } else if (written == 0 || errno != EINTR) {
+                Fail(written == 0 ? ENOSPC : errno);
             }
         }
     }
 
-    int fd_;
+    int fd_ = -1;
     uint32_t blocks_ = 0;
     int error_ = 0;
 };
@@ -110,9 +129,11 @@ uint64_t WallNs() {
 
 class Drain {
   public:
-    Drain(int fd, uint32_t session) : file_(fd), session_(session) {}
+    explicit Drain(uint32_t session) : session_(session) {}
 
-    void WriteStart() {
+    // Makes the file, and writes how it begins.
+    void Start(const char *path) {
+        file_.Open(path);
         content_.Clear();
         content_.Varint(static_cast<uint64_t>(getpid()));
         content_.Varint(WallNs());
@@ -147,6 +168,7 @@ class Drain {
         } catch (const std::bad_alloc &) {
             file_.Fail(ENOMEM);
         }
+        file_.Close();
     }
 
     [[nodiscard]] int Error() const { return file_.Error(); }
@@ -165,9 +187,24 @@ class Drain {
             return;
         }
         try {
-            TryTake(record);
+            if (file_.Error() == 0) {
+                TryTake(record);
+            }
         } catch (const std::bad_alloc &) {
             file_.Fail(ENOMEM);
+        }
+        if (file_.Error() != 0) {
+            Discard(record);
+        }
+    }
+
+    // What can no longer be written: threads that wait for room would wait for ever.
+    static void Discard(ThreadRecord &record) {
+        size_t left = record.ring->Size();
+        for (auto front = record.ring->Front(); !front.empty() && left > 0;
+             front = record.ring->Front()) {
+            left -= std::min(left, front.size());
+            record.ring->Release();
         }
     }
 
@@ -265,7 +302,7 @@ void Launch(Drain &drain) {
             (void)pthread_setname_np(pthread_self(), "dxr_trace");
             drain.Run();
         });
-    } catch (const std::system_error &) {
+    } catch (...) {
         (void)pthread_sigmask(SIG_SETMASK, &before, nullptr);
         throw;
     }
@@ -274,12 +311,8 @@ void Launch(Drain &drain) {
 
 uint32_t TryStart(const char *path) {
     TheSignals().ends = false;
-    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        return static_cast<uint32_t>(errno);
-    }
-    auto drain = std::make_unique<Drain>(fd, g_sessions + 1);
-    drain->WriteStart();
+    auto drain = std::make_unique<Drain>(g_sessions + 1);
+    drain->Start(path);
     if (drain->Error() != 0) {
         return static_cast<uint32_t>(drain->Error());
     }
@@ -340,9 +373,26 @@ uint32_t StopDrain() {
     return error;
 }
 
+void HoldDrain() {
+    TheSignals().mutex.lock();
+    HoldRecords();
+}
+
+void ReleaseDrain() {
+    ReleaseRecords();
+    TheSignals().mutex.unlock();
+}
+
 void ForgetDrain() {
     g_drain = nullptr;
     g_state.session.store(0);
+    // The parent's threads, which may have waited, are not in this process.
+    Signals &signals = TheSignals();
+    new (&signals.work) std::condition_variable;
+    new (&signals.room) std::condition_variable;
+    signals.isAsked = false;
+    ForgetRecords();
+    signals.mutex.unlock();
 }
 
 }  // namespace dxr_trace

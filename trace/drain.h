@@ -13,7 +13,10 @@ namespace dxr_trace {
 // Writes what is left and ends the file. Returns the first error of writing, or 0.
 [[nodiscard]] uint32_t StopDrain();
 
-// In a child process, which has the file but not the thread.
+// Around fork: nobody is within what is shared when the child gets its copy of it.
+void HoldDrain();
+void ReleaseDrain();
+// In the child instead of the latter: it has the file but not the thread.
 void ForgetDrain();
 
 }  // namespace dxr_trace

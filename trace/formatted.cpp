@@ -3,8 +3,37 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+
+#include "threads.h"
 
 namespace dxr_trace {
+
+// The text follows.
+struct Texts::Block {
+    Block *before;
+
+    char *Text() { return reinterpret_cast<char *>(this + 1); }
+};
+
+char *Texts::Put(size_t bytes) {
+    void *const room = std::malloc(sizeof(Block) + bytes);
+    if (room == nullptr) {
+        return nullptr;
+    }
+    latest_ = new (room) Block{latest_};
+    return latest_->Text();
+}
+
+void Texts::TakeOff(const char *text) {
+    bool isDone = false;
+    while (latest_ != nullptr && !isDone) {
+        Block *const ended = latest_;
+        latest_ = ended->before;
+        isDone = ended->Text() == text;
+        std::free(ended);
+    }
+}
 
 // Only what is printed is written, which is most often little of the room.
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
@@ -20,10 +49,14 @@ Formatted::Formatted(const char *format, std::va_list args) {
     text_ = length < 0 ? format : room_.data();
     if (length >= 0 && static_cast<size_t>(length) >= room_.size()) {
         const size_t size = static_cast<size_t>(length) + 1;
-        block_ = static_cast<char *>(std::malloc(size));
+        ThreadRecord *const record = t_record != nullptr ? t_record : MakeRecord();
+        char *const text = record != nullptr ? record->texts.Put(size) : nullptr;
         errno = before;
-        if (block_ != nullptr && std::vsnprintf(block_, size, format, again) == length) {
-            text_ = block_;
+        if (text != nullptr && std::vsnprintf(text, size, format, again) == length) {
+            texts_ = &record->texts;
+            text_ = text;
+        } else if (text != nullptr) {
+            record->texts.TakeOff(text);
         }
     }
     va_end(again);
@@ -31,9 +64,11 @@ Formatted::Formatted(const char *format, std::va_list args) {
 }
 
 Formatted::~Formatted() {
-    const int before = errno;
-    std::free(block_);
-    errno = before;
+    if (texts_ != nullptr) {
+        const int before = errno;
+        texts_->TakeOff(text_);
+        errno = before;
+    }
 }
 
 }  // namespace dxr_trace

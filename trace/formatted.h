@@ -8,6 +8,27 @@
 
 namespace dxr_trace {
 
+// Texts of one thread that are on their way to a hook, the latest first. One whose task is cut off
+// there stays until the thread ends.
+class Texts {
+  public:
+    Texts() = default;
+    ~Texts() { TakeOff(nullptr); }
+    Texts(const Texts &) = delete;
+    Texts &operator=(const Texts &) = delete;
+    Texts(Texts &&) = delete;
+    Texts &operator=(Texts &&) = delete;
+
+    // Room for a text; null without memory.
+    char *Put(size_t bytes);
+    // Ends that room, and all that was put here after it; null: all.
+    void TakeOff(const char *text);
+
+  private:
+    struct Block;
+    Block *latest_ = nullptr;
+};
+
 class Formatted {
   public:
     // Leaves errno as it is. A format that cannot be printed stands for itself; without memory a
@@ -25,7 +46,7 @@ class Formatted {
   private:
     // Most messages; a task's stack may be small.
     std::array<char, 1024> room_;
-    char *block_ = nullptr;
+    Texts *texts_ = nullptr;  // the thread's, when it has the text
     const char *text_ = nullptr;
 };
 

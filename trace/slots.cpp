@@ -15,40 +15,77 @@ using enum Extent;
 
 constexpr Parameter kAlarmAlarmParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU32}, {"arg5", kPointer}};
+constexpr PointerRule kAlarmAlarmPointers[] = {{"arg5", 4, kDirect, kIn, kText, 0, 0, true}};
 constexpr Parameter kAlarmFmAlarmParameters[] = {{"alarm", kPointer}};
+constexpr PointerRule kAlarmFmAlarmPointers[] = {{"alarm", 0, kDirect, kIn, kRecord, 0, 0, true}};
 constexpr Parameter kDbSelectDbRecordCountParameters[] = {{"query", kPointer}, {"count", kPointer}};
 constexpr PointerRule kDbSelectDbRecordCountPointers[] = {
-    {"count", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, false}};
+    {"count", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, false},
+    {"query", 0, kDirect, kIn, kFixed, sizeof(uint32_t[11]), 0, true}};
 constexpr Parameter kDbSelectDbRecordLimitParameters[] = {
     {"query", kPointer}, {"limit", kU32}, {"records", kPointer}};
+constexpr PointerRule kDbSelectDbRecordLimitPointers[] = {
+    {"query", 0, kDirect, kIn, kFixed, sizeof(uint32_t[11]), 0, true}};
 constexpr Parameter kDbSelectFirstDbRecordParameters[] = {{"query", kPointer},
                                                           {"record", kPointer}};
+constexpr PointerRule kDbSelectFirstDbRecordPointers[] = {
+    {"query", 0, kDirect, kIn, kFixed, sizeof(uint32_t[11]), 0, true},
+    {"record", 1, kDirect, kOut, kField, 4, 0, true}};
 constexpr Parameter kDbGetLocalFicIdFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"ficId", kPointer}};
+constexpr PointerRule kDbGetLocalFicIdFromDbPointers[] = {
+    {"ficId", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetTmTypeByGlobalFicIdFromDbParameters[] = {{"ficId", kU32},
                                                                    {"type", kPointer}};
+constexpr PointerRule kDbGetTmTypeByGlobalFicIdFromDbPointers[] = {
+    {"type", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetTmTypeByLocalFicIdFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"type", kPointer}};
+constexpr PointerRule kDbGetTmTypeByLocalFicIdFromDbPointers[] = {
+    {"type", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetChipPosByGlobalFicIdFromDbParameters[] = {{"ficId", kU32},
                                                                     {"position", kPointer}};
+constexpr PointerRule kDbGetChipPosByGlobalFicIdFromDbPointers[] = {
+    {"position", 1, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetChipPosByLocalFicIdFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"position", kPointer}};
+constexpr PointerRule kDbGetChipPosByLocalFicIdFromDbPointers[] = {
+    {"position", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetFicIdByNodeGroupIdFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}};
+constexpr PointerRule kDbGetFicIdByNodeGroupIdFromDbPointers[] = {
+    {"arg3", 2, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetNgTmCfgFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"config", kPointer}};
+constexpr PointerRule kDbGetNgTmCfgFromDbPointers[] = {
+    {"config", 3, kDirect, kOut, kFixed, sizeof(uint32_t[4]), 0, true}};
 constexpr Parameter kDbGetNgTmPortInfoFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"info", kPointer}};
+constexpr PointerRule kDbGetNgTmPortInfoFromDbPointers[] = {
+    {"info", 3, kDirect, kOut, kFixed, sizeof(uint32_t[7]), 0, true}};
 constexpr Parameter kDbGetNgTmPortInfoByTmPortFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"info", kPointer}};
+constexpr PointerRule kDbGetNgTmPortInfoByTmPortFromDbPointers[] = {
+    {"info", 3, kDirect, kOut, kFixed, sizeof(uint32_t[7]), 0, true}};
 constexpr Parameter kDbGetNgTmPortInfoByVsqIdFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"info", kPointer}};
+constexpr PointerRule kDbGetNgTmPortInfoByVsqIdFromDbPointers[] = {
+    {"info", 2, kDirect, kOut, kFixed, sizeof(uint32_t[7]), 0, true}};
 constexpr Parameter kDbGetNgTmSrvPortInfoFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU32}, {"info", kPointer}};
+constexpr PointerRule kDbGetNgTmSrvPortInfoFromDbPointers[] = {
+    {"info", 4, kDirect, kOut, kFixed, sizeof(uint32_t[6]), 0, true}};
 constexpr Parameter kDbGetNgTmSrvPortByVsqFromDbParameters[] = {{"vsq", kU32}, {"port", kPointer}};
+constexpr PointerRule kDbGetNgTmSrvPortByVsqFromDbPointers[] = {
+    {"port", 1, kDirect, kOut, kFixed, sizeof(uint32_t[6]), 0, true}};
 constexpr Parameter kDbGetDestFicPortParameters[] = {{"arg1", kPointer}, {"arg2", kPointer}};
+constexpr PointerRule kDbGetDestFicPortPointers[] = {
+    {"arg1", 0, kDirect, kIn, kFixed, sizeof(uint32_t[3]), 0, true},
+    {"arg2", 1, kDirect, kOut, kFixed, sizeof(uint32_t[4]), 0, true}};
 constexpr Parameter kDbGetNgTmSrvPortByFicIdFromDbParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}, {"arg4", kU32}, {"arg5", kPointer}};
+constexpr PointerRule kDbGetNgTmSrvPortByFicIdFromDbPointers[] = {
+    {"arg5", 4, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kDbGetLpuDevIdParameters[] = {{"arg1", kU32}};
 constexpr Parameter kDevGetDevAttrValueParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"value", kPointer}};
@@ -202,6 +239,8 @@ constexpr Parameter kDevWriteFlashInfoParameters[] = {{"info", kPointer}};
 constexpr PointerRule kDevWriteFlashInfoPointers[] = {
     {"info", 0, kDirect, kIn, kRecord, 0, 0, true}, {"info+16", 0, 16, kIn, kField, 8, 0, true}};
 constexpr Parameter kInitRegisterModuleParameters[] = {{"record", kPointer}};
+constexpr PointerRule kInitRegisterModulePointers[] = {
+    {"record", 0, kDirect, kIn, kRecord, 0, 0, true}};
 constexpr Parameter kInitSetUdfParameters[] = {{"udf", kPointer}};
 constexpr Parameter kInitRegisterVelderFuncsParameters[] = {{"flag", kU8}};
 constexpr Parameter kListAddSllParameters[] = {
@@ -222,17 +261,29 @@ constexpr PointerRule kMemoryAllocatePointers[] = {
     {"file", 2, kDirect, kIn, kText, 0, 0, false},
     {"result", kResultPlace, kDirect, kBlock, kArgument, 1, 0, true}};
 constexpr Parameter kMsgSendMsgParameters[] = {{"msg", kPointer}};
+constexpr PointerRule kMsgSendMsgPointers[] = {{"msg", 0, kDirect, kInOut, kRecord, 0, 0, true},
+                                               {"msg+48", 0, 48, kIn, kField, 56, 0, true}};
 constexpr Parameter kMsgGetTriggerTypeByEventParameters[] = {{"event", kU32}};
 constexpr Parameter kMsgGetErrTypeByEventParameters[] = {{"event", kU32}};
 constexpr Parameter kMsgGetTriggerStrParameters[] = {{"trigger", kU32}};
 constexpr PointerRule kMsgGetTriggerStrPointers[] = {
     {"result", kResultPlace, kDirect, kOut, kText, 0, 0, false}};
 constexpr Parameter kMsgSendMsgToMpuParameters[] = {{"msg", kPointer}};
+constexpr PointerRule kMsgSendMsgToMpuPointers[] = {
+    {"msg", 0, kDirect, kInOut, kRecord, 0, 0, true}, {"msg+48", 0, 48, kIn, kField, 56, 0, true}};
 constexpr Parameter kMsgSendMsgToDevmParameters[] = {{"msg", kPointer}};
+constexpr PointerRule kMsgSendMsgToDevmPointers[] = {
+    {"msg", 0, kDirect, kInOut, kRecord, 0, 0, true}, {"msg+48", 0, 48, kIn, kField, 56, 0, true}};
 constexpr Parameter kMsgSendMsgToLpuParameters[] = {{"msg", kPointer}};
+constexpr PointerRule kMsgSendMsgToLpuPointers[] = {
+    {"msg", 0, kDirect, kInOut, kRecord, 0, 0, true}, {"msg+48", 0, 48, kIn, kField, 56, 0, true}};
 constexpr Parameter kMsgSendMsgToSfuParameters[] = {{"msg", kPointer}};
+constexpr PointerRule kMsgSendMsgToSfuPointers[] = {
+    {"msg", 0, kDirect, kInOut, kRecord, 0, 0, true}, {"msg+48", 0, 48, kIn, kField, 56, 0, true}};
 constexpr Parameter kMsgSendMsgToNpParameters[] = {{"arg1", kU32}};
 constexpr Parameter kMsgSendEopEventParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
+constexpr PointerRule kMsgSendEopEventPointers[] = {{"arg2", 1, kDirect, kIn, kRecord, 0, 0, true},
+                                                    {"arg2+16", 1, 16, kIn, kField, 4, 1, true}};
 constexpr Parameter kMsgSetMeshFdParameters[] = {{"fd", kU32}};
 constexpr Parameter kPrintReportAssertParameters[] = {{"value", kPointer}, {"arg2", kU32}};
 constexpr Parameter kPrintEnableLogOutputParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
@@ -359,15 +410,32 @@ constexpr PointerRule kTblmDeleteChipTblmDataPointers[] = {
     {"key", 2, kDirect, kIn, kArgument, 3, 0, false}};
 constexpr Parameter kTblmGetCrossTblmFirstDataParameters[] = {
     {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
+constexpr PointerRule kTblmGetCrossTblmFirstDataPointers[] = {
+    {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true},
+    {"arg3", 2, kDirect, kInOut, kRecord, 0, 0, true}};
 constexpr Parameter kTblmGetLinearTblmFirstDataParameters[] = {{"arg1", kPointer},
                                                                {"arg2", kPointer}};
+constexpr PointerRule kTblmGetLinearTblmFirstDataPointers[] = {
+    {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true},
+    {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true}};
 constexpr Parameter kTblmGetTblmNextDataParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
+constexpr PointerRule kTblmGetTblmNextDataPointers[] = {
+    {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true}};
 constexpr Parameter kTblmReleaseTblmParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
 constexpr Parameter kTblmGetTblmAttrParameters[] = {{"arg1", kU32}, {"attr", kPointer}};
+constexpr PointerRule kTblmGetTblmAttrPointers[] = {
+    {"attr", 1, kDirect, kInOut, kRecord, 0, 0, true}};
 constexpr Parameter kTblmGetCstPoolCountParameters[] = {
     {"arg1", kU32}, {"arg2", kU16}, {"arg3", kU32}, {"count", kPointer}};
+constexpr PointerRule kTblmGetCstPoolCountPointers[] = {
+    {"count", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kTblmSetChipTblmDataAndMaskParameters[] = {{"chip", kU32},
                                                                {"record", kPointer}};
+constexpr PointerRule kTblmSetChipTblmDataAndMaskPointers[] = {
+    {"record", 1, kDirect, kIn, kRecord, 0, 0, true},
+    {"record+16", 1, 16, kIn, kField, 8, 1, true},
+    {"record+24", 1, 24, kIn, kField, 12, 1, true},
+    {"record+32", 1, 32, kIn, kField, 12, 1, true}};
 constexpr Parameter kTimeGetSysTimeParameters[] = {{"time", kPointer}};
 constexpr PointerRule kTimeGetSysTimePointers[] = {
     {"time", 0, kDirect, kOut, kFixed, sizeof(DxrSysTime), 0, false}};
@@ -415,32 +483,64 @@ constexpr PointerRule kTimeGetLocalTimePointers[] = {
     {"arg2", 1, kDirect, kOut, kFixed, sizeof(int32_t), 0, true}};
 constexpr Parameter kCfgCfgReadBoardDataParameters[] = {
     {"arg1", kPointer}, {"arg2", kU32}, {"arg3", kU32}};
+constexpr PointerRule kCfgCfgReadBoardDataPointers[] = {
+    {"arg1", 0, kDirect, kIn, kText, 0, 0, true}};
 constexpr Parameter kCfgCfgDisplayBoardDataParameters[] = {{"arg1", kPointer}, {"arg2", kU32}};
+constexpr PointerRule kCfgCfgDisplayBoardDataPointers[] = {
+    {"arg1", 0, kDirect, kOut, kTextWithin, 1, 0, true}};
 constexpr Parameter kCfgCfgGetBoardDataParameters[] = {{"arg1", kU32}};
 constexpr Parameter kCfgCfgIsFromBoardDataParameters[] = {{"arg1", kU32}};
 constexpr Parameter kCfgCfgGetMemParamParameters[] = {{"arg1", kU32}};
+constexpr PointerRule kCfgCfgGetMemParamPointers[] = {
+    {"result", kResultPlace, kDirect, kOut, kFixed, sizeof(uint32_t[32]), 0, true}};
 constexpr Parameter kCfgCfgIsFromMemParamParameters[] = {{"arg1", kU32}};
 constexpr Parameter kCfgCfgGetAdvancedSpecParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
+constexpr PointerRule kCfgCfgGetAdvancedSpecPointers[] = {
+    {"result", kResultPlace, kDirect, kOut, kFixed, sizeof(uint32_t[32]), 0, true}};
 constexpr Parameter kCfgCfgIsFromBoardAdvancedSpecParameters[] = {{"arg1", kU32}};
 constexpr Parameter kCfgCfgGetPhyBoardInfoParameters[] = {{"arg1", kU32}};
 constexpr Parameter kCfgCfgIsFromPhyBoardInfoParameters[] = {{"arg1", kU32}};
 constexpr Parameter kNpSetMcPortMapParameters[] = {{"arg1", kU32}, {"map", kPointer}};
+constexpr PointerRule kNpSetMcPortMapPointers[] = {{"map", 1, kDirect, kIn, kRecord, 0, 0, true}};
 constexpr Parameter kNpGetQueueDropStatParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"arg4", kU8}, {"stat", kPointer}};
+constexpr PointerRule kNpGetQueueDropStatPointers[] = {
+    {"stat", 4, kDirect, kInOut, kRecord, 0, 0, true}};
 constexpr Parameter kNpGetAbsPfcLogicSpParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kU32}, {"sp", kPointer}};
+constexpr PointerRule kNpGetAbsPfcLogicSpPointers[] = {
+    {"sp", 3, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
 constexpr Parameter kPluginRegisterBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr PointerRule kPluginRegisterBrdPluginPointers[] = {
+    {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true},
+    {"plugin+8", 0, 8, kIn, kText, 0, 0, true},
+    {"plugin+16", 0, 16, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginUnRegisterBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr PointerRule kPluginUnRegisterBrdPluginPointers[] = {
+    {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginLoadBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr PointerRule kPluginLoadBrdPluginPointers[] = {
+    {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginUnLoadBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr PointerRule kPluginUnLoadBrdPluginPointers[] = {
+    {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginIsBrdPluginLoadedParameters[] = {{"plugin", kPointer}};
+constexpr PointerRule kPluginIsBrdPluginLoadedPointers[] = {
+    {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginCheckBrdPluginParameters[] = {{"plugin", kPointer}};
+constexpr PointerRule kPluginCheckBrdPluginPointers[] = {
+    {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginQueryBrdPluginParameters[] = {
     {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
+constexpr PointerRule kPluginQueryBrdPluginPointers[] = {
+    {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}, {"arg1+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kPluginDisplayBrdPluginParameters[] = {
     {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}};
+constexpr PointerRule kPluginDisplayBrdPluginPointers[] = {
+    {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}, {"arg1+8", 0, 8, kIn, kText, 0, 0, true}};
 constexpr Parameter kHashHashCountParameters[] = {{"table", kPointer}};
 constexpr Parameter kHashHashCreateParameters[] = {{"arg1", kPointer}};
+constexpr PointerRule kHashHashCreatePointers[] = {{"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
 constexpr Parameter kHashHashFindKeyParameters[] = {{"table", kPointer}, {"key", kPointer}};
 constexpr Parameter kHashHashFreeParameters[] = {{"table", kPointer}};
 constexpr Parameter kHashHashGetBucketNumParameters[] = {{"table", kPointer}};
@@ -449,98 +549,58 @@ constexpr Parameter kHashHashGetNextParameters[] = {{"table", kPointer}, {"entry
 constexpr Parameter kHashHashGetMaxItemParameters[] = {{"table", kPointer}};
 constexpr Parameter kHashHashInsertParameters[] = {
     {"table", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}, {"arg5", kU32}};
+constexpr PointerRule kHashHashInsertPointers[] = {
+    {"arg3", 2, kDirect, kIn, kArgument, 3, 0, true}};
 constexpr Parameter kHashHashRemoveParameters[] = {{"table", kPointer}, {"arg2", kPointer}};
 constexpr Parameter kHashHashGetFromEntryParameters[] = {
     {"entry", kPointer}, {"arg2", kU32}, {"arg3", kU32}};
 constexpr Parameter kKpiUpdateKpiAttrValParameters[] = {{"arg1", kPointer}, {"arg2", kU32}};
+constexpr PointerRule kKpiUpdateKpiAttrValPointers[] = {
+    {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
 constexpr Parameter kTemperatureRegisterQueryTempFuncParameters[] = {{"arg1", kU32},
                                                                      {"func", kPointer}};
 
 }  // namespace
 
 constinit const SlotInfo kSlots[kSlotCount] = {
-    {"Alarm", "DXR_Alarm", kU32, false, false, kAlarmAlarmParameters, {}},
-    {"Alarm", "DXR_FmAlarm", kU32, false, false, kAlarmFmAlarmParameters, {}},
+    {"Alarm", "DXR_Alarm", kU32, false, false, kAlarmAlarmParameters, kAlarmAlarmPointers},
+    {"Alarm", "DXR_FmAlarm", kU32, false, false, kAlarmFmAlarmParameters, kAlarmFmAlarmPointers},
     {"Alarm", "Alarm.reserved2", kNone, false, true, {}, {}},
     {"Db", "DXR_SelectDbRecordCount", kU32, false, false, kDbSelectDbRecordCountParameters,
      kDbSelectDbRecordCountPointers},
-    {"Db", "DXR_SelectDbRecordLimit", kU32, false, false, kDbSelectDbRecordLimitParameters, {}},
-    {"Db", "DXR_SelectFirstDbRecord", kU32, false, false, kDbSelectFirstDbRecordParameters, {}},
-    {"Db", "DXR_GetLocalFicIdFromDb", kU32, false, false, kDbGetLocalFicIdFromDbParameters, {}},
-    {"Db",
-     "DXR_GetTmTypeByGlobalFicIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetTmTypeByGlobalFicIdFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetTmTypeByLocalFicIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetTmTypeByLocalFicIdFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetChipPosByGlobalFicIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetChipPosByGlobalFicIdFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetChipPosByLocalFicIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetChipPosByLocalFicIdFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetFicIdByNodeGroupIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetFicIdByNodeGroupIdFromDbParameters,
-     {}},
-    {"Db", "DXR_GetNgTmCfgFromDb", kU32, false, false, kDbGetNgTmCfgFromDbParameters, {}},
-    {"Db", "DXR_GetNgTmPortInfoFromDb", kU32, false, false, kDbGetNgTmPortInfoFromDbParameters, {}},
-    {"Db",
-     "DXR_GetNgTmPortInfoByTmPortFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetNgTmPortInfoByTmPortFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetNgTmPortInfoByVsqIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetNgTmPortInfoByVsqIdFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetNgTmSrvPortInfoFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetNgTmSrvPortInfoFromDbParameters,
-     {}},
-    {"Db",
-     "DXR_GetNgTmSrvPortByVsqFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetNgTmSrvPortByVsqFromDbParameters,
-     {}},
+    {"Db", "DXR_SelectDbRecordLimit", kU32, false, false, kDbSelectDbRecordLimitParameters,
+     kDbSelectDbRecordLimitPointers},
+    {"Db", "DXR_SelectFirstDbRecord", kU32, false, false, kDbSelectFirstDbRecordParameters,
+     kDbSelectFirstDbRecordPointers},
+    {"Db", "DXR_GetLocalFicIdFromDb", kU32, false, false, kDbGetLocalFicIdFromDbParameters,
+     kDbGetLocalFicIdFromDbPointers},
+    {"Db", "DXR_GetTmTypeByGlobalFicIdFromDb", kU32, false, false,
+     kDbGetTmTypeByGlobalFicIdFromDbParameters, kDbGetTmTypeByGlobalFicIdFromDbPointers},
+    {"Db", "DXR_GetTmTypeByLocalFicIdFromDb", kU32, false, false,
+     kDbGetTmTypeByLocalFicIdFromDbParameters, kDbGetTmTypeByLocalFicIdFromDbPointers},
+    {"Db", "DXR_GetChipPosByGlobalFicIdFromDb", kU32, false, false,
+     kDbGetChipPosByGlobalFicIdFromDbParameters, kDbGetChipPosByGlobalFicIdFromDbPointers},
+    {"Db", "DXR_GetChipPosByLocalFicIdFromDb", kU32, false, false,
+     kDbGetChipPosByLocalFicIdFromDbParameters, kDbGetChipPosByLocalFicIdFromDbPointers},
+    {"Db", "DXR_GetFicIdByNodeGroupIdFromDb", kU32, false, false,
+     kDbGetFicIdByNodeGroupIdFromDbParameters, kDbGetFicIdByNodeGroupIdFromDbPointers},
+    {"Db", "DXR_GetNgTmCfgFromDb", kU32, false, false, kDbGetNgTmCfgFromDbParameters,
+     kDbGetNgTmCfgFromDbPointers},
+    {"Db", "DXR_GetNgTmPortInfoFromDb", kU32, false, false, kDbGetNgTmPortInfoFromDbParameters,
+     kDbGetNgTmPortInfoFromDbPointers},
+    {"Db", "DXR_GetNgTmPortInfoByTmPortFromDb", kU32, false, false,
+     kDbGetNgTmPortInfoByTmPortFromDbParameters, kDbGetNgTmPortInfoByTmPortFromDbPointers},
+    {"Db", "DXR_GetNgTmPortInfoByVsqIdFromDb", kU32, false, false,
+     kDbGetNgTmPortInfoByVsqIdFromDbParameters, kDbGetNgTmPortInfoByVsqIdFromDbPointers},
+    {"Db", "DXR_GetNgTmSrvPortInfoFromDb", kU32, false, false,
+     kDbGetNgTmSrvPortInfoFromDbParameters, kDbGetNgTmSrvPortInfoFromDbPointers},
+    {"Db", "DXR_GetNgTmSrvPortByVsqFromDb", kU32, false, false,
+     kDbGetNgTmSrvPortByVsqFromDbParameters, kDbGetNgTmSrvPortByVsqFromDbPointers},
     {"Db", "DXR_IsMcRepByTm", kU32, false, false, {}, {}},
-    {"Db", "DXR_GetDestFicPort", kPointer, false, false, kDbGetDestFicPortParameters, {}},
-    {"Db",
-     "DXR_GetNgTmSrvPortByFicIdFromDb",
-     kU32,
-     false,
-     false,
-     kDbGetNgTmSrvPortByFicIdFromDbParameters,
-     {}},
+    {"Db", "DXR_GetDestFicPort", kPointer, false, false, kDbGetDestFicPortParameters,
+     kDbGetDestFicPortPointers},
+    {"Db", "DXR_GetNgTmSrvPortByFicIdFromDb", kU32, false, false,
+     kDbGetNgTmSrvPortByFicIdFromDbParameters, kDbGetNgTmSrvPortByFicIdFromDbPointers},
     {"Db", "DXR_GetLpuDevId", kU32, false, false, kDbGetLpuDevIdParameters, {}},
     {"Dev", "DXR_BoardIsMaster", kU32, false, false, {}, {}},
     {"Dev", "DXR_GetDevAttrValue", kU32, false, false, kDevGetDevAttrValueParameters,
@@ -633,7 +693,8 @@ constinit const SlotInfo kSlots[kSlotCount] = {
     {"Dev", "DXR_CheckSmiLosEnable", kU32, false, false, kDevCheckSmiLosEnableParameters, {}},
     {"Dev", "DXR_WriteFlashInfo", kU32, false, false, kDevWriteFlashInfoParameters,
      kDevWriteFlashInfoPointers},
-    {"Init", "DXR_Register", kNone, false, false, kInitRegisterModuleParameters, {}},
+    {"Init", "DXR_Register", kNone, false, false, kInitRegisterModuleParameters,
+     kInitRegisterModulePointers},
     {"Init", "DXR_UnRegister", kNone, false, false, {}, {}},
     {"Init", "DXR_SetUdf", kNone, false, false, kInitSetUdfParameters, {}},
     {"Init",
@@ -655,7 +716,7 @@ constinit const SlotInfo kSlots[kSlotCount] = {
     {"Memory", "DXR_Free", kNone, false, false, kMemoryReleaseParameters, kMemoryReleasePointers},
     {"Memory", "DXR_Malloc", kPointer, false, false, kMemoryAllocateParameters,
      kMemoryAllocatePointers},
-    {"Msg", "DXR_SendMsg", kU32, false, false, kMsgSendMsgParameters, {}},
+    {"Msg", "DXR_SendMsg", kU32, false, false, kMsgSendMsgParameters, kMsgSendMsgPointers},
     {"Msg",
      "DXR_GetTriggerTypeByEvent",
      kU32,
@@ -666,12 +727,17 @@ constinit const SlotInfo kSlots[kSlotCount] = {
     {"Msg", "DXR_GetErrTypeByEvent", kU32, false, false, kMsgGetErrTypeByEventParameters, {}},
     {"Msg", "DXR_GetTriggerStr", kPointer, false, false, kMsgGetTriggerStrParameters,
      kMsgGetTriggerStrPointers},
-    {"Msg", "DXR_SendMsgToMpu", kU32, false, false, kMsgSendMsgToMpuParameters, {}},
-    {"Msg", "DXR_SendMsgToDevm", kU32, false, false, kMsgSendMsgToDevmParameters, {}},
-    {"Msg", "DXR_SendMsgToLpu", kU32, false, false, kMsgSendMsgToLpuParameters, {}},
-    {"Msg", "DXR_SendMsgToSfu", kU32, false, false, kMsgSendMsgToSfuParameters, {}},
+    {"Msg", "DXR_SendMsgToMpu", kU32, false, false, kMsgSendMsgToMpuParameters,
+     kMsgSendMsgToMpuPointers},
+    {"Msg", "DXR_SendMsgToDevm", kU32, false, false, kMsgSendMsgToDevmParameters,
+     kMsgSendMsgToDevmPointers},
+    {"Msg", "DXR_SendMsgToLpu", kU32, false, false, kMsgSendMsgToLpuParameters,
+     kMsgSendMsgToLpuPointers},
+    {"Msg", "DXR_SendMsgToSfu", kU32, false, false, kMsgSendMsgToSfuParameters,
+     kMsgSendMsgToSfuPointers},
     {"Msg", "DXR_SendMsgToNp", kNone, false, false, kMsgSendMsgToNpParameters, {}},
-    {"Msg", "DXR_SendEopEvent", kU32, false, false, kMsgSendEopEventParameters, {}},
+    {"Msg", "DXR_SendEopEvent", kU32, false, false, kMsgSendEopEventParameters,
+     kMsgSendEopEventPointers},
     {"Msg", "DXR_SetMeshFd", kNone, false, false, kMsgSetMeshFdParameters, {}},
     {"Print", "DXR_Assert", kU32, false, false, kPrintReportAssertParameters, {}},
     {"Print", "DXR_EnableLogOutput", kU32, false, false, kPrintEnableLogOutputParameters, {}},
@@ -750,31 +816,19 @@ constinit const SlotInfo kSlots[kSlotCount] = {
      kTblmSetChipTblmDataPointers},
     {"Tblm", "DXR_DeleteChipTblmData", kU32, false, false, kTblmDeleteChipTblmDataParameters,
      kTblmDeleteChipTblmDataPointers},
-    {"Tblm",
-     "DXR_GetCrossTblmFirstData",
-     kU32,
-     false,
-     false,
-     kTblmGetCrossTblmFirstDataParameters,
-     {}},
-    {"Tblm",
-     "DXR_GetLinearTblmFirstData",
-     kU32,
-     false,
-     false,
-     kTblmGetLinearTblmFirstDataParameters,
-     {}},
-    {"Tblm", "DXR_GetTblmNextData", kU32, false, false, kTblmGetTblmNextDataParameters, {}},
+    {"Tblm", "DXR_GetCrossTblmFirstData", kU32, false, false, kTblmGetCrossTblmFirstDataParameters,
+     kTblmGetCrossTblmFirstDataPointers},
+    {"Tblm", "DXR_GetLinearTblmFirstData", kU32, false, false,
+     kTblmGetLinearTblmFirstDataParameters, kTblmGetLinearTblmFirstDataPointers},
+    {"Tblm", "DXR_GetTblmNextData", kU32, false, false, kTblmGetTblmNextDataParameters,
+     kTblmGetTblmNextDataPointers},
     {"Tblm", "DXR_ReleaseTblm", kNone, false, false, kTblmReleaseTblmParameters, {}},
-    {"Tblm", "DXR_GetTblmAttr", kU32, false, false, kTblmGetTblmAttrParameters, {}},
-    {"Tblm", "DXR_GetCstPoolCount", kU32, false, false, kTblmGetCstPoolCountParameters, {}},
-    {"Tblm",
-     "DXR_SetChipTblmDataAndMask",
-     kU32,
-     false,
-     false,
-     kTblmSetChipTblmDataAndMaskParameters,
-     {}},
+    {"Tblm", "DXR_GetTblmAttr", kU32, false, false, kTblmGetTblmAttrParameters,
+     kTblmGetTblmAttrPointers},
+    {"Tblm", "DXR_GetCstPoolCount", kU32, false, false, kTblmGetCstPoolCountParameters,
+     kTblmGetCstPoolCountPointers},
+    {"Tblm", "DXR_SetChipTblmDataAndMask", kU32, false, false,
+     kTblmSetChipTblmDataAndMaskParameters, kTblmSetChipTblmDataAndMaskPointers},
     {"Time", "DXR_GetSysTime", kNone, false, false, kTimeGetSysTimeParameters,
      kTimeGetSysTimePointers},
     {"Time", "DXR_SysTime2Str", kU32, false, false, kTimeSysTime2StrParameters,
@@ -800,20 +854,18 @@ constinit const SlotInfo kSlots[kSlotCount] = {
     {"Time", "DXR_GetLocalTime", kU32, false, false, kTimeGetLocalTimeParameters,
      kTimeGetLocalTimePointers},
     {"Time", "DXR_GetStartupTimeSec", kU32, false, false, {}, {}},
-    {"Cfg", "DXR_CFG_ReadBoardData", kNone, false, false, kCfgCfgReadBoardDataParameters, {}},
-    {"Cfg", "DXR_CFG_DisplayBoardData", kU32, false, false, kCfgCfgDisplayBoardDataParameters, {}},
+    {"Cfg", "DXR_CFG_ReadBoardData", kNone, false, false, kCfgCfgReadBoardDataParameters,
+     kCfgCfgReadBoardDataPointers},
+    {"Cfg", "DXR_CFG_DisplayBoardData", kU32, false, false, kCfgCfgDisplayBoardDataParameters,
+     kCfgCfgDisplayBoardDataPointers},
     {"Cfg", "DXR_CFG_ClearBoardData", kNone, false, false, {}, {}},
     {"Cfg", "DXR_CFG_GetBoardData", kU32, false, false, kCfgCfgGetBoardDataParameters, {}},
     {"Cfg", "DXR_CFG_IsFromBoardData", kU32, false, false, kCfgCfgIsFromBoardDataParameters, {}},
-    {"Cfg", "DXR_CFG_GetMemParam", kPointer, false, false, kCfgCfgGetMemParamParameters, {}},
+    {"Cfg", "DXR_CFG_GetMemParam", kPointer, false, false, kCfgCfgGetMemParamParameters,
+     kCfgCfgGetMemParamPointers},
     {"Cfg", "DXR_CFG_IsFromMemParam", kU32, false, false, kCfgCfgIsFromMemParamParameters, {}},
-    {"Cfg",
-     "DXR_CFG_GetAdvancedSpec",
-     kPointer,
-     false,
-     false,
-     kCfgCfgGetAdvancedSpecParameters,
-     {}},
+    {"Cfg", "DXR_CFG_GetAdvancedSpec", kPointer, false, false, kCfgCfgGetAdvancedSpecParameters,
+     kCfgCfgGetAdvancedSpecPointers},
     {"Cfg",
      "DXR_CFG_IsFromBoardAdvancedSpec",
      kU32,
@@ -833,37 +885,45 @@ constinit const SlotInfo kSlots[kSlotCount] = {
     {"JsonDecode", "JsonDecode.reserved1", kNone, false, true, {}, {}},
     {"JsonDecode", "JsonDecode.reserved2", kNone, false, true, {}, {}},
     {"JsonDecode", "JsonDecode.reserved3", kNone, false, true, {}, {}},
-    {"Np", "DXR_SetMcPortMap", kU32, false, false, kNpSetMcPortMapParameters, {}},
-    {"Np", "DXR_GetQueueDropStat", kU32, false, false, kNpGetQueueDropStatParameters, {}},
-    {"Np", "DXR_GetAbsPfcLogicSp", kU32, false, false, kNpGetAbsPfcLogicSpParameters, {}},
-    {"Plugin", "DXR_RegisterBrdPlugin", kU32, false, false, kPluginRegisterBrdPluginParameters, {}},
-    {"Plugin",
-     "DXR_UnRegisterBrdPlugin",
-     kU32,
-     false,
-     false,
-     kPluginUnRegisterBrdPluginParameters,
-     {}},
-    {"Plugin", "DXR_LoadBrdPlugin", kU32, false, false, kPluginLoadBrdPluginParameters, {}},
-    {"Plugin", "DXR_UnLoadBrdPlugin", kNone, false, false, kPluginUnLoadBrdPluginParameters, {}},
-    {"Plugin", "DXR_IsBrdPluginLoaded", kU32, false, false, kPluginIsBrdPluginLoadedParameters, {}},
-    {"Plugin", "DXR_CheckBrdPlugin", kU32, false, false, kPluginCheckBrdPluginParameters, {}},
-    {"Plugin", "DXR_QueryBrdPlugin", kU32, false, false, kPluginQueryBrdPluginParameters, {}},
-    {"Plugin", "DXR_DisplayBrdPlugin", kNone, false, false, kPluginDisplayBrdPluginParameters, {}},
+    {"Np", "DXR_SetMcPortMap", kU32, false, false, kNpSetMcPortMapParameters,
+     kNpSetMcPortMapPointers},
+    {"Np", "DXR_GetQueueDropStat", kU32, false, false, kNpGetQueueDropStatParameters,
+     kNpGetQueueDropStatPointers},
+    {"Np", "DXR_GetAbsPfcLogicSp", kU32, false, false, kNpGetAbsPfcLogicSpParameters,
+     kNpGetAbsPfcLogicSpPointers},
+    {"Plugin", "DXR_RegisterBrdPlugin", kU32, false, false, kPluginRegisterBrdPluginParameters,
+     kPluginRegisterBrdPluginPointers},
+    {"Plugin", "DXR_UnRegisterBrdPlugin", kU32, false, false, kPluginUnRegisterBrdPluginParameters,
+     kPluginUnRegisterBrdPluginPointers},
+    {"Plugin", "DXR_LoadBrdPlugin", kU32, false, false, kPluginLoadBrdPluginParameters,
+     kPluginLoadBrdPluginPointers},
+    {"Plugin", "DXR_UnLoadBrdPlugin", kNone, false, false, kPluginUnLoadBrdPluginParameters,
+     kPluginUnLoadBrdPluginPointers},
+    {"Plugin", "DXR_IsBrdPluginLoaded", kU32, false, false, kPluginIsBrdPluginLoadedParameters,
+     kPluginIsBrdPluginLoadedPointers},
+    {"Plugin", "DXR_CheckBrdPlugin", kU32, false, false, kPluginCheckBrdPluginParameters,
+     kPluginCheckBrdPluginPointers},
+    {"Plugin", "DXR_QueryBrdPlugin", kU32, false, false, kPluginQueryBrdPluginParameters,
+     kPluginQueryBrdPluginPointers},
+    {"Plugin", "DXR_DisplayBrdPlugin", kNone, false, false, kPluginDisplayBrdPluginParameters,
+     kPluginDisplayBrdPluginPointers},
     {"Hash", "DXR_HashCount", kU32, false, false, kHashHashCountParameters, {}},
-    {"Hash", "DXR_HashCreate", kPointer, false, false, kHashHashCreateParameters, {}},
+    {"Hash", "DXR_HashCreate", kPointer, false, false, kHashHashCreateParameters,
+     kHashHashCreatePointers},
     {"Hash", "DXR_HashFindKey", kPointer, false, false, kHashHashFindKeyParameters, {}},
     {"Hash", "DXR_HashFree", kU32, false, false, kHashHashFreeParameters, {}},
     {"Hash", "DXR_HashGetBucketNum", kU32, false, false, kHashHashGetBucketNumParameters, {}},
     {"Hash", "DXR_HashGetFirst", kPointer, false, false, kHashHashGetFirstParameters, {}},
     {"Hash", "DXR_HashGetNext", kPointer, false, false, kHashHashGetNextParameters, {}},
     {"Hash", "DXR_HashGetMaxItem", kU32, false, false, kHashHashGetMaxItemParameters, {}},
-    {"Hash", "DXR_HashInsert", kU32, false, false, kHashHashInsertParameters, {}},
+    {"Hash", "DXR_HashInsert", kU32, false, false, kHashHashInsertParameters,
+     kHashHashInsertPointers},
     {"Hash", "DXR_HashRemove", kU32, false, false, kHashHashRemoveParameters, {}},
     {"Hash", "DXR_HashGetFromEntry", kPointer, false, false, kHashHashGetFromEntryParameters, {}},
     {"Ffm", "DXR_FfmStartFaultCheck", kU32, false, false, {}, {}},
     {"Ffm", "DXR_FfmStopFaultCheck", kU32, false, false, {}, {}},
-    {"Kpi", "DXR_UpdateKpiAttrVal", kU32, false, false, kKpiUpdateKpiAttrValParameters, {}},
+    {"Kpi", "DXR_UpdateKpiAttrVal", kU32, false, false, kKpiUpdateKpiAttrValParameters,
+     kKpiUpdateKpiAttrValPointers},
     {"Temperature",
      "DXR_RegisterQueryTempFunc",
      kNone,

@@ -35,6 +35,14 @@ struct State {
 
 extern constinit State g_state;
 
+// The table as cells of which each holds a function of any type.
+using Cell [[gnu::may_alias]] = Hook;
+
+// Puts a hook into a cell, unless somebody has put something else there meanwhile.
+inline void Exchange(Cell &cell, Hook from, Hook to) {
+    (void)__atomic_compare_exchange_n(&cell, &from, to, false, __ATOMIC_RELEASE, __ATOMIC_RELAXED);
+}
+
 template <typename Function>
 Function BareHook(size_t slot) {
     return reinterpret_cast<Function>(g_state.bare[slot].load(std::memory_order_relaxed));

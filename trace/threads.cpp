@@ -175,6 +175,20 @@ void KeepEnded(bool keep) {
     }
 }
 
+void HoldRecords() {
+    g_registry.mutex.lock();
+}
+
+void ReleaseRecords() {
+    g_registry.mutex.unlock();
+}
+
+void ForgetRecords() {
+    g_registry.keepsEnded = false;
+    DeleteEnded();
+    ReleaseRecords();
+}
+
 void VisitRecords(Visit visit, void *context) {
     const std::lock_guard<std::mutex> lock(g_registry.mutex);
     for (ThreadRecord *record = g_registry.first; record != nullptr; record = record->next) {

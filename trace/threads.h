@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "formatted.h"
 #include "histogram.h"
 #include "ring.h"
 #include "slots.h"
@@ -22,6 +23,7 @@ struct ThreadRecord {
 
     // Of the thread alone.
     uint64_t sequence = 0;
+    Texts texts;
 
     // Written by the thread, while it holds the lock of all records; read by it, and by those who
     // hold that lock.
@@ -80,6 +82,11 @@ void KeepEnded(bool keep);
 // Calls `visit` with each record while no other changes; those that have ended go after it.
 using Visit = void (*)(ThreadRecord &record, void *context);
 void VisitRecords(Visit visit, void *context);
+
+// Around fork, as in drain.h.
+void HoldRecords();
+void ReleaseRecords();
+void ForgetRecords();
 
 // Of the threads: asks the drain to make room soon; waits until it may have done so.
 void WakeDrain();

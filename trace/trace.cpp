@@ -49,9 +49,6 @@ void Switch(Mode mode) {
     g_state.mode.store(mode);
 }
 
-// The table as cells of which each holds a function of any type.
-using Cell [[gnu::may_alias]] = Hook;
-
 Cell *Table() {
     return reinterpret_cast<Cell *>(DXR_GetHooks());
 }
@@ -62,8 +59,14 @@ std::array<Hook, kSlotCount> Wrappers() {
     return wrappers;
 }
 
+// A hook in the manner of printf can only be handed a finished text: while nothing is noted there
+// must be nothing before it.
+bool IsWrapped(size_t slot, Mode mode) {
+    return mode != Mode::kOff || !kSlots[slot].isVariadic;
+}
+
 // A thread that finds the wrapper finds the hook behind it.
-void PutWrappersIn() {
+void PutWrappersIn(Mode mode) {
     const std::array<Hook, kSlotCount> wrappers = Wrappers();
     Cell *const table = Table();
     for (size_t i = 0; i < kSlotCount; ++i) {
@@ -71,7 +74,26 @@ void PutWrappersIn() {
         // A host may have registered a copy of the table that it made while wrappers were in it.
         if (hook != nullptr && wrappers[i] != nullptr && hook != wrappers[i]) {
             g_state.bare[i].store(hook, std::memory_order_relaxed);
-            __atomic_store_n(&table[i], wrappers[i], __ATOMIC_RELEASE);
+            if (IsWrapped(i, mode)) {
+                Exchange(table[i], hook, wrappers[i]);
+            }
+        }
+    }
+}
+
+// Hooks in the manner of printf, of those that were there at the start.
+void PutPrintersIn(Mode mode) {
+    const std::array<Hook, kSlotCount> wrappers = Wrappers();
+    Cell *const table = Table();
+    for (size_t i = 0; i < kSlotCount; ++i) {
+        const Hook bare = g_state.bare[i].load(std::memory_order_relaxed);
+        if (!kSlots[i].isVariadic || bare == nullptr) {
+            continue;
+        }
+        if (IsWrapped(i, mode)) {
+            Exchange(table[i], bare, wrappers[i]);
+        } else {
+            Exchange(table[i], wrappers[i], bare);
         }
     }
 }
@@ -80,9 +102,8 @@ void TakeWrappersOut() {
     const std::array<Hook, kSlotCount> wrappers = Wrappers();
     Cell *const table = Table();
     for (size_t i = 0; i < kSlotCount; ++i) {
-        if (wrappers[i] != nullptr && __atomic_load_n(&table[i], __ATOMIC_RELAXED) == wrappers[i]) {
-            __atomic_store_n(&table[i], g_state.bare[i].load(std::memory_order_relaxed),
-                             __ATOMIC_RELEASE);
+        if (wrappers[i] != nullptr) {
+            Exchange(table[i], wrappers[i], g_state.bare[i].load(std::memory_order_relaxed));
         }
     }
 }
@@ -113,11 +134,21 @@ void PrepareOnce() {
     }
     g_control.isPrepared = true;
     (void)std::atexit([] { (void)DxrTraceStop(); });
-    (void)pthread_atfork(nullptr, nullptr, [] {
-        g_state.mode.store(Mode::kOff);
-        g_control.hasFile = false;
-        ForgetDrain();
-    });
+    (void)pthread_atfork(
+        [] {
+            g_control.mutex.lock();
+            HoldDrain();
+        },
+        [] {
+            ReleaseDrain();
+            g_control.mutex.unlock();
+        },
+        [] {
+            g_state.mode.store(Mode::kOff);
+            g_control.hasFile = false;
+            ForgetDrain();
+            g_control.mutex.unlock();
+        });
 }
 
 uint32_t Start(const DxrTraceOptions &options) {
@@ -148,7 +179,7 @@ uint32_t Start(const DxrTraceOptions &options) {
     }
     g_control.hasFile = options.file != nullptr;
     Switch(Mode{options.mode});
-    PutWrappersIn();
+    PutWrappersIn(Mode{options.mode});
     g_control.isStarted = true;
     return 0;
 }
@@ -177,6 +208,7 @@ uint32_t SetMode(uint32_t mode) {
         return EINVAL;
     }
     Switch(Mode{mode});
+    PutPrintersIn(Mode{mode});
     return 0;
 }
 

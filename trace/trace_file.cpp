@@ -45,8 +45,8 @@ class Decoder {
     }
 
     std::string_view Bytes(uint64_t size) {
-        if (size > bytes_.size()) {
-            isGood_ = false;
+        isGood_ = isGood_ && size <= bytes_.size();
+        if (!isGood_) {
             return {};
         }
         const std::string_view taken = bytes_.substr(0, static_cast<size_t>(size));
@@ -271,15 +271,29 @@ class Reader {
         // A block is taken as a whole or not at all.
         const size_t callsBefore = file_.calls.size();
         uint64_t ticks = 0;
+        returned_.clear();
         while (!in.IsEmpty()) {
             if (!TakeEvent(in, found->second, ticks)) {
-                file_.calls.resize(callsBefore);
-                ticks_.resize(callsBefore);
+                TakeBack(callsBefore);
                 return false;
             }
         }
         found->second.told.dropped = dropped;
         return true;
+    }
+
+    // The calls from there on, and the returns of the block.
+    void TakeBack(size_t callsBefore) {
+        for (const size_t index : returned_) {
+            TracedCall &call = file_.calls[index];
+            call.hasReturned = false;
+            call.hasResult = false;
+            call.result = 0;
+            call.out.clear();
+            ticks_[index].end = ticks_[index].begin;
+        }
+        file_.calls.resize(callsBefore);
+        ticks_.resize(callsBefore);
     }
 
     bool TakeEvent(Decoder &in, Thread &thread, uint64_t &ticks) {
@@ -331,6 +345,7 @@ class Reader {
         call.result = result;
         call.out = std::move(pieces);
         ticks_[open->second].end = ticks;
+        returned_.push_back(open->second);
         thread.open.erase(open);
         return true;
     }
@@ -375,18 +390,17 @@ class Reader {
     bool hasEnd_ = false;
     Clock clock_;
     std::vector<Ticks> ticks_;
+    std::vector<size_t> returned_;  // in the block that is being read
     std::map<uint32_t, Thread> threads_;
 };
 
 }  // namespace
 
 const TracedThread *TraceFile::FindThread(uint32_t number) const {
-    for (const TracedThread &thread : threads) {
-        if (thread.number == number) {
-            return &thread;
-        }
-    }
-    return nullptr;
+    const auto found = std::lower_bound(
+        threads.begin(), threads.end(), number,
+        [](const TracedThread &thread, uint32_t wanted) { return thread.number < wanted; });
+    return found != threads.end() && found->number == number ? &*found : nullptr;
 }
 
 TraceFile ReadTraceFile(std::string_view bytes) {

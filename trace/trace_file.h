@@ -68,9 +68,9 @@ struct TraceFile {
     uint64_t processId = 0;
     uint64_t wallNs = 0;  // since 1970, when the recording began
     Follow follow = Follow::kNone;
-    std::string version;  // of the library that wrote it
-    std::vector<TracedThread> threads;
-    std::vector<TracedCall> calls;  // in the order in which they began
+    std::string version;                // of the library that wrote it
+    std::vector<TracedThread> threads;  // by number
+    std::vector<TracedCall> calls;      // in the order in which they began
     uint64_t dropped = 0;
 
     [[nodiscard]] const TracedThread *FindThread(uint32_t number) const;

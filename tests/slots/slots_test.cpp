@@ -1,6 +1,7 @@
 // The dispatch layer, slot by slot: hooks go in by their absolute place in the table, calls go
 // through the exported functions, and what must come out is in expected_slots.h.
 #include "slots/expected_slots.h"
+#include "slots/raw_table.h"
 
 #include <gtest/gtest.h>
 
@@ -33,20 +34,7 @@ namespace {
 
 constexpr Word kAllOnes = UINT64_MAX;
 
-// --- the table as the host's binary sees it: 226 addresses
-
-using RawTable = std::array<Hook, kSlotCount>;
-static_assert(sizeof(RawTable) == kTableBytes);
-static_assert(sizeof(DxrHooks) == kTableBytes);
-
-void Register(const RawTable &table) {
-    const auto hooks = std::bit_cast<DxrHooks>(table);
-    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
-}
-
-RawTable Registered() {
-    return std::bit_cast<RawTable>(g_dxrHooks);
-}
+// --- tables
 
 std::multiset<size_t> g_wronglyCalled;
 
@@ -91,27 +79,6 @@ std::string DescribeWrongCalls() {
 
 // --- arguments
 
-std::vector<std::string> ArgumentTypes(const Slot &slot) {
-    std::vector<std::string> types;
-    std::string_view rest = slot.arguments;
-    while (!rest.empty()) {
-        const size_t end = std::min(rest.find(", "), rest.size());
-        types.emplace_back(rest.substr(0, end));
-        rest.remove_prefix(std::min(end + 2, rest.size()));
-    }
-    return types;
-}
-
-Word Mask(std::string_view type) {
-    if (type == "u8") {
-        return UINT8_MAX;
-    }
-    if (type == "u16") {
-        return UINT16_MAX;
-    }
-    return type == "u32" ? UINT32_MAX : kAllOnes;
-}
-
 Words Narrowed(const Slot &slot, Words words) {
     const std::vector<std::string> types = ArgumentTypes(slot);
     for (size_t i = 0; i < words.size(); ++i) {
@@ -123,11 +90,10 @@ Words Narrowed(const Slot &slot, Words words) {
     return words;
 }
 
-// The top bit of every width is set and all bytes differ from position to position.
 Words Sentinels(const Slot &slot) {
     Words words = {};
     for (size_t i = 0; i < words.size(); ++i) {
-        words[i] = 0xF0E1D2C3B4A59680 + 0x0101010101010101 * i;
+        words[i] = Sentinel(i);
     }
     return Narrowed(slot, words);
 }
@@ -219,10 +185,6 @@ void ExpectFallback(const Slot &slot, Word result) {
     }
 }
 
-Word ResultMask(const Slot &slot) {
-    return slot.outcome.type == "void" ? 0 : Mask(slot.outcome.type);
-}
-
 constexpr Word kResults[] = {
     0,          1,          2,        0x7FFFFFFF,         0x80000000,
     0x80000001, 0xFFFFFFFE, kAllOnes, 0x8123456789ABCDEF, 0xFFFFFFFF00000000,
@@ -251,14 +213,9 @@ class Dispatch : public SlotFixture, public testing::TestWithParam<Slot> {
             EXPECT_EQ(1U, g_recorder.calls);
             EXPECT_EQ(ArgumentTypes(slot_).size(), g_recorder.arity);
             EXPECT_EQ(arguments, g_recorder.arguments);
-            EXPECT_EQ(result & ResultMask(slot_), got);
+            EXPECT_EQ(result & Mask(slot_.outcome.type), got);
         }
         EXPECT_TRUE(g_wronglyCalled.empty()) << DescribeWrongCalls();
-    }
-
-    // The one function that calls its slot only when the slot before it is set.
-    [[nodiscard]] bool NeedsItsNeighbour() const {
-        return slot_.name == "DXR_GetNgTmPortInfoByTmPortFromDb";
     }
 };
 
@@ -285,7 +242,7 @@ TEST_P(Dispatch, EmptySlotInspectsNoArgument) {
 }
 
 TEST_P(Dispatch, EmptySlotAmongFilledOnesGivesTheFallback) {
-    if (NeedsItsNeighbour()) {
+    if (NeedsItsNeighbour(slot_)) {
         RawTable table = TrapsBut(slot_, nullptr);
         table[slot_.Absolute() - 1] = nullptr;
         Register(table);
@@ -322,7 +279,7 @@ TEST_P(Dispatch, ForwardsZeros) {
 }
 
 TEST_P(Dispatch, NeedsNoOtherSlot) {
-    if (NeedsItsNeighbour()) {
+    if (NeedsItsNeighbour(slot_)) {
         RawTable table = Only(slot_, slot_.binding.recordingHook);
         table[slot_.Absolute() - 1] = TrapTable()[slot_.Absolute() - 1];
         Register(table);
@@ -580,7 +537,7 @@ TEST_F(Table, PartialTablesReachExactlyTheirSlots) {
                 EXPECT_EQ(1U, g_recorder.calls) << slot.name;
                 EXPECT_EQ(slot.binding.recordingHook, g_recorder.called) << slot.name;
                 EXPECT_EQ(memory.Arguments(), g_recorder.arguments) << slot.name;
-                EXPECT_EQ(g_recorder.result & ResultMask(slot), got) << slot.name;
+                EXPECT_EQ(g_recorder.result & Mask(slot.outcome.type), got) << slot.name;
             } else {
                 EXPECT_EQ(0U, g_recorder.calls) << slot.name;
                 ExpectFallback(slot, got);

@@ -15,6 +15,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -23,6 +24,8 @@
 #include <vector>
 
 #include "dxr_trace.h"
+#include "support/new_watch.h"
+#include "support/sanitizers.h"
 #include "support/test_host.h"
 
 namespace dxrtest {
@@ -477,6 +480,78 @@ TEST_F(TraceRecording, ChildProcessesNoteNothing) {
     DXR_IsIssuState();
     ASSERT_EQ(0U, DxrTraceStop());
     EXPECT_EQ(2U, Lines(recording_).size());
+}
+
+// Also while the trace's own thread is at work, whose locks are not left behind in the child.
+TEST_F(TraceRecording, ChildProcessesMayBeMadeAtAnyTime) {
+    recording_.Start();
+    std::atomic<bool> isOver{false};
+    std::thread other([&isOver] {
+        while (!isOver) {
+            DXR_IsIssuState();
+        }
+    });
+    for (int round = 0; round < 20; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            (void)alarm(20);
+            DxrTraceCount count{};
+            bool good = DxrTraceGetCounts(&count, 1) == 226 &&
+                        DxrTraceSetMode(DXR_TRACE_COUNT) == 0 && DXR_IsIssuState() == 1 &&
+                        DxrTraceStop() == 0;
+#if !DXRTEST_FORMATS_ARE_READ  // with the thread sanitizer a child begins no thread
+            DxrTraceOptions options;
+            DxrTraceInitOptions(&options);
+            options.mode = DXR_TRACE_CALLS;
+            options.file = "/dev/null";
+            good = good && DxrTraceStart(&options) == 0 && DXR_IsIssuState() == 1;
+            std::thread([&good] { good = good && DXR_IsIssuState() == 1; }).join();
+            good = good && DxrTraceStop() == 0;
+#endif
+            _exit(good ? 0 : 1);
+        }
+        int status = -1;
+        ASSERT_EQ(child, waitpid(child, &status, 0));
+        ASSERT_EQ(0, status) << "round " << round;
+    }
+    isOver = true;
+    other.join();
+    ASSERT_EQ(0U, DxrTraceStop());
+}
+
+size_t Descriptors() {
+    size_t count = 0;
+    for ([[maybe_unused]] const auto &each : std::filesystem::directory_iterator("/proc/self/fd")) {
+        ++count;
+    }
+    return count;
+}
+
+TEST_F(TraceRecording, StartsThatFailForMemoryLeaveNothingBehind) {
+    DxrTraceOptions options;
+    DxrTraceInitOptions(&options);
+    options.mode = DXR_TRACE_CALLS;
+    options.file = "/dev/null";
+    const size_t descriptors = Descriptors();
+    for (const bool fromThenOn : {false, true}) {
+        for (size_t n = 1;; ++n) {
+            uint32_t result = 0;
+            const Outcome outcome = RunFailing(
+                n, [&] { result = DxrTraceStart(&options); }, fromThenOn);
+            ASSERT_EQ(Outcome::kDone, outcome);
+            if (result == 0) {
+                break;
+            }
+            ASSERT_EQ(uint32_t{ENOMEM}, result);
+            ASSERT_EQ(0U, NewWatch::Live()) << n;
+            ASSERT_EQ(descriptors, Descriptors()) << n;
+            ASSERT_EQ(uint32_t{EALREADY}, DxrTraceStop());
+            ASSERT_EQ(hooks_.dev.isIssuState, DXR_GetDevHooks()->isIssuState);
+        }
+        EXPECT_EQ(1U, DXR_IsIssuState());
+        EXPECT_EQ(0U, DxrTraceStop());
+    }
+    EXPECT_EQ(descriptors, Descriptors());
 }
 
 TEST_F(TraceRecording, ExportsRefuseWhatIsNoRecording) {

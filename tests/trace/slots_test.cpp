@@ -1,11 +1,13 @@
 // All 226 slots through the trace: what a hook gets and what its caller gets are the same as
 // without, in every mode; and what the list says of parameters and pointers is what the types say.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cerrno>
+#include <csetjmp>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -14,12 +16,14 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
 #include "dxr_trace.h"
 #include "slots.h"
 #include "slots/expected_slots.h"
+#include "slots/raw_table.h"
 #include "state.h"
 #include "support/test_host.h"
 #include "wrappers.h"
@@ -33,21 +37,11 @@ void PrintTo(const Slot &slot, std::ostream *out) {
 namespace {
 
 using dxr_trace::kSlots;
-using RawTable = std::array<Hook, kSlotCount>;
 
 constexpr uint32_t kModes[] = {DXR_TRACE_OFF, DXR_TRACE_COUNT, DXR_TRACE_CALLS};
 
-RawTable Registered() {
-    return std::bit_cast<RawTable>(g_dxrHooks);
-}
-
 RawTable Wrappers() {
     return std::bit_cast<RawTable>(dxr_trace::kWrappers);
-}
-
-void Register(const RawTable &table) {
-    const auto hooks = std::bit_cast<DxrHooks>(table);
-    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
 }
 
 void Start(uint32_t mode) {
@@ -66,30 +60,6 @@ DxrTraceCount CountOf(size_t slot) {
     return counts[slot];
 }
 
-std::vector<std::string> Types(const Slot &slot) {
-    std::vector<std::string> types;
-    std::string_view rest = slot.arguments;
-    while (!rest.empty()) {
-        const size_t end = std::min(rest.find(", "), rest.size());
-        types.emplace_back(rest.substr(0, end));
-        rest.remove_prefix(std::min(end + 2, rest.size()));
-    }
-    return types;
-}
-
-Word Mask(std::string_view type) {
-    if (type == "u8") {
-        return UINT8_MAX;
-    }
-    if (type == "u16") {
-        return UINT16_MAX;
-    }
-    if (type == "void") {
-        return 0;
-    }
-    return type == "u32" ? UINT32_MAX : UINT64_MAX;
-}
-
 std::string_view NameOf(dxr_trace::Width width) {
     constexpr std::string_view kNames[] = {"void", "u8", "u16", "u32", "u64", "p"};
     return kNames[static_cast<size_t>(width)];
@@ -102,9 +72,9 @@ class TracedSlot : public testing::TestWithParam<Slot> {
     // All bytes differ, the top bits are set; pointers lead to zeros, of which there are enough.
     [[nodiscard]] Words Arguments() {
         Words words = {};
-        const std::vector<std::string> types = Types(slot_);
+        const std::vector<std::string> types = ArgumentTypes(slot_);
         for (size_t i = 0; i < types.size(); ++i) {
-            words[i] = (0xF0E1D2C3B4A59680 + 0x0101010101010101 * i) & Mask(types[i]);
+            words[i] = Sentinel(i) & Mask(types[i]);
             if (types[i] == "p") {
                 words[i] = reinterpret_cast<Word>(memory_[i].data());
             } else if (types[i] == "u32") {
@@ -125,7 +95,7 @@ class TracedSlot : public testing::TestWithParam<Slot> {
 TEST_P(TracedSlot, HandsArgumentsAndResultOn) {
     RawTable table = {};
     table[slot_.Absolute()] = slot_.binding.recordingHook;
-    if (slot_.name == "DXR_GetNgTmPortInfoByTmPortFromDb") {  // looks whether its neighbour is set
+    if (NeedsItsNeighbour(slot_)) {
         table[slot_.Absolute() - 1] = slot_.binding.recordingHook;
     }
     const Words arguments = Arguments();
@@ -201,6 +171,8 @@ INSTANTIATE_TEST_SUITE_P(Slots, TracedSlot, testing::ValuesIn(DispatchedSlots())
 
 // --- the slots with rules of their own
 
+std::vector<std::string> g_lines;
+
 class TracedPrint : public testing::Test {
   protected:
     TracedPrint() {
@@ -245,7 +217,6 @@ class TracedPrint : public testing::Test {
         g_lines.push_back(head + ": " + text.data());
     }
 
-    static inline std::vector<std::string> g_lines;
     TestHost host_;
 };
 
@@ -297,6 +268,92 @@ TEST_F(TracedPrint, TextsOfEveryLengthStayWhole) {
         DXR_GetPrintHooks()->print(4, "%s", text.c_str());
         EXPECT_EQ(std::vector<std::string>{"4: " + text}, g_lines);
     }
+}
+
+uint32_t OtherLog(const char * /*name*/, const char * /*format*/, ...) {
+    return 99;
+}
+
+thread_local std::jmp_buf g_out;
+
+void JumpOut(uint32_t /*level*/, const char * /*format*/, ...) {
+    std::longjmp(g_out, 1);
+}
+
+// Prints once more until level 5, and keeps its own text then.
+void PrintWithin(uint32_t level, const char *format, ...) {
+    static const std::string inner(3000, 'i');
+    std::va_list args;
+    va_start(args, format);
+    const std::string text = va_arg(args, const char *);
+    va_end(args);
+    if (level < 5) {
+        DXR_GetPrintHooks()->print(level + 1, "%s", inner.c_str());
+    }
+    g_lines.push_back(text);
+}
+
+// Nothing is formatted twice while nothing is noted.
+TEST_F(TracedPrint, NothingStandsBeforeThemWhileNothingIsNoted) {
+    const DxrPrintHook bare = DXR_GetPrintHooks()->print;
+    const DxrPrivateLogHook bareLog = DXR_GetPrintHooks()->writePrivateLog;
+    Start(DXR_TRACE_OFF);
+    EXPECT_EQ(DXR_GetPrintHooks()->print, bare);
+    EXPECT_EQ(DXR_GetPrintHooks()->writePrivateLog, bareLog);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(0U, DxrTraceSetMode(DXR_TRACE_COUNT));
+        EXPECT_NE(DXR_GetPrintHooks()->print, bare);
+        EXPECT_NE(DXR_GetPrintHooks()->writePrivateLog, bareLog);
+        DXR_GetPrintHooks()->print(6, "%s", "counted");
+        EXPECT_EQ(0U, DxrTraceSetMode(DXR_TRACE_OFF));
+        EXPECT_EQ(DXR_GetPrintHooks()->print, bare);
+        DXR_GetPrintHooks()->print(6, "%s", "not counted");
+    }
+    EXPECT_EQ(3U, CountOf(118).calls);
+    // What the host puts there meanwhile is its own affair.
+    DXR_GetPrintHooks()->print = nullptr;
+    const DxrPrivateLogHook other = OtherLog;
+    DXR_GetPrintHooks()->writePrivateLog = other;
+    EXPECT_EQ(0U, DxrTraceSetMode(DXR_TRACE_COUNT));
+    EXPECT_EQ(DXR_GetPrintHooks()->print, nullptr);
+    EXPECT_EQ(DXR_GetPrintHooks()->writePrivateLog, other);
+    EXPECT_EQ(0U, DxrTraceStop());
+    EXPECT_EQ(DXR_GetPrintHooks()->print, nullptr);
+    EXPECT_EQ(DXR_GetPrintHooks()->writePrivateLog, other);
+}
+
+// A task that is cut off in the hook, without a way back, leaves no text behind when it is over.
+TEST_F(TracedPrint, TextsOfTasksThatAreCutOffGoWithTheirThread) {
+    DxrHooks hooks = {};
+    hooks.print.print = JumpOut;
+    EXPECT_EQ(0U, DXR_RegisterHooks(&hooks));
+    Start(DXR_TRACE_COUNT);
+    constexpr int kTimes = 2000;
+    constexpr size_t kLength = 5000;
+    const std::string text(kLength, 'x');
+    const auto before = mallinfo2().uordblks;
+    std::thread([&text] {
+        static int round;  // outside of what the jump may restore
+        for (round = 0; round < kTimes; ++round) {
+            if (setjmp(g_out) == 0) {
+                DXR_GetPrintHooks()->print(1, "[%s]", text.c_str());
+            }
+        }
+    }).join();
+    EXPECT_LT(mallinfo2().uordblks, before + kTimes * kLength / 4);
+    EXPECT_EQ(uint64_t{kTimes}, CountOf(118).calls);
+}
+
+// A text that a hook writes while another one is on its way.
+TEST_F(TracedPrint, TextsWithinTextsStayWhole) {
+    const std::string inner(3000, 'i');
+    DxrHooks hooks = {};
+    hooks.print.print = PrintWithin;
+    EXPECT_EQ(0U, DXR_RegisterHooks(&hooks));
+    Start(DXR_TRACE_COUNT);
+    const std::string outer(4000, 'o');
+    DXR_GetPrintHooks()->print(1, "%s", outer.c_str());
+    EXPECT_EQ((std::vector<std::string>{inner, inner, inner, inner, outer}), g_lines);
 }
 
 // --- the table as a whole
@@ -358,6 +415,20 @@ TEST(TraceTable, PointersFitTheirSlots) {
     }
     EXPECT_EQ(nullptr, DxrTraceSlotName(kSlotCount));
     EXPECT_STREQ("Print.print", DxrTraceSlotName(118));
+}
+
+// What start and stop write to a slot, when somebody has emptied or filled it in between.
+TEST(TraceTable, SlotsThatAreChangedMeanwhileStayAsTheyAre) {
+    const dxr_trace::Hook one = [] {};
+    const dxr_trace::Hook two = reinterpret_cast<dxr_trace::Hook>(&JumpOut);
+    for (const dxr_trace::Hook meanwhile : {dxr_trace::Hook{nullptr}, two}) {
+        dxr_trace::Cell cell = meanwhile;
+        dxr_trace::Exchange(cell, one, reinterpret_cast<dxr_trace::Hook>(&OtherLog));
+        EXPECT_EQ(cell, meanwhile);
+    }
+    dxr_trace::Cell cell = one;
+    dxr_trace::Exchange(cell, one, two);
+    EXPECT_EQ(cell, two);
 }
 
 }  // namespace

@@ -180,6 +180,45 @@ TEST_F(TraceFileTest, NonsenseWithGoodChecksumsIsRefused) {
     EXPECT_EQ(later.size(), ReadTraceFile(later).goodBytes);
 }
 
+// Returns of calls that stand in earlier blocks, too.
+TEST_F(TraceFileTest, ABlockIsTakenAsAWholeOrNotAtAll) {
+    Encoder start;
+    for (const uint64_t value : {1U, 2U, 3U, 4U, 0U, 64U}) {
+        start.Varint(value);
+    }
+    start.Text("1");
+    const std::string thread("\x01\x4D\x00", 3);
+    // The thread, nothing dropped, a moment; then events of slot 22: call 0 begins, and returns 9.
+    const std::string head("\x01\x00\x05\x06", 4);
+    const std::string begins("\x01\x16\x00\x02\x00\x00", 6);
+    const std::string returns("\x02\x16\x00\x02\x01\x09\x00", 7);
+    std::string file = FileHead();
+    uint32_t number = 0;
+    const auto add = [&](BlockKind kind, const std::string &content) {
+        file += BlockHead(kind, number++, content) + content;
+    };
+    add(BlockKind::kStart, start.Get());
+    add(BlockKind::kThread, thread);
+    add(BlockKind::kCalls, head + begins);
+    const std::string before = file;
+    add(BlockKind::kCalls, head + returns + begins + "\x7F");
+    const TraceFile damaged = ReadTraceFile(file);
+    EXPECT_EQ(FileState::kDamaged, damaged.state);
+    EXPECT_EQ(before.size(), damaged.goodBytes);
+    ASSERT_EQ(1U, damaged.calls.size());
+    EXPECT_FALSE(damaged.calls[0].hasReturned);
+    EXPECT_FALSE(damaged.calls[0].hasResult);
+    EXPECT_EQ(0U, damaged.calls[0].result);
+    file = before;
+    --number;
+    add(BlockKind::kCalls, head + returns);
+    const TraceFile good = ReadTraceFile(file);
+    EXPECT_EQ(FileState::kCut, good.state);
+    ASSERT_EQ(1U, good.calls.size());
+    EXPECT_TRUE(good.calls[0].hasReturned);
+    EXPECT_EQ(9U, good.calls[0].result);
+}
+
 TEST_F(TraceFileTest, LaterFormatsAreRefusedByTheirNumber) {
     Encoder head;
     head.Bytes(kFileMark);
