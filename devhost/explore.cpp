@@ -68,7 +68,7 @@ uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBo
     }
     each.clock = DXR_HOST_CLOCK_VIRTUAL;
     DxrHostExploration exploration{};
-    uint32_t result = kAllWell;
+    uint32_t result = body != nullptr ? kAllWell : kNoHost;
     while (result == kAllWell && exploration.runs < seeds) {
         devhost::Run run{DxrHostCreate(&each), body, user, 0};
         if (run.host == nullptr || DxrHostRegister(run.host) != 0) {

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
 #include <iterator>
 #include <string_view>
+#include <system_error>
+
+#include "whole_file.h"
 
 namespace devhost {
 namespace {
@@ -32,16 +34,21 @@ class Walker {
         if (pointer.empty() || (open != '{' && open != '[')) {
             return at_;
         }
-        const size_t begin = at_++;
+        size_t found = at_++;
+        bool isFound = false;
         const size_t end = std::min(pointer.find('/', 1), pointer.size());
-        const std::string_view name = pointer.substr(1, end - 1);
+        const std::string name = Unescaped(pointer.substr(1, end - 1));
         for (size_t index = 0;; ++index) {
             SkipBlanks();
             if (Current() == '}' || Current() == ']' || Current() == '\0') {
-                return begin;
+                at_ = found;
+                return isFound ? Find(pointer.substr(end)) : found;
             }
+            // Of several members of one name the last one counts.
             if (open == '{' ? TakeKey() == name : std::to_string(index) == name) {
-                return Find(pointer.substr(end));
+                SkipBlanks();
+                found = at_;
+                isFound = true;
             }
             SkipValue();
             SkipBlanks();
@@ -50,6 +57,15 @@ class Walker {
     }
 
   private:
+    static std::string Unescaped(std::string_view name) {
+        std::string plain;
+        for (size_t i = 0; i < name.size(); ++i) {
+            const bool isEscape = name[i] == '~' && i + 1 < name.size();
+            plain += isEscape ? (name[++i] == '1' ? '/' : '~') : name[i];
+        }
+        return plain;
+    }
+
     [[nodiscard]] char Current() const { return at_ < text_.size() ? text_[at_] : '\0'; }
 
     void SkipBlanks() { at_ = std::min(text_.find_first_not_of(" \t\r\n", at_), text_.size()); }
@@ -104,12 +120,13 @@ std::string JsonFile::PlaceOf(const std::string &pointer) const {
 }
 
 bool JsonFile::Read(const std::string &path, std::string &error) {
-    std::ifstream file(path, std::ios::binary);
-    text_.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (!file.is_open() || file.bad()) {
-        error = path + ": cannot be read";
+    Bytes content;
+    const int failure = ReadWholeFile(path, content);
+    if (failure != 0) {
+        error = path + ": cannot be read: " + std::generic_category().message(failure);
         return false;
     }
+    text_.assign(content.begin(), content.end());
     size_t wrongAt = 0;
     const char *const why = ParseJson(text_, value_, wrongAt);
     if (why != nullptr) {

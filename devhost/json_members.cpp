@@ -34,7 +34,19 @@ Members::Members(const JsonValue &object, std::string place)
 }
 
 void Members::Blame(const char *name, const char *why) const {
-    throw Wrong{place_ + (*name != '\0' ? "/" : "") + name, why};
+    throw Wrong{*name != '\0' ? PointerTo(name) : place_, why};
+}
+
+std::string Members::PointerTo(const std::string &name) const {
+    std::string pointer = place_ + "/";
+    for (const char each : name) {
+        if (each == '~' || each == '/') {
+            pointer += each == '~' ? "~0" : "~1";
+        } else {
+            pointer += each;
+        }
+    }
+    return pointer;
 }
 
 uint64_t Members::Number(const char *name, uint64_t most, std::optional<uint64_t> otherwise) {
@@ -72,7 +84,7 @@ const JsonValue *Members::Find(const char *name) {
 void Members::RefuseOthers() const {
     for (const auto &[name, value] : object_.members) {
         if (!known_.contains(name)) {
-            Blame(name.c_str(), "is not known");
+            throw Wrong{PointerTo(name), "is not known"};
         }
     }
 }

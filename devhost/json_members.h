@@ -55,6 +55,8 @@ class Members {
     void RefuseOthers() const;
 
   private:
+    [[nodiscard]] std::string PointerTo(const std::string &name) const;
+
     const JsonValue &object_;
     const std::string place_;
     std::set<std::string> known_;

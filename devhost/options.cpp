@@ -1,12 +1,11 @@
 #include "options.h"
 
-#include <cstdio>
-#include <fstream>
+#include <algorithm>
+#include <array>
+#include <deque>
 #include <limits>
-#include <map>
-#include <sstream>
 
-#include "json_file.h"
+#include "json_members.h"
 
 namespace devhost {
 namespace {
@@ -20,69 +19,64 @@ std::string TextOr(const char *text, const std::string &otherwise) {
     return text != nullptr ? text : otherwise;
 }
 
-// The members of the file, each into its field.
+// The members of a file, each into its field. Texts are kept by somebody else.
 class Reader {
   public:
-    Reader(const JsonValue &from, std::string &error) : from_(from), error_(error) {}
+    Reader(Members &from, std::deque<std::string> &texts) : from_(from), texts_(texts) {}
 
     template <typename Number>
     void Take(const char *name, Number &to) {
-        ++known_[name];
-        const JsonValue *const found = from_.Find(name);
-        if (found == nullptr) {
-            return;
-        }
-        if (!found->IsNumber() || found->number > std::numeric_limits<Number>::max()) {
-            error_ = std::string("\"") + name + "\" must be a whole number within its range";
-            return;
-        }
-        to = static_cast<Number>(found->number);
+        to = static_cast<Number>(from_.Number(name, std::numeric_limits<Number>::max(), to));
     }
 
-    void Take(const char *name, const char *&to, std::string &keeper) {
-        ++known_[name];
-        const JsonValue *const found = from_.Find(name);
-        if (found == nullptr) {
-            return;
+    void Take(const char *name, const char *&to) {
+        if (from_.Find(name) != nullptr) {
+            to = texts_.emplace_back(from_.Text(name, "")).c_str();
         }
-        if (!found->IsText()) {
-            error_ = std::string("\"") + name + "\" must be a text";
-            return;
-        }
-        keeper = found->text;
-        to = keeper.c_str();
     }
 
     void TakeClock(uint32_t &to) {
-        ++known_["clock"];
-        const JsonValue *const found = from_.Find("clock");
-        if (found == nullptr) {
+        if (from_.Find("clock") == nullptr) {
             return;
         }
-        const std::map<std::string, uint32_t> clocks = {{"real", DXR_HOST_CLOCK_REAL},
-                                                        {"stepped", DXR_HOST_CLOCK_STEPPED},
-                                                        {"virtual", DXR_HOST_CLOCK_VIRTUAL}};
-        const auto clock = found->IsText() ? clocks.find(found->text) : clocks.end();
-        if (clock == clocks.end()) {
-            error_ = R"("clock" must be "real", "stepped" or "virtual")";
-            return;
+        constexpr std::array<const char *, 3> kClocks = {"real", "stepped", "virtual"};
+        const std::string clock = from_.Text("clock", "");
+        const auto *const found = std::find(kClocks.begin(), kClocks.end(), clock);
+        if (found == kClocks.end()) {
+            from_.Blame("clock", R"(must be "real", "stepped" or "virtual")");
         }
-        to = clock->second;
-    }
-
-    void RefuseOthers() {
-        for (const auto &[name, value] : from_.members) {
-            if (!known_.contains(name)) {
-                error_ = "there is no option \"" + name + "\"";
-            }
-        }
+        to = static_cast<uint32_t>(found - kClocks.begin());
     }
 
   private:
-    const JsonValue &from_;
-    std::string &error_;
-    std::map<std::string, int> known_;
+    Members &from_;
+    std::deque<std::string> &texts_;
 };
+
+static_assert(DXR_HOST_CLOCK_REAL == 0 && DXR_HOST_CLOCK_STEPPED == 1 &&
+              DXR_HOST_CLOCK_VIRTUAL == 2);
+
+void TakeAll(Members &members, std::deque<std::string> &texts, DxrHostOptions &plain) {
+    Reader reader(members, texts);
+    reader.TakeClock(plain.clock);
+    reader.Take("seed", plain.seed);
+    reader.Take("startSec", plain.startSec);
+    reader.Take("endSec", plain.endSec);
+    reader.Take("memoryLimit", plain.memoryLimit);
+    reader.Take("workPath", plain.workPath);
+    reader.Take("binFolder", plain.binFolder);
+    reader.Take("configPath", plain.configPath);
+    reader.Take("logDirectory", plain.logDirectory);
+    reader.Take("logFile", plain.logFile);
+    reader.Take("logFileBytes", plain.logFileBytes);
+    reader.Take("logFileCount", plain.logFileCount);
+    reader.Take("printLevel", plain.printLevel);
+    reader.Take("database", plain.database);
+    reader.Take("board", plain.board);
+    reader.Take("allowOutside", plain.allowOutside);
+    reader.Take("switchAtCalls", plain.switchAtCalls);
+    reader.Take("pluginPath", plain.pluginPath);
+}
 
 }  // namespace
 
@@ -113,42 +107,11 @@ bool ReadOptions(const DxrHostOptions &from, Options &options) {
 }
 
 bool ReadOptionsFile(const char *path, Options &options, std::string &error) {
-    JsonFile file;
-    if (!file.Read(path, error)) {
-        return false;
-    }
-    if (!file.Value().IsObject()) {
-        error = std::string(path) + ": the options are no object";
-        return false;
-    }
     DxrHostOptions plain;
     DxrHostInitOptions(&plain);
-    std::map<const char **, std::string> keeper;
-    Reader reader(file.Value(), error);
-    reader.TakeClock(plain.clock);
-    reader.Take("seed", plain.seed);
-    reader.Take("startSec", plain.startSec);
-    reader.Take("endSec", plain.endSec);
-    reader.Take("memoryLimit", plain.memoryLimit);
-    reader.Take("workPath", plain.workPath, keeper[&plain.workPath]);
-    reader.Take("binFolder", plain.binFolder, keeper[&plain.binFolder]);
-    reader.Take("configPath", plain.configPath, keeper[&plain.configPath]);
-    reader.Take("logDirectory", plain.logDirectory, keeper[&plain.logDirectory]);
-    reader.Take("logFile", plain.logFile, keeper[&plain.logFile]);
-    reader.Take("logFileBytes", plain.logFileBytes);
-    reader.Take("logFileCount", plain.logFileCount);
-    reader.Take("printLevel", plain.printLevel);
-    reader.Take("database", plain.database, keeper[&plain.database]);
-    reader.Take("board", plain.board, keeper[&plain.board]);
-    reader.Take("allowOutside", plain.allowOutside);
-    reader.Take("switchAtCalls", plain.switchAtCalls);
-    reader.Take("pluginPath", plain.pluginPath, keeper[&plain.pluginPath]);
-    reader.RefuseOthers();
-    if (!error.empty()) {
-        error = std::string(path) + ": " + error;
-        return false;
-    }
-    return ReadOptions(plain, options);
+    std::deque<std::string> texts;
+    const auto take = [&](Members &members) { TakeAll(members, texts, plain); };
+    return ReadMembers(path, take, error) && ReadOptions(plain, options);
 }
 
 }  // namespace devhost

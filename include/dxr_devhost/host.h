@@ -169,8 +169,8 @@ typedef struct DxrHostExploration {
  * tasks wait for each other, or the time is over. Prints the seed and the reason of the first
  * failed run to standard error; giving that seed with `seeds` 1 repeats it. Tasks that still run
  * when the body returns are ended. Returns 0 when all runs were well, 1 when one failed, 2 when a
- * host could not be made or memory did not suffice. `found` may be null. No host must be
- * registered. */
+ * host could not be made, memory did not suffice, or there is no body. `found` may be null. No host
+ * must be registered. */
 DXR_API uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBody body,
                                 void *user, DxrHostExploration *found);
 

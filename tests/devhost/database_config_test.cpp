@@ -227,7 +227,8 @@ TEST_F(DatabaseConfig, SaysWhyAFileIsNotRead) {
     Read("tm");
     Read("none", 1, 2);
     EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).back(),
-              directory.Path("conf/none_0x00000001_0x00000002.json") + ": cannot be read");
+              directory.Path("conf/none_0x00000001_0x00000002.json") +
+                  ": cannot be read: No such file or directory");
     EXPECT_EQ(DXR_CFG_GetBoardData(3), 0U);
     Read("tm");
     DxrHostFailNth(host, "config.read", 1, false);

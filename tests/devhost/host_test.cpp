@@ -67,21 +67,21 @@ TEST(HostOptions, AFaultyFileIsSaidWithItsPlace) {
     EXPECT_EQ(problem("{\n  \"seed\": x\n}"), "host.json:2:11: this is no JSON");
     EXPECT_EQ(problem("{\"seed\": 1e999}"), "host.json:1:14: this is no JSON");
     const std::string deep(100, '[');
-    EXPECT_EQ(problem(deep + std::string(100, ']')), "host.json: the options are no object");
+    EXPECT_EQ(problem(deep + std::string(100, ']')), "host.json:1:1: the file must be an object");
     EXPECT_EQ(problem("\"[\\\"[\"\n" + deep), "host.json:2:1: this is no JSON");
     EXPECT_EQ(problem(R"({"[\"[": 1, "a": )" + deep + "["),
               "host.json:1:117: this is nested deeper than 100");
     EXPECT_EQ(problem(std::string(1000000, '[')),
               "host.json:1:101: this is nested deeper than 100");
-    EXPECT_EQ(problem("[]"), "host.json: the options are no object");
-    EXPECT_EQ(problem(R"({"sede": 1})"), "host.json: there is no option \"sede\"");
+    EXPECT_EQ(problem("[]"), "host.json:1:1: the file must be an object");
+    EXPECT_EQ(problem(R"({"sede": 1})"), "host.json:1:10: /sede: is not known");
     EXPECT_EQ(problem(R"({"startSec": 4294967296})"),
-              "host.json: \"startSec\" must be a whole number within its range");
+              "host.json:1:14: /startSec: must be a whole number within its range");
     EXPECT_EQ(problem(R"({"seed": -1})"),
-              "host.json: \"seed\" must be a whole number within its range");
-    EXPECT_EQ(problem(R"({"workPath": 1})"), "host.json: \"workPath\" must be a text");
+              "host.json:1:10: /seed: must be a whole number within its range");
+    EXPECT_EQ(problem(R"({"workPath": 1})"), "host.json:1:14: /workPath: must be a text");
     EXPECT_EQ(problem(R"({"clock": "slow"})"),
-              "host.json: \"clock\" must be \"real\", \"stepped\" or \"virtual\"");
+              "host.json:1:11: /clock: must be \"real\", \"stepped\" or \"virtual\"");
     std::array<char, 8> error{};
     EXPECT_EQ(DxrHostCreateFromFile("/nonexistent/host.json", error.data(), 8), nullptr);
     EXPECT_STREQ(error.data(), "/nonexi") << "cut, and terminated";
