@@ -142,9 +142,14 @@ DbResult DatabaseFile::Open(const std::string &path) {
     if (openFails_.Fails()) {
         return {EIO};
     }
+    if (path.empty()) {
+        return {EINVAL, "the path of the database is empty", "the path of the database is empty"};
+    }
+    // What begins otherwise may be no file for SQLite, such as ":memory:".
+    const std::string file = path[0] == '/' ? path : "./" + path;
     // To be written, where it may be, so that what a writer that was killed left is taken back.
     sqlite3 *opened = nullptr;
-    const int code = sqlite3_open_v2(path.c_str(), &opened,
+    const int code = sqlite3_open_v2(file.c_str(), &opened,
                                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     connection_.reset(opened);
     DbResult result = code == SQLITE_OK ? CheckVersion() : Failure(code);

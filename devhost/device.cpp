@@ -18,26 +18,28 @@ DeviceService::DeviceService(Host &host)
     std::string error;
     if (!host.options.board.empty()) {
         Board read;
-        if (ReadBoard(host.options.board, read, error)) {
-            Take(std::move(read));
-        } else {
+        if (!ReadBoard(host.options.board, read, error) || !Take(std::move(read), error)) {
             host.reports.Add(DXR_HOST_REPORT_MISUSE, kDevice, {}, "board", error);
         }
     }
     for (Variables *const each : {&block, &memory, &flash}) {
         if (!each->Load(error)) {
-            host.reports.Add(DXR_HOST_REPORT_MISUSE, kDevice, {}, "variables", error);
+            host.reports.Add(DXR_HOST_REPORT_MISUSE, kDevice, {}, each->FileName(), error);
         }
     }
 }
 
-void DeviceService::Take(Board &&read) {
-    // First what may fail without memory.
-    Devices::Memories memories = Devices::Make(read);
-    ReservedMemory::Areas areas = ReservedMemory::Make(read);
+bool DeviceService::Take(Board &&read, std::string &error) {
+    // First what may fail.
+    Devices::Memories memories;
+    ReservedMemory::Areas areas;
+    if (!Devices::Make(read, memories, error) || !ReservedMemory::Make(read, areas, error)) {
+        return false;
+    }
     reserved.Take(areas);
     devices.memories.swap(memories);
     board = std::move(read);
+    return true;
 }
 
 void DeviceService::ReportLeftovers() {
@@ -64,6 +66,13 @@ std::string DeviceService::UseOf(const CodeRange &code) {
     if (std::any_of(resets.interrupts.begin(), resets.interrupts.end(), isTaken)) {
         return "an interrupt";
     }
+    const auto isControl = [&holds](const auto &each) { return holds(each.second.function); };
+    if (std::any_of(devices.controls.begin(), devices.controls.end(), isControl)) {
+        return "the commands of a device";
+    }
+    if (rules.Holds(code)) {
+        return "a watch";
+    }
     return holds(resets.command) ? "commands" : "";
 }
 
@@ -89,15 +98,15 @@ bool DxrHostLoadBoard(DxrHost *host, const char *path, char *error, uint32_t err
     const devhost::ApiCall call(host);
     try {
         devhost::Board read;
-        std::string why = "no file was given";
-        const bool isRead = call && path != nullptr && devhost::ReadBoard(path, read, why);
-        if (isRead) {
+        std::string why = call ? "no file was given" : "there is no host";
+        bool isTaken = call && path != nullptr && devhost::ReadBoard(path, read, why);
+        if (isTaken) {
             devhost::DeviceService &state = devhost::DeviceOf(*call);
             const std::lock_guard lock(state.mutex);
-            state.Take(std::move(read));
+            isTaken = state.Take(std::move(read), why);
         }
-        devhost::WriteError(error, errorSize, isRead ? "" : why.c_str());
-        return isRead;
+        devhost::WriteError(error, errorSize, isTaken ? "" : why.c_str());
+        return isTaken;
     } catch (const std::exception &) {
         devhost::WriteError(error, errorSize, "not enough memory");
         return false;

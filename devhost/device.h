@@ -5,6 +5,8 @@
 #ifndef DXR_DEVHOST_DEVICE_INTERNAL_H
 #define DXR_DEVHOST_DEVICE_INTERNAL_H
 
+#include <array>
+#include <cerrno>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -55,8 +57,9 @@ class DeviceService : public Service {
     void ReportLeftovers() override;
     std::string UseOf(const CodeRange &code) override;
 
-    // The board becomes another one; what is open or mapped stays.
-    void Take(Board &&read);
+    // The board becomes another one; what is open or mapped stays. On failure false, and why;
+    // nothing has changed then.
+    bool Take(Board &&read, std::string &error);
 
     std::mutex mutex;  // guards what follows
     Board board;
@@ -80,6 +83,31 @@ bool IsUsable(const Call &call, const void *address) {
 template <typename Record>
 Record *RecordAt(const Call &call, void *address) {
     return RecordAt<Record>(call, kDevice, address);
+}
+
+// What slots have in common that write numbers to addresses of the caller: `read` gives them, with
+// the lock, and 0 or a number of <errno.h>.
+template <typename Value, size_t kCount, typename Read>
+uint32_t Tell(const Call &call, const std::array<void *, kCount> &to, Read read) {
+    if (!call) {
+        return ECANCELED;
+    }
+    for (const void *const each : to) {
+        if (!IsUsable<Value>(call, each)) {
+            return EINVAL;
+        }
+    }
+    std::array<Value, kCount> values{};
+    uint32_t error = 0;
+    {
+        DeviceService &state = DeviceOf(*call);
+        const std::lock_guard lock(state.mutex);
+        error = read(state, values);
+    }
+    for (size_t i = 0; i < kCount && error == 0; ++i) {
+        *static_cast<Value *>(to[i]) = values[i];
+    }
+    return error;
 }
 
 void FillDeviceAccess(DxrDevHooks &hooks);

@@ -229,22 +229,23 @@ uint32_t TransferI2c(const Call &call, void *request, bool isWrite) {
     if (record == nullptr) {
         return EINVAL;
     }
-    record->done = 0;
-    if (record->data == nullptr && record->bytes != 0) {
+    // Others may write to the record meanwhile, also the transfer itself.
+    const DxrHostI2cRequest given = *record;
+    if (given.data == nullptr && given.bytes != 0) {
         call.Misuse(kDevice, "a null pointer");
         return EINVAL;
     }
-    if (uint64_t{record->offset} + record->bytes > kOffsets) {
+    record->done = 0;
+    if (uint64_t{given.offset} + given.bytes > kOffsets) {
         return ERANGE;
     }
-    const uint32_t bytes = record->bytes;
     const uint32_t result =
-        Perform(call, {.first = {DXR_HOST_I2C, record->bus, record->device, 0, record->offset},
+        Perform(call, {.first = {DXR_HOST_I2C, given.bus, given.device, 0, given.offset},
                        .isWrite = isWrite,
                        .width = 1,
-                       .data = record->data,
-                       .count = bytes});
-    record->done = result == 0 ? bytes : 0;
+                       .data = given.data,
+                       .count = given.bytes});
+    record->done = result == 0 ? given.bytes : 0;
     return result;
 }
 
@@ -386,22 +387,15 @@ uint32_t SetPcieConfigRegValue(uint32_t device, uint32_t offset, uint32_t value)
 
 uint32_t GetDeviceBar(uint32_t device, uint32_t bar, void *address, void *bytes) {
     const Call call("DXR_GetDeviceBar");
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint64_t>(call, address) || !IsUsable<uint64_t>(call, bytes)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    const Spaces &spaces = state.board.spaces;
-    const auto found = spaces.pcie.find(device);
-    if (found == spaces.pcie.end() || bar >= kPcieBars || found->second.barBytes[bar] == 0) {
-        return ENOENT;
-    }
-    *static_cast<uint64_t *>(address) = spaces.BarAddress(device, bar);
-    *static_cast<uint64_t *>(bytes) = found->second.barBytes[bar];
-    return 0;
+    return Tell<uint64_t, 2>(call, {address, bytes}, [=](const DeviceService &state, auto &to) {
+        const Spaces &spaces = state.board.spaces;
+        const auto found = spaces.pcie.find(device);
+        if (found == spaces.pcie.end() || bar >= kPcieBars || found->second.barBytes[bar] == 0) {
+            return uint32_t{ENOENT};
+        }
+        to = {spaces.BarAddress(device, bar), found->second.barBytes[bar]};
+        return 0U;
+    });
 }
 
 // The memory of a device at an address of the bus.
@@ -462,11 +456,27 @@ uint32_t WritePcie(uint32_t device, void *address, uint32_t value) {
     return PcieMemory(call, device, address, &value, true);
 }
 
-// The cell for a function of the host's own interface: with the lock, a device that is described or
-// can be made.
-bool CanHaveCell(const DeviceService &state, const DxrHostCell *cell) {
-    return cell != nullptr && Spaces::IsValid(*cell) &&
-           (cell->space < DXR_HOST_PCIE_CONFIG || state.board.spaces.HasDevice(*cell));
+// Something with a cell for a function of the host's own interface: with the lock, and when it is
+// of a device that is described or can be made.
+template <typename Use>
+bool WithCell(DxrHost *host, const DxrHostCell *cell, Use use) {
+    const ApiCall call(host);
+    if (!call || cell == nullptr || !Spaces::IsValid(*cell)) {
+        return false;
+    }
+    return Guard(false, [&] {
+        DeviceService &state = DeviceOf(*call);
+        const std::lock_guard lock(state.mutex);
+        Spaces &spaces = state.board.spaces;
+        return (cell->space < DXR_HOST_PCIE_CONFIG || spaces.HasDevice(*cell)) && use(spaces);
+    });
+}
+
+// What a cell is that is there, though perhaps never written.
+bool Look(const Spaces &spaces, const DxrHostCell &cell, Cell &seen) {
+    const Cell *const found = spaces.Find(cell);
+    seen = found != nullptr ? *found : Cell{};
+    return spaces.HasDevice(cell);
 }
 
 }  // namespace
@@ -515,67 +525,47 @@ bool DxrHostSetPciePresent(DxrHost *host, uint32_t device, bool isPresent) {
 }
 
 bool DxrHostPeekCell(DxrHost *host, const DxrHostCell *cell, uint32_t *value) {
-    const ApiCall call(host);
-    if (!call || value == nullptr) {
-        return false;
+    devhost::Cell seen;
+    const bool isThere =
+        value != nullptr && devhost::WithCell(host, cell, [&](const Spaces &spaces) {
+            return devhost::Look(spaces, *cell, seen);
+        });
+    if (isThere) {
+        *value = seen.value;
     }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    if (!devhost::CanHaveCell(state, cell) || !state.board.spaces.HasDevice(*cell)) {
-        return false;
-    }
-    const devhost::Cell *const found = state.board.spaces.Find(*cell);
-    *value = found != nullptr ? found->value : 0;
-    return true;
+    return isThere;
 }
 
 bool DxrHostPokeCell(DxrHost *host, const DxrHostCell *cell, uint32_t value) {
-    const ApiCall call(host);
-    if (!call) {
-        return false;
-    }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    if (!devhost::CanHaveCell(state, cell)) {
-        return false;
-    }
-    const uint64_t all = (uint64_t{1} << Spaces::BitsOf(cell->space)) - 1;
-    state.board.spaces.Make(*cell).value = static_cast<uint32_t>(value & all);
-    return true;
+    return devhost::WithCell(host, cell, [&](Spaces &spaces) {
+        const uint64_t all = (uint64_t{1} << Spaces::BitsOf(cell->space)) - 1;
+        spaces.Make(*cell).value = static_cast<uint32_t>(value & all);
+        return true;
+    });
 }
 
 bool DxrHostShapeCell(DxrHost *host, const DxrHostCell *cell, uint32_t readOnly,
                       uint32_t clearOnWrite) {
-    const ApiCall call(host);
-    if (!call) {
-        return false;
-    }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    if (!devhost::CanHaveCell(state, cell)) {
-        return false;
-    }
-    devhost::Cell &made = state.board.spaces.Make(*cell);
-    made.readOnly = readOnly;
-    made.clearOnWrite = clearOnWrite;
-    return true;
+    return devhost::WithCell(host, cell, [&](Spaces &spaces) {
+        devhost::Cell &made = spaces.Make(*cell);
+        made.readOnly = readOnly;
+        made.clearOnWrite = clearOnWrite;
+        return true;
+    });
 }
 
 bool DxrHostGetCellCounts(DxrHost *host, const DxrHostCell *cell, uint64_t *reads,
                           uint64_t *writes) {
-    const ApiCall call(host);
-    if (!call || reads == nullptr || writes == nullptr) {
-        return false;
+    devhost::Cell seen;
+    const bool isThere = reads != nullptr && writes != nullptr &&
+                         devhost::WithCell(host, cell, [&](const Spaces &spaces) {
+                             return devhost::Look(spaces, *cell, seen);
+                         });
+    if (isThere) {
+        *reads = seen.reads;
+        *writes = seen.writes;
     }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    if (!devhost::CanHaveCell(state, cell) || !state.board.spaces.HasDevice(*cell)) {
-        return false;
-    }
-    const devhost::Cell *const found = state.board.spaces.Find(*cell);
-    *reads = found != nullptr ? found->reads : 0;
-    *writes = found != nullptr ? found->writes : 0;
-    return true;
+    return isThere;
 }
 
 uint32_t DxrHostWatchCells(DxrHost *host, const DxrHostCell *first, uint64_t count,
@@ -584,9 +574,11 @@ uint32_t DxrHostWatchCells(DxrHost *host, const DxrHostCell *first, uint64_t cou
     if (!call || first == nullptr || watch == nullptr) {
         return 0;
     }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    return state.rules.AddWatch(*first, count, watch, user);
+    return devhost::Guard(0U, [&] {
+        DeviceService &state = devhost::DeviceOf(*call);
+        const std::lock_guard lock(state.mutex);
+        return state.rules.AddWatch(*first, count, watch, user);
+    });
 }
 
 uint32_t DxrHostFaultCells(DxrHost *host, const DxrHostCell *first, uint64_t count,
@@ -597,9 +589,11 @@ uint32_t DxrHostFaultCells(DxrHost *host, const DxrHostCell *first, uint64_t cou
         fault->effect > DXR_HOST_FAULT_FLIP || fault->accesses == 0 || fault->accesses > kBoth) {
         return 0;
     }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    return state.rules.AddFault(*first, count, *fault);
+    return devhost::Guard(0U, [&] {
+        DeviceService &state = devhost::DeviceOf(*call);
+        const std::lock_guard lock(state.mutex);
+        return state.rules.AddFault(*first, count, *fault);
+    });
 }
 
 bool DxrHostEndRule(DxrHost *host, uint32_t number) {

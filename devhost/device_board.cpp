@@ -29,20 +29,14 @@ uint32_t IsTrue(const Call &call, const char *name, uint32_t otherwise) {
 template <typename Map, typename Number = std::identity>
 uint32_t LookUp(const Call &call, Map Board::*map, const typename Map::key_type &key, void *value,
                 Number number = {}) {
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint32_t>(call, value)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    const auto found = (state.board.*map).find(key);
-    if (found == (state.board.*map).end()) {
-        return ENOENT;
-    }
-    *static_cast<uint32_t *>(value) = std::invoke(number, found->second);
-    return 0;
+    return Tell<uint32_t, 1>(call, {value}, [&](const DeviceService &state, auto &to) {
+        const auto found = (state.board.*map).find(key);
+        if (found == (state.board.*map).end()) {
+            return uint32_t{ENOENT};
+        }
+        to = {std::invoke(number, found->second)};
+        return 0U;
+    });
 }
 
 uint32_t BoardIsMaster() {

@@ -77,12 +77,24 @@ Devices::~Devices() {
     }
 }
 
-Devices::Memories Devices::Make(const Board &board) {
-    Memories made;
+namespace {
+
+std::string NoMemoryFor(const std::string &name) {
+    return "no memory can be made for " + name;
+}
+
+}  // namespace
+
+bool Devices::Make(const Board &board, Memories &made, std::string &error) {
     for (const auto &[path, device] : board.devices) {
-        made.emplace(path, MakeMemory(path, device.bytes, device.text));
+        Descriptor memory = MakeMemory(path, device.bytes, device.text);
+        if (!memory.IsOpen()) {
+            error = NoMemoryFor(path);
+            return false;
+        }
+        made.emplace(path, std::move(memory));
     }
-    return made;
+    return true;
 }
 
 Area::Area(const DescribedArea &from)
@@ -100,13 +112,15 @@ Area::~Area() {
     }
 }
 
-ReservedMemory::Areas ReservedMemory::Make(const Board &board) {
-    Areas made;
-    made.reserve(board.reserved.size());
+bool ReservedMemory::Make(const Board &board, Areas &made, std::string &error) {
     for (const DescribedArea &each : board.reserved) {
         made.push_back(std::make_unique<Area>(each));
+        if (!made.back()->file.IsOpen()) {
+            error = NoMemoryFor(each.name);
+            return false;
+        }
     }
-    return made;
+    return true;
 }
 
 void ReservedMemory::Take(Areas &made) {
@@ -130,15 +144,19 @@ bool PlaceOf(const Call &call, const std::string &path, const std::string &direc
         call.Misuse(kDevice, "no path of a device", "no path of a device: " + path);
         return false;
     }
+    namespace fs = std::filesystem;
     std::error_code error;
-    const auto above = std::filesystem::weakly_canonical(directory, error).string() + "/";
-    const auto found = std::filesystem::weakly_canonical(directory + "/" + name, error).string();
-    if (error || found.rfind(above, 0) != 0) {
+    const std::string absolute = fs::absolute(directory).string();
+    const fs::path above = fs::weakly_canonical(absolute, error);
+    const fs::path found = error ? fs::path() : fs::weakly_canonical(absolute + "/" + name, error);
+    const fs::path within =
+        found.lexically_relative(above.has_filename() ? above : above.parent_path());
+    if (error || within.empty() || *within.begin() == ".." || *within.begin() == ".") {
         call.Misuse(kDevice, "a path outside the devices' directory",
                     "outside the devices' directory: " + path);
         return false;
     }
-    file = found;
+    file = found.string();
     return true;
 }
 
@@ -153,12 +171,18 @@ Descriptor OpenFile(const std::string &path, uint32_t option) {
     return isFile ? std::move(file) : Descriptor();
 }
 
-// Tells whether a device can be opened beside those that are open. With the lock.
-bool IsFree(const Devices &devices, const std::string &path, uint32_t option) {
-    return std::none_of(devices.open.begin(), devices.open.end(), [&](const auto &each) {
-        const bool isExclusive = ((each.second->option | option) & DXR_HOST_DEV_EXCLUSIVE) != 0;
-        return isExclusive && each.second->path == path;
-    });
+// Adds a device to those that are open, and gives its number; 0 when one or the other is to be open
+// alone. With the lock.
+uint32_t Add(Devices &devices, std::shared_ptr<OpenDevice> made) {
+    for (const auto &[number, each] : devices.open) {
+        const bool isExclusive = ((each->option | made->option) & DXR_HOST_DEV_EXCLUSIVE) != 0;
+        if (isExclusive && each->identity == made->identity) {
+            return 0;
+        }
+    }
+    const uint32_t number = devices.lastNumber + 1;
+    devices.open.emplace(number, std::move(made));
+    return devices.lastNumber = number;
 }
 
 uint32_t Open(const Call &call, const char *path, uint32_t option) {
@@ -174,54 +198,42 @@ uint32_t Open(const Call &call, const char *path, uint32_t option) {
     if (devices.openFails.Fails()) {
         return 0;
     }
-    try {
-        const std::string name(path);
-        std::string directory;
-        Descriptor memory;
-        bool isDescribed = false;
-        {
-            const std::lock_guard lock(state.mutex);
-            directory = devices.directory;
-            const auto found = devices.memories.find(name);
-            isDescribed = found != devices.memories.end();
-            if (isDescribed) {
-                Descriptor copy(fcntl(found->second.Number(), F_DUPFD_CLOEXEC, 0));
-                if (!copy.IsOpen()) {
-                    return 0;
-                }
-                auto open = std::make_shared<OpenDevice>(std::move(copy));
-                open->path = name;
-                open->option = option;
-                open->hasFixedSize = true;
-                open->made = {call.At().slot, ModuleCaller(call.At().address)};
-                if (!IsFree(devices, name, option)) {
-                    return 0;
-                }
-                devices.open.emplace(++devices.lastNumber, std::move(open));
-                return devices.lastNumber;
-            }
-        }
-        std::string file;
-        if (!PlaceOf(call, name, directory, file)) {
-            return 0;
-        }
-        Descriptor opened = OpenFile(file, option);
-        if (!opened.IsOpen()) {
-            return 0;
-        }
-        auto open = std::make_shared<OpenDevice>(std::move(opened));
-        open->path = name;
-        open->option = option;
-        open->made = {call.At().slot, ModuleCaller(call.At().address)};
+    const std::string name(path);
+    const auto make = [&](Descriptor &&file, const std::string &identity) {
+        auto made = std::make_shared<OpenDevice>(std::move(file));
+        made->path = name;
+        made->identity = identity;
+        made->option = option;
+        made->made = {call.At().slot, ModuleCaller(call.At().address)};
+        return made;
+    };
+    std::string directory;
+    {
         const std::lock_guard lock(state.mutex);
-        if (!IsFree(devices, name, option)) {
-            return 0;
+        const auto found = devices.memories.find(name);
+        if (found != devices.memories.end()) {
+            Descriptor copy(fcntl(found->second.Number(), F_DUPFD_CLOEXEC, 0));
+            if (!copy.IsOpen()) {
+                return 0;
+            }
+            // No file is called so.
+            const auto made = make(std::move(copy), "described: " + name);
+            made->hasFixedSize = true;
+            return Add(devices, made);
         }
-        devices.open.emplace(++devices.lastNumber, std::move(open));
-        return devices.lastNumber;
-    } catch (const std::exception &) {
+        directory = devices.directory;
+    }
+    std::string file;
+    if (!PlaceOf(call, name, directory, file)) {
         return 0;
     }
+    Descriptor opened = OpenFile(file, option);
+    if (!opened.IsOpen()) {
+        return 0;
+    }
+    auto made = make(std::move(opened), file);
+    const std::lock_guard lock(state.mutex);
+    return Add(devices, std::move(made));
 }
 
 // The open device of a number; null, and a report, when there is none.
@@ -290,7 +302,7 @@ uint32_t WriteDev(uint32_t device, void *data, uint32_t bytes, void *done) {
     }
     if (DeviceOf(*call).devices.writeFails.Fails()) {
         result = EIO;
-    } else if (open->position > kMostOffset - wanted) {
+    } else if (wanted != 0 && open->position > kMostOffset - wanted) {
         result = EFBIG;
     } else {
         const uint32_t failure = Repeat(wanted, written, [&](uint64_t at) {
@@ -307,12 +319,15 @@ uint32_t WriteDev(uint32_t device, void *data, uint32_t bytes, void *done) {
 }
 
 uint32_t ReadDevice(OpenDevice &open, DxrHostDevRequest &request) {
-    if (open.position > kMostOffset - request.bytes) {
+    // The bytes may go into the request itself.
+    const uint32_t bytes = request.bytes;
+    auto *const data = static_cast<char *>(request.data);
+    if (open.position > kMostOffset - bytes) {
         return 0;
     }
     uint64_t done = 0;
-    const uint32_t result = Repeat(request.bytes, done, [&](uint64_t at) {
-        return pread(open.file.Number(), static_cast<char *>(request.data) + at, request.bytes - at,
+    const uint32_t result = Repeat(bytes, done, [&](uint64_t at) {
+        return pread(open.file.Number(), data + at, bytes - at,
                      static_cast<off_t>(open.position + at));
     });
     open.position += done;
@@ -413,6 +428,10 @@ void *MmapDev(uint32_t device, uint32_t bytes) {
     try {
         const std::lock_guard lock(state.mutex);
         const uint32_t type = open->mapType;
+        // Memory has a descriptor that may be written to, whatever the device was opened for.
+        if (type == DXR_HOST_MAP_SHARED && (open->option & DXR_HOST_DEV_READ_ONLY) != 0) {
+            return nullptr;
+        }
         const int access = type == DXR_HOST_MAP_READ_ONLY ? PROT_READ : PROT_READ | PROT_WRITE;
         Mapping mapping{bytes, open->path, made};
         void *const address =
@@ -464,22 +483,15 @@ Area *AreaOf(DeviceService &state, const char *name) {
 
 uint32_t GetRsvdMem(uint32_t number, void *address, void *bytes) {
     const Call call("DXR_GetRsvdMem");
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint64_t>(call, address) || !IsUsable<uint64_t>(call, bytes)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    for (const DescribedArea &each : state.board.reserved) {
-        if (each.number == number) {
-            *static_cast<uint64_t *>(address) = each.address;
-            *static_cast<uint64_t *>(bytes) = each.bytes;
-            return 0;
+    return Tell<uint64_t, 2>(call, {address, bytes}, [=](const DeviceService &state, auto &to) {
+        for (const DescribedArea &each : state.board.reserved) {
+            if (each.number == number) {
+                to = {each.address, each.bytes};
+                return 0U;
+            }
         }
-    }
-    return ENOENT;
+        return uint32_t{ENOENT};
+    });
 }
 
 uint32_t GetRsvMemMmapAddr(void *name, uint32_t bytes, void *address) {
@@ -571,9 +583,11 @@ using devhost::DeviceService;
 void DxrHostSetDeviceDirectory(DxrHost *host, const char *path) {
     const ApiCall call(host);
     if (call && path != nullptr) {
-        DeviceService &state = devhost::DeviceOf(*call);
-        const std::lock_guard lock(state.mutex);
-        state.devices.directory = path;
+        devhost::Guard([&] {
+            DeviceService &state = devhost::DeviceOf(*call);
+            const std::lock_guard lock(state.mutex);
+            state.devices.directory = path;
+        });
     }
 }
 
@@ -583,11 +597,13 @@ void DxrHostSetDeviceControl(DxrHost *host, const char *path, DxrHostDevControl 
     if (!call || path == nullptr) {
         return;
     }
-    DeviceService &state = devhost::DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    if (control != nullptr) {
-        state.devices.controls[path] = {control, user};
-    } else {
-        state.devices.controls.erase(path);
-    }
+    devhost::Guard([&] {
+        DeviceService &state = devhost::DeviceOf(*call);
+        const std::lock_guard lock(state.mutex);
+        if (control != nullptr) {
+            state.devices.controls[path] = {control, user};
+        } else {
+            state.devices.controls.erase(path);
+        }
+    });
 }

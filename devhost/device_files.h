@@ -47,6 +47,7 @@ struct OpenDevice {
 
     const Descriptor file;
     std::string path;
+    std::string identity;  // however the path is written
     uint32_t option = 0;
     bool hasFixedSize = false;  // it is kept in memory
     Place made;
@@ -75,7 +76,8 @@ struct Devices {
     Devices &operator=(Devices &&) = delete;
 
     using Memories = std::map<std::string, Descriptor, std::less<>>;
-    static Memories Make(const Board &board);
+    // False, and why, when there is not enough of what they are made of.
+    static bool Make(const Board &board, Memories &made, std::string &error);
 
     std::string directory;
     Memories memories;  // of described devices
@@ -106,7 +108,7 @@ struct Area {
 
 struct ReservedMemory {
     using Areas = std::vector<std::unique_ptr<Area>>;
-    static Areas Make(const Board &board);
+    static bool Make(const Board &board, Areas &made, std::string &error);
     // Others take the place of the areas; those that are mapped stay.
     void Take(Areas &made);
 

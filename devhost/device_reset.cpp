@@ -53,30 +53,18 @@ void SetPreResetMode(uint32_t mode) {
 
 uint32_t GetPreResetMode(void *mode) {
     const Call call("DXR_GetPreResetMode");
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint32_t>(call, mode)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    *static_cast<uint32_t *>(mode) = state.resets.preResetMode;
-    return 0;
+    return Tell<uint32_t, 1>(call, {mode}, [](const DeviceService &state, auto &to) {
+        to = {state.resets.preResetMode};
+        return 0U;
+    });
 }
 
 uint32_t GetResetMode(void *mode) {
     const Call call("DXR_GetResetMode");
-    if (!call) {
-        return ECANCELED;
-    }
-    if (!IsUsable<uint32_t>(call, mode)) {
-        return EINVAL;
-    }
-    DeviceService &state = DeviceOf(*call);
-    const std::lock_guard lock(state.mutex);
-    *static_cast<uint32_t *>(mode) = state.board.values.find("resetMode")->second;
-    return 0;
+    return Tell<uint32_t, 1>(call, {mode}, [](const DeviceService &state, auto &to) {
+        to = {state.board.values.find("resetMode")->second};
+        return 0U;
+    });
 }
 
 // The n-th function to be called; none when they are over, or are not to be called.

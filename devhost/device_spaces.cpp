@@ -151,9 +151,10 @@ uint32_t Rules::AddWatch(const DxrHostCell &first, uint64_t count, DxrHostWatch 
     if (static_cast<size_t>(watches) >= kMostWatches) {
         return 0;
     }
-    rules_.emplace(++lastNumber_, Rule{IdOf(first), first.address, std::min(count, ~first.address),
-                                       watch, user, DxrHostCellFault{}, nullptr});
-    return lastNumber_;
+    const uint32_t number = lastNumber_ + 1;
+    rules_.emplace(number, Rule{IdOf(first), first.address, std::min(count, ~first.address), watch,
+                                user, DxrHostCellFault{}, nullptr});
+    return lastNumber_ = number;
 }
 
 uint32_t Rules::AddFault(const DxrHostCell &first, uint64_t count, const DxrHostCellFault &fault) {
@@ -174,12 +175,26 @@ bool Rules::End(uint32_t number) {
     return rules_.erase(number) != 0;
 }
 
-void Rules::Flip(Verdict &verdict, const Transfer &transfer, uint32_t unit, uint32_t mask) {
-    if (verdict.flipCount < Verdict::kMostFlips) {
-        const uint32_t bits = transfer.width * 8;
-        verdict.flips[verdict.flipCount++] = {unit,
-                                              mask != 0 ? mask : uint32_t{1} << bits_.Below(bits)};
+bool Rules::Holds(const CodeRange &code) const {
+    return std::any_of(rules_.begin(), rules_.end(), [&code](const auto &each) {
+        return code.Holds(reinterpret_cast<const void *>(each.second.watch));
+    });
+}
+
+void Rules::Flip(Verdict &verdict, uint32_t unit, uint32_t mask) {
+    for (size_t i = 0; i < verdict.flipCount; ++i) {
+        if (verdict.flips[i].unit == unit) {
+            verdict.flips[i].mask ^= mask;
+            return;
+        }
     }
+    if (verdict.flipCount < Verdict::kMostFlips) {
+        verdict.flips[verdict.flipCount++] = {unit, mask};
+    }
+}
+
+uint32_t Rules::AnyBit(const Transfer &transfer) {
+    return uint32_t{1} << bits_.Below(uint64_t{transfer.width} * 8);
 }
 
 Verdict Rules::Decide(const Transfer &transfer) {
@@ -192,7 +207,8 @@ Verdict Rules::Decide(const Transfer &transfer) {
         verdict.status = EIO;
     }
     if (points.flip.Fails() && transfer.count != 0) {
-        Flip(verdict, transfer, static_cast<uint32_t>(bits_.Below(transfer.count)), 0);
+        const auto unit = static_cast<uint32_t>(bits_.Below(transfer.count));
+        Flip(verdict, unit, AnyBit(transfer));
     }
     const uint32_t direction = transfer.isWrite ? DXR_HOST_FAULT_WRITES : DXR_HOST_FAULT_READS;
     for (auto &[number, rule] : rules_) {
@@ -210,9 +226,10 @@ Verdict Rules::Decide(const Transfer &transfer) {
             default: {
                 const uint64_t begin = transfer.first.address;
                 const uint64_t at = rule.first > begin ? rule.first - begin : 0;
-                Flip(verdict, transfer,
-                     static_cast<uint32_t>(at / Spaces::StepOf(transfer.first.space)),
-                     rule.fault.amount);
+                // The bits of the cell, of which the unit may be a part.
+                Flip(verdict, static_cast<uint32_t>(at / Spaces::StepOf(transfer.first.space)),
+                     rule.fault.amount != 0 ? rule.fault.amount >> transfer.shift
+                                            : AnyBit(transfer));
                 break;
             }
         }

@@ -13,6 +13,7 @@
 
 #include "chance.h"
 #include "dxr_devhost/device.h"
+#include "place.h"
 #include "scheduler.h"
 
 namespace devhost {
@@ -96,7 +97,7 @@ struct Verdict {
         uint32_t unit;
         uint32_t mask;
     };
-    static constexpr size_t kMostFlips = 4;
+    static constexpr size_t kMostFlips = 16;
 
     uint32_t status = 0;
     uint64_t delayMs = 0;
@@ -121,6 +122,8 @@ class Rules {
     uint32_t AddFault(const DxrHostCell &first, uint64_t count, const DxrHostCellFault &fault);
     bool End(uint32_t number);
     Verdict Decide(const Transfer &transfer);
+    // Whether a watch lies in that code.
+    [[nodiscard]] bool Holds(const CodeRange &code) const;
 
     struct Watcher {
         DxrHostWatch watch;
@@ -148,7 +151,9 @@ class Rules {
         FaultPoint &flip;
     };
 
-    void Flip(Verdict &verdict, const Transfer &transfer, uint32_t unit, uint32_t mask);
+    // Bits of a unit.
+    static void Flip(Verdict &verdict, uint32_t unit, uint32_t mask);
+    uint32_t AnyBit(const Transfer &transfer);
 
     Host &host_;
     std::array<Points, 4> points_;

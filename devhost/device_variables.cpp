@@ -6,9 +6,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <new>
+#include <system_error>
 
 #include "device.h"
 
@@ -43,7 +42,9 @@ void Append(Bytes &to, const void *data, size_t bytes) {
 }  // namespace
 
 Variables::Variables(Host &host, const char *fileName)
-    : path_(host.options.workPath + "/" + fileName), file_(host.chance, "env") {
+    : fileName_(fileName),
+      path_(host.options.workPath + "/" + fileName),
+      file_(host.chance, "env") {
 }
 
 uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size) {
@@ -58,7 +59,7 @@ uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size)
         return 0;
     }
     const size_t after = sizeof(Lengths) + name.size() + size;
-    if (bytes_ - before + after > kMostBytes) {
+    if (size > kMostBytes || bytes_ - before + after > kMostBytes) {
         return ENOSPC;
     }
     const auto *const begin = static_cast<const unsigned char *>(value);
@@ -124,12 +125,17 @@ bool Variables::Decode(const Bytes &content) {
 }
 
 bool Variables::Load(std::string &error) {
-    std::ifstream file(path_, std::ios::binary);
-    if (!file.is_open()) {
+    Bytes content;
+    const int failure = ReadWholeFile(path_, content);
+    if (failure == ENOENT) {
         return true;
     }
-    const Bytes content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (file.bad() || !Decode(content)) {
+    if (failure != 0) {
+        error = path_ + ": cannot be read: " + std::generic_category().message(failure) +
+                "; its variables are lost";
+        return false;
+    }
+    if (!Decode(content)) {
         values_.clear();
         bytes_ = 0;
         error = path_ + ": is torn; its variables are lost";
@@ -290,9 +296,10 @@ uint32_t DxrHostGetFlashInfo(DxrHost *host, uint32_t item, void *buffer, uint32_
     if (!call) {
         return 0;
     }
+    const std::string name = std::to_string(item);  // of so few digits that it needs no memory
     devhost::DeviceService &state = devhost::DeviceOf(*call);
     const std::lock_guard lock(state.mutex);
-    const devhost::Bytes *const found = state.flash.Find(std::to_string(item));
+    const devhost::Bytes *const found = state.flash.Find(name);
     if (found == nullptr) {
         return 0;
     }

@@ -17,7 +17,9 @@ class Host;
 
 class Variables {
   public:
-    Variables(Host &host, const char *fileName);
+    Variables(Host &host, const char *fileName);  // a literal
+
+    [[nodiscard]] const char *FileName() const { return fileName_; }
 
     // With the service's lock. 0, or a number of <errno.h>.
     uint32_t Set(std::string_view name, const void *value, uint32_t size);
@@ -33,6 +35,7 @@ class Variables {
   private:
     bool Decode(const Bytes &content);
 
+    const char *const fileName_;
     const std::string path_;
     std::map<std::string, Bytes, std::less<>> values_;
     size_t bytes_ = 0;

@@ -12,7 +12,10 @@ bool WriteAll(int file, const void *data, size_t bytes) {
     size_t done = 0;
     while (done < bytes) {
         const ssize_t written = write(file, begin + done, bytes - done);
-        if (written < 0 && errno != EINTR) {
+        if (written == 0) {
+            errno = ENOSPC;  // it would go on for ever
+        }
+        if (written == 0 || (written < 0 && errno != EINTR)) {
             return false;
         }
         done += written > 0 ? static_cast<size_t>(written) : 0;

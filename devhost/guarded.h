@@ -1,4 +1,4 @@
-// Slots that let no exception out: modules are C.
+// Functions that let no exception out: modules are C.
 #ifndef DXR_DEVHOST_GUARDED_H
 #define DXR_DEVHOST_GUARDED_H
 
@@ -42,6 +42,26 @@ struct GuardedSlot<kFunction, kFailure> {
 // result that is no status needs its failure value: Guarded<SllGetCount, 0>.
 template <auto kFunction, auto kFailure = NoMemory{}>
 constexpr auto Guarded = &GuardedSlot<kFunction, kFailure>::Slot;
+
+// The body of a function of the host's own interface; `failure` without memory.
+template <typename Result, typename Body>
+Result Guard(Result failure, Body body) {
+    try {
+        return body();
+    } catch (const std::exception &) {
+        return failure;
+    }
+}
+
+// The same where there is nothing to give.
+template <typename Body>
+void Guard(Body body) {
+    try {
+        body();
+    } catch (const std::exception &) {
+        // Nothing has changed.
+    }
+}
 
 }  // namespace devhost
 

@@ -83,6 +83,20 @@ class PluginService : public Service {
         return found != plugins.end() ? &found->second : nullptr;
     }
 
+    // Tells whether a plug-in that is loaded has the same file open.
+    bool IsOpenElsewhere(const void *library) {
+        const std::lock_guard lock(mutex);
+        return std::any_of(plugins.begin(), plugins.end(), [library](const auto &each) {
+            return each.second.library.get() == library;
+        });
+    }
+
+    // Of a plug-in that is no longer loaded.
+    Library TakeLibrary(Plugin &plugin) {
+        const std::lock_guard lock(mutex);
+        return std::move(plugin.library);
+    }
+
     std::mutex mutex;  // guards what follows
     std::map<std::string, Plugin, std::less<>> plugins;
     std::vector<Library> kept;  // whose code is needed until the end
@@ -94,25 +108,45 @@ PluginService &StateOf(Host &host) {
     return host.Get<PluginService>(ServiceId::kPlugin);
 }
 
-// False, and a report, for what is no record.
-bool ReadRecord(const Call &call, const void *record, DxrHostPlugin &given) {
-    given = {};
-    if (record != nullptr) {
-        std::memcpy(&given.size, record, sizeof(given.size));
+// A call with a record. False without a host, and, with a report, for what is no record.
+class PluginCall : public Call {
+  public:
+    PluginCall(const char *slot, const void *record,
+               const void *caller = __builtin_return_address(0))
+        : Call(slot, caller) {
+        if (!Call::operator bool()) {
+            return;
+        }
+        refusal_ = EINVAL;
+        if (record != nullptr) {
+            std::memcpy(&given_.size, record, sizeof(given_.size));
+        }
+        if (given_.size == sizeof(given_)) {
+            std::memcpy(&given_, record, sizeof(given_));
+        }
+        if (given_.size != sizeof(given_) || given_.name == nullptr || given_.name[0] == '\0') {
+            Call::Misuse(kService, "no plug-in record, or no name in it");
+            return;
+        }
+        refusal_ = 0;
     }
-    if (given.size == sizeof(given)) {
-        std::memcpy(&given, record, sizeof(given));
-    }
-    if (given.size != sizeof(given) || given.name == nullptr || given.name[0] == '\0') {
-        call.Misuse(kService, "no plug-in record, or no name in it");
-        return false;
-    }
-    return true;
-}
 
-void Misuse(const Call &call, const char *what, const char *name) {
-    call.Misuse(kService, what, std::string(what) + ": \"" + name + "\"");
-}
+    explicit operator bool() const { return refusal_ == 0; }
+    // What the slot gives then.
+    [[nodiscard]] uint32_t Refusal() const { return refusal_; }
+
+    [[nodiscard]] const DxrHostPlugin &Given() const { return given_; }
+    [[nodiscard]] PluginService &State() const { return StateOf(**this); }
+
+    // A mistake with the plug-in that the record names.
+    void Misuse(const char *what) const {
+        Call::Misuse(kService, what, std::string(what) + ": \"" + given_.name + "\"");
+    }
+
+  private:
+    DxrHostPlugin given_{};
+    uint32_t refusal_ = ECANCELED;
+};
 
 // Keeps a plug-in for one call; gives it the state that is then to follow.
 class Busy {
@@ -178,64 +212,93 @@ bool IsWhole(const std::string &path, uint64_t bytes) {
     return true;
 }
 
-// Opens the file of a plug-in and looks at its table. 0, or a number of <errno.h> after a message.
-uint32_t Open(const Call &call, const Plugin &plugin, Library &library,
-              const DxrHostPluginTable *&table) {
-    const auto fail = [&](uint32_t error, const std::string &why) {
-        call->Say(kFailureLevel, ("plug-in " + plugin.path + ": " + why).c_str());
-        library.reset();
-        return error;
-    };
+// The file of a plug-in, open, or why it cannot be used. Nothing here needs memory once it is open.
+struct Opened {
+    Library library;
+    const DxrHostPluginTable *table = nullptr;
+    uint32_t error = 0;  // of <errno.h>
+    std::array<char, 400> why{};
+
+    Opened Refused(uint32_t number, const char *text) {
+        error = number;
+        (void)std::snprintf(why.data(), why.size(), "%s", text);
+        return std::move(*this);
+    }
+};
+
+Opened Open(const Plugin &plugin) {
+    Opened opened;
     // What is no file, say a pipe, would be waited for.
     std::error_code error;
     if (!std::filesystem::is_regular_file(plugin.path, error)) {
-        return fail(ENOEXEC, "there is no such file any more");
+        return opened.Refused(ENOEXEC, "there is no such file any more");
     }
     if (!IsWhole(plugin.path, std::filesystem::file_size(plugin.path, error))) {
-        return fail(ENOEXEC, "it is no shared object, or was cut");
+        return opened.Refused(ENOEXEC, "it is no shared object, or was cut");
     }
-    library.reset(dlopen(plugin.path.c_str(), RTLD_NOW | RTLD_LOCAL));
-    if (library == nullptr) {
+    opened.library.reset(dlopen(plugin.path.c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (opened.library == nullptr) {
         const char *const why = dlerror();  // NOLINT(concurrency-mt-unsafe): a text of the thread
-        return fail(ENOEXEC, why != nullptr ? why : "it cannot be opened");
+        return opened.Refused(ENOEXEC, why != nullptr ? why : "it cannot be opened");
     }
-    table = static_cast<const DxrHostPluginTable *>(dlsym(library.get(), DXR_HOST_PLUGIN_SYMBOL));
+    const auto *const table = static_cast<const DxrHostPluginTable *>(
+        dlsym(opened.library.get(), DXR_HOST_PLUGIN_SYMBOL));
     if (table == nullptr) {
-        return fail(ENOSYS, "there is no " DXR_HOST_PLUGIN_SYMBOL " in it");
+        return opened.Refused(ENOSYS, "there is no " DXR_HOST_PLUGIN_SYMBOL " in it");
     }
     if (table->size != sizeof(DxrHostPluginTable) ||
         table->interfaceVersion != DXR_HOST_PLUGIN_INTERFACE) {
-        return fail(EPROTONOSUPPORT, "its table is of another version");
+        return opened.Refused(EPROTONOSUPPORT, "its table is of another version");
     }
     if (!Fits(table->version, plugin.wanted)) {
         std::array<char, 80> why{};
         (void)std::snprintf(why.data(), why.size(), "its version is %u.%u, wanted is %u.%u",
                             table->version >> 16, table->version & 0xFFFF, plugin.wanted >> 16,
                             plugin.wanted & 0xFFFF);
-        return fail(EPROTONOSUPPORT, why.data());
+        return opened.Refused(EPROTONOSUPPORT, why.data());
     }
-    return 0;
+    opened.table = table;
+    return opened;
 }
 
-// Closes the file of a plug-in that is no longer loaded, unless its code is still needed.
-void CloseUnused(const Call &call, const char *name, Library library,
-                 const DxrHostPluginTable *table) {
+CodeRange CodeOfLibrary(void *library) {
+    link_map *object = nullptr;
+    return dlinfo(library, RTLD_DI_LINKMAP, &object) == 0 ? CodeOf(object->l_ld) : CodeRange{};
+}
+
+// Closes the file of a plug-in that is not loaded, or no longer, unless its code is still needed:
+// what runs while it is opened may have given functions away already.
+void CloseUnused(const PluginCall &call, Library library) {
+    if (library == nullptr) {
+        return;
+    }
+    PluginService &state = call.State();
     std::string use;
     try {
-        use = call->UseOf(CodeOf(table));
+        if (state.IsOpenElsewhere(library.get())) {
+            return;  // its code stays, and is asked for when that is closed
+        }
+        use = call->UseOf(CodeOfLibrary(library.get()));
         if (use.empty()) {
             return;
         }
-        PluginService &state = StateOf(*call);
         const std::lock_guard lock(state.mutex);
         state.kept.push_back(std::move(library));
     } catch (const std::bad_alloc &) {
         (void)library.release();  // nobody knows whether it is needed
         throw;
     }
-    call.Misuse(kService, "unloaded while its code is needed",
-                std::string("plug-in \"") + name + "\" is unloaded while its code is needed by " +
-                    use + ": it stays in memory");
+    call.Call::Misuse(kService, "unloaded while its code is needed",
+                      std::string("plug-in \"") + call.Given().name +
+                          "\" is unloaded while its code is needed by " + use +
+                          ": it stays in memory");
+}
+
+// As above, of a plug-in that cannot be used, and says why.
+uint32_t Refuse(const PluginCall &call, const Plugin &plugin, Opened opened) {
+    CloseUnused(call, std::move(opened.library));
+    call->Say(kFailureLevel, ("plug-in " + plugin.path + ": " + opened.why.data()).c_str());
+    return opened.error;
 }
 
 // --- Slots
@@ -254,27 +317,25 @@ uint32_t PathOf(const Options &options, const DxrHostPlugin &given, std::string 
 }
 
 uint32_t RegisterBrdPlugin(void *record) {
-    const Call call("DXR_RegisterBrdPlugin");
+    const PluginCall call("DXR_RegisterBrdPlugin", record);
     if (!call) {
-        return ECANCELED;
+        return call.Refusal();
     }
-    DxrHostPlugin given;
-    if (!ReadRecord(call, record, given)) {
-        return EINVAL;
-    }
+    const DxrHostPlugin &given = call.Given();
     Plugin made;
     made.wanted = given.version;
     made.argument = given.argument;
     made.made = {call.At().slot, ModuleCaller(call.At().address)};
     if (PathOf(call->options, given, made.path) != 0) {
-        call.Misuse(kService, "a path outside the plug-in directory", "outside: " + made.path);
+        call.Call::Misuse(kService, "a path outside the plug-in directory",
+                          "outside: " + made.path);
         return EACCES;
     }
     std::error_code error;
     if (!std::filesystem::is_regular_file(made.path, error)) {
         return ENOENT;
     }
-    PluginService &state = StateOf(*call);
+    PluginService &state = call.State();
     if (state.registerFails.Fails()) {
         return ENOMEM;
     }
@@ -284,24 +345,20 @@ uint32_t RegisterBrdPlugin(void *record) {
         isNew = state.plugins.try_emplace(given.name, std::move(made)).second;
     }
     if (!isNew) {
-        Misuse(call, "a plug-in that is registered already", given.name);
+        call.Misuse("a plug-in that is registered already");
     }
     return isNew ? 0 : EEXIST;
 }
 
 uint32_t UnRegisterBrdPlugin(void *record) {
-    const Call call("DXR_UnRegisterBrdPlugin");
+    const PluginCall call("DXR_UnRegisterBrdPlugin", record);
     if (!call) {
-        return ECANCELED;
-    }
-    DxrHostPlugin given;
-    if (!ReadRecord(call, record, given)) {
-        return EINVAL;
+        return call.Refusal();
     }
     {
-        PluginService &state = StateOf(*call);
+        PluginService &state = call.State();
         const std::lock_guard lock(state.mutex);
-        const auto found = state.plugins.find(given.name);
+        const auto found = state.plugins.find(call.Given().name);
         if (found == state.plugins.end()) {
             return ENOENT;
         }
@@ -311,7 +368,7 @@ uint32_t UnRegisterBrdPlugin(void *record) {
             return 0;
         }
     }
-    Misuse(call, "a plug-in that is loaded ends its registration", given.name);
+    call.Misuse("a plug-in that is loaded ends its registration");
     return EBUSY;
 }
 
@@ -330,19 +387,15 @@ uint32_t BeginOpening(PluginService &state, const char *name, Plugin *&plugin) {
 }
 
 uint32_t LoadBrdPlugin(void *record) {
-    const Call call("DXR_LoadBrdPlugin");
+    const PluginCall call("DXR_LoadBrdPlugin", record);
     if (!call) {
-        return ECANCELED;
+        return call.Refusal();
     }
-    DxrHostPlugin given;
-    if (!ReadRecord(call, record, given)) {
-        return EINVAL;
-    }
-    PluginService &state = StateOf(*call);
+    PluginService &state = call.State();
     Plugin *plugin = nullptr;
-    const uint32_t refusal = BeginOpening(state, given.name, plugin);
+    const uint32_t refusal = BeginOpening(state, call.Given().name, plugin);
     if (refusal == EALREADY) {
-        Misuse(call, "a plug-in that is loaded already", given.name);
+        call.Misuse("a plug-in that is loaded already");
     }
     if (refusal != 0) {
         return refusal;
@@ -351,21 +404,23 @@ uint32_t LoadBrdPlugin(void *record) {
     if (state.loadFails.Fails()) {
         return ENOMEM;
     }
-    const uint32_t error = Open(call, *plugin, plugin->library, plugin->table);
-    if (error != 0) {
-        return error;
+    Opened opened = Open(*plugin);
+    if (opened.error != 0) {
+        return Refuse(call, *plugin, std::move(opened));
+    }
+    {
+        const std::lock_guard lock(state.mutex);
+        plugin->library = std::move(opened.library);
+        plugin->table = opened.table;
+        plugin->inside += plugin->table->load != nullptr ? 1 : 0;
     }
     uint32_t result = 0;
     if (plugin->table->load != nullptr) {
-        {
-            const std::lock_guard lock(state.mutex);
-            ++plugin->inside;
-        }
         const Inside inside(state, *plugin);
         result = plugin->table->load(plugin->argument);
     }
     if (result != 0) {
-        CloseUnused(call, given.name, std::move(plugin->library), plugin->table);
+        CloseUnused(call, state.TakeLibrary(*plugin));
         return result;
     }
     const std::lock_guard lock(state.mutex);
@@ -375,17 +430,16 @@ uint32_t LoadBrdPlugin(void *record) {
 }
 
 void UnLoadBrdPlugin(void *record) {
-    const Call call("DXR_UnLoadBrdPlugin");
-    DxrHostPlugin given;
-    if (!call || !ReadRecord(call, record, given)) {
+    const PluginCall call("DXR_UnLoadBrdPlugin", record);
+    if (!call) {
         return;
     }
-    PluginService &state = StateOf(*call);
+    PluginService &state = call.State();
     Plugin *plugin = nullptr;
     const char *refusal = nullptr;
     {
         const std::lock_guard lock(state.mutex);
-        plugin = state.Find(given.name);
+        plugin = state.Find(call.Given().name);
         if (plugin == nullptr || plugin->state != PluginState::kLoaded) {
             refusal = "a plug-in that is not loaded is unloaded";
         } else if (plugin->inside != 0) {
@@ -396,7 +450,7 @@ void UnLoadBrdPlugin(void *record) {
         }
     }
     if (refusal != nullptr) {
-        Misuse(call, refusal, given.name);
+        call.Misuse(refusal);
         return;
     }
     const Busy busy(state, *plugin);
@@ -406,36 +460,31 @@ void UnLoadBrdPlugin(void *record) {
             plugin->table->unload(plugin->argument);
         }
     }
-    CloseUnused(call, given.name, std::move(plugin->library), plugin->table);
+    CloseUnused(call, state.TakeLibrary(*plugin));
 }
 
 uint32_t IsBrdPluginLoaded(void *record) {
-    const Call call("DXR_IsBrdPluginLoaded");
-    DxrHostPlugin given;
-    if (!call || !ReadRecord(call, record, given)) {
+    const PluginCall call("DXR_IsBrdPluginLoaded", record);
+    if (!call) {
         return 0;
     }
-    PluginService &state = StateOf(*call);
+    PluginService &state = call.State();
     const std::lock_guard lock(state.mutex);
-    const Plugin *const plugin = state.Find(given.name);
+    const Plugin *const plugin = state.Find(call.Given().name);
     return plugin != nullptr && plugin->state == PluginState::kLoaded ? 1 : 0;
 }
 
 uint32_t CheckBrdPlugin(void *record) {
-    const Call call("DXR_CheckBrdPlugin");
+    const PluginCall call("DXR_CheckBrdPlugin", record);
     if (!call) {
-        return ECANCELED;
+        return call.Refusal();
     }
-    DxrHostPlugin given;
-    if (!ReadRecord(call, record, given)) {
-        return EINVAL;
-    }
-    PluginService &state = StateOf(*call);
+    PluginService &state = call.State();
     Plugin *plugin = nullptr;
     bool isLoaded = false;
     {
         const std::lock_guard lock(state.mutex);
-        plugin = state.Find(given.name);
+        plugin = state.Find(call.Given().name);
         if (plugin == nullptr || plugin->state == PluginState::kBusy) {
             return plugin == nullptr ? ENOENT : EBUSY;
         }
@@ -451,25 +500,24 @@ uint32_t CheckBrdPlugin(void *record) {
         return plugin->table->check != nullptr ? plugin->table->check(plugin->argument) : 0;
     }
     const Busy busy(state, *plugin);
-    Library library;
-    const DxrHostPluginTable *table = nullptr;
-    return Open(call, *plugin, library, table);
+    Opened opened = Open(*plugin);
+    if (opened.error != 0) {
+        return Refuse(call, *plugin, std::move(opened));
+    }
+    CloseUnused(call, std::move(opened.library));
+    return 0;
 }
 
 uint32_t QueryBrdPlugin(void *record, void *question, void *answer) {
-    const Call call("DXR_QueryBrdPlugin");
+    const PluginCall call("DXR_QueryBrdPlugin", record);
     if (!call) {
-        return ECANCELED;
+        return call.Refusal();
     }
-    DxrHostPlugin given;
-    if (!ReadRecord(call, record, given)) {
-        return EINVAL;
-    }
-    PluginService &state = StateOf(*call);
+    PluginService &state = call.State();
     Plugin *plugin = nullptr;
     {
         const std::lock_guard lock(state.mutex);
-        plugin = state.Find(given.name);
+        plugin = state.Find(call.Given().name);
         if (plugin == nullptr || plugin->state != PluginState::kLoaded) {
             return plugin == nullptr ? ENOENT : ENXIO;
         }
@@ -514,23 +562,34 @@ bool MakeLine(PluginService &state, const char *name, size_t index, bool isDetai
     return true;
 }
 
-void DisplayBrdPlugin(void *record, void *print, void *user, uint32_t detail) {
-    const Call call("DXR_DisplayBrdPlugin");
-    DxrHostPlugin given{};
-    if (!call || (record != nullptr && !ReadRecord(call, record, given))) {
-        return;
-    }
+// Those of a name, or all.
+void Display(const Call &call, const char *name, void *print, void *user, uint32_t detail) {
     PluginService &state = StateOf(*call);
     Line line{};
-    for (size_t i = 0; MakeLine(state, given.name, i, detail != 0, line); ++i) {
+    for (size_t i = 0; MakeLine(state, name, i, detail != 0, line); ++i) {
         if (print != nullptr) {
             reinterpret_cast<DxrHostPluginPrint>(print)(line.data(), user);
         } else {
             call->Say(kListingLevel, line.data());
         }
-        if (record != nullptr) {
+        if (name != nullptr) {
             break;
         }
+    }
+}
+
+void DisplayBrdPlugin(void *record, void *print, void *user, uint32_t detail) {
+    constexpr const char *kSlot = "DXR_DisplayBrdPlugin";
+    if (record != nullptr) {
+        const PluginCall call(kSlot, record);
+        if (call) {
+            Display(call, call.Given().name, print, user, detail);
+        }
+        return;
+    }
+    const Call call(kSlot);
+    if (call) {
+        Display(call, nullptr, print, user, detail);
     }
 }
 

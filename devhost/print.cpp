@@ -1,5 +1,8 @@
 #include "dxr_devhost/print.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstddef>
@@ -10,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -66,7 +70,7 @@ struct LogFilter {
     uint64_t passed = 0;
     uint64_t suppressed = 0;
 
-    // Tells whether a line with that key is to be written.
+    // Tells whether a line with that key is to be written. Changes nothing without memory.
     bool Passes(std::string_view key, uint64_t now) {
         const auto found = lines.find(key);
         if (found != lines.end() && now - found->second.sinceNs < ns) {
@@ -74,19 +78,28 @@ struct LogFilter {
             ++suppressed;
             return false;
         }
-        ++passed;
+        const uint64_t order = lastOrder + 1;
         if (found != lines.end()) {
-            byAge.erase(found->second.order);
+            auto aged = byAge.extract(found->second.order);
+            aged.key() = order;
+            (void)byAge.insert(std::move(aged));
             found->second.sinceNs = now;
-            found->second.order = ++lastOrder;
+            found->second.order = order;
         } else {
-            if (lines.size() == entries) {
+            const auto aged = byAge.emplace(order, key).first;
+            try {
+                lines.emplace(std::string(key), Line{now, 0, order});
+            } catch (const std::bad_alloc &) {
+                byAge.erase(aged);
+                throw;
+            }
+            if (lines.size() > entries) {
                 lines.erase(byAge.begin()->second);
                 byAge.erase(byAge.begin());
             }
-            lines.emplace(std::string(key), Line{now, 0, ++lastOrder});
         }
-        byAge.emplace(lastOrder, key);
+        lastOrder = order;
+        ++passed;
         return true;
     }
 };
@@ -107,12 +120,16 @@ class LogFile {
             return;
         }
         const std::lock_guard lock(mutex_);
-        if (file_ != nullptr && most_ != 0 && written_ + line.size() > most_) {
-            Close();
-            Rotate();
-        }
         if (file_ == nullptr && !Open()) {
             return;
+        }
+        // One that is empty cannot get more room.
+        if (most_ != 0 && written_ != 0 && written_ + line.size() > most_) {
+            Close();
+            Rotate();
+            if (!Open()) {
+                return;
+            }
         }
         written_ += std::fwrite(line.data(), 1, line.size(), file_);
         (void)std::fflush(file_);
@@ -123,7 +140,7 @@ class LogFile {
         file_ = std::fopen(path_.c_str(), "ae");
         if (file_ != nullptr) {
             (void)std::fseek(file_, 0, SEEK_END);
-            written_ = static_cast<uint64_t>(std::ftell(file_));
+            written_ = static_cast<uint64_t>(std::max(std::ftell(file_), 0L));
         }
         return file_ != nullptr;
     }
@@ -135,7 +152,8 @@ class LogFile {
         }
     }
 
-    // name.2 becomes name.3, name.1 name.2, name name.1; the oldest goes.
+    // name.2 becomes name.3, name.1 name.2, name name.1; the oldest goes. A number that is free
+    // ends that.
     void Rotate() {
         if (kept_ == 0) {
             (void)std::remove(path_.c_str());
@@ -144,7 +162,11 @@ class LogFile {
         const auto name = [this](uint32_t number) {
             return number == 0 ? path_ : path_ + "." + std::to_string(number);
         };
-        for (uint32_t number = kept_; number > 0; --number) {
+        uint32_t last = 1;
+        while (last < kept_ && access(name(last).c_str(), F_OK) == 0) {
+            ++last;
+        }
+        for (uint32_t number = last; number > 0; --number) {
             (void)std::rename(name(number - 1).c_str(), name(number).c_str());
         }
     }
@@ -261,11 +283,14 @@ PrintService &StateOf(Host &host) {
 }
 
 // The library writes with "%s" and hands over the whole rest of a long text each time: only what is
-// stored of it is looked at.
-size_t FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> &piece, const char *format,
-                   std::va_list args) {
+// stored of it is looked at. Nothing for a null text.
+std::optional<size_t> FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> &piece,
+                                  const char *format, std::va_list args) {
     if (std::strcmp(format, "%s") == 0) {
         const char *const text = va_arg(args, const char *);
+        if (text == nullptr) {
+            return std::nullopt;
+        }
         const size_t length = strnlen(text, DXR_PRIVATE_LOG_WRITE_MAX);
         std::memcpy(piece.data(), text, length);
         return length;
@@ -284,7 +309,7 @@ size_t FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> &piece, const
         return;
     }
     if (format == nullptr) {
-        call.Misuse(kService, "a null format");
+        Guard([&call] { call.Misuse(kService, "a null format"); });
         return;
     }
     PrintService &state = StateOf(*call);
@@ -299,12 +324,8 @@ size_t FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> &piece, const
     va_start(args, format);
     const int length = std::vsnprintf(text.data(), text.size(), format, args);
     va_end(args);
-    try {
-        if (length >= 0) {
-            state.Deliver(level, text.data());
-        }
-    } catch (const std::bad_alloc &) {
-        // The message is lost.
+    if (length >= 0) {
+        Guard([&] { state.Deliver(level, text.data()); });  // without memory it is lost
     }
 }
 
@@ -344,7 +365,7 @@ uint32_t SetDbgLevel(uint32_t level) {
         return 1;
     }
     if (name == nullptr || format == nullptr) {
-        call.Misuse(kService, "a null name or format");
+        Guard([&call] { call.Misuse(kService, "a null name or format"); });
         return 1;
     }
     PrintService &state = StateOf(*call);
@@ -354,18 +375,20 @@ uint32_t SetDbgLevel(uint32_t level) {
     std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1> piece;
     std::va_list args;
     va_start(args, format);
-    const size_t length = FormatPiece(piece, format, args);
+    const std::optional<size_t> length = FormatPiece(piece, format, args);
     va_end(args);
-    try {
+    return Guard(kFailure, [&]() -> uint32_t {
+        if (!length) {
+            call.Misuse(kService, "a null text");
+            return kFailure;
+        }
         const std::string path = state.PathOfLog(name);
-        if (!state.AppendToLog(path, piece.data(), length)) {
+        if (!state.AppendToLog(path, piece.data(), *length)) {
             state.Deliver(kLevelFailure, ("private log " + path + " cannot be written").c_str());
             return kFailure;
         }
-    } catch (const std::bad_alloc &) {
-        return kFailure;
-    }
-    return 0;
+        return 0;
+    });
 }
 
 uint32_t EnableLogOutput(uint32_t kind, uint32_t on) {
@@ -458,7 +481,12 @@ void *Register(const Call &call, const void *registration, const char *file) {
     const std::lock_guard lock(state.mutex);
     void *const handle = call->handles.Make(HandleType::kLogFilter, filter.get(), call.At());
     if (handle != nullptr) {
-        state.filters.emplace(handle, std::move(filter));
+        try {
+            state.filters.emplace(handle, std::move(filter));
+        } catch (const std::bad_alloc &) {
+            (void)call->handles.End(handle, HandleType::kLogFilter, call.At());
+            throw;
+        }
     }
     return handle;
 }
@@ -643,10 +671,13 @@ void DxrHostSetPrintFile(DxrHost *host, FILE *out, uint32_t maxLevel, const char
     if (!call) {
         return;
     }
-    PrintService &state = StateOf(*call);
-    const std::lock_guard lock(state.mutex);
-    state.maxLevel = maxLevel;
-    state.print = {nullptr, nullptr, out, prefix != nullptr ? prefix : ""};
+    devhost::Guard([&] {
+        devhost::PrintTarget target = {nullptr, nullptr, out, prefix != nullptr ? prefix : ""};
+        PrintService &state = StateOf(*call);
+        const std::lock_guard lock(state.mutex);
+        state.maxLevel = maxLevel;
+        std::swap(state.print, target);
+    });
 }
 
 void DxrHostSetPrintSink(DxrHost *host, DxrHostPrintSink sink, void *user, uint32_t maxLevel) {
@@ -681,9 +712,11 @@ void DxrHostSetDiagSink(DxrHost *host, DxrHostLineSink sink, void *user) {
 void DxrHostSetLogDirectory(DxrHost *host, const char *directory) {
     const ApiCall call(host);
     if (call && directory != nullptr) {
-        PrintService &state = StateOf(*call);
-        const std::lock_guard lock(state.mutex);
-        state.logDirectory = directory;
+        devhost::Guard([&] {
+            PrintService &state = StateOf(*call);
+            const std::lock_guard lock(state.mutex);
+            state.logDirectory = directory;
+        });
     }
 }
 

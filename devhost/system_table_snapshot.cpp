@@ -252,12 +252,24 @@ std::string Decode(const Bytes &content, Snapshot &snapshot) {
     return {};
 }
 
-// Tables that there were keep the place that made them; others were made by whoever loads them.
+// Static tables stay, without entries where the file has none. Tables that there were keep the
+// place that made them; others were made by whoever loads them.
 void Take(TableService &state, Snapshot &snapshot, const Place &made) {
     const std::lock_guard lock(state.store.mutex);
     for (auto &[tableId, table] : snapshot.tables) {
-        const auto before = state.tables.find(tableId);
-        table.made = before != state.tables.end() ? before->second.made : made;
+        table.made = made;
+    }
+    for (const auto &[tableId, before] : state.tables) {
+        auto found = snapshot.tables.find(tableId);
+        if (found == snapshot.tables.end()) {
+            if (before.about.isStatic == 0) {
+                continue;
+            }
+            found = snapshot.tables.emplace(tableId, before).first;
+            found->second.about.entries = 0;
+        }
+        found->second.about.isStatic |= before.about.isStatic;
+        found->second.made = before.made;
     }
     state.store.Replace(snapshot.records);
     state.tables.swap(snapshot.tables);

@@ -4,7 +4,8 @@
  *
  * A result is 0 or a number of <errno.h>:
  *   ECANCELED  there is no host
- *   EINVAL     a null pointer, or a query that is none; reported
+ *   EINVAL     a null pointer, a query that is none, or an empty path; reported. Any other path is
+ *              that of a file, ":memory:" as well
  *   ENOENT     there is no such row; ENOSPC: there is no room for all rows
  *   ENODEV     the file is missing or cannot be opened; reported
  *   EBADMSG    the file is no database, or not one of this schema, or a value in it is no whole

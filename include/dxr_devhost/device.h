@@ -44,20 +44,22 @@
  * DxrHostSetDeviceDirectory gave.
  *   DXR_OpenDev(path)                        a device number from 1; 0 on failure (no such file,
  *                                            point "device.open"). A path that is not below
- *                                            "/dev/", or leaves it, is reported
- *   DXR_OpenDevWithOption(path, option)      option: DXR_HOST_DEV_... bits, others are reported
+ *                                            "/dev/", or leaves it, also by a link, is reported
+ *   DXR_OpenDevWithOption(path, option)      option: DXR_HOST_DEV_... bits, others are reported. A
+ *                                            file is one device, however its path is written
  *   DXR_CloseDev(device)                     EBADF, reported, for a number that is none.
  *                                            Mappings stay
  *   DXR_WriteDev(device, data, bytes, done)  writes at the device's position and moves it;
  *                                            `done`, which may be null, gets how many bytes were
- *                                            written. ENOSPC when a described device is full,
- *                                            EIO by point "device.write"
+ *                                            written. ENOSPC when a described device is full, or
+ *                                            what the file system says; EIO by point
+ *                                            "device.write"; EACCES when it is open to be read
  *   DXR_ControlDev(request)                  a DxrHostDevRequest: see there
  *   DXR_SetDevMmapType(device, type)         DXR_HOST_MAP_...: how the next mappings are made;
  *                                            EINVAL, reported, for others
  *   DXR_MmapDev(device, bytes)               the device's first bytes, at an address; null on
- *                                            failure: more than it has, or none (reported), point
- *                                            "device.map"
+ *                                            failure: more than it has, or none (reported), shared
+ *                                            when it is open to be read alone, point "device.map"
  *   DXR_MunmapDev(address, bytes)            ends that; EINVAL, reported, unless both are those of
  *                                            a mapping
  *
@@ -76,7 +78,7 @@
  *
  * Environment. Two sets of variables, each in a file: the block ("env.bin" below the work path) and
  * the one kept in memory ("memenv.bin"), which are read when the host is made. A file that is torn
- * is reported, and the set begins empty. Saving replaces a file at once: after a crash it is the
+ * or cannot be read is reported, and the set begins empty. Saving replaces a file at once: after a crash it is the
  * old or the new one.
  *   DXR_GetEnv(name, value, size)            a variable's bytes, and zeros up to `size` bytes;
  *   DXR_GetMemEnv(name, value, size)         ENOENT; ENOSPC when there are more bytes than `size`
@@ -250,7 +252,8 @@ typedef void (*DxrHostInterrupt)(uint32_t chip, uint32_t interrupt, void *argume
  * is the one without a description. */
 
 /* Reads such a file; registers and the rest become as it describes, what is open or mapped stays.
- * On failure returns false, nothing has changed, and a line that says why is at `error` (at most
+ * On failure, also when no memory can be made for a device or an area, returns false, nothing has
+ * changed, and a line that says why is at `error` (at most
  * `errorSize` bytes, terminated; null: nowhere). */
 DXR_API bool DxrHostLoadBoard(DxrHost *host, const char *path, char *error, uint32_t errorSize);
 
@@ -338,7 +341,9 @@ DXR_API uint32_t DxrHostWatchCells(DxrHost *host, const DxrHostCell *first, uint
 /* What happens to accesses. */
 #define DXR_HOST_FAULT_FAIL 0u  /* they fail with error `amount`; 0: EIO */
 #define DXR_HOST_FAULT_DELAY 1u /* they wait for `amount` milliseconds */
-#define DXR_HOST_FAULT_FLIP 2u  /* bits `amount` are turned over; 0: one that chance chooses */
+#define DXR_HOST_FAULT_FLIP \
+    2u /* bits `amount` of the cell are turned over, as far as the access
+                                   has them; 0: one that chance chooses */
 
 #define DXR_HOST_FAULT_READS 1u
 #define DXR_HOST_FAULT_WRITES 2u

@@ -19,7 +19,8 @@
  *                                    ENOEXEC when the file is no shared object that can be opened;
  *                                    ENOSYS when it has no such symbol; EPROTONOSUPPORT when table
  *                                    or plug-in have another version; what its `load` returned;
- *                                    ENOMEM (point "plugin.load"). It is then not loaded
+ *                                    ENOMEM (point "plugin.load"). It is then not loaded, and the
+ *                                    file is closed as by unloading
  *   DXR_UnLoadBrdPlugin(plugin)      calls its `unload` and closes the file. Reported, and left as
  *                                    it is: a plug-in that is not loaded, and one while a call of
  *                                    it, also this one, is in progress. When tasks, timers,
@@ -29,8 +30,9 @@
  *   DXR_IsBrdPluginLoaded(plugin)    1 when it is loaded, else 0
  *   DXR_CheckBrdPlugin(plugin)       of a loaded one what its `check` returns, 0 without one; of
  *                                    another one what loading would give short of calling its
- *                                    `load`: the file is opened, looked at and closed. ENOENT when
- *                                    it is not registered
+ *                                    `load`: the file is opened, looked at and closed as by
+ *                                    unloading. ENOENT when it is not registered, EBUSY while
+ *                                    another call loads, checks or unloads it
  *   DXR_QueryBrdPlugin(plugin, question, answer)   what its `query` returns; both pointers are
  *                                    passed on unread. ENOENT when it is not registered, ENXIO when
  *                                    it is not loaded, ENOSYS when it has no `query`

@@ -155,8 +155,10 @@ DXR_API bool DxrHostSetTablePool(DxrHost *host, uint32_t chip, uint16_t pool, ui
  * `errorSize` bytes, terminated; null: nowhere). */
 DXR_API bool DxrHostSaveTables(DxrHost *host, const char *path, char *error, uint32_t errorSize);
 
-/* Reads such a file; all tables, pools and entries become those of the file. Descriptions of tables
- * that do not exist stay, walks go on at their keys. Returns false, and nothing has changed, when
+/* Reads such a file; all tables, pools and entries become those of the file. Static tables stay:
+ * one that is not in the file has no entries then, one that is none there takes its properties and
+ * is static still. Descriptions of tables that do not exist stay, walks go on at their keys.
+ * Returns false, and nothing has changed, when
  * it cannot be read (point "table.read"), is none, is of an unknown version or is torn; that is
  * reported, too, and `error` gets why. */
 DXR_API bool DxrHostLoadTables(DxrHost *host, const char *path, char *error, uint32_t errorSize);

@@ -1,14 +1,20 @@
-// Databases whose memory and files fail, one step after the other.
+// Databases whose memory and files fail, one step after the other, and whose writers are killed.
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <memory>
 
 #include "devhost/database_fixture.h"
+#include "devhost/file_calls.h"
+#include "devhost/killed.h"
 #include "devhost/sqlite_faults.h"
 
 namespace {
 
+using dxrtest::FileCalls;
 using dxrtest::SqliteFaults;
 
 class DatabaseFaults : public dxrtest::DatabaseHost<DXR_HOST_CLOCK_STEPPED>,
@@ -30,10 +36,16 @@ class DatabaseFaults : public dxrtest::DatabaseHost<DXR_HOST_CLOCK_STEPPED>,
     // many there are.
     static uint64_t FailEach(const std::function<void()> &before,
                              const std::function<uint32_t()> &work) {
+        const uint64_t failed = FailEach(before, work, true);
+        return std::min(failed, FailEach(before, work, false));
+    }
+
+    static uint64_t FailEach(const std::function<void()> &before,
+                             const std::function<uint32_t()> &work, bool fromThenOn) {
         const uint64_t stride = Stride();
-        for (uint64_t n = 1;; n += stride) {
+        for (uint64_t n = 1 + (fromThenOn ? stride / 2 : 0);; n += stride) {
             before();
-            SqliteFaults::FailNth(GetParam(), n);
+            SqliteFaults::FailNth(GetParam(), n, fromThenOn);
             const uint32_t result = work();
             if (!SqliteFaults::Stop(GetParam())) {
                 EXPECT_EQ(result, 0U);
@@ -45,14 +57,14 @@ class DatabaseFaults : public dxrtest::DatabaseHost<DXR_HOST_CLOCK_STEPPED>,
         }
     }
 
-    // DXR_TEST_STRIDE: one in so many allocations fails, 1 for all; 17 without it. Of the steps
+    // DXR_TEST_STRIDE: one in so many allocations fails, 1 for all; 31 without it. Of the steps
     // with files all do.
     static uint64_t Stride() {
         const char *const wanted = std::getenv("DXR_TEST_STRIDE");
         if (GetParam() == SqliteFaults::Of::kFiles) {
             return 1;
         }
-        return wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 17;
+        return wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 31;
     }
 
     static uint32_t FindType() {
@@ -132,6 +144,116 @@ TEST_P(DatabaseFaults, NewOnesAppearWholeOrNotAtAll) {
     };
     const uint64_t failed = FailEach([] {}, init);
     EXPECT_TRUE(GetParam() == SqliteFaults::Of::kFiles || failed > 100) << failed;
+}
+
+// --- Calls of the host's own that fail
+
+class DatabaseFileFaults : public dxrtest::DatabaseHost<DXR_HOST_CLOCK_STEPPED> {};
+
+TEST_F(DatabaseFileFaults, NewOnesAppearWholeOrNotAtAll) {
+    MakeSample();
+    const std::string whole = directory.Read("chassis.db");
+    const std::string other = directory.Path("other.db");
+    const size_t descriptors = dxrtest::Descriptors();
+    for (const FileCalls::How how : FileCalls::kAll) {
+        bool hasFailed = true;
+        for (uint64_t n = 1; hasFailed; ++n) {
+            // SQLite's own part, one call a byte, is a long one.
+            ASSERT_LT(n, 100000U);
+            std::array<char, 256> error{};
+            FileCalls::Begin(n, how);
+            const bool isMade =
+                DxrHostInitDatabase(nullptr, other.c_str(), error.data(), error.size());
+            hasFailed = FileCalls::End();
+            ASSERT_EQ(std::filesystem::exists(other), isMade) << n << ": " << error.data();
+            ASSERT_TRUE(!isMade || directory.Read("other.db") == whole) << n;
+            ASSERT_TRUE(isMade || !FileCalls::IsPart(how)) << n << ": " << error.data();
+            ASSERT_EQ(isMade, error[0] == '\0');
+            ASSERT_EQ(dxrtest::Descriptors(), descriptors);
+            (void)std::filesystem::remove(other);
+        }
+    }
+    size_t files = 0;
+    for ([[maybe_unused]] const auto &each :
+         std::filesystem::directory_iterator(directory.Path())) {
+        ++files;
+    }
+    EXPECT_EQ(files, 1U) << "nothing half made is left";
+}
+
+// --- Killed at any moment
+
+// Somebody else's writer, in the middle of a transaction: what it had not committed is taken back.
+TEST(DatabaseKilled, ShowsWhatWasCommitted) {
+    const dxrtest::TemporaryDirectory directory;
+    const std::string workPath = directory.Path();
+    const std::string file = directory.Path("chassis.db");
+    ASSERT_TRUE(DxrHostInitDatabase(nullptr, file.c_str(), nullptr, 0));
+    // More pages than the writer's memory holds: some reach the file before the rest is known.
+    ASSERT_TRUE(
+        dxrtest::Sqlite(file).Run("CREATE TABLE filler (number INTEGER, bytes BLOB);"
+                                  "WITH RECURSIVE rows (n) AS (SELECT 1 UNION ALL "
+                                  "SELECT n + 1 FROM rows WHERE n < 30) "
+                                  "INSERT INTO filler SELECT n, randomblob(2000) FROM rows"));
+    const auto begin = [&] {
+        const auto writer = std::make_shared<dxrtest::Sqlite>(file);
+        (void)writer->Run("PRAGMA cache_size = 3");
+        return [writer](uint32_t number) {
+            const std::string text = std::to_string(number);
+            return writer->Run("BEGIN; UPDATE tm_port SET speed_mbps = " + text +
+                               "; UPDATE filler SET number = " + text +
+                               "; UPDATE service_port SET priority = " + text + "; COMMIT");
+        };
+    };
+    dxrtest::KillAtAnyMoment(begin, [&] {
+        DxrHost *const host = dxrtest::HostAt(workPath.c_str());
+        std::array<DxrHostTmPort, 16> ports{};
+        std::array<DxrHostServicePort, 32> services{};
+        DxrHostDbQuery query{DXR_HOST_DB_TM_PORT, sizeof(DxrHostTmPort), 0, {}};
+        EXPECT_EQ(DXR_SelectDbRecordLimit(&query, ports.size(), ports.data()), 0U);
+        query = {DXR_HOST_DB_SERVICE_PORT, sizeof(DxrHostServicePort), 0, {}};
+        EXPECT_EQ(DXR_SelectDbRecordLimit(&query, services.size(), services.data()), 0U);
+        const uint32_t number = ports[0].speedMbps;
+        for (const DxrHostTmPort &port : ports) {
+            EXPECT_EQ(port.speedMbps, number);
+        }
+        for (const DxrHostServicePort &service : services) {
+            EXPECT_EQ(service.priority, number);
+        }
+        EXPECT_EQ(DxrHostGetReportCount(host), 0U);
+        EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+        return number;
+    });
+}
+
+// A new one is there whole or not at all.
+TEST(DatabaseKilled, NewOnesAppearWholeOrNotAtAll) {
+    const dxrtest::TemporaryDirectory directory;
+    const auto fileOf = [&](uint32_t number) { return directory.Path(std::to_string(number)); };
+    ASSERT_TRUE(DxrHostInitDatabase(nullptr, fileOf(0).c_str(), nullptr, 0));
+    const std::string whole = directory.Read("0");
+    const auto begin = [&] {
+        return [&](uint32_t number) {
+            std::error_code error;
+            const bool isMade = DxrHostInitDatabase(nullptr, fileOf(number).c_str(), nullptr, 0);
+            (void)std::filesystem::remove(fileOf(number - 2), error);
+            return isMade;
+        };
+    };
+    uint32_t last = 0;
+    dxrtest::KillAtAnyMoment(begin, [&] {
+        uint32_t next = last;
+        for (const auto &each : std::filesystem::directory_iterator(directory.Path())) {
+            const std::string name = each.path().filename().string();
+            const bool isStarted = name.find(".new.") != std::string::npos;
+            EXPECT_TRUE(isStarted || directory.Read(name) == whole) << name;
+            next = isStarted ? next : std::max(next, static_cast<uint32_t>(std::stoul(name)));
+            if (isStarted) {
+                (void)std::filesystem::remove(each.path());
+            }
+        }
+        return last = next;
+    });
 }
 
 }  // namespace

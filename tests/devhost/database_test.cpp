@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
@@ -499,6 +500,34 @@ TEST_F(Database, AnswersManyThreads) {
         thread.join();
     }
     EXPECT_EQ(wrong.load(), 0U);
+}
+
+// Names that SQLite would take for something else are names of files, too.
+TEST_F(DatabaseFiles, HaveAnyNameButNone) {
+    const std::string before = std::filesystem::current_path().string();
+    std::filesystem::current_path(directory.Path());
+    for (const char *const name : {":memory:", "file:other?mode=memory", "chassis.db"}) {
+        std::array<char, 256> error{};
+        const bool isKnown = std::string(name) == "chassis.db";
+        EXPECT_EQ(DxrHostOpenDatabase(host, name, error.data(), error.size()), isKnown);
+        const std::string why = isKnown ? "" : ": unable to open database file";
+        EXPECT_EQ(error.data(), isKnown ? "" : name + why);
+        std::filesystem::copy_file("chassis.db", std::string(name) + (isKnown ? ".copy" : ""));
+        EXPECT_TRUE(DxrHostOpenDatabase(host, name, nullptr, 0));
+        EXPECT_EQ(LookUp(), 0U) << name;
+    }
+    std::array<char, 256> error{};
+    EXPECT_FALSE(DxrHostOpenDatabase(host, "", error.data(), error.size()));
+    EXPECT_STREQ(error.data(), "the path of the database is empty");
+    EXPECT_FALSE(DxrHostOpenDatabase(host, nullptr, error.data(), error.size()));
+    EXPECT_STREQ(error.data(), "no file was given");
+    EXPECT_EQ(LookUp(), 0U) << "the one before stays open";
+    options.database = "";
+    Restart();
+    EXPECT_EQ(LookUp(), uint32_t{EINVAL});
+    ExpectMisuse("the path of the database is empty");
+    options.database = nullptr;
+    std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -601,4 +601,27 @@ TEST_F(DeviceRegisters, BearManyThreads) {
     }
 }
 
+TEST_F(DeviceI2c, ARefusedTransferLeavesItsRecord) {
+    DxrHostI2cRequest request{sizeof(request), 0, 0x50, 0, 4, 99, nullptr};
+    EXPECT_EQ(DXR_ReadI2c(&request), uint32_t{EINVAL});
+    EXPECT_EQ(request.done, 99U);
+}
+
+// The bits of a fault are those of the register, whichever half is read.
+TEST_F(DeviceFaults, AFaultTurnsBitsOfTheRegisterOver) {
+    const DxrHostCell cell{DXR_HOST_REGISTERS, 0, 1, 0, 0x100};
+    EXPECT_TRUE(DxrHostPokeCell(host, &cell, 0x44332211));
+    const DxrHostCellFault fault{
+        sizeof(fault), DXR_HOST_FAULT_FLIP, DXR_HOST_FAULT_READS, 0x00010080, 1, 1, 0};
+    EXPECT_NE(DxrHostFaultCells(host, &cell, 4, &fault), 0U);
+    uint32_t whole = 0;
+    uint16_t half = 0;
+    EXPECT_EQ(DXR_ReadReg(0, 1, 0x100, &whole), 0U);
+    EXPECT_EQ(whole, 0x44332211U ^ 0x00010080U);
+    EXPECT_EQ(DXR_ReadReg16(0, 1, 0x100, &half), 0U);
+    EXPECT_EQ(half, 0x2211U ^ 0x0080U);
+    EXPECT_EQ(DXR_ReadReg16(0, 1, 0x102, &half), 0U);
+    EXPECT_EQ(half, 0x4433U ^ 0x0001U);
+}
+
 }  // namespace

@@ -1,4 +1,6 @@
 // Devices, mappings and reserved memory, by the sentences of the device service's header.
+#include <sys/resource.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -8,9 +10,12 @@
 #include <vector>
 
 #include "devhost/device_fixture.h"
+#include "devhost/file_calls.h"
 #include "dxr_devhost/device.h"
 
 namespace {
+
+using dxrtest::FileCalls;
 
 class DeviceFiles : public dxrtest::SteppedDevice {
   protected:
@@ -321,6 +326,166 @@ TEST_F(DeviceReserved, IsMappedAsItsModeSays) {
     EXPECT_EQ(DXR_ChmodRsvMemFile(name, 01000), uint32_t{EINVAL});
     EXPECT_EQ(DXR_ChmodRsvMemFile(nullptr, 0600), uint32_t{EINVAL});
     EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 2U);
+}
+
+TEST_F(DeviceFiles, AreOneDeviceHoweverTheirPathIsWritten) {
+    std::filesystem::create_directory(directory.Path("dev/below"));
+    (void)directory.Write("dev/disk", "x");
+    const uint32_t alone = DXR_OpenDevWithOption("/dev/disk", DXR_HOST_DEV_EXCLUSIVE);
+    ASSERT_NE(alone, 0U);
+    for (const char *const path : {"/dev/./disk", "/dev//disk", "/dev/below/../disk"}) {
+        EXPECT_EQ(DXR_OpenDev(path), 0U) << path;
+    }
+    EXPECT_EQ(DXR_CloseDev(alone), 0U);
+    const uint32_t disk = DXR_OpenDev("/dev/below/../disk");
+    EXPECT_NE(disk, 0U);
+    EXPECT_EQ(DXR_OpenDevWithOption("/dev/disk", DXR_HOST_DEV_EXCLUSIVE), 0U);
+    EXPECT_EQ(DXR_CloseDev(disk), 0U);
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(DeviceFiles, TheirDirectoryMayEndInASlash) {
+    (void)directory.Write("dev/disk", "x");
+    DxrHostSetDeviceDirectory(host, (directory.Path("dev") + "/").c_str());
+    const uint32_t disk = DXR_OpenDev("/dev/disk");
+    EXPECT_NE(disk, 0U);
+    EXPECT_EQ(DXR_CloseDev(disk), 0U);
+    EXPECT_EQ(DXR_OpenDev("/dev/../dev"), 0U) << "the directory itself";
+    EXPECT_EQ(DXR_OpenDev("/dev/../devil"), 0U) << "begins like it";
+    DxrHostSetDeviceDirectory(host, (directory.Path("absent") + "/").c_str());
+    reports.clear();
+    EXPECT_EQ(DXR_OpenDevWithOption("/dev/disk", DXR_HOST_DEV_CREATE), 0U);
+    EXPECT_TRUE(reports.empty()) << "it is within, but cannot be made";
+    DxrHostSetDeviceDirectory(host, "/");
+    EXPECT_EQ(DXR_OpenDev("/dev/there is no such file"), 0U);
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST_F(DeviceFiles, ToBeReadAreNotWrittenThroughAMapping) {
+    (void)directory.Write("dev/disk", "12345");
+    for (const char *const path : {"/dev/fpga0", "/dev/disk"}) {
+        const uint32_t device = DXR_OpenDevWithOption(path, DXR_HOST_DEV_READ_ONLY);
+        ASSERT_NE(device, 0U);
+        EXPECT_EQ(DXR_MmapDev(device, 5), nullptr) << path << ": it would be written";
+        EXPECT_EQ(DXR_SetDevMmapType(device, DXR_HOST_MAP_PRIVATE), 0U);
+        auto *const own = static_cast<char *>(DXR_MmapDev(device, 5));
+        ASSERT_NE(own, nullptr);
+        own[0] = 'X';
+        EXPECT_EQ(DXR_SetDevMmapType(device, DXR_HOST_MAP_READ_ONLY), 0U);
+        auto *const shared = static_cast<char *>(DXR_MmapDev(device, 5));
+        ASSERT_NE(shared, nullptr);
+        EXPECT_NE(shared[0], 'X');
+        EXPECT_EQ(DXR_MunmapDev(own, 5), 0U);
+        EXPECT_EQ(DXR_MunmapDev(shared, 5), 0U);
+        EXPECT_EQ(DXR_CloseDev(device), 0U);
+    }
+}
+
+TEST_F(DeviceFiles, AreFullBeyondTheirEnd) {
+    const uint32_t device = DXR_OpenDev("/dev/fpga0");
+    char byte = 'x';
+    uint32_t done = 77;
+    for (const uint64_t at : {uint64_t{8192}, uint64_t{1} << 63, ~uint64_t{0}}) {
+        (void)Control(device, DXR_HOST_DEV_SEEK, at);
+        EXPECT_EQ(DXR_WriteDev(device, &byte, 1, &done), uint32_t{ENOSPC}) << at;
+        EXPECT_EQ(done, 0U);
+        EXPECT_EQ(Control(device, DXR_HOST_DEV_READ, 0, &byte, 1).done, 0U);
+        EXPECT_EQ(result, 0U);
+    }
+    (void)Control(device, DXR_HOST_DEV_SEEK, 8191);
+    std::array<char, 2> two{'a', 'b'};
+    EXPECT_EQ(DXR_WriteDev(device, two.data(), 2, &done), uint32_t{ENOSPC});
+    EXPECT_EQ(done, 1U) << "what there is room for";
+    EXPECT_EQ(DXR_CloseDev(device), 0U);
+}
+
+// Each descriptor that the board needs in turn.
+TEST_F(DeviceFiles, ABoardIsTakenWholeOrNotAtAll) {
+    const std::string path = directory.Write(
+        "more.json",
+        R"({"devices": [{"path": "/dev/a", "bytes": 1}, {"path": "/dev/b", "bytes": 1}],
+                         "reserved": [{"number": 0, "name": "log", "bytes": 5}]})");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    uint32_t refusals = 0;
+    for (rlim_t files = 3; files < 100; ++files) {
+        rlimit limit = before;
+        limit.rlim_cur = files;
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+        std::array<char, 256> error{};
+        const bool isTaken = DxrHostLoadBoard(host, path.c_str(), error.data(), error.size());
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+        const uint32_t device = DXR_OpenDev("/dev/b");
+        const uint32_t former = DXR_OpenDev("/dev/fpga0");
+        EXPECT_EQ(device != 0, isTaken) << files;
+        EXPECT_EQ(former != 0, !isTaken) << files;
+        EXPECT_EQ(DXR_CloseDev(device != 0 ? device : former), 0U);
+        if (isTaken) {
+            break;
+        }
+        ++refusals;
+        EXPECT_STRNE(error.data(), "");
+    }
+    EXPECT_GE(refusals, 3U);
+    EXPECT_EQ(DxrHostGetReportCount(host), 0U);
+}
+
+// --- Calls that fail
+
+// Everything that devices and reserved memory do with files, at which nothing may be left open or
+// mapped, and nothing is told that was not done.
+TEST_F(DeviceFiles, TellWhatFails) {
+    (void)directory.Write("dev/disk", "12345678");
+    const std::string board = directory.Write(
+        "more.json", R"({"devices": [{"path": "/dev/fpga0", "bytes": 8192, "text": "hello"}],
+                         "reserved": [{"number": 0, "name": "log", "bytes": 5}]})");
+    ASSERT_TRUE(DxrHostLoadBoard(host, board.c_str(), nullptr, 0));
+    const size_t descriptors = dxrtest::Descriptors();
+    size_t rounds = 1;
+    for (const FileCalls::How how : FileCalls::kAll) {
+        bool hasFailed = true;
+        for (uint64_t n = 1; hasFailed; ++n, ++rounds) {
+            ASSERT_LT(n, 200U);
+            const bool isPart = FileCalls::IsPart(how);
+            FileCalls::Begin(n, how);
+            EXPECT_TRUE(DxrHostLoadBoard(host, board.c_str(), nullptr, 0) || !isPart);
+            for (const char *const path : {"/dev/disk", "/dev/fpga0"}) {
+                const uint32_t device = DXR_OpenDev(path);
+                EXPECT_TRUE(device != 0 || !isPart);
+                if (device == 0) {
+                    continue;
+                }
+                std::array<char, 8> text{'8', '7', '6', '5', '4', '3', '2', '1'};
+                uint32_t done = 77;
+                uint32_t failure = DXR_WriteDev(device, text.data(), text.size(), &done);
+                EXPECT_EQ(failure == 0, done == text.size());
+                EXPECT_TRUE(failure == 0 || !isPart);
+                (void)Control(device, DXR_HOST_DEV_SEEK, 0);
+                const DxrHostDevRequest read =
+                    Control(device, DXR_HOST_DEV_READ, 0, text.data(), text.size());
+                EXPECT_TRUE(result == 0 ? read.done == text.size() : !isPart);
+                (void)Control(device, DXR_HOST_DEV_SYNC);
+                EXPECT_TRUE(result == 0 || (result == EIO && !isPart));
+                void *const mapping = DXR_MmapDev(device, 8);
+                EXPECT_TRUE(mapping != nullptr || !isPart);
+                if (mapping != nullptr) {
+                    EXPECT_EQ(DXR_MunmapDev(mapping, 8), 0U);
+                }
+                EXPECT_EQ(DXR_CloseDev(device), 0U);
+            }
+            std::array<char, 4> name = {"log"};
+            void *address = nullptr;
+            const uint32_t mapped = DXR_GetRsvMemMmapAddr(name.data(), 5, &address);
+            EXPECT_EQ(mapped == 0, address != nullptr);
+            const uint32_t changed = DXR_ChmodRsvMemFile(name.data(), 0600);
+            EXPECT_TRUE(changed == 0 || (changed == EIO && !isPart));
+            hasFailed = FileCalls::End();
+            EXPECT_LE(dxrtest::Descriptors(), descriptors + rounds)
+                << "but for areas that are mapped, which stay";
+            EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 0U);
+            ASSERT_FALSE(HasFailure()) << "call " << n << ", way " << static_cast<int>(how);
+        }
+    }
 }
 
 }  // namespace

@@ -293,4 +293,43 @@ TEST_F(DeviceBoard, LeavesFourSlotsEmpty) {
     EXPECT_EQ(hooks.dev.getWofflineState, nullptr);
 }
 
+// --- Where a description is wrong
+
+TEST_F(DeviceBoard, IsBlamedWhereItIsWrong) {
+    EXPECT_EQ(WhyNot("{\"board\": {\"issu\": 1},\n \"board\": {\"issu\": -1}}"),
+              "2:20: /board/issu: must be a whole number within its range")
+        << "of two members of a name the last one counts";
+    EXPECT_EQ(WhyNot("{\"a\": {\"b\": 1},\n \"a/b\": 2}"), "1:7: /a: is not known");
+    EXPECT_EQ(WhyNot("{\"board\": {},\n \"x/y~z\": 2}"), "2:11: /x~1y~0z: is not known");
+    EXPECT_EQ(WhyNot("{\"\": 2}"), "1:6: /: is not known");
+    EXPECT_EQ(WhyNot("{\"a\\u0000b\": 2}"), std::string("1:14: /a"));
+    EXPECT_EQ(WhyNot("[[]]"), "1:1: the file must be an object");
+}
+
+TEST_F(DeviceBoard, MayBeDeeperAndLargerThanAnybodyWrites) {
+    const std::string deep(99, '[');
+    EXPECT_EQ(WhyNot(deep + std::string(99, ']')), "1:1: the file must be an object");
+    EXPECT_EQ(WhyNot("{\"x\": " + deep + std::string(99, ']') + "}"), "1:7: /x: is not known");
+    EXPECT_EQ(WhyNot("{\"x\": " + deep + "[[]]"), "1:106: this is nested deeper than 100");
+    EXPECT_EQ(WhyNot("{\"hardIds\": [{\"unit\": 1e999, \"id\": 1}]}"), "1:27: this is no JSON");
+    EXPECT_EQ(WhyNot("{\"hardIds\": [{\"unit\": 18446744073709551616, \"id\": 1}]}"),
+              "1:23: /hardIds/0/unit: must be a whole number within its range");
+    std::string many = "{\"hardIds\": [";
+    for (uint32_t i = 0; i < 20000; ++i) {
+        many += R"({"unit": )" + std::to_string(i) + R"(, "id": 7},)";
+    }
+    Load(many + R"({"unit": 20000, "id": 8}]})");
+    uint32_t id = 0;
+    EXPECT_EQ(DXR_GetHardId(20000, &id), 0U);
+    EXPECT_EQ(id, 8U);
+}
+
+TEST_F(DeviceBoard, IsNoDirectory) {
+    std::array<char, 256> error{};
+    EXPECT_FALSE(DxrHostLoadBoard(host, workPath.c_str(), error.data(), error.size()));
+    EXPECT_EQ(error.data(), workPath + ": cannot be read: Is a directory");
+    EXPECT_FALSE(DxrHostLoadBoard(host, nullptr, error.data(), error.size()));
+    EXPECT_STREQ(error.data(), "no file was given");
+}
+
 }  // namespace

@@ -1,22 +1,19 @@
 // Environment and flash information, by the sentences of the device service's header.
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <string>
 
 #include "devhost/device_fixture.h"
+#include "devhost/file_calls.h"
+#include "devhost/killed.h"
 #include "dxr_devhost/device.h"
 
 namespace {
+
+using dxrtest::FileCalls;
 
 // The functions of one of the two sets.
 struct Set {
@@ -187,88 +184,129 @@ TEST_F(DeviceFlash, KeepsItems) {
     EXPECT_EQ(DXR_WriteFlashInfo(nullptr), uint32_t{EINVAL});
 }
 
+// --- Calls that fail
+
+TEST_F(DeviceFlash, FilesAreTheOldOrTheNewOnesWhateverFails) {
+    const auto set = [](uint32_t number) {
+        EXPECT_EQ(DXR_SetEnv("n", &number, sizeof(number)), 0U);
+        EXPECT_EQ(DXR_SetMemEnv("n", &number, sizeof(number)), 0U);
+    };
+    const auto saved = [](auto get) {
+        uint32_t number = 0;
+        EXPECT_EQ(get("n", &number, sizeof(number)), 0U);
+        return number;
+    };
+    set(1);
+    ASSERT_EQ(DXR_SaveEnv(), 0U);
+    const size_t descriptors = dxrtest::Descriptors();
+    for (const FileCalls::How how : FileCalls::kAll) {
+        bool hasFailed = true;
+        for (uint64_t n = 1; hasFailed; ++n) {
+            ASSERT_LT(n, 100U);
+            const uint32_t block = saved(DXR_GetEnv);
+            set(block + 1);
+            FileCalls::Begin(n, how);
+            const uint32_t result = DXR_SaveEnv();
+            hasFailed = FileCalls::End();
+            EXPECT_TRUE(result == 0 || (result == EIO && !FileCalls::IsPart(how))) << n;
+            EXPECT_EQ(dxrtest::Descriptors(), descriptors);
+            EXPECT_FALSE(std::filesystem::exists(directory.Path("env.bin.new")));
+            Restart();
+            EXPECT_TRUE(reports.empty()) << "torn";
+            const uint32_t now = saved(DXR_GetEnv);
+            EXPECT_TRUE(now == block + 1 || (result != 0 && now == block)) << n;
+            EXPECT_TRUE(result != 0 || saved(DXR_GetMemEnv) == now) << n;
+            set(now);
+            ASSERT_EQ(DXR_SaveEnv(), 0U) << "what failed once can be done again";
+        }
+    }
+}
+
 // --- Killed at any moment
 
 constexpr uint32_t kVariables = 32;
 
-std::string NameOf(uint32_t index) {
-    return "variable" + std::to_string(index);
+using SetVariable = uint32_t (*)(const char *, void *, uint32_t);
+using GetVariable = uint32_t (*)(const char *, void *, uint32_t);
+
+bool SetAll(SetVariable set, uint32_t number) {
+    std::array<uint32_t, 256> value{};
+    value.fill(number);
+    bool isWell = true;
+    for (uint32_t i = 0; i < kVariables; ++i) {
+        const std::string name = "variable" + std::to_string(i);
+        isWell = isWell && set(name.c_str(), value.data(), sizeof(value)) == 0;
+    }
+    return isWell;
 }
 
-// Sets all variables to one number after the other and saves them; tells what was saved.
-[[noreturn]] void SaveForEver(const char *workPath, volatile uint32_t *saved) {
-    DxrHostOptions options;
-    DxrHostInitOptions(&options);
-    options.workPath = workPath;
-    DxrHost *const host = DxrHostCreate(&options);
-    if (host == nullptr || DxrHostRegister(host) != 0) {
-        _exit(1);
-    }
-    uint32_t first = 0;
-    (void)DXR_GetEnv(NameOf(0).c_str(), &first, sizeof(first));
-    for (uint32_t number = first + 1;; ++number) {
-        for (uint32_t i = 0; i < kVariables; ++i) {
-            std::array<uint32_t, 256> value{};
-            value.fill(number);
-            if (DXR_SetEnv(NameOf(i).c_str(), value.data(), sizeof(value)) != 0) {
-                _exit(1);
-            }
+// The one number that they all have.
+uint32_t NumberOfAll(GetVariable get) {
+    uint32_t number = 0;
+    for (uint32_t i = 0; i < kVariables; ++i) {
+        const std::string name = "variable" + std::to_string(i);
+        std::array<uint32_t, 256> value{};
+        EXPECT_EQ(get(name.c_str(), value.data(), sizeof(value)), 0U);
+        number = i == 0 ? value[0] : number;
+        for (const uint32_t each : value) {
+            EXPECT_EQ(each, number);
         }
-        if (DXR_SaveEnvBlock() != 0) {
-            _exit(1);
-        }
-        *saved = number;
     }
+    return number;
 }
 
-// DXR_TEST_KILLS sets how many times; 50 without it.
+// Both sets and an item of flash information, one after the other.
 TEST(DeviceEnvironmentKilled, IsTheOldOrTheNewOne) {
     const dxrtest::TemporaryDirectory directory;
     const std::string workPath = directory.Path();
-    const char *const wanted = std::getenv("DXR_TEST_KILLS");
-    const int kills = wanted != nullptr ? std::atoi(wanted) : 50;
-    void *const shared =
-        mmap(nullptr, sizeof(uint32_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(shared, MAP_FAILED);
-    auto *const saved = static_cast<volatile uint32_t *>(shared);
-    std::mt19937 random(7);
-    for (int kill = 0; kill < kills; ++kill) {
-        const uint32_t before = *saved;
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            SaveForEver(workPath.c_str(), saved);
-        }
-        while (*saved == before && waitpid(child, nullptr, WNOHANG) == 0) {
-            (void)usleep(100);
-        }
-        ASSERT_NE(*saved, before) << "the writer has failed";
-        (void)usleep(static_cast<useconds_t>(random() % 3000));
-        ASSERT_EQ(::kill(child, SIGKILL), 0);
-        ASSERT_EQ(waitpid(child, nullptr, 0), child);
-
-        DxrHostOptions options;
-        DxrHostInitOptions(&options);
-        options.workPath = workPath.c_str();
-        DxrHost *const host = DxrHostCreate(&options);
-        ASSERT_NE(host, nullptr);
-        ASSERT_EQ(DxrHostRegister(host), 0U);
+    const auto begin = [&] {
+        (void)dxrtest::HostAt(workPath.c_str());
+        return [](uint32_t number) {
+            std::array<uint32_t, 1024> item{};
+            item.fill(number);
+            DxrHostFlashInfo info{sizeof(info), 4, sizeof(item), 0, item.data()};
+            return SetAll(DXR_SetEnv, number) && SetAll(DXR_SetMemEnv, number) &&
+                   DXR_SaveEnv() == 0 && DXR_WriteFlashInfo(&info) == 0;
+        };
+    };
+    uint32_t flashed = 0;
+    dxrtest::KillAtAnyMoment(begin, [&] {
+        DxrHost *const host = dxrtest::HostAt(workPath.c_str());
         EXPECT_EQ(DxrHostGetReportCount(host), 0U) << "torn";
-        uint32_t number = 0;
-        for (uint32_t i = 0; i < kVariables; ++i) {
-            std::array<uint32_t, 256> value{};
-            ASSERT_EQ(DXR_GetEnv(NameOf(i).c_str(), value.data(), sizeof(value)), 0U);
-            number = i == 0 ? value[0] : number;
-            for (const uint32_t each : value) {
-                ASSERT_EQ(each, number) << "kill " << kill;
-            }
+        const uint32_t block = NumberOfAll(DXR_GetEnv);
+        const uint32_t memory = NumberOfAll(DXR_GetMemEnv);
+        EXPECT_TRUE(memory == block || memory + 1 == block) << memory << ", " << block;
+        std::array<uint32_t, 1024> item{};
+        EXPECT_EQ(DxrHostGetFlashInfo(host, 4, item.data(), sizeof(item)), sizeof(item));
+        for (const uint32_t each : item) {
+            EXPECT_EQ(each, item[0]);
         }
-        EXPECT_GE(number, *saved) << "what was saved is there";
-        EXPECT_LE(number, *saved + 1);
-        *saved = number;
+        EXPECT_TRUE(item[0] == memory || item[0] + 1 == memory) << item[0] << ", " << memory;
+        EXPECT_GE(item[0], flashed);
+        flashed = item[0];
         EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+        return block;
+    });
+}
+
+// --- Files that cannot be read
+
+TEST_F(DeviceFlash, FilesThatCannotBeReadAreReported) {
+    for (const char *const name : {"env.bin", "memenv.bin", "flash.bin"}) {
+        std::filesystem::create_directory(directory.Path(name));
     }
-    (void)munmap(shared, sizeof(uint32_t));
+    Restart();
+    ASSERT_NE(host, nullptr);
+    EXPECT_EQ(DxrHostGetReportCount(host), 3U);
+    DxrHostReport report{};
+    ASSERT_TRUE(DxrHostGetReport(host, 0, &report));
+    EXPECT_EQ(report.text, directory.Path("env.bin") +
+                               ": cannot be read: Is a directory; its variables are lost");
+    char value = 'x';
+    EXPECT_EQ(DXR_SetEnv("boot", &value, 1), 0U) << "the set begins empty";
+    EXPECT_EQ(DXR_SaveEnvBlock(), uint32_t{EIO});
+    EXPECT_TRUE(std::filesystem::is_directory(directory.Path("env.bin")));
+    EXPECT_FALSE(std::filesystem::exists(directory.Path("env.bin.new")));
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ using testing::IsEmpty;
 class HostPlugin : public dxrtest::HostTest {
   protected:
     HostPlugin() {
-        for (const char *name :
-             {"good", "old_interface", "short", "no_table", "unresolved", "bare", "calling"}) {
+        for (const char *name : {"good", "old_interface", "short", "no_table", "unresolved", "bare",
+                                 "calling", "leaving"}) {
             std::filesystem::copy(
                 std::string(DXR_TEST_PLUGINS "/libdevhost_plugin_") + name + ".so",
                 directory.Path(std::string(name) + ".so"));
@@ -512,6 +512,46 @@ TEST(HostPluginCalls, WithoutAHostThereIsNone) {
     slots.plugin.unLoadBrdPlugin(&plugin);
     slots.plugin.displayBrdPlugin(nullptr, nullptr, nullptr, 0);
     EXPECT_EQ(DxrHostGetPlugins(nullptr, nullptr, 0), 0U);
+}
+
+// What runs while a file is opened has given a function away: asked for when the file is closed.
+TEST_F(HostPlugin, AFileThatIsClosedStaysWhileItsCodeIsNeeded) {
+    DxrHostPlugin plugin = Record("leaving");
+    EXPECT_EQ(DXR_RegisterBrdPlugin(&plugin), 0U);
+    EXPECT_EQ(DXR_CheckBrdPlugin(&plugin), 0U);
+    EXPECT_THAT(Misuses(), ElementsAre(HasSubstr("\"leaving\" is unloaded while its code is "
+                                                 "needed by ")));
+    int32_t temperature = 0;
+    EXPECT_EQ(DxrHostGetTemperature(host, 36, &temperature), 0U);
+    EXPECT_EQ(temperature, 36000);
+    EXPECT_EQ(DXR_UnRegisterBrdPlugin(&plugin), 0U);
+}
+
+TEST_F(HostPlugin, AFileThatIsRefusedStaysWhileItsCodeIsNeeded) {
+    DxrHostPlugin plugin = Record("leaving");
+    plugin.version = DXR_HOST_PLUGIN_VERSION(9, 0);
+    EXPECT_EQ(DXR_RegisterBrdPlugin(&plugin), 0U);
+    EXPECT_EQ(DXR_LoadBrdPlugin(&plugin), Error(EPROTONOSUPPORT));
+    EXPECT_EQ(LastMessage(),
+              "plug-in " + std::string(Plugins()[0].path) + ": its version is 2.3, wanted is 9.0");
+    EXPECT_EQ(Misuses().size(), 1U);
+    int32_t temperature = 0;
+    EXPECT_EQ(DxrHostGetTemperature(host, 36, &temperature), 0U);
+    EXPECT_EQ(temperature, 36000);
+}
+
+// Two registrations of one file: looking at the one takes nothing from the other.
+TEST_F(HostPlugin, AFileThatIsLoadedUnderAnotherNameIsClosedQuietly) {
+    test.startsTimer = 1;
+    test.stopsTimer = 1;
+    EXPECT_EQ(Load("good"), 0U);
+    DxrHostPlugin other = Record("other", "good.so");
+    EXPECT_EQ(DXR_RegisterBrdPlugin(&other), 0U);
+    EXPECT_EQ(DXR_CheckBrdPlugin(&other), 0U);
+    EXPECT_THAT(reports, IsEmpty());
+    DxrHostPlugin plugin = Record("good");
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_THAT(reports, IsEmpty());
 }
 
 }  // namespace

@@ -6,11 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "devhost/file_calls.h"
 #include "devhost/host_fixture.h"
 #include "tools/temporary_directory.h"
 
 namespace {
 
+using dxrtest::FileCalls;
 using dxrtest::Message;
 using dxrtest::TemporaryDirectory;
 
@@ -320,6 +322,94 @@ TEST_F(HostLogFilter, BadOnesAreReported) {
     DxrHostFailNth(host, "filter.register", 1, false);
     EXPECT_EQ(DXR_LOGFILTER_Register(&filter), 1U);
     EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 6U);
+}
+
+class HostPrintLogFile : public dxrtest::HostTest {
+  protected:
+    // Writes messages to the file in a host of their own.
+    void Write(uint32_t bytes, uint32_t count, const std::vector<const char *> &texts) {
+        options.logFile = path.c_str();
+        options.logFileBytes = bytes;
+        options.logFileCount = count;
+        Begin();
+        for (const char *const text : texts) {
+            DXR_GetPrintHooks()->print(1, "%s", text);
+        }
+        End();
+    }
+
+    TemporaryDirectory directory;
+    const std::string path = directory.Path("host.log");
+};
+
+TEST_F(HostPrintLogFile, OneThatIsFullAlreadyIsRenamedFirst) {
+    (void)directory.Write("host.log", "[1] of an earlier run\n");
+    Write(30, 2, {"first", "second"});
+    EXPECT_EQ(directory.Read("host.log"), "[1] first\n[1] second\n");
+    EXPECT_EQ(directory.Read("host.log.1"), "[1] of an earlier run\n");
+    Write(30, 2, {"x"});
+    EXPECT_EQ(directory.Read("host.log"), "[1] first\n[1] second\n[1] x\n") << "there is room";
+}
+
+TEST_F(HostPrintLogFile, AsManyAsThereAreMayBeKept) {
+    Write(10, 0xFFFFFFFF, {"first", "second", "third", "fourth"});
+    EXPECT_EQ(directory.Read("host.log"), "[1] fourth\n");
+    EXPECT_EQ(directory.Read("host.log.1"), "[1] third\n");
+    EXPECT_EQ(directory.Read("host.log.3"), "[1] first\n");
+    EXPECT_FALSE(std::filesystem::exists(directory.Path("host.log.4")));
+    Write(10, 0, {"fifth", "sixth"});
+    EXPECT_EQ(directory.Read("host.log"), "[1] sixth\n") << "none is kept";
+    EXPECT_EQ(directory.Read("host.log.1"), "[1] third\n");
+    Write(10, 1, {"seventh"});
+    EXPECT_EQ(directory.Read("host.log.1"), "[1] sixth\n");
+}
+
+TEST_F(HostPrintLogFile, ADirectoryIsNone) {
+    std::filesystem::create_directory(path);
+    Write(10, 1, {"first", "second"});
+    EXPECT_EQ(messages.size(), 2U);
+    EXPECT_TRUE(std::filesystem::is_directory(path));
+}
+
+TEST_F(HostPrintPrivateLog, ANullTextIsNone) {
+    const char *volatile none = nullptr;
+    EXPECT_EQ(DXR_GetPrintHooks()->writePrivateLog("tm.log", "%s", none), 1U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE), std::vector<std::string>{"a null text"});
+    EXPECT_FALSE(std::filesystem::exists(directory.Path("tm.log")));
+}
+
+// A private log and the log file, each of whose calls fails: what cannot be written is told, and
+// nothing stays open.
+TEST_F(HostPrintPrivateLog, TellsWhatFails) {
+    options.logFile = nullptr;
+    const std::string path = directory.Path("host.log");
+    End();
+    options.logFile = path.c_str();
+    options.logFileBytes = 30;
+    options.logFileCount = 2;
+    for (const FileCalls::How how : {FileCalls::How::kOnce, FileCalls::How::kFromThenOn}) {
+        bool hasFailed = true;
+        for (uint64_t n = 1; hasFailed; ++n) {
+            ASSERT_LT(n, 100U);
+            (void)std::filesystem::remove(directory.Path("tm.log"));
+            const size_t descriptors = dxrtest::Descriptors();
+            Begin();
+            DxrHostSetLogDirectory(host, (directory.Path() + "/").c_str());
+            FileCalls::Begin(n, how);
+            const uint32_t result = Write("line\n");
+            for (const char *const text : {"first", "second", "third", "fourth"}) {
+                Print(1, text);
+            }
+            hasFailed = FileCalls::End();
+            EXPECT_TRUE(result == 0 || result == 1);
+            EXPECT_EQ(messages.size(), 4U + result) << "a message says so";
+            EXPECT_TRUE(result != 0 || directory.Read("tm.log") == "line\n");
+            End();
+            messages.clear();
+            EXPECT_EQ(dxrtest::Descriptors(), descriptors);
+        }
+    }
+    Begin();
 }
 
 }  // namespace

@@ -14,13 +14,18 @@ namespace {
 // Programs with threads run through here, too, while nothing is to fail.
 std::array<std::atomic<uint64_t>, 2> g_left{};
 std::array<std::atomic<bool>, 2> g_failed{};
+std::array<std::atomic<bool>, 2> g_failsFromThenOn{};
 
 bool Fails(SqliteFaults::Of what) {
-    std::atomic<uint64_t> &left = g_left[static_cast<size_t>(what)];
-    if (left.load() == 0 || left.fetch_sub(1) != 1) {
+    const auto which = static_cast<size_t>(what);
+    std::atomic<uint64_t> &left = g_left[which];
+    if (left.load() == 0) {
+        return g_failed[which] && g_failsFromThenOn[which];
+    }
+    if (left.fetch_sub(1) != 1) {
         return false;
     }
-    g_failed[static_cast<size_t>(what)] = true;
+    g_failed[which] = true;
     return true;
 }
 
@@ -151,13 +156,15 @@ const testing::Environment *const kBetween = testing::AddGlobalTestEnvironment(n
 
 }  // namespace
 
-void SqliteFaults::FailNth(Of what, uint64_t n) {
+void SqliteFaults::FailNth(Of what, uint64_t n, bool fromThenOn) {
+    g_failsFromThenOn[static_cast<size_t>(what)] = fromThenOn;
     g_failed[static_cast<size_t>(what)] = false;
     g_left[static_cast<size_t>(what)] = n;
 }
 
 bool SqliteFaults::Stop(Of what) {
     g_left[static_cast<size_t>(what)] = 0;
+    g_failsFromThenOn[static_cast<size_t>(what)] = false;
     return g_failed[static_cast<size_t>(what)];
 }
 

@@ -7,13 +7,13 @@
 
 namespace dxrtest {
 
-// One failure at a time, and no threads beside it.
+// No threads beside it.
 class SqliteFaults {
   public:
     enum class Of : uint8_t { kMemory, kFiles };
 
-    // The n-th step from now on fails, 1 is the next one.
-    static void FailNth(Of what, uint64_t n);
+    // The n-th step from now on fails, 1 is the next one, and all after it if wanted.
+    static void FailNth(Of what, uint64_t n, bool fromThenOn = false);
     // None fails any more. Tells whether one did.
     static bool Stop(Of what);
 };

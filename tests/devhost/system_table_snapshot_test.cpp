@@ -1,126 +1,25 @@
 // What the table manager writes to disk, by the sentences of its header: whole or refused, and the
 // old or the new one whatever fails and whenever the process ends.
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <array>
 #include <cerrno>
-#include <csignal>
-#include <cstdarg>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "devhost/file_calls.h"
+#include "devhost/killed.h"
 #include "devhost/table_fixture.h"
 
 namespace {
 
-// The system calls of files, which the host finds here. The n-th of them fails while `isCounting`,
-// and all after it if wanted.
-struct Calls {
-    bool isCounting = false;
-    uint64_t made = 0;
-    uint64_t failAt = 0;
-    bool onwards = false;
-    bool isPartial = false;  // reads and writes are interrupted once, or move one byte
-
-    void Begin(uint64_t at, bool all, bool partial) { *this = {true, 0, at, all, partial}; }
-    bool Fails() {
-        if (!isCounting) {
-            return false;
-        }
-        ++made;
-        return made == failAt || (onwards && made > failAt && failAt != 0);
-    }
-};
-
-Calls g_calls;
-
-template <typename Function>
-Function *Real(const char *name) {
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-}
-
-// A call that transfers bytes: fails, is interrupted, or does part of its work.
-template <typename Buffer>
-ssize_t Transfer(const char *name, int file, Buffer buffer, size_t bytes) {
-    if (g_calls.Fails()) {
-        if (!g_calls.isPartial) {
-            errno = EIO;
-            return -1;
-        }
-        if (g_calls.made % 2 == 0) {
-            errno = EINTR;
-            return -1;
-        }
-        bytes = bytes > 1 ? 1 : bytes;
-    }
-    return Real<ssize_t(int, Buffer, size_t)>(name)(file, buffer, bytes);
-}
-
-}  // namespace
-
-extern "C" {
-
-__attribute__((visibility("default"))) int open(const char *path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    if (g_calls.Fails() && !g_calls.isPartial) {
-        errno = EMFILE;
-        return -1;
-    }
-    return Real<int(const char *, int, ...)>("open")(path, flags, mode);
-}
-
-__attribute__((visibility("default"))) ssize_t write(int file, const void *buffer, size_t bytes) {
-    return Transfer<const void *>("write", file, buffer, bytes);
-}
-
-__attribute__((visibility("default"))) ssize_t read(int file, void *buffer, size_t bytes) {
-    return Transfer<void *>("read", file, buffer, bytes);
-}
-
-__attribute__((visibility("default"))) int fsync(int file) {
-    if (g_calls.Fails() && !g_calls.isPartial) {
-        errno = EIO;
-        return -1;
-    }
-    return Real<int(int)>("fsync")(file);
-}
-
-__attribute__((visibility("default"))) int close(int file) {
-    const int result = Real<int(int)>("close")(file);
-    if (g_calls.Fails() && !g_calls.isPartial) {
-        errno = EIO;
-        return -1;
-    }
-    return result;
-}
-
-__attribute__((visibility("default"))) int rename(const char *from, const char *to) noexcept {
-    if (g_calls.Fails() && !g_calls.isPartial) {
-        errno = EIO;
-        return -1;
-    }
-    return Real<int(const char *, const char *)>("rename")(from, to);
-}
-
-}  // extern "C"
-
-namespace {
-
 using dxrtest::Description;
+using dxrtest::Descriptors;
+using dxrtest::FileCalls;
 using dxrtest::Get;
 using dxrtest::kAnyChip;
 using dxrtest::PoolCount;
@@ -128,14 +27,6 @@ using dxrtest::Seen;
 using dxrtest::Set;
 using dxrtest::SetMasked;
 using dxrtest::WalkAll;
-
-size_t Descriptors() {
-    size_t count = 0;
-    for ([[maybe_unused]] const auto &each : std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++count;
-    }
-    return count;
-}
 
 class TableSnapshot : public dxrtest::TableHost {
   protected:
@@ -404,36 +295,30 @@ TEST_F(TableSnapshot, StaysTheOldOneWhenACallFails) {
     EXPECT_EQ(Save(), "");
     const std::string old = directory.Read("tables.bin");
     const size_t descriptors = Descriptors();
-    for (const bool onwards : {false, true}) {
-        for (const bool isPartial : {false, true}) {
-            for (uint64_t n = 1;; ++n) {
-                ASSERT_LT(n, 100U);
-                EXPECT_EQ(Set(1, 5, "aa", "DATA"), 0U);
-                g_calls.Begin(n, onwards, isPartial);
-                const bool isSaved = DxrHostSaveTables(host, nullptr, nullptr, 0);
-                g_calls.isCounting = false;
-                const uint64_t made = g_calls.made;
-                ASSERT_EQ(Descriptors(), descriptors);
-                ASSERT_FALSE(HasNew());
-                if (isSaved) {
-                    ASSERT_EQ(Load(), "");
-                    ASSERT_EQ(Get(1, 5, "aa"), "DATA");
-                    (void)directory.Write("tables.bin", old);
-                } else {
-                    ASSERT_FALSE(isPartial) << "only the way is longer";
-                    ASSERT_EQ(directory.Read("tables.bin"), old);
-                    // A call of reading, in the same way.
-                }
-                g_calls.Begin(n, onwards, isPartial);
-                const bool isLoaded = DxrHostLoadTables(host, nullptr, nullptr, 0);
-                g_calls.isCounting = false;
-                ASSERT_EQ(Descriptors(), descriptors);
-                ASSERT_EQ(Get(1, 5, "aa"), isLoaded ? "data" : "DATA");
-                ASSERT_TRUE(isLoaded || !isPartial);
-                if (made < n && g_calls.made < n) {
-                    break;
-                }
+    for (const FileCalls::How how : FileCalls::kAll) {
+        bool hasFailed = true;
+        for (uint64_t n = 1; hasFailed; ++n) {
+            ASSERT_LT(n, 100U);
+            EXPECT_EQ(Set(1, 5, "aa", "DATA"), 0U);
+            FileCalls::Begin(n, how);
+            const bool isSaved = DxrHostSaveTables(host, nullptr, nullptr, 0);
+            hasFailed = FileCalls::End();
+            ASSERT_EQ(Descriptors(), descriptors);
+            ASSERT_FALSE(HasNew());
+            if (isSaved) {
+                ASSERT_EQ(Load(), "");
+                ASSERT_EQ(Get(1, 5, "aa"), "DATA");
+                (void)directory.Write("tables.bin", old);
+            } else {
+                ASSERT_FALSE(FileCalls::IsPart(how)) << "only the way is longer";
+                ASSERT_EQ(directory.Read("tables.bin"), old);
             }
+            FileCalls::Begin(n, how);
+            const bool isLoaded = DxrHostLoadTables(host, nullptr, nullptr, 0);
+            hasFailed = FileCalls::End() || hasFailed;
+            ASSERT_EQ(Descriptors(), descriptors);
+            ASSERT_EQ(Get(1, 5, "aa"), isLoaded ? "data" : "DATA");
+            ASSERT_TRUE(isLoaded || !FileCalls::IsPart(how));
         }
     }
 }
@@ -442,83 +327,90 @@ TEST_F(TableSnapshot, StaysTheOldOneWhenACallFails) {
 
 constexpr uint32_t kEntries = 32;
 
-// Sets all entries to one number after the other and saves them; tells what was saved.
-[[noreturn]] void SaveForEver(const char *workPath, volatile uint32_t *saved) {
-    DxrHostOptions options;
-    DxrHostInitOptions(&options);
-    options.workPath = workPath;
-    DxrHost *const host = DxrHostCreate(&options);
-    if (host == nullptr || DxrHostRegister(host) != 0) {
-        _exit(1);
-    }
-    if (!DxrHostLoadTables(host, nullptr, nullptr, 0)) {
-        (void)DXR_DynamicCreateTable(1);
-    }
-    for (uint32_t number = *saved + 1;; ++number) {
-        for (uint32_t key = 0; key < kEntries; ++key) {
-            std::array<uint32_t, 256> data{};
-            data.fill(number);
-            if (DXR_AddTblmData(1, &key, sizeof(key), data.data(), sizeof(data)) != 0) {
-                _exit(1);
-            }
-        }
-        if (!DxrHostSaveTables(host, nullptr, nullptr, 0)) {
-            _exit(1);
-        }
-        *saved = number;
-    }
-}
-
-// DXR_TEST_KILLS sets how many times; 50 without it.
 TEST(TableSnapshotKilled, IsTheOldOrTheNewOne) {
     const dxrtest::TemporaryDirectory directory;
     const std::string workPath = directory.Path();
-    const char *const wanted = std::getenv("DXR_TEST_KILLS");
-    const int kills = wanted != nullptr ? std::atoi(wanted) : 50;
-    void *const shared =
-        mmap(nullptr, sizeof(uint32_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(shared, MAP_FAILED);
-    auto *const saved = static_cast<volatile uint32_t *>(shared);
-    std::mt19937 random(7);
-    for (int kill = 0; kill < kills; ++kill) {
-        const uint32_t before = *saved;
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            SaveForEver(workPath.c_str(), saved);
+    const auto begin = [&] {
+        (void)dxrtest::HostAt(workPath.c_str());
+        if (!DxrHostLoadTables(nullptr, nullptr, nullptr, 0)) {
+            (void)DXR_DynamicCreateTable(1);
         }
-        while (*saved == before && waitpid(child, nullptr, WNOHANG) == 0) {
-            (void)usleep(100);
-        }
-        ASSERT_NE(*saved, before) << "the writer has failed";
-        (void)usleep(static_cast<useconds_t>(random() % 3000));
-        ASSERT_EQ(::kill(child, SIGKILL), 0);
-        ASSERT_EQ(waitpid(child, nullptr, 0), child);
-
-        DxrHostOptions options;
-        DxrHostInitOptions(&options);
-        options.workPath = workPath.c_str();
-        DxrHost *const host = DxrHostCreate(&options);
-        ASSERT_NE(host, nullptr);
-        ASSERT_EQ(DxrHostRegister(host), 0U);
+        return [](uint32_t number) {
+            for (uint32_t key = 0; key < kEntries; ++key) {
+                std::array<uint32_t, 256> data{};
+                data.fill(number);
+                if (DXR_AddTblmData(1, &key, sizeof(key), data.data(), sizeof(data)) != 0) {
+                    return false;
+                }
+            }
+            return DxrHostSaveTables(nullptr, nullptr, nullptr, 0);
+        };
+    };
+    dxrtest::KillAtAnyMoment(begin, [&] {
+        DxrHost *const host = dxrtest::HostAt(workPath.c_str());
         std::array<char, 256> error{};
-        ASSERT_TRUE(DxrHostLoadTables(host, nullptr, error.data(), error.size())) << error.data();
+        EXPECT_TRUE(DxrHostLoadTables(host, nullptr, error.data(), error.size())) << error.data();
         uint32_t number = 0;
         for (uint32_t key = 0; key < kEntries; ++key) {
             std::array<uint32_t, 256> data{};
-            ASSERT_EQ(DXR_QueryTblmData(1, &key, sizeof(key), data.data(), sizeof(data)), 0U);
+            EXPECT_EQ(DXR_QueryTblmData(1, &key, sizeof(key), data.data(), sizeof(data)), 0U);
             number = key == 0 ? data[0] : number;
             for (const uint32_t each : data) {
-                ASSERT_EQ(each, number) << "kill " << kill;
+                EXPECT_EQ(each, number);
             }
         }
-        EXPECT_GE(number, *saved) << "what was saved is there";
-        EXPECT_LE(number, *saved + 1);
-        *saved = number;
         DXR_ReleaseTblm(1, 0);
         EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
-    }
-    (void)munmap(shared, sizeof(uint32_t));
+        return number;
+    });
+}
+
+// --- Static tables
+
+TEST_F(TableSnapshot, LeavesStaticTablesThere) {
+    EXPECT_EQ(DXR_DynamicCreateTable(1), 0U);
+    EXPECT_EQ(Set(0, 1, "key", "saved"), 0U);
+    EXPECT_EQ(Save(), "");
+    DxrHostTable table = Description(6);
+    table.isStatic = 1;
+    table.keyBytes = 3;
+    table.capacity = 1;
+    table.pool = 9;
+    EXPECT_EQ(DxrHostDescribeTable(host, &table), 0U);
+    EXPECT_EQ(Set(0, 6, "key", "later"), 0U);
+    EXPECT_EQ(DXR_DynamicCreateTable(7), 0U);
+    EXPECT_EQ(Load(), "");
+    DxrHostTable about = Description(0);
+    EXPECT_EQ(DXR_GetTblmAttr(7, &about), uint32_t{ENXIO}) << "all others are those of the file";
+    reports.clear();
+    EXPECT_EQ(DXR_GetTblmAttr(6, &about), 0U) << "it stays";
+    EXPECT_EQ(about.isStatic, 1U);
+    EXPECT_EQ(about.keyBytes, 3U);
+    EXPECT_EQ(about.entries, 0U) << "no entry of it is in the file";
+    EXPECT_EQ(Get(0, 6, "key"), dxrtest::Error(ENOENT));
+    EXPECT_EQ(PoolCount(0, 9, DXR_HOST_POOL_USED), 0U);
+    EXPECT_EQ(Set(0, 6, "key", "again"), 0U);
+    EXPECT_EQ(Set(0, 6, "two", "full"), uint32_t{ENOSPC});
+    EXPECT_EQ(Get(0, 1, "key"), "saved");
+    EXPECT_TRUE(reports.empty());
+}
+
+// The file has a table of that number that is none.
+TEST_F(TableSnapshot, DoesNotMakeStaticTablesOthers) {
+    EXPECT_EQ(DXR_DynamicCreateTable(6), 0U);
+    EXPECT_EQ(Set(0, 6, "key", "saved"), 0U);
+    EXPECT_EQ(Save(), "");
+    DXR_ReleaseTblm(6, 0);
+    DxrHostTable table = Description(6);
+    table.isStatic = 1;
+    EXPECT_EQ(DxrHostDescribeTable(host, &table), 0U);
+    EXPECT_EQ(Load(), "");
+    EXPECT_EQ(Get(0, 6, "key"), "saved");
+    EXPECT_TRUE(reports.empty());
+    DXR_ReleaseTblm(6, 0);
+    EXPECT_EQ(reports.size(), 1U) << "it cannot be released";
+    EXPECT_EQ(Get(0, 6, "key"), "saved");
+    EXPECT_EQ(End(), 0U) << "nor is it left behind";
 }
 
 }  // namespace

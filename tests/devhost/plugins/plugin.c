@@ -8,6 +8,7 @@
 #define TEST_PLUGIN_UNRESOLVED 4 /* needs what nobody has */
 #define TEST_PLUGIN_BARE 5       /* a table without functions */
 #define TEST_PLUGIN_CALLING 6    /* the same, and calls slots while it is opened */
+#define TEST_PLUGIN_LEAVING 7    /* leaves a function while it is opened */
 
 #if TEST_PLUGIN == TEST_PLUGIN_UNRESOLVED
 extern void DxrTestNobodyHasThis(void);
@@ -112,6 +113,16 @@ __attribute__((constructor)) static void Open(void) {
     for (int i = 0; i < 200; ++i) {
         DXR_HashFree(DXR_HashCreate(&options));
     }
+}
+#endif
+
+#if TEST_PLUGIN == TEST_PLUGIN_LEAVING
+static uint32_t Measure(uint32_t sensor, int32_t *milliCelsius) {
+    *milliCelsius = (int32_t)sensor * 1000;
+    return 0;
+}
+__attribute__((constructor)) static void Open(void) {
+    DXR_RegisterQueryTempFunc(36, (void *)Measure);
 }
 #endif
 
