@@ -78,8 +78,8 @@
  *
  * Environment. Two sets of variables, each in a file: the block ("env.bin" below the work path) and
  * the one kept in memory ("memenv.bin"), which are read when the host is made. A file that is torn
- * or cannot be read is reported, and the set begins empty. Saving replaces a file at once: after a crash it is the
- * old or the new one.
+ * or cannot be read is reported, and the set begins empty. Saving replaces a file at once: after a
+ * crash it is the old or the new one.
  *   DXR_GetEnv(name, value, size)            a variable's bytes, and zeros up to `size` bytes;
  *   DXR_GetMemEnv(name, value, size)         ENOENT; ENOSPC when there are more bytes than `size`
  *   DXR_SetEnv(name, value, size)            sets it; size 0 takes it away. ENAMETOOLONG for
@@ -363,7 +363,8 @@ typedef struct DxrHostCellFault {
 DXR_API uint32_t DxrHostFaultCells(DxrHost *host, const DxrHostCell *first, uint64_t count,
                                    const DxrHostCellFault *fault);
 
-/* Ends a watch or a fault. Returns false when there is none of that number. */
+/* Ends a watch or a fault. Returns false when there is none of that number. A watch that is called
+ * just then may still run. */
 DXR_API bool DxrHostEndRule(DxrHost *host, uint32_t number);
 
 /* How long points delay an access. */

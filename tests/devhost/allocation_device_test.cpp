@@ -1,6 +1,6 @@
-// As allocation_test.cpp, for devices, prints and plug-ins, the functions that steer them, and runs
-// over many seeds: allocations fail, alone and with all that follow. DXR_TEST_STRIDE: one in so many
-// fails, 1 for all.
+// As allocation_test.cpp, for devices and prints, the functions that steer them, and runs over many
+// seeds: allocations fail, alone and with all that follow. DXR_TEST_STRIDE: one in so many fails, 1
+// for all.
 #include <gtest/gtest.h>
 
 #include <array>
