@@ -30,6 +30,27 @@ const char *Target(const PointerRule &rule, const CallWords &call) {
     return Load<const char *>(target + rule.offset);
 }
 
+// What says that it is longer is no record, and nobody reads more of it than that.
+constexpr uint32_t kMostRecord = 4096;
+
+// A pointer that stands in a record is followed as far as the record says that it reaches.
+bool Reaches(const SlotInfo &slot, const PointerRule &rule, const CallWords &call) {
+    if (rule.offset == kDirect || rule.parameter == kResultPlace) {
+        return true;
+    }
+    const bool isInRecord =
+        std::any_of(slot.pointers.begin(), slot.pointers.end(), [&rule](const PointerRule &other) {
+            return other.parameter == rule.parameter && other.offset == kDirect &&
+                   other.extent == Extent::kRecord;
+        });
+    const char *const record = Address(call.arguments[rule.parameter]);
+    if (!isInRecord || record == nullptr) {
+        return true;
+    }
+    const auto size = Load<uint32_t>(record);
+    return size <= kMostRecord && size >= rule.offset + sizeof(void *);
+}
+
 size_t Product(const PointerRule &rule, const CallWords &call) {
     return static_cast<size_t>(call.arguments[rule.first] * call.arguments[rule.second]);
 }
@@ -49,8 +70,10 @@ size_t SizeOf(const PointerRule &rule, const CallWords &call, const char *target
             return Product(rule, call);
         case Extent::kResult:
             return std::min(static_cast<size_t>(call.result), Product(rule, call));
-        case Extent::kRecord:
-            return Load<uint32_t>(target);
+        case Extent::kRecord: {
+            const auto size = Load<uint32_t>(target);
+            return size <= kMostRecord ? size : sizeof(size);
+        }
         case Extent::kField: {
             const char *const record = Address(call.arguments[rule.second]);
             return record != nullptr ? Load<uint32_t>(record + rule.first) : 0;
@@ -81,7 +104,7 @@ void Collect(const SlotInfo &slot, const CallWords &call, Direction when, Follow
         return;
     }
     for (const PointerRule &rule : slot.pointers) {
-        if (IsFollowed(rule, when, follow)) {
+        if (IsFollowed(rule, when, follow) && Reaches(slot, rule, call)) {
             const Piece piece = PieceOf(rule, call, limit);
             if (piece.data != nullptr) {
                 pieces.Add(piece);

@@ -73,17 +73,28 @@ struct Hooks {
         const uint64_t call = ++host.allocationCalls_;
         void *block = nullptr;
         if (call < host.failFrom_ || call > host.failTo_) {
-            auto *bytes = static_cast<unsigned char *>(std::malloc(size_t{size} + 2 * kBlockGuard));
-            std::memset(bytes, kBlockGuardFill, size_t{size} + 2 * kBlockGuard);
-            std::memset(bytes + kBlockGuard, kBlockFill, size);
-            block = bytes + kBlockGuard;
+            block = host.below_ != nullptr
+                        ? host.below_->Slots().memory.allocate(mid, size, file, line)
+                        : Guarded(size);
+            std::memset(block, kBlockFill, size);
             host.live_[block] = {size, host.blockCount_++};
         }
         host.allocations.push_back({mid, size, file, line, block});
         return block;
     }
 
-    static void CheckAndFree(const void *block, uint32_t size) {
+    static void *Guarded(uint32_t size) {
+        auto *bytes = static_cast<unsigned char *>(std::malloc(size_t{size} + 2 * kBlockGuard));
+        std::memset(bytes, kBlockGuardFill, size_t{size} + 2 * kBlockGuard);
+        return bytes + kBlockGuard;
+    }
+
+    static void CheckAndFree(const void *block, uint32_t size, const char *file, uint32_t line) {
+        if (g_host->below_ != nullptr) {
+            std::memset(const_cast<void *>(block), kReleasedFill, size);
+            g_host->below_->Slots().memory.release(const_cast<void *>(block), file, line);
+            return;
+        }
         const unsigned char *bytes = static_cast<const unsigned char *>(block) - kBlockGuard;
         for (size_t i = 0; i < kBlockGuard; ++i) {
             if (bytes[i] != kBlockGuardFill || bytes[kBlockGuard + size + i] != kBlockGuardFill) {
@@ -108,7 +119,7 @@ struct Hooks {
             ADD_FAILURE() << "released a block that is not live";
             return;
         }
-        CheckAndFree(block, found->second.size);
+        CheckAndFree(block, found->second.size, file, line);
         host.live_.erase(found);
     }
 
@@ -119,11 +130,17 @@ struct Hooks {
         va_end(args);
         g_host->calls.push_back("print " + std::to_string(level) + " " + text);
         g_host->printed.push_back({level, format, text});
+        if (g_host->below_ != nullptr) {
+            g_host->below_->Slots().print.print(level, "%s", text.c_str());
+        }
     }
 
     static uint32_t DiagLog(const char *text) {
         g_host->calls.push_back(std::string("diag ") + text);
         g_host->diagLines.emplace_back(text);
+        if (g_host->below_ != nullptr) {
+            EXPECT_EQ(g_host->below_->Slots().print.diagLogFilter(text), 0U);
+        }
         return g_host->diagResult;
     }
 
@@ -152,6 +169,9 @@ struct Hooks {
         TestHost &host = *g_host;
         host.calls.push_back("initMutex #" + std::to_string(host.mutexAddresses.size()));
         *mutex = TestHost::MutexHandle(host.mutexAddresses.size());
+        if (host.below_ != nullptr) {
+            host.below_->InitMutex(*mutex);
+        }
         host.mutexAddresses.push_back(mutex);
         host.mutexOptions.push_back(option);
         return host.initMutexResult;
@@ -159,21 +179,31 @@ struct Hooks {
 
     static uint32_t DestroyMutex(void *mutex) {
         g_host->calls.push_back("destroyMutex " + MutexName(mutex));
+        if (g_host->below_ != nullptr) {
+            g_host->below_->DestroyMutex(mutex);
+        }
         return g_host->destroyMutexResult;
     }
 
     static uint32_t LockMutex(void *mutex) {
         g_host->calls.push_back("lock " + MutexName(mutex));
+        if (g_host->below_ != nullptr) {
+            g_host->below_->LockMutex(mutex);
+        }
         return g_host->lockResult;
     }
 
     static uint32_t UnlockMutex(void *mutex) {
         g_host->calls.push_back("unlock " + MutexName(mutex));
+        if (g_host->below_ != nullptr) {
+            g_host->below_->UnlockMutex(mutex);
+        }
         return g_host->unlockResult;
     }
 };
 
-TestHost::TestHost() : savedHooks_(g_dxrHooks), savedMid_(g_dxrMemoryMid) {
+TestHost::TestHost()
+    : savedHooks_(g_dxrHooks), savedMid_(g_dxrMemoryMid), below_(HostBelow::Make()) {
     if (g_host != nullptr) {
         std::fprintf(stderr, "two test hosts at a time\n");
         std::abort();
@@ -187,8 +217,9 @@ TestHost::~TestHost() {
         ADD_FAILURE() << live_.size() << " blocks were not released";
     }
     for (const auto &[block, live] : live_) {
-        Hooks::CheckAndFree(block, live.size);
+        Hooks::CheckAndFree(block, live.size, "test_host.cpp", 0);
     }
+    below_.reset();
     g_dxrHooks = savedHooks_;
     g_dxrMemoryMid = savedMid_;
     g_host = nullptr;

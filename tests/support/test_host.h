@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "dxr_api.h"
+#include "support/host_below.h"
 
 namespace dxrtest {
 
@@ -38,7 +40,8 @@ struct PrintedLine {
 
 // One at a time. Construction empties the hook table, destruction puts back the table that was
 // there, and fails the test for blocks that were not released, released twice or written outside
-// their size. Services are opt-in: what is not asked for stays an empty slot.
+// their size. Services are opt-in: what is not asked for stays an empty slot. With DXR_TEST_HOST
+// memory, messages and mutexes are those of the development host below (host_below.h).
 class TestHost {
   public:
     TestHost();
@@ -99,6 +102,7 @@ class TestHost {
     };
     DxrHooks savedHooks_;
     uint32_t savedMid_;
+    std::unique_ptr<HostBelow> below_;
     std::map<const void *, Live> live_;
     size_t blockCount_ = 0;
     uint64_t allocationCalls_ = 0;

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "dxr_trace.h"
+#include "support/guarded_page.h"
 #include "support/new_watch.h"
 #include "support/sanitizers.h"
 #include "support/test_host.h"
@@ -171,6 +172,37 @@ TEST_F(TraceRecording, RecordsAndWhatHangsOnThemAreFollowed) {
     EXPECT_EQ(96U, lines[0]["in"]["request"]["hex"].get<std::string>().size());
     EXPECT_EQ("6666666666", lines[1]["out"]["buffer"]["hex"]);
     EXPECT_FALSE(lines[2]["in"].contains("request->key"));
+}
+
+// What the host would refuse by its size is not read beyond that, nor is a pointer in it followed.
+TEST_F(TraceRecording, RecordsThatAreNoneAreNotReadBeyondTheirSize) {
+    hooks_.plugin.checkBrdPlugin = [](void *) -> uint32_t { return EINVAL; };
+    EXPECT_EQ(0U, DXR_RegisterHooks(&hooks_));
+    DxrTraceOptions options = recording_.Options();
+    options.pointers = DXR_TRACE_POINTERS_DEVHOST;
+    ASSERT_EQ(0U, DxrTraceStart(&options));
+    const GuardedPage page;
+    uint64_t words[4] = {};
+    for (const uint32_t size : {0U, 4U, 0xFFFFFFFFU}) {
+        void *const end = static_cast<char *>(page.End()) - sizeof(size);
+        std::memcpy(end, &size, sizeof(size));
+        EXPECT_EQ(uint32_t{EINVAL}, DXR_CheckBrdPlugin(end));
+        // A name that is no address.
+        std::memset(words, 0xFF, sizeof(words));
+        std::memcpy(words, &size, sizeof(size));
+        EXPECT_EQ(uint32_t{EINVAL}, DXR_CheckBrdPlugin(words));
+    }
+    const char *const name = "name";
+    const uint32_t size = sizeof(words);
+    std::memcpy(&words[0], &size, sizeof(size));
+    std::memcpy(&words[1], &name, sizeof(name));
+    EXPECT_EQ(uint32_t{EINVAL}, DXR_CheckBrdPlugin(words));
+    ASSERT_EQ(0U, DxrTraceStop());
+    const std::vector<Json> lines = Lines(recording_);
+    ASSERT_EQ(7U, lines.size());
+    EXPECT_EQ(R"({"plugin":{"hex":""}})", lines[0]["in"].dump());
+    EXPECT_EQ(R"({"plugin":{"hex":"ffffffff"}})", lines[5]["in"].dump());
+    EXPECT_EQ("name", lines[6]["in"]["plugin+8"]);
 }
 
 TEST_F(TraceRecording, PiecesAreCutAtTheBytesAskedFor) {
