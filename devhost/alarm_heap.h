@@ -28,7 +28,17 @@ class AlarmHeap {
   public:
     [[nodiscard]] Alarm *Earliest() const { return heap_.empty() ? nullptr : heap_.front(); }
 
+    // Throws std::bad_alloc, and then has done nothing.
     void Set(Alarm &alarm, uint64_t due) {
+        constexpr size_t kSpare = 1;
+        if (heap_.capacity() < heap_.size() + 1 + kSpare) {
+            heap_.reserve(2 * heap_.size() + 1 + kSpare);
+        }
+        SetAgain(alarm, due);
+    }
+
+    // For the one that was taken out to run: there is room for it.
+    void SetAgain(Alarm &alarm, uint64_t due) {
         alarm.due = due;
         alarm.order = ++order_;
         heap_.push_back(&alarm);

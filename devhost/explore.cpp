@@ -46,7 +46,8 @@ std::string RunOnce(Run &run) {
         throw std::bad_alloc();
     }
     if (joined != 0) {
-        return host.scheduler.EndText();
+        const std::string text = host.scheduler.EndText();
+        return text.empty() ? "the run has ended" : text;
     }
     return run.result != 0 ? "the body returned " + std::to_string(run.result) : std::string();
 }

@@ -73,6 +73,38 @@ void WaitList::Remove(Waiter &waiter) {
     waiter.list = nullptr;
 }
 
+void JobQueue::Add(Job &job) {
+    job.isQueued = true;
+    job.nextQueued = nullptr;
+    (last_ != nullptr ? last_->nextQueued : first_) = &job;
+    last_ = &job;
+}
+
+Job &JobQueue::TakeFirst() {
+    Job &job = *first_;
+    Remove(job);
+    return job;
+}
+
+void JobQueue::Remove(Job &job) {
+    if (!job.isQueued) {
+        return;
+    }
+    Job *before = nullptr;
+    for (Job *at = first_; at != &job; at = at->nextQueued) {
+        before = at;
+    }
+    (before != nullptr ? before->nextQueued : first_) = job.nextQueued;
+    last_ = last_ == &job ? before : last_;
+    job.isQueued = false;
+}
+
+void JobQueue::Clear() {
+    while (!IsEmpty()) {
+        (void)TakeFirst();
+    }
+}
+
 // --- Waiting
 
 Scheduler::Scheduler(Host &host, const Options &options)
@@ -254,6 +286,24 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
 // Nobody runs but the first task, whose wait ends.
 void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
     hasEnded_ = true;
+    try {
+        TellEnd(lock, what);
+    } catch (const std::bad_alloc &) {
+        // It ends without a word.
+        if (!lock.owns_lock()) {
+            lock.lock();
+        }
+    }
+    if (main_->waiter != nullptr) {
+        WaitList::Remove(*main_->waiter);
+        alarms_.Remove(*main_->waiter);
+        main_->waiter->isDone = true;
+        main_->waiter->result = Woken::kEnded;
+    }
+}
+
+// Reports who waits for what.
+void Scheduler::TellEnd(SchedulerLock &lock, const char *what) {
     std::vector<Waiting> waiting;
     for (const auto &[id, task] : tasks_) {
         if (task->waiter != nullptr && !task->isTimer) {
@@ -269,13 +319,7 @@ void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
     }
     host_.reports.Add(DXR_HOST_REPORT_RUN, "task", {}, what, text);
     lock.lock();
-    endText_ = text;
-    if (main_->waiter != nullptr) {
-        WaitList::Remove(*main_->waiter);
-        alarms_.Remove(*main_->waiter);
-        main_->waiter->isDone = true;
-        main_->waiter->result = Woken::kEnded;
-    }
+    endText_.swap(text);
 }
 
 void Scheduler::End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
@@ -293,10 +337,7 @@ void Scheduler::End(ThreadRecord &thread, const char *service, const Place &plac
     while (alarms_.Earliest() != nullptr) {
         alarms_.Remove(*alarms_.Earliest());
     }
-    for (Job *const job : due_) {
-        job->isQueued = false;
-    }
-    due_.clear();
+    due_.Clear();
     Task *const task = thread.taskHost == host_.number ? thread.task.get() : nullptr;
     if (task == nullptr || task->entry == nullptr) {
         return;
@@ -367,7 +408,8 @@ uint32_t Scheduler::Create(std::unique_ptr<Task> made) {
     std::vector<pthread_t> ended;
     {
         const SchedulerLock lock(mutex_);
-        ended.swap(endedThreads_);
+        ended = endedThreads_;
+        endedThreads_.clear();  // there stays room for those that run
     }
     for (const pthread_t thread : ended) {
         (void)pthread_join(thread, nullptr);
@@ -385,8 +427,14 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
     if (task->name.empty()) {
         task->name = "task " + std::to_string(task->id);
     }
-    tasks_.emplace(task->id, task);
-    endedThreads_.reserve(endedThreads_.size() + tasks_.size());  // all may end
+    endedThreads_.reserve(endedThreads_.size() + tasks_.size() + 1);  // all may end
+    const auto entry = tasks_.emplace(task->id, task).first;
+    try {
+        task->record = &TakeThreadRecord();
+    } catch (const std::bad_alloc &) {
+        tasks_.erase(entry);
+        throw;
+    }
     pthread_attr_t attributes;
     (void)pthread_attr_init(&attributes);
     if (task->stackSize != 0) {
@@ -396,6 +444,7 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
     const int result = pthread_create(&task->thread, &attributes, Main, task.get());
     (void)pthread_attr_destroy(&attributes);
     if (result != 0) {
+        task->record->isUsed.store(false, std::memory_order_release);
         task->self.reset();
         tasks_.erase(task->id);
         return nullptr;
@@ -409,7 +458,8 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
 
 void *Scheduler::Main(void *user) {
     auto *const task = static_cast<Task *>(user);
-    ThreadRecord &thread = ThisThread();
+    ThreadRecord &thread = *task->record;
+    KeepThreadRecord(thread);
     thread.task = task->self;
     thread.taskHost = task->host->number;
     thread.depth = 0;
@@ -543,8 +593,7 @@ void Scheduler::Fire(Alarm &alarm) {
     if (alarm.isJob) {
         alarms_.Remove(alarm);
         auto &job = static_cast<Job &>(alarm);
-        job.isQueued = true;
-        due_.push_back(&job);
+        due_.Add(job);
         WakeOne(timerIsIdle_);
     } else {
         Finish(static_cast<Waiter &>(alarm), Woken::kTimeout);
@@ -581,10 +630,7 @@ bool Scheduler::HasTimer() {
 
 void Scheduler::Unqueue(Job &job) {
     alarms_.Remove(job);
-    if (job.isQueued) {
-        due_.erase(std::find(due_.begin(), due_.end(), &job));
-        job.isQueued = false;
-    }
+    due_.Remove(job);
 }
 
 bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
@@ -633,7 +679,6 @@ void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const Wa
 
 void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     const uint64_t startings = job.startings;
-    job.isQueued = false;
     job.isRunning = true;
     job.runner = &ThisThread();
     lock.unlock();
@@ -643,7 +688,7 @@ void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     job.runner = nullptr;
     WakeAll(job.stopped);
     if (job.startings == startings && job.periodNs != 0 && !hasEnded_) {
-        alarms_.Set(job, job.due + job.periodNs);
+        alarms_.SetAgain(job, job.due + job.periodNs);
     }
     if (!job.IsSet() && !job.isQueued && job.stoppers == 0) {
         const std::shared_ptr<Job> last = std::move(job.self);
@@ -659,10 +704,8 @@ void Scheduler::TimerLoop() {
     Task &self = *timer_;
     const WaitReason reason({}, "the next timer");
     while (!isFinishing_) {
-        if (!due_.empty()) {
-            Job &job = *due_.front();
-            due_.pop_front();
-            RunJob(lock, job);
+        if (!due_.IsEmpty()) {
+            RunJob(lock, due_.TakeFirst());
             if (!ready_.empty() && !hasEnded_) {
                 self.state = TaskState::kReady;
                 ready_.push_back(&self);
@@ -691,10 +734,8 @@ bool Scheduler::Advance(uint64_t ms) {
         Alarm &next = *alarms_.Earliest();
         clock.MoveTo(std::max(clock.NowNs(), next.due));
         Fire(next);
-        if (!due_.empty()) {
-            Job &job = *due_.front();
-            due_.pop_front();
-            RunJob(lock, job);
+        if (!due_.IsEmpty()) {
+            RunJob(lock, due_.TakeFirst());
         }
     }
     clock.MoveTo(target);
@@ -766,10 +807,7 @@ void Scheduler::Finish() {
             someTaskEnded_.Wait(lock);
         }
         toJoin.swap(endedThreads_);
-        for (Job *const job : due_) {
-            job->isQueued = false;
-        }
-        due_.clear();
+        due_.Clear();
     }
     for (const pthread_t thread : toJoin) {
         (void)pthread_join(thread, nullptr);

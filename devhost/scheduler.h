@@ -14,7 +14,6 @@
 #include <atomic>
 #include <csetjmp>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -107,10 +106,25 @@ struct Job : Alarm {
     bool isRunning = false;
     uint64_t startings = 0;
     bool isQueued = false;
+    Job *nextQueued = nullptr;
     ThreadRecord *runner = nullptr;
     WaitList stopped;
     uint32_t stoppers = 0;      // who wait for the end of a run
     std::shared_ptr<Job> self;  // while it is set, queued or running
+};
+
+// Jobs that are due, the first one first.
+class JobQueue {
+  public:
+    [[nodiscard]] bool IsEmpty() const { return first_ == nullptr; }
+    void Add(Job &job);
+    Job &TakeFirst();
+    void Remove(Job &job);  // nothing happens to one that is not queued
+    void Clear();
+
+  private:
+    Job *first_ = nullptr;
+    Job *last_ = nullptr;
 };
 
 enum class TaskState : uint8_t { kReady, kRunning, kWaiting, kEnded };
@@ -132,6 +146,7 @@ struct Task {
     bool isTimer = false;      // the host's own, for jobs
     bool isScheduled = false;  // runs when it is chosen: virtual time
     pthread_t thread{};
+    ThreadRecord *record = nullptr;  // its thread's, from before that is made
     std::jmp_buf end;
 
     // Under the scheduler's lock.
@@ -262,6 +277,7 @@ class Scheduler {
     void SwitchAway(SchedulerLock &lock, Task &self);
     Task *Choose(SchedulerLock &lock);
     void EndRun(SchedulerLock &lock, const char *what);
+    void TellEnd(SchedulerLock &lock, const char *what);
     void Fire(Alarm &alarm);
     void Unqueue(Job &job);
     void RunJob(SchedulerLock &lock, Job &job);
@@ -281,7 +297,7 @@ class Scheduler {
     Task *running_ = nullptr;    // virtual time
     std::vector<Task *> ready_;  // virtual time, but for the running one
     uint32_t pointsWithoutTime_ = 0;
-    std::deque<Job *> due_;
+    JobQueue due_;
     Task *timer_ = nullptr;
     WaitList timerIsIdle_;
     Condition timerHasWork_;

@@ -34,7 +34,8 @@ struct Return {
             Scheduler::ThreadEnds(*record);
             t_record = nullptr;
             record->task.reset();
-            record->held.clear();
+            std::vector<Mutex *>().swap(record->held);
+            std::vector<NamedCall>().swap(record->named);
             record->isUsed.store(false, std::memory_order_release);
         }
     }
@@ -68,8 +69,7 @@ bool HasMemBarrier() {
 
 }  // namespace
 
-ThreadRecord &MakeThreadRecord() {
-    thread_local Return atEnd;
+ThreadRecord &TakeThreadRecord() {
     ThreadRecord *record = TakeUnused();
     if (record == nullptr) {
         record = new ThreadRecord;
@@ -78,9 +78,19 @@ ThreadRecord &MakeThreadRecord() {
         }
     }
     record->number = g_lastNumber.fetch_add(1, std::memory_order_relaxed) + 1;
-    atEnd.record = record;
-    t_record = record;
     return *record;
+}
+
+void KeepThreadRecord(ThreadRecord &record) {
+    thread_local Return atEnd;
+    atEnd.record = &record;
+    t_record = &record;
+}
+
+ThreadRecord &MakeThreadRecord() {
+    ThreadRecord &record = TakeThreadRecord();
+    KeepThreadRecord(record);
+    return record;
 }
 
 void PublishRegistration() {

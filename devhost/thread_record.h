@@ -45,6 +45,11 @@ extern thread_local constinit const void *t_caller [[gnu::tls_model("initial-exe
 
 ThreadRecord &MakeThreadRecord();
 
+// For a thread that is about to be made: takes a record, then, on it, keeps that as its own. The
+// first throws std::bad_alloc.
+ThreadRecord &TakeThreadRecord();
+void KeepThreadRecord(ThreadRecord &record);
+
 inline ThreadRecord &ThisThread() {
     return t_record != nullptr ? *t_record : MakeThreadRecord();
 }

@@ -37,7 +37,7 @@ class Module {
     void Run(void (Module::*use)(DxrHost *)) {
         DxrHostOptions options;
         DxrHostInitOptions(&options);
-        options.clock = DXR_HOST_CLOCK_STEPPED;
+        options.clock = use == &Module::UseTasks ? DXR_HOST_CLOCK_VIRTUAL : DXR_HOST_CLOCK_STEPPED;
         options.workPath = work_.c_str();
         options.pluginPath = work_.c_str();
         options.printLevel = 0;
@@ -73,6 +73,32 @@ class Module {
         UseMessages(host);
         UseTables(host);
         Steer(host);
+    }
+
+    // Tasks that wait for each other and for timers, until all wait.
+    void UseTasks(DxrHost *host) {
+        const auto wait = [](void *mutex) {
+            uint32_t events = 0;
+            DXR_LockMutex(mutex);
+            DXR_DelayTask(3);
+            DXR_UnlockMutex(mutex);
+            DXR_ReadEvent(1, 0, 5, &events);
+            DXR_ReadEvent(2, 0, DXR_HOST_FOREVER, &events);
+        };
+        DxrHostTimer timer{sizeof(DxrHostTimer), 2, 1, 0, [](void *) {}, nullptr, nullptr};
+        void *mutex = nullptr;
+        std::array<uint32_t, 3> ids{};
+        DXR_InitMutex(&mutex, nullptr);
+        DXR_StartTimer(&timer);
+        for (uint32_t &id : ids) {
+            DXR_CreateTask(nullptr, reinterpret_cast<void *>(+wait), mutex, 10, nullptr, 0, &id);
+        }
+        DXR_DelayTask(4);
+        DXR_WriteEvent(ids[0], 3);
+        (void)DxrHostJoinTask(host, ids[0], 50);
+        DXR_StopTimer(&timer);
+        (void)DxrHostJoinTask(host, ids[1], DXR_HOST_FOREVER);
+        DXR_DestroyMutex(mutex);
     }
 
     void UseDatabase(DxrHost *host) {
@@ -421,6 +447,10 @@ class Allocations : public testing::TestWithParam<bool> {
 
 TEST_P(Allocations, OfServicesFail) {
     FailEach(&Module::UsePlatform);
+}
+
+TEST_P(Allocations, OfTasksFail) {
+    FailEach(&Module::UseTasks);
 }
 
 TEST_P(Allocations, OfJsonFilesFail) {

@@ -1,6 +1,7 @@
 #include "support/new_watch.h"
 
 #include <cstdlib>
+#include <mutex>
 
 namespace dxrtest {
 namespace {
@@ -9,6 +10,7 @@ namespace {
 struct Ledger {
     static constexpr size_t kMaxBlocks = 1024;
 
+    std::mutex mutex;
     void *blocks[kMaxBlocks];
     size_t count;
     size_t calls;
@@ -17,6 +19,7 @@ struct Ledger {
     bool active;
 
     void *Allocate(size_t size) {
+        const std::lock_guard lock(mutex);
         if (active) {
             ++calls;
             if (calls == failAt || (fromThenOn && failAt != 0 && calls > failAt)) {
@@ -34,6 +37,7 @@ struct Ledger {
     }
 
     void Free(void *block) {
+        const std::lock_guard lock(mutex);
         // The youngest first: they go first.
         size_t after = count;
         while (after > 0 && blocks[after - 1] != block) {

@@ -10,7 +10,7 @@
 
 namespace dxrtest {
 
-// Not for several threads at once.
+// Counts those of all threads together.
 class NewWatch {
   public:
     // Watches from here on with a clean slate; the n-th allocation fails (1: the next one; 0:
