@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <list>
 #include <map>
 #include <mutex>
 #include <new>
@@ -74,10 +75,13 @@ class AlarmService : public Service {
         }
     }
 
+    FaultPoint &raiseFails;
+
     std::mutex mutex;              // guards what follows
     std::vector<Known> known;      // in the order of their first raising
     std::map<Key, size_t> places;  // in it
-    FaultPoint &raiseFails;
+    std::list<DxrHostAlarm> news;  // that are not said yet, in the order of what happened
+    bool isSaying = false;
 };
 
 AlarmService &StateOf(Host &host) {
@@ -118,9 +122,30 @@ void SayAlarm(const Call &call, const DxrHostAlarm &alarm) {
     call->Say(isRaised ? kRaisedLevel : kClearedLevel, line.data());
 }
 
+// Says what there is to say, unless another thread does, or this one further up: it goes on with
+// what comes meanwhile, so that messages come in the order of what happened. Nothing is owned while
+// a sink is called.
+void SayNews(const Call &call) {
+    AlarmService &state = StateOf(*call);
+    std::unique_lock lock(state.mutex);
+    while (!state.isSaying && !state.news.empty()) {
+        const DxrHostAlarm next = state.news.front();
+        state.news.pop_front();
+        state.isSaying = true;
+        lock.unlock();
+        try {
+            SayAlarm(call, next);
+        } catch (const std::bad_alloc &) {
+            // The next one may be said again.
+        }
+        lock.lock();
+        state.isSaying = false;
+    }
+}
+
 uint32_t Clear(const Call &call, const Said &said) {
     AlarmService &state = StateOf(*call);
-    DxrHostAlarm now;
+    std::list<DxrHostAlarm> news(1);  // while nothing is changed yet
     {
         const std::lock_guard lock(state.mutex);
         Known *const found = state.Find(said);
@@ -131,9 +156,10 @@ uint32_t Clear(const Call &call, const Said &said) {
         alarm.state = DXR_HOST_ALARM_CLEARED;
         alarm.clearedMs = call->scheduler.clock.WallMs();
         Count(alarm.cleared);
-        now = alarm;
+        news.front() = alarm;
+        state.news.splice(state.news.end(), news);
     }
-    SayAlarm(call, now);
+    SayNews(call);
     return 0;
 }
 
@@ -143,28 +169,38 @@ uint32_t Raise(const Call &call, const Said &said) {
         return ENOMEM;
     }
     const void *const caller = ModuleCaller(call.At().address);
-    const uint64_t nowMs = call->scheduler.clock.WallMs();
-    DxrHostAlarm now;
-    bool isNews = false;
+    std::list<DxrHostAlarm> news(1);
+    bool isFull = false;
     {
         const std::lock_guard lock(state.mutex);
         Known *const found = state.Find(said);
-        Known &raised = found != nullptr ? *found : state.Add(said);
-        DxrHostAlarm &alarm = raised.alarm;
-        isNews = alarm.state != DXR_HOST_ALARM_RAISED || alarm.severity != said.severity;
-        alarm.firstMs = found != nullptr ? alarm.firstMs : nowMs;
-        alarm.severity = said.severity;
-        alarm.state = DXR_HOST_ALARM_RAISED;
-        alarm.cause = said.cause;
-        alarm.raisedMs = nowMs;
-        Count(alarm.raised);
-        CopyText(said, alarm);
-        raised.caller = caller;
-        now = alarm;
+        isFull = found == nullptr && state.known.size() >= DXR_HOST_MOST_ALARMS;
+        if (!isFull) {
+            const uint64_t nowMs = call->scheduler.clock.WallMs();
+            Known &raised = found != nullptr ? *found : state.Add(said);
+            DxrHostAlarm &alarm = raised.alarm;
+            const bool isNews =
+                alarm.state != DXR_HOST_ALARM_RAISED || alarm.severity != said.severity;
+            alarm.firstMs = found != nullptr ? alarm.firstMs : nowMs;
+            alarm.severity = said.severity;
+            alarm.state = DXR_HOST_ALARM_RAISED;
+            alarm.cause = said.cause;
+            alarm.raisedMs = nowMs;
+            Count(alarm.raised);
+            CopyText(said, alarm);
+            raised.caller = caller;
+            if (isNews) {
+                news.front() = alarm;
+                state.news.splice(state.news.end(), news);
+            }
+        }
     }
-    if (isNews) {
-        SayAlarm(call, now);
+    if (isFull) {
+        call.Misuse(kService, "more alarms than are kept");
+        return ENOSPC;
     }
+    news.clear();
+    SayNews(call);
     return 0;
 }
 

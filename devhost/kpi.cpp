@@ -48,8 +48,13 @@ uint32_t UpdateKpiAttrVal(void *attribute, uint32_t value) {
     if (state.updateFails.Fails()) {
         return ENOMEM;
     }
+    std::unique_lock lock(state.mutex);
     const uint64_t nowMs = call->scheduler.clock.WallMs();
-    const std::lock_guard lock(state.mutex);
+    if (state.kpis.size() >= DXR_HOST_MOST_KPIS && !state.kpis.contains(KeyOf(*given))) {
+        lock.unlock();
+        call.Misuse(kService, "more attributes than are kept");
+        return ENOSPC;
+    }
     const auto [entry, isNew] = state.kpis.try_emplace(KeyOf(*given));
     DxrHostKpi &kpi = entry->second;
     if (isNew) {

@@ -11,13 +11,16 @@
  *
  * Results are 0 or a number of <errno.h>: EINVAL, reported, for another severity or state, a null
  * record, one that is not aligned and one of another size; ENOENT for clearing what is not raised;
- * ENOMEM without memory (point "alarm.raise"); ECANCELED without a host. What fails changes
+ * ENOMEM without memory (point "alarm.raise"); ENOSPC, reported, for another alarm when
+ * DXR_HOST_MOST_ALARMS are known, raised or cleared; ECANCELED without a host. What fails changes
  * nothing.
  *
  * Alarms are known by alarm and object, those of fault management, which are kept apart, by alarm,
  * object and part. One that is raised again is counted, and severity, cause and text become the
  * later ones; a text of null leaves the text. Raising is a message of level 2, the first time and
- * whenever the severity changes; clearing is one of level 6. Both name the alarm:
+ * whenever the severity changes; clearing is one of level 6. Messages come in the order of what
+ * happened: what happens while one is being said, on another thread or in the sink itself, is said
+ * by that thread afterwards. Both name the alarm:
  *
  *   alarm 7 of object 3 is raised, major: no light
  *   fault alarm 7 of object 3, part 2, is cleared
@@ -40,6 +43,7 @@ DXR_EXTERN_C_BEGIN
 #define DXR_HOST_ALARM_RAISED 1u
 
 #define DXR_HOST_ALARM_TEXT_SIZE 128
+#define DXR_HOST_MOST_ALARMS 10000u
 
 /* An alarm of fault management. */
 typedef struct DxrHostFmAlarm {

@@ -4,8 +4,9 @@
  *                                            DxrHostKpiAttribute, its next value. 0; EINVAL,
  *                                            reported, for a null pointer, one that is not aligned
  *                                            and a record of another size; ENOMEM without memory
- *                                            (point "kpi.update"): nothing has changed then;
- *                                            ECANCELED without a host
+ *                                            (point "kpi.update"), and ENOSPC, reported, for
+ *                                            another attribute when DXR_HOST_MOST_KPIS have values:
+ *                                            nothing has changed then; ECANCELED without a host
  *
  * An attribute exists from its first value on. The host keeps the latest value and counts: how many
  * values there were, their sum, the least, the greatest, and when the first and the latest came.
@@ -19,6 +20,8 @@
 #include "dxr_devhost/host.h"
 
 DXR_EXTERN_C_BEGIN
+
+#define DXR_HOST_MOST_KPIS 10000u
 
 /* An attribute of an indicator of an object; any numbers. */
 typedef struct DxrHostKpiAttribute {

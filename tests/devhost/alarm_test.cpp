@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <random>
@@ -245,6 +246,76 @@ TEST_F(HostAlarms, FromManyThreadsAreAllCounted) {
     }
     EXPECT_EQ(raised, 4000U);
     EXPECT_EQ(Raised(), 1U);
+}
+
+// As many as are kept; the next one is refused until they are forgotten.
+TEST_F(HostAlarms, HaveALimit) {
+    DxrHostSetPrintSink(
+        host, [](uint32_t, const char *, void *) {}, nullptr, 6);
+    for (uint32_t i = 0; i < DXR_HOST_MOST_ALARMS; ++i) {
+        ASSERT_EQ(Raise(1, i, DXR_HOST_ALARM_MINOR), 0U);
+    }
+    for (uint32_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(Raise(2, i, DXR_HOST_ALARM_MINOR), static_cast<uint32_t>(ENOSPC));
+    }
+    EXPECT_EQ(Known(), DXR_HOST_MOST_ALARMS);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), ElementsAre("more alarms than are kept"));
+    EXPECT_EQ(Raise(1, 5, DXR_HOST_ALARM_MAJOR), 0U) << "one that is known";
+    EXPECT_EQ(Clear(1, 6), 0U);
+    DxrHostForgetAlarms(host);
+    EXPECT_EQ(Raise(2, 0, DXR_HOST_ALARM_MINOR), 0U);
+}
+
+TEST_F(HostAlarms, AreSaidInTheOrderOfWhatHappened) {
+    struct Said {
+        std::vector<char> events;
+        std::atomic<int> inside{0};
+    } said;
+    DxrHostSetPrintSink(
+        host,
+        [](uint32_t level, const char *, void *user) {
+            auto *const to = static_cast<Said *>(user);
+            EXPECT_EQ(++to->inside, 1) << "one after the other";
+            to->events.push_back(level == 2 ? 'r' : 'c');
+            --to->inside;
+        },
+        &said, 6);
+    std::atomic<uint32_t> cleared{0};
+    std::vector<std::thread> threads;
+    for (uint32_t thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&cleared] {
+            for (uint32_t i = 0; i < 2000; ++i) {
+                EXPECT_EQ(Raise(1, 1, DXR_HOST_ALARM_MINOR), 0U);
+                cleared += Clear(1, 1) == 0 ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(said.events.size(), 2 * cleared);
+    for (size_t i = 0; i < said.events.size(); ++i) {
+        ASSERT_EQ(said.events[i], i % 2 == 0 ? 'r' : 'c') << i;
+    }
+}
+
+TEST_F(HostAlarms, ThatASinkClearsAreSaidAfterwards) {
+    struct Said {
+        std::vector<std::string> texts;
+        uint32_t inside = 0;
+    } said;
+    DxrHostSetPrintSink(
+        host,
+        [](uint32_t, const char *text, void *user) {
+            auto *const to = static_cast<Said *>(user);
+            EXPECT_EQ(to->inside++, 0U);
+            (void)Clear(1, 1);
+            to->texts.emplace_back(text);
+            --to->inside;
+        },
+        &said, 6);
+    EXPECT_EQ(Raise(1, 1, DXR_HOST_ALARM_MINOR), 0U);
+    EXPECT_THAT(said.texts, ElementsAre(HasSubstr("is raised, minor"), HasSubstr("is cleared")));
 }
 
 TEST(Alarms, WithoutAHostAreNotTaken) {

@@ -139,6 +139,20 @@ TEST_F(HostKpi, ValuesOfManyThreadsAreAllCounted) {
     EXPECT_EQ(kpi.sum, 4ULL * 999 * 1000 / 2);
 }
 
+TEST_F(HostKpi, AttributesHaveALimit) {
+    for (uint32_t i = 0; i < DXR_HOST_MOST_KPIS; ++i) {
+        ASSERT_EQ(Update(Attribute(1, i), i), 0U);
+    }
+    EXPECT_EQ(Update(Attribute(2), 1), static_cast<uint32_t>(ENOSPC));
+    EXPECT_EQ(Update(Attribute(2), 1), static_cast<uint32_t>(ENOSPC));
+    EXPECT_EQ(Update(Attribute(1), 5), 0U) << "one that has a value";
+    EXPECT_EQ(DxrHostGetKpiCount(host), DXR_HOST_MOST_KPIS);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::ElementsAre("more attributes than are kept"));
+    DxrHostForgetKpis(host);
+    EXPECT_EQ(Update(Attribute(2), 1), 0U);
+}
+
 TEST(Kpis, WithoutAHostAreNotTaken) {
     DxrHooks hooks;
     DxrHostFillHooks(&hooks);
