@@ -59,8 +59,8 @@ class FfmService : public Service {
         return {};
     }
 
-    // Under the lock. False when the run has ended.
-    bool StartCheck(const std::shared_ptr<Check> &check) {
+    // Under the lock. As Scheduler::Start.
+    uint32_t StartCheck(const std::shared_ptr<Check> &check) {
         Scheduler &scheduler = TheHost().scheduler;
         const uint64_t periodNs = check->known.periodMs * kNsPerMs;
         return scheduler.Start(check, scheduler.clock.NowNs() + periodNs, periodNs);
@@ -153,7 +153,7 @@ uint32_t FfmStartFaultCheck() {
     try {
         for (const auto &check : state.checks) {
             if (!check->isRemoved && result == 0) {
-                result = state.StartCheck(check) ? 0 : ECANCELED;
+                result = state.StartCheck(check);
             }
         }
     } catch (const std::bad_alloc &) {
@@ -226,13 +226,21 @@ uint32_t DxrHostAddFaultCheck(DxrHost *host, const char *name, DxrHostFaultCheck
         check->user = user;
         check->known.periodMs = periodMs;
         (void)std::snprintf(check->known.name, sizeof(check->known.name), "%s", name);
-        const std::lock_guard lock(state.mutex);
-        state.checks.reserve(state.checks.size() + 1);
-        if (state.isStarted) {
-            (void)state.StartCheck(check);
+        {
+            const std::lock_guard lock(state.mutex);
+            if (state.checks.size() < DXR_HOST_MOST_FAULT_CHECKS) {
+                state.checks.reserve(state.checks.size() + 1);
+                if (state.isStarted) {
+                    (void)state.StartCheck(check);
+                }
+                state.checks.push_back(std::move(check));
+                return static_cast<uint32_t>(state.checks.size());
+            }
         }
-        state.checks.push_back(std::move(check));
-        return static_cast<uint32_t>(state.checks.size());
+        call->reports.Add(DXR_HOST_REPORT_MISUSE, devhost::kService,
+                          {"DxrHostAddFaultCheck", __builtin_return_address(0)}, "full",
+                          "more fault checks than a host takes");
+        return 0;
     } catch (const std::bad_alloc &) {
         return 0;
     }

@@ -83,10 +83,14 @@ void *Handles::End(const void *handle, HandleType type, const Place &place) {
         Slot &slot = owned_[index >> kChunkBits][index & (kChunkSize - 1)];
         slot.value.store(nullptr, std::memory_order_release);
         slot.ended = ended;
+        // A handle is never given twice: an index that had all its generations has no other object.
+        const bool isWornOut = (slot.generation + 1) % kGenerations == 0;
         try {
-            free_.push_back(index);
+            if (!isWornOut) {
+                free_.push_back(index);
+            }
         } catch (const std::bad_alloc &) {
-            // The number is not used again.
+            // The index is not used again.
         }
     }
     return object;

@@ -87,6 +87,7 @@ uint32_t Host::Finish() {
     for (const auto &service : services_) {
         service->ReportLeftovers();
     }
+    reports.TellMore();
     return leftovers_;
 }
 

@@ -7,10 +7,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <tuple>
 
@@ -95,7 +95,7 @@ class MessageService final : public Service, public MessageReceiver {
     std::mutex eventMutex;  // guards what follows
     std::map<uint32_t, Event> events;
     std::map<uint32_t, const char *> triggerTexts;
-    std::deque<std::string> allTexts;  // none goes: modules have their addresses
+    std::set<std::string, std::less<>> allTexts;  // none goes: modules have their addresses
     std::atomic<int> meshFd{-1};
 
   private:
@@ -120,7 +120,7 @@ class MessageService final : public Service, public MessageReceiver {
     bool IsLost(const DxrHostMessage &head);
     bool IsLate(Letter &letter);
     uint32_t PutLate(Letters &later);
-    bool StartLate();
+    uint32_t StartLate();
     static void DeliverLate(void *service);
     uint32_t Deliver(Letters &letter);
     Letters::iterator Keep(Letters &second);

@@ -98,6 +98,15 @@ void FillMessageEvents(DxrMsgHooks &hooks) {
 using devhost::ApiCall;
 using devhost::MessageService;
 
+namespace {
+
+void ReportFull(devhost::Host &host, const devhost::Place &place) {
+    host.reports.Add(DXR_HOST_REPORT_MISUSE, devhost::kMessage, place, "full",
+                     "more events, triggers or texts than are kept");
+}
+
+}  // namespace
+
 bool DxrHostSetEvent(DxrHost *host, uint32_t event, uint32_t trigger, uint32_t error) {
     const ApiCall call(host);
     if (!call) {
@@ -105,9 +114,15 @@ bool DxrHostSetEvent(DxrHost *host, uint32_t event, uint32_t trigger, uint32_t e
     }
     try {
         MessageService &state = devhost::MessageOf(*call);
-        const std::lock_guard lock(state.eventMutex);
-        state.events[event] = {trigger, error};
-        return true;
+        {
+            const std::lock_guard lock(state.eventMutex);
+            if (state.events.size() < DXR_HOST_MOST_EVENTS || state.events.contains(event)) {
+                state.events[event] = {trigger, error};
+                return true;
+            }
+        }
+        ReportFull(*call, {"DxrHostSetEvent", __builtin_return_address(0)});
+        return false;
     } catch (const std::bad_alloc &) {
         return false;
     }
@@ -119,14 +134,26 @@ bool DxrHostSetTriggerText(DxrHost *host, uint32_t trigger, const char *text) {
         return false;
     }
     MessageService &state = devhost::MessageOf(*call);
-    const std::lock_guard lock(state.eventMutex);
-    if (text == nullptr) {
-        state.triggerTexts.erase(trigger);
-        return true;
-    }
     try {
-        state.triggerTexts[trigger] = state.allTexts.emplace_back(text).c_str();
-        return true;
+        {
+            const std::lock_guard lock(state.eventMutex);
+            if (text == nullptr) {
+                state.triggerTexts.erase(trigger);
+                return true;
+            }
+            auto kept = state.allTexts.find(text);
+            const bool isNew = kept == state.allTexts.end();
+            const bool fits = (!isNew || state.allTexts.size() < DXR_HOST_MOST_TRIGGER_TEXTS) &&
+                              (state.triggerTexts.size() < DXR_HOST_MOST_EVENTS ||
+                               state.triggerTexts.contains(trigger));
+            if (fits) {
+                kept = isNew ? state.allTexts.emplace(text).first : kept;
+                state.triggerTexts[trigger] = kept->c_str();
+                return true;
+            }
+        }
+        ReportFull(*call, {"DxrHostSetTriggerText", __builtin_return_address(0)});
+        return false;
     } catch (const std::bad_alloc &) {
         return false;
     }

@@ -110,8 +110,8 @@ bool MessageService::IsLate(Letter &letter) {
     return false;
 }
 
-// Starts the job for what is due first. False when the run has ended.
-bool MessageService::StartLate() {
+// Starts the job for what is due first. As Scheduler::Start.
+uint32_t MessageService::StartLate() {
     Scheduler &scheduler = TheHost().scheduler;
     const std::lock_guard serial(lateMutex_);
     uint64_t dueNs = kForever;
@@ -121,7 +121,7 @@ bool MessageService::StartLate() {
             dueNs = std::min(dueNs, letter.dueNs);
         }
     }
-    return dueNs == kForever || scheduler.Start(lateJob_, dueNs, 0);
+    return dueNs == kForever ? 0 : scheduler.Start(lateJob_, dueNs, 0);
 }
 
 uint32_t MessageService::PutLate(Letters &later) {
@@ -129,15 +129,22 @@ uint32_t MessageService::PutLate(Letters &later) {
     Scheduler &scheduler = TheHost().scheduler;
     {
         const SchedulerLock lock = scheduler.Lock();
+        if (late_.size() + later.size() > DXR_HOST_MOST_LATE_MESSAGES) {
+            for (const Letter &letter : later) {
+                --(letter.isHeld ? counts.held : counts.late);
+            }
+            return ENOBUFS;
+        }
         late_.splice(late_.end(), later);
     }
-    uint32_t result = ECANCELED;
+    uint32_t result = ENOMEM;
     try {
-        if (StartLate()) {
-            return 0;
-        }
+        result = StartLate();
     } catch (const std::bad_alloc &) {
         result = ENOMEM;
+    }
+    if (result == 0) {
+        return 0;
     }
     const SchedulerLock lock = scheduler.Lock();
     late_.remove_if([sequence](const Letter &letter) { return letter.head.sequence == sequence; });

@@ -10,7 +10,7 @@
 namespace devhost {
 namespace {
 
-constexpr size_t kMostReports = 1000;
+constexpr size_t kMostReports = DXR_HOST_MOST_REPORTS;
 constexpr uint32_t kFailureLevel = 1;
 
 template <size_t kRoom>
@@ -45,10 +45,9 @@ void Reports::Add(uint32_t kind, const char *service, const Place &place, const 
     Copy(report.slot, place.slot);
     Copy(report.caller, hasSlot ? Describe(caller) : std::string());
     Copy(report.text, text);
-    DxrHostReportSink sink = nullptr;
-    void *user = nullptr;
     {
         const std::lock_guard lock(mutex_);
+        const bool fits = reports_.size() < kMostReports;
         // Each leftover is one of its own.
         if (kind != DXR_HOST_REPORT_LEFTOVER) {
             const Key key{kind, place.slot, caller, what};
@@ -57,14 +56,47 @@ void Reports::Add(uint32_t kind, const char *service, const Place &place, const 
                 ++reports_[found->second].count;
                 return;
             }
-            if (reports_.size() < kMostReports) {
+            if (fits) {
+                reports_.reserve(reports_.size() + 1);
                 known_.emplace(key, reports_.size());
             }
         }
-        if (reports_.size() >= kMostReports) {
-            return;
+        if (fits) {
+            reports_.push_back(report);
+        } else {
+            more_ += more_ != UINT32_MAX ? 1 : 0;
+            if (more_ > 1) {
+                return;
+            }
+            report = {};
+            report.kind = DXR_HOST_REPORT_RISK;
+            report.count = 1;
+            Copy(report.service, "host");
+            Copy(report.text, "no more reports are kept; further ones are counted until the end");
         }
-        reports_.push_back(report);
+    }
+    Hand(report);
+}
+
+void Reports::TellMore() {
+    DxrHostReport report{};
+    {
+        const std::lock_guard lock(mutex_);
+        report.count = more_;
+    }
+    if (report.count != 0) {
+        report.kind = DXR_HOST_REPORT_RISK;
+        Copy(report.service, "host");
+        Copy(report.text, "reports that were not kept");
+        Hand(report);
+    }
+}
+
+void Reports::Hand(const DxrHostReport &report) {
+    DxrHostReportSink sink = nullptr;
+    void *user = nullptr;
+    {
+        const std::lock_guard lock(mutex_);
         sink = sink_;
         user = user_;
     }
@@ -103,6 +135,9 @@ void Reports::WriteAll(std::FILE *out) {
         } catch (const std::bad_alloc &) {
             (void)std::fprintf(out, "%s: %s\n", report.service, report.text);
         }
+    }
+    if (more_ != 0) {
+        (void)std::fprintf(out, "host: %u reports were not kept\n", more_);
     }
 }
 

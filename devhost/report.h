@@ -27,18 +27,24 @@ class Reports {
     void Add(uint32_t kind, const char *service, const Place &place, const char *what,
              const std::string &text);
 
+    // At the host's end, how many were not kept.
+    void TellMore();
+
     void SetSink(DxrHostReportSink sink, void *user);
     uint32_t Count();
     bool Get(uint32_t index, DxrHostReport &report);
     void WriteAll(std::FILE *out);
 
   private:
+    void Hand(const DxrHostReport &report);
+
     using Key = std::tuple<uint32_t, std::string, const void *, std::string>;
 
     Host &host_;
     std::mutex mutex_;
     std::vector<DxrHostReport> reports_;
     std::map<Key, size_t> known_;
+    uint32_t more_ = 0;  // that were not kept; stops at UINT32_MAX
     DxrHostReportSink sink_ = nullptr;
     void *user_ = nullptr;
 };

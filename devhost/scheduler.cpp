@@ -600,10 +600,10 @@ void Scheduler::Fire(Alarm &alarm) {
     }
 }
 
-bool Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs) {
+uint32_t Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs) {
     const SchedulerLock lock(mutex_);
     if (hasEnded_ || !HasTimer()) {
-        return false;
+        return hasEnded_ ? ECANCELED : EAGAIN;
     }
     Unqueue(*job);
     // First what may fail without memory.
@@ -612,7 +612,7 @@ bool Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t pe
     job->periodNs = periodNs;
     job->self = job;
     timerHasWork_.Notify();
-    return true;
+    return 0;
 }
 
 // The task that runs jobs; the stepped clock has none.

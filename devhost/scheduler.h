@@ -211,8 +211,9 @@ class Scheduler {
     uint32_t Join(Task &by, uint32_t id, uint64_t deadline, const Place &place);
 
     // Starts a job at a moment, and then with its period; one that is started already begins anew.
-    // False when there is no thread for it, or the run has ended.
-    bool Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs);
+    // 0; EAGAIN when there is no thread for it; ECANCELED after the run's end. Throws
+    // std::bad_alloc.
+    uint32_t Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs);
 
     // Stops it and waits, as `by`, for its end when it runs on another thread; null does not wait.
     // Tells whether it was started. The caller's service keeps the job until then: a wait that the

@@ -143,31 +143,33 @@ class SystemService : public Service {
         return open;
     }
 
-    // Starts a timer that nobody else knows yet. 0, or a number of <errno.h>.
+    // Starts a timer that nobody else knows yet. 0, or a number of <errno.h>: EEXIST for a heart
+    // that somebody else watches for the same monitor.
     uint32_t Start(const std::shared_ptr<Timer> &timer, uint64_t ms, bool repeats) {
         Scheduler &scheduler = TheHost().scheduler;
-        try {
-            const std::lock_guard lock(mutex);
-            timer->service = this;
-            timer->serial = ++lastSerial;
-            timer->firesOnce = !repeats;
-            timers.emplace(timer->serial, timer);
-        } catch (const std::bad_alloc &) {
-            return ENOMEM;
-        }
         // Beyond that nobody lives to see it.
         const uint64_t ns = std::min(ms, kLongestMs) * kNsPerMs;
+        // Who finds it can stop it: it is started by then.
+        const std::lock_guard lock(mutex);
+        const auto isTwin = [&timer](const auto &each) {
+            return timer->monitor != nullptr && each.second->monitor == timer->monitor &&
+                   !each.second->isEnding;
+        };
+        if (std::any_of(timers.begin(), timers.end(), isTwin)) {
+            return EEXIST;
+        }
+        timer->service = this;
+        timer->serial = ++lastSerial;
+        timer->firesOnce = !repeats;
+        const auto entry = timers.emplace(timer->serial, timer).first;
         uint32_t result = ENOMEM;
         try {
-            const bool isStarted =
-                scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0);
-            result = isStarted ? 0 : ECANCELED;
+            result = scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0);
         } catch (const std::bad_alloc &) {
             result = ENOMEM;
         }
         if (result != 0) {
-            const std::lock_guard lock(mutex);
-            timers.erase(timer->serial);
+            timers.erase(entry);
         }
         return result;
     }
@@ -491,7 +493,12 @@ uint32_t StartTimer(void *timer) {
                 sizeof(handle));
     // A period of nothing would never let the clock move.
     const uint64_t ms = given.repeats != 0 ? std::max(given.ms, 1U) : given.ms;
-    const uint32_t result = state.Start(made, ms, given.repeats != 0);
+    uint32_t result = ENOMEM;
+    try {
+        result = state.Start(made, ms, given.repeats != 0);
+    } catch (const std::bad_alloc &) {
+        result = ENOMEM;
+    }
     if (result != 0) {
         (void)call->handles.End(handle, HandleType::kTimer, call.At());
     }
@@ -511,6 +518,18 @@ uint32_t StopHeartToMon(void *monitor) {
     return state.Stop(call, nullptr, monitor) ? 0 : ENOENT;
 }
 
+// As SystemService::Start.
+uint32_t Watch(const Call &call, const DxrHostHeartMonitor &given, const void *monitor, uint64_t ms,
+               uint32_t number) {
+    auto made = std::make_shared<Timer>();
+    made->function = given.function;
+    made->argument = given.argument;
+    made->monitor = monitor;
+    made->number = number;
+    made->made = {call.At().slot, ModuleCaller(call.At().address)};
+    return StateOf(*call).Start(made, ms, false);
+}
+
 uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t number) {
     const Call call("DXR_SetHeartMon");
     if (!call) {
@@ -527,13 +546,14 @@ uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t numbe
     if (state.timerFails.Fails()) {
         return ENOMEM;
     }
-    auto made = std::make_shared<Timer>();
-    made->function = given.function;
-    made->argument = given.argument;
-    made->monitor = monitor;
-    made->number = number;
-    made->made = {call.At().slot, ModuleCaller(call.At().address)};
-    return state.Start(made, uint64_t{ms} * misses, false);
+    for (;;) {
+        // Nothing is owned while the one before is awaited.
+        const uint32_t result = Watch(call, given, monitor, uint64_t{ms} * misses, number);
+        if (result != EEXIST) {
+            return result;
+        }
+        (void)state.Stop(call, nullptr, monitor);
+    }
 }
 
 // --- Slots: the rest

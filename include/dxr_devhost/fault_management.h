@@ -2,8 +2,9 @@
  *
  *   DXR_FfmStartFaultCheck()   starts the checks: each is called when its period has passed, and
  *                              again and again from then on. EALREADY when they are started; EBUSY
- *                              while another thread stops them; ENOMEM (point "ffm.start"): none
- *                              is started then; ECANCELED after the run's end
+ *                              while another thread stops them; ENOMEM (point "ffm.start"), and
+ *                              EAGAIN when no thread can be made: none is started then; ECANCELED
+ *                              after the run's end
  *   DXR_FfmStopFaultCheck()    stops them: when it returns none runs, unless it is the caller, and
  *                              none will. ENOENT when they are not started, or being stopped
  *
@@ -40,7 +41,10 @@ DXR_STATIC_ASSERT(sizeof(DxrHostFaultCheckState) == 64, "fixed layout");
 /* Adds a check, to be called with `user` each `periodMs` milliseconds while the checks are started;
  * from now on when they are. When its result becomes another one that is a message: of level 2
  * "fault check NAME: fault 7", of level 6 "fault check NAME: all is well". Returns the check's
- * number, from 1; 0 for a null name or function, for a period of 0, and without memory. */
+ * number, from 1; 0 for a null name or function, for a period of 0, without memory, and, reported,
+ * when DXR_HOST_MOST_FAULT_CHECKS were added, those included that were taken out: their numbers are
+ * not given again. */
+#define DXR_HOST_MOST_FAULT_CHECKS 4096u
 DXR_API uint32_t DxrHostAddFaultCheck(DxrHost *host, const char *name, DxrHostFaultCheck function,
                                       void *user, uint32_t periodMs);
 

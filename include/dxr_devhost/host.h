@@ -128,7 +128,10 @@ typedef void (*DxrHostReportSink)(const DxrHostReport *report, void *user);
 /* Without a sink, reports are messages of level 1. Null: back to that. */
 DXR_API void DxrHostSetReportSink(DxrHost *host, DxrHostReportSink sink, void *user);
 
-/* How many different reports there are; at most 1000 are kept. */
+/* How many different reports there are; at most DXR_HOST_MOST_REPORTS are kept. The next one is not
+ * told but that there are more, as one of kind DXR_HOST_REPORT_RISK; at the host's end another of
+ * that kind has the number of those that were not kept as its count. */
+#define DXR_HOST_MOST_REPORTS 1000u
 DXR_API uint32_t DxrHostGetReportCount(DxrHost *host);
 
 /* Copies report `index`, in the order of their first occurrence. Returns false when there is none.

@@ -17,9 +17,10 @@
  *     EINVAL, reported, for a null pointer, one that is not aligned, a record of another size,
  *     an unknown unit or flag, and bytes without data; EMSGSIZE for more than
  *     DXR_HOST_MESSAGE_BYTES; ENXIO when nobody has a mailbox there; ENOBUFS when the mailbox is
- *     full; ENOMEM (point "message.send"); ECANCELED without a host and after the run's end. What
- *     fails has sent nothing, unless it failed while it waited for an acknowledgement. 0 says that
- *     the message is on its way, not that it will arrive.
+ *     full, and when the message would be late or held while DXR_HOST_MOST_LATE_MESSAGES are;
+ *     ENOMEM (point "message.send"); ECANCELED without a host and after the run's end. What fails
+ *     has sent nothing, unless it failed while it waited for an acknowledgement. 0 says that the
+ *     message is on its way, not that it will arrive.
  *
  * Acknowledgements. A sender that sets DXR_HOST_MESSAGE_ACK waits, in the host's time, until the
  * receiver has acknowledged: with 0 the result that it gave is in `result`; ETIMEDOUT when that
@@ -89,6 +90,7 @@ typedef struct DxrHostUnit {
 
 #define DXR_HOST_MESSAGE_BYTES 65536u
 #define DXR_HOST_MESSAGE_DELAY_MS 100u
+#define DXR_HOST_MOST_LATE_MESSAGES 1024u
 
 /* DxrHostMessage::flags */
 #define DXR_HOST_MESSAGE_ACK 1u /* the sender waits for an acknowledgement */
@@ -235,7 +237,11 @@ DXR_API void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts);
 #define DXR_HOST_ERROR_PEER 5u
 
 /* Sets an event's trigger and error, and a trigger's text, which is copied; null takes the text
- * away. Any numbers. Return false without memory. */
+ * away. Any numbers. Texts stay as long as the host, since modules may have their addresses; a text
+ * that was there before is the same one. Return false without memory, and for another event or text,
+ * reported, when there are DXR_HOST_MOST_EVENTS events or DXR_HOST_MOST_TRIGGER_TEXTS texts. */
+#define DXR_HOST_MOST_EVENTS 10000u
+#define DXR_HOST_MOST_TRIGGER_TEXTS 1000u
 DXR_API bool DxrHostSetEvent(DxrHost *host, uint32_t event, uint32_t trigger, uint32_t error);
 DXR_API bool DxrHostSetTriggerText(DxrHost *host, uint32_t trigger, const char *text);
 

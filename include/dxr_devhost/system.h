@@ -18,14 +18,16 @@
  * Timers and heart-beats
  *   DXR_StartTimer(timer)      starts a DxrHostTimer and writes its handle; one that is started
  *                              begins anew. EINVAL for a null function, ENOMEM (point
- *                              "timer.start"), ECANCELED after the run's end
+ *                              "timer.start"), EAGAIN when no thread can be made for timers,
+ *                              ECANCELED after the run's end
  *   DXR_StopTimer(timer)       when it returns, the function does not run and will not, unless it
  *                              is the caller. ENOENT when the timer is not started: never, stopped
  *                              before, or it was to fire once and did
  *   DXR_SetHeartMon(monitor, ms, misses, number)   begins to watch a heart: when `misses` times
  *                              `ms` milliseconds pass without another call for the same
  *                              DxrHostHeartMonitor, a beat, its function is called and a report
- *                              names `number`. EINVAL when ms or misses is 0
+ *                              names `number`. EINVAL when ms or misses is 0; else as
+ *                              DXR_StartTimer
  *   DXR_StopHeartToMon(monitor)   ends that; ENOENT when it is not watched
  *
  * The rest

@@ -1,6 +1,8 @@
 // The host's fault checks, by the sentences of their header.
 #include "dxr_devhost/fault_management.h"
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -30,6 +32,39 @@ class HostChecks : public dxrtest::SteppedHost {
         return state;
     }
 };
+
+TEST_F(HostChecks, HaveALimit) {
+    for (uint32_t i = 1; i <= DXR_HOST_MOST_FAULT_CHECKS; ++i) {
+        ASSERT_EQ(DxrHostAddFaultCheck(host, "check", CountCall, nullptr, 10), i);
+        ASSERT_TRUE(DxrHostRemoveFaultCheck(host, i));
+    }
+    EXPECT_EQ(DxrHostAddFaultCheck(host, "check", CountCall, nullptr, 10), 0U);
+    EXPECT_EQ(DxrHostAddFaultCheck(host, "check", CountCall, nullptr, 10), 0U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 2U) << "two places, a report each";
+}
+
+// Threads with a stack that no machine has cannot be made.
+TEST(RealChecks, SayWhenNoThreadCanBeMade) {
+    pthread_attr_t usual;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    pthread_attr_t huge;
+    ASSERT_EQ(pthread_attr_init(&huge), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, size_t{1} << 46), 0);
+    DxrHost *const host = DxrHostCreate(nullptr);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    const auto isWell = [](void *) -> uint32_t { return 0; };
+    EXPECT_EQ(DxrHostAddFaultCheck(host, "check", isWell, nullptr, 10), 1U);
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    DxrHostTimer timer{sizeof(DxrHostTimer), 5, 0, 0, [](void *) {}, nullptr, nullptr};
+    EXPECT_EQ(DXR_FfmStartFaultCheck(), static_cast<uint32_t>(EAGAIN));
+    EXPECT_EQ(DXR_StartTimer(&timer), static_cast<uint32_t>(EAGAIN));
+    ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
+    EXPECT_EQ(DXR_FfmStartFaultCheck(), 0U) << "nothing was started";
+    EXPECT_EQ(DXR_FfmStopFaultCheck(), 0U);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+    (void)pthread_attr_destroy(&huge);
+    (void)pthread_attr_destroy(&usual);
+}
 
 TEST_F(HostChecks, RunWithTheirPeriodsWhileStarted) {
     uint32_t fast = 0;

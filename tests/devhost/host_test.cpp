@@ -181,6 +181,44 @@ TEST_F(Host, HandlesOfAnotherHostAreForeign) {
     EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
 }
 
+// The direct way, past the library: its dispatchers look for who called them.
+TEST_F(Host, AHandleIsNeverGivenTwice) {
+    DxrHooks hooks;
+    DxrHostFillHooks(&hooks);
+    void *const first = hooks.list.createSll();
+    ASSERT_NE(first, nullptr);
+    hooks.list.destroySll(first);
+    constexpr uint32_t kAllGenerations = 1U << 20;
+    for (uint32_t i = 1; i <= kAllGenerations; ++i) {
+        void *const list = hooks.list.createSll();
+        ASSERT_NE(list, first) << i;
+        hooks.list.destroySll(list);
+    }
+    EXPECT_EQ(hooks.list.sslGetCount(first), 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), ElementsAre(HasSubstr("a freed list")));
+}
+
+TEST_F(Host, TheFirstReportsAreKeptAndTheOthersCounted) {
+    constexpr uint32_t kMore = 7;
+    for (uint32_t i = 0; i < DXR_HOST_MOST_REPORTS + kMore - 2; ++i) {
+        ASSERT_NE(DXR_CreateSll(), nullptr);
+    }
+    void *mutex = nullptr;
+    EXPECT_EQ(DXR_LockMutex(mutex), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<uint32_t>(EINVAL));
+    const dxrtest::TemporaryDirectory directory;
+    std::FILE *const out = std::fopen(directory.Path("report").c_str(), "w");
+    EXPECT_EQ(DxrHostDestroy(std::exchange(host, nullptr), out), DXR_HOST_MOST_REPORTS + kMore - 2);
+    std::fclose(out);
+    ASSERT_EQ(reports.size(), DXR_HOST_MOST_REPORTS + 2U);
+    const DxrHostReport &full = reports[DXR_HOST_MOST_REPORTS];
+    EXPECT_STREQ(full.text, "no more reports are kept; further ones are counted until the end");
+    EXPECT_STREQ(full.service, "host");
+    EXPECT_STREQ(reports.back().text, "reports that were not kept");
+    EXPECT_EQ(reports.back().count, kMore);
+    EXPECT_THAT(directory.Read("report"), HasSubstr("\nhost: 7 reports were not kept\n"));
+}
+
 TEST_F(Host, WithoutASinkReportsAreMessages) {
     DxrHostSetReportSink(host, nullptr, nullptr);
     EXPECT_EQ(DXR_LockMutex(nullptr), static_cast<uint32_t>(EINVAL));

@@ -598,6 +598,24 @@ TEST_F(HostMessages, EventsHaveTriggersAndErrors) {
     EXPECT_STREQ(DXR_GetTriggerStr(9), "invalid");
 }
 
+TEST_F(HostMessages, EventsAndTextsHaveLimits) {
+    for (uint32_t i = 0; i < DXR_HOST_MOST_TRIGGER_TEXTS; ++i) {
+        ASSERT_TRUE(DxrHostSetTriggerText(host, 1, std::to_string(i).c_str())) << i;
+    }
+    EXPECT_FALSE(DxrHostSetTriggerText(host, 1, "one more"));
+    const char *const last = DXR_GetTriggerStr(1);
+    EXPECT_TRUE(DxrHostSetTriggerText(host, 2, last)) << "a text that was there";
+    EXPECT_EQ(DXR_GetTriggerStr(2), last);
+    for (uint32_t i = 1; i <= DXR_HOST_MOST_EVENTS; ++i) {
+        ASSERT_TRUE(DxrHostSetEvent(host, i, 1, 1)) << i;
+    }
+    EXPECT_FALSE(DxrHostSetEvent(host, 0, 1, 1));
+    EXPECT_TRUE(DxrHostSetEvent(host, 7, 8, 9));
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre("more events, triggers or texts than are kept",
+                            "more events, triggers or texts than are kept"));
+}
+
 TEST_F(HostMessages, TheMeshHasADescriptor) {
     EXPECT_EQ(DxrHostGetMeshFd(host), -1);
     const int fd = open("/dev/null", O_RDONLY | O_CLOEXEC);

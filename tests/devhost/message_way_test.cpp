@@ -208,6 +208,20 @@ TEST_F(OnTheWay, LateOnesFindMailboxesFullOrClosed) {
     EXPECT_EQ(Counts().arrived, 1U);
 }
 
+TEST_F(OnTheWay, LateOnesHaveALimit) {
+    EXPECT_EQ(Open(kSfu1, 2 * DXR_HOST_MOST_LATE_MESSAGES), 0U);
+    DxrHostFailNth(host, "message.delay", 1, true);
+    for (uint32_t i = 0; i < DXR_HOST_MOST_LATE_MESSAGES; ++i) {
+        ASSERT_EQ(Send(kSfu1, i), 0U);
+    }
+    EXPECT_EQ(Send(kSfu1, 7), static_cast<uint32_t>(ENOBUFS));
+    EXPECT_EQ(Counts().late, DXR_HOST_MOST_LATE_MESSAGES);
+    EXPECT_EQ(Counts().refused, 1U);
+    DxrHostAdvance(host, DXR_HOST_MESSAGE_DELAY_MS);
+    EXPECT_EQ(Counts().arrived, DXR_HOST_MOST_LATE_MESSAGES);
+    EXPECT_EQ(Send(kSfu1, 8), 0U);
+}
+
 // --- Runs
 
 // What a run of clients, a server and late messages looks like: who got what, when, in which order.

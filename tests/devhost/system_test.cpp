@@ -360,6 +360,26 @@ TEST_F(RealTimers, AStopWaitsForAFunctionThatRunsOnce) {
     EXPECT_EQ(step, 2) << "and does not run any more";
 }
 
+TEST_F(RealTimers, AHeartHasOneWatchHoweverManyThreadsBeat) {
+    DxrHostHeartMonitor monitor{sizeof(DxrHostHeartMonitor), 0, nullptr, nullptr};
+    for (int round = 0; round < 50; ++round) {
+        std::vector<std::thread> threads;
+        for (uint32_t thread = 0; thread < 4; ++thread) {
+            threads.emplace_back([&monitor] {
+                for (int beat = 0; beat < 20; ++beat) {
+                    EXPECT_EQ(DXR_SetHeartMon(&monitor, 60000, 10, 7), 0U);
+                }
+            });
+        }
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        ASSERT_EQ(DXR_StopHeartToMon(&monitor), 0U);
+        ASSERT_EQ(DXR_StopHeartToMon(&monitor), static_cast<uint32_t>(ENOENT)) << round;
+    }
+    EXPECT_EQ(End(), 0U);
+}
+
 TEST_F(RealTimers, FireInRealTime) {
     static std::atomic<int> fired;
     fired = 0;
