@@ -9,32 +9,32 @@
  * its own. Cost: a dispatcher is a getter call, a load, a test and a jump; it never allocates. What
  * costs more says so at its declaration.
  *
- * Duties of the host: what happens if it breaks one, and whether the library can notice.
- *   1. Register the table before services are called, and never while one is running.
- *      Before: fallbacks are answered. During: some calls see the old slot, some the new. Not
- *      noticed.
- *   2. Give each hook the type of its slot.
- *      Else the behaviour is undefined. Only the compiler can tell, for tables built from DxrHooks.
- *   3. Fill Db slots 10 and 11 together.
- *      With 10 alone, DXR_GetNgTmPortInfoByTmPortFromDb calls a null pointer. Not noticed.
- *   4. Allocate blocks of the full size, aligned for any type; take them back through the release
- *      hook.
- *      Without an allocator every allocation fails and each function says so. Else not noticed.
- *   5. Write no more than a hook was given room for (12 bytes for DXR_GetSysTime). Not noticed.
- *   6. Let no exception out of a hook. Else the behaviour is undefined. Not noticed.
- *   7. Let a memory, time, print or mutex hook call the log filter only where it can take the mutex
- *      of the log type: the filter calls these hooks while it holds that of a type
- *      (dxr/print_log_filter_store.h). The log hook, Print slot 4, is called without one.
- *      Else a mutex that cannot be taken twice never returns. Not noticed.
- *
- * Duties of the caller.
- *   1. Pass buffers of the size that is passed with them, and no null pointer unless the
- *      declaration takes it. The library's own functions that take text test for null, hot ones do
- *      not; dispatchers hand on whatever they get, unless they say otherwise. A wrong size is not
- *      noticed.
- *   2. Release a block that was handed over with DXR_Free.
- *      Else it leaks; the host's accounting by module identifier, file and line shows it.
- *   3. Keep to one thread where a header says so. Not noticed.
+ * Duties. docs/duties.md has them all, numbered, with the test of each; those that come first:
+ *   HOST-1  Register the table before services are called, and never while one is running.
+ *           Before: fallbacks are answered. During: some calls see the old slot, some the new. Not
+ *           noticed.
+ *   HOST-3  Zero the table before filling it: what stands in a slot is called. Not noticed.
+ *   HOST-4  Give each hook the type of its slot. Else the behaviour is undefined. Only the compiler
+ *           can tell, for tables built from DxrHooks.
+ *   HOST-5  Fill Db slots 10 and 11 together. With 10 alone DXR_GetNgTmPortInfoByTmPortFromDb calls
+ *           a null pointer. Not noticed.
+ *   HOST-7  Write no more than a hook was given room for (12 bytes for DXR_GetSysTime). Not
+ *           noticed.
+ *   HOST-8  Let no exception out of a hook. Else the behaviour is undefined. Not noticed.
+ *   HOST-9  Let a memory, time, print or mutex hook call the log filter only where it can take the
+ *           mutex of the log type: the filter calls these hooks while it holds that of a type
+ *           (dxr/print_log_filter_store.h). The log hook, Print slot 4, is called without one. Else
+ *           a mutex that cannot be taken twice never returns. Not noticed.
+ *   HOST-10 Allocate blocks of the full size, aligned for any type, and take them back through the
+ *           release hook. Without an allocator every allocation fails and each function says so.
+ *           Else not noticed.
+ *   MODULE-1 Pass buffers of the size that is passed with them. Not noticed.
+ *   MODULE-2 Pass no null pointer unless the declaration takes it. The library's own functions that
+ *           take text test for null, hot ones do not; dispatchers hand on whatever they get, unless
+ *           they say otherwise.
+ *   MODULE-5 Release a block that was handed over with DXR_Free. Else it leaks; the host's
+ *           accounting by module identifier, file and line shows it.
+ *   MODULE-8 Keep to one thread where a header says so. Not noticed.
  */
 #ifndef DXR_API_H
 #define DXR_API_H

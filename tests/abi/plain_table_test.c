@@ -1,3 +1,4 @@
+/* HOST-4 */
 /* A host that was built without the library's header knows the hook table as 226 addresses, each at
  * its number. This one writes such a table and calls through it: if a slot moves, a call lands in
  * the trap or finds wrong arguments. The numbers are written here a second time on purpose. */

@@ -445,6 +445,7 @@ class Allocations : public testing::TestWithParam<bool> {
     }
 };
 
+// HOST-8
 TEST_P(Allocations, OfServicesFail) {
     FailEach(&Module::UsePlatform);
 }

@@ -348,6 +348,7 @@ TEST_F(HostMemory, AShareOfTheAllocationsFailsTheSameEachTime) {
     EXPECT_NE(runs[0], runs[2]);
 }
 
+// MODULE-5
 TEST_F(HostMemory, LeftoversNameModuleAndSite) {
     (void)DXR_Malloc(9, 100, "a.cpp", 1);
     (void)DXR_Malloc(7, 50000, "b.cpp", 2);

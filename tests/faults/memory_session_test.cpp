@@ -348,6 +348,7 @@ class MemorySession : public testing::Test {
     uint64_t failures_ = 0;
 };
 
+// HOST-10
 TEST_F(MemorySession, EachAllocationFails) {
     constexpr uint32_t kSteps = 800;
     Play(dxrtest::Seed(), kSteps);

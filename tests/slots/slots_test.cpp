@@ -219,12 +219,14 @@ class Dispatch : public SlotFixture, public testing::TestWithParam<Slot> {
     }
 };
 
+// HOST-4
 TEST_P(Dispatch, StandsInTheTableAsDeclared) {
     EXPECT_EQ(slot_.Absolute() * sizeof(void *), slot_.declaredOffset);
     EXPECT_EQ(slot_.arguments, slot_.binding.arguments);
     EXPECT_EQ(slot_.outcome.type, slot_.binding.result);
 }
 
+// HOST-1
 TEST_P(Dispatch, EmptyTableGivesTheFallback) {
     Register(RawTable{});
     const PointedMemory memory(slot_);
@@ -233,6 +235,7 @@ TEST_P(Dispatch, EmptyTableGivesTheFallback) {
     EXPECT_EQ(RawTable{}, Registered());
 }
 
+// MODULE-2
 TEST_P(Dispatch, EmptySlotInspectsNoArgument) {
     Register(RawTable{});
     // Addresses at which there is nothing.
@@ -264,6 +267,7 @@ TEST_P(Dispatch, ForwardsUnchanged) {
     EXPECT_TRUE(memory.Untouched());
 }
 
+// MODULE-2
 TEST_P(Dispatch, ForwardsZeros) {
     const std::set<std::string_view> refusing = {"DXR_RegisterWithoutVelderFuncs", "DXR_SetUdf",
                                                  "DXR_Malloc", "DXR_DiagLogFilter"};
@@ -512,6 +516,7 @@ TEST_F(PortInfoByTmPort, NeighbourDoesNotNeedIt) {
 
 // --- tables with holes, at random
 
+// HOST-3
 TEST_F(Table, PartialTablesReachExactlyTheirSlots) {
     std::mt19937_64 random(Seed());
     const std::vector<Slot> slots = SlotsOf(Use::kDispatched);

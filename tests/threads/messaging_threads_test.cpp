@@ -61,6 +61,7 @@ TEST_F(MessagingThreads, SimulatedMessagesOfOneTypeEachAreExact) {
 
 // All ask for one type while its count is set and shown: more or fewer may be dropped than set, but
 // a count never passes 0 or what was set, and no text shows one that did.
+// HOST-24
 TEST_F(MessagingThreads, CountsOfSharedSimulatedMessagesStayWithinBounds) {
     constexpr uint32_t kMost = 3;
     constexpr uint32_t kRounds = 8000;
@@ -106,6 +107,7 @@ TEST_F(MessagingThreads, CountsOfSharedSimulatedMessagesStayWithinBounds) {
 }
 
 // Trees are independent of each other, also one that stands where another thread's has been.
+// HOST-25
 TEST_F(MessagingThreads, TreesOfEachThreadAreItsOwn) {
     const std::vector<FilterNode> forest = {
         {"link", 1, 0, {{"up", 10, 2}, {"down", 11, 0}}},
@@ -148,6 +150,7 @@ TEST_F(MessagingThreads, TreesOfEachThreadAreItsOwn) {
 }
 
 // One rule and one factory serve all threads; counters are each thread's own.
+// MODULE-9
 TEST_F(MessagingThreads, RulesAndFactoryAreShared) {
     const DxrFaultSpecFactory factory;
     std::vector<std::pair<uint32_t, uint32_t>> pairs = {{10, 3}, {0, 0}, {50, 6}};
@@ -173,6 +176,7 @@ TEST_F(MessagingThreads, RulesAndFactoryAreShared) {
 
 // With a lock of the callers' own no record is lost, none is there twice, and every count is
 // exact.
+// MODULE-8
 TEST_F(MessagingThreads, RecordersThatTakeTurnsLoseNothing) {
     constexpr uint32_t kTexts = 307;  // a prime: every thread meets all of them
     constexpr uint32_t kRounds = 3;

@@ -204,6 +204,7 @@ TEST_F(LogFilterThreads, ClearAndShowRunBesideDecisions) {
 }
 
 // Operations on records that are not the store's ask all types whether they know the storage.
+// MODULE-10
 TEST_F(LogFilterThreads, OtherRecordsAreWorkedOnBesideDecisions) {
     constexpr uint32_t kRounds = 300;
     Together([&](uint32_t thread) {
@@ -229,6 +230,7 @@ TEST_F(LogFilterThreads, OtherRecordsAreWorkedOnBesideDecisions) {
 
 // Every hour each line passes once more, whoever logs it first; and with an interval, each time the
 // interval has passed.
+// HOST-16
 TEST_F(LogFilterThreads, EachLinePassesOnceAPeriod) {
     constexpr uint32_t kLines = 40;
     constexpr uint32_t kPeriods = 12;
@@ -393,6 +395,7 @@ TEST_F(LogFilterThreads, TypesDoNotContend) {
     EXPECT_EQ(ThreadHooks::Unlock(g_dxrLogFilterMutex[1]), 0U);
 }
 
+// HOST-13
 TEST_F(LogFilterThreads, DecisionWaitsForTheMutexOfItsType) {
     std::atomic<bool> decided = false;
     std::atomic<uint32_t> clockReads = 0;

@@ -53,6 +53,7 @@ struct Answers {
 };
 
 // Whole tables are handed over in turn, each while no thread is in the library.
+// HOST-1
 TEST(ServicesThreads, CallsReachTheHostOfTheirPeriod) {
     const ThreadHooks restored;
     constexpr uint32_t kPeriods = 8;

@@ -92,6 +92,7 @@ TEST(UtilsThreads, BitmapsOfEachThreadAreItsOwn) {
     });
 }
 
+// MODULE-9
 TEST(UtilsThreads, LinkMapsOfEachThreadAreItsOwn) {
     const ThreadHooks hooks;
     ThreadHooks::Install();

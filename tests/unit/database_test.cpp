@@ -84,6 +84,7 @@ class Database : public testing::Test {
     void *records_ = nullptr;
 };
 
+// MODULE-5
 TEST_F(Database, SelectGivesTheRecordsInAnOwnedBlock) {
     DXR_SetDefaultMid(77);
     written_ = 20;
@@ -185,6 +186,7 @@ TEST_F(Database, WithoutTheLimitHookTheRecordsAreZero) {
 }
 
 // The size of the block is a 32-bit product.
+// MODULE-7
 TEST_F(Database, ProductOfSizeAndCountWraps) {
     SetRecordSize(0x10000);
     countAnswer_ = 0x10001;
@@ -307,6 +309,7 @@ class PortInfoByTmPort : public testing::Test {
     dxrtest::TestHost host_;
 };
 
+// HOST-5
 TEST_F(PortInfoByTmPort, IsJudgedByTheSlotBeforeItsOwn) {
     g_dxrHooks.db.getNgTmPortInfoByTmPortFromDb = ByTmPort;
     EXPECT_EQ(0U, DXR_GetNgTmPortInfoByTmPortFromDb(1, 2, 3, nullptr));
@@ -315,6 +318,12 @@ TEST_F(PortInfoByTmPort, IsJudgedByTheSlotBeforeItsOwn) {
     EXPECT_EQ(11U, DXR_GetNgTmPortInfoByTmPortFromDb(1, 2, 3, nullptr));
     EXPECT_EQ(1, g_byTmPortCalls);
     EXPECT_EQ(0, g_portCalls);
+}
+
+// HOST-5
+TEST_F(PortInfoByTmPort, WithTheNeighbourAloneANullPointerIsCalled) {
+    g_dxrHooks.db.getNgTmPortInfoFromDb = Port;
+    EXPECT_DEATH(DXR_GetNgTmPortInfoByTmPortFromDb(1, 2, 3, nullptr), "");
 }
 
 }  // namespace

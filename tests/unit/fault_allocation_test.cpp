@@ -17,6 +17,7 @@ using dxrtest::NewWatch;
 using dxrtest::Outcome;
 using dxrtest::RunFailing;
 
+// HOST-26
 TEST(FaultAllocation, AFailureWhileMakingASpecLeaksNothing) {
     std::unique_ptr<DxrFaultSpec> spec;
     const auto nothingIsLeft = [&](size_t) {

@@ -65,6 +65,7 @@ TEST_F(FaultCounter, StartsEmpty) {
     EXPECT_EQ(counter_.BacktraceTimestamp(kRing), 0u);
 }
 
+// HOST-27
 TEST_F(FaultCounter, AZeroedBlockIsACounter) {
     alignas(DxrCounter) static unsigned char block[sizeof(DxrCounter)];
     auto *const counter = reinterpret_cast<DxrCounter *>(block);
@@ -75,6 +76,7 @@ TEST_F(FaultCounter, AZeroedBlockIsACounter) {
     EXPECT_EQ(counter->BacktraceTimestamp(0), 12u);
 }
 
+// HOST-27
 TEST_F(FaultCounter, ResettingMakesAnyBlockACounter) {
     alignas(DxrCounter) static unsigned char block[sizeof(DxrCounter)];
     std::memset(block, 0xA5, sizeof(block));
@@ -264,6 +266,7 @@ TEST_F(FaultAccumulated, DifferencesWrap) {
     EXPECT_TRUE(HoldsAt(DxrFaultAccumulatedSpec(kMax, 1), kMax - 5));
 }
 
+// HOST-18
 TEST_F(FaultAccumulated, WithoutATimeHookEveryTimeIsZero) {
     g_dxrHooks.time.getStartupTimeSec = nullptr;
     host_.startupSec = 500;

@@ -72,6 +72,7 @@ TEST_F(Hooks, LaterTableReplacesEverySlot) {
     EXPECT_EQ(Addresses{}, TableNow());
 }
 
+// HOST-2
 TEST_F(Hooks, NullTableFailsAndEmptiesEverySlot) {
     const DxrHooks table = TableOf(0x1000);
     EXPECT_EQ(0U, DXR_RegisterHooks(&table));
@@ -83,6 +84,7 @@ TEST_F(Hooks, NullTableFailsAndEmptiesEverySlot) {
     EXPECT_EQ(std::bit_cast<Addresses>(table), TableNow());
 }
 
+// HOST-2
 TEST_F(Hooks, OwnTableOverlapsFailsAndEmptiesEverySlot) {
     const DxrHooks table = TableOf(0x1000);
     EXPECT_EQ(0U, DXR_RegisterHooks(&table));
@@ -90,6 +92,7 @@ TEST_F(Hooks, OwnTableOverlapsFailsAndEmptiesEverySlot) {
     EXPECT_EQ(Addresses{}, TableNow());
 }
 
+// HOST-2
 TEST_F(Hooks, TableInsideTheOwnOneOverlapsToo) {
     for (const size_t shift : {sizeof(void *), 225 * sizeof(void *)}) {
         const DxrHooks table = TableOf(0x1000);
@@ -101,6 +104,7 @@ TEST_F(Hooks, TableInsideTheOwnOneOverlapsToo) {
     }
 }
 
+// HOST-6
 TEST_F(Hooks, RegisterOverwritesTheMemoryHooks) {
     DXR_SetMemoryHooks(Allocate, Release);
     const DxrHooks table = TableOf(0x1000);

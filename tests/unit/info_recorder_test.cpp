@@ -350,6 +350,7 @@ TEST_F(RecorderRecord, FailedAllocationAsksForNoTime) {
     EXPECT_THAT(host_.calls, ElementsAre("allocate mid=0 size=284"));
 }
 
+// HOST-17
 TEST_F(RecorderRecord, WithoutTheTimeHookRecordsAreCountedButNotListed) {
     g_dxrHooks.time.getSysTime = nullptr;
     RecordText("timeless");
@@ -612,6 +613,7 @@ TEST_F(RecorderDestroy, RecordingGoesOnAndAllocatesAnew) {
     EXPECT_THAT(host_.calls, ElementsAre("allocate mid=0 size=284", "sysTime", "sysTime"));
 }
 
+// HOST-12
 TEST_F(RecorderDestroy, WithoutTheReleaseHookTheStoreIsEmptiedAllTheSame) {
     RecordMany(0, 3);
     host_.KeepLeaks();
@@ -694,6 +696,7 @@ TEST_F(RecorderListing, WalkStopsAtTheFirstEmptySlot) {
     EXPECT_EQ(buffer, Line(0, "text 0") + Line(1, "text 1"));
 }
 
+// HOST-17
 TEST_F(RecorderListing, RecordWithoutAFirstYearIsSkippedNotTheRest) {
     RecordMany(0, 4);
     g_dxrRecord.records[1]->firstTime.year = 0;
@@ -791,6 +794,7 @@ void CheckSize(const std::string &whole, uint32_t size) {
     }
 }
 
+// MODULE-1
 TEST_F(RecorderListing, EverySizeUpTo600StaysInsideTheBuffer) {
     RecordMany(0, 7);
     const std::string whole = ListAll();

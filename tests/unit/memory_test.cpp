@@ -82,6 +82,7 @@ TEST_F(Memory, MallocOfNothingDoesNotAskTheHost) {
     EXPECT_TRUE(g_allocations.empty());
 }
 
+// HOST-6
 TEST_F(Memory, NoAllocatorMeansNoMemory) {
     DXR_SetMemoryHooks(nullptr, Release);
     for (const uint32_t size : {0U, 1U, 16U, 0xFFFFFFFFU}) {
@@ -90,6 +91,7 @@ TEST_F(Memory, NoAllocatorMeansNoMemory) {
     EXPECT_TRUE(g_releases.empty());
 }
 
+// HOST-11
 TEST_F(Memory, FreeForwardsEveryBlockEvenNull) {
     DXR_SetMemoryHooks(nullptr, Release);
     const char *file = "elsewhere";
@@ -149,6 +151,7 @@ TEST_F(Memory, DefaultMidTakesAnyValue) {
     }
 }
 
+// MODULE-12
 TEST_F(Memory, DefaultMidIsTheExportedVariable) {
     g_dxrMemoryMid = 31;
     EXPECT_EQ(31U, DXR_GetDefaultMid());

@@ -54,6 +54,7 @@ bool IsBeginning(const std::string &part, const std::string &whole) {
            (part.empty() || part.back() == '\n');
 }
 
+// HOST-26
 TEST(MessageFilterAllocation, AFailureWhileBuildingLeavesTheTreeSoFarAndNothingElse) {
     const FilterRecords records(Forest());
     DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());

@@ -321,6 +321,7 @@ TEST(MessageFilterQuery, TypesUseAllBits) {
     EXPECT_EQ(DXR_IsMessageFiltered(filter.get(), 2, kMax, 0x80000000u), 1);
 }
 
+// MODULE-4
 TEST(MessageFilterQuery, LongPathsArriveWhole) {
     std::vector<FilterNode> nodes = {{"12", 12, 1}};
     for (uint32_t type = 11; type > 0; --type) {
@@ -616,6 +617,7 @@ TEST(MessageFilterListing, ItChangesNothing) {
 
 // --- destruction
 
+// MODULE-6
 TEST(MessageFilterDestruction, TheHandleBecomesNull) {
     const FilterRecords records({{"a", 1, 0, {{"b", 2, 5}}}});
     DxrMessageFilter *filter = DXR_CreateMessageFilter(records.Data(), records.Size());

@@ -128,6 +128,7 @@ TEST_F(Module, RegisterWithoutTheFirstHookStillHandsOnTheFlag) {
     EXPECT_EQ(Calls{"velder 3 while 3"}, g_calls);
 }
 
+// MODULE-18
 TEST_F(Module, RegisterReadsTheFlagAfterTheHookHasReturned) {
     FillGroup();
     g_dxrHooks.init.registerModule = [](void *record) {
@@ -208,6 +209,7 @@ TEST_F(Module, WithoutVelderFuncsNeedsRecordAndHook) {
     EXPECT_EQ(0, DXR_IsUseVelder());
 }
 
+// MODULE-12
 TEST_F(Module, VelderFlagIsKeptAsGivenBeforeTheHookIsCalled) {
     FillGroup();
     for (const uint8_t flag : kFlags) {

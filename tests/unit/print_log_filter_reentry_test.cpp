@@ -126,6 +126,7 @@ TEST_F(LogFilterReentry, AnEntryThatTheSecondsHookAddsIsFound) {
     EXPECT_EQ(Ask("hidden"), 1);
 }
 
+// HOST-9
 TEST_F(LogFilterReentry, ALineThatTheTimeHookLogsLeavesNothingUnseen) {
     for (const char *line : {"A", "B", "C", "D"}) {
         EXPECT_EQ(Ask(line), 0);
@@ -424,6 +425,7 @@ TEST_F(LogFilterReentry, AStoreMadeAnewInAHookIsTheOneThatIsWorkedOn) {
     ExpectDecisionsOfAWalk({"A", "B", "A", "B"});
 }
 
+// HOST-16
 TEST_F(LogFilterReentry, EveryOperationEndsWithAStoreThatAHookDestroys) {
     using Operation = void (*)(DxrLogFilterInfo *);
     const std::vector<Operation> operations = {

@@ -217,6 +217,7 @@ TEST_F(LogFilterStoreInit, FailsWithoutAllocator) {
     EXPECT_EQ(g_dxrLogFilterInfo, nullptr);
 }
 
+// HOST-13
 TEST_F(LogFilterStoreInit, DoesNotLookAtTheMutexResults) {
     host.initMutexResult = 1;
     EXPECT_EQ(DXR_InitLogFilter(3), 0U);
@@ -224,6 +225,7 @@ TEST_F(LogFilterStoreInit, DoesNotLookAtTheMutexResults) {
     EXPECT_NE(g_dxrLogFilterInfo, nullptr);
 }
 
+// HOST-13
 TEST_F(LogFilterStoreInit, WorksWithoutPrintAndMutexHooks) {
     g_dxrHooks.print.print = nullptr;
     g_dxrHooks.task = {};
@@ -302,6 +304,7 @@ TEST_F(LogFilterStoreDestroy, StorageIsGoneAndCountersKeptWhenTheLockOpens) {
     EXPECT_EQ(g_ringsAtUnlock[1].capacity, 3U);
 }
 
+// HOST-11
 TEST_F(LogFilterStoreDestroy, WithoutAStoreMakesAllCallsAndHandsOverNull) {
     DXR_DestroyLogFilter();
     Calls expected;
@@ -314,6 +317,7 @@ TEST_F(LogFilterStoreDestroy, WithoutAStoreMakesAllCallsAndHandsOverNull) {
     EXPECT_THAT(host.releases, Each(ComesFromThePrintSources()));
 }
 
+// HOST-14
 TEST_F(LogFilterStoreDestroy, HandlesStayAndASecondDestroyUsesThemAgain) {
     InitStore();
     DXR_DestroyLogFilter();
@@ -379,6 +383,7 @@ TEST_F(LogFilterStoreDestroy, InitAfterwardsStartsAfreshWithNewMutexes) {
     EXPECT_EQ(Decide(Site(6), "line"), 1);
 }
 
+// HOST-12
 TEST_F(LogFilterStoreDestroy, WithoutAReleaseHookForgetsTheStore) {
     InitStore();
     EXPECT_EQ(Decide(Site(6), "line"), 0);
@@ -921,6 +926,7 @@ TEST_F(LogFilterStoreAgeing, ClockSetBackKeepsEntries) {
     EXPECT_EQ(own.Get()->curSize, 2U);
 }
 
+// HOST-15
 TEST_F(LogFilterStoreAgeing, SecondsOfZeroAgeOnlyFromThreeThousandSixHundredOn) {
     OwnRecord own;
     Fill(own.Get(), 3, 0, 1, 0);
@@ -1009,6 +1015,7 @@ struct TimeProbe {
     }
 };
 
+// HOST-7
 TEST_F(LogFilterStoreAdd, TimeHookSeesTheOldTextAndZeroSeconds) {
     OwnRecord own;
     Fill(own.Get(), 7, 3, 0, 0);
@@ -1024,6 +1031,7 @@ TEST_F(LogFilterStoreAdd, TimeHookSeesTheOldTextAndZeroSeconds) {
     EXPECT_EQ(std::string(own.Get()->entries[3].logBeginTime, 43), std::string(43, 'x'));
 }
 
+// HOST-15
 TEST_F(LogFilterStoreAdd, WithoutTimeHookTheSecondsAreZero) {
     OwnRecord own;
     g_dxrHooks.time = {};
@@ -1434,6 +1442,7 @@ TEST_F(LogFilterDecision, HashOfZeroIsNeverFiltered) {
     EXPECT_EQ(LookAt(2).curSize, 0U);
 }
 
+// MODULE-13
 TEST_F(LogFilterDecision, TypeTwentyNineIsNeverFiltered) {
     InitStore();
     for (const uint32_t type : {29U, 30U, 0x80000000U, UINT32_MAX}) {
@@ -1798,6 +1807,7 @@ TEST_F(LogFilterDecision, RecordThatClaimsEntriesWithoutStorageLetsLinesThrough)
     EXPECT_EQ(host.calls.back(), "unlock #2");
 }
 
+// HOST-15
 TEST_F(LogFilterDecision, WithoutClockLinesAreFilteredForEver) {
     InitStore();
     g_dxrHooks.time = {};
@@ -1867,6 +1877,7 @@ TEST_F(LogFilterDecision, DefaultModuleOfTheLibraryIsOfNoAccount) {
     EXPECT_EQ(host.allocations.at(0).mid, 7U);
 }
 
+// HOST-9
 TEST_F(LogFilterDecision, HooksMayAskForLinesOfAnotherType) {
     InitStore();
     EXPECT_EQ(Decide(Site(2), "a"), 0);

@@ -99,6 +99,7 @@ TEST_F(SameLogFilter, NullFormatPrintsNothing) {
     EXPECT_THAT(host.calls, IsEmpty());
 }
 
+// MODULE-3
 TEST_F(SameLogFilter, LineThatCannotBeFormattedIsDropped) {
     InitStore();
     const DxrLogFilterCfg site = Site(3);
@@ -332,6 +333,7 @@ TEST_F(DiffLogFilter, LargestNumbersMakeTheLongestKey) {
     EXPECT_EQ(OnlyHashOf(28), HashOf("284294967295429496729542949672954294967295"));
 }
 
+// MODULE-15
 TEST_F(DiffLogFilter, DigitsAreJoinedWithoutSeparators) {
     InitStore();
     const DxrLogFilterCfg one{3, 1, 23, 4, 5, 0};
@@ -465,6 +467,7 @@ TEST_F(DiffLogFilter, HandsOnEverythingWhenAbsentOffOrOfNoType) {
     EXPECT_THAT(host.diagLines, ElementsAre("no type", "no type"));
 }
 
+// MODULE-14
 TEST_F(DiffLogFilter, TextAndKeyOfTheSameDigitsAreOneEntry) {
     InitStore();
     const DxrLogFilterCfg site{3, 1, 2, 3, 4, 0};
@@ -485,6 +488,7 @@ TEST_F(IsSameKey, TellsARepeatedKey) {
     EXPECT_THAT(host.diagLines, IsEmpty());
 }
 
+// MODULE-15
 TEST_F(IsSameKey, DigitsAreJoinedWithoutSeparators) {
     InitStore();
     EXPECT_EQ(DXR_IsSameKey(1, 23, 4, 0), 0);
@@ -500,6 +504,7 @@ TEST_F(IsSameKey, LargestNumbersMakeTheLongestKey) {
     EXPECT_EQ(OnlyHashOf(26), HashOf("264294967295429496729542949672954294967295"));
 }
 
+// MODULE-14
 TEST_F(IsSameKey, SharesTheRingOfItsType) {
     InitStore();
     const DxrLogFilterCfg site{26, 7, 8, 9, 10, 0};
@@ -577,6 +582,7 @@ TEST_F(ClearLogFilterInfo, ResultIsThatOfTheUnlock) {
     EXPECT_EQ(DXR_ClearLogFilterInfo(28), 0U);
 }
 
+// HOST-14
 TEST_F(ClearLogFilterInfo, WithoutAStoreStillLocksAndUnlocks) {
     host.unlockResult = 5;
     EXPECT_EQ(DXR_ClearLogFilterInfo(3), 5U);
@@ -728,6 +734,7 @@ TEST_F(CombineShowLog, StaysInsideEverySizeOfBuffer) {
     }
 }
 
+// MODULE-16
 TEST_F(CombineShowLog, RowsStartAnywhereAndWrap) {
     OwnRecord own;
     Fill(own.Get(), 7, 5, 4, 100, 0x11);
@@ -762,6 +769,7 @@ TEST_F(CombineShowLog, ThousandsOfRowsAreListed) {
     EXPECT_EQ(shown.length, shown.text.size());
 }
 
+// MODULE-16
 TEST_F(CombineShowLog, EndlessRowsEndWithTheBuffer) {
     OwnRecord own;
     SomeEntries(own.Get());
@@ -818,6 +826,7 @@ TEST_F(CombineShowLog, HeaderShowsTheFieldsAsTheyAre) {
     }
 }
 
+// MODULE-10
 TEST_F(CombineShowLog, CallsNothingOfTheHost) {
     OwnRecord own;
     SomeEntries(own.Get());

@@ -113,6 +113,7 @@ TEST_F(PrivateLogPath, ExistingLogIsResolvedInTheLogDirectory) {
     EXPECT_THAT(calls_, ElementsAre("realpath " + kLogPath));
 }
 
+// MODULE-22
 TEST_F(PrivateLogPath, AnyOtherSizeIsRefusedWithoutTouchingTheFileSystem) {
     files_.Put("a.log", "x");
     for (const uint32_t size : {0U, 1U, 512U, 4095U, 4097U, 8192U, 0x10001000U, 0xFFFFFFFFU}) {
@@ -147,6 +148,7 @@ TEST_F(PrivateLogPath, FailureOfRealpathIsAFailure) {
     EXPECT_EQ(DXR_GetPrivateLogPath("a.log", out, kPathSize), 0U);
 }
 
+// MODULE-20
 TEST_F(PrivateLogPath, LinksAreFollowed) {
     files_.Put("a.log", "x");
     std::filesystem::create_symlink("a.log", files_.Log("link"));
@@ -155,6 +157,7 @@ TEST_F(PrivateLogPath, LinksAreFollowed) {
     EXPECT_EQ(out, kLogPath);
 }
 
+// MODULE-20
 TEST_F(PrivateLogPath, NamesAreAppendedAsTheyAre) {
     files_.Put("a.log", "x");
     files_.Put("50%s%n.log", "x");
@@ -255,6 +258,7 @@ TEST_F(PrivateLogWrite, TextGoesInStepsOf1000FromTheCallersOwnMemory) {
     EXPECT_EQ(text, Pattern(5001));
 }
 
+// HOST-22
 TEST_F(PrivateLogWrite, Length2500MakesThreeCalls) {
     const std::string text = Pattern(2500);
     std::vector<std::string> rests;
@@ -266,6 +270,7 @@ TEST_F(PrivateLogWrite, Length2500MakesThreeCalls) {
     EXPECT_THAT(rests, ElementsAre(text, text.substr(1000), text.substr(2000)));
 }
 
+// HOST-22
 TEST_F(PrivateLogWrite, HookThatBoundsItsWritesKeepsTheWholeText) {
     const std::string text = Pattern(12345);
     EXPECT_EQ(DXR_WritePrivateLog("a.log", 12345, text.c_str()), 0U);
@@ -569,6 +574,7 @@ TEST_F(PrivateLogCut, AnyMaximumKeepsThatMany) {
     }
 }
 
+// HOST-20
 TEST_F(PrivateLogCut, LengthOf2GiBOrMoreIsAFailure) {
     files_.Put("a.log", "text");
     for (const uint32_t length : {0x80000000U, 0x80000001U, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
@@ -604,6 +610,7 @@ TEST_F(PrivateLogCut, MissingLogNullNameOrNoMemoryIsAFailure) {
     EXPECT_EQ(CallsStartingWith("write"), 0U);
 }
 
+// MODULE-11
 TEST_F(PrivateLogCut, OldContentOfTheTemporaryFileIsReplaced) {
     files_.Put("a.log", Pattern(3000));
     files_.Put("dxr_log.tmp", std::string(5000, 'o'));
@@ -671,6 +678,7 @@ TEST_F(PrivateLogCut, ResultOfTheEmptyWriteIsIgnored) {
     EXPECT_THAT(files_.Content("a.log"), Optional(Pattern(3000).substr(2000)));
 }
 
+// HOST-23
 TEST_F(PrivateLogCut, HostThatCreatesNoTemporaryFileIsAFailure) {
     files_.Put("a.log", Pattern(3000));
     host_.onWrite = [](const char *name, const char *rest) {
@@ -682,6 +690,7 @@ TEST_F(PrivateLogCut, HostThatCreatesNoTemporaryFileIsAFailure) {
     EXPECT_THAT(files_.Content("a.log"), Optional(Pattern(3000)));
 }
 
+// MODULE-21
 TEST_F(PrivateLogCut, LogNamedLikeTheTemporaryFileLosesItsContent) {
     files_.Put("dxr_log.tmp", Pattern(30000));
     EXPECT_EQ(DXR_FixPrivateLogLen("dxr_log.tmp", 1000), 1U);
@@ -829,6 +838,7 @@ TEST_F(CopyFile, LengthZeroEmptiesAnExistingDestination) {
     EXPECT_EQ(CallsStartingWith("fread"), 0U);
 }
 
+// MODULE-23
 TEST_F(CopyFile, MissingDestinationIsAFailureAndIsNotCreated) {
     files_.Put("from", Pattern(2000));
     for (const uint32_t length : {0U, 10U}) {

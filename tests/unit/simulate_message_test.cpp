@@ -116,6 +116,7 @@ TEST_F(SimulateMessage, RegisteringNullKeepsItsSize) {
     EXPECT_EQ(Display(), kUnregistered);
 }
 
+// HOST-24
 TEST_F(SimulateMessage, TheTableIsNotCopied) {
     Register();
     table_[1].simulateId = 77;

@@ -227,6 +227,7 @@ TEST(BinFilePath, WorkPathIsAskedAtEveryCall) {
     EXPECT_EQ(files.workPathCalls, 2U);
 }
 
+// HOST-21
 TEST(BinFilePath, WithoutAWorkPathHookTheWorkPathIsEmpty) {
     const TestHost host;
     GuardedBuffer path(64);
@@ -234,6 +235,7 @@ TEST(BinFilePath, WithoutAWorkPathHookTheWorkPathIsEmpty) {
     EXPECT_EQ(path.Text(), "/folder/file.bin");
 }
 
+// HOST-21
 TEST(BinFilePath, FailedWorkPathIsReportedInHexAndNothingIsWritten) {
     FileHost files;
     files.workPathResult = 0xBEEF;
@@ -253,6 +255,7 @@ TEST(BinFilePath, AllBitsOfTheWorkPathResultCount) {
                 ElementsAre("1 [LINKM_BIN] get sys work path ret[0x80000000]"));
 }
 
+// HOST-7
 TEST(BinFilePath, WorkPathThatTheHostLeftUnterminatedEndsInItsBuffer) {
     FileHost files;
     files.workPathIsNotTerminated = true;
@@ -558,6 +561,7 @@ TEST(BinFileLoad, WithoutAnOpenHookTheFileDoesNotOpen) {
     EXPECT_THAT(Messages(files.host), ElementsAre("2 [TOLV BIN] open file unsuccessfully"));
 }
 
+// HOST-20
 TEST(BinFileLoad, WithoutALengthHookEveryFileIsEmpty) {
     const TemporaryFolder folder;
     FileHost files;
@@ -577,6 +581,7 @@ TEST(BinFileLoad, WithoutAReadHookTheReadIsShort) {
     EXPECT_THAT(Messages(files.host), ElementsAre("1 [TOLV BIN] read file error ret[0x0]"));
 }
 
+// HOST-19
 TEST(BinFileLoad, ReadThatReportsAnythingButTheBytesFreesThenCloses) {
     const TemporaryFolder folder;
     const std::string content = Content(300);
@@ -606,6 +611,7 @@ TEST(BinFileLoad, FileThatShrinksBeforeItIsReadIsAShortRead) {
     EXPECT_THAT(Messages(files.host), ElementsAre("1 [TOLV BIN] read file error ret[0x3]"));
 }
 
+// HOST-20
 TEST(BinFileLoad, FileThatGrowsBeforeItIsReadIsLoadedAsLongAsItWas) {
     const TemporaryFolder folder;
     FileHost files;
@@ -689,6 +695,7 @@ TEST(BinFileData, FailedLoadIsPassedOn) {
                 ElementsAre("6 [TOLV BIN] access file-" + folder.Path() + "/sub/data.bin "));
 }
 
+// MODULE-24
 TEST(BinFileData, PathIsCutAt255Characters) {
     const TemporaryFolder folder;
     FileHost files;

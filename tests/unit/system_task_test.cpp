@@ -68,6 +68,7 @@ TEST_F(SystemTask, ReadEventForwardsModeZero) {
     EXPECT_EQ(Address(0x1234), g_pointers[0]);
 }
 
+// MODULE-17
 TEST_F(SystemTask, ReadEventRefusesOtherModesBeforeTheSlotIsRead) {
     uint32_t events = 0x55555555;
     for (const uint32_t mode : {1U, 2U, 0x100U, 0x80000000U, 0xFFFFFFFFU}) {
@@ -103,6 +104,7 @@ TEST_F(SystemTask, CreateTaskForwardsFlagsZeroAndOne) {
     }
 }
 
+// MODULE-17
 TEST_F(SystemTask, CreateTaskRefusesOtherFlagsBeforeTheSlotIsRead) {
     for (const uint32_t flag : {2U, 3U, 0x101U, 0x80000000U, 0x80000001U, 0xFFFFFFFFU}) {
         g_dxrHooks.task.createTask = CreateTask;

@@ -154,6 +154,7 @@ TEST_F(SystemTime, InterruptedSleepOfNothingIsRepeated) {
     ExpectSleeps({{0, 0, true}, {0, 0, true}});
 }
 
+// MODULE-19
 TEST_F(SystemTime, SleepMsWrapsAt32BitsOfMicroseconds) {
     const struct {
         uint32_t ms;

@@ -171,6 +171,7 @@ TEST_F(Crc8, ACalculationOverNoBytesBuildsTheTableToo) {
     EXPECT_EQ(g_dxrCrc8Table[1], 0x31);
 }
 
+// MODULE-26
 TEST_F(Crc8, OnceTheFlagIsSetTheTableDecidesAsItStands) {
     ASSERT_EQ(Crc({0x01}), 0x31U);
     g_dxrCrc8Table[1] = 0x02;

@@ -183,6 +183,7 @@ TEST(CreateLinkBitMap, ARecordWithoutWordsIsReleased) {
     EXPECT_EQ(host.LiveBlocks(), 0U);
 }
 
+// HOST-10
 TEST(CreateLinkBitMap, EveryFailingAllocationLeavesNothingBehind) {
     TestHost host;
     host.WithMemory();
@@ -215,6 +216,7 @@ TEST(CreateLinkBitMap, AMapOfNoWordsIsNeverMade) {
     EXPECT_EQ(host.LiveBlocks(), 0U);
 }
 
+// MODULE-7
 TEST(CreateLinkBitMap, TheByteSizeOfTheWordsWraps) {
     TestHost host;
     host.WithMemory();
@@ -237,6 +239,7 @@ TEST(CreateLinkBitMap, TheByteSizeOfTheWordsWraps) {
     EXPECT_EQ(host.LiveBlocks(), 0U);
 }
 
+// MODULE-6
 TEST(DestroyLinkBitMap, WordsGoBeforeTheRecord) {
     TestHost host;
     host.WithMemory();
@@ -409,6 +412,7 @@ TEST(FillLinkBitMapToBuf, ChipByChipTheHighestWordFirst) {
     DXR_DestroyLinkBitMap(map);
 }
 
+// MODULE-1
 TEST(FillLinkBitMapToBuf, EveryRoomCutsTheTextAndTerminatesIt) {
     HandMade map(5, 3, {1, 0xFFFFFFFF, 3, 4, 5, 0, 7, 8, 0x9000000F, 0, 0, 0, 0xABCDEF01, 2, 3});
     const std::string whole =
@@ -475,6 +479,7 @@ TEST(PrintLinkToBitMap, TheCallersTextIsFormatted) {
     EXPECT_EQ(host.printed[0].text, "load 42% TotalValidLink[2] BitMapOrder <-" + kExampleChips);
 }
 
+// MODULE-3
 TEST(PrintLinkToBitMap, PercentSignsOfTheCallersTextAreNotFormattedAgain) {
     TestHost host;
     host.WithPrint();

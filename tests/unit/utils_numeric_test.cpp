@@ -88,6 +88,7 @@ TEST(Comparators, GreatestDifferencesThatFit) {
     EXPECT_EQ(Descend(kIntMax, kIntMax), 0);
 }
 
+// MODULE-25
 TEST(Comparators, ADifferenceThatDoesNotFitAborts) {
     EXPECT_EXIT(static_cast<void>(Ascend(kIntMin, 1)), kAborted, "");
     EXPECT_EXIT(static_cast<void>(Ascend(1, kIntMin)), kAborted, "");
@@ -344,6 +345,7 @@ TEST(Avg, SumsToTheLimits) {
     EXPECT_EQ(Avg({-1, kIntMin + 1}), kIntMin / 2);
 }
 
+// MODULE-25
 TEST(Avg, ASumThatDoesNotFitAborts) {
     EXPECT_EXIT(static_cast<void>(Avg({kIntMax, 1})), kAborted, "");
     EXPECT_EXIT(static_cast<void>(Avg({kIntMin, -1})), kAborted, "");
