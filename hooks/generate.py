@@ -54,6 +54,7 @@ class Slot:
     own: bool  # declared and defined by hand
     points: dict  # pointer: direction and size; for every host
     devhost: dict  # the same, for the development host alone
+    means: tuple  # the development host's names of the parameters, where some are argN
 
     @property
     def prototype(self):
@@ -131,6 +132,7 @@ def read_slot(entry):
         own="own" in entry,
         points=entry.get("points", {}),
         devhost=entry.get("devhost", {}),
+        means=tuple(entry.get("means", ())),
     )
 
 
@@ -177,6 +179,8 @@ def check(groups):
         for slot in group.slots:
             has_result = slot.result not in ("", "void")
             assert has_result == (slot.fallback != "none"), slot.member
+            assert not slot.means or len(slot.means) == len(slot.arguments), slot.member
+            assert all(isinstance(word, str) for word in slot.means), slot.member
 
 
 def comment(text, first_line="/* "):
@@ -218,9 +222,11 @@ HOOKS_HEADER_INTRO = """\
  * Ownership: the library copies the table and never frees, checks or calls anything in it by
  * itself. What pointers in arguments and results point at belongs to whom the host says.
  *
- * Parameters named argN are the host's to define and pass through unread. A pointer is void *
- * where the library does not know more; a 64-bit handle fits as well. Groups, slots and their
- * order are the binary interface with the host: nothing moves. */"""
+ * Parameters named argN are the host's to define and pass through unread; what the development
+ * host makes of them stands at each function, pointers with their direction: in what the host
+ * reads, out what it writes. A pointer is void * where the library does not know more; a 64-bit
+ * handle fits as well. Groups, slots and their order are the binary interface with the host:
+ * nothing moves. */"""
 
 HOOKS_HEADER_FUNCTIONS = """\
 /* The library's table. All slots are empty until the host registers its own. */
@@ -301,8 +307,52 @@ def introduction(group):
         f"result is the hook's; slots count within the {group.name} group."
     )
     if any(re.match(r"arg\d+$", name) for slot in group.dispatched for name in slot.arguments):
-        rule += " Parameters named argN are the host's to define and pass through unread."
+        rule += (
+            " Parameters named argN are the host's to define and pass through unread; what the "
+            "development host makes of them is an example."
+        )
     return "\n *\n".join([wrapped(group.about, "/* "), comment(rule, first_line=" * ")])
+
+
+DIRECTION = re.compile(r"(in|out|inout) (\w+)$")
+
+
+def extent_in_words(size, names):
+    """The SIZE of a pointer, in the words of the development host."""
+    words = [names.get(word, word) for word in re.split(r"(\W+)", size)]
+    text = "".join(words)
+    if size == "text" or size == "record":
+        return f"a {size}"
+    if size.startswith("text "):
+        return f"a text within {text.split()[1]} bytes"
+    if size in names:
+        return f"length: {text}"
+    if "+" in size:
+        return f"as many bytes as {text.split('+')[0]} says"
+    if "*" in size and not size.endswith("*"):
+        return f"{text.removeprefix('result ').replace('*', ' * ')} bytes"
+    return size
+
+
+def meaning(slot):
+    """One sentence; empty where no parameter is named argN."""
+    if not re.search(r"\barg\d+\b", slot.params):
+        return ""
+    if not slot.means:
+        return "The development host leaves it empty."
+    plain = [DIRECTION.sub(r"\2", word) for word in slot.means]
+    names = dict(zip(slot.arguments, plain))
+    rules = {**slot.points, **slot.devhost}
+    words = []
+    for argument, word, name in zip(slot.arguments, slot.means, plain):
+        direction = DIRECTION.match(word)
+        if argument in rules:
+            way, size = rules[argument].split(" ", 1)
+            name += f" ({way}, {extent_in_words(size, names)})"
+        elif direction:
+            name += f" ({direction[1]})"
+        words.append(name)
+    return f"In the development host: {', '.join(words)}."
 
 
 def declarations(group):
@@ -312,7 +362,8 @@ def declarations(group):
             without = "does nothing without a hook"
         else:
             without = f"{'null' if slot.fallback == 'NULL' else slot.fallback} without a hook"
-        parts.append(comment(f"{slot.doc} Slot {slot.index}; {without}."))
+        text = f"{slot.doc} Slot {slot.index}; {without}. {meaning(slot)}".rstrip()
+        parts.append(comment(text))
         parts.append(f"DXR_API {slot.prototype};\n")
     return "\n".join(parts)
 
@@ -402,6 +453,7 @@ def slots_page(groups):
         ]
         for slot in group.slots:
             prototype, doc = f"`{slot.prototype}`", slot.doc
+            doc = f"{doc} {meaning(slot)}".rstrip()
             fallback = "no result" if slot.fallback == "none" else f"`{slot.fallback}`"
             if not slot.function:
                 fallback, doc = "-", "-"

@@ -9,6 +9,10 @@
  * its own. Cost: a dispatcher is a getter call, a load, a test and a jump; it never allocates. What
  * costs more says so at its declaration.
  *
+ * Some names mean something else than they seem to (DXR_ReverseBmp, DXR_InverseBitMap, DXR_FlipBit,
+ * DXR_IsBitHit, DXR_SaveLinkToBitMapByAbsLinkId, DXR_DiagLogFilter, DXR_SllIteratorMoveToHead):
+ * docs/names.md lists them.
+ *
  * Duties. docs/duties.md has them all, numbered, with the test of each; those that come first:
  *   HOST-1  Register the table before services are called, and never while one is running.
  *           Before: fallbacks are answered. During: some calls see the old slot, some the new. Not

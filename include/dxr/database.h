@@ -13,8 +13,8 @@
 DXR_EXTERN_C_BEGIN
 
 /* As the other look-ups of a port (slot 11), but with a rule of its own: whether a hook is there is
- * judged by slot 10, DXR_GetNgTmPortInfoFromDb. The host fills both slots or neither; 0 without a
- * hook in slot 10. */
+ * judged by slot 10, DXR_GetNgTmPortInfoFromDb. The host fills both slots or neither (HOST-5); 0
+ * without a hook in slot 10. In the development host: nodeGroup, tm, tmPort, info (out). */
 DXR_API uint32_t DXR_GetNgTmPortInfoByTmPortFromDb(uint32_t arg1, uint32_t arg2, uint32_t arg3,
                                                    void *info);
 
@@ -33,7 +33,8 @@ DXR_API uint32_t DXR_GetNgTmPortInfoByTmPortFromDb(uint32_t arg1, uint32_t arg2,
 DXR_API void *DXR_SelectDbRecord(void *query, uint32_t *count);
 
 /* The fourth 32-bit field of the node group's traffic-manager configuration,
- * DXR_GetNgTmCfgFromDb(arg1, arg2, 0, ...); 0 when that fails. */
+ * DXR_GetNgTmCfgFromDb(arg1, arg2, 0, ...); 0 when that fails. In the development host: nodeGroup,
+ * tm. */
 DXR_API uint32_t DXR_GetFeNodeGrpId(uint32_t arg1, uint32_t arg2);
 
 DXR_EXTERN_C_END

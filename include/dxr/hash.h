@@ -4,7 +4,7 @@
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Hash group. Parameters named argN are the host's to
- * define and pass through unread. */
+ * define and pass through unread; what the development host makes of them is an example. */
 #ifndef DXR_HASH_H
 #define DXR_HASH_H
 
@@ -15,7 +15,7 @@ DXR_EXTERN_C_BEGIN
 /* Gets the number of entries of a table. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_HashCount(void *table);
 
-/* Creates a table. Slot 1; null without a hook. */
+/* Creates a table. Slot 1; null without a hook. In the development host: options (in, a record). */
 DXR_API void *DXR_HashCreate(void *arg1);
 
 /* Finds the entry of a key. Slot 2; null without a hook. */
@@ -36,13 +36,15 @@ DXR_API void *DXR_HashGetNext(void *table, void *entry);
 /* Gets the greatest number of items of a table. Slot 7; 0 without a hook. */
 DXR_API uint32_t DXR_HashGetMaxItem(void *table);
 
-/* Inserts an entry. Slot 8; 0 without a hook. */
+/* Inserts an entry. Slot 8; 0 without a hook. In the development host: table, key (in), data (in,
+ * length: bytes), bytes, mode. */
 DXR_API uint32_t DXR_HashInsert(void *table, void *arg2, void *arg3, uint32_t arg4, uint32_t arg5);
 
-/* Removes an entry. Slot 9; 0 without a hook. */
+/* Removes an entry. Slot 9; 0 without a hook. In the development host: table, key (in). */
 DXR_API uint32_t DXR_HashRemove(void *table, void *arg2);
 
-/* Gets what an entry holds. Slot 10; null without a hook. */
+/* Gets what an entry holds. Slot 10; null without a hook. In the development host: entry, what,
+ * offset. */
 DXR_API void *DXR_HashGetFromEntry(void *entry, uint32_t arg2, uint32_t arg3);
 
 DXR_EXTERN_C_END

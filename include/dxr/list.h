@@ -1,5 +1,5 @@
 /* The host's singly-linked lists, and an iterator that walks one by position. List and nodes are
- * opaque to the library; the prefix DXR_Ssl of some names is the interface's own.
+ * opaque to the library; the prefix DXR_Ssl... of some names is the interface's own.
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the List group. Parameters named argN are the host's to

@@ -4,7 +4,7 @@
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Msg group. Parameters named argN are the host's to
- * define and pass through unread. */
+ * define and pass through unread; what the development host makes of them is an example. */
 #ifndef DXR_MESSAGE_H
 #define DXR_MESSAGE_H
 
@@ -36,10 +36,12 @@ DXR_API uint32_t DXR_SendMsgToLpu(void *msg);
 /* Sends a message to a switch fabric unit. Slot 7; 0 without a hook. */
 DXR_API uint32_t DXR_SendMsgToSfu(void *msg);
 
-/* Sends a message to a network processor. Slot 8; does nothing without a hook. */
+/* Sends a message to a network processor. Slot 8; does nothing without a hook. In the development
+ * host: kind. */
 DXR_API void DXR_SendMsgToNp(uint32_t arg1);
 
-/* Sends an EOP event. Slot 9; 1 without a hook. */
+/* Sends an EOP event. Slot 9; 1 without a hook. In the development host: event, data (in, a
+ * record). */
 DXR_API uint32_t DXR_SendEopEvent(uint32_t arg1, void *arg2);
 
 /* Sets the file descriptor of the mesh. Slot 10; does nothing without a hook. */

@@ -8,6 +8,17 @@
  * with the rest. A leaf takes nothing and ignores what lies deeper. Host configurations rely on
  * both.
  *
+ * Paths are given in two ways, which differ in where they begin:
+ *
+ *                          DXR_IsMessageFiltered,          IsFiltered, SetLostCnt, Find
+ *                          DXR_SetMessageFilterCount       of a node
+ *     given as             a number and uint32_t arguments a std::list<uint32_t>
+ *     begins               below the root: its children    with the node's own type, 0 for the root
+ *     the root itself      number 0                        {0}
+ *     child 5's child 7    2, 5, 7                         {0, 5, 7} of the root, {5, 7} of child 5
+ *     an empty one         is the root                     finds nothing
+ *     afterwards           as it was                       consumed, as far as composites matched
+ *
  * Memory: the classes use the ordinary allocator, a composite owns its children. std::bad_alloc is
  * the one exception of the library's own that can leave these functions: a query, a setting or a
  * listing has changed nothing then; what is left of a building stands at each function.

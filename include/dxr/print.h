@@ -2,6 +2,16 @@
  * function here, and are dropped while it is empty. The DXR_LOGFILTER_ functions belong to the
  * host's log filter and share nothing with the library's own (dxr/print_log_filter.h).
  *
+ * Levels of those messages:
+ *   1  what failed: initialising and growing the log filter, hashing, formatting a record or a
+ *      path, the host's work path, opening a folder, a name that does not fit, a short read
+ *   2  a binary file that cannot be opened
+ *   6  everything else: what succeeded and what was asked for (log filter made and ended, a message
+ *      dropped by the table of simulated messages, DXR_PrintLargeBuffer, DXR_PrintLinkToBitMap),
+ *      but also some failures: a binary file that is missing or has no allowed length, the copy of
+ *      a ring
+ * docs/guide-operator.md has them all, word by word.
+ *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Print group. Parameters named argN are the host's to
  * define and pass through unread. */

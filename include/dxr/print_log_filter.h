@@ -4,6 +4,9 @@
  * (print_log_filter_store.h) has seen it: by its text (DXR_SameLogFilter) or by the numbers of its
  * site (DXR_DiffLogFilter). While the store is absent or off every line is handed on.
  *
+ * Texts and keys of one log type share its ring, and the filter is safe for threads only with the
+ * host's mutex hooks: print_log_filter_store.h says what holds without them, or without time hooks.
+ *
  * Threads: all but DXR_CombineShowLog, whose caller holds the mutex of the log type, may be called
  * from any thread; they use only that mutex. Lines are formatted on the caller's stack, outside the
  * lock, and cut after 1023 characters.
@@ -46,7 +49,9 @@ DXR_API uint32_t DXR_ShowLogFilterInfo(const DxrLogFilterCfg *cfg, char *buffer,
                                        uint32_t *writtenLength, uint32_t bufferSize);
 
 /* Renders a table of a ring: header lines, then cfg->key2 rows from ring position cfg->key1 on,
- * current (CUR) and aged-out (HIS) entries alike. The text is cut to the buffer and terminated;
+ * current (CUR) and aged-out (HIS) entries alike. Position and number are not bounded by the ring:
+ * both go round, so that rows beyond its capacity repeat those before, until the buffer is full
+ * (MODULE-16). A ring without storage has no rows. The text is cut to the buffer and terminated;
  * *writtenLength is its length (0 for a bufferSize of 0). The caller holds the mutex of the type.
  * A null argument writes nothing. */
 DXR_API void DXR_CombineShowLog(const DxrLogFilterCfg *cfg, const DxrLogFilterInfo *record,

@@ -5,6 +5,14 @@
  * print_log_filter.h). The first occurrence of a line is remembered; later ones within an hour of
  * the first are counted as repeats.
  *
+ * What a host has to give. Without the mutex hooks (Task slots 4 to 7) the filter locks nothing and
+ * is not thread-safe: it is one thread's then (HOST-13). Without the time hooks (Time slots 5 and
+ * 8) nothing ages and no interval ends: a line is suppressed until newer ones push it out
+ * (HOST-15). Without the memory hooks there is no store, and every line is let through.
+ *
+ * Texts and keys of one type share its ring: a text of the digits of a key is that key, and many of
+ * one kind push the others out (MODULE-14).
+ *
  * Threads: DXR_IsRepeatedLog takes the mutex of the log type and may be called from any thread. The
  * record operations (DXR_ResizeLogFilterInfo to DXR_UpdateLogFilterTime) take no lock: their caller
  * holds the type's mutex, and their record pointer must not be null. So does who follows a pointer
@@ -12,7 +20,7 @@
  * Initialising and destroying lock no more than each type in turn: no other thread may use the
  * filter meanwhile, nor while a host writes the list of hash functions or the other globals. The
  * switch has no lock, but may be read and turned by its functions at any time: a decision goes by
- * the old or the new value. Mutex hooks that lock nothing make the filter one thread's.
+ * the old or the new value.
  *
  * Hooks: the memory, print (for failures of the ring) and time hooks are called while the mutex of
  * a type is held, the hash function and the print hook for its failures before it is taken. Any of
@@ -85,7 +93,8 @@ DXR_STATIC_ASSERT(offsetof(DxrLogFilterInfo, entries) == 12, "DxrLogFilterInfo l
 
 /* One log site, described by its caller. The keys, with the type, make the key of
  * DXR_DiffLogFilter; key1 is also copied into new entries. DXR_ShowLogFilterInfo takes key1 for the
- * first ring position and key2 for the number of rows to show. */
+ * first ring position and key2 for the number of rows to show: another meaning, so that a record is
+ * needed for each use. */
 typedef struct DxrLogFilterCfg {
     uint32_t logType; /* 0 to 28: selects the ring and its mutex */
     uint32_t key1;

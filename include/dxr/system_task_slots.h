@@ -9,10 +9,10 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Writes events. Slot 1; 0 without a hook. */
+/* Writes events. Slot 1; 0 without a hook. In the development host: task, events. */
 DXR_API uint32_t DXR_WriteEvent(uint32_t arg1, uint32_t arg2);
 
-/* Delays the calling task. Slot 3; 0 without a hook. */
+/* Delays the calling task. Slot 3; 0 without a hook. In the development host: ms. */
 DXR_API uint32_t DXR_DelayTask(uint32_t arg1);
 
 /* Creates a mutex and stores its handle; the library gives a null option. Slot 4; 0 without a

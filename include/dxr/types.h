@@ -35,7 +35,8 @@ typedef struct DxrTblmRequest {
 typedef void (*DxrReservedHook)(void);
 
 /* Prints one message in the manner of printf. The library uses level 1 for failures, 2 for a file
- * that cannot be opened, 6 for information and success. */
+ * that cannot be opened, 6 for information and success; dxr/print.h says which message has which.
+ */
 typedef void (*DxrPrintHook)(uint32_t level, const char *format, ...) DXR_PRINTF(2, 3);
 
 /* Appends one message to the private log of that name, in the manner of printf, creating the log

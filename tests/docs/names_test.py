@@ -1,0 +1,50 @@
+#!/usr/bin/env python3
+"""Every name of the interface that a document or a public header mentions is declared there.
+
+    names_test.py ROOT
+
+Looks at the Markdown files and at the comments of include/. "DXR_HOST_MAP_..." and "DXR_LOGFILTER_"
+stand for the names that begin so.
+"""
+
+import pathlib
+import re
+import sys
+
+NAME = re.compile(r"(?<![\w/.-])(?:g_dxr|DXR_|Dxr)\w*(?:\.\.\.)?")
+# Options of the build, variables of the tests; examples that only show a form.
+OTHERS = re.compile(r"DXR_(BUILD|TEST|HAS|FAST|WERROR|SANITIZE|COVERAGE|FUZZ|HARDENING|PLAIN)\w*$")
+FORMS = {"DXR_Verb", "DxrHostSomething"}
+
+
+def comments(text):
+    return "\n".join(re.findall(r"/\*.*?\*/", text, flags=re.DOTALL))
+
+
+def code(text):
+    return re.sub(r"/\*.*?\*/", " ", text, flags=re.DOTALL)
+
+
+def main(root):
+    headers = {path: path.read_text(encoding="utf-8") for path in root.glob("include/**/*.h")}
+    declared = set(re.findall(r"\w+", code("\n".join(headers.values()))))
+    texts = {path: path.read_text(encoding="utf-8")
+             for pattern in ("*.md", "docs/*.md", "tests/*.md") for path in root.glob(pattern)}
+    texts.update({path: comments(text) for path, text in headers.items()})
+    mentioned = 0
+    wrong = []
+    for path, text in sorted(texts.items()):
+        for word in sorted(set(NAME.findall(text))):
+            mentioned += 1
+            stem = word.removesuffix("...")
+            is_beginning = stem != word or stem.endswith("_") or stem in ("Dxr", "g_dxr")
+            known = (any(other.startswith(stem) for other in declared) if is_beginning
+                     else stem in declared)
+            if not known and not OTHERS.match(stem) and stem not in FORMS:
+                wrong.append(f"{path.relative_to(root)}: {word} is declared nowhere")
+    print(*wrong, f"{mentioned} mentioned", sep="\n")
+    return 1 if wrong or not mentioned else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(pathlib.Path(sys.argv[1])))
