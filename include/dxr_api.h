@@ -77,5 +77,6 @@
 #include "dxr/utils_crc8.h"
 #include "dxr/utils_link_bitmap.h"
 #include "dxr/utils_numeric.h"
+#include "dxr/version.h"
 
 #endif /* DXR_API_H */

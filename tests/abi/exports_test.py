@@ -3,6 +3,7 @@
 
     exports_test.py map      the dynamic symbols are those of the version script
     exports_test.py header   the dynamic symbols are those that the public header declares
+    exports_test.py upgrade  the C names of an older header, in one file, are dynamic symbols still
     exports_test.py linkage  name, dependencies, no code at load, state that is zero at load
 
 Prints one line for each difference and exits with 1 if there is one.
@@ -249,6 +250,18 @@ def check_header(options):
     return problems
 
 
+def check_upgrade(options):
+    with open(f"{options.include}/dxr_api.h", encoding="utf-8") as stream:
+        text = stream.read()
+    functions = re.findall(r"^DXR_API [^;(]*?\b(\w+)\(", text, flags=re.MULTILINE)
+    objects = re.findall(r"^extern DXR_API [^;]*?\b(\w+)(?:\[\w+\])?;", text, flags=re.MULTILINE)
+    names = {*functions, *objects}
+    if len(objects) < 8 or len(functions) < 300:
+        return [f"the older header has {len(functions)} functions and {len(objects)} objects"]
+    return [f"was exported and is not any more: {name}"
+            for name in sorted(names - set(exported_symbols(options)))]
+
+
 # --------------------------------------------------------------------------------------------------
 # The file that the loader sees
 
@@ -319,7 +332,8 @@ def check_linkage(options):
 
 
 def main():
-    checks = {"map": check_map, "header": check_header, "linkage": check_linkage}
+    checks = {"map": check_map, "header": check_header, "upgrade": check_upgrade,
+              "linkage": check_linkage}
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("check", choices=checks)

@@ -14,7 +14,7 @@ import sys
 NAME = re.compile(r"(?<![\w/.-])(?:g_dxr|DXR_|Dxr)\w*(?:\.\.\.)?")
 # Options of the build, variables of the tests; examples that only show a form.
 OTHERS = re.compile(r"DXR_(BUILD|TEST|HAS|FAST|WERROR|SANITIZE|COVERAGE|FUZZ|HARDENING|PLAIN)\w*$")
-FORMS = {"DXR_Verb", "DxrHostSomething"}
+FORMS = {"DXR_Verb", "DxrHostSomething", "DXR_API_1"}
 
 
 def comments(text):
