@@ -20,8 +20,9 @@ from ._interface import (CONSTANTS, FUNCTIONS, Function, Hooks, callback, ffi, s
 from ._slots import SLOTS
 from .host import Explored, Host, LeftBehind, Report, explore
 
-__all__ = ["CONSTANTS", "Explored", "FUNCTIONS", "Function", "Hooks", "Host", "LeftBehind", "Report",
-           "SLOTS", "callback", "explore", "ffi", "stray_errors", "text", "trace", "variable"]
+__all__ = ["CONSTANTS", "Explored", "FUNCTIONS", "Function", "Hooks", "Host", "LeftBehind",
+           "Report", "SLOTS", "callback", "explore", "ffi", "stray_errors", "text", "trace",
+           "variable"]
 
 
 def __getattr__(name):
