@@ -201,12 +201,10 @@ def slot_list():
     return "\n".join([*out, ")", ""])
 
 
-def version():
-    return re.search(r"project\(dxr_api VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
-
-
 def files():
     tree, values = declarations(), constants()
+    version = ".".join(str(values[f"DXR_API_VERSION_{part}"])
+                       for part in ("MAJOR", "MINOR", "PATCH"))
     text = c_generator.CGenerator().visit(tree)
     # cffi forgets const: a text that is only read is one of signed characters there.
     text = re.sub(r"\bconst char \*", "const signed char *", text)
@@ -216,7 +214,7 @@ def files():
         "declarations.txt": f"/* {MADE} */\n\n{text}",
         "_constants.py": "\n".join(
             [f"# {MADE}", '"""The constants of the C headers, and the release."""', "",
-             f'VERSION = "{version()}"', "",
+             f'VERSION = "{version}"', "",
              *(f"{name} = {value!r}" for name, value in values.items()), ""]),
         "_slots.py": slot_list(),
         "_interface.pyi": interface(tree, values),
