@@ -1,24 +1,14 @@
-// The digits of numbers as texts, eight at a time. Whole words are stored: up to eight bytes after
-// the last digit may be written.
+// The digits of numbers as texts, eight at a time, with room after them as characters.h says.
 #ifndef DXR_INTERNAL_DIGITS_H
 #define DXR_INTERNAL_DIGITS_H
 
-#include <bit>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "internal/characters.h"
 
 namespace dxr {
-
-// A byte in each of eight.
-constexpr uint64_t Eight(uint8_t byte) {
-    return uint64_t{byte} * 0x0101010101010101;
-}
-
-// The byte that the lowest bit is in, 0 the lowest.
-inline size_t ByteOfLowest(uint64_t bits) {
-    return static_cast<unsigned>(std::countr_zero(bits)) / 8;
-}
 
 // The characters of a number, in words of eight, the first in the lowest byte.
 struct Digits {
@@ -28,7 +18,10 @@ struct Digits {
     size_t all = 8;       // the zeros included
     size_t count = 1;     // without them, but one for the number 0
 
-    [[nodiscard]] bool IsZero() const { return top == Eight('0'); }
+    // With more zeros before them. Of the number 0 only those that are asked for.
+    [[nodiscard]] size_t Count(size_t least) const {
+        return least == 0 && top == Eight('0') ? 0 : std::max(least, count);
+    }
 };
 
 namespace digits {
@@ -98,27 +91,11 @@ template <uint64_t kLimit, uint64_t (*kEight)(uint64_t), typename... Letter>
 [[gnu::always_inline]] inline Digits HexadecimalDigits(uint64_t number, char letter) {
     return digits::Split<digits::kNineHexadecimal, digits::EightBinary<4>>(number, letter);
 }
-// A character in the place of a digit.
-[[gnu::always_inline]] inline Digits OneDigit(uint64_t character) {
-    return {.top = character << 56};
-}
 
-// Eight characters, the first in the lowest byte.
-inline uint64_t FirstLowest(uint64_t characters) {
-    return std::endian::native == std::endian::big ? __builtin_bswap64(characters) : characters;
-}
-inline uint64_t LoadCharacters(const char *from) {
-    uint64_t characters;
-    std::memcpy(&characters, from, sizeof(characters));
-    return FirstLowest(characters);
-}
-inline void StoreCharacters(char *out, uint64_t characters) {
-    characters = FirstLowest(characters);
-    std::memcpy(out, &characters, sizeof(characters));
-}
-
-// So many of them, the last ones. Returns the end of the text.
-[[gnu::always_inline]] inline char *StoreDigits(char *out, const Digits &digits, size_t count) {
+// At least so many of them, with more zeros before. Returns the end of the text.
+[[gnu::always_inline]] inline char *StoreDigits(char *out, const Digits &digits, size_t least) {
+    out = Fill(out, '0', least, digits.all);
+    const size_t count = least > digits.all ? digits.all : digits.Count(least);
     StoreCharacters(out, digits.top >> (8 * (digits.all - count) & 63));
     out += count - (digits.all - 8);
     if (digits.all > 16) {

@@ -2,210 +2,211 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "internal/digits.h"
-#include "internal/plain_field.h"
 
 namespace dxr {
 namespace {
 
-// What a piece of this length lacks: in blocks, for any byte of the room may be written.
-[[gnu::always_inline]] inline char *Fill(char *out, char character, size_t width, size_t length) {
-    for (; width > length; out += std::min<size_t>(width - length, 16), length += 16) {
-        std::memset(out, character, 16);
-    }
-    return out;
+constexpr uint64_t Bit(char flag) {
+    return 1ULL << flag;
+}
+constexpr uint64_t kFlags = Bit(' ') | Bit('#') | Bit('+') | Bit('-') | Bit('0');
+
+// What stands between a % and its conversion.
+struct Field {
+    uint64_t flags = 0;
+    size_t before = 0;            // the width that blanks before the text fill,
+    size_t after = 0;             // that blanks after it fill,
+    size_t zeros = 1;             // and that zeros fill
+    size_t precision = SIZE_MAX;  // none
+    size_t size = sizeof(int);    // of an integer
+
+    [[nodiscard]] bool Has(char flag) const { return (flags & Bit(flag)) != 0; }
+    [[nodiscard]] bool HasPrecision() const { return precision <= kWidestPlainField; }
+    // All that texts may have; characters and pointers without a precision.
+    [[nodiscard]] bool IsSimple() const { return (flags & ~Bit('-')) == 0 && size == sizeof(int); }
+};
+
+bool Skip(const char *&at, char character) {
+    const bool isThere = *at == character;
+    at += isThere ? 1 : 0;
+    return isThere;
 }
 
-// Blanks on one side of a piece of this length.
-enum class Side : uint8_t { kBefore, kAfter };
-[[gnu::always_inline]] inline char *Pad(char *out, const PlainField &field, size_t length,
-                                        Side side) {
-    return Fill(out, ' ', field.Has('-') == (side == Side::kAfter) ? field.width : 0, length);
+// A number, or the argument for a star; what is too wide as the least that is.
+int ReadNumber(const char *&at, Arguments &args) {
+    constexpr int kTooWide = kWidestPlainField + 1;
+    if (Skip(at, '*')) {
+        return std::clamp(va_arg(args.list, int), -kTooWide, kTooWide);
+    }
+    int number = 0;
+    for (; *at >= '0' && *at <= '9'; ++at) {
+        number = std::min(number * 10 + (*at - '0'), kTooWide);
+    }
+    return number;
 }
 
-[[gnu::always_inline]] inline char *PutNumber(char *out, const PlainField &field,
-                                              const Digits &digits, uint64_t prefix = 0,
-                                              size_t prefixLength = 0) {
-    const size_t filled = std::max(field.filled, prefixLength + 1) - prefixLength;
-    const size_t least = field.HasPrecision() ? field.precision : filled;
-    const bool isNone = field.precision == 0 && digits.IsZero();
-    const size_t count = isNone ? 0 : std::max(least, digits.count);
-    out = Pad(out, field, prefixLength + count, Side::kBefore);
-    if (prefixLength > 0) {
-        StoreCharacters(out, prefix);
+// The size of an integer.
+size_t ReadModifier(const char *&at) {
+    if (Skip(at, 'h')) {
+        return Skip(at, 'h') ? sizeof(char) : sizeof(short);
     }
-    out = Fill(out + prefixLength, '0', least, digits.all);
-    out = StoreDigits(out, digits, least > digits.all ? digits.all : count);
-    return Pad(out, field, prefixLength + count, Side::kAfter);
+    if (Skip(at, 'l')) {
+        return Skip(at, 'l') ? sizeof(long long) : sizeof(long);
+    }
+    if (Skip(at, 'j')) {
+        return sizeof(intmax_t);
+    }
+    return Skip(at, 'z') || Skip(at, 't') ? sizeof(size_t) : sizeof(int);
+}
+
+// Reads all of it and its conversion, which it returns: NUL when the field is too wide.
+char ReadField(const char *&place, Arguments &args, Field &field) {
+    const char *at = place;
+    for (; *at > 0 && *at < 64 && (kFlags & Bit(*at)) != 0; ++at) {
+        field.flags |= Bit(*at);
+    }
+    const int width = ReadNumber(at, args);
+    const int precision = Skip(at, '.') ? ReadNumber(at, args) : -1;
+    field.flags |= width < 0 ? Bit('-') : 0;
+    (field.Has('-') ? field.after : field.before) = static_cast<size_t>(std::abs(width));
+    field.zeros = field.Has('0') ? field.before : 1;
+    field.precision = static_cast<size_t>(precision);
+    field.size = ReadModifier(at);
+    place = at + (*at == '\0' ? 0 : 1);
+    return std::max(std::abs(width), precision) <= kWidestPlainField ? *at : '\0';
+}
+
+// An integer of the field's size; types of one size are passed alike.
+template <typename T = uint64_t>
+T Take(const Field &field, Arguments &args) {
+    const bool isWide = field.size == sizeof(int64_t);
+    const int64_t number = isWide ? va_arg(args.list, int64_t) : va_arg(args.list, int32_t);
+    const size_t unused = 8 * (sizeof(T) - field.size);
+    return static_cast<T>(static_cast<uint64_t>(number) << unused) >> unused;
+}
+
+// The prefix is a character or two, the first in the lowest byte, or 0.
+char *PutNumber(char *out, const Field &field, const Digits &digits, uint64_t prefix = 0) {
+    const size_t prefixLength = prefix == 0 ? 0 : prefix <= UINT8_MAX ? 1 : 2;
+    const size_t zeros = std::max(field.zeros, prefixLength + 1) - prefixLength;
+    const size_t least = field.HasPrecision() ? field.precision : zeros;
+    const size_t length = prefixLength + digits.Count(least);
+    out = Fill(out, ' ', field.before, length);
+    StoreCharacters(out, prefix);
+    out = StoreDigits(out + prefixLength, digits, least);
+    return Fill(out, ' ', field.after, length);
 }
 
 // The text is read by the C library alone: one that fills its block is no matter.
-[[gnu::always_inline]] inline char *PutText(char *out, const char *end, const PlainField &field,
-                                            const char *text) {
-    if (text == nullptr) {
-        return nullptr;
-    }
-    const auto room = static_cast<size_t>(end - out);
-    size_t length = strnlen(text, std::min(field.precision, room + 1));
-    if (length > room) {
-        return nullptr;
-    }
+char *PutText(char *out, const char *beyond, const Field &field, const char *text) {
+    size_t length = strnlen(text, std::min(field.precision, static_cast<size_t>(beyond - out)));
     // A length known to be small would make it a string instruction, which costs more than a call.
     asm("" : "+r"(length));
-    out = Pad(out, field, length, Side::kBefore);
+    out = Fill(out, ' ', field.before, length);
     std::memcpy(out, text, length);
-    return Pad(out + length, field, length, Side::kAfter);
+    return Fill(out + length, ' ', field.after, length);
 }
 
-// Null for what the C library must do: also null pointers, a NUL as character, and octal numbers
-// with #.
-[[gnu::always_inline]] inline char *PutConversion(char *out, const char *end, char letter,
-                                                  const PlainField &field, Arguments &args) {
+// `beyond` for what the C library must do: also null pointers, a NUL as character, and octal
+// numbers with #.
+char *PutConversion(char *out, char *beyond, char letter, const Field &field, Arguments &args) {
     switch (letter) {
         case 'd':
         case 'i': {
             const auto number = Take<int64_t>(field, args);
             const auto magnitude = static_cast<uint64_t>(number);
-            if (number < 0) {
-                return PutNumber(out, field, DecimalDigits(0 - magnitude), '-', 1);
-            }
-            return PutNumber(out, field, DecimalDigits(magnitude), field.Has('+') ? '+' : ' ',
-                             field.Has('+') || field.Has(' ') ? 1 : 0);
+            const uint64_t sign = field.Has('+') ? '+' : field.Has(' ') ? ' ' : 0;
+            return number < 0 ? PutNumber(out, field, DecimalDigits(0 - magnitude), '-')
+                              : PutNumber(out, field, DecimalDigits(magnitude), sign);
         }
         case 'u':
-            return PutNumber(out, field, DecimalDigits(Take<uint64_t>(field, args)));
-        case 'o': {
-            const auto number = Take<uint64_t>(field, args);
-            return field.Has('#') ? nullptr : PutNumber(out, field, OctalDigits(number));
-        }
+            return PutNumber(out, field, DecimalDigits(Take(field, args)));
+        case 'o':
+            return field.Has('#') ? beyond : PutNumber(out, field, OctalDigits(Take(field, args)));
         case 'x':
         case 'X': {
-            const auto number = Take<uint64_t>(field, args);
+            const auto number = Take(field, args);
             const Digits digits = HexadecimalDigits(number, static_cast<char>(letter - 'x' + 'a'));
-            return PutNumber(out, field, digits, '0' | static_cast<uint64_t>(letter) << 8,
-                             field.Has('#') && number != 0 ? 2 : 0);
+            const uint64_t prefix = '0' | static_cast<uint64_t>(letter) << 8;
+            return PutNumber(out, field, digits, field.Has('#') && number != 0 ? prefix : 0);
         }
         case 'p': {
             const auto number = reinterpret_cast<uintptr_t>(va_arg(args.list, const void *));
             return field.IsSimple() && !field.HasPrecision() && number != 0
-                       ? PutNumber(out, field, HexadecimalDigits(number, 'a'), '0' | 'x' << 8, 2)
-                       : nullptr;
+                       ? PutNumber(out, field, HexadecimalDigits(number, 'a'), '0' | 'x' << 8)
+                       : beyond;
         }
         case 'c': {
-            const auto character = static_cast<unsigned char>(va_arg(args.list, int));
-            return field.IsSimple() && !field.HasPrecision() && character != 0
-                       ? PutNumber(out, field, OneDigit(character))
-                       : nullptr;
+            const char text[] = {static_cast<char>(va_arg(args.list, int)), '\0'};
+            const bool isKnown = field.IsSimple() && !field.HasPrecision() && *text != '\0';
+            return isKnown ? PutText(out, beyond, field, text) : beyond;
         }
-        case 's':
-            return field.IsSimple() ? PutText(out, end, field, va_arg(args.list, const char *))
-                                    : nullptr;
+        case 's': {
+            const char *const text = va_arg(args.list, const char *);
+            return field.IsSimple() && text != nullptr ? PutText(out, beyond, field, text) : beyond;
+        }
         default:
-            return nullptr;
+            return beyond;
     }
 }
 
-// How far the text and the format have come; out is null after what the C library must do.
+// How far the text and the format have come.
 struct Place {
     char *out;
     const char *at;
 };
 
-// Out of the way of the conversions below.
-[[gnu::noinline]] Place PutAny(Place place, const char *end, Arguments &args) {
-    PlainField field;
-    const char *at = place.at;
-    if (!ReadField(at, args, field)) {
-        return {nullptr, at};
-    }
-    return {PutConversion(place.out, end, *at, field, args), at + 1};
+[[gnu::noinline, gnu::flatten]] Place PutAny(Place place, char *beyond, Arguments &args) {
+    Field field;
+    const char letter = ReadField(place.at, args, field);
+    return {PutConversion(place.out, beyond, letter, field, args), place.at};
 }
 
-// Most conversions are one of four letters alone, or after a zero and a digit: for them the
+// Most conversions are one of five letters, alone or after a zero and a digit: for each of them the
 // compiler leaves out all else that a field may have.
-[[gnu::always_inline]] inline Place PutNext(Place place, const char *end, Arguments &args) {
-    const char *const at = place.at;
-    const bool isFilled = *at == '0' && at[1] >= '2' && at[1] <= '8';
-    const char *const letter = isFilled ? at + 2 : at;
-    PlainField field;
-    field.filled = isFilled ? static_cast<size_t>(at[1] - '0') : 1;
-    const auto put = [&](char known) __attribute__((always_inline)) {
-        return Place{PutConversion(place.out, end, known, field, args), letter + 1};
-    };
-    switch (*letter) {
-        case 'd':
-            return put('d');
-        case 's':
-            return put('s');
-        case 'u':
-            return put('u');
-        case 'x':
-            return put('x');
-        default:
-            return PutAny(place, end, args);
+Place PutNext(Place place, char *beyond, Arguments &args) {
+    const char *at = place.at;
+    Field field;
+    if (*at == '0' && at[1] >= '2' && at[1] <= '8') {
+        field.flags = Bit('0');
+        field.zeros = static_cast<size_t>(at[1] - '0');
+        at += 2;
     }
-}
-
-// Eight characters of the format, or those that are left, and NULs.
-[[gnu::always_inline]] inline uint64_t NextEight(const char *format, const char *at, size_t left) {
-    if (left >= 8) {
-        return LoadCharacters(at);
-    }
-    if (at + left - format >= 8) {
-        return LoadCharacters(at + left - 8) >> (64 - 8 * left);
-    }
-    uint64_t text = 0;
-    while (left > 0) {
-        text = text << 8 | static_cast<unsigned char>(at[--left]);
-    }
-    return text;
-}
-
-// Literal text up to the next % or the terminator.
-[[gnu::always_inline]] inline Place PutLiteral(Place place, const char *format,
-                                               const char *terminator) {
-    auto [out, at] = place;
-    for (; at != terminator; at += 8, out += 8) {
-        const auto left = static_cast<size_t>(terminator - at);
-        const uint64_t text = NextEight(format, at, left);
-        StoreCharacters(out, text);
-        const uint64_t others = text ^ Eight('%');
-        const uint64_t percents = (others - Eight(1)) & ~others & Eight(0x80);
-        if (percents != 0) {
-            return {out + ByteOfLowest(percents), at + ByteOfLowest(percents)};
-        }
-        if (left <= 8) {
-            return {out + left, terminator};
+    for (const char letter : {'d', 'u', 'x', 's', 'X'}) {
+        if (*at == letter) {
+            return {PutConversion(place.out, beyond, letter, field, args), at + 1};
         }
     }
-    return {out, at};
+    return PutAny(place, beyond, args);
 }
 
 }  // namespace
 
-int GatherPlain(PlainRoom &room, const char *format, Arguments &args) noexcept {
-    const char *const end = room + kLongestPlainText;
+[[gnu::flatten]] int GatherPlain(PlainRoom &room, const char *format, Arguments &args) noexcept {
+    char *const beyond = room + kLongestPlainText + 1;
     const char *const terminator = format + std::strlen(format);
     if (terminator > format + kLongestPlainFormat) {
         return kNotPlain;
     }
-    for (Place place = {room, format}; place.out != nullptr;) {
-        place = PutLiteral(place, format, terminator);
-        if (place.out > end) {
+    for (Place place = {room, format};;) {
+        const char *const percent = CopyUpTo('%', place.out, format, place.at, terminator);
+        place = {place.out + (percent - place.at), percent};
+        if (place.out >= beyond) {
             return kNotPlain;
         }
         if (place.at == terminator) {
             return static_cast<int>(place.out - room);
         }
-        if (*++place.at == '%') {
-            *place.out++ = *place.at++;
+        if (Skip(++place.at, '%')) {
+            *place.out++ = '%';
         } else {
-            place = PutNext(place, end, args);
+            place = PutNext(place, beyond, args);
         }
     }
-    return kNotPlain;
 }
 
 }  // namespace dxr

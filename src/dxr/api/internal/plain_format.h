@@ -16,8 +16,7 @@ constexpr int kWidestPlainField = 128;
 
 // Where a text gathers, and any byte may be written: pieces need no regard to their length. What
 // goes beyond the longest text is at most the format, a field and a surplus.
-constexpr size_t kPlainSurplus = 64;
-using PlainRoom = char[kLongestPlainText + kLongestPlainFormat + kWidestPlainField + kPlainSurplus];
+using PlainRoom = char[kLongestPlainText + kLongestPlainFormat + kWidestPlainField + 64];
 
 // A list to be passed by reference.
 struct Arguments {
