@@ -2,7 +2,7 @@
 # pkg-config (dxr_api, dxr_devhost, dxr_trace), both free to be moved to another prefix.
 
 set(libraries dxr_api)
-set(headers include/dxr_api.h)
+set(headers include/dxr_api.h include/dxr_module.h)
 if(DXR_BUILD_DEVHOST)
     list(APPEND libraries dxr_devhost)
     list(APPEND headers include/dxr_devhost.h)
