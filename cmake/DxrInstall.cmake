@@ -5,7 +5,7 @@ set(libraries dxr_api)
 set(headers include/dxr_api.h include/dxr_module.h)
 if(DXR_BUILD_DEVHOST)
     list(APPEND libraries dxr_devhost)
-    list(APPEND headers include/dxr_devhost.h)
+    list(APPEND headers include/dxr_devhost.h include/dxr_devhost_test.h)
     # The libraries of one prefix find each other wherever it lies.
     set_target_properties(dxr_devhost PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()

@@ -121,7 +121,9 @@ class Call {
     Host *operator->() const { return host_; }
     Host &operator*() const { return *host_; }
 
-    [[nodiscard]] Place At() const { return {slot_, caller_}; }
+    [[nodiscard]] Place At() const {
+        return {slot_, t_callerBehind != nullptr ? t_callerBehind : caller_};
+    }
     [[nodiscard]] ThreadRecord &Thread() const { return thread_; }
 
     // Reports that the caller broke the contract. `what` is a literal that names the finding, and

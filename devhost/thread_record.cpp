@@ -13,6 +13,7 @@ namespace devhost {
 
 thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]] = nullptr;
 thread_local constinit const void *t_caller [[gnu::tls_model("initial-exec")]] = nullptr;
+thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]] = nullptr;
 constinit std::atomic<Host *> g_registered{nullptr};
 constinit std::atomic<bool> g_isFenceRemote{false};
 

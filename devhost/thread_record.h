@@ -43,6 +43,9 @@ extern thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-e
 // Who called the slot that the thread is about to enter; null when the slot finds out by itself.
 extern thread_local constinit const void *t_caller [[gnu::tls_model("initial-exec")]];
 
+// Who called a function that stands before the host's in its slot; null while none does.
+extern thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]];
+
 ThreadRecord &MakeThreadRecord();
 
 // For a thread that is about to be made: takes a record, then, on it, keeps that as its own. The

@@ -16,6 +16,7 @@ A file is the generator's or a person's, never both: a generated one says so on 
     src/dxr/api/dispatch/exports.list     what of all this the library exports
     trace/slots.cpp                       names, widths and pointers of all slots
     trace/wrappers.cpp                    what stands in them while calls are traced
+    devhost/test_recorders.cpp            and while a test keeps them
     docs/slots.md, tools/dxrsh/slot_table.h
 
 Needs python3-yaml and clang-format.
@@ -647,19 +648,20 @@ def trace_slots(groups):
     )
 
 
-def trace_wrappers(groups):
+def typed_table(groups, stem, header, namespace, table, template):
+    """A table whose functions are a template's, for each slot that a function reads."""
     lines = [
-        f"// {COMMAND}", '#include "wrappers.h"\n', '#include "wrapper.h"\n',
-        "namespace dxr_trace {\n", "constinit const DxrHooks kWrappers = {",
+        f"// {COMMAND}", f'#include "{stem}.h"\n', f'#include "{header}"\n',
+        f"namespace {namespace} {{\n", f"constinit const DxrHooks {table} = {{",
     ]
     for group in groups:
         lines.append(f".{group.member} = {{")
         for slot in group.slots:
             place = group.first + slot.index
-            wrapper = f"kWrap<{place}, &{group.type}::{slot.member}>"
-            lines.append(f".{slot.member} = {'nullptr' if slot.hook == RESERVED else wrapper},")
+            function = f"{template}<{place}, &{group.type}::{slot.member}>"
+            lines.append(f".{slot.member} = {'nullptr' if slot.hook == RESERVED else function},")
         lines.append("},")
-    return "\n".join([*lines, "};\n\n}  // namespace dxr_trace\n"])
+    return "\n".join([*lines, f"}};\n\n}}  // namespace {namespace}\n"])
 
 
 # --- Main ----------------------------------------------------------------------------------------
@@ -673,7 +675,10 @@ def outputs(groups):
         f"{dispatch}/getters.cpp": getters_source(groups),
         "tools/dxrsh/slot_table.h": slot_table(groups),
         "trace/slots.cpp": trace_slots(groups),
-        "trace/wrappers.cpp": trace_wrappers(groups),
+        "trace/wrappers.cpp": typed_table(groups, "wrappers", "wrapper.h", "dxr_trace", "kWrappers",
+                                          "kWrap"),
+        "devhost/test_recorders.cpp": typed_table(groups, "test_recorders", "test_recorder.h",
+                                                  "devhost", "kRecorders", "kRecord"),
     }
     for group in groups:
         if group.stem:

@@ -50,7 +50,8 @@ def only(paths):
 def check_installed_files(prefix, source, devhost, trace):
     """Every public header is there as it is in the sources, each library under three names."""
     include = source / "include"
-    tops = ["dxr_api.h", "dxr_module.h"] + ["dxr_devhost.h"] * devhost + ["dxr_trace.h"] * trace
+    tops = (["dxr_api.h", "dxr_module.h"] + ["dxr_devhost.h", "dxr_devhost_test.h"] * devhost
+            + ["dxr_trace.h"] * trace)
     folders = ["dxr"] + ["dxr_devhost"] * devhost
     headers = [header for folder in folders for header in (include / folder).rglob("*.h")]
     for header in [*(include / top for top in tops), *headers]:

@@ -1,0 +1,165 @@
+// A test body again and again: each step made to fail in turn, many seeds.
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <string>
+
+#include "dxr_devhost_test.h"
+#include "test_session.h"
+
+namespace devhost {
+namespace {
+
+constexpr uint32_t kMostRuns = 100000;
+
+// What a run's failures are written to, before it is known whether there are any.
+class Findings {
+  public:
+    Findings() : file_(open_memstream(&text_, &size_)) {}
+    ~Findings() {
+        if (file_ != nullptr) {
+            (void)std::fclose(file_);
+        }
+        std::free(text_);
+    }
+    Findings(const Findings &) = delete;
+    Findings &operator=(const Findings &) = delete;
+    Findings(Findings &&) = delete;
+    Findings &operator=(Findings &&) = delete;
+
+    [[nodiscard]] std::FILE *File() { return file_; }
+    void WriteTo(std::FILE *out) {
+        if (file_ != nullptr && out != nullptr && std::fflush(file_) == 0) {
+            (void)std::fwrite(text_, 1, size_, out);
+        }
+    }
+
+  private:
+    char *text_ = nullptr;
+    size_t size_ = 0;
+    std::FILE *file_;
+};
+
+struct Run {
+    DxrTestBody body;
+    void *user;
+};
+
+void RunAsTask(void *argument) {
+    const Run &run = *static_cast<const Run *>(argument);
+    run.body(run.user);
+}
+
+// With the virtual clock the body is a task: when the host has to end the run, the one who waits
+// for the body goes on, and the body stays where it is. The task is none of the module's, so it is
+// made before any step is made to fail; it begins when this one waits.
+template <typename Prepare>
+void RunBody(Run &run, uint32_t clock, const Prepare &prepare) {
+    if (clock != DXR_HOST_CLOCK_VIRTUAL) {
+        prepare();
+        run.body(run.user);
+        return;
+    }
+    DxrHooks host{};
+    DxrHostFillHooks(&host);
+    uint32_t task = 0;
+    constexpr uint32_t kPriority = 100;
+    std::array<char, 5> name{"body"};
+    if (host.task.createTask(name.data(), reinterpret_cast<void *>(RunAsTask), &run, kPriority,
+                             nullptr, 0, &task) != 0) {
+        DxrTestNoteFailure(nullptr, 0, "no thread could be made");
+        return;
+    }
+    prepare();
+    (void)DxrHostJoinTask(nullptr, task, DXR_HOST_FOREVER);
+}
+
+void WriteTitle(std::FILE *out, const std::string &title) {
+    if (out != nullptr) {
+        (void)std::fprintf(out, "%s\n", title.c_str());
+    }
+}
+
+bool HasBegun() {
+    const SessionLock session;
+    return static_cast<bool>(session);
+}
+
+constexpr const char *kBegunAlready = "a test has begun already: these runs need their own";
+constexpr const char *kNoHost = "no host could be made";
+
+uint32_t FailEach(const DxrHostOptions &options, const std::string &point, bool onwards, Run run,
+                  std::FILE *out) {
+    for (uint32_t step = 1; step <= kMostRuns; ++step) {
+        if (!DxrTestBegin(&options)) {
+            WriteTitle(out, HasBegun() ? kBegunAlready : kNoHost);
+            return 0;
+        }
+        RunBody(run, options.clock, [&] { DxrHostFailNth(nullptr, point.c_str(), step, onwards); });
+        const bool hasFailed = DxrHostGetFailures(nullptr, point.c_str()) != 0;
+        Findings findings;
+        if (DxrTestEnd(findings.File()) != 0) {
+            WriteTitle(out, hasFailed ? "when step " + std::to_string(step) + " of " + point +
+                                            (onwards ? " and all after it fail:" : " fails:")
+                                      : "when no step of " + point + " fails:");
+            findings.WriteTo(out);
+            return 0;
+        }
+        if (!hasFailed) {
+            return step;
+        }
+    }
+    WriteTitle(out, "there are more than " + std::to_string(kMostRuns) + " steps of " + point);
+    return 0;
+}
+
+uint32_t Explore(DxrHostOptions options, uint32_t seeds, Run run, std::FILE *out) {
+    options.clock = DXR_HOST_CLOCK_VIRTUAL;
+    for (uint32_t i = 0; i < seeds; ++i, ++options.seed) {
+        if (!DxrTestBegin(&options)) {
+            WriteTitle(out, HasBegun() ? kBegunAlready : kNoHost);
+            return 0;
+        }
+        RunBody(run, options.clock, [] {});
+        Findings findings;
+        if (DxrTestEnd(findings.File()) != 0) {
+            WriteTitle(out, "seed " + std::to_string(options.seed) + ":");
+            findings.WriteTo(out);
+            return 0;
+        }
+    }
+    return seeds;
+}
+
+DxrHostOptions Or(const DxrHostOptions *options) {
+    DxrHostOptions defaults;
+    DxrTestInitOptions(&defaults);
+    return options != nullptr ? *options : defaults;
+}
+
+}  // namespace
+}  // namespace devhost
+
+uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *point, bool onwards,
+                         DxrTestBody body, void *user, FILE *out) {
+    try {
+        return devhost::FailEach(devhost::Or(options),
+                                 point != nullptr ? point : DXR_TEST_ALLOCATIONS, onwards,
+                                 {body, user}, out);
+    } catch (const std::exception &) {
+        (void)DxrTestEnd(nullptr);
+        return 0;
+    }
+}
+
+uint32_t DxrTestExplore(const DxrHostOptions *options, uint32_t seeds, DxrTestBody body, void *user,
+                        FILE *out) {
+    try {
+        return devhost::Explore(devhost::Or(options), seeds, {body, user}, out);
+    } catch (const std::exception &) {
+        (void)DxrTestEnd(nullptr);
+        return 0;
+    }
+}

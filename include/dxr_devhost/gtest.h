@@ -1,0 +1,217 @@
+/* The kit for the tests of modules (dxr_devhost_test.h) in GoogleTest's manner; C++17 alone.
+ *
+ *   class MeterTest : public dxr_test::ModuleTest {};
+ *
+ *   TEST_F(MeterTest, RaisesAnAlarm) {
+ *       const dxr_test::Fake full(g_dxrHooks.alarm.alarm, [](auto...) { return 0U; });
+ *       RunTheModule();
+ *       EXPECT_TRUE(dxr_test::Asked("DXR_Alarm(7, 3, *, 1, *)"));
+ *       EXPECT_TRUE(dxr_test::Logged("port 3: *"));
+ *   }
+ *
+ * What the kit finds at the end of a test, as something left behind, fails that test. */
+#ifndef DXR_DEVHOST_GTEST_H
+#define DXR_DEVHOST_GTEST_H
+
+#include "dxr_devhost_test.h"
+
+#ifdef __cplusplus
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace dxr_test {
+
+/* A FILE in memory, for functions that write their findings. */
+class Text {
+  public:
+    Text() : file_(open_memstream(&text_, &size_)) {}
+    ~Text() {
+        (void)fclose(file_);
+        free(text_);
+    }
+    Text(const Text &) = delete;
+    Text &operator=(const Text &) = delete;
+    Text(Text &&) = delete;
+    Text &operator=(Text &&) = delete;
+
+    [[nodiscard]] FILE *File() { return file_; }
+    [[nodiscard]] std::string Get() {
+        (void)fflush(file_);
+        return {text_, size_};
+    }
+
+  private:
+    char *text_ = nullptr;
+    size_t size_ = 0;
+    FILE *file_;
+};
+
+/* A test of a module. Who wants other options changes them before SetUp of this class. */
+class ModuleTest : public testing::Test {
+  protected:
+    ModuleTest() { DxrTestInitOptions(&options); }
+
+    void SetUp() override { ASSERT_TRUE(DxrTestBegin(&options)) << "no host could be made"; }
+
+    void TearDown() override { End(); }
+
+    /* Ends the host now; what is found fails the test. */
+    static void End() {
+        Text text;
+        if (DxrTestEnd(text.File()) != 0) {
+            ADD_FAILURE() << text.Get();
+        }
+    }
+
+    DxrHostOptions options;
+};
+
+/* The assertions of DxrTestAsked and DxrTestLogged. */
+inline testing::AssertionResult Asked(const std::string &pattern, uint32_t least = 1,
+                                      uint32_t most = UINT32_MAX) {
+    std::vector<char> why(DXR_TEST_TEXT_SIZE);
+    if (DxrTestAsked(pattern.c_str(), least, most, why.data(), DXR_TEST_TEXT_SIZE)) {
+        return testing::AssertionSuccess() << pattern;
+    }
+    return testing::AssertionFailure() << why.data();
+}
+
+inline testing::AssertionResult Logged(const std::string &pattern, uint32_t least = 1,
+                                       uint32_t most = UINT32_MAX,
+                                       uint32_t kinds = DXR_TEST_LINES) {
+    std::vector<char> why(DXR_TEST_TEXT_SIZE);
+    if (DxrTestLogged(kinds, pattern.c_str(), least, most, why.data(), DXR_TEST_TEXT_SIZE)) {
+        return testing::AssertionSuccess() << pattern;
+    }
+    return testing::AssertionFailure() << why.data();
+}
+
+/* The calls that match; see DxrTestGetCall. */
+inline std::vector<DxrTestCall> Calls(const std::string &pattern) {
+    std::vector<DxrTestCall> calls;
+    DxrTestCall call;
+    while (DxrTestGetCall(pattern.c_str(), static_cast<uint32_t>(calls.size()), &call)) {
+        calls.push_back(call);
+    }
+    return calls;
+}
+
+/* The record that an argument of a call led to; null when it is not known or shorter. */
+template <typename Record>
+const Record *RecordOf(const DxrTestCall &call, uint32_t argument) {
+    return argument < call.arguments && call.bytes[argument] >= sizeof(Record)
+               ? static_cast<const Record *>(call.data[argument])
+               : nullptr;
+}
+
+/* What stands behind a slot: the host's function. */
+template <typename Function>
+Function Real(Function &slot) {
+    return reinterpret_cast<Function>(DxrTestGetReal(&slot));
+}
+
+/* A function of the test's own in a slot, any that can be called with the slot's arguments, until
+ * the end of its scope. Two slots of one type need two types of functions, as two lambdas are. */
+template <typename Slot, typename Callable>
+class Fake;
+
+template <typename Result, typename... Args, typename Callable>
+class Fake<Result (*)(Args...), Callable> {
+  public:
+    Fake(Result (*&slot)(Args...), Callable callable)
+        : slot_(&slot), callable_(std::move(callable)), before_(g_latest) {
+        if (before_ != nullptr && before_->slot_ != slot_) {
+            DxrTestNoteFailure(nullptr, 0, "one type of function stands in two slots: use lambdas");
+        }
+        g_latest = this;
+        DXR_TEST_FAKE(slot, &Call);
+    }
+    ~Fake() {
+        DXR_TEST_RESTORE(*slot_);
+        g_latest = before_;
+    }
+    Fake(const Fake &) = delete;
+    Fake &operator=(const Fake &) = delete;
+    Fake(Fake &&) = delete;
+    Fake &operator=(Fake &&) = delete;
+
+  private:
+    static Result Call(Args... args) {
+        if constexpr (std::is_void_v<Result>) {
+            g_latest->callable_(args...);
+        } else {
+            return static_cast<Result>(g_latest->callable_(args...));
+        }
+    }
+
+    /* A function of C has no place for an object. */
+    static inline Fake *g_latest = nullptr;
+
+    Result (**slot_)(Args...);
+    Callable callable_;
+    Fake *before_;
+};
+
+template <typename Result, typename... Args, typename Callable>
+Fake(Result (*&)(Args...), Callable) -> Fake<Result (*)(Args...), Callable>;
+
+/* ---- Many runs: not within a ModuleTest, which has begun a test already ------------------ */
+
+using Body = std::function<void()>;
+
+/* For the functions below: runs a body, and notes a failure when an expectation in it fails. */
+inline void RunBody(void *user) {
+    const auto failures = [] {
+        int count = 0;
+        const testing::TestInfo *const test = testing::UnitTest::GetInstance()->current_test_info();
+        for (int i = 0; test != nullptr && i < test->result()->total_part_count(); ++i) {
+            count += test->result()->GetTestPartResult(i).failed() ? 1 : 0;
+        }
+        return count;
+    };
+    const int before = failures();
+    (*static_cast<Body *>(user))();
+    if (failures() != before) {
+        DxrTestNoteFailure(nullptr, 0, "an expectation failed, see above");
+    }
+}
+
+/* DxrTestFailEach; `runs` gets how many runs there were. */
+inline testing::AssertionResult SurvivesEach(const std::string &point, Body body,
+                                             bool onwards = false, uint32_t *runs = nullptr,
+                                             const DxrHostOptions *options = nullptr) {
+    Text text;
+    const uint32_t count =
+        DxrTestFailEach(options, point.c_str(), onwards, RunBody, &body, text.File());
+    if (runs != nullptr) {
+        *runs = count;
+    }
+    return count != 0 ? testing::AssertionSuccess() << count << " runs"
+                      : testing::AssertionFailure() << text.Get();
+}
+
+/* That with each allocation. */
+inline testing::AssertionResult SurvivesFailedAllocations(Body body, bool onwards = false) {
+    return SurvivesEach(DXR_TEST_ALLOCATIONS, std::move(body), onwards);
+}
+
+/* DxrTestExplore. */
+inline testing::AssertionResult HoldsForSeeds(uint32_t seeds, Body body,
+                                              const DxrHostOptions *options = nullptr) {
+    Text text;
+    return DxrTestExplore(options, seeds, RunBody, &body, text.File()) != 0
+               ? testing::AssertionSuccess() << seeds << " seeds"
+               : testing::AssertionFailure() << text.Get();
+}
+
+}  // namespace dxr_test
+#endif /* __cplusplus */
+
+#endif /* DXR_DEVHOST_GTEST_H */
