@@ -8,8 +8,8 @@
  * The module is at work from the call of DxrModuleMain to the return of DxrModuleEnd: tasks that it
  * created, timers that it started and handlers that it registered are called in between. A program
  * ends the host after that, and what the module has not given back counts as left behind. */
-#ifndef DXR_MODULE_H
-#define DXR_MODULE_H
+#ifndef DXR_MODULE_ENTRY_H
+#define DXR_MODULE_ENTRY_H
 
 #include "dxr/base.h"
 
@@ -34,4 +34,4 @@ DXR_API void DxrModuleEnd(void);
 
 DXR_EXTERN_C_END
 
-#endif /* DXR_MODULE_H */
+#endif /* DXR_MODULE_ENTRY_H */
