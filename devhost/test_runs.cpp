@@ -62,14 +62,8 @@ void RunBody(Run &run, uint32_t clock, const Prepare &prepare) {
         run.body(run.user);
         return;
     }
-    DxrHooks host{};
-    DxrHostFillHooks(&host);
-    uint32_t task = 0;
-    constexpr uint32_t kPriority = 100;
-    std::array<char, 5> name{"body"};
-    if (host.task.createTask(name.data(), reinterpret_cast<void *>(RunAsTask), &run, kPriority,
-                             nullptr, 0, &task) != 0) {
-        DxrTestNoteFailure(nullptr, 0, "no thread could be made");
+    const uint32_t task = DxrTestStartTask(RunAsTask, &run);
+    if (task == 0) {
         return;
     }
     prepare();
@@ -141,6 +135,23 @@ DxrHostOptions Or(const DxrHostOptions *options) {
 
 }  // namespace
 }  // namespace devhost
+
+uint32_t DxrTestStartTask(DxrHostTaskEntry entry, void *argument) {
+    if (!devhost::HasBegun()) {
+        return 0;
+    }
+    DxrHooks host{};
+    DxrHostFillHooks(&host);
+    uint32_t task = 0;
+    constexpr uint32_t kPriority = 100;
+    std::array<char, 5> name{"test"};
+    if (host.task.createTask(name.data(), reinterpret_cast<void *>(entry), argument, kPriority,
+                             nullptr, 0, &task) == 0) {
+        return task;
+    }
+    DxrTestNoteFailure(nullptr, 0, "no task could be made");
+    return 0;
+}
 
 uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *point, bool onwards,
                          DxrTestBody body, void *user, FILE *out) {

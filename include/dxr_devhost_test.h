@@ -52,6 +52,10 @@ DXR_API const char *DxrTestGetDirectory(void);
  * on the way. Returns false, and notes a failure, when that does not go. */
 DXR_API bool DxrTestWriteFile(const char *name, const void *data, uint32_t bytes);
 
+/* Starts a task of the test's own, for what happens while the module runs; it is none of the calls
+ * that the module made. Returns its number; 0, and notes a failure, when that does not go. */
+DXR_API uint32_t DxrTestStartTask(DxrHostTaskEntry entry, void *argument);
+
 /* ---- What the module asked -------------------------------------------------------------- */
 
 /* Calls are named by the function that reads the slot (docs/slots.md): a call of

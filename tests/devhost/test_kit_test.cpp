@@ -71,6 +71,7 @@ TEST(TestKit, OutsideOfATestNothingIsDone) {
     EXPECT_EQ(DxrTestCountFailures(), 0U);
     EXPECT_EQ(DxrTestGetDirectory(), nullptr);
     EXPECT_FALSE(DxrTestWriteFile("name", "x", 1));
+    EXPECT_EQ(DxrTestStartTask([](void *) {}, nullptr), 0U);
     EXPECT_FALSE(DxrTestGetCall("DXR_Malloc", 0, &call));
     EXPECT_FALSE(DxrTestAsked("DXR_Malloc", 0, 0, why, sizeof(why)));
     EXPECT_STREQ(why, "no test has begun");
@@ -137,16 +138,20 @@ TEST(TestKit, ATestDoesNotEndWithinItself) {
     ASSERT_TRUE(DxrTestBegin(nullptr));
     uint32_t result = 0;
     const auto end = [](void *user) { *static_cast<uint32_t *>(user) = DxrTestEnd(nullptr); };
-    DxrHostTaskEntry const entry = end;
-    uint32_t task = 0;
-    ASSERT_EQ(
-        DXR_CreateTask(nullptr, reinterpret_cast<void *>(entry), &result, 1, nullptr, 0, &task),
-        0U);
+    const uint32_t task = DxrTestStartTask(end, &result);
+    EXPECT_TRUE(Asked("DXR_CreateTask", 0, 0));
     ASSERT_EQ(DxrHostJoinTask(nullptr, task, DXR_HOST_FOREVER), 0U);
     EXPECT_EQ(result, UINT32_MAX);
     uint32_t count = 0;
     EXPECT_TRUE(Holds(EndText(&count), "a host cannot be ended by its own task"));
     EXPECT_EQ(count, 1U);
+}
+
+TEST(TestKit, ATaskThatCannotBeMadeIsAFailure) {
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    DxrHostFailNth(nullptr, "task.create", 1, false);
+    EXPECT_EQ(DxrTestStartTask([](void *) {}, nullptr), 0U);
+    EXPECT_EQ(EndText(), "no task could be made\n");
 }
 
 // --- What fails a test
@@ -551,7 +556,7 @@ void LockInTwoTasks(bool inOneOrder) {
     ASSERT_EQ(DXR_InitMutex(&b, nullptr), 0U);
     ways[0] = {a, b};
     ways[1] = inOneOrder ? Pair{a, b} : Pair{b, a};
-    DxrHostTaskEntry const entry = [](void *user) {
+    const auto entry = [](void *user) {
         const Pair &pair = *static_cast<Pair *>(user);
         (void)DXR_LockMutex(pair.first);
         (void)DXR_DelayTask(0);
@@ -559,12 +564,7 @@ void LockInTwoTasks(bool inOneOrder) {
         (void)DXR_UnlockMutex(pair.second);
         (void)DXR_UnlockMutex(pair.first);
     };
-    uint32_t tasks[2] = {};
-    for (size_t i = 0; i < 2; ++i) {
-        ASSERT_EQ(DXR_CreateTask(nullptr, reinterpret_cast<void *>(entry), &ways[i], 1, nullptr, 0,
-                                 &tasks[i]),
-                  0U);
-    }
+    const uint32_t tasks[] = {DxrTestStartTask(entry, &ways[0]), DxrTestStartTask(entry, &ways[1])};
     for (const uint32_t task : tasks) {
         ASSERT_EQ(DxrHostJoinTask(nullptr, task, DXR_HOST_FOREVER), 0U);
     }
