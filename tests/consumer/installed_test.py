@@ -87,6 +87,19 @@ def consume_with_cmake(options, prefix, work):
             run(build / "traced")
 
 
+def build_sample(options, prefix, work):
+    """A sample module is a project of its own."""
+    build = work / "sample"
+    flags = [f"-DCMAKE_{language}_FLAGS={options.flags}" for language in ("C", "CXX")]
+    run(options.cmake, "-S", options.source / "examples/link_monitor", "-B", build,
+        "-G", options.generator, f"-DCMAKE_PREFIX_PATH={prefix}", *flags,
+        f"-DCMAKE_C_COMPILER={options.cc}", f"-DCMAKE_CXX_COMPILER={options.cxx}")
+    run(options.cmake, "--build", build)
+    run(build / "link_monitor_test")
+    if not (build / "link_monitor.so").is_file():
+        sys.exit("the sample module was not built")
+
+
 def consume_with_pkg_config(options, prefix, work, libdir):
     env = {"PKG_CONFIG_LIBDIR": str(only(prefix.rglob("dxr_api.pc")).parent)}
     if run(options.pkg_config, "--modversion", "dxr_api", env=env).strip() != options.version:
@@ -130,6 +143,8 @@ def main():
         libdir = check_installed_files(prefix, options.source, options.devhost, options.trace)
         consume_with_cmake(options, prefix, work)
         consume_with_pkg_config(options, prefix, work, libdir)
+        if options.devhost:
+            build_sample(options, prefix, work)
     return 0
 
 
