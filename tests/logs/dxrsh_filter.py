@@ -31,12 +31,13 @@ def syslog(sec, draw):
 
 
 def make_log(draw, lines):
-    """The bytes of a log, and (second, text, line) of each of its lines."""
+    """The bytes of a log, (second, text, line) of each of its lines, its end, and what is said of
+    its stamps."""
     stamp = iso if draw() < 0.6 else syslog
     log = []
     parsed = []
     first = now = None
-    length = 0
+    length = stamped = 0
     for number, (second, text) in enumerate(lines):
         text = text.replace(b"\n", b"")
         # What begins like a stamp or a blank would count as one, or as a part of one.
@@ -45,6 +46,7 @@ def make_log(draw, lines):
         if number > 2 and draw() < 0.8 or number == 3:
             now = second
             line = stamp(second, draw) + text
+            stamped += 1
             if first is None:
                 # The lines before take this time when it is found early enough.
                 early = length + len(line) - len(text) <= FIRST_BLOCK
@@ -57,7 +59,14 @@ def make_log(draw, lines):
     first = UNSTAMPED_SECOND if first is None else first
     parsed = [(first if sec is None else sec, text, line) for sec, text, line in parsed]
     end = b"\n" if draw() < 0.5 or not log or not log[-1] else b""
-    return b"\n".join(log) + (end if log else b""), parsed, end
+    name = b"  ISO 8601" if stamp is iso else b"  syslog"
+    said = b"  stamped    %10s%s\n" % (b"%d of %d" % (stamped, len(log)), name if stamped else b"")
+    if log and not stamped:
+        warning = b"dxrsh: no time stamp was recognised: the clock stood still; --stamp FORMAT " \
+            b"tells a form\n"
+    else:
+        warning = b""
+    return b"\n".join(log) + (end if log else b""), parsed, end, (warning, said)
 
 
 def key_number(text):
@@ -70,18 +79,20 @@ def key_number(text):
     return LogFilter(None).hash(text)
 
 
-def expect(parsed, end, log_type, interval, by_key, rows):
+def expect(parsed, end, stamps, log_type, interval, by_key, rows):
     """Standard output and what standard error says, but for the lines most suppressed: these by
     count and text."""
     model = LogFilter(lambda sec: time.strftime("%Y-%m-%d %H:%M:%S", time.gmtime(sec)).encode())
     expression = re.compile(KEY)
     out = []
     suppressed = {}
-    unasked = 0
+    unasked = other_text = in_part = 0
+    remembered = {}  # what was let through last, by its hash
     for number, (second, text, line) in enumerate(parsed):
         model.now = second
         compared = text.replace(b"\0", b"\n")
         repeated = False
+        asked = None
         if not text:
             unasked += 1
         elif by_key:
@@ -93,20 +104,32 @@ def expect(parsed, end, log_type, interval, by_key, rows):
                 key = b"%d%d%d%d" % keys
                 repeated = model.repeated(log_type, interval, b"%d" % log_type + key)
                 group, shown = key, compared
+                asked = b"%d" % log_type + key
         else:
-            shown = group = compared[:1023]
+            shown = group = asked = compared[:1023]
             repeated = model.repeated(log_type, interval, shown)
         if repeated:
             suppressed.setdefault(group, [0, shown])[0] += 1
+            if remembered[model.hash(asked)] != asked:
+                other_text += 1
+            elif not by_key and len(compared) > 1023:
+                in_part += 1
         else:
+            if asked is not None:
+                remembered[model.hash(asked)] = asked
             out.append(line + (b"\n" if number < len(parsed) - 1 else end))
 
     read, passed = len(parsed), len(out)
-    said = [b"lines read   %10d\n" % read,
+    warning, stamped = stamps
+    said = [warning, b"lines read   %10d\n" % read, stamped,
             b"let through  %10d  %5.1f %%\n" % (passed, 100 * passed / read)]
     if unasked:
         said.append(b"  unasked    %10d\n" % unasked)
     said.append(b"suppressed   %10d  %5.1f %%\n" % (read - passed, 100 * (read - passed) / read))
+    if other_text:
+        said.append(b"  other text %10d\n" % other_text)
+    if in_part:
+        said.append(b"  in part    %10d\n" % in_part)
     # Of equal counts the one that came first.
     top = sorted(suppressed.values(), key=lambda entry: -entry[0])[:TOP_LINES]
 
@@ -154,7 +177,7 @@ def difference_of_top(expected, got):
 def run(program, seed, kind, lines, by_key, keep):
     """(lines, summary, difference or None)"""
     draw = random.Random(seed).random
-    log, parsed, end = make_log(draw, kind(draw, lines))
+    log, parsed, end, stamps = make_log(draw, kind(draw, lines))
     log_type = int(draw() * 29)
     interval = 0 if draw() < 0.5 else int(draw() * 300)
     rows = int(draw() * 100)
@@ -167,7 +190,7 @@ def run(program, seed, kind, lines, by_key, keep):
                               env={**os.environ, "LC_ALL": "C"})
         if keep:
             print(f"kept: {' '.join(command)} {file.name}")
-    out, said, top, rest = expect(parsed, end, log_type, interval, by_key, rows)
+    out, said, top, rest = expect(parsed, end, stamps, log_type, interval, by_key, rows)
     difference = None
     if done.returncode != 0:
         difference = f"exit status {done.returncode}: {done.stderr[:300]!r}"

@@ -47,8 +47,9 @@ TEST(DxrshFilter, SuppressesRepeats) {
 TEST(DxrshFilter, AnEmptyLogGivesNothing) {
     const Outcome outcome = Filter("");
     EXPECT_EQ(outcome.out, "");
-    EXPECT_TRUE(
-        Contains(outcome.err, "lines read            0\nlet through           0    0.0 %\n"))
+    EXPECT_TRUE(Contains(
+        outcome.err,
+        "lines read            0\n  stamped        0 of 0\nlet through           0    0.0 %\n"))
         << outcome.err;
 }
 
@@ -64,6 +65,7 @@ TEST(DxrshFilter, TheWholeReport) {
     EXPECT_EQ(
         outcome.err,
         "lines read            6\n"
+        "  stamped        5 of 6  ISO 8601\n"
         "let through           3   50.0 %\n"
         "  unasked             1\n"
         "suppressed            3   50.0 %\n"

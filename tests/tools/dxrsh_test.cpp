@@ -119,7 +119,8 @@ TEST(Dxrsh, TooLittleMemoryIsOneLineAndExitCode1) {
     ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
     const rlimit narrow = {rlim_t{512} << 20U, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &narrow), 0);
-    const Outcome outcome = RunDxrsh({"filter", "/dev/zero"});  // a line without end
+    const Outcome outcome =
+        RunDxrsh({"filter", "--longest", "4294967295", "/dev/zero"});  // a line without end
     ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");

@@ -23,7 +23,7 @@ class Clocks : public testing::Test {
   protected:
     // What the host's clock shows once such a log has begun.
     static uint32_t StartOf(const std::string &beginning) {
-        LineClock clock(2026);
+        LineClock clock({2026, {}});
         clock.Start(beginning);
         EXPECT_EQ(clock.Now(), DXR_GetCurrSec());
         return DXR_GetCurrSec();
@@ -56,7 +56,7 @@ TEST_F(LineClockTest, AStampThatMayGoOnIsNotTheFirst) {
 }
 
 TEST_F(LineClockTest, TheUptimeCountsFromTheFirstStamp) {
-    LineClock clock(2026);
+    LineClock clock({2026, {}});
     clock.SetUptime(100);
     clock.Start("a\n");
     EXPECT_EQ(DXR_GetStartupTimeSec(), 100U);
@@ -72,7 +72,7 @@ TEST_F(LineClockTest, TheUptimeCountsFromTheFirstStamp) {
 TEST_F(StampedLogTest, EachLineSetsTheClock) {
     const TemporaryDirectory directory;
     const std::string bytes = "a\n2026-11-21 03:00:00 b\n\n2026-11-21 03:00:07 \tc";
-    StampedLog log(directory.Write("log", bytes), 2026);
+    StampedLog log({{directory.Write("log", bytes)}, {2026, {}}});
     EXPECT_EQ(log.Size(), bytes.size());
     StampedLine line{};
     ASSERT_TRUE(log.Next(line));

@@ -28,10 +28,9 @@ namespace {
 struct FaultOptions {
     std::vector<std::string> rules;
     std::optional<uint32_t> timeout;
-    std::string path = "-";
+    LogOptions log;
     uint32_t uptime = 0;
     std::string endTime;
-    std::optional<int> year;
 };
 
 using Rule = std::pair<uint32_t, uint32_t>;  // seconds, events
@@ -96,7 +95,7 @@ void RunFault(const FaultOptions &options) {
     const RuleSet ruleSet(options);
     const auto end = ParseEnd(options.endTime);
     const Host host;
-    StampedLog log(options.path, options.year);
+    StampedLog log(options.log);
     LineClock &clock = log.Clock();
     clock.SetUptime(options.uptime);
     Output output(STDOUT_FILENO);
@@ -135,7 +134,6 @@ void AddFaultCommand(CLI::App &program) {
             "SECONDS seconds old. Of several rules any one suffices.\n"
             "\n") +
         kStampHelp);
-    command->add_option("FILE", options->path, "The events; - or nothing is standard input");
     command->add_option("--rule", options->rules, "A rule; may be given again")
         ->type_name("SECONDS,EVENTS")
         ->allow_extra_args(false);
@@ -151,7 +149,7 @@ void AddFaultCommand(CLI::App &program) {
         ->type_name("SECONDS");
     command->add_option("--end", options->endTime, "Judge once more at this time")
         ->type_name("TIME");
-    AddYearOption(*command, options->year);
+    AddLogOptions(*command, options->log);
     command->callback([options] { RunFault(*options); });
 }
 

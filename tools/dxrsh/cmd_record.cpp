@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,11 +18,6 @@
 
 namespace dxrsh {
 namespace {
-
-struct RecordOptions {
-    std::string path = "-";
-    std::optional<int> year;
-};
 
 // The library's recorder, empty again at the end.
 class Recorder {
@@ -50,9 +44,9 @@ class Recorder {
     CText cText_;
 };
 
-void RunRecord(const RecordOptions &options) {
+void RunRecord(const LogOptions &options) {
     const Host host;
-    StampedLog log(options.path, options.year);
+    StampedLog log(options);
     Progress progress(log.Size());
     log.OnRead([&] { progress.Update(log.BytesRead()); });
     Recorder recorder;
@@ -73,7 +67,7 @@ void RunRecord(const RecordOptions &options) {
 }  // namespace
 
 void AddRecordCommand(CLI::App &program) {
-    const auto options = std::make_shared<RecordOptions>();
+    const auto options = std::make_shared<LogOptions>();
     CLI::App *const command =
         program.add_subcommand("record", "The events of a log in the information recorder");
     command->footer(std::string("Each line is an event, known by the text after its time stamp; "
@@ -83,8 +77,7 @@ void AddRecordCommand(CLI::App &program) {
                                 "its first and its last time and its count.\n"
                                 "\n") +
                     kStampHelp);
-    command->add_option("FILE", options->path, "The log; - or nothing is standard input");
-    AddYearOption(*command, options->year);
+    AddLogOptions(*command, *options);
     command->callback([options] { RunRecord(*options); });
 }
 

@@ -10,6 +10,7 @@ namespace dxrsh {
 
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitInterrupted = 130;
 
 // A file is missing, a directory cannot be read, memory ran out ...
 class RunError : public std::runtime_error {
@@ -17,10 +18,26 @@ class RunError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// A line is longer than it may be.
+class LineTooLong : public RunError {
+  public:
+    using RunError::RunError;
+};
+
 // An argument or an input file does not say what it should.
 class UsageError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
+};
+
+// All that is to be said has been said; the command ends with this exit code.
+class Ended : public std::exception {
+  public:
+    explicit Ended(int code) : code_(code) {}
+    [[nodiscard]] int Code() const { return code_; }
+
+  private:
+    int code_;
 };
 
 // Whoever read standard output has left. No failure: the command ends without a word.

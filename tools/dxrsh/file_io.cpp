@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -14,6 +15,7 @@ namespace dxrsh {
 namespace {
 
 constexpr size_t kReadSize = size_t{1} << 20U;
+constexpr size_t kNextSize = size_t{128} << 10U;
 constexpr size_t kWriteSize = size_t{1} << 18U;
 
 std::string LastError() {
@@ -55,7 +57,7 @@ size_t Input::Read(char *buffer, size_t room) {
     return static_cast<size_t>(got);
 }
 
-std::string ReadWhole(Input &input, size_t limit) {
+std::string ReadWhole(ByteSource &input, size_t limit) {
     std::string whole;
     for (;;) {
         const size_t before = whole.size();
@@ -71,7 +73,13 @@ std::string ReadWhole(Input &input, size_t limit) {
     }
 }
 
-LineReader::LineReader(Input &input) : input_(input), buffer_(kReadSize + 1) {
+LineReader::LineReader(ByteSource &input, uint64_t longest)
+    : input_(input), longest_(longest), buffer_(kReadSize + 1) {
+}
+
+void LineReader::RefuseLine() const {
+    throw LineTooLong(fmt::format("{}: line {} is longer than {} bytes", input_.Name(),
+                                  lineNumber_ + 1, longest_));
 }
 
 void LineReader::Prime() {
@@ -100,10 +108,16 @@ bool LineReader::Fill() {
     if (onRead_) {
         onRead_();
     }
-    const size_t got = input_.Read(buffer_.data() + end_, buffer_.size() - 1 - end_);
+    // The first block is large, since stamps are looked for in it; the others stay in the cache.
+    const size_t room = buffer_.size() - 1 - end_;
+    const size_t got =
+        input_.Read(buffer_.data() + end_, bytesRead_ == 0 ? room : std::min(room, kNextSize));
     end_ += got;
     bytesRead_ += got;
     atEnd_ = got == 0;
+    if (afterRead_) {
+        afterRead_();
+    }
     return !atEnd_;
 }
 
@@ -117,8 +131,15 @@ bool LineReader::Next(Line &line) {
             char *const lineBreak = static_cast<char *>(found);
             *lineBreak = '\0';
             line = {{start, static_cast<size_t>(lineBreak - start)}, true};
+            if (line.text.size() > longest_) {
+                RefuseLine();
+            }
             begin_ += line.text.size() + 1;
+            ++lineNumber_;
             return true;
+        }
+        if (known > longest_) {
+            RefuseLine();
         }
         searched = known;
         if (!Fill()) {
@@ -131,6 +152,7 @@ bool LineReader::Next(Line &line) {
     buffer_[end_] = '\0';
     line = {{buffer_.data() + begin_, end_ - begin_}, false};
     begin_ = end_;
+    ++lineNumber_;
     return true;
 }
 
@@ -158,6 +180,17 @@ void Output::Flush() {
         }
     }
     buffer_.clear();
+}
+
+OutputFile::OutputFile(const std::string &path)
+    : fd_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)), output_(fd_) {
+    if (fd_ < 0) {
+        throw RunError(fmt::format("cannot write {}: {}", path, LastError()));
+    }
+}
+
+OutputFile::~OutputFile() {
+    close(fd_);
 }
 
 void WriteOut(std::string_view text) {

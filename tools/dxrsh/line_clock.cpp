@@ -1,29 +1,17 @@
 #include "line_clock.h"
 
 #include <algorithm>
-#include <ctime>
 
 #include "dxr_devhost.h"
 #include "number_option.h"
 
 namespace dxrsh {
-namespace {
-
-StampReader ReaderFor(std::optional<int> year) {
-    return year ? StampReader::FromYear(*year)
-                : StampReader::Before(static_cast<uint32_t>(std::time(nullptr)));
-}
-
-}  // namespace
 
 const char *const kStampHelp =
-    "A time stamp at the head of a line (2026-11-21 03:37:00, 2026-11-21T03:37:00.25+01:00,\n"
-    "Nov 21 03:37:00) sets the clock; one without a zone counts as UTC. A line without a stamp\n"
-    "keeps the time of the line before it. The lines before the first stamp take that stamp's\n"
-    "time when it stands whole in the first block read (1 MiB of a file). A log without any stamp\n"
-    "stands at 2000-01-01 00:00:00 throughout.";
+    "A time stamp of the line sets the clock; one without a zone counts as UTC. A line without a\n"
+    "stamp keeps the time of the line before it.";
 
-LineClock::LineClock(std::optional<int> year) : stamps_(ReaderFor(year)) {
+LineClock::LineClock(const StampOptions &options) : stamps_(options) {
 }
 
 void LineClock::Set(uint32_t sec) {
@@ -34,7 +22,34 @@ void LineClock::Set(uint32_t sec) {
     DxrHostSetClock(nullptr, sec, startupSec_ + (sec - *firstSec_));
 }
 
+void LineClock::SetUnstamped(uint32_t sec) {
+    if (!firstSec_) {
+        nowSec_ = sec;
+        DxrHostSetClock(nullptr, sec, startupSec_);
+    }
+}
+
+// From whole lines alone.
+void LineClock::Learn(std::string_view beginningOfLog) {
+    learnt_ = 0;
+    stamps_.StartLog();
+    while (stamps_.Learning()) {
+        const size_t lineBreak = beginningOfLog.find('\n');
+        if (lineBreak == std::string_view::npos) {
+            return;
+        }
+        stamps_.Learn(beginningOfLog.substr(0, lineBreak));
+        ++learnt_;
+        beginningOfLog.remove_prefix(lineBreak + 1);
+    }
+}
+
 void LineClock::Start(std::string_view beginningOfLog) {
+    Learn(beginningOfLog);
+    if (started_) {
+        return;
+    }
+    started_ = true;
     // The stamp of a line that is not all there is whole once something else stands after it.
     constexpr std::string_view kMayGoOn = "0123456789.,:+-Z \t";
     while (!beginningOfLog.empty()) {
@@ -42,16 +57,24 @@ void LineClock::Start(std::string_view beginningOfLog) {
         const std::string_view line = beginningOfLog.substr(0, lineBreak);
         const auto stamp = stamps_.Read(line);
         if (stamp && (lineBreak != std::string_view::npos ||
-                      line.find_first_not_of(kMayGoOn, stamp->length) != std::string_view::npos)) {
+                      (stamps_.IsClassic() &&
+                       line.find_first_not_of(kMayGoOn, stamp->end) != std::string_view::npos))) {
             Set(stamp->sec);
+            stamps_.ForgetCount();
             return;
         }
         beginningOfLog.remove_prefix(std::min(line.size() + 1, beginningOfLog.size()));
     }
+    stamps_.ForgetCount();
     DxrHostSetClock(nullptr, kUnstampedSec, startupSec_);
 }
 
 std::string_view LineClock::Take(std::string_view line) {
+    if (learnt_ != 0) {
+        --learnt_;
+    } else if (stamps_.Learning()) {
+        stamps_.Learn(line);
+    }
     const auto stamp = stamps_.Read(line);
     if (!stamp) {
         return line;
@@ -59,16 +82,25 @@ std::string_view LineClock::Take(std::string_view line) {
     if (stamp->sec != nowSec_ || !firstSec_) {
         Set(stamp->sec);
     }
-    return line.substr(stamp->length);
+    if (stamp->begin == 0) {
+        return line.substr(stamp->end);
+    }
+    joined_.assign(line.substr(0, stamp->begin));
+    joined_ += line.substr(stamp->end);
+    return joined_;
 }
 
-void AddYearOption(CLI::App &command, std::optional<int> &year) {
+void AddStampOptions(CLI::App &command, StampOptions &options) {
     command
-        .add_option("--year", year,
-                    "Year of a log whose stamps have none (default: the latest not in the future)")
+        .add_option("--year", options.year,
+                    "Year of stamps that have none (default: the latest not in the future)")
         ->transform(AsWholeNumber())
         ->check(CLI::Range(kFirstYear, kLastYear))
         ->type_name("N");
+    command
+        .add_option("--stamp", options.format,
+                    "Form of the time stamps, as of strptime, or none (default: what fits)")
+        ->type_name("FORMAT");
 }
 
 }  // namespace dxrsh

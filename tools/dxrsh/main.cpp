@@ -67,6 +67,8 @@ int main(int argc, char **argv) {
         return Run(argc, argv);
     } catch (const dxrsh::BrokenPipe &) {
         return 0;
+    } catch (const dxrsh::Ended &ended) {
+        return ended.Code();
     } catch (const dxrsh::UsageError &error) {
         Complain(error.what());
         return dxrsh::kExitUsage;

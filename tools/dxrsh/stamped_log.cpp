@@ -1,22 +1,96 @@
 #include "stamped_log.h"
 
+#include <ctime>
+
+#include "errors.h"
+#include "number_option.h"
+
 namespace dxrsh {
 
-StampedLog::StampedLog(const std::string &path, std::optional<int> year)
-    : input_(path), reader_(input_), clock_(year) {
+StampedLog::StampedLog(LogOptions options) : options_(std::move(options)), clock_(options_.stamps) {
+    if (options_.paths.empty()) {
+        options_.paths.emplace_back("-");
+    }
+    // All of them, so that one that is missing is known before anything is done.
+    bool sizeKnown = !options_.follow;
+    for (const std::string &path : options_.paths) {
+        const uint64_t size = Input(path).Size();
+        sizeKnown = sizeKnown && size != 0;
+        size_ += size;
+    }
+    size_ = sizeKnown ? size_ : 0;
+    if (options_.follow && options_.paths.back() == "-") {
+        throw UsageError("--follow: standard input cannot be followed; name a file");
+    }
+}
+
+uint64_t StampedLog::BytesRead() const {
+    return bytesBefore_ + (log_.input ? log_.input->BytesRead() : 0);
+}
+
+void StampedLog::Open() {
+    const std::string &path = options_.paths[opened_++];
+    const bool last = opened_ == options_.paths.size();
+    bytesBefore_ = BytesRead();
+    log_ = {};
+    ByteSource *source = nullptr;
+    if (options_.follow && last) {
+        log_.followed = std::make_unique<FollowedFile>(path, *options_.stop);
+        source = log_.followed.get();
+        live_ = true;
+    } else {
+        log_.input = std::make_unique<StoppableInput>(path, options_.stop);
+        log_.unpacked = std::make_unique<Unpacked>(*log_.input);
+        source = log_.unpacked.get();
+        live_ = log_.input->IsLive();
+    }
+    log_.reader = std::make_unique<LineReader>(*source, options_.longestLine);
+    log_.reader->OnRead([this] {
+        if (onRead_) {
+            onRead_();
+        }
+    });
+    log_.reader->Prime();
+    clock_.Start(log_.reader->Ahead());
+    if (live_) {
+        const auto setClock = [this] {
+            clock_.SetUnstamped(static_cast<uint32_t>(std::time(nullptr)));
+        };
+        setClock();
+        log_.reader->AfterRead(setClock);
+    }
+}
+
+bool StampedLog::NextWhole(Line &line) {
+    try {
+        return log_.reader->Next(line);
+    } catch (const LineTooLong &error) {
+        throw RunError(std::string(error.what()) + "; --longest BYTES allows more");
+    }
 }
 
 bool StampedLog::Next(StampedLine &line) {
-    if (!started_) {
-        started_ = true;
-        reader_.Prime();
-        clock_.Start(reader_.Ahead());
+    while (log_.reader == nullptr || !NextWhole(line.whole)) {
+        const bool stopped = options_.stop != nullptr && options_.stop->Requested();
+        if (opened_ == options_.paths.size() || stopped) {
+            return false;
+        }
+        Open();
     }
-    if (!reader_.Next(line.whole)) {
-        return false;
-    }
+    // The next log begins a line of its own.
+    line.whole.complete = line.whole.complete || opened_ < options_.paths.size();
     line.text = clock_.Take(line.whole.text);
     return true;
+}
+
+void AddLogOptions(CLI::App &command, LogOptions &options) {
+    command.add_option("FILE", options.paths, "The logs, one after the other; also .gz and .zst");
+    AddStampOptions(command, options.stamps);
+    command
+        .add_option("--longest", options.longestLine,
+                    "Give up at a line of more bytes (default 67108864)")
+        ->transform(AsWholeNumber())
+        ->type_name("BYTES");
 }
 
 }  // namespace dxrsh

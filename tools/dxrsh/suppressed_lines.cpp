@@ -8,7 +8,6 @@
 namespace dxrsh {
 namespace {
 
-constexpr size_t kFirstSlots = 1024;
 constexpr size_t kStep = 2 * sizeof(uint64_t);
 
 // Both halves of the product, so that every bit of a step reaches every bit of the sum.
@@ -21,7 +20,9 @@ uint64_t HashStep(uint64_t sum, const char *from) {
     return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64U);
 }
 
-uint32_t HashOf(std::string_view text) {
+}  // namespace
+
+uint64_t WideHashOf(std::string_view text) {
     uint64_t sum = text.size();
     if (text.size() < kStep) {
         std::array<char, kStep> padded{};
@@ -34,23 +35,28 @@ uint32_t HashOf(std::string_view text) {
         }
         sum = HashStep(sum, last);
     }
-    return static_cast<uint32_t>(sum ^ (sum >> 32U));
+    return sum;
 }
 
-}  // namespace
-
-void SuppressedLines::Add(std::string_view key, std::string_view text) {
+SuppressedLines::Entry &SuppressedLines::Add(std::string_view key, std::string_view text,
+                                             uint64_t wideHash) {
+    if (IsLatest(key)) {
+        ++entries_[last_].count_;
+        return entries_[last_];
+    }
     if (2 * entries_.size() >= slots_.size()) {
         Grow();
     }
-    const uint32_t hash = HashOf(key);
+    const uint32_t hash = ShortHash(wideHash);
     Slot &slot = SlotOf(key, hash);
     if (slot.entry == 0) {
         const std::string_view kept = Keep(text);
-        entries_.push_back({key == text ? kept : Keep(key), {kept, 0}});
+        entries_.push_back(Entry(key == text ? kept : Keep(key), kept, wideHash));
         slot = {hash, static_cast<uint32_t>(entries_.size())};
     }
-    ++entries_[slot.entry - 1].line.count;
+    last_ = slot.entry - 1;
+    ++entries_[last_].count_;
+    return entries_[last_];
 }
 
 std::vector<SuppressedLine> SuppressedLines::Top(size_t count) const {
@@ -60,14 +66,14 @@ std::vector<SuppressedLine> SuppressedLines::Top(size_t count) const {
         ranked.push_back(&entry);
     }
     const auto moreFrequent = [](const Entry *a, const Entry *b) {
-        return a->line.count != b->line.count ? a->line.count > b->line.count : a < b;
+        return a->count_ != b->count_ ? a->count_ > b->count_ : a < b;
     };
     const size_t kept = std::min(count, ranked.size());
     std::partial_sort(ranked.begin(), ranked.begin() + static_cast<ptrdiff_t>(kept), ranked.end(),
                       moreFrequent);
     std::vector<SuppressedLine> top;
     for (size_t i = 0; i < kept; ++i) {
-        top.push_back(ranked[i]->line);
+        top.push_back(ranked[i]->Line());
     }
     return top;
 }
@@ -75,14 +81,14 @@ std::vector<SuppressedLine> SuppressedLines::Top(size_t count) const {
 SuppressedLines::Slot &SuppressedLines::SlotOf(std::string_view key, uint32_t hash) {
     for (size_t at = hash;; ++at) {
         Slot &slot = slots_[at & (slots_.size() - 1)];
-        if (slot.entry == 0 || (slot.hash == hash && entries_[slot.entry - 1].key == key)) {
+        if (slot.entry == 0 || (slot.hash == hash && entries_[slot.entry - 1].Key() == key)) {
             return slot;
         }
     }
 }
 
 void SuppressedLines::Grow() {
-    std::vector<Slot> grown(std::max(kFirstSlots, 2 * slots_.size()));
+    std::vector<Slot> grown(2 * slots_.size());
     for (const Slot &slot : slots_) {
         if (slot.entry != 0) {
             size_t at = slot.hash;

@@ -1,0 +1,16 @@
+// What is said of a log that went through the log filter.
+#ifndef DXRSH_FILTER_REPORT_H
+#define DXRSH_FILTER_REPORT_H
+
+#include "filter_run.h"
+
+namespace dxrsh {
+
+// For people, on standard error.
+void SayReport(FilterRun &run, const FilterOptions &options);
+// As one JSON object, on standard output.
+void WriteJsonReport(FilterRun &run, const FilterOptions &options);
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_FILTER_REPORT_H
