@@ -9,6 +9,7 @@
 
 #include "test_recorders.h"
 #include "test_session.h"
+#include "trace/formatted.h"
 #include "trace/pointers.h"
 
 namespace devhost {
@@ -214,3 +215,8 @@ void KeepCalls() {
 }
 
 }  // namespace devhost
+
+dxr_trace::Texts *dxr_trace::TextsOfThread() {
+    thread_local Texts texts;
+    return &texts;
+}

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <new>
 
-#include "threads.h"
-
 namespace dxr_trace {
 
 // The text follows.
@@ -49,14 +47,14 @@ Formatted::Formatted(const char *format, std::va_list args) {
     text_ = length < 0 ? format : room_.data();
     if (length >= 0 && static_cast<size_t>(length) >= room_.size()) {
         const size_t size = static_cast<size_t>(length) + 1;
-        ThreadRecord *const record = t_record != nullptr ? t_record : MakeRecord();
-        char *const text = record != nullptr ? record->texts.Put(size) : nullptr;
+        Texts *const texts = TextsOfThread();
+        char *const text = texts != nullptr ? texts->Put(size) : nullptr;
         errno = before;
         if (text != nullptr && std::vsnprintf(text, size, format, again) == length) {
-            texts_ = &record->texts;
+            texts_ = texts;
             text_ = text;
         } else if (text != nullptr) {
-            record->texts.TakeOff(text);
+            texts->TakeOff(text);
         }
     }
     va_end(again);

@@ -29,6 +29,10 @@ class Texts {
     Block *latest_ = nullptr;
 };
 
+// The calling thread's; null without memory. Each library that formats has a place of its own for
+// them.
+Texts *TextsOfThread();
+
 class Formatted {
   public:
     // Leaves errno as it is. A format that cannot be printed stands for itself; without memory a

@@ -114,6 +114,11 @@ ThreadRecord *MakeRecord() {
     return t_record;
 }
 
+Texts *TextsOfThread() {
+    ThreadRecord *const record = t_record != nullptr ? t_record : MakeRecord();
+    return record != nullptr ? &record->texts : nullptr;
+}
+
 ThreadRecord *RecordOf(uint32_t session) {
     ThreadRecord *const record = t_record;
     if (session == 0 || record == nullptr || record->session == session) {
