@@ -66,7 +66,7 @@ void Host::ReportLeftover(const char *service, const Place &made, const std::str
 }
 
 std::string Host::UseOf(const CodeRange &code) {
-    std::string use;
+    std::string use = reports.HasSinkIn(code) ? "the sink of reports" : "";
     for (const auto &service : services_) {
         const std::string found = service->UseOf(code);
         use += !use.empty() && !found.empty() ? ", " : "";

@@ -198,6 +198,14 @@ class PrintService : public Service {
         }
     }
 
+    std::string UseOf(const CodeRange &code) override {
+        const std::lock_guard lock(mutex);
+        const bool isUsed = code.Holds(reinterpret_cast<const void *>(print.sink)) ||
+                            code.Holds(reinterpret_cast<const void *>(diag.sink)) ||
+                            code.Holds(reinterpret_cast<const void *>(events.sink));
+        return isUsed ? "a sink of messages, lines or events" : "";
+    }
+
     void Note(const char *text) {
         DxrHostMilestone milestone{};
         milestone.ns = TheHost().scheduler.clock.NowNs();

@@ -113,6 +113,11 @@ void Reports::SetSink(DxrHostReportSink sink, void *user) {
     user_ = user;
 }
 
+bool Reports::HasSinkIn(const CodeRange &code) {
+    const std::lock_guard lock(mutex_);
+    return code.Holds(reinterpret_cast<const void *>(sink_));
+}
+
 uint32_t Reports::Count() {
     const std::lock_guard lock(mutex_);
     return static_cast<uint32_t>(reports_.size());

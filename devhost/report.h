@@ -31,6 +31,7 @@ class Reports {
     void TellMore();
 
     void SetSink(DxrHostReportSink sink, void *user);
+    bool HasSinkIn(const CodeRange &code);
     uint32_t Count();
     bool Get(uint32_t index, DxrHostReport &report);
     void WriteAll(std::FILE *out);

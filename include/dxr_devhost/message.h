@@ -239,7 +239,8 @@ DXR_API void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts);
 /* Sets an event's trigger and error, and a trigger's text, which is copied; null takes the text
  * away. Any numbers. Texts stay as long as the host, since modules may have their addresses; a text
  * that was there before is the same one. Return false without memory, and, reported, for another
- * event or text when there are DXR_HOST_MOST_EVENTS or DXR_HOST_MOST_TRIGGER_TEXTS of them. */
+ * event or text when there are DXR_HOST_MOST_EVENTS events or triggers with a text, or
+ * DXR_HOST_MOST_TRIGGER_TEXTS texts. */
 #define DXR_HOST_MOST_EVENTS 10000u
 #define DXR_HOST_MOST_TRIGGER_TEXTS 1000u
 DXR_API bool DxrHostSetEvent(DxrHost *host, uint32_t event, uint32_t trigger, uint32_t error);

@@ -1,6 +1,8 @@
 // The host's plug-in service, by the sentences of its header, with plug-ins of plugins/plugin.c.
 #include "dxr_devhost/plugin.h"
 
+#include <dlfcn.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -497,6 +499,25 @@ TEST_F(HostPlugin, MayCallSlotsWhileItIsOpened) {
     }
     EXPECT_EQ(DXR_UnRegisterBrdPlugin(&plugin), 0U);
     EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(HostPlugin, SinksInItsCodeAreNeeded) {
+    EXPECT_EQ(Load("bare"), 0U);
+    DxrHostPlugin plugin = Record("bare");
+    void *const library = dlopen(directory.Path("bare.so").c_str(), RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(library, nullptr);
+    DxrHostSetReportSink(
+        host, reinterpret_cast<DxrHostReportSink>(dlsym(library, "DxrTestReportSink")), nullptr);
+    DxrHostSetPrintSink(
+        host, reinterpret_cast<DxrHostPrintSink>(dlsym(library, "DxrTestPrintSink")), nullptr, 6);
+    (void)dlclose(library);
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_EQ(DXR_IsBrdPluginLoaded(&plugin), 0U);
+    DxrHostReport report{};
+    ASSERT_TRUE(DxrHostGetReport(host, 0, &report));
+    EXPECT_THAT(report.text, HasSubstr("needed by the sink of reports, a sink of messages, lines "
+                                       "or events: it stays in memory"));
+    EXPECT_NE(DXR_InitMutex(nullptr, nullptr), 0U) << "the sink is still there";
 }
 
 TEST(HostPluginCalls, WithoutAHostThereIsNone) {

@@ -126,6 +126,19 @@ __attribute__((constructor)) static void Open(void) {
 }
 #endif
 
+/* Sinks that lie in the plug-in. */
+void DxrTestReportSink(const DxrHostReport *report, void *user);
+void DxrTestReportSink(const DxrHostReport *report, void *user) {
+    (void)report;
+    (void)user;
+}
+void DxrTestPrintSink(uint32_t level, const char *text, void *user);
+void DxrTestPrintSink(uint32_t level, const char *text, void *user) {
+    (void)level;
+    (void)text;
+    (void)user;
+}
+
 const DxrHostPluginTable dxrHostPlugin = {
 #if TEST_PLUGIN == TEST_PLUGIN_SHORT
     .size = sizeof(DxrHostPluginTable) - 1,
