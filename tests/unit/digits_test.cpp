@@ -79,6 +79,22 @@ TEST(Characters, TheFirstPlaceOfACharacter) {
     }
 }
 
+TEST(Characters, AfterTheLastThereAreNuls) {
+    const std::string text = "characters of it";
+    for (size_t length = 1; length <= text.size(); ++length) {
+        for (size_t left = 1; left <= length; ++left) {
+            char eight[8] = {};
+            text.copy(eight, 8, length - left);
+            if (left < 8) {
+                std::memset(eight + left, 0, 8 - left);
+            }
+            const char *const at = text.data() + (length - left);
+            ASSERT_EQ(dxr::LoadCharacters(eight), dxr::LoadNext(text.data(), at, left))
+                << length << ' ' << left;
+        }
+    }
+}
+
 // A text is the whole of its block: a memory checker watches what is read.
 TEST(Characters, TextIsCopiedUpToACharacterOrItsEnd) {
     for (size_t length = 0; length <= 40; ++length) {

@@ -44,10 +44,9 @@ inline uint64_t EightDecimal(uint64_t number) {
 // Eight digits of so many bits.
 template <unsigned kBits>
 inline uint64_t EightBinary(uint64_t number) {
-    constexpr uint64_t kHalf = (1U << (4 * kBits)) - 1;
     constexpr uint64_t kQuarter = ((1U << (2 * kBits)) - 1) * 0x0000000100000001;
     constexpr uint64_t kEighth = ((1U << kBits) - 1) * 0x0001000100010001;
-    uint64_t digits = number >> (4 * kBits) | (number & kHalf) << 32;
+    uint64_t digits = number >> (4 * kBits) | number << 32;
     digits = (digits >> (2 * kBits) & kQuarter) | (digits & kQuarter) << 16;
     return (digits >> kBits & kEighth) | (digits & kEighth) << 8;
 }
@@ -74,6 +73,7 @@ template <uint64_t kLimit, uint64_t (*kEight)(uint64_t), typename... Letter>
             number /= kLimit;
         }
     }
+    // A bit that is always there, so that the compiler need not ask.
     const uint64_t top = kEight(number);
     digits.top = Characters(top, letter...);
     digits.count = digits.all - ByteOfLowest(top | 1ULL << 63);
