@@ -39,15 +39,19 @@ def run(*command, text=None):
     return result.stdout
 
 
-def exported_symbols(options):
-    """The defined dynamic symbols with their nm types, without version nodes."""
-    symbols = {}
+def versioned_symbols(options):
+    """(name, version, nm type) of the defined dynamic symbols, without version nodes."""
     listed = run(options.nm, "-D", "--defined-only", "-f", "posix", options.library)
     for line in listed.splitlines():
         name, kind = line.split()[:2]
         if kind != "A":
-            symbols[name.split("@")[0]] = kind
-    return symbols
+            name, _, version = name.partition("@@")
+            yield name, version, kind
+
+
+def exported_symbols(options):
+    """The defined dynamic symbols with their nm types."""
+    return {name: kind for name, _, kind in versioned_symbols(options)}
 
 
 def demangled(options, names):
@@ -58,12 +62,14 @@ def demangled(options, names):
 
 
 def read_version_script(path):
-    """The names that the version script exports; patterns are refused, each symbol has its line."""
+    """{name: version} of what the script exports; patterns are refused, each symbol has its line."""
     with open(path, encoding="utf-8") as stream:
         text = re.sub(r"/\*.*?\*/|#[^\n]*", " ", stream.read(), flags=re.DOTALL)
     names = []
+    versions = {}
     problems = []
-    for node in re.findall(r"\{(.*?)\}\s*[\w.]*\s*;", text, flags=re.DOTALL):
+    for version, node in re.findall(r"([\w.]*)\s*\{(.*?)\}\s*[\w.]*\s*;", text,
+                                    flags=re.DOTALL):
         scope = "global"
         for item in (item.strip() for item in node.split(";")):
             label = re.match(r"(global|local)\s*:\s*", item)
@@ -73,13 +79,14 @@ def read_version_script(path):
             if scope == "global" and item:
                 if re.fullmatch(r"[A-Za-z_]\w*", item):
                     names.append(item)
+                    versions[item] = version
                 else:
                     problems.append(f"the version script exports a pattern: {item}")
     problems += [f"the version script lists a name twice: {name}"
                  for name in sorted({name for name in names if names.count(name) > 1})]
     if not names:
         problems.append("the version script exports nothing")
-    return set(names), problems
+    return versions, problems
 
 
 def compare(options, left, left_text, right, right_text):
@@ -99,8 +106,11 @@ def compare(options, left, left_text, right, right_text):
 
 def check_map(options):
     listed, problems = read_version_script(options.map)
+    problems += [f"{name} has the version {version or 'none'}, not {listed[name] or 'none'}"
+                 for name, version, _ in versioned_symbols(options)
+                 if listed.get(name, version) != version]
     return problems + compare(options, set(exported_symbols(options)), "exported by the library",
-                              listed, "listed in the version script")
+                              set(listed), "listed in the version script")
 
 
 # --------------------------------------------------------------------------------------------------

@@ -79,7 +79,7 @@ class Calls:
 def exported(nm, cxxfilt, library):
     """Demangled name to address."""
     symbols = [line.split() for line in run(nm, "-D", "--defined-only", library).splitlines()]
-    functions = [(int(at, 16), name) for at, kind, name in symbols if kind in "TW"]
+    functions = [(int(at, 16), name.split("@")[0]) for at, kind, name in symbols if kind in "TW"]
     plain = run(cxxfilt, text="\n".join(name for _, name in functions)).splitlines()
     return {in_short(name): at for name, (at, _) in zip(plain, functions)}
 
