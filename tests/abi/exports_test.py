@@ -62,7 +62,7 @@ def demangled(options, names):
 
 
 def read_version_script(path):
-    """{name: version} of what the script exports; patterns are refused, each symbol has its line."""
+    """{name: version} of what the script exports; patterns are refused, a symbol has its line."""
     with open(path, encoding="utf-8") as stream:
         text = re.sub(r"/\*.*?\*/|#[^\n]*", " ", stream.read(), flags=re.DOTALL)
     names = []
