@@ -256,6 +256,7 @@ def hooks_header(groups):
         members = "\n".join(slot.member_declaration for slot in group.slots)
         parts.append(f"typedef struct {group.type} {{\n{members}\n}} {group.type};\n")
     members = "\n".join(f"{group.type} {group.member};" for group in groups)
+    parts.append("/* The whole table, group by group. */")
     parts.append(f"typedef struct DxrHooks {{\n{members}\n}} DxrHooks;\n")
     parts.append(HOOKS_HEADER_FUNCTIONS)
     for group in groups:

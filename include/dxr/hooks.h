@@ -350,6 +350,7 @@ typedef struct DxrTemperatureHooks {
     void (*registerQueryTempFunc)(uint32_t arg1, void *func);
 } DxrTemperatureHooks;
 
+/* The whole table, group by group. */
 typedef struct DxrHooks {
     DxrAlarmHooks alarm;
     DxrDbHooks db;

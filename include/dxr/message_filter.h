@@ -61,6 +61,7 @@ class DXR_API MessageFilterComponent {
      * with this node's own message type and is consumed on the way; an empty one finds nothing. */
     virtual MessageFilterComponent *Find(std::list<uint32_t> &path) = 0;
 
+    /* True if the node has this message type. */
     [[nodiscard]] bool IsSameMsgType(uint32_t type) const;
 
     /* The depth: 0 for the root. */
@@ -98,6 +99,7 @@ class DXR_API MessageFilterComposite : public MessageFilterComponent {
     void GetFilterStr(std::string &out) const override; /* no line for a root */
     MessageFilterComponent *Find(std::list<uint32_t> &path) override;
 
+    /* True if the depth is 0. */
     [[nodiscard]] bool IsFilterRoot() const;
 
   private:
@@ -129,6 +131,7 @@ typedef struct DxrMessageFilter DxrMessageFilter;
 
 DXR_EXTERN_C_BEGIN
 
+/* Bytes of a node's name. */
 #define DXR_MESSAGE_FILTER_NAME_SIZE 32
 
 #pragma pack(push, 4)

@@ -34,14 +34,17 @@
 
 DXR_EXTERN_C_BEGIN
 
+/* Severities, the worst first. */
 #define DXR_HOST_ALARM_CRITICAL 1u
 #define DXR_HOST_ALARM_MAJOR 2u
 #define DXR_HOST_ALARM_MINOR 3u
 #define DXR_HOST_ALARM_WARNING 4u
 
+/* States. */
 #define DXR_HOST_ALARM_CLEARED 0u
 #define DXR_HOST_ALARM_RAISED 1u
 
+/* Bytes of a text, its terminator included; and how many alarms are kept. */
 #define DXR_HOST_ALARM_TEXT_SIZE 128
 #define DXR_HOST_MOST_ALARMS 10000u
 
@@ -61,6 +64,7 @@ typedef struct DxrHostFmAlarm {
 DXR_STATIC_ASSERT(sizeof(DxrHostFmAlarm) == 160, "modules build the record: fixed layout");
 DXR_STATIC_ASSERT(offsetof(DxrHostFmAlarm, text) == 32, "fixed layout");
 
+/* By which function an alarm came: DXR_Alarm or DXR_FmAlarm. */
 #define DXR_HOST_ALARM_PLAIN 0u
 #define DXR_HOST_ALARM_FM 1u
 

@@ -142,6 +142,7 @@ typedef struct DxrHostVsq {
 
 /* ---- Records of the slots --------------------------------------------------------------- */
 
+/* Values of a query at most. */
 #define DXR_HOST_DB_VALUES 8u
 
 /* What is selected: the rows of a table whose columns of the bits in `match`, bit 0 for the first

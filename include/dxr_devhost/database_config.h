@@ -49,6 +49,7 @@
 
 DXR_EXTERN_C_BEGIN
 
+/* Values of a block at most. */
 #define DXR_HOST_CONFIG_VALUES 30u
 
 /* A memory parameter or an advanced specification. It belongs to the host, stays as it is until the

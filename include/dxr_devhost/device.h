@@ -188,6 +188,7 @@ typedef struct DxrHostI2cRequest {
 #define DXR_HOST_DEV_LENGTH 3u /* `offset` gets the device's bytes */
 #define DXR_HOST_DEV_SYNC 4u   /* what was written is on the disk */
 
+/* What DXR_ControlDev is given. */
 typedef struct DxrHostDevRequest {
     uint32_t size; /* sizeof(DxrHostDevRequest) */
     uint32_t device;
@@ -218,6 +219,7 @@ typedef void (*DxrHostPreReset)(uint32_t mode, void *argument);
 #define DXR_HOST_RESET_HOLD 1u
 #define DXR_HOST_RESET_RELEASE 2u
 
+/* Called for an interrupt that DXR_IntrSetRegist registered it for. */
 typedef void (*DxrHostInterrupt)(uint32_t chip, uint32_t interrupt, void *argument);
 
 /* ---- The board ------------------------------------------------------------------------- */
@@ -298,6 +300,7 @@ DXR_API uint32_t DxrHostGetFlashInfo(DxrHost *host, uint32_t item, void *buffer,
 #define DXR_HOST_PCIE_CONFIG 3u /* 0     device  0     the offset, a multiple of 4        32 */
 #define DXR_HOST_PCIE_MEMORY 4u /* 0     device  BAR   in the BAR, a multiple of 4        32 */
 
+/* One cell of a space. */
 typedef struct DxrHostCell {
     uint32_t space; /* DXR_HOST_REGISTERS ... */
     uint32_t unit;
@@ -345,9 +348,11 @@ DXR_API uint32_t DxrHostWatchCells(DxrHost *host, const DxrHostCell *first, uint
     2u /* bits `amount` of the cell are turned over, as far as the access
                                    has them; 0: one that chance chooses */
 
+/* Which accesses a fault is for. */
 #define DXR_HOST_FAULT_READS 1u
 #define DXR_HOST_FAULT_WRITES 2u
 
+/* A fault of a cell. */
 typedef struct DxrHostCellFault {
     uint32_t size;     /* sizeof(DxrHostCellFault) */
     uint32_t effect;   /* DXR_HOST_FAULT_FAIL ... */

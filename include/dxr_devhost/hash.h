@@ -54,6 +54,7 @@ typedef uint32_t (*DxrHostHashFunction)(const void *key, void *user);
 /* Whether two keys are equal: 0, as memcmp tells it. */
 typedef int (*DxrHostHashCompare)(const void *key, const void *other, void *user);
 
+/* What DXR_HashCreate is given. */
 typedef struct DxrHostHashOptions {
     uint32_t size;              /* sizeof(DxrHostHashOptions) */
     uint32_t keyBytes;          /* of each key, up to 4096; 0: keys are texts of at most 4095 bytes

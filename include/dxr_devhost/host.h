@@ -9,6 +9,7 @@
 
 DXR_EXTERN_C_BEGIN
 
+/* A host; opaque. */
 typedef struct DxrHost DxrHost;
 
 /* ---- Options ---------------------------------------------------------------------------- */
@@ -159,6 +160,7 @@ DXR_API uint64_t DxrHostGetFailures(DxrHost *host, const char *point);
 /* A test: runs as a task of a fresh host that is registered. Returns 0 when all is well. */
 typedef uint32_t (*DxrHostBody)(DxrHost *host, void *user);
 
+/* What DxrHostExplore found. */
 typedef struct DxrHostExploration {
     uint32_t runs;   /* that were made */
     uint32_t result; /* of the failed run's body; 0 when the host ended the run */

@@ -21,6 +21,7 @@
 
 DXR_EXTERN_C_BEGIN
 
+/* How many attributes are kept. */
 #define DXR_HOST_MOST_KPIS 10000u
 
 /* An attribute of an indicator of an object; any numbers. */

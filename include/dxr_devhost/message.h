@@ -88,6 +88,7 @@ typedef struct DxrHostUnit {
     uint32_t number; /* its slot or number, any */
 } DxrHostUnit;
 
+/* At most: bytes of a message, milliseconds of its delay, messages that are late or held. */
 #define DXR_HOST_MESSAGE_BYTES 65536u
 #define DXR_HOST_MESSAGE_DELAY_MS 100u
 #define DXR_HOST_MOST_LATE_MESSAGES 1024u
@@ -122,6 +123,7 @@ DXR_STATIC_ASSERT(sizeof(DxrHostMessage) == DXR_LAYOUT(64, 1) ||
 /* The kind of the messages of DXR_SendEopEvent. */
 #define DXR_HOST_MESSAGE_EOP 0x454F50u
 
+/* What DXR_SendEopEvent is given. */
 typedef struct DxrHostEopEvent {
     uint32_t size; /* sizeof(DxrHostEopEvent) */
     uint32_t bytes;
@@ -142,6 +144,7 @@ DXR_STATIC_ASSERT(sizeof(DxrHostEopEvent) == DXR_LAYOUT(24, 1), "fixed layout");
 typedef uint32_t (*DxrHostMessageHandler)(const DxrHostMessage *message, void *user);
 #define DXR_HOST_ACK_LATER 0xFFFFFFFFu
 
+/* A mailbox that is opened. */
 typedef struct DxrHostMailbox {
     uint32_t size; /* sizeof(DxrHostMailbox) */
     uint32_t most; /* messages that may wait in it; 0: 1024 */
@@ -215,6 +218,7 @@ DXR_API void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts);
 
 /* ---- Events and the mesh ---------------------------------------------------------------- */
 
+/* The events of the table above. */
 #define DXR_HOST_EVENT_LINK 1u
 #define DXR_HOST_EVENT_MEMORY 2u
 #define DXR_HOST_EVENT_QUEUE 3u
@@ -223,12 +227,14 @@ DXR_API void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts);
 #define DXR_HOST_EVENT_MESSAGE 6u
 #define DXR_HOST_EVENT_COMMAND 7u
 
+/* What an event comes from. */
 #define DXR_HOST_TRIGGER_IRQ 1u
 #define DXR_HOST_TRIGGER_POLL 2u
 #define DXR_HOST_TRIGGER_TIMER 3u
 #define DXR_HOST_TRIGGER_PEER 4u
 #define DXR_HOST_TRIGGER_USER 5u
 
+/* Errors that an event tells of. */
 #define DXR_HOST_ERROR_NONE 0u
 #define DXR_HOST_ERROR_LINK 1u
 #define DXR_HOST_ERROR_MEMORY 2u

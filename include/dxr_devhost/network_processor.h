@@ -29,6 +29,7 @@ DXR_EXTERN_C_BEGIN
 
 /* ---- Records of the slots --------------------------------------------------------------- */
 
+/* Ports of a multicast group at most. */
 #define DXR_HOST_MC_PORTS 1024u
 
 /* The ports of a multicast group. */

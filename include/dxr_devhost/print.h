@@ -70,6 +70,7 @@ DXR_API void DxrHostSetPrintSink(DxrHost *host, DxrHostPrintSink sink, void *use
 
 /* ---- Diagnostic lines ------------------------------------------------------------------- */
 
+/* Gets a line, without a line feed. */
 typedef void (*DxrHostLineSink)(const char *line, void *user);
 
 /* Where the lines go that the log filter lets through. Default: stdout, one line each. Null drops
@@ -85,6 +86,7 @@ DXR_API void DxrHostSetLogDirectory(DxrHost *host, const char *directory);
 
 /* ---- Events and milestones -------------------------------------------------------------- */
 
+/* What DXR_WriteEventLog is given. */
 typedef struct DxrHostEvent {
     uint32_t size; /* sizeof(DxrHostEvent) */
     uint32_t id;
@@ -93,6 +95,7 @@ typedef struct DxrHostEvent {
     const char *text; /* copied; may be null */
 } DxrHostEvent;
 
+/* Gets an event. */
 typedef void (*DxrHostEventSink)(const DxrHostEvent *event, void *user);
 
 /* Where events go. Default, and null: each is a message of level 3. */
@@ -101,6 +104,7 @@ DXR_API void DxrHostSetEventSink(DxrHost *host, DxrHostEventSink sink, void *use
 /* How many milestones there are; the latest 256 are kept. */
 DXR_API uint32_t DxrHostGetMilestoneCount(DxrHost *host);
 
+/* A milestone of a warm reboot. */
 typedef struct DxrHostMilestone {
     uint64_t ns; /* of the host's clock, since it was made */
     char text[128];
@@ -111,6 +115,7 @@ DXR_API bool DxrHostGetMilestone(DxrHost *host, uint32_t index, DxrHostMilestone
 
 /* ---- Log filters ------------------------------------------------------------------------ */
 
+/* What DXR_LOGFILTER_Register is given. */
 typedef struct DxrHostLogFilter {
     uint32_t size;    /* sizeof(DxrHostLogFilter) */
     uint32_t entries; /* lines to be known; the oldest is forgotten for a new one; 1 to 65536 */

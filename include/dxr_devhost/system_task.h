@@ -52,6 +52,7 @@ DXR_EXTERN_C_BEGIN
 /* What a task runs. */
 typedef void (*DxrHostTaskEntry)(void *argument);
 
+/* What DXR_CreateTask is given as options. */
 typedef struct DxrHostTaskOptions {
     uint32_t size;      /* sizeof(DxrHostTaskOptions) */
     uint32_t stackSize; /* bytes; 0: the system's default */

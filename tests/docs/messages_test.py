@@ -26,7 +26,8 @@ def main(root):
     page = (root / "docs/guide-operator.md").read_text(encoding="utf-8")
     told = set(ROW.findall(page))
     wrong = [f"not told: level {level}, {message}" for level, message in sorted(printed - told)]
-    wrong += [f"never printed: level {level}, {message}" for level, message in sorted(told - printed)]
+    wrong += [f"never printed: level {level}, {message}"
+              for level, message in sorted(told - printed)]
     print(*wrong, f"{len(told)} messages, {calls} places that print", sep="\n")
     return 1 if wrong or not told else 0
 
