@@ -78,6 +78,7 @@ DXR_API uint32_t DxrTestStartTask(DxrHostTaskEntry entry, void *argument);
 DXR_API bool DxrTestAsked(const char *pattern, uint32_t least, uint32_t most, char *why,
                           uint32_t size);
 
+/* Arguments of a call at most. */
 #define DXR_TEST_MOST_ARGUMENTS 7
 
 /* A call. What pointers lead to are the kit's copies, made when the call began and kept until the
@@ -141,6 +142,7 @@ DXR_API DxrTestFunction DxrTestGetReal(void *slot);
  * virtual clock it runs as a task. */
 typedef void (*DxrTestBody)(void *user);
 
+/* The point of all allocations. */
 #define DXR_TEST_ALLOCATIONS "memory.allocate"
 
 /* Runs the body again and again, each time in a test of its own: first the first step of `point`
@@ -173,8 +175,10 @@ DXR_API uint32_t DxrTestExplore(const DxrHostOptions *options, uint32_t seeds, D
 #define DXR_TEST_LOGGED_TIMES(pattern, least, most) \
     DxrTestCheckLogged((pattern), (least), (most), __FILE__, __LINE__)
 
+/* Bytes of a reason, its terminator included. */
 #define DXR_TEST_TEXT_SIZE 4096
 
+/* The parts of the above, which give what they were told: notes a failure unless it holds. */
 static inline bool DxrTestCheck(bool holds, const char *text, const char *file, uint32_t line) {
     if (!holds) {
         DxrTestNoteFailure(file, line, text);
@@ -182,12 +186,14 @@ static inline bool DxrTestCheck(bool holds, const char *text, const char *file, 
     return holds;
 }
 
+/* DxrTestAsked, with a failure noted. */
 static inline bool DxrTestCheckAsked(const char *pattern, uint32_t least, uint32_t most,
                                      const char *file, uint32_t line) {
     char why[DXR_TEST_TEXT_SIZE];
     return DxrTestCheck(DxrTestAsked(pattern, least, most, why, sizeof(why)), why, file, line);
 }
 
+/* DxrTestLogged for lines of all kinds, with a failure noted. */
 static inline bool DxrTestCheckLogged(const char *pattern, uint32_t least, uint32_t most,
                                       const char *file, uint32_t line) {
     char why[DXR_TEST_TEXT_SIZE];

@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 """No link of the site leads nowhere, and every public name has a text.
 
+The tree beside the pages looks for functions of namespaces on the page of their file; such links
+are first turned to the page that has them.
+
     check.py SITE        reads SITE/html and SITE/xml; exit status 1 for a dead link or a bare name
 
 Names are functions, types, macros, objects and the classes' functions. Members of records are
@@ -34,8 +37,23 @@ class Page(html.parser.HTMLParser):
                 self.anchors.add(value)
 
 
+def mend_tree(folder, pages):
+    homes = {anchor: name for name, page in pages.items() for anchor in page.anchors}
+
+    def mended(match):
+        page, anchor = match.groups()
+        if page in pages and anchor not in pages[page].anchors and anchor in homes:
+            page = homes[anchor]
+        return f'"{page}#{anchor}"'
+
+    for path in folder.glob("*.js"):
+        text = path.read_text(encoding="utf-8")
+        path.write_text(re.sub(r'"([\w.-]+\.html)#(\w+)"', mended, text), encoding="utf-8")
+
+
 def dead_links(folder):
     pages = {path.name: Page(path.read_text(encoding="utf-8")) for path in folder.glob("*.html")}
+    mend_tree(folder, pages)
     links = [(name, link) for name, page in pages.items() for link in page.links]
     # The menus and the search are data.
     for path in [*folder.glob("*.js"), *folder.glob("search/*_*.js")]:
@@ -70,7 +88,8 @@ def public_names(folder):
             continue
         owner = compound.findtext("compoundname")
         if compound.get("kind") in ("struct", "class"):
-            names[owner] = has_text(compound)
+            # What is special for some types is described with the template.
+            names[owner] = has_text(compound) or "<" in owner
         for member in compound.iter("memberdef"):
             name = member.findtext("name")
             if member.get("kind") == "define" and OWN.match(name):
@@ -85,7 +104,8 @@ def public_names(folder):
             else:
                 # What overrides, constructors and destructors are described by their class.
                 known = has_text(member) or member.find("reimplements") is not None or (
-                    name.lstrip("~") == owner.split("::")[-1])
+                    re.sub("<.*", "", owner).split("::")[-1] == name.lstrip("~")) or (
+                    "override" in (member.findtext("argsstring") or ""))
                 names[f"{owner}::{name}"] = names.get(f"{owner}::{name}", False) or known
     return names, members
 

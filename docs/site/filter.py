@@ -163,6 +163,17 @@ class Header:
         if re.match(r"(typedef )?(struct|class)\b.*\{$", taken):
             self.record = re.search(r"(?:struct|class) (?:DXR_API )?(\w+)", taken)[1]
             self.shared = None
+        elif taken.rstrip().endswith("{"):
+            self.body()
+
+    def body(self):
+        """Copies the body of a function."""
+        depth = 1
+        while depth > 0:
+            self.at += 1
+            line = self.lines[self.at]
+            depth += line.count("{") - line.count("}")
+            self.out.append(line)
 
     @staticmethod
     def ended(code, taken):

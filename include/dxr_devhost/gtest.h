@@ -41,7 +41,10 @@ class Text {
     Text(Text &&) = delete;
     Text &operator=(Text &&) = delete;
 
+    /* To write to; the object's own. */
     [[nodiscard]] FILE *File() { return file_; }
+
+    /* What was written so far. */
     [[nodiscard]] std::string Get() {
         (void)fflush(file_);
         return {text_, size_};
@@ -83,6 +86,7 @@ inline testing::AssertionResult Asked(const std::string &pattern, uint32_t least
     return testing::AssertionFailure() << why.data();
 }
 
+/* The same for lines of these kinds. */
 inline testing::AssertionResult Logged(const std::string &pattern, uint32_t least = 1,
                                        uint32_t most = UINT32_MAX,
                                        uint32_t kinds = DXR_TEST_LINES) {
@@ -164,6 +168,7 @@ Fake(Result (*&)(Args...), Callable) -> Fake<Result (*)(Args...), Callable>;
 
 /* ---- Many runs: not within a ModuleTest, which has begun a test already ------------------ */
 
+/* What is run. */
 using Body = std::function<void()>;
 
 /* For the functions below: runs a body, and notes a failure when an expectation in it fails. */
