@@ -12,7 +12,7 @@
  *
  *                          DXR_IsMessageFiltered,          IsFiltered, SetLostCnt, Find
  *                          DXR_SetMessageFilterCount       of a node
- *     given as             a number and uint32_t arguments a std::list<uint32_t>
+ *     given as             a number, then uint32_t ...     a std::list<uint32_t>
  *     begins               below the root: its children    with the node's own type, 0 for the root
  *     the root itself      number 0                        {0}
  *     child 5's child 7    2, 5, 7                         {0, 5, 7} of the root, {5, 7} of child 5
