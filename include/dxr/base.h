@@ -6,6 +6,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#if defined(__cplusplus) && __cplusplus < 201703L
+#error "libdxr_api needs C++17 or later (-std=c++17)"
+#endif
+
 #ifdef __cplusplus
 #define DXR_EXTERN_C_BEGIN extern "C" {
 #define DXR_EXTERN_C_END }
@@ -25,6 +29,15 @@
 #else
 #define DXR_API
 #define DXR_PRINTF(text, first)
+#endif
+
+/* A result that nobody else keeps: the compiler warns where it is dropped. Comes before DXR_API. */
+#if defined(__cplusplus)
+#define DXR_NODISCARD [[__nodiscard__]]
+#elif defined(__GNUC__)
+#define DXR_NODISCARD __attribute__((__warn_unused_result__))
+#else
+#define DXR_NODISCARD
 #endif
 
 /* The binary interface (record offsets, the 1808-byte hook table) is that of 64-bit targets. With

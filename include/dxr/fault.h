@@ -48,10 +48,11 @@ class DXR_API DxrCounter {
 };
 
 DXR_STATIC_ASSERT(sizeof(DxrCounter) == 4 + 4 * 4096, "the host places counters: fixed layout");
-DXR_STATIC_ASSERT(std::is_trivially_default_constructible_v<DxrCounter>,
+DXR_STATIC_ASSERT(std::is_trivially_default_constructible<DxrCounter>::value,
                   "a zeroed block is a counter");
-DXR_STATIC_ASSERT(std::is_trivially_copyable_v<DxrCounter>, "a zeroed block is a counter");
-DXR_STATIC_ASSERT(std::is_standard_layout_v<DxrCounter>, "the host places counters: fixed layout");
+DXR_STATIC_ASSERT(std::is_trivially_copyable<DxrCounter>::value, "a zeroed block is a counter");
+DXR_STATIC_ASSERT(std::is_standard_layout<DxrCounter>::value,
+                  "the host places counters: fixed layout");
 
 /* A rule over a counter, immutable but for assignment. The rules below are plain values: they can
  * be copied, moved, assigned and kept in containers. The order of the virtual operations is part of

@@ -17,7 +17,8 @@ DXR_EXTERN_C_BEGIN
 /* Allocates a block of `size` bytes for a module (slot 1). Returns null for a size of 0, which the
  * host is not asked for, when the host has no memory, and without a hook: the C library's allocator
  * never steps in. The caller releases the block with DXR_Free. */
-DXR_API void *DXR_Malloc(uint32_t mid, uint32_t size, const char *file, uint32_t line);
+DXR_NODISCARD DXR_API void *DXR_Malloc(uint32_t mid, uint32_t size, const char *file,
+                                       uint32_t line);
 
 /* The library's default module identifier; 9 until it is set. */
 extern DXR_API uint32_t g_dxrMemoryMid;

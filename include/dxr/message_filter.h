@@ -158,7 +158,8 @@ DXR_STATIC_ASSERT(offsetof(DxrMessageFilterInfo, subFilterNum) == DXR_LAYOUT(48,
  * count 0. The records are copied and may go afterwards. Null if `info` is null; else the tree, the
  * caller's until DXR_DestroyMessageFilter. When memory runs out std::bad_alloc leaves the function:
  * the node under construction is freed then, what stands of the tree is not. */
-DXR_API DxrMessageFilter *DXR_CreateMessageFilter(const DxrMessageFilterInfo *info, uint32_t num);
+DXR_NODISCARD DXR_API DxrMessageFilter *DXR_CreateMessageFilter(const DxrMessageFilterInfo *info,
+                                                                uint32_t num);
 
 /* Frees the whole tree and sets the handle to null. A null `filter` or a null handle: nothing
  * happens. */

@@ -46,7 +46,8 @@ DXR_API uint32_t DXR_CalcAbsoluteLinkId(uint32_t chipId, uint32_t linkNumPerChip
  * 32-bit product, unchecked. Memory is the default module's; the caller gives the map back with
  * DXR_DestroyLinkBitMap().
  */
-DXR_API DxrLinkBitMap *DXR_CreateLinkBitMap(uint32_t chipNum, uint32_t linkNumPerChip);
+DXR_NODISCARD DXR_API DxrLinkBitMap *DXR_CreateLinkBitMap(uint32_t chipNum,
+                                                          uint32_t linkNumPerChip);
 
 /*
  * Sets the bit of link `linkId` of chip `chipId`. A null map, a chip beyond the last and a link

@@ -59,13 +59,14 @@ DXR_API void DxrHostInitOptions(DxrHostOptions *options);
 /* Makes a host; `options` null stands for the defaults. With the virtual clock the calling thread
  * becomes the host's first task, "main". Returns null when the options are wrong (size, clock) or
  * there is no memory. Any number of hosts may exist; slots reach the one that is registered. */
-DXR_API DxrHost *DxrHostCreate(const DxrHostOptions *options);
+DXR_NODISCARD DXR_API DxrHost *DxrHostCreate(const DxrHostOptions *options);
 
 /* As DxrHostCreate, with the options of a JSON file: one object whose members have the names of
  * DxrHostOptions, all but `size`; the clock is "real", "stepped" or "virtual". On failure returns
  * null and writes a line that says why, with file, line and column where the file is to blame, to
  * `error` (at most `errorSize` bytes, terminated; null: nowhere). */
-DXR_API DxrHost *DxrHostCreateFromFile(const char *path, char *error, uint32_t errorSize);
+DXR_NODISCARD DXR_API DxrHost *DxrHostCreateFromFile(const char *path, char *error,
+                                                     uint32_t errorSize);
 
 /* Fills the table of the library (DXR_RegisterHooks) with the host's functions and makes `host` the
  * one that they reach; null empties the table. Returns 0, what DXR_RegisterHooks returns, or EINVAL

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Every public header compiles alone, twice in a row, in each language it promises, and silently.
 
-The headers of everything also do after macros of a host's own that bear the names of attributes.
+The headers of everything also do after macros of a host's own that bear the names of attributes,
+and in C++20. An older C++ gets one error, and a result that nobody else keeps may not be dropped.
 
     headers_test.py --include DIR --c COMPILER... --cxx COMPILER...
 """
@@ -20,6 +21,10 @@ MACROS = "#include <stdbool.h>\n#include <stddef.h>\n#include <stdint.h>\n" + ""
     f"#define {name} of_the_host\n" for name in ("printf", "format", "visibility", "packed"))
 CXX_MACROS = "".join(
     f"#include <{name}>\n" for name in ("memory", "string", "utility", "vector")) + MACROS
+# Who drops the result of one of these has a leak.
+DROPPED = ("DXR_Malloc(9, 1, __FILE__, 1)", "DXR_CreateLinkBitMap(1, 1)",
+           "DXR_CreateMessageFilter(info, 1)", "DxrHostCreate(NULL)",
+           "DxrHostCreateFromFile(NULL, NULL, 0)")
 CXX_WARNINGS = ["-Wold-style-cast", "-Wnon-virtual-dtor", "-Woverloaded-virtual"]
 
 
@@ -38,6 +43,32 @@ def compile_alone(compiler, language, standard, include, header, macros):
     return f"{header} does not compile alone{after} as {standard} with {compiler}:\n{result.stderr}"
 
 
+def refuse(compiler, standard, include):
+    """Complains unless the only error is the line that says what the headers need."""
+    command = [compiler, "-x", "c++", f"-std={standard}", f"-I{include}", "-fsyntax-only", "-"]
+    result = subprocess.run(command, input='#include "dxr_api.h"\n', capture_output=True, text=True,
+                            check=False)
+    errors = [line for line in result.stderr.splitlines() if " error: " in line]
+    if result.returncode != 0 and len(errors) == 1 and "needs C++17" in errors[0]:
+        return None
+    return f"{compiler} with {standard} does not say what is needed: {result.stderr}"
+
+
+def refuse_to_drop(compiler, language, standard, include):
+    """Complains unless there is one warning a call."""
+    text = ('#include "dxr_devhost.h"\nvoid Drop(const DxrMessageFilterInfo *info);\n'
+            "void Drop(const DxrMessageFilterInfo *info) {\n" + "".join(
+                f"    {call};\n" for call in DROPPED) + "}\n")
+    command = [compiler, "-x", language, f"-std={standard}", "-Wall", f"-I{include}",
+               "-S", "-o", "/dev/null", "-"]  # GCC looks at C only when it makes code
+    result = subprocess.run(command, input=text, capture_output=True, text=True, check=False)
+    warned = [line for line in result.stderr.splitlines()
+              if "Wunused-result" in line or "ignoring return value" in line]
+    if result.returncode == 0 and len(warned) == len(DROPPED):
+        return None
+    return f"{compiler} with {standard} lets results drop: {len(warned)} warnings\n{result.stderr}"
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
@@ -51,13 +82,25 @@ def main():
     if "dxr_api.h" not in headers:
         sys.exit(f"no dxr_api.h in {options.include}")
     umbrellas = [header for header in headers if "/" not in header]
-    jobs = [(compiler, "c", "c11", options.include, header, macros) for compiler in options.c
-            for names, macros in ((headers, ""), (umbrellas, MACROS)) for header in names]
-    jobs += [(compiler, "c++", standard, options.include, header, macros)
-             for compiler in options.cxx for standard in ("c++17", "c++20")
-             for names, macros in ((headers, ""), (umbrellas, CXX_MACROS)) for header in names]
+    # Whether a header includes what it needs, the first compiler tells; those that include all the
+    # others have all that another compiler or standard may stumble on.
+    jobs = [(compile_alone, compiler, "c", "c11", options.include, header, macros)
+            for number, compiler in enumerate(options.c)
+            for names, macros in ((umbrellas if number else headers, ""), (umbrellas, MACROS))
+            for header in names]
+    jobs += [(compile_alone, compiler, "c++", standard, options.include, header, macros)
+             for number, compiler in enumerate(options.cxx)
+             for standard, names, macros in (("c++17", umbrellas if number else headers, ""),
+                                             ("c++17", umbrellas, CXX_MACROS),
+                                             ("c++20", umbrellas, CXX_MACROS))
+             for header in names]
+    jobs += [(refuse, compiler, standard, options.include)
+             for compiler in options.cxx for standard in ("c++11", "c++14")]
+    jobs += [(refuse_to_drop, compiler, "c", "c11", options.include) for compiler in options.c]
+    jobs += [(refuse_to_drop, compiler, "c++", "c++17", options.include)
+             for compiler in options.cxx]
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        complaints = [text for text in pool.map(lambda job: compile_alone(*job), jobs) if text]
+        complaints = [text for text in pool.map(lambda job: job[0](*job[1:]), jobs) if text]
     for complaint in complaints:
         print(complaint)
     passed = len(jobs) - len(complaints)
