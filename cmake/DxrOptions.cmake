@@ -1,5 +1,6 @@
 # What can be chosen at configuration time. A part whose packages are missing is left out, and a
-# line says so.
+# line says so. Within another project there is the shared library alone, unless that asks for more;
+# of its own choices (BUILD_SHARED_LIBS, BUILD_TESTING, warnings) none means ours.
 
 option(DXR_BUILD_TESTS "Build the tests (needs GoogleTest)" ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_DEVHOST
@@ -9,6 +10,8 @@ option(DXR_BUILD_TRACE "Build the tracing of hook calls" ${PROJECT_IS_TOP_LEVEL}
 option(DXR_BUILD_TOOLS
        "Build dxrsh, with the development host and tracing (needs CLI11, fmt, JSON for Modern C++)"
        ${PROJECT_IS_TOP_LEVEL})
+option(DXR_BUILD_STATIC "Build the static library too (target dxr::api_static)" OFF)
+option(DXR_INSTALL "Install with the project" ${PROJECT_IS_TOP_LEVEL})
 option(DXR_BUILD_BENCH "Build the benchmarks (needs CLI11, spdlog and Boost)" OFF)
 option(DXR_FAST_PATHS "Use the fast paths; OFF builds the plain code that they must equal" ON)
 option(DXR_HARDENING

@@ -1,14 +1,28 @@
 # What every target of the project is compiled with.
 
-find_package(Threads REQUIRED)
+if(DXR_BUILD_DEVHOST OR DXR_BUILD_TRACE OR DXR_BUILD_TOOLS OR DXR_BUILD_TESTS OR DXR_BUILD_BENCH)
+    find_package(Threads REQUIRED)
+endif()
 
 add_library(dxr_build_options INTERFACE)
+if(PROJECT_IS_TOP_LEVEL)
+    target_compile_options(dxr_build_options INTERFACE
+        -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef
+        $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+        # GCC 12 takes "text" + std::string for overlapping copies (its bug 105329).
+        $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
+        $<$<BOOL:${DXR_WERROR}>:-Werror>)
+else()
+    # How another project looks at its own sources is not meant for these.
+    set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
+    set(CMAKE_CXX_CLANG_TIDY "")
+    set(CMAKE_CXX_CPPCHECK "")
+    set(CMAKE_CXX_CPPLINT "")
+    set(CMAKE_CXX_INCLUDE_WHAT_YOU_USE "")
+endif()
+# Sources that were not written to be one.
+set(CMAKE_UNITY_BUILD OFF)
 target_compile_options(dxr_build_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wundef
-    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
-    # GCC 12 takes "text" + std::string for overlapping copies (its bug 105329).
-    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
-    $<$<BOOL:${DXR_WERROR}>:-Werror>
     # Source paths in the program (the file argument of allocations) count from the repository root.
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
@@ -19,6 +33,15 @@ if(DXR_SANITIZE)
     target_compile_options(dxr_build_options INTERFACE
         -fsanitize=${DXR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(dxr_build_options INTERFACE -fsanitize=${DXR_SANITIZE})
+endif()
+
+# Instrumented code refers to what only the program brings, and runs some of its own at load.
+get_directory_property(given COMPILE_OPTIONS)
+string(TOUPPER "CMAKE_CXX_FLAGS_${CMAKE_BUILD_TYPE}" of_type)
+set(DXR_INSTRUMENTED OFF)
+if(DXR_SANITIZE OR DXR_COVERAGE OR
+   "${CMAKE_CXX_FLAGS};${${of_type}};${given}" MATCHES "-fsanitize|-fprofile|--coverage|-ftest-cov")
+    set(DXR_INSTRUMENTED ON)
 endif()
 
 # The counters are atomic: tests call the library from several threads. A function is counted once,

@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
-"""The installed library, moved to another place, serves CMake and pkg-config projects in C and C++.
+"""The installed library serves programs of others, from wherever it was moved to.
 
-    installed_test.py --build DIR --source DIR --cmake PROGRAM --generator NAME
-                      --pkg-config PROGRAM --cc COMPILER
-                      --cxx COMPILER [--flags FLAGS] [--devhost] [--trace]
+    installed_test.py --build DIR --components NAME ... [OPTION ...]    what a build installs
+    installed_test.py --prefix /usr --components NAME ... [OPTION ...]  what packages have installed
+
+CMake in C++ and in C alone, pkg-config in C and C++, a program that loads the library while it
+runs, one at a fixed address that holds the library's data itself; and dxrsh starts.
 """
 
 import argparse
+import concurrent.futures
 import os
 import pathlib
 import shlex
@@ -21,7 +24,8 @@ def run(*command, env=None):
                             stderr=subprocess.STDOUT, text=True, check=False,
                             env={**os.environ, **(env or {})})
     if result.returncode != 0:
-        sys.exit(f"failed ({result.returncode}): {' '.join(map(str, command))}\n{result.stdout}")
+        raise RuntimeError(
+            f"failed ({result.returncode}): {' '.join(map(str, command))}\n{result.stdout}")
     return result.stdout
 
 
@@ -36,117 +40,161 @@ def install_and_move(options, work):
         text = path.read_text(encoding="utf-8")
         for place in (first, options.source, options.build):
             if str(place) in text:
-                sys.exit(f"{path.relative_to(moved)} names {place}")
+                raise RuntimeError(f"{path.relative_to(moved)} names {place}")
     return moved
 
 
 def only(paths):
     found = sorted(paths)
     if len(found) != 1:
-        sys.exit(f"expected one file, found {found}")
+        raise RuntimeError(f"expected one file, found {found}")
     return found[0]
 
 
-def check_installed_files(prefix, source, devhost, trace):
-    """Every public header is there as it is in the sources, each library under three names."""
-    include = source / "include"
-    tops = (["dxr_api.h", "dxr_module.h"] + ["dxr_devhost.h", "dxr_devhost_test.h"] * devhost
-            + ["dxr_trace.h"] * trace)
-    folders = ["dxr"] + ["dxr_devhost"] * devhost
-    headers = [header for folder in folders for header in (include / folder).rglob("*.h")]
-    for header in [*(include / top for top in tops), *headers]:
+def header_component(name):
+    for component in ("devhost", "trace"):
+        if name.startswith(f"dxr_{component}"):
+            return component
+    return "api"
+
+
+def check_installed_files(options, prefix):
+    """Every public header of the components is there as it is in the sources, no other; each
+    library under three names, all in one directory, which is returned."""
+    include = options.source / "include"
+    parts = {"api", *options.components} - {"static", "devhost_test"}
+    for header in include.rglob("*.h"):
         name = header.relative_to(include)
         installed = prefix / "include" / name
-        if not installed.is_file() or installed.read_bytes() != header.read_bytes():
-            sys.exit(f"not installed: {name}")
-    for stem in ["libdxr_api"] + ["libdxr_devhost"] * devhost + ["libdxr_trace"] * trace:
-        library = only(prefix.rglob(f"{stem}.so.1.*.*"))
-        for name in (f"{stem}.so.1", f"{stem}.so"):
-            if (library.parent / name).resolve() != library.resolve():
-                sys.exit(f"{name} does not lead to {library.name}")
-    return library.parent
+        wanted = header_component(str(name)) in parts
+        if wanted and (not installed.is_file() or installed.read_bytes() != header.read_bytes()):
+            raise RuntimeError(f"not installed: {name}")
+        if not wanted and installed.exists():
+            raise RuntimeError(f"installed: {name}")
+    # Not below the whole of /usr.
+    libdir = only([*prefix.glob("lib/pkgconfig/dxr_api.pc"),
+                   *prefix.glob("lib/*/pkgconfig/dxr_api.pc")]).parent.parent
+    for part in parts:
+        library = only(libdir.glob(f"libdxr_{part}.so.1.*.*"))
+        for name in (f"libdxr_{part}.so.1", f"libdxr_{part}.so"):
+            if (libdir / name).resolve() != library.resolve():
+                raise RuntimeError(f"{name} does not lead to {library.name}")
+    return libdir
 
 
-def consume_with_cmake(options, prefix, work):
-    for language, compiler in (("C", options.cc), ("CXX", options.cxx)):
-        build = work / f"cmake consumer {language}"
-        run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build,
-            "-G", options.generator, f"-DCONSUMER_LANGUAGE={language}",
-            f"-DDEVHOST={options.devhost}", f"-DTRACE={options.trace}",
-            f"-DCMAKE_PREFIX_PATH={prefix}",
-            f"-DCMAKE_{language}_COMPILER={compiler}", f"-DCMAKE_{language}_FLAGS={options.flags}")
-        cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
-        found = [line for line in cache.splitlines() if line.startswith("dxr_api_DIR:")]
-        if not found or str(prefix) not in found[0]:
-            sys.exit(f"another package than the installed one was found: {found}")
-        run(options.cmake, "--build", build)
-        run(build / "consumer")
-        if options.devhost and language == "C":
-            run(build / "hosted")
-        if options.trace and language == "C":
-            run(build / "traced")
+def consume_with_cmake(options, prefix, work, language):
+    compiler = options.cc if language == "C" else options.cxx
+    build = work / f"cmake consumer {language}"
+    run(options.cmake, "-S", options.source / "tests/consumer/installed", "-B", build,
+        "-G", options.generator, f"-DCONSUMER_LANGUAGE={language}",
+        f"-DCOMPONENTS={';'.join(options.components)}",
+        f"-DCMAKE_PREFIX_PATH={prefix}", f"-DCMAKE_{language}_COMPILER={compiler}")
+    cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
+    found = [line for line in cache.splitlines() if line.startswith("dxr_api_DIR:")]
+    if not found or str(prefix) not in found[0]:
+        raise RuntimeError(f"another package than the installed one was found: {found}")
+    run(options.cmake, "--build", build)
+    run(build / "consumer")
+    if language == "C":
+        for component, program in (("devhost", "hosted"), ("trace", "traced"),
+                                   ("static", "consumer_static")):
+            if component in options.components:
+                run(build / program)
 
 
 def build_sample(options, prefix, work):
     """A sample module is a project of its own."""
     build = work / "sample"
-    flags = [f"-DCMAKE_{language}_FLAGS={options.flags}" for language in ("C", "CXX")]
     run(options.cmake, "-S", options.source / "examples/link_monitor", "-B", build,
-        "-G", options.generator, f"-DCMAKE_PREFIX_PATH={prefix}", *flags,
+        "-G", options.generator, f"-DCMAKE_PREFIX_PATH={prefix}",
         f"-DCMAKE_C_COMPILER={options.cc}", f"-DCMAKE_CXX_COMPILER={options.cxx}")
     run(options.cmake, "--build", build)
     run(build / "link_monitor_test")
     if not (build / "link_monitor.so").is_file():
-        sys.exit("the sample module was not built")
+        raise RuntimeError("the sample module was not built")
 
 
-def consume_with_pkg_config(options, prefix, work, libdir):
-    env = {"PKG_CONFIG_LIBDIR": str(only(prefix.rglob("dxr_api.pc")).parent)}
-    if run(options.pkg_config, "--modversion", "dxr_api", env=env).strip() != options.version:
-        sys.exit(f"pkg-config does not report version {options.version}")
-    consumers = [(options.cc, "c11", "consumer.c", "dxr_api"),
-                 (options.cxx, "c++17", "consumer.cpp", "dxr_api")]
-    if options.devhost:
-        consumers.append((options.cc, "c11", "hosted.c", "dxr_devhost"))
-    if options.trace:
-        consumers.append((options.cc, "c11", "traced.c", "dxr_trace"))
-    for compiler, standard, source, package in consumers:
-        arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", package, env=env))
-        program = work / f"pkg-config {source}.out"
-        run(compiler, f"-std={standard}", *options.flags.split(),
-            options.source / "tests/consumer" / source, "-o", program, *arguments,
-            f"-Wl,-rpath,{libdir}")
-        run(program)
+def consume_with_pkg_config(options, work, libdir, source, package, flags):
+    env = {"PKG_CONFIG_LIBDIR": str(libdir / "pkgconfig")}
+    if run(options.pkg_config, "--modversion", package, env=env).strip() != options.version:
+        raise RuntimeError(f"pkg-config does not report version {options.version}")
+    arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", package, env=env))
+    program = work / f"pkg-config {source}.out"
+    compiler = options.cxx if source.endswith(".cpp") else options.cc
+    run(compiler, *flags, options.source / "tests/consumer" / source, "-o", program, *arguments,
+        f"-Wl,-rpath,{libdir}")
+    run(program)
+
+
+def load(options, work, libdir):
+    """Linked with nothing, and told where the library lies."""
+    program = work / "loaded.out"
+    run(options.cc, "-std=c11", f"-I{options.source}/include",
+        options.source / "tests/consumer/loaded.c", "-o", program, "-ldl")
+    run(program, libdir / "libdxr_api.so.1")
+
+
+def run_dxrsh(options, prefix):
+    """Without help for the loader. Its output comes from all three libraries."""
+    program = prefix / "bin/dxrsh"
+    if not program.exists():
+        return
+    clean = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
+    log = options.source / "examples/dxrsh/links.log"
+    result = subprocess.run([program, "filter", log], stdout=subprocess.PIPE,
+                            stderr=subprocess.STDOUT, text=True, check=False, env=clean)
+    if result.returncode != 0 or "suppressed            3" not in result.stdout:
+        raise RuntimeError(f"dxrsh says {result.stdout}")
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--build", required=True, type=pathlib.Path)
+    parser.add_argument("--build", type=pathlib.Path)
+    parser.add_argument("--prefix", type=pathlib.Path)
     parser.add_argument("--source", required=True, type=pathlib.Path)
     parser.add_argument("--version", required=True)
     parser.add_argument("--cmake", default="cmake")
-    parser.add_argument("--generator", required=True)
+    parser.add_argument("--generator", default="Ninja")
     parser.add_argument("--pkg-config", default="pkg-config")
     parser.add_argument("--cc", default="cc")
     parser.add_argument("--cxx", default="c++")
-    parser.add_argument("--flags", default="", help="for the consumers, such as -fsanitize=address")
-    parser.add_argument("--devhost", action="store_true",
-                        help="the development host is installed too")
-    parser.add_argument("--trace", action="store_true",
-                        help="the tracing of hook calls is installed too")
+    parser.add_argument("--components", nargs="*", default=[],
+                        choices=["devhost", "devhost_test", "trace", "static"])
     options = parser.parse_args()
+    if (options.build is None) == (options.prefix is None):
+        parser.error("name a build or a prefix")
 
     with tempfile.TemporaryDirectory(prefix="dxr_installed_") as folder:
         work = pathlib.Path(folder)
-        prefix = install_and_move(options, work)
-        libdir = check_installed_files(prefix, options.source, options.devhost, options.trace)
-        consume_with_cmake(options, prefix, work)
-        consume_with_pkg_config(options, prefix, work, libdir)
-        if options.devhost:
-            build_sample(options, prefix, work)
+        prefix = options.prefix or install_and_move(options, work)
+        libdir = check_installed_files(options, prefix)
+        fixed = ["-std=c11", "-fno-pic", "-fno-pie", "-no-pie", f"-I{options.source}/tests"]
+        jobs = [(consume_with_cmake, options, prefix, work, "CXX"),
+                (consume_with_cmake, options, prefix, work, "C"),
+                (load, options, work, libdir),
+                (run_dxrsh, options, prefix)]
+        jobs += [(consume_with_pkg_config, options, work, libdir, *consumer)
+                 for consumer in (("consumer.c", "dxr_api", ["-std=c11"]),
+                                  ("consumer.cpp", "dxr_api", ["-std=c++17"]),
+                                  ("copy_relocation_test.c", "dxr_api", fixed))]
+        if "devhost" in options.components:
+            jobs.append((consume_with_pkg_config, options, work, libdir, "hosted.c", "dxr_devhost",
+                         ["-std=c11"]))
+        if "devhost_test" in options.components:
+            jobs.append((build_sample, options, prefix, work))
+        if "trace" in options.components:
+            jobs.append((consume_with_pkg_config, options, work, libdir, "traced.c", "dxr_trace",
+                         ["-std=c11"]))
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            for done in [pool.submit(*job) for job in jobs]:
+                done.result()
+    print(f"{len(jobs)} users of the installed library are served")
     return 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except RuntimeError as fault:
+        sys.exit(str(fault))
