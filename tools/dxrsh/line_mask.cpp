@@ -75,15 +75,15 @@ class Masker {
         const size_t length = word.end - at_;
         const bool isHex = (word.common & kHex) != 0;
         const bool isNumber = (word.common & kDigit) != 0;
-        if (const size_t end = isHex ? EndOfGroup(word) : 0) {
-            Mask(end);
-        } else if (IsPrefixedHex(word.end)) {
+        const bool hasDigit = word.digitRuns != 0;
+        const bool isHexWord = isHex && !isNumber && (length >= 8 || (length >= 4 && hasDigit));
+        const bool isMixed = word.digitRuns >= 3 || (!isNumber && hasDigit && length >= 20);
+        const size_t groupEnd = isHex ? EndOfGroup(word) : 0;
+        if (groupEnd != 0) {
+            Mask(groupEnd);
+        } else if (isHexWord || isMixed || IsPrefixedHex(word.end)) {
             Mask(word.end);
-        } else if (isHex && !isNumber && (length >= 8 || (length >= 4 && word.digitRuns != 0))) {
-            Mask(word.end);
-        } else if (word.digitRuns >= 3 || (!isNumber && word.digitRuns != 0 && length >= 20)) {
-            Mask(word.end);
-        } else if (word.digitRuns == 0) {
+        } else if (!hasDigit) {
             masked_ += text_.substr(at_, length);
             at_ = word.end;
         } else {

@@ -264,7 +264,7 @@ size_t FollowedFile::Read(char *buffer, size_t room) {
         }
         // Asked first: what was written before the other file came is read in between.
         const bool replaced = IsReplaced();
-        if (const size_t got = ReadOpen(buffer, room)) {
+        if (const size_t got = ReadOpen(buffer, room); got != 0) {
             return got;
         }
         const bool cut = !replaced && IsCut();

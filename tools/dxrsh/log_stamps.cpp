@@ -141,7 +141,7 @@ void LogStamps::Learn(std::string_view line) {
     constexpr size_t kOneIn = 10;
     if (classicSampled_ * kOneIn < sampled_) {
         LearnColumns(line, 0, false);
-        if (const size_t priority = EndOfPriority(line)) {
+        if (const size_t priority = EndOfPriority(line); priority != 0) {
             LearnColumns(line, priority, true);
         }
     }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "stamp_scanner.h"
@@ -106,8 +107,8 @@ class StampFormat {
 // A reader of stamps of one form, line after line.
 class FormatReader {
   public:
-    FormatReader(const StampFormat &format, const YearFinder &years)
-        : format_(format), years_(years) {}
+    FormatReader(StampFormat format, const YearFinder &years)
+        : format_(std::move(format)), years_(years) {}
 
     // The stamp at the beginning of the text; `length` is that of the stamp alone, without blanks
     // after it. Nothing when the text has none, or one that is no time between 1970 and 2105.
