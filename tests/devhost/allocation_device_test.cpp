@@ -56,7 +56,7 @@ class AllocationsOf : public testing::Test {
         };
         run();  // what the process keeps is there by now
         const char *const wanted = std::getenv("DXR_TEST_STRIDE");
-        const size_t stride = wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 5;
+        const size_t stride = wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 11;
         for (const bool fromThenOn : {false, true}) {
             for (size_t n = fromThenOn ? 1 : 1 + stride / 2;; n += stride) {
                 const Outcome outcome = dxrtest::RunFailing(n, run, fromThenOn);

@@ -110,7 +110,7 @@ class DatabaseHost : public HostTest {
 
     void Change(const std::string &sql) const { EXPECT_TRUE(Sqlite(file).Run(sql)) << sql; }
 
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory{TemporaryDirectory::InMemory()};
     const std::string workPath;
     const std::string file;
 };

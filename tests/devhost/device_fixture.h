@@ -53,7 +53,7 @@ class DeviceHost : public HostTest {
         return text.substr(std::min(text.size(), path.size() + 1));
     }
 
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory{TemporaryDirectory::InMemory()};
     const std::string workPath;
 };
 

@@ -361,6 +361,29 @@ TEST_F(HostPlugin, FunctionsThatAreCalledBackAreNeeded) {
     EXPECT_EQ(DXR_HashFree(test.table), 0U);
 }
 
+TEST_F(HostPlugin, FunctionsOfDevicesAreNeededUntilTheyAreTakenBack) {
+    for (const bool isWatch : {false, true}) {
+        test.leavesControl = isWatch ? 0 : 1;
+        test.leavesWatch = isWatch ? 1 : 0;
+        reports.clear();
+        EXPECT_EQ(Load("good"), 0U);
+        DxrHostPlugin plugin = Record("good");
+        DXR_UnLoadBrdPlugin(&plugin);
+        EXPECT_THAT(Misuses(), ElementsAre(HasSubstr(isWatch ? "needed by a watch: "
+                                                             : "by the commands of a device: ")));
+        End();
+        Begin();
+    }
+    EXPECT_EQ(Load("good"), 0U);
+    DxrHostPlugin plugin = Record("good");
+    const DxrHostCell cell{DXR_HOST_REGISTERS, 0, 0, 0, 0};
+    EXPECT_TRUE(DxrHostEndRule(host, 1));
+    EXPECT_TRUE(DxrHostPokeCell(host, &cell, 1));
+    reports.clear();
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_THAT(reports, IsEmpty());
+}
+
 // Either function of a table keeps it; a table that was released needs none.
 TEST_F(HostPlugin, ATablesFunctionsAreNeededUntilItIsReleased) {
     test.leavesTable = 1;

@@ -146,7 +146,7 @@ class TableHost : public HostTest {
     }
     ~TableHost() override { End(); }
 
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory{TemporaryDirectory::InMemory()};
     const std::string workPath;
 };
 

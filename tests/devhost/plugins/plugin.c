@@ -57,6 +57,16 @@ static int Compare(const void *key, const void *other, void *user) {
     return *(const uint32_t *)key != *(const uint32_t *)other;
 }
 
+static uint32_t Control(DxrHostDevRequest *request, void *user) {
+    (void)user;
+    return request->command;
+}
+
+static void Watch(const DxrHostAccess *access, void *user) {
+    (void)user;
+    (void)access;
+}
+
 static void LeaveFunctions(TestPlugin *test) {
     DxrHostHashOptions options = {sizeof(options), 4, 0, 0, Hash, NULL, NULL};
     const DxrHostMailbox box = {sizeof(box), 0, {DXR_HOST_UNIT_LPU, 3}, Handle, NULL};
@@ -79,6 +89,13 @@ static uint32_t Load(void *argument) {
     }
     if (test->leavesFunctions != 0) {
         LeaveFunctions(test);
+    }
+    if (test->leavesControl != 0) {
+        DxrHostSetDeviceControl(NULL, "/dev/x", Control, NULL);
+    }
+    if (test->leavesWatch != 0) {
+        const DxrHostCell cell = {DXR_HOST_REGISTERS, 0, 0, 0, 0};
+        DxrHostWatchCells(NULL, &cell, 4, Watch, NULL);
     }
     if (test->leavesTable != 0) {
         DxrHostHashOptions options = {sizeof(options), 4, 0, 0, NULL, Compare, NULL};

@@ -14,6 +14,8 @@ typedef struct TestPlugin {
     uint32_t registersModule;
     uint32_t leavesFunctions;          /* that check, measure and handle messages */
     uint32_t leavesTable;              /* one that compares */
+    uint32_t leavesControl;            /* of a device */
+    uint32_t leavesWatch;              /* of a register */
     uint32_t (*query)(void *question); /* called by its `query`; may be null */
     void *table;                       /* a hash table with functions of the plug-in, left by it */
 } TestPlugin;
