@@ -50,6 +50,15 @@ const CodeRange &HostCode() {
     return range;
 }
 
+// The tracing of hook calls may stand between the library and the host. It calls nothing by itself.
+const CodeRange &TraceCode() {
+    static const CodeRange range = [] {
+        const void *const trace = dlsym(RTLD_DEFAULT, "DxrTraceStart");
+        return trace != nullptr ? CodeOf(trace) : CodeRange{};
+    }();
+    return range;
+}
+
 // Calls `visit` with the frames of this thread's stack that called the host or the library, the
 // latest first, until it gives false. What a sanitizer puts before the host's own frames is none.
 template <typename Visit>
@@ -59,7 +68,8 @@ void ForEachCaller(Visit visit) {
     bool hasBegun = false;
     for (int i = 0; i < count; ++i) {
         const void *const frame = frames[static_cast<size_t>(i)];
-        const bool isOurs = LibraryCode().Holds(frame) || HostCode().Holds(frame);
+        const bool isOurs =
+            LibraryCode().Holds(frame) || HostCode().Holds(frame) || TraceCode().Holds(frame);
         hasBegun = hasBegun || isOurs;
         if (hasBegun && !isOurs && frame != nullptr && !visit(frame)) {
             return;
@@ -76,7 +86,7 @@ CodeRange CodeOf(const void *address) {
 }
 
 const void *ModuleCaller(const void *address) {
-    if (LibraryCode().Holds(address)) {
+    if (LibraryCode().Holds(address) || TraceCode().Holds(address)) {
         ForEachCaller([&address](const void *frame) {
             address = frame;
             return false;

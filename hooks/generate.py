@@ -17,6 +17,9 @@ A file is the generator's or a person's, never both: a generated one says so on 
     trace/slots.cpp                       names, widths and pointers of all slots
     trace/wrappers.cpp                    what stands in them while calls are traced
     devhost/test_recorders.cpp            and while a test keeps them
+    trace/callback_types.h                types of the functions that hosts are given
+    trace/answers.cpp                     what stands in them while a recording is replayed
+    tools/dxrsh/unfilled.cpp              what stands in those that a host leaves empty
     docs/slots.md, tools/dxrsh/slot_table.h
 
 Needs python3-yaml and clang-format.
@@ -56,6 +59,8 @@ class Slot:
     points: dict  # pointer: direction and size; for every host
     devhost: dict  # the same, for the development host alone
     means: tuple  # the development host's names of the parameters, where some are argN
+    calls: dict  # function, argument, type
+    opaque: tuple  # places
 
     @property
     def prototype(self):
@@ -134,6 +139,8 @@ def read_slot(entry):
         points=entry.get("points", {}),
         devhost=entry.get("devhost", {}),
         means=tuple(entry.get("means", ())),
+        calls=entry.get("calls", {}),
+        opaque=tuple(entry.get("opaque", ())),
     )
 
 
@@ -572,6 +579,7 @@ class PointerRules:
     def __init__(self, slot):
         self.signature = signature(slot)
         self.names = list(self.signature.parameters)
+        self.opaque = ["{%s, %s}" % self.place(place) for place in slot.opaque]
         self.rows = [self.row(pointer, rule, devhost_alone)
                      for rules, devhost_alone in ((slot.points, "false"), (slot.devhost, "true"))
                      for pointer, rule in rules.items()]
@@ -622,6 +630,16 @@ def trace_name(group, slot):
     return slot.function or f"{group.name}.{slot.member}"
 
 
+def callback(slot, rules):
+    """The row for the function that a host is given."""
+    result, params = re.fullmatch(r"(\w+) \((.*)\)", slot.calls["type"]).groups()
+    widths = [width(param) for param in params.split(", ")]
+    function = "{%s, %s}" % rules.place(slot.calls["function"])
+    argument = "{%s, %s}" % rules.place(slot.calls["argument"]) if "argument" in slot.calls else (
+        "{kNoPlace, kDirect}")
+    return f"{{{function}, {argument}, {width(result)}, {len(widths)}, {{{', '.join(widths)}}}}}"
+
+
 def trace_slots(groups):
     arrays = []
     rows = []
@@ -630,13 +648,17 @@ def trace_slots(groups):
             stem = f"k{group.name}{slot.member[0].upper()}{slot.member[1:]}"
             types = signature(slot)
             parameters = [f'{{"{name}", {width(kind)}}}' for name, kind in types.parameters.items()]
-            pointers = PointerRules(slot).rows
+            rules = PointerRules(slot)
             spans = []
             for kind, items, suffix in (("Parameter", parameters, "Parameters"),
-                                        ("PointerRule", pointers, "Pointers")):
+                                        ("PointerRule", rules.rows, "Pointers"),
+                                        ("MemoryPlace", rules.opaque, "Opaque")):
                 spans.append(f"{stem}{suffix}" if items else "{}")
                 if items:
                     arrays.append(f"constexpr {kind} {stem}{suffix}[] = {{{', '.join(items)}}};")
+            spans.append(f"&{stem}Callback" if slot.calls else "nullptr")
+            if slot.calls:
+                arrays.append(f"constexpr CallbackRule {stem}Callback = {callback(slot, rules)};")
             flags = [str(flag).lower() for flag in (types.is_variadic, slot.hook == RESERVED)]
             rows.append(
                 f'{{"{group.name}", "{trace_name(group, slot)}", {width(types.result)}, '
@@ -665,6 +687,82 @@ def typed_table(groups, stem, header, namespace, table, template):
     return "\n".join([*lines, f"}};\n\n}}  // namespace {namespace}\n"])
 
 
+CALLBACK_TYPES_INTRO = """\
+#ifndef DXR_TRACE_CALLBACK_TYPES_H
+#define DXR_TRACE_CALLBACK_TYPES_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace dxr_trace {
+
+// The type of the function that the host is given in a slot's call; void where it is given none.
+template <size_t kSlot>
+struct CallbackOf {
+    using Type = void;
+    static constexpr bool kHasArgument = false;
+};
+"""
+
+
+def callback_types(groups):
+    lines = [f"// {COMMAND}", CALLBACK_TYPES_INTRO]
+    for group in groups:
+        for slot in group.slots:
+            if slot.calls:
+                lines.append(
+                    f"template <>\nstruct CallbackOf<{group.first + slot.index}> {{\n"
+                    f"using Type = {slot.calls['type'].replace(' (', ' (*)(')};\n"
+                    "static constexpr bool kHasArgument = "
+                    f"{'true' if 'argument' in slot.calls else 'false'};\n}};\n")
+    return "\n".join([*lines, "}  // namespace dxr_trace\n",
+                      "#endif  // DXR_TRACE_CALLBACK_TYPES_H\n"])
+
+
+def trace_answers(groups):
+    lines = [
+        f"// {COMMAND}", '#include "answers.h"\n', '#include "answer.h"\n',
+        "namespace dxr_trace {\n", "constinit const DxrHooks kAnswers = {",
+    ]
+    calls = []
+    for group in groups:
+        lines.append(f".{group.member} = {{")
+        for slot in group.slots:
+            place = group.first + slot.index
+            answer = f"kAnswer<{place}, &{group.type}::{slot.member}>"
+            lines.append(f".{slot.member} = {'nullptr' if slot.hook == RESERVED else answer},")
+            if slot.calls:
+                calls.append(f"case {place}: return CallBack<{place}>(function, words);")
+        lines.append("},")
+    return "\n".join([
+        *lines, "};\n",
+        "uint64_t CallBack(size_t slot, Hook function, std::span<const uint64_t> words) {",
+        "switch (slot) {", *calls, "default: return 0;", "}\n}\n", "}  // namespace dxr_trace\n"])
+
+
+# --- What dxrsh run puts into empty slots --------------------------------------------------------
+
+
+def unfilled(groups):
+    texts = []
+    lines = ["constinit const DxrHooks kUnfilled = {"]
+    for group in groups:
+        lines.append(f".{group.member} = {{")
+        for slot in group.slots:
+            place = group.first + slot.index
+            fallback = {"NULL": "nullptr", "none": "0"}.get(slot.fallback, slot.fallback)
+            if fallback.startswith('"'):  # a literal is no template argument
+                texts.append(f"constexpr char kText{place}[] = {fallback};")
+                fallback = f"kText{place}"
+            stub = f"kAsked<{place}, &{group.type}::{slot.member}, {fallback}>"
+            lines.append(f".{slot.member} = {'nullptr' if slot.hook == RESERVED else stub},")
+        lines.append("},")
+    return "\n".join([
+        f"// {COMMAND}", '#include "unfilled.h"\n', '#include "unfilled_slot.h"\n',
+        "namespace dxrsh {", "namespace {\n", *texts, "\n}  // namespace\n", *lines,
+        "};\n\n}  // namespace dxrsh\n"])
+
+
 # --- Main ----------------------------------------------------------------------------------------
 
 
@@ -680,6 +778,9 @@ def outputs(groups):
                                           "kWrap"),
         "devhost/test_recorders.cpp": typed_table(groups, "test_recorders", "test_recorder.h",
                                                   "devhost", "kRecorders", "kRecord"),
+        "trace/callback_types.h": callback_types(groups),
+        "trace/answers.cpp": trace_answers(groups),
+        "tools/dxrsh/unfilled.cpp": unfilled(groups),
     }
     for group in groups:
         if group.stem:

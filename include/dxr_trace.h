@@ -55,6 +55,10 @@ typedef struct DxrTraceOptions {
     uint32_t ringBytes;  /* of each thread, until the file has them; a power of two from 4096 to
                             1 GiB that holds ten pieces; default 1 MiB */
     uint32_t whenFull;   /* DXR_TRACE_DROP or _WAIT; default drop */
+    uint32_t callbacks;  /* 1: with a file, functions that the host is given are replaced, so that
+                            what the host calls is noted as well, and the recording can be replayed;
+                            those of tasks, timers, interrupts, resets and temperatures, as the
+                            development host is given them. Default 0 */
     const char *file;    /* for the calls, made anew; null: none, which allows for no _CALLS */
 } DxrTraceOptions;
 
@@ -125,6 +129,101 @@ DXR_API const char *DxrTraceSlotName(uint32_t slot);
  * terminated; null: nowhere), an empty one when there is nothing to say. */
 DXR_API uint32_t DxrTraceExport(const char *file, uint32_t format, FILE *out, char *error,
                                 uint32_t errorSize);
+
+/* ---- Reading ---------------------------------------------------------------------------- */
+
+/* A call of a recording. */
+typedef struct DxrTraceCall {
+    uint32_t slot;
+    uint32_t thread;     /* from 1 */
+    uint32_t isCallback; /* 1: of a function that the host was given in a call of the slot */
+    uint32_t hasReturned;
+    uint64_t beginNs; /* since the recording began */
+    uint64_t durationNs;
+} DxrTraceCall;
+
+typedef void (*DxrTraceVisit)(const DxrTraceCall *call, void *user);
+
+/* Calls `visit` with each call of a recording, in the order of their beginnings. Result and `error`
+ * as DxrTraceExport. */
+DXR_API uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user, char *error,
+                              uint32_t errorSize);
+
+/* Compares two recordings, thread by thread: the first, each task, each thread of the host's, each
+ * other thread, in the order of their beginnings. Of calls, functions and values are compared and
+ * what pointers lead to, of what was asked and of what was answered; addresses, handles and times
+ * are not. Writes to `out`, for each thread, that it is the same, or where the two part: the first
+ * differing call with `context` calls before and after it. Returns 0 when they are the same, 1 when
+ * they differ, 2 when a file cannot be read or holds no recording, or without memory: then `error`
+ * says why, as for DxrTraceExport. */
+DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out,
+                              char *error, uint32_t errorSize);
+
+/* ---- Replay ----------------------------------------------------------------------------- */
+
+/* A replay puts functions into the table that answer from a recording, in the place of a host:
+ * results and what is written through pointers. The recording was made with
+ * DXR_TRACE_POINTERS_DEVHOST (or _INTERFACE), callbacks and pieces long enough (dataBytes).
+ *
+ * Each thread of the module follows one of the recording: the one that begins the replay the
+ * recording's first; tasks that the module creates those that were created then, in the same order;
+ * other threads of the module the next one whose first call is the same. What the host called, such
+ * as the functions of timers, is called again, on threads of the replay. Calls come back in the
+ * order of the recording: one that came back after another one's end waits for that.
+ *
+ * A call differs when another function is called, another value is given or a pointer leads to
+ * something else. Addresses are not compared, but for handles that the recording gave out and
+ * memory, nor are times, and of DXR_Malloc and DXR_Free the place in the source.
+ *
+ * Memory that the recording gave (DXR_Malloc, DXR_MmapDev) is the replay's own; it is not filled
+ * as it was then. Pointers that a host hands back are those of now; handles are those of the
+ * recording. What cannot be replayed: what a host writes into memory without a call (mappings,
+ * reserved memory); functions of which the recording does not tell (of heart monitors, hash tables,
+ * plug-ins, and all that a module gives to a host otherwise than by a slot); tasks that share
+ * memory without calls in between. */
+
+/* Called on the thread that caused it when the replay cannot go on: `differs` true at the first
+ * difference, false where the recording of a program that crashed, or still runs, ends. Does not
+ * come back as a rule; when it does, all calls answer 0 and null. */
+typedef void (*DxrReplayEnded)(bool differs, void *user);
+
+/* Begin with DxrReplayInitOptions, change what is to be different. */
+typedef struct DxrReplayOptions {
+    uint32_t size;  /* sizeof(DxrReplayOptions) */
+    uint32_t loose; /* 1: go on after a difference: with the next equal call of the thread; a call
+                           that does not come any more is answered with 0 and null; default 0 */
+    uint32_t patienceMs; /* when nothing has gone on for so long, that is a difference; default
+                            30000 */
+    uint32_t reserved;
+    FILE *out;            /* gets what differs, lines for people; null: nowhere; default stderr */
+    DxrReplayEnded ended; /* may be null */
+    void *user;
+} DxrReplayOptions;
+
+/* Writes the defaults. `options` must not be null. */
+DXR_API void DxrReplayInitOptions(DxrReplayOptions *options);
+
+/* What a replay has done. */
+typedef struct DxrReplayCounts {
+    uint64_t calls;       /* that were answered */
+    uint64_t callbacks;   /* of the module's functions */
+    uint64_t threads;     /* that took part */
+    uint64_t differences; /* that were told */
+    uint64_t left;        /* calls of the recording that were not made */
+} DxrReplayCounts;
+
+/* Begins: the calling thread follows the recording's first one, and the table is the replay's.
+ * `options` null stands for the defaults. Returns 0; EINVAL for wrong options and a file that is no
+ * recording; EALREADY when a replay has begun; EBADMSG when the recording is damaged or calls were
+ * dropped from it, unless `loose`; ENOMEM; or why the file cannot be read. `error` as
+ * DxrTraceExport. Not while other threads use the library. */
+DXR_API uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char *error,
+                                uint32_t errorSize);
+
+/* Waits until all threads have done what the recording says and ends: the table is as before, and
+ * the memory that the module was given is released. On the thread that began. `counts` may be null.
+ * Returns 0 when nothing differed, 1 when something did, EALREADY when none has begun. */
+DXR_API uint32_t DxrReplayStop(DxrReplayCounts *counts);
 
 DXR_EXTERN_C_END
 

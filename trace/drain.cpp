@@ -22,9 +22,11 @@
 #include <system_error>
 #include <thread>
 
+#include "dxr_api.h"
 #include "encoder.h"
 #include "format.h"
 #include "note.h"
+#include "slots.h"
 #include "state.h"
 #include "threads.h"
 #include "ticks.h"
@@ -141,8 +143,10 @@ class Drain {
         content_.Varint(static_cast<uint64_t>(g_state.follow.load()));
         content_.Varint(g_state.dataBytes.load());
         content_.Text(DXR_TRACE_VERSION);
+        content_.Varint(g_state.callbacks.load() ? 1 : 0);
         file_.WriteHead();
         file_.WriteBlock(BlockKind::kStart, content_.Get());
+        WriteSlots();
     }
 
     void Run() {
@@ -176,6 +180,39 @@ class Drain {
     std::thread thread;
 
   private:
+    // Names stay when numbers change, so they tell later releases what was called.
+    void WriteSlots() {
+        std::array<Hook, kSlotCount> table{};
+        std::memcpy(table.data(), DXR_GetHooks(), sizeof(table));
+        const auto isFilled = [&table](size_t i) {
+            return table[i] != nullptr && !kSlots[i].isReserved;
+        };
+        content_.Clear();
+        size_t filled = 0;
+        for (size_t i = 0; i < kSlotCount; ++i) {
+            filled += isFilled(i) ? 1 : 0;
+        }
+        content_.Varint(filled);
+        for (size_t i = 0; i < kSlotCount; ++i) {
+            if (isFilled(i)) {
+                PutSlot(i);
+            }
+        }
+        file_.WriteBlock(BlockKind::kFilled, content_.Get());
+    }
+
+    void PutSlot(size_t number) {
+        const SlotInfo &slot = kSlots[number];
+        content_.Varint(number);
+        content_.Text(slot.name);
+        content_.Varint(static_cast<uint64_t>(slot.result));
+        content_.Varint(slot.parameters.size());
+        for (const Parameter &parameter : slot.parameters) {
+            content_.Text(parameter.name);
+            content_.Varint(static_cast<uint64_t>(parameter.width));
+        }
+    }
+
     void Pass() {
         VisitRecords(
             [](ThreadRecord &record, void *drain) { static_cast<Drain *>(drain)->Take(record); },
@@ -230,10 +267,10 @@ class Drain {
     }
 
     void Announce(ThreadRecord &record) {
-        if (record.number != 0) {
+        if (record.isAnnounced) {
             return;
         }
-        record.number = ++threads_;
+        record.isAnnounced = true;
         content_.Clear();
         content_.Varint(record.number);
         content_.Varint(record.systemId);
@@ -282,7 +319,6 @@ class Drain {
 
     BlockFile file_;
     uint32_t session_;
-    uint32_t threads_ = 0;
     Encoder content_;
     uint64_t lastTicks_ = 0;
 };

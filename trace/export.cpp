@@ -92,16 +92,43 @@ std::string Number(Width width, uint64_t word) {
     return std::to_string(word);
 }
 
+}  // namespace
+
+// A callback's first word is the function's address.
 Width WidthOf(const TracedCall &call, size_t argument) {
     const SlotInfo &slot = kSlots[call.slot];
+    if (call.isCallback) {
+        const CallbackRule *const rule = slot.callback;
+        return argument == 0 ? Width::kPointer
+               : rule != nullptr && argument <= rule->parameterCount
+                   ? rule->parameters[argument - 1]
+                   : Width::kU64;
+    }
     return argument < slot.parameters.size() ? slot.parameters[argument].width : Width::kU64;
+}
+
+Width ResultWidth(const TracedCall &call) {
+    const SlotInfo &slot = kSlots[call.slot];
+    if (call.isCallback) {
+        return slot.callback != nullptr ? slot.callback->result : Width::kU64;
+    }
+    return slot.result;
+}
+
+std::string CallName(const TracedCall &call) {
+    return std::string(kSlots[call.slot].name) + (call.isCallback ? "'s function" : "");
 }
 
 std::string ArgumentName(const TracedCall &call, size_t argument) {
     const SlotInfo &slot = kSlots[call.slot];
+    if (call.isCallback) {
+        return argument == 0 ? "function" : "arg" + std::to_string(argument);
+    }
     return argument < slot.parameters.size() ? slot.parameters[argument].name
                                              : "arg" + std::to_string(argument + 1);
 }
+
+namespace {
 
 // --- JSON
 
@@ -155,7 +182,7 @@ std::string JsonDetails(const TracedCall &call) {
         members += R"(,"out":)" + JsonPieces(call, call.out);
     }
     if (call.hasReturned && call.hasResult) {
-        members += R"(,"result":)" + JsonNumber(kSlots[call.slot].result, call.result);
+        members += R"(,"result":)" + JsonNumber(ResultWidth(call), call.result);
     }
     return members;
 }
@@ -254,6 +281,9 @@ std::string JsonLine(const TracedCall &call) {
     line += R"(,"slot":)" + std::to_string(call.slot);
     line += R"(,"group":)" + JsonText(kSlots[call.slot].group);
     line += R"(,"function":)" + JsonText(kSlots[call.slot].name);
+    if (call.isCallback) {
+        line += R"(,"callback":true)";
+    }
     line += R"(,"args":)" + JsonArguments(call) + JsonDetails(call);
     if (call.hasReturned) {
         line += R"(,"duration_ns":)" + std::to_string(call.durationNs);
@@ -284,7 +314,7 @@ std::string ChromeEvent(const TraceFile &file, const TracedCall &call) {
     std::string event =
         ",\n"
         R"({"name":)" +
-        JsonText(kSlots[call.slot].name);
+        JsonText(CallName(call));
     event += R"(,"cat":)" + JsonText(kSlots[call.slot].group);
     event += call.hasReturned ? R"(,"ph":"X","dur":)" + Microseconds(call.durationNs)
                               : std::string(R"(,"ph":"B")");
@@ -298,26 +328,53 @@ std::string ChromeEnd() {
     return "\n]}\n";
 }
 
-std::string TextLine(const TracedCall &call) {
-    std::array<char, 64> head{};
-    (void)std::snprintf(head.data(), head.size(), "%5llu.%09llu %3u  ",
-                        static_cast<unsigned long long>(call.beginNs / 1'000'000'000),
-                        static_cast<unsigned long long>(call.beginNs % 1'000'000'000), call.thread);
-    std::string line = head.data();
-    line += kSlots[call.slot].name;
-    line += '(';
+std::string CallText(const TracedCall &call) {
+    std::string line = CallName(call) + '(';
     for (size_t i = 0; i < call.wordCount; ++i) {
         const TracedPiece *const piece = PieceOfArgument(call.in, i);
         line += i == 0 ? "" : ", ";
         line += ArgumentName(call, i) + '=';
         line += piece != nullptr ? Shown(*piece) : Number(WidthOf(call, i), call.words[i]);
     }
-    line += ')';
+    return line + ')';
+}
+
+std::string ForeignText(const TraceFile &file) {
+    uint64_t calls = 0;
+    std::string name;
+    for (const ForeignSlot &slot : file.foreign) {
+        calls += slot.calls;
+        name = slot.calls != 0 && name.empty() ? slot.name : name;
+    }
+    return calls == 0 ? std::string()
+                      : std::to_string(calls) + " calls of functions that this release does not " +
+                            "have are left out, of " + name + " first";
+}
+
+std::string ShownWord(const TracedCall &call, size_t argument) {
+    return Number(WidthOf(call, argument), call.words[argument]);
+}
+
+std::string ShownPiece(const TracedPiece &piece) {
+    return Shown(piece);
+}
+
+std::string ShownResult(const TracedCall &call) {
+    return Number(ResultWidth(call), call.result);
+}
+
+std::string TextLine(const TracedCall &call) {
+    std::array<char, 64> head{};
+    (void)std::snprintf(head.data(), head.size(), "%5llu.%09llu %3u  ",
+                        static_cast<unsigned long long>(call.beginNs / 1'000'000'000),
+                        static_cast<unsigned long long>(call.beginNs % 1'000'000'000), call.thread);
+    std::string line = head.data();
+    line += CallText(call);
     if (!call.hasReturned) {
         line += " has not returned";
     } else {
         if (call.hasResult) {
-            line += " = " + Number(kSlots[call.slot].result, call.result);
+            line += " = " + Number(ResultWidth(call), call.result);
         }
         line += "  " + Duration(call.durationNs);
     }
@@ -339,6 +396,9 @@ std::string CountsTable(const TraceFile &file) {
     std::vector<std::vector<uint64_t>> durations(kSlotCount);
     std::vector<uint64_t> calls(kSlotCount);
     for (const TracedCall &call : file.calls) {
+        if (call.isCallback) {
+            continue;
+        }
         ++calls[call.slot];
         if (call.hasReturned) {
             durations[call.slot].push_back(call.durationNs);
@@ -379,8 +439,10 @@ struct Closer {
 };
 using OpenFile = std::unique_ptr<FILE, Closer>;
 
+}  // namespace
+
 // Returns 0 or a number of <errno.h>.
-int ReadWhole(const char *path, std::string &bytes) {
+int dxr_trace::ReadWholeFile(const char *path, std::string &bytes) {
     constexpr size_t kPiece = 65536;
     const OpenFile file(std::fopen(path, "rb"));
     if (file == nullptr) {
@@ -398,6 +460,8 @@ int ReadWhole(const char *path, std::string &bytes) {
         }
     }
 }
+
+namespace {
 
 class Writer {
   public:
@@ -468,7 +532,7 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
         return EINVAL;
     }
     std::string bytes;
-    int error = ReadWhole(path, bytes);
+    int error = dxr_trace::ReadWholeFile(path, bytes);
     if (error != 0) {
         problem = std::generic_category().message(error);
         return error;
@@ -483,6 +547,9 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
         problem = "cannot be written: " + std::generic_category().message(error);
         return error;
     }
+    if (!file.foreign.empty() && problem.empty()) {
+        problem = dxr_trace::ForeignText(file);
+    }
     if (file.dropped != 0 && problem.empty()) {
         problem = std::to_string(file.dropped) + " records were dropped";
     }
@@ -490,6 +557,43 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
 }
 
 }  // namespace
+
+namespace {
+
+int Read(const char *path, DxrTraceVisit visit, void *user, std::string &problem) {
+    std::string bytes;
+    const int error = dxr_trace::ReadWholeFile(path, bytes);
+    if (error != 0) {
+        problem = std::generic_category().message(error);
+        return error;
+    }
+    const TraceFile file = dxr_trace::ReadTraceFile(bytes);
+    problem = file.problem;
+    for (const TracedCall &call : file.calls) {
+        const DxrTraceCall told = {
+            call.slot,    call.thread,    call.isCallback ? 1U : 0U, call.hasReturned ? 1U : 0U,
+            call.beginNs, call.durationNs};
+        visit(&told, user);
+    }
+    return CodeOf(file.state);
+}
+
+}  // namespace
+
+uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user, char *error,
+                      uint32_t errorSize) {
+    std::string problem;
+    int code = ENOMEM;
+    try {
+        code = Read(file, visit, user, problem);
+    } catch (const std::bad_alloc &) {
+        problem = "not enough memory";
+    }
+    if (error != nullptr && errorSize != 0) {
+        (void)std::snprintf(error, errorSize, "%s", problem.c_str());
+    }
+    return static_cast<uint32_t>(code);
+}
 
 uint32_t DxrTraceExport(const char *file, uint32_t format, FILE *out, char *error,
                         uint32_t errorSize) {

@@ -20,6 +20,22 @@ namespace dxr_trace {
 // One call on one line for people.
 [[nodiscard]] std::string TextLine(const TracedCall &call);
 
+// Parts of it: the function and its arguments; an argument, a piece, the result alone.
+[[nodiscard]] std::string CallText(const TracedCall &call);
+[[nodiscard]] std::string ShownWord(const TracedCall &call, size_t argument);
+[[nodiscard]] std::string ShownPiece(const TracedPiece &piece);
+[[nodiscard]] std::string ShownResult(const TracedCall &call);
+[[nodiscard]] std::string CallName(const TracedCall &call);
+[[nodiscard]] std::string ArgumentName(const TracedCall &call, size_t argument);
+[[nodiscard]] Width WidthOf(const TracedCall &call, size_t argument);
+[[nodiscard]] Width ResultWidth(const TracedCall &call);
+
+// What is not in the calls because this release has no such functions; empty when all is.
+[[nodiscard]] std::string ForeignText(const TraceFile &file);
+
+// Returns 0 or a number of <errno.h>.
+[[nodiscard]] int ReadWholeFile(const char *path, std::string &bytes);
+
 // A table of the slots that were called: how often and for how long.
 [[nodiscard]] std::string CountsTable(const TraceFile &file);
 

@@ -7,7 +7,11 @@
 //           of the 20 bytes before (4 bytes each); content. A CRC is CRC-32C.
 //
 //   kStart  pid, nanoseconds since 1970, ticks and nanoseconds of the monotonic clock at the same
-//           moment, which pointers are followed, bytes kept of each piece, version of the library
+//           moment, which pointers are followed, bytes kept of each piece, version of the library,
+//           1 when what hosts call is noted too (from version 2 on)
+//   kFilled (from version 2 on) how many slots were filled, and of each number, name, width of the
+//           result, how many parameters, and of each name and width. Before the first call. Numbers
+//           of the file are those of this list; without one, those of the first release
 //   kThread number of the thread (from 1, in order of first calls), the system's number, name
 //   kCalls  number of the thread, what it dropped since the start, ticks and nanoseconds as above
 //           when the block was made, then events to the content's end. The ticks of the first event
@@ -17,7 +21,10 @@
 //   event   kind (one byte), slot (one byte), number of the call in its thread, ticks since the
 //           event before (zigzag), words: their count and each, pieces: their count and each
 //           place, whole size, kept size, bytes. The words of kEnter are the arguments, that of
-//           kReturn is the result.
+//           kReturn is the result. kCallbackEnter and kCallbackReturn (from version 2 on) are those
+//           of a function that the host was given in a call of the slot: the words are its address
+//           and its arguments
+//   width   0 none, 1 to 4 for 8, 16, 32 and 64 bits, 5 a pointer
 //   text    size, bytes
 //
 // Readers pass over blocks of a kind that they do not know.
@@ -32,13 +39,13 @@
 namespace dxr_trace {
 
 inline constexpr std::string_view kFileMark = "DXRTRACE";
-inline constexpr uint32_t kFileVersion = 1;
+inline constexpr uint32_t kFileVersion = 2;
 inline constexpr size_t kFileHeadSize = 16;
 inline constexpr size_t kBlockHeadSize = 24;
 inline constexpr uint32_t kBlockMark = 0x42525844;  // "DXRB"
 
-enum class BlockKind : uint32_t { kStart = 1, kThread = 2, kCalls = 3, kEnd = 4 };
-enum class EventKind : uint8_t { kEnter = 1, kReturn = 2 };
+enum class BlockKind : uint32_t { kStart = 1, kThread = 2, kCalls = 3, kEnd = 4, kFilled = 5 };
+enum class EventKind : uint8_t { kEnter = 1, kReturn = 2, kCallbackEnter = 3, kCallbackReturn = 4 };
 
 inline constexpr size_t kLongestVarint = 10;
 

@@ -138,4 +138,28 @@ void CallNote::End(uint64_t result) const {
     (void)Write(*thread, session_, {EventKind::kReturn, slot_, sequence_, words}, pieces, end);
 }
 
+CallbackNote::CallbackNote(size_t slot, std::span<const uint64_t> words)
+    : slot_(slot), session_(g_state.session.load(std::memory_order_acquire)) {
+    // A thread of the host's may have called no hook before.
+    ThreadRecord *const thread =
+        t_record != nullptr || MakeRecord() != nullptr ? RecordOf(session_) : nullptr;
+    if (thread != nullptr) {
+        sequence_ = thread->sequence++;
+        isNoted_ = Write(*thread, session_, {EventKind::kCallbackEnter, slot, sequence_, words}, {},
+                         NowTicks()) != 0;
+    }
+}
+
+void CallbackNote::End(uint64_t result) const {
+    const uint64_t end = NowTicks();
+    ThreadRecord *const thread = t_record;
+    if (!isNoted_ || thread == nullptr || thread->session != session_ ||
+        g_state.session.load(std::memory_order_acquire) != session_) {
+        return;
+    }
+    const bool hasResult = kSlots[slot_].callback->result != Width::kNone;
+    const std::span<const uint64_t> words(&result, hasResult ? 1 : 0);
+    (void)Write(*thread, session_, {EventKind::kCallbackReturn, slot_, sequence_, words}, {}, end);
+}
+
 }  // namespace dxr_trace

@@ -51,6 +51,20 @@ class CallNote {
     uint64_t begin_ = 0;
 };
 
+// One call of a function that the host was given in a slot's call. The words are the function and
+// its arguments.
+class CallbackNote {
+  public:
+    CallbackNote(size_t slot, std::span<const uint64_t> words);
+    void End(uint64_t result) const;
+
+  private:
+    size_t slot_;
+    uint32_t session_;
+    bool isNoted_ = false;
+    uint64_t sequence_ = 0;
+};
+
 }  // namespace dxr_trace
 
 #endif  // DXR_TRACE_NOTE_H

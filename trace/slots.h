@@ -58,6 +58,24 @@ struct PointerRule {
     bool devhostAlone;  // other hosts may give the pointer another meaning
 };
 
+// A parameter, or the bytes of a pointer's size that stand so far from where it points.
+struct MemoryPlace {
+    uint8_t parameter;
+    uint16_t offset;
+};
+
+inline constexpr uint8_t kNoPlace = 15;
+inline constexpr size_t kMostCallbackParameters = 3;
+
+// A function that the host is given, and calls later.
+struct CallbackRule {
+    MemoryPlace function;
+    MemoryPlace argument;  // handed to the function as its last one; kNoPlace: it has none
+    Width result;
+    uint8_t parameterCount;
+    Width parameters[kMostCallbackParameters];
+};
+
 struct SlotInfo {
     const char *group;
     const char *name;  // of the function that reads the slot, or the group and member
@@ -66,6 +84,8 @@ struct SlotInfo {
     bool isReserved;  // no function reads it, its type says nothing
     std::span<const Parameter> parameters;
     std::span<const PointerRule> pointers;
+    std::span<const MemoryPlace> opaque;  // differs from run to run
+    const CallbackRule *callback;         // null: the host is given no function
 };
 
 extern const SlotInfo kSlots[kSlotCount];

@@ -29,6 +29,7 @@ struct State {
     std::atomic<size_t> dataBytes = 0;  // kept of each piece
     std::atomic<size_t> ringBytes = 0;
     std::atomic<bool> waitsForRoom = false;
+    std::atomic<bool> callbacks = false;  // what the host calls is noted as well
     // Those that the wrappers stand for. They stay after the stop: a thread may be on its way.
     std::array<std::atomic<Hook>, kSlotCount> bare = {};
 };

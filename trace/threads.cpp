@@ -21,6 +21,7 @@ struct Registry {
     std::array<uint64_t, kSlotCount> callsOfEnded = {};
     uint64_t droppedByEnded = 0;
     bool keepsEnded = false;
+    uint32_t threadsInSession = 0;
     bool hasKey = false;
     pthread_key_t key = 0;
 };
@@ -85,7 +86,8 @@ void PutIn(ThreadRecord &record, uint32_t session, std::unique_ptr<Ring> ring) {
     record.systemId = static_cast<uint64_t>(gettid());
     (void)pthread_getname_np(pthread_self(), record.name.data(), record.name.size());
     record.sequence = 0;
-    record.number = 0;
+    record.number = ++g_registry.threadsInSession;
+    record.isAnnounced = false;
     record.droppedInFile = 0;
     record.dropped.store(0, std::memory_order_relaxed);
     record.session = session;
@@ -175,6 +177,7 @@ void ClearCounts() {
 void KeepEnded(bool keep) {
     const std::lock_guard<std::mutex> lock(g_registry.mutex);
     g_registry.keepsEnded = keep;
+    g_registry.threadsInSession = 0;
     if (!keep) {
         DeleteEnded();
     }

@@ -33,7 +33,8 @@ struct ThreadRecord {
     std::unique_ptr<Ring> ring;
 
     // Of those who hold that lock.
-    uint32_t number = 0;  // in a recording; 0: not yet in it
+    uint32_t number = 0;       // in a recording, from 1, in the order of first calls
+    bool isAnnounced = false;  // in its file
     uint64_t droppedInFile = 0;
     bool isEnded = false;  // the thread is gone, but not yet what its ring holds
     ThreadRecord *next = nullptr;

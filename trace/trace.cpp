@@ -122,7 +122,7 @@ bool AreGood(const DxrTraceOptions &options) {
     return options.size == sizeof(options) && IsMode(options.mode) &&
            std::has_single_bit(options.timedCalls) && options.timedCalls <= kMostTimedCalls &&
            options.pointers <= DXR_TRACE_POINTERS_DEVHOST && FitTheRing(options) &&
-           options.whenFull <= DXR_TRACE_WAIT &&
+           options.whenFull <= DXR_TRACE_WAIT && options.callbacks <= 1 &&
            (options.mode != DXR_TRACE_CALLS || options.file != nullptr);
 }
 
@@ -172,6 +172,7 @@ uint32_t Start(const DxrTraceOptions &options) {
         g_state.dataBytes.store(options.dataBytes);
         g_state.ringBytes.store(options.ringBytes);
         g_state.waitsForRoom.store(options.whenFull == DXR_TRACE_WAIT);
+        g_state.callbacks.store(options.callbacks != 0);
         const uint32_t error = StartDrain(options.file);
         if (error != 0) {
             return error;

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <map>
-#include <unordered_map>
 #include <utility>
 
 #include "format.h"
@@ -129,15 +129,34 @@ class Reader {
     }
 
   private:
-    // Of a call, until its times are known.
-    struct Ticks {
-        uint64_t begin;
-        uint64_t end;
+    // Calls that have not returned, each within the one before it.
+    struct OpenCall {
+        uint64_t sequence;
+        uint8_t slot;  // of the file
+        bool isCallback;
+        bool isForeign;
+        size_t call;
     };
     struct Thread {
         TracedThread told;
-        std::unordered_map<uint64_t, size_t> open;  // by sequence, the calls that have not returned
+        std::vector<OpenCall> open;
     };
+    static constexpr size_t kMostFileSlots = 256;
+    static constexpr size_t kNoForeign = SIZE_MAX;
+
+    static std::array<size_t, kMostFileSlots> FirstRelease() {
+        std::array<size_t, kMostFileSlots> slots{};
+        for (size_t i = 0; i < slots.size(); ++i) {
+            slots[i] = std::min(i, kSlotCount);
+        }
+        return slots;
+    }
+
+    static std::array<size_t, kMostFileSlots> NoForeign() {
+        std::array<size_t, kMostFileSlots> none{};
+        none.fill(kNoForeign);
+        return none;
+    }
 
     bool Stop(FileState state, std::string problem) {
         file_.state = state;
@@ -170,11 +189,12 @@ class Reader {
         if (head.Fixed32() != Crc32c(bytes_.substr(0, kFileHeadSize - 4))) {
             return StopDamaged("its head");
         }
-        if (version != kFileVersion) {
+        if (version == 0 || version > kFileVersion) {
             return Stop(FileState::kForeign,
                         "has a format that is not known, " + std::to_string(version));
         }
         file_.goodBytes = kFileHeadSize;
+        version_ = version;
         return true;
     }
 
@@ -224,6 +244,8 @@ class Reader {
                 TakeMoment(in);
                 hasEnd_ = true;
                 return in.IsGood();
+            case BlockKind::kFilled:
+                return TakeSlots(in);
         }
         return true;
     }
@@ -233,10 +255,56 @@ class Reader {
         file_.wallNs = in.Varint();
         TakeMoment(in);
         const uint64_t follow = in.Varint();
-        (void)in.Varint();  // bytes kept of a piece; each piece tells its own
+        file_.dataBytes = in.Varint();
         file_.version = in.Text();
+        file_.hasCallbacks = version_ >= 2 && !in.IsEmpty() && in.Varint() != 0;
         file_.follow = Follow{static_cast<uint32_t>(follow)};
         return in.IsGood() && follow <= static_cast<uint64_t>(Follow::kDevhost);
+    }
+
+    // What is called by a name that this release has, with arguments of the same widths, is that
+    // function, whatever its number.
+    bool TakeSlots(Decoder &in) {
+        if (file_.hasSlots || !file_.calls.empty()) {
+            return false;
+        }
+        file_.hasSlots = true;
+        slotOf_.fill(kSlotCount);
+        const uint64_t count = in.Varint();
+        for (uint64_t i = 0; i < count && in.IsGood(); ++i) {
+            const uint64_t number = in.Varint();
+            const std::string_view name = in.Text();
+            const size_t own = OwnSlot(in, name);
+            if (!in.IsGood() || number >= kMostFileSlots || slotOf_[number] != kSlotCount ||
+                foreignOf_[number] != kNoForeign) {
+                return false;
+            }
+            slotOf_[number] = own;
+            if (own == kSlotCount) {
+                foreignOf_[number] = file_.foreign.size();
+                file_.foreign.push_back({std::string(name), 0});
+            } else if (std::exchange(file_.filled[own], true)) {
+                return false;
+            }
+        }
+        return in.IsGood() && in.IsEmpty();
+    }
+
+    // kSlotCount when this release has none like that.
+    static size_t OwnSlot(Decoder &in, std::string_view name) {
+        const auto *const found = std::find_if(
+            std::begin(kSlots), std::end(kSlots),
+            [name](const SlotInfo &slot) { return slot.name == name && !slot.isReserved; });
+        const uint64_t result = in.Varint();
+        const uint64_t count = in.Varint();
+        bool isOwn = found != std::end(kSlots) && result == static_cast<uint64_t>(found->result) &&
+                     count == found->parameters.size();
+        for (uint64_t i = 0; i < count && in.IsGood(); ++i) {
+            (void)in.Text();
+            const uint64_t width = in.Varint();
+            isOwn = isOwn && width == static_cast<uint64_t>(found->parameters[i].width);
+        }
+        return isOwn ? static_cast<size_t>(found - std::begin(kSlots)) : kSlotCount;
     }
 
     void TakeMoment(Decoder &in) {
@@ -290,10 +358,9 @@ class Reader {
             call.hasResult = false;
             call.result = 0;
             call.out.clear();
-            ticks_[index].end = ticks_[index].begin;
+            call.endTicks = call.beginTicks;
         }
         file_.calls.resize(callsBefore);
-        ticks_.resize(callsBefore);
     }
 
     bool TakeEvent(Decoder &in, Thread &thread, uint64_t &ticks) {
@@ -303,7 +370,8 @@ class Reader {
         ticks += static_cast<uint64_t>(FromZigZag(in.Varint()));
         std::array<uint64_t, kMostParameters> words{};
         const uint64_t wordCount = in.Varint();
-        if (!in.IsGood() || slot >= kSlotCount || wordCount > words.size()) {
+        if (!in.IsGood() || (slotOf_[slot] == kSlotCount && foreignOf_[slot] == kNoForeign) ||
+            wordCount > words.size()) {
             return false;
         }
         for (size_t i = 0; i < wordCount; ++i) {
@@ -313,40 +381,64 @@ class Reader {
         if (!TakePieces(in, pieces)) {
             return false;
         }
-        if (kind == static_cast<uint8_t>(EventKind::kEnter)) {
-            thread.open[sequence] = file_.calls.size();
-            TracedCall &call = file_.calls.emplace_back();
-            ticks_.push_back({ticks, ticks});
-            call.thread = thread.told.number;
-            call.sequence = sequence;
-            call.slot = slot;
-            call.wordCount = static_cast<uint8_t>(wordCount);
-            call.words = words;
-            call.in = std::move(pieces);
+        const bool isCallback = version_ >= 2 && kind > static_cast<uint8_t>(EventKind::kReturn);
+        const auto plain = EventKind{static_cast<uint8_t>(isCallback ? kind - 2 : kind)};
+        if (plain == EventKind::kEnter) {
+            OpenCall open{sequence, slot, isCallback, slotOf_[slot] == kSlotCount, 0};
+            if (open.isForeign) {
+                file_.foreign[foreignOf_[slot]].calls += isCallback ? 0 : 1;
+            } else {
+                open.call = file_.calls.size();
+                TracedCall &call = file_.calls.emplace_back();
+                call.thread = thread.told.number;
+                call.depth = static_cast<uint32_t>(thread.open.size());
+                call.sequence = sequence;
+                call.beginTicks = ticks;
+                call.endTicks = ticks;
+                call.slot = static_cast<uint8_t>(slotOf_[slot]);
+                call.isCallback = isCallback;
+                call.wordCount = static_cast<uint8_t>(wordCount);
+                call.words = words;
+                call.in = std::move(pieces);
+            }
+            thread.open.push_back(open);
             return true;
         }
-        return kind == static_cast<uint8_t>(EventKind::kReturn) && wordCount <= 1 &&
-               TakeReturn(thread, sequence, slot, wordCount == 1, words[0], ticks,
-                          std::move(pieces));
+        return plain == EventKind::kReturn && wordCount <= 1 &&
+               TakeReturn(thread, {sequence, slot, isCallback, false, 0}, wordCount == 1, words[0],
+                          ticks, std::move(pieces));
     }
 
-    bool TakeReturn(Thread &thread, uint64_t sequence, uint8_t slot, bool hasResult,
-                    uint64_t result, uint64_t ticks, std::vector<TracedPiece> pieces) {
-        const auto open = thread.open.find(sequence);
-        if (open == thread.open.end() || open->second >= file_.calls.size()) {
+    // A call that was within one that returns will not: its task was ended, or its end was dropped.
+    bool TakeReturn(Thread &thread, const OpenCall &returned, bool hasResult, uint64_t result,
+                    uint64_t ticks, std::vector<TracedPiece> pieces) {
+        size_t count = thread.open.size();
+        while (count > 0 && thread.open[count - 1].sequence > returned.sequence) {
+            --count;
+        }
+        if (count == 0) {
             return false;
         }
-        TracedCall &call = file_.calls[open->second];
-        if (call.slot != slot) {
+        const OpenCall open = thread.open[count - 1];
+        if (open.sequence != returned.sequence || open.slot != returned.slot ||
+            open.isCallback != returned.isCallback) {
             return false;
         }
+        thread.open.resize(count - 1);
+        if (open.isForeign) {
+            return true;
+        }
+        // A call of a block that was not taken.
+        if (open.call >= file_.calls.size()) {
+            return false;
+        }
+        TracedCall &call = file_.calls[open.call];
         call.hasReturned = true;
         call.hasResult = hasResult;
         call.result = result;
         call.out = std::move(pieces);
-        ticks_[open->second].end = ticks;
-        returned_.push_back(open->second);
-        thread.open.erase(open);
+        returned_.push_back(open.call);
+        call.endTicks = ticks;
         return true;
     }
 
@@ -368,16 +460,18 @@ class Reader {
 
     void Finish() {
         clock_.Sort();
-        for (size_t i = 0; i < file_.calls.size(); ++i) {
-            TracedCall &call = file_.calls[i];
-            call.beginNs = clock_.Ns(ticks_[i].begin);
-            const uint64_t endNs = clock_.Ns(ticks_[i].end);
+        for (TracedCall &call : file_.calls) {
+            call.beginNs = clock_.Ns(call.beginTicks);
+            const uint64_t endNs = clock_.Ns(call.endTicks);
             call.durationNs = endNs > call.beginNs ? endNs - call.beginNs : 0;
         }
-        std::stable_sort(
-            file_.calls.begin(), file_.calls.end(), [](const TracedCall &a, const TracedCall &b) {
-                return std::pair(a.beginNs, a.sequence) < std::pair(b.beginNs, b.sequence);
-            });
+        const auto isEarlier = [](const TracedCall &a, const TracedCall &b) {
+            return std::pair(a.beginNs, a.sequence) < std::pair(b.beginNs, b.sequence);
+        };
+        // Sorting takes as much memory again, and those of one thread are in order.
+        if (!std::is_sorted(file_.calls.begin(), file_.calls.end(), isEarlier)) {
+            std::stable_sort(file_.calls.begin(), file_.calls.end(), isEarlier);
+        }
         for (auto &[number, thread] : threads_) {
             file_.dropped += thread.told.dropped;
             file_.threads.push_back(std::move(thread.told));
@@ -389,8 +483,11 @@ class Reader {
     uint32_t blocks_ = 0;
     bool hasEnd_ = false;
     Clock clock_;
-    std::vector<Ticks> ticks_;
     std::vector<size_t> returned_;  // in the block that is being read
+    uint32_t version_ = 0;
+    // By the file's number of a slot: this release's, or where it stands among the foreign ones.
+    std::array<size_t, kMostFileSlots> slotOf_ = FirstRelease();
+    std::array<size_t, kMostFileSlots> foreignOf_ = NoForeign();
     std::map<uint32_t, Thread> threads_;
 };
 

@@ -31,14 +31,20 @@ struct TracedPiece {
     }
 };
 
+// A call of a slot; or of a function that the host was given in one, then its words are its address
+// and its arguments.
 struct TracedCall {
     uint32_t thread = 0;  // from 1
+    uint32_t depth = 0;   // calls of the thread that it was made within
     uint64_t sequence = 0;
     uint64_t beginNs = 0;  // since the recording began
     uint64_t durationNs = 0;
+    uint64_t beginTicks = 0;
+    uint64_t endTicks = 0;
     uint64_t result = 0;
     uint8_t slot = 0;
     uint8_t wordCount = 0;
+    bool isCallback = false;
     bool hasReturned = false;
     bool hasResult = false;
     std::array<uint64_t, kMostParameters> words = {};
@@ -51,6 +57,12 @@ struct TracedThread {
     uint64_t systemId = 0;
     std::string name;
     uint64_t dropped = 0;
+};
+
+// A function that this release does not have, or has with other arguments.
+struct ForeignSlot {
+    std::string name;
+    uint64_t calls = 0;
 };
 
 enum class FileState {
@@ -68,7 +80,12 @@ struct TraceFile {
     uint64_t processId = 0;
     uint64_t wallNs = 0;  // since 1970, when the recording began
     Follow follow = Follow::kNone;
-    std::string version;                // of the library that wrote it
+    uint64_t dataBytes = 0;     // kept of each piece
+    bool hasCallbacks = false;  // what hosts call is noted, too
+    std::string version;        // of the library that wrote it
+    bool hasSlots = false;      // it tells which slots were filled, by number in this release
+    std::array<bool, kSlotCount> filled = {};
+    std::vector<ForeignSlot> foreign;  // their calls are not given
     std::vector<TracedThread> threads;  // by number
     std::vector<TracedCall> calls;      // in the order in which they began
     uint64_t dropped = 0;

@@ -8,24 +8,19 @@
 #include <cstdint>
 #include <span>
 #include <type_traits>
+#include <utility>
 
+#include "callback_types.h"
+#include "callbacks.h"
 #include "formatted.h"
 #include "note.h"
 #include "slots.h"
 #include "state.h"
 #include "threads.h"
 #include "ticks.h"
+#include "words.h"
 
 namespace dxr_trace {
-
-template <typename Value>
-uint64_t ToWord(Value value) {
-    if constexpr (std::is_pointer_v<Value>) {
-        return reinterpret_cast<uintptr_t>(value);
-    } else {
-        return value;
-    }
-}
 
 // Calls a hook and notes how long it takes.
 template <size_t kSlot, typename Hook>
@@ -84,9 +79,26 @@ class Wrapper<kSlot, Result (*)(Args...)> {
     [[gnu::noinline]] static Result CallAndNote(Function hook, Args... args) {
         if (g_state.mode.load(std::memory_order_relaxed) == Mode::kCalls) {
             const std::array<uint64_t, sizeof...(Args)> words = {ToWord(args)...};
-            return Traced<kSlot>(words, nullptr, [&] { return hook(args...); });
+            return Traced<kSlot>(words, nullptr, [&] { return CallHook(hook, words, args...); });
         }
         return Timed<kSlot>([&] { return hook(args...); });
+    }
+
+    static Result CallHook(Function hook, std::span<const uint64_t> words, Args... args) {
+        using Callback = typename CallbackOf<kSlot>::Type;
+        if constexpr (!std::is_void_v<Callback>) {
+            if (g_state.callbacks.load(std::memory_order_relaxed)) {
+                const SwappedWords swapped(kSlot, words, &Trampoline<kSlot, Callback>::Choose);
+                return CallWith(hook, swapped, std::index_sequence_for<Args...>());
+            }
+        }
+        return hook(args...);
+    }
+
+    template <size_t... kPlaces>
+    static Result CallWith(Function hook, const SwappedWords &words,
+                           std::index_sequence<kPlaces...> /*all*/) {
+        return hook(FromWord<Args>(words.Get(kPlaces))...);
     }
 };
 

@@ -226,7 +226,7 @@ TEST_F(TraceFileTest, LaterFormatsAreRefusedByTheirNumber) {
     head.Fixed32(Crc32c(head.Get()));
     const TraceFile file = ReadTraceFile(head.Get());
     EXPECT_EQ(FileState::kForeign, file.state);
-    EXPECT_EQ("has a format that is not known, 2", file.problem);
+    EXPECT_EQ("has a format that is not known, 3", file.problem);
 }
 
 TEST_F(TraceFileTest, NamesOfPiecesComeFromTheListOrFromTheirPlace) {

@@ -27,7 +27,10 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddLinksCommand(program);
     dxrsh::AddDbCommand(program);
     dxrsh::AddSlotsCommand(program);
+    dxrsh::AddRunCommand(program);
     dxrsh::AddTraceCommand(program);
+    dxrsh::AddReplayCommand(program);
+    dxrsh::AddDiffCommand(program);
     dxrsh::AddBenchCommand(program);
 }
 

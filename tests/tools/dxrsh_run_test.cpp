@@ -1,0 +1,328 @@
+// dxrsh run, replay and diff as a user runs them, on a module of the tests' own.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tools/expect_dxrsh.h"
+#include "tools/run_dxrsh.h"
+#include "tools/temporary_directory.h"
+
+namespace {
+
+using dxrtest::ExpectFails;
+using dxrtest::ExpectPrints;
+using dxrtest::Outcome;
+using dxrtest::RunDxrsh;
+using dxrtest::TemporaryDirectory;
+using Words = std::vector<std::string>;
+
+const std::string kWorker = DXRSH_WORKER;
+// How long a call may not come in a replay that differs.
+const Words kImpatient = {"--patience", "2"};
+
+Words operator+(Words words, const Words &more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+bool Holds(const std::string &text, const std::string &part) {
+    return text.find(part) != std::string::npos;
+}
+
+Outcome RunWorker(const Words &options, const Words &arguments = {}) {
+    return RunDxrsh(Words{"run", "--clock", "virtual"} + options + Words{kWorker} + arguments);
+}
+
+Outcome Replay(const Words &options, const std::string &file, const Words &arguments = {}) {
+    return RunDxrsh(Words{"replay"} + kImpatient + options + Words{file, kWorker} + arguments);
+}
+
+std::string Recorded(const TemporaryDirectory &directory, const std::string &name,
+                     const Words &options = {}, const Words &arguments = {}) {
+    (void)RunWorker(Words{"--trace", directory.Path(name)} + options, arguments);
+    return directory.Path(name);
+}
+
+// --- run
+
+TEST(DxrshRun, AWellBehavedModuleIsTold) {
+    const Outcome outcome = RunWorker({});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("", outcome.err);
+    for (const char *const part :
+         {"port 3 is <up> & \"well\"\n", "sum 6, ticks 3\n",
+          "module dxrsh_worker.so returned 0\nslots used: 27, 198 calls\n",
+          "  DXR_ReadReg                                      4\n",
+          "empty slots asked: 1 calls\n  DXR_InitSafeIo                                   1\n",
+          "  module 7: 0 blocks, 0 bytes live; at most 644 bytes, 3 blocks in all\n",
+          "log lines: 1 let through, 3 suppressed\n", "records: 3\n  1 x tick 1\n",
+          "faults: 0\nleft behind: 0\nreports: 0\nwell\n"}) {
+        EXPECT_TRUE(Holds(outcome.out, part)) << part << outcome.out;
+    }
+}
+
+TEST(DxrshRun, TheVirtualClockGivesTheSameBytesForTheSameSeed) {
+    const TemporaryDirectory directory;
+    for (const std::string seed : {"1", "5", "77"}) {
+        const Outcome first = RunWorker({"--seed", seed, "--report", directory.Path("a.html")});
+        const Outcome second = RunWorker({"--seed", seed, "--report", directory.Path("b.html")});
+        EXPECT_EQ(0, first.status);
+        EXPECT_EQ(first.out, second.out);
+        EXPECT_EQ(directory.Read("a.html"), directory.Read("b.html"));
+    }
+}
+
+TEST(DxrshRun, WhatIsNotWellGivesOne) {
+    EXPECT_EQ(1, RunWorker({}, {"fail"}).status);
+
+    const Outcome leak = RunWorker({}, {"leak"});
+    EXPECT_EQ(1, leak.status);
+    EXPECT_TRUE(Holds(leak.out,
+                      "left behind: 1\nreports: 1\n  memory: left behind: 100 bytes of "
+                      "module 7 from "))
+        << leak.out;
+
+    const Outcome misuse = RunWorker({}, {"misuse"});
+    EXPECT_EQ(1, misuse.status);
+    EXPECT_TRUE(Holds(misuse.out,
+                      "misuse, task, DXR_UnlockMutex by DxrModuleMain in "
+                      "dxrsh_worker.so+"))
+        << misuse.out;
+
+    const Outcome stuck = RunWorker({}, {"stuck"});
+    EXPECT_EQ(1, stuck.status);
+    EXPECT_TRUE(Holds(stuck.out, "end of the run, ")) << stuck.out;
+}
+
+// Also while calls are noted: the host sees the module behind the trace.
+TEST(DxrshRun, ReportsNameTheModuleWhileItIsTraced) {
+    const TemporaryDirectory directory;
+    const Outcome misuse = RunWorker({"--trace", directory.Path("trace")}, {"misuse"});
+    EXPECT_TRUE(Holds(misuse.out, "DXR_UnlockMutex by DxrModuleMain in dxrsh_worker.so+"))
+        << misuse.out;
+}
+
+TEST(DxrshRun, WhatCannotBeRunGivesTwo) {
+    const TemporaryDirectory directory;
+    const std::string missing = directory.Path("missing");
+    ExpectFails({"run"}, 2, "MODULE is required");
+    ExpectFails({"run", DXRSH_NO_MODULE}, 2,
+                std::string(DXRSH_NO_MODULE) + ": defines no DxrModuleMain");
+    EXPECT_EQ(2, RunDxrsh({"run", missing}).status);
+    ExpectFails({"run", "--board", missing, kWorker}, 2, missing + ": No such file or directory");
+    ExpectFails({"run", "--trace", missing + "/x", kWorker}, 2,
+                missing + "/x: No such file or directory");
+    EXPECT_EQ(2, RunDxrsh({"run", "--clock", "slow", kWorker}).status);
+    EXPECT_EQ(2, RunDxrsh({"run", "--seed", "-1", kWorker}).status);
+    EXPECT_EQ(2, RunDxrsh({"run", "--fast", kWorker}).status);
+}
+
+// What comes after the module is its own.
+TEST(DxrshRun, OptionsAfterTheModuleAreItsArguments) {
+    EXPECT_EQ(0, RunWorker({}, {"--clock", "slow"}).status);
+}
+
+TEST(DxrshRun, TheBoardsFileIsRead) {
+    const TemporaryDirectory directory;
+    const std::string board = directory.Write(
+        "board.json", R"({"registers": [{"unit": 0, "chip": 0, "address": 16, "value": 100}]})");
+    const Outcome outcome = RunWorker({"--board", board});
+    EXPECT_TRUE(Holds(outcome.out, "sum 106, ticks 3\n")) << outcome.out;
+    const std::string bad = directory.Write("bad.json", R"({"registers": [{"unit": 0}]})");
+    ExpectFails({"run", "--board", bad, kWorker}, 2,
+                bad + ":1:16: /registers/0/address: is missing");
+}
+
+// --- the page
+
+TEST(DxrshRun, ThePageSaysAllAndLoadsNothing) {
+    const TemporaryDirectory directory;
+    for (const std::string clock : {"real", "virtual"}) {
+        const Outcome outcome = RunDxrsh({"run", "--clock", clock, "--report",
+                                          directory.Path("page.html"), kWorker, "<x>", "leak"});
+        EXPECT_EQ(1, outcome.status);
+        const std::string page = directory.Read("page.html");
+        for (const char *const part :
+             {"<h1>Run of dxrsh_worker.so &lt;x&gt; leak</h1>", "Calls over time",
+              "Memory by module", "port 3 is &lt;up&gt; &amp; &quot;well&quot;",
+              "<th scope=\"row\">DXR_InitSafeIo</th><td class=\"n\">1</td>",
+              "<th scope=\"row\">tick 3</th><td class=\"n\">1</td>", "Left behind: 1",
+              "Content-Security-Policy\" content=\"default-src 'none'", "lang=\"en\""}) {
+            EXPECT_TRUE(Holds(page, part)) << part;
+        }
+        EXPECT_EQ(clock == "real", Holds(page, "Latency by slot"));
+        for (const char *const loads : {"://", "src=", "href=", "url(", "@import", "<script",
+                                        "<link", "<iframe", "<img", "xmlns", "javascript"}) {
+            EXPECT_FALSE(Holds(page, loads)) << loads;
+        }
+    }
+}
+
+// --- replay
+
+TEST(DxrshReplay, ARecordingOfTheSameModuleIsTheSame) {
+    const TemporaryDirectory directory;
+    for (const std::string seed : {"1", "2", "9"}) {
+        const std::string file = Recorded(directory, "trace", {"--seed", seed});
+        const Outcome outcome = Replay({}, file);
+        EXPECT_EQ(0, outcome.status);
+        EXPECT_EQ("sum 6, ticks 3\ncalls 198, of the host's 4, threads 3: the same\n", outcome.out);
+    }
+}
+
+TEST(DxrshReplay, ThreadsOfTheModulesOwnTakePart) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.Path("trace");
+    (void)RunDxrsh({"run", "--trace", file, kWorker, "thread"});
+    const Outcome outcome = Replay({}, file, {"thread"});
+    EXPECT_EQ(0, outcome.status) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "threads 4: the same\n")) << outcome.out;
+}
+
+TEST(DxrshReplay, ATaskThatNeverCameBackEndsThere) {
+    const TemporaryDirectory directory;
+    const std::string file = Recorded(directory, "trace", {}, {"forever"});
+    const Outcome outcome = Replay({}, file, {"forever"});
+    EXPECT_EQ(0, outcome.status) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, ": the same\n")) << outcome.out;
+}
+
+TEST(DxrshReplay, TheFirstDifferenceEndsIt) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = Replay({}, Recorded(directory, "trace"), {"other"});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ(0U, outcome.out.find("thread 1, call ")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out,
+                      " s: the call differs\n"
+                      "  expected  DXR_WriteReg(arg1=0, arg2=0, arg3=4, value=0)\n"
+                      "  got       DXR_WriteReg(arg1=0, arg2=0, arg3=4, value=1)\n"
+                      "  value: expected 0, got 1\n"
+                      "differs\n"))
+        << outcome.out;
+}
+
+TEST(DxrshReplay, CallsThatEndEarlyOrLateDiffer) {
+    const TemporaryDirectory directory;
+    const std::string file = Recorded(directory, "trace");
+    const Outcome early = Replay({}, file, {"fail"});
+    EXPECT_EQ(1, early.status);
+    EXPECT_TRUE(Holds(early.out, "expected  DXR_GetSysWorkPath(")) << early.out;
+
+    const std::string nothing = Recorded(directory, "nothing", {}, {"fail"});
+    const Outcome late = Replay({}, nothing);
+    EXPECT_EQ(1, late.status);
+    EXPECT_TRUE(Holds(late.out, "  expected  ")) << late.out;
+}
+
+TEST(DxrshReplay, LooseGoesOnWithTheNextEqualCall) {
+    const TemporaryDirectory directory;
+    const std::string file = Recorded(directory, "trace");
+    const Outcome skip = Replay({"--loose"}, file, {"skip"});
+    EXPECT_EQ(1, skip.status);
+    EXPECT_TRUE(Holds(skip.out, "  goes on with call ")) << skip.out;
+    EXPECT_TRUE(Holds(skip.out, ", 1 call of the recording later\n")) << skip.out;
+    EXPECT_TRUE(Holds(skip.out,
+                      "sum 6, ticks 3\n"
+                      "calls 197, of the host's 4, threads 3: differences 1, "
+                      "calls not made 1\n"))
+        << skip.out;
+
+    const Outcome more = Replay({"--loose"}, file, {"more"});
+    EXPECT_EQ(1, more.status);
+    EXPECT_TRUE(Holds(more.out, "got       DXR_GetLrId()\n")) << more.out;
+    EXPECT_TRUE(Holds(more.out,
+                      "sum 6, ticks 3\n"
+                      "calls 198, of the host's 4, threads 3: differences 1, "
+                      "calls not made 0\n"))
+        << more.out;
+
+    const Outcome other = Replay({"--loose"}, file, {"other"});
+    EXPECT_EQ(1, other.status);
+    EXPECT_TRUE(Holds(other.out, "  no equal call comes: answered with 0\n")) << other.out;
+    EXPECT_TRUE(Holds(other.out, "differences 2, calls not made 1\n")) << other.out;
+}
+
+// Stored by the releases that they name.
+TEST(DxrshReplay, RecordingsOfEarlierReleasesAreRead) {
+    EXPECT_EQ(0, Replay({}, DXRSH_WORKER_RECORDING).status);
+    const Outcome first = RunDxrsh({"replay", DXRSH_SAMPLE_RECORDING, DXRSH_REGISTERS});
+    EXPECT_EQ(0, first.status);
+    EXPECT_EQ(
+        "note: what the host called was not recorded: tasks, timers and interrupts are not "
+        "replayed\n"
+        "calls 6, of the host's 0, threads 1: the same\n",
+        first.out);
+    EXPECT_EQ(1, RunDxrsh({"replay", DXRSH_SAMPLE_RECORDING, DXRSH_REGISTERS, "x"}).status);
+}
+
+TEST(DxrshReplay, ACutRecordingIsReplayedToItsEnd) {
+    const TemporaryDirectory directory;
+    std::ifstream sample(DXRSH_SAMPLE_RECORDING, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(sample), {}};
+    const std::string cut = directory.Write("cut", bytes.substr(0, bytes.size() - 1));
+    const Outcome whole = RunDxrsh({"replay", cut, DXRSH_REGISTERS});
+    EXPECT_EQ(0, whole.status);
+    EXPECT_TRUE(Holds(whole.out, "note: the recording has no end after ")) << whole.out;
+    const Outcome again = RunDxrsh({"replay", cut, DXRSH_REGISTERS, "again"});
+    EXPECT_EQ(0, again.status);
+    EXPECT_TRUE(Holds(again.out,
+                      "the recording ends here: thread 1, after its last call\n"
+                      "the same, up to where the recording ends\n"))
+        << again.out;
+    // A whole one says that there was no such call.
+    EXPECT_EQ(1, RunDxrsh({"replay", DXRSH_SAMPLE_RECORDING, DXRSH_REGISTERS, "again"}).status);
+
+    const std::string damaged = directory.Write("damaged", bytes + "x");
+    ExpectFails({"replay", damaged, kWorker}, 1,
+                damaged + ": damaged after " + std::to_string(bytes.size()) +
+                    " bytes: bytes after its end");
+    ExpectFails({"replay", kWorker, kWorker}, 2, kWorker + ": is no recording");
+    ExpectFails({"replay", cut + "x", kWorker}, 1, cut + "x: No such file or directory");
+    ExpectFails({"replay", cut}, 2, "FILE and MODULE is required");
+}
+
+// --- diff
+
+TEST(DxrshDiff, TheSameRunIsTheSame) {
+    const TemporaryDirectory directory;
+    const std::string a = Recorded(directory, "a");
+    const std::string b = Recorded(directory, "b");
+    const Outcome outcome = RunDxrsh({"diff", a, b});
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_TRUE(Holds(outcome.out, "main thread: the same, ")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "task 1: the same, ")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "thread of the host 1: the same, ")) << outcome.out;
+}
+
+TEST(DxrshDiff, TheFirstDifferenceOfEachThreadIsShown) {
+    const TemporaryDirectory directory;
+    const std::string a = Recorded(directory, "a");
+    const std::string b = Recorded(directory, "b", {}, {"other"});
+    const Outcome outcome = RunDxrsh({"diff", "--context", "1", a, b});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_TRUE(Holds(outcome.out, "main thread: parts after ")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "DXR_WriteReg(arg1=0, arg2=0, arg3=4, value=0) = 0\n  - "))
+        << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "DXR_WriteReg(arg1=0, arg2=0, arg3=4, value=1) = 0\n  + "))
+        << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "    value: expected 0, got 1\n")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "task 1: the same, ")) << outcome.out;
+
+    const std::string shorter = Recorded(directory, "c", {}, {"fail"});
+    const Outcome ends = RunDxrsh({"diff", a, shorter});
+    EXPECT_EQ(1, ends.status);
+    EXPECT_TRUE(Holds(ends.out, "; the second recording has no more\n")) << ends.out;
+}
+
+TEST(DxrshDiff, WhatCannotBeComparedGivesTwo) {
+    const std::string sample = DXRSH_SAMPLE_RECORDING;
+    ExpectFails({"diff", sample, sample + "x"}, 2, sample + "x: No such file or directory");
+    ExpectFails({"diff", kWorker, sample}, 2, kWorker + ": is no recording");
+    EXPECT_EQ(2, RunDxrsh({"diff", sample}).status);
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+/* A module that uses what a recording has to hold: memory, handles, registers, texts, a task, a
+ * timer and an own thread; its arguments make it another one. */
+#include <pthread.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "dxr_api.h"
+#include "dxr_devhost/system.h"
+#include "dxr_devhost/system_task.h"
+#include "dxr_module.h"
+
+enum { kMid = 7, kDone = 1, kTick = 2 };
+
+static int g_argc;
+static char **g_argv;
+static uint32_t g_main; /* the number of the first task */
+static uint32_t g_ticks;
+static uint32_t g_sum;
+static void *g_mutex;
+
+static bool Has(const char *word) {
+    for (int i = 1; i < g_argc; ++i) {
+        if (strcmp(g_argv[i], word) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+static void OnTimer(void *argument) {
+    uint32_t *const ticks = argument;
+    DXR_LockMutex(g_mutex);
+    ++*ticks;
+    DXR_UnlockMutex(g_mutex);
+    DXR_RecordInfo("tick %u", *ticks);
+    if (*ticks == 3) {
+        DXR_WriteEvent(g_main, kTick);
+    }
+}
+
+static void Task(void *argument) {
+    const uint32_t *const rounds = argument;
+    for (uint32_t i = 0; i < *rounds; ++i) {
+        uint32_t value = 0;
+        DXR_DelayTask(7);
+        DXR_ReadReg(0, 0, 0x10 + 4 * i, &value);
+        DXR_LockMutex(g_mutex);
+        g_sum += value + i;
+        DXR_UnlockMutex(g_mutex);
+    }
+    if (Has("forever")) {
+        uint32_t events = 0;
+        DXR_ReadEvent(0x80, 0, DXR_HOST_FOREVER, &events);
+    }
+    DXR_WriteEvent(g_main, kDone);
+}
+
+static void *OwnThread(void *argument) {
+    (void)argument;
+    DXR_RecordWarmRebootMileStone("own thread");
+    return NULL;
+}
+
+static void Memory(const char *work) {
+    char *const block = DXR_Malloc(kMid, 100, __FILE__, __LINE__);
+    if (block != NULL) {
+        (void)snprintf(block, 100, "block");
+        char path[300];
+        (void)snprintf(path, sizeof(path), "%s/%s", work, block);
+        (void)DXR_FileLength(path);
+        if (!Has("leak")) {
+            DXR_Free(block, __FILE__, __LINE__);
+        }
+    }
+    void *const list = DXR_CreateSll();
+    static int items[3] = {1, 2, 3};
+    for (int i = 0; i < 3; ++i) {
+        DXR_AddSll(list, &items[i], 0);
+    }
+    int sum = 0;
+    for (void *node = DXR_SslGetNextNode(list, NULL); node != NULL;
+         node = DXR_SslGetNextNode(list, node)) {
+        sum += *(const int *)DXR_SslGetNodeData(node); /* the module's own address comes back */
+    }
+    char text[32];
+    (void)snprintf(text, sizeof(text), "sum %d", sum);
+    DXR_RecordWarmRebootMileStone(text);
+    DXR_DestroySll(list);
+}
+
+static void Logs(void) {
+    DXR_InitLogFilter(kMid);
+    const DxrLogFilterCfg site = {0, 1, 2, 3, 4, 0};
+    for (int i = 0; i < 4; ++i) {
+        DXR_SameLogFilter(&site, "port %d is <up> & \"well\"", 3);
+    }
+    if (!Has("keep")) {
+        return;
+    }
+    DXR_DiagLogFilter("kept");
+}
+
+int DxrModuleMain(int argc, char **argv) {
+    g_argc = argc;
+    g_argv = argv;
+    if (Has("fail")) {
+        return 3;
+    }
+    char path[256];
+    DXR_GetSysWorkPath(path, sizeof(path));
+    DXR_InitMutex(&g_mutex, NULL);
+    Memory(path);
+    Logs();
+    DXR_InitSafeIo(); /* empty in the development host */
+
+    uint32_t events = 0;
+    DXR_ReadEvent(0x40, 0, 0, &events); /* makes this thread a task */
+    DxrHostTimer timer = {sizeof(timer), 10, 1, 0, OnTimer, &g_ticks, NULL};
+    static uint32_t rounds = 4;
+    uint32_t task = 0;
+    const DxrHostTaskOptions options = {sizeof(options), 0};
+    g_main = 1;
+    DXR_StartTimer(&timer);
+    const DxrHostTaskEntry entry = Task;
+    void *code = NULL;
+    memcpy(&code, &entry, sizeof(code));
+    DXR_CreateTask("worker", code, &rounds, 10, (void *)&options, 0, &task);
+    if (Has("other")) {
+        DXR_WriteReg(0, 0, 4, 1);
+    } else if (!Has("skip")) {
+        DXR_WriteReg(0, 0, 4, 0);
+    }
+    if (Has("more")) {
+        DXR_GetLrId();
+    }
+    if (!Has("forever")) {
+        DXR_ReadEvent(kDone, 0, 10000, &events);
+    }
+    DXR_ReadEvent(kTick, 0, 10000, &events);
+    DXR_StopTimer(&timer);
+    if (Has("thread")) {
+        pthread_t thread;
+        if (pthread_create(&thread, NULL, OwnThread, NULL) == 0) {
+            pthread_join(thread, NULL);
+        }
+    }
+    if (Has("misuse")) {
+        DXR_UnlockMutex(g_mutex);
+    }
+    if (Has("stuck")) {
+        DXR_ReadEvent(0x20, 0, DXR_HOST_FOREVER, &events);
+    }
+    printf("sum %u, ticks %u\n", g_sum, g_ticks >= 3 ? 3 : 0);
+    fflush(stdout);
+    return 0;
+}
+
+void DxrModuleEnd(void) {
+    DXR_DestroyLogFilter();
+    DXR_DestroyRecordInfo();
+    if (g_mutex != NULL) {
+        DXR_DestroyMutex(g_mutex);
+    }
+}

@@ -1,0 +1,489 @@
+// Replays of recordings: every slot answers what its hook answered, and what differs is seen.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "compare.h"
+#include "dxr_devhost/system.h"
+#include "dxr_trace.h"
+#include "encoder.h"
+#include "export.h"
+#include "script.h"
+#include "slots.h"
+#include "slots/expected_slots.h"
+#include "support/test_host.h"
+#include "trace/recording.h"
+#include "trace_file.h"
+
+namespace dxrtest {
+namespace {
+
+using dxr_trace::BlockHead;
+using dxr_trace::BlockKind;
+using dxr_trace::Encoder;
+using dxr_trace::kSlots;
+using RawTable = std::array<Hook, kSlotCount>;
+
+// What a replay said and did.
+struct Replayed {
+    uint32_t started = 0;
+    uint32_t stopped = 0;
+    DxrReplayCounts counts{};
+    std::string text;
+    std::string problem;
+};
+
+// A host of the tests' own in the table, recorded; and the replay of that.
+class ReplayTest : public testing::Test {
+  protected:
+    template <typename Body>
+    void Record(const DxrHooks &hooks, const Body &body) {
+        ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+        DxrTraceOptions options = recording_.Options();
+        options.pointers = DXR_TRACE_POINTERS_DEVHOST;
+        options.callbacks = 1;
+        options.dataBytes = dataBytes_;
+        ASSERT_EQ(0U, DxrTraceStart(&options));
+        body();
+        ASSERT_EQ(0U, DxrTraceStop());
+        const DxrHooks none = {};
+        ASSERT_EQ(0U, DXR_RegisterHooks(&none));
+    }
+
+    template <typename Body>
+    Replayed Replay(const Body &body, bool isLoose = false) {
+        Replayed replayed;
+        std::array<char, 256> problem{};
+        char *text = nullptr;
+        size_t size = 0;
+        FILE *const out = open_memstream(&text, &size);
+        DxrReplayOptions options;
+        DxrReplayInitOptions(&options);
+        options.loose = isLoose ? 1 : 0;
+        options.patienceMs = 300;
+        options.out = out;
+        replayed.started =
+            DxrReplayStart(recording_.Path().c_str(), &options, problem.data(), problem.size());
+        if (replayed.started == 0) {
+            body();
+            replayed.stopped = DxrReplayStop(&replayed.counts);
+        }
+        (void)std::fclose(out);
+        replayed.text = text;
+        replayed.problem = problem.data();
+        std::free(text);
+        return replayed;
+    }
+
+    TestHost host_;
+    Recording recording_;
+    uint32_t dataBytes_ = 1024;
+};
+
+TEST_F(ReplayTest, WhatWasWrittenIsWrittenAgain) {
+    DxrHooks hooks = {};
+    hooks.dev.readReg = [](uint32_t, uint32_t, uint32_t place, void *value) -> uint32_t {
+        const uint32_t answer = place * 3;
+        std::memcpy(value, &answer, sizeof(answer));
+        return place == 9 ? 5 : 0;
+    };
+    hooks.system.getSysWorkPath = [](char *buffer, uint32_t size) -> uint32_t {
+        (void)std::snprintf(buffer, size, "/somewhere");
+        return 0;
+    };
+    hooks.system.getBinFolderName = []() -> const char * { return "folder"; };
+    std::vector<std::string> seen;
+    const auto body = [&seen] {
+        uint32_t value = 0;
+        for (const uint32_t place : {4U, 9U}) {
+            seen.push_back(std::to_string(DXR_ReadReg(1, 2, place, &value)) + " " +
+                           std::to_string(value));
+        }
+        std::array<char, 24> path{};
+        path.fill('#');
+        seen.push_back(std::to_string(DXR_GetSysWorkPath(path.data(), 20)) + " " + path.data());
+        EXPECT_EQ('#', path[20]);
+        EXPECT_EQ('#', path[23]);
+        seen.emplace_back(DXR_GetBinFolderName());
+    };
+    Record(hooks, body);
+    const std::vector<std::string> first = std::exchange(seen, {});
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+    EXPECT_EQ("", replayed.text);
+    EXPECT_EQ(4U, replayed.counts.calls);
+    EXPECT_EQ(first, seen);
+    EXPECT_EQ("0 /somewhere", seen[2]);
+}
+
+int g_somewhere = 0;
+
+// Of a record that is read and written only what the host changed: the caller's own pointers stay.
+TEST_F(ReplayTest, RecordsKeepTheCallersPointers) {
+    DxrHooks hooks = {};
+    hooks.system.startTimer = [](void *timer) -> uint32_t {
+        static_cast<DxrHostTimer *>(timer)->handle = &g_somewhere;
+        return 0;
+    };
+    hooks.system.stopTimer = [](void *timer) -> uint32_t {
+        return static_cast<DxrHostTimer *>(timer)->handle != nullptr ? 0 : 1;
+    };
+    int argument = 0;
+    void *handle = nullptr;
+    const auto body = [&] {
+        DxrHostTimer timer = {sizeof(timer), 5, 1, 0, [](void *) {}, &argument, handle};
+        handle = nullptr;
+        EXPECT_EQ(0U, DXR_StartTimer(&timer));
+        EXPECT_EQ(&argument, timer.argument);
+        EXPECT_NE(nullptr, timer.function);
+        EXPECT_NE(nullptr, timer.handle);
+        EXPECT_EQ(0U, DXR_StopTimer(&timer));
+    };
+    Record(hooks, body);
+    handle = this;  // another one than then
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+}
+
+// Functions are called again, with the arguments of now, where the host called them.
+TEST_F(ReplayTest, FunctionsAreCalledAsTheHostCalledThem) {
+    static DxrHostTimer *given = nullptr;
+    DxrHooks hooks = {};
+    hooks.system.startTimer = [](void *timer) -> uint32_t {
+        given = static_cast<DxrHostTimer *>(timer);
+        given->function(given->argument);  // the trace's, which notes the call
+        return 0;
+    };
+    hooks.system.getLrId = []() -> uint32_t { return 4; };
+    hooks.temperature.registerQueryTempFunc = [](uint32_t sensor, void *function) {
+        int32_t value = 0;
+        reinterpret_cast<uint32_t (*)(uint32_t, int32_t *)>(function)(sensor, &value);
+    };
+    static uint32_t asked = 0;
+    std::vector<uint32_t> sums;
+    for (const bool isReplay : {false, true}) {
+        uint32_t sum = isReplay ? 1000 : 0;
+        asked = 0;
+        const auto body = [&] {
+            DxrHostTimer timer = {sizeof(timer),
+                                  5,
+                                  1,
+                                  0,
+                                  [](void *to) { *static_cast<uint32_t *>(to) += DXR_GetLrId(); },
+                                  &sum,
+                                  nullptr};
+            EXPECT_EQ(0U, DXR_StartTimer(&timer));
+            uint32_t (*const query)(uint32_t, int32_t *) = [](uint32_t sensor, int32_t *value) {
+                *value = 3;
+                asked = sensor;
+                return 7U;
+            };
+            DXR_RegisterQueryTempFunc(12, reinterpret_cast<void *>(query));
+        };
+        if (isReplay) {
+            const Replayed replayed = Replay(body);
+            EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+            EXPECT_EQ(3U, replayed.counts.calls);
+            EXPECT_EQ(2U, replayed.counts.callbacks);
+        } else {
+            Record(hooks, body);
+        }
+        EXPECT_EQ(isReplay ? 1004U : 4U, sum);
+        EXPECT_EQ(12U, asked);
+    }
+}
+
+TEST_F(ReplayTest, MemoryIsRealAndHandlesAreTheRecordings) {
+    DxrHooks hooks = {};
+    static std::array<char, 64> block;
+    hooks.memory.allocate = [](uint32_t, uint32_t size, const char *, uint32_t) -> void * {
+        return size > block.size() ? nullptr : block.data();
+    };
+    hooks.memory.release = [](void *, const char *, uint32_t) {};
+    hooks.list.createSll = []() -> void * { return &g_somewhere; };
+    hooks.list.destroySll = [](void *) {};
+    void *list = nullptr;
+    const auto body = [&](uint32_t line, bool wrongBlock, bool wrongList) {
+        EXPECT_EQ(nullptr, DXR_Malloc(1, 1000, "here", line));
+        auto *const memory = static_cast<char *>(DXR_Malloc(1, 64, "here", line));
+        ASSERT_NE(nullptr, memory);
+        std::memset(memory, 1, 64);
+        list = DXR_CreateSll();
+        DXR_DestroySll(wrongList ? memory : list);
+        DXR_Free(memory + (wrongBlock ? 1 : 0), "there", line);
+    };
+    Record(hooks, [&] { body(3, false, false); });
+    // The place in the source is not compared.
+    EXPECT_EQ(0U, Replay([&] { body(4, false, false); }).stopped);
+    EXPECT_EQ(static_cast<void *>(&g_somewhere), list);
+    const Replayed block1 = Replay([&] { body(3, true, false); }, true);
+    EXPECT_EQ(1U, block1.stopped);
+    EXPECT_NE(std::string::npos, block1.text.find("  block: expected 0x")) << block1.text;
+    const Replayed list1 = Replay([&] { body(3, false, true); }, true);
+    EXPECT_NE(std::string::npos, list1.text.find("  list: expected 0x")) << list1.text;
+}
+
+TEST_F(ReplayTest, WhatIsCutIsSaid) {
+    dataBytes_ = 8;
+    DxrHooks hooks = {};
+    hooks.system.getBinFolderName = []() -> const char * { return "12345678901"; };
+    hooks.system.fRead = [](void *to, uint32_t size, uint32_t count, void *) -> uint32_t {
+        std::memset(to, 'x', size_t{size} * count);
+        return size * count;
+    };
+    std::array<char, 20> bytes{};
+    const auto body = [&] { EXPECT_EQ(20U, DXR_FRead(bytes.data(), 1, 20, &bytes)); };
+    Record(hooks, body);
+    bytes = {};
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped);
+    EXPECT_EQ("note: the recording keeps 8 of 20 bytes that DXR_FRead wrote\n", replayed.text);
+    EXPECT_STREQ("xxxxxxxx", bytes.data());
+}
+
+TEST_F(ReplayTest, EmptySlotsStayEmpty) {
+    DxrHooks hooks = {};
+    hooks.system.getLrId = []() -> uint32_t { return 4; };
+    const auto body = [] {
+        EXPECT_EQ(4U, DXR_GetLrId());
+        (void)DXR_GetHardId(1, nullptr);
+        EXPECT_EQ(nullptr, DXR_GetHooks()->dev.getHardId);
+    };
+    Record(hooks, body);
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped);
+    EXPECT_EQ(1U, replayed.counts.calls);
+    EXPECT_EQ(nullptr, DXR_GetHooks()->system.getLrId);  // the table is as before
+}
+
+TEST_F(ReplayTest, MisuseIsRefused) {
+    EXPECT_EQ(static_cast<uint32_t>(EALREADY), DxrReplayStop(nullptr));
+    DxrReplayOptions options;
+    DxrReplayInitOptions(&options);
+    options.loose = 2;
+    std::array<char, 64> problem{};
+    EXPECT_EQ(static_cast<uint32_t>(EINVAL),
+              DxrReplayStart("x", &options, problem.data(), problem.size()));
+    EXPECT_EQ(static_cast<uint32_t>(ENOENT), DxrReplayStart("/nowhere", nullptr, nullptr, 0));
+    Record({}, [] {});
+    const Replayed replayed = Replay([&] {
+        EXPECT_EQ(static_cast<uint32_t>(EALREADY),
+                  DxrReplayStart(recording_.Path().c_str(), nullptr, nullptr, 0));
+    });
+    EXPECT_EQ(0U, replayed.stopped);
+}
+
+// --- All slots
+
+// Numbers by a salt, pointers to zeros of which there are enough.
+Words ArgumentsOf(const Slot &slot, Word salt) {
+    alignas(16) static std::array<std::array<char, 8192>, kMaxArguments> memory;
+    const dxr_trace::SlotInfo &info = kSlots[slot.Absolute()];
+    Words words = {};
+    for (size_t i = 0; i < info.parameters.size(); ++i) {
+        words[i] = info.parameters[i].width == dxr_trace::Width::kPointer
+                       ? reinterpret_cast<Word>(memory[i].data())
+                       : (i + salt) & 0x3F;
+    }
+    for (const FixedArgument &fixed : slot.fixed) {
+        words[fixed.position] = fixed.value;
+    }
+    return words;
+}
+
+bool HasPointerResult(const Slot &slot) {
+    return kSlots[slot.Absolute()].result == dxr_trace::Width::kPointer;
+}
+
+TEST(AllSlots, AnswerWhatTheirHooksAnsweredAndTellOtherNumbers) {
+    const TestHost host;
+    const Recording recording;
+    std::vector<Slot> slots;
+    RawTable table = {};
+    for (const Slot &slot : ExpectedSlots()) {
+        if (slot.use == Use::kDispatched) {
+            slots.push_back(slot);
+            table[slot.Absolute()] = slot.binding.recordingHook;
+        }
+    }
+    ASSERT_LT(200U, slots.size());
+    const auto hooks = std::bit_cast<DxrHooks>(table);
+    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+    DxrTraceOptions options = recording.Options();
+    options.pointers = DXR_TRACE_POINTERS_DEVHOST;
+    options.dataBytes = 8192;
+    ASSERT_EQ(0U, DxrTraceStart(&options));
+    static char text[] = "text";
+    std::vector<Word> first;
+    const auto callAll = [&](const auto &take) {
+        for (const Slot &slot : slots) {
+            for (const Word number : {0, 1}) {
+                const Word answer = HasPointerResult(slot) ? reinterpret_cast<Word>(text) : 0x21;
+                g_recorder.result = answer * number;
+                take(slot, slot.binding.call(ArgumentsOf(slot, 3)));
+            }
+        }
+    };
+    callAll([&](const Slot &, Word result) { first.push_back(result); });
+    ASSERT_EQ(0U, DxrTraceStop());
+
+    DxrReplayOptions replay;
+    DxrReplayInitOptions(&replay);
+    replay.out = nullptr;
+    ASSERT_EQ(0U, DxrReplayStart(recording.Path().c_str(), &replay, nullptr, 0));
+    g_recorder.calls = 0;
+    size_t at = 0;
+    callAll([&](const Slot &slot, Word result) {
+        // Texts and blocks are copies.
+        const bool isPointer = HasPointerResult(slot);
+        EXPECT_EQ(isPointer ? first[at] != 0 : first[at], isPointer ? result != 0 : result)
+            << slot.name;
+        ++at;
+    });
+    EXPECT_EQ(0U, g_recorder.calls);
+    DxrReplayCounts counts{};
+    EXPECT_EQ(0U, DxrReplayStop(&counts));
+    EXPECT_EQ(first.size(), counts.calls);
+
+    const std::string bytes = recording.Bytes();
+    const dxr_trace::TraceFile file = dxr_trace::ReadTraceFile(bytes);
+    for (const dxr_trace::TracedCall &call : file.calls) {
+        const dxr_trace::SlotInfo &info = kSlots[call.slot];
+        const auto isOpaque = [&info](size_t parameter) {
+            return std::any_of(info.opaque.begin(), info.opaque.end(),
+                               [parameter](const dxr_trace::MemoryPlace &place) {
+                                   return place.parameter == parameter &&
+                                          place.offset == dxr_trace::kDirect;
+                               });
+        };
+        for (size_t i = 0; i < call.wordCount; ++i) {
+            dxr_trace::TracedCall other = call;
+            other.words[i] ^= 0x8;
+            const bool isNumber = info.parameters[i].width != dxr_trace::Width::kPointer;
+            EXPECT_EQ(!isNumber || isOpaque(i),
+                      dxr_trace::IsSameCall(call, other, nullptr, nullptr))
+                << info.name << ' ' << info.parameters[i].name;
+        }
+        for (size_t i = 0; i < call.in.size(); ++i) {
+            dxr_trace::TracedCall other = call;
+            const std::string changed = std::string(call.in[i].bytes) + "?";
+            other.in[i].bytes = changed;
+            other.in[i].whole = changed.size();
+            EXPECT_EQ(isOpaque(call.in[i].Parameter()),
+                      dxr_trace::IsSameCall(call, other, nullptr, nullptr))
+                << info.name;
+        }
+    }
+}
+
+// --- The file's own list of slots
+
+struct FileSlot {
+    uint64_t number;
+    std::string name;
+    uint64_t result;
+    std::vector<uint64_t> widths;
+};
+
+std::string FileWith(const std::vector<FileSlot> &slots, const std::vector<uint8_t> &calls) {
+    Encoder start;
+    for (const uint64_t value : {1U, 2U, 3U, 4U, 0U, 64U}) {
+        start.Varint(value);
+    }
+    start.Text("2.0");
+    start.Varint(1);
+    Encoder list;
+    list.Varint(slots.size());
+    for (const FileSlot &slot : slots) {
+        list.Varint(slot.number);
+        list.Text(slot.name);
+        list.Varint(slot.result);
+        list.Varint(slot.widths.size());
+        for (const uint64_t width : slot.widths) {
+            list.Text("name");
+            list.Varint(width);
+        }
+    }
+    Encoder thread;
+    thread.Varint(1);
+    thread.Varint(77);
+    thread.Text("name");
+    Encoder events;
+    for (const uint64_t value : {1U, 0U, 5U, 6U}) {  // thread, dropped, a moment
+        events.Varint(value);
+    }
+    uint64_t sequence = 0;
+    for (const uint8_t slot : calls) {
+        for (const uint8_t kind : {uint8_t{1}, uint8_t{2}}) {
+            events.Byte(kind);
+            events.Byte(slot);
+            events.Varint(sequence);
+            events.Varint(2);
+            events.Varint(kind == 1 ? 0 : 1);
+            if (kind == 2) {
+                events.Varint(40 + sequence);
+            }
+            events.Varint(0);
+        }
+        ++sequence;
+    }
+    std::string file = dxr_trace::FileHead();
+    uint32_t number = 0;
+    for (const auto &[kind, content] :
+         {std::pair(BlockKind::kStart, start.Get()), std::pair(BlockKind::kFilled, list.Get()),
+          std::pair(BlockKind::kThread, thread.Get()),
+          std::pair(BlockKind::kCalls, events.Get())}) {
+        file += BlockHead(kind, number++, content) + content;
+    }
+    return file;
+}
+
+// A release that has other numbers, and a function that this one does not have.
+TEST(FilesOfOtherReleases, SlotsAreKnownByTheirNames) {
+    const std::string file = FileWith(
+        {{5, "DXR_GetLrId", 3, {}}, {6, "DXR_GetTomorrow", 3, {}}, {7, "DXR_GetCpuUseRate", 4, {}}},
+        {6, 5, 7, 5});
+    const dxr_trace::TraceFile read = dxr_trace::ReadTraceFile(file);
+    EXPECT_EQ(dxr_trace::FileState::kCut, read.state);
+    EXPECT_EQ(file.size(), read.goodBytes);
+    ASSERT_EQ(2U, read.calls.size());
+    for (const dxr_trace::TracedCall &call : read.calls) {
+        EXPECT_STREQ("DXR_GetLrId", kSlots[call.slot].name);
+        EXPECT_EQ(0U, call.depth);
+        EXPECT_TRUE(call.hasReturned);
+    }
+    EXPECT_EQ(41U, read.calls[0].result);
+    EXPECT_EQ(43U, read.calls[1].result);
+    EXPECT_TRUE(read.filled[137]);
+    EXPECT_EQ(1, std::count(read.filled.begin(), read.filled.end(), true));
+    EXPECT_EQ(
+        "2 calls of functions that this release does not have are left out, of "
+        "DXR_GetTomorrow first",
+        dxr_trace::ForeignText(read));
+}
+
+TEST(FilesOfOtherReleases, AListThatContradictsItselfIsRefused) {
+    const FileSlot known = {5, "DXR_GetLrId", 3, {}};
+    const auto refuses = [](const std::string &file) {
+        return dxr_trace::ReadTraceFile(file).state == dxr_trace::FileState::kDamaged;
+    };
+    EXPECT_FALSE(refuses(FileWith({known}, {5})));
+    EXPECT_TRUE(refuses(FileWith({known}, {6})));
+    EXPECT_TRUE(refuses(FileWith({known, known}, {})));
+    EXPECT_TRUE(refuses(FileWith({known, {9, "DXR_GetLrId", 3, {}}}, {})));
+    EXPECT_TRUE(refuses(FileWith({known, {5, "DXR_GetTomorrow", 3, {}}}, {})));
+    EXPECT_TRUE(refuses(FileWith({{256, "DXR_GetLrId", 3, {}}}, {})));
+}
+
+}  // namespace
+}  // namespace dxrtest

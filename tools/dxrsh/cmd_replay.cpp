@@ -1,0 +1,155 @@
+// dxrsh replay: a module against a recording in the place of a host; dxrsh diff: two recordings.
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "dxr_devhost.h"
+#include "dxr_trace.h"
+#include "errors.h"
+#include "module.h"
+#include "number_option.h"
+#include "say.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr uint32_t kMsPerSecond = 1000;
+// With this many the milliseconds still fit their type.
+constexpr uint32_t kMostPatience = 1000000;
+
+struct ReplayCommand {
+    bool isLoose = false;
+    uint32_t patience = 30;  // seconds
+};
+
+// The module is in a state that the recording does not have: nothing of it runs any more.
+void EndNow(bool differs, void * /*user*/) {
+    Say(stdout, "{}\n", differs ? "differs" : "the same, up to where the recording ends");
+    (void)std::fflush(stdout);
+    std::_Exit(differs ? kExitFailure : 0);
+}
+
+// What a module asks of the development host otherwise than by a slot is not in the recording: a
+// host that nothing happens in answers it. Its clock lets nobody wait.
+void MakeIdleHost() {
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_VIRTUAL;
+    options.printLevel = 0;
+    DxrHost *const host = DxrHostCreate(&options);
+    if (host == nullptr || DxrHostRegister(host) != 0) {
+        throw RunError("the development host could not be made");
+    }
+    const auto ignore = [](const DxrHostReport *, void *) {};
+    DxrHostSetReportSink(host, ignore, nullptr);
+}
+
+void RunReplay(const ReplayCommand &command, const std::vector<std::string> &rest) {
+    const std::vector<std::string> words = RequireWords(rest, 2, "FILE and MODULE");
+    Module module(words[1]);
+    MakeIdleHost();
+    DxrReplayOptions options;
+    DxrReplayInitOptions(&options);
+    options.loose = command.isLoose ? 1 : 0;
+    options.patienceMs = command.patience * kMsPerSecond;
+    options.out = stdout;
+    options.ended = EndNow;
+    std::array<char, 256> problem{};
+    const uint32_t error =
+        DxrReplayStart(words[0].c_str(), &options, problem.data(), problem.size());
+    const std::string line = words[0] + ": " + problem.data();
+    if (error == EINVAL) {
+        throw UsageError(line);
+    }
+    if (error != 0) {
+        throw RunError(line);
+    }
+    const int result = module.Main({words.begin() + 2, words.end()});
+    module.End();
+    DxrReplayCounts counts{};
+    const bool differs = DxrReplayStop(&counts) != 0;
+    if (result != 0) {
+        Say(stdout, "the module returned {}\n", result);
+    }
+    Say(stdout, "calls {}, of the host's {}, threads {}: ", counts.calls, counts.callbacks,
+        counts.threads);
+    if (differs) {
+        Say(stdout, "differences {}, calls not made {}\n", counts.differences, counts.left);
+    } else {
+        Say(stdout, "the same\n");
+    }
+    (void)std::fflush(stdout);
+    // Threads of the module that have not ended are left alone.
+    std::_Exit(differs ? kExitFailure : 0);
+}
+
+struct DiffCommand {
+    std::string a;
+    std::string b;
+    uint32_t context = 3;
+};
+
+void RunDiff(const DiffCommand &command) {
+    std::array<char, 512> problem{};
+    const uint32_t result = DxrTraceDiff(command.a.c_str(), command.b.c_str(), command.context,
+                                         stdout, problem.data(), problem.size());
+    if (result == 2) {
+        throw UsageError(problem.data());
+    }
+    if (problem[0] != '\0') {
+        Say(stderr, "dxrsh: {}\n", Printable(problem.data(), SIZE_MAX));
+    }
+    if (result != 0) {
+        (void)std::fflush(stdout);
+        std::_Exit(kExitFailure);
+    }
+}
+
+}  // namespace
+
+void AddReplayCommand(CLI::App &program) {
+    const auto options = std::make_shared<ReplayCommand>();
+    CLI::App *const command =
+        program.add_subcommand("replay", "Runs a module against a recording instead of a host");
+    command->footer(
+        "dxrsh replay [OPTIONS] FILE MODULE [ARGUMENTS]\n\n"
+        "FILE is a recording of 'dxrsh run --trace'; options stand before it. Calls are answered\n"
+        "from it, and the module's functions are called as the host called them. The first call\n"
+        "that differs ends the replay. Exit status: 0 all was the same, 1 a call differs, 2 the\n"
+        "recording or the module cannot be used.");
+    command->add_flag("--loose", options->isLoose,
+                      "Go on after a difference, with the next equal call");
+    command
+        ->add_option("--patience", options->patience,
+                     "Seconds without any call that are a difference")
+        ->transform(AsWholeNumber())
+        ->check(CLI::Range(1U, kMostPatience))
+        ->capture_default_str();
+    command->prefix_command();
+    command->callback([options, command] { RunReplay(*options, command->remaining()); });
+}
+
+void AddDiffCommand(CLI::App &program) {
+    const auto options = std::make_shared<DiffCommand>();
+    CLI::App *const command =
+        program.add_subcommand("diff", "Shows where two recordings of hook calls part");
+    command->footer(
+        "For each thread: the first call that was asked or answered otherwise, with the calls\n"
+        "around it. Addresses, handles and times are not compared. Exit status: 0 the same,\n"
+        "1 they differ, 2 a recording cannot be read.");
+    command->add_option("A", options->a, "A recording")->required();
+    command->add_option("B", options->b, "Another one")->required();
+    command->add_option("--context", options->context, "Calls shown before and after")
+        ->transform(AsWholeNumber())
+        ->capture_default_str();
+    command->callback([options] { RunDiff(*options); });
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,346 @@
+// dxrsh run: a module on the development host, and what became of it.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "commands.h"
+#include "dxr_devhost.h"
+#include "dxr_trace.h"
+#include "errors.h"
+#include "module.h"
+#include "number_option.h"
+#include "run_report.h"
+#include "say.h"
+#include "unfilled.h"
+
+namespace dxrsh {
+
+constinit std::array<std::atomic<uint64_t>, kTableSlots> g_askedUnfilled = {};
+
+void CountUnfilled() {
+    using Slot [[gnu::may_alias]] = void (*)();
+    static_assert(sizeof(DxrHooks) == kTableSlots * sizeof(Slot));
+    auto *const table = reinterpret_cast<Slot *>(DXR_GetHooks());
+    const auto *const counting = reinterpret_cast<const Slot *>(&kUnfilled);
+    for (size_t i = 0; i < kTableSlots; ++i) {
+        if (table[i] == nullptr) {
+            table[i] = counting[i];
+        }
+    }
+}
+
+namespace {
+
+constexpr size_t kLinesKept = 200;
+// As much as one message or file block has; more is cut, and a replay says so.
+constexpr uint32_t kPieceBytes = 65536;
+
+struct RunOptions {
+    std::string board;
+    std::string clock = "real";
+    uint64_t seed = 1;
+    std::string work = ".";
+    std::string trace;
+    std::string page;
+};
+
+struct HostCloser {
+    void operator()(DxrHost *host) const { (void)DxrHostDestroy(host, nullptr); }
+};
+using HostOwner = std::unique_ptr<DxrHost, HostCloser>;
+
+// A file of this program's alone; it is gone at the end.
+class TemporaryFile {
+  public:
+    TemporaryFile() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "dxrsh_run_XXXXXX").string();
+        const int fd = mkstemp(pattern.data());
+        if (fd < 0) {
+            throw UsageError("no temporary file: " + std::generic_category().message(errno));
+        }
+        (void)close(fd);
+        path_ = pattern;
+    }
+    ~TemporaryFile() { (void)std::remove(path_.c_str()); }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+    TemporaryFile(TemporaryFile &&) = delete;
+    TemporaryFile &operator=(TemporaryFile &&) = delete;
+
+    [[nodiscard]] const std::string &Path() const { return path_; }
+
+  private:
+    std::string path_;
+};
+
+// One run. The steps stand in the order in which they are called.
+class Run {
+  public:
+    Run(const RunOptions &options, const std::vector<std::string> &words)
+        : options_(options), module_(words[0]) {
+        report_.module = module_.Name();
+        report_.arguments.assign(words.begin() + 1, words.end());
+        report_.isVirtual = options.clock == "virtual";
+        report_.seed = options.seed;
+        report_.board = options.board;
+    }
+
+    void MakeHost() {
+        if (!options_.board.empty() && access(options_.board.c_str(), R_OK) != 0) {
+            throw UsageError(options_.board + ": " + std::generic_category().message(errno));
+        }
+        DxrHostOptions host;
+        DxrHostInitOptions(&host);
+        host.clock = report_.isVirtual ? DXR_HOST_CLOCK_VIRTUAL : DXR_HOST_CLOCK_REAL;
+        host.seed = options_.seed;
+        host.workPath = options_.work.c_str();
+        host.board = options_.board.empty() ? nullptr : options_.board.c_str();
+        const uint32_t level = host.printLevel;
+        host.printLevel = 0;  // what is wrong with the board is said below
+        host_.reset(DxrHostCreate(&host));
+        if (host_ == nullptr || DxrHostRegister(host_.get()) != 0) {
+            throw UsageError("the development host could not be made");
+        }
+        DxrHostReport wrong{};
+        if (!options_.board.empty() && DxrHostGetReport(host_.get(), 0, &wrong)) {
+            throw UsageError(wrong.text);  // nothing else has been looked at yet
+        }
+        (void)DXR_SetDbgLevel(level);
+        // Reports are printed at the end, but kept from the beginning.
+        const auto ignore = [](const DxrHostReport *, void *) {};
+        DxrHostSetReportSink(host_.get(), ignore, nullptr);
+        const auto take = [](const char *line, void *user) {
+            static_cast<Run *>(user)->TakeLine(line);
+        };
+        DxrHostSetDiagSink(host_.get(), take, this);
+    }
+
+    void StartTrace() {
+        if (options_.trace.empty() && !options_.page.empty()) {
+            calls_ = std::make_unique<TemporaryFile>();
+        }
+        const std::string &file = calls_ != nullptr ? calls_->Path() : options_.trace;
+        DxrTraceOptions trace;
+        DxrTraceInitOptions(&trace);
+        trace.timedCalls = 1;
+        if (!file.empty()) {
+            trace.mode = DXR_TRACE_CALLS;
+            trace.pointers = DXR_TRACE_POINTERS_DEVHOST;
+            trace.dataBytes = kPieceBytes;
+            trace.whenFull = DXR_TRACE_WAIT;
+            trace.callbacks = 1;
+            trace.file = file.c_str();
+        }
+        const uint32_t error = DxrTraceStart(&trace);
+        if (error != 0) {
+            throw UsageError(file + ": " +
+                             std::generic_category().message(static_cast<int>(error)));
+        }
+        CountUnfilled();
+    }
+
+    void RunModule() {
+        report_.result = module_.Main(report_.arguments);
+        // The way out gives these back.
+        TakeModules();
+        TakeRecords();
+        TakeSuppressed();
+        module_.End();
+    }
+
+    void EndTrace() {
+        (void)DxrTraceGetCounts(report_.counts.data(), kTableSlots);
+        const uint32_t error = DxrTraceStop();
+        if (error != 0) {
+            throw RunError(options_.trace + ": " +
+                           std::generic_category().message(static_cast<int>(error)));
+        }
+        for (size_t i = 0; i < kTableSlots; ++i) {
+            report_.unfilled[i] = g_askedUnfilled[i].load();
+        }
+        if (!options_.page.empty()) {
+            ReadCalls(calls_ != nullptr ? calls_->Path() : options_.trace);
+        }
+    }
+
+    void EndHost() {
+        TakeMemory();
+        TakeAlarms();
+        // What is found at the end is not kept any longer than the host: the sink gets it.
+        const auto take = [](const DxrHostReport *report, void *user) {
+            static_cast<std::vector<DxrHostReport> *>(user)->push_back(*report);
+        };
+        for (uint32_t i = 0; i < DxrHostGetReportCount(host_.get()); ++i) {
+            DxrHostReport report{};
+            if (DxrHostGetReport(host_.get(), i, &report)) {
+                report_.reports.push_back(report);
+            }
+        }
+        DxrHostSetReportSink(host_.get(), take, &report_.reports);
+        report_.leftovers = DxrHostDestroy(host_.release(), nullptr);
+    }
+
+    // Says what became of it; the exit status.
+    int Tell() {
+        WritePage();
+        const std::string text = ReportText(report_);
+        (void)std::fwrite(text.data(), 1, text.size(), stdout);
+        (void)std::fflush(stdout);
+        calls_.reset();
+        return IsWell(report_) ? 0 : kExitFailure;
+    }
+
+  private:
+    void TakeLine(const char *line) {
+        Say(stdout, "{}\n", line);
+        const std::lock_guard lock(mutex_);
+        ++report_.linesLetThrough;
+        if (report_.lines.size() < kLinesKept) {
+            report_.lines.emplace_back(line);
+        }
+    }
+
+    void TakeModules() {
+        modules_.resize(DxrHostGetModules(host_.get(), nullptr, 0));
+        modules_.resize(std::min<size_t>(
+            modules_.size(), DxrHostGetModules(host_.get(), modules_.data(),
+                                               static_cast<uint32_t>(modules_.size()))));
+    }
+
+    void TakeRecords() {
+        for (const DxrRecord *const record : g_dxrRecord.records) {
+            if (record != nullptr) {
+                report_.records.push_back(
+                    {std::string(record->text, strnlen(record->text, sizeof(record->text))),
+                     record->count});
+            }
+        }
+    }
+
+    void TakeSuppressed() {
+        for (uint32_t type = 0; type < DXR_LOG_FILTER_TYPE_NUM; ++type) {
+            const DxrLogFilterInfo *const ring = DXR_GetLogFilter(type);
+            if (ring == nullptr || ring->entries == nullptr) {
+                continue;
+            }
+            for (uint32_t i = 0; i < std::min(ring->curSize, ring->capacity); ++i) {
+                const uint32_t at = (ring->curIndex + i) % ring->capacity;
+                report_.linesSuppressed += ring->entries[at].logCnt;
+            }
+        }
+    }
+
+    void TakeMemory() {
+        std::vector<DxrHostMemoryAccount> accounts(
+            DxrHostGetMemoryAccounts(host_.get(), nullptr, 0));
+        DxrHostGetMemoryAccounts(host_.get(), accounts.data(),
+                                 static_cast<uint32_t>(accounts.size()));
+        for (const DxrHostMemoryAccount &account : accounts) {
+            const auto named = std::find_if(
+                modules_.begin(), modules_.end(),
+                [&account](const DxrHostModuleInfo &info) { return info.mid == account.mid; });
+            report_.memory.push_back(
+                {account, named != modules_.end() ? std::string(named->name) : std::string()});
+        }
+    }
+
+    void TakeAlarms() {
+        DxrHostAlarm alarm{};
+        for (uint32_t i = 0; DxrHostGetAlarm(host_.get(), i, &alarm); ++i) {
+            report_.alarms.push_back(alarm);
+        }
+    }
+
+    void ReadCalls(const std::string &file) {
+        const auto take = [](const DxrTraceCall *call, void *user) {
+            if (call->isCallback == 0) {
+                static_cast<std::vector<RunReport::Call> *>(user)->push_back(
+                    {call->slot, call->beginNs, call->durationNs, call->hasReturned != 0});
+            }
+        };
+        (void)DxrTraceRead(file.c_str(), take, &report_.calls, nullptr, 0);
+    }
+
+    void WritePage() const {
+        if (options_.page.empty()) {
+            return;
+        }
+        const std::string page = ReportPage(report_);
+        std::FILE *const file = std::fopen(options_.page.c_str(), "w");
+        const bool isWritten =
+            file != nullptr && std::fwrite(page.data(), 1, page.size(), file) == page.size();
+        const int error = errno;
+        if (file == nullptr || std::fclose(file) != 0 || !isWritten) {
+            throw UsageError(options_.page + ": " + std::generic_category().message(error));
+        }
+    }
+
+    const RunOptions &options_;
+    Module module_;
+    HostOwner host_;
+    std::unique_ptr<TemporaryFile> calls_;
+    std::mutex mutex_;  // guards the lines
+    std::vector<DxrHostModuleInfo> modules_;
+    RunReport report_;
+};
+
+void RunRun(const RunOptions &options, const std::vector<std::string> &rest) {
+    Run run(options, RequireWords(rest, 1, "MODULE"));
+    run.MakeHost();
+    run.StartTrace();
+    run.RunModule();
+    run.EndTrace();
+    run.EndHost();
+    const int status = run.Tell();
+    // Threads that the module made by itself are left alone.
+    std::_Exit(status);
+}
+
+}  // namespace
+
+void AddRunCommand(CLI::App &program) {
+    const auto options = std::make_shared<RunOptions>();
+    CLI::App *const command =
+        program.add_subcommand("run", "Runs a module on the development host");
+    command->footer(
+        "dxrsh run [OPTIONS] MODULE [ARGUMENTS]\n\n"
+        "MODULE is a shared object with DxrModuleMain (dxr_module.h); options stand before it.\n"
+        "Lines that the log filter lets through go to standard output, then the report. Exit\n"
+        "status: 0 all is well; 1 the module failed, broke a contract of the host or left\n"
+        "something behind, or the host ended the run; 2 it could not be run.");
+    command->add_option("--board", options->board, "JSON file that describes the board")
+        ->type_name("FILE");
+    command
+        ->add_option("--clock", options->clock,
+                     "real, or virtual: nothing waits, and the same seed gives the same run")
+        ->check(CLI::IsMember({"real", "virtual"}))
+        ->capture_default_str();
+    command->add_option("--seed", options->seed, "Of the order of tasks and of what chance does")
+        ->transform(AsWholeNumber())
+        ->capture_default_str();
+    command->add_option("--work", options->work, "The work path")
+        ->type_name("DIRECTORY")
+        ->capture_default_str();
+    command->add_option("--trace", options->trace, "Record the calls, for trace, replay and diff")
+        ->type_name("FILE");
+    command->add_option("--report", options->page, "Write the report as an HTML page, too")
+        ->type_name("FILE");
+    command->prefix_command();
+    command->callback([options, command] { RunRun(*options, command->remaining()); });
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,58 @@
+#include "module.h"
+
+#include <dlfcn.h>
+
+#include "errors.h"
+
+namespace dxrsh {
+
+Module::Module(const std::string &path) : path_(path) {
+    // Without a slash the system would look in the directories of libraries.
+    const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+    void *const object = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (object == nullptr) {
+        throw UsageError(dlerror());  // NOLINT(concurrency-mt-unsafe): a text of the thread
+    }
+    main_ = reinterpret_cast<int (*)(int, char **)>(dlsym(object, "DxrModuleMain"));
+    end_ = reinterpret_cast<void (*)()>(dlsym(object, "DxrModuleEnd"));
+    if (main_ == nullptr) {
+        throw UsageError(path + ": defines no DxrModuleMain");
+    }
+}
+
+int Module::Main(const std::vector<std::string> &arguments) {
+    arguments_ = {path_};
+    arguments_.insert(arguments_.end(), arguments.begin(), arguments.end());
+    argv_.clear();
+    for (std::string &argument : arguments_) {
+        argv_.push_back(argument.data());
+    }
+    argv_.push_back(nullptr);
+    return main_(static_cast<int>(arguments_.size()), argv_.data());
+}
+
+void Module::End() const {
+    if (end_ != nullptr) {
+        end_();
+    }
+}
+
+std::string Module::Name() const {
+    return path_.substr(path_.find_last_of('/') + 1);
+}
+
+std::vector<std::string> RequireWords(const std::vector<std::string> &words, size_t least,
+                                      const std::string &what) {
+    if (words.size() < least) {
+        throw UsageError(what + " is required");
+    }
+    // An option of the command among them was not taken as one.
+    for (size_t i = 0; i < least; ++i) {
+        if (words[i].size() > 1 && words[i][0] == '-') {
+            throw UsageError("The following argument was not expected: " + words[i]);
+        }
+    }
+    return words;
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,39 @@
+// A module: a shared object with the functions of dxr_module.h.
+#ifndef DXRSH_MODULE_H
+#define DXRSH_MODULE_H
+
+#include <string>
+#include <vector>
+
+namespace dxrsh {
+
+// Loaded for the rest of the program, so that addresses in it keep their names.
+class Module {
+  public:
+    // Throws UsageError when it cannot be loaded or defines no DxrModuleMain.
+    explicit Module(const std::string &path);
+
+    // Runs it with arguments; its result.
+    int Main(const std::vector<std::string> &arguments);
+    // Its way out, if it has one.
+    void End() const;
+
+    // The last part of its path.
+    [[nodiscard]] std::string Name() const;
+
+  private:
+    std::string path_;
+    int (*main_)(int argc, char **argv);
+    void (*end_)();
+    std::vector<std::string> arguments_;
+    std::vector<char *> argv_;
+};
+
+// What stands after the options of a command that takes a module: throws UsageError when there are
+// not so many words. What a module is given is not looked at.
+[[nodiscard]] std::vector<std::string> RequireWords(const std::vector<std::string> &words,
+                                                    size_t least, const std::string &what);
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_MODULE_H

@@ -1,0 +1,114 @@
+#include "run_report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "say.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr size_t kLineWidth = 300;
+
+std::string OneLine(std::string_view text) {
+    return Printable(text, kLineWidth);
+}
+
+uint64_t SumOf(const std::array<uint64_t, kTableSlots> &counts) {
+    uint64_t sum = 0;
+    for (const uint64_t count : counts) {
+        sum += count;
+    }
+    return sum;
+}
+
+std::string_view KindOf(const DxrHostReport &report) {
+    switch (report.kind) {
+        case DXR_HOST_REPORT_LEFTOVER:
+            return {};  // the text says so
+        case DXR_HOST_REPORT_MISUSE:
+            return "misuse";
+        case DXR_HOST_REPORT_RISK:
+            return "risk";
+        default:
+            return "end of the run";
+    }
+}
+
+std::string ReportLine(const DxrHostReport &report) {
+    std::string line(KindOf(report));
+    line += line.empty() ? report.service : fmt::format(", {}", report.service);
+    if (report.slot[0] != '\0') {
+        line += fmt::format(", {} by {}", report.slot, report.caller);
+    }
+    line += ": " + OneLine(report.text);
+    return report.count > 1 ? fmt::format("{} ({} times)", line, report.count) : line;
+}
+
+std::string MemoryName(const RunReport::Memory &memory) {
+    return memory.name.empty()
+               ? fmt::format("module {}", memory.account.mid)
+               : fmt::format("module {} ({})", memory.account.mid, OneLine(memory.name));
+}
+
+}  // namespace
+
+bool IsWell(const RunReport &report) {
+    return report.result == 0 && report.leftovers == 0 &&
+           std::all_of(
+               report.reports.begin(), report.reports.end(),
+               [](const DxrHostReport &found) { return found.kind == DXR_HOST_REPORT_RISK; });
+}
+
+std::string ReportText(const RunReport &report) {
+    std::string text =
+        fmt::format("module {} returned {}\n", OneLine(report.module), report.result);
+    uint64_t calls = 0;
+    uint64_t slots = 0;
+    for (const DxrTraceCount &count : report.counts) {
+        calls += count.calls;
+        slots += count.calls != 0 ? 1 : 0;
+    }
+    text += fmt::format("slots used: {}, {} calls\n", slots, calls);
+    for (uint32_t i = 0; i < kTableSlots; ++i) {
+        if (report.counts[i].calls != 0) {
+            text += fmt::format("  {:<40} {:>9}\n", DxrTraceSlotName(i), report.counts[i].calls);
+        }
+    }
+    const uint64_t unfilled = SumOf(report.unfilled);
+    text += unfilled == 0 ? std::string("empty slots asked: none\n")
+                          : fmt::format("empty slots asked: {} calls\n", unfilled);
+    for (uint32_t i = 0; i < kTableSlots; ++i) {
+        if (report.unfilled[i] != 0) {
+            text += fmt::format("  {:<40} {:>9}\n", DxrTraceSlotName(i), report.unfilled[i]);
+        }
+    }
+    text += report.memory.empty() ? "memory: none\n" : "memory:\n";
+    for (const RunReport::Memory &memory : report.memory) {
+        text += fmt::format("  {}: {} blocks, {} bytes live; at most {} bytes, {} blocks in all\n",
+                            MemoryName(memory), memory.account.blocksLive, memory.account.bytesLive,
+                            memory.account.bytesPeak, memory.account.blocksTotal);
+    }
+    text += fmt::format("log lines: {} let through, {} suppressed\n", report.linesLetThrough,
+                        report.linesSuppressed);
+    text += fmt::format("records: {}\n", report.records.size());
+    for (const RunReport::Record &record : report.records) {
+        text += fmt::format("  {} x {}\n", record.count, OneLine(record.text));
+    }
+    text += fmt::format("faults: {}\n", report.alarms.size());
+    for (const DxrHostAlarm &alarm : report.alarms) {
+        text += fmt::format("  alarm {} of object {}: raised {} times, cleared {} times{}\n",
+                            alarm.alarm, alarm.object, alarm.raised, alarm.cleared,
+                            alarm.state == DXR_HOST_ALARM_RAISED ? ", stands" : "");
+    }
+    text += fmt::format("left behind: {}\n", report.leftovers);
+    text += fmt::format("reports: {}\n", report.reports.size());
+    for (const DxrHostReport &found : report.reports) {
+        text += "  " + ReportLine(found) + "\n";
+    }
+    return text + (IsWell(report) ? "well\n" : "not well\n");
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,202 @@
+// Where two recordings part.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <new>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "compare.h"
+#include "dxr_trace.h"
+#include "export.h"
+#include "script.h"
+#include "trace_file.h"
+
+namespace dxr_trace {
+namespace {
+
+struct Side {
+    std::string bytes;
+    TraceFile file;
+    Script script;
+};
+
+// A thread of one recording: what the module and the host called, without what the host did by
+// itself.
+struct Thread {
+    const TraceFile *file = nullptr;
+    const ScriptThread *told = nullptr;
+    std::vector<const TracedCall *> calls;
+};
+
+bool Load(const char *path, Side &side, std::string &problem) {
+    const int error = ReadWholeFile(path, side.bytes);
+    if (error != 0) {
+        problem = std::string(path) + ": " + std::generic_category().message(error);
+        return false;
+    }
+    side.file = ReadTraceFile(side.bytes);
+    if (side.file.state == FileState::kForeign || side.file.state == FileState::kDamaged) {
+        problem = std::string(path) + ": " + side.file.problem;
+        return false;
+    }
+    side.script = MakeScript(side.file);
+    return true;
+}
+
+std::vector<Thread> ThreadsOf(const Side &side, ThreadKind kind) {
+    std::vector<Thread> threads;
+    for (const ScriptThread &told : side.script.threads) {
+        if (told.kind == kind) {
+            Thread &thread = threads.emplace_back();
+            thread.file = &side.file;
+            thread.told = &told;
+            for (const Step &step : told.steps) {
+                if (!step.isHosts) {
+                    thread.calls.push_back(&side.file.calls[step.call]);
+                }
+            }
+        }
+    }
+    return threads;
+}
+
+const char *NameOf(ThreadKind kind) {
+    switch (kind) {
+        case ThreadKind::kMain:
+            return "main thread";
+        case ThreadKind::kTask:
+            return "task";
+        case ThreadKind::kHost:
+            return "thread of the host";
+        case ThreadKind::kOwn:
+            return "other thread";
+    }
+    return "thread";
+}
+
+std::string Line(const char *sign, const TracedCall &call) {
+    std::string line = sign;
+    line += "call " + std::to_string(call.sequence) + "  " + CallText(call);
+    if (call.hasReturned && call.hasResult) {
+        line += " = " + ShownResult(call);
+    }
+    return line + "\n";
+}
+
+class Comparison {
+  public:
+    Comparison(uint32_t context, FILE *out) : context_(context), out_(out) {}
+
+    void Compare(const Side &a, const Side &b) {
+        for (const ThreadKind kind :
+             {ThreadKind::kMain, ThreadKind::kTask, ThreadKind::kHost, ThreadKind::kOwn}) {
+            const std::vector<Thread> ofA = ThreadsOf(a, kind);
+            const std::vector<Thread> ofB = ThreadsOf(b, kind);
+            for (size_t i = 0; i < std::max(ofA.size(), ofB.size()); ++i) {
+                std::string name = NameOf(kind);
+                name += kind == ThreadKind::kMain ? "" : " " + std::to_string(i + 1);
+                Put(Compare(name, i < ofA.size() ? ofA[i] : Thread{},
+                            i < ofB.size() ? ofB[i] : Thread{}));
+            }
+        }
+    }
+
+    [[nodiscard]] bool Differs() const { return differs_; }
+
+  private:
+    std::string Compare(const std::string &name, const Thread &a, const Thread &b) {
+        const size_t common = std::min(a.calls.size(), b.calls.size());
+        size_t at = 0;
+        while (at < common && IsSame(*a.calls[at], *b.calls[at], nullptr)) {
+            ++at;
+        }
+        if (at == a.calls.size() && at == b.calls.size()) {
+            return name + ": the same, " + std::to_string(at) + (at == 1 ? " call\n" : " calls\n");
+        }
+        differs_ = true;
+        std::string text = name + ": parts after " + std::to_string(at) +
+                           (at == 1 ? " equal call" : " equal calls");
+        text += at == a.calls.size() || at == b.calls.size()
+                    ? std::string("; the ") + (at == a.calls.size() ? "first" : "second") +
+                          " recording has no more\n"
+                    : "\n";
+        for (size_t i = at - std::min<size_t>(at, context_); i < at; ++i) {
+            text += Line("    ", *a.calls[i]);
+        }
+        Differences differences;
+        if (at < common) {
+            (void)IsSame(*a.calls[at], *b.calls[at], &differences);
+        }
+        text += After("  - ", a, at) + After("  + ", b, at);
+        for (const std::string &difference : differences) {
+            text += "    " + difference + "\n";
+        }
+        return text;
+    }
+
+    static bool IsSame(const TracedCall &a, const TracedCall &b, Differences *differences) {
+        return a.depth == b.depth && IsSameCall(a, b, nullptr, differences) &&
+               IsSameAnswer(a, b, differences);
+    }
+
+    std::string After(const char *sign, const Thread &thread, size_t at) const {
+        std::string text;
+        const size_t end = std::min<size_t>(thread.calls.size(), at + 1 + context_);
+        for (size_t i = at; i < end; ++i) {
+            text += Line(sign, *thread.calls[i]);
+        }
+        return text;
+    }
+
+    void Put(const std::string &text) const {
+        (void)std::fwrite(text.data(), 1, text.size(), out_);
+    }
+
+    uint32_t context_;
+    FILE *out_;
+    bool differs_ = false;
+};
+
+uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::string &problem) {
+    Side first;
+    Side second;
+    if (!Load(a, first, problem) || !Load(b, second, problem)) {
+        return 2;
+    }
+    Comparison comparison(context, out);
+    comparison.Compare(first, second);
+    for (const auto &[path, side] : {std::pair(a, &first), std::pair(b, &second)}) {
+        if (!side->file.problem.empty()) {
+            problem = std::string(path) + ": " + side->file.problem;
+        } else if (side->file.dropped != 0) {
+            problem = std::string(path) + ": " + std::to_string(side->file.dropped) +
+                      " records were dropped";
+        }
+    }
+    if (std::fflush(out) != 0) {
+        problem = "cannot be written";
+        return 2;
+    }
+    return comparison.Differs() ? 1 : 0;
+}
+
+}  // namespace
+}  // namespace dxr_trace
+
+uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out, char *error,
+                      uint32_t errorSize) {
+    std::string problem;
+    uint32_t code = 2;
+    try {
+        code = dxr_trace::Diff(a, b, context, out, problem);
+    } catch (const std::bad_alloc &) {
+        problem = "not enough memory";
+    }
+    if (error != nullptr && errorSize != 0) {
+        (void)std::snprintf(error, errorSize, "%s", problem.c_str());
+    }
+    return code;
+}

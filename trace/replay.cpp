@@ -1,0 +1,1028 @@
+#include "replay.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <csetjmp>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <tuple>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "answers.h"
+#include "compare.h"
+#include "dxr_trace.h"
+#include "export.h"
+#include "pointers.h"
+#include "script.h"
+#include "slots.h"
+#include "trace_file.h"
+#include "words.h"
+
+namespace dxr_trace {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Cell [[gnu::may_alias]] = Hook;
+
+constexpr std::string_view kCreateTask = "DXR_CreateTask";
+constexpr std::string_view kRelease = "DXR_Free";
+// What pointers lead to that a function of the module gets.
+constexpr size_t kScratch = 256;
+
+// A thread of now that follows one of the recording.
+struct Runner {
+    explicit Runner(const ScriptThread &told) : script(told) { ends.push_back(told.steps.size()); }
+
+    const ScriptThread &script;
+    size_t cursor = 0;         // the next step
+    std::vector<size_t> ends;  // of what the cursor is in
+    bool isClaimed = false;
+    bool isDone = false;
+    bool waits = false;
+    std::condition_variable turn;
+    std::thread thread;
+    std::jmp_buf end;
+};
+
+struct Here {
+    uint64_t session = 0;
+    Runner *runner = nullptr;
+};
+
+thread_local constinit Here t_here [[gnu::tls_model("initial-exec")]];
+
+// A call of now, in the form of one of the recording. Its pieces lead to the caller's memory.
+void Describe(const TraceFile &file, size_t slot, std::span<const uint64_t> words,
+              const char *message, TracedCall &call) {
+    call.slot = static_cast<uint8_t>(slot);
+    call.wordCount = static_cast<uint8_t>(words.size());
+    std::copy(words.begin(), words.end(), call.words.begin());
+    call.in.clear();
+    const auto limit = static_cast<size_t>(std::min<uint64_t>(file.dataBytes, SIZE_MAX / 2));
+    Pieces pieces;
+    Collect(kSlots[slot], {words, 0}, Direction::kIn, file.follow, limit, pieces);
+    if (message != nullptr && file.follow != Follow::kNone) {
+        pieces.Add({PlaceOf(kMessagePlace, kDirect, true), message, strnlen(message, limit + 1)});
+    }
+    for (size_t i = 0; i < pieces.count; ++i) {
+        const Piece &piece = pieces.items[i];
+        call.in.push_back({piece.place,
+                           piece.size,
+                           {static_cast<const char *>(piece.data), std::min(piece.size, limit)}});
+    }
+}
+
+// Bytes that a hook may write there.
+size_t Room(const PointerRule &rule, const CallWords &call, const Piece &piece) {
+    if (rule.extent == Extent::kText) {
+        return 0;
+    }
+    return rule.extent == Extent::kTextWithin ? static_cast<size_t>(call.arguments[rule.first])
+                                              : piece.size;
+}
+
+uint64_t LoadPointer(std::string_view bytes, size_t offset) {
+    uintptr_t word = 0;
+    if (offset + sizeof(word) <= bytes.size()) {
+        std::memcpy(&word, bytes.data() + offset, sizeof(word));
+    }
+    return word;
+}
+
+// A word of a call as it stands in an argument or in a record behind one.
+uint64_t WordAt(const TracedCall &call, const MemoryPlace &place) {
+    if (place.parameter == kNoPlace) {
+        return 0;
+    }
+    if (place.offset == kDirect) {
+        return call.words[place.parameter];
+    }
+    for (const TracedPiece &piece : call.in) {
+        if (piece.Parameter() == place.parameter && piece.Offset() == kDirect) {
+            return LoadPointer(piece.bytes, place.offset);
+        }
+    }
+    return 0;
+}
+
+class Replay {
+  public:
+    Replay(std::string bytes, const DxrReplayOptions &options, uint64_t session)
+        : bytes_(std::move(bytes)), options_(options), session_(session) {
+        file_ = ReadTraceFile(bytes_);
+    }
+
+    ~Replay() {
+        for (void *const block : memory_) {
+            std::free(block);
+        }
+    }
+    Replay(const Replay &) = delete;
+    Replay &operator=(const Replay &) = delete;
+    Replay(Replay &&) = delete;
+    Replay &operator=(Replay &&) = delete;
+
+    // 0 when the recording can be replayed; else `problem` says why not.
+    uint32_t Check(std::string &problem) const {
+        if (file_.state == FileState::kForeign) {
+            problem = file_.problem;
+            return EINVAL;
+        }
+        if (file_.state == FileState::kDamaged && options_.loose == 0) {
+            problem = file_.problem;
+            return EBADMSG;
+        }
+        if (file_.dropped != 0 && options_.loose == 0) {
+            problem = std::to_string(file_.dropped) + " records were dropped from it";
+            return EBADMSG;
+        }
+        return 0;
+    }
+
+    void Start() {
+        script_ = MakeScript(file_);
+        done_.resize(script_.events.size());
+        for (const ScriptThread &thread : script_.threads) {
+            runners_.push_back(std::make_unique<Runner>(thread));
+        }
+        Warn();
+        runners_[0]->isClaimed = true;
+        t_here = {session_, runners_[0].get()};
+        FillTable();
+        for (const auto &runner : runners_) {
+            if (runner->script.kind == ThreadKind::kHost) {
+                const std::lock_guard<std::mutex> lock(mutex_);
+                Launch(*runner);
+            }
+        }
+    }
+
+    Reply Answer(size_t slot, std::span<const uint64_t> words, const char *message);
+    void Finish(DxrReplayCounts &counts);
+
+    [[noreturn]] static void EndThread() {
+        std::longjmp(t_here.runner->end, 1);  // NOLINT(cert-err52-cpp): through functions of C
+    }
+
+  private:
+    using Callback = std::tuple<size_t, uint64_t, uint64_t>;  // slot, function, argument
+    struct Target {
+        Hook function;
+        uint64_t argument;
+    };
+
+    const TracedCall &CallOf(const Step &step) const { return file_.calls[step.call]; }
+
+    // --- Telling
+
+    void Tell(const std::string &text) const {
+        if (options_.out != nullptr) {
+            (void)std::fwrite(text.data(), 1, text.size(), options_.out);
+            (void)std::fflush(options_.out);
+        }
+    }
+
+    void Warn() const {
+        if (!file_.problem.empty()) {
+            Tell("note: the recording " + file_.problem + "\n");
+        }
+        if (!file_.hasCallbacks) {
+            Tell(
+                "note: what the host called was not recorded: tasks, timers and interrupts are "
+                "not replayed\n");
+        }
+        const std::string foreign = ForeignText(file_);
+        if (!foreign.empty()) {
+            Tell("note: " + foreign + "\n");
+        }
+        if (script_.unknown != 0) {
+            Tell("note: " + std::to_string(script_.unknown) +
+                 " calls on threads of the host's are left out: the recording does not tell what "
+                 "made them\n");
+        }
+    }
+
+    std::string Position(const Runner &runner, const Step *step) const {
+        std::string text = "thread " + std::to_string(runner.script.number);
+        if (step == nullptr) {
+            return text + ", after its last call";
+        }
+        const TracedCall &call = CallOf(*step);
+        std::array<char, 48> at{};
+        (void)std::snprintf(at.data(), at.size(), "%llu.%09llu",
+                            static_cast<unsigned long long>(call.beginNs / 1'000'000'000),
+                            static_cast<unsigned long long>(call.beginNs % 1'000'000'000));
+        return text + ", call " + std::to_string(call.sequence) + ", at " + at.data() + " s";
+    }
+
+    std::string Where(const Runner &runner) const {
+        return Position(runner, runner.cursor < runner.ends.back()
+                                    ? &runner.script.steps[runner.cursor]
+                                    : nullptr);
+    }
+
+    // Tells a difference; without `loose` it is the last one. With the mutex.
+    void Differ(const std::string &text) {
+        ++differences_;
+        constexpr uint64_t kMostTold = 100;
+        if (differences_ <= kMostTold) {
+            Tell(text);
+        }
+        if (options_.loose == 0) {
+            End(true);
+        }
+    }
+
+    void End(bool differs) {
+        if (isOver_) {
+            return;
+        }
+        isOver_ = true;
+        WakeAll();
+        if (options_.ended != nullptr) {
+            mutex_.unlock();
+            options_.ended(differs, options_.user);
+            mutex_.lock();
+        }
+    }
+
+    void WakeAll() {
+        for (const auto &runner : runners_) {
+            runner->turn.notify_all();
+        }
+        changed_.notify_all();
+    }
+
+    // --- Order. With the mutex
+
+    void Mark(uint32_t event) {
+        if (event == kNoEvent || done_[event]) {
+            return;
+        }
+        done_[event] = true;
+        if (event != front_) {
+            return;
+        }
+        while (front_ < done_.size() && done_[front_]) {
+            ++front_;
+        }
+        ++moves_;
+        if (front_ < done_.size()) {
+            Runner &next = *runners_[script_.events[front_]];
+            if (next.waits) {
+                next.turn.notify_all();
+            }
+        }
+    }
+
+    // Until all that was earlier in the recording has been done.
+    void AwaitTurn(Runner &runner, uint32_t event) {
+        if (front_ >= event || isOver_) {
+            return;
+        }
+        std::unique_lock<std::mutex> lock(mutex_, std::adopt_lock);
+        runner.waits = true;
+        Await(lock, runner.turn, [&] { return front_ >= event || isOver_; });
+        runner.waits = false;
+        (void)lock.release();
+    }
+
+    template <typename Condition>
+    void Await(std::unique_lock<std::mutex> &lock, std::condition_variable &changed,
+               const Condition &isReached) {
+        const auto patience = std::chrono::milliseconds(options_.patienceMs);
+        uint64_t moves = moves_;
+        auto deadline = Clock::now() + patience;
+        while (!isReached()) {
+            if (changed.wait_until(lock, deadline) == std::cv_status::timeout && !isReached()) {
+                if (moves == moves_) {
+                    GiveUpTheFront();
+                }
+                moves = moves_;
+                deadline = Clock::now() + patience;
+            }
+        }
+    }
+
+    // What is to happen next does not happen.
+    void GiveUpTheFront() {
+        if (front_ >= done_.size()) {
+            Differ("the replay does not end: a thread of the module's does not come back\n");
+            isOver_ = true;
+            WakeAll();
+            return;
+        }
+        const auto event = static_cast<uint32_t>(front_);
+        Runner &runner = *runners_[script_.events[event]];
+        for (const Step &step : runner.script.steps) {
+            if (step.enterEvent == event || step.returnEvent == event) {
+                Differ(Position(runner, &step) + ": " + CallText(CallOf(step)) + " does not " +
+                       (step.enterEvent == event ? "come" : "end") + "\n");
+                break;
+            }
+        }
+        if (runner.isClaimed) {
+            Mark(event);
+        } else {  // nobody will
+            runner.isClaimed = true;
+            runner.isDone = true;
+            left_ += LeaveOutUntil(runner, runner.script.steps.size());
+        }
+        WakeAll();
+    }
+
+    // --- Steps of a thread. With the mutex
+
+    void LeaveOut(const Step &step) {
+        Mark(step.enterEvent);
+        Mark(step.returnEvent);
+    }
+
+    // Passes over the rest of what the cursor is in; the number of the module's calls among it.
+    uint64_t LeaveOutUntil(Runner &runner, size_t end) {
+        uint64_t calls = 0;
+        for (; runner.cursor < end; ++runner.cursor) {
+            const Step &step = runner.script.steps[runner.cursor];
+            if (!step.isHosts) {
+                calls += CallOf(step).isCallback ? 0 : 1;
+                LeaveOut(step);
+            }
+        }
+        return calls;
+    }
+
+    // What the host does before the module's next call.
+    void DoTheHosts(Runner &runner) {
+        while (!isOver_ && runner.cursor < runner.ends.back()) {
+            const Step &step = runner.script.steps[runner.cursor];
+            if (step.isHosts) {
+                ++runner.cursor;
+            } else if (CallOf(step).isCallback) {
+                RunCallback(runner, step);
+            } else {
+                return;
+            }
+        }
+    }
+
+    // Nothing in here has a destructor while the module's function runs: its task may end in it.
+    void RunCallback(Runner &runner, const Step &step) {
+        AwaitTurn(runner, step.enterEvent);
+        Mark(step.enterEvent);
+        const TracedCall &call = CallOf(step);
+        const size_t end = step.end;
+        const Target *const target = TargetOf(call);
+        if (target == nullptr || isOver_) {
+            LeaveOutUnknown(runner, step);
+            return;
+        }
+        ++runner.cursor;
+        runner.ends.push_back(end);
+        alignas(16) std::array<std::byte, kScratch> scratch{};
+        const auto words = ArgumentsOf(call, *target, scratch.data());
+        const Hook function = target->function;
+        ++callbacks_;
+        mutex_.unlock();
+        const uint64_t result =
+            CallBack(call.slot, function, std::span(words).first(call.wordCount - 1U));
+        mutex_.lock();
+        EndCallback(runner, step, result);
+    }
+
+    void LeaveOutUnknown(Runner &runner, const Step &step) {
+        if (!isOver_) {
+            Differ(Position(runner, &step) + ": " + CallText(CallOf(step)) +
+                   ": the module has not given this function\n");
+        }
+        left_ += LeaveOutUntil(runner, step.end);
+    }
+
+    const Target *TargetOf(const TracedCall &call) const {
+        const CallbackRule *const rule = kSlots[call.slot].callback;
+        if (rule == nullptr || call.wordCount != rule->parameterCount + 1U) {
+            return nullptr;
+        }
+        const bool hasArgument = rule->argument.parameter != kNoPlace;
+        const uint64_t argument = hasArgument ? call.words[call.wordCount - 1U] : 0;
+        const auto found = targets_.find({call.slot, call.words[0], argument});
+        return found != targets_.end() ? &found->second : nullptr;
+    }
+
+    std::array<uint64_t, kMostCallbackParameters> ArgumentsOf(const TracedCall &call,
+                                                              const Target &target,
+                                                              std::byte *scratch) const {
+        const CallbackRule &rule = *kSlots[call.slot].callback;
+        std::array<uint64_t, kMostCallbackParameters> words{};
+        for (size_t i = 0; i < rule.parameterCount; ++i) {
+            words[i] = call.words[i + 1];
+            if (rule.parameters[i] == Width::kPointer && words[i] != 0) {
+                words[i] = ToWord(scratch);
+            }
+        }
+        if (rule.argument.parameter != kNoPlace) {
+            words[rule.parameterCount - 1U] = target.argument;
+        }
+        return words;
+    }
+
+    void EndCallback(Runner &runner, const Step &step, uint64_t result) {
+        DoTheHosts(runner);
+        const TracedCall &call = CallOf(step);
+        if (!isOver_ && runner.cursor < step.end) {
+            const Step &next = runner.script.steps[runner.cursor];
+            Differ(Position(runner, &next) + ": " + CallName(call) + " has returned\n  expected  " +
+                   CallText(CallOf(next)) + "\n");
+        }
+        left_ += LeaveOutUntil(runner, step.end);
+        if (!isOver_ && call.hasReturned && call.hasResult &&
+            InItsWidth(call, result) != call.result) {
+            TracedCall got = call;
+            got.result = InItsWidth(call, result);
+            Differ(Position(runner, &step) + ": " + CallText(call) + "\n  result: expected " +
+                   ShownResult(call) + ", got " + ShownResult(got) + "\n");
+        }
+        Mark(step.returnEvent);
+        runner.ends.pop_back();
+    }
+
+    static uint64_t InItsWidth(const TracedCall &call, uint64_t result) {
+        return ResultWidth(call) == Width::kU32 ? static_cast<uint32_t>(result) : result;
+    }
+
+    // The step that a call is; null when there is none.
+    const Step *Match(Runner &runner, const TracedCall &live);
+    const Step *NextEqual(const Runner &runner, const TracedCall &live) const;
+    void TellDifference(const Runner &runner, const Step *step, const TracedCall &live,
+                        const std::string &then);
+    Runner *RunnerHere(const TracedCall &live);
+
+    // --- Answers. With the mutex
+
+    void Register(const TracedCall &call, const TracedCall &live);
+    uint64_t Result(const TracedCall &call, const TracedCall &live);
+    void *NewMemory(size_t size);
+    uint64_t Extra(const TracedCall &live);
+    void Release(const TracedCall *call, const TracedCall &live);
+    void WriteOut(const TracedCall &call, const TracedCall &live);
+    void Write(const SlotInfo &slot, const TracedCall &call, const TracedPiece &piece, char *to,
+               size_t room);
+    void StartTask(const TracedCall &call);
+
+    // --- Threads
+
+    // The replay has made it, and ends it.
+    static bool IsOurs(const Runner &runner) {
+        return runner.script.kind == ThreadKind::kTask || runner.script.kind == ThreadKind::kHost;
+    }
+
+    void Launch(Runner &runner);
+    void Drive(Runner &runner);
+    void DriveSteps(Runner &runner);
+    void FillTable();
+
+    const std::string bytes_;
+    const DxrReplayOptions options_;
+    const uint64_t session_;
+    TraceFile file_;
+    Script script_;
+    DxrHooks before_{};
+
+    std::mutex mutex_;                              // guards what follows
+    std::vector<std::unique_ptr<Runner>> runners_;  // as the script's threads
+    std::vector<bool> done_;                        // of the events
+    size_t front_ = 0;                              // the first that is not done
+    uint64_t moves_ = 0;
+    std::condition_variable changed_;
+    bool isOver_ = false;
+    Addresses addresses_;
+    std::map<Callback, Target> targets_;
+    std::unordered_set<void *> memory_;
+    std::map<std::pair<uint64_t, std::string_view>, void *> texts_;
+    uint64_t calls_ = 0;
+    uint64_t callbacks_ = 0;
+    uint64_t differences_ = 0;
+    uint64_t left_ = 0;
+    bool hasToldCut_ = false;
+};
+
+Runner *Replay::RunnerHere(const TracedCall &live) {
+    if (t_here.session == session_) {
+        return t_here.runner;
+    }
+    Runner *found = nullptr;
+    for (const auto &runner : runners_) {
+        if (runner->isClaimed || runner->script.kind != ThreadKind::kOwn) {
+            continue;
+        }
+        const auto &steps = runner->script.steps;
+        if (!steps.empty() && IsSameCall(CallOf(steps[0]), live, nullptr, nullptr)) {
+            found = runner.get();
+            break;
+        }
+        found = found == nullptr ? runner.get() : found;
+    }
+    if (found != nullptr) {
+        found->isClaimed = true;
+    }
+    t_here = {session_, found};
+    return found;
+}
+
+void Replay::TellDifference(const Runner &runner, const Step *step, const TracedCall &live,
+                            const std::string &then) {
+    std::string text = Position(runner, step) + ": the call differs\n  expected  ";
+    text += step != nullptr ? CallText(CallOf(*step)) : "no call";
+    text += "\n  got       " + CallText(live) + "\n";
+    Differences differences;
+    if (step != nullptr && !IsSameCall(CallOf(*step), live, &addresses_, &differences)) {
+        for (const std::string &difference : differences) {
+            text += "  " + difference + "\n";
+        }
+    }
+    Differ(text + then);
+}
+
+const Step *Replay::NextEqual(const Runner &runner, const TracedCall &live) const {
+    for (size_t i = runner.cursor; i < runner.ends.back(); i = runner.script.steps[i].end) {
+        const Step &step = runner.script.steps[i];
+        if (!step.isHosts && !CallOf(step).isCallback &&
+            IsSameCall(CallOf(step), live, &addresses_, nullptr)) {
+            return &step;
+        }
+    }
+    return nullptr;
+}
+
+const Step *Replay::Match(Runner &runner, const TracedCall &live) {
+    DoTheHosts(runner);
+    if (isOver_) {
+        return nullptr;
+    }
+    const bool isAtEnd = runner.cursor >= runner.ends.back();
+    const Step *const next = isAtEnd ? nullptr : &runner.script.steps[runner.cursor];
+    if (isAtEnd && file_.state != FileState::kWhole && runner.ends.size() == 1) {
+        Tell("the recording ends here: " + Position(runner, nullptr) + "\n");
+        End(false);
+        return nullptr;
+    }
+    if (next != nullptr && IsSameCall(CallOf(*next), live, &addresses_, nullptr)) {
+        return next;
+    }
+    if (options_.loose == 0) {
+        TellDifference(runner, next, live, {});
+        return nullptr;
+    }
+    const Step *const later = next != nullptr ? NextEqual(runner, live) : nullptr;
+    if (later == nullptr) {
+        TellDifference(runner, next, live, "  no equal call comes: answered with 0\n");
+        return nullptr;
+    }
+    const size_t place = static_cast<size_t>(later - runner.script.steps.data());
+    const Runner &told = runner;
+    const size_t before = runner.cursor;
+    uint64_t passed = 0;
+    for (size_t i = before; i < place; i = told.script.steps[i].end) {
+        const Step &step = told.script.steps[i];
+        passed += !step.isHosts && !CallOf(step).isCallback ? 1 : 0;
+    }
+    TellDifference(runner, next, live,
+                   "  goes on with call " + std::to_string(CallOf(*later).sequence) + ", " +
+                       std::to_string(passed) + (passed == 1 ? " call" : " calls") +
+                       " of the recording later\n");
+    // What the host did meanwhile is done, but not within calls that are not made.
+    while (!isOver_ && runner.cursor < place) {
+        const Step &step = runner.script.steps[runner.cursor];
+        if (!step.isHosts && CallOf(step).isCallback) {
+            RunCallback(runner, step);
+        } else {
+            left_ += LeaveOutUntil(runner, step.isHosts ? runner.cursor + 1 : step.end);
+        }
+    }
+    return later;
+}
+
+Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *message) {
+    // Kept, so that its pieces need no memory of their own each time.
+    static thread_local TracedCall live;
+    Describe(file_, slot, words, message, live);
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (isOver_) {
+        return {0, t_here.session == session_ && IsOurs(*t_here.runner)};
+    }
+    Runner *const runner = RunnerHere(live);
+    if (runner == nullptr) {
+        Differ("a thread that the recording does not have calls " + CallText(live) + "\n");
+        return {Extra(live)};
+    }
+    // Functions that the host calls in here make calls of their own.
+    TracedCall own = std::move(live);
+    const Step *const step = Match(*runner, own);
+    if (step == nullptr) {
+        const uint64_t result = isOver_ ? 0 : Extra(own);
+        live = std::move(own);
+        return {result};
+    }
+    const TracedCall &call = CallOf(*step);
+    ++calls_;
+    Register(call, own);
+    Mark(step->enterEvent);
+    if (kSlots[slot].name == kCreateTask && call.hasReturned && call.result == 0) {
+        StartTask(call);
+    }
+    ++runner->cursor;
+    runner->ends.push_back(step->end);
+    DoTheHosts(*runner);
+    left_ += LeaveOutUntil(*runner, step->end);
+    runner->ends.pop_back();
+    Reply reply;
+    if (isOver_) {
+        reply.isLast = IsOurs(*runner);
+    } else if (!call.hasReturned) {
+        if (IsOurs(*runner)) {
+            reply.isLast = true;
+        } else if (runner != runners_[0].get()) {
+            changed_.notify_all();
+            runner->turn.wait(lock, [this] { return isOver_; });
+        } else {
+            Tell("the recording ends here: " + Position(*runner, step) + ", " + CallText(call) +
+                 " has not returned\n");
+            End(false);
+        }
+    } else {
+        AwaitTurn(*runner, step->returnEvent);
+        Mark(step->returnEvent);
+        WriteOut(call, own);
+        reply.result = Result(call, own);
+        if (kSlots[slot].name == kRelease) {
+            Release(&call, own);
+        }
+    }
+    if (runner->cursor == runner->script.steps.size()) {
+        changed_.notify_all();
+    }
+    live = std::move(own);
+    return reply;
+}
+
+void Replay::Register(const TracedCall &call, const TracedCall &live) {
+    const SlotInfo &slot = kSlots[call.slot];
+    if (slot.callback != nullptr) {
+        const uint64_t recorded = WordAt(call, slot.callback->function);
+        const uint64_t argument = WordAt(call, slot.callback->argument);
+        targets_[{call.slot, recorded, argument}] = {
+            FromWord<Hook>(WordAt(live, slot.callback->function)),
+            WordAt(live, slot.callback->argument)};
+        addresses_.Learn(argument, WordAt(live, slot.callback->argument));
+    }
+    for (size_t i = 0; i < call.wordCount; ++i) {
+        const auto isIts = [i](const auto &rule) { return rule.parameter == i; };
+        if (i < slot.parameters.size() && slot.parameters[i].width == Width::kPointer &&
+            std::none_of(slot.pointers.begin(), slot.pointers.end(), isIts)) {
+            addresses_.Learn(call.words[i], live.words[i]);
+        }
+    }
+}
+
+void *Replay::NewMemory(size_t size) {
+    void *const memory = std::calloc(1, std::max<size_t>(size, 1));
+    if (memory != nullptr) {
+        memory_.insert(memory);
+    }
+    return memory;
+}
+
+uint64_t Replay::Result(const TracedCall &call, const TracedCall &live) {
+    const SlotInfo &slot = kSlots[call.slot];
+    if (slot.result != Width::kPointer || call.result == 0) {
+        return call.result;
+    }
+    const std::span<const uint64_t> words(live.words.data(), live.wordCount);
+    for (const PointerRule &rule : slot.pointers) {
+        if (rule.parameter == kResultPlace && rule.direction == Direction::kBlock) {
+            const size_t size = PieceOf(rule, {words, call.result}, 0).size;
+            void *const memory = NewMemory(size);
+            if (memory != nullptr) {
+                addresses_.AddBlock(call.result, {ToWord(memory), size});
+            }
+            return ToWord(memory);
+        }
+    }
+    for (const TracedPiece &piece : call.out) {
+        if (piece.Parameter() == kResultPlace && piece.Offset() == kDirect) {
+            void *&text = texts_[{call.result, piece.bytes}];
+            if (text == nullptr) {
+                text = NewMemory(piece.bytes.size() + 1);
+                if (text != nullptr && !piece.bytes.empty()) {
+                    std::memcpy(text, piece.bytes.data(), piece.bytes.size());
+                }
+            }
+            return ToWord(text);
+        }
+    }
+    const uint64_t real = addresses_.Translate(call.result);
+    if (real == call.result) {
+        addresses_.Give(call.result);
+    }
+    return real;
+}
+
+// A call that the recording does not have. Memory is given all the same.
+uint64_t Replay::Extra(const TracedCall &live) {
+    if (kSlots[live.slot].name == kRelease) {
+        Release(nullptr, live);
+        return 0;
+    }
+    const std::span<const uint64_t> words(live.words.data(), live.wordCount);
+    for (const PointerRule &rule : kSlots[live.slot].pointers) {
+        if (rule.parameter == kResultPlace && rule.direction == Direction::kBlock) {
+            return ToWord(NewMemory(PieceOf(rule, {words, 1}, 0).size));
+        }
+    }
+    return 0;
+}
+
+void Replay::Release(const TracedCall *call, const TracedCall &live) {
+    auto *const memory = FromWord<void *>(live.words[0]);
+    if (memory_.erase(memory) != 0) {
+        std::free(memory);
+    }
+    if (call != nullptr) {
+        addresses_.RemoveBlock(call->words[0]);
+    }
+}
+
+void Replay::WriteOut(const TracedCall &call, const TracedCall &live) {
+    const SlotInfo &slot = kSlots[call.slot];
+    const CallWords words = {{live.words.data(), live.wordCount}, call.result};
+    for (const TracedPiece &piece : call.out) {
+        for (const PointerRule &rule : slot.pointers) {
+            if (PlaceOf(rule) != piece.place || rule.parameter == kResultPlace) {
+                continue;
+            }
+            const Piece to = PieceOf(rule, words, 0);
+            if (to.data != nullptr) {
+                // The caller's own, as the hook would write to it.
+                auto *const target = const_cast<char *>(static_cast<const char *>(to.data));
+                Write(slot, call, piece, target, Room(rule, words, to));
+            }
+            break;
+        }
+    }
+}
+
+void Replay::Write(const SlotInfo &slot, const TracedCall &call, const TracedPiece &piece, char *to,
+                   size_t room) {
+    const size_t size = std::min(piece.bytes.size(), room);
+    if (piece.bytes.size() < std::min<uint64_t>(piece.whole, room) && !hasToldCut_) {
+        hasToldCut_ = true;
+        Tell("note: the recording keeps " + std::to_string(piece.bytes.size()) + " of " +
+             std::to_string(piece.whole) + " bytes that " + slot.name + " wrote\n");
+    }
+    const TracedPiece *before = nullptr;
+    for (const TracedPiece &in : call.in) {
+        before = in.place == piece.place ? &in : before;
+    }
+    for (size_t i = 0; i < size;) {
+        size_t begin = 0;
+        size_t count = 1;
+        if (IsOpaqueByte(slot, piece, i, &begin)) {
+            // As a whole: a handle of now may differ from that of the recording before the call.
+            count = std::min(begin + sizeof(void *), size) - i;
+            const uint64_t given = LoadPointer(piece.bytes, begin);
+            if (given != 0 && addresses_.Translate(given) == given) {
+                addresses_.Give(given);
+            }
+        }
+        const std::string_view bytes = piece.bytes.substr(i, count);
+        if (before == nullptr || i + count > before->bytes.size() ||
+            before->bytes.substr(i, count) != bytes) {
+            std::memcpy(to + i, bytes.data(), count);
+        }
+        i += count;
+    }
+    if (piece.IsText() && size < room) {
+        to[size] = '\0';
+    }
+}
+
+// The task of the recording that was created by this call.
+void Replay::StartTask(const TracedCall &call) {
+    const CallbackRule &rule = *kSlots[call.slot].callback;
+    const uint64_t function = WordAt(call, rule.function);
+    const uint64_t argument = WordAt(call, rule.argument);
+    for (const auto &runner : runners_) {
+        const auto &steps = runner->script.steps;
+        if (runner->isClaimed || runner->script.kind != ThreadKind::kTask) {
+            continue;
+        }
+        const auto isItsEntry = [&](const Step &step) {
+            const TracedCall &entry = CallOf(step);
+            return entry.isCallback && entry.slot == call.slot && entry.words[0] == function &&
+                   entry.wordCount == 2 && entry.words[1] == argument;
+        };
+        if (std::any_of(steps.begin(), steps.end(), isItsEntry)) {
+            Launch(*runner);
+            return;
+        }
+    }
+}
+
+void Replay::Launch(Runner &runner) {
+    runner.isClaimed = true;
+    try {
+        runner.thread = std::thread([this, &runner] { Drive(runner); });
+    } catch (const std::system_error &) {
+        runner.isDone = true;
+        Differ(Where(runner) + ": no thread can be made\n");
+    }
+}
+
+// Nothing here has a destructor: a task that is ended comes back by longjmp.
+void Replay::Drive(Runner &runner) {
+    t_here = {session_, &runner};
+    if (_setjmp(runner.end) == 0) {
+        DriveSteps(runner);
+    }
+    mutex_.lock();
+    runner.isDone = true;
+    changed_.notify_all();
+    mutex_.unlock();
+}
+
+void Replay::DriveSteps(Runner &runner) {
+    mutex_.lock();
+    DoTheHosts(runner);
+    mutex_.unlock();
+}
+
+void Replay::FillTable() {
+    before_ = *DXR_GetHooks();
+    std::array<Hook, kSlotCount> answers{};
+    std::memcpy(answers.data(), &kAnswers, sizeof(kAnswers));
+    std::array<bool, kSlotCount> used = file_.filled;
+    if (!file_.hasSlots) {
+        for (const TracedCall &call : file_.calls) {
+            used[call.slot] = true;
+        }
+    }
+    for (size_t i = 0; i < kSlotCount; ++i) {
+        answers[i] = used[i] ? answers[i] : nullptr;
+    }
+    DxrHooks hooks;
+    std::memcpy(static_cast<void *>(&hooks), answers.data(), sizeof(hooks));
+    (void)DXR_RegisterHooks(&hooks);
+}
+
+void Replay::Finish(DxrReplayCounts &counts) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    Runner &main = *runners_[0];
+    DoTheHosts(main);
+    if (!isOver_ && main.cursor < main.ends.back()) {
+        Differ(Where(main) + ": the module has ended\n  expected  " +
+               CallText(CallOf(main.script.steps[main.cursor])) + "\n");
+    }
+    left_ += LeaveOutUntil(main, main.ends.back());
+    main.isDone = true;
+    const auto isDone = [](const std::unique_ptr<Runner> &runner) {
+        return runner->isDone || (runner->script.kind == ThreadKind::kOwn &&
+                                  runner->cursor == runner->script.steps.size());
+    };
+    // Tasks that nobody creates any more.
+    for (const auto &runner : runners_) {
+        if (!runner->isClaimed && !isDone(runner) && !isOver_) {
+            Differ(Where(*runner) + ": the module has not begun this thread\n  expected  " +
+                   CallText(CallOf(runner->script.steps[0])) + "\n");
+            left_ += LeaveOutUntil(*runner, runner->script.steps.size());
+            runner->isDone = true;
+        }
+    }
+    Await(lock, changed_,
+          [&] { return isOver_ || std::all_of(runners_.begin(), runners_.end(), isDone); });
+    isOver_ = true;
+    WakeAll();
+    counts.calls = calls_;
+    counts.callbacks = callbacks_;
+    counts.differences = differences_;
+    counts.left = left_;
+    for (const auto &runner : runners_) {
+        counts.threads += runner->isClaimed ? 1 : 0;
+    }
+    lock.unlock();
+    for (const auto &runner : runners_) {
+        if (runner->thread.joinable()) {
+            runner->thread.join();
+        }
+    }
+    (void)DXR_RegisterHooks(&before_);
+}
+
+constinit std::atomic<Replay *> g_replay = nullptr;
+constinit uint64_t g_sessions = 0;
+
+uint32_t TryStart(const char *path, const DxrReplayOptions &options, std::string &problem) {
+    std::string bytes;
+    const int error = ReadWholeFile(path, bytes);
+    if (error != 0) {
+        problem = std::generic_category().message(error);
+        return static_cast<uint32_t>(error);
+    }
+    auto replay = std::make_unique<Replay>(std::move(bytes), options, ++g_sessions);
+    const uint32_t wrong = replay->Check(problem);
+    if (wrong != 0) {
+        return wrong;
+    }
+    g_replay.store(replay.get());
+    replay->Start();
+    (void)replay.release();
+    return 0;
+}
+
+}  // namespace
+
+Reply Answer(size_t slot, std::span<const uint64_t> words, const char *message) {
+    const int before = errno;
+    Reply reply;
+    Replay *const replay = g_replay.load(std::memory_order_acquire);
+    if (replay != nullptr) {
+        try {
+            reply = replay->Answer(slot, words, message);
+        } catch (const std::bad_alloc &) {
+            reply = {};  // as the hook of a host without memory
+        }
+    }
+    errno = before;
+    return reply;
+}
+
+void EndThread() {
+    Replay::EndThread();
+}
+
+}  // namespace dxr_trace
+
+void DxrReplayInitOptions(DxrReplayOptions *options) {
+    *options = {};
+    options->size = sizeof(*options);
+    options->patienceMs = 30000;
+    options->out = stderr;
+}
+
+uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char *error,
+                        uint32_t errorSize) {
+    DxrReplayOptions defaults;
+    DxrReplayInitOptions(&defaults);
+    const DxrReplayOptions &used = options != nullptr ? *options : defaults;
+    std::string problem;
+    uint32_t code = 0;
+    if (file == nullptr || used.size != sizeof(used) || used.loose > 1) {
+        code = EINVAL;
+        problem = "wrong options";
+    } else if (dxr_trace::g_replay.load() != nullptr) {
+        code = EALREADY;
+        problem = "a replay has begun";
+    } else {
+        try {
+            code = dxr_trace::TryStart(file, used, problem);
+        } catch (const std::exception &) {
+            dxr_trace::g_replay.store(nullptr);
+            code = ENOMEM;
+            problem = "not enough memory";
+        }
+    }
+    if (error != nullptr && errorSize != 0) {
+        (void)std::snprintf(error, errorSize, "%s", problem.c_str());
+    }
+    return code;
+}
+
+uint32_t DxrReplayStop(DxrReplayCounts *counts) {
+    dxr_trace::Replay *const replay = dxr_trace::g_replay.load();
+    if (replay == nullptr) {
+        return EALREADY;
+    }
+    DxrReplayCounts sums{};
+    replay->Finish(sums);
+    dxr_trace::g_replay.store(nullptr);
+    delete replay;
+    if (counts != nullptr) {
+        *counts = sums;
+    }
+    return sums.differences != 0 ? 1 : 0;
+}
