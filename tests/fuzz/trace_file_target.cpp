@@ -6,9 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "compare.h"
 #include "encoder.h"
 #include "export.h"
 #include "fuzz/targets.h"
+#include "script.h"
 
 namespace dxrfuzz {
 namespace {
@@ -39,6 +41,35 @@ std::string File(Input &input) {
     return file;
 }
 
+// Each call is in the script of its thread, within what it was made within; whoever replays it does
+// each event of it once, in the order of its thread.
+void CheckScript(const dxr_trace::TraceFile &file) {
+    const dxr_trace::Script script = dxr_trace::MakeScript(file);
+    size_t steps = 0;
+    size_t events = 0;
+    for (const dxr_trace::ScriptThread &thread : script.threads) {
+        steps += thread.steps.size();
+        uint32_t last = 0;
+        for (size_t i = 0; i < thread.steps.size(); ++i) {
+            const dxr_trace::Step &step = thread.steps[i];
+            const dxr_trace::TracedCall &call = file.calls[step.call];
+            DXR_FUZZ_SAME(step.end > i && step.end <= thread.steps.size());
+            DXR_FUZZ_SAME(step.isHosts == (step.enterEvent == dxr_trace::kNoEvent));
+            DXR_FUZZ_SAME(dxr_trace::IsSameCall(call, call, nullptr, nullptr));
+            DXR_FUZZ_SAME(dxr_trace::IsSameAnswer(call, call, nullptr));
+            if (!step.isHosts) {
+                DXR_FUZZ_SAME(step.enterEvent < script.events.size());
+                DXR_FUZZ_SAME(events == 0 || i == 0 || step.enterEvent > last || last == 0);
+                last = step.enterEvent;
+                events += step.returnEvent != dxr_trace::kNoEvent ? 2 : 1;
+                DXR_FUZZ_SAME(step.returnEvent > step.enterEvent);
+            }
+        }
+    }
+    DXR_FUZZ_SAME(steps == file.calls.size());
+    DXR_FUZZ_SAME(events == script.events.size());
+}
+
 void ExpectOneLine(const std::string &text) {
     DXR_FUZZ_SAME(!text.empty() && text.find('\n') == text.size() - 1);
     for (const char c : text) {
@@ -61,6 +92,8 @@ void TraceFile(Input &input) {
         ExpectOneLine(dxr_trace::TextLine(call));
         (void)dxr_trace::ChromeEvent(file, call);
     }
+    CheckScript(file);
+    (void)dxr_trace::ForeignText(file);
     (void)dxr_trace::ChromeBegin(file);
     (void)dxr_trace::CountsTable(file);
 
