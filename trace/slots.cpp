@@ -246,6 +246,7 @@ constexpr PointerRule kDevWriteFlashInfoPointers[] = {
 constexpr Parameter kInitRegisterModuleParameters[] = {{"record", kPointer}};
 constexpr PointerRule kInitRegisterModulePointers[] = {
     {"record", 0, kDirect, kIn, kRecord, 0, 0, true}};
+constexpr MemoryPlace kInitRegisterModuleOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kInitSetUdfParameters[] = {{"udf", kPointer}};
 constexpr Parameter kInitRegisterVelderFuncsParameters[] = {{"flag", kU8}};
 constexpr Parameter kListAddSllParameters[] = {
@@ -432,14 +433,17 @@ constexpr Parameter kTblmGetCrossTblmFirstDataParameters[] = {
 constexpr PointerRule kTblmGetCrossTblmFirstDataPointers[] = {
     {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true},
     {"arg3", 2, kDirect, kInOut, kRecord, 0, 0, true}};
+constexpr MemoryPlace kTblmGetCrossTblmFirstDataOpaque[] = {{2, 32}, {2, 40}, {2, 48}};
 constexpr Parameter kTblmGetLinearTblmFirstDataParameters[] = {{"arg1", kPointer},
                                                                {"arg2", kPointer}};
 constexpr PointerRule kTblmGetLinearTblmFirstDataPointers[] = {
     {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true},
     {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true}};
+constexpr MemoryPlace kTblmGetLinearTblmFirstDataOpaque[] = {{1, 32}, {1, 40}, {1, 48}};
 constexpr Parameter kTblmGetTblmNextDataParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
 constexpr PointerRule kTblmGetTblmNextDataPointers[] = {
     {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true}};
+constexpr MemoryPlace kTblmGetTblmNextDataOpaque[] = {{1, 32}, {1, 40}, {1, 48}};
 constexpr Parameter kTblmReleaseTblmParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
 constexpr Parameter kTblmGetTblmAttrParameters[] = {{"arg1", kU32}, {"attr", kPointer}};
 constexpr PointerRule kTblmGetTblmAttrPointers[] = {
@@ -534,32 +538,41 @@ constexpr PointerRule kPluginRegisterBrdPluginPointers[] = {
     {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true},
     {"plugin+8", 0, 8, kIn, kText, 0, 0, true},
     {"plugin+16", 0, 16, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginRegisterBrdPluginOpaque[] = {{0, 24}};
 constexpr Parameter kPluginUnRegisterBrdPluginParameters[] = {{"plugin", kPointer}};
 constexpr PointerRule kPluginUnRegisterBrdPluginPointers[] = {
     {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginUnRegisterBrdPluginOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kPluginLoadBrdPluginParameters[] = {{"plugin", kPointer}};
 constexpr PointerRule kPluginLoadBrdPluginPointers[] = {
     {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginLoadBrdPluginOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kPluginUnLoadBrdPluginParameters[] = {{"plugin", kPointer}};
 constexpr PointerRule kPluginUnLoadBrdPluginPointers[] = {
     {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginUnLoadBrdPluginOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kPluginIsBrdPluginLoadedParameters[] = {{"plugin", kPointer}};
 constexpr PointerRule kPluginIsBrdPluginLoadedPointers[] = {
     {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginIsBrdPluginLoadedOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kPluginCheckBrdPluginParameters[] = {{"plugin", kPointer}};
 constexpr PointerRule kPluginCheckBrdPluginPointers[] = {
     {"plugin", 0, kDirect, kIn, kRecord, 0, 0, true}, {"plugin+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginCheckBrdPluginOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kPluginQueryBrdPluginParameters[] = {
     {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
 constexpr PointerRule kPluginQueryBrdPluginPointers[] = {
     {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}, {"arg1+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginQueryBrdPluginOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kPluginDisplayBrdPluginParameters[] = {
     {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}, {"arg4", kU32}};
 constexpr PointerRule kPluginDisplayBrdPluginPointers[] = {
     {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}, {"arg1+8", 0, 8, kIn, kText, 0, 0, true}};
+constexpr MemoryPlace kPluginDisplayBrdPluginOpaque[] = {{0, 16}, {0, 24}};
 constexpr Parameter kHashHashCountParameters[] = {{"table", kPointer}};
 constexpr Parameter kHashHashCreateParameters[] = {{"arg1", kPointer}};
 constexpr PointerRule kHashHashCreatePointers[] = {{"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
+constexpr MemoryPlace kHashHashCreateOpaque[] = {{0, 16}, {0, 24}, {0, 32}};
 constexpr Parameter kHashHashFindKeyParameters[] = {{"table", kPointer}, {"key", kPointer}};
 constexpr Parameter kHashHashFreeParameters[] = {{"table", kPointer}};
 constexpr Parameter kHashHashGetBucketNumParameters[] = {{"table", kPointer}};
@@ -1147,15 +1160,8 @@ constinit const SlotInfo kSlots[kSlotCount] = {
      kDevWriteFlashInfoPointers,
      {},
      nullptr},
-    {"Init",
-     "DXR_Register",
-     kNone,
-     false,
-     false,
-     kInitRegisterModuleParameters,
-     kInitRegisterModulePointers,
-     {},
-     nullptr},
+    {"Init", "DXR_Register", kNone, false, false, kInitRegisterModuleParameters,
+     kInitRegisterModulePointers, kInitRegisterModuleOpaque, nullptr},
     {"Init", "DXR_UnRegister", kNone, false, false, {}, {}, {}, nullptr},
     {"Init", "DXR_SetUdf", kNone, false, false, kInitSetUdfParameters, {}, {}, nullptr},
     {"Init",
@@ -1537,33 +1543,13 @@ constinit const SlotInfo kSlots[kSlotCount] = {
      kTblmDeleteChipTblmDataPointers,
      {},
      nullptr},
-    {"Tblm",
-     "DXR_GetCrossTblmFirstData",
-     kU32,
-     false,
-     false,
-     kTblmGetCrossTblmFirstDataParameters,
-     kTblmGetCrossTblmFirstDataPointers,
-     {},
-     nullptr},
-    {"Tblm",
-     "DXR_GetLinearTblmFirstData",
-     kU32,
-     false,
-     false,
-     kTblmGetLinearTblmFirstDataParameters,
-     kTblmGetLinearTblmFirstDataPointers,
-     {},
-     nullptr},
-    {"Tblm",
-     "DXR_GetTblmNextData",
-     kU32,
-     false,
-     false,
-     kTblmGetTblmNextDataParameters,
-     kTblmGetTblmNextDataPointers,
-     {},
-     nullptr},
+    {"Tblm", "DXR_GetCrossTblmFirstData", kU32, false, false, kTblmGetCrossTblmFirstDataParameters,
+     kTblmGetCrossTblmFirstDataPointers, kTblmGetCrossTblmFirstDataOpaque, nullptr},
+    {"Tblm", "DXR_GetLinearTblmFirstData", kU32, false, false,
+     kTblmGetLinearTblmFirstDataParameters, kTblmGetLinearTblmFirstDataPointers,
+     kTblmGetLinearTblmFirstDataOpaque, nullptr},
+    {"Tblm", "DXR_GetTblmNextData", kU32, false, false, kTblmGetTblmNextDataParameters,
+     kTblmGetTblmNextDataPointers, kTblmGetTblmNextDataOpaque, nullptr},
     {"Tblm", "DXR_ReleaseTblm", kNone, false, false, kTblmReleaseTblmParameters, {}, {}, nullptr},
     {"Tblm",
      "DXR_GetTblmAttr",
@@ -1825,88 +1811,25 @@ constinit const SlotInfo kSlots[kSlotCount] = {
      kNpGetAbsPfcLogicSpPointers,
      {},
      nullptr},
-    {"Plugin",
-     "DXR_RegisterBrdPlugin",
-     kU32,
-     false,
-     false,
-     kPluginRegisterBrdPluginParameters,
-     kPluginRegisterBrdPluginPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_UnRegisterBrdPlugin",
-     kU32,
-     false,
-     false,
-     kPluginUnRegisterBrdPluginParameters,
-     kPluginUnRegisterBrdPluginPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_LoadBrdPlugin",
-     kU32,
-     false,
-     false,
-     kPluginLoadBrdPluginParameters,
-     kPluginLoadBrdPluginPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_UnLoadBrdPlugin",
-     kNone,
-     false,
-     false,
-     kPluginUnLoadBrdPluginParameters,
-     kPluginUnLoadBrdPluginPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_IsBrdPluginLoaded",
-     kU32,
-     false,
-     false,
-     kPluginIsBrdPluginLoadedParameters,
-     kPluginIsBrdPluginLoadedPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_CheckBrdPlugin",
-     kU32,
-     false,
-     false,
-     kPluginCheckBrdPluginParameters,
-     kPluginCheckBrdPluginPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_QueryBrdPlugin",
-     kU32,
-     false,
-     false,
-     kPluginQueryBrdPluginParameters,
-     kPluginQueryBrdPluginPointers,
-     {},
-     nullptr},
-    {"Plugin",
-     "DXR_DisplayBrdPlugin",
-     kNone,
-     false,
-     false,
-     kPluginDisplayBrdPluginParameters,
-     kPluginDisplayBrdPluginPointers,
-     {},
-     nullptr},
+    {"Plugin", "DXR_RegisterBrdPlugin", kU32, false, false, kPluginRegisterBrdPluginParameters,
+     kPluginRegisterBrdPluginPointers, kPluginRegisterBrdPluginOpaque, nullptr},
+    {"Plugin", "DXR_UnRegisterBrdPlugin", kU32, false, false, kPluginUnRegisterBrdPluginParameters,
+     kPluginUnRegisterBrdPluginPointers, kPluginUnRegisterBrdPluginOpaque, nullptr},
+    {"Plugin", "DXR_LoadBrdPlugin", kU32, false, false, kPluginLoadBrdPluginParameters,
+     kPluginLoadBrdPluginPointers, kPluginLoadBrdPluginOpaque, nullptr},
+    {"Plugin", "DXR_UnLoadBrdPlugin", kNone, false, false, kPluginUnLoadBrdPluginParameters,
+     kPluginUnLoadBrdPluginPointers, kPluginUnLoadBrdPluginOpaque, nullptr},
+    {"Plugin", "DXR_IsBrdPluginLoaded", kU32, false, false, kPluginIsBrdPluginLoadedParameters,
+     kPluginIsBrdPluginLoadedPointers, kPluginIsBrdPluginLoadedOpaque, nullptr},
+    {"Plugin", "DXR_CheckBrdPlugin", kU32, false, false, kPluginCheckBrdPluginParameters,
+     kPluginCheckBrdPluginPointers, kPluginCheckBrdPluginOpaque, nullptr},
+    {"Plugin", "DXR_QueryBrdPlugin", kU32, false, false, kPluginQueryBrdPluginParameters,
+     kPluginQueryBrdPluginPointers, kPluginQueryBrdPluginOpaque, nullptr},
+    {"Plugin", "DXR_DisplayBrdPlugin", kNone, false, false, kPluginDisplayBrdPluginParameters,
+     kPluginDisplayBrdPluginPointers, kPluginDisplayBrdPluginOpaque, nullptr},
     {"Hash", "DXR_HashCount", kU32, false, false, kHashHashCountParameters, {}, {}, nullptr},
-    {"Hash",
-     "DXR_HashCreate",
-     kPointer,
-     false,
-     false,
-     kHashHashCreateParameters,
-     kHashHashCreatePointers,
-     {},
-     nullptr},
+    {"Hash", "DXR_HashCreate", kPointer, false, false, kHashHashCreateParameters,
+     kHashHashCreatePointers, kHashHashCreateOpaque, nullptr},
     {"Hash",
      "DXR_HashFindKey",
      kPointer,
