@@ -425,9 +425,9 @@ class Replay {
         return found != targets_.end() ? &found->second : nullptr;
     }
 
-    std::array<uint64_t, kMostCallbackParameters> ArgumentsOf(const TracedCall &call,
-                                                              const Target &target,
-                                                              std::byte *scratch) const {
+    static std::array<uint64_t, kMostCallbackParameters> ArgumentsOf(const TracedCall &call,
+                                                                     const Target &target,
+                                                                     std::byte *scratch) {
         const CallbackRule &rule = *kSlots[call.slot].callback;
         std::array<uint64_t, kMostCallbackParameters> words{};
         for (size_t i = 0; i < rule.parameterCount; ++i) {
@@ -594,7 +594,7 @@ const Step *Replay::Match(Runner &runner, const TracedCall &live) {
         TellDifference(runner, next, live, "  no equal call comes: answered with 0\n");
         return nullptr;
     }
-    const size_t place = static_cast<size_t>(later - runner.script.steps.data());
+    const auto place = static_cast<size_t>(later - runner.script.steps.data());
     const Runner &told = runner;
     const size_t before = runner.cursor;
     uint64_t passed = 0;
