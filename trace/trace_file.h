@@ -85,7 +85,7 @@ struct TraceFile {
     std::string version;        // of the library that wrote it
     bool hasSlots = false;      // it tells which slots were filled, by number in this release
     std::array<bool, kSlotCount> filled = {};
-    std::vector<ForeignSlot> foreign;  // their calls are not given
+    std::vector<ForeignSlot> foreign;   // their calls are not given
     std::vector<TracedThread> threads;  // by number
     std::vector<TracedCall> calls;      // in the order in which they began
     uint64_t dropped = 0;

@@ -14,7 +14,8 @@ from . import _constants, _slots
 
 HERE = pathlib.Path(__file__).parent
 # The libraries by what their functions begin with.
-LIBRARIES = {"DxrTrace": "libdxr_trace.so.1", "DxrHost": "libdxr_devhost.so.1",
+LIBRARIES = {"DxrTrace": "libdxr_trace.so.1", "DxrReplay": "libdxr_trace.so.1",
+             "DxrHost": "libdxr_devhost.so.1",
              "D": "libdxr_api.so.1"}
 CONSTANTS = {name: value for name, value in vars(_constants).items() if name[:3].upper() == "DXR"}
 

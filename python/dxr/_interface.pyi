@@ -1123,3 +1123,13 @@ def DxrTraceSlotName(slot_: int, /) -> str | None:
     """const char *DxrTraceSlotName(uint32_t slot)"""
 def DxrTraceExport(file_: _Text, format_: int, out_: _Data, error_: _Text, errorSize_: int, /) -> int:
     """uint32_t DxrTraceExport(const char *file, uint32_t format, FILE *out, char *error, uint32_t errorSize)"""
+def DxrTraceRead(file_: _Text, visit_: _Function, user_: _Data, error_: _Text, errorSize_: int, /) -> int:
+    """uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user, char *error, uint32_t errorSize)"""
+def DxrTraceDiff(a_: _Text, b_: _Text, context_: int, out_: _Data, error_: _Text, errorSize_: int, /) -> int:
+    """uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out, char *error, uint32_t errorSize)"""
+def DxrReplayInitOptions(options_: _Data, /) -> None:
+    """void DxrReplayInitOptions(DxrReplayOptions *options)"""
+def DxrReplayStart(file_: _Text, options_: _Data, error_: _Text, errorSize_: int, /) -> int:
+    """uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char *error, uint32_t errorSize)"""
+def DxrReplayStop(counts_: _Data, /) -> int:
+    """uint32_t DxrReplayStop(DxrReplayCounts *counts)"""

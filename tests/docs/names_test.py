@@ -13,7 +13,7 @@ import sys
 
 NAME = re.compile(r"(?<![\w/.-])(?:g_dxr|DXR_|Dxr)\w*(?:\.\.\.)?")
 # Options of the build, variables of the environment; examples that only show a form.
-OTHERS = re.compile(r"DXR_(BUILD|TEST|LIBRARY_PATH|HAS|FAST|WERROR|SANITIZE|COVERAGE|FUZZ|"
+OTHERS = re.compile(r"DXR_(BUILD|INSTALL|TEST|LIBRARY_PATH|HAS|FAST|WERROR|SANITIZE|COVERAGE|FUZZ|"
                     r"HARDENING|PLAIN)\w*$")
 FORMS = {"DXR_Verb", "DxrHostSomething", "DXR_API_1", "DXR_NewFunction"}
 

@@ -24,8 +24,8 @@ TEST(Dxrsh, TellsItsVersion) {
 }
 
 const std::vector<std::string> kCommands = {
-    "filter", "record", "fault", "privatelog", "simulate", "msgfilter", "bin",
-    "latest", "crc",    "links", "db",         "slots",    "trace",     "bench"};
+    "filter", "record", "fault", "privatelog", "simulate", "msgfilter", "bin",  "latest", "crc",
+    "links",  "db",     "slots", "run",        "trace",    "replay",    "diff", "bench"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

@@ -20,7 +20,8 @@ FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-background-ne
          "--disable-component-update", "--disable-sync", "--disable-dev-shm-usage",
          "--no-first-run", "--host-resolver-rules=MAP * ~NOTFOUND"]
 LOADS = """<img src="http://loaded.test/x.png"><iframe src="http://loaded.test/y.html"></iframe>
-<link rel="stylesheet" href="http://loaded.test/z.css"><script src="http://loaded.test/w.js"></script>
+<link rel="stylesheet" href="http://loaded.test/z.css">
+<script src="http://loaded.test/w.js"></script>
 """
 
 
@@ -47,7 +48,7 @@ def main(dxrsh, module):
     with tempfile.TemporaryDirectory(prefix="dxr_page_") as directory:
         work = pathlib.Path(directory)
 
-        # The browser has errands of its own. How those of a page are marked tells a page that loads.
+        # The browser has errands of its own. How those of a page are marked tells one that loads.
         other = work / "other.html"
         other.write_text(LOADS, encoding="utf-8")
         _, asked = look_at(browser, other, work)
