@@ -319,16 +319,17 @@ TEST(AllSlots, AnswerWhatTheirHooksAnsweredAndTellOtherNumbers) {
     ASSERT_LT(200U, slots.size());
     const auto hooks = std::bit_cast<DxrHooks>(table);
     ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+    // As large as what is kept of a result.
+    static std::array<char, 8192> text = {'t', 'e', 'x', 't'};
     DxrTraceOptions options = recording.Options();
     options.pointers = DXR_TRACE_POINTERS_DEVHOST;
-    options.dataBytes = 8192;
+    options.dataBytes = text.size();
     ASSERT_EQ(0U, DxrTraceStart(&options));
-    static char text[] = "text";
     std::vector<Word> first;
     const auto callAll = [&](const auto &take) {
         for (const Slot &slot : slots) {
             for (const Word number : {0, 1}) {
-                const Word answer = HasPointerResult(slot) ? reinterpret_cast<Word>(text) : 0x21;
+                const Word answer = HasPointerResult(slot) ? reinterpret_cast<Word>(&text) : 0x21;
                 g_recorder.result = answer * number;
                 take(slot, slot.binding.call(ArgumentsOf(slot, 3)));
             }

@@ -162,7 +162,8 @@ TEST_F(TraceFileTest, NonsenseWithGoodChecksumsIsRefused) {
             content += static_cast<char>(random() % 3 == 0 ? random() : random() % 4);
         }
         const auto kind = BlockKind{static_cast<uint32_t>(1 + random() % 5)};
-        const TraceFile file = ReadTraceFile(known + BlockHead(kind, 2, content) + content);
+        const std::string bytes = known + BlockHead(kind, 2, content) + content;
+        const TraceFile file = ReadTraceFile(bytes);
         refused += file.state == FileState::kDamaged ? 1 : 0;
         if (file.state == FileState::kDamaged) {
             EXPECT_EQ(known.size(), file.goodBytes);
