@@ -35,7 +35,9 @@ class Maker {
     }
 
   private:
-    const TracedCall &CallOf(const Step &step) const { return file_.calls[step.call]; }
+    [[nodiscard]] const TracedCall &CallOf(const Step &step) const {
+        return file_.calls[step.call];
+    }
 
     void Divide() {
         std::map<uint32_t, size_t> places;
@@ -68,7 +70,7 @@ class Maker {
         close(0, static_cast<uint32_t>(thread.steps.size()));
     }
 
-    ThreadKind KindOf(const ScriptThread &thread) const {
+    [[nodiscard]] ThreadKind KindOf(const ScriptThread &thread) const {
         const TracedThread *const told = file_.FindThread(thread.number);
         if (told != nullptr && told->systemId == file_.processId) {
             return ThreadKind::kMain;
@@ -121,7 +123,7 @@ class Maker {
         bool isReturn;
     };
 
-    std::vector<Event> EventsOf(const ScriptThread &thread) const {
+    [[nodiscard]] std::vector<Event> EventsOf(const ScriptThread &thread) const {
         std::vector<Event> events;
         std::vector<uint32_t> open;
         const auto close = [&](uint32_t next) {

@@ -52,6 +52,7 @@ bool Meter::Begin(uint32_t ports) {
         return false;
     }
     for (uint32_t i = 0; i < count_; ++i) {
+        // cppcheck-suppress legacyUninitvar ; new makes it
         auto *const port = new (&ports_[i]) Port{};
         (void)ReadCounter(i, port->counter);  // without it, the first rate is a wrong one
     }

@@ -328,7 +328,7 @@ TEST(AllSlots, AnswerWhatTheirHooksAnsweredAndTellOtherNumbers) {
     std::vector<Word> first;
     const auto callAll = [&](const auto &take) {
         for (const Slot &slot : slots) {
-            for (const Word number : {0, 1}) {
+            for (const Word number : {Word{0}, Word{1}}) {
                 const Word answer = HasPointerResult(slot) ? reinterpret_cast<Word>(&text) : 0x21;
                 g_recorder.result = answer * number;
                 take(slot, slot.binding.call(ArgumentsOf(slot, 3)));

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -34,7 +36,7 @@ void CountUnfilled() {
     using Slot [[gnu::may_alias]] = void (*)();
     static_assert(sizeof(DxrHooks) == kTableSlots * sizeof(Slot));
     auto *const table = reinterpret_cast<Slot *>(DXR_GetHooks());
-    const auto *const counting = reinterpret_cast<const Slot *>(&kUnfilled);
+    const auto counting = std::bit_cast<std::array<void (*)(), kTableSlots>>(kUnfilled);
     for (size_t i = 0; i < kTableSlots; ++i) {
         if (table[i] == nullptr) {
             table[i] = counting[i];

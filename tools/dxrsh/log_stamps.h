@@ -63,11 +63,13 @@ class LogStamps {
         bool afterPriority;  // "<34>" stands before the first column
         size_t column;       // columns to pass over
         size_t skip;         // characters of the column before the stamp
+        // NOLINTNEXTLINE(modernize-use-nullptr,readability-implicit-bool-conversion)
         friend auto operator<=>(const Place &, const Place &) = default;
     };
     struct Candidate {
         size_t form;
         Place place;
+        // NOLINTNEXTLINE(modernize-use-nullptr,readability-implicit-bool-conversion)
         friend auto operator<=>(const Candidate &, const Candidate &) = default;
     };
     struct Evidence {

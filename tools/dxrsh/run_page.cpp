@@ -226,6 +226,7 @@ std::string Slots(const RunReport &report) {
                                         : "<h2>Latency by slot</h2>\n";
     if (!report.isVirtual && !used.empty()) {
         std::vector<Bar> bars;
+        bars.reserve(used.size());
         for (const uint32_t slot : used) {
             bars.push_back({DxrTraceSlotName(slot), report.counts[slot].p99Ns,
                             Duration(report.counts[slot].p99Ns)});

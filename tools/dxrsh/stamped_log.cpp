@@ -61,7 +61,7 @@ void StampedLog::Open() {
     }
 }
 
-bool StampedLog::NextWhole(Line &line) {
+bool StampedLog::NextWhole(Line &line) const {
     try {
         return log_.reader->Next(line);
     } catch (const LineTooLong &error) {

@@ -61,7 +61,7 @@ class StampedLog {
     };
 
     void Open();
-    [[nodiscard]] bool NextWhole(Line &line);
+    [[nodiscard]] bool NextWhole(Line &line) const;
 
     LogOptions options_;
     LineClock clock_;

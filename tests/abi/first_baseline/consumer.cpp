@@ -63,10 +63,12 @@ void CheckFaultRules() {
     rules.push_back(std::make_unique<DxrFaultMultiAccumulatedSpec>(pairs));
     rules.push_back(std::make_unique<DxrFaultTimeoutSpec>(500));
     rules.push_back(std::make_unique<AnyEvent>());
-    for (const std::unique_ptr<DxrFaultSpec> &rule : rules) {
-        Expect(rule->IsSatisfied(&counter), typeid(*rule).name());
+    for (const std::unique_ptr<DxrFaultSpec> &each : rules) {
+        DxrFaultSpec &rule = *each;
+        Expect(rule.IsSatisfied(&counter), typeid(rule).name());
     }
-    Expect(typeid(*rules[0]) == typeid(DxrFaultAccumulatedSpec),
+    const DxrFaultSpec &first = *rules[0];
+    Expect(typeid(first) == typeid(DxrFaultAccumulatedSpec),
            "the factory makes a rule of that type");
     Expect(dynamic_cast<DxrFaultMultiAccumulatedSpec *>(rules[1].get()) != nullptr,
            "the factory makes a rule of several pairs");

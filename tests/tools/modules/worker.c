@@ -151,7 +151,7 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("stuck")) {
         DXR_ReadEvent(0x20, 0, DXR_HOST_FOREVER, &events);
     }
-    printf("sum %u, ticks %u\n", g_sum, g_ticks >= 3 ? 3 : 0);
+    printf("sum %u, ticks %u\n", g_sum, g_ticks >= 3 ? 3U : 0U);
     fflush(stdout);
     return 0;
 }
