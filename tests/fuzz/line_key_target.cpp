@@ -1,4 +1,5 @@
-// The keys that an expression finds in a line beside searches written for each expression.
+// The keys that an expression finds in a line beside searches written for each expression, and what
+// is left of the line when numbers are masked beside a search word by word.
 #include "line_key.h"
 
 #include <array>
@@ -9,6 +10,7 @@
 
 #include "errors.h"
 #include "fuzz/targets.h"
+#include "line_mask.h"
 
 namespace dxrfuzz {
 namespace {
@@ -156,12 +158,106 @@ constexpr Row kRows[] = {
 };
 constexpr size_t kRowCount = sizeof(kRows) / sizeof(kRows[0]);
 
+bool IsWordCharacter(char c) {
+    return IsDigit(c) || IsLower(c) || (c >= 'A' && c <= 'Z');
+}
+
+bool IsHex(std::string_view word) {
+    for (const char c : word) {
+        if (HexValue(c) < 0) {
+            return false;
+        }
+    }
+    return !word.empty();
+}
+
+size_t DigitRuns(std::string_view word) {
+    size_t runs = 0;
+    for (size_t i = 0; i < word.size(); ++i) {
+        runs += IsDigit(word[i]) && (i == 0 || !IsDigit(word[i - 1])) ? 1 : 0;
+    }
+    return runs;
+}
+
+// The end of a UUID or an address at `begin`, which is the head of a word; `begin` for none.
+size_t GroupEnd(std::string_view text, size_t begin) {
+    size_t end = RunEnd(text, begin, IsWordCharacter);
+    if (!IsHex(text.substr(begin, end - begin)) || end == text.size()) {
+        return begin;
+    }
+    const char mark = text[end];
+    size_t words = 1;
+    bool doubled = false;
+    while (end < text.size() && text[end] == mark && (mark == ':' || mark == '-')) {
+        size_t next = end + 1;
+        const bool two = mark == ':' && next < text.size() && text[next] == ':';
+        next += two ? 1 : 0;
+        const size_t nextEnd = RunEnd(text, next, IsWordCharacter);
+        if (!IsHex(text.substr(next, nextEnd - next))) {
+            break;
+        }
+        doubled = doubled || two;
+        end = nextEnd;
+        ++words;
+    }
+    const bool counts = (doubled || words > 4) && DigitRuns(text.substr(begin, end - begin)) > 0;
+    return counts ? end : begin;
+}
+
+std::string MaskModel(std::string_view text) {
+    std::string masked;
+    size_t at = 0;
+    while (at < text.size()) {
+        if (!IsWordCharacter(text[at])) {
+            masked += text[at++];
+            continue;
+        }
+        const size_t end = RunEnd(text, at, IsWordCharacter);
+        const std::string_view word = text.substr(at, end - at);
+        const size_t runs = DigitRuns(word);
+        const bool isNumber = RunEnd(word, 0, IsDigit) == word.size();
+        const bool isPrefixed = word.size() > 2 && word[0] == '0' &&
+                                (word[1] == 'x' || word[1] == 'X') && IsHex(word.substr(2));
+        const bool isIdentifier =
+            !isNumber && ((IsHex(word) && (word.size() > 7 || (runs > 0 && word.size() > 3))) ||
+                          runs > 2 || (runs > 0 && word.size() > 19));
+        if (const size_t groupEnd = GroupEnd(text, at); groupEnd != at) {
+            masked += '#';
+            at = groupEnd;
+        } else if (isPrefixed || isIdentifier) {
+            masked += '#';
+            at = end;
+        } else {
+            const bool signedWord = IsDigit(text[at]) && at > 0 &&
+                                    (text[at - 1] == '-' || text[at - 1] == '+') &&
+                                    (at < 2 || !IsWordCharacter(text[at - 2]));
+            if (signedWord) {
+                masked.pop_back();
+            }
+            while (at < end) {
+                if (!IsDigit(text[at])) {
+                    masked += text[at++];
+                    continue;
+                }
+                masked += '#';
+                at = RunEnd(text, at, IsDigit);
+                while (at + 1 < text.size() && (text[at] == '.' || text[at] == ',') &&
+                       IsDigit(text[at + 1])) {
+                    at = RunEnd(text, at + 1, IsDigit);
+                }
+            }
+        }
+    }
+    return masked;
+}
+
 constexpr const char *kBad[] = {"(", "[a", "a{2", "(a)(b)(c)(d)(e)", "[b-a]", "\\"};
 
 std::string Line(Input &input) {
-    static constexpr const char *kPieces[] = {"id=",        "0x",  "4294967295", "4294967296",
-                                              "a b c ",     "ab1", "7",          "00000000000012",
-                                              "0xFFFFFFFF", "x",   "ffffffff1",  " "};
+    static constexpr const char *kPieces[] = {
+        "id=",        "0x", "4294967295", "4294967296", "a b c ",   "ab1",   "7", "00000000000012",
+        "0xFFFFFFFF", "x",  "ffffffff1",  " ",          "fe80::",   ":",     "-", "cafe",
+        "10.0.0.1",   ".",  "deadbeef",   "+3.5",       "00:1b:2c", "a1b2c3"};
     std::string line;
     while (!input.Empty()) {
         const uint8_t byte = input.Byte();
@@ -203,6 +299,9 @@ void LineKey(Input &input) {
         DXR_FUZZ_SAME(found == wanted.has_value());
         DXR_FUZZ_SAME(!found || keys == *wanted);
         DXR_FUZZ_SAME(dxrsh::KeyValue(line) == ModelValue(line));
+        std::string masked;
+        dxrsh::MaskVarying(line, line.size() + 1, masked);
+        DXR_FUZZ_SAME(masked == MaskModel(line));
     }
 }
 

@@ -1,6 +1,8 @@
 // The stamps at the heads of log lines beside a reader that tries each form by a pattern and counts
-// years and days one by one.
+// years and days one by one; those of written forms beside one that walks along the form.
 #include "time_stamp.h"
+
+#include "stamp_format.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -215,6 +217,178 @@ struct Reader {
     }
 };
 
+constexpr struct {
+    const char *format;
+    bool mayHaveZone;
+} kForms[] = {
+    {"%Y/%m/%d %H:%M:%S", true},
+    {"%d/%b/%Y:%H:%M:%S %z", false},
+    {"%a %b %e %H:%M:%S %Y", false},
+    {"%y/%m/%d %H:%M:%S", false},
+    {"%y%m%d %H%M%S", false},
+    {"%m-%d %H:%M:%S.%f", false},
+    {"%s", false},
+    {"%Q", false},
+    {"%Y-%m-%dT%H:%M:%S", true},
+};
+constexpr size_t kFormCount = sizeof(kForms) / sizeof(kForms[0]);
+
+// Exactly as many digits as each directive has at most; nothing is remembered from line to line but
+// the time of the last stamp.
+struct FormModel {
+    Reader years;
+    int year = -1;
+    int month = 0;
+    int day = 0;
+    int time[3] = {};
+    int zone = 0;
+    int64_t epoch = -1;
+
+    // The end of a name of which at least three letters are there; `number` from 1 on.
+    static size_t Name(std::string_view line, size_t at, bool isMonth, int *number) {
+        static constexpr std::string_view kNames[] = {
+            "january", "february",  "march",    "april",    "may",      "june",   "july",
+            "august",  "september", "october",  "november", "december", "sunday", "monday",
+            "tuesday", "wednesday", "thursday", "friday",   "saturday"};
+        for (size_t i = isMonth ? 0 : 12; i < (isMonth ? 12U : 19U); ++i) {
+            const auto begins = [&](std::string_view name) {
+                for (size_t k = 0; k < name.size(); ++k) {
+                    const char c = at + k < line.size() ? line[at + k] : ' ';
+                    if (c != name[k] && c != name[k] - 'a' + 'A') {
+                        return false;
+                    }
+                }
+                return true;
+            };
+            if (begins(kNames[i].substr(0, 3))) {
+                *number = static_cast<int>(i) + 1;
+                return at + (begins(kNames[i]) ? kNames[i].size() : 3);
+            }
+        }
+        return 0;
+    }
+
+    static bool Digits(std::string_view line, size_t *at, size_t count, int low, int high,
+                       int *value) {
+        if (!Goes(line, *at, std::string_view("dddd").substr(0, count))) {
+            return false;
+        }
+        *value = Value(line, *at, count);
+        *at += count;
+        return *value >= low && *value <= high;
+    }
+
+    bool Directive(char what, std::string_view line, size_t *at) {
+        switch (what) {
+            case 'Y':
+                return Digits(line, at, 4, 1970, 2105, &year);
+            case 'y': {
+                const bool found = Digits(line, at, 2, 0, 99, &year);
+                year += year < 69 ? 2000 : 1900;
+                return found;
+            }
+            case 'm':
+                return Digits(line, at, 2, 1, 12, &month);
+            case 'd':
+                return Digits(line, at, 2, 1, 31, &day);
+            case 'H':
+                return Digits(line, at, 2, 0, 23, &time[0]);
+            case 'M':
+                return Digits(line, at, 2, 0, 59, &time[1]);
+            case 'S':
+                return Digits(line, at, 2, 0, 60, &time[2]);
+            case 'b':
+            case 'a': {
+                int number = 0;
+                const size_t end = Name(line, *at, what == 'b', &number);
+                month = what == 'b' ? number : month;
+                *at = end;
+                return end != 0;
+            }
+            case 'e': {
+                *at += Goes(line, *at, " ") ? 1 : 0;
+                size_t two = *at;
+                if (Digits(line, &two, 2, 1, 31, &day)) {
+                    *at = two;
+                    return true;
+                }
+                return Digits(line, at, 1, 1, 9, &day);
+            }
+            case 'f':
+                if (!Goes(line, *at, "d")) {
+                    return false;
+                }
+                while (Goes(line, *at, "d")) {
+                    ++*at;
+                }
+                return true;
+            case 'z': {
+                const size_t before = *at;
+                const bool begins =
+                    before < line.size() &&
+                    std::string_view("Z+-").find(line[before]) != std::string_view::npos;
+                zone = begins ? Reader::Zone(line, at) : 0;
+                return begins && *at != before;
+            }
+            default: {
+                epoch = 0;
+                size_t digits = 0;
+                while (Goes(line, *at, "d") && digits < 13) {
+                    epoch = epoch * 10 + Value(line, (*at)++, 1);
+                    ++digits;
+                }
+                epoch /= what == 'Q' ? 1000 : 1;
+                return digits > 0 && !Goes(line, *at, "d") && epoch <= int64_t{UINT32_MAX} &&
+                       epoch >= 1'000'000'000;
+            }
+        }
+    }
+
+    std::optional<dxrsh::TimeStamp> Read(std::string_view line, size_t form) {
+        const std::string_view format = kForms[form].format;
+        size_t at = 0;
+        for (size_t i = 0; i < format.size(); ++i) {
+            if (format[i] == ' ') {
+                const size_t before = at;
+                while (at < line.size() && (line[at] == ' ' || line[at] == '\t')) {
+                    ++at;
+                }
+                if (at == before) {
+                    return std::nullopt;
+                }
+            } else if (format[i] != '%') {
+                if (!Goes(line, at, format.substr(i, 1))) {
+                    return std::nullopt;
+                }
+                ++at;
+            } else {
+                const char what = format[++i];
+                if (!Directive(what, line, &at)) {
+                    return std::nullopt;
+                }
+                const bool given = i + 1 < format.size() && format[i + 1] == '.';
+                if ((what == 'S' || what == 's') && !given) {
+                    Reader::Fraction(line, &at);
+                }
+            }
+        }
+        const int tailZone = kForms[form].mayHaveZone ? Reader::Zone(line, &at) : 0;
+        if (IsWordAt(line, at) || (epoch < 0 && day > DaysOf(year < 0 ? 2000 : year, month))) {
+            return std::nullopt;
+        }
+        const int secOfDay = time[0] * 3600 + time[1] * 60 + time[2];
+        const int64_t local = epoch >= 0 ? epoch
+                              : year < 0 ? years.InYear(month, day, secOfDay)
+                                         : Seconds(year, month, day, secOfDay);
+        const int64_t sec = local - zone - tailZone;
+        if (sec < 0 || sec > int64_t{UINT32_MAX}) {
+            return std::nullopt;
+        }
+        years.last = local - zone;
+        return dxrsh::TimeStamp{static_cast<uint32_t>(sec), at};
+    }
+};
+
 std::string Written(uint32_t sec) {
     const int year = YearOf(sec);
     int64_t left = sec - Seconds(year, 1, 1, 0);
@@ -233,11 +407,52 @@ std::string Written(uint32_t sec) {
 // Bytes from 0x80 on stand for the pieces of stamps, the others for themselves.
 std::string Line(Input &input) {
     static constexpr const char *kPieces[] = {
-        "2026-11-21", "1970-01-01", "2105-12-31", "2024-02-29", "2100-02-28", "T",       " ",
-        "Z",          "03:37:00",   "00:00:00",   "23:59:60",   ".250",       ",5",      "+01:00",
-        "-0130",      " +0000",     " -12",       "Jan ",       "Feb 29 ",    "Mar  1 ", "Dec 31 ",
-        "Nov 2",      "Jun ",       "Sep 30 ",    "-",          ":",          "2",       "1969-",
-        "2106-02-07", "06:28:15",   "May  ",      "+23:59",
+        "2026-11-21",
+        "1970-01-01",
+        "2105-12-31",
+        "2024-02-29",
+        "2100-02-28",
+        "T",
+        " ",
+        "Z",
+        "03:37:00",
+        "00:00:00",
+        "23:59:60",
+        ".250",
+        ",5",
+        "+01:00",
+        "-0130",
+        " +0000",
+        " -12",
+        "Jan ",
+        "Feb 29 ",
+        "Mar  1 ",
+        "Dec 31 ",
+        "Nov 2",
+        "Jun ",
+        "Sep 30 ",
+        "-",
+        ":",
+        "2",
+        "1969-",
+        "2106-02-07",
+        "06:28:15",
+        "May  ",
+        "+23:59",
+        "2026/11/21",
+        "21/Nov/2026:",
+        "Sun ",
+        "Sunday",
+        " 2026",
+        "26/11/21",
+        "261121 ",
+        "033700",
+        "11-21",
+        "1795232220",
+        "1795232220250",
+        "February",
+        "69/01/01",
+        "31/Feb/2026:",
     };
     std::string line;
     while (!input.Empty()) {
@@ -263,6 +478,26 @@ void TimeStamp(Input &input) {
                       : dxrsh::StampReader::Before(start);
     Reader model = {std::nullopt, given ? 0 : start, given ? static_cast<int>(start) : 0};
     DXR_FUZZ_SAME(dxrsh::FormatTime(start) == Written(start));
+    const size_t form = input.Below(2 * kFormCount);  // half of the inputs are for the heads
+    if (form < kFormCount) {
+        dxrsh::StampFormat format(kForms[form].format, dxrsh::StampWidth::kExact);
+        if (kForms[form].mayHaveZone) {
+            format.AllowZone();
+        }
+        dxrsh::FormatReader formReader(format,
+                                       given ? dxrsh::YearFinder::FromYear(static_cast<int>(start))
+                                             : dxrsh::YearFinder::Before(start));
+        while (!input.Empty()) {
+            const std::string line = Line(input);
+            const auto answer = formReader.Read(line);
+            FormModel formModel{model};
+            const auto wanted = formModel.Read(line, form);
+            model = formModel.years;
+            DXR_FUZZ_SAME(answer.has_value() == wanted.has_value());
+            DXR_FUZZ_SAME(!answer || answer->sec == wanted->sec);
+            DXR_FUZZ_SAME(!answer || answer->length == wanted->length);
+        }
+    }
     while (!input.Empty()) {
         const std::string line = Line(input);
         const auto answer = real.Read(line);

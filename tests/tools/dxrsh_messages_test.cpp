@@ -89,9 +89,9 @@ TEST_F(DxrshSimulate, SetsACount) {
 
 TEST_F(DxrshSimulate, AnUnknownIdentifierIsRefused) {
     ExpectRefused(Run("simulate", "set", kTable, {"3", "7"}),
-                  "set simulate msg lost[7] failed, id[3]");
+                  File() + ": there is no message with the id 3");
     ExpectRefused(Run("simulate", "replay", kTable, {"--set", "3=7", "17"}),
-                  "set simulate msg lost[7] failed, id[3]");
+                  File() + ": there is no message with the id 3");
 }
 
 TEST_F(DxrshSimulate, ReplaysMessages) {

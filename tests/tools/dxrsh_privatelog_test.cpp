@@ -111,8 +111,7 @@ TEST_F(DxrshPrivateLog, AMissingDirectoryIsAFailure) {
 
 TEST_F(DxrshPrivateLog, ALogThatCannotBeWrittenIsAFailure) {
     std::filesystem::create_directory(opt.Path("lomk2/var/log/tm.log"));
-    ExpectFails({"write", "tm.log"}, 1, "private log /opt/lomk2/var/log/tm.log cannot be written",
-                "text");
+    ExpectFails({"write", "tm.log"}, 1, "/opt/lomk2/var/log/tm.log is a directory", "text");
 }
 
 TEST_F(DxrshPrivateLog, NamesStayInTheDirectory) {

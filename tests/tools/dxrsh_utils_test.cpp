@@ -72,12 +72,12 @@ TEST(DxrshCrc, AMissingFileIsAFailure) {
                 "cannot open /nonexistent/f: No such file or directory");
 }
 
-TEST(DxrshCrc, FilesBeforeAMissingOneAreTold) {
+TEST(DxrshCrc, FilesBesideAMissingOneAreTold) {
     const TemporaryDirectory directory;
     const std::string one = directory.Write("one", "123456789");
     const Outcome outcome = RunDxrsh({"crc", one, "/nonexistent/f", one});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out, "0xa2 9 " + one + "\n");
+    EXPECT_EQ(outcome.out, "0xa2 9 " + one + "\n0xa2 9 " + one + "\n");
     EXPECT_EQ(outcome.err, "dxrsh: cannot open /nonexistent/f: No such file or directory\n");
 }
 

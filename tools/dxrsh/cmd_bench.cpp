@@ -15,6 +15,8 @@
 #include "commands.h"
 #include "figures.h"
 #include "file_io.h"
+#include "help.h"
+#include "json_text.h"
 #include "number_option.h"
 
 namespace dxrsh {
@@ -22,6 +24,7 @@ namespace {
 
 struct BenchOptions {
     unsigned rounds = 15;
+    bool json = false;
 };
 
 std::string Processor() {
@@ -86,13 +89,29 @@ void RunBench(const BenchOptions &options) {
     const bench::BareHost host;
     const std::vector<bench::Figure> figures = Figures();
     Output output(STDOUT_FILENO);
-    output.Write(fmt::format("processor: {}\n\n", Processor()));
+    if (!options.json) {
+        output.Write(fmt::format("processor: {}\n\n", Processor()));
+    }
     const size_t width = WidthOf(figures);
-    output.Write(
-        fmt::format(kHeadings, "function", width, "library ns", "peer ns", "ratio", "peer"));
+    if (!options.json) {
+        output.Write(
+            fmt::format(kHeadings, "function", width, "library ns", "peer ns", "ratio", "peer"));
+    }
     for (const bench::Figure &figure : figures) {
         output.Flush();  // each row is seen as soon as it is known
         const bench::Result result = bench::Measure(figure, effort);
+        if (options.json) {
+            JsonText json;
+            json.BeginObject()
+                .Text("function", figure.name)
+                .Real("library_ns", result.oursNs)
+                .Real("peer_ns", result.peerNs)
+                .Real("ratio", result.ratio)
+                .Text("peer", figure.peerName)
+                .EndObject();
+            output.Write(json.Line());
+            continue;
+        }
         output.Write(fmt::format(kRow, figure.name, width, result.oursNs, result.peerNs,
                                  result.ratio, figure.peerName));
     }
@@ -105,11 +124,13 @@ void AddBenchCommand(CLI::App &program) {
     const auto options = std::make_shared<BenchOptions>();
     CLI::App *const command =
         program.add_subcommand("bench", "What the library's functions cost on this machine");
-    command->footer(
-        "Prints the nanoseconds of processor time that a call takes, the same for what one would\n"
-        "use instead from the C and C++ libraries, and their ratio: the two are sampled in turn,\n"
-        "and what counts is the median of the rounds. Texts have 80 characters. Answers are\n"
-        "checked before anything is timed.");
+    Describe(*command,
+             "Prints the nanoseconds of processor time that a call takes, the same for what one "
+             "would use instead from the C and C++ libraries, and their ratio: the two are sampled "
+             "in turn, and what counts is the median of the rounds. Texts have 80 characters. "
+             "Answers are checked before anything is timed.",
+             {"dxrsh bench --rounds 1", "dxrsh bench --rounds 1 --json"});
+    AddJsonFlag(*command, options->json);
     command->add_option("--rounds", options->rounds, "Rounds, 1 to 1000 (default 15)")
         ->transform(AsWholeNumber())
         ->check(CLI::Range(1, 1000))

@@ -2,8 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,7 +18,10 @@
 #include "dxr_devhost.h"
 #include "errors.h"
 #include "file_io.h"
+#include "help.h"
 #include "host.h"
+#include "json_text.h"
+#include "say.h"
 
 namespace dxrsh {
 namespace {
@@ -21,11 +30,13 @@ struct BinOptions {
     std::string folder;
     std::string name;
     std::string workPath = ".";
+    bool json = false;
 };
 
 struct LatestOptions {
     std::string directory;
     std::string pattern;
+    bool json = false;
 };
 
 // A block of the host's memory that the library handed over.
@@ -46,13 +57,25 @@ class LoadedData {
     uint32_t length_;
 };
 
-// The library's own words about its latest failure.
-std::string WordsOf(const MessageCatcher &messages, std::string_view otherwise) {
-    std::string words = messages.Last();
-    while (!words.empty() && words.back() == ' ') {
-        words.pop_back();
+std::string ErrorOf(int error) {
+    return std::strerror(error);  // NOLINT(concurrency-mt-unsafe): dxrsh has one thread
+}
+
+// Why the library does not load a file.
+std::string ReasonAgainst(const std::string &path) {
+    constexpr uint64_t kTooLong = 10485760;
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+        return ErrorOf(errno);
     }
-    return words.empty() ? std::string(otherwise) : words;
+    if (S_ISDIR(status.st_mode)) {
+        return ErrorOf(EISDIR);
+    }
+    if (const auto length = static_cast<uint64_t>(status.st_size);
+        length == 0 || length >= kTooLong) {
+        return fmt::format("has {} bytes, 1 to {} can be loaded", length, kTooLong - 1);
+    }
+    return "there is not enough memory";
 }
 
 // The library forms its paths in as much room, and cuts what is longer.
@@ -80,10 +103,22 @@ void RunBin(const BinOptions &options) {
     if (DXR_GetBinFilePath(options.folder.c_str(), options.name.c_str(), path.data(), kPathSize) !=
             0 ||
         DXR_GetBinFileData(options.folder.c_str(), options.name.c_str(), &bytes, &length) != 0) {
-        throw RunError(WordsOf(messages, "there is not enough memory for the file"));
+        const std::string wanted = options.workPath + "/" + options.folder + "/" + options.name;
+        throw RunError(fmt::format("cannot load {}: {}", wanted, ReasonAgainst(wanted)));
     }
     const LoadedData data(bytes, length);
-    WriteOut(fmt::format("{}: {} bytes, CRC-8 0x{:02x}\n", path.data(), data.Length(), data.Crc()));
+    if (options.json) {
+        JsonText json;
+        json.BeginObject()
+            .Text("file", path.data())
+            .Number("bytes", data.Length())
+            .Number("crc8", data.Crc())
+            .EndObject();
+        WriteOut(json.Line());
+        return;
+    }
+    WriteOut(fmt::format("{}: {} bytes, CRC-8 0x{:02x}\n", Printable(path.data(), SIZE_MAX),
+                         data.Length(), data.Crc()));
 }
 
 void RunLatest(const LatestOptions &options) {
@@ -103,9 +138,22 @@ void RunLatest(const LatestOptions &options) {
             fmt::format("no name in {} contains '{}'", options.directory, options.pattern));
     }
     if (result != 0) {
-        throw RunError(WordsOf(messages, "the directory cannot be searched"));
+        errno = 0;
+        DIR *const directory = opendir(options.directory.c_str());
+        const std::string reason =
+            directory == nullptr ? ErrorOf(errno) : "a name in it is too long";
+        if (directory != nullptr) {
+            closedir(directory);
+        }
+        throw RunError(fmt::format("cannot search {}: {}", options.directory, reason));
     }
-    WriteOut(fmt::format("{}\n", name.data()));
+    if (options.json) {
+        JsonText json;
+        json.BeginObject().Text("name", name.data()).EndObject();
+        WriteOut(json.Line());
+        return;
+    }
+    WriteOut(fmt::format("{}\n", Printable(name.data(), SIZE_MAX)));
 }
 
 }  // namespace
@@ -114,7 +162,10 @@ void AddBinCommand(CLI::App &program) {
     const auto options = std::make_shared<BinOptions>();
     CLI::App *const command =
         program.add_subcommand("bin", "Loads a binary data file below a work directory");
-    command->footer("Prints the file's path, its length and the CRC-8 of what was loaded.");
+    Describe(*command, "Prints the file's path, its length and the CRC-8 of what was loaded.",
+             {"dxrsh bin dxrsh messages.json --work examples",
+              "dxrsh bin dxrsh filters.json --work examples --json"});
+    AddJsonFlag(*command, options->json);
     command->add_option("FOLDER", options->folder, "Folder below the work directory")->required();
     command->add_option("NAME", options->name, "Name of the file")->required();
     command->add_option("--work", options->workPath, "The work directory (default .)")
@@ -126,8 +177,10 @@ void AddLatestCommand(CLI::App &program) {
     const auto options = std::make_shared<LatestOptions>();
     CLI::App *const command =
         program.add_subcommand("latest", "The latest file of a directory, by name");
-    command->footer(
-        "Prints the name that is greatest in byte order among those that contain PATTERN.");
+    Describe(*command,
+             "Prints the name that is greatest in byte order among those that contain PATTERN.",
+             {"dxrsh latest examples/dxrsh .log", "dxrsh latest examples/dxrsh json --json"});
+    AddJsonFlag(*command, options->json);
     command->add_option("DIR", options->directory, "The directory")->required();
     command->add_option("PATTERN", options->pattern, "Text that the name contains")->required();
     command->callback([options] { RunLatest(*options); });

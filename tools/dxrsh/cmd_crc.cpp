@@ -9,7 +9,11 @@
 
 #include "commands.h"
 #include "dxr_api.h"
+#include "errors.h"
 #include "file_io.h"
+#include "help.h"
+#include "json_text.h"
+#include "say.h"
 
 namespace dxrsh {
 namespace {
@@ -37,29 +41,58 @@ FileCrc CrcOf(Input &input) {
     }
 }
 
-void RunCrc(std::vector<std::string> paths) {
-    if (paths.empty()) {
-        paths.emplace_back("-");
+struct CrcOptions {
+    std::vector<std::string> paths;
+    bool json = false;
+};
+
+std::string RowOf(const CrcOptions &options, const std::string &path) {
+    Input input(path);
+    const FileCrc result = CrcOf(input);
+    if (options.json) {
+        JsonText json;
+        json.BeginObject()
+            .Text("file", path)
+            .Number("bytes", result.bytes)
+            .Number("crc8", result.crc)
+            .EndObject();
+        return json.Line();
     }
-    for (const std::string &path : paths) {
-        Input input(path);
-        const FileCrc result = CrcOf(input);
-        // At once: what is known stands, should the next file not be readable.
-        WriteOut(fmt::format("0x{:02x} {} {}\n", result.crc, result.bytes, path));
+    return fmt::format("0x{:02x} {} {}\n", result.crc, result.bytes, Printable(path, SIZE_MAX));
+}
+
+// A file that cannot be read is no reason to keep the others back.
+void RunCrc(CrcOptions options) {
+    if (options.paths.empty()) {
+        options.paths.emplace_back("-");
+    }
+    bool failed = false;
+    for (const std::string &path : options.paths) {
+        try {
+            WriteOut(RowOf(options, path));
+        } catch (const FileError &error) {
+            failed = true;
+            Say(stderr, "dxrsh: {}\n", Printable(error.what(), SIZE_MAX));
+        }
+    }
+    if (failed) {
+        throw Ended(kExitFailure);
     }
 }
 
 }  // namespace
 
 void AddCrcCommand(CLI::App &program) {
-    const auto paths = std::make_shared<std::vector<std::string>>();
+    const auto options = std::make_shared<CrcOptions>();
     CLI::App *const command = program.add_subcommand("crc", "The CRC-8 of files");
-    command->footer(
-        "Prints the CRC (polynomial 0x31, most significant bit first, start 0), the length in "
-        "bytes\n"
-        "and the name of each file.");
-    command->add_option("FILE", *paths, "The files; - or nothing is standard input");
-    command->callback([paths] { RunCrc(*paths); });
+    Describe(*command,
+             "Prints the CRC (polynomial 0x31, most significant bit first, start 0), the length in "
+             "bytes and the name of each file. A file that cannot be read is told, the others are "
+             "done, and the exit code is 1.",
+             {"dxrsh crc examples/dxrsh/messages.json", "printf 123456789 | dxrsh crc --json"});
+    command->add_option("FILE", options->paths, "The files; - or nothing is standard input");
+    AddJsonFlag(*command, options->json);
+    command->callback([options] { RunCrc(*options); });
 }
 
 }  // namespace dxrsh

@@ -3,10 +3,12 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "commands.h"
 #include "dxr_devhost.h"
 #include "errors.h"
+#include "help.h"
 
 namespace dxrsh {
 namespace {
@@ -26,9 +28,14 @@ void AddDbCommand(CLI::App &program) {
 
     const auto path = std::make_shared<std::string>();
     CLI::App *const init = command->add_subcommand("init", "Makes a sample chassis");
-    init->footer(
-        "Makes an SQLite file with four line processing units, their fabric interface chips,\n"
-        "traffic managers, ports and queues. Nothing that exists is overwritten.");
+    const std::vector<std::string> examples = {
+        "rm -f /tmp/chassis.db; dxrsh db init /tmp/chassis.db",
+        "rm -f /tmp/other.db; dxrsh db init /tmp/other.db && rm /tmp/other.db"};
+    Describe(*command, "Any SQLite tool changes such a file.", examples);
+    Describe(*init,
+             "Makes an SQLite file with four line processing units, their fabric interface chips, "
+             "traffic managers, ports and queues. Nothing that exists is overwritten.",
+             examples);
     init->add_option("FILE", *path, "The file")->required();
     init->callback([path] { RunInit(*path); });
 }

@@ -15,10 +15,13 @@
 #include "dxr_api.h"
 #include "errors.h"
 #include "file_io.h"
+#include "help.h"
 #include "host.h"
+#include "json_text.h"
 #include "line_clock.h"
 #include "number_option.h"
 #include "numbers.h"
+#include "progress.h"
 #include "stamped_log.h"
 #include "time_stamp.h"
 
@@ -31,6 +34,7 @@ struct FaultOptions {
     LogOptions log;
     uint32_t uptime = 0;
     std::string endTime;
+    bool json = false;
 };
 
 using Rule = std::pair<uint32_t, uint32_t>;  // seconds, events
@@ -99,8 +103,32 @@ void RunFault(const FaultOptions &options) {
     LineClock &clock = log.Clock();
     clock.SetUptime(options.uptime);
     Output output(STDOUT_FILENO);
-    log.OnRead([&output] { output.Flush(); });
-    output.Write(fmt::format(kRow, "time", "events", "before", "with it"));
+    Progress progress(log.Size());
+    log.OnRead([&] {
+        output.Flush();
+        progress.Update(log.BytesRead());
+    });
+    const auto write = [&](uint32_t sec, uint32_t events, std::string_view before,
+                           std::string_view after) {
+        if (options.json) {
+            JsonText json;
+            json.BeginObject()
+                .Text("time", FormatTime(sec))
+                .Number("events", events)
+                .Text("before", before);
+            if (!after.empty()) {
+                json.Text("with_it", after);
+            }
+            output.Write(json.EndObject().Line());
+        } else {
+            output.Write(after.empty()
+                             ? fmt::format("{:<19}  {:>6}  {}\n", FormatTime(sec), events, before)
+                             : fmt::format(kRow, FormatTime(sec), events, before, after));
+        }
+    };
+    if (!options.json) {
+        output.Write(fmt::format(kRow, "time", "events", "before", "with it"));
+    }
     const auto counter = std::make_unique<DxrCounter>();
     StampedLine line{};
     while (log.Next(line)) {
@@ -109,14 +137,13 @@ void RunFault(const FaultOptions &options) {
         }
         const std::string_view before = ruleSet.Judge(*counter);
         counter->IncreaseCount();
-        output.Write(fmt::format(kRow, FormatTime(clock.Now()), counter->GetCount(), before,
-                                 ruleSet.Judge(*counter)));
+        write(clock.Now(), counter->GetCount(), before, ruleSet.Judge(*counter));
     }
     if (end) {
         clock.Set(*end);
-        output.Write(fmt::format("{:<19}  {:>6}  {}\n", FormatTime(*end), counter->GetCount(),
-                                 ruleSet.Judge(*counter)));
+        write(*end, counter->GetCount(), ruleSet.Judge(*counter), {});
     }
+    progress.Clear();
     output.Flush();
 }
 
@@ -126,30 +153,32 @@ void AddFaultCommand(CLI::App &program) {
     const auto options = std::make_shared<FaultOptions>();
     CLI::App *const command =
         program.add_subcommand("fault", "Fault rules, judged at the events of a log");
-    command->footer(
-        std::string(
-            "Each line that is not empty is an event. It is judged twice: just before it is\n"
-            "counted, and with it. A rule SECONDS,EVENTS holds when the latest EVENTS events lie\n"
-            "within the last SECONDS seconds; with EVENTS 0 when the latest event is more than\n"
-            "SECONDS seconds old. Of several rules any one suffices.\n"
-            "\n") +
-        kStampHelp);
+    Describe(*command,
+             std::string(
+                 "Each line that is not empty is an event. It is judged twice: just before it is "
+                 "counted, and with it. A rule SECONDS,EVENTS holds when the latest EVENTS events "
+                 "lie within the last SECONDS seconds; with EVENTS 0 when the latest event is more "
+                 "than SECONDS seconds old. Of several rules any one suffices.\n\n") +
+                 kStampHelp,
+             {"dxrsh fault --rule 10,3 examples/dxrsh/events.log",
+              "dxrsh fault --rule 120,0 --end 2026-11-21T03:50:00 examples/dxrsh/events.log"});
     command->add_option("--rule", options->rules, "A rule; may be given again")
         ->type_name("SECONDS,EVENTS")
         ->allow_extra_args(false);
     command
         ->add_option("--timeout", options->timeout,
-                     "Also a fault: an event, and the system up for more than SECONDS")
+                     "A fault: an event, and the system up for longer")
         ->transform(AsWholeNumber())
         ->type_name("SECONDS");
     command
         ->add_option("--uptime", options->uptime,
-                     "How long the system was up at the first event (default 0)")
+                     "How long it was up at the first event (default 0)")
         ->transform(AsWholeNumber())
         ->type_name("SECONDS");
     command->add_option("--end", options->endTime, "Judge once more at this time")
         ->type_name("TIME");
     AddLogOptions(*command, options->log);
+    AddJsonFlag(*command, options->json);
     command->callback([options] { RunFault(*options); });
 }
 

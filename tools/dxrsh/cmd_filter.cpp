@@ -9,6 +9,7 @@
 #include "errors.h"
 #include "filter_report.h"
 #include "filter_run.h"
+#include "help.h"
 #include "host.h"
 #include "number_option.h"
 #include "say.h"
@@ -48,17 +49,21 @@ void RunFilter(const FilterOptions &options) {
     }
 }
 
-constexpr const char *kHelp =
-    "A line that was let through within the last hour is suppressed. The lines let through go\n"
-    "to standard output as they stand; a summary, the lines most often suppressed, the filter's\n"
-    "table and its memory go to standard error. Compared is the text without its time stamp, at\n"
-    "most 1023 characters of it. Empty lines are let through without asking the filter.\n"
+constexpr const char *kDetails =
+    "A line that was let through within the last hour is suppressed. The lines let through go to "
+    "standard output as they stand; a summary, the lines most often suppressed, the filter's table "
+    "and its memory go to standard error. Compared is the text without its time stamp, at most "
+    "1023 characters of it. Empty lines are let through without asking the filter.\n"
     "\n"
-    "With --key lines are compared by numbers found in them, whatever the rest of their text:\n"
-    "the expression has up to four groups, which give key1 to key4; without groups the whole\n"
-    "match gives key1. A number (decimal, or hexadecimal after 0x) is its own value, other\n"
-    "text its hash. Keys with the same digits in a row (1, 23 and 12, 3) are one key. Lines\n"
-    "that do not match are let through without asking the filter.\n"
+    "With --key lines are compared by numbers found in them, whatever the rest of their text: the "
+    "expression has up to four groups, which give key1 to key4; without groups the whole match "
+    "gives key1. A number (decimal, or hexadecimal after 0x) is its own value, other text its "
+    "hash. "
+    "Keys with the same digits in a row (1, 23 and 12, 3) are one key. Lines that do not match are "
+    "let through without asking the filter.\n"
+    "\n"
+    "With --mask lines are compared with # in the place of numbers, addresses and identifiers, or "
+    "of what an expression matches.\n"
     "\n";
 
 void AddComparison(CLI::App &command, FilterOptions &options) {
@@ -73,8 +78,10 @@ void AddComparison(CLI::App &command, FilterOptions &options) {
         ->type_name("S");
     command.add_option("--key", options.key, "Compare by key: a regular expression, as of grep -E")
         ->type_name("REGEX");
-    command.add_flag("--mask", options.masks,
-                     "Compare without numbers and addresses, or without =REGEX");
+    command
+        .add_flag("--mask", options.masks,
+                  "Compare without numbers and addresses, or without REGEX")
+        ->type_name("[=REGEX]");
 }
 
 void AddReport(CLI::App &command, FilterOptions &options) {
@@ -88,7 +95,7 @@ void AddReport(CLI::App &command, FilterOptions &options) {
         ->type_name("N");
     command
         .add_option("--doubtful", options.doubtfulPath,
-                    "Write suppressed lines of another text or cut")
+                    "Write the lines suppressed for a part of them alone")
         ->type_name("FILE");
     command.add_flag("--quiet", options.quiet, "No summary");
     command.add_flag("--json", options.json, "Lines and summary as JSON, on standard output");
@@ -100,7 +107,9 @@ void AddReport(CLI::App &command, FilterOptions &options) {
 void AddFilterCommand(CLI::App &program) {
     const auto options = std::make_shared<FilterOptions>();
     CLI::App *const command = program.add_subcommand("filter", "Runs a log through the log filter");
-    command->footer(std::string(kHelp) + kStampHelp);
+    Describe(*command, std::string(kDetails) + kStampHelp,
+             {"dxrsh filter examples/dxrsh/links.log > kept.log",
+              "dxrsh filter --mask --histogram --quiet /var/log/syslog.1.gz"});
     AddComparison(*command, *options);
     AddLogOptions(*command, options->log);
     command->add_flag("--follow", options->log.follow, "Go on as the last file grows");

@@ -12,9 +12,12 @@
 #include "dxr_api.h"
 #include "errors.h"
 #include "file_io.h"
+#include "help.h"
 #include "host.h"
+#include "json_text.h"
 #include "number_option.h"
 #include "numbers.h"
+#include "say.h"
 
 namespace dxrsh {
 namespace {
@@ -27,6 +30,7 @@ struct LinksOptions {
     std::vector<std::string> links;
     std::string title = "links:";
     bool whole = false;
+    bool json = false;
 };
 
 struct Link {
@@ -97,10 +101,23 @@ void RunLinks(const LinksOptions &options) {
     }
     const Host host;
     const LinkMap map(options);
+    JsonText json;
+    json.BeginObject()
+        .Number("chips", options.chips)
+        .Number("links_per_chip", options.linksPerChip)
+        .BeginList("links");
     for (const std::string &text : options.links) {
-        map.Save(ParseLink(text, options));
+        const Link link = ParseLink(text, options);
+        map.Save(link);
+        json.BeginObject().Number("chip", link.chip).Number("link", link.link).EndObject();
     }
-    WriteOut((options.whole ? map.AllChips() : map.PrintedLine(options.title)) + "\n");
+    const std::string line = options.whole ? map.AllChips() : map.PrintedLine(options.title);
+    if (options.json) {
+        json.EndList().Text("bitmap", line).EndObject();
+        WriteOut(json.Line());
+        return;
+    }
+    WriteOut(Printable(line, SIZE_MAX) + "\n");
 }
 
 }  // namespace
@@ -108,12 +125,13 @@ void RunLinks(const LinksOptions &options) {
 void AddLinksCommand(CLI::App &program) {
     const auto options = std::make_shared<LinksOptions>();
     CLI::App *const command = program.add_subcommand("links", "A link bitmap, as modules print it");
-    command->footer(
+    Describe(
+        *command,
         "A LINK is CHIP:LINK, or one number that counts the links across the chips (chip times "
-        "LINKS\n"
-        "plus link). Words are printed from the highest to the lowest, so that links read from "
-        "right\n"
-        "to left. The printed line is cut at 1023 characters.");
+        "LINKS plus link). Words are printed from the highest to the lowest, so that links "
+        "read from right to left. The printed line is cut at 1023 characters.",
+        {"dxrsh links 2 40 0 33 1:39", "dxrsh links 2 40 1:39 --whole"});
+    AddJsonFlag(*command, options->json);
     command->add_option("CHIPS", options->chips, "Number of chips")
         ->transform(AsWholeNumber())
         ->required();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <list>
 #include <memory>
@@ -20,8 +21,10 @@
 #include "dxr_api.h"
 #include "errors.h"
 #include "file_io.h"
+#include "help.h"
 #include "host.h"
 #include "json_input.h"
+#include "json_text.h"
 #include "number_option.h"
 #include "numbers.h"
 #include "replay.h"
@@ -37,6 +40,7 @@ struct MsgFilterOptions {
     std::string path;
     uint32_t count = 0;
     ReplayOptions replay;
+    bool json = false;
 };
 
 // Records of one level and of all below it. The records point into the levels.
@@ -150,14 +154,49 @@ class FilterTree {
     DxrMessageFilter *root_ = nullptr;
 };
 
+// The nodes in the order of the listing, each with its path. A line of the listing is
+// "    msgType[1], lostCnt[0], name[link]", with four blanks more for each level.
+std::string JsonOf(const FilterTree &tree) {
+    JsonText json;
+    json.BeginObject().BeginList("filters");
+    std::vector<std::string> path;
+    const std::string listing = tree.Listing();
+    for (const std::string_view line : Split(listing, '\n')) {
+        const size_t indent = line.find_first_not_of(' ');
+        const size_t nameAt = line.find("name[");
+        unsigned type = 0;
+        unsigned lost = 0;
+        if (indent == std::string_view::npos || nameAt == std::string_view::npos ||
+            std::sscanf(std::string(line).c_str(), " msgType[%u], lostCnt[%u]", &type, &lost) !=
+                2) {
+            continue;
+        }
+        path.resize(indent / 4 - 1);
+        path.push_back(std::to_string(type));
+        const std::string_view name = line.substr(nameAt + 5, line.rfind(']') - nameAt - 5);
+        json.BeginObject()
+            .Text("path", fmt::format("{}", fmt::join(path, "/")))
+            .Text("name", name)
+            .Number("lost", lost)
+            .EndObject();
+    }
+    json.EndList().EndObject();
+    return json.Line();
+}
+
+std::string Shown(const FilterTree &tree, const MsgFilterOptions &options) {
+    return options.json ? JsonOf(tree) : tree.Listing();
+}
+
 void Show(const MsgFilterOptions &options) {
-    WriteOut(FilterTree(options.treeFile).Listing());
+    const FilterTree tree(options.treeFile);
+    WriteOut(Shown(tree, options));
 }
 
 void Set(const MsgFilterOptions &options) {
     const FilterTree tree(options.treeFile);
     tree.Set(options.path, options.count);
-    WriteOut(tree.Listing());
+    WriteOut(Shown(tree, options));
 }
 
 void Replay(const MsgFilterOptions &options) {
@@ -165,11 +204,17 @@ void Replay(const MsgFilterOptions &options) {
     ForEachSetting(options.replay,
                    [&tree](const std::string &path, uint32_t count) { tree.Set(path, count); });
     Output output(STDOUT_FILENO);
-    ForEachMessage(options.replay, [&output, &tree](const std::string &message) {
-        output.Write(
-            fmt::format("{:>16}  {}\n", message, tree.IsFiltered(message) ? "dropped" : "passed"));
+    ForEachMessage(options.replay, [&](const std::string &message) {
+        const bool dropped = tree.IsFiltered(message);
+        if (options.json) {
+            JsonText json;
+            json.BeginObject().Text("message", message).Flag("dropped", dropped).EndObject();
+            output.Write(json.Line());
+            return;
+        }
+        output.Write(fmt::format("{:>16}  {}\n", message, dropped ? "dropped" : "passed"));
     });
-    output.Write("\n" + tree.Listing());
+    output.Write((options.json ? "" : "\n") + Shown(tree, options));
     output.Flush();
 }
 
@@ -180,16 +225,22 @@ void AddMsgFilterCommand(CLI::App &program) {
     CLI::App *const command =
         program.add_subcommand("msgfilter", "The message filter tree, built from a file");
     command->require_subcommand(1);
-    command->footer(
-        "TREE is a JSON file; a node has a message type, a name of at most 31 bytes, a number of\n"
-        "messages to drop (0 when it is left out) and, if it is no leaf, filters below it:\n"
-        "    {\"filters\": [{\"type\": 1, \"name\": \"a\", \"lost\": 0,\n"
-        "                  \"filters\": [{\"type\": 2, \"name\": \"b\", \"lost\": 5}]}]}\n"
-        "A PATH is the message types from the first level down, at most 16, such as 1/2; / is the\n"
-        "root.");
+    const std::vector<std::string> examples = {
+        "dxrsh msgfilter show examples/dxrsh/filters.json",
+        "dxrsh msgfilter replay examples/dxrsh/filters.json 1/10 2/7 --set 1/11=4"};
+    Describe(
+        *command,
+        "TREE is a JSON file; a node has a message type, a name of at most 31 bytes, a number "
+        "of messages to drop (0 when it is left out) and, if it is no leaf, filters below it:\n"
+        "{\"filters\": [{\"type\": 1, \"name\": \"a\", \"lost\": 0, \"filters\": [...]}]}\n"
+        "A PATH is the message types from the first level down, at most 16, such as 1/2; / is "
+        "the root.",
+        examples);
     const auto addAction = [&](const char *name, const char *about) {
         CLI::App *const action = command->add_subcommand(name, about);
         action->add_option("TREE", options->treeFile, "The tree, JSON")->required();
+        AddJsonFlag(*action, options->json);
+        Describe(*action, "", examples);
         return action;
     };
 
@@ -203,7 +254,7 @@ void AddMsgFilterCommand(CLI::App &program) {
     set->callback([options] { Set(*options); });
 
     CLI::App *const replay =
-        addAction("replay", "Tells of each message whether it is dropped, then prints the tree");
+        addAction("replay", "Tells of each message whether it is dropped; then the tree");
     AddReplayOptions(*replay, options->replay, "PATH", "PATH");
     replay->callback([options] { Replay(*options); });
 }

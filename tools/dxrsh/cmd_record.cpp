@@ -1,16 +1,23 @@
 // dxrsh record: the events of a log in the information recorder.
 
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "c_text.h"
 #include "commands.h"
 #include "dxr_api.h"
 #include "file_io.h"
+#include "help.h"
 #include "host.h"
+#include "json_text.h"
 #include "line_clock.h"
 #include "progress.h"
 #include "say.h"
@@ -18,6 +25,11 @@
 
 namespace dxrsh {
 namespace {
+
+std::string TimeOf(const DxrSysTime &time) {
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", time.year, time.month, time.day,
+                       time.hour, time.minute, time.second);
+}
 
 // The library's recorder, empty again at the end.
 class Recorder {
@@ -31,22 +43,53 @@ class Recorder {
 
     void Record(std::string_view text) { DXR_RecordInfo("%s", cText_.Of(text).data()); }
 
-    [[nodiscard]] static std::string Listing() {
-        constexpr size_t kRecords = 1024;
+    // In the order of the library's own listing.
+    static void ForEachSlot(const std::function<void(uint32_t)> &visit) {
+        for (uint32_t slot = 0; slot < DXR_RECORD_COUNT; ++slot) {
+            if (DXR_GetRecordEntity()->records[slot] != nullptr) {
+                visit(slot);
+            }
+        }
+    }
+
+    // A line as the library lists it, safe for a terminal; a line break in it stood for a NUL byte.
+    [[nodiscard]] static std::string RowOf(uint32_t slot) {
         constexpr size_t kLongestEntry = 400;  // 255 characters of text, the rest numbers
-        std::vector<char> text(kRecords * kLongestEntry);
+        std::array<char, kLongestEntry> text{};
         const uint32_t length =
-            DXR_GetAllRecordStr(text.data(), static_cast<uint32_t>(text.size()));
-        return PlainLines({text.data(), length});
+            DXR_GetRecordStr(DXR_GetRecordEntity(), slot, slot + 1, text.data(), kLongestEntry);
+        std::string row(text.data(), length);
+        row.erase(0, row.starts_with("\r\n") ? 2 : 0);
+        std::replace(row.begin(), row.end(), '\n', '\0');
+        return Printable(row, SIZE_MAX) + "\n";
+    }
+
+    [[nodiscard]] static std::string JsonOf(uint32_t slot) {
+        const DxrRecord &record = *DXR_GetRecordEntity()->records[slot];
+        std::string text = record.text;
+        std::replace(text.begin(), text.end(), '\n', '\0');
+        JsonText json;
+        json.BeginObject()
+            .Text("text", text)
+            .Number("count", record.count)
+            .Text("first", TimeOf(record.firstTime))
+            .Text("last", TimeOf(record.lastTime))
+            .EndObject();
+        return json.Line();
     }
 
   private:
     CText cText_;
 };
 
-void RunRecord(const LogOptions &options) {
+struct RecordOptions {
+    LogOptions log;
+    bool json = false;
+};
+
+void RunRecord(const RecordOptions &options) {
     const Host host;
-    StampedLog log(options);
+    StampedLog log(options.log);
     Progress progress(log.Size());
     log.OnRead([&] { progress.Update(log.BytesRead()); });
     Recorder recorder;
@@ -57,27 +100,29 @@ void RunRecord(const LogOptions &options) {
         }
     }
     progress.Clear();
-    // Each entry of the listing begins with a line break and none ends with one.
-    const std::string listing = Recorder::Listing();
-    if (!listing.empty()) {
-        WriteOut(listing.substr(1) + "\n");
-    }
+    Output output(STDOUT_FILENO);
+    Recorder::ForEachSlot([&](uint32_t slot) {
+        output.Write(options.json ? Recorder::JsonOf(slot) : Recorder::RowOf(slot));
+    });
+    output.Flush();
 }
 
 }  // namespace
 
 void AddRecordCommand(CLI::App &program) {
-    const auto options = std::make_shared<LogOptions>();
+    const auto options = std::make_shared<RecordOptions>();
     CLI::App *const command =
         program.add_subcommand("record", "The events of a log in the information recorder");
-    command->footer(std::string("Each line is an event, known by the text after its time stamp; "
-                                "empty ones are none. Prints\n"
-                                "what the recorder holds at the end: at most 1024 texts of at most "
-                                "255 characters, each with\n"
-                                "its first and its last time and its count.\n"
-                                "\n") +
-                    kStampHelp);
-    AddLogOptions(*command, *options);
+    Describe(
+        *command,
+        std::string("Each line is an event, known by the text without its time stamp; empty "
+                    "ones are none. Prints what the recorder holds at the end: at most 1024 "
+                    "texts of at most 255 characters, each with its first and its last time "
+                    "and its count.\n\n") +
+            kStampHelp,
+        {"dxrsh record examples/dxrsh/links.log", "dxrsh record --json examples/dxrsh/links.log"});
+    AddLogOptions(*command, options->log);
+    AddJsonFlag(*command, options->json);
     command->callback([options] { RunRecord(*options); });
 }
 

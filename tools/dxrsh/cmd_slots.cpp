@@ -15,6 +15,8 @@
 #include "dxr_devhost.h"
 #include "errors.h"
 #include "file_io.h"
+#include "help.h"
+#include "json_text.h"
 #include "slot_table.h"
 
 namespace dxrsh {
@@ -22,6 +24,7 @@ namespace {
 
 struct SlotsOptions {
     std::optional<std::string> group;
+    bool json = false;
 };
 
 using SlotAddresses = std::array<void *, kSlotTable.size()>;
@@ -42,28 +45,71 @@ std::string_view FallbackText(const SlotRow &row) {
     return row.fallback == "none" ? "no result" : row.fallback;
 }
 
+bool EqualLetters(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char x, char y) { return lower(x) == lower(y); });
+}
+
+std::string AllGroups() {
+    std::string groups;
+    std::string_view last;
+    for (const SlotRow &row : kSlotTable) {
+        if (row.group != last) {
+            last = row.group;
+            groups += groups.empty() ? "" : ", ";
+            groups += last;
+        }
+    }
+    return groups;
+}
+
+std::string JsonOf(const SlotRow &row, bool isFilled) {
+    JsonText json;
+    json.BeginObject()
+        .Number("slot", row.slot)
+        .Text("group", row.group)
+        .Number("index", row.index)
+        .Text("function", row.function)
+        .Flag("filled", isFilled)
+        .Text("fallback", FallbackText(row))
+        .EndObject();
+    return json.Line();
+}
+
 void RunSlots(const SlotsOptions &options) {
     constexpr std::string_view kRow = "{:>4}  {:<11} {:>5}  {:<42} {:<6}  {}\n";
     const SlotAddresses slots = HostSlots();
     Output output(STDOUT_FILENO);
-    output.Write(fmt::format(kRow, "slot", "group", "index", "function", "host", "fallback"));
+    if (!options.json) {
+        output.Write(fmt::format(kRow, "slot", "group", "index", "function", "host", "fallback"));
+    }
     size_t shown = 0;
     size_t filled = 0;
     for (const SlotRow &row : kSlotTable) {
-        if (options.group && *options.group != row.group) {
+        if (options.group && !EqualLetters(*options.group, row.group)) {
             continue;
         }
         const bool isFilled = slots[row.slot] != nullptr;
         ++shown;
         filled += isFilled ? 1 : 0;
+        if (options.json) {
+            output.Write(JsonOf(row, isFilled));
+            continue;
+        }
         output.Write(fmt::format(kRow, row.slot, row.group, row.index,
                                  row.function.empty() ? "-" : row.function,
                                  isFilled ? "filled" : "empty", FallbackText(row)));
     }
     if (shown == 0) {
-        throw UsageError(fmt::format("slots: there is no group '{}'", *options.group));
+        throw UsageError(
+            fmt::format("slots: there is no group '{}', but {}", *options.group, AllGroups()));
     }
-    output.Write(fmt::format("{} slots, {} filled, {} empty\n", shown, filled, shown - filled));
+    if (!options.json) {
+        output.Write(fmt::format("{} slots, {} filled, {} empty\n", shown, filled, shown - filled));
+    }
     output.Flush();
 }
 
@@ -72,11 +118,13 @@ void RunSlots(const SlotsOptions &options) {
 void AddSlotsCommand(CLI::App &program) {
     const auto options = std::make_shared<SlotsOptions>();
     CLI::App *const command = program.add_subcommand("slots", "Lists the slots of the hook table");
-    command->footer(
-        "Each row has the slot's number, its group and index within it, the function that reads\n"
-        "it (- when none does), whether the development host fills it, and what the function\n"
-        "answers while it is empty.");
-    command->add_option("--group", options->group, "Only this group, such as Print")
+    Describe(*command,
+             "Each row has the slot's number, its group and index within it, the function that "
+             "reads it (- when none does), whether the development host fills it, and what the "
+             "function answers while it is empty.",
+             {"dxrsh slots --group memory", "dxrsh slots --json | head -n 3"});
+    AddJsonFlag(*command, options->json);
+    command->add_option("--group", options->group, "Only this group, such as print")
         ->type_name("NAME");
     command->callback([options] { RunSlots(*options); });
 }

@@ -10,6 +10,7 @@
 #include "commands.h"
 #include "dxr_trace.h"
 #include "errors.h"
+#include "help.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -45,10 +46,12 @@ void RunTrace(const TraceOptions &options) {
 void AddTraceCommand(CLI::App &program) {
     const auto options = std::make_shared<TraceOptions>();
     CLI::App *const command = program.add_subcommand("trace", "Prints a recording of hook calls");
-    command->footer(
-        "A line for each call: when it began, in seconds since the recording did; thread;\n"
-        "arguments, texts and bytes that pointers led to; result; how long it took; what the host\n"
-        "wrote. When the program crashed, what it had written until then is printed.");
+    Describe(*command,
+             "A line for each call: when it began, in seconds since the recording did; thread; "
+             "arguments, texts and bytes that pointers led to; result; how long it took; what the "
+             "host wrote. When the program crashed, what it had written until then is printed.",
+             {"dxrsh trace examples/dxrsh/registers.dxrtrace",
+              "dxrsh trace --counts examples/dxrsh/registers.dxrtrace"});
     command->add_option("FILE", options->file, "The recording")->required();
     CLI::Option_group *const formats = command->add_option_group("format");
     formats->add_flag_callback(

@@ -18,6 +18,12 @@ class RunError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// A file cannot be opened or read.
+class FileError : public RunError {
+  public:
+    using RunError::RunError;
+};
+
 // A line is longer than it may be.
 class LineTooLong : public RunError {
   public:

@@ -32,7 +32,7 @@ Input::Input(const std::string &path)
     : name_(InputName(path)),
       fd_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (fd_ < 0) {
-        throw RunError(fmt::format("cannot open {}: {}", name_, LastError()));
+        throw FileError(fmt::format("cannot open {}: {}", name_, LastError()));
     }
     struct stat status {};
     if (fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
@@ -52,7 +52,7 @@ size_t Input::Read(char *buffer, size_t room) {
         got = read(fd_, buffer, room);
     } while (got < 0 && errno == EINTR);
     if (got < 0) {
-        throw RunError(fmt::format("cannot read {}: {}", name_, LastError()));
+        throw FileError(fmt::format("cannot read {}: {}", name_, LastError()));
     }
     return static_cast<size_t>(got);
 }

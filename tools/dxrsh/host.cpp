@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <vector>
@@ -43,7 +44,10 @@ Host::~Host() {
 
 MessageCatcher::MessageCatcher() {
     const auto keep = [](uint32_t, const char *text, void *user) {
-        static_cast<MessageCatcher *>(user)->last_ = text;
+        const int error = errno;
+        auto *const catcher = static_cast<MessageCatcher *>(user);
+        catcher->firstError_ = catcher->last_.empty() ? error : catcher->firstError_;
+        catcher->last_ = text;
     };
     DxrHostSetPrintSink(nullptr, keep, this, kLevelAll);
 }

@@ -35,9 +35,12 @@ class MessageCatcher {
 
     // The latest message; empty when there was none.
     [[nodiscard]] const std::string &Last() const { return last_; }
+    // The number of the error that was known when the first message came.
+    [[nodiscard]] int FirstError() const { return firstError_; }
 
   private:
     std::string last_;
+    int firstError_ = 0;
 };
 
 // One line for each module identifier: what it holds now and held at most. "none" when nobody

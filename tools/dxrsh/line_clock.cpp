@@ -8,8 +8,13 @@
 namespace dxrsh {
 
 const char *const kStampHelp =
-    "A time stamp of the line sets the clock; one without a zone counts as UTC. A line without a\n"
-    "stamp keeps the time of the line before it.";
+    "Time stamps set the clock: ISO 8601, syslog (old and RFC 5424), Apache and nginx, numbers of "
+    "seconds or milliseconds since 1970, and others; the form and its place in the line are learnt "
+    "from the first lines. --stamp tells another form as for strptime(3), with %f for digits of a "
+    "fraction, %Q for milliseconds since 1970 and %z for a zone; none takes no stamps. A stamp "
+    "without a zone counts as UTC. A line without a stamp keeps the time of the line before it; a "
+    "log without any stands at 2000-01-01 00:00:00, or at the machine's time when it comes through "
+    "a pipe.";
 
 LineClock::LineClock(const StampOptions &options) : stamps_(options) {
 }
@@ -92,14 +97,13 @@ std::string_view LineClock::Take(std::string_view line) {
 
 void AddStampOptions(CLI::App &command, StampOptions &options) {
     command
-        .add_option("--year", options.year,
-                    "Year of stamps that have none (default: the latest not in the future)")
+        .add_option("--year", options.year, "Year of stamps that have none (default: the latest)")
         ->transform(AsWholeNumber())
         ->check(CLI::Range(kFirstYear, kLastYear))
         ->type_name("N");
     command
         .add_option("--stamp", options.format,
-                    "Form of the time stamps, as of strptime, or none (default: what fits)")
+                    "Form of the stamps, as of strptime (default: found out)")
         ->type_name("FORMAT");
 }
 

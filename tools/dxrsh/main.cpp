@@ -1,14 +1,19 @@
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <exception>
 #include <limits>
 #include <new>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "commands.h"
 #include "errors.h"
+#include "file_io.h"
+#include "help.h"
 #include "say.h"
 #include "version.h"
 
@@ -32,6 +37,10 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddReplayCommand(program);
     dxrsh::AddDiffCommand(program);
     dxrsh::AddBenchCommand(program);
+    CLI::App *const help = program.add_subcommand("help", "Tells about a command");
+    dxrsh::Describe(*help, "The same as COMMAND --help.",
+                    {"dxrsh help filter", "dxrsh help privatelog write"});
+    dxrsh::AddGenerateCommand(program, DXRSH_VERSION, DXRSH_DATE);
 }
 
 // On one line, whatever the names in the text hold.
@@ -43,18 +52,25 @@ void Complain(std::string_view text) {
 int Run(int argc, char **argv) {
     CLI::App program(
         "Runs the logic of libdxr_api on real input, within a development host.\n"
-        "'dxrsh COMMAND --help' tells about one command.",
+        "'dxrsh help COMMAND' tells about one command, 'man dxrsh' about all.",
         "dxrsh");
+    dxrsh::UseHelp(program);
     program.set_version_flag("--version", "dxrsh " DXRSH_VERSION);
     AddCommands(program);
     try {
-        program.parse(argc, argv);  // runs the command
+        std::vector<std::string> words = dxrsh::ReadyArguments(program, argc, argv);
+        std::reverse(words.begin(), words.end());  // as the parser takes them
+        program.parse(words);                      // runs the command
         if (program.get_subcommands().empty()) {
             throw dxrsh::UsageError("name a command; 'dxrsh --help' lists them");
         }
         return 0;
-    } catch (const CLI::Success &success) {  // --help, --version
-        return program.exit(success);
+    } catch (const CLI::CallForHelp &) {
+        dxrsh::WriteOut(program.help());
+        return 0;
+    } catch (const CLI::CallForVersion &version) {
+        dxrsh::WriteOut(std::string(version.what()) + "\n");
+        return 0;
     } catch (const CLI::ParseError &error) {
         Complain(error.what());
         return dxrsh::kExitUsage;
@@ -66,6 +82,7 @@ int Run(int argc, char **argv) {
 int main(int argc, char **argv) {
     // A reader that left shows as a failed write, which ends the program in order.
     (void)std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGXFSZ, SIG_IGN);
     try {
         return Run(argc, argv);
     } catch (const dxrsh::BrokenPipe &) {

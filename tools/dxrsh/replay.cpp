@@ -58,8 +58,14 @@ void ForEachMessage(const ReplayOptions &options,
     Line line{};
     while (reader.Next(line)) {
         const std::string message = Trimmed(line.text);
-        if (!message.empty()) {
+        if (message.empty()) {
+            continue;
+        }
+        try {
             visit(message);
+        } catch (const UsageError &error) {
+            throw UsageError(
+                fmt::format("{}: line {}: {}", input.Name(), reader.LineNumber(), error.what()));
         }
     }
 }

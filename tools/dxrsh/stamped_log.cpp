@@ -84,11 +84,11 @@ bool StampedLog::Next(StampedLine &line) {
 }
 
 void AddLogOptions(CLI::App &command, LogOptions &options) {
-    command.add_option("FILE", options.paths, "The logs, one after the other; also .gz and .zst");
+    command.add_option("FILE", options.paths,
+                       "The logs, also .gz and .zst; - or none: standard input");
     AddStampOptions(command, options.stamps);
     command
-        .add_option("--longest", options.longestLine,
-                    "Give up at a line of more bytes (default 67108864)")
+        .add_option("--longest", options.longestLine, "Give up at a longer line (default 67108864)")
         ->transform(AsWholeNumber())
         ->type_name("BYTES");
 }

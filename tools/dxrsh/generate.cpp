@@ -1,0 +1,279 @@
+// The manual page and the completions of shells, made from what the commands say of themselves.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "file_io.h"
+#include "help.h"
+#include "help_text.h"
+
+namespace dxrsh {
+namespace {
+
+// --- roff
+
+std::string Roff(std::string_view text) {
+    std::string roff;
+    for (const char c : text) {
+        switch (c) {
+            case '\\':
+                roff += "\\e";
+                break;
+            case '-':
+                roff += "\\-";
+                break;
+            case '\'':
+                roff += "\\(aq";
+                break;
+            case '^':
+                roff += "\\(ha";
+                break;
+            case '~':
+                roff += "\\(ti";
+                break;
+            case '`':
+                roff += "\\(ga";
+                break;
+            default:
+                roff += c;
+                break;
+        }
+    }
+    return roff.starts_with('.') ? "\\&" + roff : roff;
+}
+
+// A line of the source for each of the text, a paragraph for each empty one.
+std::string Paragraphs(std::string_view text) {
+    std::string roff;
+    size_t at = 0;
+    while (at < text.size()) {
+        const size_t end = std::min(text.find('\n', at), text.size());
+        roff += end == at ? ".PP\n" : Roff(text.substr(at, end - at)) + "\n";
+        at = end + 1;
+    }
+    return roff;
+}
+
+std::string ManOf(const CLI::App &command, const std::string &name) {
+    std::string roff = fmt::format(".SS {} {}\n", Roff(name), Roff(SynopsisOf(command)));
+    roff += Roff(command.get_description()) + ".\n";
+    const Description &description = DescriptionOf(command);
+    const std::string details =
+        description.details.empty() ? command.get_footer() : description.details;
+    if (!details.empty()) {
+        roff += ".PP\n" + Paragraphs(details);
+    }
+    for (const CLI::Option *option : OptionsOf(command)) {
+        roff += fmt::format(".TP\n\\fB{}\\fR\n{}.\n", Roff(LabelOf(*option)),
+                            Roff(option->get_description()));
+    }
+    if (!description.examples.empty()) {
+        roff += ".PP\nExamples:\n.PP\n.EX\n";
+        for (const std::string &example : description.examples) {
+            roff += "  " + Roff(example) + "\n";
+        }
+        roff += ".EE\n";
+    }
+    for (const CLI::App *one : CommandsOf(command)) {
+        roff += ManOf(*one, name + " " + one->get_name());
+    }
+    return roff;
+}
+
+std::string Man(const CLI::App &program, const std::string &version, const std::string &date) {
+    std::string roff = fmt::format(
+        ".\\\" Made by dxrsh generate man\n.TH DXRSH 1 \"{}\" \"dxrsh {}\" \"User Commands\"\n"
+        ".SH NAME\ndxrsh \\- run the logic of libdxr_api on real input\n"
+        ".SH SYNOPSIS\n.B dxrsh\n.I COMMAND\n[\\fIOPTIONS\\fR] [\\fIARGUMENTS\\fR]\n"
+        ".br\n.B dxrsh help\n[\\fICOMMAND\\fR]\n.SH DESCRIPTION\n",
+        date, version);
+    roff += Paragraphs(
+        "dxrsh runs the library's logic on real input, within a development host.\n"
+        "Results go to standard output, everything said about them to standard error.\n"
+        "Numbers are decimal, or hexadecimal after 0x. A file named - is standard input.");
+    roff += ".SH COMMANDS\n";
+    for (const CLI::App *command : CommandsOf(program)) {
+        roff += ManOf(*command, command->get_name());
+    }
+    roff +=
+        ".SH EXIT STATUS\n.TP\n\\fB0\\fR\nDone.\n.TP\n\\fB1\\fR\nCould not be done: a file is "
+        "missing, say.\n.TP\n\\fB2\\fR\nAsked for wrongly: an argument or an input file does not "
+        "say what it should.\n.TP\n\\fB130\\fR\nBroken off by Ctrl\\-C.\n"
+        ".SH ENVIRONMENT\n.TP\n\\fBNO_COLOR\\fR\nWhen it is set, there are no colours unless "
+        "\\fB\\-\\-color\\fR asks for them.\n";
+    return roff;
+}
+
+// --- Shells
+
+// "filter", "privatelog write" and so on, with the commands themselves.
+using Visit = std::function<void(const std::string &, const CLI::App &)>;
+void ForEachCommand(const CLI::App &app, const std::string &path, const Visit &visit) {
+    for (const CLI::App *command : CommandsOf(app)) {
+        const std::string name =
+            path.empty() ? command->get_name() : path + " " + command->get_name();
+        visit(name, *command);
+        ForEachCommand(*command, name, visit);
+    }
+}
+
+std::string WordsOf(const CLI::App &command) {
+    std::string words;
+    for (const CLI::App *one : CommandsOf(command)) {
+        words += one->get_name() + " ";
+    }
+    for (const CLI::Option *option : OptionsOf(command)) {
+        if (!option->get_positional()) {
+            words += "--" + option->get_lnames().front() + " ";
+        }
+    }
+    return words;
+}
+
+std::string Bash(const CLI::App &program) {
+    std::string rows = fmt::format("        '') words='{}' ;;\n", WordsOf(program));
+    std::string paths;
+    ForEachCommand(program, "", [&](const std::string &name, const CLI::App &command) {
+        rows += fmt::format("        '{}') words='{}' ;;\n", name, WordsOf(command));
+        paths += fmt::format(" | '{}'", name);
+    });
+    return "# Completion of dxrsh for bash; made by: dxrsh generate bash\n"
+           "_dxrsh() {\n"
+           "    local current=${COMP_WORDS[COMP_CWORD]} command= words= i next\n"
+           "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
+           "        next=\"${command:+$command }${COMP_WORDS[i]}\"\n"
+           "        case $next in\n"
+           "            " +
+           paths.substr(3) +
+           ") command=$next ;;\n"
+           "        esac\n"
+           "    done\n"
+           "    case $command in\n" +
+           rows +
+           "    esac\n"
+           "    COMPREPLY=()\n"
+           "    if [[ $current == -* || $words != -* ]]; then\n"
+           "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
+           "    fi\n"
+           "}\n"
+           "complete -o default -F _dxrsh dxrsh\n";
+}
+
+std::string InQuotes(const std::string &text) {
+    std::string quoted;
+    for (const char c : text) {
+        if (c == '\'') {
+            quoted += "'\\''";
+        } else {
+            quoted += c;
+        }
+    }
+    return "'" + quoted + "'";
+}
+
+// Within what _arguments takes apart itself.
+std::string ForArguments(const std::string &text) {
+    std::string escaped;
+    for (const char c : text) {
+        if (std::string_view("[]:\\").find(c) != std::string_view::npos) {
+            escaped += '\\';
+        }
+        escaped += c;
+    }
+    return escaped;
+}
+
+std::string ZshArguments(const CLI::App &command) {
+    std::string arguments;
+    for (const CLI::Option *option : OptionsOf(command)) {
+        if (option->get_positional()) {
+            continue;
+        }
+        const std::string value = ValueOf(*option);
+        const bool takes = option->get_items_expected_max() != 0;
+        arguments +=
+            " " + InQuotes(fmt::format("*--{}{}[{}]{}", option->get_lnames().front(),
+                                       takes ? "=" : "", ForArguments(option->get_description()),
+                                       takes ? ":" + ForArguments(value) + ":_files" : ""));
+    }
+    return arguments;
+}
+
+std::string ZshCase(const CLI::App &app, size_t depth) {
+    const std::string pad(4 * depth, ' ');
+    if (CommandsOf(app).empty()) {
+        return pad + "_arguments" + ZshArguments(app) + " '*:file:_files'\n";
+    }
+    std::string names;
+    std::string rows;
+    for (const CLI::App *command : CommandsOf(app)) {
+        std::string about = command->get_description();
+        names += fmt::format(" {}:{}", command->get_name(), InQuotes(ForArguments(about)));
+        rows += fmt::format("{}    {})\n{}{}    ;;\n", pad, command->get_name(),
+                            ZshCase(*command, depth + 2), pad);
+    }
+    return fmt::format(
+        "{0}if (( CURRENT == {1} )); then\n{0}    local -a commands\n"
+        "{0}    commands=({2})\n{0}    _describe command commands\n"
+        "{0}    return\n{0}fi\n{0}case $words[{1}] in\n{3}{0}esac\n",
+        pad, app.get_parent() == nullptr ? 2 : 3, names, rows);
+}
+
+std::string Zsh(const CLI::App &program) {
+    return "#compdef dxrsh\n# Made by: dxrsh generate zsh\n_dxrsh() {\n" + ZshCase(program, 1) +
+           "}\n_dxrsh \"$@\"\n";
+}
+
+std::string Fish(const CLI::App &program) {
+    std::string lines = "# Completion of dxrsh for fish; made by: dxrsh generate fish\n";
+    for (const CLI::App *command : CommandsOf(program)) {
+        lines += fmt::format("complete -c dxrsh -f -n __fish_use_subcommand -a {} -d {}\n",
+                             command->get_name(), InQuotes(command->get_description()));
+    }
+    ForEachCommand(program, "", [&](const std::string &name, const CLI::App &command) {
+        std::string seen = "__fish_seen_subcommand_from " + name.substr(0, name.find(' '));
+        if (name.find(' ') != std::string::npos) {
+            seen += "; and __fish_seen_subcommand_from " + name.substr(name.find(' ') + 1);
+        }
+        for (const CLI::App *one : CommandsOf(command)) {
+            lines += fmt::format("complete -c dxrsh -f -n {} -a {} -d {}\n", InQuotes(seen),
+                                 one->get_name(), InQuotes(one->get_description()));
+        }
+        for (const CLI::Option *option : OptionsOf(command)) {
+            if (!option->get_positional()) {
+                lines += fmt::format("complete -c dxrsh -n {} -l {}{} -d {}\n", InQuotes(seen),
+                                     option->get_lnames().front(),
+                                     option->get_items_expected_max() != 0 ? " -r" : "",
+                                     InQuotes(option->get_description()));
+            }
+        }
+    });
+    return lines;
+}
+
+}  // namespace
+
+void AddGenerateCommand(CLI::App &program, const std::string &version, const std::string &date) {
+    CLI::App *const command =
+        program.add_subcommand("generate", "The manual page, or the completion of a shell");
+    command->group("");  // for the build
+    const auto what = std::make_shared<std::string>();
+    command->add_option("WHAT", *what, "man, bash, zsh or fish")
+        ->required()
+        ->check(CLI::IsMember({"man", "bash", "zsh", "fish"}));
+    command->callback([&program, what, version, date] {
+        WriteOut(*what == "man"    ? Man(program, version, date)
+                 : *what == "bash" ? Bash(program)
+                 : *what == "zsh"  ? Zsh(program)
+                                   : Fish(program));
+    });
+}
+
+}  // namespace dxrsh

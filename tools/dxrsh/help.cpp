@@ -1,0 +1,217 @@
+#include "help.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <utility>
+
+#include "errors.h"
+#include "help_text.h"
+#include "say.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr size_t kColumns = 80;
+constexpr size_t kLabelWidth = 20;
+
+std::map<const CLI::App *, Description> &Descriptions() {
+    static std::map<const CLI::App *, Description> descriptions;
+    return descriptions;
+}
+
+// A label, and the text after it in lines of their own column.
+std::string Row(const std::string &label, const std::string &text) {
+    std::string row = fmt::format("  {:<{}}", label, kLabelWidth - 2);
+    if (label.size() + 2 >= kLabelWidth) {
+        row += "  ";
+    }
+    size_t column = row.size();
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find(' ', at), text.size());
+        if (column + 1 + (end - at) > kColumns && column > kLabelWidth) {
+            row += "\n" + std::string(kLabelWidth, ' ');
+            column = kLabelWidth;
+        } else if (at != 0) {
+            row += ' ';
+            ++column;
+        }
+        row += text.substr(at, end - at);
+        column += end - at;
+        at = end + 1;
+    }
+    return row + "\n";
+}
+
+class HelpFormatter : public CLI::Formatter {
+  public:
+    [[nodiscard]] std::string make_help(const CLI::App *app, std::string name,
+                                        CLI::AppFormatMode /*mode*/) const override {
+        std::string help = fmt::format("Usage: {} {}\n", name, SynopsisOf(*app));
+        help += app->get_description() + "\n";
+        for (const CLI::App *command : CommandsOf(*app)) {
+            help += Row(command->get_name(), command->get_description());
+        }
+        for (const CLI::Option *option : OptionsOf(*app)) {
+            help += Row(LabelOf(*option), option->get_description());
+        }
+        const Description &description = DescriptionOf(*app);
+        if (!description.examples.empty()) {
+            help += "Examples:\n";
+        } else if (!app->get_footer().empty()) {
+            help += "\n" + app->get_footer() + "\n";
+        }
+        for (const std::string &example : description.examples) {
+            help += "  " + example + "\n";
+        }
+        return help;
+    }
+};
+
+size_t Distance(const std::string &a, const std::string &b) {
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < a.size(); ++i) {
+        size_t before = row[0];
+        row[0] = i + 1;
+        for (size_t j = 0; j < b.size(); ++j) {
+            const size_t replaced = before + (a[i] == b[j] ? 0 : 1);
+            before = row[j + 1];
+            row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
+        }
+    }
+    return row[b.size()];
+}
+
+// The command meant by a name that is none; empty when it resembles none.
+std::string Nearest(const CLI::App &app, const std::string &name) {
+    std::string nearest;
+    size_t least = std::max<size_t>(1, name.size() / 2) + 1;
+    for (const CLI::App *command : CommandsOf(app)) {
+        const bool begins = name.size() > 1 && command->get_name().starts_with(name);
+        const size_t distance = begins ? 1 : Distance(name, command->get_name());
+        if (distance < least) {
+            least = distance;
+            nearest = command->get_name();
+        }
+    }
+    return nearest;
+}
+
+[[noreturn]] void RefuseCommand(const CLI::App &app, const std::string &path,
+                                const std::string &name) {
+    const std::string nearest = Nearest(app, name);
+    const std::string advice = nearest.empty() ? fmt::format("'{} --help' lists them", path)
+                                               : fmt::format("did you mean '{}'?", nearest);
+    constexpr size_t kShownWidth = 60;
+    throw UsageError(
+        fmt::format("there is no command '{}'; {}", Printable(name, kShownWidth), advice));
+}
+
+}  // namespace
+
+const Description &DescriptionOf(const CLI::App &command) {
+    static const Description none;
+    const auto found = Descriptions().find(&command);
+    return found == Descriptions().end() ? none : found->second;
+}
+
+std::string ValueOf(const CLI::Option &option) {
+    const std::string type = option.get_type_name();
+    // Of a flag only what it may take, as in "--mask[=REGEX]".
+    const bool isShown = option.get_items_expected_max() != 0 || type.starts_with('[');
+    return isShown ? type.substr(0, type.find(':')) : std::string();
+}
+
+std::string LabelOf(const CLI::Option &option) {
+    if (option.get_positional()) {
+        return option.get_name(true) + (option.get_items_expected_max() > 1 ? "..." : "");
+    }
+    std::string label = "--" + option.get_lnames().front();
+    const std::string value = ValueOf(option);
+    return label + (value.empty() || value[0] == '[' ? "" : " ") + value;
+}
+
+std::vector<const CLI::App *> CommandsOf(const CLI::App &command) {
+    std::vector<const CLI::App *> commands;
+    for (const CLI::App *one : command.get_subcommands([](const CLI::App *) { return true; })) {
+        if (!one->get_name().empty() && !one->get_group().empty()) {
+            commands.push_back(one);
+        }
+    }
+    return commands;
+}
+
+std::vector<const CLI::Option *> OptionsOf(const CLI::App &command) {
+    std::vector<const CLI::Option *> options;
+    for (const bool positional : {true, false}) {
+        for (const CLI::App *part :
+             command.get_subcommands([](const CLI::App *) { return true; })) {
+            if (part->get_name().empty() && !positional) {  // a group of options
+                for (const CLI::Option *option : part->get_options()) {
+                    options.push_back(option);
+                }
+            }
+        }
+        for (const CLI::Option *option : command.get_options()) {
+            if (option->get_positional() == positional) {
+                options.push_back(option);
+            }
+        }
+    }
+    return options;
+}
+
+std::string SynopsisOf(const CLI::App &command) {
+    std::string synopsis = "[OPTIONS]";
+    for (const CLI::Option *option : OptionsOf(command)) {
+        if (option->get_positional()) {
+            const std::string label = LabelOf(*option);
+            synopsis += option->get_required() ? " " + label : " [" + label + "]";
+        }
+    }
+    return CommandsOf(command).empty() ? synopsis : "COMMAND ...";
+}
+
+void Describe(CLI::App &command, std::string details, std::vector<std::string> examples) {
+    Descriptions()[&command] = {std::move(details), std::move(examples)};
+}
+
+void AddJsonFlag(CLI::App &command, bool &json) {
+    command.add_flag("--json", json, "Print JSON, an object a line");
+}
+
+void UseHelp(CLI::App &program) {
+    program.formatter(std::make_shared<HelpFormatter>());
+    program.set_help_flag("--help,-h", "Print this help");
+}
+
+std::vector<std::string> ReadyArguments(const CLI::App &program, int argc, char **argv) {
+    std::vector<std::string> words(argv + std::min(1, argc), argv + argc);
+    const bool isOwnHelp = words.size() > 1 && words[1].starts_with('-');
+    if (!words.empty() && words[0] == "help" && !isOwnHelp) {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
+    const CLI::App *app = &program;
+    std::string path = program.get_name();
+    for (const std::string &word : words) {
+        if (CommandsOf(*app).empty() || word.empty() || word[0] == '-') {
+            break;
+        }
+        const auto isNamed = [&word](const CLI::App *one) { return one->get_name() == word; };
+        const auto all = app->get_subcommands([](const CLI::App *) { return true; });
+        const auto found = std::find_if(all.begin(), all.end(), isNamed);
+        if (found == all.end()) {
+            RefuseCommand(*app, path, word);
+        }
+        app = *found;
+        path += " " + word;
+    }
+    return words;
+}
+
+}  // namespace dxrsh
