@@ -23,6 +23,8 @@ import unittest
 DXRSH, ROOT, MAN, COMPLETIONS = sys.argv[1:5]
 ENVIRONMENT = {**os.environ, "LC_ALL": "C", "PATH": os.path.dirname(DXRSH) + ":/usr/bin:/bin"}
 PATIENCE = 60
+MODULE = os.path.join(os.path.dirname(DXRSH), "../../tests/tools/dxrsh_registers.so")
+RECORDING = "examples/dxrsh/registers.dxrtrace"
 
 
 def run(*words, stdin=b"", **how):
@@ -329,8 +331,11 @@ class Words(Case):
             for example in examples:
                 if "/var/log" in example or "bench" in example:
                     continue  # what not every machine has, what takes long
-                done = subprocess.run(["sh", "-c", example.replace("> kept.log", "> /dev/null")],
-                                      cwd=ROOT, env=ENVIRONMENT, capture_output=True, check=False,
+                for shown, there in (("> kept.log", "> /dev/null"), ("registers.so", MODULE),
+                                     ("before.dxrtrace", RECORDING), ("after.dxrtrace", RECORDING)):
+                    example = example.replace(shown, there)
+                done = subprocess.run(["sh", "-c", example], cwd=ROOT, env=ENVIRONMENT,
+                                      capture_output=True, check=False,
                                       timeout=PATIENCE)
                 self.assertEqual(done.returncode, 0, (example, done.stderr))
                 found += 1

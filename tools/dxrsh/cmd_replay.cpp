@@ -13,6 +13,7 @@
 #include "dxr_devhost.h"
 #include "dxr_trace.h"
 #include "errors.h"
+#include "help.h"
 #include "module.h"
 #include "number_option.h"
 #include "say.h"
@@ -118,12 +119,15 @@ void AddReplayCommand(CLI::App &program) {
     const auto options = std::make_shared<ReplayCommand>();
     CLI::App *const command =
         program.add_subcommand("replay", "Runs a module against a recording instead of a host");
-    command->footer(
-        "dxrsh replay [OPTIONS] FILE MODULE [ARGUMENTS]\n\n"
-        "FILE is a recording of 'dxrsh run --trace'; options stand before it. Calls are answered\n"
-        "from it, and the module's functions are called as the host called them. The first call\n"
-        "that differs ends the replay. Exit status: 0 all was the same, 1 a call differs, 2 the\n"
-        "recording or the module cannot be used.");
+    command->footer("FILE MODULE [ARGUMENTS]");
+    Describe(*command,
+             "FILE is a recording of 'dxrsh run --trace', MODULE the shared object; options stand "
+             "before them. Calls are answered from the recording, and the module's functions are "
+             "called as the host called them. The first call that differs ends the replay. Exit "
+             "status: 0 all was the same, 1 a call differs, 2 the recording or the module cannot "
+             "be used.",
+             {"dxrsh replay examples/dxrsh/registers.dxrtrace registers.so",
+              "dxrsh replay --loose examples/dxrsh/registers.dxrtrace registers.so"});
     command->add_flag("--loose", options->isLoose,
                       "Go on after a difference, with the next equal call");
     command
@@ -140,10 +144,12 @@ void AddDiffCommand(CLI::App &program) {
     const auto options = std::make_shared<DiffCommand>();
     CLI::App *const command =
         program.add_subcommand("diff", "Shows where two recordings of hook calls part");
-    command->footer(
-        "For each thread: the first call that was asked or answered otherwise, with the calls\n"
-        "around it. Addresses, handles and times are not compared. Exit status: 0 the same,\n"
-        "1 they differ, 2 a recording cannot be read.");
+    Describe(*command,
+             "For each thread: the first call that was asked or answered otherwise, with the calls "
+             "around it. Addresses, handles and times are not compared. Exit status: 0 the same, 1 "
+             "they differ, 2 a recording cannot be read.",
+             {"dxrsh diff before.dxrtrace after.dxrtrace",
+              "dxrsh diff --context 9 before.dxrtrace after.dxrtrace"});
     command->add_option("A", options->a, "A recording")->required();
     command->add_option("B", options->b, "Another one")->required();
     command->add_option("--context", options->context, "Calls shown before and after")

@@ -22,6 +22,7 @@
 #include "dxr_devhost.h"
 #include "dxr_trace.h"
 #include "errors.h"
+#include "help.h"
 #include "module.h"
 #include "number_option.h"
 #include "run_report.h"
@@ -318,12 +319,15 @@ void AddRunCommand(CLI::App &program) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App *const command =
         program.add_subcommand("run", "Runs a module on the development host");
-    command->footer(
-        "dxrsh run [OPTIONS] MODULE [ARGUMENTS]\n\n"
-        "MODULE is a shared object with DxrModuleMain (dxr_module.h); options stand before it.\n"
-        "Lines that the log filter lets through go to standard output, then the report. Exit\n"
-        "status: 0 all is well; 1 the module failed, broke a contract of the host or left\n"
-        "something behind, or the host ended the run; 2 it could not be run.");
+    command->footer("MODULE [ARGUMENTS]");
+    Describe(
+        *command,
+        "MODULE is a shared object with DxrModuleMain (dxr_module.h); options stand before it, "
+        "its own arguments after it. Lines that the log filter lets through go to standard "
+        "output, then the report. Exit status: 0 all is well; 1 the module failed, broke a "
+        "contract of the host or left something behind, or the host ended the run; 2 it could "
+        "not be run.",
+        {"dxrsh run registers.so", "dxrsh run --clock virtual --seed 7 registers.so"});
     command->add_option("--board", options->board, "JSON file that describes the board")
         ->type_name("FILE");
     command

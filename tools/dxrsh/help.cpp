@@ -173,6 +173,10 @@ std::string SynopsisOf(const CLI::App &command) {
             synopsis += option->get_required() ? " " + label : " [" + label + "]";
         }
     }
+    if (command.get_prefix_command()) {
+        // What it leaves to the module has no options; its footer names it.
+        synopsis += " " + command.get_footer();
+    }
     return CommandsOf(command).empty() ? synopsis : "COMMAND ...";
 }
 
