@@ -52,7 +52,7 @@ TEST(DxrshDb, InitSaysWhyItCannotWrite) {
 TEST(DxrshDb, NeedsToBeToldWhat) {
     ExpectFails({"db"}, 2, "A subcommand is required");
     ExpectFails({"db", "init"}, 2, "FILE is required");
-    ExpectFails({"db", "drop"}, 2, "A subcommand is required");
+    ExpectFails({"db", "drop"}, 2, "there is no command 'drop'; 'dxrsh db --help' lists them");
 }
 
 }  // namespace

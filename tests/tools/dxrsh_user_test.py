@@ -23,7 +23,7 @@ import unittest
 DXRSH, ROOT, MAN, COMPLETIONS = sys.argv[1:5]
 ENVIRONMENT = {**os.environ, "LC_ALL": "C", "PATH": os.path.dirname(DXRSH) + ":/usr/bin:/bin"}
 PATIENCE = 60
-MODULE = os.path.join(os.path.dirname(DXRSH), "../../tests/tools/dxrsh_registers.so")
+MODULES = os.path.join(os.path.dirname(DXRSH), "../../tests/tools/dxrsh_")
 RECORDING = "examples/dxrsh/registers.dxrtrace"
 
 
@@ -284,6 +284,15 @@ class Files(Case):
         self.fails(["privatelog", "write", "full", "--dir", "/dev"], 1,
                    "/dev/full: 0 of 3 bytes written: No space left on device", stdin=b"abc")
 
+    def test_a_full_disk_leaves_a_log_that_is_cut(self):
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (2500, 2500))
+        path = self.file("a.log", b"x" * 5000)
+        self.fails(["privatelog", "cut", "a.log", "3000", "--dir", self.folder.name], 1,
+                   f"cannot cut {path}", preexec_fn=limit)
+        self.assertEqual(os.listdir(self.folder.name), ["a.log"])
+        self.assertEqual(os.path.getsize(path), 5000)
+
     def test_from_names_file_and_line(self):
         table = os.path.join(ROOT, "examples/dxrsh/messages.json")
         path = self.file("messages", b"17\n\nx7\n")
@@ -331,7 +340,9 @@ class Words(Case):
             for example in examples:
                 if "/var/log" in example or "bench" in example:
                     continue  # what not every machine has, what takes long
-                for shown, there in (("> kept.log", "> /dev/null"), ("registers.so", MODULE),
+                for shown, there in (("> kept.log", "> /dev/null"),
+                                     (" registers.so", f" {MODULES}registers.so"),
+                                     (" worker.so", f" {MODULES}worker.so"),
                                      ("before.dxrtrace", RECORDING), ("after.dxrtrace", RECORDING)):
                     example = example.replace(shown, there)
                 done = subprocess.run(["sh", "-c", example], cwd=ROOT, env=ENVIRONMENT,

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -26,7 +27,6 @@ namespace {
 
 constexpr size_t kLongestText = size_t{16} << 20U;
 constexpr uint32_t kNoLength = 0xFFFFFFFF;
-
 constexpr std::string_view kTemporaryName = "dxr_log.tmp";
 
 struct PrivateLogOptions {
@@ -103,7 +103,8 @@ class PrivateLog {
         return text;
     }
 
-    // What the library does in its own directory.
+    // Elsewhere done as the library does it in its own directory, but that a copy in which bytes
+    // are missing never takes the log's place.
     [[nodiscard]] bool Cut(uint32_t longest) const {
         if (isOwn_) {
             return DXR_FixPrivateLogLen(name_.c_str(), longest) == 0;
@@ -114,8 +115,14 @@ class PrivateLog {
         }
         const std::string temporary = directory_ + std::string(kTemporaryName);
         (void)DXR_WritePrivateLog(kTemporaryName.data(), 0, "");
-        return DXR_CopyFile(Path().c_str(), temporary.c_str(), length - longest, longest) == 0 &&
-               std::rename(temporary.c_str(), Path().c_str()) == 0;
+        const bool isWhole =
+            DXR_CopyFile(Path().c_str(), temporary.c_str(), length - longest, longest) == 0 &&
+            DXR_FileLength(temporary.c_str()) == longest;  // a full disk takes less
+        if (isWhole && std::rename(temporary.c_str(), Path().c_str()) == 0) {
+            return true;
+        }
+        (void)std::remove(temporary.c_str());
+        return false;
     }
 
   private:
@@ -178,6 +185,10 @@ void Cut(const PrivateLogOptions &options) {
         throw RunError(fmt::format("cannot cut {}", log.Path()));
     }
     const uint32_t length = log.Length();
+    if (length != std::min(before, options.maxLength)) {
+        throw RunError(fmt::format("{}: {} of {} bytes are left, {} were wanted", log.Path(),
+                                   length, before, options.maxLength));
+    }
     JsonText json;
     json.BeginObject().Text("name", options.name).Number("bytes", length).Number("before", before);
     Print(

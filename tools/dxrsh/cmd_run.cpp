@@ -327,7 +327,7 @@ void AddRunCommand(CLI::App &program) {
         "output, then the report. Exit status: 0 all is well; 1 the module failed, broke a "
         "contract of the host or left something behind, or the host ended the run; 2 it could "
         "not be run.",
-        {"dxrsh run registers.so", "dxrsh run --clock virtual --seed 7 registers.so"});
+        {"dxrsh run worker.so", "dxrsh run --clock virtual --seed 7 worker.so"});
     command->add_option("--board", options->board, "JSON file that describes the board")
         ->type_name("FILE");
     command

@@ -24,7 +24,7 @@ class RememberedLines {
     }
     // Whether the line of that hash that was let through last was another one.
     [[nodiscard]] bool IsOther(uint32_t hash, uint32_t check);
-    // As long as this stays, a line that was no other one is none. Never 0.
+    // As long as this stays, a line that was no other one is none, if it was remembered. Never 0.
     [[nodiscard]] uint32_t Generation() {
         Settle();
         return generation_;

@@ -187,10 +187,10 @@ void StampFormat::AddStep(char directive) {
         case 'f':
             break;
         default:
-            throw UsageError(
-                fmt::format("--stamp: %{} is not known; 'dxrsh filter --help' tells "
-                            "where the known ones stand",
-                            Printable(std::string(1, directive), kShownWidth)));
+            throw UsageError(fmt::format(
+                "--stamp: %{} is not known, but %Y %y %m %b %d %e %j %a %H %k %I %l %M %S %p %z %Z "
+                "%s %Q %f %T %R %D %F %n %t %%",
+                Printable(std::string(1, directive), kShownWidth)));
     }
     head_.push_back({directive, ' '});
 }
