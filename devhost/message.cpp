@@ -141,14 +141,18 @@ MessageService::MessageService(Host &host)
       holds_(host.chance.Point("message.reorder")),
       openFails_(host.chance.Point("mailbox.open")),
       delayMs_(host.chance.StreamOf("message.delay.ms")),
-      lateJob_(std::make_shared<Job>(DeliverLate, this)) {
+      lateJob_(std::make_shared<Job>(DeliverLate, this)),
+      arrivedJob_(std::make_shared<Job>(HandleArrived, this)) {
     SetUpEvents();
 }
 
 MessageService::~MessageService() {
-    (void)TheHost().scheduler.Stop(*lateJob_, nullptr, {});
-    // Also when a handler was cut off in it.
-    lateJob_->self.reset();
+    transport.reset();  // nothing comes in any more
+    for (const std::shared_ptr<Job> &job : {lateJob_, arrivedJob_}) {
+        (void)TheHost().scheduler.Stop(*job, nullptr, {});
+        // Also when a handler was cut off in it.
+        job->self.reset();
+    }
 }
 
 void MessageService::ReportLeftovers() {

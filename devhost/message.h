@@ -1,7 +1,8 @@
 // The state of the message service, and what its files share: message.cpp sends and waits for
 // acknowledgements; message_way.cpp has what may happen on the way; message_mailbox.cpp mailboxes,
 // handlers and receivers; message_event.cpp events and the mesh; message_transport.cpp brings
-// messages to mailboxes.
+// messages to mailboxes, message_chassis.cpp and message_zmq_transport.cpp to those of other
+// boards.
 #ifndef DXR_DEVHOST_MESSAGE_INTERNAL_H
 #define DXR_DEVHOST_MESSAGE_INTERNAL_H
 
@@ -15,6 +16,7 @@
 #include <tuple>
 
 #include "host.h"
+#include "message_chassis.h"
 #include "message_transport.h"
 
 namespace devhost {
@@ -85,9 +87,14 @@ class MessageService final : public Service, public MessageReceiver {
     [[nodiscard]] bool HasMailbox(const DxrHostUnit &unit) const override;
     uint32_t Arrive(Letters &letter) override;
     bool Acknowledged(uint64_t sequence, uint32_t result) override;
+    void TakeIn(Letters &letters, const std::vector<Acknowledgement> &acknowledgements) override;
 
-    // Under the scheduler's lock.
-    const std::unique_ptr<MessageTransport> transport;
+    // message_chassis.cpp. 0, or a number of <errno.h>.
+    uint32_t Join(const ChassisPlan &plan);
+
+    // Under the scheduler's lock. The chassis, once there is one, is the transport, and stays it.
+    std::unique_ptr<MessageTransport> transport;
+    ChassisTransport *chassis = nullptr;
     Counts counts{};
 
     // message_event.cpp
@@ -126,6 +133,8 @@ class MessageService final : public Service, public MessageReceiver {
     Letters::iterator Keep(Letters &second);
     void TakeBack(Letters::iterator kept, Letters &second);
     void CarryHeld(const DxrHostUnit &unit);
+    Mailbox *FindUnhandled();
+    static void HandleArrived(void *service);
     void EraseUnused(Mailbox &box);
 
     FaultPoint &sendFails_;
@@ -146,6 +155,10 @@ class MessageService final : public Service, public MessageReceiver {
 
     std::mutex lateMutex_;  // one starts the job at a time
     const std::shared_ptr<Job> lateJob_;
+
+    // Runs handlers for what came from elsewhere.
+    const std::shared_ptr<Job> arrivedJob_;
+    bool isHandling_ = false;  // it is started; under the scheduler's lock
 
     std::mutex filterMutex_;  // guards what follows
     DxrMessageFilter *filter_ = nullptr;

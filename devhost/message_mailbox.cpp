@@ -121,6 +121,70 @@ void MessageService::Handle(const DxrHostUnit &unit) {
     EraseUnused(*box);
 }
 
+// --- From elsewhere
+
+// Under the lock.
+Mailbox *MessageService::FindUnhandled() {
+    for (auto &[key, box] : boxes_) {
+        if (box.closed == 0 && box.given.handler != nullptr && box.runner == nullptr &&
+            !box.letters.empty()) {
+            return &box;
+        }
+    }
+    return nullptr;
+}
+
+void MessageService::TakeIn(Letters &letters,
+                            const std::vector<Acknowledgement> &acknowledgements) {
+    Scheduler &scheduler = TheHost().scheduler;
+    {
+        const SchedulerLock lock = scheduler.Lock();
+        for (const Acknowledgement &each : acknowledgements) {
+            (void)Acknowledged(each.sequence, each.result);
+        }
+        Letters one;
+        while (!letters.empty()) {
+            one.splice(one.end(), letters, letters.begin());
+            counts.refused += Arrive(one) != 0 ? 1 : 0;
+            one.clear();
+        }
+        if (isHandling_ || FindUnhandled() == nullptr) {
+            return;
+        }
+        isHandling_ = true;
+    }
+    uint32_t result = ENOMEM;
+    try {
+        result = scheduler.Start(arrivedJob_, scheduler.clock.NowNs(), 0);
+    } catch (const std::bad_alloc &) {
+        result = ENOMEM;
+    }
+    if (result != 0) {
+        const SchedulerLock lock = scheduler.Lock();
+        isHandling_ = false;  // what arrives next tries again
+    }
+}
+
+// The job. Nothing is owned here while a handler runs: it may be cut off.
+void MessageService::HandleArrived(void *service) {
+    auto &self = *static_cast<MessageService *>(service);
+    for (;;) {
+        DxrHostUnit unit{};
+        {
+            const SchedulerLock lock = self.TheHost().scheduler.Lock();
+            const Mailbox *const box = self.FindUnhandled();
+            if (box == nullptr) {
+                self.isHandling_ = false;
+                return;
+            }
+            unit = box->given.unit;
+        }
+        self.Handle(unit);
+    }
+}
+
+// --- Receivers
+
 // A frame that waits owns nothing: `taken` is empty until then.
 uint32_t MessageService::Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t room,
                                  const Place &place, DxrHostMessage &head, Letters &taken) {

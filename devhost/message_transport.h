@@ -27,6 +27,12 @@ struct Letter {
 // Letters go from list to list; that never fails.
 using Letters = std::list<Letter>;
 
+// That a message was taken, and the result that its receiver gave.
+struct Acknowledgement {
+    uint64_t sequence;
+    uint32_t result;
+};
+
 // The end that has mailboxes and senders: the message service.
 class MessageReceiver {
   public:
@@ -44,6 +50,10 @@ class MessageReceiver {
 
     // A message of this end was acknowledged. False when nobody waits for that.
     virtual bool Acknowledged(uint64_t sequence, uint32_t result) = 0;
+
+    // What came from another process, on a thread of the transport, without the lock. The list is
+    // empty afterwards.
+    virtual void TakeIn(Letters &letters, const std::vector<Acknowledgement> &acknowledgements) = 0;
 
   protected:
     ~MessageReceiver() = default;

@@ -322,10 +322,8 @@ void Scheduler::TellEnd(SchedulerLock &lock, const char *what) {
     endText_.swap(text);
 }
 
-void Scheduler::End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
-                    const char *text) {
-    host_.reports.Add(DXR_HOST_REPORT_RUN, service, place, what, text);
-    SchedulerLock lock(mutex_);
+// Under the lock: all waits end, and no job runs any more.
+void Scheduler::EndWaits(const char *text) {
     hasEnded_ = true;
     endText_ = text;
     for (const auto &[id, each] : tasks_) {
@@ -338,6 +336,13 @@ void Scheduler::End(ThreadRecord &thread, const char *service, const Place &plac
         alarms_.Remove(*alarms_.Earliest());
     }
     due_.Clear();
+}
+
+void Scheduler::End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
+                    const char *text) {
+    host_.reports.Add(DXR_HOST_REPORT_RUN, service, place, what, text);
+    SchedulerLock lock(mutex_);
+    EndWaits(text);
     Task *const task = thread.taskHost == host_.number ? thread.task.get() : nullptr;
     if (task == nullptr || task->entry == nullptr) {
         return;
@@ -349,6 +354,13 @@ void Scheduler::End(ThreadRecord &thread, const char *service, const Place &plac
         task->turn.Wait(lock);
     }
     EndHere(lock, *task);
+}
+
+void Scheduler::Stop(const char *text) {
+    const SchedulerLock lock(mutex_);
+    if (!hasEnded_) {
+        EndWaits(text);
+    }
 }
 
 std::string Scheduler::UseOf(const CodeRange &code) {

@@ -247,6 +247,9 @@ class Scheduler {
     void End(ThreadRecord &thread, const char *service, const Place &place, const char *what,
              const char *text);
 
+    // Ends the run, from outside of it and without a word. Not in virtual time.
+    void Stop(const char *text);
+
     // The task that began in that code and has not ended, "task 3 ..."; empty when there is none.
     std::string UseOf(const CodeRange &code);
 
@@ -278,6 +281,7 @@ class Scheduler {
     void SwitchAway(SchedulerLock &lock, Task &self);
     Task *Choose(SchedulerLock &lock);
     void EndRun(SchedulerLock &lock, const char *what);
+    void EndWaits(const char *text);
     void TellEnd(SchedulerLock &lock, const char *what);
     void Fire(Alarm &alarm);
     void Unqueue(Job &job);

@@ -76,24 +76,4 @@ bool WholeFile::Write(const std::string &path, const Bytes &content, const char 
     return isWell;
 }
 
-int ReadWholeFile(const std::string &path, Bytes &content) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.Get() < 0) {
-        return errno;
-    }
-    content.clear();
-    std::array<unsigned char, 65536> part;
-    for (;;) {
-        const ssize_t bytes = read(file.Get(), part.data(), part.size());
-        if (bytes == 0) {
-            return 0;
-        }
-        if (bytes > 0) {
-            content.insert(content.end(), part.begin(), part.begin() + bytes);
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
-}
-
 }  // namespace devhost

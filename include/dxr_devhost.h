@@ -4,6 +4,7 @@
 #define DXR_DEVHOST_H
 
 #include "dxr_devhost/alarm.h"
+#include "dxr_devhost/chassis.h"
 #include "dxr_devhost/database.h"
 #include "dxr_devhost/database_config.h"
 #include "dxr_devhost/device.h"

@@ -1,5 +1,6 @@
 /* The host's message service: all eleven slots of the Msg group. Units of the device send records
- * to each other's mailboxes, within this process.
+ * to each other's mailboxes, within this process; between the processes of a chassis chassis.h says
+ * what is otherwise.
  *
  * Sending. Each takes a DxrHostMessage and gives 0 or a number of <errno.h>.
  *   DXR_SendMsg(message)         to the unit that the message names
@@ -59,8 +60,8 @@
  *
  * The mesh
  *   DXR_SetMeshFd(fd)            keeps the descriptor, which stays the caller's, for
- *                                DxrHostGetMeshFd: boards of other processes are not reached yet,
- *                                so nothing is read from it or written to it. 0xFFFFFFFF takes it
+ *                                DxrHostGetMeshFd: a chassis does without it, and nothing is
+ *                                read from it or written to it. 0xFFFFFFFF takes it
  *                                back; one that is not open is reported, and not kept
  *
  * Mailboxes that are open at the host's end were left behind, with the number of messages in them
@@ -105,7 +106,8 @@ typedef struct DxrHostMessage {
     uint32_t flags;     /* DXR_HOST_MESSAGE_... */
     uint32_t timeoutMs; /* how long to wait for an acknowledgement; DXR_HOST_FOREVER: without end;
                            0: only for that of a handler that is called at once */
-    uint64_t sequence;  /* given by the host, from 1; written into the sender's record, too */
+    uint64_t sequence;  /* given by the host, from 1; written into the sender's record, too;
+                           in a chassis it begins with the board */
     uint32_t code;      /* any number, handed on */
     uint32_t result;    /* gets the acknowledgement's result */
     const void *data;   /* copied when it is sent; may be null with 0 bytes */
