@@ -208,9 +208,9 @@ class PrintService : public Service {
 
     void Note(const char *text) {
         DxrHostMilestone milestone{};
-        milestone.ns = TheHost().scheduler.clock.NowNs();
         (void)std::snprintf(milestone.text, sizeof(milestone.text), "%s", text);
         const std::lock_guard lock(mutex);
+        milestone.ns = TheHost().scheduler.clock.NowNs();
         milestones.push_back(milestone);
         if (milestones.size() > kMostMilestones) {
             milestones.pop_front();
@@ -224,12 +224,16 @@ class PrintService : public Service {
 
     void Deliver(uint32_t level, const char *text) {
         PrintTarget target;
+        std::unique_lock writing(files);
         {
             const std::lock_guard lock(mutex);
             if (level > maxLevel || !isOn[DXR_HOST_OUTPUT_MESSAGES]) {
                 return;
             }
             target = print;
+        }
+        if (target.sink != nullptr) {
+            writing.unlock();
         }
         logFile.Write("[" + std::to_string(level) + "] " + text + "\n");
         if (target.sink != nullptr) {
@@ -241,6 +245,7 @@ class PrintService : public Service {
 
     void DeliverLine(const char *text) {
         DiagTarget target;
+        std::unique_lock writing(files);
         {
             const std::lock_guard lock(mutex);
             if (!isOn[DXR_HOST_OUTPUT_DIAG]) {
@@ -249,6 +254,7 @@ class PrintService : public Service {
             target = diag;
         }
         if (target.sink != nullptr) {
+            writing.unlock();
             target.sink(text, target.user);
         } else if (target.file != nullptr) {
             (void)std::fprintf(target.file, "%s\n", text);
@@ -272,6 +278,9 @@ class PrintService : public Service {
         return logDirectory + name;
     }
 
+    // Held while messages and lines are written to files: who has put another one in may close the
+    // one before. Locked first.
+    std::recursive_mutex files;
     std::mutex mutex;  // guards what follows
     uint32_t maxLevel;
     PrintTarget print;
@@ -309,6 +318,14 @@ std::optional<size_t> FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1
     return std::strlen(piece.data());
 }
 
+// False, and a report, for null.
+bool IsThere(const Call &call, const void *given) {
+    if (given == nullptr) {
+        call.Misuse(kService, "a null pointer");
+    }
+    return given != nullptr;
+}
+
 // --- Slots
 
 [[gnu::format(printf, 2, 3)]] void Print(uint32_t level, const char *format, ...) {
@@ -339,8 +356,8 @@ std::optional<size_t> FormatPiece(std::array<char, DXR_PRIVATE_LOG_WRITE_MAX + 1
 
 uint32_t DiagLogFilter(const char *text) {
     const Call call("DXR_DiagLogFilter");
-    if (!call || text == nullptr) {
-        return 1;
+    if (!call || !IsThere(call, text)) {
+        return kFailure;
     }
     StateOf(*call).DeliverLine(text);
     return 0;
@@ -458,8 +475,7 @@ uint32_t RecordWarmRebootMileStone(void *text) {
     if (!call) {
         return kFailure;
     }
-    if (text == nullptr) {
-        call.Misuse(kService, "a null text");
+    if (!IsThere(call, text)) {
         return kFailure;
     }
     StateOf(*call).Note(static_cast<const char *>(text));
@@ -516,8 +532,7 @@ uint32_t LogFilterRegisterForFramework(uint32_t number, void *file, void *regist
     if (!call) {
         return kFailure;
     }
-    if (handle == nullptr) {
-        call.Misuse(kService, "a null pointer");
+    if (!IsThere(call, handle)) {
         return kFailure;
     }
     const std::string name = "framework " + std::to_string(number);
@@ -568,10 +583,11 @@ const char *LogFilterGetFileName(void *handle) {
 
 // Writes the line unless one with the same key was.
 uint32_t Filter(const Call &call, const void *handle, const char *text, std::string_view key) {
-    const uint64_t now = call->scheduler.clock.NowNs();
     bool isToBeWritten = false;
-    if (!WithFilter(call, handle,
-                    [&](LogFilter &filter) { isToBeWritten = filter.Passes(key, now); })) {
+    // The time of the filter's turn: another line may have been written meanwhile.
+    if (!WithFilter(call, handle, [&](LogFilter &filter) {
+            isToBeWritten = filter.Passes(key, call->scheduler.clock.NowNs());
+        })) {
         return kFailure;
     }
     if (isToBeWritten) {
@@ -582,12 +598,12 @@ uint32_t Filter(const Call &call, const void *handle, const char *text, std::str
 
 uint32_t FilterSameLog(void *handle, const char *text) {
     const Call call("DXR_LOGFILTER_FilterSameLog");
-    return call && text != nullptr ? Filter(call, handle, text, text) : kFailure;
+    return call && IsThere(call, text) ? Filter(call, handle, text, text) : kFailure;
 }
 
 uint32_t FilterDiffKeyLog(void *handle, const char *text) {
     const Call call("DXR_LOGFILTER_FilterDiffKeyLog");
-    if (!call || text == nullptr) {
+    if (!call || !IsThere(call, text)) {
         return kFailure;
     }
     const std::string_view whole = text;
@@ -596,7 +612,7 @@ uint32_t FilterDiffKeyLog(void *handle, const char *text) {
 
 uint32_t FilterLargeDiffKeyLog(void *handle, void *text, uint32_t length) {
     const Call call("DXR_LOGFILTER_FilterLargeDiffKeyLog");
-    if (!call || text == nullptr) {
+    if (!call || !IsThere(call, text)) {
         return kFailure;
     }
     const auto *const line = static_cast<const char *>(text);
@@ -605,7 +621,7 @@ uint32_t FilterLargeDiffKeyLog(void *handle, void *text, uint32_t length) {
 
 uint32_t ShowCurInfo(uint32_t all, void *handle, void *buffer, uint32_t size) {
     const Call call("DXR_LOGFILTER_ShowCurInfo");
-    if (!call || buffer == nullptr || size == 0) {
+    if (!call || !IsThere(call, buffer) || size == 0) {
         return kFailure;
     }
     std::string listing;
@@ -682,6 +698,7 @@ void DxrHostSetPrintFile(DxrHost *host, FILE *out, uint32_t maxLevel, const char
     devhost::Guard([&] {
         devhost::PrintTarget target = {nullptr, nullptr, out, prefix != nullptr ? prefix : ""};
         PrintService &state = StateOf(*call);
+        const std::lock_guard writing(state.files);
         const std::lock_guard lock(state.mutex);
         state.maxLevel = maxLevel;
         std::swap(state.print, target);
@@ -694,6 +711,7 @@ void DxrHostSetPrintSink(DxrHost *host, DxrHostPrintSink sink, void *user, uint3
         return;
     }
     PrintService &state = StateOf(*call);
+    const std::lock_guard writing(state.files);
     const std::lock_guard lock(state.mutex);
     state.maxLevel = maxLevel;
     state.print = {sink, user, nullptr, {}};
@@ -703,6 +721,7 @@ void DxrHostSetDiagFile(DxrHost *host, FILE *out) {
     const ApiCall call(host);
     if (call) {
         PrintService &state = StateOf(*call);
+        const std::lock_guard writing(state.files);
         const std::lock_guard lock(state.mutex);
         state.diag = {nullptr, nullptr, out};
     }
@@ -712,6 +731,7 @@ void DxrHostSetDiagSink(DxrHost *host, DxrHostLineSink sink, void *user) {
     const ApiCall call(host);
     if (call) {
         PrintService &state = StateOf(*call);
+        const std::lock_guard writing(state.files);
         const std::lock_guard lock(state.mutex);
         state.diag = {sink, user, nullptr};
     }

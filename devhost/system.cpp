@@ -132,32 +132,74 @@ class SystemService : public Service {
         return found != files.end() ? found->second : nullptr;
     }
 
-    std::shared_ptr<OpenFile> TakeOut(const void *handle) {
+    // A handle for the file; null without memory. Who finds one finds its file too: it may be
+    // guessed before it is given to anybody.
+    void *Keep(const std::shared_ptr<OpenFile> &open, const Place &place) {
+        const std::lock_guard lock(mutex);
+        void *const handle = TheHost().handles.Make(HandleType::kFile, open.get(), place);
+        if (handle == nullptr) {
+            return nullptr;
+        }
+        try {
+            files.emplace(handle, open);
+        } catch (const std::bad_alloc &) {
+            (void)TheHost().handles.End(handle, HandleType::kFile, place);
+            throw;
+        }
+        return handle;
+    }
+
+    // Ends a handle and gives its file; null for what is no handle.
+    std::shared_ptr<OpenFile> TakeOut(const void *handle, const Place &place) {
         const std::lock_guard lock(mutex);
         const auto found = files.find(handle);
         if (found == files.end()) {
             return nullptr;
         }
-        std::shared_ptr<OpenFile> open = found->second;
+        std::shared_ptr<OpenFile> open = std::move(found->second);
         files.erase(found);
+        (void)TheHost().handles.End(handle, HandleType::kFile, place);
         return open;
     }
 
-    // Starts a timer that nobody else knows yet. 0, or a number of <errno.h>: EEXIST for a heart
-    // that somebody else watches for the same monitor.
+    // Starts a timer with a handle, which is written to its record before the function can run.
+    // Who finds the timer can stop it: it is started by then. 0, or a number of <errno.h>.
+    uint32_t StartWithHandle(const std::shared_ptr<Timer> &timer, uint64_t ms, bool repeats,
+                             void *record) {
+        Handles &handles = TheHost().handles;
+        const std::lock_guard lock(mutex);
+        timer->handle = handles.Make(HandleType::kTimer, timer.get(), timer->made);
+        if (timer->handle == nullptr) {
+            return ENOMEM;
+        }
+        std::memcpy(static_cast<std::byte *>(record) + offsetof(DxrHostTimer, handle),
+                    &timer->handle, sizeof(timer->handle));
+        uint32_t result = ENOMEM;
+        try {
+            result = Start(timer, ms, repeats);
+        } catch (const std::bad_alloc &) {
+            result = ENOMEM;
+        }
+        if (result != 0) {
+            (void)handles.End(timer->handle, HandleType::kTimer, timer->made);
+        }
+        return result;
+    }
+
+    // Starts to watch a heart. As above; EEXIST when somebody else does for the same monitor.
+    uint32_t StartWatch(const std::shared_ptr<Timer> &timer, uint64_t ms) {
+        const std::lock_guard lock(mutex);
+        const auto isTwin = [&timer](const auto &each) {
+            return each.second->monitor == timer->monitor && !each.second->isEnding;
+        };
+        return std::any_of(timers.begin(), timers.end(), isTwin) ? EEXIST : Start(timer, ms, false);
+    }
+
+    // With the lock.
     uint32_t Start(const std::shared_ptr<Timer> &timer, uint64_t ms, bool repeats) {
         Scheduler &scheduler = TheHost().scheduler;
         // Beyond that nobody lives to see it.
         const uint64_t ns = std::min(ms, kLongestMs) * kNsPerMs;
-        // Who finds it can stop it: it is started by then.
-        const std::lock_guard lock(mutex);
-        const auto isTwin = [&timer](const auto &each) {
-            return timer->monitor != nullptr && each.second->monitor == timer->monitor &&
-                   !each.second->isEnding;
-        };
-        if (std::any_of(timers.begin(), timers.end(), isTwin)) {
-            return EEXIST;
-        }
         timer->service = this;
         timer->serial = ++lastSerial;
         timer->firesOnce = !repeats;
@@ -312,6 +354,11 @@ SystemService &StateOf(Host &host) {
     return host.Get<SystemService>(ServiceId::kSystem);
 }
 
+// Who called, looked up before a lock is held.
+Place PlaceOf(const Call &call) {
+    return {call.At().slot, ModuleCaller(call.At().address)};
+}
+
 // The open file of a handle; null, and a report, when there is none.
 std::shared_ptr<OpenFile> FileOf(const Call &call, const void *handle) {
     auto open = StateOf(*call).FileOf(handle);
@@ -352,26 +399,18 @@ void *FOpen(const char *path, const char *mode) {
     if (open->file == nullptr) {
         return nullptr;
     }
-    void *const handle = call->handles.Make(HandleType::kFile, open.get(), call.At());
-    if (handle == nullptr) {
-        return nullptr;
-    }
-    try {
-        const std::lock_guard lock(state.mutex);
-        state.files.emplace(handle, open);
-        return handle;
-    } catch (const std::bad_alloc &) {
-        (void)call->handles.End(handle, HandleType::kFile, call.At());
-        return nullptr;
-    }
+    return state.Keep(open, PlaceOf(call));
 }
 
 uint32_t FClose(void *file) {
     const Call call("DXR_FClose");
-    if (!call || call.End<OpenFile>(kService, file, HandleType::kFile) == nullptr) {
+    const auto open = call ? StateOf(*call).TakeOut(file, PlaceOf(call)) : nullptr;
+    if (open == nullptr) {
+        if (call) {
+            (void)call.Find<OpenFile>(kService, file, HandleType::kFile);
+        }
         return kFailure;
     }
-    const auto open = StateOf(*call).TakeOut(file);
     const std::lock_guard lock(open->mutex);
     const bool isClosed = std::fclose(open->file) == 0;
     open->file = nullptr;
@@ -436,9 +475,13 @@ uint32_t GetSysWorkPath(char *buffer, uint32_t size) {
     if (!call) {
         return kFailure;
     }
+    if (buffer == nullptr) {
+        call.Misuse(kService, "a null pointer");
+        return kFailure;
+    }
     SystemService &state = StateOf(*call);
     const std::lock_guard lock(state.mutex);
-    if (buffer == nullptr || state.workPath.size() >= size) {
+    if (state.workPath.size() >= size) {
         return kFailure;
     }
     std::memcpy(buffer, state.workPath.c_str(), state.workPath.size() + 1);
@@ -483,26 +526,10 @@ uint32_t StartTimer(void *timer) {
     auto made = std::make_shared<Timer>();
     made->function = given.function;
     made->argument = given.argument;
-    made->made = {call.At().slot, ModuleCaller(call.At().address)};
-    void *const handle = call->handles.Make(HandleType::kTimer, made.get(), call.At());
-    if (handle == nullptr) {
-        return ENOMEM;
-    }
-    made->handle = handle;
-    std::memcpy(static_cast<std::byte *>(timer) + offsetof(DxrHostTimer, handle), &handle,
-                sizeof(handle));
+    made->made = PlaceOf(call);
     // A period of nothing would never let the clock move.
     const uint64_t ms = given.repeats != 0 ? std::max(given.ms, 1U) : given.ms;
-    uint32_t result = ENOMEM;
-    try {
-        result = state.Start(made, ms, given.repeats != 0);
-    } catch (const std::bad_alloc &) {
-        result = ENOMEM;
-    }
-    if (result != 0) {
-        (void)call->handles.End(handle, HandleType::kTimer, call.At());
-    }
-    return result;
+    return state.StartWithHandle(made, ms, given.repeats != 0, timer);
 }
 
 uint32_t StopHeartToMon(void *monitor) {
@@ -518,7 +545,7 @@ uint32_t StopHeartToMon(void *monitor) {
     return state.Stop(call, nullptr, monitor) ? 0 : ENOENT;
 }
 
-// As SystemService::Start.
+// As SystemService::StartWatch.
 uint32_t Watch(const Call &call, const DxrHostHeartMonitor &given, const void *monitor, uint64_t ms,
                uint32_t number) {
     auto made = std::make_shared<Timer>();
@@ -526,8 +553,8 @@ uint32_t Watch(const Call &call, const DxrHostHeartMonitor &given, const void *m
     made->argument = given.argument;
     made->monitor = monitor;
     made->number = number;
-    made->made = {call.At().slot, ModuleCaller(call.At().address)};
-    return StateOf(*call).Start(made, ms, false);
+    made->made = PlaceOf(call);
+    return StateOf(*call).StartWatch(made, ms);
 }
 
 uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t number) {

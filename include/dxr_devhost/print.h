@@ -39,7 +39,8 @@
  *                                Cut to `size` bytes with the terminator. 0, or 1
  *   DXR_LOGFILTER_ShowHisInfo(handle)       a message of level 6 with the sums. 0, or 1
  *
- * All may be called from any thread. Sinks are called on the thread that caused the line, and while
+ * A null text, buffer or pointer is reported and gives the failure value, where nothing else is
+ * said. All may be called from any thread. Sinks are called on the thread that caused the line, and while
  * no lock of the host is held; they may call the host. */
 #ifndef DXR_DEVHOST_PRINT_H
 #define DXR_DEVHOST_PRINT_H
@@ -55,7 +56,8 @@ typedef void (*DxrHostPrintSink)(uint32_t level, const char *text, void *user);
 
 /* Sends messages of level `maxLevel` and below to `out`, one line each: `prefix`, the level in
  * brackets, the text. Default: level 2 and below to stderr with the prefix "dxr ". `out` null drops
- * all messages; it must stay open until it is replaced. A null prefix is an empty one. */
+ * all messages; it must stay open until it is replaced, and is not written to after that. A null
+ * prefix is an empty one. */
 DXR_API void DxrHostSetPrintFile(DxrHost *host, FILE *out, uint32_t maxLevel, const char *prefix);
 
 /* As above, to a function. `user` is handed on to it. `sink` null drops all messages. */

@@ -2,8 +2,12 @@
 #include "dxr_devhost/print.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "devhost/file_calls.h"
@@ -110,6 +114,59 @@ TEST_F(HostPrint, DiagnosticLinesGoToTheSinkOrTheFile) {
     std::fclose(file);
     EXPECT_EQ(directory.Read("log"), "100% to the file\n");
     EXPECT_EQ(lines.size(), 1U);
+}
+
+TEST_F(HostPrint, AFileThatIsReplacedIsNotWrittenToAnyMore) {
+    struct Slow {
+        std::atomic<bool> isWriting{false};
+        std::atomic<bool> isOver{false};
+    };
+    const auto slow = [](Slow &state) {
+        const auto write = [](void *cookie, const char *, size_t size) -> ssize_t {
+            auto *const to = static_cast<Slow *>(cookie);
+            to->isWriting = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            to->isOver = true;
+            return static_cast<ssize_t>(size);
+        };
+        std::FILE *const file = fopencookie(&state, "w", {nullptr, write, nullptr, nullptr});
+        std::setvbuf(file, nullptr, _IOLBF, 256);
+        return file;
+    };
+    Slow ofMessages;
+    Slow ofLines;
+    std::FILE *const messageFile = slow(ofMessages);
+    std::FILE *const lineFile = slow(ofLines);
+    DxrHostSetPrintFile(host, messageFile, 6, "");
+    DxrHostSetDiagFile(host, lineFile);
+    std::thread printer([] { Print(1, "a message"); });
+    std::thread teller([] { DXR_DiagLogFilter("a line"); });
+    while (!ofMessages.isWriting && !ofLines.isWriting) {
+        std::this_thread::yield();
+    }
+    DxrHostSetPrintFile(host, nullptr, 6, "");
+    DxrHostSetDiagFile(host, nullptr);
+    EXPECT_EQ(ofMessages.isOver, ofMessages.isWriting);
+    EXPECT_EQ(ofLines.isOver, ofLines.isWriting);
+    printer.join();
+    teller.join();
+    std::fclose(messageFile);
+    std::fclose(lineFile);
+}
+
+TEST_F(HostPrint, NullPointersAreReported) {
+    DxrHostLogFilter filter{sizeof(DxrHostLogFilter), 4, 10, 0, "a.log", nullptr};
+    ASSERT_EQ(DXR_LOGFILTER_Register(&filter), 0U);
+    const DxrPrintHooks &slots = *DXR_GetPrintHooks();  // the library looks at some of the texts
+    EXPECT_EQ(slots.diagLogFilter(nullptr), 1U);
+    EXPECT_EQ(slots.logFilterFilterSameLog(filter.handle, nullptr), 1U);
+    EXPECT_EQ(slots.logFilterFilterDiffKeyLog(filter.handle, nullptr), 1U);
+    EXPECT_EQ(DXR_LOGFILTER_FilterLargeDiffKeyLog(filter.handle, nullptr, 4), 1U);
+    EXPECT_EQ(DXR_LOGFILTER_ShowCurInfo(1, filter.handle, nullptr, 100), 1U);
+    EXPECT_EQ(DXR_RecordWarmRebootMileStone(nullptr), 1U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::AllOf(testing::SizeIs(6), testing::Each("a null pointer")));
+    EXPECT_EQ(DXR_LOGFILTER_Destroy(filter.handle), 0U);
 }
 
 // --- Private logs
@@ -253,6 +310,31 @@ TEST_F(HostPrint, MilestonesAreKeptWithTheirTime) {
 }
 
 // --- The host's log filters
+
+TEST_F(HostPrint, OneOfEqualLinesOfManyThreadsIsWritten) {
+    static std::atomic<uint32_t> written;
+    written = 0;
+    DxrHostSetDiagSink(
+        host, [](const char *, void *) { ++written; }, nullptr);
+    DxrHostLogFilter filter{sizeof(DxrHostLogFilter), 65536, 3600, 0, "a.log", nullptr};
+    ASSERT_EQ(DXR_LOGFILTER_Register(&filter), 0U);
+    constexpr uint32_t kLines = 20000;
+    const auto tell = [&filter] {
+        for (uint32_t i = 0; i < kLines; ++i) {
+            DXR_LOGFILTER_FilterSameLog(filter.handle, std::to_string(i).c_str());
+        }
+    };
+    // They soon wait for each other, and tell each line at the same time.
+    std::array<std::thread, 4> threads;
+    for (std::thread &thread : threads) {
+        thread = std::thread(tell);
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(written, kLines);
+    EXPECT_EQ(DXR_LOGFILTER_Destroy(filter.handle), 0U);
+}
 
 class HostLogFilter : public dxrtest::SteppedHost {
   protected:

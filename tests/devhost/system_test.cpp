@@ -108,6 +108,11 @@ TEST_F(HostFiles, NamesOfWorkPathAndFolder) {
     EXPECT_EQ(DXR_GetSysWorkPath(nullptr, 8), 1U);
 }
 
+TEST_F(HostFiles, ANullBufferForTheWorkPathIsReported) {
+    EXPECT_EQ(DXR_GetSysWorkPath(nullptr, 100), 1U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE), std::vector<std::string>{"a null pointer"});
+}
+
 TEST_F(HostFiles, BadHandlesAreReported) {
     const TemporaryDirectory directory;
     void *const file = DXR_FOpen(directory.Write("data", "x").c_str(), "rb");
@@ -337,6 +342,82 @@ TEST_F(VirtualTimers, AHeartThatStopsIsToldOnce) {
 }
 
 class RealTimers : public dxrtest::RealHost {};
+
+// The handle that is made next when that one has ended: whoever breaks rules can guess it.
+void *NextAfter(void *handle) {
+    constexpr uintptr_t kGeneration = uintptr_t{1} << 24;
+    return reinterpret_cast<void *>(reinterpret_cast<uintptr_t>(handle) + kGeneration);
+}
+
+// Ends what has the guessed handle, again and again, on a thread of its own.
+template <typename EndIt>
+class Guesser {
+  public:
+    explicit Guesser(EndIt end) : end_(end) {}
+    ~Guesser() { Join(); }
+    Guesser(const Guesser &) = delete;
+    Guesser &operator=(const Guesser &) = delete;
+    Guesser(Guesser &&) = delete;
+    Guesser &operator=(Guesser &&) = delete;
+
+    void Guess(void *handle) { guess_ = handle; }
+    // How often it met.
+    uint32_t Join() {
+        isOver_ = true;
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+        return ended_;
+    }
+
+  private:
+    void Run() {
+        while (!isOver_) {
+            ended_ += end_(guess_) == 0 ? 1 : 0;
+        }
+    }
+
+    EndIt end_;
+    std::atomic<void *> guess_{nullptr};
+    std::atomic<bool> isOver_{false};
+    uint32_t ended_ = 0;
+    std::thread thread_{[this] { Run(); }};
+};
+
+constexpr uint32_t kGuesses = 20000;
+
+TEST_F(RealTimers, AGuessedHandleStopsATimerOnce) {
+    static constexpr DxrHostTimer kTimer = {sizeof(DxrHostTimer), 3600000, 1,      0,
+                                            [](void *) {},        nullptr, nullptr};
+    Guesser guesser([](void *handle) {
+        DxrHostTimer guessed = kTimer;
+        guessed.handle = handle;
+        return DXR_StopTimer(&guessed);
+    });
+    uint32_t stops = 0;
+    DxrHostTimer timer = kTimer;
+    for (uint32_t round = 0; round < kGuesses; ++round) {
+        guesser.Guess(NextAfter(timer.handle));
+        EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+        stops += DXR_StopTimer(&timer) == 0 ? 1 : 0;
+    }
+    EXPECT_EQ(stops + guesser.Join(), kGuesses);
+    EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(HostFiles, AGuessedHandleClosesAFileOnce) {
+    Guesser guesser([](void *handle) { return DXR_FClose(handle); });
+    uint32_t closes = 0;
+    void *file = nullptr;
+    for (uint32_t round = 0; round < kGuesses; ++round) {
+        guesser.Guess(NextAfter(file));
+        file = DXR_FOpen("/dev/null", "rb");
+        ASSERT_NE(file, nullptr);
+        closes += DXR_FClose(file) == 0 ? 1 : 0;
+    }
+    EXPECT_EQ(closes + guesser.Join(), kGuesses);
+    EXPECT_EQ(End(), 0U);
+}
 
 TEST_F(RealTimers, AStopWaitsForAFunctionThatRunsOnce) {
     static std::atomic<int> step{0};
