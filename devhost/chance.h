@@ -31,7 +31,9 @@ class FaultPoint {
     FaultPoint(uint64_t seed, std::string_view name) : stream_(seed, name) {}
 
     // Tells whether this step is to fail.
-    bool Fails() { return isSet_.load(std::memory_order_relaxed) && Decide(); }
+    bool Fails() { return IsSet() && Decide(); }
+    // Tells whether any step is; not a step itself.
+    [[nodiscard]] bool IsSet() const { return isSet_.load(std::memory_order_relaxed); }
 
     void FailNth(uint64_t n, bool onwards);
     void FailShare(uint32_t millionths);

@@ -23,11 +23,11 @@ namespace devhost {
 // All blocks of one module identifier. Live blocks and bytes stand in one word, so that the highest
 // values are exact at one step a call.
 //
-// While one thread alone uses an account, its owner, a step is a load and a store. Another thread
-// first takes the account from it, once and for all: from then on all make atomic steps. The owner
-// says that it steps before it looks whether it still is the owner; who takes the account says so
-// before it looks whether the owner steps. Between these two it puts a fence into all threads;
-// where the machine has none, nobody owns.
+// While one thread alone uses an account, its owner, a step is a load and a store, and so is the
+// release of a block of that account. Another thread first takes the account from it, once and for
+// all: from then on all make atomic steps. The owner says that it steps before it looks whether it
+// still is the owner; who takes the account says so before it looks whether the owner steps.
+// Between these two it puts a fence into all threads; where the machine has none, nobody owns.
 struct Account {
     static constexpr uint32_t kByteBits = 40;
     static constexpr uint64_t kByteMask = (uint64_t{1} << kByteBits) - 1;
@@ -39,31 +39,70 @@ struct Account {
     std::atomic<bool> isStepping{false};       // the owner's
 
     void Add(const void *by, uint32_t bytes) {
-        const uint64_t now = Step(by, (uint64_t{1} << kByteBits) + bytes);
+        const uint64_t change = (uint64_t{1} << kByteBits) + bytes;
+        uint64_t now = 0;
+        if (!StepAsOwner(by, [this, change, &now] { now = Change(change); })) {
+            ShareOut();
+            now = live.fetch_add(change, std::memory_order_relaxed) + change;
+        }
         Raise(blocksPeak, now >> kByteBits);
         Raise(bytesPeak, now & kByteMask);
     }
     void Subtract(const void *by, uint32_t bytes) {
-        (void)Step(by, 0 - ((uint64_t{1} << kByteBits) + bytes));
+        if (!StepAsOwner(by, [this, bytes] { SubtractAsOwner(bytes); })) {
+            ShareOut();
+            SubtractShared(bytes);
+        }
     }
 
-  private:
-    uint64_t Step(const void *by, uint64_t change) {
-        if (owner.load(std::memory_order_relaxed) == by) {
-            isStepping.store(true, std::memory_order_relaxed);
-            std::atomic_signal_fence(std::memory_order_seq_cst);
-            if (owner.load(std::memory_order_relaxed) == by) [[likely]] {
-                const uint64_t now = live.load(std::memory_order_relaxed) + change;
-                live.store(now, std::memory_order_relaxed);
-                isStepping.store(false, std::memory_order_release);
-                return now;
-            }
-            isStepping.store(false, std::memory_order_release);
+    // Lets the owner step; false, and nothing is done, when `by` is not or no longer the owner.
+    template <typename Step>
+    bool StepAsOwner(const void *by, Step step) {
+        if (owner.load(std::memory_order_relaxed) != by) {
+            return false;
         }
+        isStepping.store(true, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        const bool isOwner = owner.load(std::memory_order_relaxed) == by;
+        if (isOwner) [[likely]] {
+            step();
+        }
+        isStepping.store(false, std::memory_order_release);
+        return isOwner;
+    }
+
+    // As Add; false, and nothing is done, when the account is to be shared out first.
+    bool AddQuickly(const void *by, uint32_t bytes) {
+        const uint64_t change = (uint64_t{1} << kByteBits) + bytes;
+        uint64_t now = 0;
+        if (owner.load(std::memory_order_acquire) == nullptr) {
+            now = live.fetch_add(change, std::memory_order_relaxed) + change;
+        } else if (!StepAsOwner(by, [this, change, &now] { now = Change(change); })) {
+            return false;
+        }
+        Raise(blocksPeak, now >> kByteBits);
+        Raise(bytesPeak, now & kByteMask);
+        return true;
+    }
+
+    // Makes the account everybody's.
+    void ShareOut() {
         if (owner.load(std::memory_order_acquire) != nullptr) [[unlikely]] {
             Take();
         }
-        return live.fetch_add(change, std::memory_order_relaxed) + change;
+    }
+
+    // Within a step of the owner; and after ShareOut.
+    void SubtractAsOwner(uint32_t bytes) { (void)Change(0 - ((uint64_t{1} << kByteBits) + bytes)); }
+    void SubtractShared(uint32_t bytes) {
+        live.fetch_sub((uint64_t{1} << kByteBits) + bytes, std::memory_order_relaxed);
+    }
+
+  private:
+    uint64_t Change(uint64_t change) {
+        const uint64_t now = live.load(std::memory_order_relaxed) + change;
+        live.store(now, std::memory_order_relaxed);
+        return now;
     }
 
     // Comes back when the account is everybody's.
@@ -105,7 +144,7 @@ namespace {
 constexpr const char *kService = "memory";
 constexpr uint32_t kReleasing = 0xFFFFFFFF;  // the module of sites that release
 constexpr unsigned char kGuardByte = 0xFD;
-constexpr uint32_t kSerialsAtOnce = 1024;
+constexpr uint32_t kCacheBits = 40;  // from here on up serials tell the cache
 
 // What a thread has asked for at one site. Its thread alone writes.
 struct Totals {
@@ -118,11 +157,14 @@ struct Totals {
     }
 };
 
+constexpr char kNoText = 0;
+
 // A site as a thread knows it.
-struct KnownSite {
-    const char *file = nullptr;
-    uint32_t line = 0;
-    uint32_t mid = 0;
+struct alignas(64) KnownSite {
+    // The file once the site was used, when nobody changes the text.
+    const char *quickFile = &kNoText;
+    const char *file = nullptr;  // null: none is known here
+    uint64_t number = 0;         // module identifier and line
     const Site *site = nullptr;
     Totals *totals = nullptr;  // null until the thread allocates there
     bool isFixed = false;      // nobody changes the text
@@ -161,8 +203,7 @@ class FixedTexts {
 struct Cache {
     RoomRings rings;
     std::array<KnownSite, 256> sites{};
-    uint64_t nextSerial = 0;
-    uint64_t endSerial = 0;
+    uint64_t lastSerial = 0;                      // of the blocks that were allocated with it
     std::mutex mutex;                             // guards the growth of totals
     std::vector<std::unique_ptr<Totals>> totals;  // by the number of the site
 };
@@ -214,59 +255,90 @@ class MemoryService : public Service {
         for (const BlockInfo *const block : Live()) {
             TheHost().ReportLeftover(kService, {},
                                      std::to_string(block->size) + " bytes of module " +
-                                         std::to_string(block->made->mid) + " from " +
-                                         TextOf(block->made));
+                                         std::to_string(block->Made()->mid) + " from " +
+                                         TextOf(block->Made()));
         }
     }
 
-    Cache &CacheOf(ThreadRecord &thread) {
-        if (thread.cacheHost != TheHost().number) [[unlikely]] {
+    Cache &CacheOf(const Call &call) {
+        ThreadRecord &thread = call.Thread();
+        if (thread.cacheHost != call->number) [[unlikely]] {
             MakeCache(thread);
         }
         return *static_cast<Cache *>(thread.memoryCache);
     }
 
     KnownSite &SiteOf(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
-        const uint64_t hash =
-            (reinterpret_cast<uint64_t>(file) + line * uint64_t{0x9E3779B1} + mid) * 0x9E3779B1;
-        KnownSite &known = cache.sites[(hash >> 16) % cache.sites.size()];
+        const uint64_t number = NumberOf(mid, line);
+        KnownSite &known = PlaceFor(cache, number, file);
         // The text may be another one by now, say after a plug-in was unloaded.
-        if (known.file == file && known.line == line && known.mid == mid && known.site != nullptr &&
+        if (known.file == file && known.number == number &&
             (known.isFixed || std::strcmp(known.site->file.c_str(), file) == 0)) [[likely]] {
+            known.quickFile = known.isFixed ? file : &kNoText;
             return known;
         }
-        const Site &site = Intern(cache, mid, file, line);
-        known = {file, line, mid, &site, nullptr, fixedTexts_.Holds(file)};
+        Learn(cache, known, file, number);
         return known;
     }
 
-    void *Allocate(Cache &cache, KnownSite &known, uint32_t size) {
-        if (known.totals == nullptr) [[unlikely]] {
-            known.totals = &TotalsOf(cache, known.site->number);
-        }
-        const Blocks::Block block =
-            size <= Blocks::kLargest ? blocks_.Take(cache.rings, size) : TakeLarge(size);
-        if (block.bytes == nullptr) {
+    // As AllocateQuickly and ReleaseQuickly below.
+    void *TryAllocate(Cache &cache, uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+        const uint64_t number = NumberOf(mid, line);
+        const KnownSite &known = PlaceFor(cache, number, file);
+        if (known.quickFile != file || known.number != number || known.totals == nullptr ||
+            allocateFails.IsSet() || limit.load(std::memory_order_relaxed) != 0) [[unlikely]] {
             return nullptr;
         }
-        if (cache.nextSerial == cache.endSerial) [[unlikely]] {
-            cache.nextSerial = serials_.fetch_add(kSerialsAtOnce);
-            cache.endSerial = cache.nextSerial + kSerialsAtOnce;
+        RoomRing *const ring = Blocks::RingWith(cache.rings, size);
+        if (ring == nullptr || !known.site->account->AddQuickly(&cache, size)) [[unlikely]] {
+            return nullptr;
         }
-        block.info->size = size;
-        block.info->serial = cache.nextSerial++;
-        block.info->made = known.site;
-        SetGuards(block.bytes, size);
-        known.site->account->Add(&cache, size);
-        known.totals->Add(size);
-        block.info->state.store(BlockInfo::kLive, std::memory_order_release);
-        return block.bytes;
+        return Fill(*ring->Pop(), cache, known, size);
     }
 
-    // As Allocate, one after the other, and not beyond the limit.
-    void *AllocateWithin(uint64_t most, Cache &cache, KnownSite &known, uint32_t size) {
+    bool TryRelease(Cache &cache, void *block, const char *file, uint32_t line) {
+        const uint64_t number = NumberOf(kReleasing, line);
+        const KnownSite &known = PlaceFor(cache, number, file);
+        if (known.quickFile != file || known.number != number) [[unlikely]] {
+            return false;
+        }
+        BlockInfo *const info = blocks_.Find(block);
+        if (info == nullptr) [[unlikely]] {
+            return false;
+        }
+        const BlockState seen = info->state.load(std::memory_order_acquire);
+        if (!seen.IsLive() || ResultOf(*info) != Result::kReleased ||
+            cache.rings[info->sizeClass].Count() == blocks::kRingRoom ||
+            !EndQuickly(cache, *info, seen)) [[unlikely]] {
+            return false;
+        }
+        info->released.store(known.site, std::memory_order_relaxed);
+        cache.rings[info->sizeClass].Push(info);
+        return true;
+    }
+
+    // A block of at most Blocks::kLargest bytes.
+    void *Allocate(Cache &cache, KnownSite &known, uint32_t size) {
+        if (known.totals == nullptr) {
+            known.totals = &TotalsOf(cache, known.site->number);
+        }
+        BlockInfo *const room = blocks_.Take(cache.rings, size);
+        if (room == nullptr) {
+            return nullptr;
+        }
+        known.site->account->Add(&cache, size);
+        return Fill(*room, cache, known, size);
+    }
+
+    // Any block, one after the other, and not beyond the limit.
+    [[gnu::noinline]] void *AllocateUnusual(Cache &cache, KnownSite &known, uint32_t size) {
         const std::lock_guard lock(limitMutex_);
-        return LiveBytes() + size <= most ? Allocate(cache, known, size) : nullptr;
+        const uint64_t most = limit.load(std::memory_order_relaxed);
+        if (most != 0 && LiveBytes() + size > most) {
+            return nullptr;
+        }
+        return size <= Blocks::kLargest ? Allocate(cache, known, size)
+                                        : AllocateLarge(cache, known, size);
     }
 
     enum class Result : uint8_t { kReleased, kDamaged, kNoBlock };
@@ -276,19 +348,17 @@ class MemoryService : public Service {
     };
 
     Release TakeBack(Cache &cache, void *address, const Site &site) {
-        auto *const bytes = static_cast<std::byte *>(address);
         BlockInfo *const info = blocks_.Find(address);
-        if (info == nullptr) {
-            return TakeBackLarge(cache, bytes, site);
+        if (info == nullptr) [[unlikely]] {
+            return TakeBackLarge(cache, address, site);
         }
-        uint32_t live = BlockInfo::kLive;
-        if (!info->state.compare_exchange_strong(live, BlockInfo::kReleased,
-                                                 std::memory_order_acq_rel)) {
+        const Site *const made = End(cache, *info);
+        if (made == nullptr) {
             return {};
         }
-        const Release release = Settle(cache, bytes, *info);
+        const Release release = {ResultOf(*info), made};
         info->released.store(&site, std::memory_order_relaxed);
-        blocks_.Give(cache.rings, {bytes, info});
+        blocks_.Give(cache.rings, *info);
         return release;
     }
 
@@ -333,8 +403,9 @@ class MemoryService : public Service {
             }
         }
         const auto count = [&all](const BlockInfo &info) {
-            ++all[info.made->number].blocksLive;
-            all[info.made->number].bytesLive += info.size;
+            DxrHostMemorySite &site = all[info.Made()->number];
+            ++site.blocksLive;
+            site.bytesLive += info.size;
         };
         blocks_.ForEachLive(count);
         for (const auto &[address, large] : large_) {
@@ -368,9 +439,9 @@ class MemoryService : public Service {
     // What an address is that is no live block.
     std::string Explain(const void *address) {
         const BlockInfo *const info = blocks_.Find(address);
-        if (info != nullptr && info->state.load() == BlockInfo::kReleased) {
+        if (info != nullptr && info->state.load().IsReleased()) {
             return "a block that was released at " + TextOf(info->released.load()) +
-                   ", allocated at " + TextOf(info->made);
+                   ", allocated at " + TextOf(info->Made());
         }
         {
             const std::lock_guard lock(mutex_);
@@ -392,15 +463,16 @@ class MemoryService : public Service {
   private:
     using SiteKey = std::tuple<uint32_t, uint32_t, std::string>;
 
-    void MakeCache(ThreadRecord &thread) {
+    [[gnu::noinline]] void MakeCache(ThreadRecord &thread) {
         auto cache = std::make_unique<Cache>();
         const std::lock_guard lock(mutex_);
+        cache->lastSerial = uint64_t{caches_.size()} << kCacheBits;
         caches_.push_back(std::move(cache));
         thread.memoryCache = caches_.back().get();
         thread.cacheHost = TheHost().number;
     }
 
-    static Totals &TotalsOf(Cache &cache, uint32_t number) {
+    [[gnu::noinline]] static Totals &TotalsOf(Cache &cache, uint32_t number) {
         const std::lock_guard lock(cache.mutex);
         if (number >= cache.totals.size()) {
             cache.totals.resize(number + 1);
@@ -409,6 +481,13 @@ class MemoryService : public Service {
             cache.totals[number] = std::make_unique<Totals>();
         }
         return *cache.totals[number];
+    }
+
+    [[gnu::noinline]] void Learn(const Cache &cache, KnownSite &known, const char *file,
+                                 uint64_t number) {
+        const Site &site =
+            Intern(cache, static_cast<uint32_t>(number >> 32), file, static_cast<uint32_t>(number));
+        known = {&kNoText, file, number, &site, nullptr, fixedTexts_.Holds(file)};
     }
 
     const Site &Intern(const Cache &by, uint32_t mid, const char *file, uint32_t line) {
@@ -433,45 +512,115 @@ class MemoryService : public Service {
         return sites_.back();
     }
 
-    // Looks at the guards of a block that goes, and takes it out of its account.
-    static Release Settle(const Cache &by, const std::byte *bytes, const BlockInfo &info) {
-        const bool isWhole = IsGuard(bytes - blocks::kGuard) && IsGuard(bytes + info.size);
-        info.made->account->Subtract(&by, info.size);
-        return {isWhole ? Result::kReleased : Result::kDamaged, info.made};
+    // Ends the life of a block, in its account too, and gives its site; null when it does not live.
+    // The room may meanwhile be used for another block, of another account: then that one ends.
+    static const Site *End(const Cache &by, BlockInfo &info) {
+        for (;;) {
+            BlockState seen = info.state.load(std::memory_order_acquire);
+            if (!seen.IsLive()) {
+                return nullptr;
+            }
+            Account &account = *seen.Made()->account;
+            const auto step = [&info, &account, seen] {
+                // Nobody else releases blocks of this account.
+                info.state.store(seen.Released(), std::memory_order_relaxed);
+                account.SubtractAsOwner(info.size);
+            };
+            if (account.StepAsOwner(&by, step)) {
+                return seen.Made();
+            }
+            account.ShareOut();
+            if (info.state.compare_exchange_strong(seen, seen.Released(),
+                                                   std::memory_order_acq_rel)) {
+                account.SubtractShared(info.size);
+                return seen.Made();
+            }
+        }
     }
 
-    Blocks::Block TakeLarge(uint32_t size) {
+    // As End, of a block that was seen to live. False, and nothing is done, when another thread was
+    // quicker or the account is to be shared out first.
+    static bool EndQuickly(const Cache &by, BlockInfo &info, BlockState seen) {
+        Account &account = *seen.Made()->account;
+        if (account.owner.load(std::memory_order_acquire) != nullptr) {
+            return account.StepAsOwner(&by, [&info, &account, seen] {
+                info.state.store(seen.Released(), std::memory_order_relaxed);
+                account.SubtractAsOwner(info.size);
+            });
+        }
+        const uint32_t size = info.size;
+        if (!info.state.compare_exchange_strong(seen, seen.Released(), std::memory_order_acq_rel)) {
+            return false;
+        }
+        account.SubtractShared(size);
+        return true;
+    }
+
+    static uint64_t NumberOf(uint32_t mid, uint32_t line) { return uint64_t{mid} << 32 | line; }
+
+    // Where the thread keeps a site, or another one that falls to the same place.
+    static KnownSite &PlaceFor(Cache &cache, uint64_t number, const char *file) {
+        const uint64_t hash =
+            (reinterpret_cast<uint64_t>(file) ^ number) * uint64_t{0x9E3779B97F4A7C15};
+        static_assert(std::tuple_size_v<decltype(cache.sites)> == 1 << 8);
+        return cache.sites[hash >> 56];
+    }
+
+    static Result ResultOf(const BlockInfo &info) {
+        return IsGuard(info.bytes - blocks::kGuard) && IsGuard(info.bytes + info.size)
+                   ? Result::kReleased
+                   : Result::kDamaged;
+    }
+
+    // Makes a block of its room. The account and the totals are there.
+    static void *Fill(BlockInfo &room, Cache &cache, const KnownSite &known, uint32_t size) {
+        room.size = size;
+        room.serial = ++cache.lastSerial;
+        SetGuards(room.bytes, size);
+        known.totals->Add(size);
+        room.state.store(BlockState::Live(known.site), std::memory_order_release);
+        return room.bytes;
+    }
+
+    void *AllocateLarge(Cache &cache, KnownSite &known, uint32_t size) {
+        if (known.totals == nullptr) {
+            known.totals = &TotalsOf(cache, known.site->number);
+        }
         auto large = std::make_unique<LargeBlock>();
         large->begin = static_cast<std::byte *>(std::malloc(size_t{size} + 2 * blocks::kGuard));
         if (large->begin == nullptr) {
-            return {};
+            return nullptr;
         }
-        std::byte *const bytes = large->begin + blocks::kGuard;
-        BlockInfo *const info = &large->info;
+        large->info.bytes = large->begin + blocks::kGuard;
+        BlockInfo &info = large->info;
+        // Who finds it can release it: it is whole by then.
         const std::lock_guard lock(mutex_);
-        large_.emplace(bytes, std::move(large));
-        return {bytes, info};
+        (void)large_.emplace(info.bytes, std::move(large));
+        known.site->account->Add(&cache, size);
+        return Fill(info, cache, known, size);
     }
 
-    Release TakeBackLarge(const Cache &by, const std::byte *bytes, const Site &site) {
+    [[gnu::noinline]] Release TakeBackLarge(const Cache &by, const void *address,
+                                            const Site &site) {
         std::unique_ptr<LargeBlock> large;
         {
             const std::lock_guard lock(mutex_);
-            const auto found = large_.find(bytes);
+            const auto found = large_.find(address);
             if (found == large_.end()) {
                 return {};
             }
             large = std::move(found->second);
             large_.erase(found);
-            releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {bytes, large->info.made,
+            releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {address, large->info.Made(),
                                                                        &site};
         }
-        return Settle(by, bytes, large->info);
+        const Site &made = *large->info.Made();
+        made.account->Subtract(&by, large->info.size);
+        return {ResultOf(large->info), &made};
     }
 
     Blocks blocks_;
     const FixedTexts fixedTexts_;
-    std::atomic<uint64_t> serials_{0};
     std::mutex limitMutex_;
 
     std::mutex mutex_;  // guards what follows
@@ -490,47 +639,97 @@ MemoryService &StateOf(Host &host) {
 
 // --- Slots
 
-void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
-    const Call call("DXR_Malloc");
+[[gnu::noinline]] void *Allocate(uint32_t mid, uint32_t size, const char *file, uint32_t line,
+                                 const void *caller) try {
+    const Call call("DXR_Malloc", caller);
     if (!call || size == 0) {
         return nullptr;
     }
     MemoryService &state = StateOf(*call);
-    if (state.allocateFails.Fails()) {
+    if (state.allocateFails.Fails()) [[unlikely]] {
         return nullptr;
     }
-    try {
-        Cache &cache = state.CacheOf(call.Thread());
-        KnownSite &known = state.SiteOf(cache, mid, file != nullptr ? file : "", line);
-        const uint64_t most = state.limit.load(std::memory_order_relaxed);
-        return most == 0 ? state.Allocate(cache, known, size)
-                         : state.AllocateWithin(most, cache, known, size);
-    } catch (const std::bad_alloc &) {
-        return nullptr;
+    Cache &cache = state.CacheOf(call);
+    KnownSite &known = state.SiteOf(cache, mid, file != nullptr ? file : "", line);
+    if (size > Blocks::kLargest || state.limit.load(std::memory_order_relaxed) != 0) [[unlikely]] {
+        return state.AllocateUnusual(cache, known, size);
     }
+    return state.Allocate(cache, known, size);
+} catch (const std::bad_alloc &) {
+    return nullptr;
 }
 
-void Release(void *block, const char *file, uint32_t line) {
-    const Call call("DXR_Free");
-    if (!call || block == nullptr) {
-        return;
-    }
-    MemoryService &state = StateOf(*call);
-    Cache &cache = state.CacheOf(call.Thread());
-    const Site &site = *state.SiteOf(cache, kReleasing, file != nullptr ? file : "", line).site;
-    const MemoryService::Release release = state.TakeBack(cache, block, site);
-    if (release.result == MemoryService::Result::kReleased) [[likely]] {
-        return;
-    }
+// Reports what was wrong with a release.
+[[gnu::noinline, gnu::cold]] void Blame(const Call &call, const void *block, const Site &site,
+                                        const MemoryService::Release &release) {
     if (release.result == MemoryService::Result::kDamaged) {
         call.Misuse(kService, "written beyond a block",
                     "a block allocated at " + TextOf(release.made) + " and released at " +
                         TextOf(&site) + " was written before its begin or after its end");
         return;
     }
+    MemoryService &state = StateOf(*call);
     ++state.badReleases;
     call.Misuse(kService, "released what is no block",
                 "released at " + TextOf(&site) + ": " + state.Explain(block));
+}
+
+[[gnu::noinline]] void Release(void *block, const char *file, uint32_t line,
+                               const void *caller) try {
+    const Call call("DXR_Free", caller);
+    if (!call || block == nullptr) {
+        return;
+    }
+    MemoryService &state = StateOf(*call);
+    Cache &cache = state.CacheOf(call);
+    const Site &site = *state.SiteOf(cache, kReleasing, file != nullptr ? file : "", line).site;
+    const MemoryService::Release release = state.TakeBack(cache, block, site);
+    if (release.result != MemoryService::Result::kReleased) [[unlikely]] {
+        Blame(call, block, site, release);
+    }
+} catch (const std::bad_alloc &) {
+    // Nobody hears of it.
+}
+
+// The quick ways: of a thread, a site and a size that are known, where nothing is out of the
+// ordinary. They make no calls and so need no frame; else null or false, nothing has changed, and
+// the functions above do it.
+
+void *AllocateQuickly(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+    ThreadRecord *const thread = t_record;
+    Host *const host = EnterQuickly(thread);
+    if (host == nullptr || host->scheduler.SwitchesAtCalls() || thread->cacheHost != host->number ||
+        size - 1 >= Blocks::kLargest) [[unlikely]] {
+        return nullptr;
+    }
+    Cache &cache = *static_cast<Cache *>(thread->memoryCache);
+    void *const block = StateOf(*host).TryAllocate(cache, mid, size, file, line);
+    LeaveQuickly(*thread);
+    return block;
+}
+
+bool ReleaseQuickly(void *block, const char *file, uint32_t line) {
+    ThreadRecord *const thread = t_record;
+    Host *const host = EnterQuickly(thread);
+    if (host == nullptr || host->scheduler.SwitchesAtCalls() || thread->cacheHost != host->number)
+        [[unlikely]] {
+        return false;
+    }
+    Cache &cache = *static_cast<Cache *>(thread->memoryCache);
+    const bool isReleased = StateOf(*host).TryRelease(cache, block, file, line);
+    LeaveQuickly(*thread);
+    return isReleased;
+}
+
+void *AllocateSlot(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+    void *const block = AllocateQuickly(mid, size, file, line);
+    return block != nullptr ? block : Allocate(mid, size, file, line, __builtin_return_address(0));
+}
+
+void ReleaseSlot(void *block, const char *file, uint32_t line) {
+    if (!ReleaseQuickly(block, file, line)) {
+        Release(block, file, line, __builtin_return_address(0));
+    }
 }
 
 }  // namespace
@@ -540,8 +739,8 @@ std::unique_ptr<Service> MakeMemory(Host &host) {
 }
 
 void FillMemory(DxrHooks &hooks) {
-    hooks.memory.allocate = Guarded<Allocate>;
-    hooks.memory.release = Guarded<Release>;
+    hooks.memory.allocate = AllocateSlot;
+    hooks.memory.release = ReleaseSlot;
 }
 
 }  // namespace devhost
@@ -604,8 +803,8 @@ uint32_t DxrHostReportLeaks(DxrHost *host, FILE *out) try {
     const auto live = StateOf(*call).Live();
     if (out != nullptr) {
         for (const devhost::BlockInfo *const block : live) {
-            (void)std::fprintf(out, "mid %u: %u bytes from %s:%u\n", block->made->mid, block->size,
-                               block->made->file.c_str(), block->made->line);
+            (void)std::fprintf(out, "mid %u: %u bytes from %s:%u\n", block->Made()->mid,
+                               block->size, block->Made()->file.c_str(), block->Made()->line);
         }
     }
     return static_cast<uint32_t>(live.size());

@@ -60,18 +60,21 @@ bool Blocks::BeginSpan(Common &common, size_t sizeClass) {
     }
     const uint32_t room = kRooms[sizeClass];
     const auto count = static_cast<uint32_t>(kSpan / room);
-    auto *const infos = new (std::nothrow) BlockInfo[count];
+    auto *const infos = new (std::nothrow) BlockInfo[count + 1];
     if (infos == nullptr) {
         return false;
     }
-    spans_[at] = {room, count, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1),
-                  static_cast<uint32_t>(sizeClass), infos};
-    if (__lsan_register_root_region != nullptr) {
-        __lsan_register_root_region(base_ + at * kSpan, kSpan);
+    std::byte *const begin = base_ + at * kSpan;
+    for (uint32_t i = 0; i < count; ++i) {
+        infos[i].bytes = begin + size_t{i} * room + blocks::kGuard;
+        infos[i].sizeClass = static_cast<uint32_t>(sizeClass);
     }
-    common.span = static_cast<uint32_t>(at);
-    common.nextUnused = 0;
-    common.count = count;
+    spans_[at] = {room, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1), count, infos};
+    if (__lsan_register_root_region != nullptr) {
+        __lsan_register_root_region(begin, kSpan);
+    }
+    common.nextUnused = infos;
+    common.endUnused = infos + count;
     usedSpans_ = at + 1;
     return true;
 }
@@ -80,22 +83,22 @@ bool Blocks::Refill(RoomRing &ring, size_t sizeClass) {
     const std::lock_guard lock(mutex_);
     Common &common = common_[sizeClass];
     constexpr uint32_t kWanted = blocks::kRingRoom - 16;
-    while (ring.count < kWanted) {
+    while (ring.Count() < kWanted) {
         if (common.rooms.size() > blocks::kAtRest) {
             ring.Push(common.rooms.front());
             common.rooms.pop_front();
-        } else if (common.nextUnused < common.count || BeginSpan(common, sizeClass)) {
-            ring.Push(common.span << kIndexBits | common.nextUnused++);
+        } else if (common.nextUnused != common.endUnused || BeginSpan(common, sizeClass)) {
+            ring.Push(common.nextUnused++);
         } else {
             break;
         }
     }
-    return ring.count != 0;
+    return ring.Count() != 0;
 }
 
 void Blocks::Spill(RoomRing &ring, size_t sizeClass) {
     const std::lock_guard lock(mutex_);
-    while (ring.count > blocks::kAtRest) {
+    while (ring.Count() > blocks::kAtRest) {
         common_[sizeClass].rooms.push_back(ring.Pop());
     }
 }

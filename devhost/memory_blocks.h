@@ -20,17 +20,41 @@ namespace devhost {
 
 struct Site;
 
-// What is known of a block, while it lives and until its room is used again.
-struct BlockInfo {
-    static constexpr uint32_t kNever = 0;
-    static constexpr uint32_t kLive = 1;
-    static constexpr uint32_t kReleased = 2;
+// Who made a block, and whether it lives, in one word: who releases a block changes just what it
+// saw. 0 for a room that was never used.
+class BlockState {
+  public:
+    BlockState() = default;
+    static BlockState Live(const Site *made) {
+        return BlockState(reinterpret_cast<uintptr_t>(made) | kLiveBit);
+    }
 
-    std::atomic<uint32_t> state{kNever};
-    uint32_t size = 0;
+    [[nodiscard]] bool IsLive() const { return (word_ & kLiveBit) != 0; }
+    [[nodiscard]] bool IsReleased() const { return word_ != 0 && !IsLive(); }
+    [[nodiscard]] BlockState Released() const { return BlockState(word_ & ~kLiveBit); }
+    [[nodiscard]] const Site *Made() const {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the pointer that it was
+        return reinterpret_cast<const Site *>(word_ & ~kLiveBit);
+    }
+
+  private:
+    static constexpr uintptr_t kLiveBit = 1;  // no site has an odd address
+
+    explicit BlockState(uintptr_t word) : word_(word) {}
+    uintptr_t word_ = 0;
+};
+
+// What is known of a room and of the block in it, while that lives and until the room is used
+// again.
+struct BlockInfo {
+    std::atomic<BlockState> state{};
+    std::byte *bytes = nullptr;  // of the block
     uint64_t serial = 0;
-    const Site *made = nullptr;
+    uint32_t size = 0;
+    uint32_t sizeClass = 0;  // of the room
     std::atomic<const Site *> released{nullptr};
+
+    [[nodiscard]] const Site *Made() const { return state.load(std::memory_order_relaxed).Made(); }
 };
 
 namespace blocks {
@@ -74,31 +98,25 @@ constexpr std::array<uint8_t, kLargestRoom / kStep + 1> kSizeOf = [] {
 
 }  // namespace blocks
 
-// The released rooms of one size that one thread has, the oldest first. A room is the number of its
-// span and its own in the span.
-struct RoomRing {
-    std::array<uint32_t, blocks::kRingRoom> rooms;
-    uint32_t first = 0;
-    uint32_t count = 0;
+// The released rooms of one size that one thread has, the oldest first.
+class RoomRing {
+  public:
+    [[nodiscard]] uint32_t Count() const { return last_ - first_; }
+    void Push(BlockInfo *room) { rooms_[last_++ % blocks::kRingRoom] = room; }
+    BlockInfo *Pop() { return rooms_[first_++ % blocks::kRingRoom]; }
 
-    void Push(uint32_t room) { rooms[(first + count++) % blocks::kRingRoom] = room; }
-    uint32_t Pop() {
-        const uint32_t room = rooms[first];
-        first = (first + 1) % blocks::kRingRoom;
-        --count;
-        return room;
-    }
+  private:
+    static_assert((blocks::kRingRoom & (blocks::kRingRoom - 1)) == 0);
+
+    std::array<BlockInfo *, blocks::kRingRoom> rooms_;
+    uint32_t first_ = 0;
+    uint32_t last_ = 0;
 };
 
 using RoomRings = std::array<RoomRing, blocks::kSizes>;
 
 class Blocks {
   public:
-    struct Block {
-        std::byte *bytes = nullptr;
-        BlockInfo *info = nullptr;
-    };
-
     Blocks();
     ~Blocks();
     Blocks(const Blocks &) = delete;
@@ -109,35 +127,32 @@ class Blocks {
     // The largest block that has a room here.
     static constexpr uint32_t kLargest = blocks::kLargestRoom - 2 * blocks::kGuard;
 
-    // A room for a block of at most kLargest bytes; no bytes when there is none.
-    Block Take(RoomRings &rings, uint32_t size) {
+    // A room for a block of at most kLargest bytes; null when there is none.
+    BlockInfo *Take(RoomRings &rings, uint32_t size) {
         const size_t sizeClass = ClassOf(size);
         RoomRing &ring = rings[sizeClass];
-        if (ring.count <= blocks::kAtRest && !Refill(ring, sizeClass)) [[unlikely]] {
-            return {};
+        if (ring.Count() <= blocks::kAtRest && !Refill(ring, sizeClass)) [[unlikely]] {
+            return nullptr;
         }
-        const uint32_t room = ring.Pop();
-        const Span &span = spans_[room >> kIndexBits];
-        const uint32_t index = room & kIndexMask;
-        return {base_ + (room >> kIndexBits) * blocks::kSpan + size_t{index} * span.room +
-                    blocks::kGuard,
-                &span.infos[index]};
+        return ring.Pop();
     }
 
-    // Gives the room of a block back.
-    void Give(RoomRings &rings, const Block &block) {
-        const auto offset = static_cast<size_t>(block.bytes - base_);
-        const size_t at = offset / blocks::kSpan;
-        const Span &span = spans_[at];
-        RoomRing &ring = rings[span.sizeClass];
-        if (ring.count == blocks::kRingRoom) [[unlikely]] {
-            Spill(ring, span.sizeClass);
-        }
-        ring.Push(static_cast<uint32_t>(at << kIndexBits) |
-                  static_cast<uint32_t>(block.info - span.infos));
+    // The ring of such rooms when it has some to give.
+    static RoomRing *RingWith(RoomRings &rings, uint32_t size) {
+        RoomRing &ring = rings[ClassOf(size)];
+        return ring.Count() > blocks::kAtRest ? &ring : nullptr;
     }
 
-    // What is known of the block that begins at an address; null when no block ever began there.
+    // Gives a room back.
+    void Give(RoomRings &rings, BlockInfo &room) {
+        RoomRing &ring = rings[room.sizeClass];
+        if (ring.Count() == blocks::kRingRoom) [[unlikely]] {
+            Spill(ring, room.sizeClass);
+        }
+        ring.Push(&room);
+    }
+
+    // What is known of the block that begins at an address; null when none can begin there.
     [[nodiscard]] BlockInfo *Find(const void *address) const {
         const auto offset = reinterpret_cast<uintptr_t>(address) -
                             reinterpret_cast<uintptr_t>(base_) - blocks::kGuard;
@@ -145,13 +160,9 @@ class Blocks {
             return nullptr;
         }
         const Span &span = spans_[offset / blocks::kSpan];
-        BlockInfo *const infos = span.infos;
-        if (infos == nullptr) {
-            return nullptr;
-        }
         const auto within = static_cast<uint32_t>(offset % blocks::kSpan);
         const auto index = static_cast<uint32_t>((uint64_t{within} * span.reciprocal) >> 32);
-        return index < span.count && index * span.room == within ? &infos[index] : nullptr;
+        return index * span.room == within && span.infos != nullptr ? &span.infos[index] : nullptr;
     }
 
     // Tells whether the address lies in rooms.
@@ -166,7 +177,7 @@ class Blocks {
         for (size_t at = 0; at < usedSpans_; ++at) {
             const Span &span = spans_[at];
             for (uint32_t index = 0; index < span.count; ++index) {
-                if (span.infos[index].state.load(std::memory_order_acquire) == BlockInfo::kLive) {
+                if (span.infos[index].state.load(std::memory_order_acquire).IsLive()) {
                     visit(span.infos[index]);
                 }
             }
@@ -174,23 +185,18 @@ class Blocks {
     }
 
   private:
-    struct Span {
+    struct alignas(32) Span {
         uint32_t room;
-        uint32_t count;
         uint32_t reciprocal;  // of room, times 2^32, rounded up
-        uint32_t sizeClass;
-        BlockInfo *infos;  // set last
+        uint32_t count;
+        BlockInfo *infos;  // set last; one more than there are rooms, for the bytes after them
     };
 
     struct Common {
-        std::deque<uint32_t> rooms;  // released, the oldest first
-        uint32_t span = 0;           // rooms of it that were never used
-        uint32_t nextUnused = 0;
-        uint32_t count = 0;
+        std::deque<BlockInfo *> rooms;    // released, the oldest first
+        BlockInfo *nextUnused = nullptr;  // of a span whose rooms were never used
+        BlockInfo *endUnused = nullptr;
     };
-
-    static constexpr uint32_t kIndexBits = 12;
-    static constexpr uint32_t kIndexMask = (1U << kIndexBits) - 1;
 
     static size_t ClassOf(uint32_t size) {
         return blocks::kSizeOf[(size + 2 * blocks::kGuard + blocks::kStep - 1) / blocks::kStep];

@@ -92,6 +92,24 @@ inline void Leave(ThreadRecord &thread) {
     }
 }
 
+// Begins a call that makes no others, of a thread that is in none; null when that is not so, or
+// nothing is registered, and always without g_isFenceRemote: then Enter is the way, also after a
+// call that was begun here. Else the call ends with LeaveQuickly.
+inline Host *EnterQuickly(ThreadRecord *thread) {
+    if (thread == nullptr || thread->depth != 0 || !g_isFenceRemote.load(std::memory_order_relaxed))
+        [[unlikely]] {
+        return nullptr;
+    }
+    Host *const host = g_registered.load(std::memory_order_acquire);
+    thread->inside.store(host, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    return g_registered.load(std::memory_order_seq_cst) == host ? host : nullptr;
+}
+
+inline void LeaveQuickly(ThreadRecord &thread) {
+    thread.inside.store(nullptr, std::memory_order_release);
+}
+
 // Makes the registration take effect everywhere: calls that begin later do not reach the old host.
 void PublishRegistration();
 

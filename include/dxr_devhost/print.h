@@ -40,8 +40,8 @@
  *   DXR_LOGFILTER_ShowHisInfo(handle)       a message of level 6 with the sums. 0, or 1
  *
  * A null text, buffer or pointer is reported and gives the failure value, where nothing else is
- * said. All may be called from any thread. Sinks are called on the thread that caused the line, and while
- * no lock of the host is held; they may call the host. */
+ * said. All may be called from any thread. Sinks are called on the thread that caused the line, and
+ * while no lock of the host is held; they may call the host. */
 #ifndef DXR_DEVHOST_PRINT_H
 #define DXR_DEVHOST_PRINT_H
 

@@ -304,6 +304,27 @@ TEST_F(HostMemory, TheLimitHoldsForAllModulesTogether) {
     DXR_Free(c, "", 0);
 }
 
+// A site that is known, but at which nothing was ever allocated.
+TEST_F(HostMemory, ASiteThatOnlyFailedOrOnlyReleasedMayAllocate) {
+    constexpr uint32_t kAny = 0xFFFFFFFF;
+    DxrHostSetMemoryLimit(host, 100);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(DXR_Malloc(1, 101, "a.cpp", 1), nullptr);
+    }
+    DxrHostSetMemoryLimit(host, 0);
+    for (int i = 0; i < 3; ++i) {
+        void *const a = DXR_Malloc(1, 101, "a.cpp", 1);
+        ASSERT_NE(a, nullptr);
+        DXR_Free(a, "a.cpp", 2);
+        void *const b = DXR_Malloc(kAny, 7, "a.cpp", 2);
+        ASSERT_NE(b, nullptr);
+        DXR_Free(b, "a.cpp", 2);
+    }
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 1).bytesTotal, 303U);
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, kAny).bytesTotal, 21U);
+    EXPECT_EQ(DxrHostGetBadReleases(host), 0U);
+}
+
 TEST_F(HostMemory, TheNthAllocationFails) {
     DxrHostFailNth(host, "memory.allocate", 3, false);
     std::vector<void *> blocks;
