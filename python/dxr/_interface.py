@@ -7,6 +7,7 @@ import re
 import sys
 import threading
 import traceback
+import types
 
 import cffi
 
@@ -71,12 +72,23 @@ def _keep_error(kind, value, trace):
         stray_errors.append((value, "".join(traceback.format_exception(kind, value, trace))))
         sys.stderr.write(stray_errors[-1][1])
     elif _errors.raised is None:
-        _errors.raised = value
+        _errors.raised = value.with_traceback(trace)
 
 
-@functools.lru_cache(None)
+# C may hold what it is given for as long as it likes, so these stay.
+_callbacks, _texts = {}, {}
+
+
 def _callback(kind, function):
-    # C may hold it for as long as it likes, so it stays.
+    """Of each function one. Functions and methods are equal when they are the same; what other
+    objects think of each other does not count."""
+    is_plain = isinstance(function, (types.FunctionType, types.MethodType,
+                                     types.BuiltinFunctionType))
+    key = kind, function if is_plain else id(function)
+    return _callbacks.get(key) or _callbacks.setdefault(key, _new_callback(kind, function))
+
+
+def _new_callback(kind, function):
     result = kind.result
 
     def call(*given):
@@ -84,7 +96,7 @@ def _callback(kind, function):
         if result.kind == "void":
             return None
         if result.kind == "pointer":
-            return _to_c(value, result, [])
+            return _result_to_c(value, result)
         return 0 if value is None else value
 
     if kind.ellipsis:
@@ -98,7 +110,8 @@ def callback(kind, function):
 
     It stays for the life of the process. What the function raises goes to the Python code whose
     call led to it, and C sees 0; see stray_errors for the others. Of a function with a variable
-    number of arguments it gets those that have a name.
+    number of arguments it gets those that have a name. Texts that it returns stay as well; other
+    memory that it returns a pointer to is its own to keep.
     """
     if function is None:
         return ffi.NULL
@@ -109,10 +122,6 @@ def callback(kind, function):
         kind = kind.item
     return ffi.cast(ffi.getctype(kind, "*") if kind.kind != "function" else kind,
                     _callback(kind, function))
-
-
-def _is_char(kind):
-    return kind.cname in ("char", "signed char")
 
 
 def _is_text(kind):
@@ -130,16 +139,35 @@ def _to_c(value, kind, kept):
         return ffi.NULL
     if kind.item.kind == "function":
         return callback(kind, value)
-    if isinstance(value, str):
-        value = value.encode(errors="surrogateescape") + b"\0"
-        kept.append(ffi.from_buffer(value))
-        return ffi.cast(kind, kept[-1])
-    if isinstance(value, bytes) and _is_char(kind.item):
-        value += b"\0"
-    if isinstance(value, (bytes, bytearray, memoryview)):
-        kept.append(ffi.from_buffer(value))
-        return ffi.cast(kind, kept[-1])
+    memory = _memory(value)
+    if memory is not None:
+        kept.append(memory)
+        return ffi.cast(kind, memory)
     return ffi.cast(kind, value) if _is_text(kind) else value
+
+
+def _memory(value):
+    """What C sees of a text or of memory; None of anything else. Of what must not change it is a
+    copy, with a NUL after it."""
+    if isinstance(value, str):
+        value = value.encode(errors="surrogateescape")
+    if isinstance(value, ffi.CData):
+        return None
+    try:
+        view = memoryview(value)
+    except TypeError:
+        return None
+    return ffi.new("char[]", bytes(view)) if view.readonly else ffi.from_buffer(view)
+
+
+def _result_to_c(value, kind):
+    """A pointer that a Python function gives to C; texts stay."""
+    memory = _memory(value)
+    if memory is None:
+        return _to_c(value, kind, [])
+    content = bytes(ffi.buffer(memory))
+    return ffi.cast(kind, _texts.get(content) or
+                    _texts.setdefault(content, ffi.new("char[]", content)))
 
 
 def _variable_to_c(value, kept):
@@ -186,14 +214,14 @@ class Function:
         kept = []
         values = [_to_c(value, kind, kept) for value, kind in zip(given, named)]
         values += [_variable_to_c(value, kept) for value in given[len(named):]]
+        # What this call leads to is its own, wherever it stands itself.
+        before, _errors.raised = _errors.raised, None
         _errors.depth += 1
         try:
             result = self._function(*values)
         finally:
             _errors.depth -= 1
-            raised = None
-            if _errors.depth == 0:
-                raised, _errors.raised = _errors.raised, None
+            raised, _errors.raised = _errors.raised, before
         if raised is not None:
             raise raised
         return _to_python(result, self._kind.result)

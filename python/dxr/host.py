@@ -73,8 +73,13 @@ class Host:
         _interface.DxrHostSetPrintSink(self.pointer, self._sinks[0], None, EVERY_LEVEL)
         _interface.DxrHostSetReportSink(self.pointer, self._sinks[1], None)
 
+    def _alive(self):
+        if self.pointer is None:
+            raise ValueError("the host has ended")
+        return self.pointer
+
     def register(self):
-        return _interface.DxrHostRegister(self.pointer)
+        return _interface.DxrHostRegister(self._alive())
 
     def close(self):
         """Ends the host; the number of things that were left behind. Again: nothing."""
@@ -87,7 +92,9 @@ class Host:
         return self.leftovers
 
     def __enter__(self):
-        self.register()
+        status = self.register()
+        if status != 0:
+            raise RuntimeError(f"the host cannot be registered: {status}")
         return self
 
     def __exit__(self, kind, *_):
@@ -112,15 +119,15 @@ class Host:
 
     def advance(self, milliseconds):
         """Moves a stepped clock."""
-        return _interface.DxrHostAdvance(self.pointer, milliseconds)
+        return _interface.DxrHostAdvance(self._alive(), milliseconds)
 
     def fail_nth(self, point, number, onwards=False):
         """Lets a step fail: `point` is "memory.allocate", "file.open", ...; 1 is the next one."""
-        _interface.DxrHostFailNth(self.pointer, point, number, onwards)
+        _interface.DxrHostFailNth(self._alive(), point, number, onwards)
 
     def fail_share(self, point, share):
         """Lets each step fail with a probability."""
-        _interface.DxrHostFailShare(self.pointer, point, round(share * 1e6))
+        _interface.DxrHostFailShare(self._alive(), point, round(share * 1e6))
 
 
 @dataclasses.dataclass(frozen=True)

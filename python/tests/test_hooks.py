@@ -90,3 +90,60 @@ def test_threads_call_hooks_side_by_side():
         for each in threads:
             each.join()
     assert sorted(total) == sorted([0, 1, 2, 3] * 200)
+
+
+def test_a_text_that_a_hook_returns_stays():
+    hooks, kept = dxr.Hooks(), []
+    hooks["DXR_GetTriggerStr"] = lambda number: f"trigger {number}"
+    hooks["DXR_LOGFILTER_GetFileName"] = lambda handle: bytearray(b"file\0")
+    with hooks:
+        texts = [dxr.ffi.cast("char *", dxr.Hooks.registered()["DXR_GetTriggerStr"](number))
+                 for number in range(50)]
+        kept = [bytes(100) for _ in range(1000)]
+        assert [dxr.text(one) for one in texts] == [f"trigger {n}" for n in range(50)]
+        assert dxr.DXR_GetTriggerStr(3) == "trigger 3"
+        assert dxr.DXR_LOGFILTER_GetFileName(None) == "file"
+    assert kept
+
+
+def test_callables_are_told_apart_by_what_they_are():
+    class Answer:
+        def __init__(self, answer):
+            self.answer = answer
+
+        def __eq__(self, other):  # and therefore no hash
+            return True
+
+        def __call__(self, *_):
+            return self.answer
+
+        def method(self, *_):
+            return self.answer + 10
+
+    hooks = dxr.Hooks()
+    for function, wanted in ((Answer(1), 1), (Answer(2), 2), (Answer(3).method, 13)):
+        hooks["DXR_Alarm"] = function
+        with hooks:
+            assert dxr.DXR_Alarm(0, 0, 0, 0, None) == wanted
+
+
+def test_a_hook_can_catch_what_the_call_within_it_raised():
+    def fails(*_):
+        raise ValueError("within")
+
+    def catches(*_):
+        with pytest.raises(ValueError, match="within"):
+            dxr.DXR_FmAlarm(None)
+        return 7
+
+    hooks = dxr.Hooks()
+    hooks["DXR_FmAlarm"] = fails
+    hooks["DXR_Alarm"] = catches
+    with hooks:
+        assert dxr.DXR_Alarm(0, 0, 0, 0, None) == 7
+        hooks["DXR_Alarm"] = lambda *_: dxr.DXR_FmAlarm(None)
+        hooks.register()
+        with pytest.raises(ValueError, match="within") as raised:
+            dxr.DXR_Alarm(0, 0, 0, 0, None)
+    # From the call down to the line that raised.
+    assert [entry.name for entry in raised.traceback][-1] == "fails"

@@ -30,6 +30,17 @@ def test_options_are_checked():
         dxr.Host(clock="lunar")
 
 
+def test_a_host_that_has_ended_does_nothing_more():
+    host = dxr.Host()
+    with host:
+        pass
+    for late in (host.register, lambda: host.advance(1),
+                 lambda: host.fail_nth("memory.allocate", 1),
+                 lambda: host.fail_share("memory.allocate", 1.0)):
+        with pytest.raises(ValueError, match="ended"):
+            late()
+
+
 def test_misuse_is_reported():
     host = dxr.Host()
     with host:

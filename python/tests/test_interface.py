@@ -1,5 +1,6 @@
 """Functions, texts, memory, constants, and layouts beside the C compiler's."""
 
+import array
 import pathlib
 import re
 import subprocess
@@ -38,6 +39,24 @@ def test_memory_that_the_library_reads_and_writes():
     fraction = dxr.ffi.new("uint32_t *")
     assert dxr.DXR_Div(7, 2, 1, fraction) == 3
     assert fraction[0] == 5
+
+
+def test_what_cannot_change_does_not_change():
+    values = bytes.fromhex("0300000001000000")
+    dxr.DXR_AscendSort(values, 2)
+    assert values == bytes.fromhex("0300000001000000")
+    dxr.DXR_AscendSort(memoryview(values), 2)
+    assert values == bytes.fromhex("0300000001000000")
+
+
+def test_arrays_are_memory():
+    values = array.array("I", (3, 1, 2))
+    dxr.DXR_AscendSort(values, 3)
+    assert list(values) == [1, 2, 3]
+    dxr.DXR_DecendSort(memoryview(values), 3)
+    assert list(values) == [3, 2, 1]
+    with pytest.raises(TypeError):
+        dxr.DXR_AscendSort(3, 3)
 
 
 def test_empty_slots_give_their_fallbacks():
