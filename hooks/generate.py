@@ -231,10 +231,11 @@ HOOKS_HEADER_INTRO = """\
  * itself. What pointers in arguments and results point at belongs to whom the host says.
  *
  * Parameters named argN are the host's to define and pass through unread; what the development
- * host makes of them stands at each function, pointers with their direction: in what the host
- * reads, out what it writes. A pointer is void * where the library does not know more; a 64-bit
- * handle fits as well. Groups, slots and their order are the binary interface with the host:
- * nothing moves. */"""
+ * host makes of them stands at each function, pointers with their direction and size: in what the
+ * host reads, out what it writes; a text ends with a NUL, the first uint32_t of a record counts its
+ * bytes, and dxr_devhost/ has the header that says the rest. A pointer is void * where the library
+ * does not know more; a 64-bit handle fits as well. Groups, slots and their order are the binary
+ * interface with the host: nothing moves. */"""
 
 HOOKS_HEADER_FUNCTIONS = """\
 /* The library's table. All slots are empty until the host registers its own. */
@@ -328,8 +329,8 @@ DIRECTION = re.compile(r"(in|out|inout) (\w+)$")
 
 def extent_in_words(size, names):
     """The SIZE of a pointer, in the words of the development host."""
-    words = [names.get(word, word) for word in re.split(r"(\W+)", size)]
-    text = "".join(words)
+    renamed = names if isinstance(names, dict) else {}
+    text = "".join(renamed.get(word, word) for word in re.split(r"(\W+)", size))
     if size == "text" or size == "record":
         return f"a {size}"
     if size.startswith("text "):
@@ -343,10 +344,22 @@ def extent_in_words(size, names):
     return size
 
 
+def untyped(slot, rules):
+    """What stands behind the pointers that are void *, of those that have a rule."""
+    words = []
+    for argument in re.findall(r"\bvoid \*(\w+)", slot.params):
+        if argument in rules:
+            way, size = rules[argument].split(" ", 1)
+            words.append(f"{argument} ({way}, {extent_in_words(size, slot.arguments)})")
+    return ", ".join(words)
+
+
 def meaning(slot):
-    """One sentence; empty where no parameter is named argN."""
+    """What pointers lead to, and what the development host makes of parameters named argN."""
     if not re.search(r"\barg\d+\b", slot.params):
-        return ""
+        there, example = untyped(slot, slot.points), untyped(slot, slot.devhost)
+        return " ".join([f"Pointers: {there}."] * bool(there)
+                        + [f"In the development host: {example}."] * bool(example))
     if not slot.means:
         return "The development host leaves it empty."
     plain = [DIRECTION.sub(r"\2", word) for word in slot.means]

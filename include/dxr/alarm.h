@@ -16,7 +16,8 @@ DXR_EXTERN_C_BEGIN
  * state, text (in, a text). */
 DXR_API uint32_t DXR_Alarm(uint32_t arg1, uint32_t arg2, uint32_t arg3, uint32_t arg4, void *arg5);
 
-/* Raises a fault-management alarm. Slot 1; 0 without a hook. */
+/* Raises a fault-management alarm. Slot 1; 0 without a hook. In the development host: alarm (in, a
+ * record). */
 DXR_API uint32_t DXR_FmAlarm(void *alarm);
 
 DXR_EXTERN_C_END

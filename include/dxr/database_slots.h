@@ -9,13 +9,16 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Counts the records a query selects. Slot 0; 0 without a hook. */
+/* Counts the records a query selects. Slot 0; 0 without a hook. In the development host: query (in,
+ * uint32_t[11]). */
 DXR_API uint32_t DXR_SelectDbRecordCount(void *query, uint32_t *count);
 
-/* Writes at most the given number of the records a query selects. Slot 1; 0 without a hook. */
+/* Writes at most `limit` of the records a query selects, one after the other. Slot 1; 0 without a
+ * hook. In the development host: query (in, uint32_t[11]). */
 DXR_API uint32_t DXR_SelectDbRecordLimit(void *query, uint32_t limit, void *records);
 
-/* Writes the first record a query selects. Slot 2; 0 without a hook. */
+/* Writes the first record a query selects. Slot 2; 0 without a hook. In the development host: query
+ * (in, uint32_t[11]), record (out, as many bytes as query says). */
 DXR_API uint32_t DXR_SelectFirstDbRecord(void *query, void *record);
 
 /* Gets the local number of a fabric interface chip. Slot 3; 0 without a hook. In the development
@@ -23,7 +26,7 @@ DXR_API uint32_t DXR_SelectFirstDbRecord(void *query, void *record);
 DXR_API uint32_t DXR_GetLocalFicIdFromDb(uint32_t arg1, uint32_t arg2, uint32_t arg3, void *ficId);
 
 /* Gets the traffic-manager type behind a global fabric interface chip number. Slot 4; 0 without a
- * hook. */
+ * hook. In the development host: type (out, uint32_t). */
 DXR_API uint32_t DXR_GetTmTypeByGlobalFicIdFromDb(uint32_t ficId, void *type);
 
 /* Gets the traffic-manager type behind a local fabric interface chip number. Slot 5; 0 without a
@@ -31,7 +34,7 @@ DXR_API uint32_t DXR_GetTmTypeByGlobalFicIdFromDb(uint32_t ficId, void *type);
 DXR_API uint32_t DXR_GetTmTypeByLocalFicIdFromDb(uint32_t arg1, uint32_t arg2, void *type);
 
 /* Gets the position of the chip with a global fabric interface chip number. Slot 6; 0 without a
- * hook. */
+ * hook. In the development host: position (out, uint32_t). */
 DXR_API uint32_t DXR_GetChipPosByGlobalFicIdFromDb(uint32_t ficId, void *position);
 
 /* Gets the position of the chip with a local fabric interface chip number. Slot 7; 0 without a
@@ -60,7 +63,8 @@ DXR_API uint32_t DXR_GetNgTmPortInfoByVsqIdFromDb(uint32_t arg1, uint32_t arg2, 
 DXR_API uint32_t DXR_GetNgTmSrvPortInfoFromDb(uint32_t arg1, uint32_t arg2, uint32_t arg3,
                                               uint32_t arg4, void *info);
 
-/* Gets the service port that a VSQ belongs to. Slot 14; 0 without a hook. */
+/* Gets the service port that a VSQ belongs to. Slot 14; 0 without a hook. In the development host:
+ * port (out, uint32_t[6]). */
 DXR_API uint32_t DXR_GetNgTmSrvPortByVsqFromDb(uint32_t vsq, void *port);
 
 /* Tells whether the traffic manager replicates multicast. Slot 15; 1 without a hook. */

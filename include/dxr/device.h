@@ -29,10 +29,12 @@ DXR_API uint32_t DXR_SetDevAttrValue(uint32_t arg1, uint32_t arg2, uint32_t valu
  * device, type. */
 DXR_API uint32_t DXR_SetDevMmapType(uint32_t arg1, uint32_t arg2);
 
-/* Reads a variable of the environment block. Slot 4; 0 without a hook. */
+/* Reads a variable of the environment block. Slot 4; 0 without a hook. Pointers: value (out,
+ * length: size). */
 DXR_API uint32_t DXR_GetEnv(const char *name, void *value, uint32_t size);
 
-/* Sets a variable of the environment block. Slot 5; 0 without a hook. */
+/* Sets a variable of the environment block. Slot 5; 0 without a hook. Pointers: value (in, length:
+ * size). */
 DXR_API uint32_t DXR_SetEnv(const char *name, void *value, uint32_t size);
 
 /* Saves the environment. Slot 6; 0 without a hook. */
@@ -41,10 +43,12 @@ DXR_API uint32_t DXR_SaveEnv(void);
 /* Saves the environment block. Slot 7; 0 without a hook. */
 DXR_API uint32_t DXR_SaveEnvBlock(void);
 
-/* Reads a variable of the environment kept in memory. Slot 8; 0 without a hook. */
+/* Reads a variable of the environment kept in memory. Slot 8; 0 without a hook. Pointers: value
+ * (out, length: size). */
 DXR_API uint32_t DXR_GetMemEnv(const char *name, void *value, uint32_t size);
 
-/* Sets a variable of the environment kept in memory. Slot 9; 0 without a hook. */
+/* Sets a variable of the environment kept in memory. Slot 9; 0 without a hook. Pointers: value (in,
+ * length: size). */
 DXR_API uint32_t DXR_SetMemEnv(const char *name, void *value, uint32_t size);
 
 /* Saves the environment kept in memory. Slot 10; 0 without a hook. */
@@ -62,7 +66,7 @@ DXR_API uint32_t DXR_SetPcieConfigRegValue(uint32_t arg1, uint32_t arg2, uint32_
  * development host: name (in, a text), bytes, address (out, void *). */
 DXR_API uint32_t DXR_GetRsvMemMmapAddr(void *arg1, uint32_t arg2, void *address);
 
-/* Gets the reset mode. Slot 14; 0 without a hook. */
+/* Gets the reset mode. Slot 14; 0 without a hook. In the development host: mode (out, uint32_t). */
 DXR_API uint32_t DXR_GetResetMode(void *mode);
 
 /* Tells whether the board runs in LS. Slot 15; 0 without a hook. */
@@ -99,17 +103,19 @@ DXR_API uint32_t DXR_OpenDevWithOption(const char *path, uint32_t option);
 /* Closes a device. Slot 24; 0 without a hook. */
 DXR_API uint32_t DXR_CloseDev(uint32_t device);
 
-/* Hands a request to a device. Slot 25; 0 without a hook. */
+/* Hands a request to a device. Slot 25; 0 without a hook. In the development host: request (inout,
+ * a record). */
 DXR_API uint32_t DXR_ControlDev(void *request);
 
 /* Writes to a device. Slot 26; 0 without a hook. In the development host: device, data (in, length:
  * bytes), bytes, done (out, uint32_t). */
 DXR_API uint32_t DXR_WriteDev(uint32_t device, void *arg2, uint32_t arg3, void *arg4);
 
-/* Reads over I2C. Slot 27; 0 without a hook. */
+/* Reads over I2C. Slot 27; 0 without a hook. In the development host: request (inout, a record). */
 DXR_API uint32_t DXR_ReadI2c(void *request);
 
-/* Writes over I2C. Slot 28; 0 without a hook. */
+/* Writes over I2C. Slot 28; 0 without a hook. In the development host: request (inout, a
+ * record). */
 DXR_API uint32_t DXR_WriteI2c(void *request);
 
 /* Reads a 16-bit register. Slot 29; 0 without a hook. In the development host: unit, chip, address,
@@ -181,10 +187,12 @@ DXR_API uint32_t DXR_GetHardId(uint32_t arg1, void *hardId);
 /* Gets the version of the circuit board. Slot 47; 0 without a hook. */
 DXR_API uint32_t DXR_GetPcbVersion(void);
 
-/* Changes the access mode of the file of a reserved memory. Slot 48; 0 without a hook. */
+/* Changes the access mode of the file of a reserved memory. Slot 48; 0 without a hook. In the
+ * development host: file (in, a text). */
 DXR_API uint32_t DXR_ChmodRsvMemFile(void *file, uint32_t mode);
 
-/* Writes the device name of the VSFU. Slot 49; 0 without a hook. */
+/* Writes the device name of the VSFU. Slot 49; 0 without a hook. Pointers: name (out, a text within
+ * size bytes). */
 DXR_API uint32_t DXR_GetVsfuDevName(void *name, uint32_t size);
 
 /* Reboots the operating system. Slot 50; 0 without a hook. In the development host: mode, reason
@@ -199,7 +207,8 @@ DXR_API uint32_t DXR_RegisterPreResetProcFunc(void *arg1, void *arg2);
  * empty. */
 DXR_API uint32_t DXR_CreateIOWorker(uint32_t arg1, uint32_t arg2, void *arg3);
 
-/* Gets the mode of the processing before a reset. Slot 53; 0 without a hook. */
+/* Gets the mode of the processing before a reset. Slot 53; 0 without a hook. In the development
+ * host: mode (out, uint32_t). */
 DXR_API uint32_t DXR_GetPreResetMode(void *mode);
 
 /* Sets the mode of the processing before a reset. Slot 54; does nothing without a hook. */
@@ -251,7 +260,8 @@ DXR_API uint32_t DXR_GetWofflineState(uint32_t arg1, void *state);
  * chip, port. */
 DXR_API uint32_t DXR_CheckSmiLosEnable(uint32_t arg1, uint32_t arg2);
 
-/* Writes the flash information. Slot 67; 1 without a hook. */
+/* Writes the flash information. Slot 67; 1 without a hook. In the development host: info (in, a
+ * record). */
 DXR_API uint32_t DXR_WriteFlashInfo(void *info);
 
 DXR_EXTERN_C_END

@@ -19,10 +19,11 @@
  * itself. What pointers in arguments and results point at belongs to whom the host says.
  *
  * Parameters named argN are the host's to define and pass through unread; what the development
- * host makes of them stands at each function, pointers with their direction: in what the host
- * reads, out what it writes. A pointer is void * where the library does not know more; a 64-bit
- * handle fits as well. Groups, slots and their order are the binary interface with the host:
- * nothing moves. */
+ * host makes of them stands at each function, pointers with their direction and size: in what the
+ * host reads, out what it writes; a text ends with a NUL, the first uint32_t of a record counts its
+ * bytes, and dxr_devhost/ has the header that says the rest. A pointer is void * where the library
+ * does not know more; a 64-bit handle fits as well. Groups, slots and their order are the binary
+ * interface with the host: nothing moves. */
 #ifndef DXR_HOOKS_H
 #define DXR_HOOKS_H
 

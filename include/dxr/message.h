@@ -12,7 +12,7 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Sends a message. Slot 0; 0 without a hook. */
+/* Sends a message. Slot 0; 0 without a hook. In the development host: msg (inout, a record). */
 DXR_API uint32_t DXR_SendMsg(void *msg);
 
 /* Gets the trigger type of an event. Slot 1; 0 without a hook. */
@@ -24,16 +24,20 @@ DXR_API uint32_t DXR_GetErrTypeByEvent(uint32_t event);
 /* Gets the text of a trigger. Slot 3; "invalid" without a hook. */
 DXR_API const char *DXR_GetTriggerStr(uint32_t trigger);
 
-/* Sends a message to the main processing unit. Slot 4; 0 without a hook. */
+/* Sends a message to the main processing unit. Slot 4; 0 without a hook. In the development host:
+ * msg (inout, a record). */
 DXR_API uint32_t DXR_SendMsgToMpu(void *msg);
 
-/* Sends a message to device management. Slot 5; 0 without a hook. */
+/* Sends a message to device management. Slot 5; 0 without a hook. In the development host: msg
+ * (inout, a record). */
 DXR_API uint32_t DXR_SendMsgToDevm(void *msg);
 
-/* Sends a message to a line processing unit. Slot 6; 0 without a hook. */
+/* Sends a message to a line processing unit. Slot 6; 0 without a hook. In the development host: msg
+ * (inout, a record). */
 DXR_API uint32_t DXR_SendMsgToLpu(void *msg);
 
-/* Sends a message to a switch fabric unit. Slot 7; 0 without a hook. */
+/* Sends a message to a switch fabric unit. Slot 7; 0 without a hook. In the development host: msg
+ * (inout, a record). */
 DXR_API uint32_t DXR_SendMsgToSfu(void *msg);
 
 /* Sends a message to a network processor. Slot 8; does nothing without a hook. In the development

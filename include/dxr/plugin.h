@@ -12,22 +12,28 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* Registers a board plug-in. Slot 0; 0 without a hook. */
+/* Registers a board plug-in. Slot 0; 0 without a hook. In the development host: plugin (in, a
+ * record). */
 DXR_API uint32_t DXR_RegisterBrdPlugin(void *plugin);
 
-/* Ends the registration of a board plug-in. Slot 1; 0 without a hook. */
+/* Ends the registration of a board plug-in. Slot 1; 0 without a hook. In the development host:
+ * plugin (in, a record). */
 DXR_API uint32_t DXR_UnRegisterBrdPlugin(void *plugin);
 
-/* Loads a board plug-in. Slot 2; 0 without a hook. */
+/* Loads a board plug-in. Slot 2; 0 without a hook. In the development host: plugin (in, a
+ * record). */
 DXR_API uint32_t DXR_LoadBrdPlugin(void *plugin);
 
-/* Unloads a board plug-in. Slot 3; does nothing without a hook. */
+/* Unloads a board plug-in. Slot 3; does nothing without a hook. In the development host: plugin
+ * (in, a record). */
 DXR_API void DXR_UnLoadBrdPlugin(void *plugin);
 
-/* Tells whether a board plug-in is loaded. Slot 4; 0 without a hook. */
+/* Tells whether a board plug-in is loaded. Slot 4; 0 without a hook. In the development host:
+ * plugin (in, a record). */
 DXR_API uint32_t DXR_IsBrdPluginLoaded(void *plugin);
 
-/* Checks a board plug-in. Slot 5; 0 without a hook. */
+/* Checks a board plug-in. Slot 5; 0 without a hook. In the development host: plugin (in, a
+ * record). */
 DXR_API uint32_t DXR_CheckBrdPlugin(void *plugin);
 
 /* Queries a board plug-in. Slot 6; 0 without a hook. In the development host: plugin (in, a

@@ -15,7 +15,8 @@ DXR_API uint32_t DXR_Assert(void *value, uint32_t arg2);
 /* Turns log output on or off. Slot 1; 0 without a hook. In the development host: kind, on. */
 DXR_API uint32_t DXR_EnableLogOutput(uint32_t arg1, uint32_t arg2);
 
-/* Writes to the event log. Slot 3; 0 without a hook. */
+/* Writes to the event log. Slot 3; 0 without a hook. In the development host: event (in, a
+ * record). */
 DXR_API uint32_t DXR_WriteEventLog(void *event);
 
 /* Gets the debug level. Slot 5; 0 without a hook. */

@@ -12,16 +12,17 @@ DXR_EXTERN_C_BEGIN
 /* Restores the patches. Slot 0; 0 without a hook. */
 DXR_API uint32_t DXR_RestorePatch(void);
 
-/* Gets an environment value by its number. Slot 1; 0 without a hook. */
+/* Gets an environment value by its number. Slot 1; 0 without a hook. In the development host: value
+ * (out, uint32_t). */
 DXR_API uint32_t DXR_GetEnvValueById(uint32_t id, void *value);
 
 /* Gets the LR identifier. Slot 2; 0 without a hook. */
 DXR_API uint32_t DXR_GetLrId(void);
 
-/* Starts a timer. Slot 3; 0 without a hook. */
+/* Starts a timer. Slot 3; 0 without a hook. In the development host: timer (inout, a record). */
 DXR_API uint32_t DXR_StartTimer(void *timer);
 
-/* Stops a timer. Slot 4; 0 without a hook. */
+/* Stops a timer. Slot 4; 0 without a hook. In the development host: timer (inout, a record). */
 DXR_API uint32_t DXR_StopTimer(void *timer);
 
 /* Opens a file; the mode is written as for fopen. The library opens binary files alone, with "rb",
@@ -32,7 +33,8 @@ DXR_API void *DXR_FOpen(const char *path, const char *mode);
 DXR_API uint32_t DXR_FClose(void *file);
 
 /* Reads `count` items of `size` bytes from a file. The result is the number of bytes read, which
- * the library's own loading relies on. Slot 7; 0 without a hook. */
+ * the library's own loading relies on. Slot 7; 0 without a hook. Pointers: buffer (out, size *
+ * count bytes). */
 DXR_API uint32_t DXR_FRead(void *buffer, uint32_t size, uint32_t count, void *file);
 
 /* Gets the length of a file in bytes. The library asks for files that it has found, a private log
@@ -50,7 +52,7 @@ DXR_API const char *DXR_GetBinFolderName(void);
  * hook. */
 DXR_API uint32_t DXR_GetSysWorkPath(char *buffer, uint32_t size);
 
-/* Gets the processor's load. Slot 11; 0 without a hook. */
+/* Gets the processor's load, in the development host in per cent. Slot 11; 0 without a hook. */
 DXR_API uint32_t DXR_GetCpuUseRate(void);
 
 /* Compresses a buffer. Slot 12; 0 without a hook. In the development host: size, from (in, length:

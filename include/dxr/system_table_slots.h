@@ -19,7 +19,7 @@ DXR_API uint32_t DXR_GetChipTblmData(uint32_t chip, DxrTblmRequest *request);
 /* Sets the data of an entry. Slot 2; 0 without a hook. */
 DXR_API uint32_t DXR_SetChipTblmData(uint32_t chip, DxrTblmRequest *request);
 
-/* Deletes an entry. Slot 3; 0 without a hook. */
+/* Deletes an entry. Slot 3; 0 without a hook. Pointers: key (in, length: keyLen). */
 DXR_API uint32_t DXR_DeleteChipTblmData(uint32_t chip, uint32_t tableId, void *key,
                                         uint32_t keyLen);
 
@@ -47,7 +47,7 @@ DXR_API uint32_t DXR_GetTblmAttr(uint32_t arg1, void *attr);
 DXR_API uint32_t DXR_GetCstPoolCount(uint32_t arg1, uint16_t arg2, uint32_t arg3, void *count);
 
 /* Sets the data and the mask of an entry; the record that holds both is the host's to define. Slot
- * 10; 0 without a hook. */
+ * 10; 0 without a hook. In the development host: record (in, a record). */
 DXR_API uint32_t DXR_SetChipTblmDataAndMask(uint32_t chip, void *record);
 
 DXR_EXTERN_C_END

@@ -18,7 +18,8 @@ DXR_API void DXR_GetSysTime(DxrSysTime *time);
  * DxrSysTime), size, text (out, a text within size bytes). */
 DXR_API uint32_t DXR_SysTime2Str(void *arg1, uint32_t arg2, void *arg3);
 
-/* Turns seconds into a system time. Slot 2; does nothing without a hook. */
+/* Turns seconds into a system time. Slot 2; does nothing without a hook. In the development host:
+ * time (out, DxrSysTime). */
 DXR_API void DXR_SysTimeSec2Time(uint32_t sec, void *time);
 
 /* Turns ticks into milliseconds. Slot 3; does nothing without a hook. In the development host:
@@ -32,7 +33,8 @@ DXR_API uint64_t DXR_GetCurrMs(void);
  * DXR_GetCurrTime, so both must come from one clock (HOST-15). Slot 5; 0 without a hook. */
 DXR_API uint32_t DXR_GetCurrSec(void);
 
-/* Gets the current tick. Slot 6; does nothing without a hook. */
+/* Gets the current tick. Slot 6; does nothing without a hook. In the development host: tick (out,
+ * uint64_t). */
 DXR_API void DXR_GetCurrentTick(void *tick);
 
 /* Gets the processor's tick. Slot 7; does nothing without a hook. In the development host: high
@@ -48,13 +50,16 @@ DXR_API void DXR_GetCurrTime(char *text, uint32_t size, uint32_t *sec);
  * from (in, DxrSysTime), to (in, DxrSysTime), sec (out, int64_t). */
 DXR_API uint32_t DXR_CalSystimeRelSec(void *arg1, void *arg2, void *arg3);
 
-/* Gets the time stamp of the start-up. Slot 10; does nothing without a hook. */
+/* Gets the time stamp of the start-up. Slot 10; does nothing without a hook. In the development
+ * host: stamp (out, DxrSysTime). */
 DXR_API void DXR_GetStartupTimeStamp(void *stamp);
 
-/* Adds the start-up time. Slot 11; does nothing without a hook. */
+/* Adds the start-up time. Slot 11; does nothing without a hook. In the development host: time
+ * (inout, DxrSysTime). */
 DXR_API void DXR_AddStartupTime(void *time);
 
-/* Gets Greenwich Mean Time. Slot 12; 0 without a hook. */
+/* Gets Greenwich Mean Time. Slot 12; 0 without a hook. In the development host: time (out,
+ * DxrSysTime). */
 DXR_API uint32_t DXR_GetGMT(void *time);
 
 /* Gets the local time. Slot 13; 0 without a hook. In the development host: time (out, DxrSysTime),
