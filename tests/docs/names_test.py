@@ -4,7 +4,8 @@
     names_test.py ROOT
 
 Looks at the Markdown files and at the comments of include/. "DXR_HOST_MAP_..." and "DXR_LOGFILTER_"
-stand for the names that begin so.
+stand for the names that begin so. docs/names.md has every function whose name does not begin with
+DXR_, itself or how it begins.
 """
 
 import pathlib
@@ -26,6 +27,19 @@ def code(text):
     return re.sub(r"/\*.*?\*/", " ", text, flags=re.DOTALL)
 
 
+def unlisted(root, headers):
+    """What docs/names.md leaves out of the names that do not begin with DXR_."""
+    page = (root / "docs/names.md").read_text(encoding="utf-8")
+    section = page.split("## Names that do not begin with")[1].split("\n## ")[0]
+    listed = re.findall(r"`(\w+)(\.\.\.)?`", section)
+    functions = {name for text in headers.values() for name in re.findall(
+        r"^(?:DXR_NODISCARD )?DXR_API [^;()=]*?\b(\w+)\(", code(text), flags=re.MULTILINE)}
+    # Of types the page says how they begin.
+    plain = {stem for stem, _ in listed} - {"Dxr"}
+    return [f"docs/names.md does not have {name}" for name in sorted(functions)
+            if not name.startswith(("DXR_", *plain))], len(functions)
+
+
 def main(root):
     headers = {path: path.read_text(encoding="utf-8") for path in root.glob("include/**/*.h")}
     declared = set(re.findall(r"\w+", code("\n".join(headers.values()))))
@@ -43,8 +57,10 @@ def main(root):
                      else stem in declared)
             if not known and not OTHERS.match(stem) and stem not in FORMS:
                 wrong.append(f"{path.relative_to(root)}: {word} is declared nowhere")
-    print(*wrong, f"{mentioned} mentioned", sep="\n")
-    return 1 if wrong or not mentioned else 0
+    left_out, functions = unlisted(root, headers)
+    wrong += left_out
+    print(*wrong, f"{mentioned} mentioned, {functions} functions", sep="\n")
+    return 1 if wrong or not mentioned or not functions else 0
 
 
 if __name__ == "__main__":
