@@ -11,6 +11,9 @@ DXR_API_VERSION_MAJOR: int
 DXR_API_VERSION_MINOR: int
 DXR_API_VERSION_PATCH: int
 DXR_HOST_ACK_LATER: int
+DXR_HOST_ADDRESS_HERE: int
+DXR_HOST_ADDRESS_NONE: int
+DXR_HOST_ADDRESS_THERE: int
 DXR_HOST_ALARM_CLEARED: int
 DXR_HOST_ALARM_CRITICAL: int
 DXR_HOST_ALARM_FM: int
@@ -67,6 +70,7 @@ DXR_HOST_HASH_DATA: int
 DXR_HOST_HASH_KEY: int
 DXR_HOST_HASH_REPLACE: int
 DXR_HOST_I2C: int
+DXR_HOST_KEY_BYTES: int
 DXR_HOST_LIST_FIND: int
 DXR_HOST_LIST_HEAD: int
 DXR_HOST_LIST_MOVE_TO_HEAD: int
@@ -83,16 +87,21 @@ DXR_HOST_MESSAGE_BYTES: int
 DXR_HOST_MESSAGE_DELAY_MS: int
 DXR_HOST_MESSAGE_EOP: int
 DXR_HOST_MOST_ALARMS: int
+DXR_HOST_MOST_BOARDS: int
 DXR_HOST_MOST_EVENTS: int
 DXR_HOST_MOST_FAULT_CHECKS: int
+DXR_HOST_MOST_INCARNATION: int
 DXR_HOST_MOST_KPIS: int
 DXR_HOST_MOST_LATE_MESSAGES: int
+DXR_HOST_MOST_OUTGOING_BYTES: int
+DXR_HOST_MOST_OUTGOING_MESSAGES: int
 DXR_HOST_MOST_REPORTS: int
 DXR_HOST_MOST_TRIGGER_TEXTS: int
 DXR_HOST_OUTPUT_DIAG: int
 DXR_HOST_OUTPUT_EVENTS: int
 DXR_HOST_OUTPUT_MESSAGES: int
 DXR_HOST_OUTPUT_PRIVATE_LOGS: int
+DXR_HOST_PATIENCE_MS: int
 DXR_HOST_PCIE_CONFIG: int
 DXR_HOST_PCIE_MEMORY: int
 DXR_HOST_PLUGIN_INTERFACE: int
@@ -949,6 +958,42 @@ def DxrHostGetAlarm(host_: _Data, index_: int, alarm_: _Data, /) -> bool:
     """_Bool DxrHostGetAlarm(DxrHost *host, uint32_t index, DxrHostAlarm *alarm)"""
 def DxrHostForgetAlarms(host_: _Data, /) -> None:
     """void DxrHostForgetAlarms(DxrHost *host)"""
+def DxrHostOpenMailbox(host_: _Data, mailbox_: _Data, /) -> int:
+    """uint32_t DxrHostOpenMailbox(DxrHost *host, const DxrHostMailbox *mailbox)"""
+def DxrHostCloseMailbox(host_: _Data, unit_: _Data, /) -> int:
+    """uint32_t DxrHostCloseMailbox(DxrHost *host, const DxrHostUnit *unit)"""
+def DxrHostReceiveMessage(host_: _Data, unit_: _Data, message_: _Data, buffer_: _Data, size_: int, ms_: int, /) -> int:
+    """uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit, DxrHostMessage *message, void *buffer, uint32_t size, uint32_t ms)"""
+def DxrHostAcknowledge(host_: _Data, message_: _Data, result_: int, /) -> int:
+    """uint32_t DxrHostAcknowledge(DxrHost *host, const DxrHostMessage *message, uint32_t result)"""
+def DxrHostGetWaitingMessages(host_: _Data, unit_: _Data, /) -> int:
+    """uint32_t DxrHostGetWaitingMessages(DxrHost *host, const DxrHostUnit *unit)"""
+def DxrHostSetMessageFilter(host_: _Data, filter_: _Data, /) -> None:
+    """void DxrHostSetMessageFilter(DxrHost *host, DxrMessageFilter *filter)"""
+def DxrHostSetMessageFilterCount(host_: _Data, lostCnt_: int, num_: int, path_: _Data, /) -> None:
+    """void DxrHostSetMessageFilterCount(DxrHost *host, uint32_t lostCnt, uint32_t num, const uint32_t *path)"""
+def DxrHostGetMessageFilterText(host_: _Data, buffer_: _Text, bufferSize_: int, /) -> None:
+    """void DxrHostGetMessageFilterText(DxrHost *host, char *buffer, uint32_t bufferSize)"""
+def DxrHostCountMessages(host_: _Data, counts_: _Data, /) -> None:
+    """void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts)"""
+def DxrHostSetEvent(host_: _Data, event_: int, trigger_: int, error_: int, /) -> bool:
+    """_Bool DxrHostSetEvent(DxrHost *host, uint32_t event, uint32_t trigger, uint32_t error)"""
+def DxrHostSetTriggerText(host_: _Data, trigger_: int, text_: _Text, /) -> bool:
+    """_Bool DxrHostSetTriggerText(DxrHost *host, uint32_t trigger, const char *text)"""
+def DxrHostGetMeshFd(host_: _Data, /) -> int:
+    """int DxrHostGetMeshFd(DxrHost *host)"""
+def DxrHostJoinChassis(host_: _Data, chassis_: _Data, /) -> int:
+    """uint32_t DxrHostJoinChassis(DxrHost *host, const DxrHostChassisPlan *chassis)"""
+def DxrHostCutOff(host_: _Data, isCutOff_: bool, /) -> int:
+    """uint32_t DxrHostCutOff(DxrHost *host, _Bool isCutOff)"""
+def DxrHostCountChassis(host_: _Data, counts_: _Data, /) -> None:
+    """void DxrHostCountChassis(DxrHost *host, DxrHostChassisCounts *counts)"""
+def DxrHostStop(host_: _Data, /) -> int:
+    """uint32_t DxrHostStop(DxrHost *host)"""
+def DxrHostGetAddressKind(address_: _Text, /) -> int:
+    """uint32_t DxrHostGetAddressKind(const char *address)"""
+def DxrHostMakeKeys(publicKey_: _Text, secretKey_: _Text, /) -> int:
+    """uint32_t DxrHostMakeKeys(char *publicKey, char *secretKey)"""
 def DxrHostOpenDatabase(host_: _Data, path_: _Text, error_: _Text, errorSize_: int, /) -> bool:
     """_Bool DxrHostOpenDatabase(DxrHost *host, const char *path, char *error, uint32_t errorSize)"""
 def DxrHostInitDatabase(host_: _Data, path_: _Text, error_: _Text, errorSize_: int, /) -> bool:
@@ -1011,30 +1056,6 @@ def DxrHostGetBadReleases(host_: _Data, /) -> int:
     """uint64_t DxrHostGetBadReleases(DxrHost *host)"""
 def DxrHostSetMemoryLimit(host_: _Data, bytes_: int, /) -> None:
     """void DxrHostSetMemoryLimit(DxrHost *host, uint64_t bytes)"""
-def DxrHostOpenMailbox(host_: _Data, mailbox_: _Data, /) -> int:
-    """uint32_t DxrHostOpenMailbox(DxrHost *host, const DxrHostMailbox *mailbox)"""
-def DxrHostCloseMailbox(host_: _Data, unit_: _Data, /) -> int:
-    """uint32_t DxrHostCloseMailbox(DxrHost *host, const DxrHostUnit *unit)"""
-def DxrHostReceiveMessage(host_: _Data, unit_: _Data, message_: _Data, buffer_: _Data, size_: int, ms_: int, /) -> int:
-    """uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit, DxrHostMessage *message, void *buffer, uint32_t size, uint32_t ms)"""
-def DxrHostAcknowledge(host_: _Data, message_: _Data, result_: int, /) -> int:
-    """uint32_t DxrHostAcknowledge(DxrHost *host, const DxrHostMessage *message, uint32_t result)"""
-def DxrHostGetWaitingMessages(host_: _Data, unit_: _Data, /) -> int:
-    """uint32_t DxrHostGetWaitingMessages(DxrHost *host, const DxrHostUnit *unit)"""
-def DxrHostSetMessageFilter(host_: _Data, filter_: _Data, /) -> None:
-    """void DxrHostSetMessageFilter(DxrHost *host, DxrMessageFilter *filter)"""
-def DxrHostSetMessageFilterCount(host_: _Data, lostCnt_: int, num_: int, path_: _Data, /) -> None:
-    """void DxrHostSetMessageFilterCount(DxrHost *host, uint32_t lostCnt, uint32_t num, const uint32_t *path)"""
-def DxrHostGetMessageFilterText(host_: _Data, buffer_: _Text, bufferSize_: int, /) -> None:
-    """void DxrHostGetMessageFilterText(DxrHost *host, char *buffer, uint32_t bufferSize)"""
-def DxrHostCountMessages(host_: _Data, counts_: _Data, /) -> None:
-    """void DxrHostCountMessages(DxrHost *host, DxrHostMessageCounts *counts)"""
-def DxrHostSetEvent(host_: _Data, event_: int, trigger_: int, error_: int, /) -> bool:
-    """_Bool DxrHostSetEvent(DxrHost *host, uint32_t event, uint32_t trigger, uint32_t error)"""
-def DxrHostSetTriggerText(host_: _Data, trigger_: int, text_: _Text, /) -> bool:
-    """_Bool DxrHostSetTriggerText(DxrHost *host, uint32_t trigger, const char *text)"""
-def DxrHostGetMeshFd(host_: _Data, /) -> int:
-    """int DxrHostGetMeshFd(DxrHost *host)"""
 def DxrHostGetModules(host_: _Data, modules_: _Data, room_: int, /) -> int:
     """uint32_t DxrHostGetModules(DxrHost *host, DxrHostModuleInfo *modules, uint32_t room)"""
 def DxrHostGetVelder(host_: _Data, /) -> int:
