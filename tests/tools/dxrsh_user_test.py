@@ -22,7 +22,7 @@ import unittest
 
 DXRSH, ROOT, MAN, COMPLETIONS = sys.argv[1:5]
 ENVIRONMENT = {**os.environ, "LC_ALL": "C", "PATH": os.path.dirname(DXRSH) + ":/usr/bin:/bin"}
-PATIENCE = 60
+PATIENCE = 300  # seconds; a test ends sooner, but for a program that hangs
 MODULES = os.path.join(os.path.dirname(DXRSH), "../../tests/tools/dxrsh_")
 RECORDING = "examples/dxrsh/registers.dxrtrace"
 
@@ -44,6 +44,18 @@ def all_commands():
         yield (name,)
         for below in commands(name):
             yield (name, below)
+
+
+def what_comes(terminal):
+    """All that is written to a terminal until its last writer has closed it."""
+    seen = b""
+    try:
+        while more := os.read(terminal, 4096):
+            seen += more
+    except OSError:
+        pass  # nobody writes any more
+    os.close(terminal)
+    return seen
 
 
 class Case(unittest.TestCase):
@@ -231,18 +243,22 @@ class Live(Case):
         while b"Ctrl-C ends)" not in seen or b"2 lines, 1 suppressed" not in seen:
             seen += os.read(mine, 4096)
         process.send_signal(signal.SIGINT)
-        seen = b""
-        try:
-            while True:
-                more = os.read(mine, 4096)
-                if not more:
-                    break
-                seen += more
-        except OSError:
-            pass
-        os.close(mine)
+        seen = what_comes(mine)
         self.assertEqual(process.wait(PATIENCE), 0)
         self.assertRegex(seen, rb"^\r +\r\r\n(dxrsh: no time stamp[^\n]*\n)?lines read ")
+
+
+    def test_long_work_shows_how_far_it_is(self):
+        path = self.file("log", (b"x" * 65535 + b"\n") * 256)
+        for words in (["fault", "--rule", "10,3"], ["record"], ["filter", "--quiet"]):
+            mine, its = pty.openpty()
+            with subprocess.Popen([DXRSH, *words, path], stdin=subprocess.DEVNULL, stderr=its,
+                                  stdout=subprocess.DEVNULL, env=ENVIRONMENT) as process:
+                os.close(its)
+                seen = what_comes(mine)
+                self.assertEqual(process.wait(PATIENCE), 0, words)
+            self.assertRegex(seen, rb"^\r\[#* *\] +\d+ %\r\[", words)
+            self.assertRegex(seen, rb"\[#{40}\] 100 %\r {48}\r$", words)
 
 
 class Files(Case):
@@ -353,7 +369,8 @@ class Words(Case):
         self.assertGreater(found, 20)
 
     def test_a_full_device_fails(self):
-        for words in (["--help"], ["--version"], ["filter", "--help"], ["slots"]):
+        for words in (["--help"], ["--version"], ["filter", "--help"], ["slots"],
+                      ["run", "--clock", "virtual", MODULES + "worker.so"]):
             with open("/dev/full", "wb") as full:
                 done = subprocess.run([DXRSH, *words], stdout=full, stderr=subprocess.PIPE,
                                       check=False, env=ENVIRONMENT, timeout=PATIENCE)
@@ -383,6 +400,25 @@ class Words(Case):
             self.assertEqual((code, err), (0, ""), words)
             for line in out.splitlines():
                 self.assertIsInstance(json.loads(line), dict, words)
+        worker, registers = MODULES + "worker.so", MODULES + "registers.so"
+        code, out, err = run("run", "--clock", "virtual", "--json", worker)
+        self.assertEqual(err, "sum 6, ticks 3\n")  # which the module prints by itself
+        lines = [json.loads(line) for line in out.splitlines()]
+        self.assertEqual((code, lines[0]), (0, {"line": 'port 3 is <up> & "well"'}))
+        report = lines[-1]["report"]
+        self.assertEqual((report["module"], report["returned"], report["well"]),
+                         ("dxrsh_worker.so", 0, True))
+        self.assertEqual((report["lines_let_through"], report["lines_suppressed"],
+                          len(report["records"]), report["left_behind"]), (1, 3, 3, 0))
+        self.assertEqual(sum(slot["calls"] for slot in report["slots"]), 198)
+        report = json.loads(run("run", "--json", registers)[1])["report"]
+        self.assertEqual((report["well"], report["reports"][0]["function"]), (False, "DXR_FOpen"))
+        for words, status in (([], 0), (["x"], 1)):
+            code, out, _ = run("replay", "--json", RECORDING, registers, *words)
+            self.assertEqual((code, json.loads(out)["same"]), (status, status == 0))
+        for other, status in ((RECORDING, 0), (here + "worker.dxrtrace", 1)):
+            code, out, err = run("diff", "--json", RECORDING, other)
+            self.assertEqual((code, json.loads(out)["same"], err), (status, status == 0, ""))
         out = run("msgfilter", "show", here + "filters.json", "--json")[1]
         self.assertEqual(json.loads(out)["filters"][1],
                          {"path": "1/10", "name": "up", "lost": 1})

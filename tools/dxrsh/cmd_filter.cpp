@@ -95,7 +95,7 @@ void AddReport(CLI::App &command, FilterOptions &options) {
         ->type_name("N");
     command
         .add_option("--doubtful", options.doubtfulPath,
-                    "Write the lines suppressed for a part of them alone")
+                    "Write suppressed lines of other text, or compared in part")
         ->type_name("FILE");
     command.add_flag("--quiet", options.quiet, "No summary");
     command.add_flag("--json", options.json, "Lines and summary as JSON, on standard output");

@@ -2,11 +2,14 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.h"
@@ -14,8 +17,10 @@
 #include "dxr_trace.h"
 #include "errors.h"
 #include "help.h"
+#include "json_text.h"
 #include "module.h"
 #include "number_option.h"
+#include "numbers.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -28,12 +33,23 @@ constexpr uint32_t kMostPatience = 1000000;
 struct ReplayCommand {
     bool isLoose = false;
     uint32_t patience = 30;  // seconds
+    bool json = false;       // what differs is then said on standard error
+    std::FILE *output = stdout;
 };
 
 // The module is in a state that the recording does not have: nothing of it runs any more.
-void EndNow(bool differs, void * /*user*/) {
-    Say(stdout, "{}\n", differs ? "differs" : "the same, up to where the recording ends");
-    (void)std::fflush(stdout);
+void EndNow(bool differs, void *user) {
+    const auto &command = *static_cast<const ReplayCommand *>(user);
+    if (command.json) {
+        JsonText json;
+        json.BeginObject().Flag("same", !differs).Flag("ended", false).EndObject();
+        Say(command.output, "{}", json.Line());
+    } else {
+        Say(command.output, "{}\n",
+            differs ? "differs" : "the same, up to where the recording ends");
+    }
+    (void)std::fflush(command.output);
+    (void)std::fflush(stdout);  // what the module printed
     std::_Exit(differs ? kExitFailure : 0);
 }
 
@@ -54,14 +70,17 @@ void MakeIdleHost() {
 
 void RunReplay(const ReplayCommand &command, const std::vector<std::string> &rest) {
     const std::vector<std::string> words = RequireWords(rest, 2, "FILE and MODULE");
+    ReplayCommand kept = command;
+    kept.output = OutputBesideModule(command.json);
     Module module(words[1]);
     MakeIdleHost();
     DxrReplayOptions options;
     DxrReplayInitOptions(&options);
     options.loose = command.isLoose ? 1 : 0;
     options.patienceMs = command.patience * kMsPerSecond;
-    options.out = stdout;
+    options.out = command.json ? stderr : stdout;
     options.ended = EndNow;
+    options.user = &kept;
     std::array<char, 256> problem{};
     const uint32_t error =
         DxrReplayStart(words[0].c_str(), &options, problem.data(), problem.size());
@@ -76,6 +95,23 @@ void RunReplay(const ReplayCommand &command, const std::vector<std::string> &res
     module.End();
     DxrReplayCounts counts{};
     const bool differs = DxrReplayStop(&counts) != 0;
+    if (command.json) {
+        JsonText json;
+        json.BeginObject()
+            .Flag("same", !differs)
+            .Flag("ended", true)
+            .Signed("returned", result)
+            .Number("calls", counts.calls)
+            .Number("callbacks", counts.callbacks)
+            .Number("threads", counts.threads)
+            .Number("differences", counts.differences)
+            .Number("not_made", counts.left)
+            .EndObject();
+        Say(kept.output, "{}", json.Line());
+        (void)std::fflush(kept.output);
+        (void)std::fflush(stdout);  // what the module printed
+        std::_Exit(differs ? kExitFailure : 0);
+    }
     if (result != 0) {
         Say(stdout, "the module returned {}\n", result);
     }
@@ -95,17 +131,60 @@ struct DiffCommand {
     std::string a;
     std::string b;
     uint32_t context = 3;
+    bool json = false;
+};
+
+// What the comparison says, line by line.
+class TextStream {
+  public:
+    TextStream() : file_(open_memstream(&text_, &length_)) {
+        if (file_ == nullptr) {
+            throw std::bad_alloc();
+        }
+    }
+    ~TextStream() {
+        (void)std::fclose(file_);
+        std::free(text_);
+    }
+    TextStream(const TextStream &) = delete;
+    TextStream &operator=(const TextStream &) = delete;
+    TextStream(TextStream &&) = delete;
+    TextStream &operator=(TextStream &&) = delete;
+
+    [[nodiscard]] std::FILE *File() const { return file_; }
+    [[nodiscard]] std::string_view Text() {
+        (void)std::fflush(file_);
+        return {text_, length_};
+    }
+
+  private:
+    char *text_ = nullptr;
+    size_t length_ = 0;
+    std::FILE *file_;
 };
 
 void RunDiff(const DiffCommand &command) {
     std::array<char, 512> problem{};
-    const uint32_t result = DxrTraceDiff(command.a.c_str(), command.b.c_str(), command.context,
-                                         stdout, problem.data(), problem.size());
+    TextStream said;
+    const uint32_t result =
+        DxrTraceDiff(command.a.c_str(), command.b.c_str(), command.context,
+                     command.json ? said.File() : stdout, problem.data(), problem.size());
     if (result == 2) {
         throw UsageError(problem.data());
     }
     if (problem[0] != '\0') {
         Say(stderr, "dxrsh: {}\n", Printable(problem.data(), SIZE_MAX));
+    }
+    if (command.json) {
+        JsonText json;
+        json.BeginObject().Flag("same", result == 0).BeginList("said");
+        for (const std::string_view line : Split(said.Text(), '\n')) {
+            if (!line.empty()) {
+                json.Text("", line);
+            }
+        }
+        json.EndList().EndObject();
+        Say(stdout, "{}", json.Line());
     }
     if (result != 0) {
         (void)std::fflush(stdout);
@@ -136,6 +215,7 @@ void AddReplayCommand(CLI::App &program) {
         ->transform(AsWholeNumber())
         ->check(CLI::Range(1U, kMostPatience))
         ->capture_default_str();
+    AddJsonFlag(*command, options->json);
     command->prefix_command();
     command->callback([options, command] { RunReplay(*options, command->remaining()); });
 }
@@ -155,6 +235,7 @@ void AddDiffCommand(CLI::App &program) {
     command->add_option("--context", options->context, "Calls shown before and after")
         ->transform(AsWholeNumber())
         ->capture_default_str();
+    AddJsonFlag(*command, options->json);
     command->callback([options] { RunDiff(*options); });
 }
 

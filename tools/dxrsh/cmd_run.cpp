@@ -23,6 +23,7 @@
 #include "dxr_trace.h"
 #include "errors.h"
 #include "help.h"
+#include "json_text.h"
 #include "module.h"
 #include "number_option.h"
 #include "run_report.h"
@@ -58,6 +59,7 @@ struct RunOptions {
     std::string work = ".";
     std::string trace;
     std::string page;
+    bool json = false;
 };
 
 struct HostCloser {
@@ -94,7 +96,7 @@ class TemporaryFile {
 class Run {
   public:
     Run(const RunOptions &options, const std::vector<std::string> &words)
-        : options_(options), module_(words[0]) {
+        : options_(options), output_(OutputBesideModule(options.json)), module_(words[0]) {
         report_.module = module_.Name();
         report_.arguments.assign(words.begin() + 1, words.end());
         report_.isVirtual = options.clock == "virtual";
@@ -200,16 +202,27 @@ class Run {
     // Says what became of it; the exit status.
     int Tell() {
         WritePage();
-        const std::string text = ReportText(report_);
-        (void)std::fwrite(text.data(), 1, text.size(), stdout);
-        (void)std::fflush(stdout);
+        const std::string text = options_.json ? ReportJson(report_) : ReportText(report_);
+        const bool isWritten = std::fwrite(text.data(), 1, text.size(), output_) == text.size() &&
+                               std::fflush(output_) == 0 && std::ferror(output_) == 0;
+        const int error = errno;
+        (void)std::fflush(stdout);  // what the module printed
         calls_.reset();
-        return IsWell(report_) ? 0 : kExitFailure;
+        if (!isWritten && error != EPIPE) {
+            Say(stderr, "dxrsh: cannot write the output: {}\n",
+                std::generic_category().message(error));
+        }
+        return isWritten && IsWell(report_) ? 0 : kExitFailure;
     }
 
   private:
     void TakeLine(const char *line) {
-        Say(stdout, "{}\n", line);
+        if (options_.json) {
+            JsonText json;
+            Say(output_, "{}", json.BeginObject().Text("line", line).EndObject().Line());
+        } else {
+            Say(output_, "{}\n", line);
+        }
         const std::lock_guard lock(mutex_);
         ++report_.linesLetThrough;
         if (report_.lines.size() < kLinesKept) {
@@ -293,6 +306,7 @@ class Run {
     }
 
     const RunOptions &options_;
+    std::FILE *output_;
     Module module_;
     HostOwner host_;
     std::unique_ptr<TemporaryFile> calls_;
@@ -345,6 +359,7 @@ void AddRunCommand(CLI::App &program) {
         ->type_name("FILE");
     command->add_option("--report", options->page, "Write the report as an HTML page, too")
         ->type_name("FILE");
+    AddJsonFlag(*command, options->json);
     command->prefix_command();
     command->callback([options, command] { RunRun(*options, command->remaining()); });
 }

@@ -107,6 +107,12 @@ JsonText &JsonText::Number(std::string_view key, uint64_t value) {
     return *this;
 }
 
+JsonText &JsonText::Signed(std::string_view key, int64_t value) {
+    Key(key);
+    text_ += std::to_string(value);
+    return *this;
+}
+
 JsonText &JsonText::Real(std::string_view key, double value) {
     Key(key);
     text_ += std::isfinite(value) ? fmt::format("{}", value) : "null";

@@ -21,6 +21,7 @@ class JsonText {
     // Within a list the key stays empty.
     JsonText &Text(std::string_view key, std::string_view value);
     JsonText &Number(std::string_view key, uint64_t value);
+    JsonText &Signed(std::string_view key, int64_t value);
     JsonText &Real(std::string_view key, double value);
     JsonText &Flag(std::string_view key, bool value);
     JsonText &Null(std::string_view key);

@@ -37,7 +37,8 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddReplayCommand(program);
     dxrsh::AddDiffCommand(program);
     dxrsh::AddBenchCommand(program);
-    CLI::App *const help = program.add_subcommand("help", "Tells about a command");
+    CLI::App *const help =
+        program.add_subcommand("help", "Tells about a command; 'man dxrsh' about all");
     dxrsh::Describe(*help, "The same as COMMAND --help.",
                     {"dxrsh help filter", "dxrsh help privatelog write"});
     dxrsh::AddGenerateCommand(program, DXRSH_VERSION, DXRSH_DATE);
@@ -50,10 +51,8 @@ void Complain(std::string_view text) {
 }
 
 int Run(int argc, char **argv) {
-    CLI::App program(
-        "Runs the logic of libdxr_api on real input, within a development host.\n"
-        "'dxrsh help COMMAND' tells about one command, 'man dxrsh' about all.",
-        "dxrsh");
+    CLI::App program("Runs the logic of libdxr_api on real input, within a development host.",
+                     "dxrsh");
     dxrsh::UseHelp(program);
     program.set_version_flag("--version", "dxrsh " DXRSH_VERSION);
     AddCommands(program);

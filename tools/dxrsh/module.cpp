@@ -1,6 +1,7 @@
 #include "module.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include "errors.h"
 
@@ -39,6 +40,18 @@ void Module::End() const {
 
 std::string Module::Name() const {
     return path_.substr(path_.find_last_of('/') + 1);
+}
+
+std::FILE *OutputBesideModule(bool json) {
+    if (!json) {
+        return stdout;
+    }
+    const int kept = dup(STDOUT_FILENO);
+    std::FILE *const output = kept < 0 ? nullptr : fdopen(kept, "w");
+    if (output == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+        throw RunError("standard output cannot be kept apart from the module's");
+    }
+    return output;
 }
 
 std::vector<std::string> RequireWords(const std::vector<std::string> &words, size_t least,

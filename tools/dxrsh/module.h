@@ -2,6 +2,7 @@
 #ifndef DXRSH_MODULE_H
 #define DXRSH_MODULE_H
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,10 @@ class Module {
     std::vector<std::string> arguments_;
     std::vector<char *> argv_;
 };
+
+// Where a command that runs a module prints. For JSON that is standard output as it was; what the
+// module prints there by itself goes to standard error from then on. Stays open.
+[[nodiscard]] std::FILE *OutputBesideModule(bool json);
 
 // What stands after the options of a command that takes a module: throws UsageError when there are
 // not so many words. What a module is given is not looked at.

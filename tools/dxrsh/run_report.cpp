@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "json_text.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -27,7 +28,7 @@ uint64_t SumOf(const std::array<uint64_t, kTableSlots> &counts) {
 std::string_view KindOf(const DxrHostReport &report) {
     switch (report.kind) {
         case DXR_HOST_REPORT_LEFTOVER:
-            return {};  // the text says so
+            return "left behind";
         case DXR_HOST_REPORT_MISUSE:
             return "misuse";
         case DXR_HOST_REPORT_RISK:
@@ -38,8 +39,10 @@ std::string_view KindOf(const DxrHostReport &report) {
 }
 
 std::string ReportLine(const DxrHostReport &report) {
-    std::string line(KindOf(report));
-    line += line.empty() ? report.service : fmt::format(", {}", report.service);
+    // Of what is left behind the text says so.
+    std::string line = report.kind == DXR_HOST_REPORT_LEFTOVER
+                           ? std::string(report.service)
+                           : fmt::format("{}, {}", KindOf(report), report.service);
     if (report.slot[0] != '\0') {
         line += fmt::format(", {} by {}", report.slot, report.caller);
     }
@@ -51,6 +54,48 @@ std::string MemoryName(const RunReport::Memory &memory) {
     return memory.name.empty()
                ? fmt::format("module {}", memory.account.mid)
                : fmt::format("module {} ({})", memory.account.mid, OneLine(memory.name));
+}
+
+void AddCounts(JsonText &json, std::string_view key,
+               const std::array<uint64_t, kTableSlots> &calls) {
+    json.BeginList(key);
+    for (uint32_t i = 0; i < kTableSlots; ++i) {
+        if (calls[i] != 0) {
+            json.BeginObject()
+                .Text("function", DxrTraceSlotName(i))
+                .Number("calls", calls[i])
+                .EndObject();
+        }
+    }
+    json.EndList();
+}
+
+void AddMemory(JsonText &json, const RunReport &report) {
+    json.BeginList("memory");
+    for (const RunReport::Memory &memory : report.memory) {
+        json.BeginObject().Number("mid", memory.account.mid);
+        if (!memory.name.empty()) {
+            json.Text("name", memory.name);
+        }
+        json.Number("blocks_live", memory.account.blocksLive)
+            .Number("bytes_live", memory.account.bytesLive)
+            .Number("bytes_most", memory.account.bytesPeak)
+            .Number("blocks_in_all", memory.account.blocksTotal)
+            .EndObject();
+    }
+    json.EndList();
+}
+
+void AddReports(JsonText &json, const RunReport &report) {
+    json.BeginList("reports");
+    for (const DxrHostReport &found : report.reports) {
+        json.BeginObject().Text("kind", KindOf(found)).Text("service", found.service);
+        if (found.slot[0] != '\0') {
+            json.Text("function", found.slot).Text("caller", found.caller);
+        }
+        json.Text("text", found.text).Number("times", found.count).EndObject();
+    }
+    json.EndList();
 }
 
 }  // namespace
@@ -109,6 +154,41 @@ std::string ReportText(const RunReport &report) {
         text += "  " + ReportLine(found) + "\n";
     }
     return text + (IsWell(report) ? "well\n" : "not well\n");
+}
+
+std::string ReportJson(const RunReport &report) {
+    std::array<uint64_t, kTableSlots> calls{};
+    std::transform(report.counts.begin(), report.counts.end(), calls.begin(),
+                   [](const DxrTraceCount &count) { return count.calls; });
+    JsonText json;
+    json.BeginObject()
+        .BeginObject("report")
+        .Text("module", report.module)
+        .Signed("returned", report.result)
+        .Flag("well", IsWell(report));
+    AddCounts(json, "slots", calls);
+    AddCounts(json, "empty_slots", report.unfilled);
+    AddMemory(json, report);
+    json.Number("lines_let_through", report.linesLetThrough)
+        .Number("lines_suppressed", report.linesSuppressed)
+        .BeginList("records");
+    for (const RunReport::Record &record : report.records) {
+        json.BeginObject().Text("text", record.text).Number("count", record.count).EndObject();
+    }
+    json.EndList().BeginList("alarms");
+    for (const DxrHostAlarm &alarm : report.alarms) {
+        json.BeginObject()
+            .Number("alarm", alarm.alarm)
+            .Number("object", alarm.object)
+            .Number("raised", alarm.raised)
+            .Number("cleared", alarm.cleared)
+            .Flag("stands", alarm.state == DXR_HOST_ALARM_RAISED)
+            .EndObject();
+    }
+    json.EndList().Number("left_behind", report.leftovers);
+    AddReports(json, report);
+    json.EndObject().EndObject();
+    return json.Line();
 }
 
 }  // namespace dxrsh

@@ -54,6 +54,9 @@ struct RunReport {
 
 [[nodiscard]] std::string ReportText(const RunReport &report);
 
+// The same as a JSON object, on a line.
+[[nodiscard]] std::string ReportJson(const RunReport &report);
+
 // One file that loads nothing from elsewhere. With the virtual clock it is the same for the same
 // seed, so it holds no durations.
 [[nodiscard]] std::string ReportPage(const RunReport &report);
