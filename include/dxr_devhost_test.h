@@ -3,7 +3,7 @@
  *
  * It belongs to the development host and knows no test framework: what does not hold is a failure,
  * a text that DxrTestEnd writes. With GoogleTest, dxr_devhost/gtest.h makes expectations of all
- * this. docs/testing-modules.md leads through both.
+ * this. docs/guide-test.md leads through both.
  *
  * There is one test at a time, as there is one table of hooks. Outside of DxrTestBegin and
  * DxrTestEnd the other functions do nothing and give 0, false or null. They may be called from any
