@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <numeric>
 #include <utility>
 
 #include "test_recorders.h"
@@ -128,7 +129,7 @@ bool Matches(const CallPattern &pattern, const KeptCall &call) {
 
 uint64_t KeptCalls::Add(KeptCall call) {
     if (calls_.size() >= kMostCalls) {
-        ++notKept_;
+        CountNotKept(call.slot);
         return 0;
     }
     calls_.push_back(std::move(call));
@@ -146,7 +147,11 @@ void KeptCalls::EndCall(uint64_t number, uint64_t result) {
 void KeptCalls::Forget() {
     first_ += calls_.size();
     calls_.clear();
-    notKept_ = 0;
+    notKept_ = {};
+}
+
+uint64_t KeptCalls::NotKept() const {
+    return std::accumulate(notKept_.begin(), notKept_.end(), uint64_t{0});
 }
 
 uint64_t NoteCall(size_t slot, std::span<const uint64_t> words, const char *message) noexcept {
@@ -165,7 +170,7 @@ uint64_t NoteCall(size_t slot, std::span<const uint64_t> words, const char *mess
     } catch (const std::exception &) {
         const SessionLock session;
         if (session) {
-            session->calls.CountNotKept();
+            session->calls.CountNotKept(slot);
         }
         return 0;
     }

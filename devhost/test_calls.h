@@ -51,13 +51,15 @@ class KeptCalls {
     void Forget();
 
     [[nodiscard]] const std::deque<KeptCall> &All() const { return calls_; }
-    [[nodiscard]] uint64_t NotKept() const { return notKept_; }
-    void CountNotKept() { ++notKept_; }
+    // Calls of a slot that were not kept, and of all.
+    [[nodiscard]] uint64_t NotKept(size_t slot) const { return notKept_[slot]; }
+    [[nodiscard]] uint64_t NotKept() const;
+    void CountNotKept(size_t slot) { ++notKept_[slot]; }
 
   private:
     std::deque<KeptCall> calls_;
     uint64_t first_ = 1;  // the number of the earliest
-    uint64_t notKept_ = 0;
+    std::array<uint64_t, kSlotCount> notKept_{};
 };
 
 // For the functions in the slots: notes the beginning of a call, with the finished text of one in

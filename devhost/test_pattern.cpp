@@ -10,7 +10,10 @@
 namespace devhost {
 namespace {
 
+using dxr_trace::Extent;
+using dxr_trace::kDirect;
 using dxr_trace::kSlots;
+using dxr_trace::PointerRule;
 using dxr_trace::SlotInfo;
 using dxr_trace::Width;
 
@@ -73,16 +76,16 @@ class Reader {
     std::string_view rest_;
 };
 
-bool ReadNumber(const std::string &word, uint64_t &number) {
+bool ReadNumber(const std::string &word, ValuePattern &value) {
     if (word.empty()) {
         return false;
     }
     const int before = errno;
     errno = 0;
     char *end = nullptr;
-    const bool isNegative = word.front() == '-';
-    number = isNegative ? static_cast<uint64_t>(std::strtoll(word.c_str(), &end, 0))
-                        : std::strtoull(word.c_str(), &end, 0);
+    value.isNegative = word.front() == '-';
+    value.number = value.isNegative ? static_cast<uint64_t>(std::strtoll(word.c_str(), &end, 0))
+                                    : std::strtoull(word.c_str(), &end, 0);
     const bool isWhole = errno == 0 && *end == '\0';
     errno = before;
     return isWhole;
@@ -102,7 +105,7 @@ bool ReadValue(Reader &reader, ValuePattern &value, std::string &error) {
     }
     const std::string word = reader.Word();
     value.kind = ValuePattern::Kind::kNumber;
-    if (word != "null" && !ReadNumber(word, value.number)) {
+    if (word != "null" && !ReadNumber(word, value)) {
         error = "neither *, a number, null nor a text in quotes: \"" + word + reader.Rest() + "\"";
         return false;
     }
@@ -126,22 +129,62 @@ bool ReadArguments(Reader &reader, CallPattern &pattern, std::string &error) {
     return true;
 }
 
-// Numbers are as wide as the parameter: -1 is 0xFFFFFFFF where that has 32 bits.
-void Narrow(ValuePattern &value, Width width) {
-    constexpr uint64_t k8 = 0xFF;
-    constexpr uint64_t k16 = 0xFFFF;
-    constexpr uint64_t k32 = 0xFFFFFFFF;
-    if (value.kind == ValuePattern::Kind::kNumber && static_cast<int64_t>(value.number) < 0) {
-        value.number &= width == Width::kU8    ? k8
-                        : width == Width::kU16 ? k16
-                        : width == Width::kU32 ? k32
-                                               : UINT64_MAX;
+uint64_t MostOf(Width width) {
+    switch (width) {
+        case Width::kU8:
+            return UINT8_MAX;
+        case Width::kU16:
+            return UINT16_MAX;
+        case Width::kU32:
+            return UINT32_MAX;
+        default:
+            return UINT64_MAX;
     }
+}
+
+// Numbers are as wide as the value: -1 is 0xFFFFFFFF where that has 32 bits. One that does not fit
+// would never match. `what` is the value.
+bool Narrow(ValuePattern &value, Width width, const std::string &what, std::string &error) {
+    const uint64_t most = MostOf(width);
+    if (value.kind != ValuePattern::Kind::kNumber) {
+        return true;
+    }
+    if (value.isNegative && most != UINT64_MAX && -value.number > most / 2 + 1) {
+        error = "-" + std::to_string(-value.number) + " is less than " + what + " holds";
+        return false;
+    }
+    if (!value.isNegative && value.number > most) {
+        error = std::to_string(value.number) + " is more than " + what + " holds";
+        return false;
+    }
+    value.number &= most;
+    return true;
+}
+
+bool LeadsToText(const SlotInfo &info, size_t parameter) {
+    const auto isText = [parameter](const PointerRule &rule) {
+        return rule.parameter == parameter && rule.offset == kDirect &&
+               (rule.extent == Extent::kText || rule.extent == Extent::kTextWithin);
+    };
+    // Of one in the manner of printf the second is the finished text.
+    return (info.isVariadic && parameter == 1) ||
+           std::any_of(info.pointers.begin(), info.pointers.end(), isText);
+}
+
+bool CheckResult(const SlotInfo &info, ValuePattern &result, std::string &error) {
+    const std::string what = std::string("the result of ") + info.name;
+    if (result.kind == ValuePattern::Kind::kText) {
+        error = what + " is no number";
+        return false;
+    }
+    return Narrow(result, info.result, what, error);
 }
 
 bool Check(CallPattern &pattern, std::string &error) {
     const SlotInfo &info = kSlots[pattern.slot];
-    Narrow(pattern.result, info.result);
+    if (!CheckResult(info, pattern.result, error)) {
+        return false;
+    }
     if (!pattern.hasArguments) {
         return true;
     }
@@ -154,7 +197,14 @@ bool Check(CallPattern &pattern, std::string &error) {
         return false;
     }
     for (size_t i = 0; i < pattern.arguments.size(); ++i) {
-        Narrow(pattern.arguments[i], info.parameters[i].width);
+        const std::string what = "argument " + std::to_string(i + 1) + " of " + info.name;
+        if (pattern.arguments[i].kind == ValuePattern::Kind::kText && !LeadsToText(info, i)) {
+            error = what + " is no text";
+            return false;
+        }
+        if (!Narrow(pattern.arguments[i], info.parameters[i].width, what, error)) {
+            return false;
+        }
     }
     return true;
 }

@@ -17,7 +17,8 @@ struct ValuePattern {
     enum class Kind : uint8_t { kAny, kNumber, kText };
 
     Kind kind = Kind::kAny;
-    uint64_t number = 0;
+    uint64_t number = 0;      // a negative one as its complement
+    bool isNegative = false;  // written with a minus
     std::string text;
 };
 

@@ -101,6 +101,10 @@ uint32_t FailEach(const DxrHostOptions &options, const std::string &point, bool 
             findings.WriteTo(out);
             return 0;
         }
+        if (!hasFailed && step == 1) {
+            WriteTitle(out, "the body takes no step of " + point);
+            return 0;
+        }
         if (!hasFailed) {
             return step;
         }

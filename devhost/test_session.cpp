@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,7 +43,7 @@ void KeepLine(uint32_t kind, const char *text) noexcept {
     } catch (const std::exception &) {
         // Counted as well.
     }
-    ++session->linesNotKept;
+    ++session->linesNotKept.at(static_cast<size_t>(std::countr_zero(kind)));
 }
 
 void KeepMessage(uint32_t /*level*/, const char *text, void * /*user*/) {
@@ -172,6 +173,26 @@ std::string NotKept(uint64_t count, const char *what) {
                       : "\n  (" + std::to_string(count) + " later " + what + " were not kept)";
 }
 
+// Whether a count is one of those that are wanted. What was not kept may have been more.
+bool IsWanted(uint64_t found, uint64_t notKept, uint32_t least, uint32_t most) {
+    return least <= found && found <= most && (notKept == 0 || most == UINT32_MAX);
+}
+
+// How often it was, of which IsWanted says that it is not wanted.
+std::string Found(uint64_t found, uint32_t least, uint32_t most, const char *what) {
+    const bool mayBeMore = least <= found && found <= most;
+    return Times(found) + (mayBeMore ? std::string(" among the ") + what + " that were kept"
+                                     : ", " + Wanted(least, most));
+}
+
+uint64_t LinesNotKept(const Session &session, uint32_t kinds) {
+    uint64_t count = 0;
+    for (size_t i = 0; i < session.linesNotKept.size(); ++i) {
+        count += (kinds >> i & 1) != 0 ? session.linesNotKept[i] : 0;
+    }
+    return count;
+}
+
 std::string WhyNotAsked(const Session &session, const CallPattern &pattern, std::string_view text,
                         uint32_t least, uint32_t most) {
     std::vector<const KeptCall *> ofSlot;
@@ -182,10 +203,10 @@ std::string WhyNotAsked(const Session &session, const CallPattern &pattern, std:
             found += Matches(pattern, call) ? 1 : 0;
         }
     }
-    if (least <= found && found <= most) {
+    if (IsWanted(found, session.calls.NotKept(pattern.slot), least, most)) {
         return {};
     }
-    std::string why = std::string(text) + " was asked " + Times(found) + ", " + Wanted(least, most);
+    std::string why = std::string(text) + " was asked " + Found(found, least, most, "calls");
     if (!ofSlot.empty()) {
         why += "; calls of it:";
     } else if (SlotOfTable(pattern.slot) == nullptr) {
@@ -207,13 +228,14 @@ std::string WhyNotLogged(const Session &session, uint32_t kinds, std::string_vie
             found += MatchesText(pattern, line.text) ? 1 : 0;
         }
     }
-    if (least <= found && found <= most) {
+    const uint64_t notKept = LinesNotKept(session, kinds);
+    if (IsWanted(found, notKept, least, most)) {
         return {};
     }
-    return "\"" + std::string(pattern) + "\" was logged " + Times(found) + ", " +
-           Wanted(least, most) + (lines.empty() ? "; there is no line" : "; lines:") +
+    return "\"" + std::string(pattern) + "\" was logged " + Found(found, least, most, "lines") +
+           (lines.empty() ? "; there is no line" : "; lines:") +
            Listing(lines, [](const KeptLine *line) { return line->text; }) +
-           NotKept(session.linesNotKept, "lines");
+           NotKept(notKept, "lines");
 }
 
 // Writes why something does not hold; true for an empty text.
@@ -426,7 +448,7 @@ void DxrTestForget(void) {
     if (session) {
         session->calls.Forget();
         session->lines.clear();
-        session->linesNotKept = 0;
+        session->linesNotKept = {};
     }
 }
 

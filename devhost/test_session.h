@@ -2,6 +2,7 @@
 #ifndef DXR_DEVHOST_TEST_SESSION_H
 #define DXR_DEVHOST_TEST_SESSION_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -33,7 +34,7 @@ struct Session {
 
     KeptCalls calls;
     std::vector<KeptLine> lines;
-    uint64_t linesNotKept = 0;
+    std::array<uint64_t, 3> linesNotKept{};  // by the bit of their kind
     std::vector<DxrHostReport> reports;
     std::vector<std::string> failures;
     std::vector<KeptFake> fakes;

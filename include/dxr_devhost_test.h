@@ -74,7 +74,8 @@ DXR_API uint32_t DxrTestStartTask(DxrHostTaskEntry entry, void *argument);
 
 /* Tells whether the calls that match the pattern are at least `least` and at most `most`. If not,
  * writes why, with the calls that there were, to `why` (at most `size` bytes, terminated; null:
- * nowhere). False also for a pattern that is none. */
+ * nowhere). False also for a pattern that is none or that no call can match, as a text for a
+ * number; and with a `most` below UINT32_MAX when calls of the slot were not kept. */
 DXR_API bool DxrTestAsked(const char *pattern, uint32_t least, uint32_t most, char *why,
                           uint32_t size);
 
@@ -109,8 +110,8 @@ DXR_API void DxrTestForget(void);
 #define DXR_TEST_EVENTS 4u   /* texts of DXR_WriteEventLog */
 #define DXR_TEST_LINES 7u    /* any of these */
 
-/* As DxrTestAsked, for lines of these kinds whose whole text matches: * stands for any
- * characters. */
+/* As DxrTestAsked, for lines of these kinds whose whole text matches: * stands for any characters.
+ * With a `most` below UINT32_MAX, lines of these kinds that were not kept make it false. */
 DXR_API bool DxrTestLogged(uint32_t kinds, const char *pattern, uint32_t least, uint32_t most,
                            char *why, uint32_t size);
 
@@ -149,8 +150,8 @@ typedef void (*DxrTestBody)(void *user);
  * fails, then the second, and so on, until a run was over before its step came. The points are
  * those of the host's services (docs/devhost.md); null: DXR_TEST_ALLOCATIONS. With `onwards` all
  * later steps fail, too. A run with a failure is the last one: the step and the failures are
- * written to `out` (null: nowhere). Returns how many runs there were; 0 when one failed, when a
- * test has begun already, and after 100000 runs. */
+ * written to `out` (null: nowhere). Returns how many runs there were; 0 when one failed, when the
+ * body takes no step of the point, when a test has begun already, and after 100000 runs. */
 DXR_API uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *point, bool onwards,
                                  DxrTestBody body, void *user, FILE *out);
 

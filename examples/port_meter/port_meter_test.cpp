@@ -145,7 +145,13 @@ TEST_F(PortMeterTest, RefusesWrongArguments) {
 // Whatever fails, the module ends well and leaves nothing behind.
 TEST(PortMeterRuns, SurviveEachFailure) {
     const auto run = [] {
-        const int result = RunModule("2", "3");
+        // A thousand times the limit, so that there is an alarm, too.
+        const Fake chip(g_dxrHooks.dev.readReg, [](uint32_t, uint32_t, uint32_t, void *value) {
+            *static_cast<uint32_t *>(value) =
+                static_cast<uint32_t>(DXR_GetCurrMs()) * port_meter::kDefaultLimit;
+            return 0U;
+        });
+        const int result = RunModule("2", "4");
         EXPECT_TRUE(result == 0 || result == 1);
         DxrModuleEnd();
     };

@@ -122,7 +122,8 @@ Function Real(Function &slot) {
 }
 
 /* A function of the test's own in a slot, any that can be called with the slot's arguments, until
- * the end of its scope. Two slots of one type need two types of functions, as two lambdas are. */
+ * the end of its scope. Two slots of one type need two types of functions, as two lambdas are. One
+ * that ends before a later one of its slot fails the test, and takes that one along. */
 template <typename Slot, typename Callable>
 class Fake;
 
@@ -138,8 +139,30 @@ class Fake<Result (*)(Args...), Callable> {
         DXR_TEST_FAKE(slot, &Call);
     }
     ~Fake() {
-        DXR_TEST_RESTORE(*slot_);
-        g_latest = before_;
+        const auto own = reinterpret_cast<DxrTestFunction>(&Call);
+        bool isInOrder = g_latest == this;
+        /* Later ones of the slot would lead back here: they go as well. */
+        DxrTestFunction there = DxrTestGetReal(slot_);
+        while (there != own) {
+            DXR_TEST_RESTORE(*slot_);
+            const DxrTestFunction before = DxrTestGetReal(slot_);
+            if (before == there) { /* it is not there any more */
+                break;
+            }
+            isInOrder = false;
+            there = before;
+        }
+        if (there == own) {
+            DXR_TEST_RESTORE(*slot_);
+        }
+        if (!isInOrder) {
+            DxrTestNoteFailure(nullptr, 0, "a fake ends before a later one of its slot");
+        }
+        Fake **link = &g_latest;
+        while (*link != this) {
+            link = &(*link)->before_;
+        }
+        *link = before_;
     }
     Fake(const Fake &) = delete;
     Fake &operator=(const Fake &) = delete;
@@ -160,7 +183,7 @@ class Fake<Result (*)(Args...), Callable> {
 
     Result (**slot_)(Args...);
     Callable callable_;
-    Fake *before_;
+    mutable Fake *before_; /* also of a constant one */
 };
 
 template <typename Result, typename... Args, typename Callable>

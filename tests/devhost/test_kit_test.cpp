@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -248,7 +249,7 @@ TEST_F(KitTest, PatternsOfCalls) {
     EXPECT_TRUE(Asked("DXR_Free", 3, 3));
     for (const char *pattern :
          {"DXR_Malloc(701, *)", "DXR_Malloc(*, 8, *)", "DXR_Malloc(*, *, \"src/meter\", *)",
-          "DXR_Malloc(*) = null", "DXR_Malloc(\"700\", *)", "DXR_GetCurrSec"}) {
+          "DXR_Malloc(*) = null", "DXR_GetCurrSec"}) {
         EXPECT_FALSE(Asked(pattern)) << pattern;
         EXPECT_TRUE(Asked(pattern, 0, 0)) << pattern;
     }
@@ -272,7 +273,16 @@ TEST_F(KitTest, PatternsThatAreNoneNeverHold) {
         {"DXR_Malloc(ten, *)", "neither *, a number, null nor a text in quotes: \"ten, *)\""},
         {"DXR_Malloc(*, *, \"a)", "a quote is missing"},
         {"DXR_Malloc(*) = 1 2", "too much: \"2\""},
-        {"DXR_GetCurrSec(1)", "DXR_GetCurrSec takes 0 arguments, not 1"}};
+        {"DXR_GetCurrSec(1)", "DXR_GetCurrSec takes 0 arguments, not 1"},
+        {"DXR_Malloc(\"700\", *)", "argument 1 of DXR_Malloc is no text"},
+        {"DXR_ReadReg(0, 0, 0, \"x\")", "argument 4 of DXR_ReadReg is no text"},
+        {"DXR_GetBinFolderName = \"bin\"", "the result of DXR_GetBinFolderName is no number"},
+        {"DXR_Malloc(0x100000000, *)", "4294967296 is more than argument 1 of DXR_Malloc holds"},
+        {"DXR_Malloc(*, -2147483649, *)",
+         "-2147483649 is less than argument 2 of DXR_Malloc holds"},
+        {"DXR_GetCurrSec = 0x100000000",
+         "4294967296 is more than the result of DXR_GetCurrSec holds"},
+        {"DXR_WriteMdio(*, *, 256, *)", "256 is more than argument 3 of DXR_WriteMdio holds"}};
     for (const auto &[pattern, error] : wrong) {
         const AssertionResult result = Asked(pattern, 0);
         EXPECT_FALSE(result) << pattern;
@@ -340,10 +350,34 @@ TEST_F(KitTest, OnlySoManyCallsAndLinesAreKept) {
     for (uint32_t i = 0; i < kMost + 3; ++i) {
         DXR_DiagLogFilter("x");
     }
-    EXPECT_TRUE(Asked("DXR_DiagLogFilter", kMost, kMost));
+    EXPECT_TRUE(Asked("DXR_DiagLogFilter", kMost));
     EXPECT_TRUE(Holds(Asked("DXR_GetCurrSec").message(), "(3 later calls were not kept)"));
     EXPECT_TRUE(Holds(Logged("y").message(), "(32748 more)"));
     EXPECT_TRUE(Holds(Logged("y").message(), "(3 later lines were not kept)"));
+}
+
+// What was not kept may have been one more.
+TEST_F(KitTest, NotMoreThanSoManyIsNotToldOfWhatWasNotKept) {
+    constexpr uint32_t kMost = 32768;
+    for (uint32_t i = 0; i < kMost; ++i) {
+        DXR_DiagLogFilter("x");
+    }
+    EXPECT_TRUE(Asked("DXR_DiagLogFilter", kMost, kMost));
+    EXPECT_TRUE(Logged("y", 0, 0));
+    DXR_DiagLogFilter("y");
+    EXPECT_FALSE(Asked("DXR_DiagLogFilter(\"y\")", 0, 0));
+    EXPECT_TRUE(Asked("DXR_DiagLogFilter", kMost));
+    const std::string why = Asked("DXR_DiagLogFilter", 0, kMost).message();
+    EXPECT_EQ(why.find("DXR_DiagLogFilter was asked 32768 times among the calls that were kept"),
+              0U)
+        << why;
+    EXPECT_TRUE(Asked("DXR_GetCurrSec", 0, 0)) << "calls of others are known to be none of it";
+    EXPECT_FALSE(Logged("y", 0, 0));
+    EXPECT_TRUE(Logged("x", 1));
+    EXPECT_TRUE(Logged("y", 0, 0, DXR_TEST_EVENTS));
+    DxrTestForget();
+    EXPECT_TRUE(Asked("DXR_DiagLogFilter", 0, 0));
+    EXPECT_TRUE(Logged("y", 0, 0));
 }
 
 TEST_F(KitTest, TheHostSeesTheModuleNotTheKit) {
@@ -408,6 +442,39 @@ TEST_F(KitTest, FakesStandForTheirScope) {
     EXPECT_EQ(DXR_GetCurrSec(), now);
     EXPECT_TRUE(Asked("DXR_GetCurrSec", 5, 5));
     EXPECT_TRUE(Asked("DXR_GetCurrSec = 9", 1, 1));
+}
+
+// An object that holds a fake may end when it likes; the slot is never left with one that is gone.
+TEST(TestKit, FakesThatEndInAnotherOrderAreAFailure) {
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    const uint32_t now = DXR_GetCurrSec();
+    const auto one = [] { return 1U; };
+    const auto two = [] { return 2U; };
+    using Slot = decltype(g_dxrHooks.time.getCurrSec);
+    std::optional<Fake<Slot, decltype(one)>> first;
+    std::optional<Fake<Slot, decltype(two)>> second;
+    first.emplace(g_dxrHooks.time.getCurrSec, one);
+    second.emplace(g_dxrHooks.time.getCurrSec, two);
+    EXPECT_EQ(DXR_GetCurrSec(), 2U);
+    first.reset();
+    EXPECT_EQ(DXR_GetCurrSec(), now);
+    second.reset();
+    EXPECT_EQ(DXR_GetCurrSec(), now);
+    uint32_t count = 0;
+    EXPECT_TRUE(Holds(EndText(&count), "a fake ends before a later one of its slot"));
+    EXPECT_EQ(count, 1U);
+}
+
+TEST(TestKit, AFakeMayOutliveItsTest) {
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    {
+        const Fake early(g_dxrHooks.time.getCurrSec, [] { return 1U; });
+        const Fake late(g_dxrHooks.time.getCurrSec, [] { return 2U; });
+        EXPECT_EQ(EndText(), "");
+    }
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    EXPECT_NE(DXR_GetCurrSec(), 2U);
+    EXPECT_EQ(EndText(), "");
 }
 
 TEST_F(KitTest, FakesGetArgumentsAndReachTheHost) {
@@ -512,6 +579,16 @@ TEST(TestKit, FailsWithoutAFailedStepAsWell) {
     const AssertionResult result = SurvivesEach("timer.start", [] { (void)Take(1); });
     EXPECT_FALSE(result);
     EXPECT_EQ(std::string(result.message()).find("when no step of timer.start fails:\n"), 0U);
+}
+
+// As when its name is misspelt: nothing has failed, so nothing was survived.
+TEST(TestKit, APointThatTheBodyDoesNotComeByIsNotSurvived) {
+    uint32_t runs = 7;
+    const AssertionResult result = SurvivesEach(
+        "memory.alocate", [] { Give(Take(1)); }, false, &runs);
+    EXPECT_FALSE(result);
+    EXPECT_EQ(std::string(result.message()), "the body takes no step of memory.alocate\n");
+    EXPECT_EQ(runs, 0U);
 }
 
 TEST(TestKit, OtherClocksRunTheBodyOnTheCallersThread) {
