@@ -58,8 +58,23 @@ bool IsKnown(const SlotInfo &slot, const TracedPiece &piece) {
                        [&](const PointerRule &rule) { return PlaceOf(rule) == piece.place; });
 }
 
-// A pointer that only one side has followed is no difference: releases differ in what they follow,
-// and whether an argument is null is compared as well.
+// Whether a pointer in a record led nowhere when the call began. Of one whose record is not there
+// nothing is known.
+bool WasNull(const std::vector<TracedPiece> &pieces, const TracedPiece &behind) {
+    for (const TracedPiece &record : pieces) {
+        if (record.Parameter() == behind.Parameter() && record.Offset() == kDirect) {
+            const size_t offset = behind.Offset();
+            const std::string_view pointer =
+                offset < record.bytes.size() ? record.bytes.substr(offset, kPointerBytes) : "";
+            return pointer.size() == kPointerBytes &&
+                   pointer.find_first_not_of('\0') == std::string_view::npos;
+        }
+    }
+    return false;
+}
+
+// A pointer that only one side has followed is no difference, unless the other one was null there:
+// releases differ in what they follow. Of arguments that is compared as such.
 bool ArePiecesSame(const TracedCall &call, const std::vector<TracedPiece> &expected,
                    const std::vector<TracedPiece> &got, Differences *differences) {
     const SlotInfo &slot = kSlots[call.slot];
@@ -75,6 +90,13 @@ bool ArePiecesSame(const TracedCall &call, const std::vector<TracedPiece> &expec
             isSame = false;
             Note(differences, PieceName(slot, piece), ShownPiece(piece),
                  other != nullptr ? ShownPiece(*other) : "nothing");
+        }
+    }
+    for (const TracedPiece &piece : got) {
+        if (piece.Offset() != kDirect && piece.whole != 0 &&
+            FindPiece(expected, piece.place) == nullptr && WasNull(expected, piece)) {
+            isSame = false;
+            Note(differences, PieceName(slot, piece), "nothing", ShownPiece(piece));
         }
     }
     return isSame;

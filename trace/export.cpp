@@ -526,6 +526,18 @@ int CodeOf(FileState state) {
     return EINVAL;
 }
 
+// The gravest of what is wrong with it.
+std::string ProblemOf(const TraceFile &file) {
+    std::string problem = file.problem;
+    if (problem.empty()) {
+        problem = dxr_trace::ForeignText(file);
+    }
+    if (problem.empty() && file.dropped != 0) {
+        problem = std::to_string(file.dropped) + " records were dropped";
+    }
+    return problem;
+}
+
 int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
     if (format > DXR_TRACE_COUNTS) {
         problem = "there is no such format";
@@ -538,8 +550,8 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
         return error;
     }
     const TraceFile file = dxr_trace::ReadTraceFile(bytes);
-    problem = file.problem;
     if (file.state == FileState::kForeign) {
+        problem = file.problem;
         return EINVAL;
     }
     error = WriteAs(file, format, out);
@@ -547,18 +559,9 @@ int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
         problem = "cannot be written: " + std::generic_category().message(error);
         return error;
     }
-    if (!file.foreign.empty() && problem.empty()) {
-        problem = dxr_trace::ForeignText(file);
-    }
-    if (file.dropped != 0 && problem.empty()) {
-        problem = std::to_string(file.dropped) + " records were dropped";
-    }
+    problem = ProblemOf(file);
     return CodeOf(file.state);
 }
-
-}  // namespace
-
-namespace {
 
 int Read(const char *path, DxrTraceVisit visit, void *user, std::string &problem) {
     std::string bytes;
@@ -568,7 +571,7 @@ int Read(const char *path, DxrTraceVisit visit, void *user, std::string &problem
         return error;
     }
     const TraceFile file = dxr_trace::ReadTraceFile(bytes);
-    problem = file.problem;
+    problem = ProblemOf(file);
     for (const TracedCall &call : file.calls) {
         const DxrTraceCall told = {
             call.slot,    call.thread,    call.isCallback ? 1U : 0U, call.hasReturned ? 1U : 0U,

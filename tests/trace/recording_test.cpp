@@ -368,6 +368,55 @@ TEST_F(TraceRecording, WhatFindsNoRoomIsCounted) {
     EXPECT_EQ(kCalls, lines.size() + dropped - (2 * lines.size() - records));
 }
 
+TEST_F(TraceRecording, ReadersHearOfWhatWasDropped) {
+    DxrTraceOptions options = recording_.Options();
+    options.ringBytes = 4096;
+    options.whenFull = DXR_TRACE_DROP;
+    ASSERT_EQ(0U, DxrTraceStart(&options));
+    for (int i = 0; i < 200000 && DxrTraceGetDropped() == 0; ++i) {
+        ASSERT_EQ(1U, DXR_IsIssuState());
+    }
+    ASSERT_EQ(0U, DxrTraceStop());
+    ASSERT_GT(DxrTraceGetDropped(), 0U);
+    std::array<char, 256> problem{};
+    EXPECT_EQ(0U, DxrTraceRead(
+                      recording_.Path().c_str(), [](const DxrTraceCall *, void *) {}, nullptr,
+                      problem.data(), problem.size()));
+    EXPECT_EQ(std::to_string(DxrTraceGetDropped()) + " records were dropped",
+              std::string(problem.data()));
+}
+
+// Also when it stands in a record, and whichever recording has it.
+TEST_F(TraceRecording, APointerThatIsThereOrNotIsADifference) {
+    const Recording other;
+    const auto record = [](const Recording &recording, char *key) {
+        recording.Start();
+        std::array<char, 16> data{};
+        DxrTblmRequest request = {9, key, 3, data.data(), sizeof(data), 0, {}};
+        EXPECT_EQ(0U, DXR_GetChipTblmData(1, &request));
+        ASSERT_EQ(0U, DxrTraceStop());
+    };
+    char key[] = "key";
+    record(recording_, key);
+    record(other, nullptr);
+    const auto differ = [](const Recording &a, const Recording &b) {
+        char *text = nullptr;
+        size_t size = 0;
+        FILE *const out = open_memstream(&text, &size);
+        const uint32_t result =
+            DxrTraceDiff(a.Path().c_str(), b.Path().c_str(), 0, out, nullptr, 0);
+        (void)std::fclose(out);
+        const std::string told(text, size);
+        std::free(text);
+        EXPECT_EQ(result == 1, told.find("request->key: expected ") != std::string::npos) << told;
+        return result;
+    };
+    EXPECT_EQ(0U, differ(recording_, recording_));
+    EXPECT_EQ(0U, differ(other, other));
+    EXPECT_EQ(1U, differ(recording_, other));
+    EXPECT_EQ(1U, differ(other, recording_));
+}
+
 TEST_F(TraceRecording, ModeSwitchesLeaveGapsAlone) {
     recording_.Start();
     DXR_IsIssuState();
