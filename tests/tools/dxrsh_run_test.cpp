@@ -1,6 +1,8 @@
 // dxrsh run, replay and diff as a user runs them, on a module of the tests' own.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -17,6 +19,7 @@ using dxrtest::ExpectFails;
 using dxrtest::ExpectPrints;
 using dxrtest::Outcome;
 using dxrtest::RunDxrsh;
+using dxrtest::RunDxrshInto;
 using dxrtest::TemporaryDirectory;
 using Words = std::vector<std::string>;
 
@@ -218,6 +221,29 @@ TEST(DxrshReplay, CallsThatEndEarlyOrLateDiffer) {
     EXPECT_TRUE(Holds(late.out, "  expected  ")) << late.out;
 }
 
+// What follows it is not made any more, whatever the module says of itself.
+TEST(DxrshReplay, AModuleThatEndsTheProgramDiffers) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = Replay({}, Recorded(directory, "trace"), {"exit"});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("the module has ended the program\n", outcome.out);
+}
+
+TEST(DxrshReplay, WhatCannotBeToldFails) {
+    const TemporaryDirectory directory;
+    const std::string file = Recorded(directory, "trace");
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (full < 0) {
+        GTEST_SKIP() << "there is no /dev/full";
+    }
+    for (const Words &command : {Words{"replay", file, kWorker}, Words{"diff", file, file}}) {
+        const Outcome outcome = RunDxrshInto(full, command);
+        EXPECT_EQ(1, outcome.status) << command[0];
+        EXPECT_EQ("dxrsh: cannot write the output: No space left on device\n", outcome.err);
+    }
+    (void)close(full);
+}
+
 TEST(DxrshReplay, LooseGoesOnWithTheNextEqualCall) {
     const TemporaryDirectory directory;
     const std::string file = Recorded(directory, "trace");
@@ -277,11 +303,11 @@ TEST(DxrshReplay, ACutRecordingIsReplayedToItsEnd) {
     EXPECT_EQ(1, RunDxrsh({"replay", DXRSH_SAMPLE_RECORDING, DXRSH_REGISTERS, "again"}).status);
 
     const std::string damaged = directory.Write("damaged", bytes + "x");
-    ExpectFails({"replay", damaged, kWorker}, 1,
+    ExpectFails({"replay", damaged, kWorker}, 2,
                 damaged + ": damaged after " + std::to_string(bytes.size()) +
                     " bytes: bytes after its end");
     ExpectFails({"replay", kWorker, kWorker}, 2, kWorker + ": is no recording");
-    ExpectFails({"replay", cut + "x", kWorker}, 1, cut + "x: No such file or directory");
+    ExpectFails({"replay", cut + "x", kWorker}, 2, cut + "x: No such file or directory");
     ExpectFails({"replay", cut}, 2, "FILE and MODULE is required");
 }
 
@@ -316,6 +342,20 @@ TEST(DxrshDiff, TheFirstDifferenceOfEachThreadIsShown) {
     const Outcome ends = RunDxrsh({"diff", a, shorter});
     EXPECT_EQ(1, ends.status);
     EXPECT_TRUE(Holds(ends.out, "; the second recording has no more\n")) << ends.out;
+}
+
+// Whoever reads has seen enough.
+TEST(DxrshDiff, AReaderThatLeavesIsNoFailure) {
+    const TemporaryDirectory directory;
+    const std::string a = Recorded(directory, "a");
+    const std::string b = Recorded(directory, "b", {}, {"other"});
+    int ends[2] = {};
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    (void)close(ends[0]);
+    const Outcome outcome = RunDxrshInto(ends[1], {"diff", a, b});
+    (void)close(ends[1]);
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ("", outcome.err);
 }
 
 TEST(DxrshDiff, WhatCannotBeComparedGivesTwo) {

@@ -10,12 +10,14 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "commands.h"
 #include "dxr_devhost.h"
 #include "dxr_trace.h"
 #include "errors.h"
+#include "file_io.h"
 #include "help.h"
 #include "json_text.h"
 #include "module.h"
@@ -37,20 +39,43 @@ struct ReplayCommand {
     std::FILE *output = stdout;
 };
 
-// The module is in a state that the recording does not have: nothing of it runs any more.
-void EndNow(bool differs, void *user) {
-    const auto &command = *static_cast<const ReplayCommand *>(user);
+// Ends the program; threads of the module that have not ended are left alone. What was told must
+// have arrived, unless its reader has left.
+[[noreturn]] void Leave(std::FILE *output, int status) {
+    for (std::FILE *const each : {output, stdout}) {  // the latter has what the module printed
+        errno = 0;
+        if ((std::fflush(each) != 0 || std::ferror(each) != 0) && errno != EPIPE) {
+            Say(stderr, "dxrsh: cannot write the output: {}\n",
+                std::generic_category().message(errno != 0 ? errno : EIO));
+            std::_Exit(kExitFailure);
+        }
+    }
+    std::_Exit(status);
+}
+
+// The replay is over before the module is.
+[[noreturn]] void LeaveEarly(const ReplayCommand &command, bool differs, const char *text) {
     if (command.json) {
         JsonText json;
         json.BeginObject().Flag("same", !differs).Flag("ended", false).EndObject();
         Say(command.output, "{}", json.Line());
     } else {
-        Say(command.output, "{}\n",
-            differs ? "differs" : "the same, up to where the recording ends");
+        Say(command.output, "{}\n", text);
     }
-    (void)std::fflush(command.output);
-    (void)std::fflush(stdout);  // what the module printed
-    std::_Exit(differs ? kExitFailure : 0);
+    Leave(command.output, differs ? kExitFailure : 0);
+}
+
+// The module is in a state that the recording does not have: nothing of it runs any more.
+void EndNow(bool differs, void *user) {
+    LeaveEarly(*static_cast<const ReplayCommand *>(user), differs,
+               differs ? "differs" : "the same, up to where the recording ends");
+}
+
+const ReplayCommand *g_replay = nullptr;
+
+// What the module would have done is not known.
+void EndByModule() {
+    LeaveEarly(*g_replay, true, "the module has ended the program");
 }
 
 // What a module asks of the development host otherwise than by a slot is not in the recording: a
@@ -85,12 +110,11 @@ void RunReplay(const ReplayCommand &command, const std::vector<std::string> &res
     const uint32_t error =
         DxrReplayStart(words[0].c_str(), &options, problem.data(), problem.size());
     const std::string line = words[0] + ": " + problem.data();
-    if (error == EINVAL) {
+    if (error != 0) {
         throw UsageError(line);
     }
-    if (error != 0) {
-        throw RunError(line);
-    }
+    g_replay = &kept;
+    (void)std::atexit(EndByModule);
     const int result = module.Main({words.begin() + 2, words.end()});
     module.End();
     DxrReplayCounts counts{};
@@ -108,9 +132,7 @@ void RunReplay(const ReplayCommand &command, const std::vector<std::string> &res
             .Number("not_made", counts.left)
             .EndObject();
         Say(kept.output, "{}", json.Line());
-        (void)std::fflush(kept.output);
-        (void)std::fflush(stdout);  // what the module printed
-        std::_Exit(differs ? kExitFailure : 0);
+        Leave(kept.output, differs ? kExitFailure : 0);
     }
     if (result != 0) {
         Say(stdout, "the module returned {}\n", result);
@@ -122,10 +144,39 @@ void RunReplay(const ReplayCommand &command, const std::vector<std::string> &res
     } else {
         Say(stdout, "the same\n");
     }
-    (void)std::fflush(stdout);
-    // Threads of the module that have not ended are left alone.
-    std::_Exit(differs ? kExitFailure : 0);
+    Leave(stdout, differs ? kExitFailure : 0);
 }
+
+// A FILE in memory.
+class TextFile {
+  public:
+    TextFile() : file_(open_memstream(&text_, &size_)) {
+        if (file_ == nullptr) {
+            throw std::bad_alloc();
+        }
+    }
+    ~TextFile() {
+        (void)std::fclose(file_);
+        std::free(text_);
+    }
+    TextFile(const TextFile &) = delete;
+    TextFile &operator=(const TextFile &) = delete;
+    TextFile(TextFile &&) = delete;
+    TextFile &operator=(TextFile &&) = delete;
+
+    [[nodiscard]] FILE *File() { return file_; }
+
+    // What was written so far.
+    [[nodiscard]] std::string_view Get() {
+        (void)std::fflush(file_);
+        return {text_, size_};
+    }
+
+  private:
+    char *text_ = nullptr;
+    size_t size_ = 0;
+    FILE *file_;
+};
 
 struct DiffCommand {
     std::string a;
@@ -134,41 +185,11 @@ struct DiffCommand {
     bool json = false;
 };
 
-// What the comparison says, line by line.
-class TextStream {
-  public:
-    TextStream() : file_(open_memstream(&text_, &length_)) {
-        if (file_ == nullptr) {
-            throw std::bad_alloc();
-        }
-    }
-    ~TextStream() {
-        (void)std::fclose(file_);
-        std::free(text_);
-    }
-    TextStream(const TextStream &) = delete;
-    TextStream &operator=(const TextStream &) = delete;
-    TextStream(TextStream &&) = delete;
-    TextStream &operator=(TextStream &&) = delete;
-
-    [[nodiscard]] std::FILE *File() const { return file_; }
-    [[nodiscard]] std::string_view Text() {
-        (void)std::fflush(file_);
-        return {text_, length_};
-    }
-
-  private:
-    char *text_ = nullptr;
-    size_t length_ = 0;
-    std::FILE *file_;
-};
-
 void RunDiff(const DiffCommand &command) {
     std::array<char, 512> problem{};
-    TextStream said;
-    const uint32_t result =
-        DxrTraceDiff(command.a.c_str(), command.b.c_str(), command.context,
-                     command.json ? said.File() : stdout, problem.data(), problem.size());
+    TextFile said;
+    const uint32_t result = DxrTraceDiff(command.a.c_str(), command.b.c_str(), command.context,
+                                         said.File(), problem.data(), problem.size());
     if (result == 2) {
         throw UsageError(problem.data());
     }
@@ -178,17 +199,18 @@ void RunDiff(const DiffCommand &command) {
     if (command.json) {
         JsonText json;
         json.BeginObject().Flag("same", result == 0).BeginList("said");
-        for (const std::string_view line : Split(said.Text(), '\n')) {
+        for (const std::string_view line : Split(said.Get(), '\n')) {
             if (!line.empty()) {
                 json.Text("", line);
             }
         }
         json.EndList().EndObject();
-        Say(stdout, "{}", json.Line());
+        WriteOut(json.Line());
+    } else {
+        WriteOut(said.Get());
     }
     if (result != 0) {
-        (void)std::fflush(stdout);
-        std::_Exit(kExitFailure);
+        throw Ended(kExitFailure);
     }
 }
 
@@ -203,8 +225,8 @@ void AddReplayCommand(CLI::App &program) {
              "FILE is a recording of 'dxrsh run --trace', MODULE the shared object; options stand "
              "before them. Calls are answered from the recording, and the module's functions are "
              "called as the host called them. The first call that differs ends the replay. Exit "
-             "status: 0 all was the same, 1 a call differs, 2 the recording or the module cannot "
-             "be used.",
+             "status: 0 all was the same, 1 a call differs or the module ended the program, 2 "
+             "the recording or the module cannot be used.",
              {"dxrsh replay examples/dxrsh/registers.dxrtrace registers.so",
               "dxrsh replay --loose examples/dxrsh/registers.dxrtrace registers.so"});
     command->add_flag("--loose", options->isLoose,

@@ -107,6 +107,9 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("fail")) {
         return 3;
     }
+    if (Has("exit")) {
+        exit(0);
+    }
     char path[256];
     DXR_GetSysWorkPath(path, sizeof(path));
     DXR_InitMutex(&g_mutex, NULL);
