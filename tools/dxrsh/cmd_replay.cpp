@@ -193,9 +193,6 @@ void RunDiff(const DiffCommand &command) {
     if (result == 2) {
         throw UsageError(problem.data());
     }
-    if (problem[0] != '\0') {
-        Say(stderr, "dxrsh: {}\n", Printable(problem.data(), SIZE_MAX));
-    }
     if (command.json) {
         JsonText json;
         json.BeginObject().Flag("same", result == 0).BeginList("said");
@@ -208,6 +205,9 @@ void RunDiff(const DiffCommand &command) {
         WriteOut(json.Line());
     } else {
         WriteOut(said.Get());
+    }
+    if (problem[0] != '\0') {
+        Say(stderr, "dxrsh: {}\n", Printable(problem.data(), SIZE_MAX));
     }
     if (result != 0) {
         throw Ended(kExitFailure);
