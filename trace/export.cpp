@@ -198,8 +198,9 @@ std::string Microseconds(uint64_t ns) {
 
 // --- for people
 
-std::string Quoted(std::string_view bytes) {
-    std::string text = "\"";
+// On one line, whatever the bytes are.
+std::string Escaped(std::string_view bytes) {
+    std::string text;
     while (!bytes.empty()) {
         const size_t length = CharacterAt(bytes);
         const auto byte = static_cast<uint8_t>(bytes.front());
@@ -218,7 +219,11 @@ std::string Quoted(std::string_view bytes) {
         text += bytes.substr(0, length);
         bytes.remove_prefix(length);
     }
-    return text + '"';
+    return text;
+}
+
+std::string Quoted(std::string_view bytes) {
+    return '"' + Escaped(bytes) + '"';
 }
 
 std::string Shown(const TracedPiece &piece) {
@@ -348,7 +353,7 @@ std::string ForeignText(const TraceFile &file) {
     }
     return calls == 0 ? std::string()
                       : std::to_string(calls) + " calls of functions that this release does not " +
-                            "have are left out, of " + name + " first";
+                            "have are left out, of " + Escaped(name) + " first";
 }
 
 std::string ShownWord(const TracedCall &call, size_t argument) {

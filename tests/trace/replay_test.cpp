@@ -473,6 +473,15 @@ TEST(FilesOfOtherReleases, SlotsAreKnownByTheirNames) {
         dxr_trace::ForeignText(read));
 }
 
+// What is told is one line, whatever the file says.
+TEST(FilesOfOtherReleases, NamesOfSlotsAreShownAsText) {
+    const std::string file = FileWith({{6, "DXR_\x1b[2J\n\"x", 3, {}}}, {6});
+    EXPECT_EQ(
+        "1 calls of functions that this release does not have are left out, of "
+        "DXR_\\x1b[2J\\x0a\\\"x first",
+        dxr_trace::ForeignText(dxr_trace::ReadTraceFile(file)));
+}
+
 TEST(FilesOfOtherReleases, AListThatContradictsItselfIsRefused) {
     const FileSlot known = {5, "DXR_GetLrId", 3, {}};
     const auto refuses = [](const std::string &file) {
