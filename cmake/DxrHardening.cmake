@@ -29,7 +29,8 @@ if(DXR_HARDENED)
         dxr_add_hardening_flag(-mbranch-protection=standard)
     endif()
 
-    # Needs optimisation. The third level counts sizes that are known at run time only.
+    # Needs optimisation, which a build without a type does not ask for. The third level counts
+    # sizes that are known at run time only.
     check_cxx_source_compiles("int main() { char *p = nullptr;
         return static_cast<int>(__builtin_dynamic_object_size(p, 0) & 1); }"
         DXR_HAS_DYNAMIC_OBJECT_SIZE)
@@ -37,9 +38,9 @@ if(DXR_HARDENED)
     if(DXR_HAS_DYNAMIC_OBJECT_SIZE)
         set(level 3)
     endif()
+    set(optimised "$<NOT:$<OR:$<CONFIG:Debug>,$<STREQUAL:$<CONFIG>,>>>")
     target_compile_options(dxr_hardening INTERFACE
-        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE>
-        $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=${level}>)
+        $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=${level}>)
     # Tables of functions are read-only from the first instruction on, the stack holds no code, and
     # no page of code is ever written.
     target_link_options(dxr_hardening INTERFACE

@@ -157,7 +157,9 @@ extern DXR_API DxrLogFilterHashFunc g_dxrLogFilterHashFuncList[1];
 DXR_API uint32_t DXR_InitLogFilter(uint32_t mid);
 
 /* Frees rings and records and destroys the mutexes; every line is let through from then on. What a
- * hook logs meanwhile goes too. The switch and the module identifier keep their values. */
+ * hook logs meanwhile goes too. The switch and the module identifier keep their values. Prints that
+ * it is done. Without a store it makes the same calls: the mutex hooks get the handles as they
+ * stand (HOST-14), the release hook null (HOST-11). */
 DXR_API void DXR_DestroyLogFilter(void);
 
 /* The record of a log type; null for a type above 28 or without a store. Owned by the store. */

@@ -5,7 +5,8 @@
     installed_test.py --prefix /usr --components NAME ... [OPTION ...]  what packages have installed
 
 CMake in C++ and in C alone, pkg-config in C and C++, a program that loads the library while it
-runs, one at a fixed address that holds the library's data itself; and dxrsh starts.
+runs, one at a fixed address that holds the library's data itself, one that is a single file; and
+dxrsh starts.
 """
 
 import argparse
@@ -118,8 +119,10 @@ def consume_with_pkg_config(options, work, libdir, source, package, flags):
     env = {"PKG_CONFIG_LIBDIR": str(libdir / "pkgconfig")}
     if run(options.pkg_config, "--modversion", package, env=env).strip() != options.version:
         raise RuntimeError(f"pkg-config does not report version {options.version}")
-    arguments = shlex.split(run(options.pkg_config, "--cflags", "--libs", package, env=env))
-    program = work / f"pkg-config {source}.out"
+    is_static = ["--static"] * ("-static" in flags)
+    arguments = shlex.split(run(options.pkg_config, *is_static, "--cflags", "--libs", package,
+                                env=env))
+    program = work / f"pkg-config {' '.join(flags)} {source}.out"
     compiler = options.cxx if source.endswith(".cpp") else options.cc
     run(compiler, *flags, options.source / "tests/consumer" / source, "-o", program, *arguments,
         f"-Wl,-rpath,{libdir}")
@@ -178,6 +181,9 @@ def main():
                  for consumer in (("consumer.c", "dxr_api", ["-std=c11"]),
                                   ("consumer.cpp", "dxr_api", ["-std=c++17"]),
                                   ("copy_relocation_test.c", "dxr_api", fixed))]
+        if "static" in options.components:
+            jobs.append((consume_with_pkg_config, options, work, libdir, "consumer.c", "dxr_api",
+                         ["-std=c11", "-static"]))
         if "devhost" in options.components:
             jobs.append((consume_with_pkg_config, options, work, libdir, "hosted.c", "dxr_devhost",
                          ["-std=c11"]))

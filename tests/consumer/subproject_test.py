@@ -48,7 +48,13 @@ def main():
                 f"-DCMAKE_C_COMPILER={options.cc}", f"-DCMAKE_CXX_COMPILER={options.cxx}",
                 f"-DDXR_SOURCE={options.source}", "-DCMAKE_BUILD_TYPE=Debug", *settings)
 
-        configure(outside, work / "fetched", "-DFETCH=ON")
+        # Without a type of build nothing may be asked of the compiler that needs one.
+        build = work / "fetched"
+        configure(outside, build, "-DFETCH=ON", "-DCMAKE_BUILD_TYPE=",
+                  "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON")
+        commands = (build / "compile_commands.json").read_text(encoding="utf-8")
+        if "dxr_memory.cpp" not in commands or "FORTIFY_SOURCE" in commands:
+            sys.exit("the library is compiled as if it were optimised")
 
         build = work / "added"
         configure(outside, build, "-DDXR_BUILD_STATIC=ON")
