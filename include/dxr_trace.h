@@ -22,21 +22,19 @@
 
 DXR_EXTERN_C_BEGIN
 
-/* What is noted, DxrTraceOptions::mode. */
+/* What is noted, DxrTraceOptions::mode. Calls: the counts, with the times of all calls, and each
+ * call in a file: slot, time, thread, arguments, what pointers lead to, result, duration. */
 #define DXR_TRACE_OFF 0u   /* nothing: a load and a jump; of hooks like printf not even that */
 #define DXR_TRACE_COUNT 1u /* how often each slot was called and, of some calls, for how long */
-#define DXR_TRACE_CALLS \
-    2u /* that, with the time of all, and each call in a file: slot, time, thread,
-                              arguments, what pointers lead to, result, duration */
+#define DXR_TRACE_CALLS 2u
 
 /* Whose pointers are followed, DxrTraceOptions::pointers. What they lead to is looked at before the
  * call (names, what is written) and after it (what was read); it must be readable as it must be for
- * the host. Null pointers are left alone. */
+ * the host. Null pointers are left alone. The development host gives a meaning to more of them than
+ * the interface; with other hosts that is of use only if they give them the same one. */
 #define DXR_TRACE_POINTERS_NONE 0u
 #define DXR_TRACE_POINTERS_INTERFACE 1u /* those whose meaning the library's headers tell */
-#define DXR_TRACE_POINTERS_DEVHOST \
-    2u /* also those that the development host gives a meaning; for
-                                           other hosts only if they give them the same one */
+#define DXR_TRACE_POINTERS_DEVHOST 2u   /* and those of the development host */
 
 /* When the ring of a thread is full, DxrTraceOptions::whenFull. */
 #define DXR_TRACE_DROP 0u /* the call is not in the file, and counts as dropped */
@@ -142,6 +140,7 @@ typedef struct DxrTraceCall {
     uint64_t durationNs;
 } DxrTraceCall;
 
+/* Is called with each call of a recording; `call` is there until it returns. */
 typedef void (*DxrTraceVisit)(const DxrTraceCall *call, void *user);
 
 /* Calls `visit` with each call of a recording, in the order of their beginnings. Result and `error`

@@ -341,12 +341,10 @@ typedef void (*DxrHostWatch)(const DxrHostAccess *access, void *user);
 DXR_API uint32_t DxrHostWatchCells(DxrHost *host, const DxrHostCell *first, uint64_t count,
                                    DxrHostWatch watch, void *user);
 
-/* What happens to accesses. */
+/* What happens to accesses. Bits that an access does not have are not turned over. */
 #define DXR_HOST_FAULT_FAIL 0u  /* they fail with error `amount`; 0: EIO */
 #define DXR_HOST_FAULT_DELAY 1u /* they wait for `amount` milliseconds */
-#define DXR_HOST_FAULT_FLIP \
-    2u /* bits `amount` of the cell are turned over, as far as the access
-                                   has them; 0: one that chance chooses */
+#define DXR_HOST_FAULT_FLIP 2u  /* bits `amount` of the cell turn; 0: one that chance chooses */
 
 /* Which accesses a fault is for. */
 #define DXR_HOST_FAULT_READS 1u

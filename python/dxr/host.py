@@ -142,7 +142,10 @@ class Explored:
 
 def explore(body, seeds, first=1, **options):
     """Runs `body()` as a task of fresh hosts with the seeds from `first` on until one fails: by an
-    exception, a false result that is not None, a deadlock, or the clock's end."""
+    exception, a false result that is not None, a deadlock, or the clock's end. Not while a host is
+    registered."""
+    if _interface.DxrHostGet() != ffi.NULL:
+        raise RuntimeError("a host is registered, and each run needs one of its own")
     record, _kept = _options("virtual", first, {"endSec": 3600, **options})
     found = ffi.new("DxrHostExploration *")
     raised = []

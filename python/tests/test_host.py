@@ -87,6 +87,12 @@ def test_seeds_are_explored():
     assert found.text == "ValueError: broken"
 
 
+def test_seeds_are_explored_without_a_host(dxr_host):
+    with pytest.raises(RuntimeError, match="registered"):
+        dxr.explore(lambda: None, 3)
+    dxr.DXR_Free(dxr.DXR_Malloc(1, 8, "here.py", 3), "here.py", 4)
+
+
 def test_recordings_are_read(dxr_host, tmp_path):
     with dxr.trace.recording(tmp_path / "a.dxrtrace"):
         dxr.DXR_Free(dxr.DXR_Malloc(1, 64, "here.py", 3), "here.py", 4)

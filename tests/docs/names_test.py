@@ -5,7 +5,8 @@
 
 Looks at the Markdown files and at the comments of include/. "DXR_HOST_MAP_..." and "DXR_LOGFILTER_"
 stand for the names that begin so. docs/names.md has every function whose name does not begin with
-DXR_, itself or how it begins.
+DXR_, itself or how it begins. Declarations that stand together have a comment before or beside
+them.
 """
 
 import pathlib
@@ -40,6 +41,15 @@ def unlisted(root, headers):
             if not name.startswith(("DXR_", *plain))], len(functions)
 
 
+def bare(text):
+    """First lines of declarations that stand apart, without a comment."""
+    for paragraph in re.split(r"\n\s*\n", text):
+        line = paragraph.split("\n")[0]
+        if re.match(r"(typedef|DXR_API|DXR_NODISCARD|extern|class|#define DXR_\w+ )", line):
+            if "/*" not in line:
+                yield line
+
+
 def main(root):
     headers = {path: path.read_text(encoding="utf-8") for path in root.glob("include/**/*.h")}
     declared = set(re.findall(r"\w+", code("\n".join(headers.values()))))
@@ -57,6 +67,8 @@ def main(root):
                      else stem in declared)
             if not known and not OTHERS.match(stem) and stem not in FORMS:
                 wrong.append(f"{path.relative_to(root)}: {word} is declared nowhere")
+    wrong += [f"{path.relative_to(root)}: no comment says what this is: {line}"
+              for path, text in headers.items() for line in bare(text)]
     left_out, functions = unlisted(root, headers)
     wrong += left_out
     print(*wrong, f"{mentioned} mentioned, {functions} functions", sep="\n")
