@@ -89,6 +89,9 @@ def _callback(kind, function):
 
 
 def _new_callback(kind, function):
+    """One that its caller keeps for as long as C may call it."""
+    if isinstance(kind, str):
+        kind = ffi.typeof(kind)
     result = kind.result
 
     def call(*given):

@@ -4,11 +4,13 @@ import contextlib
 import dataclasses
 
 from . import _interface
-from ._interface import Hooks, callback, ffi, text
+from ._interface import Hooks, _new_callback, callback, ffi, text
 
 CLOCKS = {"real": 0, "stepped": 1, "virtual": 2}
 KINDS = {1: "leftover", 2: "misuse", 3: "risk", 4: "run"}
 EVERY_LEVEL = 0xFFFFFFFF
+# What hosts that have not ended call, and with it their Python side.
+_LIVING = {}
 
 
 @dataclasses.dataclass(frozen=True)
@@ -64,14 +66,16 @@ class Host:
         self.lines = []
         self.reports = []
         self.leftovers = 0
-        self._sinks = (
-            callback("DxrHostPrintSink", lambda level, line, _: self.lines.append((level, line))),
-            callback("DxrHostReportSink", lambda report, _: self.reports.append(_report(report))))
         self.pointer = _interface.DxrHostCreate(record)
         if self.pointer == ffi.NULL:
             raise ValueError("the host cannot be made: its options are wrong, or memory is short")
-        _interface.DxrHostSetPrintSink(self.pointer, self._sinks[0], None, EVERY_LEVEL)
-        _interface.DxrHostSetReportSink(self.pointer, self._sinks[1], None)
+        sinks = (_new_callback("DxrHostPrintSink",
+                               lambda level, line, _: self.lines.append((level, line))),
+                 _new_callback("DxrHostReportSink",
+                               lambda report, _: self.reports.append(_report(report))))
+        _LIVING[self.pointer] = sinks
+        _interface.DxrHostSetPrintSink(self.pointer, sinks[0], None, EVERY_LEVEL)
+        _interface.DxrHostSetReportSink(self.pointer, sinks[1], None)
 
     def _alive(self):
         if self.pointer is None:
@@ -88,6 +92,7 @@ class Host:
             if leftovers == 0xFFFFFFFF:
                 raise RuntimeError("the host cannot be ended here: " +
                                    "; ".join(str(each) for each in self.reports))
+            del _LIVING[self.pointer]
             self.pointer, self.leftovers = None, leftovers
         return self.leftovers
 

@@ -1,5 +1,8 @@
 """The development host, recordings, and the fixtures of pytest."""
 
+import gc
+import weakref
+
 import dxr
 import pytest
 
@@ -39,6 +42,26 @@ def test_a_host_that_has_ended_does_nothing_more():
                  lambda: host.fail_share("memory.allocate", 1.0)):
         with pytest.raises(ValueError, match="ended"):
             late()
+
+
+def test_a_host_is_kept_as_long_as_it_lives():
+    host = dxr.Host()
+    seen = weakref.ref(host)
+    with host:
+        dxr.DxrHostGet()
+    del host
+    gc.collect()
+    assert seen() is None
+
+    host = dxr.Host()
+    seen = weakref.ref(host)
+    host.register()
+    del host
+    gc.collect()
+    hooks = dxr.Hooks.registered()
+    hooks["print.print"](1, dxr.ffi.new("char[]", b"still here"))
+    assert seen().lines == [(1, "still here")]
+    assert seen().close() == 0
 
 
 def test_misuse_is_reported():
