@@ -3,7 +3,8 @@
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Db group. Parameters named argN are the host's to
- * define and pass through unread. */
+ * define and pass through unread. Cost of a selection: two queries, and zeroing the block between
+ * them. */
 #ifndef DXR_DATABASE_H
 #define DXR_DATABASE_H
 

@@ -10,6 +10,8 @@
  * lost then, and a rule that was to be assigned to is as it was. Counting and judging allocate
  * nothing.
  *
+ * Cost: the same however many events there were; of a rule of pairs, each pair.
+ *
  * Thread safety: none. A counter must not be changed while a rule judges it. A rule keeps no
  * counter and judging leaves it as it is: one that nobody assigns to may serve several threads. */
 #ifndef DXR_FAULT_H

@@ -3,7 +3,10 @@
  *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the List group. Parameters named argN are the host's to
- * define and pass through unread. */
+ * define and pass through unread.
+ *
+ * Cost: a step of an iterator asks the host for the number of nodes, for the next one and for its
+ * data. */
 #ifndef DXR_LIST_H
 #define DXR_LIST_H
 

@@ -23,6 +23,10 @@
  * the one exception of the library's own that can leave these functions: a query, a setting or a
  * listing has changed nothing then; what is left of a building stands at each function.
  *
+ * Cost: a query or a setting asks, on each level, the children in their order until one answers. It
+ * allocates for paths of more than 15 types, and where a node is of a host's own class. Building
+ * and listing take each node once.
+ *
  * Thread safety: none. The calls on one tree must be serialised, listing it included; trees are
  * independent of each other, so that different ones may be used by different threads at once. */
 #ifndef DXR_MESSAGE_FILTER_H

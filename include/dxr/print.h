@@ -12,6 +12,8 @@
  *      a ring
  * docs/guide-operator.md has them all, word by word.
  *
+ * Cost: a line or a text is formatted or copied once; a slot without a hook costs neither.
+ *
  * Dispatchers as dxr/hooks.h describes them: no lock, no allocation, as thread-safe as the hook. A
  * result is the hook's; slots count within the Print group. Parameters named argN are the host's to
  * define and pass through unread. */

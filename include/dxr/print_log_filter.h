@@ -11,6 +11,9 @@
  * from any thread; they use only that mutex. Lines are formatted on the caller's stack, outside the
  * lock, and cut after 1023 characters.
  *
+ * Cost: a line is formatted before it is known to be a repeat, by its key not even then; the rest
+ * as print_log_filter_store.h says. A table costs its rows.
+ *
  * Hooks: DXR_DiagLogFilter's hook is called without a lock, the others as print_log_filter_store.h
  * says; all of them may come back to the filter as it says there.
  */

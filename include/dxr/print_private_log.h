@@ -4,6 +4,8 @@
  * File names are bare names, appended to the directory as they are; they come from trusted code.
  * Every failure is told by the result alone, nothing is printed.
  *
+ * Cost: a log is read to its end, whatever fits; a cut copies what is kept, 512 bytes at a time.
+ *
  * Threads: no lock and no state but the files. Every function may be called from any thread, as far
  * as the hooks may; calls on different logs do not meet, but for cuts: all share one temporary
  * file, so cuts, of whatever logs, must not run at the same time. Who reads or measures a log while

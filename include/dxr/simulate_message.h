@@ -5,6 +5,8 @@
  * The table stays the host's: the library keeps its address and length, reads it and writes the
  * loss counts only. It must live, unmoved, as long as it is registered.
  *
+ * Cost: who looks for an entry reads the table up to the one that is found; nothing is allocated.
+ *
  * Threads: no lock. While a table is registered no other thread may be in these functions. Then
  * asking, setting and displaying may run on any threads at once. A count is read and written whole,
  * but taken down by a read and a write, so that concurrent callers for one message type may drop

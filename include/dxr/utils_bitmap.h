@@ -7,7 +7,8 @@
  *
  * Whole-bitmap operations go word by word from index 0 up; source and destination may be the same
  * array. Array pointers must not be null. Yes/no results are 1 or 0. Nothing is allocated or kept:
- * any thread may call at any time, on arrays that no other thread is writing.
+ * any thread may call at any time, on arrays that no other thread is writing. Cost: each word once,
+ * but for single bits and fields, which touch two words at most.
  */
 #ifndef DXR_UTILS_BITMAP_H
 #define DXR_UTILS_BITMAP_H

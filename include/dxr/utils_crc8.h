@@ -2,6 +2,8 @@
  * CRC-8: polynomial 0x31 (x^8 + x^5 + x^4 + 1), most significant bit first, initial register 0, no
  * final XOR. By a table of one entry for each byte, which is built at the first calculation.
  *
+ * Cost: each byte once, and of the first calculation the table.
+ *
  * Threads: calculations may run on any threads at once, the first ones too: one of them builds the
  * table, none waits for it. What a caller writes into flag or table, and DXR_InitCrc8Table, must
  * not run beside them: there is no lock.

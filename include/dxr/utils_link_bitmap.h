@@ -6,6 +6,8 @@
  * set. An absolute link number counts links across chips: chip * links per chip + link. Unsigned
  * arithmetic wraps at 2^32.
  *
+ * Cost: saving a link touches one word; making, listing and printing a map take all of them.
+ *
  * Threads: no lock and no state but the map. Different maps may be used at once, as far as the
  * memory and print hooks may; a map shared between threads is serialised by its users.
  */

@@ -6,7 +6,7 @@
 Looks at the Markdown files and at the comments of include/. "DXR_HOST_MAP_..." and "DXR_LOGFILTER_"
 stand for the names that begin so. docs/names.md has every function whose name does not begin with
 DXR_, itself or how it begins. Declarations that stand together have a comment before or beside
-them.
+them, and a header of more than dispatchers says what its functions cost.
 """
 
 import pathlib
@@ -50,6 +50,16 @@ def bare(text):
                 yield line
 
 
+def costs(path, text):
+    """Whether a header of functions that a person writes says what they cost."""
+    if "/* Made by hooks/" in text or path.parent.name != "dxr" or not re.search(
+            r"^(?:DXR_API|  public:)", text, re.MULTILINE):
+        return True
+    constant = {"database_config", "memory", "module", "system", "system_table", "system_task",
+                "system_time"}
+    return "Cost" in comments(text) or path.stem in constant
+
+
 def main(root):
     headers = {path: path.read_text(encoding="utf-8") for path in root.glob("include/**/*.h")}
     declared = set(re.findall(r"\w+", code("\n".join(headers.values()))))
@@ -69,6 +79,8 @@ def main(root):
                 wrong.append(f"{path.relative_to(root)}: {word} is declared nowhere")
     wrong += [f"{path.relative_to(root)}: no comment says what this is: {line}"
               for path, text in headers.items() for line in bare(text)]
+    wrong += [f"{path.relative_to(root)} does not say what its functions cost"
+              for path, text in headers.items() if not costs(path, text)]
     left_out, functions = unlisted(root, headers)
     wrong += left_out
     print(*wrong, f"{mentioned} mentioned, {functions} functions", sep="\n")
