@@ -42,6 +42,9 @@ FUNCTIONS = {found[2]: found[1] for found in
 @functools.lru_cache(None)
 def _library(name):
     """The library: from the folders of DXR_LIBRARY_PATH, else where the system looks."""
+    if name != LIBRARIES["D"]:
+        # Whatever else there is on the machine, the others then get the same one.
+        _library(LIBRARIES["D"])
     for folder in filter(None, os.environ.get("DXR_LIBRARY_PATH", "").split(":")):
         path = pathlib.Path(folder) / name
         if path.exists():

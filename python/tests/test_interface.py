@@ -1,9 +1,12 @@
 """Functions, texts, memory, constants, and layouts beside the C compiler's."""
 
 import array
+import os
 import pathlib
 import re
+import shutil
 import subprocess
+import sys
 
 import dxr
 import pytest
@@ -69,6 +72,22 @@ def test_variables():
     assert dxr.variable("DXR_TBLM_CHIPID_NOTCARE") == 65535
     with pytest.raises(AttributeError):
         dxr.variable("g_nothing")
+
+
+def test_all_libraries_share_the_one_that_was_named(tmp_path):
+    folders = os.environ.get("DXR_LIBRARY_PATH", "").split(":")
+    library = next((path for path in (pathlib.Path(folder) / "libdxr_api.so.1"
+                                      for folder in folders) if path.exists()), None)
+    if library is None:
+        pytest.skip("the libraries are the system's")
+    shutil.copy(library, tmp_path)
+    script = ("import dxr\n"
+              "with dxr.Host():\n"
+              "    block = dxr.DXR_Malloc(1, 8, 'here.py', 1)\n"
+              "    assert block != dxr.ffi.NULL\n"
+              "    dxr.DXR_Free(block, 'here.py', 1)\n")
+    subprocess.run([sys.executable, "-c", script], check=True, env={
+        **os.environ, "DXR_LIBRARY_PATH": ":".join([str(tmp_path), *folders])})
 
 
 def records():
