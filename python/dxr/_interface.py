@@ -1,5 +1,6 @@
 """The C functions of the libraries, called as Python functions."""
 
+import ctypes
 import functools
 import os
 import pathlib
@@ -35,8 +36,17 @@ _DECLARATIONS = (HERE / "declarations.txt").read_text()
 _declare(_DECLARATIONS)
 # How each function is declared, by its name.
 FUNCTIONS = {found[2]: found[1] for found in
-             re.finditer(r"^((?!typedef )\w[^{}()]*?(\w+)\(.*\));$",
+             re.finditer(r"^((?!typedef )\w[^{}();]*?(\w+)\(.*\));$",
                          _DECLARATIONS.replace("const signed char", "const char"), re.MULTILINE)}
+
+
+def _place(name):
+    """What names the library to the loader: its path in a folder of DXR_LIBRARY_PATH, or itself."""
+    for folder in filter(None, os.environ.get("DXR_LIBRARY_PATH", "").split(":")):
+        path = pathlib.Path(folder) / name
+        if path.exists():
+            return str(path)
+    return name
 
 
 @functools.lru_cache(None)
@@ -45,12 +55,8 @@ def _library(name):
     if name != LIBRARIES["D"]:
         # Whatever else there is on the machine, the others then get the same one.
         _library(LIBRARIES["D"])
-    for folder in filter(None, os.environ.get("DXR_LIBRARY_PATH", "").split(":")):
-        path = pathlib.Path(folder) / name
-        if path.exists():
-            return ffi.dlopen(str(path))
     try:
-        return ffi.dlopen(name)
+        return ffi.dlopen(_place(name))
     except OSError as error:
         raise OSError(f"{name} was not found: install it, or name its folder in DXR_LIBRARY_PATH"
                       ) from error
@@ -200,6 +206,23 @@ def _to_python(value, kind):
     return text(value) if _is_text(kind) else value
 
 
+def _with_record(library, name, kind):
+    """A function of pointers that returns a packed record: cffi calls none, so that ctypes does.
+    To the processor the record is a block of its size."""
+    class Record(ctypes.Structure):
+        _fields_ = [("content", ctypes.c_ubyte * ffi.sizeof(kind.result))]
+
+    function = getattr(ctypes.CDLL(_place(library)), name)
+    function.restype, function.argtypes = Record, [ctypes.c_void_p] * len(kind.args)
+
+    def call(*pointers):
+        given = (int(ffi.cast("uintptr_t", ffi.cast("void *", each))) for each in pointers)
+        record = ffi.new(ffi.getctype(kind.result, "*"))
+        ffi.buffer(record)[:] = bytes(function(*given))
+        return record[0]
+    return call
+
+
 class Function:
     """A C function. Texts may be str, blocks of memory bytes or bytearray, functions Python's."""
 
@@ -208,6 +231,9 @@ class Function:
         library = next(file for start, file in LIBRARIES.items() if name.startswith(start))
         self._function = getattr(_library(library), name)
         self._kind = ffi.typeof(self._function)
+        result = self._kind.result
+        if result.kind == "struct" and ffi.alignof(result) == 1:
+            self._function = _with_record(library, name, self._kind)
         self.__doc__ = FUNCTIONS[name]
 
     def __repr__(self):

@@ -90,6 +90,36 @@ def test_all_libraries_share_the_one_that_was_named(tmp_path):
         **os.environ, "DXR_LIBRARY_PATH": ":".join([str(tmp_path), *folders])})
 
 
+def test_every_function_can_be_called():
+    packed = set()
+    for name in dxr.FUNCTIONS:
+        kind = dxr.ffi.typeof(re.sub(rf"\b{name}\(", "(*)(", dxr.FUNCTIONS[name]))
+        kinds = {each.kind for each in kind.args}
+        assert kinds <= {"primitive", "pointer", "function"}, name
+        if kind.result.kind == "struct" and dxr.ffi.alignof(kind.result) == 1:
+            packed.add(name)
+            assert {each.kind for each in kind.args} == {"pointer"}
+    assert packed == {"DXR_InitSllIterator"}
+
+
+def test_a_record_that_is_a_result():
+    with dxr.Host():
+        numbers = dxr.DXR_CreateSll()
+        block = dxr.ffi.new("uint32_t[3]", (7, 8, 9))
+        for place in range(3):
+            dxr.DXR_AddSll(numbers, block + place, dxr.DXR_HOST_LIST_TAIL)
+        iterator = dxr.ffi.addressof(dxr.DXR_InitSllIterator(numbers))
+        assert (iterator.list, iterator.node, iterator.index) == (numbers, dxr.ffi.NULL, 0)
+        found = []
+        while iterator.hasNext(iterator):
+            found.append(dxr.ffi.cast("uint32_t *", iterator.getNextData(iterator))[0])
+        assert found == [7, 8, 9]
+        dxr.DXR_DestroySll(numbers)
+        held = dxr.DXR_Malloc(5, 100, "here.py", 1)
+        assert dxr.DxrHostGetMemoryAccount(None, 5).bytesLive == 100
+        dxr.DXR_Free(held, "here.py", 2)
+
+
 def records():
     text = (ROOT / "python/dxr/declarations.txt").read_text()
     named = re.findall(r"^\} (\w+);|^struct (\w+)\n\{", text, re.MULTILINE)
