@@ -122,7 +122,7 @@ def consume_with_pkg_config(options, work, libdir, source, package, flags):
     is_static = ["--static"] * ("-static" in flags)
     arguments = shlex.split(run(options.pkg_config, *is_static, "--cflags", "--libs", package,
                                 env=env))
-    program = work / f"pkg-config {' '.join(flags)} {source}.out"
+    program = work / f"{'archive' if is_static else 'shared'} {package} {source}.out"
     compiler = options.cxx if source.endswith(".cpp") else options.cc
     run(compiler, *flags, options.source / "tests/consumer" / source, "-o", program, *arguments,
         f"-Wl,-rpath,{libdir}")
