@@ -144,7 +144,9 @@ size_t ChassisPlan::OriginOf(uint64_t sequence) const {
 }
 
 uint64_t ChassisPlan::SequenceBase() const {
-    return (uint64_t{self} + 1) << kBoardShift | uint64_t{incarnation} << kIncarnationShift;
+    const uint64_t board = uint64_t{self} + 1;
+    const uint64_t life = incarnation;
+    return board << kBoardShift | life << kIncarnationShift;
 }
 
 uint32_t MessageService::Join(const ChassisPlan &plan) {
@@ -166,9 +168,9 @@ uint32_t MessageService::Join(const ChassisPlan &plan) {
         other = std::move(made);
         return EEXIST;
     }
-    chassis = made.get();
     other = std::move(made);
     transport.swap(other);
+    chassis = static_cast<ChassisTransport *>(transport.get());
     lastSequence_ = plan.SequenceBase();
     return 0;
 }

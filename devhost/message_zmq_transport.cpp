@@ -78,7 +78,7 @@ class Socket {
     void Set(int option, int value) const {
         (void)zmq_setsockopt(socket_, option, &value, sizeof(value));
     }
-    bool SetKey(int option, const std::string &key) const {
+    [[nodiscard]] bool SetKey(int option, const std::string &key) const {
         return zmq_setsockopt(socket_, option, key.c_str(), key.size() + 1) == 0;
     }
     [[nodiscard]] bool Can(int event) const {

@@ -9,6 +9,7 @@ namespace dxrsh {
 
 void AddBenchCommand(CLI::App &program);
 void AddBinCommand(CLI::App &program);
+void AddChassisCommand(CLI::App &program);
 void AddCrcCommand(CLI::App &program);
 void AddDbCommand(CLI::App &program);
 void AddDiffCommand(CLI::App &program);

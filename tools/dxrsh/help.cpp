@@ -177,7 +177,10 @@ std::string SynopsisOf(const CLI::App &command) {
         // What it leaves to the module has no options; its footer names it.
         synopsis += " " + command.get_footer();
     }
-    return CommandsOf(command).empty() ? synopsis : "COMMAND ...";
+    if (CommandsOf(command).empty()) {
+        return synopsis;
+    }
+    return synopsis == "[OPTIONS]" ? "COMMAND ..." : synopsis + " | COMMAND ...";
 }
 
 void Describe(CLI::App &command, std::string details, std::vector<std::string> examples) {
@@ -210,6 +213,10 @@ std::vector<std::string> ReadyArguments(const CLI::App &program, int argc, char 
         const auto all = app->get_subcommands([](const CLI::App *) { return true; });
         const auto found = std::find_if(all.begin(), all.end(), isNamed);
         if (found == all.end()) {
+            const auto options = OptionsOf(*app);
+            if (!options.empty() && options.front()->get_positional()) {
+                break;  // it takes words of its own, too
+            }
             RefuseCommand(*app, path, word);
         }
         app = *found;

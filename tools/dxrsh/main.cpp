@@ -33,6 +33,7 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddDbCommand(program);
     dxrsh::AddSlotsCommand(program);
     dxrsh::AddRunCommand(program);
+    dxrsh::AddChassisCommand(program);
     dxrsh::AddTraceCommand(program);
     dxrsh::AddReplayCommand(program);
     dxrsh::AddDiffCommand(program);

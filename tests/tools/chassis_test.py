@@ -1,0 +1,405 @@
+#!/usr/bin/env python3
+"""dxrsh chassis as its users see it: boards that die, are paused, cut off, and lose nothing that
+was acknowledged.
+
+    chassis_test.py DXRSH MODULE [--seconds N] [--boards N] [--seed N] [--only TEST]
+
+MODULE is examples/chassis/pulse. The storm lasts so many seconds (default 4), with so many line
+boards (default 4), and kills a board every half of a second; with --seconds 60 --boards 16 it is
+the long run: a kill every second. Everything is on this machine, and below a directory that is gone
+at the end.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import random
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+
+LIMIT = 120  # seconds for what is sure to come
+
+
+class Failed(Exception):
+    pass
+
+
+def check(condition, what):
+    if not condition:
+        raise Failed(what)
+
+
+def is_alive(pid):
+    try:
+        stat = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="ascii", errors="replace")
+    except OSError:
+        return False
+    return stat.rpartition(")")[2].split()[0] not in "ZX"
+
+
+def await_that(condition, what):
+    end = time.monotonic() + LIMIT
+    while not condition():
+        check(time.monotonic() < end, f"in vain: {what}")
+        time.sleep(0.02)
+
+
+def use_of(pid):
+    """Resident KiB and descriptors of a process; None when it is gone."""
+    try:
+        status = pathlib.Path(f"/proc/{pid}/status").read_text(encoding="ascii", errors="replace")
+        fds = len(os.listdir(f"/proc/{pid}/fd"))
+        return int(re.search(r"VmRSS:\s+(\d+)", status)[1]), fds
+    except (OSError, TypeError):
+        return None
+
+
+def free_ports(count):
+    """The first of so many ports on end that nobody listens at now."""
+    for first in range(20000 + os.getpid() % 10000, 60000, count):
+        try:
+            for port in range(first, first + count):
+                with socket.socket() as probe:
+                    probe.bind(("127.0.0.1", port))
+            return first
+        except OSError:
+            continue
+    raise Failed("no free ports")
+
+
+class Lab:
+    """A chassis in a directory of its own."""
+
+    def __init__(self, dxrsh, module, top, name):
+        self.dxrsh = dxrsh
+        self.top = pathlib.Path(top) / name
+        self.run = self.top / "run"
+        self.run.mkdir(parents=True, mode=0o700)
+        self.file = self.top / "chassis.json"
+        self.module = str(module)
+        self.process = None
+        self.pids = set()
+
+    def board(self, name, kind, unit, peers, *more, **members):
+        journal = str(self.top / (name + "{number}.journal"))
+        return dict(name=name, kind=kind, module=self.module,
+                    arguments=["--unit", unit, "--peers", peers, "--journal", journal, *more],
+                    **members)
+
+    def usual(self, lines, every, **members):
+        main = self.board("main", "main", "mpu:0", f"lpu:1-{lines}", "--every", every, "--wait",
+                          "300")
+        line = self.board("line", "line", "lpu:{number}", "mpu:0", "--every", every, "--wait",
+                          "300", count=lines)
+        main.update(members)
+        line.update(members)
+        return [main, line]
+
+    def write(self, boards, **members):
+        self.file.write_text(json.dumps(dict(name="lab", work="work", restartMs=50,
+                                             boards=boards, **members), indent=1),
+                             encoding="utf-8")
+
+    def environment(self):
+        return dict(os.environ, XDG_RUNTIME_DIR=str(self.run))
+
+    def call(self, *words):
+        done = subprocess.run([self.dxrsh, "chassis", *words], env=self.environment(), text=True,
+                              capture_output=True, timeout=LIMIT, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    def ask(self, *words):
+        status, out, err = self.call(*words)
+        check(status == 0, f"chassis {' '.join(words)}: {status} {err}")
+        return out
+
+    def fails(self, status, text, *words):
+        got, out, err = self.call(*words)
+        check(got == status and err.count("\n") == 1 and re.search(text, err),
+              f"chassis {' '.join(words)}: wanted {status} and {text}, got {got} {out} {err}")
+
+    def start(self, *options):
+        with open(self.top / "out", "ab") as out:
+            self.process = subprocess.Popen([self.dxrsh, "chassis", *options, str(self.file)],
+                                            env=self.environment(), stdout=out, stderr=out)
+        self.ask("status", "--wait", str(LIMIT))
+
+    def status(self):
+        found = json.loads(self.ask("status", "--json"))
+        self.pids |= {board["pid"] for board in found["boards"]} - {0}
+        return {board["board"]: board for board in found["boards"]}
+
+    def stop(self, expected=0):
+        self.status()
+        self.ask("stop")
+        status = self.process.wait(LIMIT)
+        check(status == expected, f"the supervisor ended with {status}: {self.output()}")
+        self.expect_nothing_left()
+
+    def output(self):
+        return (self.top / "out").read_text(encoding="utf-8")
+
+    def expect_nothing_left(self):
+        await_that(lambda: not any(is_alive(pid) for pid in self.pids), "the end of all boards")
+        left = [path.parent.name for path in pathlib.Path("/proc").glob("[0-9]*/cmdline")
+                if self.mentions(path)]
+        check(not left, f"processes are left: {left}")
+
+    def mentions(self, path):
+        try:
+            return str(self.top).encode() in path.read_bytes()
+        except OSError:
+            return False
+
+    def journals(self):
+        """Sequences that were taken, as often as they were; and those that were acknowledged."""
+        taken, acknowledged = {}, set()
+        for path in self.top.glob("*.journal"):
+            for line in path.read_text(encoding="ascii").splitlines():
+                what, sequence = line.split()
+                if what == "taken":
+                    taken[sequence] = taken.get(sequence, 0) + 1
+                else:
+                    acknowledged.add(sequence)
+        return taken, acknowledged
+
+
+def storm(lab, options):
+    """Kills, pauses and cuts by chance; nothing acknowledged is lost, nothing is left behind."""
+    chance = random.Random(options.seed)
+    pause = 1.0 if options.seconds > 20 else 0.5
+    lab.write(lab.usual(options.boards, "20"), silentMs=30000)
+    lab.start()
+    began = time.monotonic()
+    kills = {"command": 0, "signal": 0}
+    seen = {}  # of what lives on: [(seconds, KiB, descriptors)]
+    first = lab.status()
+    keeper = f"line{options.boards}"  # it outlives all others
+    while (passed := time.monotonic() - began) < options.seconds:
+        boards = lab.status()
+        for name, pid in (("supervisor", lab.process.pid), ("main", boards["main"]["pid"]),
+                          (keeper, boards[keeper]["pid"])):
+            use = use_of(pid)
+            # The main board dies, too, but not in the end: its use is looked at then.
+            if use and (name != "main" or passed > options.seconds / 3):
+                seen.setdefault(name, []).append((passed, *use))
+        mortal = [name for name, board in boards.items() if board["pid"] and name != keeper and
+                  (name != "main" or passed < options.seconds / 4)]
+        victim = chance.choice(mortal)
+        if chance.random() < 0.5:
+            kills["command"] += lab.call("kill", victim)[0] == 0
+        else:
+            os.kill(boards[victim]["pid"], signal.SIGKILL)
+            kills["signal"] += 1
+        other = f"line{chance.randrange(1, options.boards)}"
+        for verb, back in chance.sample([("pause", "resume"), ("cut", "join")], 1):
+            if lab.call(verb, other)[0] == 0:
+                time.sleep(pause / 4)
+                lab.call(back, other)
+        time.sleep(max(0.0, began + passed + pause - time.monotonic()))
+    lab.ask("status", "--wait", str(LIMIT))
+    last = lab.status()
+    check(last[keeper]["pid"] == first[keeper]["pid"], "the one that nobody killed has died")
+    print(lab.ask("status"), end="")
+    lab.stop()
+    taken, acknowledged = lab.journals()
+    lost = acknowledged - taken.keys()
+    twice = sum(times > 1 for times in taken.values())
+    check(not lost, f"acknowledged but not taken: {sorted(lost)[:10]}")
+    check(twice == 0, f"{twice} messages were taken twice")
+    check(len(acknowledged) > 20 * options.seconds, f"only {len(acknowledged)} acknowledged")
+    deaths = sum(board["deaths"] for board in last.values())
+    check(deaths >= sum(kills.values()), "deaths were not counted")
+    print(f"{options.seconds} s, 1 main and {options.boards} line boards, "
+          f"{kills['command']} kills by command, {kills['signal']} by signal, {deaths} deaths")
+    print(f"messages taken {len(taken)}, acknowledged {len(acknowledged)}, of these lost 0, "
+          "processes left 0")
+    for name, uses in seen.items():
+        half = len(uses) // 2
+        rows = [(max(use[i] for use in part)) for i in (1, 2) for part in (uses[:half], uses[half:])
+                if part]
+        if len(rows) < 4:
+            continue
+        print(f"{name}: KiB at most {rows[0]} in the first half, {rows[1]} in the second; "
+              f"descriptors {rows[2]}, {rows[3]}")
+        if options.seconds > 20:
+            check(rows[1] <= rows[0] + 1024, f"{name} grows")
+            check(rows[3] <= rows[2] + 3, f"{name} keeps descriptors")
+
+
+def orders(lab, _):
+    """What is asked of a chassis that runs."""
+    lab.write(lab.usual(2, "10"))
+    lab.fails(1, "no chassis runs", "status")
+    lab.start()
+    lab.fails(1, "chassis lab runs already", str(lab.file))
+    before = lab.status()
+    table = lab.ask("status", "--name", "lab")
+    check(table.count("\n") == 5 and re.search(r"^line2 +line +\d+ running", table, re.M), table)
+    lab.ask("pause", "line1", "line2")
+    check(lab.status()["line1"]["state"] == "paused", "not paused")
+    lab.fails(1, "line1 does not run", "pause", "line1")
+    await_that(lambda: lab.status()["main"]["timed_out"] > before["main"]["timed_out"],
+               "messages to paused boards time out")
+    lab.ask("resume", "line1", "line2")
+    lab.fails(1, "line1 is not paused", "resume", "line1")
+    lab.ask("cut", "line1")
+    check(lab.status()["line1"]["cut_off"], "not cut off")
+    lab.fails(1, "cut off already", "cut", "line1")
+    await_that(lambda: lab.status()["line1"]["timed_out"] > 0, "the cut board hears nothing")
+    # It stays cut off when it is started again.
+    lab.ask("kill", "line1")
+    await_that(lambda: lab.status()["line1"]["starts"] == 2 and
+               lab.status()["line1"]["timed_out"] > 0, "it is started again")
+    check(lab.status()["line1"]["acknowledged"] == 0, "a board that is cut off was answered")
+    lab.ask("join", "line1")
+    await_that(lambda: lab.status()["line1"]["acknowledged"] > 0, "it is joined again")
+    lab.fails(1, "there is no board nobody here", "kill", "nobody")
+    lab.stop()
+    lab.fails(1, "chassis lab does not run", "stop", "--name", "lab")
+    check(not list(lab.run.glob("dxrsh-chassis/*")), "files are left where it ran")
+
+
+def orphans(lab, _):
+    """Nothing outlives a supervisor, whatever ends it; and the next one finds its place."""
+    lab.write(lab.usual(2, "10"))
+    lab.start()
+    lab.status()
+    lab.process.kill()
+    lab.process.wait(LIMIT)
+    lab.expect_nothing_left()
+    lab.start()
+    lab.status()
+    lab.process.terminate()
+    check(lab.process.wait(LIMIT) == 0, lab.output())
+    lab.expect_nothing_left()
+
+
+def deaths(lab, _):
+    """Boards that cannot live, and boards that cannot be run."""
+    bad = lab.board("line", "line", "lpu:1", "mpu:0", "--nonsense", "1")
+    lab.write([*lab.usual(1, "10")[:1], bad], mostRestartMs=400)
+    lab.process = subprocess.Popen([lab.dxrsh, "chassis", str(lab.file)], env=lab.environment(),
+                                   stdout=open(lab.top / "out", "wb"))
+    await_that(lambda: lab.output().count("line: is started again in 400 ms") == 2, "pauses grow")
+    pauses = re.findall(r"line: is started again in (\d+) ms", lab.output())
+    check(pauses[:5] == ["50", "100", "200", "400", "400"], str(pauses))
+    check("line: ended with 1: " in lab.output(), lab.output())
+    log = (lab.top / "work/line/board.log").read_text(encoding="utf-8")
+    check("pulse: wrong arguments at --nonsense" in log, log)
+    lab.stop()
+    other = dict(bad, module=shutil.which("true") or "/bin/true")
+    lab.write([other])
+    status, out, _ = lab.call(str(lab.file))
+    check(status == 1 and "line: cannot be run: " in out, f"{status} {out}")
+
+
+def keys(lab, _):
+    """Keys, tcp, and two machines, each with a supervisor."""
+    port = free_ports(3)
+    boards = lab.usual(2, "10")
+    boards[0].update(address=f"tcp://127.0.0.1:{port}", machine="left")
+    boards[1].update(address=f"tcp://127.0.0.1:{port + 1}", machine="right")
+    lab.write(boards, keys="keys")
+    lab.fails(1, "main.secret: No such file", "keys", str(lab.file))
+    (lab.top / "keys").mkdir()
+    check(lab.ask("keys", str(lab.file)) == "main: made\nline1: made\nline2: made\n", "keys")
+    check(lab.ask("keys", str(lab.file)).count("has keys") == 3, "keys are made anew")
+    secret = lab.top / "keys/line1.secret"
+    lab.fails(2, "name the machine that this is", str(lab.file))
+    lab.fails(2, "no board is on machine up", "--machine", "up", str(lab.file))
+    secret.chmod(0o644)
+    lab.fails(2, "line1.secret: others can read it", "--machine", "right", str(lab.file))
+    secret.chmod(0o600)
+    lab.start("--machine", "left")
+    right = Lab(lab.dxrsh, lab.module, lab.top, "right")
+    right.file = lab.file
+    right.start("--machine", "right")
+    await_that(lambda: lab.status()["main"]["acknowledged"] > 20 and
+               right.status()["line2"]["acknowledged"] > 20, "machines talk")
+    check(lab.status()["line1"]["state"] == "elsewhere", "a board runs twice")
+    right.stop()
+    lab.stop()
+
+
+def files(lab, _):
+    """What is wrong with a file is one line that says where."""
+    good = lab.usual(2, "10")
+    for text, wrong in (
+            (r"json:\d+:\d+: /boards: must be a list of boards", {"boards": []}),
+            (r"json:2:\d+: /name: must have 1 to 32", {"name": "a/b"}),
+            (r"json:\d+:\d+: /colour is not known|/colour: is not known", {"colour": 1}),
+            (r"/clock: must be .real.", {"clock": "virtual"}),
+            (r"/silentMs: must be at least three", {"silentMs": 100}),
+            (r"/heartBeatMs: must be", {"heartBeatMs": 1}),
+            (r"/boards/0/kind: must be", {"boards": [dict(good[0], kind="top")]}),
+            (r"/boards/0/seat: is not known", {"boards": [dict(good[0], seat=1)]}),
+            (r"/boards/0/module: is missing", {"boards": [{"name": "a", "kind": "main"}]}),
+            (r"/boards/0/arguments: must be a list of texts",
+             {"boards": [dict(good[0], arguments=[1])]}),
+            (r"/boards/0/count: must be at least 1", {"boards": [dict(good[0], count=0)]}),
+            (r"/boards/1/name: must be the only", {"boards": [good[0], good[0]]}),
+            (r"/boards/1/kind: must not be", {"boards": [good[0], dict(good[0], name="b")]}),
+            (r"/boards/0/lose: must be a whole number", {"boards": [dict(good[0], lose=1000001)]}),
+            (r"/boards/0/address: must be ipc", {"boards": [dict(good[0], address="tcp://a:1")]}),
+            (r"/boards/0/address: is not local, and the chassis has no keys",
+             {"boards": [dict(good[0], address="tcp://192.0.2.1:5600")]}),
+            (r"/boards/0/address: must have a port",
+             {"boards": [dict(good[1], address="ipc:///tmp/a")]}),
+            (r"/boards/0/machine: needs an address", {"boards": [dict(good[0], machine="a")]}),
+            (r"no_such.so: No such file", {"boards": [dict(good[0], module="./no_such.so")]})):
+        content = dict(name="lab", boards=good)
+        content.update(wrong)
+        lab.file.write_text(json.dumps(content, indent=1), encoding="utf-8")
+        lab.fails(2, text, str(lab.file))
+    lab.file.write_text("{", encoding="utf-8")
+    lab.fails(2, r"chassis.json:1:\d+: ", str(lab.file))
+    lab.fails(2, "cannot be read", str(lab.top / "nothing.json"))
+    lab.fails(2, "FILE is required")
+    lab.run.chmod(0o700)
+    (lab.run / "dxrsh-chassis").mkdir(mode=0o755)
+    (lab.run / "dxrsh-chassis").chmod(0o755)
+    lab.write(good)
+    lab.fails(1, "must be a directory of the user alone", str(lab.file))
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("dxrsh")
+    parser.add_argument("module", type=os.path.abspath)
+    parser.add_argument("--seconds", type=int, default=4)
+    parser.add_argument("--boards", type=int, default=4)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--only")
+    options = parser.parse_args()
+    failed = 0
+    for test in (orders, orphans, deaths, keys, files, storm):
+        if options.only not in (None, test.__name__):
+            continue
+        began = time.monotonic()
+        top = tempfile.mkdtemp(prefix="dxrch_", dir="/tmp")
+        lab = Lab(options.dxrsh, options.module, top, "lab")
+        try:
+            test(lab, options)
+            print(f"{test.__name__}: well, {time.monotonic() - began:.1f} s")
+        except (Failed, subprocess.TimeoutExpired) as error:
+            failed += 1
+            print(f"{test.__name__}: {error}")
+        finally:
+            if lab.process is not None and lab.process.poll() is None:
+                lab.process.kill()
+                lab.process.wait()
+            shutil.rmtree(top, ignore_errors=True)
+        sys.stdout.flush()
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,194 @@
+#include "chassis_board.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "chassis_file.h"
+#include "chassis_keys.h"
+#include "chassis_place.h"
+#include "chassis_process.h"
+#include "dxr_devhost.h"
+#include "errors.h"
+#include "module.h"
+
+namespace dxrsh {
+namespace {
+
+ChassisBeat BeatOf(DxrHost *host) {
+    DxrHostMessageCounts messages{};
+    DxrHostChassisCounts chassis{};
+    DxrHostCountMessages(host, &messages);
+    DxrHostCountChassis(host, &chassis);
+    return {messages.sent,     messages.arrived,
+            messages.taken,    chassis.acknowledged,
+            messages.timedOut, messages.simulated + messages.filtered + messages.lost,
+            messages.refused,  chassis.unreached,
+            chassis.cutOff};
+}
+
+// Says that the board lives, and does what it is told. Without its starter the board ends.
+class Control {
+  public:
+    Control(DxrHost *host, uint32_t beatMs) : host_(host), beatMs_(static_cast<int>(beatMs)) {
+        sigset_t all{};
+        sigset_t before{};
+        (void)sigfillset(&all);
+        (void)pthread_sigmask(SIG_SETMASK, &all, &before);
+        thread_ = std::thread([this] { Serve(); });
+        (void)pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+    ~Control() {
+        isOver_ = true;
+        (void)shutdown(kControlFd, SHUT_RD);
+        thread_.join();
+    }
+    Control(const Control &) = delete;
+    Control &operator=(const Control &) = delete;
+    Control(Control &&) = delete;
+    Control &operator=(Control &&) = delete;
+
+    [[nodiscard]] bool IsStopped() const { return isStopped_; }
+
+  private:
+    void Serve() {
+        while (!isOver_) {
+            const ChassisBeat beat = BeatOf(host_);
+            (void)send(kControlFd, &beat, sizeof(beat), MSG_DONTWAIT | MSG_NOSIGNAL);
+            pollfd watched{kControlFd, POLLIN, 0};
+            if (poll(&watched, 1, beatMs_) > 0) {
+                TakeOrder();
+            }
+        }
+    }
+
+    void TakeOrder() {
+        char order = '\0';
+        const ssize_t bytes = recv(kControlFd, &order, 1, MSG_DONTWAIT);
+        if (bytes == 0 && !isOver_) {
+            std::_Exit(kExitFailure);
+        }
+        if (bytes != 1) {
+            return;
+        }
+        switch (static_cast<ChassisOrder>(order)) {
+            case ChassisOrder::kCut:
+            case ChassisOrder::kJoin:
+                (void)DxrHostCutOff(host_, static_cast<ChassisOrder>(order) == ChassisOrder::kCut);
+                break;
+            case ChassisOrder::kStop:
+                isStopped_ = true;
+                (void)DxrHostStop(host_);
+                break;
+        }
+    }
+
+    DxrHost *const host_;
+    const int beatMs_;
+    std::atomic<bool> isOver_{false};
+    std::atomic<bool> isStopped_{false};
+    std::thread thread_;
+};
+
+DxrHost *MakeHost(const Chassis &chassis, const ChassisBoard &board) {
+    const std::string work = chassis.work + "/" + board.name;
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.seed = board.seed;
+    options.workPath = work.c_str();
+    options.board = board.device.empty() ? nullptr : board.device.c_str();
+    DxrHost *const host = DxrHostCreate(&options);
+    if (host == nullptr || DxrHostRegister(host) != 0) {
+        throw RunError("the development host could not be made");
+    }
+    return host;
+}
+
+void Join(DxrHost *host, const Chassis &chassis, size_t self, uint32_t incarnation) {
+    std::vector<std::string> addresses;
+    std::vector<std::string> keys;
+    std::vector<DxrHostChassisBoard> boards;
+    for (const ChassisBoard &board : chassis.boards) {
+        addresses.push_back(board.address.empty() ? LocalAddress(chassis.name, board.name)
+                                                  : board.address);
+        keys.push_back(chassis.keys.empty() ? std::string()
+                                            : ReadPublicKey(chassis.keys, board.name));
+    }
+    const std::string secret = chassis.keys.empty()
+                                   ? std::string()
+                                   : ReadSecretKey(chassis.keys, chassis.boards[self].name);
+    for (size_t i = 0; i < chassis.boards.size(); ++i) {
+        const std::vector<DxrHostUnit> &units = chassis.boards[i].units;
+        boards.push_back({addresses[i].c_str(), keys[i].empty() ? nullptr : keys[i].c_str(),
+                          units.data(), static_cast<uint32_t>(units.size()), 0});
+    }
+    const DxrHostChassisPlan plan{sizeof(plan),
+                                  static_cast<uint32_t>(boards.size()),
+                                  boards.data(),
+                                  secret.empty() ? nullptr : secret.c_str(),
+                                  static_cast<uint32_t>(self),
+                                  incarnation};
+    const uint32_t error = DxrHostJoinChassis(host, &plan);
+    if (error != 0) {
+        throw RunError(addresses[self] + ": " +
+                       std::generic_category().message(static_cast<int>(error)));
+    }
+}
+
+void SetLosses(DxrHost *host, ChassisBoard &board) {
+    DxrHostFailShare(host, "message.lose", board.lose);
+    DxrHostFailShare(host, "message.twice", board.twice);
+    DxrHostFailShare(host, "message.delay", board.delay);
+    DxrHostFailShare(host, "message.reorder", board.reorder);
+    if (!board.simulated.empty()) {
+        DXR_RegisterSimulateMsgMap(board.simulated.data(),
+                                   static_cast<uint32_t>(board.simulated.size()));
+    }
+}
+
+}  // namespace
+
+void RunBoard(const BoardOptions &options) {
+    Chassis chassis =
+        ReadChassisFile(options.chassis, options.modules, fmt::format("/proc/self/fd/{}", kFileFd));
+    (void)close(kFileFd);
+    chassis.work = options.work;
+    const auto self =
+        std::find_if(chassis.boards.begin(), chassis.boards.end(),
+                     [&options](const ChassisBoard &each) { return each.name == options.board; });
+    if (self == chassis.boards.end()) {
+        throw UsageError("the chassis has no board " + options.board);
+    }
+    Module module(self->module);
+    DxrHost *const host = MakeHost(chassis, *self);
+    Join(host, chassis, static_cast<size_t>(self - chassis.boards.begin()), options.incarnation);
+    (void)DxrHostCutOff(host, options.isCutOff);
+    SetLosses(host, *self);
+    int status = 0;
+    {
+        const Control control(host, chassis.beatMs);
+        const int result = module.Main(self->arguments);
+        module.End();
+        status = control.IsStopped() || result == 0 ? 0 : kExitFailure;
+    }
+    DXR_RegisterSimulateMsgMap(nullptr, 0);
+    const bool isClean = DxrHostDestroy(host, stderr) == 0;
+    (void)std::fflush(nullptr);
+    // Threads that the module made by itself are left alone.
+    std::_Exit(status != 0 || isClean ? status : kExitLeftBehind);
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,18 @@
+// Keys of boards: BOARD.public and BOARD.secret in a directory.
+#ifndef DXRSH_CHASSIS_KEYS_H
+#define DXRSH_CHASSIS_KEYS_H
+
+#include <string>
+
+namespace dxrsh {
+
+// Throw UsageError when there is no key, or others can read the secret one.
+[[nodiscard]] std::string ReadPublicKey(const std::string &directory, const std::string &board);
+[[nodiscard]] std::string ReadSecretKey(const std::string &directory, const std::string &board);
+
+// False when the board has keys already, which stay. Throws RunError.
+bool MakeKeys(const std::string &directory, const std::string &board);
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_CHASSIS_KEYS_H

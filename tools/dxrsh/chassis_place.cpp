@@ -1,0 +1,172 @@
+#include "chassis_place.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "errors.h"
+
+namespace dxrsh {
+namespace {
+
+constexpr const char *kLock = "/lock";
+constexpr const char *kSocket = "/control";
+constexpr int kMostClients = 16;
+
+std::string ErrorText(int error) {
+    return std::generic_category().message(error);
+}
+
+// What all chassis of the user are in.
+std::string UpperDirectory() {
+    const char *const given = getenv("XDG_RUNTIME_DIR");  // NOLINT(concurrency-mt-unsafe)
+    return given != nullptr && given[0] == '/' ? std::string(given) + "/dxrsh-chassis"
+                                               : fmt::format("/tmp/dxrsh-chassis-{}", getuid());
+}
+
+// Nobody else may have made it, or get in.
+void MakeOwnDirectory(const std::string &path) {
+    struct stat found {};
+    if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        throw RunError(path + ": " + ErrorText(errno));
+    }
+    if (lstat(path.c_str(), &found) != 0 || !S_ISDIR(found.st_mode) || found.st_uid != geteuid() ||
+        (found.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        throw RunError(path + ": must be a directory of the user alone (mode 0700)");
+    }
+}
+
+sockaddr_un AddressOf(const std::string &path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path)) {
+        throw RunError(path + ": the path is too long for a socket");
+    }
+    (void)path.copy(static_cast<char *>(address.sun_path), path.size());
+    return address;
+}
+
+// Only who has the lock is a running chassis; what a killed one left behind is not.
+bool IsRunning(const std::string &directory) {
+    const Descriptor lock(open((directory + kLock).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+    return lock && flock(lock.Get(), LOCK_EX | LOCK_NB) != 0;
+}
+
+std::vector<std::string> RunningNames() {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(UpperDirectory(), error)) {
+        if (IsRunning(entry.path().string())) {
+            names.push_back(entry.path().filename().string());
+        }
+    }
+    return names;
+}
+
+std::string TheRunningOne() {
+    const std::vector<std::string> names = RunningNames();
+    if (names.empty()) {
+        throw RunError("no chassis runs");
+    }
+    if (names.size() > 1) {
+        throw RunError("several chassis run: name one of them with --name");
+    }
+    return names[0];
+}
+
+}  // namespace
+
+Descriptor::~Descriptor() {
+    if (fd_ >= 0) {
+        (void)close(fd_);
+    }
+}
+
+Descriptor::Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {
+}
+
+Descriptor &Descriptor::operator=(Descriptor &&other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+}
+
+std::string ChassisDirectory(const std::string &name) {
+    return UpperDirectory() + "/" + name;
+}
+
+std::string LocalAddress(const std::string &chassis, const std::string &board) {
+    return "ipc://" + ChassisDirectory(chassis) + "/" + board + ".ipc";
+}
+
+ChassisPlace::ChassisPlace(const std::string &name) : directory_(ChassisDirectory(name)) {
+    MakeOwnDirectory(UpperDirectory());
+    MakeOwnDirectory(directory_);
+    lock_ = Descriptor(open((directory_ + kLock).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
+                            S_IRUSR | S_IWUSR));
+    if (!lock_) {
+        throw RunError(directory_ + kLock + ": " + ErrorText(errno));
+    }
+    if (flock(lock_.Get(), LOCK_EX | LOCK_NB) != 0) {
+        lock_ = Descriptor();
+        throw RunError("chassis " + name + " runs already");
+    }
+    const std::string path = directory_ + kSocket;
+    const sockaddr_un address = AddressOf(path);
+    (void)unlink(path.c_str());
+    listener_ = Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!listener_ ||
+        bind(listener_.Get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||
+        listen(listener_.Get(), kMostClients) != 0) {
+        throw RunError(path + ": " + ErrorText(errno));
+    }
+}
+
+ChassisPlace::~ChassisPlace() {
+    std::error_code error;
+    std::filesystem::remove_all(directory_, error);
+}
+
+std::string AskChassis(const std::string &name, const std::string &command) {
+    const std::string asked = name.empty() ? TheRunningOne() : name;
+    const sockaddr_un address = AddressOf(ChassisDirectory(asked) + kSocket);
+    const Descriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!connection || connect(connection.Get(), reinterpret_cast<const sockaddr *>(&address),
+                               sizeof(address)) != 0) {
+        throw RunError("chassis " + asked + " does not run");
+    }
+    const std::string line = command + "\n";
+    if (send(connection.Get(), line.data(), line.size(), MSG_NOSIGNAL) !=
+        static_cast<ssize_t>(line.size())) {
+        throw RunError("chassis " + asked + " does not take commands");
+    }
+    std::string answer;
+    std::array<char, 4096> part{};
+    for (;;) {
+        const ssize_t bytes = recv(connection.Get(), part.data(), part.size(), 0);
+        if (bytes < 0 && errno == EINTR) {
+            continue;
+        }
+        if (bytes <= 0) {
+            break;
+        }
+        answer.append(part.data(), static_cast<size_t>(bytes));
+    }
+    if (answer.empty()) {
+        throw RunError("chassis " + asked + " ended without an answer");
+    }
+    return answer;
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,120 @@
+#include "chassis_process.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/sendfile.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <system_error>
+
+#include "errors.h"
+
+namespace dxrsh {
+namespace {
+
+// Above those that a board is given.
+constexpr int kFirstFree = 10;
+constexpr int kExitNoProgram = 127;
+constexpr off_t kMostLogBytes = 1024 * 1024;
+constexpr mode_t kLogMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+
+Descriptor Above(const Descriptor &from, const std::string &what) {
+    Descriptor above(from ? fcntl(from.Get(), F_DUPFD_CLOEXEC, kFirstFree) : -1);
+    if (!above) {
+        throw RunError(what + ": " + std::generic_category().message(errno));
+    }
+    return above;
+}
+
+// A log that has grown too long is put aside, once.
+Descriptor OpenLog(const std::string &path) {
+    struct stat found {};
+    if (stat(path.c_str(), &found) == 0 && found.st_size > kMostLogBytes) {
+        (void)std::rename(path.c_str(), (path + ".1").c_str());
+    }
+    return Above(
+        Descriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kLogMode)), path);
+}
+
+struct Redirection {
+    int from;
+    int to;
+};
+
+// The child, which calls nothing that is not safe after fork.
+[[noreturn]] void Become(pid_t starter, const std::array<Redirection, 5> &redirections,
+                         char **arguments) {
+    sigset_t none{};
+    (void)sigemptyset(&none);
+    (void)setpgid(0, 0);
+    bool isWell = prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == starter &&
+                  pthread_sigmask(SIG_SETMASK, &none, nullptr) == 0;
+    for (const Redirection &each : redirections) {
+        isWell = isWell && dup2(each.from, each.to) == each.to;
+    }
+    if (isWell) {
+        (void)execv("/proc/self/exe", arguments);
+    }
+    _exit(kExitNoProgram);
+}
+
+}  // namespace
+
+BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
+                        const std::string &log) {
+    const Descriptor output = OpenLog(log);
+    const Descriptor input =
+        Above(Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)), "/dev/null");
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) != 0) {
+        throw RunError("no socket for a board: " + std::generic_category().message(errno));
+    }
+    BoardProcess board;
+    board.control = Descriptor(ends[0]);
+    const Descriptor theirs = Above(Descriptor(ends[1]), "the socket of a board");
+    std::vector<std::string> texts = arguments;
+    std::vector<char *> argv;
+    for (std::string &text : texts) {
+        argv.push_back(text.data());
+    }
+    argv.push_back(nullptr);
+    const std::array<Redirection, 5> redirections = {{{input.Get(), STDIN_FILENO},
+                                                      {output.Get(), STDOUT_FILENO},
+                                                      {output.Get(), STDERR_FILENO},
+                                                      {theirs.Get(), kControlFd},
+                                                      {file, kFileFd}}};
+    const pid_t starter = getpid();
+    board.pid = fork();
+    if (board.pid == 0) {
+        Become(starter, redirections, argv.data());
+    }
+    if (board.pid < 0) {
+        throw RunError("no process for a board: " + std::generic_category().message(errno));
+    }
+    (void)setpgid(board.pid, board.pid);  // whoever is first
+    return board;
+}
+
+Descriptor KeepFile(const std::string &path) {
+    const Descriptor from(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const Descriptor kept(memfd_create("chassis", MFD_CLOEXEC));
+    struct stat found {};
+    if (!from || !kept || fstat(from.Get(), &found) != 0) {
+        throw RunError(path + ": " + std::generic_category().message(errno));
+    }
+    for (off_t at = 0; at < found.st_size;) {
+        if (sendfile(kept.Get(), from.Get(), &at, static_cast<size_t>(found.st_size - at)) <= 0) {
+            throw RunError(path + ": " + std::generic_category().message(errno));
+        }
+    }
+    return Above(kept, path);
+}
+
+}  // namespace dxrsh

@@ -1,0 +1,53 @@
+// One board as a process.
+#ifndef DXRSH_CHASSIS_PROCESS_H
+#define DXRSH_CHASSIS_PROCESS_H
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "chassis_place.h"
+
+namespace dxrsh {
+
+// What a board says again and again: what has happened to messages since it was started.
+struct ChassisBeat {
+    uint64_t sent;
+    uint64_t arrived;
+    uint64_t taken;
+    uint64_t acknowledged;  // by other boards
+    uint64_t timedOut;
+    uint64_t lost;       // on their way from here
+    uint64_t refused;    // nobody was there, or there was no room
+    uint64_t unreached;  // their board was not there
+    uint64_t cutOff;
+};
+
+// What a board is told, a byte each.
+enum class ChassisOrder : char { kCut = 'c', kJoin = 'j', kStop = 's' };
+
+// Descriptors that a board is started with: the one for beats and orders, and the chassis file.
+constexpr int kControlFd = 3;
+constexpr int kFileFd = 4;
+
+// How a board ends that has left something behind; it is not started again.
+constexpr int kExitLeftBehind = 3;
+
+struct BoardProcess {
+    pid_t pid = 0;
+    Descriptor control;
+};
+
+// Starts this program with the arguments, in a process group of its own that ends with its starter.
+// What it prints goes to the end of `log`. Throws RunError.
+[[nodiscard]] BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
+                                      const std::string &log);
+
+// The file's content as a descriptor that nobody changes any more. Throws RunError.
+[[nodiscard]] Descriptor KeepFile(const std::string &path);
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_CHASSIS_PROCESS_H
