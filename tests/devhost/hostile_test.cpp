@@ -429,6 +429,15 @@ class Hostile : public testing::Test {
         }
     }
 
+    Word CallSlot(const DxrHooks &hooks, const Target &target) {
+        AnySlot slot = nullptr;
+        std::memcpy(&slot, reinterpret_cast<const char *>(&hooks) + target.offset, sizeof(slot));
+        std::array<Word, 7> words{};
+        std::transform(target.kinds.begin(), target.kinds.end(), words.begin(),
+                       [this](char kind) { return Argument(kind); });
+        return slot(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
+    }
+
     void RunSequence(uint32_t clock, size_t calls) {
         clock_ = clock;
         DxrHostOptions options;
@@ -461,14 +470,7 @@ class Hostile : public testing::Test {
         }
         for (size_t call = 0; call < calls; ++call) {
             const Target &target = kTargets[Below(std::size(kTargets))];
-            AnySlot slot = nullptr;
-            std::memcpy(&slot, reinterpret_cast<const char *>(&hooks) + target.offset,
-                        sizeof(slot));
-            std::array<Word, 7> words{};
-            std::transform(target.kinds.begin(), target.kinds.end(), words.begin(),
-                           [this](char kind) { return Argument(kind); });
-            const Word result =
-                slot(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
+            const Word result = CallSlot(hooks, target);
             if (target.givesHandle && handles_.size() < 100) {
                 handles_.push_back(result);
             }
@@ -521,6 +523,21 @@ class Hostile : public testing::Test {
     DxrHostTable table_{};
     std::array<uint8_t, sizeof(DxrSysTime)> time_{};
 };
+
+// Each slot as the table had it once, when the host has ended.
+TEST_F(Hostile, SlotsWithoutAHostWriteNothing) {
+    DxrHooks hooks;
+    DxrHostFillHooks(&hooks);
+    for (int round = 0; round < 4; ++round) {
+        for (const Target &target : kTargets) {
+            const Word result = CallSlot(hooks, target);
+            EXPECT_TRUE(!target.givesHandle || result == 0) << target.name;
+        }
+    }
+    for (const auto &room : rooms_) {
+        EXPECT_TRUE(std::all_of(room.begin(), room.end(), [](auto byte) { return byte == 0; }));
+    }
+}
 
 size_t Sequences() {
     const char *const given = std::getenv("DXR_TEST_SEQUENCES");

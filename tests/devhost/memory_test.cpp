@@ -379,6 +379,26 @@ TEST_F(HostMemory, LeftoversNameModuleAndSite) {
                                         "left behind: 50000 bytes of module 7 from b.cpp:2"}));
 }
 
+TEST_F(HostMemory, LargeBlocksTooAreReleasedByOtherThreads) {
+    void *const large = DXR_Malloc(9, 1000000, "a.cpp", 1);
+    ASSERT_NE(large, nullptr);
+    std::thread([large] { DXR_Free(large, "b.cpp", 2); }).join();
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).bytesLive, 0U);
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).bytesPeak, 1000000U);
+    EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(HostMemory, AHostThatHasEndedHasNoMemory) {
+    DxrHost *const ended = host;
+    EXPECT_EQ(End(), 0U);
+    EXPECT_EQ(DxrHostGetMemoryAccounts(ended, nullptr, 0), 0U);
+    EXPECT_EQ(DxrHostGetMemorySites(ended, nullptr, 0), 0U);
+    EXPECT_EQ(DxrHostReportLeaks(ended, nullptr), 0U);
+    EXPECT_EQ(DxrHostGetBadReleases(ended), 0U);
+    EXPECT_EQ(DxrHostGetMemoryAccount(ended, 9).blocksTotal, 0U);
+    DxrHostSetMemoryLimit(ended, 1);
+}
+
 TEST_F(HostMemory, BlocksMayBeReleasedByOtherThreads) {
     constexpr int kBlocks = 3000;
     for (int round = 0; round < 3; ++round) {

@@ -17,6 +17,20 @@ using testing::HasSubstr;
 using RealHostTask = dxrtest::RealHost;
 using VirtualHostTask = dxrtest::VirtualHost;
 
+TEST_F(RealHostTask, MutexesAreUnlockedInAnyOrder) {
+    std::array<void *, 3> mutexes{};
+    for (void *&mutex : mutexes) {
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+        EXPECT_EQ(DXR_LockMutex(mutex), 0U);
+    }
+    for (const size_t index : {1U, 0U, 2U}) {
+        EXPECT_EQ(DXR_UnlockMutex(mutexes[index]), 0U);
+        EXPECT_EQ(DXR_UnlockMutex(mutexes[index]), static_cast<uint32_t>(EPERM));
+        EXPECT_EQ(DXR_DestroyMutex(mutexes[index]), 0U);
+    }
+    EXPECT_EQ(End(), 0U);
+}
+
 TEST_F(RealHostTask, MutexesExclude) {
     void *mutex = nullptr;
     ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);

@@ -108,6 +108,24 @@ TEST_F(HostFiles, NamesOfWorkPathAndFolder) {
     EXPECT_EQ(DXR_GetSysWorkPath(nullptr, 8), 1U);
 }
 
+TEST_F(HostFiles, HandlesOfOtherKindsAreNamed) {
+    DxrHostTimer timer{sizeof(DxrHostTimer), 3600000, 1, 0, [](void *) {}, nullptr, nullptr};
+    ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+    std::array<char, 4> buffer{};
+    EXPECT_EQ(DXR_FRead(buffer.data(), 1, 1, timer.handle), 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::ElementsAre(testing::HasSubstr("a timer is no file")));
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+}
+
+TEST_F(HostFiles, ANullBufferOfAReadIsReported) {
+    void *const file = DXR_FOpen("/dev/zero", "rb");
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(DXR_FRead(nullptr, 1, 1, file), 0U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE), std::vector<std::string>{"a null buffer"});
+    EXPECT_EQ(DXR_FClose(file), 0U);
+}
+
 TEST_F(HostFiles, ANullBufferForTheWorkPathIsReported) {
     EXPECT_EQ(DXR_GetSysWorkPath(nullptr, 100), 1U);
     EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE), std::vector<std::string>{"a null pointer"});
