@@ -548,11 +548,10 @@ class MemoryService : public Service {
                 account.SubtractAsOwner(info.size);
             });
         }
-        const uint32_t size = info.size;
         if (!info.state.compare_exchange_strong(seen, seen.Released(), std::memory_order_acq_rel)) {
             return false;
         }
-        account.SubtractShared(size);
+        account.SubtractShared(info.size);
         return true;
     }
 
