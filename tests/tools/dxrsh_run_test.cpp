@@ -101,6 +101,14 @@ TEST(DxrshRun, WhatIsNotWellGivesOne) {
     EXPECT_TRUE(Holds(stuck.out, "end of the run, ")) << stuck.out;
 }
 
+TEST(DxrshRun, AModuleThatEndsTheProgramIsNotWell) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = RunWorker({"--trace", directory.Path("trace")}, {"exit"});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("the module has ended the program\n", outcome.out);
+    EXPECT_EQ("", RunDxrsh({"trace", directory.Path("trace")}).err);
+}
+
 // Also while calls are noted: the host sees the module behind the trace.
 TEST(DxrshRun, ReportsNameTheModuleWhileItIsTraced) {
     const TemporaryDirectory directory;

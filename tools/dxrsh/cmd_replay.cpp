@@ -53,29 +53,18 @@ struct ReplayCommand {
     std::_Exit(status);
 }
 
-// The replay is over before the module is.
-[[noreturn]] void LeaveEarly(const ReplayCommand &command, bool differs, const char *text) {
+// The module is in a state that the recording does not have: nothing of it runs any more.
+void EndNow(bool differs, void *user) {
+    const auto &command = *static_cast<const ReplayCommand *>(user);
     if (command.json) {
         JsonText json;
         json.BeginObject().Flag("same", !differs).Flag("ended", false).EndObject();
         Say(command.output, "{}", json.Line());
     } else {
-        Say(command.output, "{}\n", text);
+        Say(command.output, "{}\n",
+            differs ? "differs" : "the same, up to where the recording ends");
     }
     Leave(command.output, differs ? kExitFailure : 0);
-}
-
-// The module is in a state that the recording does not have: nothing of it runs any more.
-void EndNow(bool differs, void *user) {
-    LeaveEarly(*static_cast<const ReplayCommand *>(user), differs,
-               differs ? "differs" : "the same, up to where the recording ends");
-}
-
-const ReplayCommand *g_replay = nullptr;
-
-// What the module would have done is not known.
-void EndByModule() {
-    LeaveEarly(*g_replay, true, "the module has ended the program");
 }
 
 // What a module asks of the development host otherwise than by a slot is not in the recording: a
@@ -113,8 +102,6 @@ void RunReplay(const ReplayCommand &command, const std::vector<std::string> &res
     if (error != 0) {
         throw UsageError(line);
     }
-    g_replay = &kept;
-    (void)std::atexit(EndByModule);
     const int result = module.Main({words.begin() + 2, words.end()});
     module.End();
     DxrReplayCounts counts{};

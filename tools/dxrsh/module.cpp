@@ -3,11 +3,43 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
 #include "errors.h"
 
 namespace dxrsh {
 
+namespace {
+
+// The calls of the module that have not come back.
+constinit std::atomic<uint32_t> g_calls = 0;
+
+class Call {
+  public:
+    Call() { ++g_calls; }
+    ~Call() { --g_calls; }
+    Call(const Call &) = delete;
+    Call &operator=(const Call &) = delete;
+    Call(Call &&) = delete;
+    Call &operator=(Call &&) = delete;
+};
+
+void AtExit() {
+    if (g_calls != 0) {
+        (void)std::fputs("the module has ended the program\n", stdout);
+        (void)std::fflush(stdout);
+        std::_Exit(kExitFailure);
+    }
+}
+
+}  // namespace
+
 Module::Module(const std::string &path) : path_(path) {
+    // First, so that those of the module, and of a trace that begins later, come before it.
+    (void)std::atexit(AtExit);
     // Without a slash the system would look in the directories of libraries.
     const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
     void *const object = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -29,11 +61,13 @@ int Module::Main(const std::vector<std::string> &arguments) {
         argv_.push_back(argument.data());
     }
     argv_.push_back(nullptr);
+    const Call call;
     return main_(static_cast<int>(arguments_.size()), argv_.data());
 }
 
 void Module::End() const {
     if (end_ != nullptr) {
+        const Call call;
         end_();
     }
 }

@@ -14,7 +14,8 @@ class Module {
     // Throws UsageError when it cannot be loaded or defines no DxrModuleMain.
     explicit Module(const std::string &path);
 
-    // Runs it with arguments; its result.
+    // Runs it with arguments; its result. Should the module end the program, in here or in End, the
+    // program says so and its exit status is a failure: what is left of the run is not known.
     int Main(const std::vector<std::string> &arguments);
     // Its way out, if it has one.
     void End() const;
