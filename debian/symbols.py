@@ -15,15 +15,19 @@ LIBRARIES = {"api": "src/dxr/api", "devhost": "devhost", "trace": "trace"}
 
 
 def exported(library):
+    """NAME@NODE for each, as these files have it; Base without a node of the version script."""
     listed = subprocess.run(["nm", "-D", "--defined-only", "-f", "posix", library],
                             stdout=subprocess.PIPE, text=True, check=True).stdout
-    return {line.split()[0].split("@")[0] for line in listed.splitlines()}
+    names = [line.split()[0].partition("@") for line in listed.splitlines()]
+    nodes = {node.lstrip("@") for _, _, node in names}  # which stand among the names, too
+    return {f"{name}@{node.lstrip('@') or (name if name in nodes else 'Base')}"
+            for name, _, node in names}
 
 
 def noted(path):
     """The names of a symbols file, with the version that each came with."""
     text = path.read_text(encoding="utf-8") if path.exists() else ""
-    return dict(re.findall(r"^ (\S+)@Base (\S+)$", text, re.MULTILINE))
+    return dict(re.findall(r"^ (\S+@\S+) (\S+)$", text, re.MULTILINE))
 
 
 def write(version, build):
@@ -32,7 +36,7 @@ def write(version, build):
         path = DEBIAN / f"libdxr-{part}1.symbols"
         since = noted(path)
         lines = [f"{library}.1 libdxr-{part}1 #MINVER#"]
-        lines += [f" {name}@Base {since.get(name, version)}"
+        lines += [f" {name} {since.get(name, version)}"
                   for name in sorted(exported(pathlib.Path(build) / folder / library))]
         path.write_text("\n".join(lines) + "\n", encoding="utf-8")
         print(f"wrote {path.relative_to(DEBIAN.parent)}: {len(lines) - 1} names")
