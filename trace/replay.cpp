@@ -624,7 +624,9 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
     Describe(file_, slot, words, message, live);
     std::unique_lock<std::mutex> lock(mutex_);
     if (isOver_) {
-        return {0, t_here.session == session_ && IsOurs(*t_here.runner)};
+        // A thread that the recording does not have follows none.
+        const Runner *const own = t_here.session == session_ ? t_here.runner : nullptr;
+        return {0, own != nullptr && IsOurs(*own)};
     }
     Runner *const runner = RunnerHere(live);
     if (runner == nullptr) {

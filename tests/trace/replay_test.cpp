@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -264,6 +265,22 @@ TEST_F(ReplayTest, EmptySlotsStayEmpty) {
     EXPECT_EQ(0U, replayed.stopped);
     EXPECT_EQ(1U, replayed.counts.calls);
     EXPECT_EQ(nullptr, DXR_GetHooks()->system.getLrId);  // the table is as before
+}
+
+// Also a thread that follows none of the recording: the replay is over before its second call.
+TEST_F(ReplayTest, AfterTheEndAllCallsAnswerNull) {
+    DxrHooks hooks = {};
+    hooks.system.getLrId = []() -> uint32_t { return 4; };
+    Record(hooks, [] { EXPECT_EQ(4U, DXR_GetLrId()); });
+    const Replayed replayed = Replay([] {
+        std::thread([] {
+            EXPECT_EQ(0U, DXR_GetLrId());
+            EXPECT_EQ(0U, DXR_GetLrId());
+        }).join();
+        EXPECT_EQ(0U, DXR_GetLrId());
+    });
+    EXPECT_EQ(1U, replayed.stopped);
+    EXPECT_EQ("a thread that the recording does not have calls DXR_GetLrId()\n", replayed.text);
 }
 
 TEST_F(ReplayTest, MisuseIsRefused) {
