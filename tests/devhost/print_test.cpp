@@ -319,9 +319,9 @@ TEST_F(HostPrint, OneOfEqualLinesOfManyThreadsIsWritten) {
     DxrHostLogFilter filter{sizeof(DxrHostLogFilter), 65536, 3600, 0, "a.log", nullptr};
     ASSERT_EQ(DXR_LOGFILTER_Register(&filter), 0U);
     constexpr uint32_t kLines = 20000;
-    const auto tell = [&filter] {
+    const auto tell = [&filter, slots = DXR_GetPrintHooks()] {
         for (uint32_t i = 0; i < kLines; ++i) {
-            DXR_LOGFILTER_FilterSameLog(filter.handle, std::to_string(i).c_str());
+            slots->logFilterFilterSameLog(filter.handle, std::to_string(i).c_str());
         }
     };
     // They soon wait for each other, and tell each line at the same time.
