@@ -35,8 +35,9 @@ namespace {
 constexpr size_t kFrameBytes = 32768;
 constexpr int64_t kLargestFrame = kFrameBytes + kLargestFrameOfOne;
 
-// Frames that ZeroMQ keeps for a board, on either side.
-constexpr int kFramesKept = 64;
+// Frames that ZeroMQ keeps for a board, on either side. That there is room again it says when half
+// of them are gone: with many, a slow board would look like one that takes nothing.
+constexpr int kFramesKept = 16;
 
 // How long what was sent last may take at the end.
 constexpr int kLingerMs = 200;
@@ -313,7 +314,8 @@ class ZmqTransport final : public ChassisTransport {
         Socket socket;
         Letters letters;
         std::deque<WaitingAcknowledgement> acknowledgements;
-        uint64_t dueNs = kForever;  // of the earliest letter
+        uint64_t dueNs = kForever;  // of the earliest letter, or before that
+        uint64_t tookNs = 0;        // when it took something last
 
         [[nodiscard]] bool IsEmpty() const { return letters.empty() && acknowledgements.empty(); }
     };
@@ -417,7 +419,7 @@ class ZmqTransport final : public ChassisTransport {
                 }
                 dueNs = std::min(dueNs, peer.dueNs);
                 if (!peer.acknowledgements.empty()) {
-                    dueNs = std::min(dueNs, peer.acknowledgements.front().dueNs);
+                    dueNs = std::min(dueNs, Due(peer, peer.acknowledgements.front().dueNs));
                 }
             }
         } catch (const std::bad_alloc &) {
@@ -464,12 +466,19 @@ class ZmqTransport final : public ChassisTransport {
         }
     }
 
-    // Nobody waits longer for an answer.
+    // For as long as its sender waits for an answer a message waits, too.
+    static bool IsBrief(const DxrHostMessage &head) {
+        return (head.flags & DXR_HOST_MESSAGE_ACK) != 0 && head.timeoutMs != 0 &&
+               head.timeoutMs < DXR_HOST_PATIENCE_MS;
+    }
+
     static uint64_t PatienceFor(const DxrHostMessage &head) {
-        const bool isTimed = (head.flags & DXR_HOST_MESSAGE_ACK) != 0 && head.timeoutMs != 0;
-        const uint64_t ms =
-            isTimed ? std::min(head.timeoutMs, DXR_HOST_PATIENCE_MS) : DXR_HOST_PATIENCE_MS;
-        return ms * kNsPerMs;
+        return uint64_t{IsBrief(head) ? head.timeoutMs : DXR_HOST_PATIENCE_MS} * kNsPerMs;
+    }
+
+    // A board that takes what it is sent, however slowly, is there.
+    static uint64_t Due(const Peer &peer, uint64_t dueNs) {
+        return std::max(dueNs, peer.tookNs + uint64_t{DXR_HOST_PATIENCE_MS} * kNsPerMs);
     }
 
     // A board that is cut off sends nothing.
@@ -502,7 +511,8 @@ class ZmqTransport final : public ChassisTransport {
 
     void GiveUp(Peer &peer) {
         const uint64_t nowNs = Clock::MachineNow();
-        while (!peer.acknowledgements.empty() && peer.acknowledgements.front().dueNs <= nowNs) {
+        while (!peer.acknowledgements.empty() &&
+               Due(peer, peer.acknowledgements.front().dueNs) <= nowNs) {
             peer.acknowledgements.pop_front();
         }
         if (peer.dueNs > nowNs) {
@@ -512,10 +522,11 @@ class ZmqTransport final : public ChassisTransport {
         peer.dueNs = kForever;
         for (auto each = peer.letters.begin(); each != peer.letters.end();) {
             const auto next = std::next(each);
-            if (each->dueNs <= nowNs) {
+            const uint64_t dueNs = IsBrief(each->head) ? each->dueNs : Due(peer, each->dueNs);
+            if (dueNs <= nowNs) {
                 given.splice(given.end(), peer.letters, each);
             } else {
-                peer.dueNs = std::min(peer.dueNs, each->dueNs);
+                peer.dueNs = std::min(peer.dueNs, dueNs);
             }
             each = next;
         }
@@ -570,6 +581,7 @@ class ZmqTransport final : public ChassisTransport {
             if (zmq_send(peer.socket.Get(), frame_.Data(), frame_.Size(), ZMQ_DONTWAIT) < 0) {
                 return;
             }
+            peer.tookNs = Clock::MachineNow();
             peer.acknowledgements.erase(
                 peer.acknowledgements.begin(),
                 peer.acknowledgements.begin() + static_cast<std::ptrdiff_t>(acknowledgements));

@@ -19,9 +19,10 @@
  * acknowledgement, whether its sender still waits or not. What was acknowledged was taken; what was
  * not, ETIMEDOUT, may have been taken all the same.
  *   A board that is not there, or stopped, gets nothing: what is sent to it waits as long as its
- * sender waits for the acknowledgement, at most DXR_HOST_PATIENCE_MS milliseconds, and is lost
- * then. What was on its way to a board that dies is lost. A board that is started again gets what
- * waits, and is told nothing else of its former life; an acknowledgement for that reaches nobody.
+ * sender waits for the acknowledgement, at most DXR_HOST_PATIENCE_MS milliseconds after it was sent
+ * and after its board took something last, and is lost then. What was on its way to a board that
+ * dies is lost. A board that is started again gets what waits, and is told nothing else of its
+ * former life; an acknowledgement for that reaches nobody.
  *
  * Losses, doubles, delays and another order happen at the sender, as message.h says, before a
  * message leaves the board. Messages of one sender to one mailbox arrive in the order of their
@@ -48,7 +49,7 @@
 DXR_EXTERN_C_BEGIN
 
 /* At most: boards of a chassis; the incarnation of a board; what waits to leave a board; and how
- * long a message waits for its board, in milliseconds. */
+ * long a message waits for a board that takes nothing, in milliseconds. */
 #define DXR_HOST_MOST_BOARDS 1000u
 #define DXR_HOST_MOST_INCARNATION 16383u
 #define DXR_HOST_MOST_OUTGOING_MESSAGES 65536u

@@ -375,6 +375,34 @@ TEST_F(Chassis, OnlySoMuchWaitsToLeave) {
     EXPECT_EQ(Send(kLpu3, 1), 0U) << "there is room again";
 }
 
+TEST_F(Chassis, ABoardThatIsSlowGetsEverything) {
+    BeginMain();
+    void *const context = zmq_ctx_new();
+    void *const socket = zmq_socket(context, ZMQ_PULL);
+    const int one = 1;
+    ASSERT_EQ(zmq_setsockopt(socket, ZMQ_RCVHWM, &one, sizeof(one)), 0);
+    ASSERT_EQ(zmq_bind(socket, addresses_[2].c_str()), 0);
+    constexpr uint32_t kMessages = 60;
+    const std::string text(DXR_HOST_MESSAGE_BYTES, 'x');
+    for (uint32_t i = 0; i < kMessages; ++i) {
+        DxrHostMessage message = MessageOf(kLpu3, i);
+        message.data = text.data();
+        message.bytes = DXR_HOST_MESSAGE_BYTES;
+        ASSERT_EQ(DXR_SendMsg(&message), 0U);
+    }
+    // The last ones wait for longer than for a board that takes nothing.
+    std::vector<char> frame(2 * DXR_HOST_MESSAGE_BYTES);
+    EXPECT_TRUE(Await([&] {
+        (void)usleep(35000);
+        (void)zmq_recv(socket, frame.data(), frame.size(), ZMQ_DONTWAIT);
+        return ChassisCountsOf(main_).waiting == 0;
+    }));
+    EXPECT_EQ(ChassisCountsOf(main_).unreached, 0U);
+    EXPECT_EQ(ChassisCountsOf(main_).sent, kMessages);
+    (void)zmq_close(socket);
+    (void)zmq_ctx_term(context);
+}
+
 TEST_F(Chassis, ABoardThatIsCutOffSendsAndHearsNothing) {
     BeginBoth();
     Meet();

@@ -45,10 +45,12 @@ def commands(lines):
 
 def run(command, root, dxrsh, **variables):
     path = os.path.dirname(dxrsh) + ":" + os.environ["PATH"]
-    environment = dict(os.environ, PATH=path, **variables)
-    done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True,
-                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, check=False)
+    # A chassis of another user of this machine is not in the way.
+    with tempfile.TemporaryDirectory(prefix="dxrsh_") as place:
+        environment = dict(os.environ, PATH=path, XDG_RUNTIME_DIR=place, **variables)
+        done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True,
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, check=False)
     # Markdown shows no difference in blanks at the end of a line.
     return [line.rstrip() for line in done.stdout.splitlines()]
 
