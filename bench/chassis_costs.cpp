@@ -183,6 +183,7 @@ void SendAll(const Place &place, int control) {
 }  // namespace
 
 int main() {
+    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     std::array<char, 40> pattern = {"/tmp/dxr_chassis_costs_XXXXXX"};
     Check(mkdtemp(pattern.data()) != nullptr, "no directory");
     Place place;

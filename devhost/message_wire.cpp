@@ -99,34 +99,36 @@ bool TakeAcknowledgement(Reader &reader, std::vector<Acknowledgement> &acknowled
 
 }  // namespace
 
-std::byte *FrameWriter::Grow(size_t by) {
-    const size_t before = bytes_.size();
-    bytes_.resize(before + by);
-    return bytes_.data() + before;
+size_t FrameBytesOf(const Letter &letter) {
+    return kHeadBytes + letter.body.size();
 }
 
-void FrameWriter::Begin() {
-    bytes_.clear();
-    (void)Put(Grow(sizeof(kMark)), kMark);
+size_t FrameBytesOf(const Acknowledgement & /*acknowledgement*/) {
+    return kAcknowledgementBytes;
+}
+
+FrameWriter::FrameWriter(void *to) : to_(Put(static_cast<std::byte *>(to), kMark)) {
+    static_assert(sizeof(kMark) == kEmptyFrame);
 }
 
 void FrameWriter::Add(const Letter &letter) {
     const DxrHostMessage &head = letter.head;
-    std::byte *to = Put(Grow(kHeadBytes + letter.body.size()), kMessageRecord);
+    to_ = Put(to_, kMessageRecord);
     for (const uint32_t number :
          {head.kind, head.from.kind, head.from.number, head.to.kind, head.to.number, head.flags,
           head.timeoutMs, head.code, static_cast<uint32_t>(letter.body.size())}) {
-        to = Put(to, number);
+        to_ = Put(to_, number);
     }
-    to = Put(to, head.sequence);
+    to_ = Put(to_, head.sequence);
     if (!letter.body.empty()) {
-        std::memcpy(to, letter.body.data(), letter.body.size());
+        std::memcpy(to_, letter.body.data(), letter.body.size());
+        to_ += letter.body.size();
     }
 }
 
 void FrameWriter::Add(const Acknowledgement &acknowledgement) {
-    std::byte *const to = Put(Grow(kAcknowledgementBytes), kAcknowledgementRecord);
-    (void)Put(Put(to, acknowledgement.sequence), acknowledgement.result);
+    to_ = Put(Put(Put(to_, kAcknowledgementRecord), acknowledgement.sequence),
+              acknowledgement.result);
 }
 
 bool ReadFrame(const void *data, size_t size, Letters &letters,

@@ -11,20 +11,20 @@
 
 namespace devhost {
 
-// A frame that is being written. It grows to the largest that it has held, and stays so.
+// Bytes of a frame that says nothing, and of what is added to it.
+constexpr size_t kEmptyFrame = 4;
+size_t FrameBytesOf(const Letter &letter);
+size_t FrameBytesOf(const Acknowledgement &acknowledgement);
+
+// Writes a frame to where there is room for all that is added.
 class FrameWriter {
   public:
-    void Begin();
+    explicit FrameWriter(void *to);
     void Add(const Letter &letter);
     void Add(const Acknowledgement &acknowledgement);
 
-    [[nodiscard]] const void *Data() const { return bytes_.data(); }
-    [[nodiscard]] size_t Size() const { return bytes_.size(); }
-
   private:
-    std::byte *Grow(size_t by);
-
-    std::vector<std::byte> bytes_;
+    std::byte *to_;
 };
 
 // Bytes of a frame with one message: of the largest one, a header included.

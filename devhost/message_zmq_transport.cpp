@@ -92,10 +92,16 @@ class Socket {
     void *socket_ = nullptr;
 };
 
-// A part of a message that ZeroMQ has read.
+// A part of a message of ZeroMQ.
 class Part {
   public:
     Part() { (void)zmq_msg_init(&part_); }
+    // To be written. Throws std::bad_alloc.
+    explicit Part(size_t size) {
+        if (zmq_msg_init_size(&part_, size) != 0) {
+            throw std::bad_alloc();
+        }
+    }
     ~Part() { (void)zmq_msg_close(&part_); }
     Part(const Part &) = delete;
     Part &operator=(const Part &) = delete;
@@ -105,7 +111,10 @@ class Part {
     bool Receive(const Socket &socket) {
         return zmq_msg_recv(&part_, socket.Get(), ZMQ_DONTWAIT) >= 0;
     }
-    [[nodiscard]] const void *Data() { return zmq_msg_data(&part_); }
+    bool Send(const Socket &socket) {
+        return zmq_msg_send(&part_, socket.Get(), ZMQ_DONTWAIT) >= 0;
+    }
+    [[nodiscard]] void *Data() { return zmq_msg_data(&part_); }
     [[nodiscard]] size_t Size() const { return zmq_msg_size(&part_); }
     [[nodiscard]] bool HasMore() const { return zmq_msg_more(&part_) != 0; }
 
@@ -564,27 +573,30 @@ class ZmqTransport final : public ChassisTransport {
     void Flush(size_t board) {
         Peer &peer = peers_[board];
         while (!peer.IsEmpty() && Connect(board) && peer.socket.Can(ZMQ_POLLOUT)) {
-            frame_.Begin();
-            size_t acknowledgements = 0;
-            for (const WaitingAcknowledgement &each : peer.acknowledgements) {
-                if (frame_.Size() >= kFrameBytes) {
-                    break;
-                }
-                frame_.Add(each.what);
-                ++acknowledgements;
+            size_t size = kEmptyFrame;
+            auto lastAnswer = peer.acknowledgements.begin();
+            while (lastAnswer != peer.acknowledgements.end() && size < kFrameBytes) {
+                size += FrameBytesOf(lastAnswer->what);
+                ++lastAnswer;
             }
             auto end = peer.letters.begin();
-            while (end != peer.letters.end() && frame_.Size() < kFrameBytes) {
-                frame_.Add(*end);
+            while (end != peer.letters.end() && size < kFrameBytes) {
+                size += FrameBytesOf(*end);
                 ++end;
             }
-            if (zmq_send(peer.socket.Get(), frame_.Data(), frame_.Size(), ZMQ_DONTWAIT) < 0) {
+            Part frame(size);
+            FrameWriter writer(frame.Data());
+            for (auto each = peer.acknowledgements.begin(); each != lastAnswer; ++each) {
+                writer.Add(each->what);
+            }
+            for (auto each = peer.letters.begin(); each != end; ++each) {
+                writer.Add(*each);
+            }
+            if (!frame.Send(peer.socket)) {
                 return;
             }
             peer.tookNs = Clock::MachineNow();
-            peer.acknowledgements.erase(
-                peer.acknowledgements.begin(),
-                peer.acknowledgements.begin() + static_cast<std::ptrdiff_t>(acknowledgements));
+            peer.acknowledgements.erase(peer.acknowledgements.begin(), lastAnswer);
             Letters sent;
             sent.splice(sent.end(), peer.letters, peer.letters.begin(), end);
             if (peer.letters.empty()) {
@@ -657,7 +669,6 @@ class ZmqTransport final : public ChassisTransport {
     Socket listener_;
     std::vector<Peer> peers_;
     std::vector<zmq_pollitem_t> items_;
-    FrameWriter frame_;
     bool isEnding_ = false;
     bool isCutOffNow_ = false;
 
