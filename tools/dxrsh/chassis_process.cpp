@@ -22,7 +22,7 @@ namespace {
 // Above those that a board is given.
 constexpr int kFirstFree = 10;
 constexpr int kExitNoProgram = 127;
-constexpr off_t kMostLogBytes = 1024 * 1024;
+constexpr off_t kMostLogBytes = 1048576;
 constexpr mode_t kLogMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 
 Descriptor Above(const Descriptor &from, const std::string &what) {
@@ -81,6 +81,7 @@ BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
     const Descriptor theirs = Above(Descriptor(ends[1]), "the socket of a board");
     std::vector<std::string> texts = arguments;
     std::vector<char *> argv;
+    argv.reserve(texts.size() + 1);
     for (std::string &text : texts) {
         argv.push_back(text.data());
     }

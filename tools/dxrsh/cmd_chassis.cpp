@@ -1,5 +1,6 @@
 // dxrsh chassis: boards of several processes, and what is asked of those that run.
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -45,7 +46,7 @@ void RequireChassis() {
 }
 
 std::string Ask(const std::string &name, const std::string &command) {
-    const std::string answer = AskChassis(name, command);
+    std::string answer = AskChassis(name, command);
     if (answer.rfind(kError, 0) == 0) {
         throw RunError(answer.substr(std::char_traits<char>::length(kError),
                                      answer.find('\n') - std::char_traits<char>::length(kError)));
@@ -102,7 +103,7 @@ void AddOrder(CLI::App &parent, const std::shared_ptr<ChassisOptions> &options, 
     command->add_option("BOARD", options->boards, "Names of boards")->required();
     command->callback([options, order = std::string(name)] {
         for (const std::string &board : options->boards) {
-            (void)Ask(options->name, order + " " + board);
+            (void)Ask(options->name, fmt::format("{} {}", order, board));
         }
     });
 }
