@@ -15,6 +15,7 @@
 #include <string>
 #include <tuple>
 
+#include "dxr_devhost/inspect.h"
 #include "host.h"
 #include "message_chassis.h"
 #include "message_transport.h"
@@ -83,6 +84,8 @@ class MessageService final : public Service, public MessageReceiver {
 
     // Under the lock; null when it is not open.
     Mailbox *Find(const DxrHostUnit &unit);
+    // Under the lock. Those that are open, at most `room` of them; how many there are.
+    uint32_t List(DxrHostMailboxInfo *mailboxes, uint32_t room) const;
 
     [[nodiscard]] bool HasMailbox(const DxrHostUnit &unit) const override;
     uint32_t Arrive(Letters &letter) override;

@@ -18,6 +18,22 @@ Mailbox *MessageService::Find(const DxrHostUnit &unit) {
     return found != boxes_.end() ? &found->second : nullptr;
 }
 
+uint32_t MessageService::List(DxrHostMailboxInfo *mailboxes, uint32_t room) const {
+    uint32_t count = 0;
+    for (const auto &[key, box] : boxes_) {
+        if (box.closed != 0) {
+            continue;
+        }
+        if (count < room) {
+            mailboxes[count] = {box.given.unit, box.given.most,
+                                static_cast<uint32_t>(box.letters.size()),
+                                box.given.handler != nullptr ? 1U : 0U, 0};
+        }
+        ++count;
+    }
+    return count;
+}
+
 bool MessageService::HasMailbox(const DxrHostUnit &unit) const {
     return boxes_.contains({unit.kind, unit.number, 0});
 }
@@ -323,6 +339,15 @@ uint32_t DxrHostGetWaitingMessages(DxrHost *host, const DxrHostUnit *unit) {
     const SchedulerLock lock = call->scheduler.Lock();
     const devhost::Mailbox *const box = devhost::MessageOf(*call).Find(*unit);
     return box != nullptr ? static_cast<uint32_t>(box->letters.size()) : 0;
+}
+
+uint32_t DxrHostGetMailboxes(DxrHost *host, DxrHostMailboxInfo *mailboxes, uint32_t room) {
+    const ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    const SchedulerLock lock = call->scheduler.Lock();
+    return devhost::MessageOf(*call).List(mailboxes, mailboxes != nullptr ? room : 0);
 }
 
 void DxrHostSetMessageFilter(DxrHost *host, DxrMessageFilter *filter) {

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "dxr_devhost/inspect.h"
 #include "records.h"
 
 namespace devhost {
@@ -337,6 +338,23 @@ void FillSystemTable(DxrHooks &hooks) {
 }
 
 }  // namespace devhost
+
+uint32_t DxrHostGetTables(DxrHost *host, DxrHostTable *tables, uint32_t room) {
+    const devhost::ApiCall call(host);
+    if (!call) {
+        return 0;
+    }
+    devhost::TableService &state = devhost::TablesOf(*call);
+    const std::lock_guard lock(state.store.mutex);
+    uint32_t count = 0;
+    for (const auto &[number, table] : state.tables) {
+        if (tables != nullptr && count < room) {
+            tables[count] = table.about;
+        }
+        ++count;
+    }
+    return count;
+}
 
 uint32_t DxrHostDescribeTable(DxrHost *host, const DxrHostTable *table) {
     const devhost::ApiCall call(host);

@@ -20,6 +20,7 @@ A file is the generator's or a person's, never both: a generated one says so on 
     trace/callback_types.h                types of the functions that hosts are given
     trace/answers.cpp                     what stands in them while a recording is replayed
     tools/dxrsh/unfilled.cpp              what stands in those that a host leaves empty
+    tools/dxrsh/slot_calls.cpp            calls of all of them with arguments as numbers
     docs/slots.md, tools/dxrsh/slot_table.h
 
 Needs python3-yaml and clang-format.
@@ -60,6 +61,7 @@ class Slot:
     devhost: dict  # the same, for the development host alone
     means: tuple  # the development host's names of the parameters, where some are argN
     calls: dict  # function, argument, type
+    functions: tuple  # places
     opaque: tuple  # places
 
     @property
@@ -140,6 +142,7 @@ def read_slot(entry):
         devhost=entry.get("devhost", {}),
         means=tuple(entry.get("means", ())),
         calls=entry.get("calls", {}),
+        functions=tuple(entry.get("functions", ())),
         opaque=tuple(entry.get("opaque", ())),
     )
 
@@ -776,6 +779,47 @@ def unfilled(groups):
         "};\n\n}  // namespace dxrsh\n"])
 
 
+# --- What calls a slot by its number -------------------------------------------------------------
+
+
+def parameter_names(slot):
+    """What a person calls them."""
+    own = list(signature(slot).parameters)
+    means = [re.sub(r"^(in|out|inout) ", "", name) for name in slot.means]
+    return means if len(means) == len(own) else own
+
+
+def c_text(text):
+    return '"' + text.replace('"', r"\"") + '"'
+
+
+def slot_calls(groups):
+    rows = []
+    for group in groups:
+        for slot in group.slots:
+            if slot.hook == RESERVED:
+                rows.append("{},")
+                continue
+            function = f"&ByFunction<&{slot.function}>::Call"
+            if slot.hook or "..." in slot.params:
+                function = "nullptr"  # the slot has another type
+            places = [slot.calls["function"]] if slot.calls else list(slot.functions)
+            rules = PointerRules(slot)
+            functions = ", ".join("{%s, %s}" % rules.place(place) for place in places)
+            functions = f"{{{{{functions}}}}}" if places else "{}"
+            names = [f'"{name}"' for name in parameter_names(slot)]
+            rows.append(
+                f"{{{function}, kByHook<&{group.type}::{slot.member}>, "
+                f'{{{", ".join(names)}}}, {functions}, {len(places)}, '
+                f"{c_text(slot.doc)}}},")
+    return "\n".join([
+        f"// {COMMAND}", '#include "slot_calls.h"\n', '#include <cstddef>\n',
+        '#include "dxr_api.h"', '#include "slot_call.h"\n', "namespace dxrsh {\n",
+        "using dxr_trace::kDirect;\n",
+        "constinit const std::array<SlotCall, kSlotCallCount> kSlotCalls = {{", *rows,
+        "}};\n\n}  // namespace dxrsh\n"])
+
+
 # --- Main ----------------------------------------------------------------------------------------
 
 
@@ -794,6 +838,7 @@ def outputs(groups):
         "trace/callback_types.h": callback_types(groups),
         "trace/answers.cpp": trace_answers(groups),
         "tools/dxrsh/unfilled.cpp": unfilled(groups),
+        "tools/dxrsh/slot_calls.cpp": slot_calls(groups),
     }
     for group in groups:
         if group.stem:

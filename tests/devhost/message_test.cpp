@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "devhost/message_fixture.h"
+#include "dxr_devhost/inspect.h"
 
 namespace {
 
@@ -276,6 +277,32 @@ TEST_F(HostMessages, AreHandledOneAfterTheOther) {
     EXPECT_THAT(Kinds(kLpu3), ElementsAre(9U));
     EXPECT_EQ(DxrHostCloseMailbox(host, &kLpu3), 0U);
     EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(HostMessages, ListTheOpenMailboxes) {
+    EXPECT_EQ(DxrHostGetMailboxes(host, nullptr, 0), 0U);
+    EXPECT_EQ(Open(kLpu3), 0U);
+    DxrHostMailbox handled{sizeof(handled), 7, kSfu1, nullptr, nullptr};
+    handled.handler = [](const DxrHostMessage *, void *) { return 0U; };
+    EXPECT_EQ(DxrHostOpenMailbox(host, &handled), 0U);
+    DxrHostMessage message = MessageOf(kLpu3, 18, "hello");
+    EXPECT_EQ(DXR_SendMsg(&message), 0U);
+    std::array<DxrHostMailboxInfo, 3> found{};
+    EXPECT_EQ(DxrHostGetMailboxes(host, found.data(), 1), 2U);
+    EXPECT_EQ(found[1].unit.kind, 0U) << "no room for it";
+    EXPECT_EQ(DxrHostGetMailboxes(host, nullptr, 3), 2U);
+    EXPECT_EQ(DxrHostGetMailboxes(host, found.data(), 3), 2U);
+    EXPECT_EQ(found[0].unit.kind, kLpu3.kind);
+    EXPECT_EQ(found[0].unit.number, kLpu3.number);
+    EXPECT_EQ(found[0].most, 1024U);
+    EXPECT_EQ(found[0].waiting, 1U);
+    EXPECT_EQ(found[0].hasHandler, 0U);
+    EXPECT_EQ(found[1].unit.kind, kSfu1.kind);
+    EXPECT_EQ(found[1].most, 7U);
+    EXPECT_EQ(found[1].hasHandler, 1U);
+    EXPECT_EQ(DxrHostCloseMailbox(host, &kLpu3), 0U);
+    EXPECT_EQ(DxrHostCloseMailbox(host, &kSfu1), 0U);
+    EXPECT_EQ(DxrHostGetMailboxes(host, found.data(), 3), 0U);
 }
 
 // --- Acknowledgements

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "devhost/table_fixture.h"
+#include "dxr_devhost/inspect.h"
 #include "support/test_host.h"
 
 namespace {
@@ -760,6 +761,24 @@ TEST_F(HostTables, AgreeWithAModel) {
 }
 
 // --- Threads
+
+TEST_F(HostTables, AreListedByTheirNumbers) {
+    EXPECT_EQ(DxrHostGetTables(host, nullptr, 3), 0U);
+    for (const uint32_t table : {9U, 4U}) {
+        EXPECT_EQ(DXR_DynamicCreateTable(table), 0U);
+    }
+    EXPECT_EQ(Set(0, 9, "key", "data"), 0U);
+    std::array<DxrHostTable, 3> found{};
+    EXPECT_EQ(DxrHostGetTables(host, found.data(), 1), 2U);
+    EXPECT_EQ(found[1].size, 0U) << "no room for it";
+    EXPECT_EQ(DxrHostGetTables(host, found.data(), 3), 2U);
+    EXPECT_EQ(found[0].tableId, 4U);
+    EXPECT_EQ(found[1].tableId, 9U);
+    EXPECT_EQ(found[1].size, sizeof(DxrHostTable));
+    EXPECT_EQ(found[1].entries, 1U);
+    DXR_ReleaseTblm(4, 0);
+    DXR_ReleaseTblm(9, 0);
+}
 
 // Each key's data is its own number over and over, and one that changes: a reader never sees parts
 // of two, nor another key's data.

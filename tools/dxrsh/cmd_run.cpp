@@ -2,15 +2,10 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -25,26 +20,12 @@
 #include "help.h"
 #include "json_text.h"
 #include "module.h"
-#include "number_option.h"
+#include "run_host.h"
 #include "run_report.h"
 #include "say.h"
 #include "unfilled.h"
 
 namespace dxrsh {
-
-constinit std::array<std::atomic<uint64_t>, kTableSlots> g_askedUnfilled = {};
-
-void CountUnfilled() {
-    using Slot [[gnu::may_alias]] = void (*)();
-    static_assert(sizeof(DxrHooks) == kTableSlots * sizeof(Slot));
-    auto *const table = reinterpret_cast<Slot *>(DXR_GetHooks());
-    const auto counting = std::bit_cast<std::array<void (*)(), kTableSlots>>(kUnfilled);
-    for (size_t i = 0; i < kTableSlots; ++i) {
-        if (table[i] == nullptr) {
-            table[i] = counting[i];
-        }
-    }
-}
 
 namespace {
 
@@ -53,19 +34,11 @@ constexpr size_t kLinesKept = 200;
 constexpr uint32_t kPieceBytes = 65536;
 
 struct RunOptions {
-    std::string board;
-    std::string clock = "real";
-    uint64_t seed = 1;
-    std::string work = ".";
+    RunHostOptions host;
     std::string trace;
     std::string page;
     bool json = false;
 };
-
-struct HostCloser {
-    void operator()(DxrHost *host) const { (void)DxrHostDestroy(host, nullptr); }
-};
-using HostOwner = std::unique_ptr<DxrHost, HostCloser>;
 
 // A file of this program's alone; it is gone at the end.
 class TemporaryFile {
@@ -99,32 +72,13 @@ class Run {
         : options_(options), output_(OutputBesideModule(options.json)), module_(words[0]) {
         report_.module = module_.Name();
         report_.arguments.assign(words.begin() + 1, words.end());
-        report_.isVirtual = options.clock == "virtual";
-        report_.seed = options.seed;
-        report_.board = options.board;
+        report_.isVirtual = options.host.IsVirtual();
+        report_.seed = options.host.seed;
+        report_.board = options.host.board;
     }
 
     void MakeHost() {
-        if (!options_.board.empty() && access(options_.board.c_str(), R_OK) != 0) {
-            throw UsageError(options_.board + ": " + std::generic_category().message(errno));
-        }
-        DxrHostOptions host;
-        DxrHostInitOptions(&host);
-        host.clock = report_.isVirtual ? DXR_HOST_CLOCK_VIRTUAL : DXR_HOST_CLOCK_REAL;
-        host.seed = options_.seed;
-        host.workPath = options_.work.c_str();
-        host.board = options_.board.empty() ? nullptr : options_.board.c_str();
-        const uint32_t level = host.printLevel;
-        host.printLevel = 0;  // what is wrong with the board is said below
-        host_.reset(DxrHostCreate(&host));
-        if (host_ == nullptr || DxrHostRegister(host_.get()) != 0) {
-            throw UsageError("the development host could not be made");
-        }
-        DxrHostReport wrong{};
-        if (!options_.board.empty() && DxrHostGetReport(host_.get(), 0, &wrong)) {
-            throw UsageError(wrong.text);  // nothing else has been looked at yet
-        }
-        (void)DXR_SetDbgLevel(level);
+        host_ = MakeRunHost(options_.host);
         // Reports are printed at the end, but kept from the beginning.
         const auto ignore = [](const DxrHostReport *, void *) {};
         DxrHostSetReportSink(host_.get(), ignore, nullptr);
@@ -161,9 +115,9 @@ class Run {
     void RunModule() {
         report_.result = module_.Main(report_.arguments);
         // The way out gives these back.
-        TakeModules();
-        TakeRecords();
-        TakeSuppressed();
+        modules_ = ModulesOf(host_.get());
+        TakeRecords(report_);
+        TakeSuppressed(report_);
         module_.End();
     }
 
@@ -183,18 +137,13 @@ class Run {
     }
 
     void EndHost() {
-        TakeMemory();
-        TakeAlarms();
+        TakeMemory(host_.get(), modules_, report_);
+        TakeAlarms(host_.get(), report_);
+        TakeReports(host_.get(), report_);
         // What is found at the end is not kept any longer than the host: the sink gets it.
         const auto take = [](const DxrHostReport *report, void *user) {
             static_cast<std::vector<DxrHostReport> *>(user)->push_back(*report);
         };
-        for (uint32_t i = 0; i < DxrHostGetReportCount(host_.get()); ++i) {
-            DxrHostReport report{};
-            if (DxrHostGetReport(host_.get(), i, &report)) {
-                report_.reports.push_back(report);
-            }
-        }
         DxrHostSetReportSink(host_.get(), take, &report_.reports);
         report_.leftovers = DxrHostDestroy(host_.release(), nullptr);
     }
@@ -227,57 +176,6 @@ class Run {
         ++report_.linesLetThrough;
         if (report_.lines.size() < kLinesKept) {
             report_.lines.emplace_back(line);
-        }
-    }
-
-    void TakeModules() {
-        modules_.resize(DxrHostGetModules(host_.get(), nullptr, 0));
-        modules_.resize(std::min<size_t>(
-            modules_.size(), DxrHostGetModules(host_.get(), modules_.data(),
-                                               static_cast<uint32_t>(modules_.size()))));
-    }
-
-    void TakeRecords() {
-        for (const DxrRecord *const record : g_dxrRecord.records) {
-            if (record != nullptr) {
-                report_.records.push_back(
-                    {std::string(record->text, strnlen(record->text, sizeof(record->text))),
-                     record->count});
-            }
-        }
-    }
-
-    void TakeSuppressed() {
-        for (uint32_t type = 0; type < DXR_LOG_FILTER_TYPE_NUM; ++type) {
-            const DxrLogFilterInfo *const ring = DXR_GetLogFilter(type);
-            if (ring == nullptr || ring->entries == nullptr) {
-                continue;
-            }
-            for (uint32_t i = 0; i < std::min(ring->curSize, ring->capacity); ++i) {
-                const uint32_t at = (ring->curIndex + i) % ring->capacity;
-                report_.linesSuppressed += ring->entries[at].logCnt;
-            }
-        }
-    }
-
-    void TakeMemory() {
-        std::vector<DxrHostMemoryAccount> accounts(
-            DxrHostGetMemoryAccounts(host_.get(), nullptr, 0));
-        DxrHostGetMemoryAccounts(host_.get(), accounts.data(),
-                                 static_cast<uint32_t>(accounts.size()));
-        for (const DxrHostMemoryAccount &account : accounts) {
-            const auto named = std::find_if(
-                modules_.begin(), modules_.end(),
-                [&account](const DxrHostModuleInfo &info) { return info.mid == account.mid; });
-            report_.memory.push_back(
-                {account, named != modules_.end() ? std::string(named->name) : std::string()});
-        }
-    }
-
-    void TakeAlarms() {
-        DxrHostAlarm alarm{};
-        for (uint32_t i = 0; DxrHostGetAlarm(host_.get(), i, &alarm); ++i) {
-            report_.alarms.push_back(alarm);
         }
     }
 
@@ -342,19 +240,7 @@ void AddRunCommand(CLI::App &program) {
         "contract of the host or left something behind, or the host ended the run; 2 it could "
         "not be run.",
         {"dxrsh run worker.so", "dxrsh run --clock virtual --seed 7 worker.so"});
-    command->add_option("--board", options->board, "JSON file that describes the board")
-        ->type_name("FILE");
-    command
-        ->add_option("--clock", options->clock,
-                     "real, or virtual: nothing waits, and the same seed gives the same run")
-        ->check(CLI::IsMember({"real", "virtual"}))
-        ->capture_default_str();
-    command->add_option("--seed", options->seed, "Of the order of tasks and of what chance does")
-        ->transform(AsWholeNumber())
-        ->capture_default_str();
-    command->add_option("--work", options->work, "The work path")
-        ->type_name("DIRECTORY")
-        ->capture_default_str();
+    AddRunHostOptions(*command, options->host);
     command->add_option("--trace", options->trace, "Record the calls, for trace, replay and diff")
         ->type_name("FILE");
     command->add_option("--report", options->page, "Write the report as an HTML page, too")

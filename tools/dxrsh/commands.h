@@ -22,6 +22,7 @@ void AddPrivateLogCommand(CLI::App &program);
 void AddRecordCommand(CLI::App &program);
 void AddReplayCommand(CLI::App &program);
 void AddRunCommand(CLI::App &program);
+void AddShellCommand(CLI::App &program);
 void AddSimulateCommand(CLI::App &program);
 void AddSlotsCommand(CLI::App &program);
 void AddTraceCommand(CLI::App &program);

@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstddef>
@@ -34,6 +36,7 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddSlotsCommand(program);
     dxrsh::AddRunCommand(program);
     dxrsh::AddChassisCommand(program);
+    dxrsh::AddShellCommand(program);
     dxrsh::AddTraceCommand(program);
     dxrsh::AddReplayCommand(program);
     dxrsh::AddDiffCommand(program);
@@ -59,6 +62,9 @@ int Run(int argc, char **argv) {
     AddCommands(program);
     try {
         std::vector<std::string> words = dxrsh::ReadyArguments(program, argc, argv);
+        if (argc == 1 && isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1) {
+            words = {"shell"};
+        }
         std::reverse(words.begin(), words.end());  // as the parser takes them
         program.parse(words);                      // runs the command
         if (program.get_subcommands().empty()) {

@@ -38,6 +38,14 @@ std::string_view KindOf(const DxrHostReport &report) {
     }
 }
 
+std::string MemoryName(const RunReport::Memory &memory) {
+    return memory.name.empty()
+               ? fmt::format("module {}", memory.account.mid)
+               : fmt::format("module {} ({})", memory.account.mid, OneLine(memory.name));
+}
+
+}  // namespace
+
 std::string ReportLine(const DxrHostReport &report) {
     // Of what is left behind the text says so.
     std::string line = report.kind == DXR_HOST_REPORT_LEFTOVER
@@ -50,11 +58,13 @@ std::string ReportLine(const DxrHostReport &report) {
     return report.count > 1 ? fmt::format("{} ({} times)", line, report.count) : line;
 }
 
-std::string MemoryName(const RunReport::Memory &memory) {
-    return memory.name.empty()
-               ? fmt::format("module {}", memory.account.mid)
-               : fmt::format("module {} ({})", memory.account.mid, OneLine(memory.name));
+std::string MemoryLine(const RunReport::Memory &memory) {
+    return fmt::format("{}: {} blocks, {} bytes live; at most {} bytes, {} blocks in all\n",
+                       MemoryName(memory), memory.account.blocksLive, memory.account.bytesLive,
+                       memory.account.bytesPeak, memory.account.blocksTotal);
 }
+
+namespace {
 
 void AddCounts(JsonText &json, std::string_view key,
                const std::array<uint64_t, kTableSlots> &calls) {
@@ -107,16 +117,16 @@ bool IsWell(const RunReport &report) {
                [](const DxrHostReport &found) { return found.kind == DXR_HOST_REPORT_RISK; });
 }
 
-std::string ReportText(const RunReport &report) {
-    std::string text =
-        fmt::format("module {} returned {}\n", OneLine(report.module), report.result);
+namespace {
+
+std::string UsedText(const RunReport &report) {
     uint64_t calls = 0;
     uint64_t slots = 0;
     for (const DxrTraceCount &count : report.counts) {
         calls += count.calls;
         slots += count.calls != 0 ? 1 : 0;
     }
-    text += fmt::format("slots used: {}, {} calls\n", slots, calls);
+    std::string text = fmt::format("slots used: {}, {} calls\n", slots, calls);
     for (uint32_t i = 0; i < kTableSlots; ++i) {
         if (report.counts[i].calls != 0) {
             text += fmt::format("  {:<40} {:>9}\n", DxrTraceSlotName(i), report.counts[i].calls);
@@ -132,9 +142,7 @@ std::string ReportText(const RunReport &report) {
     }
     text += report.memory.empty() ? "memory: none\n" : "memory:\n";
     for (const RunReport::Memory &memory : report.memory) {
-        text += fmt::format("  {}: {} blocks, {} bytes live; at most {} bytes, {} blocks in all\n",
-                            MemoryName(memory), memory.account.blocksLive, memory.account.bytesLive,
-                            memory.account.bytesPeak, memory.account.blocksTotal);
+        text += "  " + MemoryLine(memory);
     }
     text += fmt::format("log lines: {} let through, {} suppressed\n", report.linesLetThrough,
                         report.linesSuppressed);
@@ -148,12 +156,27 @@ std::string ReportText(const RunReport &report) {
                             alarm.alarm, alarm.object, alarm.raised, alarm.cleared,
                             alarm.state == DXR_HOST_ALARM_RAISED ? ", stands" : "");
     }
-    text += fmt::format("left behind: {}\n", report.leftovers);
-    text += fmt::format("reports: {}\n", report.reports.size());
+    return text;
+}
+
+std::string FoundText(const RunReport &report) {
+    std::string text = fmt::format("reports: {}\n", report.reports.size());
     for (const DxrHostReport &found : report.reports) {
         text += "  " + ReportLine(found) + "\n";
     }
-    return text + (IsWell(report) ? "well\n" : "not well\n");
+    return text;
+}
+
+}  // namespace
+
+std::string ReportText(const RunReport &report) {
+    return fmt::format("module {} returned {}\n{}left behind: {}\n{}{}\n", OneLine(report.module),
+                       report.result, UsedText(report), report.leftovers, FoundText(report),
+                       IsWell(report) ? "well" : "not well");
+}
+
+std::string ReportSoFar(const RunReport &report) {
+    return UsedText(report) + FoundText(report);
 }
 
 std::string ReportJson(const RunReport &report) {

@@ -53,6 +53,12 @@ struct RunReport {
 [[nodiscard]] bool IsWell(const RunReport &report);
 
 [[nodiscard]] std::string ReportText(const RunReport &report);
+// Without the module's result and what was left behind; for a run that goes on.
+[[nodiscard]] std::string ReportSoFar(const RunReport &report);
+// What one module holds, a line.
+[[nodiscard]] std::string MemoryLine(const RunReport::Memory &memory);
+// One finding, without a line break.
+[[nodiscard]] std::string ReportLine(const DxrHostReport &report);
 
 // The same as a JSON object, on a line.
 [[nodiscard]] std::string ReportJson(const RunReport &report);

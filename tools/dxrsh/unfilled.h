@@ -20,6 +20,8 @@ extern constinit std::array<std::atomic<uint64_t>, kTableSlots> g_askedUnfilled;
 
 // Puts them into the empty slots of the registered table. Not beside calls.
 void CountUnfilled();
+// Takes them out again.
+void StopCountingUnfilled();
 
 }  // namespace dxrsh
 

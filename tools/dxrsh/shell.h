@@ -1,0 +1,47 @@
+// Lines of the shell: its own commands, and those of dxrsh.
+#ifndef DXRSH_SHELL_H
+#define DXRSH_SHELL_H
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "shell_session.h"
+
+namespace dxrsh {
+
+class Shell {
+  public:
+    // A command of dxrsh and what it does.
+    using Program = std::pair<std::string, std::string>;
+
+    Shell(const RunHostOptions &options, std::vector<Program> programs)
+        : session_(options), programs_(std::move(programs)) {}
+
+    // Does what a line says; false when it ends the shell. Throws UsageError and RunError for what
+    // is wrong with the line alone.
+    bool Execute(std::string_view line);
+
+    // Each line of a file, "-" being standard input, up to the first that is wrong: RunError with
+    // its number. False when a line ends the shell.
+    bool ExecuteFile(const std::string &path);
+
+    // What can stand at the end of a line in the place of what does: whole words, sorted.
+    [[nodiscard]] std::vector<std::string> Completions(std::string_view line) const;
+
+  private:
+    void Help(const std::vector<std::string> &words) const;
+    [[nodiscard]] bool IsProgram(std::string_view name) const;
+
+    Session session_;
+    std::vector<Program> programs_;
+    int depth_ = 0;  // of files
+};
+
+// Reads lines from the terminal until it is left. Returns the exit status.
+int RunTerminal(Shell &shell);
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_SHELL_H
