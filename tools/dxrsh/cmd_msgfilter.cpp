@@ -5,14 +5,17 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <list>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -154,6 +157,17 @@ class FilterTree {
     DxrMessageFilter *root_ = nullptr;
 };
 
+std::optional<uint32_t> NumberAfter(std::string_view line, std::string_view words) {
+    const size_t at = line.find(words);
+    uint32_t number = 0;
+    if (at == std::string_view::npos ||
+        std::from_chars(line.data() + at + words.size(), line.data() + line.size(), number).ec !=
+            std::errc()) {
+        return std::nullopt;
+    }
+    return number;
+}
+
 // The nodes in the order of the listing, each with its path. A line of the listing is
 // "    msgType[1], lostCnt[0], name[link]", with four blanks more for each level.
 std::string JsonOf(const FilterTree &tree) {
@@ -164,20 +178,19 @@ std::string JsonOf(const FilterTree &tree) {
     for (const std::string_view line : Split(listing, '\n')) {
         const size_t indent = line.find_first_not_of(' ');
         const size_t nameAt = line.find("name[");
-        unsigned type = 0;
-        unsigned lost = 0;
-        if (indent == std::string_view::npos || nameAt == std::string_view::npos ||
-            std::sscanf(std::string(line).c_str(), " msgType[%u], lostCnt[%u]", &type, &lost) !=
-                2) {
+        const std::optional<uint32_t> type = NumberAfter(line, "msgType[");
+        const std::optional<uint32_t> lost = NumberAfter(line, "lostCnt[");
+        if (indent == std::string_view::npos || nameAt == std::string_view::npos || !type ||
+            !lost) {
             continue;
         }
         path.resize(indent / 4 - 1);
-        path.push_back(std::to_string(type));
+        path.push_back(std::to_string(*type));
         const std::string_view name = line.substr(nameAt + 5, line.rfind(']') - nameAt - 5);
         json.BeginObject()
             .Text("path", fmt::format("{}", fmt::join(path, "/")))
             .Text("name", name)
-            .Number("lost", lost)
+            .Number("lost", *lost)
             .EndObject();
     }
     json.EndList().EndObject();

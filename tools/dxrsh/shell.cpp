@@ -142,6 +142,7 @@ pid_t Spawn(const std::vector<std::string> &words, bool keepsInterrupt) {
     std::vector<std::string> own = words;
     own.insert(own.begin(), "dxrsh");
     std::vector<char *> argv;
+    argv.reserve(own.size() + 1);
     for (std::string &word : own) {
         argv.push_back(word.data());
     }

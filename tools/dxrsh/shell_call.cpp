@@ -366,7 +366,7 @@ class TypedCall {
                 if (block->size < rule.offset + sizeof(void *)) {
                     continue;  // the record is shorter
                 }
-                const uint64_t inner = Load<uintptr_t>(block->Data() + rule.offset);
+                const auto inner = Load<uintptr_t>(block->Data() + rule.offset);
                 block = Find(inner);
                 name += fmt::format("+{}", rule.offset);
                 if (block == nullptr && inner != 0 && !IsKnown(inner)) {

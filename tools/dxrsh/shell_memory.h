@@ -44,7 +44,7 @@ class Values {
     void Set(const std::string &name, Value value) { values_[name] = std::move(value); }
     // Throws UsageError when there is none.
     [[nodiscard]] const Value &Get(const std::string &name) const;
-    [[nodiscard]] bool Has(const std::string &name) const { return values_.count(name) != 0; }
+    [[nodiscard]] bool Has(const std::string &name) const { return values_.contains(name); }
     [[nodiscard]] const std::map<std::string, Value> &All() const { return values_; }
 
   private:

@@ -188,9 +188,7 @@ Session::Session(const RunHostOptions &options)
 }
 
 Session::~Session() {
-    for (auto module = modules_.rbegin(); module != modules_.rend(); ++module) {
-        (*module)->End();
-    }
+    std::for_each(modules_.rbegin(), modules_.rend(), [](const auto &each) { each->End(); });
     StopCountingUnfilled();
     (void)DxrTraceStop();
     (void)std::fflush(stdout);
@@ -616,6 +614,7 @@ void Session::Memory(const Words &words) {
     Put(text.empty() ? "nobody has asked for memory\n" : text);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): one of a table of commands
 void Session::Wait(const Words &words) {
     RequireCount(words, 1, 1, "wait MILLISECONDS");
     const uint32_t result = bare_.task.delayTask(Require32(words[0], "MILLISECONDS"));

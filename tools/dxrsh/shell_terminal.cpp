@@ -274,6 +274,7 @@ class Editor {
             if (count < 0) {
                 continue;
             }
+            // NOLINTNEXTLINE(concurrency-mt-unsafe): with a state of its own
             const size_t taken = std::mbrtowc(character, &byte, 1, &state);
             if (taken == static_cast<size_t>(-1)) {
                 state = {};  // no character here
