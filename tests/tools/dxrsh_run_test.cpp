@@ -109,6 +109,23 @@ TEST(DxrshRun, AModuleThatEndsTheProgramIsNotWell) {
     EXPECT_EQ("", RunDxrsh({"trace", directory.Path("trace")}).err);
 }
 
+TEST(DxrshRun, TheTextIsToldBeforeAPageThatCannotBeWritten) {
+    const TemporaryDirectory directory;
+    const Outcome outcome = RunWorker({"--report", directory.Path("none/page.html")});
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_TRUE(Holds(outcome.out, "well\n")) << outcome.out;
+    EXPECT_EQ("dxrsh: " + directory.Path("none/page.html") + ": No such file or directory\n",
+              outcome.err);
+}
+
+TEST(DxrshRun, ThePageDoesNotTakeThePlaceOfTheRecording) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.Path("both");
+    const Outcome outcome = RunWorker({"--trace", file, "--report", file});
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ("dxrsh: " + file + ": not for the recording and the page at once\n", outcome.err);
+}
+
 // Also while calls are noted: the host sees the module behind the trace.
 TEST(DxrshRun, ReportsNameTheModuleWhileItIsTraced) {
     const TemporaryDirectory directory;

@@ -89,6 +89,9 @@ class Run {
     }
 
     void StartTrace() {
+        if (!options_.trace.empty() && options_.trace == options_.page) {
+            throw UsageError(options_.page + ": not for the recording and the page at once");
+        }
         if (options_.trace.empty() && !options_.page.empty()) {
             calls_ = std::make_unique<TemporaryFile>();
         }
@@ -148,9 +151,8 @@ class Run {
         report_.leftovers = DxrHostDestroy(host_.release(), nullptr);
     }
 
-    // Says what became of it; the exit status.
+    // Says what became of it; the exit status. The page may fail, and so comes last.
     int Tell() {
-        WritePage();
         const std::string text = options_.json ? ReportJson(report_) : ReportText(report_);
         const bool isWritten = std::fwrite(text.data(), 1, text.size(), output_) == text.size() &&
                                std::fflush(output_) == 0 && std::ferror(output_) == 0;
@@ -161,6 +163,7 @@ class Run {
             Say(stderr, "dxrsh: cannot write the output: {}\n",
                 std::generic_category().message(error));
         }
+        WritePage();
         return isWritten && IsWell(report_) ? 0 : kExitFailure;
     }
 
@@ -170,7 +173,7 @@ class Run {
             JsonText json;
             Say(output_, "{}", json.BeginObject().Text("line", line).EndObject().Line());
         } else {
-            Say(output_, "{}\n", line);
+            Say(output_, "{}\n", Printable(line, SIZE_MAX));
         }
         const std::lock_guard lock(mutex_);
         ++report_.linesLetThrough;
@@ -195,10 +198,14 @@ class Run {
         }
         const std::string page = ReportPage(report_);
         std::FILE *const file = std::fopen(options_.page.c_str(), "w");
-        const bool isWritten =
-            file != nullptr && std::fwrite(page.data(), 1, page.size(), file) == page.size();
-        const int error = errno;
-        if (file == nullptr || std::fclose(file) != 0 || !isWritten) {
+        int error = errno;
+        if (file != nullptr) {
+            error = std::fwrite(page.data(), 1, page.size(), file) == page.size() ? 0 : errno;
+            if (std::fclose(file) != 0 && error == 0) {
+                error = errno;
+            }
+        }
+        if (error != 0) {
             throw UsageError(options_.page + ": " + std::generic_category().message(error));
         }
     }
