@@ -5,6 +5,7 @@
 #include <pty.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -459,6 +460,8 @@ TEST(DxrshShell, TellsWhatIsLeftBehind) {
 
 #ifdef DXRSH_LIBEDIT
 
+constexpr int kPatienceMs = 60000;
+
 class Terminal {
   public:
     // `state` is where the shell keeps what was typed.
@@ -493,13 +496,22 @@ class Terminal {
     Terminal(Terminal &&) = delete;
     Terminal &operator=(Terminal &&) = delete;
 
+    // Once the shell edits: what comes before that is the terminal's, which keeps an end of input
+    // to itself.
     void Type(const std::string &keys) const {
+        termios modes{};
+        for (int ms = 0; ms < kPatienceMs; ++ms) {
+            if (tcgetattr(fd_, &modes) == 0 && (modes.c_lflag & ICANON) == 0) {
+                break;
+            }
+            (void)poll(nullptr, 0, 1);
+        }
+        EXPECT_EQ(modes.c_lflag & ICANON, 0U);
         EXPECT_EQ(write(fd_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
 
     // Reads until a text has come; what came up to its end.
     std::string Await(const std::string &text) {
-        constexpr int kPatienceMs = 60000;
         for (;;) {
             const size_t at = came_.find(text);
             if (at != std::string::npos) {
@@ -519,8 +531,7 @@ class Terminal {
         }
     }
 
-    // Types a line and waits for what it prints, then for the next prompt. The prompt may stand
-    // there before the shell reads: what is typed then is shown twice.
+    // Types a line and waits for what it prints, then for the next prompt.
     void Do(const std::string &line, const std::string &expected) {
         Type(line + "\r");
         Await(expected);
