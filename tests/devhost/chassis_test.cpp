@@ -347,12 +347,17 @@ TEST_F(Chassis, MessagesToADeadBoardTimeOut) {
     BeginBoth();
     Meet();
     EndLine();
+    const uint64_t before = ChassisCountsOf(main_).sent;
     DxrHostMessage message = WithAck(MessageOf(kLpu1, 1), 20);
     EXPECT_EQ(DXR_SendMsg(&message), kTimedOut);
     EXPECT_EQ(Send(kLpu3, 2), 0U) << "on its way";
-    EXPECT_EQ(ChassisCountsOf(main_).waiting, 2U - ChassisCountsOf(main_).unreached);
-    EXPECT_TRUE(Await([this] { return ChassisCountsOf(main_).unreached == 2; }));
-    EXPECT_EQ(ChassisCountsOf(main_).waiting, 0U);
+    // One may have left before it showed that the board is gone.
+    const auto waiting = [&] {
+        const DxrHostChassisCounts counts = ChassisCountsOf(main_);
+        EXPECT_EQ(counts.waiting + counts.unreached + (counts.sent - before), 2U);
+        return counts.waiting;
+    };
+    EXPECT_TRUE(Await([&] { return waiting() == 0; }));
 }
 
 TEST_F(Chassis, ABoardThatIsStartedAgainIsReached) {
