@@ -30,8 +30,6 @@ namespace dxrsh {
 namespace {
 
 constexpr size_t kLinesKept = 200;
-// As much as one message or file block has; more is cut, and a replay says so.
-constexpr uint32_t kPieceBytes = 65536;
 
 struct RunOptions {
     RunHostOptions host;
@@ -96,18 +94,7 @@ class Run {
             calls_ = std::make_unique<TemporaryFile>();
         }
         const std::string &file = calls_ != nullptr ? calls_->Path() : options_.trace;
-        DxrTraceOptions trace;
-        DxrTraceInitOptions(&trace);
-        trace.timedCalls = 1;
-        if (!file.empty()) {
-            trace.mode = DXR_TRACE_CALLS;
-            trace.pointers = DXR_TRACE_POINTERS_DEVHOST;
-            trace.dataBytes = kPieceBytes;
-            trace.whenFull = DXR_TRACE_WAIT;
-            trace.callbacks = 1;
-            trace.file = file.c_str();
-        }
-        const uint32_t error = DxrTraceStart(&trace);
+        const uint32_t error = StartRunTrace(file);
         if (error != 0) {
             throw UsageError(file + ": " +
                              std::generic_category().message(static_cast<int>(error)));

@@ -25,8 +25,6 @@ constexpr size_t kShownWidth = 60;
 constexpr size_t kMostSimulated = 1024;
 constexpr size_t kTableRowBytes = 65536;
 constexpr size_t kShownHex = 32;
-// As much as one message or file block has.
-constexpr uint32_t kPieceBytes = 65536;
 
 std::string ErrorText(uint32_t error) {
     return std::generic_category().message(static_cast<int>(error));
@@ -656,18 +654,7 @@ void Session::Unload(const Words &words) {
 }
 
 void Session::StartTrace(const std::string &file) {
-    DxrTraceOptions trace;
-    DxrTraceInitOptions(&trace);
-    trace.timedCalls = 1;
-    if (!file.empty()) {
-        trace.mode = DXR_TRACE_CALLS;
-        trace.pointers = DXR_TRACE_POINTERS_DEVHOST;
-        trace.dataBytes = kPieceBytes;
-        trace.whenFull = DXR_TRACE_WAIT;
-        trace.callbacks = 1;
-        trace.file = file.c_str();
-    }
-    const uint32_t error = DxrTraceStart(&trace);
+    const uint32_t error = StartRunTrace(file);
     if (error != 0) {
         throw RunError(fmt::format("{}: {}", file, ErrorText(error)));
     }
