@@ -272,11 +272,14 @@ class Reader {
         slotOf_.fill(kSlotCount);
         const uint64_t count = in.Varint();
         for (uint64_t i = 0; i < count && in.IsGood(); ++i) {
-            const uint64_t number = in.Varint();
+            const uint64_t told = in.Varint();
             const std::string_view name = in.Text();
             const size_t own = OwnSlot(in, name);
-            if (!in.IsGood() || number >= kMostFileSlots || slotOf_[number] != kSlotCount ||
-                foreignOf_[number] != kNoForeign) {
+            if (!in.IsGood() || told >= kMostFileSlots) {
+                return false;
+            }
+            const auto number = static_cast<size_t>(told);
+            if (slotOf_[number] != kSlotCount || foreignOf_[number] != kNoForeign) {
                 return false;
             }
             slotOf_[number] = own;
@@ -302,7 +305,8 @@ class Reader {
         for (uint64_t i = 0; i < count && in.IsGood(); ++i) {
             (void)in.Text();
             const uint64_t width = in.Varint();
-            isOwn = isOwn && width == static_cast<uint64_t>(found->parameters[i].width);
+            isOwn = isOwn &&
+                    width == static_cast<uint64_t>(found->parameters[static_cast<size_t>(i)].width);
         }
         return isOwn ? static_cast<size_t>(found - std::begin(kSlots)) : kSlotCount;
     }
