@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -58,10 +57,47 @@ sockaddr_un AddressOf(const std::string &path) {
     return address;
 }
 
-// Only who has the lock is a running chassis; what a killed one left behind is not.
+struct flock TheWholeFile() {
+    struct flock whole {};
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    return whole;
+}
+
+// Only who has the lock is a running chassis; what a killed one left behind is not. Looking takes
+// no lock, which would be in the way of one that begins.
 bool IsRunning(const std::string &directory) {
     const Descriptor lock(open((directory + kLock).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
-    return lock && flock(lock.Get(), LOCK_EX | LOCK_NB) != 0;
+    struct flock found = TheWholeFile();
+    return lock && fcntl(lock.Get(), F_OFD_GETLK, &found) == 0 && found.l_type != F_UNLCK;
+}
+
+bool IsSameFile(int fd, const std::string &path) {
+    struct stat open {};
+    struct stat there {};
+    return fstat(fd, &open) == 0 && lstat(path.c_str(), &there) == 0 &&
+           open.st_dev == there.st_dev && open.st_ino == there.st_ino;
+}
+
+// Makes the directory, and takes its lock. One that ends may remove both meanwhile.
+Descriptor TakePlace(const std::string &directory, const std::string &name) {
+    constexpr int kMostTries = 100;
+    const std::string path = directory + kLock;
+    for (int tries = 1;; ++tries) {
+        MakeOwnDirectory(directory);
+        Descriptor lock(
+            open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+        if (!lock && (errno != ENOENT || tries == kMostTries)) {
+            throw RunError(path + ": " + ErrorText(errno));
+        }
+        struct flock whole = TheWholeFile();
+        if (lock && fcntl(lock.Get(), F_OFD_SETLK, &whole) != 0) {
+            throw RunError("chassis " + name + " runs already");
+        }
+        if (lock && IsSameFile(lock.Get(), path)) {
+            return lock;
+        }
+    }
 }
 
 std::vector<std::string> RunningNames() {
@@ -112,16 +148,7 @@ std::string LocalAddress(const std::string &chassis, const std::string &board) {
 
 ChassisPlace::ChassisPlace(const std::string &name) : directory_(ChassisDirectory(name)) {
     MakeOwnDirectory(UpperDirectory());
-    MakeOwnDirectory(directory_);
-    lock_ = Descriptor(open((directory_ + kLock).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
-                            S_IRUSR | S_IWUSR));
-    if (!lock_) {
-        throw RunError(directory_ + kLock + ": " + ErrorText(errno));
-    }
-    if (flock(lock_.Get(), LOCK_EX | LOCK_NB) != 0) {
-        lock_ = Descriptor();
-        throw RunError("chassis " + name + " runs already");
-    }
+    lock_ = TakePlace(directory_, name);
     const std::string path = directory_ + kSocket;
     const sockaddr_un address = AddressOf(path);
     (void)unlink(path.c_str());
@@ -134,8 +161,18 @@ ChassisPlace::ChassisPlace(const std::string &name) : directory_(ChassisDirector
 }
 
 ChassisPlace::~ChassisPlace() {
+    // The lock last: until it is gone, nobody else begins here.
     std::error_code error;
-    std::filesystem::remove_all(directory_, error);
+    const std::string lock = directory_ + kLock;
+    for (std::filesystem::directory_iterator each(directory_, error), end; each != end && !error;
+         each.increment(error)) {
+        if (each->path() != lock) {
+            std::error_code unimportant;
+            std::filesystem::remove_all(each->path(), unimportant);
+        }
+    }
+    (void)unlink(lock.c_str());
+    (void)rmdir(directory_.c_str());
 }
 
 std::string AskChassis(const std::string &name, const std::string &command) {

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <limits>
 #include <list>
+#include <optional>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -142,7 +143,7 @@ class Supervisor {
         : options_(options),
           chassis_(chassis),
           file_(KeepFile(options.file)),
-          place_(chassis.name),
+          place_(std::in_place, chassis.name),
           beganMs_(NowMs()) {
         // Another one than that of the chassis that ran here before.
         uint16_t random = 0;
@@ -195,6 +196,7 @@ class Supervisor {
             }
             Serve();
         }
+        place_.reset();  // who hears that it has stopped may start it again
         for (Client &client : clients_) {
             if (client.waitsForEnd) {
                 client.answer = isWell_ ? "ok\n" : "error: a board did not end well\n";
@@ -485,7 +487,7 @@ class Supervisor {
     void Accept() {
         while (clients_.size() < kMostClients) {
             Descriptor connection(
-                accept4(place_.Listener(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+                accept4(place_->Listener(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
             if (!connection) {
                 return;
             }
@@ -544,7 +546,7 @@ class Supervisor {
     void Await() {
         std::vector<pollfd> watched = {{signals_.Fd(), POLLIN, 0}};
         if (clients_.size() < kMostClients) {
-            watched.push_back({place_.Listener(), POLLIN, 0});
+            watched.push_back({place_->Listener(), POLLIN, 0});
         }
         uint64_t dueMs = endMs_;
         const size_t firstBoard = watched.size();
@@ -577,7 +579,7 @@ class Supervisor {
     const Chassis &chassis_;
     const Signals signals_;
     const Descriptor file_;
-    const ChassisPlace place_;
+    std::optional<ChassisPlace> place_;  // until it has stopped
     const uint64_t beganMs_;
     bool hasBegun_ = false;  // asked for when it stops by itself
     uint64_t endMs_ = kNever;
