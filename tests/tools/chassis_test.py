@@ -125,10 +125,12 @@ class Lab:
         check(got == status and err.count("\n") == 1 and re.search(text, err),
               f"chassis {' '.join(words)}: wanted {status} and {text}, got {got} {out} {err}")
 
-    def start(self, *options):
+    def start(self, *options, first=None):
         with open(self.top / "out", "ab") as out:
+            # pylint: disable-next=subprocess-popen-preexec-fn
             self.process = subprocess.Popen([self.dxrsh, "chassis", *options, str(self.file)],
-                                            env=self.environment(), stdout=out, stderr=out)
+                                            env=self.environment(), stdout=out, stderr=out,
+                                            preexec_fn=first)
         self.ask("status", "--wait", str(LIMIT))
 
     def status(self):
@@ -296,6 +298,26 @@ def begin_again(lab, _):
     lab.stop()
 
 
+def inherited(lab, _):
+    """What the supervisor was started with, and what its boards hand on."""
+    def ignore():
+        for each in (signal.SIGHUP, signal.SIGINT, signal.SIGCHLD):
+            signal.signal(each, signal.SIG_IGN)
+
+    lab.write(lab.usual(1, "10"))
+    lab.start(first=ignore)
+    pid = lab.status()["line1"]["pid"]
+    flags = re.search(r"flags:\s+(\d+)",
+                      pathlib.Path(f"/proc/{pid}/fdinfo/3").read_text(encoding="ascii"))[1]
+    check(int(flags, 8) & os.O_CLOEXEC, "programs that a module starts get the board's socket")
+    # It goes on without its terminal, and sees its boards die.
+    lab.process.send_signal(signal.SIGHUP)
+    lab.process.send_signal(signal.SIGINT)
+    os.kill(pid, signal.SIGKILL)
+    await_that(lambda: lab.status()["line1"]["starts"] == 2, "a board that died unseen")
+    lab.stop()
+
+
 def deaths(lab, _):
     """Boards that cannot live, and boards that cannot be run."""
     bad = lab.board("line", "line", "lpu:1", "mpu:0", "--nonsense", "1")
@@ -392,7 +414,7 @@ def main():
     parser.add_argument("--only")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, orphans, begin_again, deaths, keys, files, storm):
+    for test in (orders, orphans, begin_again, inherited, deaths, keys, files, storm):
         if options.only not in (None, test.__name__):
             continue
         began = time.monotonic()

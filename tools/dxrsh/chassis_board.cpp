@@ -1,5 +1,6 @@
 #include "chassis_board.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -165,6 +166,7 @@ void RunBoard(const BoardOptions &options) {
     Chassis chassis =
         ReadChassisFile(options.chassis, options.modules, fmt::format("/proc/self/fd/{}", kFileFd));
     (void)close(kFileFd);
+    (void)fcntl(kControlFd, F_SETFD, FD_CLOEXEC);  // not for programs that the module starts
     chassis.work = options.work;
     const auto self =
         std::find_if(chassis.boards.begin(), chassis.boards.end(),

@@ -109,8 +109,14 @@ class Signals {
         sigset_t caught{};
         (void)sigemptyset(&caught);
         for (const int each : {SIGCHLD, SIGINT, SIGTERM, SIGHUP}) {
-            (void)sigaddset(&caught, each);
+            // With nohup, and in the background of a script, it goes on.
+            struct sigaction found {};
+            const bool mayStay = each == SIGINT || each == SIGHUP;
+            if (!mayStay || sigaction(each, nullptr, &found) != 0 || found.sa_handler != SIG_IGN) {
+                (void)sigaddset(&caught, each);
+            }
         }
+        (void)std::signal(SIGCHLD, SIG_DFL);  // ignored, it would hide the end of boards
         (void)pthread_sigmask(SIG_BLOCK, &caught, &before_);
         fd_ = Descriptor(signalfd(-1, &caught, SFD_CLOEXEC | SFD_NONBLOCK));
     }
