@@ -72,7 +72,7 @@ uint32_t AddressKind(std::string_view address) {
     // Neither any path, nor a name that no directory guards.
     const std::string_view path = address.substr(kIpc.size());
     const bool isPath = !path.empty() && path.size() < sizeof(sockaddr_un::sun_path) &&
-                        path != "*" && path.front() != '@';
+                        path.front() != '*' && path.front() != '@';
     return isPath ? DXR_HOST_ADDRESS_HERE : DXR_HOST_ADDRESS_NONE;
 }
 
@@ -87,6 +87,11 @@ uint32_t TakeBoard(const DxrHostChassisBoard &given, ChassisPlan &plan) {
         return EINVAL;
     }
     const auto board = static_cast<uint32_t>(plan.boards.size());
+    if (std::any_of(
+            plan.boards.begin(), plan.boards.end(),
+            [&given](const ChassisPlan::Board &each) { return each.address == given.address; })) {
+        return EINVAL;
+    }
     plan.boards.push_back({given.address, KeyOf(given.publicKey)});
     for (uint32_t i = 0; i < given.unitCount; ++i) {
         const DxrHostUnit &unit = given.units[i];

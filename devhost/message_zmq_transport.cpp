@@ -4,6 +4,8 @@
 // Senders put letters into a list; a thread of the transport takes them from there, joins many into
 // a frame, and has all sockets to itself. What cannot leave waits there until it is given up.
 #include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 #include <zmq.h>
 
@@ -19,6 +21,7 @@
 #include <new>
 #include <set>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -162,6 +165,26 @@ class EventFd {
 
 uint32_t Error() {
     return static_cast<uint32_t>(errno != 0 ? errno : EIO);
+}
+
+// Tells whether somebody listens at an "ipc" address: ZeroMQ would take it from him.
+bool IsListenedAt(const std::string &address) {
+    constexpr std::string_view kIpc = "ipc://";
+    if (address.compare(0, kIpc.size(), kIpc) != 0) {
+        return false;
+    }
+    sockaddr_un there{};
+    there.sun_family = AF_UNIX;
+    (void)address.copy(static_cast<char *>(there.sun_path), sizeof(there.sun_path) - 1,
+                       kIpc.size());
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const bool isThere =
+        fd >= 0 && (connect(fd, reinterpret_cast<const sockaddr *>(&there), sizeof(there)) == 0 ||
+                    errno == EAGAIN);  // many wait there already
+    if (fd >= 0) {
+        (void)close(fd);
+    }
+    return isThere;
 }
 
 // Who may connect: those with a key of the list. ZeroMQ asks by a socket.
@@ -364,6 +387,9 @@ class ZmqTransport final : public ChassisTransport {
             }
         }
         SetAddress(listener_, self.address);
+        if (IsListenedAt(self.address)) {
+            return EADDRINUSE;
+        }
         return zmq_bind(listener_.Get(), self.address.c_str()) == 0 ? 0 : Error();
     }
 

@@ -84,7 +84,7 @@ DXR_STATIC_ASSERT(sizeof(DxrHostChassisPlan) == DXR_LAYOUT(32, 2), "fixed layout
 
 /* Makes the host a board of a chassis, until its end. Everything is copied. 0; EINVAL for a null
  * pointer, another size, a host whose clock is not the real one, too many boards, a number that is
- * none of them, an address or a unit that is none, a unit on two boards, and a key that is none or
+ * none of them, an address or a unit that is none or on two boards, and a key that is none or
  * missing; EACCES for an address beyond this machine without keys; EEXIST when the host is a board
  * already; ENOTSUP in a build without libzmq; what keeps it from listening, as EADDRINUSE; ENOMEM;
  * ECANCELED without a host. */

@@ -552,6 +552,7 @@ TEST_F(Chassis, WhatIsNoPlanIsRefused) {
     EXPECT_EQ(join([this](auto &) { boards_[2].units = nullptr; }), kInvalid);
     EXPECT_EQ(join([this, &wrong](auto &) { boards_[2].units = &wrong; }), kInvalid);
     EXPECT_EQ(join([this](auto &) { boards_[2].units = &kLpu2; }), kInvalid) << "on two boards";
+    EXPECT_EQ(join([this](auto &) { boards_[2].address = addresses_[1].c_str(); }), kInvalid);
     EXPECT_EQ(join([&keys](auto &plan) { plan.secretKey = keys.secret.data(); }), kInvalid);
     EXPECT_EQ(join([this, &keys](auto &) { boards_[0].publicKey = keys.open.data(); }), kInvalid);
     EXPECT_EQ(join([this](auto &plan) {
@@ -598,6 +599,20 @@ TEST_F(Chassis, AnAddressIsListenedAtByOneBoard) {
     (void)DxrHostDestroy(other, nullptr);
 }
 
+TEST_F(Chassis, APathIsNotTakenFromTheBoardThatListensThere) {
+    BeginBoth();
+    Meet();
+    DxrHost *const other = MakeHost();
+    const DxrHostChassisPlan plan = PlanOf(1, 1);
+    EXPECT_EQ(DxrHostJoinChassis(other, &plan), static_cast<uint32_t>(EADDRINUSE));
+    (void)DxrHostDestroy(other, nullptr);
+    // A board that looks for it only now finds the one that was there.
+    EndMain();
+    BeginMain(1);
+    DxrHostMessage message = WithAck(MessageOf(kLpu2, 1));
+    EXPECT_EQ(DXR_SendMsg(&message), 0U);
+}
+
 TEST(ChassisClock, IsTheMachines) {
     const DxrHostChassisBoard board{"ipc:///tmp/nobody", nullptr, nullptr, 0, 0};
     const DxrHostChassisPlan plan{sizeof(plan), 1, &board, nullptr, 0, 0};
@@ -632,6 +647,7 @@ TEST(ChassisAddresses, SayWhereTheyAre) {
     for (const char *const none : {"",
                                    "ipc://",
                                    "ipc://*",
+                                   "ipc://*a",
                                    "ipc://@a",
                                    longest.c_str(),
                                    "tcp://",

@@ -337,6 +337,17 @@ def deaths(lab, _):
     check(status == 1 and "line: cannot be run: " in out, f"{status} {out}")
 
 
+def paths(lab, _):
+    """Addresses are as seen from the file, too."""
+    boards = lab.usual(1, "10")
+    boards[0].update(address="ipc://main.here")
+    lab.write(boards)
+    lab.start()
+    check((lab.top / "main.here").is_socket(), "a board listens elsewhere")
+    await_that(lambda: lab.status()["line1"]["acknowledged"] > 0, "it is found there")
+    lab.stop()
+
+
 def keys(lab, _):
     """Keys, tcp, and two machines, each with a supervisor."""
     port = free_ports(3)
@@ -387,6 +398,12 @@ def files(lab, _):
              {"boards": [dict(good[0], address="tcp://192.0.2.1:5600")]}),
             (r"/boards/0/address: must have a port",
              {"boards": [dict(good[1], address="ipc:///tmp/a")]}),
+            (r"/boards/1/address: must not be that of another board",
+             {"boards": [dict(good[0], address="tcp://127.0.0.1:5601"),
+                         dict(good[1], address="tcp://127.0.0.1:5600")]}),
+            (r"/boards/0/address: must be ipc", {"boards": [dict(good[0], address="ipc://*a")]}),
+            (r"/boards/0/address: must be ipc",
+             {"boards": [dict(good[0], address="ipc://" + "a" * 100)]}),
             (r"/boards/0/machine: needs an address", {"boards": [dict(good[0], machine="a")]}),
             (r"no_such.so: No such file", {"boards": [dict(good[0], module="./no_such.so")]})):
         content = dict(name="lab", boards=good)
@@ -414,7 +431,7 @@ def main():
     parser.add_argument("--only")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, orphans, begin_again, inherited, deaths, keys, files, storm):
+    for test in (orders, orphans, begin_again, inherited, deaths, paths, keys, files, storm):
         if options.only not in (None, test.__name__):
             continue
         began = time.monotonic()

@@ -23,6 +23,7 @@ constexpr uint64_t kMillion = 1000000;
 constexpr uint64_t kMostMs = 3600000;
 constexpr uint64_t kMostNumber = 1000000;
 constexpr uint64_t kMostPort = 65535;
+constexpr std::string_view kIpc = "ipc://";
 
 // A part of paths, and of what people type.
 bool IsName(std::string_view text) {
@@ -169,7 +170,7 @@ class Reader {
     }
 
     // The boards of one entry listen at ports one after the other.
-    void TakeAddress(const Members &members, ChassisBoard &board, uint32_t index) const {
+    void TakeAddress(const Members &members, ChassisBoard &board, uint32_t index) {
         if (board.address.empty()) {
             if (!board.machine.empty()) {
                 members.Blame("machine", "needs an address that others reach");
@@ -189,11 +190,19 @@ class Reader {
             board.address.replace(colon + 1, std::string::npos,
                                   std::to_string(std::stoul(port) + index));
         }
-        switch (DxrHostGetAddressKind(board.address.c_str())) {
+        uint32_t kind = DxrHostGetAddressKind(board.address.c_str());
+        if (kind != DXR_HOST_ADDRESS_NONE && board.address.compare(0, kIpc.size(), kIpc) == 0) {
+            board.address = std::string(kIpc) + FromHere(board.address.substr(kIpc.size()));
+            kind = DxrHostGetAddressKind(board.address.c_str());  // it may be too long now
+        }
+        if (!addresses_.insert(board.address).second) {
+            members.Blame("address", "must not be that of another board");
+        }
+        switch (kind) {
             case DXR_HOST_ADDRESS_NONE:
                 members.Blame("address",
-                              "must be ipc://PATH, or tcp://NUMBER:PORT with the number of one "
-                              "machine");
+                              "must be ipc://PATH with a short path, or tcp://NUMBER:PORT with the "
+                              "number of one machine");
             case DXR_HOST_ADDRESS_THERE:
                 if (chassis_.keys.empty()) {
                     members.Blame("address", "is not local, and the chassis has no keys");
@@ -230,6 +239,7 @@ class Reader {
     const std::string modules_;
     Chassis chassis_;
     std::set<std::string> names_;
+    std::set<std::string> addresses_;
     std::set<std::pair<uint32_t, uint32_t>> units_;
 };
 
