@@ -335,6 +335,12 @@ def deaths(lab, _):
     lab.write([other])
     status, out, _ = lab.call(str(lab.file))
     check(status == 1 and "line: cannot be run: " in out, f"{status} {out}")
+    (lab.top / "device.json").write_text("{", encoding="utf-8")
+    lab.write([dict(bad, board="device.json")])
+    status, out, _ = lab.call(str(lab.file))
+    log = (lab.top / "work/line/board.log").read_text(encoding="utf-8")
+    check(status == 1 and "line: cannot be run: " in out and "device.json:1:" in log,
+          f"{status} {out} {log}")
 
 
 def paths(lab, _):
@@ -404,6 +410,7 @@ def files(lab, _):
             (r"/boards/0/address: must be ipc", {"boards": [dict(good[0], address="ipc://*a")]}),
             (r"/boards/0/address: must be ipc",
              {"boards": [dict(good[0], address="ipc://" + "a" * 100)]}),
+            (r"no_such.json: No such file", {"boards": [dict(good[0], board="no_such.json")]}),
             (r"/boards/0/machine: needs an address", {"boards": [dict(good[0], machine="a")]}),
             (r"no_such.so: No such file", {"boards": [dict(good[0], module="./no_such.so")]})):
         content = dict(name="lab", boards=good)

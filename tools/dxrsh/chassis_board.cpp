@@ -115,6 +115,10 @@ DxrHost *MakeHost(const Chassis &chassis, const ChassisBoard &board) {
     if (host == nullptr || DxrHostRegister(host) != 0) {
         throw RunError("the development host could not be made");
     }
+    DxrHostReport wrong{};
+    if (options.board != nullptr && DxrHostGetReport(host, 0, &wrong)) {
+        throw UsageError(wrong.text);  // nothing else has been looked at yet
+    }
     return host;
 }
 

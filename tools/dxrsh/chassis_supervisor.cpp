@@ -602,8 +602,10 @@ void CheckBoards(const Chassis &chassis, const std::string &machine) {
     for (const ChassisBoard &board : chassis.boards) {
         const bool isHere = board.machine == machine;
         hasBoard = hasBoard || isHere;
-        if (isHere && access(board.module.c_str(), R_OK) != 0) {
-            throw UsageError(board.module + ": " + std::generic_category().message(errno));
+        for (const std::string &file : {board.module, board.device}) {
+            if (isHere && !file.empty() && access(file.c_str(), R_OK) != 0) {
+                throw UsageError(file + ": " + std::generic_category().message(errno));
+            }
         }
         if (!chassis.keys.empty()) {
             (void)ReadPublicKey(chassis.keys, board.name);
