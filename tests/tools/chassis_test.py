@@ -366,6 +366,13 @@ def keys(lab, _):
     check(lab.ask("keys", str(lab.file)) == "main: made\nline1: made\nline2: made\n", "keys")
     check(lab.ask("keys", str(lab.file)).count("has keys") == 3, "keys are made anew")
     secret = lab.top / "keys/line1.secret"
+    public = lab.top / "keys/line1.public"
+    kept = public.read_text(encoding="ascii")
+    public.unlink()
+    lab.fails(1, "line1.public: is missing, and line1.secret is there", "keys", str(lab.file))
+    public.write_text(kept, encoding="ascii")
+    lab.fails(2, "name the machine that this is", str(lab.file))
+    lab.fails(2, "no board is on machine up", "--machine", "up", str(lab.file))
     secret.chmod(0o644)
     lab.fails(2, "line1.secret: others can read it", "--machine", "right", str(lab.file))
     secret.chmod(0o600)

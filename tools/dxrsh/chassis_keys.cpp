@@ -45,13 +45,19 @@ std::string ReadKey(const std::string &path, bool isSecret) {
     return {text.data(), kLength};
 }
 
-// Never over another file.
+// Never over another file. What fails leaves none.
 void WriteKey(const std::string &path, const std::string &key, mode_t mode) {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    const std::string line = key + "\n";
-    if (!file || write(file.Get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()) ||
-        fsync(file.Get()) != 0) {
+    if (!file) {
         throw RunError(path + ": " + ErrorText(errno));
+    }
+    const std::string line = key + "\n";
+    errno = ENOSPC;  // of a write that is cut short
+    if (write(file.Get(), line.data(), line.size()) != static_cast<ssize_t>(line.size()) ||
+        fsync(file.Get()) != 0) {
+        const int error = errno;
+        (void)unlink(path.c_str());
+        throw RunError(path + ": " + ErrorText(error));
     }
 }
 
@@ -68,8 +74,13 @@ std::string ReadSecretKey(const std::string &directory, const std::string &board
 bool MakeKeys(const std::string &directory, const std::string &board) {
     const std::string secretPath = PathOf(directory, board, ".secret");
     const std::string publicPath = PathOf(directory, board, ".public");
-    if (access(secretPath.c_str(), F_OK) == 0 || access(publicPath.c_str(), F_OK) == 0) {
-        return false;
+    const bool hasSecret = access(secretPath.c_str(), F_OK) == 0;
+    if (access(publicPath.c_str(), F_OK) == 0) {
+        return false;  // the secret one may be on the board's own machine
+    }
+    if (hasSecret) {
+        throw RunError(publicPath + ": is missing, and " + board +
+                       ".secret is there: remove that to get new ones");
     }
     std::array<char, DXR_HOST_KEY_BYTES> publicKey{};
     std::array<char, DXR_HOST_KEY_BYTES> secretKey{};
@@ -78,7 +89,12 @@ bool MakeKeys(const std::string &directory, const std::string &board) {
         throw RunError("no keys can be made: " + ErrorText(static_cast<int>(error)));
     }
     WriteKey(secretPath, secretKey.data(), S_IRUSR | S_IWUSR);
-    WriteKey(publicPath, publicKey.data(), S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    try {
+        WriteKey(publicPath, publicKey.data(), S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    } catch (const RunError &) {
+        (void)unlink(secretPath.c_str());
+        throw;
+    }
     return true;
 }
 
