@@ -3,6 +3,7 @@
 was acknowledged.
 
     chassis_test.py DXRSH MODULE [--seconds N] [--boards N] [--seed N] [--only TEST]
+                    [--reluctant MODULE]
 
 MODULE is examples/chassis/pulse. The storm lasts so many seconds (default 4), with so many line
 boards (default 4), and kills a board every half of a second; with --seconds 60 --boards 16 it is
@@ -318,6 +319,24 @@ def inherited(lab, _):
     lab.stop()
 
 
+def endings(lab, options):
+    """A board that is at work when it should have ended is waited for, one that waits is not."""
+    board = dict(name="main", kind="main", module=os.path.abspath(options.reluctant))
+    lab.write([dict(board, arguments=["500"])], stopMs=300)
+    lab.start()
+    lab.stop()
+    lab.write([dict(board, arguments=["stuck"])], stopMs=300)
+    lab.start()
+    lab.fails(1, "a board did not end well", "stop")
+    check(lab.process.wait(LIMIT) == 1 and "main: does not stop" in lab.output(), lab.output())
+    lab.expect_nothing_left()
+    # One in a loop, too.
+    lab.write([dict(board, arguments=["1000000"])], stopMs=50)
+    lab.start()
+    lab.fails(1, "a board did not end well", "stop")
+    lab.process.wait(LIMIT)
+
+
 def deaths(lab, _):
     """Boards that cannot live, and boards that cannot be run."""
     bad = lab.board("line", "line", "lpu:1", "mpu:0", "--nonsense", "1")
@@ -443,10 +462,12 @@ def main():
     parser.add_argument("--boards", type=int, default=4)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only")
+    parser.add_argument("--reluctant", help="the module of tests/tools/modules, for test endings")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, orphans, begin_again, inherited, deaths, paths, keys, files, storm):
-        if options.only not in (None, test.__name__):
+    for test in (orders, orphans, begin_again, inherited, endings, deaths, paths, keys,
+                 files, storm):
+        if options.only not in (None, test.__name__) or (test == endings and not options.reluctant):
             continue
         began = time.monotonic()
         top = tempfile.mkdtemp(prefix="dxrch_", dir="/tmp")

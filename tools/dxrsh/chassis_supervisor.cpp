@@ -37,6 +37,8 @@ namespace {
 
 constexpr uint64_t kNever = std::numeric_limits<uint64_t>::max();
 constexpr uint64_t kMsPerSec = 1000;
+constexpr uint64_t kNsPerMs = 1000000;
+constexpr uint64_t kNsPerSec = kMsPerSec * kNsPerMs;
 
 // A board that lived so long begins with the shortest pause again.
 constexpr uint64_t kLongLifeMs = 2000;
@@ -50,13 +52,31 @@ constexpr size_t kLongestCommand = 128;
 // How long boards that do not begin are waited for.
 constexpr uint64_t kBeginningMs = 60000;
 
+// A board that should have ended, or said something, and has used this share of the time is slow, as
+// all are on a machine with much to do: it gets the same time again. At most so often, and until it
+// has used so many times that time: it is in a loop then.
+constexpr uint64_t kShareOfWork = 200;
+constexpr uint32_t kMostExtensions = 60;
+constexpr uint64_t kMostWork = 4;
+
 constexpr int kExitNoProgram = 127;
 
 uint64_t NowMs() {
     timespec now{};
     (void)clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<uint64_t>(now.tv_sec) * kMsPerSec +
-           static_cast<uint64_t>(now.tv_nsec) / 1000000;
+           static_cast<uint64_t>(now.tv_nsec) / kNsPerMs;
+}
+
+// Processor time of all threads of a process; 0 when there is none.
+uint64_t WorkNs(pid_t pid) {
+    clockid_t clock{};
+    timespec used{};
+    const bool isKnown =
+        pid != 0 && clock_getcpuclockid(pid, &clock) == 0 && clock_gettime(clock, &used) == 0;
+    return isKnown ? static_cast<uint64_t>(used.tv_sec) * kNsPerSec +
+                         static_cast<uint64_t>(used.tv_nsec)
+                   : 0;
 }
 
 enum class State : uint8_t {
@@ -89,6 +109,10 @@ struct Board {
     bool hasBeat = false;
     uint64_t beatMs = 0;
     ChassisBeat beat{};
+    uint64_t awaitedMs = 0;  // since when it is waited for a beat
+    uint64_t workNs = 0;     // what it had used when that began, or the wait for its end
+    uint64_t lastWorkNs = 0;
+    uint32_t extensions = 0;
 
     [[nodiscard]] bool Runs() const { return process.pid != 0; }
 };
@@ -237,6 +261,7 @@ class Supervisor {
         ++board.starts;
         board.startedMs = NowMs();
         board.beatMs = board.startedMs;
+        BeginToWait(board, board.startedMs);
         board.hasBeat = false;
         board.beat = {};
         board.dueMs = kNever;
@@ -251,6 +276,21 @@ class Supervisor {
             Tell(board, "not started: {}", error.what());
             PutOff(board);
         }
+    }
+
+    static void BeginToWait(Board &board, uint64_t nowMs) {
+        board.awaitedMs = nowMs;
+        board.workNs = board.lastWorkNs = WorkNs(board.process.pid);
+        board.extensions = 0;
+    }
+
+    // Tells whether it is waited for once more, since it is at work.
+    static bool WaitsOn(Board &board, uint64_t waitedMs) {
+        const uint64_t workNs = WorkNs(board.process.pid);
+        const bool isAtWork = workNs - board.lastWorkNs >= waitedMs * kNsPerMs / kShareOfWork;
+        const bool isInLoop = workNs - board.workNs >= waitedMs * kNsPerMs * kMostWork;
+        board.lastWorkNs = workNs;
+        return isAtWork && !isInLoop && board.extensions++ < kMostExtensions;
     }
 
     // Each time that it dies soon it waits twice as long.
@@ -323,12 +363,15 @@ class Supervisor {
         return chassis_.work + "/" + board.given->name + "/board.log";
     }
 
-    static void TakeBeats(Board &board) {
+    void TakeBeats(Board &board) const {
         ChassisBeat beat{};
         while (board.Runs() && recv(board.process.control.Get(), &beat, sizeof(beat),
                                     MSG_DONTWAIT) == sizeof(beat)) {
             board.beat = beat;
             board.beatMs = NowMs();
+            if (!isStopping_) {
+                BeginToWait(board, board.beatMs);
+            }
             board.hasBeat = true;
             if (board.state == State::kStarting) {
                 board.state = State::kRunning;
@@ -340,7 +383,7 @@ class Supervisor {
     [[nodiscard]] uint64_t SilentMs(const Board &board) const {
         const bool isWatched =
             board.Runs() && board.state != State::kPaused && chassis_.silentMs != 0 && !isStopping_;
-        return isWatched ? board.beatMs + chassis_.silentMs : kNever;
+        return isWatched ? board.awaitedMs + chassis_.silentMs : kNever;
     }
 
     // What its time has come for.
@@ -349,11 +392,18 @@ class Supervisor {
         if (board.dueMs <= nowMs && !board.Runs()) {
             Start(board);
         } else if (board.dueMs <= nowMs) {
+            if (WaitsOn(board, chassis_.stopMs)) {
+                board.dueMs = nowMs + chassis_.stopMs;
+                return;
+            }
             board.dueMs = kNever;
             Tell(board, "does not stop");
             (void)kill(-board.process.pid, SIGKILL);
         } else if (SilentMs(board) <= nowMs) {
-            board.beatMs = nowMs;
+            board.awaitedMs = nowMs;
+            if (WaitsOn(board, chassis_.silentMs)) {
+                return;
+            }
             Tell(board, "gives no sign of life");
             (void)kill(-board.process.pid, SIGKILL);
         }
@@ -373,7 +423,8 @@ class Supervisor {
             if (board.Runs()) {
                 Order(board, ChassisOrder::kStop);
                 (void)kill(-board.process.pid, SIGCONT);
-                board.dueMs = NowMs() + chassis_.stopMs;
+                BeginToWait(board, NowMs());
+                board.dueMs = board.awaitedMs + chassis_.stopMs;
             } else if (board.state == State::kWaiting) {
                 board.state = State::kStopped;
                 board.dueMs = kNever;
@@ -439,6 +490,7 @@ class Supervisor {
         (void)kill(-board.process.pid, SIGCONT);
         board.state = State::kRunning;
         board.beatMs = NowMs();
+        BeginToWait(board, board.beatMs);
         return "ok\n";
     }
 
