@@ -4,13 +4,15 @@
     installed_test.py --build DIR --components NAME ... [OPTION ...]    what a build installs
     installed_test.py --prefix /usr --components NAME ... [OPTION ...]  what packages have installed
 
-CMake in C++ and in C alone, pkg-config in C and C++, a program that loads the library while it
-runs, one at a fixed address that holds the library's data itself, one that is a single file; and
-dxrsh starts.
+CMake in C++ and in C alone, a project that others take in with what it needs, pkg-config in C and
+C++, a program that loads the library while it runs, one at a fixed address that holds the library's
+data itself, one that is a single file; and dxrsh starts. The Debian packages have each header
+where it is looked for.
 """
 
 import argparse
 import concurrent.futures
+import fnmatch
 import os
 import pathlib
 import shlex
@@ -83,6 +85,24 @@ def check_installed_files(options, prefix):
     return libdir
 
 
+def check_packages(options):
+    """Each header is in the development package of its component, and in no other."""
+    wanted = {}
+    for component in ("api", "devhost", "trace"):
+        lines = (options.source / f"debian/libdxr-{component}-dev.install").read_text(
+            encoding="utf-8").split()
+        wanted[component] = [line.removeprefix("usr/include/") for line in lines
+                             if line.startswith("usr/include/")]
+    include = options.source / "include"
+    for header in include.rglob("*.h"):
+        name = str(header.relative_to(include))
+        found = [component for component, patterns in wanted.items()
+                 if any(fnmatch.fnmatch(name, pattern) or name.startswith(f"{pattern}/")
+                        for pattern in patterns)]
+        if found != [header_component(name)]:
+            raise RuntimeError(f"{name} is packed with {found}, not with {header_component(name)}")
+
+
 def consume_with_cmake(options, prefix, work, language):
     compiler = options.cc if language == "C" else options.cxx
     build = work / f"cmake consumer {language}"
@@ -101,6 +121,17 @@ def consume_with_cmake(options, prefix, work, language):
                                    ("static", "consumer_static")):
             if component in options.components:
                 run(build / program)
+
+
+def consume_below(options, prefix, work):
+    """The library is looked for by a part of a project that knows nothing of it, and that asks for
+    it as it would for sources."""
+    build = work / "below"
+    run(options.cmake, "-S", options.source / "tests/consumer/below", "-B", build,
+        "-G", options.generator, f"-DCMAKE_PREFIX_PATH={prefix}",
+        f"-DCMAKE_C_COMPILER={options.cc}")
+    run(options.cmake, "--build", build)
+    run(build / "outside")
 
 
 def build_sample(options, prefix, work):
@@ -171,10 +202,12 @@ def main():
     with tempfile.TemporaryDirectory(prefix="dxr_installed_") as folder:
         work = pathlib.Path(folder)
         prefix = options.prefix or install_and_move(options, work)
+        check_packages(options)
         libdir = check_installed_files(options, prefix)
         fixed = ["-std=c11", "-fno-pic", "-fno-pie", "-no-pie", f"-I{options.source}/tests"]
         jobs = [(consume_with_cmake, options, prefix, work, "CXX"),
                 (consume_with_cmake, options, prefix, work, "C"),
+                (consume_below, options, prefix, work),
                 (load, options, work, libdir),
                 (run_dxrsh, options, prefix)]
         jobs += [(consume_with_pkg_config, options, work, libdir, *consumer)
