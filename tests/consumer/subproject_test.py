@@ -1,14 +1,19 @@
 #!/usr/bin/env python3
 """A project in C alone takes the library in as sources, and has nothing of it but the library.
 
-    subproject_test.py --source DIR [OPTION ...]
+    subproject_test.py --source DIR --library FILE [OPTION ...]
 
 By add_subdirectory and by FetchContent; as a shared library and as an archive; with and without the
-library's own rules for installation, those into a directory for one architecture.
+library's own rules for installation, those into a directory for one architecture. What is taken in
+is the next MAJOR version: where it is installed, the built library of this one (FILE) stands beside
+it, and programs of both have their own.
 """
 
 import argparse
+import os
 import pathlib
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -16,9 +21,10 @@ import tempfile
 LIBDIR = "lib/some-linux-arch"
 
 
-def run(*command):
+def run(*command, env=None):
     result = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
-                            stderr=subprocess.STDOUT, text=True, check=False)
+                            stderr=subprocess.STDOUT, text=True, check=False,
+                            env={**os.environ, **(env or {})})
     if result.returncode != 0:
         sys.exit(f"failed ({result.returncode}): {' '.join(map(str, command))}\n{result.stdout}")
     return result.stdout
@@ -28,10 +34,44 @@ def files(prefix):
     return {str(path.relative_to(prefix)) for path in prefix.rglob("*") if not path.is_dir()}
 
 
+def next_version(source, copy):
+    """The sources of the library with the next MAJOR number, which is returned."""
+    copy.mkdir()
+    shutil.copy(source / "CMakeLists.txt", copy)
+    for folder in ("cmake", "include", "src"):
+        shutil.copytree(source / folder, copy / folder)
+    header = copy / "include/dxr/version.h"
+    text = header.read_text(encoding="utf-8")
+    number = int(re.search(r"VERSION_MAJOR (\d+)", text)[1]) + 1
+    header.write_text(re.sub(r"(VERSION_MAJOR) \d+", rf"\1 {number}", text), encoding="utf-8")
+    return number
+
+
+def side_by_side(options, libdir, major, newer, work):
+    """Two versions in one directory: a program runs with the one that it was built with."""
+    names = [f"libdxr_api.so.{number}" for number in (major - 1, major)]
+    if not options.library.name.startswith(f"{names[0]}."):
+        sys.exit(f"{options.library} is not a {names[0]}")
+    shutil.copy(options.library, libdir)
+    (libdir / names[0]).symlink_to(options.library.name)
+    older = work / "older consumer"
+    run(options.cc, "-std=c11", f"-I{options.source}/include",
+        options.source / "tests/consumer/consumer.c", "-o", older, f"-L{libdir}", f"-l:{names[0]}")
+    env = {"LD_LIBRARY_PATH": str(libdir)}
+    for program, name in zip((older, newer), names):
+        run(program, env=env)
+        loaded = re.findall(r"(libdxr_api\S*) => (\S+)", run("ldd", program, env=env))
+        if loaded != [(name, str(libdir / name))]:
+            sys.exit(f"{program} of {name} runs with {loaded}")
+    if not (libdir / "libdxr_api.so").resolve().name.startswith(f"{names[1]}."):
+        sys.exit("what is built next is not built with the newer library")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--source", required=True, type=pathlib.Path)
+    parser.add_argument("--library", required=True, type=pathlib.Path)
     parser.add_argument("--cmake", default="cmake")
     parser.add_argument("--generator", default="Ninja")
     parser.add_argument("--cc", default="cc")
@@ -43,15 +83,18 @@ def main():
     with tempfile.TemporaryDirectory(prefix="dxr_subproject_") as folder:
         work = pathlib.Path(folder)
 
-        def configure(source, build, *settings):
+        newer = work / "newer"
+        major = next_version(options.source, newer)
+
+        def configure(source, build, *settings, library=newer):
             run(options.cmake, "-S", source, "-B", build, "-G", options.generator,
                 f"-DCMAKE_C_COMPILER={options.cc}", f"-DCMAKE_CXX_COMPILER={options.cxx}",
-                f"-DDXR_SOURCE={options.source}", "-DCMAKE_BUILD_TYPE=Debug", *settings)
+                f"-DDXR_SOURCE={library}", "-DCMAKE_BUILD_TYPE=Debug", *settings)
 
         # Without a type of build nothing may be asked of the compiler that needs one.
         build = work / "fetched"
         configure(outside, build, "-DFETCH=ON", "-DCMAKE_BUILD_TYPE=",
-                  "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON")
+                  "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", library=options.source)
         commands = (build / "compile_commands.json").read_text(encoding="utf-8")
         if "dxr_memory.cpp" not in commands or "FORTIFY_SOURCE" in commands:
             sys.exit("the library is compiled as if it were optimised")
@@ -74,10 +117,12 @@ def main():
             sys.exit(f"not installed: {wanted - files(prefix)}")
         build = work / "installed"
         configure(installed, build, "-DCONSUMER_LANGUAGE=C", "-DCOMPONENTS=static",
+                  f"-DMAJOR={major}",
                   f"-Ddxr_api_DIR={prefix / LIBDIR / 'cmake/dxr_api'}")
         run(options.cmake, "--build", build)
         run(build / "consumer")
         run(build / "consumer_static")
+        side_by_side(options, prefix / LIBDIR, major, build / "consumer", work)
     return 0
 
 
