@@ -13,12 +13,10 @@ import pathlib
 import re
 import sys
 
-import yaml
-
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SECTION = re.compile(r"-{3,}")
 # What is no declaration of its own.
-SILENT = re.compile(r"\s*(#(if|else|endif|include|pragma|undef|error)|DXR_EXTERN_C_|\}"
+SILENT = re.compile(r"\s*(#(if|elif|else|endif|include|pragma|undef|error)|DXR_EXTERN_C_|\}"
                     r"|DXR_STATIC_ASSERT|DXR_ASSERT_SLOT|(public|protected|private):|friend "
                     r"|namespace )")
 
@@ -83,6 +81,7 @@ def documentation(comment, opening="/**", first=""):
 
 def hook_callers():
     """{(type of the group, member): who calls it}."""
+    import yaml  # which only this header needs
     groups = yaml.safe_load((ROOT / "hooks/slots.yaml").read_text(encoding="utf-8"))
     callers = {}
     for group in groups:
@@ -105,6 +104,7 @@ class Header:
         self.at = 0
         self.shared = None  # the comment of this run of declarations
         self.record = None  # the name of the record that is open
+        self.declared = []  # (has a text, record, declaration) of each
 
     def comment_from(self, text):
         """A comment that begins in `text`, whole; moves to its last line."""
@@ -144,7 +144,8 @@ class Header:
 
     def declaration(self, line):
         """Up to its end; a record only up to its first brace."""
-        if self.shared is not None:
+        has_text = self.shared is not None
+        if has_text:
             self.out.append(documentation(self.shared))
         taken = ""
         while True:
@@ -160,6 +161,7 @@ class Header:
             self.out.append(code)
             self.at += 1
             line = self.lines[self.at]
+        self.declared.append((has_text or trailing is not None, self.record, taken))
         if re.match(r"(typedef )?(struct|class)\b.*\{$", taken):
             self.record = re.search(r"(?:struct|class) (?:DXR_API )?(\w+)", taken)[1]
             self.shared = None

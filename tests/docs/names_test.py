@@ -5,10 +5,12 @@
 
 Looks at the Markdown files and at the comments of include/. "DXR_HOST_MAP_..." and "DXR_LOGFILTER_"
 stand for the names that begin so. docs/names.md has every function whose name does not begin with
-DXR_, itself or how it begins. Declarations that stand together have a comment before or beside
-them, and a header of more than dispatchers says what its functions cost.
+DXR_, itself or how it begins. Each public name has a text where the reference site looks for one,
+before it, beside it, or before those that it stands together with; and a header of more than
+dispatchers says what its functions cost.
 """
 
+import importlib.util
 import pathlib
 import re
 import sys
@@ -41,13 +43,42 @@ def unlisted(root, headers):
             if not name.startswith(("DXR_", *plain))], len(functions)
 
 
-def bare(text):
-    """First lines of declarations that stand apart, without a comment."""
-    for paragraph in re.split(r"\n\s*\n", text):
-        line = paragraph.split("\n")[0]
-        if re.match(r"(typedef|DXR_API|DXR_NODISCARD|extern|class|#define DXR_\w+ )", line):
-            if "/*" not in line:
-                yield line
+def reader(root):
+    """What reads headers for the site."""
+    spec = importlib.util.spec_from_file_location("site_filter", root / "docs/site/filter.py")
+    module = importlib.util.module_from_spec(spec)
+    sys.dont_write_bytecode = True
+    spec.loader.exec_module(module)
+    return module.Header
+
+
+def is_name(record, declaration):
+    """Whether it needs a text of its own. Fields may go without; constructors and what overrides
+    are described by their class, what is special for some types with its template."""
+    if declaration.startswith("#define"):
+        return re.match(r"#define (\w+_H|DXR_(EXTERN_C_\w+|STATIC_ASSERT|NODISCARD))\b",
+                        declaration) is None
+    if not declaration.startswith(" "):
+        return not declaration.startswith("}") and not re.search(
+            r"(class|struct) \w+<|\) -> \w+<", declaration)
+    function = re.search(r"(~?\w+)\(", declaration)
+    return (function is not None and re.match(r" {4}\S", declaration) is not None
+            and "(*" not in declaration and function[1].lstrip("~") not in ("operator", record)
+            and not re.search(r"\b(override|operator.*= (default|delete))\b", declaration))
+
+
+def bare(headers, read):
+    """(header, declaration) of names without a text; and how many names there are."""
+    found, names = [], 0
+    for path, text in headers.items():
+        if path.name == "hooks.h":  # made of the slots, which have theirs
+            continue
+        header = read(path.name, text)
+        header.transformed()
+        names += sum(1 for _, record, each in header.declared if is_name(record, each))
+        found += [(path, each) for has_text, record, each in header.declared
+                  if not has_text and is_name(record, each)]
+    return found, names
 
 
 def costs(path, text):
@@ -77,14 +108,15 @@ def main(root):
                      else stem in declared)
             if not known and not OTHERS.match(stem) and stem not in FORMS:
                 wrong.append(f"{path.relative_to(root)}: {word} is declared nowhere")
-    wrong += [f"{path.relative_to(root)}: no comment says what this is: {line}"
-              for path, text in headers.items() for line in bare(text)]
+    without, names = bare(headers, reader(root))
+    wrong += [f"{path.relative_to(root)}: no comment says what this is: {declaration}"
+              for path, declaration in without]
     wrong += [f"{path.relative_to(root)} does not say what its functions cost"
               for path, text in headers.items() if not costs(path, text)]
     left_out, functions = unlisted(root, headers)
     wrong += left_out
-    print(*wrong, f"{mentioned} mentioned, {functions} functions", sep="\n")
-    return 1 if wrong or not mentioned or not functions else 0
+    print(*wrong, f"{mentioned} mentioned, {functions} functions, {names} names", sep="\n")
+    return 1 if wrong or not mentioned or not functions or not names else 0
 
 
 if __name__ == "__main__":
