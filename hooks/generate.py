@@ -465,8 +465,8 @@ def slots_page(groups):
         "",
         "*Index* counts within the group, *slot* from the table's first. The fallback is what the "
         "function",
-        "answers while the slot is empty. A dash stands where no function of the library reads the "
-        "slot.",
+        "answers while the slot is empty. A dash stands where no function hands its arguments on "
+        "to the slot.",
     ]
     for group in groups:
         lines += ["", f"## {group.name}", "", f"{group.about} Reached with `{group.getter}`"]
@@ -481,7 +481,7 @@ def slots_page(groups):
             doc = f"{doc} {meaning(slot)}".rstrip()
             fallback = "no result" if slot.fallback == "none" else f"`{slot.fallback}`"
             if not slot.function:
-                fallback, doc = "-", "-"
+                fallback, doc = "-", slot.doc or "-"
                 prototype = f"`{slot.hook} {slot.member}`"
             lines.append(
                 f"| {slot.index} | {group.first + slot.index} | {prototype} | {fallback} | {doc} |"
