@@ -5,12 +5,13 @@
 
 Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares
 what it prints with the lines below it. A block under a line "`examples/NAME`:" must be that file. A
-block that installs is run as a whole, by one shell with a home directory of its own and BUILD in
+block that uses the home directory is run as a whole, by one shell with one of its own and BUILD in
 the place of build/release; not if BUILD is "-", as where programs need flags that users do not.
 """
 
 import os
 import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -48,17 +49,23 @@ def run(command, root, dxrsh, **variables):
     # A chassis of another user of this machine is not in the way.
     with tempfile.TemporaryDirectory(prefix="dxrsh_") as place:
         environment = dict(os.environ, PATH=path, XDG_RUNTIME_DIR=place, **variables)
-        done = subprocess.run(["sh", "-c", command], cwd=root, env=environment, text=True,
-                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, check=False)
+        shell = subprocess.Popen(["sh", "-c", command], cwd=root, env=environment, text=True,
+                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                 stderr=subprocess.STDOUT, start_new_session=True)
+        out, _ = shell.communicate()
+        # A block that fails leaves nothing running that it started.
+        try:
+            os.killpg(shell.pid, signal.SIGTERM)
+        except ProcessLookupError:
+            pass
     # Markdown shows no difference in blanks at the end of a line.
-    return [line.rstrip() for line in done.stdout.splitlines()]
+    return [line.rstrip() for line in out.splitlines()]
 
 
-def run_installing(lines, root, dxrsh, build):
+def run_whole(lines, root, dxrsh, build):
     """What a block prints, and what it says that it prints."""
     shown = commands(lines)
-    script = "\n".join(command.replace("build/release", build) for command, _ in shown)
+    script = "\n".join(re.sub(r"(\$PWD/)?build/release", build, command) for command, _ in shown)
     with tempfile.TemporaryDirectory(prefix="dxr_documents_") as home:
         actual = run("set -e\n" + script, root, dxrsh, HOME=home)
     return actual, [line for _, expected in shown for line in expected]
@@ -81,14 +88,15 @@ def main(root, dxrsh, build, files):
                     print(f"{name}: the block is not {example[1]}")
             if kind != "console":
                 continue
-            if any("cmake --install" in line for line in lines):
+            if any(line.startswith("$ ") and "~/" in line for line in lines):
                 if build == "-":
                     continue
                 checked += 1
-                actual, expected = run_installing(lines, root, dxrsh, build)
+                actual, expected = run_whole(lines, root, dxrsh, build)
                 if actual != expected:
                     wrong += 1
-                    print(f"{name}: the block that installs prints", *actual, sep="\n    ")
+                    print(f"{name}: the block of {commands(lines)[0][0]!r} prints", *actual,
+                          sep="\n    ")
                 continue
             for command, expected in commands(lines):
                 if not re.search(r"\bdxrsh ", command):
