@@ -4,6 +4,7 @@
     devhost_test.py ROOT
 
 Its tables: the slots of each group that are filled, the points that can be made to fail, the files.
+And the picture of the README counts slots, groups and dispatchers as they are.
 """
 
 import pathlib
@@ -48,15 +49,25 @@ def slots_told(text):
             for group, filled, count in [re.fullmatch(r"(\w+) (\d+) of (\d+)", row[2]).groups()]}
 
 
-def slots_made(root, sources):
+def slots_made(groups, sources):
     """The same as the functions that fill the table have it."""
     assigned = set(re.findall(r"\bhooks\.(\w+(?:\.\w+)?) =\s", "".join(sources.values())))
-    for group in yaml.safe_load((root / "hooks/slots.yaml").read_text(encoding="utf-8")):
+    for group in groups:
         members = [slot["member"] for slot in group["slots"]]
         filled = sum(1 for member in members
                      if {member, f"{group['member']}.{member}"} & assigned)
         if filled:
             yield group["name"], (filled, len(members))
+
+
+def picture(root, groups):
+    """What the README's picture has to say and does not."""
+    slots = [slot for group in groups for slot in group["slots"]]
+    dispatchers = sum(1 for slot in slots if "prototype" in slot)
+    text = (root / "README.md").read_text(encoding="utf-8")
+    return [f"README.md does not say: {said}" for said in (
+        f"{dispatchers} dispatchers", f"{len(slots)} function pointers in {len(groups)} groups")
+        if said not in text]
 
 
 def main(root):
@@ -67,11 +78,13 @@ def main(root):
     told, made = set(points_told(text)), set(points_made(sources))
     wrong += [f"there is no point {name}" for name in sorted(told - made)]
     wrong += [f"the point {name} is not told" for name in sorted(made - told)]
-    slots, filled = slots_told(text), dict(slots_made(root, sources))
+    groups = yaml.safe_load((root / "hooks/slots.yaml").read_text(encoding="utf-8"))
+    slots, filled = slots_told(text), dict(slots_made(groups, sources))
     wrong += [f"{group}: {slots.get(group)} slots are told, {filled.get(group)} are filled"
               for group in sorted(slots.keys() | filled.keys())
               if slots.get(group) != filled.get(group)]
     total = sum(count for count, _ in filled.values())
+    wrong += picture(root, groups)
     if f"\n{total} of the 226 slots in all." not in text:
         wrong.append(f"{total} slots are filled in all")
     for header in re.findall(r"`(\w+\.h)`", "".join(
