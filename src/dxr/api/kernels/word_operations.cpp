@@ -10,7 +10,8 @@ void CopyMany(uint32_t *dst, const uint32_t *src, size_t count) noexcept {
     const size_t size = count * sizeof(*dst);
     const bool apart = Distance(dst, src) >= size && Distance(src, dst) >= size;
     if (apart) {
-        std::memcpy(dst, src, size);
+        // As bytes: the compiler may otherwise take words for aligned.
+        std::memcpy(reinterpret_cast<uint8_t *>(dst), reinterpret_cast<const uint8_t *>(src), size);
     } else {
         OfWords<Copy>(dst, src, count);
     }
