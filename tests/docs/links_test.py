@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
 """No link of the pages leads nowhere.
 
-    links_test.py ROOT
+    links_test.py ROOT [--elsewhere FOLDER...]
 
 Looks at the Markdown files: a link is a file of the tree, and a place in it one of its headings.
-Addresses of other machines are left alone.
+Addresses of other machines are left alone, and so are links into a FOLDER of the root, where the
+pages lie without it.
 """
 
+import argparse
+import os
 import pathlib
 import re
 import sys
@@ -25,7 +28,7 @@ def without_code(text):
     return re.sub(r"`[^`]*`", "", text)
 
 
-def main(root):
+def main(root, elsewhere):
     links = 0
     dead = []
     pages = [path for pattern in ("*.md", "docs/**/*.md", "tests/**/*.md", "examples/**/*.md",
@@ -36,7 +39,9 @@ def main(root):
             if re.match(r"\w+:", target):
                 continue
             name, _, place = target.partition("#")
-            path = page.parent / name if name else page
+            path = pathlib.Path(os.path.normpath(page.parent / name)) if name else page
+            if path.relative_to(root).parts[:1] in elsewhere:
+                continue
             if not path.exists():
                 dead.append(f"{page.relative_to(root)} links to {target}, which is not there")
             elif place and place not in set(anchors(path.read_text(encoding="utf-8"))):
@@ -46,4 +51,9 @@ def main(root):
 
 
 if __name__ == "__main__":
-    sys.exit(main(pathlib.Path(sys.argv[1])))
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("root", type=pathlib.Path)
+    parser.add_argument("--elsewhere", nargs="+", default=[])
+    options = parser.parse_args()
+    sys.exit(main(options.root.resolve(), [(folder,) for folder in options.elsewhere]))
