@@ -31,10 +31,12 @@ def main():
         subprocess.run([*pip, "install", *offline, "--target", folder / "site", wheel],
                        check=True, env=quiet)
         (folder / "test_installed.py").write_text(TEST.format(folder=str(folder / "site")))
-        # The entry point of the installed package brings the fixtures.
-        return subprocess.run([sys.executable, "-m", "pytest", "-q", "-p", "no:cacheprovider",
-                               folder / "test_installed.py"], check=False,
-                              env={**os.environ, "PYTHONPATH": str(folder / "site")}).returncode
+        # The entry point of the installed package brings the fixtures, also where one asks for them
+        # as in the source tree.
+        for asked in ([], ["-p", "dxr.pytest_plugin"]):
+            subprocess.run([sys.executable, "-m", "pytest", "-q", "-p", "no:cacheprovider", *asked,
+                            folder / "test_installed.py"], check=True,
+                           env={**os.environ, "PYTHONPATH": str(folder / "site")})
 
 
 if __name__ == "__main__":
