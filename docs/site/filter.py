@@ -196,27 +196,42 @@ class Header:
 PAGES = {"README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md"}
 
 
-def link(match, folder):
+def label(page_path, heading):
+    """Of a heading, by its text or by what stands after # in links to it; one on the whole site."""
+    anchor = re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
+    return f"{page_path.stem}-{anchor}"
+
+
+def link(match, page_path):
     text, target = match.groups()
-    if re.match(r"\w+:|#", target):
+    if re.match(r"\w+:", target):
         return match[0]
-    path = (folder / target.split("#")[0]).resolve().relative_to(ROOT)
+    name, _, place = target.partition("#")
+    path = (page_path.parent / name).resolve() if name else page_path
+    if place:
+        return f"[{text}](#{label(path, place)})"
+    path = path.relative_to(ROOT)
     if str(path) in PAGES or (path.parts[0] == "docs" and path.suffix in (".md", ".svg")):
         return f"[{text}]({path})" if path.suffix == ".md" else f"[{text}]({path.name})"
     if path.parts[0] == "include" and path.suffix == ".h":
-        return f'@ref {path} "{text}"'
+        return f'@ref {path.relative_to("include")} "{text}"'
     return f"{text} (`{path}`)" if str(path) not in text else f"`{path}`"
 
 
 def page(path):
     lines = []
+    seen = {}  # how often a label was given; the second of a name is called name-1
     fenced = False
     for line in path.read_text(encoding="utf-8").split("\n"):
         fenced ^= line.startswith("```")
         if line.startswith("```console"):
             line = "```"
-        if not fenced and not line.startswith("    ") and not line.startswith("<!--"):
-            line = re.sub(r"\[([^\]]*)\]\(([^)]*)\)", lambda match: link(match, path.parent), line)
+        if not fenced and line.startswith("##"):
+            place = label(path, line.lstrip("# "))
+            seen[place] = seen.get(place, -1) + 1
+            line += f" {{#{place}-{seen[place]}}}" if seen[place] else f" {{#{place}}}"
+        elif not fenced and not line.startswith("    ") and not line.startswith("<!--"):
+            line = re.sub(r"\[([^\]]*)\]\(([^)]*)\)", lambda match: link(match, path), line)
         lines.append(line)
     return "\n".join(lines)
 
