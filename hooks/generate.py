@@ -614,7 +614,7 @@ class PointerRules:
             name, offset = pointer.split("+")
         return self.parameter(name), offset
 
-    def extent(self, size):
+    def extent(self, pointer, size):
         """Kind, first and second."""
         words = size.split()
         if size == "text":
@@ -627,6 +627,13 @@ class PointerRules:
             return "kRecord", "0", "0"
         if size in self.names:
             return "kArgument", self.parameter(size), "0"
+        if "<" in size:
+            count, room = (self.place(place) for place in size.split("<"))
+            parameter, offset = self.place(pointer)
+            assert count[0] == room[0] == parameter, pointer
+            # A record that reaches to the pointer has both.
+            assert max(int(count[1]), int(room[1])) < int(offset), pointer
+            return "kFieldWithin", count[1], room[1]
         if "->" in size or "+" in size:
             parameter, offset = self.place(size)
             return "kField", offset, parameter
@@ -637,7 +644,7 @@ class PointerRules:
     def row(self, pointer, rule, devhost_alone):
         parameter, offset = self.place(pointer)
         direction, size = rule.split(" ", 1)
-        kind, first, second = self.extent(size)
+        kind, first, second = self.extent(pointer, size)
         return (f'{{"{pointer}", {parameter}, {offset}, {DIRECTIONS[direction]}, {kind}, {first}, '
                 f"{second}, {devhost_alone}}}")
 
@@ -653,7 +660,9 @@ def callback(slot, rules):
     function = "{%s, %s}" % rules.place(slot.calls["function"])
     argument = "{%s, %s}" % rules.place(slot.calls["argument"]) if "argument" in slot.calls else (
         "{kNoPlace, kDirect}")
-    return f"{{{function}, {argument}, {width(result)}, {len(widths)}, {{{', '.join(widths)}}}}}"
+    known = str(slot.calls.get("known", False)).lower()
+    return (f"{{{function}, {argument}, {known}, {width(result)}, {len(widths)}, "
+            f"{{{', '.join(widths)}}}}}")
 
 
 def trace_slots(groups):

@@ -55,8 +55,8 @@ typedef struct DxrTraceOptions {
     uint32_t whenFull;   /* DXR_TRACE_DROP or _WAIT; default drop */
     uint32_t callbacks;  /* 1: with a file, functions that the host is given are replaced, so that
                             what the host calls is noted as well, and the recording can be replayed;
-                            those of tasks, timers, interrupts, resets and temperatures, as the
-                            development host is given them. Default 0 */
+                            those of tasks, timers, heart monitors, interrupts, resets and
+                            temperatures, as the development host is given them. Default 0 */
     const char *file;    /* for the calls, made anew; null: none, which allows for no _CALLS */
 } DxrTraceOptions;
 
@@ -177,9 +177,9 @@ DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FI
  * Memory that the recording gave (DXR_Malloc, DXR_MmapDev) is the replay's own; it is not filled
  * as it was then. Pointers that a host hands back are those of now; handles are those of the
  * recording. What cannot be replayed: what a host writes into memory without a call (mappings,
- * reserved memory); functions of which the recording does not tell (of heart monitors, hash tables,
- * plug-ins, and all that a module gives to a host otherwise than by a slot); tasks that share
- * memory without calls in between. */
+ * reserved memory); functions of which the recording does not tell (of hash tables and plug-ins, and
+ * all that a module gives to a host otherwise than by a slot); tasks that share memory without
+ * calls in between. */
 
 /* Called on the thread that caused it when the replay cannot go on: `differs` true at the first
  * difference, false where the recording of a program that crashed, or still runs, ends. Does not

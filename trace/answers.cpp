@@ -305,6 +305,8 @@ uint64_t CallBack(size_t slot, Hook function, std::span<const uint64_t> words) {
             return CallBack<85>(function, words);
         case 138:
             return CallBack<138>(function, words);
+        case 148:
+            return CallBack<148>(function, words);
         case 153:
             return CallBack<153>(function, words);
         case 225:

@@ -33,6 +33,12 @@ struct CallbackOf<138> {
 };
 
 template <>
+struct CallbackOf<148> {
+    using Type = void (*)(void *);
+    static constexpr bool kHasArgument = true;
+};
+
+template <>
 struct CallbackOf<153> {
     using Type = void (*)(void *);
     static constexpr bool kHasArgument = true;

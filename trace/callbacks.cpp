@@ -1,5 +1,8 @@
 #include "callbacks.h"
 
+#include <sys/uio.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <map>
@@ -19,6 +22,17 @@ struct Targets {
 Targets &TheTargets() {
     static auto *const targets = new Targets;
     return *targets;
+}
+
+// Into what the caller may have where nothing can be written, as a constant.
+bool TryStore(std::byte *to, const std::byte *from, size_t size) {
+    const int before = errno;
+    const iovec source = {const_cast<std::byte *>(from), size};
+    const iovec target = {to, size};
+    const bool isStored =
+        process_vm_writev(getpid(), &source, 1, &target, 1, 0) == static_cast<ssize_t>(size);
+    errno = before;
+    return isStored;
 }
 
 uint64_t Load(const std::byte *from) {
@@ -75,18 +89,28 @@ SwappedWords::SwappedWords(size_t slot, std::span<const uint64_t> words, ChooseT
     const auto function = FromWord<Hook>(load(rule.function));
     const Hook ours = function != nullptr ? choose(function) : nullptr;
     const bool hasArgument = rule.argument.parameter != kNoPlace;
-    CallbackTarget *const target = ours != nullptr && hasArgument
+    // It is ours already while another thread hands over the same record.
+    CallbackTarget *const target = ours != nullptr && ours != function && hasArgument
                                        ? TargetOf(function, FromWord<void *>(load(rule.argument)))
                                        : nullptr;
     if (ours == nullptr || (hasArgument && target == nullptr)) {
         original_ = nullptr;
         return;
     }
+    if (rule.isKnown) {
+        given_ = record_;
+    }
     store(rule.function, ToWord(ours));
     if (hasArgument) {
         store(rule.argument, ToWord(target));
     }
-    if (isInRecord) {
+    if (rule.isKnown) {
+        known_ = &rule;
+        if (!TryStore(original_, record_.data(), size_)) {
+            (void)TryStore(original_, given_.data(), size_);
+            original_ = nullptr;
+        }
+    } else if (isInRecord) {
         given_ = record_;
         words_[rule.function.parameter] = ToWord(record_.data());
     }
@@ -96,10 +120,23 @@ SwappedWords::~SwappedWords() {
     if (original_ == nullptr) {
         return;
     }
+    if (known_ != nullptr) {
+        PutBack(known_->function);
+        PutBack(known_->argument);
+        return;
+    }
     for (size_t i = 0; i < size_; ++i) {
         if (record_[i] != given_[i]) {
             original_[i] = record_[i];
         }
+    }
+}
+
+// Of the caller's own record a word of ours, unless somebody has put another one there.
+void SwappedWords::PutBack(const MemoryPlace &place) {
+    if (place.parameter != kNoPlace &&
+        Load(original_ + place.offset) == Load(record_.data() + place.offset)) {
+        Store(original_ + place.offset, Load(given_.data() + place.offset));
     }
 }
 

@@ -33,7 +33,9 @@ struct CallbackTarget {
 using ChooseTrampoline = Hook (*)(Hook function);
 
 // The words that the hook is called with. A record in which the function stands is a copy; what the
-// hook writes into it is written to the caller's at the end.
+// hook writes into it is written to the caller's at the end. One that the host knows by its address
+// is the caller's, with other words in it meanwhile, so that calls before the trace and after it
+// name the same one.
 class SwappedWords {
   public:
     SwappedWords(size_t slot, std::span<const uint64_t> words, ChooseTrampoline choose);
@@ -49,10 +51,12 @@ class SwappedWords {
     static constexpr size_t kMostRecord = 128;
 
     std::byte *Copy(uint64_t record);
+    void PutBack(const MemoryPlace &place);
 
     std::array<uint64_t, kMostParameters> words_ = {};
     std::byte *original_ = nullptr;
     size_t size_ = 0;
+    const CallbackRule *known_ = nullptr;  // the original itself has words of ours
     alignas(16) std::array<std::byte, kMostRecord> record_;  // as the hook leaves it
     std::array<std::byte, kMostRecord> given_;
 };

@@ -97,7 +97,7 @@ Follow Followed() {
 
 size_t LongestRawRecord(size_t dataBytes) {
     return sizeof(RawHead) + kMostParameters * sizeof(uint64_t) +
-           (kMostPointers + 1) * (sizeof(RawPiece) + RawSize(dataBytes));
+           kMostPieces * (sizeof(RawPiece) + RawSize(dataBytes));
 }
 
 CallNote::CallNote(size_t slot, std::span<const uint64_t> words, const char *message)

@@ -78,6 +78,11 @@ size_t SizeOf(const PointerRule &rule, const CallWords &call, const char *target
             const char *const record = Address(call.arguments[rule.second]);
             return record != nullptr ? Load<uint32_t>(record + rule.first) : 0;
         }
+        case Extent::kFieldWithin: {
+            const char *const record = Address(call.arguments[rule.parameter]);
+            const auto size = Load<uint32_t>(record + rule.first);
+            return size <= Load<uint32_t>(record + rule.second) ? size : 0;
+        }
     }
     return 0;
 }

@@ -47,7 +47,7 @@ struct CallWords {
 [[nodiscard]] Piece PieceOf(const PointerRule &rule, const CallWords &call, size_t limit);
 
 struct Pieces {
-    std::array<Piece, kMostPointers + 1> items;
+    std::array<Piece, kMostPieces> items;
     size_t count = 0;
 
     void Add(const Piece &piece) { items[count++] = piece; }

@@ -214,7 +214,7 @@ constexpr PointerRule kDevRebootOSPointers[] = {{"arg2", 1, kDirect, kIn, kText,
 constexpr Parameter kDevRegisterPreResetProcFuncParameters[] = {{"arg1", kPointer},
                                                                 {"arg2", kPointer}};
 constexpr CallbackRule kDevRegisterPreResetProcFuncCallback = {
-    {0, kDirect}, {1, kDirect}, kNone, 2, {kU32, kPointer}};
+    {0, kDirect}, {1, kDirect}, false, kNone, 2, {kU32, kPointer}};
 constexpr Parameter kDevCreateIOWorkerParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}};
 constexpr Parameter kDevGetPreResetModeParameters[] = {{"mode", kPointer}};
@@ -237,7 +237,7 @@ constexpr Parameter kDevCmdCallbackParameters[] = {{"arg1", kPointer}, {"arg2", 
 constexpr Parameter kDevIntrSetRegistParameters[] = {
     {"arg1", kU32}, {"arg2", kU32}, {"arg3", kPointer}, {"arg4", kPointer}};
 constexpr CallbackRule kDevIntrSetRegistCallback = {
-    {2, kDirect}, {3, kDirect}, kNone, 3, {kU32, kU32, kPointer}};
+    {2, kDirect}, {3, kDirect}, false, kNone, 3, {kU32, kU32, kPointer}};
 constexpr Parameter kDevGetWofflineStateParameters[] = {{"arg1", kU32}, {"state", kPointer}};
 constexpr Parameter kDevCheckSmiLosEnableParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
 constexpr Parameter kDevWriteFlashInfoParameters[] = {{"info", kPointer}};
@@ -352,7 +352,7 @@ constexpr Parameter kSystemStartTimerParameters[] = {{"timer", kPointer}};
 constexpr PointerRule kSystemStartTimerPointers[] = {
     {"timer", 0, kDirect, kInOut, kRecord, 0, 0, true}};
 constexpr MemoryPlace kSystemStartTimerOpaque[] = {{0, 32}};
-constexpr CallbackRule kSystemStartTimerCallback = {{0, 16}, {0, 24}, kNone, 1, {kPointer}};
+constexpr CallbackRule kSystemStartTimerCallback = {{0, 16}, {0, 24}, false, kNone, 1, {kPointer}};
 constexpr Parameter kSystemStopTimerParameters[] = {{"timer", kPointer}};
 constexpr PointerRule kSystemStopTimerPointers[] = {
     {"timer", 0, kDirect, kInOut, kRecord, 0, 0, true}};
@@ -382,6 +382,7 @@ constexpr Parameter kSystemSetHeartMonParameters[] = {
 constexpr PointerRule kSystemSetHeartMonPointers[] = {
     {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
 constexpr MemoryPlace kSystemSetHeartMonOpaque[] = {{0, 8}, {0, 16}};
+constexpr CallbackRule kSystemSetHeartMonCallback = {{0, 8}, {0, 16}, true, kNone, 1, {kPointer}};
 constexpr Parameter kSystemStopHeartToMonParameters[] = {{"arg1", kPointer}};
 constexpr PointerRule kSystemStopHeartToMonPointers[] = {
     {"arg1", 0, kDirect, kIn, kRecord, 0, 0, true}};
@@ -400,7 +401,8 @@ constexpr PointerRule kTaskCreateTaskPointers[] = {
     {"arg1", 0, kDirect, kIn, kText, 0, 0, true},
     {"arg5", 4, kDirect, kIn, kRecord, 0, 0, true},
     {"arg7", 6, kDirect, kOut, kFixed, sizeof(uint32_t), 0, true}};
-constexpr CallbackRule kTaskCreateTaskCallback = {{1, kDirect}, {2, kDirect}, kNone, 1, {kPointer}};
+constexpr CallbackRule kTaskCreateTaskCallback = {{1, kDirect}, {2, kDirect}, false, kNone, 1,
+                                                  {kPointer}};
 constexpr Parameter kTaskDelayTaskParameters[] = {{"arg1", kU32}};
 constexpr Parameter kTaskInitMutexParameters[] = {{"mutex", kPointer}, {"option", kPointer}};
 constexpr PointerRule kTaskInitMutexPointers[] = {
@@ -432,17 +434,26 @@ constexpr Parameter kTblmGetCrossTblmFirstDataParameters[] = {
     {"arg1", kPointer}, {"arg2", kPointer}, {"arg3", kPointer}};
 constexpr PointerRule kTblmGetCrossTblmFirstDataPointers[] = {
     {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true},
-    {"arg3", 2, kDirect, kInOut, kRecord, 0, 0, true}};
+    {"arg3", 2, kDirect, kInOut, kRecord, 0, 0, true},
+    {"arg3+32", 2, 32, kOut, kFieldWithin, 20, 4, true},
+    {"arg3+40", 2, 40, kOut, kFieldWithin, 24, 8, true},
+    {"arg3+48", 2, 48, kOut, kFieldWithin, 24, 8, true}};
 constexpr MemoryPlace kTblmGetCrossTblmFirstDataOpaque[] = {{2, 32}, {2, 40}, {2, 48}};
 constexpr Parameter kTblmGetLinearTblmFirstDataParameters[] = {{"arg1", kPointer},
                                                                {"arg2", kPointer}};
 constexpr PointerRule kTblmGetLinearTblmFirstDataPointers[] = {
     {"arg1", 0, kDirect, kInOut, kRecord, 0, 0, true},
-    {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true}};
+    {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true},
+    {"arg2+32", 1, 32, kOut, kFieldWithin, 20, 4, true},
+    {"arg2+40", 1, 40, kOut, kFieldWithin, 24, 8, true},
+    {"arg2+48", 1, 48, kOut, kFieldWithin, 24, 8, true}};
 constexpr MemoryPlace kTblmGetLinearTblmFirstDataOpaque[] = {{1, 32}, {1, 40}, {1, 48}};
 constexpr Parameter kTblmGetTblmNextDataParameters[] = {{"arg1", kU32}, {"arg2", kPointer}};
 constexpr PointerRule kTblmGetTblmNextDataPointers[] = {
-    {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true}};
+    {"arg2", 1, kDirect, kInOut, kRecord, 0, 0, true},
+    {"arg2+32", 1, 32, kOut, kFieldWithin, 20, 4, true},
+    {"arg2+40", 1, 40, kOut, kFieldWithin, 24, 8, true},
+    {"arg2+48", 1, 48, kOut, kFieldWithin, 24, 8, true}};
 constexpr MemoryPlace kTblmGetTblmNextDataOpaque[] = {{1, 32}, {1, 40}, {1, 48}};
 constexpr Parameter kTblmReleaseTblmParameters[] = {{"arg1", kU32}, {"arg2", kU32}};
 constexpr Parameter kTblmGetTblmAttrParameters[] = {{"arg1", kU32}, {"attr", kPointer}};
@@ -592,7 +603,7 @@ constexpr PointerRule kKpiUpdateKpiAttrValPointers[] = {
 constexpr Parameter kTemperatureRegisterQueryTempFuncParameters[] = {{"arg1", kU32},
                                                                      {"func", kPointer}};
 constexpr CallbackRule kTemperatureRegisterQueryTempFuncCallback = {
-    {1, kDirect}, {kNoPlace, kDirect}, kU32, 2, {kU32, kPointer}};
+    {1, kDirect}, {kNoPlace, kDirect}, false, kU32, 2, {kU32, kPointer}};
 
 }  // namespace
 
@@ -1478,7 +1489,7 @@ constinit const SlotInfo kSlots[kSlotCount] = {
      {},
      nullptr},
     {"System", "DXR_SetHeartMon", kU32, false, false, kSystemSetHeartMonParameters,
-     kSystemSetHeartMonPointers, kSystemSetHeartMonOpaque, nullptr},
+     kSystemSetHeartMonPointers, kSystemSetHeartMonOpaque, &kSystemSetHeartMonCallback},
     {"System", "DXR_StopHeartToMon", kU32, false, false, kSystemStopHeartToMonParameters,
      kSystemStopHeartToMonPointers, kSystemStopHeartToMonOpaque, nullptr},
     {"System", "DXR_FSeek", kU32, false, false, kSystemFSeekParameters, {}, {}, nullptr},

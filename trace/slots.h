@@ -11,7 +11,8 @@ namespace dxr_trace {
 
 inline constexpr size_t kSlotCount = 226;
 inline constexpr size_t kMostParameters = 7;
-inline constexpr size_t kMostPointers = 4;
+// Of what is looked at before a call, or after it; the text of a hook like printf is one.
+inline constexpr size_t kMostPieces = 5;
 
 // Of a parameter or result.
 enum class Width : uint8_t { kNone, kU8, kU16, kU32, kU64, kPointer };
@@ -30,14 +31,15 @@ enum class Direction : uint8_t {
 
 // How far a pointer leads. `first` and `second` of a rule are:
 enum class Extent : uint8_t {
-    kFixed,       // first: bytes
-    kText,        // to a NUL
-    kTextWithin,  // to a NUL; first: the parameter that counts the bytes at most
-    kArgument,    // first: the parameter that counts the bytes
-    kProduct,     // first, second: parameters whose product counts the bytes
-    kResult,      // the result counts the bytes; first, second: as above, at most
-    kRecord,      // the first uint32_t of what is pointed at counts the bytes
-    kField,       // a uint32_t counts the bytes, first: so far from where parameter second points
+    kFixed,        // first: bytes
+    kText,         // to a NUL
+    kTextWithin,   // to a NUL; first: the parameter that counts the bytes at most
+    kArgument,     // first: the parameter that counts the bytes
+    kProduct,      // first, second: parameters whose product counts the bytes
+    kResult,       // the result counts the bytes; first, second: as above, at most
+    kRecord,       // the first uint32_t of what is pointed at counts the bytes
+    kField,        // a uint32_t counts the bytes, first: so far from where parameter second points
+    kFieldWithin,  // as kField, in the pointer's own record; second: where the room is counted
 };
 
 // In the place of a parameter.
@@ -71,6 +73,7 @@ inline constexpr size_t kMostCallbackParameters = 3;
 struct CallbackRule {
     MemoryPlace function;
     MemoryPlace argument;  // handed to the function as its last one; kNoPlace: it has none
+    bool isKnown;          // the host knows the record in which they stand by its address: no copy
     Width result;
     uint8_t parameterCount;
     Width parameters[kMostCallbackParameters];

@@ -16,6 +16,7 @@
 
 #include "compare.h"
 #include "dxr_devhost/system.h"
+#include "dxr_devhost/system_table.h"
 #include "dxr_trace.h"
 #include "encoder.h"
 #include "export.h"
@@ -24,6 +25,7 @@
 #include "slots/expected_slots.h"
 #include "support/test_host.h"
 #include "trace/recording.h"
+#include "trace/replay_fixture.h"
 #include "trace_file.h"
 
 namespace dxrtest {
@@ -34,62 +36,6 @@ using dxr_trace::BlockKind;
 using dxr_trace::Encoder;
 using dxr_trace::kSlots;
 using RawTable = std::array<Hook, kSlotCount>;
-
-// What a replay said and did.
-struct Replayed {
-    uint32_t started = 0;
-    uint32_t stopped = 0;
-    DxrReplayCounts counts{};
-    std::string text;
-    std::string problem;
-};
-
-// A host of the tests' own in the table, recorded; and the replay of that.
-class ReplayTest : public testing::Test {
-  protected:
-    template <typename Body>
-    void Record(const DxrHooks &hooks, const Body &body) {
-        ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
-        DxrTraceOptions options = recording_.Options();
-        options.pointers = DXR_TRACE_POINTERS_DEVHOST;
-        options.callbacks = 1;
-        options.dataBytes = dataBytes_;
-        ASSERT_EQ(0U, DxrTraceStart(&options));
-        body();
-        ASSERT_EQ(0U, DxrTraceStop());
-        const DxrHooks none = {};
-        ASSERT_EQ(0U, DXR_RegisterHooks(&none));
-    }
-
-    template <typename Body>
-    Replayed Replay(const Body &body, bool isLoose = false) {
-        Replayed replayed;
-        std::array<char, 256> problem{};
-        char *text = nullptr;
-        size_t size = 0;
-        FILE *const out = open_memstream(&text, &size);
-        DxrReplayOptions options;
-        DxrReplayInitOptions(&options);
-        options.loose = isLoose ? 1 : 0;
-        options.patienceMs = 300;
-        options.out = out;
-        replayed.started =
-            DxrReplayStart(recording_.Path().c_str(), &options, problem.data(), problem.size());
-        if (replayed.started == 0) {
-            body();
-            replayed.stopped = DxrReplayStop(&replayed.counts);
-        }
-        (void)std::fclose(out);
-        replayed.text = text;
-        replayed.problem = problem.data();
-        std::free(text);
-        return replayed;
-    }
-
-    TestHost host_;
-    Recording recording_;
-    uint32_t dataBytes_ = 1024;
-};
 
 TEST_F(ReplayTest, WhatWasWrittenIsWrittenAgain) {
     DxrHooks hooks = {};
@@ -202,6 +148,142 @@ TEST_F(ReplayTest, FunctionsAreCalledAsTheHostCalledThem) {
         EXPECT_EQ(isReplay ? 1004U : 4U, sum);
         EXPECT_EQ(12U, asked);
     }
+}
+
+// As a host's walk: the lengths always, key and data when there is room for them.
+uint32_t WriteEntry(void *record, const std::string &key, const std::string &data) {
+    auto &entry = *static_cast<DxrHostTableEntry *>(record);
+    entry.keyBytes = static_cast<uint32_t>(key.size());
+    entry.dataBytes = static_cast<uint32_t>(data.size());
+    if (key.size() > entry.keyRoom || data.size() > entry.dataRoom) {
+        return ENOSPC;
+    }
+    std::memcpy(entry.key, key.data(), key.size());
+    std::memcpy(entry.data, data.data(), data.size());
+    if (entry.mask != nullptr) {
+        std::memset(entry.mask, 0xF0, data.size());
+    }
+    return 0;
+}
+
+TEST_F(ReplayTest, WalksWriteKeysDataAndMasksAgain) {
+    DxrHooks hooks = {};
+    hooks.tblm.getLinearTblmFirstData = [](void *, void *entry) -> uint32_t {
+        return WriteEntry(entry, "one", "data");
+    };
+    hooks.tblm.getCrossTblmFirstData = [](void *, void *, void *entry) -> uint32_t {
+        return WriteEntry(entry, "two", "more");
+    };
+    hooks.tblm.getTblmNextData = [](uint32_t walk, void *entry) -> uint32_t {
+        return walk == 2 ? WriteEntry(entry, "a key that is too long", "")
+                         : WriteEntry(entry, "three", "");
+    };
+    std::vector<std::string> seen;
+    const auto body = [&seen] {
+        DxrHostTableWalk walk{};
+        walk.size = sizeof(walk);
+        for (int call = 0; call < 4; ++call) {
+            std::string key = "########";
+            std::string data = "########";
+            std::string mask = "########";
+            DxrHostTableEntry entry{};
+            entry.size = sizeof(entry);
+            entry.keyRoom = 8;
+            entry.dataRoom = 8;
+            entry.key = key.data();
+            entry.data = data.data();
+            entry.mask = call == 1 ? nullptr : mask.data();
+            uint32_t result = 0;
+            if (call < 2) {
+                result = call == 0 ? DXR_GetLinearTblmFirstData(&walk, &entry)
+                                   : DXR_GetCrossTblmFirstData(&walk, nullptr, &entry);
+            } else {
+                result = DXR_GetTblmNextData(static_cast<uint32_t>(call), &entry);
+            }
+            seen.push_back(std::to_string(result) + " " + std::to_string(entry.keyBytes) + " " +
+                           key + " " + data + " " + mask);
+        }
+    };
+    Record(hooks, body);
+    const std::vector<std::string> first = std::exchange(seen, {});
+    EXPECT_EQ(first[0], "0 3 one##### data#### \xF0\xF0\xF0\xF0####");
+    EXPECT_EQ(first[2], std::to_string(ENOSPC) + " 22 ######## ######## ########");
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+    EXPECT_EQ(first, seen);
+}
+
+const void *g_monitor = nullptr;
+
+DxrHooks HeartHooks() {
+    DxrHooks hooks = {};
+    hooks.system.setHeartMon = [](void *monitor, uint32_t, uint32_t misses, uint32_t) -> uint32_t {
+        g_monitor = monitor;
+        const auto &record = *static_cast<const DxrHostHeartMonitor *>(monitor);
+        if (misses == 0) {
+            record.function(record.argument);
+        }
+        return 0;
+    };
+    hooks.system.stopHeartToMon = [](void *monitor) -> uint32_t {
+        return monitor == g_monitor ? 0 : 7;
+    };
+    hooks.system.getLrId = []() -> uint32_t { return 5; };
+    return hooks;
+}
+
+void TakeLrId(void *seen) {
+    static_cast<std::vector<uint32_t> *>(seen)->push_back(DXR_GetLrId());
+}
+
+TEST_F(ReplayTest, FunctionsOfHeartMonitorsAreCalledAgain) {
+    std::vector<uint32_t> seen;
+    const auto body = [&] {
+        DxrHostHeartMonitor monitor{};
+        monitor.size = sizeof(monitor);
+        monitor.function = TakeLrId;
+        monitor.argument = &seen;
+        seen.push_back(DXR_SetHeartMon(&monitor, 10, 1, 3));
+        seen.push_back(DXR_SetHeartMon(&monitor, 10, 0, 3));
+        EXPECT_EQ(monitor.function, TakeLrId);
+        EXPECT_EQ(monitor.argument, &seen);
+        monitor.function = nullptr;  // it is the same one still
+        seen.push_back(DXR_StopHeartToMon(&monitor));
+    };
+    Record(HeartHooks(), body);
+    const std::vector<uint32_t> first = std::exchange(seen, {});
+    EXPECT_EQ(first, (std::vector<uint32_t>{0, 5, 0, 0}));
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+    EXPECT_EQ(1U, replayed.counts.callbacks);
+    EXPECT_EQ(first, seen);
+}
+
+// A host knows a monitor by the address of its record, with which both calls name it.
+TEST_F(ReplayTest, HeartMonitorsCanBeEndedAfterTheTraceAndBegunBeforeIt) {
+    std::vector<uint32_t> seen;
+    DxrHostHeartMonitor early{sizeof(early), 0, TakeLrId, &seen};
+    DxrHostHeartMonitor late = early;
+    const DxrHooks hooks = HeartHooks();
+    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+    EXPECT_EQ(0U, DXR_SetHeartMon(&early, 10, 1, 3));
+    Record(hooks, [&] {
+        EXPECT_EQ(0U, DXR_StopHeartToMon(&early));
+        EXPECT_EQ(0U, DXR_SetHeartMon(&late, 10, 1, 3));
+    });
+    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+    EXPECT_EQ(0U, DXR_StopHeartToMon(&late));
+}
+
+// What cannot be written is handed on as it is.
+TEST_F(ReplayTest, HeartMonitorsMayBeConstants) {
+    static std::vector<uint32_t> seen;
+    static constexpr DxrHostHeartMonitor kMonitor{sizeof(kMonitor), 0, TakeLrId, &seen};
+    Record(HeartHooks(), [] {
+        EXPECT_EQ(0U, DXR_SetHeartMon(const_cast<DxrHostHeartMonitor *>(&kMonitor), 10, 0, 3));
+    });
+    EXPECT_EQ(seen, std::vector<uint32_t>{5});
+    EXPECT_EQ(kMonitor.function, TakeLrId);
 }
 
 TEST_F(ReplayTest, MemoryIsRealAndHandlesAreTheRecordings) {

@@ -391,7 +391,16 @@ TEST(TraceTable, PointersFitTheirSlots) {
     for (size_t i = 0; i < kSlotCount; ++i) {
         const dxr_trace::SlotInfo &slot = kSlots[i];
         EXPECT_LE(slot.parameters.size(), dxr_trace::kMostParameters);
-        EXPECT_LE(slot.pointers.size(), dxr_trace::kMostPointers) << slot.name;
+        const auto count = [&slot](dxr_trace::Direction when) {
+            return std::count_if(slot.pointers.begin(), slot.pointers.end(),
+                                 [when](const dxr_trace::PointerRule &rule) {
+                                     return (static_cast<unsigned>(rule.direction) &
+                                             static_cast<unsigned>(when)) != 0;
+                                 });
+        };
+        constexpr auto kMost = static_cast<std::ptrdiff_t>(dxr_trace::kMostPieces);
+        EXPECT_LE(count(dxr_trace::Direction::kIn) + (slot.isVariadic ? 1 : 0), kMost) << slot.name;
+        EXPECT_LE(count(dxr_trace::Direction::kOut), kMost) << slot.name;
         std::set<std::string> names;
         for (const dxr_trace::PointerRule &rule : slot.pointers) {
             EXPECT_TRUE(names.insert(rule.name).second) << slot.name << " " << rule.name;

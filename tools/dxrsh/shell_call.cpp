@@ -350,6 +350,12 @@ class TypedCall {
                            ? Load<uint32_t>(block->Data() + rule.first)
                            : 0;
             }
+            case Extent::kFieldWithin: {
+                const Block *const block = Find(words_[rule.parameter]);
+                return block != nullptr && block->size >= rule.second + sizeof(uint32_t)
+                           ? Load<uint32_t>(block->Data() + rule.second)
+                           : 0;
+            }
         }
         return 0;
     }
@@ -534,6 +540,9 @@ std::string ExtentText(const SlotCall &call, const PointerRule &rule) {
         case Extent::kField:
             return fmt::format("as many bytes as the u32 at {}+{} says", name(rule.second),
                                rule.first);
+        case Extent::kFieldWithin:
+            return fmt::format("at most as many bytes as the u32 at {}+{} says",
+                               name(rule.parameter), rule.second);
     }
     return "";
 }
