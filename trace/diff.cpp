@@ -1,6 +1,7 @@
 // Where two recordings part.
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <new>
 #include <string>
@@ -11,7 +12,9 @@
 #include "compare.h"
 #include "dxr_trace.h"
 #include "export.h"
+#include "pointers.h"
 #include "script.h"
+#include "slots.h"
 #include "trace_file.h"
 
 namespace dxr_trace {
@@ -44,6 +47,93 @@ bool Load(const char *path, Side &side, std::string &problem) {
     }
     side.script = MakeScript(side.file);
     return true;
+}
+
+// What a recording was told to keep.
+struct Kept {
+    Follow follow;
+    uint64_t bytes;  // of each piece
+};
+
+// Whether a recording that follows so much would have the piece.
+bool IsFollowed(const SlotInfo &slot, const TracedPiece &piece, Follow follow) {
+    if (follow == Follow::kNone) {
+        return false;
+    }
+    for (const PointerRule &rule : slot.pointers) {
+        if (PlaceOf(rule) == piece.place) {
+            return follow == Follow::kDevhost || !rule.devhostAlone;
+        }
+    }
+    return true;
+}
+
+// The pieces as a recording would have them that keeps less.
+void Reduce(const SlotInfo &slot, const Kept &kept, std::vector<TracedPiece> &pieces) {
+    pieces.erase(std::remove_if(pieces.begin(), pieces.end(),
+                                [&](const TracedPiece &piece) {
+                                    return !IsFollowed(slot, piece, kept.follow);
+                                }),
+                 pieces.end());
+    for (TracedPiece &piece : pieces) {
+        if (piece.bytes.size() > kept.bytes) {
+            piece.bytes = piece.bytes.substr(0, static_cast<size_t>(kept.bytes));
+        }
+        // Nobody looks further into a text than that.
+        if (piece.IsText() && piece.whole > kept.bytes) {
+            piece.whole = kept.bytes + 1;
+        }
+    }
+}
+
+Kept KeptBy(const Side &side) {
+    return {side.file.follow, side.file.dataBytes};
+}
+
+void Reduce(const Kept &kept, Side &side) {
+    if (KeptBy(side).follow == kept.follow && KeptBy(side).bytes == kept.bytes) {
+        return;
+    }
+    for (TracedCall &call : side.file.calls) {
+        Reduce(kSlots[call.slot], kept, call.in);
+        Reduce(kSlots[call.slot], kept, call.out);
+    }
+}
+
+const char *NameOf(Follow follow) {
+    switch (follow) {
+        case Follow::kNone:
+            return "no pointers";
+        case Follow::kInterface:
+            return "the pointers of the interface";
+        case Follow::kDevhost:
+            return "those of the development host, too";
+    }
+    return "pointers";
+}
+
+// Reduces both to what both have. Lines for people of what only one has.
+std::string MakeComparable(Side &a, Side &b) {
+    std::string notes;
+    const Kept ofA = KeptBy(a);
+    const Kept ofB = KeptBy(b);
+    const Kept both{std::min(ofA.follow, ofB.follow), std::min(ofA.bytes, ofB.bytes)};
+    if (ofA.follow != ofB.follow) {
+        notes += std::string("note: the first recording follows ") + NameOf(ofA.follow) +
+                 ", the second " + NameOf(ofB.follow) + "; only what both follow is compared\n";
+    }
+    if (ofA.bytes != ofB.bytes) {
+        notes += "note: the first recording keeps " + std::to_string(ofA.bytes) +
+                 " bytes of each piece, the second " + std::to_string(ofB.bytes) +
+                 "; only what both keep is compared\n";
+    }
+    if (a.file.hasCallbacks != b.file.hasCallbacks) {
+        notes += std::string("note: what the host called is in the ") +
+                 (a.file.hasCallbacks ? "first" : "second") + " recording alone\n";
+    }
+    Reduce(both, a);
+    Reduce(both, b);
+    return notes;
 }
 
 std::vector<Thread> ThreadsOf(const Side &side, ThreadKind kind) {
@@ -106,6 +196,21 @@ class Comparison {
 
     [[nodiscard]] bool Differs() const { return differs_; }
 
+    // What comes before the threads.
+    void Put(const std::string &text) {
+        if (error_ == 0 && std::fwrite(text.data(), 1, text.size(), out_) != text.size()) {
+            error_ = errno != 0 ? errno : EIO;
+        }
+    }
+
+    // 0, or why not all could be written.
+    int Flush() {
+        if (error_ == 0 && std::fflush(out_) != 0) {
+            error_ = errno != 0 ? errno : EIO;
+        }
+        return error_;
+    }
+
   private:
     std::string Compare(const std::string &name, const Thread &a, const Thread &b) {
         const size_t common = std::min(a.calls.size(), b.calls.size());
@@ -138,6 +243,10 @@ class Comparison {
     }
 
     static bool IsSame(const TracedCall &a, const TracedCall &b, Differences *differences) {
+        if (a.depth != b.depth && differences != nullptr) {
+            differences->push_back("calls that it is made in: expected " + std::to_string(a.depth) +
+                                   ", got " + std::to_string(b.depth));
+        }
         return a.depth == b.depth && IsSameCall(a, b, nullptr, differences) &&
                IsSameAnswer(a, b, differences);
     }
@@ -151,13 +260,10 @@ class Comparison {
         return text;
     }
 
-    void Put(const std::string &text) const {
-        (void)std::fwrite(text.data(), 1, text.size(), out_);
-    }
-
     uint32_t context_;
     FILE *out_;
     bool differs_ = false;
+    int error_ = 0;
 };
 
 uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::string &problem) {
@@ -167,6 +273,7 @@ uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::st
         return 2;
     }
     Comparison comparison(context, out);
+    comparison.Put(MakeComparable(first, second));
     comparison.Compare(first, second);
     for (const auto &[path, side] : {std::pair(a, &first), std::pair(b, &second)}) {
         if (!side->file.problem.empty()) {
@@ -176,8 +283,9 @@ uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::st
                       " records were dropped";
         }
     }
-    if (std::fflush(out) != 0) {
-        problem = "cannot be written";
+    const int error = comparison.Flush();
+    if (error != 0) {
+        problem = "cannot be written: " + std::generic_category().message(error);
         return 2;
     }
     return comparison.Differs() ? 1 : 0;
@@ -188,15 +296,17 @@ uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::st
 
 uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out, char *error,
                       uint32_t errorSize) {
+    const char *told = "not enough memory";
     std::string problem;
     uint32_t code = 2;
     try {
         code = dxr_trace::Diff(a, b, context, out, problem);
+        told = problem.c_str();
     } catch (const std::bad_alloc &) {
-        problem = "not enough memory";
+        code = 2;
     }
     if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", problem.c_str());
+        (void)std::snprintf(error, errorSize, "%s", told);
     }
     return code;
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "dxr_trace.h"
+#include "format.h"
 #include "slots.h"
 
 namespace dxr_trace {
@@ -463,6 +464,10 @@ int dxr_trace::ReadWholeFile(const char *path, std::string &bytes) {
             bytes.resize(size);
             return std::ferror(file.get()) == 0 ? 0 : (errno != 0 ? errno : EIO);
         }
+        // What is no recording may be endless.
+        if (std::string_view(bytes).substr(0, kFileMark.size()) != kFileMark) {
+            return 0;
+        }
     }
 }
 
@@ -590,31 +595,34 @@ int Read(const char *path, DxrTraceVisit visit, void *user, std::string &problem
 
 uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user, char *error,
                       uint32_t errorSize) {
+    const char *told = "not enough memory";
     std::string problem;
     int code = ENOMEM;
     try {
         code = Read(file, visit, user, problem);
+        told = problem.c_str();
     } catch (const std::bad_alloc &) {
-        problem = "not enough memory";
+        code = ENOMEM;
     }
     if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", problem.c_str());
+        (void)std::snprintf(error, errorSize, "%s", told);
     }
     return static_cast<uint32_t>(code);
 }
 
 uint32_t DxrTraceExport(const char *file, uint32_t format, FILE *out, char *error,
                         uint32_t errorSize) {
+    const char *told = "not enough memory";
     std::string problem;
     int code = ENOMEM;
     try {
         code = Export(file, format, out, problem);
+        told = problem.c_str();
     } catch (const std::bad_alloc &) {
-        problem.clear();
+        code = ENOMEM;
     }
     if (error != nullptr && errorSize != 0) {
-        const char *const text = code == ENOMEM ? "not enough memory" : problem.c_str();
-        (void)std::snprintf(error, errorSize, "%s", text);
+        (void)std::snprintf(error, errorSize, "%s", told);
     }
     return static_cast<uint32_t>(code);
 }

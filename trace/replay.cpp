@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -122,6 +123,40 @@ uint64_t WordAt(const TracedCall &call, const MemoryPlace &place) {
     return 0;
 }
 
+// A call of now. They are kept by thread, so that their pieces need no memory of their own each
+// time; within one there may be others, which functions make that the host calls in it. One whose
+// thread ends in it goes with the thread.
+class LiveCall {
+  public:
+    LiveCall() : calls_(Calls()) {
+        if (calls_.depth == calls_.all.size()) {
+            calls_.all.emplace_back();
+        }
+        call_ = &calls_.all[calls_.depth++];
+    }
+    ~LiveCall() { --calls_.depth; }
+    LiveCall(const LiveCall &) = delete;
+    LiveCall &operator=(const LiveCall &) = delete;
+    LiveCall(LiveCall &&) = delete;
+    LiveCall &operator=(LiveCall &&) = delete;
+
+    [[nodiscard]] TracedCall &Get() const { return *call_; }
+
+  private:
+    struct Nested {
+        std::deque<TracedCall> all;
+        size_t depth = 0;
+    };
+
+    static Nested &Calls() {
+        static thread_local Nested calls;
+        return calls;
+    }
+
+    Nested &calls_;
+    TracedCall *call_;
+};
+
 class Replay {
   public:
     Replay(std::string bytes, const DxrReplayOptions &options, uint64_t session)
@@ -156,6 +191,7 @@ class Replay {
         return 0;
     }
 
+    // Throws std::bad_alloc, and has left nothing then.
     void Start() {
         script_ = MakeScript(file_);
         done_.resize(script_.events.size());
@@ -163,18 +199,26 @@ class Replay {
             runners_.push_back(std::make_unique<Runner>(thread));
         }
         Warn();
-        runners_[0]->isClaimed = true;
-        t_here = {session_, runners_[0].get()};
-        FillTable();
-        for (const auto &runner : runners_) {
-            if (runner->script.kind == ThreadKind::kHost) {
-                const std::lock_guard<std::mutex> lock(mutex_);
-                Launch(*runner);
+        try {
+            // None of them goes on before the table is filled.
+            const std::lock_guard<std::mutex> lock(mutex_);
+            for (const auto &runner : runners_) {
+                if (runner->script.kind == ThreadKind::kHost) {
+                    Launch(*runner);
+                }
             }
+            runners_[0]->isClaimed = true;
+            t_here = {session_, runners_[0].get()};
+            FillTable();
+        } catch (const std::bad_alloc &) {
+            Abandon();
+            throw;
         }
     }
 
     Reply Answer(size_t slot, std::span<const uint64_t> words, const char *message);
+    // What a call gets for which there was no memory: the replay ends.
+    Reply AnswerWithoutMemory();
     void Finish(DxrReplayCounts &counts);
 
     [[noreturn]] static void EndThread() {
@@ -192,7 +236,7 @@ class Replay {
 
     // --- Telling
 
-    void Tell(const std::string &text) const {
+    void Tell(std::string_view text) const {
         if (options_.out != nullptr) {
             (void)std::fwrite(text.data(), 1, text.size(), options_.out);
             (void)std::fflush(options_.out);
@@ -263,6 +307,15 @@ class Replay {
         }
     }
 
+    // Nothing can be told of what cannot be remembered.
+    void EndWithoutMemory() {
+        if (!isOver_) {
+            ++differences_;
+            Tell("the replay ends: not enough memory\n");
+            End(true);
+        }
+    }
+
     void WakeAll() {
         for (const auto &runner : runners_) {
             runner->turn.notify_all();
@@ -297,11 +350,26 @@ class Replay {
         if (front_ >= event || isOver_) {
             return;
         }
-        std::unique_lock<std::mutex> lock(mutex_, std::adopt_lock);
-        runner.waits = true;
-        Await(lock, runner.turn, [&] { return front_ >= event || isOver_; });
-        runner.waits = false;
-        (void)lock.release();
+        // The mutex is the caller's before and after it, also when there is no memory.
+        struct Wait {
+            explicit Wait(Replay &replay, Runner &waiting)
+                : lock(replay.mutex_, std::adopt_lock), runner(waiting) {
+                runner.waits = true;
+            }
+            ~Wait() {
+                runner.waits = false;
+                (void)lock.release();
+            }
+            Wait(const Wait &) = delete;
+            Wait &operator=(const Wait &) = delete;
+            Wait(Wait &&) = delete;
+            Wait &operator=(Wait &&) = delete;
+
+            std::unique_lock<std::mutex> lock;
+            Runner &runner;
+        };
+        Wait wait(*this, runner);
+        Await(wait.lock, runner.turn, [&] { return front_ >= event || isOver_; });
     }
 
     template <typename Condition>
@@ -472,12 +540,14 @@ class Replay {
     void TellDifference(const Runner &runner, const Step *step, const TracedCall &live,
                         const std::string &then);
     Runner *RunnerHere(const TracedCall &live);
+    [[nodiscard]] Reply AfterTheEnd() const;
 
     // --- Answers. With the mutex
 
     void Register(const TracedCall &call, const TracedCall &live);
     uint64_t Result(const TracedCall &call, const TracedCall &live);
     void *NewMemory(size_t size);
+    void *RecordedMemory(size_t size);
     uint64_t Extra(const TracedCall &live);
     void Release(const TracedCall *call, const TracedCall &live);
     void WriteOut(const TracedCall &call, const TracedCall &live);
@@ -496,6 +566,9 @@ class Replay {
     void Drive(Runner &runner);
     void DriveSteps(Runner &runner);
     void FillTable();
+    void FinishSteps(std::unique_lock<std::mutex> &lock);
+    void Abandon();
+    void Join();
 
     const std::string bytes_;
     const DxrReplayOptions options_;
@@ -619,27 +692,21 @@ const Step *Replay::Match(Runner &runner, const TracedCall &live) {
 }
 
 Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *message) {
-    // Kept, so that its pieces need no memory of their own each time.
-    static thread_local TracedCall live;
-    Describe(file_, slot, words, message, live);
+    const LiveCall live;
+    TracedCall &own = live.Get();
+    Describe(file_, slot, words, message, own);
     std::unique_lock<std::mutex> lock(mutex_);
     if (isOver_) {
-        // A thread that the recording does not have follows none.
-        const Runner *const own = t_here.session == session_ ? t_here.runner : nullptr;
-        return {0, own != nullptr && IsOurs(*own)};
+        return AfterTheEnd();
     }
-    Runner *const runner = RunnerHere(live);
+    Runner *const runner = RunnerHere(own);
     if (runner == nullptr) {
-        Differ("a thread that the recording does not have calls " + CallText(live) + "\n");
-        return {Extra(live)};
+        Differ("a thread that the recording does not have calls " + CallText(own) + "\n");
+        return {Extra(own)};
     }
-    // Functions that the host calls in here make calls of their own.
-    TracedCall own = std::move(live);
     const Step *const step = Match(*runner, own);
     if (step == nullptr) {
-        const uint64_t result = isOver_ ? 0 : Extra(own);
-        live = std::move(own);
-        return {result};
+        return {isOver_ ? 0 : Extra(own)};
     }
     const TracedCall &call = CallOf(*step);
     ++calls_;
@@ -679,8 +746,19 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
     if (runner->cursor == runner->script.steps.size()) {
         changed_.notify_all();
     }
-    live = std::move(own);
     return reply;
+}
+
+// A thread that the recording does not have follows none.
+Reply Replay::AfterTheEnd() const {
+    const Runner *const own = t_here.session == session_ ? t_here.runner : nullptr;
+    return {0, own != nullptr && IsOurs(*own)};
+}
+
+Reply Replay::AnswerWithoutMemory() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    EndWithoutMemory();
+    return AfterTheEnd();
 }
 
 void Replay::Register(const TracedCall &call, const TracedCall &live) {
@@ -702,10 +780,21 @@ void Replay::Register(const TracedCall &call, const TracedCall &live) {
     }
 }
 
+// Null without memory.
 void *Replay::NewMemory(size_t size) {
-    void *const memory = std::calloc(1, std::max<size_t>(size, 1));
+    std::unique_ptr<void, decltype(&std::free)> memory(std::calloc(1, std::max<size_t>(size, 1)),
+                                                       &std::free);
     if (memory != nullptr) {
-        memory_.insert(memory);
+        memory_.insert(memory.get());
+    }
+    return memory.release();
+}
+
+// Of what the recording gave.
+void *Replay::RecordedMemory(size_t size) {
+    void *const memory = NewMemory(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
     }
     return memory;
 }
@@ -719,19 +808,17 @@ uint64_t Replay::Result(const TracedCall &call, const TracedCall &live) {
     for (const PointerRule &rule : slot.pointers) {
         if (rule.parameter == kResultPlace && rule.direction == Direction::kBlock) {
             const size_t size = PieceOf(rule, {words, call.result}, 0).size;
-            void *const memory = NewMemory(size);
-            if (memory != nullptr) {
-                addresses_.AddBlock(call.result, {ToWord(memory), size});
-            }
-            return ToWord(memory);
+            const uint64_t memory = ToWord(RecordedMemory(size));
+            addresses_.AddBlock(call.result, {memory, size});
+            return memory;
         }
     }
     for (const TracedPiece &piece : call.out) {
         if (piece.Parameter() == kResultPlace && piece.Offset() == kDirect) {
             void *&text = texts_[{call.result, piece.bytes}];
             if (text == nullptr) {
-                text = NewMemory(piece.bytes.size() + 1);
-                if (text != nullptr && !piece.bytes.empty()) {
+                text = RecordedMemory(piece.bytes.size() + 1);
+                if (!piece.bytes.empty()) {
                     std::memcpy(text, piece.bytes.data(), piece.bytes.size());
                 }
             }
@@ -870,7 +957,11 @@ void Replay::Drive(Runner &runner) {
 
 void Replay::DriveSteps(Runner &runner) {
     mutex_.lock();
-    DoTheHosts(runner);
+    try {
+        DoTheHosts(runner);
+    } catch (const std::bad_alloc &) {
+        EndWithoutMemory();
+    }
     mutex_.unlock();
 }
 
@@ -892,8 +983,7 @@ void Replay::FillTable() {
     (void)DXR_RegisterHooks(&hooks);
 }
 
-void Replay::Finish(DxrReplayCounts &counts) {
-    std::unique_lock<std::mutex> lock(mutex_);
+void Replay::FinishSteps(std::unique_lock<std::mutex> &lock) {
     Runner &main = *runners_[0];
     DoTheHosts(main);
     if (!isOver_ && main.cursor < main.ends.back()) {
@@ -917,22 +1007,46 @@ void Replay::Finish(DxrReplayCounts &counts) {
     }
     Await(lock, changed_,
           [&] { return isOver_ || std::all_of(runners_.begin(), runners_.end(), isDone); });
-    isOver_ = true;
-    WakeAll();
-    counts.calls = calls_;
-    counts.callbacks = callbacks_;
-    counts.differences = differences_;
-    counts.left = left_;
-    for (const auto &runner : runners_) {
-        counts.threads += runner->isClaimed ? 1 : 0;
+}
+
+void Replay::Finish(DxrReplayCounts &counts) {
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        try {
+            FinishSteps(lock);
+        } catch (const std::bad_alloc &) {
+            EndWithoutMemory();
+        }
+        isOver_ = true;
+        WakeAll();
+        counts.calls = calls_;
+        counts.callbacks = callbacks_;
+        counts.differences = differences_;
+        counts.left = left_;
+        for (const auto &runner : runners_) {
+            counts.threads += runner->isClaimed ? 1 : 0;
+        }
     }
-    lock.unlock();
+    Join();
+    (void)DXR_RegisterHooks(&before_);
+}
+
+// Before the table was filled.
+void Replay::Abandon() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isOver_ = true;
+        WakeAll();
+    }
+    Join();
+}
+
+void Replay::Join() {
     for (const auto &runner : runners_) {
         if (runner->thread.joinable()) {
             runner->thread.join();
         }
     }
-    (void)DXR_RegisterHooks(&before_);
 }
 
 constinit std::atomic<Replay *> g_replay = nullptr;
@@ -966,7 +1080,7 @@ Reply Answer(size_t slot, std::span<const uint64_t> words, const char *message) 
         try {
             reply = replay->Answer(slot, words, message);
         } catch (const std::bad_alloc &) {
-            reply = {};  // as the hook of a host without memory
+            reply = replay->AnswerWithoutMemory();
         }
     }
     errno = before;
@@ -991,25 +1105,27 @@ uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char 
     DxrReplayOptions defaults;
     DxrReplayInitOptions(&defaults);
     const DxrReplayOptions &used = options != nullptr ? *options : defaults;
+    const char *told = "";
     std::string problem;
     uint32_t code = 0;
     if (file == nullptr || used.size != sizeof(used) || used.loose > 1) {
         code = EINVAL;
-        problem = "wrong options";
+        told = "wrong options";
     } else if (dxr_trace::g_replay.load() != nullptr) {
         code = EALREADY;
-        problem = "a replay has begun";
+        told = "a replay has begun";
     } else {
         try {
             code = dxr_trace::TryStart(file, used, problem);
+            told = problem.c_str();
         } catch (const std::exception &) {
             dxr_trace::g_replay.store(nullptr);
             code = ENOMEM;
-            problem = "not enough memory";
+            told = "not enough memory";
         }
     }
     if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", problem.c_str());
+        (void)std::snprintf(error, errorSize, "%s", told);
     }
     return code;
 }
