@@ -24,6 +24,7 @@ constexpr uint32_t kAllLevels = UINT32_MAX;
 
 constinit std::mutex g_mutex;
 constinit Session *g_session = nullptr;
+constinit uint64_t g_tests = 0;  // that have begun
 
 uint32_t BitOf(uint32_t kind) {
     constexpr uint32_t kBits = 32;
@@ -108,6 +109,7 @@ bool Begin(const DxrHostOptions &given) {
     DxrHost *const host = session->host;
     {
         const std::lock_guard lock(g_mutex);
+        session->number = ++g_tests;
         g_session = session.release();
     }
     DxrHostSetPrintSink(host, KeepMessage, nullptr, kAllLevels);
@@ -508,6 +510,11 @@ void DxrTestRestore(void *slot) {
         devhost::SlotOfTable(index) = found->table;
         session->fakes.erase(std::next(found).base());
     }
+}
+
+uint64_t DxrTestGetNumber(void) {
+    const SessionLock session;
+    return session ? session->number : 0;
 }
 
 DxrTestFunction DxrTestGetReal(void *slot) {

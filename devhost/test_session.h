@@ -28,6 +28,7 @@ struct KeptFake {
 
 struct Session {
     DxrHost *host = nullptr;
+    uint64_t number = 0;  // of the test, from 1
     std::string directory;
     bool ownsDirectory = false;
     uint32_t allowed = 0;  // kinds of reports, a bit each

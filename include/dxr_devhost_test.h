@@ -133,6 +133,9 @@ DXR_API void DxrTestBeginFake(void *slot);
 DXR_API void DxrTestEndFake(void *slot);
 DXR_API void DxrTestRestore(void *slot);
 
+/* How many tests have begun in this program, this one included; 0 while none has. */
+DXR_API uint64_t DxrTestGetNumber(void);
+
 /* What is called behind a slot: the host's function, or a fake; to be cast to the slot's type. */
 typedef void (*DxrTestFunction)(void);
 DXR_API DxrTestFunction DxrTestGetReal(void *slot);

@@ -130,39 +130,27 @@ class Fake;
 template <typename Result, typename... Args, typename Callable>
 class Fake<Result (*)(Args...), Callable> {
   public:
-    Fake(Result (*&slot)(Args...), Callable callable)
-        : slot_(&slot), callable_(std::move(callable)), before_(g_latest) {
-        if (before_ != nullptr && before_->slot_ != slot_) {
+    Fake(Result (*&slot)(Args...), Callable callable) : test_(DxrTestGetNumber()) {
+        ForgetEnded();
+        if (g_latest != nullptr && g_latest->slot != &slot) {
             DxrTestNoteFailure(nullptr, 0, "one type of function stands in two slots: use lambdas");
         }
-        g_latest = this;
+        state_ = new State{&slot, std::move(callable), test_, g_latest};
+        g_latest = state_;
         DXR_TEST_FAKE(slot, &Call);
     }
     ~Fake() {
-        const auto own = reinterpret_cast<DxrTestFunction>(&Call);
-        bool isInOrder = g_latest == this;
-        /* Later ones of the slot would lead back here: they go as well. */
-        DxrTestFunction there = DxrTestGetReal(slot_);
-        while (there != own) {
-            DXR_TEST_RESTORE(*slot_);
-            const DxrTestFunction before = DxrTestGetReal(slot_);
-            if (before == there) { /* it is not there any more */
-                break;
-            }
-            isInOrder = false;
-            there = before;
+        if (test_ == DxrTestGetNumber()) {
+            Restore();
         }
-        if (there == own) {
-            DXR_TEST_RESTORE(*slot_);
+        State **link = &g_latest;
+        while (*link != nullptr && (*link != state_ || state_->test != test_)) {
+            link = &(*link)->before;
         }
-        if (!isInOrder) {
-            DxrTestNoteFailure(nullptr, 0, "a fake ends before a later one of its slot");
+        if (*link != nullptr) {
+            *link = state_->before;
+            delete state_;
         }
-        Fake **link = &g_latest;
-        while (*link != this) {
-            link = &(*link)->before_;
-        }
-        *link = before_;
     }
     Fake(const Fake &) = delete;
     Fake &operator=(const Fake &) = delete;
@@ -170,20 +158,56 @@ class Fake<Result (*)(Args...), Callable> {
     Fake &operator=(Fake &&) = delete;
 
   private:
+    /* Outlives the object when the host cuts off the run that has it on its stack. */
+    struct State {
+        Result (**slot)(Args...);
+        Callable callable;
+        uint64_t test;
+        State *before;
+    };
+
     static Result Call(Args... args) {
         if constexpr (std::is_void_v<Result>) {
-            g_latest->callable_(args...);
+            g_latest->callable(args...);
         } else {
-            return static_cast<Result>(g_latest->callable_(args...));
+            return static_cast<Result>(g_latest->callable(args...));
+        }
+    }
+
+    void Restore() const {
+        const auto own = reinterpret_cast<DxrTestFunction>(&Call);
+        bool isInOrder = g_latest == state_;
+        /* Later ones of the slot would lead back here: they go as well. */
+        DxrTestFunction there = DxrTestGetReal(state_->slot);
+        while (there != own) {
+            DXR_TEST_RESTORE(*state_->slot);
+            const DxrTestFunction before = DxrTestGetReal(state_->slot);
+            if (before == there) { /* it is not there any more */
+                break;
+            }
+            isInOrder = false;
+            there = before;
+        }
+        if (there == own) {
+            DXR_TEST_RESTORE(*state_->slot);
+        }
+        if (!isInOrder) {
+            DxrTestNoteFailure(nullptr, 0, "a fake ends before a later one of its slot");
+        }
+    }
+
+    /* The slots of tests that have ended are the host's again. */
+    void ForgetEnded() const {
+        while (g_latest != nullptr && g_latest->test != test_) {
+            delete std::exchange(g_latest, g_latest->before);
         }
     }
 
     /* A function of C has no place for an object. */
-    static inline Fake *g_latest = nullptr;
+    static inline State *g_latest = nullptr;
 
-    Result (**slot_)(Args...);
-    Callable callable_;
-    mutable Fake *before_; /* also of a constant one */
+    uint64_t test_;
+    State *state_ = nullptr;
 };
 
 template <typename Result, typename... Args, typename Callable>

@@ -527,6 +527,38 @@ TEST(TestKit, OneFunctionForTwoSlotsIsAFailure) {
     EXPECT_TRUE(Holds(EndText(), "one type of function stands in two slots"));
 }
 
+struct Seven {
+    uint32_t operator()() const { return 7; }
+};
+
+// Its object goes with the task that the host ends, without a destructor.
+TEST(TestKit, AFakeOfARunThatWasCutOffIsForgotten) {
+    const auto stuck = [] {
+        const Fake fake(g_dxrHooks.time.getCurrSec, Seven{});
+        uint32_t events = 0;
+        (void)DXR_ReadEvent(0x80, 0, DXR_HOST_FOREVER, &events);
+    };
+    EXPECT_FALSE(HoldsForSeeds(1, stuck));
+    EXPECT_FALSE(HoldsForSeeds(1, stuck));
+    EXPECT_TRUE(HoldsForSeeds(1, [] {
+        const Fake fake(g_dxrHooks.system.getLrId, Seven{});
+        EXPECT_EQ(DXR_GetLrId(), 7U);
+        EXPECT_NE(DXR_GetCurrSec(), 7U);
+    }));
+}
+
+TEST(TestKit, TestsAreNumbered) {
+    EXPECT_EQ(DxrTestGetNumber(), 0U);
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    const uint64_t number = DxrTestGetNumber();
+    EXPECT_NE(number, 0U);
+    EXPECT_EQ(EndText(), "");
+    EXPECT_EQ(DxrTestGetNumber(), 0U);
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    EXPECT_EQ(DxrTestGetNumber(), number + 1);
+    EXPECT_EQ(EndText(), "");
+}
+
 // --- Many runs
 
 TEST(TestKit, EachAllocationFailsInTurn) {
