@@ -151,10 +151,11 @@ DXR_API uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user,
 /* Compares two recordings, thread by thread: the first, each task, each thread of the host's, each
  * other thread, in the order of their beginnings. Of calls, functions and values are compared and
  * what pointers lead to, of what was asked and of what was answered; addresses, handles and times
- * are not. Writes to `out`, for each thread, that it is the same, or where the two part: the first
- * differing call with `context` calls before and after it. Returns 0 when they are the same, 1 when
- * they differ, 2 when a file cannot be read or holds no recording, or without memory: then `error`
- * says why, as for DxrTraceExport. */
+ * are not. When one keeps less of each piece than the other, or follows fewer pointers, what both
+ * have is compared, and a line says so. Writes to `out`, for each thread, that it is the same, or
+ * where the two part: the first differing call with `context` calls before and after it. Returns 0
+ * when they are the same, 1 when they differ, 2 when a file cannot be read or holds no recording,
+ * when `out` cannot be written, or without memory: then `error` says why, as for DxrTraceExport. */
 DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out,
                               char *error, uint32_t errorSize);
 
@@ -175,15 +176,15 @@ DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FI
  * memory, nor are times, and of DXR_Malloc and DXR_Free the place in the source.
  *
  * Memory that the recording gave (DXR_Malloc, DXR_MmapDev) is the replay's own; it is not filled
- * as it was then. Pointers that a host hands back are those of now; handles are those of the
- * recording. What cannot be replayed: what a host writes into memory without a call (mappings,
- * reserved memory); functions of which the recording does not tell (of hash tables and plug-ins, and
- * all that a module gives to a host otherwise than by a slot); tasks that share memory without
- * calls in between. */
+ * as it was then. What entries of hash tables hold is made again from what the module puts in.
+ * Pointers that a host hands back are those of now; handles are those of the recording. What cannot
+ * be replayed: what a host writes into memory without a call (mappings, reserved memory); functions
+ * of which the recording does not tell (of hash tables and plug-ins, and all that a module gives to
+ * a host otherwise than by a slot); tasks that share memory without calls in between. */
 
 /* Called on the thread that caused it when the replay cannot go on: `differs` true at the first
- * difference, false where the recording of a program that crashed, or still runs, ends. Does not
- * come back as a rule; when it does, all calls answer 0 and null. */
+ * difference and when memory runs out, false where the recording of a program that crashed, or
+ * still runs, ends. Does not come back as a rule; when it does, all calls answer 0 and null. */
 typedef void (*DxrReplayEnded)(bool differs, void *user);
 
 /* Begin with DxrReplayInitOptions, change what is to be different. */

@@ -30,6 +30,7 @@
 #include "compare.h"
 #include "dxr_trace.h"
 #include "export.h"
+#include "hash_tables.h"
 #include "pointers.h"
 #include "script.h"
 #include "slots.h"
@@ -44,6 +45,7 @@ using Cell [[gnu::may_alias]] = Hook;
 
 constexpr std::string_view kCreateTask = "DXR_CreateTask";
 constexpr std::string_view kRelease = "DXR_Free";
+constexpr std::string_view kHashTables = "Hash";
 // What pointers lead to that a function of the module gets.
 constexpr size_t kScratch = 256;
 
@@ -57,6 +59,7 @@ struct Runner {
     bool isClaimed = false;
     bool isDone = false;
     bool waits = false;
+    bool isComparing = false;  // within a function of a hash table
     std::condition_variable turn;
     std::thread thread;
     std::jmp_buf end;
@@ -546,6 +549,7 @@ class Replay {
 
     void Register(const TracedCall &call, const TracedCall &live);
     uint64_t Result(const TracedCall &call, const TracedCall &live);
+    uint64_t FollowHash(Runner &runner, const TracedCall &call, const TracedCall &live);
     void *NewMemory(size_t size);
     void *RecordedMemory(size_t size);
     uint64_t Extra(const TracedCall &live);
@@ -585,6 +589,7 @@ class Replay {
     std::condition_variable changed_;
     bool isOver_ = false;
     Addresses addresses_;
+    HashTables hashTables_;  // of the thread whose turn it is, also without the mutex
     std::map<Callback, Target> targets_;
     std::unordered_set<void *> memory_;
     std::map<std::pair<uint64_t, std::string_view>, void *> texts_;
@@ -704,6 +709,9 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
         Differ("a thread that the recording does not have calls " + CallText(own) + "\n");
         return {Extra(own)};
     }
+    if (runner->isComparing) {
+        return {Extra(own)};
+    }
     const Step *const step = Match(*runner, own);
     if (step == nullptr) {
         return {isOver_ ? 0 : Extra(own)};
@@ -736,9 +744,11 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
         }
     } else {
         AwaitTurn(*runner, step->returnEvent);
+        const bool isHash = !isOver_ && kSlots[slot].group == kHashTables;
+        const uint64_t place = isHash ? FollowHash(*runner, call, own) : call.result;
         Mark(step->returnEvent);
         WriteOut(call, own);
-        reply.result = Result(call, own);
+        reply.result = place != call.result ? place : Result(call, own);
         if (kSlots[slot].name == kRelease) {
             Release(&call, own);
         }
@@ -778,6 +788,32 @@ void Replay::Register(const TracedCall &call, const TracedCall &live) {
             addresses_.Learn(call.words[i], live.words[i]);
         }
     }
+}
+
+// The turn is the thread's until its return is marked, so that it has the tables to itself.
+uint64_t Replay::FollowHash(Runner &runner, const TracedCall &call, const TracedCall &live) {
+    struct Unlocked {
+        explicit Unlocked(std::mutex &held) : mutex(held) { mutex.unlock(); }
+        ~Unlocked() { mutex.lock(); }
+        Unlocked(const Unlocked &) = delete;
+        Unlocked &operator=(const Unlocked &) = delete;
+        Unlocked(Unlocked &&) = delete;
+        Unlocked &operator=(Unlocked &&) = delete;
+
+        std::mutex &mutex;
+    };
+    runner.isComparing = true;
+    uint64_t place = 0;
+    {
+        const Unlocked unlocked(mutex_);
+        const std::span<const uint64_t> words(live.words.data(), live.wordCount);
+        place = hashTables_.Follow(kSlots[call.slot].name, words, call.result);
+    }
+    runner.isComparing = false;
+    if (place != call.result) {
+        addresses_.Learn(call.result, place);
+    }
+    return place;
 }
 
 // Null without memory.
