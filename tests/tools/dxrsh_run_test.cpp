@@ -2,8 +2,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -118,6 +122,30 @@ TEST(DxrshRun, TheTextIsToldBeforeAPageThatCannotBeWritten) {
               outcome.err);
 }
 
+// As on a full disk.
+TEST(DxrshRun, TheTextIsToldBeforeARecordingThatCannotBeWritten) {
+    const TemporaryDirectory directory;
+    rlimit before{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+    auto *const handler = std::signal(SIGXFSZ, SIG_IGN);
+    // The list of slots, but not all calls.
+    const rlimit small = {10000, before.rlim_max};
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
+    const Outcome outcome = RunWorker({"--trace", directory.Path("trace")});
+    const Outcome page = RunWorker({"--report", directory.Path("page.html")});
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &before));
+    (void)std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("dxrsh: " + directory.Path("trace") + ": File too large\n", outcome.err);
+    EXPECT_TRUE(Holds(outcome.out, "left behind: 0\nreports: 0\nwell\n")) << outcome.out;
+    EXPECT_EQ(1, page.status);
+    EXPECT_EQ("dxrsh: the recording for the page: File too large\n", page.err);
+    EXPECT_FALSE(std::filesystem::exists(directory.Path("page.html")));
+    // What was written until then can be read.
+    const Outcome read = RunDxrsh({"trace", directory.Path("trace")});
+    EXPECT_TRUE(Holds(read.err, "has no end after ")) << read.err;
+}
+
 TEST(DxrshRun, ThePageDoesNotTakeThePlaceOfTheRecording) {
     const TemporaryDirectory directory;
     const std::string file = directory.Path("both");
@@ -190,6 +218,52 @@ TEST(DxrshRun, ThePageSaysAllAndLoadsNothing) {
     }
 }
 
+// Of every report what the text says: of what kind it is, and who called.
+TEST(DxrshRun, ThePageTellsReportsAsTheTextDoes) {
+    const TemporaryDirectory directory;
+    const Outcome outcome =
+        RunWorker({"--report", directory.Path("page.html")}, {"misuse", "leak"});
+    const std::string page = directory.Read("page.html");
+    EXPECT_TRUE(Holds(page,
+                      "<li>misuse, task, DXR_UnlockMutex by DxrModuleMain in "
+                      "dxrsh_worker.so+"))
+        << page;
+    EXPECT_TRUE(Holds(page, "<li>memory: left behind: 100 bytes of module 7 from ")) << page;
+}
+
+// Only what is no character is told by its bytes, and what would act on others.
+TEST(DxrshRun, ThePageShowsWordsOfAllLanguages) {
+    const TemporaryDirectory directory;
+    const Outcome outcome =
+        RunWorker({"--report", directory.Path("page.html")},
+                  {"words", "\u00FC\x1B[1m\u0085\u202Ex\xED\xA0\x80\xF0\x9F\x98\x80"});
+    EXPECT_EQ(0, outcome.status);
+    const std::string page = directory.Read("page.html");
+    EXPECT_TRUE(Holds(page, "\nGr\u00F6\u00DFe \\xff \u20AC\n")) << page;
+    EXPECT_TRUE(Holds(page,
+                      "<h1>Run of dxrsh_worker.so words "
+                      "\u00FC\\x1b[1m\\xc2\\x85\\xe2\\x80\\xaex\\xed\\xa0\\x80\U0001F600</h1>"))
+        << page;
+}
+
+// Also when there is nobody left who could remove it.
+TEST(DxrshRun, AModuleThatEndsTheProgramLeavesNoFile) {
+    const TemporaryDirectory directory;
+    const TemporaryDirectory temporary;
+    const char *const before = std::getenv("TMPDIR");
+    const std::string kept = before != nullptr ? before : "";
+    (void)setenv("TMPDIR", temporary.Path("").c_str(), 1);
+    for (const char *const end : {"exit", "kill"}) {
+        (void)RunWorker({"--report", directory.Path("page.html")}, {end});
+        EXPECT_TRUE(std::filesystem::is_empty(temporary.Path(""))) << end;
+    }
+    if (before != nullptr) {
+        (void)setenv("TMPDIR", kept.c_str(), 1);
+    } else {
+        (void)unsetenv("TMPDIR");
+    }
+}
+
 // --- replay
 
 TEST(DxrshReplay, ARecordingOfTheSameModuleIsTheSame) {
@@ -217,6 +291,20 @@ TEST(DxrshReplay, ATaskThatNeverCameBackEndsThere) {
     const Outcome outcome = Replay({}, file, {"forever"});
     EXPECT_EQ(0, outcome.status) << outcome.out;
     EXPECT_TRUE(Holds(outcome.out, ": the same\n")) << outcome.out;
+}
+
+// Entries of the host's lead to what the module has put in, also now that there is no such host.
+TEST(DxrshReplay, HashTablesLeadToWhatWasPutIn) {
+    const TemporaryDirectory directory;
+    const std::string lines =
+        "put one 0\nput two 0\nput three 0\nput TWO 0\n"
+        "one ne first -\ntwo wo a longer second  second\nthree hree third -\n"
+        "third 1\n1 3 2 2 1\n";
+    const Outcome first = RunWorker({"--trace", directory.Path("trace")}, {"tables"});
+    EXPECT_TRUE(Holds(first.out, lines)) << first.out;
+    const Outcome again = Replay({}, directory.Path("trace"), {"tables"});
+    EXPECT_EQ(0, again.status);
+    EXPECT_EQ(lines, again.out.substr(0, lines.size())) << again.out;
 }
 
 TEST(DxrshReplay, TheFirstDifferenceEndsIt) {

@@ -1,5 +1,6 @@
 // dxrsh run: a module on the development host, and what became of it.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -38,28 +39,31 @@ struct RunOptions {
     bool json = false;
 };
 
-// A file of this program's alone; it is gone at the end.
+// A file of this program's alone, without a name from the beginning: whatever the module does to
+// the program, nothing is left.
 class TemporaryFile {
   public:
     TemporaryFile() {
         std::string pattern =
             (std::filesystem::temp_directory_path() / "dxrsh_run_XXXXXX").string();
-        const int fd = mkstemp(pattern.data());
-        if (fd < 0) {
+        fd_ = mkostemp(pattern.data(), O_CLOEXEC);
+        if (fd_ < 0) {
             throw UsageError("no temporary file: " + std::generic_category().message(errno));
         }
-        (void)close(fd);
-        path_ = pattern;
+        (void)unlink(pattern.c_str());
+        path_ = "/proc/self/fd/" + std::to_string(fd_);
     }
-    ~TemporaryFile() { (void)std::remove(path_.c_str()); }
+    ~TemporaryFile() { (void)close(fd_); }
     TemporaryFile(const TemporaryFile &) = delete;
     TemporaryFile &operator=(const TemporaryFile &) = delete;
     TemporaryFile(TemporaryFile &&) = delete;
     TemporaryFile &operator=(TemporaryFile &&) = delete;
 
+    // Opens it as long as this stays.
     [[nodiscard]] const std::string &Path() const { return path_; }
 
   private:
+    int fd_ = -1;
     std::string path_;
 };
 
@@ -115,13 +119,13 @@ class Run {
         (void)DxrTraceGetCounts(report_.counts.data(), kTableSlots);
         const uint32_t error = DxrTraceStop();
         if (error != 0) {
-            throw RunError(options_.trace + ": " +
-                           std::generic_category().message(static_cast<int>(error)));
+            traceError_ = (calls_ != nullptr ? "the recording for the page" : options_.trace) +
+                          ": " + std::generic_category().message(static_cast<int>(error));
         }
         for (size_t i = 0; i < kTableSlots; ++i) {
             report_.unfilled[i] = g_askedUnfilled[i].load();
         }
-        if (!options_.page.empty()) {
+        if (!options_.page.empty() && error == 0) {
             ReadCalls(calls_ != nullptr ? calls_->Path() : options_.trace);
         }
     }
@@ -138,7 +142,7 @@ class Run {
         report_.leftovers = DxrHostDestroy(host_.release(), nullptr);
     }
 
-    // Says what became of it; the exit status. The page may fail, and so comes last.
+    // Says what became of it; the exit status. Recording and page may fail, and so come last.
     int Tell() {
         const std::string text = options_.json ? ReportJson(report_) : ReportText(report_);
         const bool isWritten = std::fwrite(text.data(), 1, text.size(), output_) == text.size() &&
@@ -149,6 +153,9 @@ class Run {
         if (!isWritten && error != EPIPE) {
             Say(stderr, "dxrsh: cannot write the output: {}\n",
                 std::generic_category().message(error));
+        }
+        if (!traceError_.empty()) {
+            throw RunError(traceError_);
         }
         WritePage();
         return isWritten && IsWell(report_) ? 0 : kExitFailure;
@@ -202,7 +209,8 @@ class Run {
     Module module_;
     HostOwner host_;
     std::unique_ptr<TemporaryFile> calls_;
-    std::mutex mutex_;  // guards the lines
+    std::string traceError_;  // why not all calls were written
+    std::mutex mutex_;        // guards the lines
     std::vector<DxrHostModuleInfo> modules_;
     RunReport report_;
 };

@@ -7,29 +7,6 @@
 namespace dxrsh {
 namespace {
 
-// Bytes of the character at the head of the text; 0 when it is not UTF-8.
-size_t CharacterLength(std::string_view text) {
-    const auto byte = [text](size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
-    const unsigned first = byte(0);
-    if (first < 0x80) {
-        return 1;
-    }
-    const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4) {
-        return 0;
-    }
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80) {
-            return 0;
-        }
-    }
-    const bool overlong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xF0 && byte(1) < 0x90);
-    const bool beyond = (first == 0xED && byte(1) >= 0xA0) || (first == 0xF4 && byte(1) >= 0x90);
-    return overlong || beyond ? 0 : length;
-}
-
 void AppendEscaped(std::string &to, char c) {
     switch (c) {
         case '"':
@@ -54,6 +31,28 @@ void AppendEscaped(std::string &to, char c) {
 }
 
 }  // namespace
+
+size_t CharacterLength(std::string_view text) {
+    const auto byte = [text](size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    const unsigned first = byte(0);
+    if (first < 0x80) {
+        return 1;
+    }
+    const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4) {
+        return 0;
+    }
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80) {
+            return 0;
+        }
+    }
+    const bool overlong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xF0 && byte(1) < 0x90);
+    const bool beyond = (first == 0xED && byte(1) >= 0xA0) || (first == 0xF4 && byte(1) >= 0x90);
+    return overlong || beyond ? 0 : length;
+}
 
 std::string JsonString(std::string_view text) {
     std::string quoted = "\"";

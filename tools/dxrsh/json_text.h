@@ -2,11 +2,15 @@
 #ifndef DXRSH_JSON_TEXT_H
 #define DXRSH_JSON_TEXT_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace dxrsh {
+
+// Bytes of the UTF-8 character at the head of the text; 0 when there is none.
+[[nodiscard]] size_t CharacterLength(std::string_view text);
 
 // In quotes. Bytes that are no UTF-8 become U+FFFD, as JSON holds none.
 [[nodiscard]] std::string JsonString(std::string_view text);

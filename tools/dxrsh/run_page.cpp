@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "json_text.h"
 #include "run_report.h"
 #include "slot_table.h"
 
@@ -29,34 +30,49 @@ constexpr std::string_view kStyle =
     "pre{white-space:pre-wrap;overflow-wrap:anywhere;background:#f4f4f4;padding:.5em}"
     ".well{color:#135c13}.bad{color:#a30000}";
 
-// As text or as an attribute's value, whatever the bytes are.
+// Whether a character is only to be seen by what it does to others: controls, those of U+0080 to
+// U+009F among them, ends of lines, and those that turn the direction of a text around.
+bool IsHidden(std::string_view character) {
+    const auto byte = [character](size_t i) { return static_cast<uint8_t>(character[i]); };
+    switch (character.size()) {
+        case 1:
+            return byte(0) < ' ' || byte(0) == 0x7F;
+        case 2:
+            return (byte(0) == 0xC2 && byte(1) < 0xA0) || character == "\u061C";
+        case 3:
+            return (character >= "\u200E" && character <= "\u200F") ||
+                   (character >= "\u2028" && character <= "\u202E") ||
+                   (character >= "\u2066" && character <= "\u2069");
+        default:
+            return false;
+    }
+}
+
+// As text or as an attribute's value, whatever the bytes are. Those that are no UTF-8, and hidden
+// characters, are told by their numbers.
 std::string Escaped(std::string_view text) {
     std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '\'':
-                escaped += "&#39;";
-                break;
-            default:
-                // Others than printable ASCII are told by their number: no byte is left to chance.
-                if (c >= ' ' && c <= '~') {
-                    escaped += c;
-                } else {
-                    escaped += fmt::format("\\x{:02x}", static_cast<uint8_t>(c));
-                }
+    while (!text.empty()) {
+        const size_t length = CharacterLength(text);
+        const std::string_view character = text.substr(0, std::max<size_t>(length, 1));
+        if (length == 0 || IsHidden(character)) {
+            for (const char c : character) {
+                escaped += fmt::format("\\x{:02x}", static_cast<uint8_t>(c));
+            }
+        } else if (character == "&") {
+            escaped += "&amp;";
+        } else if (character == "<") {
+            escaped += "&lt;";
+        } else if (character == ">") {
+            escaped += "&gt;";
+        } else if (character == "\"") {
+            escaped += "&quot;";
+        } else if (character == "'") {
+            escaped += "&#39;";
+        } else {
+            escaped += character;
         }
+        text.remove_prefix(character.size());
     }
     return escaped;
 }
@@ -313,8 +329,7 @@ std::string Findings(const RunReport &report) {
     if (!report.reports.empty()) {
         page += "<ul>\n";
         for (const DxrHostReport &found : report.reports) {
-            page += fmt::format("<li>{} {}: {} ({} times)</li>\n", Escaped(found.service),
-                                Escaped(found.slot), Escaped(found.text), found.count);
+            page += "<li>" + Escaped(ReportLine(found)) + "</li>\n";
         }
         page += "</ul>\n";
     }

@@ -1,11 +1,15 @@
 /* A module that uses what a recording has to hold: memory, handles, registers, texts, a task, a
  * timer and an own thread; its arguments make it another one. */
+#include <ctype.h>
 #include <pthread.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <strings.h>
 
 #include "dxr_api.h"
+#include "dxr_devhost/hash.h"
 #include "dxr_devhost/system.h"
 #include "dxr_devhost/system_task.h"
 #include "dxr_module.h"
@@ -89,11 +93,82 @@ static void Memory(const char *work) {
     DXR_DestroySll(list);
 }
 
+static uint32_t NumberOf(const void *key, void *user) {
+    (void)user;
+    return (uint32_t)tolower(*(const char *)key);
+}
+
+/* As a function that asks the host. */
+static int Compare(const void *key, const void *other, void *user) {
+    ++*(uint32_t *)user;
+    (void)DXR_GetLrId();
+    return strcasecmp(key, other);
+}
+
+static void Put(void *table, const char *key, const char *data, uint32_t mode) {
+    char word[16];
+    char text[32];
+    (void)snprintf(word, sizeof(word), "%s", key);
+    (void)snprintf(text, sizeof(text), "%s", data);
+    printf("put %s %u\n", key, DXR_HashInsert(table, word, text, (uint32_t)strlen(text) + 1, mode));
+}
+
+static const char *TextAt(void *entry, uint32_t what, uint32_t offset) {
+    const char *const text = DXR_HashGetFromEntry(entry, what, offset);
+    return text != NULL ? text : "-";
+}
+
+/* What entries hold is the host's. */
+static void Tables(void) {
+    uint32_t compared = 0;
+    DxrHostHashOptions texts = {sizeof(texts), 0, 0, 0, NumberOf, Compare, &compared};
+    DxrHostHashOptions numbers = {sizeof(numbers), 4, 0, 0, NULL, NULL, NULL};
+    void *const table = DXR_HashCreate(&texts);
+    void *const other = DXR_HashCreate(&numbers);
+    Put(table, "one", "first", DXR_HOST_HASH_ADD);
+    Put(table, "two", "second", DXR_HOST_HASH_ADD);
+    Put(table, "three", "third", DXR_HOST_HASH_ADD);
+    Put(table, "TWO", "a longer second", DXR_HOST_HASH_REPLACE);
+    char word[] = "Two";
+    for (void *entry = DXR_HashGetFirst(table); entry != NULL;
+         entry = DXR_HashGetNext(table, entry)) {
+        printf("%s %s %s %s\n", TextAt(entry, DXR_HOST_HASH_KEY, 0),
+               TextAt(entry, DXR_HOST_HASH_KEY, 1), TextAt(entry, DXR_HOST_HASH_DATA, 0),
+               TextAt(entry, DXR_HOST_HASH_DATA, 8));
+        if (strcmp(TextAt(entry, DXR_HOST_HASH_KEY, 0), "two") == 0) {
+            (void)DXR_HashRemove(table, word); /* the walk goes on */
+        }
+    }
+    char three[] = "THREE";
+    void *const found = DXR_HashFindKey(table, three);
+    printf("%s %d\n", TextAt(found, DXR_HOST_HASH_DATA, 0), DXR_HashFindKey(table, word) == NULL);
+    uint32_t keys[] = {1, 2, 3};
+    int own = 5;
+    DXR_HashInsert(other, &keys[0], NULL, 0, DXR_HOST_HASH_ADD);
+    DXR_HashInsert(other, &keys[1], &own, 0, DXR_HOST_HASH_ADD);
+    DXR_HashInsert(other, &keys[2], &keys[2], 4, DXR_HOST_HASH_ADD);
+    DXR_HashRemove(other, &keys[0]);
+    void *const pointer = DXR_HashFindKey(other, &keys[1]);
+    const uint32_t *const copy =
+        DXR_HashGetFromEntry(DXR_HashGetNext(other, pointer), DXR_HOST_HASH_DATA, 0);
+    printf("%d %u %u %u %d\n", DXR_HashGetFromEntry(pointer, DXR_HOST_HASH_DATA, 0) == &own,
+           copy != NULL && copy != &keys[2] ? *copy : 0, DXR_HashCount(table), DXR_HashCount(other),
+           compared != 0);
+    DXR_HashFree(table);
+    DXR_HashFree(other);
+}
+
 static void Logs(void) {
     DXR_InitLogFilter(kMid);
     const DxrLogFilterCfg site = {0, 1, 2, 3, 4, 0};
     for (int i = 0; i < 4; ++i) {
         DXR_SameLogFilter(&site, "port %d is <up> & \"well\"", 3);
+    }
+    if (Has("words")) { /* that are no ASCII, and what is none at all */
+        const DxrLogFilterCfg other = {0, 1, 2, 3, 5, 0};
+        DXR_SameLogFilter(&other,
+                          "Gr\xC3\xB6\xC3\x9F"
+                          "e \xFF \xE2\x82\xAC");
     }
     if (!Has("keep")) {
         return;
@@ -110,10 +185,16 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("exit")) {
         exit(0);
     }
+    if (Has("kill")) {
+        raise(SIGKILL);
+    }
     char path[256];
     DXR_GetSysWorkPath(path, sizeof(path));
     DXR_InitMutex(&g_mutex, NULL);
     Memory(path);
+    if (Has("tables")) {
+        Tables();
+    }
     Logs();
     DXR_InitSafeIo(); /* empty in the development host */
 
