@@ -52,9 +52,9 @@ constexpr size_t kLongestCommand = 128;
 // How long boards that do not begin are waited for.
 constexpr uint64_t kBeginningMs = 60000;
 
-// A board that should have ended, or said something, and has used this share of the time is slow, as
-// all are on a machine with much to do: it gets the same time again. At most so often, and until it
-// has used so many times that time: it is in a loop then.
+// A board that should have ended, or said something, and has used this share of the time is slow,
+// as all are on a machine with much to do: it gets the same time again. At most so often, and until
+// it has used so many times that time: it is in a loop then.
 constexpr uint64_t kShareOfWork = 200;
 constexpr uint32_t kMostExtensions = 60;
 constexpr uint64_t kMostWork = 4;
