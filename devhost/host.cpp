@@ -118,6 +118,16 @@ ApiCall::ApiCall(DxrHost *host) {
         auto *const named = reinterpret_cast<Host *>(host);
         // Who is in it by a slot is in it already.
         isNamed_ = named != nullptr && (thread_->depth == 0 || thread_->inside.load() != named);
+        // The registered host has a way without a lock.
+        if (isNamed_ && thread_->depth == 0 && g_registered.load() == named) {
+            isNamed_ = Enter(*thread_) != named;
+            if (isNamed_) {
+                Leave(*thread_);
+            } else {
+                host_ = named;
+                return;
+            }
+        }
         if (!isNamed_) {
             host_ = Enter(*thread_);
         } else if (live::Enter(named, *thread_)) {
