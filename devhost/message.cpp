@@ -17,10 +17,8 @@ Letter LetterOf(const DxrHostMessage &message) {
     Letter letter;
     letter.head = message;
     letter.head.result = 0;
-    letter.body.resize(message.bytes);
-    if (message.bytes != 0) {
-        std::memcpy(letter.body.data(), message.data, message.bytes);
-    }
+    const auto *const data = static_cast<const std::byte *>(message.data);
+    letter.body.assign(data, data + message.bytes);
     return letter;
 }
 
@@ -159,8 +157,8 @@ void MessageService::ReportLeftovers() {
     for (const auto &[key, box] : boxes_) {
         if (box.closed == 0) {
             std::string what = "mailbox " + NameOf(box.given.unit);
-            if (!box.letters.empty()) {
-                what += " with " + std::to_string(box.letters.size()) + " messages not fetched";
+            if (box.waiting != 0) {
+                what += " with " + std::to_string(box.waiting) + " messages not fetched";
             }
             TheHost().ReportLeftover(kMessage, box.made, what);
         }
@@ -187,30 +185,43 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     Wanted wanted{0, message.timeoutMs, wantsAck ? scheduler.After(message.timeoutMs) : 0};
     uint64_t &sequence = wanted.sequence;
     uint32_t result = 0;
+    bool isSent = false;  // and counted
     try {
+        // What goes straight to another board is copied into what leaves: at once, when nothing can
+        // happen on the way there.
+        ChassisTransport *const away = MayStray() ? nullptr : chassis.load();
+        const bool isSimple = away != nullptr && !IsLarge(message) && !MayBeLost(message);
         Letters letter;
-        letter.push_back(LetterOf(message));
+        if (away == nullptr) {
+            letter.push_back(LetterOf(message));
+        }
+        size_t board = kNoBoard;
         {
             const SchedulerLock lock = scheduler.Lock();
-            result = scheduler.HasEnded() ? ECANCELED : transport->Reaches(message.to) ? 0 : ENXIO;
+            board = away != nullptr ? away->BoardOf(message.to) : kNoBoard;
+            const bool isReached = board != kNoBoard || transport->Reaches(message.to);
+            result = scheduler.HasEnded() ? ECANCELED : isReached ? 0 : ENXIO;
             if (result == 0) {
                 sequence = lastSequence_ + 1;
                 if (wantsAck) {
                     pending_.try_emplace(sequence);
                 }
                 lastSequence_ = sequence;
-                letter.front().head.sequence = sequence;
+                message.sequence = sequence;
+                isSent = isSimple && board != kNoBoard;
+                result = isSent ? ShipSimple(*away, board, message) : 0;
             }
         }
-        if (result == 0) {
-            message.sequence = sequence;
-            result = Post(letter);
+        if (result == 0 && !isSent) {
+            result = board != kNoBoard ? Ship(board, message) : Post(message, letter);
         }
     } catch (const std::bad_alloc &) {
         result = ENOMEM;
     }
     if (result == 0) {
-        Count(&Counts::sent);
+        if (!isSent) {
+            Count(&Counts::sent);
+        }
         scheduler.Point(call.Thread());
         return wantsAck ? AwaitAcknowledgement(call, *task, wanted, message) : 0;
     }
@@ -218,6 +229,15 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     pending_.erase(sequence);
     counts.refused += result == ENXIO || result == ENOBUFS ? 1 : 0;
     return result;
+}
+
+// The letter is the message's, or there is none yet.
+uint32_t MessageService::Post(const DxrHostMessage &message, Letters &letter) {
+    if (letter.empty()) {
+        letter.push_back(LetterOf(message));
+    }
+    letter.front().head.sequence = message.sequence;
+    return Post(letter);
 }
 
 uint32_t MessageService::AwaitAcknowledgement(const Call &call, Task &task, const Wanted &wanted,

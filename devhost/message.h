@@ -28,12 +28,19 @@ struct Mailbox {
     DxrHostMailbox given{};
     Place made;
     Letters letters;         // that wait
-    Letters current;         // the one that its handler has
+    Letters current;         // the one whose head its handler has; what follows that waits, too
+    uint32_t waiting = 0;    // messages
     WaitList arrived;        // receivers
     WaitList idle;           // for the end of its handler
     ThreadRecord *runner{};  // who is in its handler
     uint32_t users = 0;      // calls that are in it
     uint64_t closed = 0;     // 0 while it is open
+};
+
+// Where a receiver wants the data of a message.
+struct Room {
+    void *buffer;
+    uint32_t bytes;
 };
 
 // An acknowledgement that a sender waits for.
@@ -65,6 +72,15 @@ class MessageService final : public Service, public MessageReceiver {
 
     // message_way.cpp. Without the lock.
 
+    // Sends a message to another board; its data is still the sender's.
+    uint32_t Ship(size_t board, const DxrHostMessage &message);
+    [[nodiscard]] static bool IsLarge(const DxrHostMessage &message);
+    // Tells whether any message may arrive twice, late or in another order, or this one not at all.
+    [[nodiscard]] bool MayStray() const;
+    [[nodiscard]] bool MayBeLost(const DxrHostMessage &head) const;
+    // Under the lock: one that is not large and cannot be lost; counts it.
+    uint32_t ShipSimple(ChassisTransport &away, size_t board, const DxrHostMessage &message);
+
     // Sends a letter on its way; the list is empty afterwards unless that fails.
     uint32_t Post(Letters &letter);
     void SetFilter(DxrMessageFilter *given);
@@ -76,7 +92,9 @@ class MessageService final : public Service, public MessageReceiver {
 
     uint32_t Open(const DxrHostMailbox &given, const Place &place);
     uint32_t Close(const DxrHostUnit &unit, const Place &place);
-    uint32_t Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t room, const Place &place,
+    // Takes a message; with EMSGSIZE only its head. When the letter was taken, too, the caller
+    // copies the data, without the lock.
+    uint32_t Receive(const DxrHostUnit &unit, uint32_t ms, const Room &room, const Place &place,
                      DxrHostMessage &head, Letters &taken);
 
     // Calls the handler of a unit's mailbox for what waits in it, unless somebody does.
@@ -90,14 +108,17 @@ class MessageService final : public Service, public MessageReceiver {
     [[nodiscard]] bool HasMailbox(const DxrHostUnit &unit) const override;
     uint32_t Arrive(Letters &letter) override;
     bool Acknowledged(uint64_t sequence, uint32_t result) override;
-    void TakeIn(Letters &letters, const std::vector<Acknowledgement> &acknowledgements) override;
+    void TakeIn(Letters &letters, const std::vector<Acknowledgement> &acknowledgements,
+                Letters &spare) override;
+    // A letter that was taken, or none; without the lock.
+    void End(Letters &letter);
 
     // message_chassis.cpp. 0, or a number of <errno.h>.
     uint32_t Join(const ChassisPlan &plan);
 
     // Under the scheduler's lock. The chassis, once there is one, is the transport, and stays it.
     std::unique_ptr<MessageTransport> transport;
-    ChassisTransport *chassis = nullptr;
+    std::atomic<ChassisTransport *> chassis{nullptr};
     Counts counts{};
 
     // message_event.cpp
@@ -122,6 +143,7 @@ class MessageService final : public Service, public MessageReceiver {
         uint64_t deadline;
     };
 
+    uint32_t Post(const DxrHostMessage &message, Letters &letter);
     uint32_t AwaitAcknowledgement(const Call &call, Task &task, const Wanted &wanted,
                                   DxrHostMessage &message);
     void SetUpEvents();
@@ -137,6 +159,8 @@ class MessageService final : public Service, public MessageReceiver {
     void TakeBack(Letters::iterator kept, Letters &second);
     void CarryHeld(const DxrHostUnit &unit);
     Mailbox *FindUnhandled();
+    void EndLocked(Letters &letter);
+    uint32_t TakeFirst(Mailbox &box, const Room &room, DxrHostMessage &head, Letters &taken);
     static void HandleArrived(void *service);
     void EraseUnused(Mailbox &box);
 
@@ -154,6 +178,7 @@ class MessageService final : public Service, public MessageReceiver {
     uint64_t lastSequence_ = 0;
     Letters late_;
     Letters seconds_;
+    Letters spare_;  // large ones
     Stream delayMs_;
 
     std::mutex lateMutex_;  // one starts the job at a time
@@ -163,8 +188,8 @@ class MessageService final : public Service, public MessageReceiver {
     const std::shared_ptr<Job> arrivedJob_;
     bool isHandling_ = false;  // it is started; under the scheduler's lock
 
-    std::mutex filterMutex_;  // guards what follows
-    DxrMessageFilter *filter_ = nullptr;
+    std::mutex filterMutex_;  // who uses or changes the filter has it
+    std::atomic<DxrMessageFilter *> filter_{nullptr};
 };
 
 MessageService &MessageOf(Host &host);

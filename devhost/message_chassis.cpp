@@ -175,8 +175,8 @@ uint32_t MessageService::Join(const ChassisPlan &plan) {
     }
     other = std::move(made);
     transport.swap(other);
-    chassis = static_cast<ChassisTransport *>(transport.get());
     lastSequence_ = plan.SequenceBase();
+    chassis = static_cast<ChassisTransport *>(transport.get());
     return 0;
 }
 

@@ -2,7 +2,9 @@
 #ifndef DXR_DEVHOST_MESSAGE_CHASSIS_H
 #define DXR_DEVHOST_MESSAGE_CHASSIS_H
 
+#include <cstddef>
 #include <cstdint>
+#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,9 +36,23 @@ struct ChassisPlan {
     [[nodiscard]] uint64_t SequenceBase() const;
 };
 
+struct Frame;
+
+constexpr size_t kNoBoard = SIZE_MAX;
+
 // Mailboxes of this process, and boards elsewhere.
 class ChassisTransport : public MessageTransport {
   public:
+    // The board that a message for the unit is shipped to; kNoBoard when it does not leave.
+    [[nodiscard]] virtual size_t BoardOf(const DxrHostUnit &unit) const = 0;
+
+    // Ships a message whose data is still the sender's; with a frame (message_frames.h) that, which
+    // has it alone. 0 or ENOBUFS; throws std::bad_alloc.
+    virtual uint32_t Ship(size_t board, const DxrHostMessage &message, std::list<Frame> &alone) = 0;
+
+    // Adds an empty frame, if there is one. Also without the scheduler's lock.
+    virtual void TakeSpare(std::list<Frame> &to) = 0;
+
     // Also without the scheduler's lock.
     virtual void CutOff(bool isCutOff) = 0;
     virtual DxrHostChassisCounts Counts() = 0;

@@ -1,10 +1,12 @@
 // Mailboxes, their handlers, and those who receive.
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
 #include <utility>
 
 #include "message.h"
+#include "message_wire.h"
 
 namespace devhost {
 namespace {
@@ -25,8 +27,7 @@ uint32_t MessageService::List(DxrHostMailboxInfo *mailboxes, uint32_t room) cons
             continue;
         }
         if (count < room) {
-            mailboxes[count] = {box.given.unit, box.given.most,
-                                static_cast<uint32_t>(box.letters.size()),
+            mailboxes[count] = {box.given.unit, box.given.most, box.waiting,
                                 box.given.handler != nullptr ? 1U : 0U, 0};
         }
         ++count;
@@ -80,8 +81,12 @@ uint32_t MessageService::Close(const DxrHostUnit &unit, const Place &place) {
     box->closed = ++lastClosed_;
     node.key() = KeyOf(*box);
     (void)boxes_.insert(std::move(node));
-    counts.dropped += box->letters.size();
+    counts.dropped += box->waiting;
+    box->waiting = 0;
     box->letters.clear();
+    if (!box->current.empty()) {
+        box->current.front().more = 0;
+    }
     scheduler.WakeAll(box->arrived);
     ++box->users;
     while (box->runner != nullptr && box->runner != &thread &&
@@ -98,12 +103,18 @@ uint32_t MessageService::Arrive(Letters &letter) {
     if (box == nullptr) {
         return ENXIO;
     }
-    if (box->letters.size() >= box->given.most) {
+    if (box->waiting >= box->given.most) {
         return ENOBUFS;
     }
-    arriving.head.data = arriving.body.empty() ? nullptr : arriving.body.data();
+    if (arriving.next == 0) {
+        arriving.head.data = arriving.body.empty() ? nullptr : arriving.body.data();
+    }
+    const uint32_t taken = std::min(arriving.more + 1, box->given.most - box->waiting);
+    counts.refused += arriving.more + 1 - taken;
+    arriving.more = taken - 1;
     box->letters.splice(box->letters.end(), letter);
-    ++counts.arrived;
+    box->waiting += taken;
+    counts.arrived += taken;
     TheHost().scheduler.WakeOne(box->arrived);
     return 0;
 }
@@ -117,8 +128,12 @@ void MessageService::Handle(const DxrHostUnit &unit) {
     }
     box->runner = &ThisThread();
     ++box->users;
-    while (!box->letters.empty()) {
-        box->current.splice(box->current.end(), box->letters, box->letters.begin());
+    while (box->waiting != 0) {
+        if (box->current.empty() || !ReadNext(box->current.front())) {
+            EndLocked(box->current);
+            box->current.splice(box->current.end(), box->letters, box->letters.begin());
+        }
+        --box->waiting;
         ++counts.taken;
         const DxrHostMessage &message = box->current.front().head;
         lock.unlock();
@@ -129,12 +144,28 @@ void MessageService::Handle(const DxrHostUnit &unit) {
         if ((message.flags & DXR_HOST_MESSAGE_ACK) != 0 && result != DXR_HOST_ACK_LATER) {
             (void)transport->Acknowledge(message, result);
         }
-        box->current.clear();
     }
+    EndLocked(box->current);
     box->runner = nullptr;
     --box->users;
     scheduler.WakeAll(box->idle);
     EraseUnused(*box);
+}
+
+// The end of a letter, or of none. Under the lock.
+void MessageService::EndLocked(Letters &letter) {
+    if (!letter.empty() && letter.front().body.capacity() >= kLargeLetterBytes &&
+        spare_.size() < kSpareLetters) {
+        spare_.splice(spare_.end(), letter);
+    }
+    letter.clear();
+}
+
+void MessageService::End(Letters &letter) {
+    if (!letter.empty() && letter.front().body.capacity() >= kLargeLetterBytes) {
+        const SchedulerLock lock = TheHost().scheduler.Lock();
+        EndLocked(letter);
+    }
 }
 
 // --- From elsewhere
@@ -143,15 +174,15 @@ void MessageService::Handle(const DxrHostUnit &unit) {
 Mailbox *MessageService::FindUnhandled() {
     for (auto &[key, box] : boxes_) {
         if (box.closed == 0 && box.given.handler != nullptr && box.runner == nullptr &&
-            !box.letters.empty()) {
+            box.waiting != 0) {
             return &box;
         }
     }
     return nullptr;
 }
 
-void MessageService::TakeIn(Letters &letters,
-                            const std::vector<Acknowledgement> &acknowledgements) {
+void MessageService::TakeIn(Letters &letters, const std::vector<Acknowledgement> &acknowledgements,
+                            Letters &spare) {
     Scheduler &scheduler = TheHost().scheduler;
     {
         const SchedulerLock lock = scheduler.Lock();
@@ -161,8 +192,11 @@ void MessageService::TakeIn(Letters &letters,
         Letters one;
         while (!letters.empty()) {
             one.splice(one.end(), letters, letters.begin());
-            counts.refused += Arrive(one) != 0 ? 1 : 0;
+            counts.refused += Arrive(one) != 0 ? one.front().more + 1 : 0;
             one.clear();
+        }
+        while (!spare_.empty() && spare.size() < kSpareLetters) {
+            spare.splice(spare.end(), spare_, spare_.begin());
         }
         if (isHandling_ || FindUnhandled() == nullptr) {
             return;
@@ -202,14 +236,12 @@ void MessageService::HandleArrived(void *service) {
 // --- Receivers
 
 // A frame that waits owns nothing: `taken` is empty until then.
-uint32_t MessageService::Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t room,
+uint32_t MessageService::Receive(const DxrHostUnit &unit, uint32_t ms, const Room &room,
                                  const Place &place, DxrHostMessage &head, Letters &taken) {
     Scheduler &scheduler = TheHost().scheduler;
     ThreadRecord &thread = ThisThread();
     scheduler.Point(thread);
     Task &task = scheduler.Current(thread, place);
-    const uint64_t deadline = scheduler.After(ms);
-    const WaitReason reason(place, "a message for %s", NameOf(unit).c_str());
     SchedulerLock lock = scheduler.Lock();
     Mailbox *const box = Find(unit);
     if (box == nullptr || box->given.handler != nullptr) {
@@ -217,34 +249,53 @@ uint32_t MessageService::Receive(const DxrHostUnit &unit, uint32_t ms, uint32_t 
     }
     Woken woken = scheduler.HasEnded() ? Woken::kEnded : ms == 0 ? Woken::kTimeout : Woken::kYes;
     uint32_t result = 0;
-    ++box->users;
-    try {
-        while (box->letters.empty() && box->closed == 0 && woken == Woken::kYes) {
-            woken = scheduler.Wait(lock, task, box->arrived, deadline, reason);
+    if (box->waiting == 0 && woken == Woken::kYes) {
+        const uint64_t deadline = scheduler.After(ms);
+        const WaitReason reason(place, "a message for %s", NameOf(unit).c_str());
+        ++box->users;
+        try {
+            while (box->waiting == 0 && box->closed == 0 && woken == Woken::kYes) {
+                woken = scheduler.Wait(lock, task, box->arrived, deadline, reason);
+            }
+        } catch (const std::bad_alloc &) {
+            result = ENOMEM;
         }
-    } catch (const std::bad_alloc &) {
-        result = ENOMEM;
+        --box->users;
     }
-    --box->users;
     if (box->closed != 0) {
         result = ENOENT;
-    } else if (result == 0 && box->letters.empty()) {
+    } else if (result == 0 && box->waiting == 0) {
         result = woken == Woken::kTimeout ? ETIMEDOUT : ECANCELED;
     } else if (result == 0) {
-        head = box->letters.front().head;
-        if (head.bytes <= room) {
-            taken.splice(taken.end(), box->letters, box->letters.begin());
-            ++counts.taken;
-        } else {
-            result = EMSGSIZE;
-        }
+        result = TakeFirst(*box, room, head, taken);
     }
-    if (!box->letters.empty()) {
+    if (box->waiting != 0) {
         // Another one who waits may have been passed over.
         scheduler.WakeOne(box->arrived);
     }
     EraseUnused(*box);
     return result;
+}
+
+// Under the lock.
+uint32_t MessageService::TakeFirst(Mailbox &box, const Room &room, DxrHostMessage &head,
+                                   Letters &taken) {
+    Letter &first = box.letters.front();
+    head = first.head;
+    if (head.bytes > room.bytes) {
+        return EMSGSIZE;
+    }
+    ++counts.taken;
+    --box.waiting;
+    if (first.more == 0) {
+        taken.splice(taken.end(), box.letters, box.letters.begin());
+        return 0;
+    }
+    if (room.buffer != nullptr && head.bytes != 0) {
+        std::memcpy(room.buffer, head.data, head.bytes);
+    }
+    (void)ReadNext(first);
+    return 0;
 }
 
 }  // namespace devhost
@@ -300,17 +351,18 @@ uint32_t DxrHostReceiveMessage(DxrHost *host, const DxrHostUnit *unit, DxrHostMe
     Letters taken;
     uint32_t result = 0;
     try {
-        result = devhost::MessageOf(*call).Receive(*unit, ms, size, place, head, taken);
+        result = devhost::MessageOf(*call).Receive(*unit, ms, {buffer, size}, place, head, taken);
     } catch (const std::bad_alloc &) {
         result = ENOMEM;
+    }
+    if (!taken.empty() && buffer != nullptr && head.bytes != 0) {
+        std::memcpy(buffer, head.data, head.bytes);
     }
     if (result == 0 || result == EMSGSIZE) {
         head.data = buffer;
         *message = head;
     }
-    if (result == 0 && buffer != nullptr && head.bytes != 0) {
-        std::memcpy(buffer, taken.front().body.data(), head.bytes);
-    }
+    devhost::MessageOf(*call).End(taken);
     return result;
 }
 
@@ -338,7 +390,7 @@ uint32_t DxrHostGetWaitingMessages(DxrHost *host, const DxrHostUnit *unit) {
     }
     const SchedulerLock lock = call->scheduler.Lock();
     const devhost::Mailbox *const box = devhost::MessageOf(*call).Find(*unit);
-    return box != nullptr ? static_cast<uint32_t>(box->letters.size()) : 0;
+    return box != nullptr ? box->waiting : 0;
 }
 
 uint32_t DxrHostGetMailboxes(DxrHost *host, DxrHostMailboxInfo *mailboxes, uint32_t room) {

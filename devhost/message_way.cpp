@@ -6,6 +6,7 @@
 #include <new>
 
 #include "message.h"
+#include "message_frames.h"
 
 namespace devhost {
 namespace {
@@ -30,9 +31,18 @@ void MessageService::Say(const DxrHostMessage &head, const char *what) const {
 // --- Lost
 
 bool MessageService::IsFiltered(const DxrHostMessage &head) {
+    if (filter_.load() == nullptr) {
+        return false;
+    }
     const std::lock_guard lock(filterMutex_);
-    return filter_ != nullptr &&
-           DXR_IsMessageFiltered(filter_, 3, head.to.kind, head.to.number, head.kind) != 0;
+    DxrMessageFilter *const filter = filter_;
+    return filter != nullptr &&
+           DXR_IsMessageFiltered(filter, 3, head.to.kind, head.to.number, head.kind) != 0;
+}
+
+bool MessageService::MayBeLost(const DxrHostMessage &head) const {
+    return DXR_GetSimulateMsgByMsgType(head.kind) != nullptr || filter_.load() != nullptr ||
+           loses_.IsSet();
 }
 
 bool MessageService::IsLost(const DxrHostMessage &head) {
@@ -86,8 +96,8 @@ void MessageService::GetFilterText(char *buffer, uint32_t bufferSize) {
 // Tells whether the letter does not arrive at once, and then when it does.
 bool MessageService::IsLate(Letter &letter) {
     Scheduler &scheduler = TheHost().scheduler;
-    const uint64_t nowNs = scheduler.clock.NowNs();
     if (delays_.Fails()) {
+        const uint64_t nowNs = scheduler.clock.NowNs();
         uint64_t ms = 0;
         {
             const SchedulerLock lock = scheduler.Lock();
@@ -103,7 +113,7 @@ bool MessageService::IsLate(Letter &letter) {
     if (holds_.Fails()) {
         Count(&Counts::held);
         letter.isHeld = true;
-        letter.dueNs = nowNs + DXR_HOST_MESSAGE_DELAY_MS * kNsPerMs;
+        letter.dueNs = scheduler.clock.NowNs() + DXR_HOST_MESSAGE_DELAY_MS * kNsPerMs;
         Say(letter.head, "held back");
         return true;
     }
@@ -242,6 +252,42 @@ void MessageService::CarryHeld(const DxrHostUnit &unit) {
         }
         each = next;
     }
+}
+
+bool MessageService::MayStray() const {
+    return doubles_.IsSet() || delays_.IsSet() || holds_.IsSet();
+}
+
+bool MessageService::IsLarge(const DxrHostMessage &message) {
+    return message.bytes >= kAloneBytes;
+}
+
+uint32_t MessageService::Ship(size_t board, const DxrHostMessage &message) {
+    if (IsLost(message)) {
+        return 0;
+    }
+    Frames alone;
+    if (IsLarge(message)) {
+        chassis.load()->TakeSpare(alone);
+        FillAlone(message, alone);
+    }
+    const SchedulerLock lock = TheHost().scheduler.Lock();
+    const uint32_t result = chassis.load()->Ship(board, message, alone);
+    if (result == 0) {
+        CarryHeld(message.to);
+    }
+    return result;
+}
+
+uint32_t MessageService::ShipSimple(ChassisTransport &away, size_t board,
+                                    const DxrHostMessage &message) {
+    Frames none;
+    const uint32_t result = away.Ship(board, message, none);
+    if (result == 0) {
+        ++counts.sent;
+        CarryHeld(message.to);
+    }
+    return result;
 }
 
 uint32_t MessageService::Deliver(Letters &letter) {

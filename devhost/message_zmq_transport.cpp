@@ -1,8 +1,9 @@
 // Messages to boards of other processes, over ZeroMQ. Each board listens at a socket of its own
 // (PULL) and has one for each board that it has sent something to (PUSH).
 //
-// Senders put letters into a list; a thread of the transport takes them from there, joins many into
-// a frame, and has all sockets to itself. What cannot leave waits there until it is given up.
+// Senders add to the frames that wait for a board; a thread of the transport, which has all sockets
+// to itself, sends them when that board takes something: one message or many, whatever is there.
+// What cannot leave waits until it is given up.
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -15,8 +16,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <deque>
-#include <limits>
 #include <mutex>
 #include <new>
 #include <set>
@@ -29,14 +28,16 @@
 
 #include "clock.h"
 #include "message_chassis.h"
+#include "message_frames.h"
 #include "message_wire.h"
 
 namespace devhost {
 namespace {
 
-// Frames are closed when they have grown so far; one message more may be in them.
-constexpr size_t kFrameBytes = 32768;
-constexpr int64_t kLargestFrame = kFrameBytes + kLargestFrameOfOne;
+constexpr int64_t kLargestFrame = kFrameBytes;
+
+// Smaller frames are copied for ZeroMQ, others lent.
+constexpr size_t kLentBytes = 4096;
 
 // Frames that ZeroMQ keeps for a board, on either side. That there is room again it says when half
 // of them are gone: with many, a slow board would look like one that takes nothing.
@@ -52,8 +53,14 @@ constexpr int kMostReconnectMs = 200;
 constexpr int kSignOfLifeMs = 1000;
 constexpr int kNoSignOfLifeMs = 5000;
 
-// Acknowledgements that wait, for all boards or for one.
+// Acknowledgements that wait for a board.
 constexpr size_t kMostAcknowledgements = 65536;
+
+// Empty frames that are kept.
+constexpr size_t kSpareFrames = 32;
+
+// What a board that takes nothing is sent is looked at so often.
+constexpr uint64_t kLookNs = 10 * kNsPerMs;
 
 constexpr const char *kAuthentication = "inproc://zeromq.zap.01";
 constexpr size_t kBinaryKeyBytes = 32;
@@ -102,6 +109,13 @@ class Part {
     // To be written. Throws std::bad_alloc.
     explicit Part(size_t size) {
         if (zmq_msg_init_size(&part_, size) != 0) {
+            throw std::bad_alloc();
+        }
+    }
+    // Lent to ZeroMQ, which calls the function when it needs it no more: here, or on a thread of
+    // its own. Throws std::bad_alloc.
+    Part(void *data, size_t size, void (*function)(void *data, void *user), void *user) {
+        if (zmq_msg_init_data(&part_, data, size, function, user) != 0) {
             throw std::bad_alloc();
         }
     }
@@ -243,7 +257,10 @@ class Doorkeeper {
 class ZmqTransport final : public ChassisTransport {
   public:
     ZmqTransport(MessageReceiver &receiver, const ChassisPlan &plan)
-        : receiver_(receiver), plan_(plan), peers_(plan.boards.size()) {}
+        : receiver_(receiver), plan_(plan), peers_(plan.boards.size()) {
+        listed_.reserve(peers_.size());
+        turn_.reserve(peers_.size());
+    }
 
     ~ZmqTransport() override {
         if (thread_.joinable()) {
@@ -280,23 +297,57 @@ class ZmqTransport final : public ChassisTransport {
     }
 
     uint32_t Carry(Letters &letter) override {
-        const DxrHostMessage &head = letter.front().head;
-        if (receiver_.HasMailbox(head.to)) {
+        DxrHostMessage message = letter.front().head;
+        if (receiver_.HasMailbox(message.to)) {
             return receiver_.Arrive(letter);
         }
-        if (!IsElsewhere(plan_.OwnerOf(head.to))) {
+        const size_t board = plan_.OwnerOf(message.to);
+        if (!IsElsewhere(board)) {
             return ENXIO;
         }
+        message.data = letter.front().body.data();
+        Frames none;
+        uint32_t result = ENOMEM;
+        try {
+            result = Ship(board, message, none);
+        } catch (const std::bad_alloc &) {
+            return ENOMEM;
+        }
+        if (result == 0) {
+            letter.clear();
+        }
+        return result;
+    }
+
+    [[nodiscard]] size_t BoardOf(const DxrHostUnit &unit) const override {
+        const size_t board = receiver_.HasMailbox(unit) ? kNoBoard : plan_.OwnerOf(unit);
+        return IsElsewhere(board) ? board : kNoBoard;
+    }
+
+    uint32_t Ship(size_t board, const DxrHostMessage &message, Frames &alone) override {
         const std::lock_guard lock(mutex_);
         if (waiting_ >= DXR_HOST_MOST_OUTGOING_MESSAGES ||
-            waitingBytes_ + head.bytes > DXR_HOST_MOST_OUTGOING_BYTES) {
+            waitingBytes_ + message.bytes > DXR_HOST_MOST_OUTGOING_BYTES) {
             return ENOBUFS;
         }
+        Peer &peer = peers_[board];
+        if (alone.empty()) {
+            peer.messages.Add(message, spare_);
+        } else {
+            peer.messages.Add(alone);
+        }
         ++waiting_;
-        waitingBytes_ += head.bytes;
-        WakeUnlessAwake();
-        outgoing_.splice(outgoing_.end(), letter);
+        waitingBytes_ += message.bytes;
+        // It is late for one who waits briefly until the thread has seen it.
+        TellOf(board, PatienceFor(message.flags, message.timeoutMs) < kPatienceNs);
         return 0;
+    }
+
+    void TakeSpare(Frames &to) override {
+        const std::lock_guard lock(mutex_);
+        if (!spare_.empty()) {
+            to.splice(to.end(), spare_, spare_.begin());
+        }
     }
 
     bool Acknowledge(const DxrHostMessage &message, uint32_t result) override {
@@ -308,22 +359,23 @@ class ZmqTransport final : public ChassisTransport {
             return false;
         }
         const std::lock_guard lock(mutex_);
-        if (acknowledgements_.size() >= kMostAcknowledgements) {
+        FrameQueue &answers = peers_[origin].answers;
+        if (answers.Count() >= kMostAcknowledgements) {
             return false;
         }
         try {
-            acknowledgements_.push_back({message.sequence, result});
+            answers.Add(Acknowledgement{message.sequence, result}, spare_);
         } catch (const std::bad_alloc &) {
             return false;
         }
-        WakeUnlessAwake();
+        TellOf(origin, false);
         return true;
     }
 
     void CutOff(bool isCutOff) override {
         const std::lock_guard lock(mutex_);
         isCutOff_ = isCutOff;
-        WakeUnlessAwake();
+        Wake();
     }
 
     DxrHostChassisCounts Counts() override {
@@ -336,20 +388,20 @@ class ZmqTransport final : public ChassisTransport {
   private:
     using Counts_ = DxrHostChassisCounts;
 
-    struct WaitingAcknowledgement {
-        Acknowledgement what;
-        uint64_t dueNs;
-    };
-
-    // A board, and what waits to get there. A letter is given up when it is due.
+    // A board, and what waits to get there.
     struct Peer {
+        // The thread's alone.
         Socket socket;
-        Letters letters;
-        std::deque<WaitingAcknowledgement> acknowledgements;
-        uint64_t dueNs = kForever;  // of the earliest letter, or before that
-        uint64_t tookNs = 0;        // when it took something last
+        uint64_t tookNs = 0;   // when it took something last
+        bool isStuck = false;  // what waits cannot leave
 
-        [[nodiscard]] bool IsEmpty() const { return letters.empty() && acknowledgements.empty(); }
+        // Under the mutex.
+        FrameQueue messages;
+        FrameQueue answers;      // acknowledgements; they go first
+        bool isListed = false;   // in `listed_`
+        bool takesNone = false;  // the thread waits until it does
+
+        [[nodiscard]] bool IsEmpty() const { return messages.IsEmpty() && answers.IsEmpty(); }
     };
 
     // --- Of any thread
@@ -360,11 +412,25 @@ class ZmqTransport final : public ChassisTransport {
         return board != plan_.self && board < plan_.boards.size();
     }
 
-    // Under the mutex, before what it is woken for is there.
-    void WakeUnlessAwake() {
+    // The rest under the mutex.
+
+    void Wake() {
+        hasNews_ = true;
         if (!isAwake_) {
             isAwake_ = true;
             wake_.Set();
+        }
+    }
+
+    // Something waits for the board.
+    void TellOf(size_t board, bool isUrgent) {
+        Peer &peer = peers_[board];
+        if (!peer.isListed) {
+            peer.isListed = true;
+            listed_.push_back(board);  // there is room for all of them
+        }
+        if (isUrgent || !peer.takesNone) {
+            Wake();
         }
     }
 
@@ -420,41 +486,40 @@ class ZmqTransport final : public ChassisTransport {
     // --- The thread
 
     void Run() {
-        while (!isEnding_) {
-            Await();
+        bool isLast = false;
+        bool isBusy = false;
+        while (!isLast) {
+            if (!isBusy) {
+                Await();
+            }
+            isLast = BeginTurn();
+            isBusy = false;
             try {
-                TakeOutgoing();
                 door_.Answer();
-                TakeIncoming();
-                for (size_t i = 0; i < peers_.size(); ++i) {
-                    if (!peers_[i].IsEmpty()) {
-                        GiveUp(peers_[i]);
-                        Flush(i);
-                    }
+                isBusy = TakeIncoming();
+                for (const size_t board : turn_) {
+                    Flush(board);
                 }
             } catch (const std::bad_alloc &) {
                 // What waits goes on waiting; what was to be read is lost.
             }
+            isBusy = EndTurn(isBusy);
         }
     }
 
     void Await() {
         std::vector<zmq_pollitem_t> &items = items_;
         items.clear();
-        uint64_t dueNs = kForever;
+        uint64_t dueNs = dueNs_;
         try {
             items.push_back({nullptr, wake_.Fd(), ZMQ_POLLIN, 0});
             items.push_back({listener_.Get(), 0, ZMQ_POLLIN, 0});
             if (door_.TheSocket()) {
                 items.push_back({door_.TheSocket().Get(), 0, ZMQ_POLLIN, 0});
             }
-            for (const Peer &peer : peers_) {
-                if (!peer.IsEmpty() && peer.socket) {
-                    items.push_back({peer.socket.Get(), 0, ZMQ_POLLOUT, 0});
-                }
-                dueNs = std::min(dueNs, peer.dueNs);
-                if (!peer.acknowledgements.empty()) {
-                    dueNs = std::min(dueNs, Due(peer, peer.acknowledgements.front().dueNs));
+            for (const size_t board : turn_) {
+                if (peers_[board].isStuck && peers_[board].socket) {
+                    items.push_back({peers_[board].socket.Get(), 0, ZMQ_POLLOUT, 0});
                 }
             }
         } catch (const std::bad_alloc &) {
@@ -464,108 +529,75 @@ class ZmqTransport final : public ChassisTransport {
         const uint64_t waitNs = dueNs > nowNs ? dueNs - nowNs : 0;
         const int64_t waitMs = dueNs == kForever ? -1 : static_cast<int64_t>(waitNs / kNsPerMs + 1);
         (void)zmq_poll(items.data(), static_cast<int>(items.size()), static_cast<long>(waitMs));
+        const std::lock_guard lock(mutex_);
+        if (isAwake_) {
+            wake_.Clear();
+        }
+        isAwake_ = true;
     }
 
-    void TakeOutgoing() {
-        Letters taken;
-        std::vector<Acknowledgement> acknowledged;
-        {
-            const std::lock_guard lock(mutex_);
-            if (isAwake_ || isStopping_) {
-                wake_.Clear();
-            }
-            isAwake_ = false;
-            isEnding_ = isStopping_;
-            isCutOffNow_ = isCutOff_;
-            taken.swap(outgoing_);
-            acknowledged.swap(acknowledgements_);
-        }
-        if (isCutOffNow_) {
-            DropAll(taken);
-            return;
-        }
-        const uint64_t nowNs = Clock::MachineNow();
-        while (!taken.empty()) {
-            Letter &letter = taken.front();
-            Peer &peer = peers_[plan_.OwnerOf(letter.head.to)];
-            letter.dueNs = nowNs + PatienceFor(letter.head);
-            peer.dueNs = std::min(peer.dueNs, letter.dueNs);
-            peer.letters.splice(peer.letters.end(), taken, taken.begin());
-        }
-        for (const Acknowledgement &each : acknowledged) {
-            Peer &peer = peers_[plan_.OriginOf(each.sequence)];
-            if (peer.acknowledgements.size() < kMostAcknowledgements) {
-                peer.acknowledgements.push_back(
-                    {each, nowNs + uint64_t{DXR_HOST_PATIENCE_MS} * kNsPerMs});
-            }
-        }
+    // Tells whether it is the last one.
+    bool BeginTurn() {
+        const std::lock_guard lock(mutex_);
+        hasNews_ = false;
+        isCutOffNow_ = isCutOff_;
+        turn_.assign(listed_.begin(), listed_.end());
+        return isStopping_;
     }
 
-    // For as long as its sender waits for an answer a message waits, too.
-    static bool IsBrief(const DxrHostMessage &head) {
-        return (head.flags & DXR_HOST_MESSAGE_ACK) != 0 && head.timeoutMs != 0 &&
-               head.timeoutMs < DXR_HOST_PATIENCE_MS;
-    }
-
-    static uint64_t PatienceFor(const DxrHostMessage &head) {
-        return uint64_t{IsBrief(head) ? head.timeoutMs : DXR_HOST_PATIENCE_MS} * kNsPerMs;
-    }
-
-    // A board that takes what it is sent, however slowly, is there.
-    static uint64_t Due(const Peer &peer, uint64_t dueNs) {
-        return std::max(dueNs, peer.tookNs + uint64_t{DXR_HOST_PATIENCE_MS} * kNsPerMs);
-    }
-
-    // A board that is cut off sends nothing.
-    void DropAll(Letters &taken) {
-        for (Peer &peer : peers_) {
-            taken.splice(taken.end(), peer.letters);
-            peer.acknowledgements.clear();
-            peer.dueNs = kForever;
-        }
-        Leave(taken, &Counts_::cutOff);
-    }
-
-    // These wait no more.
-    void Leave(Letters &letters, uint64_t Counts_::*as) {
-        if (letters.empty()) {
-            return;
-        }
-        uint64_t bytes = 0;
-        for (const Letter &letter : letters) {
-            bytes += letter.body.size();
-        }
-        {
-            const std::lock_guard lock(mutex_);
-            waiting_ -= letters.size();
-            waitingBytes_ -= bytes;
-            counts_.*as += letters.size();
-        }
-        letters.clear();
-    }
-
-    void GiveUp(Peer &peer) {
-        const uint64_t nowNs = Clock::MachineNow();
-        while (!peer.acknowledgements.empty() &&
-               Due(peer, peer.acknowledgements.front().dueNs) <= nowNs) {
-            peer.acknowledgements.pop_front();
-        }
-        if (peer.dueNs > nowNs) {
-            return;
-        }
-        Letters given;
-        peer.dueNs = kForever;
-        for (auto each = peer.letters.begin(); each != peer.letters.end();) {
-            const auto next = std::next(each);
-            const uint64_t dueNs = IsBrief(each->head) ? each->dueNs : Due(peer, each->dueNs);
-            if (dueNs <= nowNs) {
-                given.splice(given.end(), peer.letters, each);
+    // Looks at what has not left. Tells whether the next turn begins at once.
+    bool EndTurn(bool isBusy) {
+        Frames gone;  // it ends without the lock
+        const std::lock_guard lock(mutex_);
+        const uint64_t nowNs = listed_.empty() ? 0 : Clock::MachineNow();
+        dueNs_ = kForever;
+        auto kept = listed_.begin();
+        for (const size_t board : listed_) {
+            Peer &peer = peers_[board];
+            LookAt(peer, nowNs, gone);
+            if (peer.IsEmpty()) {
+                peer.isListed = false;
             } else {
-                peer.dueNs = std::min(peer.dueNs, dueNs);
+                *kept++ = board;
+                isBusy = isBusy || !peer.isStuck;
             }
-            each = next;
+            peer.takesNone = peer.isStuck && !peer.IsEmpty();
         }
-        Leave(given, &Counts_::unreached);
+        listed_.erase(kept, listed_.end());
+        turn_.assign(listed_.begin(), listed_.end());
+        isAwake_ = isBusy || hasNews_;
+        return isAwake_;
+    }
+
+    // Gives up what has waited for too long; everything when the board sends nothing. Under the
+    // mutex.
+    void LookAt(Peer &peer, uint64_t nowNs, Frames &gone) {
+        FrameQueue::Given given;
+        FrameQueue::Given answers;
+        if (isCutOffNow_) {
+            Frames all;
+            peer.messages.TakeAll(all);
+            for (const Frame &frame : all) {
+                given.count += frame.count;
+                given.dataBytes += frame.dataBytes;
+            }
+            peer.answers.TakeAll(all);
+            gone.splice(gone.end(), all);
+        }
+        uint64_t dueNs = nowNs + kLookNs;
+        try {
+            peer.messages.Look(nowNs, peer.tookNs, given, gone);
+            peer.answers.Look(nowNs, peer.tookNs, answers, gone);
+            dueNs = std::min({dueNs, peer.messages.DueNs(), peer.answers.DueNs()});
+        } catch (const std::bad_alloc &) {
+            // It looks again.
+        }
+        if (!peer.IsEmpty()) {
+            dueNs_ = std::min(dueNs_, dueNs);
+        }
+        waiting_ -= given.count;
+        waitingBytes_ -= given.dataBytes;
+        (isCutOffNow_ ? counts_.cutOff : counts_.unreached) += given.count;
     }
 
     bool Connect(size_t board) {
@@ -596,94 +628,148 @@ class ZmqTransport final : public ChassisTransport {
         return true;
     }
 
+    // Sends what waits for a board as far as that takes it. The others do not wait for one that is
+    // sent much.
     void Flush(size_t board) {
         Peer &peer = peers_[board];
-        while (!peer.IsEmpty() && Connect(board) && peer.socket.Can(ZMQ_POLLOUT)) {
-            size_t size = kEmptyFrame;
-            auto lastAnswer = peer.acknowledgements.begin();
-            while (lastAnswer != peer.acknowledgements.end() && size < kFrameBytes) {
-                size += FrameBytesOf(lastAnswer->what);
-                ++lastAnswer;
+        Frames leaving;
+        for (int i = 0; i < kFramesKept; ++i) {
+            peer.isStuck = isCutOffNow_ || !Connect(board) || !peer.socket.Can(ZMQ_POLLOUT);
+            bool isAnswer = false;
+            {
+                const std::lock_guard lock(mutex_);
+                if (peer.isStuck || peer.IsEmpty()) {
+                    return;
+                }
+                isAnswer = !peer.answers.IsEmpty();
+                (isAnswer ? peer.answers : peer.messages).TakeFirst(leaving);
             }
-            auto end = peer.letters.begin();
-            while (end != peer.letters.end() && size < kFrameBytes) {
-                size += FrameBytesOf(*end);
-                ++end;
-            }
-            Part frame(size);
-            FrameWriter writer(frame.Data());
-            for (auto each = peer.acknowledgements.begin(); each != lastAnswer; ++each) {
-                writer.Add(each->what);
-            }
-            for (auto each = peer.letters.begin(); each != end; ++each) {
-                writer.Add(*each);
-            }
-            if (!frame.Send(peer.socket)) {
+            const FrameQueue::Given given = {leaving.front().count, leaving.front().dataBytes};
+            peer.isStuck = !Send(leaving, peer.socket);
+            peer.tookNs = peer.isStuck ? peer.tookNs : Clock::MachineNow();
+            const std::lock_guard lock(mutex_);
+            if (peer.isStuck) {
+                (isAnswer ? peer.answers : peer.messages).PutBack(leaving);
                 return;
             }
-            peer.tookNs = Clock::MachineNow();
-            peer.acknowledgements.erase(peer.acknowledgements.begin(), lastAnswer);
-            Letters sent;
-            sent.splice(sent.end(), peer.letters, peer.letters.begin(), end);
-            if (peer.letters.empty()) {
-                peer.dueNs = kForever;
+            if (!isAnswer) {
+                waiting_ -= given.count;
+                waitingBytes_ -= given.dataBytes;
+                counts_.sent += given.count;
             }
-            Leave(sent, &Counts_::sent);
         }
+    }
+
+    // Sends the one frame of the list, which is empty afterwards; false leaves it there.
+    bool Send(Frames &frame, const Socket &socket) {
+        void *const data = frame.front().data.get();
+        const size_t size = frame.front().size;
+        try {
+            if (size < kLentBytes) {
+                Part part(size);
+                std::memcpy(part.Data(), data, size);
+                const bool isSent = part.Send(socket);
+                if (isSent) {
+                    Keep(frame);
+                }
+                return isSent;
+            }
+            Part part(data, size, TakeBack, this);
+            {
+                const std::lock_guard lock(mutex_);
+                lent_.splice(lent_.end(), frame);
+            }
+            if (part.Send(socket)) {
+                return true;
+            }
+            FindLent(data, frame);
+        } catch (const std::bad_alloc &) {
+            // It waits.
+        }
+        return false;
+    }
+
+    void FindLent(const void *data, Frames &to) {
+        const std::lock_guard lock(mutex_);
+        const auto found = std::find_if(lent_.begin(), lent_.end(), [data](const Frame &frame) {
+            return frame.data.get() == data;
+        });
+        if (found != lent_.end()) {
+            to.splice(to.end(), lent_, found);
+        }
+    }
+
+    static void TakeBack(void *data, void *given) {
+        auto *const self = static_cast<ZmqTransport *>(given);
+        Frames frame;
+        self->FindLent(data, frame);
+        if (!frame.empty()) {  // it was sent
+            self->Keep(frame);
+        }
+    }
+
+    // Keeps the one frame of the list as a spare one, or ends it.
+    void Keep(Frames &frame) {
+        Renew(frame.front());
+        {
+            const std::lock_guard lock(mutex_);
+            if (spare_.size() < kSpareFrames) {
+                spare_.splice(spare_.begin(), frame);
+            }
+        }
+        frame.clear();
     }
 
     // --- What comes in
 
-    void TakeIncoming() {
-        Letters letters;
-        std::vector<Acknowledgement> acknowledgements;
-        uint64_t malformed = 0;
+    // Tells whether there may be more.
+    bool TakeIncoming() {
+        Incoming incoming;
+        incoming.spare.swap(spareLetters_);
+        int frames = 0;
         // Those that send much do not keep the others waiting.
-        for (int i = 0; i < kFramesKept; ++i) {
+        for (; frames < kFramesKept; ++frames) {
             Part frame;
             if (!frame.Receive(listener_)) {
                 break;
             }
             try {
-                malformed +=
-                    ReadFrame(frame.Data(), frame.Size(), letters, acknowledgements) ? 0 : 1;
+                ReadFrame(frame.Data(), frame.Size(), plan_, incoming);
             } catch (const std::bad_alloc &) {
-                ++malformed;  // it is lost
+                ++incoming.malformed;  // it is lost
             }
         }
-        for (auto each = letters.begin(); each != letters.end();) {
-            const bool isOurs = plan_.OwnerOf(each->head.to) == plan_.self &&
-                                IsElsewhere(plan_.OriginOf(each->head.sequence));
-            malformed += isOurs ? 0 : 1;
-            each = isOurs ? std::next(each) : letters.erase(each);
-        }
-        if (letters.empty() && acknowledgements.empty() && malformed == 0) {
-            return;
+        spareLetters_.swap(incoming.spare);
+        if (frames == 0) {
+            return false;
         }
         {
             const std::lock_guard lock(mutex_);
-            counts_.malformed += malformed;
+            counts_.malformed += incoming.malformed;
             if (isCutOffNow_) {
-                counts_.cutOff += letters.size();
+                counts_.cutOff += incoming.messages;
             } else {
-                counts_.received += letters.size();
-                counts_.acknowledged += acknowledgements.size();
+                counts_.received += incoming.messages;
+                counts_.acknowledged += incoming.acknowledgements.size();
             }
         }
         if (!isCutOffNow_) {
-            receiver_.TakeIn(letters, acknowledgements);
+            receiver_.TakeIn(incoming.letters, incoming.acknowledgements, spareLetters_);
         }
+        return frames == kFramesKept;
     }
 
     MessageReceiver &receiver_;
     const ChassisPlan plan_;
 
     std::mutex mutex_;  // guards what follows; taken after the scheduler's lock, never before it
-    Letters outgoing_;
-    std::vector<Acknowledgement> acknowledgements_;
-    uint64_t waiting_ = 0;  // letters, here and with the peers
-    uint64_t waitingBytes_ = 0;
-    bool isAwake_ = false;
+    std::vector<size_t> listed_;  // boards that something waits for
+    Frames spare_;                // empty frames, for the next ones
+    Frames lent_;                 // frames that ZeroMQ has
+    uint64_t waiting_ = 0;        // messages
+    uint64_t waitingBytes_ = 0;   // of their data
+    bool hasNews_ = false;        // since the thread began its turn
+    bool isAwake_ = false;        // the thread, or it is being woken
     bool isStopping_ = false;
     bool isCutOff_ = false;
     DxrHostChassisCounts counts_{};
@@ -694,8 +780,10 @@ class ZmqTransport final : public ChassisTransport {
     Doorkeeper door_;
     Socket listener_;
     std::vector<Peer> peers_;
+    std::vector<size_t> turn_;  // boards that are listed in this turn
+    Letters spareLetters_;
     std::vector<zmq_pollitem_t> items_;
-    bool isEnding_ = false;
+    uint64_t dueNs_ = kForever;  // when the next turn begins at the latest
     bool isCutOffNow_ = false;
 
     std::thread thread_;

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "devhost/message_fixture.h"
+#include "dxr_devhost/inspect.h"
 
 #ifdef __SANITIZE_THREAD__
 // libzmq is not built with the sanitizer, which sees what its threads write and not what orders
@@ -237,6 +238,117 @@ TEST_F(Chassis, MessagesOfAllSizesArriveInTheirOrder) {
     }
 }
 
+// What a handler took, whose board may be the faster one.
+struct Handled {
+    std::string text;  // what all messages begin as
+    std::atomic<uint32_t> count{0};
+    std::atomic<uint32_t> wrong{0};
+    uint32_t last = 0;  // kind
+};
+
+uint32_t HandleInOrder(const DxrHostMessage *message, void *user) {
+    auto &handled = *static_cast<Handled *>(user);
+    const bool isWhole =
+        message->bytes == 0 || std::memcmp(message->data, handled.text.data(), message->bytes) == 0;
+    const bool isAligned =
+        reinterpret_cast<uintptr_t>(message->data) % alignof(std::max_align_t) == 0;
+    const bool isLater = message->kind > handled.last;
+    handled.wrong += isWhole && isAligned && isLater ? 0 : 1;
+    handled.last = message->kind;
+    ++handled.count;
+    return 0;
+}
+
+TEST_F(Chassis, UnitsOfABoardGetWhatIsSentToThem) {
+    constexpr uint32_t kMessages = 3000;
+    constexpr std::array<uint32_t, 12> kSizes = {0,  1,    15,   16,    17,    31,
+                                                 32, 1000, 9000, 16383, 16384, 65521};
+    BeginBoth();
+    Handled handled;
+    for (size_t i = 0; i < DXR_HOST_MESSAGE_BYTES; ++i) {
+        handled.text += static_cast<char>(i * 7);
+    }
+    ASSERT_EQ(OpenAt(line_, kLpu1, kMessages), 0U);
+    ASSERT_EQ(OpenAt(line_, kLpu2, kMessages, HandleInOrder, &handled), 0U);
+    std::mt19937 random(1);  // NOLINT(bugprone-random-generator-seed): runs repeat
+    std::vector<DxrHostMessage> forReceiver;
+    for (uint32_t i = 1; i <= kMessages; ++i) {
+        DxrHostMessage message = MessageOf(random() % 3 == 0 ? kLpu2 : kLpu1, i);
+        message.data = handled.text.data();
+        message.bytes = kSizes[random() % (random() % 16 == 0 ? kSizes.size() : kSizes.size() - 5)];
+        message.code = static_cast<uint32_t>(random());
+        ASSERT_EQ(DXR_SendMsg(&message), 0U) << i;
+        if (message.to.number == kLpu1.number) {
+            forReceiver.push_back(message);
+        }
+    }
+    for (const DxrHostMessage &sent : forReceiver) {
+        const Received got = Take(line_, kLpu1);
+        ASSERT_EQ(got.result, 0U);
+        ASSERT_EQ(got.message.kind, sent.kind);
+        ASSERT_EQ(got.message.code, sent.code);
+        ASSERT_EQ(got.message.sequence, sent.sequence);
+        ASSERT_EQ(got.message.from.kind, sent.from.kind);
+        ASSERT_EQ(got.text, handled.text.substr(0, sent.bytes)) << sent.kind;
+    }
+    const auto forHandler = static_cast<uint32_t>(kMessages - forReceiver.size());
+    EXPECT_TRUE(Await([&] { return handled.count == forHandler; }));
+    EXPECT_EQ(handled.wrong, 0U);
+    EXPECT_EQ(ChassisCountsOf(line_).received, kMessages);
+    EXPECT_EQ(CountsOf(line_).arrived, kMessages);
+    EXPECT_EQ(CountsOf(line_).taken, kMessages);
+    ASSERT_EQ(DxrHostCloseMailbox(line_, &kLpu2), 0U);
+}
+
+TEST_F(Chassis, AMailboxMayCloseWhileItsMessagesComeIn) {
+    constexpr uint32_t kMessages = 500;
+    BeginBoth();
+    Meet();
+    // Its handler closes it at some message; what waits then is dropped, what comes later refused.
+    const auto closing = [](const DxrHostMessage *message, void *user) {
+        if (message->kind == 10) {
+            EXPECT_EQ(DxrHostCloseMailbox(static_cast<DxrHost *>(user), &kLpu1), 0U);
+        }
+        return 0U;
+    };
+    ASSERT_EQ(OpenAt(line_, kLpu1, kMessages, closing, line_), 0U);
+    const DxrHostMessageCounts before = CountsOf(line_);
+    for (uint32_t i = 1; i <= kMessages; ++i) {
+        ASSERT_EQ(Send(kLpu1, i, "text"), 0U);
+    }
+    EXPECT_TRUE(Await([&] {
+        const DxrHostMessageCounts now = CountsOf(line_);
+        return now.taken - before.taken == 10 &&
+               now.arrived - before.arrived + now.refused == kMessages;
+    }));
+    EXPECT_EQ(CountsOf(line_).dropped, CountsOf(line_).arrived - before.arrived - 10);
+}
+
+TEST_F(Chassis, WhatWaitsInAMailboxIsCounted) {
+    constexpr uint32_t kMessages = 100;
+    constexpr uint32_t kMost = 40;
+    BeginBoth();
+    ASSERT_EQ(OpenAt(line_, kLpu1, kMost), 0U);
+    for (uint32_t i = 0; i < kMessages; ++i) {
+        ASSERT_EQ(Send(kLpu1, i, "a text of some length"), 0U);
+    }
+    EXPECT_TRUE(Await([this] { return CountsOf(line_).refused == kMessages - kMost; }));
+    for (uint32_t i = 0; i < kMost / 2; ++i) {
+        EXPECT_EQ(DxrHostGetWaitingMessages(line_, &kLpu1), kMost - i);
+        // One without room for it stays.
+        DxrHostMessage message{};
+        EXPECT_EQ(DxrHostReceiveMessage(line_, &kLpu1, &message, nullptr, 0, 0),
+                  static_cast<uint32_t>(EMSGSIZE));
+        EXPECT_EQ(message.kind, i);
+        EXPECT_EQ(Take(line_, kLpu1, 0).message.kind, i);
+    }
+    DxrHostMailboxInfo mailbox{};
+    EXPECT_EQ(DxrHostGetMailboxes(line_, &mailbox, 1), 1U);
+    EXPECT_EQ(mailbox.waiting, kMost / 2);
+    ASSERT_EQ(DxrHostCloseMailbox(line_, &kLpu1), 0U);
+    EXPECT_EQ(CountsOf(line_).dropped, kMost / 2);
+}
+
 TEST_F(Chassis, WhatDoesNotFitIntoTheMailboxIsRefusedThere) {
     BeginBoth();
     Meet();
@@ -360,6 +472,35 @@ TEST_F(Chassis, MessagesToADeadBoardTimeOut) {
     EXPECT_TRUE(Await([&] { return waiting() == 0; }));
 }
 
+TEST_F(Chassis, WhatIsGivenUpLeavesTheOthersWaiting) {
+    constexpr uint32_t kPairs = 40;
+    BeginMain();
+    for (uint32_t i = 0; i < kPairs; ++i) {
+        ASSERT_EQ(Send(kLpu3, 2 * i, "it waits"), 0U);
+        DxrHostMessage brief = WithAck(MessageOf(kLpu3, 2 * i + 1, "it does not wait for long"), 1);
+        ASSERT_EQ(DXR_SendMsg(&brief), kTimedOut);
+    }
+    // Their board begins: what waits for it then arrives as it was sent.
+    DxrHost *const third = MakeHost();
+    const DxrHostChassisPlan plan = PlanOf(2);
+    ASSERT_EQ(DxrHostJoinChassis(third, &plan), 0U);
+    ASSERT_EQ(OpenAt(third, kLpu3), 0U);
+    EXPECT_TRUE(Await([this] { return ChassisCountsOf(main_).waiting == 0; }));
+    const DxrHostChassisCounts counts = ChassisCountsOf(main_);
+    EXPECT_EQ(counts.sent + counts.unreached, 2 * kPairs);
+    EXPECT_GE(counts.unreached, kPairs / 2);
+    EXPECT_TRUE(Await([&] { return ChassisCountsOf(third).received == counts.sent; }));
+    int64_t last = -1;
+    for (uint64_t i = 0; i < counts.sent; ++i) {
+        const Received got = Take(third, kLpu3);
+        ASSERT_EQ(got.result, 0U);
+        EXPECT_GT(int64_t{got.message.kind}, last);
+        last = got.message.kind;
+        EXPECT_EQ(got.text, last % 2 == 0 ? "it waits" : "it does not wait for long");
+    }
+    (void)DxrHostDestroy(third, nullptr);
+}
+
 TEST_F(Chassis, ABoardThatIsStartedAgainIsReached) {
     BeginBoth();
     for (uint32_t life = 1; life < 4; ++life) {
@@ -372,10 +513,12 @@ TEST_F(Chassis, ABoardThatIsStartedAgainIsReached) {
 
 TEST_F(Chassis, OnlySoMuchWaitsToLeave) {
     BeginMain();
+    constexpr uint32_t kMost = DXR_HOST_MOST_OUTGOING_BYTES / DXR_HOST_MESSAGE_BYTES;
     const std::string text(DXR_HOST_MESSAGE_BYTES, 'x');
     uint32_t sent = 0;
     uint32_t result = 0;
-    while (result == 0 && sent <= DXR_HOST_MOST_OUTGOING_BYTES / DXR_HOST_MESSAGE_BYTES) {
+    // On a slow machine the first ones are given up before the last ones are sent.
+    while (result == 0 && sent <= 8 * kMost) {
         DxrHostMessage message = MessageOf(kLpu3, 1);
         message.data = text.data();
         message.bytes = DXR_HOST_MESSAGE_BYTES;
@@ -383,7 +526,8 @@ TEST_F(Chassis, OnlySoMuchWaitsToLeave) {
         sent += result == 0 ? 1 : 0;
     }
     EXPECT_EQ(result, static_cast<uint32_t>(ENOBUFS));
-    EXPECT_EQ(sent, DXR_HOST_MOST_OUTGOING_BYTES / DXR_HOST_MESSAGE_BYTES);
+    EXPECT_GE(sent, kMost);
+    EXPECT_LE(ChassisCountsOf(main_).waiting, kMost);
     EXPECT_TRUE(Await([this] { return ChassisCountsOf(main_).waiting == 0; }));
     EXPECT_EQ(ChassisCountsOf(main_).unreached, sent);
     EXPECT_EQ(Send(kLpu3, 1), 0U) << "there is room again";
@@ -471,11 +615,11 @@ TEST_F(Chassis, WhatIsNoMessageIsCounted) {
     // cut off somewhere.
     const auto byte = [](int value) { return static_cast<char>(value); };
     std::string frame = "DXRM";
-    frame += byte(1);
-    for (const int number : {7, 1, 0, 2, 1, 0, 0, 0, 3}) {
+    for (const int number : {2, 1, 7, 1, 0, 2, 1, 0, 0}) {
         frame += byte(number) + std::string(3, '\0');
     }
-    frame += std::string(6, '\0') + byte(0xC0) + byte(0) + "abc";
+    frame += std::string(6, '\0') + byte(0xC0) + std::string(5, '\0');
+    frame += byte(3) + std::string(3, '\0') + "abc" + std::string(13, '\0');
     std::mt19937 random(1);  // NOLINT(bugprone-random-generator-seed): runs repeat
     constexpr uint64_t kFrames = 3000;
     for (uint64_t i = 0; i < kFrames; ++i) {
