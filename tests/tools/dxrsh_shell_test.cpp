@@ -269,6 +269,30 @@ TEST(DxrshShell, CallsWithRecords) {
                   "request+4: 1 bytes are given where 2 are read");
 }
 
+// Numbers that are kept may stand where memory is wanted: those are addresses, or none.
+TEST(DxrshShell, RefusesAddressesOfNoMemory) {
+    const std::string number = "set 0:1:0x40 0x1000\nget 0:1:0x40\n";
+    ExpectRefuses(number + "call DXR_ReadReg 0 1 0x40 $result",
+                  "value: at 0x1000 are no 4 bytes that can be written");
+    ExpectRefuses(number + "call DXR_SetEnv $result hex:01 1",
+                  "name: at 0x1000 are no 1 bytes that can be read");
+    ExpectRefuses(number + "call DXR_SendMsg $result",
+                  "msg: at 0x1000 are no 4 bytes that can be written");
+    ExpectRefuses(number + "call DXR_SendMsg u32:64,zero:44,ptr($result),u32:1,u32:0",
+                  "msg+48: at 0x1000 are no 1 bytes that can be read");
+    ExpectRefuses(number + "hook Print.print 6 $result", "format: $result is no text");
+    // Memory of the host's.
+    const std::string memory = "call DXR_Malloc 5 64 here 1\nkeep mine\n";
+    const Outcome outcome = Shell(memory +
+                                  "call DXR_SetEnv speed text:100G 5\n"
+                                  "call DXR_GetEnv speed $mine 64\n"
+                                  "call DXR_SetEnv $mine hex:01 1\n"
+                                  "call DXR_GetEnv 100G @1 1\n"
+                                  "call DXR_Free $mine here 1\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    EXPECT_TRUE(Holds(outcome.out, "  value = 1\n")) << outcome.out;
+}
+
 TEST(DxrshShell, RefusesFunctionsInOneLine) {
     ExpectRefuses(
         "call DXR_CreateTask name 5 null 1 @8 0",

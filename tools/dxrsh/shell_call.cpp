@@ -264,8 +264,12 @@ class TypedCall {
 
     uint64_t ReadValue(size_t i, const std::string &word, const PointerRule *rule) {
         const Value &value = values_.Get(word.substr(1));
+        const bool takesText = IsVariadicText(i) || (rule != nullptr && IsText(*rule));
+        if (IsVariadicText(i) && !value.isText && value.block == nullptr) {
+            throw UsageError(fmt::format("{}: {} is no text", Name(i), word));
+        }
         if (value.isText && value.block == nullptr) {
-            if (rule == nullptr || !IsText(*rule)) {
+            if (!takesText) {
                 throw UsageError(fmt::format("{}: {} is a text", Name(i), word));
             }
             return blocks_.Read(Name(i), "text:" + Escaped(value.text), values_).Address();
@@ -366,18 +370,25 @@ class TypedCall {
             if (rule.parameter == kResultPlace) {
                 continue;
             }
-            const Block *block = Find(words_[rule.parameter]);
+            uint64_t address = words_[rule.parameter];
+            const Block *block = Find(address);
             std::string name = Name(rule.parameter);
+            if (block == nullptr && rule.offset != kDirect) {
+                continue;  // a record of the host's
+            }
             if (block != nullptr && rule.offset != kDirect) {
                 if (block->size < rule.offset + sizeof(void *)) {
                     continue;  // the record is shorter
                 }
-                const auto inner = Load<uintptr_t>(block->Data() + rule.offset);
-                block = Find(inner);
+                address = Load<uintptr_t>(block->Data() + rule.offset);
+                block = Find(address);
                 name += fmt::format("+{}", rule.offset);
-                if (block == nullptr && inner != 0 && !IsKnown(inner)) {
+                if (block == nullptr && address != 0 && !IsKnown(address)) {
                     throw UsageError(name + ": a pointer is given by ptr(...) or $NAME");
                 }
+            }
+            if (block == nullptr && address != 0) {
+                CheckAddress(rule, name, address);
             }
             const bool isBounded = !(IsText(rule) && IsIn(rule));
             if (block != nullptr && isBounded && SizeBefore(rule) > block->size) {
@@ -387,6 +398,21 @@ class TypedCall {
             }
         }
         CheckFunctions();
+    }
+
+    // A number in the place of memory: an address of the host's, or any other number.
+    void CheckAddress(const PointerRule &rule, const std::string &name, uint64_t address) const {
+        const uint64_t there = BytesAt(address, IsOut(rule));
+        uint64_t needed = std::max<uint64_t>(1, SizeBefore(rule));
+        if (IsText(rule) && IsIn(rule)) {
+            needed = strnlen(dxr_trace::FromWord<const char *>(address), there) + 1;
+        } else if (rule.extent == Extent::kRecord && there >= sizeof(uint32_t)) {
+            needed = Load<uint32_t>(dxr_trace::FromWord<const std::byte *>(address));
+        }
+        if (there < needed) {
+            throw UsageError(fmt::format("{}: at {:#x} are no {} bytes that can be {}", name,
+                                         address, needed, IsOut(rule) ? "written" : "read"));
+        }
     }
 
     // An address that the host has given.

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <new>
 
@@ -249,6 +251,25 @@ Block *Blocks::At(uint64_t address) const {
         return block->Address() == address;
     });
     return found != blocks_.end() ? found->get() : nullptr;
+}
+
+uint64_t BytesAt(uint64_t address, bool isWritten) {
+    std::ifstream maps("/proc/self/maps");
+    if (!maps) {
+        return std::numeric_limits<uint64_t>::max();  // nobody knows
+    }
+    // "FIRST-LAST rwxp ...", in the order of addresses.
+    uint64_t end = address;
+    for (std::string line; std::getline(maps, line);) {
+        uint64_t first = 0;
+        uint64_t last = 0;
+        const char *const stop = line.data() + line.size();
+        const char *const dash = std::from_chars(line.data(), stop, first, 16).ptr;
+        const char *const modes = std::from_chars(std::min(dash + 1, stop), stop, last, 16).ptr;
+        const bool isOpen = stop - modes > 2 && modes[isWritten ? 2 : 1] != '-';
+        end = isOpen && first <= end && end < last ? last : end;
+    }
+    return end - address;
 }
 
 std::string BytesText(std::string_view bytes) {

@@ -83,6 +83,9 @@ class Blocks {
     std::vector<std::shared_ptr<Block>> blocks_;
 };
 
+// How many bytes from an address on this process can read, or write: 0 for no memory of its own.
+[[nodiscard]] uint64_t BytesAt(uint64_t address, bool isWritten);
+
 // Bytes as people read them: numbers of 1, 2, 4 and 8 bytes, else hexadecimal in groups of four.
 [[nodiscard]] std::string BytesText(std::string_view bytes);
 
