@@ -293,6 +293,21 @@ TEST(DxrshShell, RefusesAddressesOfNoMemory) {
     EXPECT_TRUE(Holds(outcome.out, "  value = 1\n")) << outcome.out;
 }
 
+TEST(DxrshShell, TakesSoMuchMemoryAtATime) {
+    std::string zeros = "zero:67108864";
+    for (int i = 0; i < 64; ++i) {
+        zeros += ",zero:67108864";
+    }
+    ExpectRefuses("buffer much " + zeros, "much: 134217728 bytes; at most 67108864 can be given");
+    std::string deep(5000 * 4, 'p');
+    for (size_t i = 0; i < deep.size(); i += 4) {
+        deep.replace(i, 4, "ptr(");
+    }
+    const Outcome outcome = Shell("buffer deep " + deep);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(Holds(outcome.err, ": a ptr( stands in more than 16 others\n")) << outcome.err;
+}
+
 TEST(DxrshShell, RefusesFunctionsInOneLine) {
     ExpectRefuses(
         "call DXR_CreateTask name 5 null 1 @8 0",

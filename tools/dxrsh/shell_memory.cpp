@@ -19,6 +19,7 @@ namespace {
 
 constexpr uint64_t kMostBytes = uint64_t{64} << 20U;
 constexpr size_t kBytesAfter = 65536;
+constexpr int kMostDepth = 16;
 constexpr size_t kShownText = 1000;
 constexpr size_t kShownBytes = 256;
 constexpr size_t kShownWidth = 60;
@@ -34,6 +35,13 @@ int DigitOf(char c) {
     }
     const char lower = static_cast<char>(c | 0x20);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+void RequireFit(const std::string &name, uint64_t size) {
+    if (size > kMostBytes) {
+        throw UsageError(
+            fmt::format("{}: {} bytes; at most {} can be given", name, size, kMostBytes));
+    }
 }
 
 bool StartsWith(std::string_view text, std::string_view head) {
@@ -74,10 +82,7 @@ uint64_t NumberOf(const std::string &word, uint64_t most, std::string_view what,
 }
 
 Block &Blocks::Make(const std::string &name, uint64_t size, bool isShown) {
-    if (size > kMostBytes) {
-        throw UsageError(
-            fmt::format("{}: {} bytes; at most {} can be given", name, size, kMostBytes));
-    }
+    RequireFit(name, size);
     auto block = std::make_shared<Block>();
     block->name = name;
     block->size = static_cast<size_t>(size);
@@ -168,9 +173,14 @@ class BlockReader {
             address = NumberOf(TakePiece(), MostOf(sizeof(void *)), name_, values_);
         } else {
             const std::string outer = name_;
+            if (++depth_ > kMostDepth) {
+                throw UsageError(
+                    fmt::format("{}: a ptr( stands in more than {} others", outer, kMostDepth));
+            }
             name_ = fmt::format("{}+{}", outer, offset);
             address = Pieces().Address();
             name_ = outer;
+            --depth_;
         }
         if (!StartsWith(rest_, ")")) {
             throw UsageError(fmt::format("{}: a ptr( is not closed", name_));
@@ -181,6 +191,7 @@ class BlockReader {
 
     void AppendZeros(std::string &bytes, const std::string &count) {
         const uint64_t zeros = NumberOf(count, kMostBytes, name_, values_);
+        RequireFit(name_, bytes.size() + zeros);
         bytes.append(static_cast<size_t>(zeros), '\0');
     }
 
@@ -233,6 +244,7 @@ class BlockReader {
     std::string name_;
     std::string_view rest_;
     const Values &values_;
+    int depth_ = 0;  // of ptr()
 };
 
 Block &Blocks::Read(const std::string &name, const std::string &word, const Values &values) {
