@@ -6,7 +6,8 @@
 Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares
 what it prints with the lines below it. A block under a line "`examples/NAME`:" must be that file. A
 block that uses the home directory is run as a whole, by one shell with one of its own and BUILD in
-the place of build/release; not if BUILD is "-", as where programs need flags that users do not.
+the place of build/release; not if BUILD is "-", as where programs need flags that users do not. If
+BUILD is "packages", all is installed already, and what needs the tree of a build is left out.
 """
 
 import os
@@ -15,6 +16,15 @@ import signal
 import subprocess
 import sys
 import tempfile
+
+
+PACKAGES = "packages"
+
+
+def needs_build(lines):
+    """Whether commands use what only a tree has that was built, beyond what it installs."""
+    return any(re.search(r"build/release|\bscripts/|\btests/", line)
+               for line in lines if not line.startswith("$ cmake --install "))
 
 
 def blocks(text):
@@ -65,6 +75,9 @@ def run(command, root, dxrsh, **variables):
 def run_whole(lines, root, dxrsh, build):
     """What a block prints, and what it says that it prints."""
     shown = commands(lines)
+    if build == PACKAGES:
+        shown = [(re.sub("^cmake --install .*", "mkdir ~/dxr", command), expected)
+                 for command, expected in shown]
     script = "\n".join(re.sub(r"(\$PWD/)?build/release", build, command) for command, _ in shown)
     with tempfile.TemporaryDirectory(prefix="dxr_documents_") as home:
         actual = run("set -e\n" + script, root, dxrsh, HOME=home)
@@ -89,7 +102,7 @@ def main(root, dxrsh, build, files):
             if kind != "console":
                 continue
             if any(line.startswith("$ ") and "~/" in line for line in lines):
-                if build == "-":
+                if build == "-" or (build == PACKAGES and needs_build(lines)):
                     continue
                 checked += 1
                 actual, expected = run_whole(lines, root, dxrsh, build)
@@ -102,6 +115,8 @@ def main(root, dxrsh, build, files):
                 if not re.search(r"\bdxrsh ", command):
                     continue
                 if "build/release" in command and build == "-":
+                    continue
+                if build == PACKAGES and needs_build([command]):
                     continue
                 checked += 1
                 actual = run(command.replace("build/release", build), root, dxrsh)
