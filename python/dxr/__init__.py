@@ -15,6 +15,7 @@ DXR_LIBRARY_PATH, then where the system looks.
 """
 
 from . import trace
+from ._constants import VERSION as __version__
 from ._interface import (CONSTANTS, FUNCTIONS, Function, Hooks, callback, ffi, stray_errors, text,
                          variable)
 from ._slots import SLOTS
@@ -22,7 +23,7 @@ from .host import Explored, Host, LeftBehind, Report, explore
 
 __all__ = ["CONSTANTS", "Explored", "FUNCTIONS", "Function", "Hooks", "Host", "LeftBehind",
            "Report", "SLOTS", "callback", "explore", "ffi", "stray_errors", "text", "trace",
-           "variable"]
+           "variable", "__version__"]
 
 
 def __getattr__(name):

@@ -11,6 +11,7 @@ from .host import explore as explore
 CONSTANTS: dict[str, int | str]
 FUNCTIONS: dict[str, str]
 SLOTS: tuple[tuple[str, str, str], ...]
+__version__: str
 stray_errors: list[tuple[BaseException, str]]
 ffi: Any
 

@@ -26,6 +26,11 @@ def test_an_unknown_name_is_no_attribute():
         dxr.DXR_Nothing  # pylint: disable=pointless-statement
 
 
+def test_the_version_is_that_of_the_headers():
+    parts = (getattr(dxr, f"DXR_API_VERSION_{part}") for part in ("MAJOR", "MINOR", "PATCH"))
+    assert dxr.__version__ == ".".join(map(str, parts))
+
+
 def test_numbers_and_their_limits():
     assert dxr.DXR_Max(3, 4) == 4
     assert dxr.DXR_Max64(2**63, 1) == 2**63
