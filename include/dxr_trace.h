@@ -175,12 +175,13 @@ DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FI
  * something else. Addresses are not compared, but for handles that the recording gave out and
  * memory, nor are times, and of DXR_Malloc and DXR_Free the place in the source.
  *
- * Memory that the recording gave (DXR_Malloc, DXR_MmapDev) is the replay's own; it is not filled
- * as it was then. What entries of hash tables hold is made again from what the module puts in.
- * Pointers that a host hands back are those of now; handles are those of the recording. What cannot
- * be replayed: what a host writes into memory without a call (mappings, reserved memory); functions
- * of which the recording does not tell (of hash tables and plug-ins, and all that a module gives to
- * a host otherwise than by a slot); tasks that share memory without calls in between. */
+ * Memory that the recording gave (DXR_Malloc, DXR_MmapDev, DXR_GetRsvMemMmapAddr) is the replay's
+ * own; it is not filled as it was then. What entries of hash tables hold is made again from what
+ * the module puts in. Pointers that a host hands back are those of now; handles are those of the
+ * recording. What cannot be replayed: what a host writes into memory without a call (mappings,
+ * reserved memory); functions of which the recording does not tell (of hash tables and plug-ins,
+ * and all that a module gives to a host otherwise than by a slot); tasks that share memory without
+ * calls in between. */
 
 /* Called on the thread that caused it when the replay cannot go on: `differs` true at the first
  * difference and when memory runs out, false where the recording of a program that crashed, or

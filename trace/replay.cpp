@@ -45,6 +45,7 @@ using Cell [[gnu::may_alias]] = Hook;
 
 constexpr std::string_view kCreateTask = "DXR_CreateTask";
 constexpr std::string_view kRelease = "DXR_Free";
+constexpr std::string_view kMapReserved = "DXR_GetRsvMemMmapAddr";
 constexpr std::string_view kHashTables = "Hash";
 // What pointers lead to that a function of the module gets.
 constexpr size_t kScratch = 256;
@@ -555,6 +556,7 @@ class Replay {
     uint64_t Extra(const TracedCall &live);
     void Release(const TracedCall *call, const TracedCall &live);
     void WriteOut(const TracedCall &call, const TracedCall &live);
+    void MapReserved(const TracedCall &call, const TracedCall &live);
     void Write(const SlotInfo &slot, const TracedCall &call, const TracedPiece &piece, char *to,
                size_t room);
     void StartTask(const TracedCall &call);
@@ -748,6 +750,9 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
         const uint64_t place = isHash ? FollowHash(*runner, call, own) : call.result;
         Mark(step->returnEvent);
         WriteOut(call, own);
+        if (kSlots[slot].name == kMapReserved && call.result == 0) {
+            MapReserved(call, own);
+        }
         reply.result = place != call.result ? place : Result(call, own);
         if (kSlots[slot].name == kRelease) {
             Release(&call, own);
@@ -861,6 +866,12 @@ uint64_t Replay::Result(const TracedCall &call, const TracedCall &live) {
             return ToWord(text);
         }
     }
+    // An argument that comes back, also one that leads to something.
+    for (size_t i = 0; i < call.wordCount && i < slot.parameters.size(); ++i) {
+        if (slot.parameters[i].width == Width::kPointer && call.words[i] == call.result) {
+            return live.words[i];
+        }
+    }
     const uint64_t real = addresses_.Translate(call.result);
     if (real == call.result) {
         addresses_.Give(call.result);
@@ -910,6 +921,39 @@ void Replay::WriteOut(const TracedCall &call, const TracedCall &live) {
             break;
         }
     }
+}
+
+// Where a reserved memory is: what all callers that were given one address share.
+void Replay::MapReserved(const TracedCall &call, const TracedCall &live) {
+    constexpr size_t kBytes = 1;
+    constexpr size_t kAddress = 2;
+    const auto addressOf = [](const TracedCall &mapped) {
+        for (const TracedPiece &piece : mapped.out) {
+            if (piece.Parameter() == kAddress && piece.Offset() == kDirect) {
+                return LoadPointer(piece.bytes, 0);
+            }
+        }
+        return uint64_t{0};
+    };
+    const uint64_t recorded = addressOf(call);
+    auto *const to = FromWord<void *>(live.words[kAddress]);
+    if (recorded == 0 || to == nullptr) {
+        return;
+    }
+    const Addresses::Block *block = addresses_.FindBlock(recorded);
+    if (block == nullptr) {
+        uint64_t bytes = 0;
+        for (const TracedCall &other : file_.calls) {
+            if (other.slot == call.slot && !other.isCallback && addressOf(other) == recorded) {
+                bytes = std::max(bytes, other.words[kBytes]);
+            }
+        }
+        const size_t size = static_cast<size_t>(bytes);
+        addresses_.AddBlock(recorded, {ToWord(RecordedMemory(size)), size});
+        block = addresses_.FindBlock(recorded);
+    }
+    const auto real = static_cast<uintptr_t>(block->real);
+    std::memcpy(to, &real, sizeof(real));
 }
 
 void Replay::Write(const SlotInfo &slot, const TracedCall &call, const TracedPiece &piece, char *to,

@@ -316,6 +316,54 @@ TEST_F(ReplayTest, MemoryIsRealAndHandlesAreTheRecordings) {
     EXPECT_NE(std::string::npos, list1.text.find("  list: expected 0x")) << list1.text;
 }
 
+// What was mapped then is not there now. All callers get the same memory, as long as any asks for.
+TEST_F(ReplayTest, ReservedMemoryIsMemory) {
+    static std::array<char, 4096> area;
+    DxrHooks hooks = {};
+    hooks.dev.getRsvMemMmapAddr = [](void *, uint32_t, void *address) -> uint32_t {
+        auto *const at = area.data();
+        std::memcpy(address, &at, sizeof(at));
+        return 0;
+    };
+    std::vector<char *> seen;
+    const auto body = [&seen] {
+        std::array<char, 4> name = {'l', 'o', 'g'};
+        for (const uint32_t bytes : {8U, 4096U}) {
+            char *address = nullptr;
+            EXPECT_EQ(0U, DXR_GetRsvMemMmapAddr(name.data(), bytes, &address));
+            ASSERT_NE(nullptr, address);
+            seen.push_back(address);
+        }
+        EXPECT_EQ(seen[0], seen[1]);
+    };
+    Record(hooks, body);
+    seen.clear();
+    const Replayed replayed = Replay([&] {
+        body();
+        ASSERT_NE(area.data(), seen.at(0));
+        seen[0][4095] = 'x';
+    });
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+    EXPECT_EQ(0, area[4095]);
+}
+
+// Also of what the host writes to, the caller's own pointer comes back.
+TEST_F(ReplayTest, ArgumentsThatAreAnsweredAreThoseOfNow) {
+    DxrHooks hooks = {};
+    hooks.db.getDestFicPort = [](void *, void *port) -> void * { return port; };
+    std::array<char, 64> destination{};
+    std::array<std::array<char, 64>, 2> ports{};
+    size_t which = 0;
+    const auto body = [&] {
+        void *const port = ports.at(which).data();
+        EXPECT_EQ(port, DXR_GetDestFicPort(destination.data(), port));
+    };
+    Record(hooks, body);
+    which = 1;
+    const Replayed replayed = Replay(body);
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+}
+
 TEST_F(ReplayTest, WhatIsCutIsSaid) {
     dataBytes_ = 8;
     DxrHooks hooks = {};
