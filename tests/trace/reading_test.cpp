@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csetjmp>
 #include <cstdint>
@@ -402,6 +403,39 @@ TEST_F(DiffTest, ATraceWithoutMemorySaysSo) {
         }
     }
     (void)DXR_RegisterHooks(nullptr);
+}
+
+// A reader beside the writer gets whole calls, and never fewer than before.
+TEST_F(DiffTest, ARecordingCanBeReadWhileItIsWritten) {
+    DxrHooks hooks = {};
+    hooks.system.getLrId = []() -> uint32_t { return 4; };
+    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+    a_.Start();
+    constexpr uint64_t kCalls = 5000;
+    std::atomic<bool> hasEnded = false;
+    std::thread writer([&hasEnded] {
+        for (uint64_t i = 0; i < kCalls; ++i) {
+            (void)DXR_GetLrId();
+        }
+        hasEnded = true;
+    });
+    const auto count = [](const DxrTraceCall *, void *user) { ++*static_cast<uint64_t *>(user); };
+    std::array<char, 64> problem{};
+    uint64_t before = 0;
+    while (!hasEnded) {
+        uint64_t calls = 0;
+        EXPECT_EQ(static_cast<uint32_t>(ENODATA),
+                  DxrTraceRead(a_.Path().c_str(), count, &calls, problem.data(), problem.size()));
+        EXPECT_EQ(std::string(problem.data()).rfind("has no end after ", 0), 0U) << problem.data();
+        EXPECT_LE(before, calls);
+        before = calls;
+    }
+    writer.join();
+    ASSERT_EQ(0U, DxrTraceStop());
+    (void)DXR_RegisterHooks(nullptr);
+    uint64_t calls = 0;
+    EXPECT_EQ(0U, DxrTraceRead(a_.Path().c_str(), count, &calls, nullptr, 0));
+    EXPECT_EQ(kCalls, calls);
 }
 
 // What is none is not read to its end, which it need not have.
