@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -329,7 +330,7 @@ std::string Findings(const RunReport &report) {
     if (!report.reports.empty()) {
         page += "<ul>\n";
         for (const DxrHostReport &found : report.reports) {
-            page += "<li>" + Escaped(ReportLine(found)) + "</li>\n";
+            page += "<li>" + Escaped(ReportLine(found, SIZE_MAX)) + "</li>\n";
         }
         page += "</ul>\n";
     }

@@ -46,7 +46,7 @@ std::string MemoryName(const RunReport::Memory &memory) {
 
 }  // namespace
 
-std::string ReportLine(const DxrHostReport &report) {
+std::string ReportLine(const DxrHostReport &report, size_t width) {
     // Of what is left behind the text says so.
     std::string line = report.kind == DXR_HOST_REPORT_LEFTOVER
                            ? std::string(report.service)
@@ -54,7 +54,7 @@ std::string ReportLine(const DxrHostReport &report) {
     if (report.slot[0] != '\0') {
         line += fmt::format(", {} by {}", report.slot, report.caller);
     }
-    line += ": " + OneLine(report.text);
+    line += ": " + Printable(report.text, width);
     return report.count > 1 ? fmt::format("{} ({} times)", line, report.count) : line;
 }
 

@@ -3,6 +3,7 @@
 #define DXRSH_RUN_REPORT_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -57,8 +58,8 @@ struct RunReport {
 [[nodiscard]] std::string ReportSoFar(const RunReport &report);
 // What one module holds, a line.
 [[nodiscard]] std::string MemoryLine(const RunReport::Memory &memory);
-// One finding, without a line break.
-[[nodiscard]] std::string ReportLine(const DxrHostReport &report);
+// One finding, without a line break. Its text is cut to so many columns.
+[[nodiscard]] std::string ReportLine(const DxrHostReport &report, size_t width = 300);
 
 // The same as a JSON object, on a line.
 [[nodiscard]] std::string ReportJson(const RunReport &report);
