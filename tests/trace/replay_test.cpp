@@ -1,5 +1,6 @@
 // Replays of recordings: every slot answers what its hook answered, and what differs is seen.
 #include <gtest/gtest.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <array>
@@ -9,17 +10,20 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "compare.h"
+#include "dxr_devhost/hash.h"
 #include "dxr_devhost/system.h"
 #include "dxr_devhost/system_table.h"
 #include "dxr_trace.h"
 #include "encoder.h"
 #include "export.h"
+#include "hash_tables.h"
 #include "script.h"
 #include "slots.h"
 #include "slots/expected_slots.h"
@@ -428,6 +432,168 @@ TEST_F(ReplayTest, MisuseIsRefused) {
                   DxrReplayStart(recording_.Path().c_str(), nullptr, nullptr, 0));
     });
     EXPECT_EQ(0U, replayed.stopped);
+}
+
+// --- Hash tables
+
+int CompareLetters(const void *key, const void *other, void *user) {
+    ++*static_cast<uint32_t *>(user);
+    return strcasecmp(static_cast<const char *>(key), static_cast<const char *>(other));
+}
+
+// Calls as a module makes them, with handles as a host gives them.
+class HashTablesTest : public testing::Test {
+  protected:
+    struct Entry {
+        std::string key;
+        std::string data;
+        uint64_t handle;
+    };
+
+    static uint64_t At(const void *place) { return reinterpret_cast<uintptr_t>(place); }
+
+    uint64_t Follow(const char *function, const std::vector<uint64_t> &words, uint64_t result) {
+        return tables_.Follow(function, words, result);
+    }
+
+    void Create(uint32_t keyBytes, DxrHostHashCompare compare) {
+        const DxrHostHashOptions options{sizeof(options), keyBytes, 0,         0,
+                                         nullptr,         compare,  &compared_};
+        EXPECT_EQ(kTable, Follow("DXR_HashCreate", {At(&options)}, kTable));
+    }
+
+    std::vector<Entry>::iterator Find(const std::string &key, bool anyCase) {
+        return std::find_if(entries_.begin(), entries_.end(), [&](const Entry &entry) {
+            return anyCase ? strcasecmp(entry.key.c_str(), key.c_str()) == 0 : entry.key == key;
+        });
+    }
+
+    void Insert(const std::string &key, const std::string &data, bool anyCase) {
+        EXPECT_EQ(0U, Follow("DXR_HashInsert",
+                             {kTable, At(key.c_str()), At(data.data()), data.size(),
+                              DXR_HOST_HASH_REPLACE},
+                             0));
+        const auto known = Find(key, anyCase);
+        if (known != entries_.end()) {
+            known->data = data;
+        } else {
+            entries_.push_back({key, data, ++handles_});
+        }
+    }
+
+    void Remove(const std::string &key, bool anyCase) {
+        const auto known = Find(key, anyCase);
+        const uint64_t result = known != entries_.end() ? 0 : ENOENT;
+        EXPECT_EQ(result, Follow("DXR_HashRemove", {kTable, At(key.c_str())}, result));
+        if (known != entries_.end()) {
+            entries_.erase(known);
+        }
+    }
+
+    void Look(const Entry &entry) {
+        for (const auto &[what, bytes] :
+             {std::pair(DXR_HOST_HASH_KEY, entry.key + '\0'), {DXR_HOST_HASH_DATA, entry.data}}) {
+            const uint64_t offset = handles_ % bytes.size();
+            const uint64_t place =
+                Follow("DXR_HashGetFromEntry", {entry.handle, what, offset}, kRecorded);
+            ASSERT_NE(kRecorded, place);
+            ASSERT_EQ(0, std::memcmp(reinterpret_cast<const char *>(place), bytes.data() + offset,
+                                     bytes.size() - offset));
+        }
+    }
+
+    // From the first entry to the last; may remove the one that it is at.
+    void Walk(const std::string &removed, bool anyCase) {
+        std::vector<Entry> all = entries_;
+        uint64_t before = 0;
+        for (const Entry &entry : all) {
+            (void)(before == 0 ? Follow("DXR_HashGetFirst", {kTable}, entry.handle)
+                               : Follow("DXR_HashGetNext", {kTable, before}, entry.handle));
+            Look(entry);
+            before = entry.handle;
+            if (entry.key == removed) {
+                Remove(entry.key, anyCase);
+            }
+        }
+        EXPECT_EQ(0U, before == 0 ? Follow("DXR_HashGetFirst", {kTable}, 0)
+                                  : Follow("DXR_HashGetNext", {kTable, before}, 0));
+    }
+
+    static constexpr uint64_t kTable = 0x7000;
+    static constexpr uint64_t kRecorded = 0x10;  // nothing is there
+    dxr_trace::HashTables tables_;
+    std::vector<Entry> entries_;
+    uint64_t handles_ = 0x9000;
+    uint32_t compared_ = 0;
+};
+
+TEST_F(HashTablesTest, AreWhatANaiveModelIs) {
+    for (const bool anyCase : {false, true}) {
+        std::mt19937 chance(7);
+        const auto below = [&chance](uint32_t bound) { return chance() % bound; };
+        const auto someKey = [&] {
+            std::string key = (anyCase && below(2) != 0 ? "Key " : "key ");
+            return key + std::to_string(below(20));
+        };
+        entries_.clear();
+        Create(0, anyCase ? CompareLetters : nullptr);
+        for (int step = 0; step < 2000 && !HasFailure(); ++step) {
+            const std::string key = someKey();
+            switch (below(5)) {
+                case 0:
+                case 1:
+                    Insert(key, std::string(1 + below(40), static_cast<char>('a' + below(26))),
+                           anyCase);
+                    break;
+                case 2:
+                    Remove(key, anyCase);
+                    break;
+                case 3: {
+                    const auto known = Find(key, anyCase);
+                    const uint64_t handle = known != entries_.end() ? known->handle : 0;
+                    EXPECT_EQ(handle, Follow("DXR_HashFindKey", {kTable, At(key.c_str())}, handle));
+                    if (handle != 0) {
+                        Look(*known);
+                    }
+                    break;
+                }
+                default:
+                    Walk(key, anyCase);
+                    break;
+            }
+        }
+        EXPECT_EQ(anyCase, compared_ != 0);
+    }
+}
+
+// Numbers as keys, pointers as data; and what is not known is answered as it was then.
+TEST_F(HashTablesTest, WhatIsNotKnownIsAnsweredAsItWas) {
+    const uint32_t key = 5;
+    int own = 0;
+    const std::vector<uint64_t> find = {kTable, At(&key)};
+    const std::vector<uint64_t> data = {1, DXR_HOST_HASH_DATA, 0};
+    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));  // its table was made before the recording
+    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
+    EXPECT_EQ(kTable, Follow("DXR_HashCreate", {0}, kTable));
+    const uint32_t wrong = 8;
+    EXPECT_EQ(kTable, Follow("DXR_HashCreate", {At(&wrong)}, kTable));
+    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
+    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
+
+    Create(sizeof(key), nullptr);
+    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
+    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashInsert", {kTable, At(&key), At(&own), 0, 0}, 0));
+    EXPECT_EQ(1U, Follow("DXR_HashCount", {kTable}, 1));
+    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
+    EXPECT_EQ(At(&own), Follow("DXR_HashGetFromEntry", data, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", data, 0));
+    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", {1, DXR_HOST_HASH_KEY, 4}, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashRemove", find, 0));
+    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashFree", {kTable}, 0));
+    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashRemove", find, 0));
 }
 
 // --- All slots
