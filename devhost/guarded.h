@@ -19,9 +19,11 @@ struct GuardedSlot;
 
 template <typename Result, typename... Args, Result (*kFunction)(Args...), auto kFailure>
 struct GuardedSlot<kFunction, kFailure> {
-    static Result Slot(Args... args) {
-        // For the Call with which the function begins.
-        t_caller = __builtin_return_address(0);
+    static Result Slot(Args... args) { return Run(__builtin_return_address(0), args...); }
+
+    // For a slot that has a quick way too and knows its caller.
+    static Result Run(const void *caller, Args... args) {
+        t_caller = caller;  // for the Call with which the function begins
         try {
             return kFunction(args...);
         } catch (const std::exception &) {
@@ -42,6 +44,8 @@ struct GuardedSlot<kFunction, kFailure> {
 // result that is no status needs its failure value: Guarded<SllGetCount, 0>.
 template <auto kFunction, auto kFailure = NoMemory{}>
 constexpr auto Guarded = &GuardedSlot<kFunction, kFailure>::Slot;
+template <auto kFunction, auto kFailure = NoMemory{}>
+constexpr auto RunGuarded = &GuardedSlot<kFunction, kFailure>::Run;
 
 // The body of a function of the host's own interface; `failure` without memory.
 template <typename Result, typename Body>

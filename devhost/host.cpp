@@ -29,11 +29,6 @@ DxrHost *Public(Host *host) {
     return reinterpret_cast<DxrHost *>(host);
 }
 
-void Register(Host *host) {
-    g_registered.store(host, std::memory_order_seq_cst);
-    PublishRegistration();
-}
-
 }  // namespace
 
 constinit std::atomic<uint32_t> Host::lastNumber_{0};
@@ -167,7 +162,7 @@ namespace {
 
 DxrHost *Make(const devhost::Options &options) {
     try {
-        devhost::PublishRegistration();
+        devhost::PrepareCalls();
         auto *const host = new Host(options);
         devhost::live::Add(*host);
         return devhost::Public(host);
@@ -213,7 +208,7 @@ DxrHost *DxrHostCreateFromFile(const char *path, char *error, uint32_t errorSize
 uint32_t DxrHostRegister(DxrHost *host) {
     if (host == nullptr) {
         (void)DXR_RegisterHooks(nullptr);
-        devhost::Register(nullptr);
+        devhost::Register(nullptr, devhost::kNoHost);
         return 0;
     }
     const ApiCall call(host);
@@ -222,7 +217,7 @@ uint32_t DxrHostRegister(DxrHost *host) {
     }
     DxrHooks hooks;
     DxrHostFillHooks(&hooks);
-    devhost::Register(&*call);
+    devhost::Register(&*call, call->scheduler.SwitchesAtCalls() ? devhost::kNoHost : call->number);
     return DXR_RegisterHooks(&hooks);
 }
 
@@ -287,7 +282,7 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
     // The table stays until no task is left that reads it: it leads them here, where they end.
     const bool wasRegistered = devhost::g_registered.load() == host;
     if (wasRegistered) {
-        devhost::Register(nullptr);
+        devhost::Register(nullptr, devhost::kNoHost);
     }
     uint32_t leftovers = 0;
     const bool isFinished = Finish(*host, leftovers);

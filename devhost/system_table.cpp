@@ -171,6 +171,44 @@ uint32_t DynamicCreateTable(uint32_t tableId) {
     return 0;
 }
 
+// Gets the entry of the chip itself, where nothing is out of the ordinary. False, and nothing is
+// written, otherwise. The request is one that may be.
+[[gnu::always_inline]] inline bool GetOwnEntry(TableService &state, uint32_t chip,
+                                               DxrTblmRequest &request) {
+    auto *const data = static_cast<unsigned char *>(request.data);
+    const uint32_t room = request.dataLen;
+    if (request.keyLen > table_read::kMostQuickKey || request.dataValid == 0 || data == nullptr) {
+        return false;
+    }
+    const uint32_t bytes = state.store.GetQuickly(TableWord(request.tableId, chip), request.key,
+                                                  request.keyLen, data, room);
+    if (bytes == TableStore::kNotThere) {
+        return false;
+    }
+    request.dataLen = bytes;
+    if (bytes < room) {
+        std::memset(data + bytes, 0, room - bytes);
+    }
+    return true;
+}
+
+// The same without a Call before it. The other requests go to the function below.
+[[gnu::always_inline]] inline bool GetDataQuickly(uint32_t chip, DxrTblmRequest *request) {
+    ThreadRecord *const thread = t_record;
+    Host *const host = EnterQuickly(thread);
+    if (host == nullptr || request == nullptr || chip > kMostChip || request->key == nullptr ||
+        request->keyLen == 0) [[unlikely]] {
+        return false;
+    }
+    TableService &state = TablesOf(*host);
+    if (state.getFails.IsSet()) [[unlikely]] {
+        return false;
+    }
+    const bool isDone = GetOwnEntry(state, chip, *request);
+    LeaveQuickly(*thread);
+    return isDone;
+}
+
 uint32_t GetData(uint32_t chip, DxrTblmRequest *request) {
     const Call call("DXR_GetChipTblmData");
     if (!call) {
@@ -194,6 +232,9 @@ uint32_t GetData(uint32_t chip, DxrTblmRequest *request) {
     if (state.getFails.Fails()) {
         return EIO;
     }
+    if (GetOwnEntry(state, chip, *request)) {
+        return 0;
+    }
     Key key(TableWord(request->tableId, chip), request->key, request->keyLen);
     uint32_t bytes = 0;
     const TableStore::Got got = state.store.Get(
@@ -210,6 +251,17 @@ uint32_t GetData(uint32_t chip, DxrTblmRequest *request) {
         std::memset(static_cast<unsigned char *>(data) + bytes, 0, room - bytes);
     }
     return 0;
+}
+
+[[gnu::noinline]] uint32_t GetDataUnusual(uint32_t chip, DxrTblmRequest *request,
+                                          const void *caller) {
+    return RunGuarded<GetData>(caller, chip, request);
+}
+
+uint32_t GetDataSlot(uint32_t chip, DxrTblmRequest *request) {
+    return GetDataQuickly(chip, request)
+               ? 0
+               : GetDataUnusual(chip, request, __builtin_return_address(0));
 }
 
 uint32_t SetData(uint32_t chip, DxrTblmRequest *request) {
@@ -328,7 +380,7 @@ std::unique_ptr<Service> MakeSystemTable(Host &host) {
 
 void FillSystemTable(DxrHooks &hooks) {
     hooks.tblm.dynamicCreateTable = Guarded<DynamicCreateTable>;
-    hooks.tblm.getChipTblmData = Guarded<GetData>;
+    hooks.tblm.getChipTblmData = GetDataSlot;
     hooks.tblm.setChipTblmData = Guarded<SetData>;
     hooks.tblm.deleteChipTblmData = Guarded<DeleteData>;
     hooks.tblm.getTblmAttr = Guarded<GetAttr>;

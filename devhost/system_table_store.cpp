@@ -11,20 +11,13 @@ namespace {
 constexpr size_t kFirstSlots = 64;
 constexpr uint32_t kFewestWords = 4;
 constexpr uint32_t kSlabWords = 2048;
-constexpr uint32_t kCopiedWords = 32;  // more are copied with the lock
 constexpr uint32_t kMostTries = 64;
 constexpr uint64_t kMaskBit = uint64_t{1} << 63;
-constexpr uint64_t kFactor = 0x9E3779B97F4A7C15;
-
-uint64_t Mix(uint64_t hash, uint64_t word) {
-    hash = (hash ^ word) * kFactor;
-    return hash ^ hash >> 32;
-}
 
 uint64_t HashOf(uint64_t table, const Key &key) {
-    uint64_t hash = Mix(key.bytes, table);
+    uint64_t hash = table_read::Mix(key.bytes, table);
     for (uint32_t i = 0; i < WordsOf(key.bytes); ++i) {
-        hash = Mix(hash, key.words[i]);
+        hash = table_read::Mix(hash, key.words[i]);
     }
     return hash;
 }
@@ -32,32 +25,6 @@ uint64_t HashOf(uint64_t table, const Key &key) {
 // As a number, the word's bytes have the order of their addresses.
 uint64_t InOrder(uint64_t word) {
     return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
-}
-
-// A word that begins with `bytes` bytes, less than 8, zeros after them: without a call, and without
-// going through memory where that can be.
-uint64_t PartOfWord(const unsigned char *from, uint32_t bytes) {
-    uint64_t word = 0;
-    if constexpr (std::endian::native != std::endian::little) {
-        std::memcpy(&word, from, bytes);
-        return word;
-    }
-    uint32_t bits = 0;
-    if ((bytes & 4) != 0) {
-        uint32_t four = 0;
-        std::memcpy(&four, from, 4);
-        word = four;
-        bits = 32;
-        from += 4;
-    }
-    if ((bytes & 2) != 0) {
-        uint16_t two = 0;
-        std::memcpy(&two, from, 2);
-        word |= uint64_t{two} << bits;
-        bits += 16;
-        from += 2;
-    }
-    return (bytes & 1) != 0 ? word | uint64_t{*from} << bits : word;
 }
 
 // Calls `store` with the words of so many bytes, zeros after the last of them.
@@ -71,19 +38,7 @@ void ForEachWord(const void *from, uint32_t bytes, Store store) {
         store(word);
     }
     if (at < bytes) {
-        store(PartOfWord(begin + at, bytes - at));
-    }
-}
-
-// Word by word, as they were written just before.
-void CopyOut(void *to, const uint64_t *words, uint32_t bytes) {
-    auto *const begin = static_cast<unsigned char *>(to);
-    uint32_t at = 0;
-    for (; bytes - at >= 8; at += 8) {
-        std::memcpy(begin + at, words + at / 8, 8);
-    }
-    if (at < bytes) {
-        std::memcpy(begin + at, words + at / 8, bytes - at);
+        store(table_read::PartOfWord(begin + at, bytes - at));
     }
 }
 
@@ -238,7 +193,7 @@ TableStore::Seen TableStore::Look(const Key &key, uint64_t *copy, uint32_t room)
             return {Got::kNoRoom, true, bytes};
         }
         const uint32_t words = WordsOf(bytes);
-        if (words > kCopiedWords || words > block->words - keyWords) {
+        if (words > table_read::kCopiedWords || words > block->words - keyWords) {
             return {};
         }
         for (uint32_t i = 0; i < words; ++i) {
@@ -253,7 +208,7 @@ TableStore::Got TableStore::Get(Key &key, uint64_t otherwise, void *data, uint32
                                 uint32_t &bytes) {
     const uint64_t first = key.table;
     for (uint32_t tries = 0; tries < kMostTries; ++tries) {
-        uint64_t copy[kCopiedWords];
+        uint64_t copy[table_read::kCopiedWords];
         uint64_t *const to = data != nullptr ? copy : nullptr;
         const uint64_t before = changes_.load(std::memory_order_acquire);
         Seen seen = Look(key, to, room);
@@ -267,7 +222,7 @@ TableStore::Got TableStore::Get(Key &key, uint64_t otherwise, void *data, uint32
             }
             bytes = seen.bytes;
             if (data != nullptr && seen.got == Got::kData) {
-                CopyOut(data, copy, bytes);
+                table_read::CopyOut(data, copy, bytes);
             }
             return seen.got;
         }

@@ -9,8 +9,10 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -30,6 +32,143 @@ constexpr uint64_t TableWord(uint32_t tableId, uint32_t chip) {
 constexpr uint32_t WordsOf(uint32_t bytes) {
     return (bytes + 7) / 8;
 }
+
+namespace table_read {
+
+constexpr uint32_t kCopiedWords = 32;   // more are copied with the lock
+constexpr uint32_t kMostQuickKey = 64;  // bytes
+
+inline uint64_t Mix(uint64_t hash, uint64_t word) {
+    hash = (hash ^ word) * 0x9E3779B97F4A7C15;
+    return hash ^ hash >> 32;
+}
+
+inline uint64_t WordAt(const unsigned char *from) {
+    uint64_t word = 0;
+    std::memcpy(&word, from, sizeof(word));
+    return word;
+}
+
+// A word that begins with `bytes` bytes, less than 8, zeros after them: without a call, and without
+// going through memory where that can be.
+inline uint64_t PartOfWord(const unsigned char *from, uint32_t bytes) {
+    uint64_t word = 0;
+    if constexpr (std::endian::native != std::endian::little) {
+        std::memcpy(&word, from, bytes);
+        return word;
+    }
+    uint32_t bits = 0;
+    if ((bytes & 4) != 0) {
+        uint32_t four = 0;
+        std::memcpy(&four, from, 4);
+        word = four;
+        bits = 32;
+        from += 4;
+    }
+    if ((bytes & 2) != 0) {
+        uint16_t two = 0;
+        std::memcpy(&two, from, 2);
+        word |= uint64_t{two} << bits;
+        bits += 16;
+        from += 2;
+    }
+    return (bytes & 1) != 0 ? word | uint64_t{*from} << bits : word;
+}
+
+// The first bytes of a word, less than 8.
+inline void PutPartOfWord(unsigned char *to, uint64_t word, uint32_t bytes) {
+    if constexpr (std::endian::native != std::endian::little) {
+        std::memcpy(to, &word, bytes);
+        return;
+    }
+    if ((bytes & 4) != 0) {
+        const auto four = static_cast<uint32_t>(word);
+        std::memcpy(to, &four, 4);
+        word >>= 32;
+        to += 4;
+    }
+    if ((bytes & 2) != 0) {
+        const auto two = static_cast<uint16_t>(word);
+        std::memcpy(to, &two, 2);
+        word >>= 16;
+        to += 2;
+    }
+    if ((bytes & 1) != 0) {
+        *to = static_cast<unsigned char>(word);
+    }
+}
+
+// Four words at a time, then one.
+template <typename CopyWord>
+inline void ForEachOf(uint32_t words, CopyWord copyWord) {
+    uint32_t i = 0;
+    for (; words - i >= 4; i += 4) {
+        copyWord(i);
+        copyWord(i + 1);
+        copyWord(i + 2);
+        copyWord(i + 3);
+    }
+    for (; i < words; ++i) {
+        copyWord(i);
+    }
+}
+
+// Word by word, as they were written just before.
+inline void CopyOut(void *to, const uint64_t *words, uint32_t bytes) {
+    auto *const begin = static_cast<unsigned char *>(to);
+    const uint32_t whole = bytes / 8;
+    ForEachOf(whole, [begin, words](uint32_t i) { std::memcpy(begin + i * 8, words + i, 8); });
+    if (bytes % 8 != 0) {
+        PutPartOfWord(begin + whole * 8, words[whole], bytes % 8);
+    }
+}
+
+// A key where the caller has it: its words are read there. 1 to 64 bytes.
+class KeyInPlace {
+  public:
+    KeyInPlace(const void *key, uint32_t bytes)
+        : begin_(static_cast<const unsigned char *>(key)), bytes_(bytes) {
+        if (bytes % 8 != 0) {
+            last_ = bytes < 8 ? PartOfWord(begin_, bytes) : EndOfWord();
+        }
+    }
+
+    [[nodiscard]] uint64_t Hash(uint64_t table) const {
+        uint64_t hash = Mix(bytes_, table);
+        const unsigned char *at = begin_;
+        for (const unsigned char *const end = begin_ + bytes_ / 8 * 8; at != end; at += 8) {
+            hash = Mix(hash, WordAt(at));
+        }
+        return bytes_ % 8 != 0 ? Mix(hash, last_) : hash;
+    }
+
+    // Tells whether those words are the key's; they may be changing.
+    [[nodiscard]] bool Is(const std::atomic<uint64_t> *word) const {
+        uint64_t differs = 0;
+        const unsigned char *at = begin_;
+        for (const unsigned char *const end = begin_ + bytes_ / 8 * 8; at != end; at += 8) {
+            differs |= (word++)->load(std::memory_order_acquire) ^ WordAt(at);
+        }
+        if (bytes_ % 8 != 0) {
+            differs |= word->load(std::memory_order_acquire) ^ last_;
+        }
+        return differs == 0;
+    }
+
+  private:
+    // Of the last eight bytes those that are in no whole word.
+    [[nodiscard]] uint64_t EndOfWord() const {
+        const uint64_t word = WordAt(begin_ + bytes_ - 8);
+        const uint32_t others = 64 - bytes_ % 8 * 8;
+        return std::endian::native == std::endian::little ? word >> others : word << others;
+    }
+
+    const unsigned char *const begin_;
+    const uint32_t bytes_;
+    uint64_t last_ = 0;  // the word after the whole ones: zeros after its bytes
+};
+
+}  // namespace table_read
 
 // The key of an entry, as the store looks for it.
 struct Key {
@@ -109,6 +248,12 @@ class TableStore {
     // the key may then have: one moment holds for both. Without the lock.
     Got Get(Key &key, uint64_t otherwise, void *data, uint32_t room, uint32_t &bytes);
 
+    // The quick way of Get, for keys of at most 64 bytes: copies the data, at most `room` bytes,
+    // and says how many there are. kNotThere, and nothing is written, when Get is to be asked.
+    static constexpr uint32_t kNotThere = 0xFFFFFFFF;
+    uint32_t GetQuickly(uint64_t table, const void *key, uint32_t keyBytes, void *data,
+                        uint32_t room) const;
+
     std::mutex mutex;  // for all that follows
 
     [[nodiscard]] Block *Find(const Key &key) const;
@@ -178,6 +323,54 @@ class TableStore {
     std::array<Block *, kSizes> free_{};
     std::vector<std::unique_ptr<Slab>> slabs_;
 };
+
+// Each load is an acquire: the counter is read after all of them.
+[[gnu::always_inline]] inline uint32_t TableStore::GetQuickly(uint64_t table, const void *key,
+                                                              uint32_t keyBytes, void *data,
+                                                              uint32_t room) const {
+    constexpr auto kOrder = std::memory_order_acquire;
+    constexpr size_t kMostSteps = 16;
+    const table_read::KeyInPlace inPlace(key, keyBytes);
+    const uint64_t hash = inPlace.Hash(table);
+    const uint64_t before = changes_.load(kOrder);
+    const Index &index = *index_.load(kOrder);
+    const Slot *const slots = index.slots.data();
+    const Block *block = nullptr;
+    size_t at = hash;
+    do {
+        const Slot &slot = slots[at++ & index.mask];
+        block = slot.block.load(kOrder);
+        if (block == nullptr) {
+            return kNotThere;
+        }
+        if (slot.hash.load(kOrder) == hash) {
+            break;
+        }
+        block = nullptr;
+    } while (at - hash < kMostSteps);
+    if (block == nullptr) [[unlikely]] {
+        return kNotThere;
+    }
+    const uint64_t lengths = block->lengths.load(kOrder);
+    const auto bytes = static_cast<uint32_t>(lengths >> 16);
+    const uint32_t keyWords = WordsOf(keyBytes);
+    const uint32_t words = WordsOf(bytes);
+    // Words that are there, whatever the lengths: they may be of another entry already.
+    if (block->table.load(kOrder) != table || (lengths & 0xFFFF) != keyBytes || bytes > room ||
+        words > table_read::kCopiedWords || keyWords + words > block->words ||
+        !inPlace.Is(block->Content())) [[unlikely]] {
+        return kNotThere;
+    }
+    uint64_t copy[table_read::kCopiedWords];
+    const std::atomic<uint64_t> *const content = block->Content() + keyWords;
+    table_read::ForEachOf(words,
+                          [&copy, content](uint32_t i) { copy[i] = content[i].load(kOrder); });
+    if ((before & 1) != 0 || changes_.load(std::memory_order_relaxed) != before) [[unlikely]] {
+        return kNotThere;
+    }
+    table_read::CopyOut(data, copy, bytes);
+    return bytes;
+}
 
 }  // namespace devhost
 

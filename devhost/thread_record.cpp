@@ -1,6 +1,7 @@
 #include "thread_record.h"
 
 #include <linux/membarrier.h>
+#include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,6 +16,8 @@ thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]]
 thread_local constinit const void *t_caller [[gnu::tls_model("initial-exec")]] = nullptr;
 thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]] = nullptr;
 constinit std::atomic<Host *> g_registered{nullptr};
+constinit std::atomic<Host *> g_quickHost{nullptr};
+constinit std::atomic<uint32_t> g_quickNumber{kNoHost};
 constinit std::atomic<bool> g_isFenceRemote{false};
 
 namespace {
@@ -94,15 +97,28 @@ ThreadRecord &MakeThreadRecord() {
     return record;
 }
 
-void PublishRegistration() {
+void PrepareCalls() {
     g_isFenceRemote.store(HasMemBarrier(), std::memory_order_seq_cst);
+}
+
+void Register(Host *host, uint32_t quickNumber) {
+    quickNumber = HasMemBarrier() ? quickNumber : kNoHost;
+    g_registered.store(host, std::memory_order_seq_cst);
+    g_quickHost.store(quickNumber != kNoHost ? host : nullptr, std::memory_order_seq_cst);
+    g_quickNumber.store(quickNumber, std::memory_order_seq_cst);
     if (HasMemBarrier()) {
-        (void)MemBarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+        FenceAllThreads();
     }
 }
 
 void FenceAllThreads() {
     (void)MemBarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+}
+
+void AwaitQuickCall(const ThreadRecord &thread, const Host &host) {
+    while (IsQuickIn(thread, host)) {
+        (void)sched_yield();
+    }
 }
 
 bool WaitUntilOutside(Host &host, uint32_t ms) {
@@ -111,7 +127,8 @@ bool WaitUntilOutside(Host &host, uint32_t ms) {
         bool isInside = live::HasOthers(host, self);
         for (ThreadRecord *at = g_records.load(std::memory_order_acquire); at != nullptr;
              at = at->next) {
-            isInside |= at != &self && at->inside.load(std::memory_order_seq_cst) == &host;
+            isInside |= at != &self && (at->inside.load(std::memory_order_seq_cst) == &host ||
+                                        IsQuickIn(*at, host));
         }
         if (!isInside || waited == ms) {
             return !isInside;

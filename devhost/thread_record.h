@@ -22,9 +22,10 @@ struct NamedCall {
 // Records are never freed: a thread that begins takes over one of a thread that has ended, with the
 // caches in it.
 struct ThreadRecord {
-    std::atomic<Host *> inside{nullptr};  // the host that a call of this thread is in
-    uint32_t depth = 0;                   // calls within calls: a host calls modules back
-    uint32_t number = 0;                  // from 1
+    // The host that a call of this thread is in; an odd address in a quick call.
+    std::atomic<Host *> inside{nullptr};
+    uint32_t depth = 0;   // calls within calls: a host calls modules back
+    uint32_t number = 0;  // from 1
     std::atomic<bool> isUsed{true};
     ThreadRecord *next = nullptr;
     std::vector<NamedCall> named;  // the hosts that calls of this thread are in by name
@@ -34,6 +35,7 @@ struct ThreadRecord {
     std::shared_ptr<Task> task;
     uint32_t cacheHost = 0;
     void *memoryCache = nullptr;
+    Host *cacheMark = nullptr;  // what stands in `inside` during quick calls in that host
     uint32_t heldHost = 0;
     std::vector<Mutex *> held;  // in the order of locking
 };
@@ -62,6 +64,11 @@ extern std::atomic<Host *> g_registered;
 // True when the one who ends a host can see all threads' stores (a membarrier): then a call begins
 // without a fence of its own.
 extern std::atomic<bool> g_isFenceRemote;
+
+// The registered host, and its number, while quick calls may be made in it; else null and kNoHost.
+extern std::atomic<Host *> g_quickHost;
+extern std::atomic<uint32_t> g_quickNumber;
+constexpr uint32_t kNoHost = 0xFFFFFFFF;
 
 // Begins a call in the registered host, or in the one that the thread is in already; null without
 // one. Each Enter has its Leave.
@@ -92,29 +99,78 @@ inline void Leave(ThreadRecord &thread) {
     }
 }
 
-// Begins a call that makes no others, of a thread that is in none; null when that is not so, or
-// nothing is registered, and always without g_isFenceRemote: then Enter is the way, also after a
+// What stands in `inside` during a quick call in that host.
+inline Host *QuickMark(Host *host) {
+    return reinterpret_cast<Host *>(reinterpret_cast<char *>(host) + 1);
+}
+inline bool IsQuickIn(const ThreadRecord &thread, const Host &host) {
+    const auto *const inside = thread.inside.load(std::memory_order_acquire);
+    return reinterpret_cast<const char *>(inside) == reinterpret_cast<const char *>(&host) + 1;
+}
+
+// Begins a quick call: one that makes no others, waits for nothing, and is of a thread that is in
+// none. Null when that is not so, or where none may be made: then Enter is the way, also after a
 // call that was begun here. Else the call ends with LeaveQuickly.
 inline Host *EnterQuickly(ThreadRecord *thread) {
-    if (thread == nullptr || thread->depth != 0 || !g_isFenceRemote.load(std::memory_order_relaxed))
-        [[unlikely]] {
+    Host *const host = g_quickHost.load(std::memory_order_acquire);
+    if (host == nullptr || thread == nullptr || thread->depth != 0) [[unlikely]] {
         return nullptr;
     }
-    Host *const host = g_registered.load(std::memory_order_acquire);
-    thread->inside.store(host, std::memory_order_relaxed);
+    thread->inside.store(QuickMark(host), std::memory_order_relaxed);
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    return g_registered.load(std::memory_order_seq_cst) == host ? host : nullptr;
+    return g_quickHost.load(std::memory_order_seq_cst) == host ? host : nullptr;
+}
+
+// The same for a service that keeps a cache for the thread: false also when that is another host's.
+inline bool EnterWithCache(ThreadRecord *thread) {
+    if (thread == nullptr || thread->depth != 0) [[unlikely]] {
+        return false;
+    }
+    thread->inside.store(thread->cacheMark, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    return g_quickNumber.load(std::memory_order_seq_cst) == thread->cacheHost;
 }
 
 inline void LeaveQuickly(ThreadRecord &thread) {
     thread.inside.store(nullptr, std::memory_order_release);
 }
 
-// Makes the registration take effect everywhere: calls that begin later do not reach the old host.
-void PublishRegistration();
+// A quick call goes on as one that may wait; it ends with LeaveQuickly all the same.
+inline void SlowDown(ThreadRecord &thread, Host &host) {
+    thread.inside.store(&host, std::memory_order_release);
+}
+
+// A step of a call that is not quick, which is as if it were one: others wait for its end.
+class QuickStep {
+  public:
+    QuickStep(ThreadRecord &thread, Host &host) : thread_(thread), host_(host) {
+        thread_.inside.store(QuickMark(&host_), std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    ~QuickStep() { thread_.inside.store(&host_, std::memory_order_release); }
+    QuickStep(const QuickStep &) = delete;
+    QuickStep &operator=(const QuickStep &) = delete;
+    QuickStep(QuickStep &&) = delete;
+    QuickStep &operator=(QuickStep &&) = delete;
+
+  private:
+    ThreadRecord &thread_;
+    Host &host_;
+};
+
+// Registers a host, or none. Calls that begin later do not reach the old one. Quick calls may be
+// made in it unless its number is kNoHost.
+void Register(Host *host, uint32_t quickNumber);
+
+// Finds out how calls begin: before the first host is made.
+void PrepareCalls();
 
 // Lets all threads pass a full fence. Only while g_isFenceRemote is set.
 void FenceAllThreads();
+
+// Waits until the thread is out of a quick call that it may be in. After FenceAllThreads, and never
+// within a quick call.
+void AwaitQuickCall(const ThreadRecord &thread, const Host &host);
 
 // Waits until no other thread is in the host, registered or named; gives up after the given time.
 // Tells whether all are out.

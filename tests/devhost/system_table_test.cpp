@@ -696,7 +696,7 @@ TEST_F(HostTables, AgreeWithAModel) {
     for (int step = 0; step < 20000; ++step) {
         const uint32_t table = below(4);
         const uint32_t chip = chips[below(3)];
-        const std::string key = below(2) == 0 ? text(1, 3) : text(1, 20);
+        const std::string key = below(2) == 0 ? text(1, 3) : text(1, below(8) == 0 ? 80 : 20);
         const std::string data = below(20) == 0 ? text(0, 600) : text(0, 24);
         switch (below(40)) {
             case 0:
@@ -780,6 +780,16 @@ TEST_F(HostTables, AreListedByTheirNumbers) {
     DXR_ReleaseTblm(9, 0);
 }
 
+// A key that begins with its number, of as many bytes as that says: 4 to 80.
+struct NumberedKey {
+    explicit NumberedKey(uint32_t number) : bytes(4 + number * 19 % 77) {
+        text.fill('k');
+        std::memcpy(text.data(), &number, sizeof(number));
+    }
+    std::array<char, 80> text{};
+    uint32_t bytes;
+};
+
 // Each key's data is its own number over and over, and one that changes: a reader never sees parts
 // of two, nor another key's data.
 TEST_F(HostTables, AreReadWhileTheyChange) {
@@ -788,14 +798,16 @@ TEST_F(HostTables, AreReadWhileTheyChange) {
     std::atomic<bool> isDone{false};
     std::atomic<uint64_t> hits{0};
     std::vector<std::thread> readers;
-    for (uint32_t number = 0; number < 2; ++number) {
-        readers.emplace_back([&isDone, &hits, number] {
-            std::mt19937 random(number);
+    for (uint32_t seed = 0; seed < 2; ++seed) {
+        readers.emplace_back([&isDone, &hits, seed] {
+            std::mt19937 random(seed);
             uint64_t found = 0;
             while (!isDone) {
-                auto key = static_cast<uint32_t>(random() % kKeys);
+                const auto number = static_cast<uint32_t>(random() % kKeys);
+                NumberedKey key(number);
                 std::array<uint32_t, 100> data{};
-                DxrTblmRequest request{1, &key, sizeof(key), data.data(), sizeof(data), 1, {}};
+                DxrTblmRequest request{1, key.text.data(), key.bytes, data.data(), sizeof(data), 1,
+                                       {}};
                 const uint32_t result = DXR_GetChipTblmData(0, &request);
                 if (result == ENOENT) {
                     continue;
@@ -805,7 +817,7 @@ TEST_F(HostTables, AreReadWhileTheyChange) {
                 ASSERT_GE(count, 2U);
                 ASSERT_LE(count, data.size());
                 for (uint32_t i = 0; i < count; ++i) {
-                    ASSERT_EQ(data[i], i % 2 == 0 ? key : data[1]);
+                    ASSERT_EQ(data[i], i % 2 == 0 ? number : data[1]);
                 }
                 ++found;
             }
@@ -814,22 +826,19 @@ TEST_F(HostTables, AreReadWhileTheyChange) {
     }
     std::mt19937 random(77);
     for (uint32_t step = 0; step < 20000; ++step) {
-        auto key = static_cast<uint32_t>(random() % kKeys);
+        const auto number = static_cast<uint32_t>(random() % kKeys);
         std::array<uint32_t, 100> data{};
         for (uint32_t i = 0; i < data.size(); ++i) {
-            data[i] = i % 2 == 0 ? key : step;
+            data[i] = i % 2 == 0 ? number : step;
         }
         const auto bytes = static_cast<uint32_t>(8 * (1 + random() % (step % 8 == 0 ? 50 : 15)));
-        switch (random() % 8) {
-            case 0:
-                (void)DXR_DeleteChipTblmData(0, 1, &key, sizeof(key));
-                break;
-            case 1:  // the index grows
-                key += 1000 + step;
-                ASSERT_EQ(DXR_AddChipTblmData(0, 1, &key, sizeof(key), data.data(), bytes), 0U);
-                break;
-            default:
-                ASSERT_EQ(DXR_AddChipTblmData(0, 1, &key, sizeof(key), data.data(), bytes), 0U);
+        const uint64_t what = random() % 8;
+        NumberedKey key(what == 1 ? number + 1000 + step : number);  // new ones: the index grows
+        if (what == 0) {
+            (void)DXR_DeleteChipTblmData(0, 1, key.text.data(), key.bytes);
+        } else {
+            ASSERT_EQ(DXR_AddChipTblmData(0, 1, key.text.data(), key.bytes, data.data(), bytes),
+                      0U);
         }
         if (step % 4096 == 4095) {
             ASSERT_TRUE(DxrHostSaveTables(host, nullptr, nullptr, 0));
