@@ -11,124 +11,14 @@
 #include <new>
 #include <set>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
 #include "host.h"
+#include "memory_accounts.h"
 #include "memory_blocks.h"
 
 namespace devhost {
-
-// All blocks of one module identifier. Live blocks and bytes stand in one word, so that the highest
-// values are exact at one step a call.
-//
-// While one thread alone uses an account, its owner, a step is a load and a store, and so is the
-// release of a block of that account. Another thread first takes the account from it, once and for
-// all: from then on all make atomic steps. The owner says that it steps before it looks whether it
-// still is the owner; who takes the account says so before it looks whether the owner steps.
-// Between these two it puts a fence into all threads; where the machine has none, nobody owns.
-struct Account {
-    static constexpr uint32_t kByteBits = 40;
-    static constexpr uint64_t kByteMask = (uint64_t{1} << kByteBits) - 1;
-
-    std::atomic<uint64_t> live{0};
-    std::atomic<uint64_t> blocksPeak{0};
-    std::atomic<uint64_t> bytesPeak{0};
-    std::atomic<const void *> owner{nullptr};  // the cache of a thread; null: everybody's
-    std::atomic<bool> isStepping{false};       // the owner's
-
-    void Add(const void *by, uint32_t bytes) {
-        const uint64_t change = (uint64_t{1} << kByteBits) + bytes;
-        uint64_t now = 0;
-        if (!StepAsOwner(by, [this, change, &now] { now = Change(change); })) {
-            ShareOut();
-            now = live.fetch_add(change, std::memory_order_relaxed) + change;
-        }
-        Raise(blocksPeak, now >> kByteBits);
-        Raise(bytesPeak, now & kByteMask);
-    }
-    void Subtract(const void *by, uint32_t bytes) {
-        if (!StepAsOwner(by, [this, bytes] { SubtractAsOwner(bytes); })) {
-            ShareOut();
-            SubtractShared(bytes);
-        }
-    }
-
-    // Lets the owner step; false, and nothing is done, when `by` is not or no longer the owner.
-    template <typename Step>
-    bool StepAsOwner(const void *by, Step step) {
-        if (owner.load(std::memory_order_relaxed) != by) {
-            return false;
-        }
-        isStepping.store(true, std::memory_order_relaxed);
-        std::atomic_signal_fence(std::memory_order_seq_cst);
-        const bool isOwner = owner.load(std::memory_order_relaxed) == by;
-        if (isOwner) [[likely]] {
-            step();
-        }
-        isStepping.store(false, std::memory_order_release);
-        return isOwner;
-    }
-
-    // As Add; false, and nothing is done, when the account is to be shared out first.
-    bool AddQuickly(const void *by, uint32_t bytes) {
-        const uint64_t change = (uint64_t{1} << kByteBits) + bytes;
-        uint64_t now = 0;
-        if (owner.load(std::memory_order_acquire) == nullptr) {
-            now = live.fetch_add(change, std::memory_order_relaxed) + change;
-        } else if (!StepAsOwner(by, [this, change, &now] { now = Change(change); })) {
-            return false;
-        }
-        Raise(blocksPeak, now >> kByteBits);
-        Raise(bytesPeak, now & kByteMask);
-        return true;
-    }
-
-    // Makes the account everybody's.
-    void ShareOut() {
-        if (owner.load(std::memory_order_acquire) != nullptr) [[unlikely]] {
-            Take();
-        }
-    }
-
-    // Within a step of the owner; and after ShareOut.
-    void SubtractAsOwner(uint32_t bytes) { (void)Change(0 - ((uint64_t{1} << kByteBits) + bytes)); }
-    void SubtractShared(uint32_t bytes) {
-        live.fetch_sub((uint64_t{1} << kByteBits) + bytes, std::memory_order_relaxed);
-    }
-
-  private:
-    uint64_t Change(uint64_t change) {
-        const uint64_t now = live.load(std::memory_order_relaxed) + change;
-        live.store(now, std::memory_order_relaxed);
-        return now;
-    }
-
-    // Comes back when the account is everybody's.
-    [[gnu::noinline]] void Take() {
-        static constexpr char kTaken = 0;
-        const void *from = owner.load(std::memory_order_relaxed);
-        if (from != nullptr && from != &kTaken &&
-            owner.compare_exchange_strong(from, &kTaken, std::memory_order_relaxed)) {
-            FenceAllThreads();
-            while (isStepping.load(std::memory_order_acquire)) {
-                std::this_thread::yield();
-            }
-            owner.store(nullptr, std::memory_order_release);
-        }
-        while (owner.load(std::memory_order_acquire) != nullptr) {
-            std::this_thread::yield();
-        }
-    }
-
-    static void Raise(std::atomic<uint64_t> &peak, uint64_t value) {
-        uint64_t known = peak.load(std::memory_order_relaxed);
-        while (known < value &&
-               !peak.compare_exchange_weak(known, value, std::memory_order_relaxed)) {
-        }
-    }
-};
 
 // A place in a module that allocates or releases.
 struct Site {
@@ -139,6 +29,20 @@ struct Site {
     Account *account;
 };
 
+// What one thread has asked for at a site; blocks name it. What it has asked for in all is its part
+// of the account's, and counted when that is.
+struct alignas(64) Maker {
+    Part &part;
+    const Site &site;
+    uint64_t blocks = 0;
+    uint64_t bytes = 0;
+
+    void Count(uint32_t size) {
+        ++blocks;
+        bytes += size;
+    }
+};
+
 namespace {
 
 constexpr const char *kService = "memory";
@@ -146,29 +50,22 @@ constexpr uint32_t kReleasing = 0xFFFFFFFF;  // the module of sites that release
 constexpr unsigned char kGuardByte = 0xFD;
 constexpr uint32_t kCacheBits = 40;  // from here on up serials tell the cache
 
-// What a thread has asked for at one site. Its thread alone writes.
-struct Totals {
-    std::atomic<uint64_t> blocks{0};
-    std::atomic<uint64_t> bytes{0};
-
-    void Add(uint32_t size) {
-        blocks.store(blocks.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-        bytes.store(bytes.load(std::memory_order_relaxed) + size, std::memory_order_relaxed);
-    }
-};
-
 constexpr char kNoText = 0;
 
 // A site as a thread knows it.
 struct alignas(64) KnownSite {
     // The file once the site was used, when nobody changes the text.
     const char *quickFile = &kNoText;
+    uint32_t mid = 0;
+    uint32_t line = 0;
     const char *file = nullptr;  // null: none is known here
-    uint64_t number = 0;         // module identifier and line
     const Site *site = nullptr;
-    Totals *totals = nullptr;  // null until the thread allocates there
-    bool isFixed = false;      // nobody changes the text
+    Maker *maker = nullptr;  // null for a site that releases
+    bool isFixed = false;    // nobody changes the text
 };
+
+// Sites by a hash: one that falls to the place of another takes it.
+using KnownSites = std::array<KnownSite, 256>;
 
 // The memory of the program itself that is only read. It is never unloaded, so a text in it stays
 // what it is.
@@ -199,13 +96,21 @@ class FixedTexts {
     std::array<CodeRange, 8> ranges_{};
 };
 
+class MemoryService;
+
 // What one thread keeps for itself; the next thread with its record takes it over.
 struct Cache {
+    Cache(ThreadRecord &itsThread, MemoryService &itsService, const FaultPoint &fails)
+        : thread(itsThread), service(itsService), allocateFails(fails) {}
+
+    ThreadRecord &thread;
+    MemoryService &service;
+    const FaultPoint &allocateFails;
     RoomRings rings;
-    std::array<KnownSite, 256> sites{};
-    uint64_t lastSerial = 0;                      // of the blocks that were allocated with it
-    std::mutex mutex;                             // guards the growth of totals
-    std::vector<std::unique_ptr<Totals>> totals;  // by the number of the site
+    KnownSites sites{};  // that allocate
+    KnownSites releases{};
+    uint64_t lastSerial = 0;                     // of the blocks that were allocated with it
+    std::vector<std::unique_ptr<Maker>> makers;  // by the number of the site; the service's lock
 };
 
 struct LargeBlock {
@@ -232,31 +137,48 @@ void SetGuards(std::byte *bytes, uint32_t size) {
     std::memset(bytes + size, kGuardByte, blocks::kGuard);
 }
 
-bool IsGuard(const std::byte *bytes) {
-    uint64_t words[2];
-    static_assert(sizeof(words) == blocks::kGuard);
-    std::memcpy(words, bytes, sizeof(words));
+// Of a block of that size.
+inline bool AreGuards(const std::byte *bytes, uint32_t size) {
+    using Guard [[gnu::vector_size(blocks::kGuard)]] = uint64_t;
     constexpr uint64_t kWord = uint64_t{0x0101010101010101} * kGuardByte;
-    return words[0] == kWord && words[1] == kWord;
+    Guard before;
+    Guard after;
+    std::memcpy(&before, bytes - blocks::kGuard, sizeof(before));
+    std::memcpy(&after, bytes + size, sizeof(after));
+    const Guard differs = (before ^ Guard{kWord, kWord}) | (after ^ Guard{kWord, kWord});
+    return (differs[0] | differs[1]) == 0;
 }
 
 std::string TextOf(const Site *site) {
     return site != nullptr ? site->file + ":" + std::to_string(site->line) : "nowhere";
 }
 
+std::string TextOf(const Maker *maker) {
+    return TextOf(maker != nullptr ? &maker->site : nullptr);
+}
+
+// A block that lives, as it was at one moment.
+struct LiveBlock {
+    uint64_t serial;
+    uint32_t size;
+    const Site *site;
+};
+
 class MemoryService : public Service {
   public:
+    using Service::TheHost;
+
     explicit MemoryService(Host &host)
         : Service(host),
           limit(host.options.memoryLimit),
           allocateFails(host.chance.Point("memory.allocate")) {}
 
     void ReportLeftovers() override {
-        for (const BlockInfo *const block : Live()) {
+        for (const LiveBlock &block : Live()) {
             TheHost().ReportLeftover(kService, {},
-                                     std::to_string(block->size) + " bytes of module " +
-                                         std::to_string(block->Made()->mid) + " from " +
-                                         TextOf(block->Made()));
+                                     std::to_string(block.size) + " bytes of module " +
+                                         std::to_string(block.site->mid) + " from " +
+                                         TextOf(block.site));
         }
     }
 
@@ -268,83 +190,86 @@ class MemoryService : public Service {
         return *static_cast<Cache *>(thread.memoryCache);
     }
 
-    KnownSite &SiteOf(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
-        const uint64_t number = NumberOf(mid, line);
-        KnownSite &known = PlaceFor(cache, number, file);
-        // The text may be another one by now, say after a plug-in was unloaded.
-        if (known.file == file && known.number == number &&
-            (known.isFixed || std::strcmp(known.site->file.c_str(), file) == 0)) [[likely]] {
-            known.quickFile = known.isFixed ? file : &kNoText;
-            return known;
+    Maker &MakerOf(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
+        KnownSite &known = PlaceFor(cache.sites, mid, file, line);
+        if (!IsKnown(known, mid, file, line)) [[unlikely]] {
+            const std::lock_guard lock(mutex_);
+            const Site &site = Intern(mid, file, line);
+            Learn(known, file, site, &MakerLocked(cache, site));
         }
-        Learn(cache, known, file, number);
-        return known;
+        return *known.maker;
     }
 
-    // As AllocateQuickly and ReleaseQuickly below.
-    void *TryAllocate(Cache &cache, uint32_t mid, uint32_t size, const char *file, uint32_t line) {
-        const uint64_t number = NumberOf(mid, line);
-        const KnownSite &known = PlaceFor(cache, number, file);
-        if (known.quickFile != file || known.number != number || known.totals == nullptr ||
-            allocateFails.IsSet() || limit.load(std::memory_order_relaxed) != 0) [[unlikely]] {
-            return nullptr;
+    const Site &ReleaseSiteOf(Cache &cache, const char *file, uint32_t line) {
+        KnownSite &known = PlaceFor(cache.releases, kReleasing, file, line);
+        if (!IsKnown(known, kReleasing, file, line)) [[unlikely]] {
+            const std::lock_guard lock(mutex_);
+            Learn(known, file, Intern(kReleasing, file, line), nullptr);
         }
-        RoomRing *const ring = Blocks::RingWith(cache.rings, size);
-        if (ring == nullptr || !known.site->account->AddQuickly(&cache, size)) [[unlikely]] {
-            return nullptr;
-        }
-        return Fill(*ring->Pop(), cache, known, size);
+        return *known.site;
     }
 
-    bool TryRelease(Cache &cache, void *block, const char *file, uint32_t line) {
-        const uint64_t number = NumberOf(kReleasing, line);
-        const KnownSite &known = PlaceFor(cache, number, file);
-        if (known.quickFile != file || known.number != number) [[unlikely]] {
-            return false;
-        }
-        BlockInfo *const info = blocks_.Find(block);
-        if (info == nullptr) [[unlikely]] {
-            return false;
-        }
-        const BlockState seen = info->state.load(std::memory_order_acquire);
-        if (!seen.IsLive() || ResultOf(*info) != Result::kReleased ||
-            cache.rings[info->sizeClass].Count() == blocks::kRingRoom ||
-            !EndQuickly(cache, *info, seen)) [[unlikely]] {
-            return false;
-        }
-        info->released.store(known.site, std::memory_order_relaxed);
-        cache.rings[info->sizeClass].Push(info);
-        return true;
+    // Where a site is that the thread knows, if its text is to be trusted; IsQuick tells.
+    static const KnownSite &QuickSite(Cache &cache, uint32_t mid, const char *file, uint32_t line) {
+        return PlaceFor(cache.sites, mid, file, line);
+    }
+    static const KnownSite &QuickRelease(Cache &cache, const char *file, uint32_t line) {
+        return PlaceFor(cache.releases, kReleasing, file, line);
+    }
+    static bool IsQuick(const KnownSite &known, uint32_t mid, const char *file, uint32_t line) {
+        return known.quickFile == file && known.line == line && known.mid == mid;
     }
 
     // A block of at most Blocks::kLargest bytes.
-    void *Allocate(Cache &cache, KnownSite &known, uint32_t size) {
-        if (known.totals == nullptr) {
-            known.totals = &TotalsOf(cache, known.site->number);
-        }
+    void *Allocate(Cache &cache, Maker &maker, uint32_t size) {
         BlockInfo *const room = blocks_.Take(cache.rings, size);
         if (room == nullptr) {
             return nullptr;
         }
-        known.site->account->Add(&cache, size);
-        return Fill(*room, cache, known, size);
+        {
+            const QuickStep step(cache.thread, TheHost());
+            if (maker.part.Take(&cache, size)) {
+                Fill(*room, room->bytes, cache, maker, size);
+                return room->bytes;
+            }
+        }
+        return FillLocked(cache, maker, *room, size);
+    }
+
+    // The same, counted by the account itself.
+    void *AllocateLocked(Cache &cache, Maker &maker, uint32_t size) {
+        BlockInfo *const room = blocks_.Take(cache.rings, size);
+        return room != nullptr ? FillLocked(cache, maker, *room, size) : nullptr;
     }
 
     // Any block, one after the other, and not beyond the limit.
-    [[gnu::noinline]] void *AllocateUnusual(Cache &cache, KnownSite &known, uint32_t size) {
+    [[gnu::noinline]] void *AllocateUnusual(Cache &cache, Maker &maker, uint32_t size) {
         const std::lock_guard lock(limitMutex_);
         const uint64_t most = limit.load(std::memory_order_relaxed);
         if (most != 0 && LiveBytes() + size > most) {
             return nullptr;
         }
-        return size <= Blocks::kLargest ? Allocate(cache, known, size)
-                                        : AllocateLarge(cache, known, size);
+        return size <= Blocks::kLargest ? Allocate(cache, maker, size)
+                                        : AllocateLarge(cache, maker, size);
+    }
+
+    void SetLimit(uint64_t bytes) {
+        const std::lock_guard limitLock(limitMutex_);
+        limit = bytes;
+        if (bytes == 0) {
+            return;
+        }
+        const std::lock_guard lock(mutex_);
+        for (auto &[mid, account] : accounts_) {
+            const std::lock_guard accountLock(account.mutex);
+            account.CloseAll();
+        }
     }
 
     enum class Result : uint8_t { kReleased, kDamaged, kNoBlock };
     struct Release {
         Result result = Result::kNoBlock;
-        const Site *made = nullptr;
+        const Maker *made = nullptr;
     };
 
     Release TakeBack(Cache &cache, void *address, const Site &site) {
@@ -352,86 +277,69 @@ class MemoryService : public Service {
         if (info == nullptr) [[unlikely]] {
             return TakeBackLarge(cache, address, site);
         }
-        const Site *const made = End(cache, *info);
+        const Maker *const made = End(cache, *info, site);
         if (made == nullptr) {
             return {};
         }
         const Release release = {ResultOf(*info), made};
-        info->released.store(&site, std::memory_order_relaxed);
         blocks_.Give(cache.rings, *info);
         return release;
     }
 
-    uint64_t LiveBytes() {
-        const std::lock_guard lock(mutex_);
-        uint64_t bytes = 0;
-        for (const auto &[mid, account] : accounts_) {
-            bytes += account.live.load(std::memory_order_relaxed) & Account::kByteMask;
+    // Ends a block that lives and is whole, of a part of the thread; false, and nothing is done, when
+    // it is none, or there is more to do. Within a quick call.
+    bool EndQuickly(Cache &cache, const void *address, const Site *site) const {
+        BlockInfo *const info = blocks_.Find(address);
+        if (info == nullptr) [[unlikely]] {
+            return false;
         }
-        return bytes;
+        const BlockState seen = info->state.load(std::memory_order_relaxed);
+        const uint32_t size = info->size;
+        if (!seen.IsLive() || !seen.Made()->part.IsOpenFor(&cache) ||
+            !AreGuards(static_cast<const std::byte *>(address), size)) [[unlikely]] {
+            return false;
+        }
+        if (!cache.rings[info->ring].TryPush(info)) [[unlikely]] {
+            return false;
+        }
+        EndOwn(*info, seen, size, site);
+        return true;
     }
 
     // In the order of allocation.
-    std::vector<const BlockInfo *> Live() {
-        std::vector<const BlockInfo *> live;
-        blocks_.ForEachLive([&live](const BlockInfo &info) { live.push_back(&info); });
-        const std::lock_guard lock(mutex_);
-        for (const auto &[address, large] : large_) {
-            live.push_back(&large->info);
+    std::vector<LiveBlock> Live() {
+        std::vector<LiveBlock> live;
+        {
+            const Standstill still(*this);
+            ForEachLive([&live](const BlockInfo &info) {
+                live.push_back({info.serial, info.size, &info.Made()->site});
+            });
         }
         std::sort(live.begin(), live.end(),
-                  [](const auto *a, const auto *b) { return a->serial < b->serial; });
+                  [](const auto &a, const auto &b) { return a.serial < b.serial; });
         return live;
     }
 
     std::vector<DxrHostMemorySite> Sites() {
-        const std::lock_guard lock(mutex_);
-        std::vector<DxrHostMemorySite> all(sites_.size());
-        for (const Site &site : sites_) {
-            DxrHostMemorySite &to = all[site.number];
-            to.mid = site.mid;
-            to.line = site.line;
-            to.file = site.file.c_str();
-        }
-        for (const auto &cache : caches_) {
-            const std::lock_guard growth(cache->mutex);
-            for (size_t i = 0; i < cache->totals.size(); ++i) {
-                if (cache->totals[i] != nullptr) {
-                    all[i].blocksTotal += cache->totals[i]->blocks.load(std::memory_order_relaxed);
-                    all[i].bytesTotal += cache->totals[i]->bytes.load(std::memory_order_relaxed);
-                }
-            }
-        }
-        const auto count = [&all](const BlockInfo &info) {
-            DxrHostMemorySite &site = all[info.Made()->number];
-            ++site.blocksLive;
-            site.bytesLive += info.size;
-        };
-        blocks_.ForEachLive(count);
-        for (const auto &[address, large] : large_) {
-            count(large->info);
-        }
-        // Sites that only release are none of these.
-        std::erase_if(all, [](const DxrHostMemorySite &site) { return site.blocksTotal == 0; });
-        return all;
+        const Standstill still(*this);
+        return SitesNow();
     }
 
     std::map<uint32_t, DxrHostMemoryAccount> Accounts() {
+        const Standstill still(*this);
         std::map<uint32_t, DxrHostMemoryAccount> all;
-        for (const DxrHostMemorySite &site : Sites()) {
+        for (const DxrHostMemorySite &site : SitesNow()) {
             DxrHostMemoryAccount &account = all[site.mid];
             account.mid = site.mid;
             account.blocksTotal += site.blocksTotal;
             account.bytesTotal += site.bytesTotal;
         }
-        const std::lock_guard lock(mutex_);
         for (auto &[mid, account] : all) {
-            const Account &from = accounts_.at(mid);
-            const uint64_t live = from.live.load(std::memory_order_relaxed);
-            account.blocksLive = live >> Account::kByteBits;
-            account.bytesLive = live & Account::kByteMask;
-            account.blocksPeak = from.blocksPeak.load(std::memory_order_relaxed);
-            account.bytesPeak = from.bytesPeak.load(std::memory_order_relaxed);
+            const Account::Values values = accounts_.at(mid).ValuesInPause();
+            account.blocksLive = values.blocks;
+            account.bytesLive = values.bytes;
+            account.blocksPeak = values.blocksPeak;
+            account.bytesPeak = values.bytesPeak;
         }
         return all;
     }
@@ -463,46 +371,120 @@ class MemoryService : public Service {
   private:
     using SiteKey = std::tuple<uint32_t, uint32_t, std::string>;
 
+    // For its time nobody allocates or releases.
+    class Standstill {
+      public:
+        explicit Standstill(MemoryService &service) : service_(service), lock_(service.mutex_) {
+            bool isFenceNeeded = false;
+            for (auto &[mid, account] : service_.accounts_) {
+                account.mutex.lock();
+                isFenceNeeded |= account.Pause();
+            }
+            if (!isFenceNeeded) {
+                return;
+            }
+            FenceAllThreads();
+            for (auto &[mid, account] : service_.accounts_) {
+                account.AwaitPause();
+            }
+        }
+        ~Standstill() {
+            for (auto &[mid, account] : service_.accounts_) {
+                account.Resume();
+                account.mutex.unlock();
+            }
+        }
+        Standstill(const Standstill &) = delete;
+        Standstill &operator=(const Standstill &) = delete;
+        Standstill(Standstill &&) = delete;
+        Standstill &operator=(Standstill &&) = delete;
+
+      private:
+        MemoryService &service_;
+        const std::lock_guard<std::mutex> lock_;
+    };
+
+    // In a standstill.
+    template <typename Visit>
+    void ForEachLive(Visit visit) const {
+        blocks_.ForEachLive(visit);
+        for (const auto &[address, large] : large_) {
+            visit(large->info);
+        }
+    }
+
+    // The same.
+    [[nodiscard]] std::vector<DxrHostMemorySite> SitesNow() const {
+        std::vector<DxrHostMemorySite> all(sites_.size());
+        for (const Site &site : sites_) {
+            DxrHostMemorySite &to = all[site.number];
+            to.mid = site.mid;
+            to.line = site.line;
+            to.file = site.file.c_str();
+        }
+        for (const auto &cache : caches_) {
+            for (const auto &maker : cache->makers) {
+                if (maker != nullptr) {
+                    all[maker->site.number].blocksTotal += maker->blocks;
+                    all[maker->site.number].bytesTotal += maker->bytes;
+                }
+            }
+        }
+        ForEachLive([&all](const BlockInfo &info) {
+            DxrHostMemorySite &site = all[info.Made()->site.number];
+            ++site.blocksLive;
+            site.bytesLive += info.size;
+        });
+        // Sites that only release are none of these.
+        std::erase_if(all, [](const DxrHostMemorySite &site) { return site.blocksTotal == 0; });
+        return all;
+    }
+
+    // While there is a limit.
+    uint64_t LiveBytes() {
+        const std::lock_guard lock(mutex_);
+        uint64_t bytes = 0;
+        for (auto &[mid, account] : accounts_) {
+            const std::lock_guard accountLock(account.mutex);
+            bytes += account.BytesWhileClosed();
+        }
+        return bytes;
+    }
+
     [[gnu::noinline]] void MakeCache(ThreadRecord &thread) {
-        auto cache = std::make_unique<Cache>();
+        auto cache = std::make_unique<Cache>(thread, *this, allocateFails);
         const std::lock_guard lock(mutex_);
         cache->lastSerial = uint64_t{caches_.size()} << kCacheBits;
         caches_.push_back(std::move(cache));
         thread.memoryCache = caches_.back().get();
+        thread.cacheMark = QuickMark(&TheHost());
         thread.cacheHost = TheHost().number;
     }
 
-    [[gnu::noinline]] static Totals &TotalsOf(Cache &cache, uint32_t number) {
-        const std::lock_guard lock(cache.mutex);
-        if (number >= cache.totals.size()) {
-            cache.totals.resize(number + 1);
+    static bool IsKnown(KnownSite &known, uint32_t mid, const char *file, uint32_t line) {
+        // The text may be another one by now, say after a plug-in was unloaded.
+        if (known.file != file || known.mid != mid || known.line != line ||
+            (!known.isFixed && std::strcmp(known.site->file.c_str(), file) != 0)) [[unlikely]] {
+            return false;
         }
-        if (cache.totals[number] == nullptr) {
-            cache.totals[number] = std::make_unique<Totals>();
-        }
-        return *cache.totals[number];
+        known.quickFile = known.isFixed ? file : &kNoText;
+        return true;
     }
 
-    [[gnu::noinline]] void Learn(const Cache &cache, KnownSite &known, const char *file,
-                                 uint64_t number) {
-        const Site &site =
-            Intern(cache, static_cast<uint32_t>(number >> 32), file, static_cast<uint32_t>(number));
-        known = {&kNoText, file, number, &site, nullptr, fixedTexts_.Holds(file)};
+    void Learn(KnownSite &known, const char *file, const Site &site, Maker *maker) const {
+        known = {&kNoText, site.mid, site.line, file, &site, maker, fixedTexts_.Holds(file)};
     }
 
-    const Site &Intern(const Cache &by, uint32_t mid, const char *file, uint32_t line) {
-        const std::lock_guard lock(mutex_);
+    // With the lock.
+    const Site &Intern(uint32_t mid, const char *file, uint32_t line) {
         const SiteKey key{mid, line, file};
         const auto found = known_.find(key);
         if (found != known_.end()) {
             return sites_[found->second];
         }
-        const auto [account, isNew] = accounts_.try_emplace(mid);
-        if (isNew && g_isFenceRemote) {
-            account->second.owner = &by;
-        }
+        Account &account = accounts_.try_emplace(mid, TheHost(), limit).first->second;
         const auto number = static_cast<uint32_t>(sites_.size());
-        sites_.push_back({mid, line, file, number, &account->second});
+        sites_.push_back({mid, line, file, number, &account});
         try {
             known_.emplace(key, number);
         } catch (const std::bad_alloc &) {
@@ -512,79 +494,86 @@ class MemoryService : public Service {
         return sites_.back();
     }
 
-    // Ends the life of a block, in its account too, and gives its site; null when it does not live.
-    // The room may meanwhile be used for another block, of another account: then that one ends.
-    static const Site *End(const Cache &by, BlockInfo &info) {
+    // With the lock.
+    static Maker &MakerLocked(Cache &cache, const Site &site) {
+        if (site.number >= cache.makers.size()) {
+            cache.makers.resize(site.number + 1);
+        }
+        std::unique_ptr<Maker> &maker = cache.makers[site.number];
+        if (maker == nullptr) {
+            maker.reset(new Maker{site.account->PartOf(&cache, cache.thread), site});
+        }
+        return *maker;
+    }
+
+    // Ends the life of a block, in its account too, and gives who made it; null when it does not
+    // live. The room may meanwhile be used for another block: then that one ends.
+    const Maker *End(const Cache &by, BlockInfo &info, const Site &site) {
         for (;;) {
-            BlockState seen = info.state.load(std::memory_order_acquire);
+            const BlockState seen = info.state.load(std::memory_order_acquire);
             if (!seen.IsLive()) {
                 return nullptr;
             }
-            Account &account = *seen.Made()->account;
-            const auto step = [&info, &account, seen] {
-                // Nobody else releases blocks of this account.
-                info.state.store(seen.Released(), std::memory_order_relaxed);
-                account.SubtractAsOwner(info.size);
-            };
-            if (account.StepAsOwner(&by, step)) {
-                return seen.Made();
+            Part &part = seen.Made()->part;
+            {
+                const QuickStep step(by.thread, TheHost());
+                if (part.IsOpenFor(&by)) {
+                    // Nobody else releases blocks of this part.
+                    EndOwn(info, seen, info.size, &site);
+                    return seen.Made();
+                }
             }
-            account.ShareOut();
-            if (info.state.compare_exchange_strong(seen, seen.Released(),
-                                                   std::memory_order_acq_rel)) {
-                account.SubtractShared(info.size);
+            const std::lock_guard lock(part.account.mutex);
+            part.account.Prepare(part, &by);
+            if (info.state.load(std::memory_order_relaxed) == seen) {
+                info.state.store(seen.Released(), std::memory_order_relaxed);
+                info.released.store(&site, std::memory_order_relaxed);
+                part.account.Subtract(part, &by, info.size);
                 return seen.Made();
             }
         }
     }
 
-    // As End, of a block that was seen to live. False, and nothing is done, when another thread was
-    // quicker or the account is to be shared out first.
-    static bool EndQuickly(const Cache &by, BlockInfo &info, BlockState seen) {
-        Account &account = *seen.Made()->account;
-        if (account.owner.load(std::memory_order_acquire) != nullptr) {
-            return account.StepAsOwner(&by, [&info, &account, seen] {
-                info.state.store(seen.Released(), std::memory_order_relaxed);
-                account.SubtractAsOwner(info.size);
-            });
-        }
-        if (!info.state.compare_exchange_strong(seen, seen.Released(), std::memory_order_acq_rel)) {
-            return false;
-        }
-        account.SubtractShared(info.size);
-        return true;
+    // Within a quick call, while the part is open.
+    static void EndOwn(BlockInfo &info, BlockState seen, uint32_t size, const Site *site) {
+        seen.Made()->part.GiveBack(size);
+        info.state.store(seen.Released(), std::memory_order_relaxed);
+        info.released.store(site, std::memory_order_relaxed);
     }
 
-    static uint64_t NumberOf(uint32_t mid, uint32_t line) { return uint64_t{mid} << 32 | line; }
-
-    // Where the thread keeps a site, or another one that falls to the same place.
-    static KnownSite &PlaceFor(Cache &cache, uint64_t number, const char *file) {
-        const uint64_t hash =
-            (reinterpret_cast<uint64_t>(file) ^ number) * uint64_t{0x9E3779B97F4A7C15};
-        static_assert(std::tuple_size_v<decltype(cache.sites)> == 1 << 8);
-        return cache.sites[hash >> 56];
+    // Where a thread keeps a site, or another one that falls to the same place.
+    static KnownSite &PlaceFor(KnownSites &sites, uint32_t mid, const char *file, uint32_t line) {
+        const uint32_t hash =
+            (static_cast<uint32_t>(reinterpret_cast<uintptr_t>(file)) + line + (mid << 16)) *
+            0x9E3779B1U;
+        static_assert(std::tuple_size_v<KnownSites> == 1 << 8);
+        return sites[hash >> 24];
     }
 
     static Result ResultOf(const BlockInfo &info) {
-        return IsGuard(info.bytes - blocks::kGuard) && IsGuard(info.bytes + info.size)
-                   ? Result::kReleased
-                   : Result::kDamaged;
+        return AreGuards(info.bytes, info.size) ? Result::kReleased : Result::kDamaged;
     }
 
-    // Makes a block of its room. The account and the totals are there.
-    static void *Fill(BlockInfo &room, Cache &cache, const KnownSite &known, uint32_t size) {
+  public:
+    // Makes a block of its room, in the time for which its part counts it.
+    static void Fill(BlockInfo &room, std::byte *bytes, Cache &cache, Maker &maker, uint32_t size) {
         room.size = size;
         room.serial = ++cache.lastSerial;
-        SetGuards(room.bytes, size);
-        known.totals->Add(size);
-        room.state.store(BlockState::Live(known.site), std::memory_order_release);
+        SetGuards(bytes, size);
+        maker.Count(size);
+        room.state.store(BlockState::Live(&maker), std::memory_order_release);
+    }
+
+  private:
+    static void *FillLocked(Cache &cache, Maker &maker, BlockInfo &room, uint32_t size) {
+        Account &account = maker.part.account;
+        const std::lock_guard lock(account.mutex);
+        account.Add(maker.part, size);
+        Fill(room, room.bytes, cache, maker, size);
         return room.bytes;
     }
 
-    void *AllocateLarge(Cache &cache, KnownSite &known, uint32_t size) {
-        if (known.totals == nullptr) {
-            known.totals = &TotalsOf(cache, known.site->number);
-        }
+    void *AllocateLarge(Cache &cache, Maker &maker, uint32_t size) {
         auto large = std::make_unique<LargeBlock>();
         large->begin = static_cast<std::byte *>(std::malloc(size_t{size} + 2 * blocks::kGuard));
         if (large->begin == nullptr) {
@@ -595,34 +584,31 @@ class MemoryService : public Service {
         // Who finds it can release it: it is whole by then.
         const std::lock_guard lock(mutex_);
         (void)large_.emplace(info.bytes, std::move(large));
-        known.site->account->Add(&cache, size);
-        return Fill(info, cache, known, size);
+        return FillLocked(cache, maker, info, size);
     }
 
     [[gnu::noinline]] Release TakeBackLarge(const Cache &by, const void *address,
                                             const Site &site) {
         std::unique_ptr<LargeBlock> large;
-        {
-            const std::lock_guard lock(mutex_);
-            const auto found = large_.find(address);
-            if (found == large_.end()) {
-                return {};
-            }
-            large = std::move(found->second);
-            large_.erase(found);
-            releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {address, large->info.Made(),
-                                                                       &site};
+        const std::lock_guard lock(mutex_);
+        const auto found = large_.find(address);
+        if (found == large_.end()) {
+            return {};
         }
-        const Site &made = *large->info.Made();
-        made.account->Subtract(&by, large->info.size);
-        return {ResultOf(large->info), &made};
+        large = std::move(found->second);
+        large_.erase(found);
+        const Maker *const made = large->info.Made();
+        releasedLarge_[nextReleased_++ % releasedLarge_.size()] = {address, &made->site, &site};
+        const std::lock_guard accountLock(made->part.account.mutex);
+        made->part.account.Subtract(made->part, &by, large->info.size);
+        return {ResultOf(large->info), made};
     }
 
     Blocks blocks_;
     const FixedTexts fixedTexts_;
-    std::mutex limitMutex_;
+    std::mutex limitMutex_;  // is locked first
 
-    std::mutex mutex_;  // guards what follows
+    std::mutex mutex_;  // guards what follows; before those of accounts
     std::vector<std::unique_ptr<Cache>> caches_;
     std::map<SiteKey, uint32_t> known_;
     std::deque<Site> sites_;
@@ -649,11 +635,11 @@ MemoryService &StateOf(Host &host) {
         return nullptr;
     }
     Cache &cache = state.CacheOf(call);
-    KnownSite &known = state.SiteOf(cache, mid, file != nullptr ? file : "", line);
+    Maker &maker = state.MakerOf(cache, mid, file != nullptr ? file : "", line);
     if (size > Blocks::kLargest || state.limit.load(std::memory_order_relaxed) != 0) [[unlikely]] {
-        return state.AllocateUnusual(cache, known, size);
+        return state.AllocateUnusual(cache, maker, size);
     }
-    return state.Allocate(cache, known, size);
+    return state.Allocate(cache, maker, size);
 } catch (const std::bad_alloc &) {
     return nullptr;
 }
@@ -681,7 +667,7 @@ MemoryService &StateOf(Host &host) {
     }
     MemoryService &state = StateOf(*call);
     Cache &cache = state.CacheOf(call);
-    const Site &site = *state.SiteOf(cache, kReleasing, file != nullptr ? file : "", line).site;
+    const Site &site = state.ReleaseSiteOf(cache, file != nullptr ? file : "", line);
     const MemoryService::Release release = state.TakeBack(cache, block, site);
     if (release.result != MemoryService::Result::kReleased) [[unlikely]] {
         Blame(call, block, site, release);
@@ -691,44 +677,54 @@ MemoryService &StateOf(Host &host) {
 }
 
 // The quick ways: of a thread, a site and a size that are known, where nothing is out of the
-// ordinary. They make no calls and so need no frame; else null or false, nothing has changed, and
-// the functions above do it.
+// ordinary. They make no calls and so need no frame; all else goes to functions at their end.
 
-void *AllocateQuickly(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
-    ThreadRecord *const thread = t_record;
-    Host *const host = EnterQuickly(thread);
-    if (host == nullptr || host->scheduler.SwitchesAtCalls() || thread->cacheHost != host->number ||
-        size - 1 >= Blocks::kLargest) [[unlikely]] {
-        return nullptr;
-    }
-    Cache &cache = *static_cast<Cache *>(thread->memoryCache);
-    void *const block = StateOf(*host).TryAllocate(cache, mid, size, file, line);
-    LeaveQuickly(*thread);
+// The rest of a quick allocation of which the account wants to know.
+[[gnu::noinline]] void *AskToAllocate(Cache *cache, Maker *maker, uint32_t size) try {
+    SlowDown(cache->thread, cache->service.TheHost());
+    void *const block = cache->service.limit.load(std::memory_order_relaxed) != 0
+                            ? cache->service.AllocateUnusual(*cache, *maker, size)
+                            : cache->service.AllocateLocked(*cache, *maker, size);
+    LeaveQuickly(cache->thread);
     return block;
-}
-
-bool ReleaseQuickly(void *block, const char *file, uint32_t line) {
-    ThreadRecord *const thread = t_record;
-    Host *const host = EnterQuickly(thread);
-    if (host == nullptr || host->scheduler.SwitchesAtCalls() || thread->cacheHost != host->number)
-        [[unlikely]] {
-        return false;
-    }
-    Cache &cache = *static_cast<Cache *>(thread->memoryCache);
-    const bool isReleased = StateOf(*host).TryRelease(cache, block, file, line);
-    LeaveQuickly(*thread);
-    return isReleased;
+} catch (const std::bad_alloc &) {
+    LeaveQuickly(cache->thread);
+    return nullptr;
 }
 
 void *AllocateSlot(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
-    void *const block = AllocateQuickly(mid, size, file, line);
-    return block != nullptr ? block : Allocate(mid, size, file, line, __builtin_return_address(0));
+    ThreadRecord *const thread = t_record;
+    if (EnterWithCache(thread) && size - 1 < Blocks::kLargest) [[likely]] {
+        Cache &cache = *static_cast<Cache *>(thread->memoryCache);
+        const KnownSite &known = MemoryService::QuickSite(cache, mid, file, line);
+        RoomRing &ring = Blocks::RingFor(cache.rings, size);
+        if (MemoryService::IsQuick(known, mid, file, line) && ring.HasToGive() &&
+            !cache.allocateFails.IsSet()) [[likely]] {
+            // There is a limit only while all parts are closed.
+            if (!known.maker->part.Take(&cache, size)) [[unlikely]] {
+                return AskToAllocate(&cache, known.maker, size);
+            }
+            const RoomRing::Room room = ring.Pop();
+            MemoryService::Fill(*room.info, room.bytes, cache, *known.maker, size);
+            LeaveQuickly(*thread);
+            return room.bytes;
+        }
+    }
+    return Allocate(mid, size, file, line, __builtin_return_address(0));
 }
 
 void ReleaseSlot(void *block, const char *file, uint32_t line) {
-    if (!ReleaseQuickly(block, file, line)) {
-        Release(block, file, line, __builtin_return_address(0));
+    ThreadRecord *const thread = t_record;
+    if (EnterWithCache(thread)) [[likely]] {
+        Cache &cache = *static_cast<Cache *>(thread->memoryCache);
+        const KnownSite &known = MemoryService::QuickRelease(cache, file, line);
+        if (known.quickFile == file && known.line == line &&
+            cache.service.EndQuickly(cache, block, known.site)) [[likely]] {
+            LeaveQuickly(*thread);
+            return;
+        }
     }
+    Release(block, file, line, __builtin_return_address(0));
 }
 
 }  // namespace
@@ -801,9 +797,9 @@ uint32_t DxrHostReportLeaks(DxrHost *host, FILE *out) try {
     }
     const auto live = StateOf(*call).Live();
     if (out != nullptr) {
-        for (const devhost::BlockInfo *const block : live) {
-            (void)std::fprintf(out, "mid %u: %u bytes from %s:%u\n", block->Made()->mid,
-                               block->size, block->Made()->file.c_str(), block->Made()->line);
+        for (const devhost::LiveBlock &block : live) {
+            (void)std::fprintf(out, "mid %u: %u bytes from %s:%u\n", block.site->mid, block.size,
+                               block.site->file.c_str(), block.site->line);
         }
     }
     return static_cast<uint32_t>(live.size());
@@ -819,6 +815,6 @@ uint64_t DxrHostGetBadReleases(DxrHost *host) {
 void DxrHostSetMemoryLimit(DxrHost *host, uint64_t bytes) {
     const ApiCall call(host);
     if (call) {
-        StateOf(*call).limit = bytes;
+        StateOf(*call).SetLimit(bytes);
     }
 }

@@ -43,7 +43,7 @@ Blocks::Blocks() {
 }
 
 Blocks::~Blocks() {
-    for (size_t at = 0; at < usedSpans_; ++at) {
+    for (size_t at = 0; at < usedBytes_ / kSpan; ++at) {
         if (__lsan_unregister_root_region != nullptr) {
             __lsan_unregister_root_region(base_ + at * kSpan, kSpan);
         }
@@ -53,12 +53,12 @@ Blocks::~Blocks() {
     (void)munmap(base_, reserved_);
 }
 
-bool Blocks::BeginSpan(Common &common, size_t sizeClass) {
-    const size_t at = usedSpans_;
+bool Blocks::BeginSpan(Common &common, uint32_t number) {
+    const size_t at = usedBytes_ / kSpan;
     if (at == reserved_ / kSpan) {
         return false;
     }
-    const uint32_t room = kRooms[sizeClass];
+    const uint32_t room = kRooms[number / RoomRings::kStride];
     const auto count = static_cast<uint32_t>(kSpan / room);
     auto *const infos = new (std::nothrow) BlockInfo[count + 1];
     if (infos == nullptr) {
@@ -67,27 +67,27 @@ bool Blocks::BeginSpan(Common &common, size_t sizeClass) {
     std::byte *const begin = base_ + at * kSpan;
     for (uint32_t i = 0; i < count; ++i) {
         infos[i].bytes = begin + size_t{i} * room + blocks::kGuard;
-        infos[i].sizeClass = static_cast<uint32_t>(sizeClass);
+        infos[i].ring = number;
     }
-    spans_[at] = {room, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1), count, infos};
+    spans_[at] = {infos, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1), count};
     if (__lsan_register_root_region != nullptr) {
         __lsan_register_root_region(begin, kSpan);
     }
     common.nextUnused = infos;
     common.endUnused = infos + count;
-    usedSpans_ = at + 1;
+    usedBytes_ = (at + 1) * kSpan;
     return true;
 }
 
-bool Blocks::Refill(RoomRing &ring, size_t sizeClass) {
+bool Blocks::Refill(RoomRing &ring, uint32_t number) {
     const std::lock_guard lock(mutex_);
-    Common &common = common_[sizeClass];
+    Common &common = common_[number / RoomRings::kStride];
     constexpr uint32_t kWanted = blocks::kRingRoom - 16;
     while (ring.Count() < kWanted) {
         if (common.rooms.size() > blocks::kAtRest) {
             ring.Push(common.rooms.front());
             common.rooms.pop_front();
-        } else if (common.nextUnused != common.endUnused || BeginSpan(common, sizeClass)) {
+        } else if (common.nextUnused != common.endUnused || BeginSpan(common, number)) {
             ring.Push(common.nextUnused++);
         } else {
             break;
@@ -96,10 +96,10 @@ bool Blocks::Refill(RoomRing &ring, size_t sizeClass) {
     return ring.Count() != 0;
 }
 
-void Blocks::Spill(RoomRing &ring, size_t sizeClass) {
+void Blocks::Spill(RoomRing &ring, uint32_t number) {
     const std::lock_guard lock(mutex_);
     while (ring.Count() > blocks::kAtRest) {
-        common_[sizeClass].rooms.push_back(ring.Pop());
+        common_[number / RoomRings::kStride].rooms.push_back(ring.Pop().info);
     }
 }
 

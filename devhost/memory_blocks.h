@@ -18,43 +18,44 @@
 
 namespace devhost {
 
+struct Maker;
 struct Site;
 
-// Who made a block, and whether it lives, in one word: who releases a block changes just what it
-// saw. 0 for a room that was never used.
+// Who made a block, and whether it lives, in one word. 0 for a room that was never used.
 class BlockState {
   public:
     BlockState() = default;
-    static BlockState Live(const Site *made) {
-        return BlockState(reinterpret_cast<uintptr_t>(made) | kLiveBit);
+    static BlockState Live(const Maker *maker) {
+        return BlockState(reinterpret_cast<uintptr_t>(maker) | kLiveBit);
     }
 
     [[nodiscard]] bool IsLive() const { return (word_ & kLiveBit) != 0; }
     [[nodiscard]] bool IsReleased() const { return word_ != 0 && !IsLive(); }
     [[nodiscard]] BlockState Released() const { return BlockState(word_ & ~kLiveBit); }
-    [[nodiscard]] const Site *Made() const {
+    [[nodiscard]] const Maker *Made() const {
         // NOLINTNEXTLINE(performance-no-int-to-ptr): the pointer that it was
-        return reinterpret_cast<const Site *>(word_ & ~kLiveBit);
+        return reinterpret_cast<const Maker *>(word_ & ~kLiveBit);
     }
+    bool operator==(const BlockState &) const = default;
 
   private:
-    static constexpr uintptr_t kLiveBit = 1;  // no site has an odd address
+    static constexpr uintptr_t kLiveBit = 1;  // no maker has an odd address
 
     explicit BlockState(uintptr_t word) : word_(word) {}
     uintptr_t word_ = 0;
 };
 
 // What is known of a room and of the block in it, while that lives and until the room is used
-// again.
-struct BlockInfo {
+// again. In a cache line of its own.
+struct alignas(64) BlockInfo {
     std::atomic<BlockState> state{};
     std::byte *bytes = nullptr;  // of the block
     uint64_t serial = 0;
     uint32_t size = 0;
-    uint32_t sizeClass = 0;  // of the room
+    uint32_t ring = 0;  // where rooms of that size are kept
     std::atomic<const Site *> released{nullptr};
 
-    [[nodiscard]] const Site *Made() const { return state.load(std::memory_order_relaxed).Made(); }
+    [[nodiscard]] const Maker *Made() const { return state.load(std::memory_order_relaxed).Made(); }
 };
 
 namespace blocks {
@@ -101,19 +102,65 @@ constexpr std::array<uint8_t, kLargestRoom / kStep + 1> kSizeOf = [] {
 // The released rooms of one size that one thread has, the oldest first.
 class RoomRing {
   public:
+    // The address stands beside it, as it is wanted at once.
+    struct Room {
+        BlockInfo *info;
+        std::byte *bytes;
+    };
+
     [[nodiscard]] uint32_t Count() const { return last_ - first_; }
-    void Push(BlockInfo *room) { rooms_[last_++ % blocks::kRingRoom] = room; }
-    BlockInfo *Pop() { return rooms_[first_++ % blocks::kRingRoom]; }
+    [[nodiscard]] bool HasToGive() const { return Count() > blocks::kAtRest; }
+    void Push(BlockInfo *room) { (void)PushAt(room, last_); }
+    // False, and nothing is done, when the ring is full.
+    bool TryPush(BlockInfo *room) {
+        const uint32_t last = last_;
+        return last - first_ != blocks::kRingRoom && PushAt(room, last);
+    }
+    Room Pop() { return rooms_[first_++ % blocks::kRingRoom]; }
 
   private:
     static_assert((blocks::kRingRoom & (blocks::kRingRoom - 1)) == 0);
 
-    std::array<BlockInfo *, blocks::kRingRoom> rooms_;
+    bool PushAt(BlockInfo *room, uint32_t last) {
+        rooms_[last % blocks::kRingRoom] = {room, room->bytes};
+        last_ = last + 1;
+        return true;
+    }
+
+    std::array<Room, blocks::kRingRoom> rooms_;
     uint32_t first_ = 0;
     uint32_t last_ = 0;
 };
 
-using RoomRings = std::array<RoomRing, blocks::kSizes>;
+// The rings of all sizes. The number of one is its distance from the first, as it is quickest.
+class RoomRings {
+  public:
+    static constexpr uint32_t kUnit = 8;
+    static constexpr uint32_t kStride = sizeof(RoomRing) / kUnit;
+    static_assert(sizeof(RoomRing) % kUnit == 0);
+
+    RoomRing &operator[](uint32_t ring) {
+        return *reinterpret_cast<RoomRing *>(reinterpret_cast<std::byte *>(rings_.data()) +
+                                             size_t{ring} * kUnit);
+    }
+
+  private:
+    std::array<RoomRing, blocks::kSizes> rings_;
+};
+
+namespace blocks {
+
+// From the number of 16 bytes to the ring of the rooms that hold them.
+constexpr std::array<uint16_t, kSizeOf.size()> kRingOf = [] {
+    std::array<uint16_t, kSizeOf.size()> rings{};
+    for (size_t steps = 0; steps < rings.size(); ++steps) {
+        rings[steps] = static_cast<uint16_t>(kSizeOf[steps] * RoomRings::kStride);
+    }
+    return rings;
+}();
+static_assert(kSizes * RoomRings::kStride <= 0xFFFF);
+
+}  // namespace blocks
 
 class Blocks {
   public:
@@ -129,25 +176,22 @@ class Blocks {
 
     // A room for a block of at most kLargest bytes; null when there is none.
     BlockInfo *Take(RoomRings &rings, uint32_t size) {
-        const size_t sizeClass = ClassOf(size);
-        RoomRing &ring = rings[sizeClass];
-        if (ring.Count() <= blocks::kAtRest && !Refill(ring, sizeClass)) [[unlikely]] {
+        const uint32_t number = RingOf(size);
+        RoomRing &ring = rings[number];
+        if (!ring.HasToGive() && !Refill(ring, number)) [[unlikely]] {
             return nullptr;
         }
-        return ring.Pop();
+        return ring.Pop().info;
     }
 
-    // The ring of such rooms when it has some to give.
-    static RoomRing *RingWith(RoomRings &rings, uint32_t size) {
-        RoomRing &ring = rings[ClassOf(size)];
-        return ring.Count() > blocks::kAtRest ? &ring : nullptr;
-    }
+    // The ring of such rooms.
+    static RoomRing &RingFor(RoomRings &rings, uint32_t size) { return rings[RingOf(size)]; }
 
     // Gives a room back.
     void Give(RoomRings &rings, BlockInfo &room) {
-        RoomRing &ring = rings[room.sizeClass];
+        RoomRing &ring = rings[room.ring];
         if (ring.Count() == blocks::kRingRoom) [[unlikely]] {
-            Spill(ring, room.sizeClass);
+            Spill(ring, room.ring);
         }
         ring.Push(&room);
     }
@@ -156,13 +200,13 @@ class Blocks {
     [[nodiscard]] BlockInfo *Find(const void *address) const {
         const auto offset = reinterpret_cast<uintptr_t>(address) -
                             reinterpret_cast<uintptr_t>(base_) - blocks::kGuard;
-        if (offset >= reserved_) {
+        if (offset >= usedBytes_.load(std::memory_order_acquire)) {
             return nullptr;
         }
         const Span &span = spans_[offset / blocks::kSpan];
         const auto within = static_cast<uint32_t>(offset % blocks::kSpan);
-        const auto index = static_cast<uint32_t>((uint64_t{within} * span.reciprocal) >> 32);
-        return index * span.room == within && span.infos != nullptr ? &span.infos[index] : nullptr;
+        BlockInfo &info = span.infos[(uint64_t{within} * span.reciprocal) >> 32];
+        return info.bytes == address ? &info : nullptr;
     }
 
     // Tells whether the address lies in rooms.
@@ -171,10 +215,10 @@ class Blocks {
                reserved_;
     }
 
-    // Calls `visit` with each block that lives. Only while nobody allocates.
+    // Calls `visit` with each block that lives. Only while nobody allocates or releases.
     template <typename Visit>
     void ForEachLive(Visit visit) const {
-        for (size_t at = 0; at < usedSpans_; ++at) {
+        for (size_t at = 0; at < usedBytes_ / blocks::kSpan; ++at) {
             const Span &span = spans_[at];
             for (uint32_t index = 0; index < span.count; ++index) {
                 if (span.infos[index].state.load(std::memory_order_acquire).IsLive()) {
@@ -185,11 +229,10 @@ class Blocks {
     }
 
   private:
-    struct alignas(32) Span {
-        uint32_t room;
-        uint32_t reciprocal;  // of room, times 2^32, rounded up
+    struct Span {
+        BlockInfo *infos;     // one more than there are rooms, for the bytes after them
+        uint32_t reciprocal;  // of the size of a room, times 2^32, rounded up
         uint32_t count;
-        BlockInfo *infos;  // set last; one more than there are rooms, for the bytes after them
     };
 
     struct Common {
@@ -198,18 +241,18 @@ class Blocks {
         BlockInfo *endUnused = nullptr;
     };
 
-    static size_t ClassOf(uint32_t size) {
-        return blocks::kSizeOf[(size + 2 * blocks::kGuard + blocks::kStep - 1) / blocks::kStep];
+    static uint32_t RingOf(uint32_t size) {
+        return blocks::kRingOf[(size + 2 * blocks::kGuard + blocks::kStep - 1) / blocks::kStep];
     }
-    bool Refill(RoomRing &ring, size_t sizeClass);
-    void Spill(RoomRing &ring, size_t sizeClass);
-    bool BeginSpan(Common &common, size_t sizeClass);
+    bool Refill(RoomRing &ring, uint32_t number);
+    void Spill(RoomRing &ring, uint32_t number);
+    bool BeginSpan(Common &common, uint32_t number);
 
     std::byte *base_ = nullptr;
     size_t reserved_ = 0;
     Span *spans_ = nullptr;
-    std::mutex mutex_;  // guards what follows, and the making of spans
-    std::atomic<size_t> usedSpans_{0};
+    std::atomic<size_t> usedBytes_{0};  // of spans that are whole
+    std::mutex mutex_;                  // guards what follows, and the making of spans
     std::array<Common, blocks::kSizes> common_;
 };
 

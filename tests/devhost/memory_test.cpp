@@ -4,10 +4,14 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "devhost/host_fixture.h"
@@ -151,6 +155,236 @@ TEST_F(HostMemory, AnAccountLosesNothingWhenItIsShared) {
         ASSERT_LE(account.blocksPeak, 3U) << mid;
         ASSERT_GE(account.bytesPeak, 32U) << mid;
     }
+}
+
+// What accounts are to say, counted one after the other.
+struct ModelAccount {
+    uint64_t blocks = 0;
+    uint64_t bytes = 0;
+    uint64_t blocksPeak = 0;
+    uint64_t bytesPeak = 0;
+    uint64_t blocksTotal = 0;
+    uint64_t bytesTotal = 0;
+
+    void Add(uint32_t size) {
+        blocksPeak = std::max(blocksPeak, ++blocks);
+        bytesPeak = std::max(bytesPeak, bytes += size);
+        ++blocksTotal;
+        bytesTotal += size;
+    }
+    void Subtract(uint32_t size) {
+        --blocks;
+        bytes -= size;
+    }
+};
+
+struct ModelBlock {
+    void *at;
+    uint32_t mid;
+    uint32_t size;
+};
+
+// A thread that does what it is given, one thing after the other.
+class Worker {
+  public:
+    Worker() : thread_([this] { Run(); }) {}
+    ~Worker() {
+        Do(nullptr);
+        thread_.join();
+    }
+    Worker(const Worker &) = delete;
+    Worker &operator=(const Worker &) = delete;
+    Worker(Worker &&) = delete;
+    Worker &operator=(Worker &&) = delete;
+
+    // Comes back when it is done. Null ends the thread.
+    void Do(std::function<void()> what) {
+        std::unique_lock lock(mutex_);
+        what_ = std::move(what);
+        isDone_ = false;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return isDone_; });
+    }
+
+  private:
+    void Run() {
+        std::unique_lock lock(mutex_);
+        for (bool goesOn = true; goesOn;) {
+            changed_.wait(lock, [this] { return !isDone_; });
+            goesOn = what_ != nullptr;
+            if (goesOn) {
+                what_();
+            }
+            isDone_ = true;
+            changed_.notify_all();
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::function<void()> what_;
+    bool isDone_ = true;
+    std::thread thread_;
+};
+
+// Threads take turns, of one step or of many: all values are exact after each turn, the highest
+// ones too.
+TEST_F(HostMemory, AccountsAgreeWithAModelWhoeverAllocates) {
+    std::mt19937_64 random(dxrtest::Seed());
+    const auto below = [&random](uint64_t bound) {
+        return static_cast<uint32_t>(random() % bound);
+    };
+    std::array<ModelAccount, 3> model;
+    std::vector<ModelBlock> blocks;
+    const std::string file = "heap.cpp";  // a text that the host does not trust
+    std::array<Worker, 3> workers;
+    for (int turn = 0; turn < 400; ++turn) {
+        const uint32_t steps = below(4) == 0 ? below(500) : below(6);
+        const uint32_t most = below(8) == 0 ? 300 : 20;
+        workers[below(workers.size())].Do([&] {
+            for (uint32_t step = 0; step < steps; ++step) {
+                if (blocks.size() < most && below(2) == 0) {
+                    const uint32_t mid = below(8) == 0 ? below(3) : turn / 8 % 3;
+                    const uint32_t size = 1 + below(below(64) == 0 ? 20000 : 200);
+                    void *const at =
+                        DXR_Malloc(mid, size, below(4) == 0 ? file.c_str() : "a.cpp", below(3));
+                    ASSERT_NE(at, nullptr);
+                    std::memset(at, 0x5A, size);
+                    model[mid].Add(size);
+                    blocks.push_back({at, mid, size});
+                } else if (!blocks.empty()) {
+                    // Mostly the last one, which is mostly the thread's own.
+                    std::swap(blocks[below(4) == 0 ? below(blocks.size()) : blocks.size() - 1],
+                              blocks.back());
+                    DXR_Free(blocks.back().at, below(4) == 0 ? file.c_str() : "b.cpp", below(3));
+                    model[blocks.back().mid].Subtract(blocks.back().size);
+                    blocks.pop_back();
+                }
+            }
+        });
+        const uint32_t mid = below(3);
+        const ModelAccount &is = model[mid];
+        ASSERT_EQ(Numbers(DxrHostGetMemoryAccount(host, mid)),
+                  (Account{mid, is.blocks, is.bytes, is.blocksPeak, is.bytesPeak, is.blocksTotal,
+                           is.bytesTotal}))
+            << "turn " << turn;
+        ASSERT_EQ(DxrHostReportLeaks(host, nullptr), blocks.size());
+        if (below(16) == 0) {
+            uint64_t live = 0;
+            for (const ModelAccount &account : model) {
+                live += account.bytes;
+            }
+            DxrHostSetMemoryLimit(host, live + 50);
+            workers[below(workers.size())].Do([&] {
+                EXPECT_EQ(DXR_Malloc(1, 51, "a.cpp", 1), nullptr);
+                void *const at = DXR_Malloc(1, 50, "a.cpp", 1);
+                EXPECT_NE(at, nullptr);
+                model[1].Add(50);
+                EXPECT_EQ(DXR_Malloc(2, 1, "a.cpp", 1), nullptr);
+                DXR_Free(at, "b.cpp", 1);
+                model[1].Subtract(50);
+            });
+            DxrHostSetMemoryLimit(host, 0);
+        }
+    }
+    for (const ModelBlock &block : blocks) {
+        DXR_Free(block.at, "", 0);
+    }
+    EXPECT_EQ(DxrHostGetBadReleases(host), 0U);
+    EXPECT_TRUE(reports.empty());
+}
+
+// Threads that hand blocks to each other, while somebody looks.
+TEST_F(HostMemory, AccountsAreWholeWheneverSomebodyLooks) {
+    constexpr uint32_t kThreads = 3;
+    constexpr uint32_t kMostOfEach = 16;
+    constexpr uint32_t kSteps = 20000;
+    std::array<std::atomic<void *>, 8> handed{};
+    std::atomic<uint64_t> bytesTotal{0};
+    std::atomic<uint32_t> running{kThreads};
+    std::vector<std::thread> threads;
+    for (uint32_t number = 0; number < kThreads; ++number) {
+        threads.emplace_back([&, number] {
+            std::mt19937 random(number);
+            std::vector<void *> own;
+            uint64_t bytes = 0;
+            for (uint32_t step = 0; step < kSteps; ++step) {
+                if (own.size() < kMostOfEach && random() % 2 == 0) {
+                    const auto size = static_cast<uint32_t>(1 + random() % 100);
+                    own.push_back(DXR_Malloc(5, size, "a.cpp", 1));
+                    bytes += size;
+                } else if (!own.empty()) {
+                    void *give = own.back();
+                    own.pop_back();
+                    // Much is handed over in some times, nothing in others.
+                    if (step / 4096 % 2 == 0 && random() % 8 == 0) {
+                        give = handed[random() % handed.size()].exchange(give);
+                    }
+                    DXR_Free(give, "b.cpp", 2);
+                }
+            }
+            for (void *const block : own) {
+                DXR_Free(block, "b.cpp", 3);
+            }
+            bytesTotal += bytes;
+            --running;
+        });
+    }
+    constexpr uint64_t kMost = kThreads * kMostOfEach + 8;
+    uint64_t peak = 0;
+    while (running != 0) {
+        const DxrHostMemoryAccount account = DxrHostGetMemoryAccount(host, 5);
+        ASSERT_LE(account.blocksLive, account.blocksPeak);
+        ASSERT_LE(account.bytesLive, account.bytesPeak);
+        ASSERT_LE(account.blocksPeak, kMost);
+        ASSERT_GE(account.blocksPeak, peak);
+        peak = account.blocksPeak;
+        ASSERT_LE(DxrHostReportLeaks(host, nullptr), kMost);
+        std::this_thread::yield();
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (std::atomic<void *> &each : handed) {
+        DXR_Free(each.load(), "b.cpp", 4);
+    }
+    const DxrHostMemoryAccount account = DxrHostGetMemoryAccount(host, 5);
+    EXPECT_EQ(account.blocksLive, 0U);
+    EXPECT_EQ(account.bytesLive, 0U);
+    EXPECT_EQ(account.bytesTotal, bytesTotal);
+    EXPECT_TRUE(reports.empty());
+}
+
+// Of two threads that release the same block at once, one does.
+TEST_F(HostMemory, OneOfTwoReleasesAtOnceIsTheBlocksEnd) {
+    constexpr uint32_t kRounds = 600;
+    std::atomic<void *> shared{nullptr};
+    std::atomic<uint32_t> begun{0};
+    std::atomic<uint32_t> ended{0};
+    std::thread other([&] {
+        for (uint32_t round = 1; round <= kRounds; ++round) {
+            while (begun != round) {
+                std::this_thread::yield();
+            }
+            DXR_Free(shared, "b.cpp", 1);
+            ended = round;
+        }
+    });
+    for (uint32_t round = 1; round <= kRounds; ++round) {
+        // Alone for a while: the thread counts by itself again.
+        for (int i = 0; i < (round % 4 == 0 ? 5000 : 100); ++i) {
+            DXR_Free(DXR_Malloc(9, 16, "a.cpp", 1), "a.cpp", 2);
+        }
+        shared = DXR_Malloc(9, 16, "a.cpp", 3);
+        begun = round;
+        DXR_Free(shared, "a.cpp", 4);
+        while (ended != round) {
+            std::this_thread::yield();
+        }
+        ASSERT_EQ(DxrHostGetBadReleases(host), round);
+        ASSERT_EQ(DxrHostGetMemoryAccount(host, 9).blocksLive, 0U);
+    }
+    other.join();
 }
 
 TEST_F(HostMemory, BlocksAreAlignedAndApart) {

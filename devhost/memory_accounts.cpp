@@ -1,0 +1,140 @@
+#include "memory_accounts.h"
+
+#include <algorithm>
+
+namespace devhost {
+
+Part &Account::PartOf(const void *owner, ThreadRecord &thread) {
+    const std::lock_guard lock(mutex);
+    const auto found = std::find_if(parts_.begin(), parts_.end(),
+                                    [owner](const auto &part) { return part->cache == owner; });
+    if (found != parts_.end()) {
+        return **found;
+    }
+    parts_.push_back(std::make_unique<Part>(*this, owner, thread));
+    return *parts_.back();
+}
+
+void Account::Add(Part &own, uint32_t bytes) {
+    TakeWhatIsLeft(own);
+    if (values_.blocks + 1 > values_.blocksPeak || values_.bytes + bytes > values_.bytesPeak) {
+        CloseAllBut(&own);
+    }
+    ++values_.blocks;
+    values_.bytes += bytes;
+    values_.blocksPeak = std::max(values_.blocksPeak, values_.blocks);
+    values_.bytesPeak = std::max(values_.bytesPeak, values_.bytes);
+    OpenPerhaps(own);
+}
+
+void Account::Prepare(Part &part, const void *by) {
+    if (part.cache == by) {
+        return;  // its thread is here
+    }
+    if (part.IsOpen()) {
+        part.openFor_.store(nullptr, std::memory_order_relaxed);
+        FenceAllThreads();
+        AwaitClosed(part);
+    }
+    part.steps_ = 0;
+}
+
+void Account::Subtract(Part &part, const void *by, uint32_t bytes) {
+    --values_.blocks;
+    values_.bytes -= bytes;
+    if (part.cache == by && !part.IsOpen()) {
+        OpenPerhaps(part);
+    }
+}
+
+void Account::CloseAllBut(const Part *open) {
+    bool isAnyClosing = false;
+    for (const auto &part : parts_) {
+        part->isClosing_ = part.get() != open && part->IsOpen();
+        if (part->isClosing_) {
+            part->openFor_.store(nullptr, std::memory_order_relaxed);
+            isAnyClosing = true;
+        }
+    }
+    if (!isAnyClosing) {
+        return;
+    }
+    FenceAllThreads();
+    for (const auto &part : parts_) {
+        if (part->isClosing_) {
+            AwaitClosed(*part);
+        }
+    }
+}
+
+void Account::AwaitClosed(Part &part) {
+    AwaitQuickCall(part.thread_, host_);
+    TakeWhatIsLeft(part);
+    part.steps_ = 0;
+    part.patience_ = std::min(part.patience_ * 2, Part::kMostPatience);
+}
+
+void Account::TakeWhatIsLeft(Part &part) {
+    values_.blocks -= part.blocksLeft_;
+    values_.bytes -= part.bytesLeft_;
+    part.blocksLeft_ = 0;
+    part.bytesLeft_ = 0;
+}
+
+// Leaves a part what there is up to the highest values, or half of it when there are others.
+void Account::OpenPerhaps(Part &own) {
+    if (!g_isFenceRemote.load(std::memory_order_relaxed) ||
+        limit_.load(std::memory_order_relaxed) != 0) {
+        return;
+    }
+    const bool isAlone = parts_.size() == 1;
+    if (!isAlone && !own.IsOpen() && ++own.steps_ < own.patience_) {
+        return;
+    }
+    const uint64_t blocks = values_.blocksPeak - values_.blocks;
+    const uint64_t bytes = values_.bytesPeak - values_.bytes;
+    own.blocksLeft_ = isAlone ? blocks : (blocks + 1) / 2;
+    own.bytesLeft_ = isAlone ? bytes : (bytes + 1) / 2;
+    values_.blocks += own.blocksLeft_;
+    values_.bytes += own.bytesLeft_;
+    own.openFor_.store(own.cache, std::memory_order_relaxed);
+}
+
+bool Account::Pause() {
+    bool isAnyOpen = false;
+    for (const auto &part : parts_) {
+        part->isPaused_ = part->IsOpen();
+        if (part->isPaused_) {
+            part->openFor_.store(nullptr, std::memory_order_relaxed);
+            isAnyOpen = true;
+        }
+    }
+    return isAnyOpen;
+}
+
+void Account::AwaitPause() {
+    for (const auto &part : parts_) {
+        if (part->isPaused_) {
+            AwaitQuickCall(part->thread_, host_);
+        }
+    }
+}
+
+void Account::Resume() {
+    for (const auto &part : parts_) {
+        if (part->isPaused_) {
+            part->openFor_.store(part->cache, std::memory_order_release);
+        }
+    }
+}
+
+Account::Values Account::ValuesInPause() const {
+    Values values = values_;
+    for (const auto &part : parts_) {
+        values.blocks -= part->blocksLeft_;
+        values.bytes -= part->bytesLeft_;
+    }
+    return values;
+}
+
+}  // namespace devhost
