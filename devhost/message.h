@@ -84,6 +84,7 @@ class MessageService final : public Service, public MessageReceiver {
     // Sends a letter on its way; the list is empty afterwards unless that fails.
     uint32_t Post(Letters &letter);
     void SetFilter(DxrMessageFilter *given);
+    DxrMessageFilter *Filter();
     void SetFilterCount(uint32_t lostCnt, uint32_t num, const uint32_t *path);
     void GetFilterText(char *buffer, uint32_t bufferSize);
     void Count(uint64_t Counts::*which);

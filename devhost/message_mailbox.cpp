@@ -409,6 +409,11 @@ void DxrHostSetMessageFilter(DxrHost *host, DxrMessageFilter *filter) {
     }
 }
 
+DxrMessageFilter *DxrHostGetMessageFilter(DxrHost *host) {
+    const ApiCall call(host);
+    return call ? devhost::MessageOf(*call).Filter() : nullptr;
+}
+
 void DxrHostSetMessageFilterCount(DxrHost *host, uint32_t lostCnt, uint32_t num,
                                   const uint32_t *path) {
     constexpr uint32_t kLongest = 3;

@@ -69,6 +69,11 @@ void MessageService::SetFilter(DxrMessageFilter *given) {
     filter_ = given;
 }
 
+DxrMessageFilter *MessageService::Filter() {
+    const std::lock_guard lock(filterMutex_);
+    return filter_;
+}
+
 void MessageService::SetFilterCount(uint32_t lostCnt, uint32_t num, const uint32_t *path) {
     const std::lock_guard lock(filterMutex_);
     switch (num) {

@@ -23,6 +23,10 @@ DXR_STATIC_ASSERT(sizeof(DxrHostMailboxInfo) == 24, "fixed layout");
  * Returns how many there are; `mailboxes` may be null when `room` is 0. */
 DXR_API uint32_t DxrHostGetMailboxes(DxrHost *host, DxrHostMailboxInfo *mailboxes, uint32_t room);
 
+/* The filter tree that is asked (DxrHostSetMessageFilter), to be compared with one's own: another's
+ * is not to be used, as it may be gone at once. Null: none. */
+DXR_API DxrMessageFilter *DxrHostGetMessageFilter(DxrHost *host);
+
 /* Copies the properties of all tables of the table manager, in the order of their numbers, at most
  * `room` of them. Returns how many there are; `tables` may be null when `room` is 0. */
 DXR_API uint32_t DxrHostGetTables(DxrHost *host, DxrHostTable *tables, uint32_t room);

@@ -8,6 +8,7 @@
 
 #include "devhost/message_fixture.h"
 #include "dxr_devhost.h"
+#include "dxr_devhost/inspect.h"
 #include "support/test_host.h"
 
 namespace {
@@ -52,7 +53,9 @@ TEST_F(OnTheWay, TheFilterTreeLosesThem) {
         {{3, 0, "slot 3", kinds.data(), kinds.size()}, {4, 1, "slot 4", nullptr, 0}}};
     const DxrMessageFilterInfo units = {DXR_HOST_UNIT_LPU, 0, "lpu", slots.data(), slots.size()};
     DxrMessageFilter *tree = DXR_CreateMessageFilter(&units, 1);
+    EXPECT_EQ(DxrHostGetMessageFilter(host), nullptr);
     DxrHostSetMessageFilter(host, tree);
+    EXPECT_EQ(DxrHostGetMessageFilter(host), tree);
     EXPECT_EQ(Open({DXR_HOST_UNIT_LPU, 4}), 0U);
     for (const uint32_t kind : {18U, 19U, 18U}) {
         EXPECT_EQ(Send(kLpu3, kind), 0U);
