@@ -1,22 +1,16 @@
 // dxrsh shell as a user has it: lines of files, and lines typed on a terminal.
 
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <pty.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "tools/expect_dxrsh.h"
 #include "tools/run_dxrsh.h"
 #include "tools/temporary_directory.h"
+#include "tools/terminal.h"
 
 namespace {
 
@@ -499,96 +493,7 @@ TEST(DxrshShell, TellsWhatIsLeftBehind) {
 
 #ifdef DXRSH_LIBEDIT
 
-constexpr int kPatienceMs = 60000;
-
-class Terminal {
-  public:
-    // `state` is where the shell keeps what was typed.
-    explicit Terminal(const std::string &state, const Words &arguments = {}) {
-        const winsize size{24, 120, 0, 0};
-        child_ = forkpty(&fd_, nullptr, nullptr, &size);
-        if (child_ == 0) {
-            setenv("XDG_STATE_HOME", state.c_str(), 1);
-            setenv("TERM", "dumb", 1);
-            setenv("LC_ALL", "C.UTF-8", 1);
-            Words words = arguments;
-            words.insert(words.begin(), "dxrsh");
-            std::vector<char *> argv;
-            for (std::string &word : words) {
-                argv.push_back(word.data());
-            }
-            argv.push_back(nullptr);
-            execv(DXRSH_PROGRAM, argv.data());
-            _exit(99);
-        }
-        Await("dxr> ");
-    }
-    ~Terminal() {
-        if (child_ > 0) {
-            (void)kill(child_, SIGKILL);
-            (void)waitpid(child_, nullptr, 0);
-        }
-        (void)close(fd_);
-    }
-    Terminal(const Terminal &) = delete;
-    Terminal &operator=(const Terminal &) = delete;
-    Terminal(Terminal &&) = delete;
-    Terminal &operator=(Terminal &&) = delete;
-
-    // Once the shell edits: what comes before that is the terminal's, which keeps an end of input
-    // to itself.
-    void Type(const std::string &keys) const {
-        termios modes{};
-        for (int ms = 0; ms < kPatienceMs; ++ms) {
-            if (tcgetattr(fd_, &modes) == 0 && (modes.c_lflag & ICANON) == 0) {
-                break;
-            }
-            (void)poll(nullptr, 0, 1);
-        }
-        EXPECT_EQ(modes.c_lflag & ICANON, 0U);
-        EXPECT_EQ(write(fd_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-    }
-
-    // Reads until a text has come; what came up to its end.
-    std::string Await(const std::string &text) {
-        for (;;) {
-            const size_t at = came_.find(text);
-            if (at != std::string::npos) {
-                const std::string before = came_.substr(0, at + text.size());
-                came_.erase(0, at + text.size());
-                return before;
-            }
-            pollfd watched{fd_, POLLIN, 0};
-            std::string piece(4096, '\0');
-            const ssize_t count =
-                poll(&watched, 1, kPatienceMs) > 0 ? read(fd_, piece.data(), piece.size()) : -1;
-            if (count <= 0) {
-                ADD_FAILURE() << "'" << text << "' did not come: " << came_;
-                return came_;
-            }
-            came_.append(piece, 0, static_cast<size_t>(count));
-        }
-    }
-
-    // Types a line and waits for what it prints, then for the next prompt.
-    void Do(const std::string &line, const std::string &expected) {
-        Type(line + "\r");
-        Await(expected);
-        Await("dxr> ");
-    }
-
-    int Status() {
-        int status = -1;
-        EXPECT_EQ(waitpid(child_, &status, 0), child_);
-        child_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-  private:
-    int fd_ = -1;
-    pid_t child_ = -1;
-    std::string came_;
-};
+using dxrtest::Terminal;
 
 TEST(DxrshTerminal, DoesLinesUntilItIsLeft) {
     const TemporaryDirectory directory;

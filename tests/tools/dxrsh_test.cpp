@@ -24,9 +24,9 @@ TEST(Dxrsh, TellsItsVersion) {
 }
 
 const std::vector<std::string> kCommands = {
-    "filter", "record", "fault",  "privatelog", "simulate", "msgfilter", "bin",
-    "latest", "crc",    "links",  "db",         "slots",    "run",       "chassis",
-    "shell",  "trace",  "replay", "diff",       "bench",    "help"};
+    "filter", "record", "fault", "privatelog", "simulate", "msgfilter", "bin",
+    "latest", "crc",    "links", "db",         "slots",    "run",       "chassis",
+    "shell",  "attach", "trace", "replay",     "diff",     "bench",     "help"};
 
 TEST(Dxrsh, HelpNamesEveryCommand) {
     const Outcome outcome = RunDxrsh({"--help"});

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,7 +11,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "errors.h"
@@ -45,16 +43,6 @@ void MakeOwnDirectory(const std::string &path) {
         (found.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         throw RunError(path + ": must be a directory of the user alone (mode 0700)");
     }
-}
-
-sockaddr_un AddressOf(const std::string &path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(address.sun_path)) {
-        throw RunError(path + ": the path is too long for a socket");
-    }
-    (void)path.copy(static_cast<char *>(address.sun_path), path.size());
-    return address;
 }
 
 struct flock TheWholeFile() {
@@ -124,20 +112,6 @@ std::string TheRunningOne() {
 
 }  // namespace
 
-Descriptor::~Descriptor() {
-    if (fd_ >= 0) {
-        (void)close(fd_);
-    }
-}
-
-Descriptor::Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {
-}
-
-Descriptor &Descriptor::operator=(Descriptor &&other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-}
-
 std::string ChassisDirectory(const std::string &name) {
     return UpperDirectory() + "/" + name;
 }
@@ -146,11 +120,15 @@ std::string LocalAddress(const std::string &chassis, const std::string &board) {
     return "ipc://" + ChassisDirectory(chassis) + "/" + board + ".ipc";
 }
 
+std::string BoardControl(const std::string &chassis, const std::string &board) {
+    return ChassisDirectory(chassis) + "/" + board + ".ctl";
+}
+
 ChassisPlace::ChassisPlace(const std::string &name) : directory_(ChassisDirectory(name)) {
     MakeOwnDirectory(UpperDirectory());
     lock_ = TakePlace(directory_, name);
     const std::string path = directory_ + kSocket;
-    const sockaddr_un address = AddressOf(path);
+    const sockaddr_un address = LocalAddressOf(path);
     (void)unlink(path.c_str());
     listener_ = Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!listener_ ||
@@ -177,10 +155,8 @@ ChassisPlace::~ChassisPlace() {
 
 std::string AskChassis(const std::string &name, const std::string &command) {
     const std::string asked = name.empty() ? TheRunningOne() : name;
-    const sockaddr_un address = AddressOf(ChassisDirectory(asked) + kSocket);
-    const Descriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!connection || connect(connection.Get(), reinterpret_cast<const sockaddr *>(&address),
-                               sizeof(address)) != 0) {
+    const Descriptor connection = ConnectTo(ChassisDirectory(asked) + kSocket);
+    if (!connection) {
         throw RunError("chassis " + asked + " does not run");
     }
     const std::string line = command + "\n";

@@ -5,25 +5,9 @@
 
 #include <string>
 
+#include "local_socket.h"
+
 namespace dxrsh {
-
-// A descriptor that is closed at the end.
-class Descriptor {
-  public:
-    Descriptor() = default;
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor();
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    Descriptor(Descriptor &&other) noexcept;
-    Descriptor &operator=(Descriptor &&other) noexcept;
-
-    [[nodiscard]] int Get() const { return fd_; }
-    explicit operator bool() const { return fd_ >= 0; }
-
-  private:
-    int fd_ = -1;
-};
 
 // The directory of the chassis of that name; $XDG_RUNTIME_DIR or /tmp above it.
 [[nodiscard]] std::string ChassisDirectory(const std::string &name);
@@ -54,6 +38,9 @@ class ChassisPlace {
 
 // The address of a board that the file gives none.
 [[nodiscard]] std::string LocalAddress(const std::string &chassis, const std::string &board);
+
+// Where a board takes lines of the shell.
+[[nodiscard]] std::string BoardControl(const std::string &chassis, const std::string &board);
 
 }  // namespace dxrsh
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -14,15 +15,18 @@
 #include <system_error>
 #include <vector>
 
+#include "attach_server.h"
 #include "commands.h"
 #include "dxr_devhost.h"
 #include "dxr_trace.h"
 #include "errors.h"
 #include "help.h"
 #include "json_text.h"
+#include "message_losses.h"
 #include "module.h"
 #include "run_host.h"
 #include "run_report.h"
+#include "run_trace.h"
 #include "say.h"
 #include "unfilled.h"
 
@@ -36,6 +40,7 @@ struct RunOptions {
     RunHostOptions host;
     std::string trace;
     std::string page;
+    std::string control;
     bool json = false;
 };
 
@@ -79,6 +84,16 @@ class Run {
         report_.board = options.host.board;
     }
 
+    // What is in the host, or in its table, goes before it.
+    ~Run() {
+        control_.reset();
+        (void)trace_.Stop();
+    }
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
+    Run(Run &&) = delete;
+    Run &operator=(Run &&) = delete;
+
     void MakeHost() {
         host_ = MakeRunHost(options_.host);
         // Reports are printed at the end, but kept from the beginning.
@@ -88,6 +103,7 @@ class Run {
             static_cast<Run *>(user)->TakeLine(line);
         };
         DxrHostSetDiagSink(host_.get(), take, this);
+        losses_ = std::make_unique<MessageLosses>(host_.get());
     }
 
     void StartTrace() {
@@ -98,16 +114,28 @@ class Run {
             calls_ = std::make_unique<TemporaryFile>();
         }
         const std::string &file = calls_ != nullptr ? calls_->Path() : options_.trace;
-        const uint32_t error = StartRunTrace(file);
+        const uint32_t error = trace_.Start(file, !file.empty());
         if (error != 0) {
             throw UsageError(file + ": " +
                              std::generic_category().message(static_cast<int>(error)));
         }
-        CountUnfilled();
+    }
+
+    void StartControl() {
+        if (!options_.control.empty()) {
+            const PokedHost poked = {host_.get(), false, &trace_, losses_.get(), &lines_};
+            try {
+                control_ = std::make_unique<AttachServer>(options_.control, poked);
+            } catch (const RunError &error) {
+                throw UsageError(error.what());
+            }
+            control_->RemoveAtExit();
+        }
     }
 
     void RunModule() {
         report_.result = module_.Main(report_.arguments);
+        EndControl();
         // The way out gives these back.
         modules_ = ModulesOf(host_.get());
         TakeRecords(report_);
@@ -116,8 +144,8 @@ class Run {
     }
 
     void EndTrace() {
-        (void)DxrTraceGetCounts(report_.counts.data(), kTableSlots);
-        const uint32_t error = DxrTraceStop();
+        report_.counts = trace_.Counts();
+        const uint32_t error = trace_.Stop();
         if (error != 0) {
             traceError_ = (calls_ != nullptr ? "the recording for the page" : options_.trace) +
                           ": " + std::generic_category().message(static_cast<int>(error));
@@ -140,6 +168,8 @@ class Run {
         };
         DxrHostSetReportSink(host_.get(), take, &report_.reports);
         report_.leftovers = DxrHostDestroy(host_.release(), nullptr);
+        EndControl();  // a line that waited in the host does so no longer
+        report_.linesLetThrough = lines_;
     }
 
     // Says what became of it; the exit status. Recording and page may fail, and so come last.
@@ -162,6 +192,12 @@ class Run {
     }
 
   private:
+    void EndControl() {
+        if (control_ != nullptr && control_->End()) {
+            control_.reset();
+        }
+    }
+
     void TakeLine(const char *line) {
         if (options_.json) {
             JsonText json;
@@ -169,8 +205,8 @@ class Run {
         } else {
             Say(output_, "{}\n", Printable(line, SIZE_MAX));
         }
+        ++lines_;
         const std::lock_guard lock(mutex_);
-        ++report_.linesLetThrough;
         if (report_.lines.size() < kLinesKept) {
             report_.lines.emplace_back(line);
         }
@@ -207,6 +243,10 @@ class Run {
     const RunOptions &options_;
     std::FILE *output_;
     Module module_;
+    std::atomic<uint64_t> lines_{0};
+    RunTrace trace_;
+    std::unique_ptr<MessageLosses> losses_;
+    std::unique_ptr<AttachServer> control_;
     HostOwner host_;
     std::unique_ptr<TemporaryFile> calls_;
     std::string traceError_;  // why not all calls were written
@@ -216,9 +256,13 @@ class Run {
 };
 
 void RunRun(const RunOptions &options, const std::vector<std::string> &rest) {
+    if (!options.control.empty() && options.host.IsVirtual()) {
+        throw UsageError("--control: not with the virtual clock, whose runs repeat");
+    }
     Run run(options, RequireWords(rest, 1, "MODULE"));
     run.MakeHost();
     run.StartTrace();
+    run.StartControl();
     run.RunModule();
     run.EndTrace();
     run.EndHost();
@@ -247,6 +291,8 @@ void AddRunCommand(CLI::App &program) {
         ->type_name("FILE");
     command->add_option("--report", options->page, "Write the report as an HTML page, too")
         ->type_name("FILE");
+    command->add_option("--control", options->control, "Take lines of 'dxrsh attach PATH'")
+        ->type_name("PATH");
     AddJsonFlag(*command, options->json);
     command->prefix_command();
     command->callback([options, command] { RunRun(*options, command->remaining()); });

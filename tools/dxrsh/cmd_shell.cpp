@@ -1,13 +1,10 @@
 // dxrsh shell: lines that poke at a running host, from a terminal or a file.
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "commands.h"
@@ -16,6 +13,8 @@
 #include "help_text.h"
 #include "run_host.h"
 #include "shell.h"
+#include "shell_programs.h"
+#include "shell_target.h"
 
 namespace dxrsh {
 namespace {
@@ -25,31 +24,11 @@ struct ShellOptions {
     std::optional<std::string> file;
 };
 
-bool IsOnTerminal() {
-    return isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
-}
-
-// The commands of dxrsh but for this one, as a shell within a shell has another host, unseen, and
-// for help, which is a line's own.
-std::vector<Shell::Program> ProgramsOf(const CLI::App &program) {
-    std::vector<Shell::Program> programs;
-    for (const CLI::App *const command : CommandsOf(program)) {
-        if (command->get_name() != "shell" && command->get_name() != "help") {
-            programs.emplace_back(command->get_name(), command->get_description());
-        }
-    }
-    return programs;
-}
-
 void RunLines(const ShellOptions &options, const CLI::App &program) {
     int status = 0;
     {
-        Shell shell(options.host, ProgramsOf(program));
-        if (!options.file && IsOnTerminal()) {
-            status = RunTerminal(shell);
-        } else {
-            (void)shell.ExecuteFile(options.file.value_or("-"));
-        }
+        Shell shell(std::make_unique<OwnHostTarget>(options.host), ProgramsOf(program));
+        status = RunShell(shell, options.file);
     }
     (void)std::fflush(stdout);
     // Threads that modules made by themselves are left alone.
@@ -57,6 +36,17 @@ void RunLines(const ShellOptions &options, const CLI::App &program) {
 }
 
 }  // namespace
+
+std::vector<Shell::Program> ProgramsOf(const CLI::App &program) {
+    std::vector<Shell::Program> programs;
+    for (const CLI::App *const command : CommandsOf(program)) {
+        const std::string &name = command->get_name();
+        if (name != "shell" && name != "attach" && name != "help") {
+            programs.emplace_back(name, command->get_description());
+        }
+    }
+    return programs;
+}
 
 void AddShellCommand(CLI::App &program) {
     const auto options = std::make_shared<ShellOptions>();

@@ -7,6 +7,7 @@
 
 namespace dxrsh {
 
+void AddAttachCommand(CLI::App &program);
 void AddBenchCommand(CLI::App &program);
 void AddBinCommand(CLI::App &program);
 void AddChassisCommand(CLI::App &program);

@@ -55,8 +55,12 @@ class HelpFormatter : public CLI::Formatter {
         for (const CLI::App *command : CommandsOf(*app)) {
             help += Row(command->get_name(), command->get_description());
         }
-        for (const CLI::Option *option : OptionsOf(*app)) {
-            help += Row(LabelOf(*option), option->get_description());
+        if (app->get_parent() == nullptr) {
+            help += Row("--help, --version", "Print this help; which version this is");
+        } else {
+            for (const CLI::Option *option : OptionsOf(*app)) {
+                help += Row(LabelOf(*option), option->get_description());
+            }
         }
         const Description &description = DescriptionOf(*app);
         if (!description.examples.empty()) {

@@ -37,6 +37,7 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddRunCommand(program);
     dxrsh::AddChassisCommand(program);
     dxrsh::AddShellCommand(program);
+    dxrsh::AddAttachCommand(program);
     dxrsh::AddTraceCommand(program);
     dxrsh::AddReplayCommand(program);
     dxrsh::AddDiffCommand(program);

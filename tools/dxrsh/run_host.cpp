@@ -7,7 +7,6 @@
 #include <cstring>
 #include <system_error>
 
-#include "dxr_trace.h"
 #include "errors.h"
 #include "number_option.h"
 
@@ -54,23 +53,6 @@ HostOwner MakeRunHost(const RunHostOptions &options) {
     }
     (void)DXR_SetDbgLevel(level);
     return host;
-}
-
-uint32_t StartRunTrace(const std::string &file) {
-    // As much as one message or file block has; more is cut, and a replay says so.
-    constexpr uint32_t kPieceBytes = 65536;
-    DxrTraceOptions trace;
-    DxrTraceInitOptions(&trace);
-    trace.timedCalls = 1;
-    if (!file.empty()) {
-        trace.mode = DXR_TRACE_CALLS;
-        trace.pointers = DXR_TRACE_POINTERS_DEVHOST;
-        trace.dataBytes = kPieceBytes;
-        trace.whenFull = DXR_TRACE_WAIT;
-        trace.callbacks = 1;
-        trace.file = file.c_str();
-    }
-    return DxrTraceStart(&trace);
 }
 
 std::vector<DxrHostModuleInfo> ModulesOf(DxrHost *host) {

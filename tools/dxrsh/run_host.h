@@ -35,10 +35,6 @@ using HostOwner = std::unique_ptr<DxrHost, HostCloser>;
 // Makes it and registers it. Throws UsageError, also for what is wrong with the board's file.
 [[nodiscard]] HostOwner MakeRunHost(const RunHostOptions &options);
 
-// Counts and times all calls, and notes them in the file if one is named. 0, or a number of
-// <errno.h>.
-[[nodiscard]] uint32_t StartRunTrace(const std::string &file);
-
 [[nodiscard]] std::vector<DxrHostModuleInfo> ModulesOf(DxrHost *host);
 
 // What the library keeps for all modules: records, and lines that its log filter suppressed.

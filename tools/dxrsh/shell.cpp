@@ -15,6 +15,7 @@
 #include "file_io.h"
 #include "say.h"
 #include "shell_call.h"
+#include "shell_commands.h"
 #include "shell_words.h"
 #include "slot_table.h"
 
@@ -23,81 +24,6 @@ namespace {
 
 constexpr size_t kShownWidth = 60;
 constexpr int kMostFiles = 16;  // that name each other
-
-// What is at the end of a line of the command.
-enum class Ends : uint8_t { kNothing, kSlot, kFile, kName };
-
-struct Own {
-    const char *name;
-    const char *usage;
-    const char *about;
-    Ends ends;
-    void (Session::*run)(const Session::Words &words);
-};
-
-constexpr Own kOwn[] = {
-    {"call", "call SLOT [ARGUMENTS]",
-     "calls a slot by its function, as modules do; 'help SLOT' tells its arguments.\n"
-     "A number is decimal or hexadecimal after 0x. Memory is @BYTES (zeros, shown after\n"
-     "the call), or pieces with commas between them: hex:00ff text:abc u8:1 u16:2 u32:3\n"
-     "u64:4 zero:8 ptr(PIECES). null is no memory, $NAME what was kept, _ a number that\n"
-     "counts memory given beside it. Memory that is only written may be left out.\n"
-     "Results are kept as $result, and by their names",
-     Ends::kSlot, &Session::Call},
-    {"hook", "hook SLOT [ARGUMENTS]", "calls a slot's hook itself, without the library's function",
-     Ends::kSlot, &Session::CallHook},
-    {"buffer", "buffer NAME MEMORY", "makes memory that stays, as $NAME", Ends::kNothing,
-     &Session::Buffer},
-    {"keep", "keep NAME [WHAT]", "keeps $result, or $WHAT, as $NAME", Ends::kName, &Session::Keep},
-    {"expect", "expect NAME VALUE", "fails unless $NAME has that value", Ends::kName,
-     &Session::Expect},
-    {"values", "values [NAME]", "shows what is kept", Ends::kName, &Session::ShowValues},
-    {"get", "get REGISTER",
-     "shows a register past faults and counts. REGISTER is UNIT:CHIP:ADDRESS,\n"
-     "i2c:BUS:DEVICE:OFFSET, mdio:UNIT:BUS:PHY:DEVICE:REGISTER, pcie:DEVICE:OFFSET or\n"
-     "bar:DEVICE:BAR:OFFSET",
-     Ends::kNothing, &Session::Get},
-    {"set", "set REGISTER VALUE", "sets one in the same way, read-only bits too", Ends::kNothing,
-     &Session::Set},
-    {"registers", "registers REGISTER [COUNT]",
-     "shows several, and how often slots have read and written them", Ends::kNothing,
-     &Session::Registers},
-    {"tables", "tables [TABLE]", "shows the tables of the table manager, or one's entries",
-     Ends::kNothing, &Session::Tables},
-    {"entry", "entry CHIP TABLE KEY DATA", "sets an entry of a table; KEY and DATA are memory",
-     Ends::kNothing, &Session::Entry},
-    {"memory", "memory", "shows who holds memory", Ends::kNothing, &Session::Memory},
-    {"send", "send UNIT KIND [MEMORY] [from=UNIT] [code=N] [ack=MILLISECONDS]",
-     "sends a message to a unit, such as mpu:0, lpu:3, sfu:1, devm:0, np:2", Ends::kNothing,
-     &Session::Send},
-    {"mailbox", "mailbox UNIT [close]", "opens a unit's mailbox, or closes it", Ends::kNothing,
-     &Session::OpenMailbox},
-    {"receive", "receive UNIT [MILLISECONDS]", "takes a message from a mailbox", Ends::kNothing,
-     &Session::Receive},
-    {"mailboxes", "mailboxes", "shows the open mailboxes and what became of messages",
-     Ends::kNothing, &Session::Mailboxes},
-    {"drop", "drop [[UNIT] KIND COUNT]",
-     "drops the next messages of a kind, or of a kind to a unit; alone: shows what will be",
-     Ends::kNothing, &Session::Drop},
-    {"fail", "fail POINT [N]",
-     "lets the N-th step from now on fail, such as memory.allocate or file.open", Ends::kNothing,
-     &Session::Fail},
-    {"wait", "wait MILLISECONDS", "lets time pass on the host's clock", Ends::kNothing,
-     &Session::Wait},
-    {"load", "load MODULE [ARGUMENTS]",
-     "runs a module's main function on this host; it is at work then", Ends::kFile, &Session::Load},
-    {"unload", "unload [MODULE]", "runs its way out", Ends::kNothing, &Session::Unload},
-    {"trace", "trace on FILE, trace off", "records the calls from here on", Ends::kFile,
-     &Session::Trace},
-    {"report", "report", "shows slots used, memory, lines, records, faults and reports so far",
-     Ends::kNothing, &Session::Report},
-};
-
-const Own *OwnNamed(std::string_view name) {
-    const auto *const found = std::find_if(std::begin(kOwn), std::end(kOwn),
-                                           [name](const Own &own) { return name == own.name; });
-    return found != std::end(kOwn) ? found : nullptr;
-}
 
 // Those that the shell itself does.
 struct Plain {
@@ -205,6 +131,13 @@ std::vector<std::string> FilesThatBegin(const std::string &word) {
 
 }  // namespace
 
+const ShellCommand *Shell::Named(std::string_view name) const {
+    const ShellCommand *const command = ShellCommandNamed(name);
+    const bool isHere =
+        command != nullptr && (command->host == HostOf::kAny || command->host == target_->Whose());
+    return isHere ? command : nullptr;
+}
+
 bool Shell::IsProgram(std::string_view name) const {
     return std::any_of(programs_.begin(), programs_.end(),
                        [name](const Program &program) { return program.first == name; });
@@ -213,7 +146,7 @@ bool Shell::IsProgram(std::string_view name) const {
 void Shell::Help(const std::vector<std::string> &words) const {
     if (words.size() > 1) {
         const std::string &name = words[1];
-        if (const Own *const own = OwnNamed(name)) {
+        if (const ShellCommand *const own = Named(name)) {
             Put(fmt::format("{}\n{}\n", own->usage, own->about));
             if (!IsProgram(name)) {
                 return;
@@ -240,9 +173,12 @@ void Shell::Help(const std::vector<std::string> &words) const {
     const auto row = [](std::string_view name, std::string_view about) {
         return fmt::format("  {:<11} {}\n", name, about.substr(0, about.find('\n')));
     };
-    std::string text = "On this host:\n";
-    for (const Own &own : kOwn) {
-        text += row(own.name, own.about);
+    std::string text =
+        target_->Whose() == HostOf::kShell ? "On this host:\n" : "On the host attached to:\n";
+    for (const ShellCommand &own : ShellCommands()) {
+        if (Named(own.name) != nullptr) {
+            text += row(own.name, own.about);
+        }
     }
     for (const Plain &plain : kPlain) {
         text += row(plain.name, plain.about);
@@ -270,13 +206,10 @@ bool Shell::Execute(std::string_view line) {
             throw UsageError("usage: source FILE");
         }
         return ExecuteFile(words[1]);
-    } else if (const Own *const own = OwnNamed(name); own != nullptr && IsForOwn(words)) {
-        (session_.*own->run)({words.begin() + 1, words.end()});
-    } else if (IsProgram(name)) {
+    } else if (IsProgram(name) && (Named(name) == nullptr || !IsForOwn(words))) {
         RunProgram(words);
     } else {
-        throw UsageError(fmt::format("there is no command '{}'; 'help' lists them",
-                                     Printable(name, kShownWidth)));
+        target_->Do(words);  // which knows what is wrong with it
     }
     return true;
 }
@@ -326,8 +259,10 @@ std::vector<std::string> Shell::Completions(std::string_view line) const {
         }
     };
     const auto addCommands = [&] {
-        for (const Own &own : kOwn) {
-            add(own.name);
+        for (const ShellCommand &own : ShellCommands()) {
+            if (Named(own.name) != nullptr) {
+                add(own.name);
+            }
         }
         for (const Plain &plain : kPlain) {
             add(plain.name);
@@ -342,11 +277,11 @@ std::vector<std::string> Shell::Completions(std::string_view line) const {
         }
     };
     const auto addNames = [&](const std::string &head) {
-        for (const auto &[name, value] : session_.Kept().All()) {
+        for (const std::string &name : target_->Names()) {
             add(head + name);
         }
     };
-    const Own *const own = words.empty() ? nullptr : OwnNamed(words[0]);
+    const ShellCommand *const own = words.empty() ? nullptr : Named(words[0]);
     if (words.empty()) {
         addCommands();
     } else if (words[0] == "help") {
@@ -356,18 +291,26 @@ std::vector<std::string> Shell::Completions(std::string_view line) const {
         }
     } else if (!word.empty() && word[0] == '$') {
         addNames("$");
-    } else if (own != nullptr && own->ends == Ends::kSlot) {
+    } else if (own != nullptr && own->end == LineEnd::kSlot) {
         if (words.size() == 1) {
             addSlots();
         }
-    } else if (own != nullptr && own->ends == Ends::kName) {
+    } else if (own != nullptr && own->end == LineEnd::kName) {
         addNames("");
-    } else if (own == nullptr || own->ends == Ends::kFile) {
+    } else if (own == nullptr || own->end == LineEnd::kFile) {
         found = FilesThatBegin(word);
     }
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
     return found;
+}
+
+int RunShell(Shell &shell, const std::optional<std::string> &file) {
+    if (!file && isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1) {
+        return RunTerminal(shell);
+    }
+    (void)shell.ExecuteFile(file.value_or("-"));
+    return 0;
 }
 
 }  // namespace dxrsh

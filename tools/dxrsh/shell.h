@@ -2,12 +2,14 @@
 #ifndef DXRSH_SHELL_H
 #define DXRSH_SHELL_H
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "shell_session.h"
+#include "shell_target.h"
 
 namespace dxrsh {
 
@@ -16,8 +18,8 @@ class Shell {
     // A command of dxrsh and what it does.
     using Program = std::pair<std::string, std::string>;
 
-    Shell(const RunHostOptions &options, std::vector<Program> programs)
-        : session_(options), programs_(std::move(programs)) {}
+    Shell(std::unique_ptr<ShellTarget> target, std::vector<Program> programs)
+        : target_(std::move(target)), programs_(std::move(programs)) {}
 
     // Does what a line says; false when it ends the shell. Throws UsageError and RunError for what
     // is wrong with the line alone.
@@ -30,14 +32,23 @@ class Shell {
     // What can stand at the end of a line in the place of what does: whole words, sorted.
     [[nodiscard]] std::vector<std::string> Completions(std::string_view line) const;
 
+    [[nodiscard]] int EndFd() const { return target_->EndFd(); }
+    [[nodiscard]] std::optional<std::string> WhyEnded() { return target_->WhyEnded(); }
+
   private:
+    // Null also for a command that is not done on this host.
+    [[nodiscard]] const ShellCommand *Named(std::string_view name) const;
     void Help(const std::vector<std::string> &words) const;
     [[nodiscard]] bool IsProgram(std::string_view name) const;
 
-    Session session_;
+    std::unique_ptr<ShellTarget> target_;
     std::vector<Program> programs_;
     int depth_ = 0;  // of files
 };
+
+// Does lines: of a file ("-": standard input); without one, from the terminal where there is one,
+// else from standard input. Returns the exit status. Throws RunError for a line that is wrong.
+int RunShell(Shell &shell, const std::optional<std::string> &file);
 
 // Reads lines from the terminal until it is left. Returns the exit status.
 int RunTerminal(Shell &shell);

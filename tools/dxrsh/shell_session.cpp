@@ -5,26 +5,26 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <limits>
-#include <list>
 #include <system_error>
 #include <utility>
 
 #include "dxr_devhost/inspect.h"
 #include "errors.h"
+#include "run_host.h"
+#include "run_report.h"
 #include "say.h"
 #include "shell_call.h"
+#include "shell_places.h"
 #include "shell_words.h"
 
 namespace dxrsh {
 namespace {
 
 constexpr size_t kShownWidth = 60;
-constexpr size_t kMostSimulated = 1024;
 constexpr size_t kTableRowBytes = 65536;
 constexpr size_t kShownHex = 32;
+constexpr size_t kMostKeptBytes = size_t{256} << 20U;
 
 std::string ErrorText(uint32_t error) {
     return std::generic_category().message(static_cast<int>(error));
@@ -44,114 +44,6 @@ std::string HexText(const std::string &bytes) {
     return bytes.size() > kShownHex ? fmt::format("{}... ({} bytes)", text, bytes.size()) : text;
 }
 
-// --- Units, such as lpu:3
-
-constexpr std::array<std::pair<const char *, uint32_t>, 5> kUnits = {{
-    {"mpu", DXR_HOST_UNIT_MPU},
-    {"lpu", DXR_HOST_UNIT_LPU},
-    {"sfu", DXR_HOST_UNIT_SFU},
-    {"devm", DXR_HOST_UNIT_DEVM},
-    {"np", DXR_HOST_UNIT_NP},
-}};
-
-std::string UnitKind(uint32_t kind) {
-    for (const auto &[name, number] : kUnits) {
-        if (number == kind) {
-            return name;
-        }
-    }
-    return fmt::format("unit {}", kind);
-}
-
-std::string UnitText(const DxrHostUnit &unit) {
-    return fmt::format("{}:{}", UnitKind(unit.kind), unit.number);
-}
-
-DxrHostUnit RequireUnit(const std::string &word) {
-    const size_t colon = word.find(':');
-    for (const auto &[name, number] : kUnits) {
-        if (colon != std::string::npos && word.substr(0, colon) == name) {
-            return {number, Require32(word.substr(colon + 1), word)};
-        }
-    }
-    throw UsageError(fmt::format("'{}' is no unit, such as mpu:0, lpu:3, sfu:1, devm:0, np:2",
-                                 Printable(word, kShownWidth)));
-}
-
-// --- Cells, such as 0:1:0x40
-
-constexpr const char *kCellForms =
-    "UNIT:CHIP:ADDRESS, i2c:BUS:DEVICE:OFFSET, mdio:UNIT:BUS:PHY:DEVICE:REGISTER, "
-    "pcie:DEVICE:OFFSET or bar:DEVICE:BAR:OFFSET";
-
-class Cell {
-  public:
-    explicit Cell(const std::string &word) : word_(word) {
-        const std::vector<std::string> pieces = Cut();
-        const auto is = [&pieces](const char *space, size_t count) {
-            return pieces[0] == space && pieces.size() == count;
-        };
-        const auto number = [&pieces, this](size_t i) { return Require32(pieces[i], word_); };
-        if (is("i2c", 4)) {
-            cell_ = {DXR_HOST_I2C, number(1), number(2), 0, number(3)};
-        } else if (is("mdio", 6)) {
-            cell_ = {DXR_HOST_MDIO, number(1), number(2), number(3),
-                     uint64_t{number(4)} * 65536 + number(5)};
-        } else if (is("pcie", 3)) {
-            cell_ = {DXR_HOST_PCIE_CONFIG, 0, number(1), 0, number(2)};
-        } else if (is("bar", 4)) {
-            cell_ = {DXR_HOST_PCIE_MEMORY, 0, number(1), number(2), number(3)};
-        } else if (pieces.size() == 3 && LongNumber(pieces[0])) {
-            cell_ = {DXR_HOST_REGISTERS, number(0), number(1), 0, number(2)};
-        } else {
-            throw UsageError(
-                fmt::format("'{}' is none of {}", Printable(word, kShownWidth), kCellForms));
-        }
-        head_ = word.substr(0, word.rfind(':') + 1);
-        if (cell_.space == DXR_HOST_MDIO) {
-            // The last two numbers make the address.
-            head_ = word.substr(0, word.rfind(':', word.rfind(':') - 1) + 1);
-        }
-    }
-
-    [[nodiscard]] const DxrHostCell &Get() const { return cell_; }
-
-    [[nodiscard]] std::string Name() const {
-        if (cell_.space == DXR_HOST_MDIO) {
-            return fmt::format("{}{}:{:#x}", head_, cell_.address / 65536, cell_.address % 65536);
-        }
-        return fmt::format("{}{:#x}", head_, cell_.address);
-    }
-
-    void Next() {
-        const bool isByteOrWord = cell_.space == DXR_HOST_I2C || cell_.space == DXR_HOST_MDIO;
-        cell_.address += isByteOrWord ? 1 : 4;
-    }
-
-    [[nodiscard]] uint32_t Most() const {
-        return cell_.space == DXR_HOST_I2C    ? 0xFF
-               : cell_.space == DXR_HOST_MDIO ? 0xFFFF
-                                              : std::numeric_limits<uint32_t>::max();
-    }
-
-  private:
-    [[nodiscard]] std::vector<std::string> Cut() const {
-        std::vector<std::string> pieces(1);
-        for (const char c : word_) {
-            if (c == ':') {
-                pieces.emplace_back();
-            } else {
-                pieces.back() += c;
-            }
-        }
-        return pieces;
-    }
-
-    std::string word_;
-    std::string head_;
-    DxrHostCell cell_{};
-};
-
 uint32_t ReadCell(DxrHost *host, const Cell &cell) {
     uint32_t value = 0;
     if (!DxrHostPeekCell(host, &cell.Get(), &value)) {
@@ -160,59 +52,46 @@ uint32_t ReadCell(DxrHost *host, const Cell &cell) {
     return value;
 }
 
-void SayReport(const DxrHostReport *report, void * /*user*/) {
-    Say(stderr, "host: {}\n", ReportLine(*report));
-}
-
 }  // namespace
 
-void Put(const std::string &text) {
-    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (std::fflush(stdout) != 0 || !isWritten) {
-        if (errno == EPIPE) {
-            throw BrokenPipe();
-        }
-        throw RunError("standard output: " + ErrorText(static_cast<uint32_t>(errno)));
-    }
-}
-
-Session::Session(const RunHostOptions &options)
-    : isVirtual_(options.IsVirtual()), host_(MakeRunHost(options)) {
+Session::Session(const PokedHost &poked, Printer printer)
+    : poked_(poked), printer_(std::move(printer)) {
     DxrHostFillHooks(&bare_);
-    DxrHostSetReportSink(host_.get(), SayReport, nullptr);
-    DxrHostSetDiagSink(host_.get(), TakeLine, this);
-    simulated_.reserve(kMostSimulated);  // the library keeps its address
-    StartTrace({});
 }
 
-Session::~Session() {
+void Session::EndModules() {
     std::for_each(modules_.rbegin(), modules_.rend(), [](const auto &each) { each->End(); });
-    StopCountingUnfilled();
-    (void)DxrTraceStop();
-    (void)std::fflush(stdout);
-    host_.reset();
-    if (DXR_GetSimulateMsgMap() == simulated_.data()) {
-        DXR_RegisterSimulateMsgMap(nullptr, 0);
-    }
-    DXR_DestroyMessageFilter(&filter_);
-}
-
-void Session::TakeLine(const char *line, void *session) {
-    ++static_cast<Session *>(session)->linesLetThrough_;
-    Say(stdout, "{}\n", line);
-    (void)std::fflush(stdout);
+    modules_.clear();
 }
 
 // --- Calls, and what is kept of them
+
+// Before they are given to the host.
+void Session::RequireRoom() const {
+    if (keptBytes_ > kMostKeptBytes) {
+        throw RunError(
+            fmt::format("the host may have addresses of more than {} bytes that earlier "
+                        "lines have made",
+                        kMostKeptBytes));
+    }
+}
+
+void Session::KeepBlocks(const std::vector<std::shared_ptr<Block>> &blocks) {
+    for (const auto &block : blocks) {
+        keptBytes_ += sizeof(Block) + block->size;
+    }
+    kept_.insert(kept_.end(), blocks.begin(), blocks.end());
+}
 
 void Session::CallAs(const Words &words, bool byHook) {
     if (words.empty()) {
         throw UsageError(byHook ? "usage: hook SLOT [ARGUMENTS]" : "usage: call SLOT [ARGUMENTS]");
     }
-    CallOutcome outcome =
+    RequireRoom();
+    const CallOutcome outcome =
         CallSlot(RequireSlot(words[0]), {words.begin() + 1, words.end()}, byHook, values_);
-    kept_.insert(kept_.end(), outcome.kept.begin(), outcome.kept.end());
-    Put(outcome.text);
+    KeepBlocks(outcome.kept);
+    Print(outcome.text);
 }
 
 void Session::Call(const Words &words) {
@@ -229,10 +108,11 @@ void Session::Buffer(const Words &words) {
         throw UsageError(fmt::format("{}: '{}' describes no memory, such as @16 or hex:00ff",
                                      words[0], Printable(words[1], kShownWidth)));
     }
+    RequireRoom();
     Blocks blocks;
     (void)blocks.Read(words[0], words[1], values_);
     // The host may have addresses of an earlier one of that name.
-    kept_.insert(kept_.end(), blocks.All().begin(), blocks.All().end());
+    KeepBlocks(blocks.All());
     Value value;
     value.block = blocks.All().front();
     value.number = value.block->Address();
@@ -280,7 +160,7 @@ void Session::ShowValues(const Words &words) {
             show(name, value);
         }
     }
-    Put(text);
+    Print(text);
 }
 
 // --- The device
@@ -289,16 +169,16 @@ void Session::Get(const Words &words) {
     RequireCount(words, 1, 1, "get REGISTER");
     const Cell cell(words[0]);
     Value value;
-    value.number = ReadCell(host_.get(), cell);
+    value.number = ReadCell(poked_.host, cell);
     values_.Set("result", value);
-    Put(fmt::format("{} = {}\n", cell.Name(), NumberText(value.number)));
+    Print(fmt::format("{} = {}\n", cell.Name(), NumberText(value.number)));
 }
 
 void Session::Set(const Words &words) {
     RequireCount(words, 2, 2, "set REGISTER VALUE");
     const Cell cell(words[0]);
     const auto value = static_cast<uint32_t>(NumberOf(words[1], cell.Most(), cell.Name(), values_));
-    if (!DxrHostPokeCell(host_.get(), &cell.Get(), value)) {
+    if (!DxrHostPokeCell(poked_.host, &cell.Get(), value)) {
         throw RunError(fmt::format("there is no {}", cell.Name()));
     }
 }
@@ -314,21 +194,21 @@ void Session::Registers(const Words &words) {
     for (uint64_t i = 0; i < count; ++i) {
         uint64_t reads = 0;
         uint64_t writes = 0;
-        const uint32_t value = ReadCell(host_.get(), cell);
-        (void)DxrHostGetCellCounts(host_.get(), &cell.Get(), &reads, &writes);
+        const uint32_t value = ReadCell(poked_.host, cell);
+        (void)DxrHostGetCellCounts(poked_.host, &cell.Get(), &reads, &writes);
         text += fmt::format("{:<20} {:#010x}  read {}, written {}\n", cell.Name(), value, reads,
                             writes);
         cell.Next();
     }
-    Put(text);
+    Print(text);
 }
 
 // --- Tables
 
 std::vector<DxrHostTable> Session::AllTables() const {
-    std::vector<DxrHostTable> tables(DxrHostGetTables(host_.get(), nullptr, 0));
+    std::vector<DxrHostTable> tables(DxrHostGetTables(poked_.host, nullptr, 0));
     const uint32_t count =
-        DxrHostGetTables(host_.get(), tables.data(), static_cast<uint32_t>(tables.size()));
+        DxrHostGetTables(poked_.host, tables.data(), static_cast<uint32_t>(tables.size()));
     tables.resize(std::min<size_t>(tables.size(), count));
     return tables;
 }
@@ -344,7 +224,7 @@ void Session::ListTables() const {
                             anyOr(table.keyBytes), anyOr(table.dataBytes), anyOr(table.capacity),
                             table.pool, table.entries, table.isStatic != 0 ? "  static" : "");
     }
-    Put(tables.empty() ? "there are no tables\n" : text);
+    Print(tables.empty() ? "there are no tables\n" : text);
 }
 
 void Session::ListTable(uint32_t table) const {
@@ -383,7 +263,7 @@ void Session::ListTable(uint32_t table) const {
     if (result != ENOENT) {
         throw RunError(fmt::format("table {}: {}", table, ErrorText(result)));
     }
-    Put(text);
+    Print(text);
 }
 
 void Session::Tables(const Words &words) {
@@ -412,77 +292,19 @@ void Session::Entry(const Words &words) {
 
 // --- Messages
 
-void Session::DropSimulated(uint32_t kind, uint32_t count) {
-    DxrSimulateMsg *entry = DXR_GetSimulateMsgByMsgType(kind);
-    if (entry == nullptr) {
-        const DxrSimulateMsg *const registered = DXR_GetSimulateMsgMap();
-        if (registered != nullptr && registered != simulated_.data()) {
-            throw RunError(
-                fmt::format("the module's table of simulated messages has no kind {}", kind));
-        }
-        if (simulated_.size() == kMostSimulated) {
-            throw RunError(fmt::format("at most {} kinds can be dropped", kMostSimulated));
-        }
-        const std::string &name =
-            simulatedNames_.emplace(kind, fmt::format("kind {}", kind)).first->second;
-        const auto number = static_cast<uint32_t>(simulated_.size() + 1);
-        simulated_.push_back({number, kind, 0, name.c_str()});
-        DXR_RegisterSimulateMsgMap(simulated_.data(), number);
-        entry = &simulated_.back();
-    }
-    DXR_SetSimulateMsgLost(entry->simulateId, count, nullptr, 0);
-}
-
-void Session::DropFiltered(const DxrHostUnit &unit, uint32_t kind, uint32_t count) {
-    const auto info = [](uint32_t type, const std::string &name,
-                         const DxrMessageFilterInfo *child) {
-        DxrMessageFilterInfo made{};
-        made.msgType = type;
-        (void)name.copy(made.name, sizeof(made.name) - 1);
-        made.subFilters = child;
-        made.subFilterNum = child != nullptr ? 1 : 0;
-        return made;
-    };
-    const DxrMessageFilterInfo leaf = info(kind, fmt::format("kind {}", kind), nullptr);
-    const DxrMessageFilterInfo number = info(unit.number, UnitText(unit), &leaf);
-    const DxrMessageFilterInfo whole = info(unit.kind, UnitKind(unit.kind), &number);
-    // Nobody asks the tree while it grows.
-    DxrHostSetMessageFilter(host_.get(), nullptr);
-    if (filter_ == nullptr) {
-        filter_ = DXR_CreateMessageFilter(&whole, 0);
-    }
-    const auto find = [this](std::list<uint32_t> path) { return filter_->Find(path); };
-    if (DxrMessageFilter *const units = find({0, unit.kind}); units == nullptr) {
-        DxrAddMessageFilterToComposite(filter_, &whole);
-    } else if (DxrMessageFilter *const one = find({0, unit.kind, unit.number}); one == nullptr) {
-        DxrAddMessageFilterToComposite(units, &number);
-    } else if (find({0, unit.kind, unit.number, kind}) == nullptr) {
-        DxrAddMessageFilterToComposite(one, &leaf);
-    }
-    DxrHostSetMessageFilter(host_.get(), filter_);
-    const std::array<uint32_t, 3> path = {unit.kind, unit.number, kind};
-    DxrHostSetMessageFilterCount(host_.get(), count, path.size(), path.data());
-}
-
 void Session::Drop(const Words &words) {
     RequireCount(words, 0, 3, "drop [[UNIT] KIND COUNT]");
     if (words.empty()) {
-        std::vector<char> text(kTableRowBytes * 4);
-        DXR_DisplaySimulateMsgLost(text.data(), static_cast<uint32_t>(text.size()));
-        std::string listing = PlainLines(text.data());
-        text.front() = '\0';
-        DxrHostGetMessageFilterText(host_.get(), text.data(), static_cast<uint32_t>(text.size()));
-        listing += PlainLines(text.data());
-        Put(listing + (listing.empty() || listing.back() == '\n' ? "" : "\n"));
+        Print(poked_.losses->Listing());
         return;
     }
     RequireCount(words, 2, 3, "drop [[UNIT] KIND COUNT]");
     const uint32_t kind = Require32(words[words.size() - 2], "KIND");
     const uint32_t count = Require32(words.back(), "COUNT");
     if (words.size() == 2) {
-        DropSimulated(kind, count);
+        poked_.losses->Drop(kind, count);
     } else {
-        DropFiltered(RequireUnit(words[0]), kind, count);
+        poked_.losses->Drop(RequireUnit(words[0]), kind, count);
     }
 }
 
@@ -490,7 +312,7 @@ void Session::Fail(const Words &words) {
     RequireCount(words, 1, 2, "fail POINT [N]");
     const uint64_t n =
         words.size() > 1 ? RequireUpTo(words[1], std::numeric_limits<uint64_t>::max(), "N") : 1;
-    DxrHostFailNth(host_.get(), words[0].c_str(), n, false);
+    DxrHostFailNth(poked_.host, words[0].c_str(), n, false);
 }
 
 void Session::Send(const Words &words) {
@@ -528,8 +350,8 @@ void Session::Send(const Words &words) {
     sequence.number = message.sequence;
     values_.Set("sequence", sequence);
     const bool isAcknowledged = message.flags != 0;
-    Put(fmt::format("sent message {}{}\n", message.sequence,
-                    isAcknowledged ? ", acknowledged with " + NumberText(message.result) : ""));
+    Print(fmt::format("sent message {}{}\n", message.sequence,
+                      isAcknowledged ? ", acknowledged with " + NumberText(message.result) : ""));
 }
 
 void Session::OpenMailbox(const Words &words) {
@@ -540,12 +362,12 @@ void Session::OpenMailbox(const Words &words) {
         if (words[1] != "close") {
             throw UsageError("usage: mailbox UNIT [close]");
         }
-        result = DxrHostCloseMailbox(host_.get(), &unit);
+        result = DxrHostCloseMailbox(poked_.host, &unit);
     } else {
         DxrHostMailbox mailbox{};
         mailbox.size = sizeof(mailbox);
         mailbox.unit = unit;
-        result = DxrHostOpenMailbox(host_.get(), &mailbox);
+        result = DxrHostOpenMailbox(poked_.host, &mailbox);
     }
     if (result != 0) {
         throw RunError(fmt::format("{}: {}", UnitText(unit), ErrorText(result)));
@@ -558,23 +380,23 @@ void Session::Receive(const Words &words) {
     const uint32_t ms = words.size() > 1 ? Require32(words[1], "MILLISECONDS") : 0;
     DxrHostMessage message{};
     std::string data(DXR_HOST_MESSAGE_BYTES, '\0');
-    const uint32_t result = DxrHostReceiveMessage(host_.get(), &unit, &message, data.data(),
+    const uint32_t result = DxrHostReceiveMessage(poked_.host, &unit, &message, data.data(),
                                                   DXR_HOST_MESSAGE_BYTES, ms);
     if (result != 0) {
         throw RunError(fmt::format("{}: {}", UnitText(unit), ErrorText(result)));
     }
     const bool isNamed = message.from.kind != 0;
-    Put(fmt::format("message {}, kind {}, code {}{}{}{}\n", message.sequence, message.kind,
-                    message.code, isNamed ? ", from " + UnitText(message.from) : "",
-                    (message.flags & DXR_HOST_MESSAGE_ACK) != 0 ? ", to be acknowledged" : "",
-                    message.bytes != 0 ? ": " + HexText(data.substr(0, message.bytes)) : ""));
+    Print(fmt::format("message {}, kind {}, code {}{}{}{}\n", message.sequence, message.kind,
+                      message.code, isNamed ? ", from " + UnitText(message.from) : "",
+                      (message.flags & DXR_HOST_MESSAGE_ACK) != 0 ? ", to be acknowledged" : "",
+                      message.bytes != 0 ? ": " + HexText(data.substr(0, message.bytes)) : ""));
 }
 
 void Session::Mailboxes(const Words &words) {
     RequireCount(words, 0, 0, "mailboxes");
-    std::vector<DxrHostMailboxInfo> boxes(DxrHostGetMailboxes(host_.get(), nullptr, 0));
+    std::vector<DxrHostMailboxInfo> boxes(DxrHostGetMailboxes(poked_.host, nullptr, 0));
     const uint32_t count =
-        DxrHostGetMailboxes(host_.get(), boxes.data(), static_cast<uint32_t>(boxes.size()));
+        DxrHostGetMailboxes(poked_.host, boxes.data(), static_cast<uint32_t>(boxes.size()));
     boxes.resize(std::min<size_t>(boxes.size(), count));
     std::string text;
     for (const DxrHostMailboxInfo &box : boxes) {
@@ -582,11 +404,11 @@ void Session::Mailboxes(const Words &words) {
                             box.most, box.hasHandler != 0 ? ", has a handler" : "");
     }
     DxrHostMessageCounts counts{};
-    DxrHostCountMessages(host_.get(), &counts);
+    DxrHostCountMessages(poked_.host, &counts);
     text += fmt::format("sent {}, arrived {}, taken {}, lost {}, refused {}\n", counts.sent,
                         counts.arrived, counts.taken,
                         counts.simulated + counts.filtered + counts.lost, counts.refused);
-    Put(text);
+    Print(text);
 }
 
 // --- The run
@@ -594,10 +416,10 @@ void Session::Mailboxes(const Words &words) {
 void Session::Memory(const Words &words) {
     RequireCount(words, 0, 0, "memory");
     RunReport report;
-    TakeMemory(host_.get(), ModulesOf(host_.get()), report);
-    std::vector<DxrHostMemorySite> sites(DxrHostGetMemorySites(host_.get(), nullptr, 0));
+    TakeMemory(poked_.host, ModulesOf(poked_.host), report);
+    std::vector<DxrHostMemorySite> sites(DxrHostGetMemorySites(poked_.host, nullptr, 0));
     const uint32_t count =
-        DxrHostGetMemorySites(host_.get(), sites.data(), static_cast<uint32_t>(sites.size()));
+        DxrHostGetMemorySites(poked_.host, sites.data(), static_cast<uint32_t>(sites.size()));
     sites.resize(std::min<size_t>(sites.size(), count));
     std::string text;
     for (const RunReport::Memory &memory : report.memory) {
@@ -609,7 +431,7 @@ void Session::Memory(const Words &words) {
             }
         }
     }
-    Put(text.empty() ? "nobody has asked for memory\n" : text);
+    Print(text.empty() ? "nobody has asked for memory\n" : text);
 }
 
 // NOLINTNEXTLINE(readability-make-member-function-const): one of a table of commands
@@ -635,7 +457,7 @@ void Session::Load(const Words &words) {
     if (result != 0) {
         throw RunError(fmt::format("module {} returned {}", name, result));
     }
-    Put(fmt::format("module {} returned 0; it is at work until 'unload'\n", name));
+    Print(fmt::format("module {} returned 0; it is at work until 'unload'\n", name));
 }
 
 void Session::Unload(const Words &words) {
@@ -653,63 +475,31 @@ void Session::Unload(const Words &words) {
     module->End();
 }
 
-void Session::StartTrace(const std::string &file) {
-    const uint32_t error = StartRunTrace(file);
-    if (error != 0) {
-        throw RunError(fmt::format("{}: {}", file, ErrorText(error)));
-    }
-    CountUnfilled();
-    traceFile_ = file;
-}
-
-void Session::StopTrace() {
-    std::array<DxrTraceCount, kTableSlots> counts{};
-    (void)DxrTraceGetCounts(counts.data(), kTableSlots);
-    for (size_t i = 0; i < kTableSlots; ++i) {
-        counts_[i].calls += counts[i].calls;
-    }
-    StopCountingUnfilled();
-    const std::string file = std::exchange(traceFile_, {});
-    const uint32_t error = DxrTraceStop();
-    if (error != 0) {
-        StartTrace({});
-        throw RunError(fmt::format("{}: {}", file, ErrorText(error)));
-    }
-}
-
 void Session::Trace(const Words &words) {
-    const bool isOn = words.size() == 2 && words[0] == "on";
-    if (!isOn && !(words.size() == 1 && words[0] == "off")) {
+    if (words.size() == 2 && words[0] == "on") {
+        poked_.trace->Record(words[1]);
+    } else if (words.size() == 1 && words[0] == "off") {
+        poked_.trace->StopRecording();
+    } else {
         throw UsageError("usage: trace on FILE, trace off");
-    }
-    if (!isOn && traceFile_.empty()) {
-        throw RunError("no trace is on");
-    }
-    StopTrace();
-    try {
-        StartTrace(isOn ? words[1] : std::string());
-    } catch (const RunError &) {
-        StartTrace({});
-        throw;
     }
 }
 
 void Session::Report(const Words &words) {
     RequireCount(words, 0, 0, "report");
     RunReport report;
-    report.isVirtual = isVirtual_;
-    (void)DxrTraceGetCounts(report.counts.data(), kTableSlots);
+    report.isVirtual = poked_.isVirtual;
+    report.counts = poked_.trace->Counts();
     for (size_t i = 0; i < kTableSlots; ++i) {
-        report.counts[i].calls += counts_[i].calls;
         report.unfilled[i] = g_askedUnfilled[i].load();
     }
-    report.linesLetThrough = linesLetThrough_.load();
+    report.linesLetThrough = poked_.linesLetThrough->load();
     TakeRecords(report);
     TakeSuppressed(report);
-    TakeMemory(host_.get(), ModulesOf(host_.get()), report);
-    TakeAlarms(host_.get(), report);
-    TakeReports(host_.get(), report);
-    Put(ReportSoFar(report));
+    TakeMemory(poked_.host, ModulesOf(poked_.host), report);
+    TakeAlarms(poked_.host, report);
+    TakeReports(poked_.host, report);
+    Print(ReportSoFar(report));
 }
 
 }  // namespace dxrsh

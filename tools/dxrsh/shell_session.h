@@ -1,36 +1,42 @@
-// What lines of the shell work on: a development host, what has been kept, and modules at work.
+// What lines of the shell do on a host, and what they have kept.
 #ifndef DXRSH_SHELL_SESSION_H
 #define DXRSH_SHELL_SESSION_H
 
-#include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "dxr_devhost.h"
-#include "dxr_trace.h"
+#include "message_losses.h"
 #include "module.h"
-#include "run_host.h"
+#include "run_trace.h"
 #include "shell_memory.h"
-#include "unfilled.h"
 
 namespace dxrsh {
 
-// One at a time. What goes wrong is thrown, a line's mistakes as UsageError or RunError.
+// A host that lines work on. What it names outlives the session.
+struct PokedHost {
+    DxrHost *host = nullptr;
+    bool isVirtual = false;
+    RunTrace *trace = nullptr;
+    MessageLosses *losses = nullptr;
+    const std::atomic<uint64_t> *linesLetThrough = nullptr;
+};
+
+// One thread at a time. What goes wrong is thrown, a line's mistakes as UsageError or RunError.
 class Session {
   public:
     using Words = std::vector<std::string>;
+    // Gets what a line prints.
+    using Printer = std::function<void(const std::string &text)>;
 
-    explicit Session(const RunHostOptions &options);
-    ~Session();
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
-    Session(Session &&) = delete;
-    Session &operator=(Session &&) = delete;
+    // Addresses of what it has kept are given to the host: it stays until the host has ended.
+    Session(const PokedHost &poked, Printer printer);
 
     // Each does what `words` after its name ask for.
     void Call(const Words &words);
@@ -57,36 +63,29 @@ class Session {
     void Trace(const Words &words);
     void Report(const Words &words);
 
+    // The way out of the modules at work, the last one first.
+    void EndModules();
+
     [[nodiscard]] const Values &Kept() const { return values_; }
 
   private:
-    static void TakeLine(const char *line, void *session);
+    void Print(const std::string &text) const { printer_(text); }
     void CallAs(const Words &words, bool byHook);
+    void RequireRoom() const;
+    void KeepBlocks(const std::vector<std::shared_ptr<Block>> &blocks);
     [[nodiscard]] std::vector<DxrHostTable> AllTables() const;
     void ListTables() const;
     void ListTable(uint32_t table) const;
-    void DropSimulated(uint32_t kind, uint32_t count);
-    void DropFiltered(const DxrHostUnit &unit, uint32_t kind, uint32_t count);
-    void StartTrace(const std::string &file);
-    void StopTrace();
 
-    bool isVirtual_;
-    HostOwner host_;
+    PokedHost poked_;
+    Printer printer_;
     DxrHooks bare_{};  // the host's own functions: what the shell itself asks is not traced
     Values values_;
-    std::vector<std::shared_ptr<Block>> kept_;      // that the host may have addresses of
+    std::vector<std::shared_ptr<Block>> kept_;  // that the host may have addresses of
+    size_t keptBytes_ = 0;
     std::vector<std::unique_ptr<Module>> modules_;  // at work
     std::set<std::string> begun_;                   // their names, and those of earlier ones
-    std::vector<DxrSimulateMsg> simulated_;
-    std::map<uint32_t, std::string> simulatedNames_;
-    DxrMessageFilter *filter_ = nullptr;
-    std::string traceFile_;
-    std::array<DxrTraceCount, kTableSlots> counts_{};  // of traces that have ended
-    std::atomic<uint64_t> linesLetThrough_{0};
 };
-
-// Writes what a line prints. Throws BrokenPipe when nobody reads it any more.
-void Put(const std::string &text);
 
 }  // namespace dxrsh
 

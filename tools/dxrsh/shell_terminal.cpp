@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <new>
+#include <optional>
 #include <string>
 
 #include "errors.h"
@@ -38,21 +39,35 @@ namespace {
 
 constexpr const char *kPrompt = "dxr> ";
 
+void Complain(const std::string &text) {
+    Say(stderr, "dxrsh: {}\n", Printable(text, std::string::npos));
+}
+
 // False when the line ends the shell. What is wrong with it is said.
 bool Does(Shell &shell, const std::string &line) {
-    const auto complain = [](const char *text) {
-        Say(stderr, "dxrsh: {}\n", Printable(text, std::string::npos));
-    };
     try {
         return shell.Execute(line);
     } catch (const UsageError &error) {
-        complain(error.what());
+        Complain(error.what());
     } catch (const RunError &error) {
-        complain(error.what());
+        if (shell.WhyEnded()) {
+            return false;  // which is said in the end
+        }
+        Complain(error.what());
     } catch (const std::bad_alloc &) {
-        complain("not enough memory");
+        Complain("not enough memory");
     }
     return true;
+}
+
+// How a shell ends on a terminal: left, or without what it works on.
+int StatusOf(Shell &shell) {
+    const std::optional<std::string> why = shell.WhyEnded();
+    if (!why) {
+        return 0;
+    }
+    Complain(*why);
+    return kExitFailure;
 }
 
 }  // namespace
@@ -254,14 +269,18 @@ class Editor {
     int ReadCharacter(wchar_t *character) {
         std::mbstate_t state{};
         for (;;) {
-            std::array<pollfd, 2> watched = {
-                {{STDIN_FILENO, POLLIN, 0}, {interruptFd_, POLLIN, 0}}};
+            std::array<pollfd, 3> watched = {{{STDIN_FILENO, POLLIN, 0},
+                                              {interruptFd_, POLLIN, 0},
+                                              {shell_.EndFd(), POLLIN, 0}}};
             if (poll(watched.data(), watched.size(), -1) < 0 && errno != EINTR) {
                 return -1;
             }
             if (watched[1].revents != 0) {
                 isInterrupted_ = true;
                 return -1;
+            }
+            if (watched[2].revents != 0 && shell_.WhyEnded()) {
+                return 0;
             }
             if (watched[0].revents == 0) {
                 continue;
@@ -353,7 +372,7 @@ int RunTerminal(Shell &shell) {
             break;
         }
     }
-    return 0;
+    return StatusOf(shell);
 }
 
 #else
@@ -365,7 +384,7 @@ int RunTerminal(Shell &shell) {
             break;
         }
     }
-    return 0;
+    return StatusOf(shell);
 }
 
 #endif

@@ -80,6 +80,21 @@ std::vector<std::string> WordsOf(std::string_view line) {
     return words;
 }
 
+std::string LineOf(const std::vector<std::string> &words) {
+    std::string line;
+    for (const std::string &word : words) {
+        line += line.empty() ? "\"" : " \"";
+        for (const char c : word) {
+            if (c == '"' || c == '\\') {
+                line += '\\';
+            }
+            line += c == '\n' ? "\\n" : std::string(1, c);
+        }
+        line += '"';
+    }
+    return line;
+}
+
 std::optional<uint64_t> LongNumber(std::string_view text) {
     const bool hexadecimal = text.substr(0, 2) == "0x";
     const std::string_view digits = hexadecimal ? text.substr(2) : text;

@@ -15,6 +15,9 @@ namespace dxrsh {
 // word that begins with # begins a remark. Throws UsageError when a quote is not closed.
 [[nodiscard]] std::vector<std::string> WordsOf(std::string_view line);
 
+// A line of these words, without a line break.
+[[nodiscard]] std::string LineOf(const std::vector<std::string> &words);
+
 // Decimal, or hexadecimal after 0x; nothing when the text is anything else or does not fit.
 [[nodiscard]] std::optional<uint64_t> LongNumber(std::string_view text);
 

@@ -232,6 +232,12 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("misuse")) {
         DXR_UnlockMutex(g_mutex);
     }
+    if (Has("linger")) { /* until somebody sets a register */
+        uint32_t value = 0;
+        while (DXR_ReadReg(0, 0, 0x20, &value) == 0 && value == 0) {
+            DXR_DelayTask(5);
+        }
+    }
     if (Has("stuck")) {
         DXR_ReadEvent(0x20, 0, DXR_HOST_FOREVER, &events);
     }

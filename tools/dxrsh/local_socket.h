@@ -1,0 +1,69 @@
+// Sockets between programs of one user on this machine.
+#ifndef DXRSH_LOCAL_SOCKET_H
+#define DXRSH_LOCAL_SOCKET_H
+
+#include <sys/types.h>
+#include <sys/un.h>
+
+#include <string>
+
+namespace dxrsh {
+
+// A descriptor that is closed at the end.
+class Descriptor {
+  public:
+    Descriptor() = default;
+    explicit Descriptor(int fd) : fd_(fd) {}
+    ~Descriptor();
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    Descriptor(Descriptor &&other) noexcept;
+    Descriptor &operator=(Descriptor &&other) noexcept;
+
+    [[nodiscard]] int Get() const { return fd_; }
+    explicit operator bool() const { return fd_ >= 0; }
+
+  private:
+    int fd_ = -1;
+};
+
+// Throws RunError when the path is too long.
+[[nodiscard]] sockaddr_un LocalAddressOf(const std::string &path);
+
+// A connection to who listens at the path, which waits for nobody until it is there: none with the
+// reason in errno, EAGAIN for one who does not take it now. Throws RunError when the path is too
+// long.
+[[nodiscard]] Descriptor ConnectTo(const std::string &path);
+
+// Listens at a path, for this user alone.
+class LocalListener {
+  public:
+    // One that nobody listens at any more is replaced. Throws RunError when somebody does, when
+    // something else is there, and when it cannot be made.
+    LocalListener(const std::string &path, int waiting);
+    ~LocalListener() { Remove(); }
+    LocalListener(const LocalListener &) = delete;
+    LocalListener &operator=(const LocalListener &) = delete;
+    LocalListener(LocalListener &&) = delete;
+    LocalListener &operator=(LocalListener &&) = delete;
+
+    // Does not block.
+    [[nodiscard]] int Fd() const { return fd_.Get(); }
+
+    // From the root.
+    [[nodiscard]] const std::string &Path() const { return path_; }
+
+    // Takes it out of its directory, unless another one is there meanwhile. Any thread; again and
+    // again.
+    void Remove() const;
+
+  private:
+    std::string path_;
+    Descriptor fd_;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
+};
+
+}  // namespace dxrsh
+
+#endif  // DXRSH_LOCAL_SOCKET_H
