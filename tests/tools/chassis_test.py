@@ -270,6 +270,63 @@ def orders(lab, _):
     check(not list(lab.run.glob("dxrsh-chassis/*")), "files are left where it ran")
 
 
+def shells(lab, _):
+    """Messages that the file names are lost and no others; and a board that is poked at."""
+    pulse = 0x50554C
+    tree = lab.top / "losses.json"
+    def unit(number, lost):
+        return dict(type=number, name=f"lpu:{number}",
+                    filters=[dict(type=pulse, name="pulse", lost=lost)])
+    tree.write_text(json.dumps(dict(filters=[dict(type=2, name="lpu", filters=[
+        unit(1, 3), unit(2, 0)])])), encoding="ascii")
+    boards = lab.usual(2, "10")
+    boards[0].update(filter="losses.json", simulate=[dict(kind=77, lost=1)])
+    lab.write(boards)
+    lab.start()
+
+    def shell(board, lines, status=0):
+        done = subprocess.run([lab.dxrsh, "chassis", "shell", str(lab.file), board],
+                              env=lab.environment(), text=True, input=lines, capture_output=True,
+                              timeout=LIMIT, check=False)
+        check(done.returncode == status, f"{board}: {lines}: {done.returncode} {done.stderr}")
+        return done.stdout if status == 0 else done.stderr
+
+    def lost():
+        return lab.status()["main"]["lost"]
+
+    def goes_on():
+        before = lab.status()["main"]["acknowledged"]
+        await_that(lambda: lab.status()["main"]["acknowledged"] > before + 5, "messages arrive")
+
+    await_that(lambda: lost() == 3, "three messages are lost")
+    goes_on()
+    check(lost() == 3, "others are lost, too")
+    # What is lost changes, in the tree of the file and beside it.
+    drops = shell("main", f"drop lpu:2 {pulse} 2\ndrop 77 0\ndrop 78 0\ndrop\n")
+    check("lostCnt[0], name[pulse]" in drops and "kind 77" in drops and "kind 78" in drops, drops)
+    await_that(lambda: lost() == 5, "two more are lost")
+    goes_on()
+    check(lost() == 5, "others are lost, too")
+    check(shell("line1", "set 0:1:0x40 7\ncall DXR_ReadReg 0 1 0x40\nexpect value 7\n") ==
+          "DXR_ReadReg = 0\n  value = 7\n", "a slot of a board")
+    check("slots used: " in shell("line1", "report\nmailboxes\n"), "no report")
+    check(shell("line1", "get 0:1:0x40\nload x\n", 1) == "dxrsh: standard input:2: load: only in "
+          "'dxrsh shell'; this host has its module\n", "load is refused")
+    # Another life of the board has another host at the same place.
+    lab.ask("kill", "line1")
+    await_that(lambda: lab.status()["line1"]["starts"] == 2 and
+               lab.status()["line1"]["state"] == "running", "it is started again")
+    check(shell("line1", "get 0:1:0x40\n") == "0:1:0x40 = 0\n", "not a new host")
+    check("has no board nobody" in shell("nobody", "", 2), "no such board")
+    lab.stop()
+    check("No such file" in shell("line1", "", 2), "no chassis")
+    check(not list(lab.run.glob("dxrsh-chassis/*")), "files are left where it ran")
+    tree.write_text('{"filters": [{"type": 1}]}', encoding="ascii")
+    lab.fails(2, r"losses.json: filters\[0\]: 'name' is missing", str(lab.file))
+    tree.unlink()
+    lab.fails(2, "losses.json: No such file", str(lab.file))
+
+
 def orphans(lab, _):
     """Nothing outlives a supervisor, whatever ends it; and the next one finds its place."""
     lab.write(lab.usual(2, "10"))
@@ -469,7 +526,7 @@ def main():
     parser.add_argument("--reluctant", help="the module of tests/tools/modules, for test endings")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, orphans, begin_again, inherited, endings, deaths, paths, keys,
+    for test in (orders, shells, orphans, begin_again, inherited, endings, deaths, paths, keys,
                  files, storm):
         if options.only not in (None, test.__name__) or (test == endings and not options.reluctant):
             continue

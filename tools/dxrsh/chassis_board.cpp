@@ -14,17 +14,23 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "attach_server.h"
 #include "chassis_file.h"
 #include "chassis_keys.h"
 #include "chassis_place.h"
 #include "chassis_process.h"
 #include "dxr_devhost.h"
 #include "errors.h"
+#include "filter_tree.h"
+#include "message_losses.h"
 #include "module.h"
+#include "run_trace.h"
 
 namespace dxrsh {
 namespace {
@@ -153,16 +159,56 @@ void Join(DxrHost *host, const Chassis &chassis, size_t self, uint32_t incarnati
     }
 }
 
-void SetLosses(DxrHost *host, ChassisBoard &board) {
-    DxrHostFailShare(host, "message.lose", board.lose);
-    DxrHostFailShare(host, "message.twice", board.twice);
-    DxrHostFailShare(host, "message.delay", board.delay);
-    DxrHostFailShare(host, "message.reorder", board.reorder);
-    if (!board.simulated.empty()) {
-        DXR_RegisterSimulateMsgMap(board.simulated.data(),
-                                   static_cast<uint32_t>(board.simulated.size()));
+// What is done to the messages of a board, and who tells and changes it.
+class Poking {
+  public:
+    Poking(DxrHost *host, const Chassis &chassis, const ChassisBoard &board)
+        : losses_(std::in_place, host) {
+        SetLosses(host, board);
+        DxrHostSetDiagSink(host, TakeLine, &lines_);
+        const uint32_t error = trace_.Start({});
+        if (error != 0) {
+            throw RunError("calls are not counted: " +
+                           std::generic_category().message(static_cast<int>(error)));
+        }
+        server_.emplace(BoardControl(chassis.name, board.name),
+                        PokedHost{host, false, &trace_, &*losses_, &lines_});
     }
-}
+
+    // Before the module's way out.
+    void EndLines() { (void)server_->End(); }
+    // Before the host's end, and after it: then nothing waits in it any more.
+    void End() {
+        (void)trace_.Stop();
+        losses_.reset();
+    }
+    void AwaitLines() { (void)server_->End(); }
+
+  private:
+    static void TakeLine(const char *line, void *lines) {
+        ++*static_cast<std::atomic<uint64_t> *>(lines);
+        (void)std::printf("%s\n", line);
+    }
+
+    void SetLosses(DxrHost *host, const ChassisBoard &board) {
+        DxrHostFailShare(host, "message.lose", board.lose);
+        DxrHostFailShare(host, "message.twice", board.twice);
+        DxrHostFailShare(host, "message.delay", board.delay);
+        DxrHostFailShare(host, "message.reorder", board.reorder);
+        for (const DxrSimulateMsg &each : board.simulated) {
+            losses_->Drop(each.msgType, each.lostCnt);
+        }
+        if (!board.filter.empty()) {
+            FilterTree tree(board.filter);
+            losses_->Take(tree);
+        }
+    }
+
+    std::atomic<uint64_t> lines_{0};
+    RunTrace trace_;
+    std::optional<MessageLosses> losses_;
+    std::optional<AttachServer> server_;
+};
 
 }  // namespace
 
@@ -182,16 +228,18 @@ void RunBoard(const BoardOptions &options) {
     DxrHost *const host = MakeHost(chassis, *self);
     Join(host, chassis, static_cast<size_t>(self - chassis.boards.begin()), options.incarnation);
     (void)DxrHostCutOff(host, options.isCutOff);
-    SetLosses(host, *self);
+    Poking poking(host, chassis, *self);
     int status = 0;
     {
         const Control control(host, chassis.beatMs);
         const int result = module.Main(self->arguments);
+        poking.EndLines();
         module.End();
         status = control.IsStopped() || result == 0 ? 0 : kExitFailure;
     }
-    DXR_RegisterSimulateMsgMap(nullptr, 0);
+    poking.End();
     const bool isClean = DxrHostDestroy(host, stderr) == 0;
+    poking.AwaitLines();
     (void)std::fflush(nullptr);
     // Threads that the module made by itself are left alone.
     std::_Exit(status != 0 || isClean ? status : kExitLeftBehind);

@@ -134,6 +134,7 @@ class Reader {
             entry.lostCnt = each.Number32("lost");
             board.simulated.push_back(entry);
         });
+        board.filter = FromHere(members.Text("filter", ""));
         for (uint32_t i = 0; i < count; ++i) {
             AddBoard(members, board, i, isOne);
         }

@@ -29,6 +29,7 @@ struct ChassisBoard {
     uint32_t delay = 0;
     uint32_t reorder = 0;
     std::vector<DxrSimulateMsg> simulated;
+    std::string filter;  // JSON file with a message filter tree; may be empty
 };
 
 struct Chassis {

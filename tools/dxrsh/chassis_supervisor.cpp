@@ -30,6 +30,7 @@
 #include "chassis_status.h"
 #include "dxr_devhost.h"
 #include "errors.h"
+#include "filter_tree.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -648,6 +649,14 @@ class Supervisor {
     bool isWell_ = true;
 };
 
+void CheckFilter(const std::string &file) {
+    try {
+        const FilterTree tree(file);
+    } catch (const RunError &error) {
+        throw UsageError(error.what());
+    }
+}
+
 // What would keep a board from its first word, before anything is started.
 void CheckBoards(const Chassis &chassis, const std::string &machine) {
     bool hasBoard = false;
@@ -658,6 +667,9 @@ void CheckBoards(const Chassis &chassis, const std::string &machine) {
             if (isHere && !file.empty() && access(file.c_str(), R_OK) != 0) {
                 throw UsageError(file + ": " + std::generic_category().message(errno));
             }
+        }
+        if (isHere && !board.filter.empty()) {
+            CheckFilter(board.filter);
         }
         if (!chassis.keys.empty()) {
             (void)ReadPublicKey(chassis.keys, board.name);

@@ -3,12 +3,15 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "attach_client.h"
 #include "chassis_board.h"
 #include "chassis_file.h"
 #include "chassis_keys.h"
@@ -34,6 +37,7 @@ struct ChassisOptions {
     std::vector<std::string> boards;
     uint32_t waitSec = 0;
     bool isJson = false;
+    std::optional<std::string> lines;
 };
 
 // Without libzmq there is none.
@@ -84,6 +88,20 @@ void RunKeys(const ChassisOptions &options) {
     for (const ChassisBoard &board : chassis.boards) {
         const bool isNew = MakeKeys(chassis.keys, board.name);
         WriteOut(board.name + (isNew ? ": made\n" : ": has keys\n"));
+    }
+}
+
+void RunBoardShell(const ChassisOptions &options, const CLI::App &program) {
+    const Chassis chassis = ReadChassisFile(options.supervisor.file, {});
+    const auto board = std::find_if(
+        chassis.boards.begin(), chassis.boards.end(),
+        [&options](const ChassisBoard &each) { return each.name == options.boards[0]; });
+    if (board == chassis.boards.end()) {
+        throw UsageError(options.supervisor.file + ": has no board " + options.boards[0]);
+    }
+    const int status = RunAttached(BoardControl(chassis.name, board->name), options.lines, program);
+    if (status != 0) {
+        throw Ended(status);
     }
 }
 
@@ -170,6 +188,15 @@ void AddChassisCommand(CLI::App &program) {
              {"dxrsh chassis keys lab.json", "mkdir -m 700 keys && dxrsh chassis keys lab.json"});
     keys->add_option("FILE", options->supervisor.file, "The chassis file")->required();
     keys->callback([options] { RunKeys(*options); });
+    CLI::App *const shell =
+        command->add_subcommand("shell", "Pokes at the host of a board, as 'dxrsh attach'");
+    Describe(
+        *shell, "The lines are those of 'dxrsh shell', but for modules, which the board has.",
+        {"dxrsh chassis shell lab.json line1", "echo report | dxrsh chassis shell lab.json line1"});
+    shell->add_option("FILE", options->supervisor.file, "The chassis file")->required();
+    shell->add_option("BOARD", options->boards, "Name of a board")->required()->expected(1);
+    shell->add_option("LINES", options->lines, "File of lines; - is standard input");
+    shell->callback([options, &program] { RunBoardShell(*options, program); });
 
     command->require_subcommand(0, 1);
     command->callback([options, command] {

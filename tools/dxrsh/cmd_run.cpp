@@ -84,9 +84,9 @@ class Run {
         report_.board = options.host.board;
     }
 
-    // What is in the host, or in its table, goes before it.
+    // What works on the host, or stands in its table, ends before it.
     ~Run() {
-        control_.reset();
+        EndControl();
         (void)trace_.Stop();
     }
     Run(const Run &) = delete;
@@ -192,9 +192,10 @@ class Run {
     }
 
   private:
+    // What it has kept stays until the host has ended.
     void EndControl() {
-        if (control_ != nullptr && control_->End()) {
-            control_.reset();
+        if (control_ != nullptr) {
+            (void)control_->End();
         }
     }
 
