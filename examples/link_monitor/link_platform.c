@@ -1,3 +1,6 @@
+/* The host's header stands beside the public one here, as that leaves to each platform how a module
+ * describes itself to DXR_Register, how messages are received, and what the numbers of alarms and
+ * units mean. */
 #include "link_platform.h"
 
 #include <dxr_devhost.h>
