@@ -33,16 +33,26 @@ bool CanBeRead(const Descriptor &connection, int ms) {
     return poll(&watched, 1, ms) > 0;
 }
 
+Descriptor Connect(const std::string &path) {
+    Descriptor connection;
+    try {
+        connection = ConnectTo(path);
+    } catch (const RunError &error) {
+        throw UsageError(error.what());
+    }
+    if (!connection) {
+        const int error = errno;
+        const std::string why = error == ECONNREFUSED ? "no host listens there any more"
+                                : error == EAGAIN     ? "its host does not answer"
+                                                      : std::generic_category().message(error);
+        throw UsageError(path + ": " + why);
+    }
+    return connection;
+}
+
 }  // namespace
 
-AttachedTarget::AttachedTarget(const std::string &path) : connection_(ConnectTo(path)) {
-    if (!connection_) {
-        const int error = errno;
-        throw UsageError(fmt::format("{}: {}", path,
-                                     error == ECONNREFUSED ? "no host listens there any more"
-                                     : error == EAGAIN     ? "its host does not answer"
-                                                       : std::generic_category().message(error)));
-    }
+AttachedTarget::AttachedTarget(const std::string &path) : connection_(Connect(path)) {
     if (!CanBeRead(connection_, kPatienceMs)) {
         throw UsageError(path + ": its host does not answer: it is stopped, or busy with a line");
     }
