@@ -286,8 +286,8 @@ class MemoryService : public Service {
         return release;
     }
 
-    // Ends a block that lives and is whole, of a part of the thread; false, and nothing is done, when
-    // it is none, or there is more to do. Within a quick call.
+    // Ends a block that lives and is whole, of a part of the thread; false, and nothing is done,
+    // when it is none, or there is more to do. Within a quick call.
     bool EndQuickly(Cache &cache, const void *address, const Site *site) const {
         BlockInfo *const info = blocks_.Find(address);
         if (info == nullptr) [[unlikely]] {
