@@ -24,7 +24,8 @@ namespace {
 constexpr size_t kShownWidth = 60;
 constexpr size_t kTableRowBytes = 65536;
 constexpr size_t kShownHex = 32;
-constexpr size_t kMostKeptBytes = size_t{256} << 20U;
+constexpr size_t kMostKeptBytes = size_t{1} << 30U;
+constexpr size_t kBesideBlock = 66000;  // what a block takes besides its bytes
 
 std::string ErrorText(uint32_t error) {
     return std::generic_category().message(static_cast<int>(error));
@@ -78,7 +79,7 @@ void Session::RequireRoom() const {
 
 void Session::KeepBlocks(const std::vector<std::shared_ptr<Block>> &blocks) {
     for (const auto &block : blocks) {
-        keptBytes_ += sizeof(Block) + block->size;
+        keptBytes_ += kBesideBlock + block->size;
     }
     kept_.insert(kept_.end(), blocks.begin(), blocks.end());
 }
