@@ -29,7 +29,7 @@ class AttachedTarget : public ShellTarget {
     [[nodiscard]] std::string Receive();
     [[noreturn]] void End(const std::string &why);
     [[nodiscard]] bool TakesLine(std::string &line);
-    [[nodiscard]] std::string Ask(const std::string &line, bool isPrinted);
+    [[nodiscard]] std::string Ask(const std::string &asked, bool isPrinted);
 
     Descriptor connection_;
     std::string came_;
