@@ -9,6 +9,9 @@
 namespace dxr_trace {
 namespace {
 
+// Of an entry that was there and is not now: the module has not put it in.
+constexpr uint64_t kNoItem = UINT64_MAX;
+
 std::unique_ptr<std::byte[]> CopyOf(const void *bytes, size_t size) {
     auto copy = std::make_unique<std::byte[]>(size);
     std::memcpy(copy.get(), bytes, size);
@@ -32,8 +35,8 @@ uint64_t HashTables::Follow(std::string_view function, std::span<const uint64_t>
     }
     Table &table = found->second;
     const auto name = [&](std::map<uint64_t, Item>::iterator item) {
-        if (result != 0 && item != table.items.end()) {
-            entries_[result] = {words[0], item->first};
+        if (result != 0) {
+            entries_[result] = {words[0], item != table.items.end() ? item->first : kNoItem};
         }
     };
     if (function == "DXR_HashFindKey") {
@@ -131,7 +134,7 @@ uint64_t HashTables::Place(uint64_t entry, uint64_t what, uint64_t offset, uint6
     }
     const auto found = table->second.items.find(named->second.number);
     if (found == table->second.items.end()) {
-        return unknown;
+        return 0;
     }
     const Item &item = found->second;
     if (what == DXR_HOST_HASH_DATA && item.data == nullptr) {
@@ -139,7 +142,7 @@ uint64_t HashTables::Place(uint64_t entry, uint64_t what, uint64_t offset, uint6
     }
     const bool isKey = what == DXR_HOST_HASH_KEY;
     const size_t size = isKey ? item.keySize : item.dataSize;
-    return offset < size ? ToWord((isKey ? item.key : item.data).get() + offset) : unknown;
+    return offset < size ? ToWord((isKey ? item.key : item.data).get() + offset) : 0;
 }
 
 }  // namespace dxr_trace

@@ -19,8 +19,9 @@ class HashTables {
   public:
     // A call of the module's, with its own arguments, that the recording answered with `result`.
     // Tables and entries are named as the recording names them. The function that a table compares
-    // with may be called. Gives what DXR_HashGetFromEntry gives now; `result` for all others, and
-    // for what is not known. Throws std::bad_alloc.
+    // with may be called. Gives what DXR_HashGetFromEntry gives now, null when the module has not
+    // put that in; `result` for all others, and for entries that are not known. Throws
+    // std::bad_alloc.
     uint64_t Follow(std::string_view function, std::span<const uint64_t> words, uint64_t result);
 
   private:

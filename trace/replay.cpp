@@ -746,7 +746,9 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
         }
     } else {
         AwaitTurn(*runner, step->returnEvent);
-        const bool isHash = !isOver_ && kSlots[slot].group == kHashTables;
+        // Of other hosts nobody knows what they make of keys.
+        const bool isHash =
+            !isOver_ && file_.follow == Follow::kDevhost && kSlots[slot].group == kHashTables;
         const uint64_t place = isHash ? FollowHash(*runner, call, own) : call.result;
         Mark(step->returnEvent);
         WriteOut(call, own);

@@ -581,19 +581,34 @@ TEST_F(HashTablesTest, WhatIsNotKnownIsAnsweredAsItWas) {
     EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
 
     Create(sizeof(key), nullptr);
-    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
     EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
     EXPECT_EQ(0U, Follow("DXR_HashInsert", {kTable, At(&key), At(&own), 0, 0}, 0));
     EXPECT_EQ(1U, Follow("DXR_HashCount", {kTable}, 1));
     EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
     EXPECT_EQ(At(&own), Follow("DXR_HashGetFromEntry", data, kRecorded));
     EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", data, 0));
-    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", {1, DXR_HOST_HASH_KEY, 4}, kRecorded));
-    EXPECT_EQ(0U, Follow("DXR_HashRemove", find, 0));
-    EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
     EXPECT_EQ(0U, Follow("DXR_HashFree", {kTable}, 0));
     EXPECT_EQ(kRecorded, Follow("DXR_HashGetFromEntry", data, kRecorded));
     EXPECT_EQ(0U, Follow("DXR_HashRemove", find, 0));
+}
+
+// A module that puts in something else than then gets no address that leads nowhere.
+TEST_F(HashTablesTest, WhatIsNotThereIsNull) {
+    const uint32_t key = 5;
+    const std::vector<uint64_t> find = {kTable, At(&key)};
+    const std::vector<uint64_t> data = {1, DXR_HOST_HASH_DATA, 0};
+    Create(sizeof(key), nullptr);
+    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
+    EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", data, kRecorded));
+    EXPECT_EQ(2U, Follow("DXR_HashGetNext", {kTable, 1}, 2));
+    EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", {2, DXR_HOST_HASH_KEY, 0}, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashInsert", {kTable, At(&key), At(&key), 4, 0}, 0));
+    EXPECT_EQ(1U, Follow("DXR_HashFindKey", find, 1));
+    EXPECT_NE(kRecorded, Follow("DXR_HashGetFromEntry", {1, DXR_HOST_HASH_KEY, 3}, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", {1, DXR_HOST_HASH_KEY, 4}, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", {1, DXR_HOST_HASH_DATA, 4}, kRecorded));
+    EXPECT_EQ(0U, Follow("DXR_HashRemove", find, 0));
+    EXPECT_EQ(0U, Follow("DXR_HashGetFromEntry", data, kRecorded));
 }
 
 // --- All slots
