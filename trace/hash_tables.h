@@ -53,7 +53,7 @@ class HashTables {
 
     void Create(uint64_t options, uint64_t table);
     void Free(uint64_t table);
-    void Insert(Table &table, const char *key, uint64_t data, size_t bytes);
+    static void Insert(Table &table, const char *key, uint64_t data, size_t bytes);
     static void Remove(Table &table, const char *key);
     static std::map<uint64_t, Item>::iterator Find(Table &table, const char *key);
     [[nodiscard]] uint64_t Place(uint64_t entry, uint64_t what, uint64_t offset,
