@@ -950,7 +950,7 @@ void Replay::MapReserved(const TracedCall &call, const TracedCall &live) {
                 bytes = std::max(bytes, other.words[kBytes]);
             }
         }
-        const size_t size = static_cast<size_t>(bytes);
+        const auto size = static_cast<size_t>(bytes);
         addresses_.AddBlock(recorded, {ToWord(RecordedMemory(size)), size});
         block = addresses_.FindBlock(recorded);
     }
