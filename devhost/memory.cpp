@@ -132,21 +132,31 @@ struct ReleasedLarge {
     const Site *released = nullptr;
 };
 
-void SetGuards(std::byte *bytes, uint32_t size) {
+// Guard bytes, but for the first four: they are the index of what is known of the block.
+void SetGuards(std::byte *bytes, uint32_t size, uint32_t index) {
     std::memset(bytes - blocks::kGuard, kGuardByte, blocks::kGuard);
     std::memset(bytes + size, kGuardByte, blocks::kGuard);
+    std::memcpy(bytes - blocks::kGuard, &index, sizeof(index));
 }
 
-// Of a block of that size.
+template <typename Word>
+bool IsGuard(const std::byte *from) {
+    Word word = 0;
+    std::memcpy(&word, from, sizeof(word));
+    return word == static_cast<Word>(uint64_t{0x0101010101010101} * kGuardByte);
+}
+
+// All but the index.
 inline bool AreGuards(const std::byte *bytes, uint32_t size) {
-    using Guard [[gnu::vector_size(blocks::kGuard)]] = uint64_t;
-    constexpr uint64_t kWord = uint64_t{0x0101010101010101} * kGuardByte;
-    Guard before;
-    Guard after;
-    std::memcpy(&before, bytes - blocks::kGuard, sizeof(before));
-    std::memcpy(&after, bytes + size, sizeof(after));
-    const Guard differs = (before ^ Guard{kWord, kWord}) | (after ^ Guard{kWord, kWord});
-    return (differs[0] | differs[1]) == 0;
+    static_assert(blocks::kGuard == 4 + 4 + 8);
+    return IsGuard<uint64_t>(bytes - 8) && IsGuard<uint32_t>(bytes - 12) &&
+           IsGuard<uint64_t>(bytes + size) && IsGuard<uint64_t>(bytes + size + 8);
+}
+
+bool IsWhole(const BlockInfo &info) {
+    uint32_t index = 0;
+    std::memcpy(&index, info.bytes - blocks::kGuard, sizeof(index));
+    return index == info.index && AreGuards(info.bytes, info.size);
 }
 
 std::string TextOf(const Site *site) {
@@ -289,7 +299,7 @@ class MemoryService : public Service {
     // Ends a block that lives and is whole, of a part of the thread; false, and nothing is done,
     // when it is none, or there is more to do. Within a quick call.
     bool EndQuickly(Cache &cache, const void *address, const Site *site) const {
-        BlockInfo *const info = blocks_.Find(address);
+        BlockInfo *const info = blocks_.FindQuickly(address);
         if (info == nullptr) [[unlikely]] {
             return false;
         }
@@ -551,7 +561,7 @@ class MemoryService : public Service {
     }
 
     static Result ResultOf(const BlockInfo &info) {
-        return AreGuards(info.bytes, info.size) ? Result::kReleased : Result::kDamaged;
+        return IsWhole(info) ? Result::kReleased : Result::kDamaged;
     }
 
   public:
@@ -559,7 +569,7 @@ class MemoryService : public Service {
     static void Fill(BlockInfo &room, std::byte *bytes, Cache &cache, Maker &maker, uint32_t size) {
         room.size = size;
         room.serial = ++cache.lastSerial;
-        SetGuards(bytes, size);
+        SetGuards(bytes, size, room.index);
         maker.Count(size);
         room.state.store(BlockState::Live(&maker), std::memory_order_release);
     }

@@ -12,6 +12,8 @@ Part &Account::PartOf(const void *owner, ThreadRecord &thread) {
         return **found;
     }
     parts_.push_back(std::make_unique<Part>(*this, owner, thread));
+    // Only the first one opens without having shown that it is left alone.
+    parts_.back()->patience_ = parts_.size() == 1 ? 0 : Part::kLeastPatience;
     return *parts_.back();
 }
 
@@ -71,7 +73,7 @@ void Account::AwaitClosed(Part &part) {
     AwaitQuickCall(part.thread_, host_);
     TakeWhatIsLeft(part);
     part.steps_ = 0;
-    part.patience_ = std::min(part.patience_ * 2, Part::kMostPatience);
+    part.patience_ = std::clamp(part.patience_ * 2, Part::kLeastPatience, Part::kMostPatience);
 }
 
 void Account::TakeWhatIsLeft(Part &part) {
@@ -88,13 +90,13 @@ void Account::OpenPerhaps(Part &own) {
         return;
     }
     const bool isAlone = parts_.size() == 1;
-    if (!isAlone && !own.IsOpen() && ++own.steps_ < own.patience_) {
+    if (!own.IsOpen() && ++own.steps_ < own.patience_) {
         return;
     }
     const uint64_t blocks = values_.blocksPeak - values_.blocks;
     const uint64_t bytes = values_.bytesPeak - values_.bytes;
-    own.blocksLeft_ = isAlone ? blocks : (blocks + 1) / 2;
-    own.bytesLeft_ = isAlone ? bytes : (bytes + 1) / 2;
+    own.blocksLeft_ = isAlone ? blocks : blocks / 2;
+    own.bytesLeft_ = isAlone ? bytes : bytes / 2;
     values_.blocks += own.blocksLeft_;
     values_.bytes += own.bytesLeft_;
     own.openFor_.store(own.cache, std::memory_order_relaxed);

@@ -72,7 +72,7 @@ class Part {
     bool isClosing_ = false;
     bool isPaused_ = false;
     uint32_t steps_ = 0;  // since it was closed
-    uint32_t patience_ = kLeastPatience;
+    uint32_t patience_ = 0;
 };
 
 class Account {

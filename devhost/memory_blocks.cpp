@@ -25,21 +25,25 @@ void *Reserve(size_t size) {
     return begin != MAP_FAILED ? begin : nullptr;
 }
 
+void Unreserve(void *begin, size_t size) {
+    if (begin != nullptr) {
+        (void)munmap(begin, size);
+    }
+}
+
 }  // namespace
 
 Blocks::Blocks() {
-    for (reserved_ = kMostReserved; base_ == nullptr && reserved_ >= kLeastReserved;) {
+    for (reserved_ = kMostReserved; reserved_ >= kLeastReserved; reserved_ /= 2) {
         base_ = static_cast<std::byte *>(Reserve(reserved_));
-        reserved_ /= base_ != nullptr ? 1 : 2;
+        spans_ = static_cast<Span *>(Reserve(SizeOfSpans(reserved_)));
+        infos_ = static_cast<BlockInfo *>(Reserve(SizeOfInfos(reserved_)));
+        if (base_ != nullptr && spans_ != nullptr && infos_ != nullptr) {
+            return;
+        }
+        GiveUp();
     }
-    if (base_ == nullptr) {
-        throw std::bad_alloc();
-    }
-    spans_ = static_cast<Span *>(Reserve(reserved_ / kSpan * sizeof(Span)));
-    if (spans_ == nullptr) {
-        (void)munmap(base_, reserved_);
-        throw std::bad_alloc();
-    }
+    throw std::bad_alloc();
 }
 
 Blocks::~Blocks() {
@@ -47,10 +51,23 @@ Blocks::~Blocks() {
         if (__lsan_unregister_root_region != nullptr) {
             __lsan_unregister_root_region(base_ + at * kSpan, kSpan);
         }
-        delete[] spans_[at].infos;
     }
-    (void)munmap(spans_, reserved_ / kSpan * sizeof(Span));
-    (void)munmap(base_, reserved_);
+    GiveUp();
+}
+
+void Blocks::GiveUp() {
+    Unreserve(base_, reserved_);
+    Unreserve(spans_, SizeOfSpans(reserved_));
+    Unreserve(infos_, SizeOfInfos(reserved_));
+}
+
+size_t Blocks::SizeOfSpans(size_t reserved) {
+    return reserved / kSpan * sizeof(Span);
+}
+
+// One more than there can be: an address after the last room asks for it.
+size_t Blocks::SizeOfInfos(size_t reserved) {
+    return (reserved / blocks::kLeastRoom + 1) * sizeof(BlockInfo);
 }
 
 bool Blocks::BeginSpan(Common &common, uint32_t number) {
@@ -60,21 +77,21 @@ bool Blocks::BeginSpan(Common &common, uint32_t number) {
     }
     const uint32_t room = kRooms[number / RoomRings::kStride];
     const auto count = static_cast<uint32_t>(kSpan / room);
-    auto *const infos = new (std::nothrow) BlockInfo[count + 1];
-    if (infos == nullptr) {
-        return false;
-    }
+    const uint32_t first = usedInfos_;
     std::byte *const begin = base_ + at * kSpan;
     for (uint32_t i = 0; i < count; ++i) {
-        infos[i].bytes = begin + size_t{i} * room + blocks::kGuard;
-        infos[i].ring = number;
+        auto *const info = new (&infos_[first + i]) BlockInfo;
+        info->bytes = begin + size_t{i} * room + blocks::kGuard;
+        info->ring = number;
+        info->index = first + i;
     }
-    spans_[at] = {infos, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1), count};
+    spans_[at] = {first, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1)};
     if (__lsan_register_root_region != nullptr) {
         __lsan_register_root_region(begin, kSpan);
     }
-    common.nextUnused = infos;
-    common.endUnused = infos + count;
+    common.nextUnused = &infos_[first];
+    common.endUnused = common.nextUnused + count;
+    usedInfos_ = first + count;
     usedBytes_ = (at + 1) * kSpan;
     return true;
 }

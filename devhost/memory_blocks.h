@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -45,6 +46,13 @@ class BlockState {
     uintptr_t word_ = 0;
 };
 
+namespace blocks {
+
+// The index of a block that has no room: guard bytes.
+constexpr uint32_t kOutOfRooms = 0xFDFDFDFD;
+
+}  // namespace blocks
+
 // What is known of a room and of the block in it, while that lives and until the room is used
 // again. In a cache line of its own.
 struct alignas(64) BlockInfo {
@@ -52,7 +60,8 @@ struct alignas(64) BlockInfo {
     std::byte *bytes = nullptr;  // of the block
     uint64_t serial = 0;
     uint32_t size = 0;
-    uint32_t ring = 0;  // where rooms of that size are kept
+    uint32_t ring = 0;                     // where rooms of that size are kept
+    uint32_t index = blocks::kOutOfRooms;  // of this; stands in front of the block too
     std::atomic<const Site *> released{nullptr};
 
     [[nodiscard]] const Maker *Made() const { return state.load(std::memory_order_relaxed).Made(); }
@@ -66,6 +75,7 @@ constexpr size_t kLargestFineRoom = 1024;
 constexpr size_t kLargestRoom = 8192;
 constexpr size_t kSpan = size_t{64} * 1024;  // rooms of one size lie together in so many bytes
 constexpr size_t kSizes = kLargestFineRoom / kStep + 12;
+constexpr size_t kLeastRoom = 48;  // a byte and its guards
 constexpr uint32_t kRingRoom = 64;
 constexpr uint32_t kAtRest = 32;  // rooms that a ring keeps unused
 
@@ -196,6 +206,23 @@ class Blocks {
         ring.Push(&room);
     }
 
+    // The same as Find, by the index that stands in front of a block; null also when that is spoilt.
+    [[nodiscard]] BlockInfo *FindQuickly(const void *address) const {
+        const auto offset = reinterpret_cast<uintptr_t>(address) -
+                            reinterpret_cast<uintptr_t>(base_) - blocks::kGuard;
+        if (offset >= usedBytes_.load(std::memory_order_acquire)) [[unlikely]] {
+            return nullptr;
+        }
+        uint32_t index = 0;
+        std::memcpy(&index, static_cast<const std::byte *>(address) - blocks::kGuard,
+                    sizeof(index));
+        if (index >= usedInfos_.load(std::memory_order_acquire)) [[unlikely]] {
+            return nullptr;
+        }
+        BlockInfo &info = infos_[index];
+        return info.bytes == address ? &info : nullptr;
+    }
+
     // What is known of the block that begins at an address; null when none can begin there.
     [[nodiscard]] BlockInfo *Find(const void *address) const {
         const auto offset = reinterpret_cast<uintptr_t>(address) -
@@ -205,7 +232,7 @@ class Blocks {
         }
         const Span &span = spans_[offset / blocks::kSpan];
         const auto within = static_cast<uint32_t>(offset % blocks::kSpan);
-        BlockInfo &info = span.infos[(uint64_t{within} * span.reciprocal) >> 32];
+        BlockInfo &info = infos_[span.first + ((uint64_t{within} * span.reciprocal) >> 32)];
         return info.bytes == address ? &info : nullptr;
     }
 
@@ -218,21 +245,17 @@ class Blocks {
     // Calls `visit` with each block that lives. Only while nobody allocates or releases.
     template <typename Visit>
     void ForEachLive(Visit visit) const {
-        for (size_t at = 0; at < usedBytes_ / blocks::kSpan; ++at) {
-            const Span &span = spans_[at];
-            for (uint32_t index = 0; index < span.count; ++index) {
-                if (span.infos[index].state.load(std::memory_order_acquire).IsLive()) {
-                    visit(span.infos[index]);
-                }
+        for (uint32_t index = 0; index < usedInfos_; ++index) {
+            if (infos_[index].state.load(std::memory_order_acquire).IsLive()) {
+                visit(infos_[index]);
             }
         }
     }
 
   private:
     struct Span {
-        BlockInfo *infos;     // one more than there are rooms, for the bytes after them
+        uint32_t first;       // of its rooms; there are others or none after the last one's
         uint32_t reciprocal;  // of the size of a room, times 2^32, rounded up
-        uint32_t count;
     };
 
     struct Common {
@@ -247,12 +270,17 @@ class Blocks {
     bool Refill(RoomRing &ring, uint32_t number);
     void Spill(RoomRing &ring, uint32_t number);
     bool BeginSpan(Common &common, uint32_t number);
+    void GiveUp();
+    static size_t SizeOfSpans(size_t reserved);
+    static size_t SizeOfInfos(size_t reserved);
 
     std::byte *base_ = nullptr;
     size_t reserved_ = 0;
     Span *spans_ = nullptr;
-    std::atomic<size_t> usedBytes_{0};  // of spans that are whole
-    std::mutex mutex_;                  // guards what follows, and the making of spans
+    BlockInfo *infos_ = nullptr;          // of all rooms, by their index
+    std::atomic<uint32_t> usedInfos_{0};  // that are whole
+    std::atomic<size_t> usedBytes_{0};    // of spans that are whole; grows last
+    std::mutex mutex_;                    // guards what follows, and the making of spans
     std::array<Common, blocks::kSizes> common_;
 };
 
