@@ -8,9 +8,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -99,7 +101,8 @@ class PluginService : public Service {
 
     std::mutex mutex;  // guards what follows
     std::map<std::string, Plugin, std::less<>> plugins;
-    std::vector<Library> kept;  // whose code is needed until the end
+    std::list<std::string> displays;  // how far each display of all is: the name of the last line
+    std::vector<Library> kept;        // whose code is needed until the end
     FaultPoint &registerFails;
     FaultPoint &loadFails;
 };
@@ -412,12 +415,14 @@ uint32_t LoadBrdPlugin(void *record) {
         const std::lock_guard lock(state.mutex);
         plugin->library = std::move(opened.library);
         plugin->table = opened.table;
-        plugin->inside += plugin->table->load != nullptr ? 1 : 0;
+        ++plugin->inside;
     }
     uint32_t result = 0;
-    if (plugin->table->load != nullptr) {
+    try {
         const Inside inside(state, *plugin);
-        result = plugin->table->load(plugin->argument);
+        result = plugin->table->load != nullptr ? plugin->table->load(plugin->argument) : 0;
+    } catch (const std::exception &) {
+        result = ENOMEM;  // what was thrown has ended before its code is closed
     }
     if (result != 0) {
         CloseUnused(call, state.TakeLibrary(*plugin));
@@ -454,11 +459,13 @@ void UnLoadBrdPlugin(void *record) {
         return;
     }
     const Busy busy(state, *plugin);
-    {
+    try {
         const Inside inside(state, *plugin);
         if (plugin->table->unload != nullptr) {
             plugin->table->unload(plugin->argument);
         }
+    } catch (const std::exception &) {
+        // It is unloaded all the same; what was thrown has ended before its code is closed.
     }
     CloseUnused(call, state.TakeLibrary(*plugin));
 }
@@ -530,28 +537,17 @@ uint32_t QueryBrdPlugin(void *record, void *question, void *answer) {
     return plugin->table->query(plugin->argument, question, answer);
 }
 
-// The line of the n-th plug-in, or of the one of that name; false when there is none. In plain
-// room: a task may not come back from the function that gets it.
+// The line of a plug-in. In plain room: a task may not come back from the function that gets it.
 using Line = std::array<char, 600>;
 
-bool MakeLine(PluginService &state, const char *name, size_t index, bool isDetailed, Line &line) {
-    const std::lock_guard lock(state.mutex);
-    if (name == nullptr && index >= state.plugins.size()) {
-        return false;
-    }
-    const auto found = name != nullptr
-                           ? state.plugins.find(name)
-                           : std::next(state.plugins.begin(), static_cast<std::ptrdiff_t>(index));
-    if (found == state.plugins.end()) {
-        return false;
-    }
-    const Plugin &plugin = found->second;
+// With the lock.
+void MakeLine(const std::string &name, const Plugin &plugin, bool isDetailed, Line &line) {
     std::array<char, 40> text = {"registered"};
     if (plugin.state == PluginState::kLoaded) {
         (void)std::snprintf(text.data(), text.size(), "loaded, version %u.%u",
                             plugin.table->version >> 16, plugin.table->version & 0xFFFF);
     }
-    (void)std::snprintf(line.data(), line.size(), "plug-in \"%.63s\": %s", found->first.c_str(),
+    (void)std::snprintf(line.data(), line.size(), "plug-in \"%.63s\": %s", name.c_str(),
                         text.data());
     if (isDetailed) {
         const size_t used = std::strlen(line.data());
@@ -559,22 +555,51 @@ bool MakeLine(PluginService &state, const char *name, size_t index, bool isDetai
                             ", %u calls inside, loaded %u times, %.400s", plugin.inside,
                             plugin.loads, plugin.path.c_str());
     }
-    return true;
 }
 
-// Those of a name, or all.
-void Display(const Call &call, const char *name, void *print, void *user, uint32_t detail) {
+void Show(const Call &call, const Line &line, void *print, void *user) {
+    if (print != nullptr) {
+        reinterpret_cast<DxrHostPluginPrint>(print)(line.data(), user);
+    } else {
+        call->Say(kListingLevel, line.data());
+    }
+}
+
+void DisplayOne(const Call &call, const char *name, void *print, void *user, uint32_t detail) {
     PluginService &state = StateOf(*call);
     Line line{};
-    for (size_t i = 0; MakeLine(state, name, i, detail != 0, line); ++i) {
-        if (print != nullptr) {
-            reinterpret_cast<DxrHostPluginPrint>(print)(line.data(), user);
-        } else {
-            call->Say(kListingLevel, line.data());
+    {
+        const std::lock_guard lock(state.mutex);
+        const auto found = state.plugins.find(name);
+        if (found == state.plugins.end()) {
+            return;
         }
-        if (name != nullptr) {
-            break;
+        MakeLine(found->first, found->second, detail != 0, line);
+    }
+    Show(call, line, print, user);
+}
+
+// By the names: registrations may change between two lines. No name is empty.
+void DisplayAll(const Call &call, void *print, void *user, uint32_t detail) {
+    PluginService &state = StateOf(*call);
+    std::list<std::string>::iterator last;
+    {
+        const std::lock_guard lock(state.mutex);
+        last = state.displays.emplace(state.displays.end());
+    }
+    for (;;) {
+        Line line{};
+        {
+            const std::lock_guard lock(state.mutex);
+            const auto next = state.plugins.upper_bound(*last);
+            if (next == state.plugins.end()) {
+                state.displays.erase(last);
+                return;
+            }
+            last->assign(next->first);
+            MakeLine(next->first, next->second, detail != 0, line);
         }
+        Show(call, line, print, user);
     }
 }
 
@@ -583,13 +608,13 @@ void DisplayBrdPlugin(void *record, void *print, void *user, uint32_t detail) {
     if (record != nullptr) {
         const PluginCall call(kSlot, record);
         if (call) {
-            Display(call, call.Given().name, print, user, detail);
+            DisplayOne(call, call.Given().name, print, user, detail);
         }
         return;
     }
     const Call call(kSlot);
     if (call) {
-        Display(call, nullptr, print, user, detail);
+        DisplayAll(call, print, user, detail);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -109,6 +110,54 @@ TEST_F(HostPlugin, IsLoadedAskedAndUnloaded) {
     EXPECT_THAT(Plugins(), IsEmpty());
     EXPECT_THAT(reports, IsEmpty());
     EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(HostPlugin, IsClosedWhenLoadOrUnloadThrow) {
+    const auto isOpen = [this] {
+        void *const library = dlopen(directory.Path("good.so").c_str(), RTLD_NOW | RTLD_NOLOAD);
+        if (library != nullptr) {
+            dlclose(library);
+        }
+        return library != nullptr;
+    };
+    test.work = [] { throw std::runtime_error("a module in C++"); };
+    EXPECT_EQ(Load("good"), Error(ENOMEM));
+    EXPECT_FALSE(isOpen());
+    DxrHostPlugin plugin = Record("good");
+    EXPECT_EQ(DXR_IsBrdPluginLoaded(&plugin), 0U);
+    test.work = nullptr;
+    EXPECT_EQ(DXR_LoadBrdPlugin(&plugin), 0U);
+    EXPECT_TRUE(isOpen());
+    test.work = [] { throw std::runtime_error("a module in C++"); };
+    DXR_UnLoadBrdPlugin(&plugin);
+    EXPECT_FALSE(isOpen());
+    EXPECT_EQ(DXR_UnRegisterBrdPlugin(&plugin), 0U);
+    EXPECT_THAT(reports, IsEmpty());
+    EXPECT_EQ(End(), 0U);
+}
+
+TEST_F(HostPlugin, DisplaysAllThatStayWhileOthersGo) {
+    for (const char *name : {"bare", "good", "leaving", "short"}) {
+        DxrHostPlugin plugin = Record(name);
+        EXPECT_EQ(DXR_RegisterBrdPlugin(&plugin), 0U);
+    }
+    static std::vector<std::string> lines;
+    lines.clear();
+    DXR_DisplayBrdPlugin(
+        nullptr, reinterpret_cast<void *>(+[](const char *line, void *user) {
+            lines.emplace_back(line);
+            if (lines.size() == 2) {
+                auto *const self =
+                    static_cast<HostPlugin_DisplaysAllThatStayWhileOthersGo_Test *>(user);
+                for (const char *name : {"bare", "good", "leaving"}) {
+                    DxrHostPlugin plugin = self->Record(name);
+                    EXPECT_EQ(DXR_UnRegisterBrdPlugin(&plugin), 0U);
+                }
+            }
+        }),
+        this, 0);
+    EXPECT_THAT(lines, ElementsAre("plug-in \"bare\": registered", "plug-in \"good\": registered",
+                                   "plug-in \"short\": registered"));
 }
 
 TEST_F(HostPlugin, UnknownOnesAreNotThere) {

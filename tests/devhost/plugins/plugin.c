@@ -97,6 +97,9 @@ static uint32_t Load(void *argument) {
         const DxrHostCell cell = {DXR_HOST_REGISTERS, 0, 0, 0, 0};
         DxrHostWatchCells(NULL, &cell, 4, Watch, NULL);
     }
+    if (test->work != NULL) {
+        test->work();
+    }
     if (test->leavesTable != 0) {
         DxrHostHashOptions options = {sizeof(options), 4, 0, 0, NULL, Compare, NULL};
         test->table = DXR_HashCreate(&options);
@@ -107,6 +110,9 @@ static uint32_t Load(void *argument) {
 static void Unload(void *argument) {
     TestPlugin *const test = (TestPlugin *)argument;
     ++test->unloads;
+    if (test->work != NULL) {
+        test->work();
+    }
     if (test->stopsTimer != 0) {
         DXR_StopTimer(&timer);
     }

@@ -17,6 +17,7 @@ typedef struct TestPlugin {
     uint32_t leavesControl;            /* of a device */
     uint32_t leavesWatch;              /* of a register */
     uint32_t (*query)(void *question); /* called by its `query`; may be null */
+    void (*work)(void);                /* called by `load` and `unload`; may be null */
     void *table;                       /* a hash table with functions of the plug-in, left by it */
 } TestPlugin;
 
