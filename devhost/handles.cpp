@@ -29,8 +29,6 @@ const char *NameOf(HandleType type) {
             return "hash entry";
         case HandleType::kLogFilter:
             return "log filter";
-        case HandleType::kPlugin:
-            return "plug-in";
         case HandleType::kMapping:
             return "mapping";
     }
@@ -128,6 +126,15 @@ std::string Handles::Explain(const void *handle, HandleType wanted) {
     // Describing waits for the loader, which may be opening a plug-in that makes handles: without
     // the lock.
     return "a freed " + name + ", made by " + Describe(made) + ", freed by " + Describe(ended);
+}
+
+bool Handles::WasMade(const void *handle, HandleType type) {
+    const std::lock_guard lock(mutex_);
+    const Slot *const slot = SlotOf(handle);
+    const auto generation = static_cast<uint32_t>(Bits(handle) >> kIndexBits) % kGenerations;
+    const auto index = static_cast<uint32_t>(Bits(handle)) & kIndexMask;
+    return slot != nullptr && generation != 0 && generation <= slot->generation &&
+           Encode(type, generation, index) == handle;
 }
 
 Place Handles::MadeAt(const void *handle) {

@@ -24,7 +24,6 @@ enum class HandleType : uint8_t {
     kHashTable,
     kHashEntry,
     kLogFilter,
-    kPlugin,
     kMapping,
 };
 
@@ -55,6 +54,9 @@ class Handles {
 
     // Why Find gave null: "a freed mutex, made by ..., freed by ...".
     std::string Explain(const void *handle, HandleType wanted);
+
+    // Tells whether such a handle was ever given out; it may have ended since.
+    bool WasMade(const void *handle, HandleType type);
 
     // Where a live handle was made.
     Place MadeAt(const void *handle);

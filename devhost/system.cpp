@@ -501,8 +501,14 @@ uint32_t StopTimer(void *timer) {
         call.Misuse(kService, "no timer");
         return EINVAL;
     }
-    SystemService &state = StateOf(*call);
-    return given.handle != nullptr && state.Stop(call, given.handle, nullptr) ? 0 : ENOENT;
+    if (given.handle == nullptr) {
+        return ENOENT;
+    }
+    if (!call->handles.WasMade(given.handle, HandleType::kTimer)) {
+        call.Misuse(kService, "no timer", call->handles.Explain(given.handle, HandleType::kTimer));
+        return EINVAL;
+    }
+    return StateOf(*call).Stop(call, given.handle, nullptr) ? 0 : ENOENT;
 }
 
 uint32_t StartTimer(void *timer) {

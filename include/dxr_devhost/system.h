@@ -22,7 +22,8 @@
  *                              ECANCELED after the run's end
  *   DXR_StopTimer(timer)       when it returns, the function does not run and will not, unless it
  *                              is the caller. ENOENT when the timer is not started: never, stopped
- *                              before, or it was to fire once and did
+ *                              before, or it was to fire once and did. EINVAL, reported, for a
+ *                              handle that the host never gave
  *   DXR_SetHeartMon(monitor, ms, misses, number)   begins to watch a heart: when `misses` times
  *                              `ms` milliseconds pass without another call for the same
  *                              DxrHostHeartMonitor, a beat, its function is called and a report

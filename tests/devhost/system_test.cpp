@@ -334,6 +334,15 @@ TEST_F(VirtualTimers, WrongOnesAreRefused) {
     EXPECT_EQ(DXR_StopTimer(&timer), static_cast<uint32_t>(ENOENT)) << "never started";
     DxrHostFailNth(host, "timer.start", 1, false);
     EXPECT_EQ(DXR_StartTimer(&timer), static_cast<uint32_t>(ENOMEM));
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+    EXPECT_EQ(DXR_StopTimer(&timer), static_cast<uint32_t>(ENOENT)) << "stopped before";
+    reports.clear();
+    timer.handle = &timer;
+    EXPECT_EQ(DXR_StopTimer(&timer), einval) << "a handle that is none";
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_STREQ(reports[0].slot, "DXR_StopTimer");
+    EXPECT_STREQ(reports[0].text, "an address that is no timer");
 }
 
 TEST_F(VirtualTimers, AHeartThatStopsIsToldOnce) {
