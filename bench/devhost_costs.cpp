@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -308,18 +309,22 @@ int main() {
         "allocate and release 100 bytes", "malloc, free", 1000000,
         [&](uint32_t n) { Pairs(n, allocate, release); },
         [&](uint32_t n) { Pairs(n, plainAllocate, plainRelease); });
-    // Another thread has used the account too.
-    std::thread([&hooks] {
-        hooks.memory.release(hooks.memory.allocate(10, 1, "bench/devhost_costs.cpp", 3),
-                             "bench/devhost_costs.cpp", 4);
-    }).join();
     const auto allocateShared = [&hooks](uint32_t size) {
         return Touch(hooks.memory.allocate(10, size, "bench/devhost_costs.cpp", 5), size);
     };
+    // Another thread uses the account meanwhile.
+    std::atomic<bool> isOver{false};
+    std::thread sharer([&] {
+        while (!isOver) {
+            Pairs(1000, allocateShared, release);
+        }
+    });
     Row(
         "the same, an account of several threads", "malloc, free", 1000000,
         [&](uint32_t n) { Pairs(n, allocateShared, release); },
         [&](uint32_t n) { Pairs(n, plainAllocate, plainRelease); });
+    isOver = true;
+    sharer.join();
     Row(
         "allocate and release, 1000 live, 16-515 bytes", "malloc, free", 1000000,
         [&](uint32_t n) { WorkingSet(n, allocate, release); },
