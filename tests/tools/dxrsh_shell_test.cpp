@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -523,6 +524,28 @@ TEST(DxrshTerminal, InterruptsDropTheLine) {
     terminal.Do("get 0:1:4", "0:1:0x4 = 0");
     terminal.Type("\x04");
     EXPECT_EQ(terminal.Status(), 0);
+}
+
+TEST(DxrshTerminal, LeavesTheTerminalAsItWas) {
+    const TemporaryDirectory directory;
+    for (const int number : {SIGTERM, SIGHUP, SIGQUIT}) {
+        Terminal terminal(directory.Path("state"));
+        terminal.Type("get 0:1");
+        EXPECT_TRUE(terminal.IsEdited());
+        terminal.Signal(number);
+        EXPECT_EQ(terminal.Status(), 128 + number);
+        EXPECT_FALSE(terminal.IsEdited()) << number;
+    }
+    // A line goes on where it was stopped; nobody can stop the first process of a session.
+    Terminal terminal(directory.Path("state"));
+    terminal.Type("get 0:1");
+    terminal.Signal(SIGTSTP);
+    terminal.Signal(SIGCONT);
+    terminal.Signal(SIGWINCH);
+    terminal.Do(":0x40", "0:1:0x40 = 0\r\n");
+    terminal.Type("quit\r");
+    EXPECT_EQ(terminal.Status(), 0);
+    EXPECT_FALSE(terminal.IsEdited());
 }
 
 TEST(DxrshTerminal, CompletesCommandsSlotsFilesAndNames) {

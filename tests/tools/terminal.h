@@ -94,6 +94,14 @@ class Terminal {
         Await("dxr> ");
     }
 
+    void Signal(int number) const { EXPECT_EQ(kill(child_, number), 0); }
+
+    // Keys go to the shell one by one.
+    [[nodiscard]] bool IsEdited() const {
+        termios modes{};
+        return tcgetattr(fd_, &modes) == 0 && (modes.c_lflag & ICANON) == 0;
+    }
+
     int Status() {
         int status = -1;
         EXPECT_EQ(waitpid(child_, &status, 0), child_);

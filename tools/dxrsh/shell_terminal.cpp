@@ -152,43 +152,79 @@ class RememberedLines {
     std::vector<std::string> lines_;
 };
 
-// --- Ctrl-C
+// --- Signals
 
-// SIGINT may come to any thread: it is told through a pipe. While a line is read, and not while
-// one is done: a call that does not come back is ended with the shell.
-int g_interruptPipe = -1;
+// They may come to any thread: they are told through a pipe. While a line is read, and not while one
+// is done: the terminal is as it was then, and a call that does not come back is ended by Ctrl-C.
+int g_signalPipe = -1;
 
-class Interrupts {
+class Signals {
   public:
-    Interrupts() {
+    Signals() {
         if (pipe2(pipe_.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
             throw RunError(std::generic_category().message(errno));
         }
-        g_interruptPipe = pipe_[1];
-        struct sigaction tell {};
-        tell.sa_handler = [](int) {
-            const int error = errno;
-            const ssize_t written = write(g_interruptPipe, "", 1);
-            (void)written;  // a full pipe tells it as well
-            errno = error;
-        };
-        sigaction(SIGINT, &tell, &before_);
+        g_signalPipe = pipe_[1];
+        for (size_t i = 0; i < kCaught.size(); ++i) {
+            sigaction(kCaught[i], nullptr, &before_[i]);
+            if (kCaught[i] == SIGINT || before_[i].sa_handler != SIG_IGN) {
+                Catch(kCaught[i]);
+            }
+        }
     }
-    ~Interrupts() {
-        sigaction(SIGINT, &before_, nullptr);
+    ~Signals() {
+        for (size_t i = 0; i < kCaught.size(); ++i) {
+            sigaction(kCaught[i], &before_[i], nullptr);
+        }
+        // One that came when the line was at its end.
+        for (int number = Next(); number != 0; number = Next()) {
+            if (number != SIGINT && number != SIGCONT && number != SIGWINCH) {
+                (void)std::raise(number);
+            }
+        }
         (void)close(pipe_[0]);
         (void)close(pipe_[1]);
     }
-    Interrupts(const Interrupts &) = delete;
-    Interrupts &operator=(const Interrupts &) = delete;
-    Interrupts(Interrupts &&) = delete;
-    Interrupts &operator=(Interrupts &&) = delete;
+    Signals(const Signals &) = delete;
+    Signals &operator=(const Signals &) = delete;
+    Signals(Signals &&) = delete;
+    Signals &operator=(Signals &&) = delete;
 
     [[nodiscard]] int Fd() const { return pipe_[0]; }
 
+    // The next one that came; 0 without one.
+    [[nodiscard]] int Next() const {
+        char number = 0;
+        return read(pipe_[0], &number, 1) == 1 ? number : 0;
+    }
+
+    // Does to the program what the signal does when nobody catches it.
+    static void Obey(int number) {
+        struct sigaction usual {};
+        usual.sa_handler = SIG_DFL;
+        sigaction(number, &usual, nullptr);
+        (void)std::raise(number);
+        Catch(number);
+    }
+
   private:
+    static constexpr std::array kCaught = {SIGINT,  SIGTERM, SIGHUP,  SIGQUIT,
+                                           SIGTSTP, SIGCONT, SIGWINCH};
+
+    static void Catch(int number) {
+        struct sigaction tell {};
+        tell.sa_handler = [](int caught) {
+            const int error = errno;
+            const char byte = static_cast<char>(caught);
+            const ssize_t written = write(g_signalPipe, &byte, 1);
+            (void)written;  // many have come
+            errno = error;
+        };
+        sigaction(number, &tell, nullptr);
+    }
+
     std::array<int, 2> pipe_{-1, -1};
-    struct sigaction before_ {};
+    std::array<struct sigaction, kCaught.size()> before_{};
 };
 
 // --- Lines
@@ -224,8 +260,8 @@ class Editor {
     // False at the end.
     bool Read(std::string &line) {
         for (;;) {
-            const Interrupts interrupts;
-            interruptFd_ = interrupts.Fd();
+            const Signals signals;
+            signals_ = &signals;
             isInterrupted_ = false;
             int length = 0;
             const char *const read = el_gets(editor_.get(), &length);
@@ -265,19 +301,40 @@ class Editor {
         return *static_cast<Editor *>(self);
     }
 
+    // True when a signal drops the line. The terminal is left as it was found where it ends or stops
+    // the program.
+    bool Obey(int signal) const {
+        EditLine *const editor = editor_.get();
+        if (signal == SIGWINCH) {
+            el_resize(editor);
+        } else if (signal != SIGINT && signal != 0) {
+            (void)el_set(editor, EL_PREP_TERM, 0);
+            if (signal != SIGCONT) {
+                Signals::Obey(signal);
+            }
+            (void)el_set(editor, EL_PREP_TERM, 1);
+            (void)std::fputc('\r', stdout);  // over what is there of it
+            (void)el_set(editor, EL_REFRESH);
+        }
+        return signal == SIGINT;
+    }
+
     // 1 with a character, 0 at the end, -1 when the line is dropped.
     int ReadCharacter(wchar_t *character) {
         std::mbstate_t state{};
         for (;;) {
             std::array<pollfd, 3> watched = {{{STDIN_FILENO, POLLIN, 0},
-                                              {interruptFd_, POLLIN, 0},
+                                              {signals_->Fd(), POLLIN, 0},
                                               {shell_.EndFd(), POLLIN, 0}}};
             if (poll(watched.data(), watched.size(), -1) < 0 && errno != EINTR) {
                 return -1;
             }
             if (watched[1].revents != 0) {
-                isInterrupted_ = true;
-                return -1;
+                isInterrupted_ = Obey(signals_->Next());
+                if (isInterrupted_) {
+                    return -1;
+                }
+                continue;
             }
             if (watched[2].revents != 0 && shell_.WhyEnded()) {
                 return 0;
@@ -357,7 +414,7 @@ class Editor {
     HistEvent event_{};
     std::unique_ptr<EditLine, EditorCloser> editor_;
     std::unique_ptr<History, HistoryCloser> history_;
-    int interruptFd_ = -1;
+    const Signals *signals_ = nullptr;  // while a line is read
     bool isInterrupted_ = false;
 };
 
