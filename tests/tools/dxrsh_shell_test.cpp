@@ -574,6 +574,26 @@ TEST(DxrshTerminal, CompletesCommandsSlotsFilesAndNames) {
     EXPECT_EQ(terminal.Status(), 0);
 }
 
+// Blanks, quotes and characters of several bytes, piece by piece.
+TEST(DxrshTerminal, CompletesOddNames) {
+    const TemporaryDirectory directory;
+    const std::string odd = directory.Path("two words");
+    ASSERT_EQ(mkdir(odd.c_str(), 0700), 0);
+    directory.Write("two words/it's \xC3\xA9", "get 0:1:0x40\n");
+    directory.Write("two words/it's \xC3\xA8", "get 0:1:0x44\n");
+    directory.Write("two words/other\nname", "");
+    Terminal terminal(directory.Path("state"));
+    terminal.Type("source " + directory.Path("two") + "\t");
+    terminal.Type("it\t\xC3\xA9\r");
+    terminal.Await("0:1:0x40 = 0\r\n");
+    terminal.Await("dxr> ");
+    // What holds a line break is not typed.
+    terminal.Type("source '" + odd + "'/ot\toops\r");
+    terminal.Await("/otoops: No such file or directory");
+    terminal.Type("quit\r");
+    EXPECT_EQ(terminal.Status(), 0);
+}
+
 TEST(DxrshTerminal, RemembersWhatWasTyped) {
     const TemporaryDirectory directory;
     const std::string state = directory.Path("state");

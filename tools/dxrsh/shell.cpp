@@ -121,7 +121,7 @@ std::vector<std::string> FilesThatBegin(const std::string &word) {
          !error && file != end; file.increment(error)) {
         const std::string name = file->path().filename().string();
         const bool isHidden = name[0] == '.' && (tail.empty() || tail[0] != '.');
-        if (name.rfind(tail, 0) == 0 && !isHidden) {
+        if (name.rfind(tail, 0) == 0 && !isHidden && !HoldsControlCharacter(name)) {
             std::error_code ignored;
             found.push_back(head + name + (file->is_directory(ignored) ? "/" : ""));
         }
@@ -243,15 +243,12 @@ bool Shell::ExecuteFile(const std::string &path) {
 }
 
 std::vector<std::string> Shell::Completions(std::string_view line) const {
-    const size_t blank = line.find_last_of(" \t");
-    const std::string word(line.substr(blank == std::string_view::npos ? 0 : blank + 1));
-    const std::string_view before = line.substr(0, line.size() - word.size());
-    std::vector<std::string> words;
-    try {
-        words = WordsOf(before);
-    } catch (const UsageError &) {
-        return {};  // within quotes
+    const std::optional<BegunWord> begun = LastWord(line);
+    if (!begun) {
+        return {};
     }
+    const std::string &word = begun->word;
+    const std::vector<std::string> words = WordsOf(line.substr(0, begun->at));
     std::vector<std::string> found;
     const auto add = [&found, &word](const std::string &candidate) {
         if (candidate.rfind(word, 0) == 0) {

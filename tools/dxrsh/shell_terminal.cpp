@@ -10,6 +10,7 @@
 #include "errors.h"
 #include "say.h"
 #include "shell.h"
+#include "shell_words.h"
 
 #ifdef DXRSH_LIBEDIT
 #include <fcntl.h>
@@ -375,17 +376,22 @@ class Editor {
         const LineInfo *const info = el_line(editor_.get());
         const std::string line(info->buffer, info->cursor);
         const std::vector<std::string> found = shell_.Completions(line);
-        if (found.empty()) {
+        const std::optional<BegunWord> begun = LastWord(line);
+        if (found.empty() || !begun) {
             return CC_ERROR;
         }
-        const size_t typed = line.size() - (line.find_last_of(" \t") + 1);
         std::string common = found[0];
         for (const std::string &word : found) {
             const auto parted =
                 std::mismatch(common.begin(), common.end(), word.begin(), word.end());
             common.erase(parted.first, common.end());
         }
-        std::string more = Escaped(common.substr(typed));
+        // Not a part of a character.
+        while (common.size() < found[0].size() && common.size() > begun->word.size() &&
+               (static_cast<unsigned char>(found[0][common.size()]) & 0xC0U) == 0x80U) {
+            common.pop_back();
+        }
+        std::string more = Escaped(common.substr(begun->word.size()));
         if (found.size() == 1 && common.back() != '/') {
             more += ' ';
         }

@@ -22,11 +22,18 @@ class Cutter {
   public:
     explicit Cutter(std::string_view line) : rest_(line) {}
 
-    // False at the end of the line.
-    bool Next(std::string &word) {
+    // What is left of the line.
+    [[nodiscard]] std::string_view Rest() const { return rest_; }
+
+    void PassBlanks() {
         while (!rest_.empty() && IsBlank(rest_[0])) {
             rest_.remove_prefix(1);
         }
+    }
+
+    // False at the end of the line.
+    bool Next(std::string &word) {
+        PassBlanks();
         if (rest_.empty() || rest_[0] == '#') {
             return false;
         }
@@ -93,6 +100,23 @@ std::string LineOf(const std::vector<std::string> &words) {
         line += '"';
     }
     return line;
+}
+
+std::optional<BegunWord> LastWord(std::string_view line) {
+    Cutter cutter(line);
+    BegunWord last{};
+    try {
+        do {
+            cutter.PassBlanks();
+            last = {line.size() - cutter.Rest().size(), {}};
+            if (!cutter.Rest().empty() && !cutter.Next(last.word)) {
+                return std::nullopt;
+            }
+        } while (!cutter.Rest().empty());
+    } catch (const UsageError &) {
+        return std::nullopt;
+    }
+    return last;
 }
 
 std::optional<uint64_t> LongNumber(std::string_view text) {

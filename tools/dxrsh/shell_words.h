@@ -2,6 +2,7 @@
 #ifndef DXRSH_SHELL_WORDS_H
 #define DXRSH_SHELL_WORDS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,6 +18,14 @@ namespace dxrsh {
 
 // A line of these words, without a line break.
 [[nodiscard]] std::string LineOf(const std::vector<std::string> &words);
+
+// The last word of a line as far as it was typed: where it begins, and what it says. Nothing within
+// quotes or a remark.
+struct BegunWord {
+    size_t at;
+    std::string word;
+};
+[[nodiscard]] std::optional<BegunWord> LastWord(std::string_view line);
 
 // Decimal, or hexadecimal after 0x; nothing when the text is anything else or does not fit.
 [[nodiscard]] std::optional<uint64_t> LongNumber(std::string_view text);
