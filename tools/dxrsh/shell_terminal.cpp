@@ -155,8 +155,9 @@ class RememberedLines {
 
 // --- Signals
 
-// They may come to any thread: they are told through a pipe. While a line is read, and not while one
-// is done: the terminal is as it was then, and a call that does not come back is ended by Ctrl-C.
+// They may come to any thread: they are told through a pipe. While a line is read, and not while
+// one is done: the terminal is as it was then, and a call that does not come back is ended by
+// Ctrl-C.
 int g_signalPipe = -1;
 
 class Signals {
@@ -302,8 +303,8 @@ class Editor {
         return *static_cast<Editor *>(self);
     }
 
-    // True when a signal drops the line. The terminal is left as it was found where it ends or stops
-    // the program.
+    // True when a signal drops the line. Where it ends or stops the program, the terminal is left
+    // as it was found.
     bool Obey(int signal) const {
         EditLine *const editor = editor_.get();
         if (signal == SIGWINCH) {
