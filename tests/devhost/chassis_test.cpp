@@ -146,9 +146,10 @@ class Chassis : public testing::Test {
     void EndLine() { (void)DxrHostDestroy(std::exchange(line_, nullptr), nullptr); }
     void EndMain() { (void)DxrHostDestroy(std::exchange(main_, nullptr), nullptr); }
 
-    // Boards have found each other: what follows is not about the beginning.
+    // Boards have found each other: what follows is not about the beginning. What is on its way to
+    // a board that has just ended is lost, and sent again.
     void Meet() {
-        DxrHostMessage message = WithAck(MessageOf(kLpu2, 1));
+        DxrHostMessage message = WithAck(MessageOf(kLpu2, 1), 2000);
         ASSERT_EQ(OpenAt(line_, kLpu2, 0, [](const DxrHostMessage *, void *) { return 0U; }), 0U);
         ASSERT_TRUE(Await([&message] { return DXR_SendMsg(&message) == 0; }));
     }
@@ -517,17 +518,18 @@ TEST_F(Chassis, OnlySoMuchWaitsToLeave) {
     const std::string text(DXR_HOST_MESSAGE_BYTES, 'x');
     uint32_t sent = 0;
     uint32_t result = 0;
-    // On a slow machine the first ones are given up before the last ones are sent.
-    while (result == 0 && sent <= 8 * kMost) {
+    while (result == 0 && sent <= 2 * kMost) {
         DxrHostMessage message = MessageOf(kLpu3, 1);
         message.data = text.data();
         message.bytes = DXR_HOST_MESSAGE_BYTES;
         result = DXR_SendMsg(&message);
         sent += result == 0 ? 1 : 0;
     }
-    EXPECT_EQ(result, static_cast<uint32_t>(ENOBUFS));
-    EXPECT_GE(sent, kMost);
-    EXPECT_LE(ChassisCountsOf(main_).waiting, kMost);
+    const DxrHostChassisCounts counts = ChassisCountsOf(main_);
+    EXPECT_LE(counts.waiting, kMost);
+    // On a slow machine the first ones are given up before the last ones are sent.
+    EXPECT_TRUE(result == static_cast<uint32_t>(ENOBUFS) || (result == 0 && counts.unreached > 0));
+    EXPECT_TRUE(sent == kMost || counts.unreached > 0);
     EXPECT_TRUE(Await([this] { return ChassisCountsOf(main_).waiting == 0; }));
     EXPECT_EQ(ChassisCountsOf(main_).unreached, sent);
     EXPECT_EQ(Send(kLpu3, 1), 0U) << "there is room again";
