@@ -36,6 +36,7 @@ struct Frame {
     bool isClosed = false;   // to other records
     uint32_t count = 0;      // of records
     uint64_t dataBytes = 0;  // of messages
+    size_t board = 0;        // that it was sent to
     std::vector<Seen> seen;
     uint64_t dueNs = kForever;  // none of those that were seen is given up before
     uint64_t patienceNs;        // of those that were not, the shortest

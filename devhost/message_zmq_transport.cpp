@@ -40,8 +40,9 @@ constexpr int64_t kLargestFrame = kFrameBytes;
 constexpr size_t kLentBytes = 4096;
 
 // Frames that ZeroMQ keeps for a board, on either side. That there is room again it says when half
-// of them are gone: with many, a slow board would look like one that takes nothing.
-constexpr int kFramesKept = 16;
+// of them are gone: with few, the board would have to wait for this thread then; with many, much is
+// on its way to a board that dies.
+constexpr int kFramesKept = 32;
 
 // How long what was sent last may take at the end.
 constexpr int kLingerMs = 200;
@@ -257,7 +258,10 @@ class Doorkeeper {
 class ZmqTransport final : public ChassisTransport {
   public:
     ZmqTransport(MessageReceiver &receiver, const ChassisPlan &plan)
-        : receiver_(receiver), plan_(plan), peers_(plan.boards.size()) {
+        : receiver_(receiver),
+          plan_(plan),
+          tookNs_(plan.boards.size()),
+          peers_(plan.boards.size()) {
         listed_.reserve(peers_.size());
         turn_.reserve(peers_.size());
     }
@@ -392,7 +396,6 @@ class ZmqTransport final : public ChassisTransport {
     struct Peer {
         // The thread's alone.
         Socket socket;
-        uint64_t tookNs = 0;   // when it took something last
         bool isStuck = false;  // what waits cannot leave
 
         // Under the mutex.
@@ -554,7 +557,7 @@ class ZmqTransport final : public ChassisTransport {
         auto kept = listed_.begin();
         for (const size_t board : listed_) {
             Peer &peer = peers_[board];
-            LookAt(peer, nowNs, gone);
+            LookAt(board, nowNs, gone);
             if (peer.IsEmpty()) {
                 peer.isListed = false;
             } else {
@@ -571,7 +574,8 @@ class ZmqTransport final : public ChassisTransport {
 
     // Gives up what has waited for too long; everything when the board sends nothing. Under the
     // mutex.
-    void LookAt(Peer &peer, uint64_t nowNs, Frames &gone) {
+    void LookAt(size_t board, uint64_t nowNs, Frames &gone) {
+        Peer &peer = peers_[board];
         FrameQueue::Given given;
         FrameQueue::Given answers;
         if (isCutOffNow_) {
@@ -586,8 +590,8 @@ class ZmqTransport final : public ChassisTransport {
         }
         uint64_t dueNs = nowNs + kLookNs;
         try {
-            peer.messages.Look(nowNs, peer.tookNs, given, gone);
-            peer.answers.Look(nowNs, peer.tookNs, answers, gone);
+            peer.messages.Look(nowNs, tookNs_[board], given, gone);
+            peer.answers.Look(nowNs, tookNs_[board], answers, gone);
             dueNs = std::min({dueNs, peer.messages.DueNs(), peer.answers.DueNs()});
         } catch (const std::bad_alloc &) {
             // It looks again.
@@ -645,13 +649,15 @@ class ZmqTransport final : public ChassisTransport {
                 (isAnswer ? peer.answers : peer.messages).TakeFirst(leaving);
             }
             const FrameQueue::Given given = {leaving.front().count, leaving.front().dataBytes};
+            leaving.front().board = board;
             peer.isStuck = !Send(leaving, peer.socket);
-            peer.tookNs = peer.isStuck ? peer.tookNs : Clock::MachineNow();
+            const uint64_t nowNs = Clock::MachineNow();
             const std::lock_guard lock(mutex_);
             if (peer.isStuck) {
                 (isAnswer ? peer.answers : peer.messages).PutBack(leaving);
                 return;
             }
+            tookNs_[board] = nowNs;
             if (!isAnswer) {
                 waiting_ -= given.count;
                 waitingBytes_ -= given.dataBytes;
@@ -703,9 +709,17 @@ class ZmqTransport final : public ChassisTransport {
         auto *const self = static_cast<ZmqTransport *>(given);
         Frames frame;
         self->FindLent(data, frame);
-        if (!frame.empty()) {  // it was sent
+        if (!frame.empty()) {
+            // It was sent: a board that takes what it is sent, however slowly, is there.
+            self->HasTaken(frame.front().board);
             self->Keep(frame);
         }
+    }
+
+    void HasTaken(size_t board) {
+        const uint64_t nowNs = Clock::MachineNow();
+        const std::lock_guard lock(mutex_);
+        tookNs_[board] = nowNs;
     }
 
     // Keeps the one frame of the list as a spare one, or ends it.
@@ -763,13 +777,14 @@ class ZmqTransport final : public ChassisTransport {
     const ChassisPlan plan_;
 
     std::mutex mutex_;  // guards what follows; taken after the scheduler's lock, never before it
-    std::vector<size_t> listed_;  // boards that something waits for
-    Frames spare_;                // empty frames, for the next ones
-    Frames lent_;                 // frames that ZeroMQ has
-    uint64_t waiting_ = 0;        // messages
-    uint64_t waitingBytes_ = 0;   // of their data
-    bool hasNews_ = false;        // since the thread began its turn
-    bool isAwake_ = false;        // the thread, or it is being woken
+    std::vector<size_t> listed_;    // boards that something waits for
+    Frames spare_;                  // empty frames, for the next ones
+    Frames lent_;                   // frames that ZeroMQ has
+    std::vector<uint64_t> tookNs_;  // when a board took something last
+    uint64_t waiting_ = 0;          // messages
+    uint64_t waitingBytes_ = 0;     // of their data
+    bool hasNews_ = false;          // since the thread began its turn
+    bool isAwake_ = false;          // the thread, or it is being woken
     bool isStopping_ = false;
     bool isCutOff_ = false;
     DxrHostChassisCounts counts_{};
