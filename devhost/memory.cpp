@@ -134,9 +134,11 @@ struct ReleasedLarge {
 
 // Guard bytes, but for the first four: they are the index of what is known of the block.
 void SetGuards(std::byte *bytes, uint32_t size, uint32_t index) {
-    std::memset(bytes - blocks::kGuard, kGuardByte, blocks::kGuard);
+    using Guard [[gnu::vector_size(blocks::kGuard)]] = uint32_t;
+    constexpr uint32_t kWord = 0x01010101U * kGuardByte;
+    const Guard before = {index, kWord, kWord, kWord};
+    std::memcpy(bytes - blocks::kGuard, &before, sizeof(before));
     std::memset(bytes + size, kGuardByte, blocks::kGuard);
-    std::memcpy(bytes - blocks::kGuard, &index, sizeof(index));
 }
 
 template <typename Word>
@@ -296,7 +298,7 @@ class MemoryService : public Service {
         return release;
     }
 
-    // Ends a block that lives and is whole, of a part of the thread; false, and nothing is done,
+    // Ends a block that lives and is whole, of a part of the thread. False, and nothing is done,
     // when it is none, or there is more to do. Within a quick call.
     bool EndQuickly(Cache &cache, const void *address, const Site *site) const {
         BlockInfo *const info = blocks_.FindQuickly(address);

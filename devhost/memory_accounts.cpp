@@ -77,10 +77,9 @@ void Account::AwaitClosed(Part &part) {
 }
 
 void Account::TakeWhatIsLeft(Part &part) {
-    values_.blocks -= part.blocksLeft_;
-    values_.bytes -= part.bytesLeft_;
-    part.blocksLeft_ = 0;
-    part.bytesLeft_ = 0;
+    values_.blocks -= part.BlocksLeft();
+    values_.bytes -= part.BytesLeft();
+    part.SetLeft(0, 0);
 }
 
 // Leaves a part what there is up to the highest values, or half of it when there are others.
@@ -93,12 +92,14 @@ void Account::OpenPerhaps(Part &own) {
     if (!own.IsOpen() && ++own.steps_ < own.patience_) {
         return;
     }
-    const uint64_t blocks = values_.blocksPeak - values_.blocks;
-    const uint64_t bytes = values_.bytesPeak - values_.bytes;
-    own.blocksLeft_ = isAlone ? blocks : blocks / 2;
-    own.bytesLeft_ = isAlone ? bytes : bytes / 2;
-    values_.blocks += own.blocksLeft_;
-    values_.bytes += own.bytesLeft_;
+    const uint64_t share = isAlone ? 1 : 2;
+    const uint64_t blocks =
+        std::min((values_.blocksPeak - values_.blocks) / share, Part::kMostBlocksLeft);
+    const uint64_t bytes =
+        std::min((values_.bytesPeak - values_.bytes) / share, Part::kMostBytesLeft);
+    own.SetLeft(blocks, bytes);
+    values_.blocks += blocks;
+    values_.bytes += bytes;
     own.openFor_.store(own.cache, std::memory_order_relaxed);
 }
 
@@ -133,8 +134,8 @@ void Account::Resume() {
 Account::Values Account::ValuesInPause() const {
     Values values = values_;
     for (const auto &part : parts_) {
-        values.blocks -= part->blocksLeft_;
-        values.bytes -= part->bytesLeft_;
+        values.blocks -= part->BlocksLeft();
+        values.bytes -= part->BytesLeft();
     }
     return values;
 }

@@ -26,7 +26,8 @@ namespace devhost {
 
 class Account;
 
-class Part {
+// In a cache line of its own.
+class alignas(64) Part {
   public:
     Part(Account &of, const void *owner, ThreadRecord &ownersThread)
         : account(of), cache(owner), thread_(ownersThread) {}
@@ -40,18 +41,15 @@ class Part {
     }
     // The same. Counts a block; false, and nothing has changed, when the account is to be asked.
     bool Take(const void *owner, uint32_t bytes) {
-        if (!IsOpenFor(owner) || blocksLeft_ == 0 || bytesLeft_ < bytes) [[unlikely]] {
+        const uint64_t left = left_ - (kBlock + bytes);
+        if (!IsOpenFor(owner) || (left & (kNoBlock | kNoBytes)) != 0) [[unlikely]] {
             return false;
         }
-        --blocksLeft_;
-        bytesLeft_ -= bytes;
+        left_ = left;
         return true;
     }
     // The same, of a block that ends while the part is open.
-    void GiveBack(uint32_t bytes) {
-        ++blocksLeft_;
-        bytesLeft_ += bytes;
-    }
+    void GiveBack(uint32_t bytes) { left_ += kBlock + bytes; }
 
   private:
     friend class Account;
@@ -60,10 +58,21 @@ class Part {
     static constexpr uint32_t kMostPatience = 4096;
 
     ThreadRecord &thread_;
-    // What is left is not in one piece: a load of two stores waits for both.
-    uint64_t blocksLeft_ = 0;
+    // What is left in one word: bytes, a bit that comes on when they do not suffice, blocks, and
+    // the same for them. There is room for all blocks that the host can give out, and for more.
+    static constexpr uint32_t kByteBits = 35;
+    static constexpr uint64_t kNoBytes = uint64_t{1} << kByteBits;
+    static constexpr uint64_t kBlock = kNoBytes << 1;
+    static constexpr uint64_t kNoBlock = uint64_t{1} << 63;
+    static constexpr uint64_t kMostBytesLeft = uint64_t{1} << 33;
+    static constexpr uint64_t kMostBlocksLeft = uint64_t{1} << 25;
+
+    uint64_t left_ = 0;
     std::atomic<const void *> openFor_{nullptr};  // the owner, or null
-    uint64_t bytesLeft_ = 0;
+
+    [[nodiscard]] uint64_t BlocksLeft() const { return left_ / kBlock; }
+    [[nodiscard]] uint64_t BytesLeft() const { return left_ & (kNoBytes - 1); }
+    void SetLeft(uint64_t blocks, uint64_t bytes) { left_ = blocks * kBlock + bytes; }
 
     // Under the account's lock.
     [[nodiscard]] bool IsOpen() const {

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <new>
 
 // There when the leak sanitizer is: it looks for pointers in the blocks too.
@@ -67,7 +68,8 @@ size_t Blocks::SizeOfSpans(size_t reserved) {
 
 // One more than there can be: an address after the last room asks for it.
 size_t Blocks::SizeOfInfos(size_t reserved) {
-    return (reserved / blocks::kLeastRoom + 1) * sizeof(BlockInfo);
+    return (std::min<size_t>(reserved / blocks::kLeastRoom, blocks::kMostRooms) + 1) *
+           sizeof(BlockInfo);
 }
 
 bool Blocks::BeginSpan(Common &common, uint32_t number) {
@@ -78,6 +80,9 @@ bool Blocks::BeginSpan(Common &common, uint32_t number) {
     const uint32_t room = kRooms[number / RoomRings::kStride];
     const auto count = static_cast<uint32_t>(kSpan / room);
     const uint32_t first = usedInfos_;
+    if (count > blocks::kMostRooms - first) {
+        return false;
+    }
     std::byte *const begin = base_ + at * kSpan;
     for (uint32_t i = 0; i < count; ++i) {
         auto *const info = new (&infos_[first + i]) BlockInfo;

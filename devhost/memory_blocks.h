@@ -75,6 +75,7 @@ constexpr size_t kLargestFineRoom = 1024;
 constexpr size_t kLargestRoom = 8192;
 constexpr size_t kSpan = size_t{64} * 1024;  // rooms of one size lie together in so many bytes
 constexpr size_t kSizes = kLargestFineRoom / kStep + 12;
+constexpr uint32_t kMostRooms = 1U << 26;
 constexpr size_t kLeastRoom = 48;  // a byte and its guards
 constexpr uint32_t kRingRoom = 64;
 constexpr uint32_t kAtRest = 32;  // rooms that a ring keeps unused
@@ -206,7 +207,7 @@ class Blocks {
         ring.Push(&room);
     }
 
-    // The same as Find, by the index that stands in front of a block; null also when that is spoilt.
+    // As Find, by the index that stands in front of a block; null also when that is spoilt.
     [[nodiscard]] BlockInfo *FindQuickly(const void *address) const {
         const auto offset = reinterpret_cast<uintptr_t>(address) -
                             reinterpret_cast<uintptr_t>(base_) - blocks::kGuard;
