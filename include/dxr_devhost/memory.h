@@ -9,7 +9,8 @@
  * reported and otherwise ignored: released twice (with all three sites), an address inside a block,
  * one that never was the host's. A released block is given out again only after others were.
  *
- * Both may be called from any thread. */
+ * Both may be called from any thread. What accounts say is exact for one moment, at which no thread
+ * allocates or releases. */
 #ifndef DXR_DEVHOST_MEMORY_H
 #define DXR_DEVHOST_MEMORY_H
 
