@@ -32,6 +32,8 @@ struct Site {
 // What one thread has asked for at a site; blocks name it. What it has asked for in all is its part
 // of the account's, and counted when that is.
 struct alignas(64) Maker {
+    Maker(Part &itsPart, const Site &itsSite) : part(itsPart), site(itsSite) {}
+
     Part &part;
     const Site &site;
     uint64_t blocks = 0;
@@ -513,7 +515,7 @@ class MemoryService : public Service {
         }
         std::unique_ptr<Maker> &maker = cache.makers[site.number];
         if (maker == nullptr) {
-            maker.reset(new Maker{site.account->PartOf(&cache, cache.thread), site});
+            maker = std::make_unique<Maker>(site.account->PartOf(&cache, cache.thread), site);
         }
         return *maker;
     }

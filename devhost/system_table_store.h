@@ -117,9 +117,10 @@ inline void ForEachOf(uint32_t words, CopyWord copyWord) {
 inline void CopyOut(void *to, const uint64_t *words, uint32_t bytes) {
     auto *const begin = static_cast<unsigned char *>(to);
     const uint32_t whole = bytes / 8;
-    ForEachOf(whole, [begin, words](uint32_t i) { std::memcpy(begin + i * 8, words + i, 8); });
+    ForEachOf(whole,
+              [begin, words](uint32_t i) { std::memcpy(begin + size_t{i} * 8, words + i, 8); });
     if (bytes % 8 != 0) {
-        PutPartOfWord(begin + whole * 8, words[whole], bytes % 8);
+        PutPartOfWord(begin + size_t{whole} * 8, words[whole], bytes % 8);
     }
 }
 
@@ -136,7 +137,7 @@ class KeyInPlace {
     [[nodiscard]] uint64_t Hash(uint64_t table) const {
         uint64_t hash = Mix(bytes_, table);
         const unsigned char *at = begin_;
-        for (const unsigned char *const end = begin_ + bytes_ / 8 * 8; at != end; at += 8) {
+        for (const unsigned char *const end = begin_ + size_t{bytes_ / 8} * 8; at != end; at += 8) {
             hash = Mix(hash, WordAt(at));
         }
         return bytes_ % 8 != 0 ? Mix(hash, last_) : hash;
@@ -146,7 +147,7 @@ class KeyInPlace {
     [[nodiscard]] bool Is(const std::atomic<uint64_t> *word) const {
         uint64_t differs = 0;
         const unsigned char *at = begin_;
-        for (const unsigned char *const end = begin_ + bytes_ / 8 * 8; at != end; at += 8) {
+        for (const unsigned char *const end = begin_ + size_t{bytes_ / 8} * 8; at != end; at += 8) {
             differs |= (word++)->load(std::memory_order_acquire) ^ WordAt(at);
         }
         if (bytes_ % 8 != 0) {
