@@ -34,19 +34,21 @@ constexpr std::string_view kStyle =
 // Whether a character is only to be seen by what it does to others: controls, those of U+0080 to
 // U+009F among them, ends of lines, and those that turn the direction of a text around.
 bool IsHidden(std::string_view character) {
-    const auto byte = [character](size_t i) { return static_cast<uint8_t>(character[i]); };
-    switch (character.size()) {
-        case 1:
-            return byte(0) < ' ' || byte(0) == 0x7F;
-        case 2:
-            return (byte(0) == 0xC2 && byte(1) < 0xA0) || character == "\u061C";
-        case 3:
-            return (character >= "\u200E" && character <= "\u200F") ||
-                   (character >= "\u2028" && character <= "\u202E") ||
-                   (character >= "\u2066" && character <= "\u2069");
-        default:
-            return false;
+    uint32_t code = static_cast<uint8_t>(character[0]);
+    if (character.size() > 1) {
+        code &= 0x7FU >> character.size();
     }
+    for (const char c : character.substr(1)) {
+        code = code << 6U | (static_cast<uint8_t>(c) & 0x3FU);
+    }
+    constexpr std::array<std::array<uint32_t, 2>, 6> kHidden = {{{0, 0x1F},
+                                                                 {0x7F, 0x9F},
+                                                                 {0x61C, 0x61C},
+                                                                 {0x200E, 0x200F},
+                                                                 {0x2028, 0x202E},
+                                                                 {0x2066, 0x2069}}};
+    return std::any_of(kHidden.begin(), kHidden.end(),
+                       [code](const auto &range) { return code >= range[0] && code <= range[1]; });
 }
 
 // As text or as an attribute's value, whatever the bytes are. Those that are no UTF-8, and hidden
