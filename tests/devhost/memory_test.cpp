@@ -238,7 +238,7 @@ TEST_F(HostMemory, AccountsAgreeWithAModelWhoeverAllocates) {
     std::vector<ModelBlock> blocks;
     const std::string file = "heap.cpp";  // a text that the host does not trust
     std::array<Worker, 3> workers;
-    for (int turn = 0; turn < 400; ++turn) {
+    for (uint32_t turn = 0; turn < 400; ++turn) {
         const uint32_t steps = below(4) == 0 ? below(500) : below(6);
         const uint32_t most = below(8) == 0 ? 300 : 20;
         workers[below(workers.size())].Do([&] {

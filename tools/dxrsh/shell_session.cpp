@@ -309,6 +309,7 @@ void Session::Drop(const Words &words) {
     }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): one of the commands, which are alike
 void Session::Fail(const Words &words) {
     RequireCount(words, 1, 2, "fail POINT [N]");
     const uint64_t n =
@@ -355,6 +356,7 @@ void Session::Send(const Words &words) {
                       isAcknowledged ? ", acknowledged with " + NumberText(message.result) : ""));
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): one of the commands, which are alike
 void Session::OpenMailbox(const Words &words) {
     RequireCount(words, 1, 2, "mailbox UNIT [close]");
     const DxrHostUnit unit = RequireUnit(words[0]);
@@ -476,6 +478,7 @@ void Session::Unload(const Words &words) {
     module->End();
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): one of the commands, which are alike
 void Session::Trace(const Words &words) {
     if (words.size() == 2 && words[0] == "on") {
         poked_.trace->Record(words[1]);

@@ -305,7 +305,7 @@ class Editor {
 
     // True when a signal drops the line. Where it ends or stops the program, the terminal is left
     // as it was found.
-    bool Obey(int signal) const {
+    [[nodiscard]] bool Obey(int signal) const {
         EditLine *const editor = editor_.get();
         if (signal == SIGWINCH) {
             el_resize(editor);
