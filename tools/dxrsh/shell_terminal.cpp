@@ -254,7 +254,8 @@ class Editor {
         (void)el_set(editor, EL_EDITOR, "emacs");
         (void)el_set(editor, EL_HIST, history, history_.get());
         (void)el_set(editor, EL_GETCFN, static_cast<el_rfunc_t>(read));
-        (void)el_set(editor, EL_ADDFN, "dxr-complete", "completes a word", +complete);
+        // The narrow form keeps copies of the texts that nothing frees.
+        (void)el_wset(editor, EL_ADDFN, L"dxr-complete", L"completes a word", +complete);
         (void)el_set(editor, EL_BIND, "^I", "dxr-complete", nullptr);
         (void)el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
     }
