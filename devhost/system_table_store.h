@@ -136,8 +136,8 @@ class KeyInPlace {
 
     [[nodiscard]] uint64_t Hash(uint64_t table) const {
         uint64_t hash = Mix(bytes_, table);
-        const unsigned char *at = begin_;
-        for (const unsigned char *const end = begin_ + size_t{bytes_ / 8} * 8; at != end; at += 8) {
+        const unsigned char *const end = begin_ + size_t{bytes_ / 8} * 8;
+        for (const unsigned char *at = begin_; at != end; at += 8) {
             hash = Mix(hash, WordAt(at));
         }
         return bytes_ % 8 != 0 ? Mix(hash, last_) : hash;
@@ -146,8 +146,8 @@ class KeyInPlace {
     // Tells whether those words are the key's; they may be changing.
     [[nodiscard]] bool Is(const std::atomic<uint64_t> *word) const {
         uint64_t differs = 0;
-        const unsigned char *at = begin_;
-        for (const unsigned char *const end = begin_ + size_t{bytes_ / 8} * 8; at != end; at += 8) {
+        const unsigned char *const end = begin_ + size_t{bytes_ / 8} * 8;
+        for (const unsigned char *at = begin_; at != end; at += 8) {
             differs |= (word++)->load(std::memory_order_acquire) ^ WordAt(at);
         }
         if (bytes_ % 8 != 0) {

@@ -158,6 +158,7 @@ class Fake<Result (*)(Args...), Callable> {
     Fake &operator=(Fake &&) = delete;
 
   private:
+    /** @cond */
     /* Outlives the object when the host cuts off the run that has it on its stack. */
     struct State {
         Result (**slot)(Args...);
@@ -165,6 +166,7 @@ class Fake<Result (*)(Args...), Callable> {
         uint64_t test;
         State *before;
     };
+    /** @endcond */
 
     static Result Call(Args... args) {
         if constexpr (std::is_void_v<Result>) {

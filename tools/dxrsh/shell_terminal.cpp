@@ -264,6 +264,7 @@ class Editor {
     bool Read(std::string &line) {
         for (;;) {
             const Signals signals;
+            // cppcheck-suppress danglingLifetime ; only el_gets() below reads it
             signals_ = &signals;
             isInterrupted_ = false;
             int length = 0;
