@@ -125,7 +125,7 @@ TEST_F(TraceRecording, CallsStandInOrderWithArgumentsAndResults) {
     EXPECT_EQ(nullptr, lines[4]["args"]["mode"]);
     std::ostringstream address;
     address << static_cast<const void *>(&g_file);
-    EXPECT_EQ(address.str(), lines[4]["result"]);
+    EXPECT_EQ(address.str(), lines[4]["result"].get<std::string>());
 }
 
 TEST_F(TraceRecording, PointersAreFollowedAsAsked) {
@@ -234,8 +234,8 @@ TEST_F(TraceRecording, TextsOfAnyBytesMakeGoodJson) {
     const std::vector<Json> lines = Lines(recording_);
     ASSERT_EQ(257U, lines.size());
     for (int c = 1; c < 128; ++c) {
-        EXPECT_EQ(std::string(1, static_cast<char>(c)),
-                  lines[static_cast<size_t>(c) - 1]["in"]["path"]);
+        const Json &path = lines[static_cast<size_t>(c) - 1]["in"]["path"];
+        EXPECT_EQ(std::string(1, static_cast<char>(c)), path.get<std::string>());
     }
     EXPECT_EQ("\xe2\x82\xac \xf0\x9f\x98\x80 \"\\/", lines[0]["in"]["mode"]);
     EXPECT_EQ("80", lines[127]["in"]["path"]["hex"]);
