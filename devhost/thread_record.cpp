@@ -10,6 +10,17 @@
 #include "live_hosts.h"
 #include "scheduler.h"
 
+#if defined(__SANITIZE_THREAD__)
+#define DXR_THREADS_ARE_WATCHED 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define DXR_THREADS_ARE_WATCHED 1
+#endif
+#endif
+#ifndef DXR_THREADS_ARE_WATCHED
+#define DXR_THREADS_ARE_WATCHED 0
+#endif
+
 namespace devhost {
 
 thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]] = nullptr;
@@ -63,7 +74,7 @@ long MemBarrier(int command) {
 
 // Once, before the first host is reached.
 bool HasMemBarrier() {
-#if defined(__SANITIZE_THREAD__)
+#if DXR_THREADS_ARE_WATCHED
     return false;  // the sanitizer would not know
 #else
     static const bool has = MemBarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) == 0;

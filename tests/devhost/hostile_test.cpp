@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "dxr_devhost.h"
+#include "support/sanitizers.h"
 #include "support/test_host.h"
 #include "tools/temporary_directory.h"
 
@@ -429,6 +430,7 @@ class Hostile : public testing::Test {
         }
     }
 
+    DXRTEST_CALLS_BY_ANY_TYPE
     Word CallSlot(const DxrHooks &hooks, const Target &target) {
         AnySlot slot = nullptr;
         std::memcpy(&slot, reinterpret_cast<const char *>(&hooks) + target.offset, sizeof(slot));

@@ -14,6 +14,13 @@
 #define DXRTEST_FUNCTION_TYPES_ARE_CHECKED 0
 #endif
 
+// In front of a function that calls others by a type that fits all of them.
+#if DXRTEST_FUNCTION_TYPES_ARE_CHECKED
+#define DXRTEST_CALLS_BY_ANY_TYPE [[clang::no_sanitize("function")]]
+#else
+#define DXRTEST_CALLS_BY_ANY_TYPE
+#endif
+
 // The address sanitizer takes a formatted text of 2 GiB for one of a negative size.
 #if defined(__SANITIZE_ADDRESS__)
 #define DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED 1
@@ -26,17 +33,19 @@
 #define DXRTEST_FORMATTED_LENGTHS_ARE_CHECKED 0
 #endif
 
-// The thread sanitizer reads formats too, and knows fewer than the C library.
 #if defined(__SANITIZE_THREAD__)
-#define DXRTEST_FORMATS_ARE_READ 1
+#define DXRTEST_THREADS_ARE_WATCHED 1
 #elif defined(__has_feature)
 #if __has_feature(thread_sanitizer)
-#define DXRTEST_FORMATS_ARE_READ 1
+#define DXRTEST_THREADS_ARE_WATCHED 1
 #endif
 #endif
-#ifndef DXRTEST_FORMATS_ARE_READ
-#define DXRTEST_FORMATS_ARE_READ 0
+#ifndef DXRTEST_THREADS_ARE_WATCHED
+#define DXRTEST_THREADS_ARE_WATCHED 0
 #endif
+
+// The thread sanitizer reads formats too, and knows fewer than the C library.
+#define DXRTEST_FORMATS_ARE_READ DXRTEST_THREADS_ARE_WATCHED
 
 // The address and thread sanitizers keep shadows of all memory, far beyond any limit of a process.
 #define DXRTEST_MEMORY_IS_SHADOWED \

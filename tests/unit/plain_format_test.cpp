@@ -462,7 +462,7 @@ TEST(PlainFormat, AFormatMayBeTheWholeOfItsBlock) {
 }
 
 TEST(PlainFormat, ATextBeyondIntMaxFails) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if DXRTEST_MEMORY_IS_SHADOWED
     GTEST_SKIP() << "the sanitizer's own vsnprintf counts the text in an int";
 #endif
     // One piece mapped again and again, so that the text is long and the memory is not.

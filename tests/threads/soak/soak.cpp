@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/sanitizers.h"
 #include "threads/soak/filter_jobs.h"
 #include "threads/soak/other_jobs.h"
 #include "tools/temporary_directory.h"
@@ -103,11 +104,7 @@ void CheckRecorder() {
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kRssIsTheProgramsOwn = false;
-#else
-constexpr bool kRssIsTheProgramsOwn = true;
-#endif
+constexpr bool kRssIsTheProgramsOwn = !DXRTEST_MEMORY_IS_SHADOWED;
 constexpr uint64_t kRssRoom = 4 << 20;
 
 struct Options {
