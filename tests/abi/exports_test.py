@@ -17,6 +17,10 @@ import sys
 
 SONAME = "libdxr_api.so.1"
 DEPENDENCIES = {"libstdc++.so.6", "libgcc_s.so.1", "libm.so.6", "libc.so.6"}
+# The value that guards stacks, on ARM.
+LOADERS = {"AArch64": {"ld-linux-aarch64.so.1"}}
+# The compiler's runtime asks there which atomic instructions the processor has.
+START_CODE = {"AArch64": ("init_have_lse_atomics", ".init_array", 8)}
 SANITIZER_RUNTIME = re.compile(r"lib(asan|ubsan|tsan|lsan)\.so\.\d+$")
 # The public header declares these names and no others.
 NAME_PREFIXES = ("DXR_", "g_dxr", "Dxr")
@@ -314,8 +318,10 @@ def check_linkage(options):
     if soname != [SONAME]:
         problems.append(f"the SONAME is {soname}, not {SONAME}")
 
+    machine = re.search(r"Machine: +(.*)", run(options.readelf, "-h", options.library)).group(1)
     needed = set(re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic))
-    allowed = {name for name in needed if SANITIZER_RUNTIME.match(name)} | DEPENDENCIES
+    allowed = ({name for name in needed if SANITIZER_RUNTIME.match(name)} | DEPENDENCIES |
+               LOADERS.get(machine, set()))
     problems += [f"depends on {name}" for name in sorted(needed - allowed)]
 
     for tag in ("RPATH", "RUNPATH", "TEXTREL", "SYMBOLIC", "PREINIT_ARRAY"):
@@ -331,12 +337,15 @@ def check_linkage(options):
 
     # Instrumentation brings some.
     if not is_instrumented(options, needed):
+        names = run(options.nm, options.library)
+        function, place, size = START_CODE.get(machine, ("", "", 0))
+        allowed = {place: size} if re.search(rf"\b{function}$", names, re.M) else {}
         for name in (".init", ".init_array", ".preinit_array", ".ctors",
                      ".fini", ".fini_array", ".dtors"):
-            if section_size(options, name) != 0:
+            if section_size(options, name) > allowed.get(name, 0):
                 problems.append(f"code runs when the library is loaded or unloaded: {name}")
         for name in sorted(set(re.findall(r"\S*_GLOBAL__sub_I\S*|__cxx_global_var_init\S*",
-                                          run(options.nm, options.library)))):
+                                          names))):
             problems.append(f"code runs when the library is loaded: {name}")
     return problems + check_data(options)
 

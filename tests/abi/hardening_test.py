@@ -25,7 +25,7 @@ NOT_OURS = {"_start", "_init", "_fini"}
 LANDING = {"x86_64": (bytes.fromhex("f30f1efa"),),
            # bti c, paciasp
            "aarch64": (bytes.fromhex("5f2403d5"), bytes.fromhex("3f2303d5"))}
-NOTE = {"x86_64": ("IBT", "SHSTK"), "aarch64": ("BTI", "PAC")}
+NOTE = {"x86_64": ("IBT", "SHSTK")}
 
 
 g_readelf = "readelf"

@@ -12,6 +12,7 @@ shown.
 
 import argparse
 import random
+import shlex
 import struct
 import subprocess
 import sys
@@ -38,8 +39,8 @@ class Replay:
     OPERATIONS = 20000
     BYTES = 8 << 20
 
-    def __init__(self, program):
-        self.process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+    def __init__(self, command):
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.operations = []
         self.expected = []
         self.bytes = 0
@@ -187,6 +188,7 @@ PARTS = {"filter": filter_lines, "recorder": record_lines, "rules": judge_lines}
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--replay", required=True)
+    parser.add_argument("--emulator", default="", help="a command that runs it")
     parser.add_argument("--dxrsh", default="-")
     parser.add_argument("--lines", type=int, default=10000)
     parser.add_argument("--flood", type=int)
@@ -203,7 +205,7 @@ def main():
         for part, run in PARTS.items():
             draw = random.Random(f"{options.seed} {name} {part}").random
             start = time.perf_counter()
-            replay = Replay(options.replay)
+            replay = Replay([*shlex.split(options.emulator), options.replay])
             try:
                 count, summary = run(replay, draw, kind(draw, lines))
                 replay.end()
