@@ -34,22 +34,26 @@ uint64_t Stream::Below(uint64_t bound) {
 }
 
 void FaultPoint::FailNth(uint64_t n, bool onwards) {
-    const std::lock_guard lock(mutex_);
-    nth_ = n;
-    onwards_ = onwards;
-    millionths_ = 0;
-    steps_ = 0;
-    failures_ = 0;
-    isSet_ = n != 0;
+    Set(n, onwards, 0);
 }
 
 void FaultPoint::FailShare(uint32_t millionths) {
-    const std::lock_guard lock(mutex_);
-    nth_ = 0;
-    millionths_ = millionths;
-    steps_ = 0;
-    failures_ = 0;
-    isSet_ = millionths != 0;
+    Set(0, false, millionths);
+}
+
+void FaultPoint::Set(uint64_t nth, bool onwards, uint32_t millionths) {
+    {
+        const std::lock_guard lock(mutex_);
+        nth_ = nth;
+        onwards_ = onwards;
+        millionths_ = millionths;
+        steps_ = 0;
+        failures_ = 0;
+        isSet_ = nth != 0 || millionths != 0;
+    }
+    if (tell_) {
+        tell_();
+    }
 }
 
 bool FaultPoint::Decide() {

@@ -4,11 +4,13 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace devhost {
 
@@ -34,6 +36,8 @@ class FaultPoint {
     bool Fails() { return IsSet() && Decide(); }
     // Tells whether any step is; not a step itself.
     [[nodiscard]] bool IsSet() const { return isSet_.load(std::memory_order_relaxed); }
+    // Calls that whenever what is to fail was set anew. Before the host is registered.
+    void WhenSet(std::function<void()> tell) { tell_ = std::move(tell); }
 
     void FailNth(uint64_t n, bool onwards);
     void FailShare(uint32_t millionths);
@@ -41,8 +45,10 @@ class FaultPoint {
     uint64_t Failures();
 
   private:
+    void Set(uint64_t nth, bool onwards, uint32_t millionths);
     bool Decide();
 
+    std::function<void()> tell_;
     std::atomic<bool> isSet_{false};
     std::mutex mutex_;
     Stream stream_;

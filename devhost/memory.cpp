@@ -49,8 +49,7 @@ namespace {
 
 constexpr const char *kService = "memory";
 constexpr uint32_t kReleasing = 0xFFFFFFFF;  // the module of sites that release
-constexpr unsigned char kGuardByte = 0xFD;
-constexpr uint32_t kCacheBits = 40;  // from here on up serials tell the cache
+constexpr uint32_t kCacheBits = 40;          // from here on up serials tell the cache
 
 constexpr char kNoText = 0;
 
@@ -102,12 +101,11 @@ class MemoryService;
 
 // What one thread keeps for itself; the next thread with its record takes it over.
 struct Cache {
-    Cache(ThreadRecord &itsThread, MemoryService &itsService, const FaultPoint &fails)
-        : thread(itsThread), service(itsService), allocateFails(fails) {}
+    Cache(ThreadRecord &itsThread, MemoryService &itsService)
+        : thread(itsThread), service(itsService) {}
 
     ThreadRecord &thread;
     MemoryService &service;
-    const FaultPoint &allocateFails;
     RoomRings rings;
     KnownSites sites{};  // that allocate
     KnownSites releases{};
@@ -134,12 +132,10 @@ struct ReleasedLarge {
     const Site *released = nullptr;
 };
 
-// Guard bytes, but for the first four: they are the index of what is known of the block.
-void SetGuards(std::byte *bytes, uint32_t size, uint32_t index) {
-    using Guard [[gnu::vector_size(blocks::kGuard)]] = uint32_t;
-    constexpr uint32_t kWord = 0x01010101U * kGuardByte;
-    const Guard before = {index, kWord, kWord, kWord};
-    std::memcpy(bytes - blocks::kGuard, &before, sizeof(before));
+constexpr auto kGuardByte = static_cast<unsigned char>(blocks::kGuardWord);
+
+void SetGuards(std::byte *bytes, uint32_t size, const blocks::FrontGuard &front) {
+    std::memcpy(bytes - blocks::kGuard, &front, sizeof(front));
     std::memset(bytes + size, kGuardByte, blocks::kGuard);
 }
 
@@ -158,9 +154,8 @@ inline bool AreGuards(const std::byte *bytes, uint32_t size) {
 }
 
 bool IsWhole(const BlockInfo &info) {
-    uint32_t index = 0;
-    std::memcpy(&index, info.bytes - blocks::kGuard, sizeof(index));
-    return index == info.index && AreGuards(info.bytes, info.size);
+    return std::memcmp(info.bytes - blocks::kGuard, &info.front, sizeof(info.front)) == 0 &&
+           AreGuards(info.bytes, info.size);
 }
 
 std::string TextOf(const Site *site) {
@@ -185,7 +180,10 @@ class MemoryService : public Service {
     explicit MemoryService(Host &host)
         : Service(host),
           limit(host.options.memoryLimit),
-          allocateFails(host.chance.Point("memory.allocate")) {}
+          allocateFails(host.chance.Point("memory.allocate")) {
+        allocateFails.WhenSet([this] { LookAtEachPerhaps(); });
+        LookAtEachPerhaps();
+    }
 
     void ReportLeftovers() override {
         for (const LiveBlock &block : Live()) {
@@ -268,16 +266,8 @@ class MemoryService : public Service {
     }
 
     void SetLimit(uint64_t bytes) {
-        const std::lock_guard limitLock(limitMutex_);
         limit = bytes;
-        if (bytes == 0) {
-            return;
-        }
-        const std::lock_guard lock(mutex_);
-        for (auto &[mid, account] : accounts_) {
-            const std::lock_guard accountLock(account.mutex);
-            account.CloseAll();
-        }
+        LookAtEachPerhaps();
     }
 
     enum class Result : uint8_t { kReleased, kDamaged, kNoBlock };
@@ -309,14 +299,18 @@ class MemoryService : public Service {
         }
         const BlockState seen = info->state.load(std::memory_order_relaxed);
         const uint32_t size = info->size;
-        if (!seen.IsLive() || !seen.Made()->part.IsOpenFor(&cache) ||
-            !AreGuards(static_cast<const std::byte *>(address), size)) [[unlikely]] {
+        if (!seen.IsLive()) [[unlikely]] {
+            return false;
+        }
+        Part &part = seen.Made()->part;
+        if (!part.IsOpenFor(&cache) || !AreGuards(static_cast<const std::byte *>(address), size))
+            [[unlikely]] {
             return false;
         }
         if (!cache.rings[info->ring].TryPush(info)) [[unlikely]] {
             return false;
         }
-        EndOwn(*info, seen, size, site);
+        EndOwn(*info, seen, part, size, site);
         return true;
     }
 
@@ -378,12 +372,28 @@ class MemoryService : public Service {
                                       : "an address that is not the host's";
     }
 
+    // What may not fit or is to fail: then each allocation goes the long way.
+    [[nodiscard]] bool LooksAtEach() const { return looksAtEach_.load(std::memory_order_relaxed); }
+
     std::atomic<uint64_t> limit;
     FaultPoint &allocateFails;
     std::atomic<uint64_t> badReleases{0};
 
   private:
     using SiteKey = std::tuple<uint32_t, uint32_t, std::string>;
+
+    void LookAtEachPerhaps() {
+        const std::lock_guard limitLock(limitMutex_);
+        looksAtEach_ = limit != 0 || allocateFails.IsSet();
+        if (!LooksAtEach()) {
+            return;
+        }
+        const std::lock_guard lock(mutex_);
+        for (auto &[mid, account] : accounts_) {
+            const std::lock_guard accountLock(account.mutex);
+            account.CloseAll();
+        }
+    }
 
     // For its time nobody allocates or releases.
     class Standstill {
@@ -466,7 +476,7 @@ class MemoryService : public Service {
     }
 
     [[gnu::noinline]] void MakeCache(ThreadRecord &thread) {
-        auto cache = std::make_unique<Cache>(thread, *this, allocateFails);
+        auto cache = std::make_unique<Cache>(thread, *this);
         const std::lock_guard lock(mutex_);
         cache->lastSerial = uint64_t{caches_.size()} << kCacheBits;
         caches_.push_back(std::move(cache));
@@ -496,7 +506,7 @@ class MemoryService : public Service {
         if (found != known_.end()) {
             return sites_[found->second];
         }
-        Account &account = accounts_.try_emplace(mid, TheHost(), limit).first->second;
+        Account &account = accounts_.try_emplace(mid, TheHost(), looksAtEach_).first->second;
         const auto number = static_cast<uint32_t>(sites_.size());
         sites_.push_back({mid, line, file, number, &account});
         try {
@@ -533,7 +543,7 @@ class MemoryService : public Service {
                 const QuickStep step(by.thread, TheHost());
                 if (part.IsOpenFor(&by)) {
                     // Nobody else releases blocks of this part.
-                    EndOwn(info, seen, info.size, &site);
+                    EndOwn(info, seen, part, info.size, &site);
                     return seen.Made();
                 }
             }
@@ -549,8 +559,9 @@ class MemoryService : public Service {
     }
 
     // Within a quick call, while the part is open.
-    static void EndOwn(BlockInfo &info, BlockState seen, uint32_t size, const Site *site) {
-        seen.Made()->part.GiveBack(size);
+    static void EndOwn(BlockInfo &info, BlockState seen, Part &part, uint32_t size,
+                       const Site *site) {
+        part.GiveBack(size);
         info.state.store(seen.Released(), std::memory_order_relaxed);
         info.released.store(site, std::memory_order_relaxed);
     }
@@ -558,7 +569,7 @@ class MemoryService : public Service {
     // Where a thread keeps a site, or another one that falls to the same place.
     static KnownSite &PlaceFor(KnownSites &sites, uint32_t mid, const char *file, uint32_t line) {
         const uint32_t hash =
-            (static_cast<uint32_t>(reinterpret_cast<uintptr_t>(file)) + line + (mid << 16)) *
+            (static_cast<uint32_t>(reinterpret_cast<uintptr_t>(file)) + line + mid * 8) *
             0x9E3779B1U;
         static_assert(std::tuple_size_v<KnownSites> == 1 << 8);
         return sites[hash >> 24];
@@ -573,7 +584,7 @@ class MemoryService : public Service {
     static void Fill(BlockInfo &room, std::byte *bytes, Cache &cache, Maker &maker, uint32_t size) {
         room.size = size;
         room.serial = ++cache.lastSerial;
-        SetGuards(bytes, size, room.index);
+        SetGuards(bytes, size, room.front);
         maker.Count(size);
         room.state.store(BlockState::Live(&maker), std::memory_order_release);
     }
@@ -621,6 +632,7 @@ class MemoryService : public Service {
     Blocks blocks_;
     const FixedTexts fixedTexts_;
     std::mutex limitMutex_;  // is locked first
+    std::atomic<bool> looksAtEach_{false};
 
     std::mutex mutex_;  // guards what follows; before those of accounts
     std::vector<std::unique_ptr<Cache>> caches_;
@@ -650,7 +662,7 @@ MemoryService &StateOf(Host &host) {
     }
     Cache &cache = state.CacheOf(call);
     Maker &maker = state.MakerOf(cache, mid, file != nullptr ? file : "", line);
-    if (size > Blocks::kLargest || state.limit.load(std::memory_order_relaxed) != 0) [[unlikely]] {
+    if (size > Blocks::kLargest || state.LooksAtEach()) [[unlikely]] {
         return state.AllocateUnusual(cache, maker, size);
     }
     return state.Allocate(cache, maker, size);
@@ -695,10 +707,14 @@ MemoryService &StateOf(Host &host) {
 
 // The rest of a quick allocation of which the account wants to know.
 [[gnu::noinline]] void *AskToAllocate(Cache *cache, Maker *maker, uint32_t size) try {
-    SlowDown(cache->thread, cache->service.TheHost());
-    void *const block = cache->service.limit.load(std::memory_order_relaxed) != 0
-                            ? cache->service.AllocateUnusual(*cache, *maker, size)
-                            : cache->service.AllocateLocked(*cache, *maker, size);
+    MemoryService &state = cache->service;
+    SlowDown(cache->thread, state.TheHost());
+    void *block = nullptr;
+    if (!state.LooksAtEach()) {
+        block = state.AllocateLocked(*cache, *maker, size);
+    } else if (!state.allocateFails.Fails()) {
+        block = state.AllocateUnusual(*cache, *maker, size);
+    }
     LeaveQuickly(cache->thread);
     return block;
 } catch (const std::bad_alloc &) {
@@ -706,36 +722,42 @@ MemoryService &StateOf(Host &host) {
     return nullptr;
 }
 
-void *AllocateSlot(uint32_t mid, uint32_t size, const char *file, uint32_t line) {
+[[gnu::aligned(64)]] void *AllocateSlot(uint32_t mid, uint32_t size, const char *file,
+                                        uint32_t line) {
     ThreadRecord *const thread = t_record;
     if (EnterWithCache(thread) && size - 1 < Blocks::kLargest) [[likely]] {
         Cache &cache = *static_cast<Cache *>(thread->memoryCache);
         const KnownSite &known = MemoryService::QuickSite(cache, mid, file, line);
         RoomRing &ring = Blocks::RingFor(cache.rings, size);
-        if (MemoryService::IsQuick(known, mid, file, line) && ring.HasToGive() &&
-            !cache.allocateFails.IsSet()) [[likely]] {
-            // There is a limit only while all parts are closed.
-            if (!known.maker->part.Take(&cache, size)) [[unlikely]] {
-                return AskToAllocate(&cache, known.maker, size);
+        if (MemoryService::IsQuick(known, mid, file, line) && ring.HasToGive()) [[likely]] {
+            // While each allocation is looked at, all parts are closed.
+            Maker &maker = *known.maker;
+            if (!maker.part.Take(&cache, size)) [[unlikely]] {
+                return AskToAllocate(&cache, &maker, size);
             }
-            const RoomRing::Room room = ring.Pop();
-            MemoryService::Fill(*room.info, room.bytes, cache, *known.maker, size);
+            BlockInfo &room = *ring.Pop();
+            std::byte *const bytes = room.bytes;
+            MemoryService::Fill(room, bytes, cache, maker, size);
             LeaveQuickly(*thread);
-            return room.bytes;
+            return bytes;
         }
     }
     return Allocate(mid, size, file, line, __builtin_return_address(0));
 }
 
-void ReleaseSlot(void *block, const char *file, uint32_t line) {
+[[gnu::aligned(64)]] void ReleaseSlot(void *block, const char *file, uint32_t line) {
     ThreadRecord *const thread = t_record;
     if (EnterWithCache(thread)) [[likely]] {
         Cache &cache = *static_cast<Cache *>(thread->memoryCache);
         const KnownSite &known = MemoryService::QuickRelease(cache, file, line);
-        if (known.quickFile == file && known.line == line &&
-            cache.service.EndQuickly(cache, block, known.site)) [[likely]] {
-            LeaveQuickly(*thread);
-            return;
+        if (known.quickFile == file && known.line == line) [[likely]] {
+            if (cache.service.EndQuickly(cache, block, known.site)) [[likely]] {
+                LeaveQuickly(*thread);
+                return;
+            }
+            // The same again; so nothing needs to keep them meanwhile.
+            file = known.file;
+            line = known.line;
         }
     }
     Release(block, file, line, __builtin_return_address(0));

@@ -85,7 +85,7 @@ void Account::TakeWhatIsLeft(Part &part) {
 // Leaves a part what there is up to the highest values, or half of it when there are others.
 void Account::OpenPerhaps(Part &own) {
     if (!g_isFenceRemote.load(std::memory_order_relaxed) ||
-        limit_.load(std::memory_order_relaxed) != 0) {
+        staysClosed_.load(std::memory_order_relaxed)) {
         return;
     }
     const bool isAlone = parts_.size() == 1;

@@ -93,8 +93,9 @@ class Account {
         uint64_t bytesPeak = 0;
     };
 
-    // While there is a limit, all parts stay closed.
-    Account(const Host &host, const std::atomic<uint64_t> &limit) : host_(host), limit_(limit) {}
+    // While that is so, all parts stay closed.
+    Account(const Host &host, const std::atomic<bool> &staysClosed)
+        : host_(host), staysClosed_(staysClosed) {}
 
     // The part of that owner. Throws std::bad_alloc.
     Part &PartOf(const void *owner, ThreadRecord &thread);
@@ -124,7 +125,7 @@ class Account {
     void OpenPerhaps(Part &own);
 
     const Host &host_;
-    const std::atomic<uint64_t> &limit_;
+    const std::atomic<bool> &staysClosed_;
     Values values_;  // what parts have left counts as if it were taken
     std::vector<std::unique_ptr<Part>> parts_;
 };

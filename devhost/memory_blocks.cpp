@@ -40,6 +40,8 @@ Blocks::Blocks() {
         spans_ = static_cast<Span *>(Reserve(SizeOfSpans(reserved_)));
         infos_ = static_cast<BlockInfo *>(Reserve(SizeOfInfos(reserved_)));
         if (base_ != nullptr && spans_ != nullptr && infos_ != nullptr) {
+            lastGuard_ = reserved_ - blocks::kGuard;
+            reservedInfos_ = static_cast<uint32_t>(SizeOfInfos(reserved_) / sizeof(BlockInfo));
             return;
         }
         GiveUp();
@@ -88,7 +90,7 @@ bool Blocks::BeginSpan(Common &common, uint32_t number) {
         auto *const info = new (&infos_[first + i]) BlockInfo;
         info->bytes = begin + size_t{i} * room + blocks::kGuard;
         info->ring = number;
-        info->index = first + i;
+        info->front = blocks::FrontGuardOf(first + i);
     }
     spans_[at] = {first, static_cast<uint32_t>((uint64_t{1} << 32) / room + 1)};
     if (__lsan_register_root_region != nullptr) {
@@ -121,7 +123,7 @@ bool Blocks::Refill(RoomRing &ring, uint32_t number) {
 void Blocks::Spill(RoomRing &ring, uint32_t number) {
     const std::lock_guard lock(mutex_);
     while (ring.Count() > blocks::kAtRest) {
-        common_[number / RoomRings::kStride].rooms.push_back(ring.Pop().info);
+        common_[number / RoomRings::kStride].rooms.push_back(ring.Pop());
     }
 }
 

@@ -48,8 +48,15 @@ class BlockState {
 
 namespace blocks {
 
-// The index of a block that has no room: guard bytes.
-constexpr uint32_t kOutOfRooms = 0xFDFDFDFD;
+constexpr size_t kGuard = 16;  // bytes before and at least as many after a block
+constexpr uint32_t kGuardWord = 0xFDFDFDFD;
+
+// What stands in front of a block. The first word is the index of what is known of it; a block that
+// has no room has guard bytes there too.
+using FrontGuard = std::array<uint32_t, kGuard / sizeof(uint32_t)>;
+constexpr FrontGuard FrontGuardOf(uint32_t index) {
+    return {index, kGuardWord, kGuardWord, kGuardWord};
+}
 
 }  // namespace blocks
 
@@ -58,10 +65,10 @@ constexpr uint32_t kOutOfRooms = 0xFDFDFDFD;
 struct alignas(64) BlockInfo {
     std::atomic<BlockState> state{};
     std::byte *bytes = nullptr;  // of the block
+    alignas(blocks::kGuard) blocks::FrontGuard front = blocks::FrontGuardOf(blocks::kGuardWord);
     uint64_t serial = 0;
     uint32_t size = 0;
-    uint32_t ring = 0;                     // where rooms of that size are kept
-    uint32_t index = blocks::kOutOfRooms;  // of this; stands in front of the block too
+    uint32_t ring = 0;  // where rooms of that size are kept
     std::atomic<const Site *> released{nullptr};
 
     [[nodiscard]] const Maker *Made() const { return state.load(std::memory_order_relaxed).Made(); }
@@ -69,7 +76,6 @@ struct alignas(64) BlockInfo {
 
 namespace blocks {
 
-constexpr size_t kGuard = 16;  // bytes before and at least as many after a block
 constexpr size_t kStep = 16;
 constexpr size_t kLargestFineRoom = 1024;
 constexpr size_t kLargestRoom = 8192;
@@ -113,32 +119,23 @@ constexpr std::array<uint8_t, kLargestRoom / kStep + 1> kSizeOf = [] {
 // The released rooms of one size that one thread has, the oldest first.
 class RoomRing {
   public:
-    // The address stands beside it, as it is wanted at once.
-    struct Room {
-        BlockInfo *info;
-        std::byte *bytes;
-    };
-
     [[nodiscard]] uint32_t Count() const { return last_ - first_; }
     [[nodiscard]] bool HasToGive() const { return Count() > blocks::kAtRest; }
-    void Push(BlockInfo *room) { (void)PushAt(room, last_); }
+    void Push(BlockInfo *room) { rooms_[last_++ % blocks::kRingRoom] = room; }
     // False, and nothing is done, when the ring is full.
     bool TryPush(BlockInfo *room) {
-        const uint32_t last = last_;
-        return last - first_ != blocks::kRingRoom && PushAt(room, last);
+        if (Count() == blocks::kRingRoom) [[unlikely]] {
+            return false;
+        }
+        Push(room);
+        return true;
     }
-    Room Pop() { return rooms_[first_++ % blocks::kRingRoom]; }
+    BlockInfo *Pop() { return rooms_[first_++ % blocks::kRingRoom]; }
 
   private:
     static_assert((blocks::kRingRoom & (blocks::kRingRoom - 1)) == 0);
 
-    bool PushAt(BlockInfo *room, uint32_t last) {
-        rooms_[last % blocks::kRingRoom] = {room, room->bytes};
-        last_ = last + 1;
-        return true;
-    }
-
-    std::array<Room, blocks::kRingRoom> rooms_;
+    std::array<BlockInfo *, blocks::kRingRoom> rooms_;
     uint32_t first_ = 0;
     uint32_t last_ = 0;
 };
@@ -192,7 +189,7 @@ class Blocks {
         if (!ring.HasToGive() && !Refill(ring, number)) [[unlikely]] {
             return nullptr;
         }
-        return ring.Pop().info;
+        return ring.Pop();
     }
 
     // The ring of such rooms.
@@ -207,17 +204,18 @@ class Blocks {
         ring.Push(&room);
     }
 
-    // As Find, by the index that stands in front of a block; null also when that is spoilt.
+    // As Find, by the index that stands in front of a block; null also when that is spoilt. What
+    // was never used is zero, and no block's.
     [[nodiscard]] BlockInfo *FindQuickly(const void *address) const {
         const auto offset = reinterpret_cast<uintptr_t>(address) -
                             reinterpret_cast<uintptr_t>(base_) - blocks::kGuard;
-        if (offset >= usedBytes_.load(std::memory_order_acquire)) [[unlikely]] {
+        if (offset >= lastGuard_) [[unlikely]] {
             return nullptr;
         }
         uint32_t index = 0;
         std::memcpy(&index, static_cast<const std::byte *>(address) - blocks::kGuard,
                     sizeof(index));
-        if (index >= usedInfos_.load(std::memory_order_acquire)) [[unlikely]] {
+        if (index >= reservedInfos_) [[unlikely]] {
             return nullptr;
         }
         BlockInfo &info = infos_[index];
@@ -277,6 +275,8 @@ class Blocks {
 
     std::byte *base_ = nullptr;
     size_t reserved_ = 0;
+    size_t lastGuard_ = 0;  // none begins there or after it
+    uint32_t reservedInfos_ = 0;
     Span *spans_ = nullptr;
     BlockInfo *infos_ = nullptr;          // of all rooms, by their index
     std::atomic<uint32_t> usedInfos_{0};  // that are whole

@@ -9,6 +9,7 @@
 #include <functional>
 #include <mutex>
 #include <random>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <utility>
@@ -579,6 +580,51 @@ TEST_F(HostMemory, TheNthAllocationFails) {
         DXR_Free(block, "", 0);
     }
     EXPECT_EQ(DxrHostReportLeaks(host, nullptr), 0U);
+}
+
+// Also of a thread that has long gone the quick way, and beside a limit that stays.
+TEST_F(HostMemory, AllocationsFailFromTheMomentThatTheyAreToldTo) {
+    const auto pairs = [](int count) {
+        int given = 0;
+        for (int i = 0; i < count; ++i) {
+            void *const block = DXR_Malloc(9, 8, "a.cpp", 1);
+            given += block != nullptr ? 1 : 0;
+            DXR_Free(block, "a.cpp", 2);
+        }
+        return given;
+    };
+    EXPECT_EQ(pairs(1000), 1000);
+    std::binary_semaphore go{0};
+    std::binary_semaphore done{0};
+    int given = 0;
+    std::thread another([&] {
+        for (int round = 0; round < 4; ++round) {
+            go.acquire();
+            given = pairs(1000);
+            done.release();
+        }
+    });
+    const auto ofAnother = [&] {
+        go.release();
+        done.acquire();
+        return given;
+    };
+    EXPECT_EQ(ofAnother(), 1000);
+    DxrHostFailNth(host, "memory.allocate", 1, false);
+    EXPECT_EQ(pairs(2), 1);
+    DxrHostFailNth(host, "memory.allocate", 1, false);
+    EXPECT_EQ(ofAnother(), 999);
+    EXPECT_EQ(DxrHostGetSteps(host, "memory.allocate"), 1000U);
+    DxrHostSetMemoryLimit(host, 8);
+    DxrHostFailNth(host, "memory.allocate", 0, false);
+    EXPECT_EQ(ofAnother(), 1000);
+    EXPECT_EQ(DxrHostGetSteps(host, "memory.allocate"), 0U);
+    void *const block = DXR_Malloc(9, 8, "a.cpp", 1);
+    EXPECT_EQ(ofAnother(), 0);
+    EXPECT_EQ(pairs(2), 0);
+    DXR_Free(block, "a.cpp", 2);
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).blocksTotal, 4001U);
+    another.join();
 }
 
 TEST_F(HostMemory, AShareOfTheAllocationsFailsTheSameEachTime) {
