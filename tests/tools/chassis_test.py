@@ -104,9 +104,9 @@ class Lab:
         return [main, line]
 
     def write(self, boards, **members):
-        self.file.write_text(json.dumps(dict(name="lab", work="work", restartMs=50,
-                                             boards=boards, **members), indent=1),
-                             encoding="utf-8")
+        content = dict(name="lab", work="work", restartMs=50, boards=boards)
+        content.update(members)
+        self.file.write_text(json.dumps(content, indent=1), encoding="utf-8")
 
     def environment(self):
         return dict(os.environ, XDG_RUNTIME_DIR=str(self.run))
@@ -423,6 +423,31 @@ def deaths(lab, _):
           f"{status} {out} {log}")
 
 
+def logs(lab, options):
+    """A log stays short, and what a board printed last is in it, however it died."""
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["noisy"])],
+              logBytes=16384, logsKept=2, heartBeatMs=10, mostRestartMs=3600000, restartMs=3600000)
+    lab.process = subprocess.Popen([lab.dxrsh, "chassis", str(lab.file)], env=lab.environment(),
+                                   stdout=open(lab.top / "out", "wb"))
+    await_that(lambda: "is started again" in lab.output(), "its death")
+    work = lab.top / "work/main"
+    names = sorted(path.name for path in work.glob("board.log*"))
+    check(names == ["board.log", "board.log.1", "board.log.2"], str(names))
+    parts = [(work / name).read_text(encoding="ascii") for name in reversed(names)]
+    check(all(len(part) > 16384 for part in parts[:2]), "a log was too short to be put aside")
+    # Whole lines, each in one file, to the last.
+    check(all(part == "" or (part.startswith("line ") and part.endswith("\n")) for part in parts),
+          "a line is in two files")
+    numbers = [int(line.split()[1]) for part in parts for line in part.splitlines()]
+    check(numbers == list(range(4000 - len(numbers), 4000)), "lines are lost")
+    check(len(numbers) < 4000, "nothing was dropped")
+    words = re.search(r"main: died by signal 6: (.*)", lab.output())
+    check(words and "line 3999 " in pathlib.Path(words[1]).read_text(encoding="ascii"),
+          f"the last words are elsewhere: {lab.output()}")
+    lab.stop()
+
+
 def paths(lab, _):
     """Addresses are as seen from the file, too."""
     boards = lab.usual(1, "10")
@@ -477,6 +502,9 @@ def files(lab, _):
             (r"/clock: must be .real.", {"clock": "virtual"}),
             (r"/silentMs: must be at least three", {"silentMs": 100}),
             (r"/heartBeatMs: must be", {"heartBeatMs": 1}),
+            (r"/logBytes: must be at least 4096", {"logBytes": 4095}),
+            (r"/logsKept: must be", {"logsKept": 0}),
+            (r"/logsKept: must be", {"logsKept": 100}),
             (r"/boards/0/kind: must be", {"boards": [dict(good[0], kind="top")]}),
             (r"/boards/0/seat: is not known", {"boards": [dict(good[0], seat=1)]}),
             (r"/boards/0/module: is missing", {"boards": [{"name": "a", "kind": "main"}]}),
@@ -523,12 +551,14 @@ def main():
     parser.add_argument("--boards", type=int, default=4)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only")
-    parser.add_argument("--reluctant", help="the module of tests/tools/modules, for test endings")
+    parser.add_argument("--reluctant",
+                        help="the module of tests/tools/modules, for tests endings and logs")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, shells, orphans, begin_again, inherited, endings, deaths, paths, keys,
-                 files, storm):
-        if options.only not in (None, test.__name__) or (test == endings and not options.reluctant):
+    for test in (orders, shells, orphans, begin_again, inherited, endings, deaths, logs, paths,
+                 keys, files, storm):
+        needs_other = test in (endings, logs)
+        if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue
         began = time.monotonic()
         top = tempfile.mkdtemp(prefix="dxrch_", dir="/tmp")

@@ -23,6 +23,7 @@
 #include "attach_server.h"
 #include "chassis_file.h"
 #include "chassis_keys.h"
+#include "chassis_log.h"
 #include "chassis_place.h"
 #include "chassis_process.h"
 #include "dxr_devhost.h"
@@ -47,10 +48,12 @@ ChassisBeat BeatOf(DxrHost *host) {
             chassis.cutOff};
 }
 
-// Says that the board lives, and does what it is told. Without its starter the board ends.
+// Says that the board lives, does what it is told, and keeps its log short. Without its starter the
+// board ends.
 class Control {
   public:
-    Control(DxrHost *host, uint32_t beatMs) : host_(host), beatMs_(static_cast<int>(beatMs)) {
+    Control(DxrHost *host, const Chassis &chassis, const std::string &work)
+        : host_(host), beatMs_(static_cast<int>(chassis.beatMs)), log_(work, chassis.log) {
         sigset_t all{};
         sigset_t before{};
         (void)sigfillset(&all);
@@ -79,6 +82,7 @@ class Control {
             if (poll(&watched, 1, beatMs_) > 0) {
                 TakeOrder();
             }
+            log_.Look();
         }
     }
 
@@ -105,13 +109,13 @@ class Control {
 
     DxrHost *const host_;
     const int beatMs_;
+    OwnLog log_;  // of the thread
     std::atomic<bool> isOver_{false};
     std::atomic<bool> isStopped_{false};
     std::thread thread_;
 };
 
-DxrHost *MakeHost(const Chassis &chassis, const ChassisBoard &board) {
-    const std::string work = chassis.work + "/" + board.name;
+DxrHost *MakeHost(const std::string &work, const ChassisBoard &board) {
     DxrHostOptions options;
     DxrHostInitOptions(&options);
     options.seed = board.seed;
@@ -213,6 +217,8 @@ class Poking {
 }  // namespace
 
 void RunBoard(const BoardOptions &options) {
+    // The last line before a crash is in the log, and no line is in two files.
+    (void)std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     Chassis chassis =
         ReadChassisFile(options.chassis, options.modules, fmt::format("/proc/self/fd/{}", kFileFd));
     (void)close(kFileFd);
@@ -225,13 +231,14 @@ void RunBoard(const BoardOptions &options) {
         throw UsageError("the chassis has no board " + options.board);
     }
     Module module(self->module);
-    DxrHost *const host = MakeHost(chassis, *self);
+    const std::string work = chassis.work + "/" + self->name;
+    DxrHost *const host = MakeHost(work, *self);
     Join(host, chassis, static_cast<size_t>(self - chassis.boards.begin()), options.incarnation);
     (void)DxrHostCutOff(host, options.isCutOff);
     Poking poking(host, chassis, *self);
     int status = 0;
     {
-        const Control control(host, chassis.beatMs);
+        const Control control(host, chassis, work);
         const int result = module.Main(self->arguments);
         poking.EndLines();
         module.End();

@@ -22,6 +22,11 @@ constexpr size_t kLongestName = 32;
 constexpr uint64_t kMillion = 1000000;
 constexpr uint64_t kMostMs = 3600000;
 constexpr uint64_t kMostNumber = 1000000;
+constexpr uint64_t kLogBytes = 1048576;
+constexpr uint64_t kLeastLogBytes = 4096;
+constexpr uint64_t kMostLogBytes = 1ULL << 40;
+constexpr uint32_t kLogsKept = 3;
+constexpr uint64_t kMostLogsKept = 99;
 constexpr uint64_t kMostPort = 65535;
 constexpr std::string_view kIpc = "ipc://";
 
@@ -83,6 +88,7 @@ class Reader {
             members.Blame("mostRestartMs", "must be at least restartMs");
         }
         chassis_.stopMs = TakeMs(members, "stopMs", 5000, 1);
+        TakeLog(members);
         members.ForEach("boards", [this](Members &board) { TakeBoards(board); });
         if (chassis_.boards.empty()) {
             members.Blame("boards", "must be a list of boards");
@@ -99,6 +105,18 @@ class Reader {
     [[nodiscard]] std::string ModulePath(const std::string &name) const {
         const bool isElsewhere = name.find('/') == std::string::npos && !modules_.empty();
         return isElsewhere ? modules_ + "/" + name : FromHere(name);
+    }
+
+    void TakeLog(Members &members) {
+        chassis_.log.mostBytes = members.Number("logBytes", kMostLogBytes, kLogBytes);
+        if (chassis_.log.mostBytes < kLeastLogBytes) {
+            members.Blame("logBytes", "must be at least 4096");
+        }
+        chassis_.log.kept =
+            static_cast<uint32_t>(members.Number("logsKept", kMostLogsKept, kLogsKept));
+        if (chassis_.log.kept == 0) {
+            members.Blame("logsKept", "must be at least 1");
+        }
     }
 
     // One board, or `count` of them with numbers one after the other.

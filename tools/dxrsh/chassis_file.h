@@ -32,6 +32,12 @@ struct ChassisBoard {
     std::string filter;  // JSON file with a message filter tree; may be empty
 };
 
+// How long the log of a board gets, and how many that were as long are kept.
+struct ChassisLog {
+    uint64_t mostBytes = 0;
+    uint32_t kept = 0;
+};
+
 struct Chassis {
     std::string name;
     std::string work;  // each board has a directory of its name in it
@@ -41,6 +47,7 @@ struct Chassis {
     uint32_t restartMs = 0;
     uint32_t mostRestartMs = 0;
     uint32_t stopMs = 0;
+    ChassisLog log;
     std::vector<ChassisBoard> boards;
 };
 

@@ -11,7 +11,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <system_error>
 
 #include "errors.h"
@@ -22,8 +21,6 @@ namespace {
 // Above those that a board is given.
 constexpr int kFirstFree = 10;
 constexpr int kExitNoProgram = 127;
-constexpr off_t kMostLogBytes = 1048576;
-constexpr mode_t kLogMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 
 Descriptor Above(const Descriptor &from, const std::string &what) {
     Descriptor above(from ? fcntl(from.Get(), F_DUPFD_CLOEXEC, kFirstFree) : -1);
@@ -31,16 +28,6 @@ Descriptor Above(const Descriptor &from, const std::string &what) {
         throw RunError(what + ": " + std::generic_category().message(errno));
     }
     return above;
-}
-
-// A log that has grown too long is put aside, once.
-Descriptor OpenLog(const std::string &path) {
-    struct stat found {};
-    if (stat(path.c_str(), &found) == 0 && found.st_size > kMostLogBytes) {
-        (void)std::rename(path.c_str(), (path + ".1").c_str());
-    }
-    return Above(
-        Descriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kLogMode)), path);
 }
 
 struct Redirection {
@@ -68,8 +55,8 @@ struct Redirection {
 }  // namespace
 
 BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
-                        const std::string &log) {
-    const Descriptor output = OpenLog(log);
+                        const Descriptor &log) {
+    const Descriptor output = Above(log, "the log of a board");
     const Descriptor input =
         Above(Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)), "/dev/null");
     std::array<int, 2> ends{};

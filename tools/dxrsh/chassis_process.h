@@ -41,9 +41,9 @@ struct BoardProcess {
 };
 
 // Starts this program with the arguments, in a process group of its own that ends with its starter.
-// What it prints goes to the end of `log`. Throws RunError.
+// What it prints goes to `log`. Throws RunError.
 [[nodiscard]] BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
-                                      const std::string &log);
+                                      const Descriptor &log);
 
 // The file's content as a descriptor that nobody changes any more. Throws RunError.
 [[nodiscard]] Descriptor KeepFile(const std::string &path);

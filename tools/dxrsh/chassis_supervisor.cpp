@@ -25,6 +25,7 @@
 
 #include "chassis_file.h"
 #include "chassis_keys.h"
+#include "chassis_log.h"
 #include "chassis_place.h"
 #include "chassis_process.h"
 #include "chassis_status.h"
@@ -271,7 +272,7 @@ class Supervisor {
                 StartBoard({"dxrsh", "chassis-board", ":" + options_.file, ":" + options_.modules,
                             ":" + chassis_.work, ":" + name, ":" + std::to_string(life),
                             board.isCutOff ? ":cut" : ":on"},
-                           file_.Get(), Log(board));
+                           file_.Get(), OpenLog(Work(board), chassis_.log));
             board.state = State::kStarting;
         } catch (const RunError &error) {
             Tell(board, "not started: {}", error.what());
@@ -346,7 +347,8 @@ class Supervisor {
             isWell_ = false;
         }
         if (!hasExited) {
-            Tell(board, "died by signal {}", WTERMSIG(status));
+            const int by = WTERMSIG(status);
+            Tell(board, "died by signal {}{}", by, by == SIGKILL ? "" : ": " + Log(board));
         } else if (code == kExitUsage || code == kExitNoProgram) {
             board.state = isStopping_ ? State::kStopped : State::kFailed;
             isWell_ = false;
@@ -360,9 +362,10 @@ class Supervisor {
         }
     }
 
-    [[nodiscard]] std::string Log(const Board &board) const {
-        return chassis_.work + "/" + board.given->name + "/board.log";
+    [[nodiscard]] std::string Work(const Board &board) const {
+        return chassis_.work + "/" + board.given->name;
     }
+    [[nodiscard]] std::string Log(const Board &board) const { return LastLog(Work(board)); }
 
     void TakeBeats(Board &board) const {
         ChassisBeat beat{};

@@ -1,7 +1,9 @@
 /* A board that does not end at once when it is stopped: it uses so many milliseconds of processor
- * time, as one that has much to put away, or with "stuck" it waits for ever. */
+ * time, as one that has much to put away, or with "stuck" it waits for ever. With "noisy" it prints
+ * 4000 lines of 50 bytes, half of them to standard error, and then dies. */
 #define _POSIX_C_SOURCE 200809L
 
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <time.h>
@@ -11,8 +13,22 @@
 #include "dxr_devhost.h"
 #include "dxr_module.h"
 
+static void PrintAndDie(void) {
+    const struct timespec pause = {0, 10000000};
+    for (int i = 0; i < 4000; ++i) {
+        fprintf(i % 2 == 0 ? stdout : stderr, "line %-44d\n", i);
+        if (i % 40 == 39) {
+            (void)nanosleep(&pause, NULL);
+        }
+    }
+    abort();
+}
+
 int DxrModuleMain(int argc, char **argv) {
     const char *const word = argc > 1 ? argv[1] : "0";
+    if (strcmp(word, "noisy") == 0) {
+        PrintAndDie();
+    }
     const DxrHostUnit unit = {DXR_HOST_UNIT_MPU, 0};
     const DxrHostMailbox mailbox = {.size = sizeof(mailbox), .unit = unit};
     DxrHostMessage message;
