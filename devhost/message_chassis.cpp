@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -189,6 +190,10 @@ uint32_t MakeZmqTransport(MessageReceiver & /*receiver*/, const ChassisPlan & /*
 uint32_t MakeZmqKeys(char * /*publicKey*/, char * /*secretKey*/) {
     return ENOTSUP;
 }
+
+uint32_t GetZmqPublicKey(const char * /*secretKey*/, char * /*publicKey*/) {
+    return ENOTSUP;
+}
 #endif
 
 }  // namespace devhost
@@ -257,4 +262,13 @@ uint32_t DxrHostMakeKeys(char *publicKey, char *secretKey) {
         return EINVAL;
     }
     return devhost::MakeZmqKeys(publicKey, secretKey);
+}
+
+uint32_t DxrHostGetPublicKey(const char *secretKey, char *publicKey) {
+    // A longer text would be decoded beyond the end of a key.
+    if (secretKey == nullptr || publicKey == nullptr ||
+        strnlen(secretKey, DXR_HOST_KEY_BYTES) != DXR_HOST_KEY_BYTES - 1) {
+        return EINVAL;
+    }
+    return devhost::GetZmqPublicKey(secretKey, publicKey);
 }

@@ -62,8 +62,9 @@ class ChassisTransport : public MessageTransport {
 uint32_t MakeZmqTransport(MessageReceiver &receiver, const ChassisPlan &plan,
                           std::unique_ptr<ChassisTransport> &made);
 
-// As DxrHostMakeKeys.
+// As DxrHostMakeKeys and DxrHostGetPublicKey; what is given is as long as a key.
 uint32_t MakeZmqKeys(char *publicKey, char *secretKey);
+uint32_t GetZmqPublicKey(const char *secretKey, char *publicKey);
 
 }  // namespace devhost
 

@@ -820,4 +820,8 @@ uint32_t MakeZmqKeys(char *publicKey, char *secretKey) {
     return zmq_curve_keypair(publicKey, secretKey) == 0 ? 0 : Error();
 }
 
+uint32_t GetZmqPublicKey(const char *secretKey, char *publicKey) {
+    return zmq_curve_public(publicKey, secretKey) == 0 ? 0 : Error();
+}
+
 }  // namespace devhost

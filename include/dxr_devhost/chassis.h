@@ -125,6 +125,10 @@ DXR_API uint32_t DxrHostGetAddressKind(const char *address);
  * in a build without libzmq, or with one without keys. */
 DXR_API uint32_t DxrHostMakeKeys(char *publicKey, char *secretKey);
 
+/* Writes the public key that belongs to a secret one, as a text of DXR_HOST_KEY_BYTES bytes. 0;
+ * EINVAL for a null pointer and for a text that is no key; ENOTSUP as above. */
+DXR_API uint32_t DxrHostGetPublicKey(const char *secretKey, char *publicKey);
+
 DXR_EXTERN_C_END
 
 #endif /* DXR_DEVHOST_CHASSIS_H */

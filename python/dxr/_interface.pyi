@@ -994,6 +994,8 @@ def DxrHostGetAddressKind(address_: _Text, /) -> int:
     """uint32_t DxrHostGetAddressKind(const char *address)"""
 def DxrHostMakeKeys(publicKey_: _Text, secretKey_: _Text, /) -> int:
     """uint32_t DxrHostMakeKeys(char *publicKey, char *secretKey)"""
+def DxrHostGetPublicKey(secretKey_: _Text, publicKey_: _Text, /) -> int:
+    """uint32_t DxrHostGetPublicKey(const char *secretKey, char *publicKey)"""
 def DxrHostOpenDatabase(host_: _Data, path_: _Text, error_: _Text, errorSize_: int, /) -> bool:
     """_Bool DxrHostOpenDatabase(DxrHost *host, const char *path, char *error, uint32_t errorSize)"""
 def DxrHostInitDatabase(host_: _Data, path_: _Text, error_: _Text, errorSize_: int, /) -> bool:

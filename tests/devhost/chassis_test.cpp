@@ -819,6 +819,23 @@ TEST(ChassisAddresses, SayWhereTheyAre) {
     EXPECT_EQ(DxrHostMakeKeys(nullptr, nullptr), kInvalid);
 }
 
+TEST(ChassisKeys, SecretOnesHaveTheirPublicOnes) {
+    const Keys keys;
+    std::array<char, DXR_HOST_KEY_BYTES> open{};
+    EXPECT_EQ(DxrHostGetPublicKey(keys.secret.data(), open.data()), 0U);
+    EXPECT_EQ(open, keys.open);
+    // A text that is no key is not decoded.
+    open.fill('#');
+    const std::string secret = keys.secret.data();
+    for (const std::string &none :
+         {std::string(), secret.substr(1), secret + secret, secret.substr(1) + "\x7f"}) {
+        EXPECT_EQ(DxrHostGetPublicKey(none.c_str(), open.data()), kInvalid) << none;
+        EXPECT_EQ(open[0], '#');
+    }
+    EXPECT_EQ(DxrHostGetPublicKey(nullptr, open.data()), kInvalid);
+    EXPECT_EQ(DxrHostGetPublicKey(secret.c_str(), nullptr), kInvalid);
+}
+
 // --- The end of a run
 
 using StoppedHost = dxrtest::RealHost;

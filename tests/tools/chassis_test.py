@@ -481,6 +481,10 @@ def keys(lab, _):
     secret.chmod(0o644)
     lab.fails(2, "line1.secret: others can read it", "--machine", "right", str(lab.file))
     secret.chmod(0o600)
+    public.write_text((lab.top / "keys/line2.public").read_text(encoding="ascii"), encoding="ascii")
+    lab.fails(2, r"keys/line1\.public: does not fit line1\.secret, .* board line1", "--machine",
+              "right", str(lab.file))
+    public.write_text(kept, encoding="ascii")
     lab.start("--machine", "left")
     right = Lab(lab.dxrsh, lab.module, lab.top, "right")
     right.file = lab.file

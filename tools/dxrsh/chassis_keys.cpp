@@ -68,7 +68,18 @@ std::string ReadPublicKey(const std::string &directory, const std::string &board
 }
 
 std::string ReadSecretKey(const std::string &directory, const std::string &board) {
-    return ReadKey(PathOf(directory, board, ".secret"), true);
+    const std::string path = PathOf(directory, board, ".secret");
+    std::string secret = ReadKey(path, true);
+    std::array<char, DXR_HOST_KEY_BYTES> fitting{};
+    const uint32_t error = DxrHostGetPublicKey(secret.c_str(), fitting.data());
+    if (error != 0) {
+        throw UsageError(path + ": is no key: " + ErrorText(static_cast<int>(error)));
+    }
+    if (ReadPublicKey(directory, board) != fitting.data()) {
+        throw UsageError(PathOf(directory, board, ".public") + ": does not fit " + board +
+                         ".secret, so nobody would reach board " + board);
+    }
+    return secret;
 }
 
 bool MakeKeys(const std::string &directory, const std::string &board) {

@@ -6,7 +6,8 @@
 
 namespace dxrsh {
 
-// Throw UsageError when there is no key, or others can read the secret one.
+// Throw UsageError when there is no key, or others can read the secret one, or it does not fit the
+// public one.
 [[nodiscard]] std::string ReadPublicKey(const std::string &directory, const std::string &board);
 [[nodiscard]] std::string ReadSecretKey(const std::string &directory, const std::string &board);
 
