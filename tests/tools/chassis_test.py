@@ -23,6 +23,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 LIMIT = 120  # seconds for what is sure to come
@@ -342,6 +343,32 @@ def orphans(lab, _):
     lab.expect_nothing_left()
 
 
+def read_once(lab, _):
+    """The boards get the file that the supervisor has read, not what is there later."""
+    lab.write(lab.usual(1, "10"))
+    content = lab.file.read_bytes()
+    lab.file.unlink()
+    os.mkfifo(lab.file)
+
+    def give():
+        """Once: who opens it a second time finds nobody who writes."""
+        with open(lab.file, "wb") as pipe:
+            pipe.write(content)
+        lab.file.unlink()
+        lab.file.write_text("{", encoding="ascii")
+
+    giver = threading.Thread(target=give, daemon=True)
+    giver.start()
+    lab.start()
+    giver.join(LIMIT)
+    lab.ask("kill", "line1")
+    await_that(lambda: lab.status()["line1"]["starts"] == 2 and
+               lab.status()["line1"]["acknowledged"] > 0, "it is started again")
+    lab.stop()
+    # One that has no end.
+    lab.fails(2, "/dev/zero: is too long for a chassis file", "/dev/zero")
+
+
 def begin_again(lab, _):
     """Who has stopped a chassis may start it at once, also when its place takes long to clear."""
     lab.write(lab.usual(1, "10"))
@@ -559,8 +586,8 @@ def main():
                         help="the module of tests/tools/modules, for tests endings and logs")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, shells, orphans, begin_again, inherited, endings, deaths, logs, paths,
-                 keys, files, storm):
+    for test in (orders, shells, orphans, read_once, begin_again, inherited, endings, deaths, logs,
+                 paths, keys, files, storm):
         needs_other = test in (endings, logs)
         if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue

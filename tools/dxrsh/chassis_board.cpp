@@ -1,7 +1,6 @@
 #include "chassis_board.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -219,8 +218,7 @@ class Poking {
 void RunBoard(const BoardOptions &options) {
     // The last line before a crash is in the log, and no line is in two files.
     (void)std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    Chassis chassis =
-        ReadChassisFile(options.chassis, options.modules, fmt::format("/proc/self/fd/{}", kFileFd));
+    Chassis chassis = ReadChassisFile(options.chassis, options.modules, PathOf(kFileFd));
     (void)close(kFileFd);
     (void)fcntl(kControlFd, F_SETFD, FD_CLOEXEC);  // not for programs that the module starts
     chassis.work = options.work;

@@ -271,6 +271,9 @@ Chassis ReadChassisFile(const std::string &path, const std::string &modules,
     const bool isWell = devhost::ReadMembers(
         read.empty() ? path : read, [&reader](Members &members) { reader.Take(members); }, error);
     if (!isWell) {
+        if (!read.empty() && error.compare(0, read.size(), read) == 0) {
+            error.replace(0, read.size(), path);
+        }
         throw UsageError(error);
     }
     return std::move(reader.Result());

@@ -3,9 +3,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/sendfile.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -21,11 +19,16 @@ namespace {
 // Above those that a board is given.
 constexpr int kFirstFree = 10;
 constexpr int kExitNoProgram = 127;
+constexpr size_t kMostFileBytes = 16 << 20;
+
+std::string ErrorText() {
+    return std::generic_category().message(errno);
+}
 
 Descriptor Above(const Descriptor &from, const std::string &what) {
     Descriptor above(from ? fcntl(from.Get(), F_DUPFD_CLOEXEC, kFirstFree) : -1);
     if (!above) {
-        throw RunError(what + ": " + std::generic_category().message(errno));
+        throw RunError(what + ": " + ErrorText());
     }
     return above;
 }
@@ -61,7 +64,7 @@ BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
         Above(Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)), "/dev/null");
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) != 0) {
-        throw RunError("no socket for a board: " + std::generic_category().message(errno));
+        throw RunError("no socket for a board: " + ErrorText());
     }
     BoardProcess board;
     board.control = Descriptor(ends[0]);
@@ -84,7 +87,7 @@ BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
         Become(starter, redirections, argv.data());
     }
     if (board.pid < 0) {
-        throw RunError("no process for a board: " + std::generic_category().message(errno));
+        throw RunError("no process for a board: " + ErrorText());
     }
     (void)setpgid(board.pid, board.pid);  // whoever is first
     return board;
@@ -93,16 +96,34 @@ BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
 Descriptor KeepFile(const std::string &path) {
     const Descriptor from(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     const Descriptor kept(memfd_create("chassis", MFD_CLOEXEC));
-    struct stat found {};
-    if (!from || !kept || fstat(from.Get(), &found) != 0) {
-        throw RunError(path + ": " + std::generic_category().message(errno));
+    if (!kept) {
+        throw RunError("no memory for the chassis file: " + ErrorText());
     }
-    for (off_t at = 0; at < found.st_size;) {
-        if (sendfile(kept.Get(), from.Get(), &at, static_cast<size_t>(found.st_size - at)) <= 0) {
-            throw RunError(path + ": " + std::generic_category().message(errno));
+    std::array<char, 4096> part{};
+    ssize_t bytes = 0;
+    for (size_t all = 0; from && (bytes = read(from.Get(), part.data(), part.size())) != 0;) {
+        if (bytes < 0 && errno == EINTR) {
+            continue;
+        }
+        if (bytes < 0) {
+            break;
+        }
+        all += static_cast<size_t>(bytes);
+        if (all > kMostFileBytes) {
+            throw UsageError(path + ": is too long for a chassis file");
+        }
+        if (write(kept.Get(), part.data(), static_cast<size_t>(bytes)) != bytes) {
+            throw RunError("no memory for the chassis file: " + ErrorText());
         }
     }
+    if (!from || bytes < 0) {
+        throw UsageError(path + ": cannot be read: " + ErrorText());
+    }
     return Above(kept, path);
+}
+
+std::string PathOf(int fd) {
+    return "/proc/self/fd/" + std::to_string(fd);
 }
 
 }  // namespace dxrsh

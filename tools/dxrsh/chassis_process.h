@@ -45,8 +45,12 @@ struct BoardProcess {
 [[nodiscard]] BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
                                       const Descriptor &log);
 
-// The file's content as a descriptor that nobody changes any more. Throws RunError.
+// The file's content as a descriptor that nobody changes any more: what the supervisor reads, and
+// each board. Throws UsageError, or RunError.
 [[nodiscard]] Descriptor KeepFile(const std::string &path);
+
+// What is at a descriptor, as a path.
+[[nodiscard]] std::string PathOf(int fd);
 
 }  // namespace dxrsh
 

@@ -171,10 +171,10 @@ class Signals {
 
 class Supervisor {
   public:
-    Supervisor(const SupervisorOptions &options, const Chassis &chassis)
+    Supervisor(const SupervisorOptions &options, Descriptor file, const Chassis &chassis)
         : options_(options),
           chassis_(chassis),
-          file_(KeepFile(options.file)),
+          file_(std::move(file)),
           place_(std::in_place, chassis.name),
           beganMs_(NowMs()) {
         // Another one than that of the chassis that ran here before.
@@ -695,10 +695,11 @@ void CheckBoards(const Chassis &chassis, const std::string &machine) {
 }  // namespace
 
 int RunChassis(const SupervisorOptions &options) {
-    Chassis chassis = ReadChassisFile(options.file, options.modules);
+    Descriptor file = KeepFile(options.file);
+    Chassis chassis = ReadChassisFile(options.file, options.modules, PathOf(file.Get()));
     chassis.work = options.work.empty() ? chassis.work : options.work;
     CheckBoards(chassis, options.machine);
-    return Supervisor(options, chassis).Run();
+    return Supervisor(options, std::move(file), chassis).Run();
 }
 
 }  // namespace dxrsh
