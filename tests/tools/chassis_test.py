@@ -17,6 +17,7 @@ import os
 import pathlib
 import random
 import re
+import resource
 import shutil
 import signal
 import socket
@@ -475,6 +476,44 @@ def logs(lab, options):
     lab.stop()
 
 
+def descriptors(lab, options):
+    """More than the soft limit is taken, and where that does not suffice a line says so."""
+    def limit(soft, hard):
+        return lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (soft, hard))
+
+    def soft_of(pid):
+        text = pathlib.Path(f"/proc/{pid}/limits").read_text(encoding="ascii")
+        return int(re.search(r"Max open files +(\d+)", text)[1])
+
+    lab.write(lab.usual(12, "10"))
+    lab.start(first=limit(32, 4096))
+    check(soft_of(lab.process.pid) == 77 and soft_of(lab.status()["main"]["pid"]) == 100,
+          "the limits are not what is needed")
+    await_that(lambda: all(board["acknowledged"] > 0 for board in lab.status().values()),
+               "all boards talk")
+    lab.stop()
+    lab.start(first=limit(77, 90))
+    check("a board that talks to all others needs 100 descriptors, and may have 90: raise" in
+          lab.output(), lab.output())
+    lab.stop()
+    # pylint: disable-next=subprocess-popen-preexec-fn
+    done = subprocess.run([lab.dxrsh, "chassis", str(lab.file)], env=lab.environment(), text=True,
+                          capture_output=True, timeout=LIMIT, check=False,
+                          preexec_fn=limit(32, 76))
+    check(done.returncode == 1 and done.stderr.count("\n") == 1 and
+          "13 boards need 77 descriptors, and there may be 76 in a process" in done.stderr,
+          f"{done.returncode} {done.stderr}")
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["forks"])])
+    lab.start(first=limit(32, 4096))
+    check(soft_of(lab.status()["main"]["pid"]) == 64, "the limit is not what is needed")
+    log = lab.top / "work/main/board.log"
+    await_that(lambda: re.search(r"^child \d+ may open 32$", log.read_text("ascii"), re.M),
+               "a module's child with the limit of before")
+    lab.process.terminate()
+    lab.process.wait(LIMIT)
+
+
 def paths(lab, _):
     """Addresses are as seen from the file, too."""
     boards = lab.usual(1, "10")
@@ -583,12 +622,12 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--only")
     parser.add_argument("--reluctant",
-                        help="the module of tests/tools/modules, for tests endings and logs")
+                        help="the module of tests/tools/modules, for tests that need one")
     options = parser.parse_args()
     failed = 0
     for test in (orders, shells, orphans, read_once, begin_again, inherited, endings, deaths, logs,
-                 paths, keys, files, storm):
-        needs_other = test in (endings, logs)
+                 descriptors, paths, keys, files, storm):
+        needs_other = test in (descriptors, endings, logs)
         if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue
         began = time.monotonic()

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "attach_server.h"
+#include "chassis_descriptors.h"
 #include "chassis_file.h"
 #include "chassis_keys.h"
 #include "chassis_log.h"
@@ -228,6 +229,7 @@ void RunBoard(const BoardOptions &options) {
     if (self == chassis.boards.end()) {
         throw UsageError("the chassis has no board " + options.board);
     }
+    AllowOwnDescriptors(DescriptorsOfBoard(chassis.boards.size()));
     Module module(self->module);
     const std::string work = chassis.work + "/" + self->name;
     DxrHost *const host = MakeHost(work, *self);

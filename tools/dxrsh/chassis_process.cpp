@@ -11,6 +11,7 @@
 #include <csignal>
 #include <system_error>
 
+#include "chassis_descriptors.h"
 #include "errors.h"
 
 namespace dxrsh {
@@ -39,8 +40,8 @@ struct Redirection {
 };
 
 // The child, which calls nothing that is not safe after fork.
-[[noreturn]] void Become(pid_t starter, const std::array<Redirection, 5> &redirections,
-                         char **arguments) {
+[[noreturn]] void Become(pid_t starter, uint64_t descriptors,
+                         const std::array<Redirection, 5> &redirections, char **arguments) {
     sigset_t none{};
     (void)sigemptyset(&none);
     (void)setpgid(0, 0);
@@ -50,6 +51,7 @@ struct Redirection {
         isWell = isWell && dup2(each.from, each.to) == each.to;
     }
     if (isWell) {
+        LimitDescriptors(descriptors);
         (void)execv("/proc/self/exe", arguments);
     }
     _exit(kExitNoProgram);
@@ -57,8 +59,8 @@ struct Redirection {
 
 }  // namespace
 
-BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
-                        const Descriptor &log) {
+BoardProcess StartBoard(const std::vector<std::string> &arguments, int file, const Descriptor &log,
+                        uint64_t descriptors) {
     const Descriptor output = Above(log, "the log of a board");
     const Descriptor input =
         Above(Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)), "/dev/null");
@@ -84,7 +86,7 @@ BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
     const pid_t starter = getpid();
     board.pid = fork();
     if (board.pid == 0) {
-        Become(starter, redirections, argv.data());
+        Become(starter, descriptors, redirections, argv.data());
     }
     if (board.pid < 0) {
         throw RunError("no process for a board: " + ErrorText());

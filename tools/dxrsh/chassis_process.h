@@ -41,9 +41,9 @@ struct BoardProcess {
 };
 
 // Starts this program with the arguments, in a process group of its own that ends with its starter.
-// What it prints goes to `log`. Throws RunError.
+// What it prints goes to `log`; it may open so many descriptors. Throws RunError.
 [[nodiscard]] BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
-                                      const Descriptor &log);
+                                      const Descriptor &log, uint64_t descriptors);
 
 // The file's content as a descriptor that nobody changes any more: what the supervisor reads, and
 // each board. Throws UsageError, or RunError.

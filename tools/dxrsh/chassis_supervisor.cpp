@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <poll.h>
 #include <sys/random.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -23,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include "chassis_descriptors.h"
 #include "chassis_file.h"
 #include "chassis_keys.h"
 #include "chassis_log.h"
@@ -171,9 +173,11 @@ class Signals {
 
 class Supervisor {
   public:
-    Supervisor(const SupervisorOptions &options, Descriptor file, const Chassis &chassis)
+    Supervisor(const SupervisorOptions &options, Descriptor file, const Chassis &chassis,
+               uint64_t descriptors)
         : options_(options),
           chassis_(chassis),
+          descriptors_(descriptors),
           file_(std::move(file)),
           place_(std::in_place, chassis.name),
           beganMs_(NowMs()) {
@@ -272,7 +276,7 @@ class Supervisor {
                 StartBoard({"dxrsh", "chassis-board", ":" + options_.file, ":" + options_.modules,
                             ":" + chassis_.work, ":" + name, ":" + std::to_string(life),
                             board.isCutOff ? ":cut" : ":on"},
-                           file_.Get(), OpenLog(Work(board), chassis_.log));
+                           file_.Get(), OpenLog(Work(board), chassis_.log), descriptors_);
             board.state = State::kStarting;
         } catch (const RunError &error) {
             Tell(board, "not started: {}", error.what());
@@ -639,6 +643,7 @@ class Supervisor {
 
     const SupervisorOptions &options_;
     const Chassis &chassis_;
+    const uint64_t descriptors_;  // that a board may open until it asks for more
     const Signals signals_;
     const Descriptor file_;
     std::optional<ChassisPlace> place_;  // until it has stopped
@@ -692,6 +697,32 @@ void CheckBoards(const Chassis &chassis, const std::string &machine) {
     }
 }
 
+// As many as the supervisor needs, or none begins. A board needs all of its own only when it talks
+// to all others. What was allowed before.
+uint64_t RequireDescriptors(const Chassis &chassis, const std::string &machine) {
+    const auto here = static_cast<size_t>(
+        std::count_if(chassis.boards.begin(), chassis.boards.end(),
+                      [&machine](const ChassisBoard &each) { return each.machine == machine; }));
+    const uint64_t own = DescriptorsOfSupervisor(here);
+    const DescriptorLimit limit = AllowDescriptors(own);
+    if (limit.now < own) {
+        throw RunError(
+            fmt::format("{} boards need {} descriptors, and there may be {} in a process: raise "
+                        "the hard limit (ulimit -Hn)",
+                        here, own, limit.now));
+    }
+    rlimit found{};
+    const uint64_t ofBoard = DescriptorsOfBoard(chassis.boards.size());
+    if (getrlimit(RLIMIT_NOFILE, &found) == 0 && found.rlim_max < ofBoard) {
+        Say(stdout,
+            "a board that talks to all others needs {} descriptors, and may have {}: raise the "
+            "hard limit (ulimit -Hn)\n",
+            ofBoard, found.rlim_max);
+        (void)std::fflush(stdout);
+    }
+    return limit.before;
+}
+
 }  // namespace
 
 int RunChassis(const SupervisorOptions &options) {
@@ -699,7 +730,8 @@ int RunChassis(const SupervisorOptions &options) {
     Chassis chassis = ReadChassisFile(options.file, options.modules, PathOf(file.Get()));
     chassis.work = options.work.empty() ? chassis.work : options.work;
     CheckBoards(chassis, options.machine);
-    return Supervisor(options, std::move(file), chassis).Run();
+    const uint64_t descriptors = RequireDescriptors(chassis, options.machine);
+    return Supervisor(options, std::move(file), chassis, descriptors).Run();
 }
 
 }  // namespace dxrsh

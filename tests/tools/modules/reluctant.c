@@ -1,11 +1,13 @@
 /* A board that does not end at once when it is stopped: it uses so many milliseconds of processor
  * time, as one that has much to put away, or with "stuck" it waits for ever. With "noisy" it prints
- * 4000 lines of 50 bytes, half of them to standard error, and then dies. */
+ * 4000 lines of 50 bytes, half of them to standard error, and then dies. With "forks" it has a
+ * child that tells how many descriptors it may open, and stays for ever. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -24,10 +26,24 @@ static void PrintAndDie(void) {
     abort();
 }
 
+static void HaveChild(void) {
+    if (fork() == 0) {
+        struct rlimit limit;
+        (void)getrlimit(RLIMIT_NOFILE, &limit);
+        printf("child %d may open %d\n", (int)getpid(), (int)limit.rlim_cur);
+        for (;;) {
+            (void)pause();
+        }
+    }
+}
+
 int DxrModuleMain(int argc, char **argv) {
     const char *const word = argc > 1 ? argv[1] : "0";
     if (strcmp(word, "noisy") == 0) {
         PrintAndDie();
+    }
+    if (strcmp(word, "forks") == 0) {
+        HaveChild();
     }
     const DxrHostUnit unit = {DXR_HOST_UNIT_MPU, 0};
     const DxrHostMailbox mailbox = {.size = sizeof(mailbox), .unit = unit};
