@@ -20,8 +20,8 @@ import unittest
 
 READ_ONLY_AFTER_LOAD = (".data.rel.ro", ".init_array", ".fini_array", ".dynamic", ".got",
                         ".got.plt")
-# The system's start files are not compiled here.
-NOT_OURS = {"_start", "_init", "_fini"}
+# The system's start files, and the part of its library that is linked in, are not compiled here.
+NOT_OURS = {"_start", "_init", "_fini", "__pthread_atfork"}
 LANDING = {"x86_64": (bytes.fromhex("f30f1efa"),),
            # bti c, paciasp
            "aarch64": (bytes.fromhex("5f2403d5"), bytes.fromhex("3f2303d5"))}
