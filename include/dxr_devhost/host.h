@@ -58,7 +58,9 @@ DXR_API void DxrHostInitOptions(DxrHostOptions *options);
 
 /* Makes a host; `options` null stands for the defaults. With the virtual clock the calling thread
  * becomes the host's first task, "main". Returns null when the options are wrong (size, clock) or
- * there is no memory. Any number of hosts may exist; slots reach the one that is registered. */
+ * there is no memory. Any number of hosts may exist; slots reach the one that is registered. What
+ * is found out while it is made, say that a file is broken, is a message to stderr or `logFile`, as
+ * sinks come later (DxrHostSetPrintSink, DxrHostSetReportSink), and kept: DxrHostGetReport. */
 DXR_NODISCARD DXR_API DxrHost *DxrHostCreate(const DxrHostOptions *options);
 
 /* As DxrHostCreate, with the options of a JSON file: one object whose members have the names of
