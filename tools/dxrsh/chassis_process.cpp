@@ -40,11 +40,12 @@ struct Redirection {
 };
 
 // The child, which calls nothing that is not safe after fork.
-[[noreturn]] void Become(pid_t starter, uint64_t descriptors,
+[[noreturn]] void Become(pid_t starter, uint64_t descriptors, int guard,
                          const std::array<Redirection, 5> &redirections, char **arguments) {
     sigset_t none{};
     (void)sigemptyset(&none);
     (void)setpgid(0, 0);
+    Guard::Begin(guard);
     bool isWell = prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == starter &&
                   pthread_sigmask(SIG_SETMASK, &none, nullptr) == 0;
     for (const Redirection &each : redirections) {
@@ -60,7 +61,7 @@ struct Redirection {
 }  // namespace
 
 BoardProcess StartBoard(const std::vector<std::string> &arguments, int file, const Descriptor &log,
-                        uint64_t descriptors) {
+                        uint64_t descriptors, const Guard &guard) {
     const Descriptor output = Above(log, "the log of a board");
     const Descriptor input =
         Above(Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)), "/dev/null");
@@ -86,7 +87,7 @@ BoardProcess StartBoard(const std::vector<std::string> &arguments, int file, con
     const pid_t starter = getpid();
     board.pid = fork();
     if (board.pid == 0) {
-        Become(starter, descriptors, redirections, argv.data());
+        Become(starter, descriptors, guard.Fd(), redirections, argv.data());
     }
     if (board.pid < 0) {
         throw RunError("no process for a board: " + ErrorText());

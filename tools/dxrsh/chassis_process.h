@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "chassis_guard.h"
 #include "chassis_place.h"
 
 namespace dxrsh {
@@ -40,10 +41,12 @@ struct BoardProcess {
     Descriptor control;
 };
 
-// Starts this program with the arguments, in a process group of its own that ends with its starter.
-// What it prints goes to `log`; it may open so many descriptors. Throws RunError.
+// Starts this program with the arguments, in a process group of its own that ends with its starter;
+// the guard sees to those that the board starts. What it prints goes to `log`; it may open so many
+// descriptors. Throws RunError.
 [[nodiscard]] BoardProcess StartBoard(const std::vector<std::string> &arguments, int file,
-                                      const Descriptor &log, uint64_t descriptors);
+                                      const Descriptor &log, uint64_t descriptors,
+                                      const Guard &guard);
 
 // The file's content as a descriptor that nobody changes any more: what the supervisor reads, and
 // each board. Throws UsageError, or RunError.

@@ -26,6 +26,7 @@
 
 #include "chassis_descriptors.h"
 #include "chassis_file.h"
+#include "chassis_guard.h"
 #include "chassis_keys.h"
 #include "chassis_log.h"
 #include "chassis_place.h"
@@ -200,6 +201,7 @@ class Supervisor {
         for (Board &board : boards_) {
             if (board.Runs()) {
                 (void)kill(-board.process.pid, SIGKILL);
+                guard_.End(board.process.pid);
                 (void)waitpid(board.process.pid, nullptr, 0);
             }
         }
@@ -276,7 +278,7 @@ class Supervisor {
                 StartBoard({"dxrsh", "chassis-board", ":" + options_.file, ":" + options_.modules,
                             ":" + chassis_.work, ":" + name, ":" + std::to_string(life),
                             board.isCutOff ? ":cut" : ":on"},
-                           file_.Get(), OpenLog(Work(board), chassis_.log), descriptors_);
+                           file_.Get(), OpenLog(Work(board), chassis_.log), descriptors_, guard_);
             board.state = State::kStarting;
         } catch (const RunError &error) {
             Tell(board, "not started: {}", error.what());
@@ -321,6 +323,7 @@ class Supervisor {
             }
             const pid_t pid = ended.si_pid;
             (void)kill(-pid, SIGKILL);
+            guard_.End(pid);
             int status = 0;
             (void)waitpid(pid, &status, 0);
             const auto board =
@@ -644,6 +647,7 @@ class Supervisor {
     const SupervisorOptions &options_;
     const Chassis &chassis_;
     const uint64_t descriptors_;  // that a board may open until it asks for more
+    const Guard guard_;           // before all that is opened for the boards
     const Signals signals_;
     const Descriptor file_;
     std::optional<ChassisPlace> place_;  // until it has stopped
