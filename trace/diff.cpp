@@ -1,7 +1,6 @@
 // Where two recordings part.
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <new>
 #include <string>
@@ -12,6 +11,7 @@
 #include "compare.h"
 #include "dxr_trace.h"
 #include "export.h"
+#include "file_writer.h"
 #include "pointers.h"
 #include "script.h"
 #include "slots.h"
@@ -178,7 +178,7 @@ std::string Line(const char *sign, const TracedCall &call) {
 
 class Comparison {
   public:
-    Comparison(uint32_t context, FILE *out) : context_(context), out_(out) {}
+    Comparison(uint32_t context, FileWriter &out) : context_(context), out_(out) {}
 
     void Compare(const Side &a, const Side &b) {
         for (const ThreadKind kind :
@@ -188,28 +188,13 @@ class Comparison {
             for (size_t i = 0; i < std::max(ofA.size(), ofB.size()); ++i) {
                 std::string name = NameOf(kind);
                 name += kind == ThreadKind::kMain ? "" : " " + std::to_string(i + 1);
-                Put(Compare(name, i < ofA.size() ? ofA[i] : Thread{},
-                            i < ofB.size() ? ofB[i] : Thread{}));
+                out_.Put(Compare(name, i < ofA.size() ? ofA[i] : Thread{},
+                                 i < ofB.size() ? ofB[i] : Thread{}));
             }
         }
     }
 
     [[nodiscard]] bool Differs() const { return differs_; }
-
-    // What comes before the threads.
-    void Put(const std::string &text) {
-        if (error_ == 0 && std::fwrite(text.data(), 1, text.size(), out_) != text.size()) {
-            error_ = errno != 0 ? errno : EIO;
-        }
-    }
-
-    // 0, or why not all could be written.
-    int Flush() {
-        if (error_ == 0 && std::fflush(out_) != 0) {
-            error_ = errno != 0 ? errno : EIO;
-        }
-        return error_;
-    }
 
   private:
     std::string Compare(const std::string &name, const Thread &a, const Thread &b) {
@@ -261,9 +246,8 @@ class Comparison {
     }
 
     uint32_t context_;
-    FILE *out_;
+    FileWriter &out_;
     bool differs_ = false;
-    int error_ = 0;
 };
 
 uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::string &problem) {
@@ -272,8 +256,9 @@ uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::st
     if (!Load(a, first, problem) || !Load(b, second, problem)) {
         return 2;
     }
-    Comparison comparison(context, out);
-    comparison.Put(MakeComparable(first, second));
+    FileWriter writer(out);
+    Comparison comparison(context, writer);
+    writer.Put(MakeComparable(first, second));
     comparison.Compare(first, second);
     for (const auto &[path, side] : {std::pair(a, &first), std::pair(b, &second)}) {
         if (!side->file.problem.empty()) {
@@ -283,7 +268,7 @@ uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::st
                       " records were dropped";
         }
     }
-    const int error = comparison.Flush();
+    const int error = writer.Flush();
     if (error != 0) {
         problem = "cannot be written: " + std::generic_category().message(error);
         return 2;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "dxr_trace.h"
+#include "file_writer.h"
 #include "format.h"
 #include "slots.h"
 
@@ -473,30 +474,8 @@ int dxr_trace::ReadWholeFile(const char *path, std::string &bytes) {
 
 namespace {
 
-class Writer {
-  public:
-    explicit Writer(FILE *out) : out_(out) {}
-
-    void Put(const std::string &text) {
-        if (error_ == 0 && std::fwrite(text.data(), 1, text.size(), out_) != text.size()) {
-            error_ = errno != 0 ? errno : EIO;
-        }
-    }
-
-    int Flush() {
-        if (error_ == 0 && std::fflush(out_) != 0) {
-            error_ = errno != 0 ? errno : EIO;
-        }
-        return error_;
-    }
-
-  private:
-    FILE *out_;
-    int error_ = 0;
-};
-
 int WriteAs(const TraceFile &file, uint32_t format, FILE *out) {
-    Writer writer(out);
+    dxr_trace::FileWriter writer(out);
     switch (format) {
         case DXR_TRACE_JSON_LINES:
             for (const TracedCall &call : file.calls) {

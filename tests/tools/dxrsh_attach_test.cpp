@@ -27,15 +27,12 @@
 namespace {
 
 using dxrtest::ExpectFails;
+using dxrtest::Holds;
 using dxrtest::kPatienceMs;
 using dxrtest::Outcome;
 using dxrtest::RunDxrsh;
 using dxrtest::TemporaryDirectory;
-using Words = std::vector<std::string>;
-
-bool Holds(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
+using dxrtest::Words;
 
 bool IsThere(const std::string &path) {
     struct stat found {};
@@ -59,14 +56,7 @@ class Beside {
             (void)dup2(in[0], 0);
             (void)dup2(out[1], 1);
             (void)dup2(out[1], 2);
-            Words words = arguments;
-            words.insert(words.begin(), "dxrsh");
-            std::vector<char *> argv;
-            for (std::string &word : words) {
-                argv.push_back(word.data());
-            }
-            argv.push_back(nullptr);
-            execv(DXRSH_PROGRAM, argv.data());
+            dxrtest::ExecuteDxrsh(arguments);
             _exit(99);
         }
         (void)close(in[0]);

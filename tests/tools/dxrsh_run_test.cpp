@@ -21,11 +21,12 @@ namespace {
 
 using dxrtest::ExpectFails;
 using dxrtest::ExpectPrints;
+using dxrtest::Holds;
 using dxrtest::Outcome;
 using dxrtest::RunDxrsh;
 using dxrtest::RunDxrshInto;
 using dxrtest::TemporaryDirectory;
-using Words = std::vector<std::string>;
+using dxrtest::Words;
 
 const std::string kWorker = DXRSH_WORKER;
 // How long a call may not come in a replay that differs.
@@ -34,10 +35,6 @@ const Words kImpatient = {"--patience", "2"};
 Words operator+(Words words, const Words &more) {
     words.insert(words.end(), more.begin(), more.end());
     return words;
-}
-
-bool Holds(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
 }
 
 Outcome RunWorker(const Words &options, const Words &arguments = {}) {

@@ -16,14 +16,11 @@
 namespace {
 
 using dxrtest::ExpectFails;
+using dxrtest::Holds;
 using dxrtest::Outcome;
 using dxrtest::RunDxrsh;
 using dxrtest::TemporaryDirectory;
-using Words = std::vector<std::string>;
-
-bool Holds(const std::string &text, const std::string &part) {
-    return text.find(part) != std::string::npos;
-}
+using dxrtest::Words;
 
 Outcome Shell(const std::string &lines, const Words &options = {}) {
     Words words = {"shell"};

@@ -11,6 +11,12 @@
 
 namespace dxrtest {
 
+using Words = std::vector<std::string>;
+
+inline bool Holds(const std::string &text, const std::string &part) {
+    return text.find(part) != std::string::npos;
+}
+
 inline void ExpectPrints(const std::vector<std::string> &arguments, const std::string &expected,
                          const std::string &standardInput = {}) {
     const Outcome outcome = RunDxrsh(arguments, standardInput);

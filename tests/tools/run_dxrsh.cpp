@@ -40,19 +40,10 @@ const char *Execute(const TemporaryDirectory &directory, const Setting &setting,
     if (dup2(in, 0) != 0 || dup2(out, 1) != 1 || dup2(err, 2) != 2) {
         return "cannot redirect";
     }
-    std::vector<std::string> words = arguments;
-    words.insert(words.begin(), "dxrsh");
-    std::vector<char *> argv;
-    for (std::string &word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    if (setting.opt.empty()) {
-        execv(DXRSH_PROGRAM, argv.data());
-    } else {
+    if (!setting.opt.empty()) {
         setenv("DXR_TEST_OPT", setting.opt.c_str(), 1);
-        execv(DXRSH_ELSEWHERE_PROGRAM, argv.data());
     }
+    ExecuteDxrsh(arguments, setting.opt.empty() ? nullptr : DXRSH_ELSEWHERE_PROGRAM);
     return "cannot run dxrsh";
 }
 
@@ -88,6 +79,17 @@ Outcome RunDxrshInto(int outputFd, const std::vector<std::string> &arguments,
 Outcome RunDxrshWithOpt(const std::string &opt, const std::vector<std::string> &arguments,
                         const std::string &standardInput) {
     return Run({-1, opt}, arguments, standardInput);
+}
+
+void ExecuteDxrsh(const std::vector<std::string> &arguments, const char *program) {
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), "dxrsh");
+    std::vector<char *> argv;
+    for (std::string &word : words) {
+        argv.push_back(word.data());
+    }
+    argv.push_back(nullptr);
+    execv(program != nullptr ? program : DXRSH_PROGRAM, argv.data());
 }
 
 std::vector<std::string> SplitLines(const std::string &text) {

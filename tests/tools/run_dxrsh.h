@@ -25,6 +25,10 @@ struct Outcome {
                                       const std::vector<std::string> &arguments,
                                       const std::string &standardInput = {});
 
+// In a process that was just forked: becomes dxrsh, or another program that takes its place.
+// Returns when it cannot.
+void ExecuteDxrsh(const std::vector<std::string> &arguments, const char *program = nullptr);
+
 // The lines of a text without their line breaks.
 [[nodiscard]] std::vector<std::string> SplitLines(const std::string &text);
 

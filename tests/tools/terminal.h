@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/run_dxrsh.h"
+
 namespace dxrtest {
 
 inline constexpr int kPatienceMs = 60000;
@@ -28,14 +30,7 @@ class Terminal {
             setenv("XDG_STATE_HOME", state.c_str(), 1);
             setenv("TERM", "dumb", 1);
             setenv("LC_ALL", "C.UTF-8", 1);
-            std::vector<std::string> words = arguments;
-            words.insert(words.begin(), "dxrsh");
-            std::vector<char *> argv;
-            for (std::string &word : words) {
-                argv.push_back(word.data());
-            }
-            argv.push_back(nullptr);
-            execv(DXRSH_PROGRAM, argv.data());
+            ExecuteDxrsh(arguments);
             _exit(99);
         }
         Await("dxr> ");
