@@ -1,6 +1,7 @@
 // dxrsh shell as a user has it: lines of files, and lines typed on a terminal.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/sanitizers.h"
 #include "tools/expect_dxrsh.h"
 #include "tools/run_dxrsh.h"
 #include "tools/temporary_directory.h"
@@ -84,6 +86,32 @@ TEST(DxrshShell, EndsWithTheFirstLineThatIsWrong) {
     ExpectRefuses("call 'DXR_ReadReg", "a ' is not closed");
     ExpectRefuses("source", "usage: source FILE");
     ExpectRefuses("shell", "there is no command 'shell'; 'help' lists them");
+}
+
+// Within the test's own limit of memory, which its programs inherit.
+TEST(DxrshShell, SaysWhichLineHadTooLittleMemory) {
+    if (DXRTEST_MEMORY_IS_SHADOWED) {
+        GTEST_SKIP() << "the sanitizer's own memory is beyond every limit";
+    }
+    const TemporaryDirectory directory;
+    std::string lines = "get 0:1:4\n";
+    for (const char *const name : {"a", "b", "c", "d", "e", "f", "g", "h"}) {
+        lines += std::string("buffer ") + name + " zero:67108864\n";
+    }
+    const std::string file = directory.Write("lines", lines + "get 0:1:4\n");
+    const std::string outer = directory.Write("outer", "get 0:1:8\nsource " + file + "\n");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit narrow = {rlim_t{512} << 20U, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &narrow), 0);
+    const Outcome outcome = RunDxrsh({"shell", outer});
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "0:1:0x8 = 0\n0:1:0x4 = 0\n");
+    const std::string where = "dxrsh: " + outer + ":2: " + file + ":";
+    EXPECT_EQ(outcome.err.compare(0, where.size(), where), 0) << outcome.err;
+    const std::string why = outcome.err.substr(std::min(where.size() + 1, outcome.err.size()));
+    EXPECT_EQ(why, ": not enough memory\n") << outcome.err;
 }
 
 TEST(DxrshShell, TakesTheOptionsOfARun) {

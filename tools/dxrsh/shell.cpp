@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 #include "errors.h"
@@ -225,17 +226,20 @@ bool Shell::ExecuteFile(const std::string &path) {
     Line line{};
     bool goesOn = true;
     while (goesOn && lines.Next(line)) {
-        const auto fail = [&](const std::exception &error) {
+        const auto fail = [&](const char *why) {
             depth_ = 0;
-            throw RunError(
-                fmt::format("{}:{}: {}", InputName(path), lines.LineNumber(), error.what()));
+            throw RunError(fmt::format("{}:{}: {}", InputName(path), lines.LineNumber(), why));
         };
         try {
             goesOn = Execute(line.text);
-        } catch (const UsageError &error) {
-            fail(error);
-        } catch (const RunError &error) {
-            fail(error);
+        } catch (const BrokenPipe &) {
+            throw;
+        } catch (const Ended &) {
+            throw;
+        } catch (const std::bad_alloc &) {
+            fail("not enough memory");
+        } catch (const std::exception &error) {
+            fail(error.what());
         }
     }
     --depth_;
