@@ -128,6 +128,13 @@ class Lab:
         check(got == status and err.count("\n") == 1 and re.search(text, err),
               f"chassis {' '.join(words)}: wanted {status} and {text}, got {got} {out} {err}")
 
+    def shell(self, board, lines, status=0):
+        done = subprocess.run([self.dxrsh, "chassis", "shell", str(self.file), board],
+                              env=self.environment(), text=True, input=lines, capture_output=True,
+                              timeout=LIMIT, check=False)
+        check(done.returncode == status, f"{board}: {lines}: {done.returncode} {done.stderr}")
+        return done.stdout if status == 0 else done.stderr
+
     def start(self, *options, first=None):
         with open(self.top / "out", "ab") as out:
             # pylint: disable-next=subprocess-popen-preexec-fn
@@ -286,12 +293,7 @@ def shells(lab, _):
     lab.write(boards)
     lab.start()
 
-    def shell(board, lines, status=0):
-        done = subprocess.run([lab.dxrsh, "chassis", "shell", str(lab.file), board],
-                              env=lab.environment(), text=True, input=lines, capture_output=True,
-                              timeout=LIMIT, check=False)
-        check(done.returncode == status, f"{board}: {lines}: {done.returncode} {done.stderr}")
-        return done.stdout if status == 0 else done.stderr
+    shell = lab.shell
 
     def lost():
         return lab.status()["main"]["lost"]
@@ -327,6 +329,27 @@ def shells(lab, _):
     lab.fails(2, r"losses.json: filters\[0\]: 'name' is missing", str(lab.file))
     tree.unlink()
     lab.fails(2, "losses.json: No such file", str(lab.file))
+
+
+def own_tree(lab, options):
+    """A module that asks a filter tree of its own keeps it, whatever the file and a shell say."""
+    (lab.top / "losses.json").write_text(json.dumps(dict(filters=[dict(
+        type=1, name="mpu", filters=[dict(type=0, name="mpu:0", filters=[
+            dict(type=18, name="file", lost=9)])])])), encoding="ascii")
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["tree", "0"], filter="losses.json")])
+    lab.start()
+    await_that(lambda: "mpu:0 " in lab.shell("main", "mailboxes\n"), "the module's mailbox")
+    check(lab.shell("main", "drop mpu:0 19 5\n", 1) ==
+          "dxrsh: standard input:1: the module has set a filter tree of its own\n", "it is changed")
+    drops = lab.shell("main", "drop\n")
+    check("lostCnt[2], name[own]" in drops and "name[file]" not in drops, drops)
+    # It is asked, and messages are lost by their kind alone, too.
+    drops = lab.shell("main", "drop 77 1\nsend mpu:0 19\nsend mpu:0 77\nsend mpu:0 19\nmailboxes\n"
+                      "drop\n")
+    check("sent 3, arrived 0, taken 0, lost 3, refused 0" in drops and
+          "lostCnt[0], name[own]" in drops and "kind 77[ 77]" in drops, drops)
+    lab.stop()
 
 
 def orphans(lab, options):
@@ -644,9 +667,9 @@ def main():
                         help="the module of tests/tools/modules, for tests that need one")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, shells, orphans, read_once, begin_again, inherited, endings, deaths, logs,
-                 descriptors, paths, keys, files, storm):
-        needs_other = test in (descriptors, endings, logs, orphans)
+    for test in (orders, shells, own_tree, orphans, read_once, begin_again, inherited, endings,
+                 deaths, logs, descriptors, paths, keys, files, storm):
+        needs_other = test in (descriptors, endings, logs, orphans, own_tree)
         if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue
         began = time.monotonic()

@@ -1,7 +1,8 @@
 /* A board that does not end at once when it is stopped: it uses so many milliseconds of processor
  * time, as one that has much to put away, or with "stuck" it waits for ever. With "noisy" it prints
  * 4000 lines of 50 bytes, half of them to standard error, and then dies. With "forks" it has a
- * child that tells how many descriptors it may open, and stays for ever. */
+ * child that tells how many descriptors it may open, and stays for ever. With "tree" it has a
+ * message filter tree of its own, by which two messages of kind 19 to it are lost. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -37,6 +38,14 @@ static void HaveChild(void) {
     }
 }
 
+static DxrMessageFilter *MakeTree(void) {
+    const DxrMessageFilterInfo kind = {.msgType = 19, .lostCnt = 2, .name = "own"};
+    const DxrMessageFilterInfo unit = {.name = "mpu:0", .subFilters = &kind, .subFilterNum = 1};
+    const DxrMessageFilterInfo whole = {
+        .msgType = DXR_HOST_UNIT_MPU, .name = "mpu", .subFilters = &unit, .subFilterNum = 1};
+    return DXR_CreateMessageFilter(&whole, 1);
+}
+
 int DxrModuleMain(int argc, char **argv) {
     const char *const word = argc > 1 ? argv[1] : "0";
     if (strcmp(word, "noisy") == 0) {
@@ -44,6 +53,11 @@ int DxrModuleMain(int argc, char **argv) {
     }
     if (strcmp(word, "forks") == 0) {
         HaveChild();
+    }
+    DxrMessageFilter *tree = NULL;
+    if (strcmp(word, "tree") == 0) {
+        tree = MakeTree();
+        DxrHostSetMessageFilter(NULL, tree);
     }
     const DxrHostUnit unit = {DXR_HOST_UNIT_MPU, 0};
     const DxrHostMailbox mailbox = {.size = sizeof(mailbox), .unit = unit};
@@ -57,5 +71,9 @@ int DxrModuleMain(int argc, char **argv) {
     while (clock() < until) {
     }
     (void)DxrHostCloseMailbox(NULL, &unit);
+    if (tree != NULL) {
+        DxrHostSetMessageFilter(NULL, NULL);
+        DXR_DestroyMessageFilter(&tree);
+    }
     return 0;
 }
