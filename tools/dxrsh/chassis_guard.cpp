@@ -59,7 +59,8 @@ void CloseOthers(int kept) {
     (void)setsid();  // signals of the terminal, and to the group, end the supervisor alone
     (void)prctl(PR_SET_NAME, "dxrsh-guard");
     CloseOthers(fd);
-    (void)!chdir("/");
+    const int unimportant = chdir("/");
+    (void)unimportant;
     std::set<pid_t> groups;
     pid_t told = 0;
     for (;;) {
@@ -113,12 +114,14 @@ Guard::~Guard() {
 
 void Guard::Begin(int fd) {
     const pid_t group = getpid();
-    (void)!write(fd, &group, sizeof(group));
+    const ssize_t written = write(fd, &group, sizeof(group));
+    (void)written;  // a guard that is gone cannot be told
 }
 
 void Guard::End(pid_t group) const {
     const pid_t told = -group;
-    (void)!write(tell_.Get(), &told, sizeof(told));
+    const ssize_t written = write(tell_.Get(), &told, sizeof(told));
+    (void)written;
 }
 
 }  // namespace dxrsh

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -89,13 +88,13 @@ void OwnLog::Look() {
         return;
     }
     // The module may print to elsewhere meanwhile.
-    std::array<bool, STDERR_FILENO + 1> isLog{};
-    for (const int fd : {STDOUT_FILENO, STDERR_FILENO}) {
+    const auto isLog = [&log](int fd) {
         struct stat found {};
-        isLog[fd] =
-            fstat(fd, &found) == 0 && found.st_dev == log.st_dev && found.st_ino == log.st_ino;
-    }
-    if (!isLog[STDOUT_FILENO] && !isLog[STDERR_FILENO]) {
+        return fstat(fd, &found) == 0 && found.st_dev == log.st_dev && found.st_ino == log.st_ino;
+    };
+    const bool isOut = isLog(STDOUT_FILENO);
+    const bool isError = isLog(STDERR_FILENO);
+    if (!isOut && !isError) {
         return;
     }
     const Descriptor next = BeginNext(directory_.Get(), limits_.kept);
@@ -107,10 +106,11 @@ void OwnLog::Look() {
         hasFailed_ = true;
         return;
     }
-    for (const int fd : {STDOUT_FILENO, STDERR_FILENO}) {
-        if (isLog[fd]) {
-            (void)dup2(next.Get(), fd);
-        }
+    if (isOut) {
+        (void)dup2(next.Get(), STDOUT_FILENO);
+    }
+    if (isError) {
+        (void)dup2(next.Get(), STDERR_FILENO);
     }
 }
 
