@@ -14,7 +14,7 @@ constexpr uint64_t kUsual = 64;
 // The connection to a board, the one from it, and what wakes the socket's user.
 constexpr uint64_t kOfPeer = 3;
 
-constinit uint64_t ofPrograms = 0;
+constinit uint64_t g_ofPrograms = 0;
 
 }  // namespace
 
@@ -33,7 +33,7 @@ DescriptorLimit AllowDescriptors(uint64_t needed) {
     }
     DescriptorLimit result{limit.rlim_cur, limit.rlim_cur};
     if (limit.rlim_cur < needed) {
-        limit.rlim_cur = std::min<rlim_t>(needed, limit.rlim_max);
+        limit.rlim_cur = static_cast<rlim_t>(std::min<uint64_t>(needed, limit.rlim_max));
         result.now = setrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : result.now;
     }
     return result;
@@ -42,16 +42,16 @@ DescriptorLimit AllowDescriptors(uint64_t needed) {
 void LimitDescriptors(uint64_t most) {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur != most) {
-        limit.rlim_cur = std::min<rlim_t>(most, limit.rlim_max);
+        limit.rlim_cur = static_cast<rlim_t>(std::min<uint64_t>(most, limit.rlim_max));
         (void)setrlimit(RLIMIT_NOFILE, &limit);
     }
 }
 
 void AllowOwnDescriptors(uint64_t needed) {
     const DescriptorLimit limit = AllowDescriptors(needed);
-    ofPrograms = limit.before;
+    g_ofPrograms = limit.before;
     if (limit.now != limit.before) {
-        (void)pthread_atfork(nullptr, nullptr, [] { LimitDescriptors(ofPrograms); });
+        (void)pthread_atfork(nullptr, nullptr, [] { LimitDescriptors(g_ofPrograms); });
     }
 }
 
