@@ -25,6 +25,7 @@
 #include "dxr_api.h"
 #include "encoder.h"
 #include "format.h"
+#include "hash_keys.h"
 #include "note.h"
 #include "slots.h"
 #include "state.h"
@@ -348,6 +349,7 @@ void Launch(Drain &drain) {
 uint32_t TryStart(const char *path) {
     TheSignals().ends = false;
     auto drain = std::make_unique<Drain>(g_sessions + 1);
+    ForgetAllHashKeys();  // tables may have come and gone since the last recording
     drain->Start(path);
     if (drain->Error() != 0) {
         return static_cast<uint32_t>(drain->Error());

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "hash_keys.h"
 #include "words.h"
 
 namespace dxr_trace {
@@ -76,10 +77,12 @@ void HashTables::Create(uint64_t options, uint64_t table) {
     }
     std::memcpy(&read, given, sizeof(read));
     Free(table);
+    LearnHashKeys(options, table);
     tables_[table] = {read.keyBytes, read.compare, read.user, 0, {}, {}};
 }
 
 void HashTables::Free(uint64_t table) {
+    ForgetHashKeys(table);
     tables_.erase(table);
     std::erase_if(entries_, [table](const auto &entry) { return entry.second.table == table; });
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "format.h"
+#include "hash_keys.h"
 #include "pointers.h"
 #include "slots.h"
 #include "state.h"
@@ -110,6 +111,10 @@ CallNote::CallNote(size_t slot, std::span<const uint64_t> words, const char *mes
     const size_t limit = g_state.dataBytes.load(std::memory_order_relaxed);
     Pieces pieces;
     Collect(kSlots[slot], {words, 0}, Direction::kIn, Followed(), limit, pieces);
+    CollectHashKey(kSlots[slot], words, Followed(), limit, pieces);
+    if (IsOfHash(kSlots[slot]) && std::strcmp(kSlots[slot].name, "DXR_HashFree") == 0) {
+        ForgetHashKeys(words[0]);  // before another one has its handle
+    }
     if (message != nullptr && Followed() != Follow::kNone) {
         pieces.Add({PlaceOf(kMessagePlace, kDirect, true), message, strnlen(message, limit + 1)});
     }
@@ -124,6 +129,10 @@ CallNote::CallNote(size_t slot, std::span<const uint64_t> words, const char *mes
 void CallNote::End(uint64_t result) const {
     const uint64_t end = NowTicks();
     NoteTime(slot_, end - begin_);
+    if (Followed() == Follow::kDevhost && IsOfHash(kSlots[slot_]) &&
+        std::strcmp(kSlots[slot_].name, "DXR_HashCreate") == 0) {
+        LearnHashKeys(words_[0], result);
+    }
     ThreadRecord *const thread = t_record;
     // Meanwhile the trace may have been stopped, and even begun anew.
     if (!isNoted_ || thread == nullptr || thread->session != session_ ||

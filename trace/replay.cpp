@@ -30,6 +30,7 @@
 #include "compare.h"
 #include "dxr_trace.h"
 #include "export.h"
+#include "hash_keys.h"
 #include "hash_tables.h"
 #include "pointers.h"
 #include "script.h"
@@ -83,6 +84,7 @@ void Describe(const TraceFile &file, size_t slot, std::span<const uint64_t> word
     const auto limit = static_cast<size_t>(std::min<uint64_t>(file.dataBytes, SIZE_MAX / 2));
     Pieces pieces;
     Collect(kSlots[slot], {words, 0}, Direction::kIn, file.follow, limit, pieces);
+    CollectHashKey(kSlots[slot], words, file.follow, limit, pieces);
     if (message != nullptr && file.follow != Follow::kNone) {
         pieces.Add({PlaceOf(kMessagePlace, kDirect, true), message, strnlen(message, limit + 1)});
     }
@@ -1146,6 +1148,7 @@ uint32_t TryStart(const char *path, const DxrReplayOptions &options, std::string
     if (wrong != 0) {
         return wrong;
     }
+    ForgetAllHashKeys();
     g_replay.store(replay.get());
     replay->Start();
     (void)replay.release();

@@ -436,6 +436,69 @@ TEST_F(ReplayTest, MisuseIsRefused) {
 
 // --- Hash tables
 
+struct KeyOfTable {
+    uint32_t keyBytes;
+    DxrHostHashCompare compare;
+    const char *first;
+    const char *second;
+    const char *told;  // of the second key in the place of the first; null: it may be another
+};
+
+void PrintTo(const KeyOfTable &key, std::ostream *out) {
+    *out << key.keyBytes << ' ' << key.first;
+}
+
+class KeysOfTables : public ReplayTest, public testing::WithParamInterface<KeyOfTable> {};
+
+// As far as keys say the same in each run.
+TEST_P(KeysOfTables, AreCompared) {
+    const KeyOfTable &given = GetParam();
+    DxrHooks hooks = {};
+    hooks.hash.hashCreate = [](void *) -> void * { return &g_somewhere; };
+    hooks.hash.hashInsert = [](void *, void *, void *, uint32_t, uint32_t) -> uint32_t {
+        return 0;
+    };
+    hooks.hash.hashFindKey = [](void *, void *) -> void * { return nullptr; };
+    hooks.hash.hashFree = [](void *) -> uint32_t { return 0; };
+    std::array<char, 8> key{};
+    const auto setKey = [&key](const char *text) {
+        (void)std::snprintf(key.data(), key.size(), "%s", text);
+    };
+    const auto body = [&] {
+        DxrHostHashOptions options{sizeof(options), given.keyBytes, 0,      0,
+                                   nullptr,         given.compare,  nullptr};
+        void *const table = DXR_HashCreate(&options);
+        EXPECT_EQ(0U, DXR_HashInsert(table, key.data(), nullptr, 0, 0));
+        EXPECT_EQ(0U, DXR_HashFree(table));
+        EXPECT_EQ(nullptr, DXR_HashFindKey(table, key.data()));  // of which nothing is known now
+    };
+    setKey(given.first);
+    Record(hooks, body);
+    const Replayed same = Replay(body);
+    EXPECT_EQ(0U, same.stopped) << same.text;
+    setKey(given.second);
+    const Replayed other = Replay(body);
+    if (given.told == nullptr) {
+        EXPECT_EQ(0U, other.stopped) << other.text;
+    } else {
+        EXPECT_NE(0U, other.stopped);
+        EXPECT_NE(std::string::npos, other.text.find(given.told)) << other.text;
+    }
+}
+
+int CompareTexts(const void *key, const void *other, void * /*user*/) {
+    return std::strcmp(static_cast<const char *>(key), static_cast<const char *>(other));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, KeysOfTables,
+                         testing::Values(KeyOfTable{0, nullptr, "one", "two", "two"},
+                                         KeyOfTable{0, CompareTexts, "one", "ones", "ones"},
+                                         KeyOfTable{4, nullptr, "abcd", "abce", "61626365"},
+                                         KeyOfTable{4, nullptr, "abcdx", "abcdy",
+                                                    nullptr},  // beyond the key
+                                         KeyOfTable{4, CompareTexts, "abc", "abd", nullptr},
+                                         KeyOfTable{8, nullptr, "abcdefg", "abcdefh", nullptr}));
+
 int CompareLetters(const void *key, const void *other, void *user) {
     ++*static_cast<uint32_t *>(user);
     return strcasecmp(static_cast<const char *>(key), static_cast<const char *>(other));
