@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <string>
 #include <vector>
@@ -549,6 +550,22 @@ TEST(DxrshTerminal, InterruptsDropTheLine) {
     terminal.Do("get 0:1:4", "0:1:0x4 = 0");
     terminal.Type("\x04");
     EXPECT_EQ(terminal.Status(), 0);
+}
+
+// With an interrupt the terminal forgets what was typed, also what the shell is just about to read.
+TEST(DxrshTerminal, AnInterruptMayTakeAwayWhatWasTyped) {
+    const TemporaryDirectory directory;
+    Terminal terminal(directory.Path("state"));
+    for (int round = 0; round < 5000 && !HasFailure(); ++round) {
+        terminal.Type("abc");
+        for (int wait = round % 100 * 200; wait > 0; --wait) {
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        }
+        terminal.Type("\x03");
+        terminal.Await("^C");
+        terminal.Await("dxr> ");
+    }
+    terminal.Do("get 0:1:4", "0:1:0x4 = 0");
 }
 
 TEST(DxrshTerminal, LeavesTheTerminalAsItWas) {

@@ -231,6 +231,29 @@ class Signals {
 
 // --- Lines
 
+// What is typed. An interrupt makes the terminal forget it, also between the moment that it says
+// that there is something and the reading of that, which must not wait then. The descriptor that
+// the program has got is others' too and stays as it is.
+class Input {
+  public:
+    Input() = default;
+    ~Input() {
+        if (own_ >= 0) {
+            (void)close(own_);
+        }
+    }
+    Input(const Input &) = delete;
+    Input &operator=(const Input &) = delete;
+    Input(Input &&) = delete;
+    Input &operator=(Input &&) = delete;
+
+    // One that waits where the terminal is another user's.
+    [[nodiscard]] int Fd() const { return own_ >= 0 ? own_ : STDIN_FILENO; }
+
+  private:
+    const int own_ = open("/dev/stdin", O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+};
+
 class Editor {
   public:
     explicit Editor(Shell &shell)
@@ -347,7 +370,7 @@ class Editor {
                 continue;
             }
             char byte = 0;
-            const ssize_t count = read(STDIN_FILENO, &byte, 1);
+            const ssize_t count = read(input_.Fd(), &byte, 1);
             if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN)) {
                 return 0;
             }
@@ -419,6 +442,7 @@ class Editor {
     }
 
     Shell &shell_;
+    const Input input_;
     RememberedLines remembered_;
     HistEvent event_{};
     std::unique_ptr<EditLine, EditorCloser> editor_;
