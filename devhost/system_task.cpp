@@ -357,7 +357,8 @@ uint32_t InitMutex(void **mutex, void * /*option*/) {
     }
     state.free.pop_back();
     ++state.lastNumber;
-    *mutex = made->handle;
+    void *const given = made->handle;
+    std::memcpy(static_cast<void *>(mutex), &given, sizeof(given));
     return 0;
 }
 

@@ -102,6 +102,7 @@ bool IsThere(const Call &call, const void *pointer) {
     return pointer != nullptr;
 }
 
+// At any address.
 template <typename Value>
 void Store(void *to, Value value) {
     std::memcpy(to, &value, sizeof(value));
@@ -112,7 +113,7 @@ void Store(void *to, Value value) {
 void GetSysTime(DxrSysTime *time) {
     const Call call("DXR_GetSysTime");
     if (call && IsThere(call, time)) {
-        *time = TimeOf(NowSec(*call));
+        Store(time, TimeOf(NowSec(*call)));
     }
 }
 
@@ -185,7 +186,7 @@ void GetCurrTime(char *text, uint32_t size, uint32_t *sec) {
     }
     const uint32_t now = NowSec(*call);
     if (sec != nullptr) {
-        *sec = now;
+        Store(sec, now);
     }
     if (text != nullptr && size > 0) {
         if (latest.sec != now) {

@@ -312,8 +312,11 @@ class Hostile : public testing::Test {
         rooms_[Below(rooms_.size())].fill(0);
         lastRoom_ = Below(rooms_.size());
         rooms_[lastRoom_].fill(0);
-        return WordOf(rooms_[lastRoom_].data());
+        return WordOf(rooms_[lastRoom_].data()) + Odd();
     }
+
+    // One pointer in so many is misaligned. Rooms and copies of records have the byte to spare.
+    Word Odd() { return Below(16) == 0 ? 1 : 0; }
 
     Word Text() {
         const std::array<const char *, 7> texts = {nullptr,       "",  "rb",         "a: b",
@@ -439,7 +442,12 @@ class Hostile : public testing::Test {
             return 0;
         }
         value.size = Below(8) == 0 ? 1 : sizeof(Value);
-        return WordOf(&value);
+        static_assert(sizeof(value) < sizeof(oddRecord_));
+        if (Odd() == 0) {
+            return WordOf(&value);
+        }
+        std::memcpy(&oddRecord_[1], &value, sizeof(value));
+        return WordOf(&oddRecord_[1]);
     }
 
     // Small ones that nobody empties, and some with a handler that sends on.
@@ -531,7 +539,8 @@ class Hostile : public testing::Test {
     std::string path_ = directory_.Write("data", "0123456789");
     uint32_t clock_ = 0;  // with the stepped one nobody would end a wait
     std::vector<Word> handles_;
-    std::array<std::array<unsigned char, 4096>, 4> rooms_{};
+    alignas(16) std::array<std::array<unsigned char, 4096 + 16>, 4> rooms_{};
+    alignas(8) std::array<unsigned char, 512> oddRecord_{};
     size_t lastRoom_ = 0;
     std::array<DxrHostTimer, 4> timers_ = {{{0, 1, 1, 0, Nothing, nullptr, nullptr},
                                             {0, 0, 0, 0, Nothing, nullptr, nullptr},
