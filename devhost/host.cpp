@@ -1,6 +1,8 @@
 #include "host.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -24,6 +26,46 @@ constexpr uint32_t kGraceMs = 10000;
 constexpr uint32_t kMostTries = 3;
 
 constinit std::atomic<uint64_t> g_lateCalls{0};
+
+// The places of late calls that were told. A place is a number of 64 bits that slot and caller mix
+// to, so that one exchange enters it: no lock, and no memory, at a time when nothing is sure.
+constinit std::array<std::atomic<uint64_t>, 256> g_lateTold{};
+constinit std::atomic<bool> g_hasToldOfMore{false};
+
+enum class Late { kNew, kKnown, kNoRoom };
+
+Late Enter(const char *slot, const void *caller) {
+    uint64_t place = reinterpret_cast<uintptr_t>(slot) * 0x9E3779B97F4A7C15;
+    place = ((place ^ place >> 32) + reinterpret_cast<uintptr_t>(caller)) * 0xD6E8FEB86659FD93;
+    place = (place ^ place >> 32) | 1;  // 0 is a free entry
+    for (size_t i = 0; i < g_lateTold.size(); ++i) {
+        std::atomic<uint64_t> &entry = g_lateTold[(place / 2 + i) % g_lateTold.size()];
+        uint64_t there = 0;
+        if (entry.compare_exchange_strong(there, place)) {
+            return Late::kNew;
+        }
+        if (there == place) {
+            return Late::kKnown;
+        }
+    }
+    return Late::kNoRoom;
+}
+
+// Each place once; when there are too many, that there are more.
+void TellLate(const char *slot, const void *caller) {
+    const Late late = Enter(slot, caller);
+    if (late == Late::kNew) {
+        std::string by = "an unknown place";
+        try {
+            by = Describe(caller);
+        } catch (const std::bad_alloc &) {
+            // The slot says something too.
+        }
+        (void)std::fprintf(stderr, "dxr: no host is registered: %s by %s\n", slot, by.c_str());
+    } else if (late == Late::kNoRoom && !g_hasToldOfMore.exchange(true)) {
+        (void)std::fputs("dxr: no host is registered: further places are not told\n", stderr);
+    }
+}
 
 DxrHost *Public(Host *host) {
     return reinterpret_cast<DxrHost *>(host);
@@ -92,10 +134,8 @@ void Call::BeginUnusual() {
         return;
     }
     Scheduler::EndStopped(thread_);
-    if (g_lateCalls.fetch_add(1) == 0) {
-        (void)std::fprintf(stderr, "dxr: no host is registered: %s by %s\n", slot_,
-                           Describe(ModuleCaller(caller_)).c_str());
-    }
+    ++g_lateCalls;
+    TellLate(slot_, ModuleCaller(caller_));
 }
 
 void Call::Misuse(const char *service, const char *what, const std::string &text) const {

@@ -592,12 +592,14 @@ TEST(HostileTargets, AreAllSlotsThatAreFilled) {
 TEST_F(Hostile, SlotsWithoutAHostWriteNothing) {
     DxrHooks hooks;
     DxrHostFillHooks(&hooks);
+    testing::internal::CaptureStderr();  // each slot is told
     for (int round = 0; round < 4; ++round) {
         for (const Target &target : kTargets) {
             const Word result = CallSlot(hooks, target);
             EXPECT_TRUE(!target.givesHandle || result == 0) << target.name;
         }
     }
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
     for (const auto &room : rooms_) {
         EXPECT_TRUE(std::all_of(room.begin(), room.end(), [](auto byte) { return byte == 0; }));
     }
