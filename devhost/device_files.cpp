@@ -135,8 +135,8 @@ void ReservedMemory::Take(Areas &made) {
 
 namespace {
 
-// The file of a device that is not described. False, and a report, for a path that leaves the
-// devices' directory.
+// The file of a device that is not described. False when it cannot be found out; false, and a
+// report, for a path that leaves the devices' directory.
 bool PlaceOf(const Call &call, const std::string &path, const std::string &directory,
              std::string &file) {
     const std::string name = path.rfind(kDevPrefix, 0) == 0 ? path.substr(kDevPrefix.size()) : "";
@@ -149,9 +149,12 @@ bool PlaceOf(const Call &call, const std::string &path, const std::string &direc
     const std::string absolute = fs::absolute(directory).string();
     const fs::path above = fs::weakly_canonical(absolute, error);
     const fs::path found = error ? fs::path() : fs::weakly_canonical(absolute + "/" + name, error);
+    if (error) {
+        return false;  // the machine's fault, not the caller's
+    }
     const fs::path within =
         found.lexically_relative(above.has_filename() ? above : above.parent_path());
-    if (error || within.empty() || *within.begin() == ".." || *within.begin() == ".") {
+    if (within.empty() || *within.begin() == ".." || *within.begin() == ".") {
         call.Misuse(kDevice, "a path outside the devices' directory",
                     "outside the devices' directory: " + path);
         return false;

@@ -183,6 +183,21 @@ VISIBLE std::FILE *fopen(const char *path, const char *mode) {
                          : Real<std::FILE *(const char *, const char *)>("fopen")(path, mode);
 }
 
+// Nothing of it is read.
+VISIBLE size_t fread(void *data, size_t size, size_t count, std::FILE *file) {
+    return Fails(EIO) ? 0
+                      : Real<size_t(void *, size_t, size_t, std::FILE *)>("fread")(data, size,
+                                                                                   count, file);
+}
+
+VISIBLE int fseek(std::FILE *file, long offset, int origin) {
+    return Fails(EIO) ? -1 : Real<int(std::FILE *, long, int)>("fseek")(file, offset, origin);
+}
+
+VISIBLE int stat(const char *path, struct stat *status) noexcept {
+    return Fails(EIO) ? -1 : Real<int(const char *, struct stat *)>("stat")(path, status);
+}
+
 // Nothing of it is written.
 VISIBLE size_t fwrite(const void *data, size_t size, size_t count, std::FILE *file) {
     return Fails(ENOSPC) ? 0
