@@ -1,8 +1,10 @@
 // The host's system service, by the sentences of its header.
 #include "dxr_devhost/system.h"
 
+#include <dlfcn.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -13,11 +15,27 @@
 #include <thread>
 #include <vector>
 
+#include "devhost/file_calls.h"
 #include "devhost/host_fixture.h"
 #include "tools/temporary_directory.h"
 
 namespace {
 
+bool g_zlibHasMemory = true;
+
+}  // namespace
+
+// The host's compression comes by here.
+extern "C" [[gnu::visibility("default")]] int compress2(Bytef *to, uLongf *room, const Bytef *from,
+                                                        uLong size, int level) {
+    return g_zlibHasMemory ? reinterpret_cast<decltype(&compress2)>(dlsym(RTLD_NEXT, "compress2"))(
+                                 to, room, from, size, level)
+                           : Z_MEM_ERROR;
+}
+
+namespace {
+
+using dxrtest::FileCalls;
 using dxrtest::TemporaryDirectory;
 
 class HostFiles : public dxrtest::HostTest {
@@ -40,6 +58,54 @@ TEST_F(HostFiles, ReadsReportBytes) {
     EXPECT_EQ(DXR_FRead(buffer.data(), 16, 1, file), 2U) << "what is left";
     EXPECT_EQ(DXR_FRead(buffer.data(), 16, 1, file), 0U);
     EXPECT_EQ(DXR_FClose(file), 0U);
+}
+
+// Each call on a file fails, once and from then on: the call that needs it gives its failure value,
+// the others go on, and the file is closed for the machine.
+TEST_F(HostFiles, EachCallOnAFileMayFail) {
+    const TemporaryDirectory directory(TemporaryDirectory::InMemory());
+    const std::string path = directory.Write("data", "0123456789");
+    for (const FileCalls::How how : {FileCalls::How::kOnce, FileCalls::How::kFromThenOn}) {
+        std::vector<size_t> failed;
+        bool hasFailed = true;
+        for (uint64_t n = 1; hasFailed; ++n) {
+            ASSERT_LT(n, 20U);
+            const size_t descriptors = dxrtest::Descriptors();
+            std::array<char, 4> read{};
+            uint32_t bytes = 0;
+            uint32_t sought = 1;
+            uint32_t closed = 1;
+            FileCalls::Begin(n, how);
+            void *const file = DXR_FOpen(path.c_str(), "rb");
+            if (file != nullptr) {
+                sought = DXR_FSeek(file, 3, SEEK_SET);
+                bytes = DXR_FRead(read.data(), 1, 4, file);
+            }
+            const uint32_t length = DXR_FileLength(path.c_str());
+            closed = file != nullptr ? DXR_FClose(file) : 1;
+            hasFailed = FileCalls::End();
+            const std::array<bool, 5> isWell = {file != nullptr, sought == 0, bytes == 4,
+                                                length == 10, closed == 0};
+            EXPECT_TRUE(bytes == 0 || bytes == 4) << n;
+            EXPECT_TRUE(length == 10 || length == 0xFFFFFFFF) << n;
+            EXPECT_TRUE(sought <= 1 && closed <= 1) << n;
+            if (bytes == 4) {
+                EXPECT_EQ(std::string(read.data(), 4), sought == 0 ? "3456" : "0123");
+            }
+            const auto first = std::find(isWell.begin(), isWell.end(), false);
+            EXPECT_EQ(hasFailed, first != isWell.end()) << n;
+            if (first != isWell.end()) {
+                failed.push_back(static_cast<size_t>(first - isWell.begin()));
+            }
+            if (hasFailed && file != nullptr) {
+                const auto wells = std::count(isWell.begin(), isWell.end(), true);
+                EXPECT_EQ(wells, how == FileCalls::How::kOnce ? 4 : first - isWell.begin()) << n;
+            }
+            EXPECT_EQ(DXR_FClose(file), 1U) << "it is none, or no more";
+            EXPECT_EQ(dxrtest::Descriptors(), descriptors) << n;
+        }
+        EXPECT_THAT(failed, testing::ElementsAre(0, 1, 2, 3, 4)) << "each of them was the first";
+    }
 }
 
 TEST_F(HostFiles, SeeksFromAllOrigins) {
@@ -549,6 +615,12 @@ TEST_F(HostFiles, BuffersAreCompressed) {
     EXPECT_EQ(DXR_ZipBuffer(size, text.data(), packed.data(), &room),
               static_cast<uint32_t>(ENOMEM));
     EXPECT_EQ(DXR_ZipBuffer(size, text.data(), nullptr, &room), static_cast<uint32_t>(EINVAL));
+    const uint32_t before = room;
+    g_zlibHasMemory = false;
+    EXPECT_EQ(DXR_ZipBuffer(size, text.data(), packed.data(), &room),
+              static_cast<uint32_t>(ENOMEM));
+    g_zlibHasMemory = true;
+    EXPECT_EQ(room, before) << "nothing is known of the room";
 }
 
 }  // namespace
