@@ -10,6 +10,7 @@
 
 #include "devhost/host_fixture.h"
 #include "dxr_devhost.h"
+#include "tools/temporary_directory.h"
 
 namespace {
 
@@ -237,6 +238,111 @@ TEST_F(SteppedTime, TheTimeOfDayIsSetWithoutTimePassing) {
 TEST_F(VirtualTime, TheClockIsNotATestsToMove) {
     EXPECT_FALSE(DxrHostSetClock(host, 5000, 10));
     EXPECT_FALSE(DxrHostAdvance(host, 10));
+}
+
+// --- Faults of all kinds at once
+
+// A module of four tasks under faults of memory, files, registers and messages, and all that it
+// sees: one log a run.
+class FaultyModule {
+  public:
+    FaultyModule() : file_(directory_.Write("data", "0123456789")) {}
+
+    std::string Run(uint64_t seed) {
+        log_.clear();
+        DxrHostOptions options;
+        DxrHostInitOptions(&options);
+        options.clock = DXR_HOST_CLOCK_VIRTUAL;
+        options.seed = seed;
+        options.printLevel = 0;
+        const std::string path = directory_.Path();
+        options.workPath = path.c_str();
+        host_ = DxrHostCreate(&options);
+        EXPECT_EQ(DxrHostRegister(host_), 0U);
+        for (const char *const point :
+             {"memory.allocate", "file.open", "file.read", "device.register.flip", "message.lose",
+              "message.twice", "message.delay"}) {
+            DxrHostFailShare(host_, point, 200000);
+        }
+        const DxrHostMailbox box{sizeof(DxrHostMailbox), 0, kUnit, nullptr, nullptr};
+        EXPECT_EQ(DxrHostOpenMailbox(host_, &box), 0U);
+        std::array<Worker, 3> workers{{{this, 1}, {this, 2}, {this, 3}}};
+        for (Worker &worker : workers) {
+            Spawn([](void *user) { Work(*static_cast<Worker *>(user)); }, &worker);
+        }
+        DxrHostMessage message;
+        uint32_t text = 0;
+        while (DxrHostReceiveMessage(host_, &kUnit, &message, &text, sizeof(text), 1000) == 0) {
+            Note("got", 0, text);
+        }
+        for (const char *const point : {"memory.allocate", "file.open", "file.read",
+                                        "device.register.flip", "message.lose"}) {
+            Note(point, 0, DxrHostGetFailures(host_, point));
+            EXPECT_GT(DxrHostGetFailures(host_, point), 0U) << point << ", seed " << seed;
+        }
+        EXPECT_EQ(DxrHostCloseMailbox(host_, &kUnit), 0U);
+        EXPECT_EQ(DxrHostDestroy(host_, nullptr), 0U) << "seed " << seed;
+        return log_;
+    }
+
+  private:
+    struct Worker {
+        FaultyModule *module;
+        uint32_t number;
+    };
+    static constexpr DxrHostUnit kUnit = {DXR_HOST_UNIT_LPU, 1};
+
+    // One task runs at a time.
+    void Note(const char *what, uint32_t worker, uint64_t value) {
+        log_ += std::to_string(DxrHostGetElapsedNs(host_)) + " " + std::to_string(worker) + " " +
+                what + " " + std::to_string(value) + "\n";
+    }
+
+    static void Work(const Worker &worker) {
+        FaultyModule &module = *worker.module;
+        const uint32_t number = worker.number;
+        for (uint32_t round = 0; round < 30; ++round) {
+            void *const block = DXR_Malloc(number, 100, "module.c", 1);
+            module.Note("block", number, block != nullptr ? 1 : 0);
+            if (block != nullptr) {
+                DXR_Free(block, "module.c", 2);
+            }
+            void *const file = DXR_FOpen(module.file_.c_str(), "rb");
+            std::array<char, 4> bytes{};
+            module.Note("file", number, file != nullptr ? 1 : 0);
+            if (file != nullptr) {
+                module.Note("bytes", number, DXR_FRead(bytes.data(), 1, 4, file));
+                EXPECT_EQ(DXR_FClose(file), 0U);
+            }
+            uint32_t value = 0;
+            (void)DXR_WriteReg(1, number, 8, round);
+            (void)DXR_ReadReg(1, number, 8, &value);
+            module.Note("register", number, value);
+            DxrHostMessage message{};
+            message.size = sizeof(message);
+            message.to = kUnit;
+            message.data = &value;
+            message.bytes = sizeof(value);
+            module.Note("sent", number, DXR_SendMsg(&message));
+            DXR_DelayTask(1 + round % number);
+        }
+    }
+
+    dxrtest::TemporaryDirectory directory_{dxrtest::TemporaryDirectory::InMemory()};
+    const std::string file_;
+    DxrHost *host_ = nullptr;
+    std::string log_;
+};
+
+TEST(Runs, FaultsOfAllKindsRepeatWithTheSeed) {
+    FaultyModule module;
+    std::vector<std::string> logs;
+    for (uint64_t seed = 1; seed <= 10; ++seed) {
+        logs.push_back(module.Run(seed));
+        EXPECT_EQ(module.Run(seed), logs.back()) << seed;
+    }
+    std::sort(logs.begin(), logs.end());
+    EXPECT_EQ(std::unique(logs.begin(), logs.end()), logs.end()) << "each seed has its own";
 }
 
 // --- Many seeds
