@@ -6,13 +6,18 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cinttypes>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <mutex>
 #include <random>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "dxr_devhost.h"
@@ -301,7 +306,16 @@ class Hostile : public testing::Test {
     Word Handle() {
         const std::array<Word, 5> odd = {0, 1, WordOf(this) + 3, 0xA5FFFFFFFFFFFFFF,
                                          0xA501000001000000 + Below(8)};
-        return handles_.empty() || Below(4) == 0 ? OneOf(odd) : handles_[Below(handles_.size())];
+        const std::lock_guard lock(handles_->mutex);
+        const std::vector<Word> &known = handles_->known;
+        return known.empty() || Below(4) == 0 ? OneOf(odd) : known[Below(known.size())];
+    }
+
+    void Remember(Word handle) {
+        const std::lock_guard lock(handles_->mutex);
+        if (handles_->known.size() < 100) {
+            handles_->known.push_back(handle);
+        }
     }
 
     // A room of its own of 4096 bytes between others; a handle may be written to it.
@@ -481,7 +495,7 @@ class Hostile : public testing::Test {
         return slot(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
     }
 
-    void RunSequence(uint32_t clock, size_t calls) {
+    DxrHost *MakeHost(uint32_t clock) {
         clock_ = clock;
         DxrHostOptions options;
         DxrHostInitOptions(&options);
@@ -494,14 +508,11 @@ class Hostile : public testing::Test {
         options.logDirectory = logs.c_str();
         options.endSec = 60;
         DxrHost *const host = DxrHostCreate(&options);
-        ASSERT_NE(host, nullptr);
+        EXPECT_EQ(DxrHostRegister(host), 0U);
         DxrHostSetPrintFile(host, nullptr, 6, nullptr);
         DxrHostSetDiagFile(host, nullptr);
         DxrHostSetReportSink(
             host, [](const DxrHostReport *, void *) {}, nullptr);
-        DxrHooks hooks;
-        ASSERT_EQ(DxrHostRegister(host), 0U);
-        DxrHostFillHooks(&hooks);
         OpenMailboxes(host);
         if (Below(4) == 0) {
             DxrHostFailShare(host, "memory.allocate", 300000);
@@ -513,32 +524,50 @@ class Hostile : public testing::Test {
             DxrHostFailShare(host, "message.delay", 200000);
             DxrHostFailShare(host, "message.reorder", 200000);
         }
+        return host;
+    }
+
+    void MakeCalls(DxrHost *host, size_t calls) {
+        DxrHooks hooks;
+        DxrHostFillHooks(&hooks);
         for (size_t call = 0; call < calls; ++call) {
             const Target &target = kTargets[Below(std::size(kTargets))];
             const Word result = CallSlot(hooks, target);
-            if (target.givesHandle && handles_.size() < 100) {
-                handles_.push_back(result);
+            if (target.givesHandle) {
+                Remember(result);
             }
             Word written = 0;
             std::memcpy(&written, rooms_[lastRoom_].data(), sizeof(written));
-            if (written >> 56 == 0xA5 && handles_.size() < 100) {
-                handles_.push_back(written);
+            if (written >> 56 == 0xA5) {
+                Remember(written);
             }
-            if (clock == DXR_HOST_CLOCK_STEPPED && Below(8) == 0) {
+            if (clock_ == DXR_HOST_CLOCK_STEPPED && Below(8) == 0) {
                 DxrHostAdvance(host, Below(10));
             }
         }
+    }
+
+    void RunSequence(uint32_t clock, size_t calls) {
+        DxrHost *const host = MakeHost(clock);
+        ASSERT_NE(host, nullptr);
+        MakeCalls(host, calls);
         DxrHostDestroy(host, nullptr);
         if (Below(2) == 0) {
-            handles_.clear();
+            handles_->known.clear();
         }
     }
+
+    // Handles that slots gave, which threads may share.
+    struct Handles {
+        std::mutex mutex;
+        std::vector<Word> known;
+    };
 
     std::mt19937_64 random_;
     dxrtest::TemporaryDirectory directory_{dxrtest::TemporaryDirectory::InMemory()};
     std::string path_ = directory_.Write("data", "0123456789");
     uint32_t clock_ = 0;  // with the stepped one nobody would end a wait
-    std::vector<Word> handles_;
+    std::shared_ptr<Handles> handles_ = std::make_shared<Handles>();
     alignas(16) std::array<std::array<unsigned char, 4096 + 16>, 4> rooms_{};
     alignas(8) std::array<unsigned char, 512> oddRecord_{};
     size_t lastRoom_ = 0;
@@ -625,6 +654,43 @@ TEST_F(Hostile, SequencesInVirtualTime) {
 TEST_F(Hostile, SequencesInRealTime) {
     for (size_t i = 0; i < Sequences() / 10 && !HasFatalFailure(); ++i) {
         RunSequence(DXR_HOST_CLOCK_REAL, 60);
+    }
+}
+
+// Each thread with records and rooms of its own; what one is given all use.
+class HostileThread : public Hostile {
+  public:
+    HostileThread(uint64_t number, std::shared_ptr<Handles> handles) {
+        random_.seed(dxrtest::Seed() + number);
+        handles_ = std::move(handles);
+        clock_ = DXR_HOST_CLOCK_REAL;
+    }
+    void Run(size_t calls) { MakeCalls(nullptr, calls); }
+    void TestBody() override {}
+};
+
+// The host ends while they call, which is also what ends a wait for a mutex that nobody unlocks.
+TEST_F(Hostile, SequencesOfSeveralThreads) {
+    std::vector<std::unique_ptr<HostileThread>> callers;
+    for (uint64_t number = 1; number <= 4; ++number) {
+        callers.push_back(std::make_unique<HostileThread>(number, handles_));
+    }
+    for (size_t i = 0; i < Sequences() / 10 && !HasFailure(); ++i) {
+        DxrHost *const host = MakeHost(DXR_HOST_CLOCK_REAL);
+        ASSERT_NE(host, nullptr);
+        std::vector<std::thread> threads;
+        threads.reserve(callers.size());
+        for (const auto &caller : callers) {
+            threads.emplace_back([&caller] { caller->Run(60); });
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(Below(8)));
+        EXPECT_NE(DxrHostDestroy(host, nullptr), UINT32_MAX);
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        if (Below(2) == 0) {
+            handles_->known.clear();
+        }
     }
 }
 
