@@ -93,8 +93,8 @@ DXR_API DxrHost *DxrHostGet(void);
  * DxrHostGetLateCalls. */
 DXR_API uint32_t DxrHostDestroy(DxrHost *host, FILE *out);
 
-/* Calls of slots while no host was registered, since the program started. The first of each slot and
- * caller is also said on standard error, of up to 256 such places. */
+/* Calls of slots while no host was registered, since the program started. The first of each slot
+ * and caller is also said on standard error, for up to 256 such places. */
 DXR_API uint64_t DxrHostGetLateCalls(void);
 
 /* Writes a table with the functions of the host in all slots that it serves and NULL in the others;
