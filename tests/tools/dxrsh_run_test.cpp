@@ -348,7 +348,8 @@ TEST(DxrshReplay, WhatCannotBeToldFails) {
     if (full < 0) {
         GTEST_SKIP() << "there is no /dev/full";
     }
-    for (const Words &command : {Words{"replay", file, kWorker}, Words{"diff", file, file}}) {
+    for (const Words &command : {Words{"replay", file, kWorker}, Words{"diff", file, file},
+                                 Words{"trace", file}, Words{"trace", "--counts", file}}) {
         const Outcome outcome = RunDxrshInto(full, command);
         EXPECT_EQ(1, outcome.status) << command[0];
         EXPECT_EQ("dxrsh: cannot write the output: No space left on device\n", outcome.err);

@@ -422,6 +422,7 @@ TEST(DxrshShell, SendsAndDropsMessages) {
         "sent 4, arrived 2, taken 0, lost 2, refused 0\n"
         "message 1, kind 18, code 5, from mpu:0: 68656c6c6f00\n"
         "message 4, kind 19, code 0: 01\n");
+    EXPECT_EQ(Shell("drop\n").out, "no messages are dropped\n");
     const Outcome drops =
         Shell("drop 18 3\ndrop lpu:3 19 4\ndrop lpu:3 20 5\ndrop lpu:4 20 6\ndrop\n");
     for (const char *const part :

@@ -233,6 +233,12 @@ class Live(Case):
         self.fails(["filter", "--follow"], 2,
                    "--follow: standard input cannot be followed; name a file")
 
+    def test_what_is_compressed_is_not_followed(self):
+        for name, begin in (("log.gz", gzip.compress(b"a\n")), ("log.zst", b"\x28\xb5\x2f\xfd")):
+            path = self.file(name, begin)
+            self.fails(["filter", "--follow", path], 2,
+                       f"--follow: {path} is compressed and cannot be followed")
+
     def test_a_terminal_has_a_status_line_and_a_clean_end(self):
         path = self.file("log", b"a\na\n")
         mine, its = pty.openpty()

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "commands.h"
 #include "dxr_trace.h"
@@ -27,6 +28,9 @@ void RunTrace(const TraceOptions &options) {
                                           problem.data(), problem.size());
     if (error == EPIPE) {
         throw BrokenPipe();
+    }
+    if (error != 0 && std::ferror(stdout) != 0) {
+        throw RunError("cannot write the output: " + std::generic_category().message(error));
     }
     const std::string line = options.file + ": " + problem.data();
     if (error == EINVAL) {

@@ -11,6 +11,7 @@
 #endif
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -219,6 +220,13 @@ FollowedFile::FollowedFile(std::string path, StopSignals &stop)
     : path_(std::move(path)), stop_(stop), fd_(open(path_.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (fd_ < 0) {
         throw RunError(fmt::format("cannot open {}: {}", path_, ErrorOf(errno)));
+    }
+    std::array<char, kZstdHead.size()> begin{};
+    const ssize_t count = pread(fd_, begin.data(), begin.size(), 0);
+    const std::string_view head(begin.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    if (head.starts_with(kGzipHead) || head.starts_with(kZstdHead)) {
+        (void)close(fd_);
+        throw UsageError(fmt::format("--follow: {} is compressed and cannot be followed", path_));
     }
 }
 

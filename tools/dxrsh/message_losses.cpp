@@ -100,12 +100,18 @@ void MessageLosses::Drop(const DxrHostUnit &unit, uint32_t kind, uint32_t count)
 
 std::string MessageLosses::Listing() const {
     std::vector<char> text(kListingBytes);
-    DXR_DisplaySimulateMsgLost(text.data(), static_cast<uint32_t>(text.size()));
+    // Without a list the library says only that there is none.
+    if (DXR_GetSimulateMsgMap() != nullptr) {
+        DXR_DisplaySimulateMsgLost(text.data(), static_cast<uint32_t>(text.size()));
+    }
     std::string listing = PlainLines(text.data());
     text.front() = '\0';
     DxrHostGetMessageFilterText(host_, text.data(), static_cast<uint32_t>(text.size()));
     listing += PlainLines(text.data());
-    return listing + (listing.empty() || listing.back() == '\n' ? "" : "\n");
+    if (listing.empty()) {
+        return "no messages are dropped\n";
+    }
+    return listing + (listing.back() == '\n' ? "" : "\n");
 }
 
 }  // namespace dxrsh
