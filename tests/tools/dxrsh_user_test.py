@@ -126,6 +126,15 @@ class Logs(Case):
                       "tells a form\n", run("filter", self.file("log", b"a\n"))[2])
         self.assertNotIn("no time stamp", run("filter", "--stamp", "none", stdin=b"a\n")[2])
 
+    def test_the_stamps_of_all_files_are_told(self):
+        nginx = self.file("nginx", b"2026/11/21 03:37:00 a\n")
+        iso = self.file("iso", b"2026-11-21 03:37:00 a\n")
+        seconds = self.file("seconds", b"1763696220 a\n1763696221 b\n")
+        for files in ((nginx, iso, seconds), (seconds, nginx, iso, nginx)):
+            err = run("filter", *files)[2]
+            for form in ("nginx (%Y/%m/%d %H:%M:%S)", "ISO 8601", "seconds since 1970"):
+                self.assertEqual(err.count(form), 1, err)
+
     def test_classic_stamps_stay_what_they_are(self):
         # One line in ten is enough, whatever the others have.
         log = b"2026-11-21 03:37:00 a\n" + b"2026/11/21 03:37:00 b\n" * 9

@@ -124,6 +124,7 @@ void LogStamps::StartLog() {
     sampled_ = 0;
     classicSampled_ = 0;
     active_.reset();
+    isNoted_ = false;
     if (formatOnly_ && !forms_.empty()) {
         active_ = Active{{0, {false, 0, 0}}, forms_[0].reader};
     }
@@ -215,6 +216,7 @@ void LogStamps::Decide() {
     }
     if (!active_ || active_->candidate != best->first) {
         active_ = Active{best->first, {forms_[best->first.form].reader.Format(), years_}};
+        isNoted_ = false;
     }
 }
 
@@ -246,8 +248,30 @@ std::optional<FoundStamp> LogStamps::ReadActive(std::string_view line) {
         return std::nullopt;
     }
     ++others_;
+    if (!isNoted_) {
+        NoteActive();
+    }
     years_.Note(stamp->sec);
     return WithSurroundings(line, *begin, *stamp);
+}
+
+void LogStamps::NoteActive() {
+    const Place &place = active_->candidate.place;
+    std::string text = forms_[active_->candidate.form].name;
+    text += fmt::format(" ({})", active_->reader.Format().Text());
+    if (place.afterPriority) {
+        text += " after the priority";
+    }
+    if (place.column != 0) {
+        text += fmt::format(" in column {}", place.column + 1);
+    }
+    if (place.skip != 0) {
+        text += fmt::format(" after {} character{}", place.skip, place.skip == 1 ? "" : "s");
+    }
+    if (std::find(noted_.begin(), noted_.end(), text) == noted_.end()) {
+        noted_.push_back(text);
+    }
+    isNoted_ = true;
 }
 
 std::string LogStamps::Recognised() const {
@@ -258,21 +282,7 @@ std::string LogStamps::Recognised() const {
     if (yearless_ != 0) {
         forms.emplace_back("syslog");
     }
-    if (others_ != 0 && active_) {
-        const Place &place = active_->candidate.place;
-        std::string text = forms_[active_->candidate.form].name;
-        text += fmt::format(" ({})", active_->reader.Format().Text());
-        if (place.afterPriority) {
-            text += " after the priority";
-        }
-        if (place.column != 0) {
-            text += fmt::format(" in column {}", place.column + 1);
-        }
-        if (place.skip != 0) {
-            text += fmt::format(" after {} character{}", place.skip, place.skip == 1 ? "" : "s");
-        }
-        forms.push_back(text);
-    }
+    forms.insert(forms.end(), noted_.begin(), noted_.end());
     return fmt::format("{}", fmt::join(forms, " and "));
 }
 

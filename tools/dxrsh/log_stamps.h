@@ -54,7 +54,11 @@ class LogStamps {
     // The form and the place, for people; empty when no stamp was read.
     [[nodiscard]] std::string Recognised() const;
     [[nodiscard]] uint64_t Count() const { return whole_ + yearless_ + others_; }
-    void ForgetCount() { whole_ = yearless_ = others_ = 0; }
+    void ForgetCount() {
+        whole_ = yearless_ = others_ = 0;
+        noted_.clear();
+        isNoted_ = false;
+    }
 
   private:
     static constexpr size_t kSample = 200;
@@ -95,6 +99,7 @@ class LogStamps {
         return FoundStamp{stamp->sec, 0, stamp->length};
     }
     [[nodiscard]] std::optional<FoundStamp> ReadActive(std::string_view line);
+    void NoteActive();
     [[nodiscard]] static std::optional<size_t> StartOf(std::string_view line, const Place &place);
     void LearnColumns(std::string_view line, size_t from, bool afterPriority);
     void LearnAt(std::string_view line, size_t at, const Place &place);
@@ -110,9 +115,10 @@ class LogStamps {
     size_t sampled_ = 0;
     size_t classicSampled_ = 0;
     std::optional<Active> active_;
-    std::string lastForm_;   // for Recognised()
-    uint64_t whole_ = 0;     // ISO 8601
-    uint64_t yearless_ = 0;  // syslog
+    bool isNoted_ = false;            // among `noted_`
+    std::vector<std::string> noted_;  // forms of the logs so far, for Recognised()
+    uint64_t whole_ = 0;              // ISO 8601
+    uint64_t yearless_ = 0;           // syslog
     uint64_t others_ = 0;
 };
 
