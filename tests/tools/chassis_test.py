@@ -250,6 +250,7 @@ def orders(lab, _):
     """What is asked of a chassis that runs."""
     lab.write(lab.usual(2, "10"))
     lab.fails(1, "no chassis runs", "status")
+    lab.fails(1, "chassis lab does not run", "shell", str(lab.file), "main")
     lab.start()
     lab.fails(1, "chassis lab runs already", str(lab.file))
     before = lab.status()

@@ -426,7 +426,7 @@ TEST_F(DxrshAttach, ListensWhereNobodyElseDoes) {
     const std::string file = directory_.Write("control", "kept");
     ExpectFails(Run(), 2, file + ": is there already, and no socket");
     EXPECT_EQ(directory_.Read("control"), "kept");
-    ExpectFails({"attach", file}, 2, file + ": no host listens there any more");
+    ExpectFails({"attach", file}, 2, file + ": is no socket of a host");
     const std::string deep = directory_.Path(std::string(120, 'x'));
     ExpectFails({"attach", deep}, 2, deep + ": the path is too long for a socket");
     ExpectFails({"run", "--control", deep, "--clock", "virtual", DXRSH_WORKER}, 2,

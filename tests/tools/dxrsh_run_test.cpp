@@ -112,11 +112,12 @@ TEST(DxrshRun, AModuleThatEndsTheProgramIsNotWell) {
 
 TEST(DxrshRun, TheTextIsToldBeforeAPageThatCannotBeWritten) {
     const TemporaryDirectory directory;
-    const Outcome outcome = RunWorker({"--report", directory.Path("none/page.html")});
+    const std::string page = directory.Path("folder");
+    ASSERT_TRUE(std::filesystem::create_directory(page));
+    const Outcome outcome = RunWorker({"--report", page});
     EXPECT_EQ(2, outcome.status);
     EXPECT_TRUE(Holds(outcome.out, "well\n")) << outcome.out;
-    EXPECT_EQ("dxrsh: " + directory.Path("none/page.html") + ": No such file or directory\n",
-              outcome.err);
+    EXPECT_EQ("dxrsh: " + page + ": Is a directory\n", outcome.err);
 }
 
 // As on a full disk.
@@ -141,6 +142,15 @@ TEST(DxrshRun, TheTextIsToldBeforeARecordingThatCannotBeWritten) {
     // What was written until then can be read.
     const Outcome read = RunDxrsh({"trace", directory.Path("trace")});
     EXPECT_TRUE(Holds(read.err, "has no end after ")) << read.err;
+}
+
+TEST(DxrshRun, NothingRunsForAPageThatHasNoPlace) {
+    const TemporaryDirectory directory;
+    const std::string page = directory.Path("none/page.html");
+    const Outcome outcome = RunWorker({"--report", page});
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ("", outcome.out);
+    EXPECT_EQ("dxrsh: " + page + ": No such file or directory\n", outcome.err);
 }
 
 TEST(DxrshRun, ThePageDoesNotTakeThePlaceOfTheRecording) {

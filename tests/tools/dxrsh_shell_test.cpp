@@ -430,12 +430,12 @@ TEST(DxrshShell, SendsAndDropsMessages) {
           "msgType[4], lostCnt[0], name[lpu:4]", "msgType[20], lostCnt[6]"}) {
         EXPECT_TRUE(Holds(drops.out, part)) << part << "\n" << drops.out;
     }
-    ExpectRefuses("send lpu:3 18", "lpu:3: No such device or address");
+    ExpectRefuses("send lpu:3 18", "lpu:3 has no mailbox");
     ExpectRefuses("send moon:3 18",
                   "'moon:3' is no unit, such as mpu:0, lpu:3, sfu:1, devm:0, np:2");
     ExpectRefuses("send lpu:3 18 what",
                   "usage: send UNIT KIND [MEMORY] [from=UNIT] [code=N] [ack=MILLISECONDS]");
-    ExpectRefuses("receive lpu:3", "lpu:3: No such file or directory");
+    ExpectRefuses("receive lpu:3", "lpu:3 has no mailbox");
 }
 
 TEST(DxrshShell, LetsStepsFail) {

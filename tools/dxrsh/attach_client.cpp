@@ -42,9 +42,13 @@ Descriptor Connect(const std::string &path) {
     }
     if (!connection) {
         const int error = errno;
-        const std::string why = error == ECONNREFUSED ? "no host listens there any more"
-                                : error == EAGAIN     ? "its host does not answer"
-                                                      : std::generic_category().message(error);
+        std::error_code none;
+        const bool isOther =
+            std::filesystem::exists(path, none) && !std::filesystem::is_socket(path, none);
+        const std::string why = isOther                 ? "is no socket of a host"
+                                : error == ECONNREFUSED ? "no host listens there any more"
+                                : error == EAGAIN       ? "its host does not answer"
+                                                        : std::generic_category().message(error);
         throw UsageError(path + ": " + why);
     }
     return connection;

@@ -99,6 +99,7 @@ void RunBoardShell(const ChassisOptions &options, const CLI::App &program) {
     if (board == chassis.boards.end()) {
         throw UsageError(options.supervisor.file + ": has no board " + options.boards[0]);
     }
+    (void)AskChassis(chassis.name, "status");  // or there is none
     const int status = RunAttached(BoardControl(chassis.name, board->name), options.lines, program);
     if (status != 0) {
         throw Ended(status);

@@ -110,6 +110,7 @@ class Run {
         if (!options_.trace.empty() && options_.trace == options_.page) {
             throw UsageError(options_.page + ": not for the recording and the page at once");
         }
+        RequirePage();
         if (options_.trace.empty() && !options_.page.empty()) {
             calls_ = std::make_unique<TemporaryFile>();
         }
@@ -192,6 +193,18 @@ class Run {
     }
 
   private:
+    // Before the run, whose page it is: that it can be written as far as one can tell.
+    void RequirePage() const {
+        const std::filesystem::path page(options_.page);
+        std::filesystem::path there = page;
+        if (access(page.c_str(), F_OK) != 0) {
+            there = page.has_parent_path() ? page.parent_path() : ".";
+        }
+        if (!page.empty() && access(there.c_str(), W_OK) != 0) {
+            throw UsageError(options_.page + ": " + std::generic_category().message(errno));
+        }
+    }
+
     // What it has kept stays until the host has ended.
     void EndControl() {
         if (control_ != nullptr) {

@@ -31,6 +31,11 @@ std::string ErrorText(uint32_t error) {
     return std::generic_category().message(static_cast<int>(error));
 }
 
+std::string MailboxError(const DxrHostUnit &unit, uint32_t error) {
+    const bool isNone = error == ENOENT || error == ENXIO;
+    return UnitText(unit) + (isNone ? " has no mailbox" : ": " + ErrorText(error));
+}
+
 void RequireCount(const Session::Words &words, size_t least, size_t most, const char *usage) {
     if (words.size() < least || words.size() > most) {
         throw UsageError(fmt::format("usage: {}", usage));
@@ -346,7 +351,7 @@ void Session::Send(const Words &words) {
     }
     const uint32_t result = DXR_SendMsg(&message);
     if (result != 0) {
-        throw RunError(fmt::format("{}: {}", UnitText(message.to), ErrorText(result)));
+        throw RunError(MailboxError(message.to, result));
     }
     Value sequence;
     sequence.number = message.sequence;
@@ -373,7 +378,7 @@ void Session::OpenMailbox(const Words &words) {
         result = DxrHostOpenMailbox(poked_.host, &mailbox);
     }
     if (result != 0) {
-        throw RunError(fmt::format("{}: {}", UnitText(unit), ErrorText(result)));
+        throw RunError(MailboxError(unit, result));
     }
 }
 
@@ -386,7 +391,7 @@ void Session::Receive(const Words &words) {
     const uint32_t result = DxrHostReceiveMessage(poked_.host, &unit, &message, data.data(),
                                                   DXR_HOST_MESSAGE_BYTES, ms);
     if (result != 0) {
-        throw RunError(fmt::format("{}: {}", UnitText(unit), ErrorText(result)));
+        throw RunError(MailboxError(unit, result));
     }
     const bool isNamed = message.from.kind != 0;
     Print(fmt::format("message {}, kind {}, code {}{}{}{}\n", message.sequence, message.kind,
