@@ -144,6 +144,18 @@ TEST(DxrshRun, TheTextIsToldBeforeARecordingThatCannotBeWritten) {
     EXPECT_TRUE(Holds(read.err, "has no end after ")) << read.err;
 }
 
+TEST(DxrshRun, NothingRunsWhereThereIsNoFolder) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.Write("file", "text");
+    for (const auto &[work, why] : {std::pair(directory.Path("none"), "No such file or directory"),
+                                    std::pair(file, "Not a directory")}) {
+        const Outcome outcome = RunWorker({"--work", work});
+        EXPECT_EQ(2, outcome.status);
+        EXPECT_EQ("", outcome.out);
+        EXPECT_EQ("dxrsh: " + work + ": " + why + "\n", outcome.err);
+    }
+}
+
 TEST(DxrshRun, NothingRunsForAPageThatHasNoPlace) {
     const TemporaryDirectory directory;
     const std::string page = directory.Path("none/page.html");

@@ -30,7 +30,8 @@ void RunTrace(const TraceOptions &options) {
         throw BrokenPipe();
     }
     if (error != 0 && std::ferror(stdout) != 0) {
-        throw RunError("cannot write the output: " + std::generic_category().message(error));
+        throw RunError("cannot write the output: " +
+                       std::generic_category().message(static_cast<int>(error)));
     }
     const std::string line = options.file + ": " + problem.data();
     if (error == EINVAL) {

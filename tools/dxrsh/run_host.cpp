@@ -34,6 +34,10 @@ HostOwner MakeRunHost(const RunHostOptions &options) {
     if (!options.board.empty() && access(options.board.c_str(), R_OK) != 0) {
         throw UsageError(options.board + ": " + std::generic_category().message(errno));
     }
+    // A slash after it: nothing but a folder will do.
+    if (access((options.work + "/").c_str(), X_OK) != 0) {
+        throw UsageError(options.work + ": " + std::generic_category().message(errno));
+    }
     DxrHostOptions given;
     DxrHostInitOptions(&given);
     given.clock = options.IsVirtual() ? DXR_HOST_CLOCK_VIRTUAL : DXR_HOST_CLOCK_REAL;
