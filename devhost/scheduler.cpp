@@ -492,6 +492,7 @@ void *Scheduler::Main(void *user) {
 void Scheduler::RunBody(Task *task) {
     if (_setjmp(task->end) == 0 && task->host->scheduler.Begins(*task)) {
         task->entry(task->argument);
+        task->hasReturned = true;
     }
 }
 
@@ -761,6 +762,7 @@ void Scheduler::Finish() {
     struct Left {
         std::shared_ptr<Task> task;
         std::string text;
+        bool hasReturned = false;  // by itself meanwhile: it was about to
     };
     std::vector<Left> left;
     std::vector<pthread_t> toJoin;
@@ -798,6 +800,9 @@ void Scheduler::Finish() {
                             [](const Left &each) { return each.task->hasBegun; })) {
             someTaskEnded_.Wait(lock);
         }
+        for (Left &each : left) {
+            each.hasReturned = hasEnded(each) && each.task->hasReturned;
+        }
     }
     for (Left &each : left) {
         TaskFate fate = TaskFate::kRuns;
@@ -806,7 +811,7 @@ void Scheduler::Finish() {
             hasAbandoned_ = true;
             each.text += ", and which does not end";
         }
-        if (!each.task->isTimer) {
+        if (!each.task->isTimer && !each.hasReturned) {
             host_.ReportLeftover("task", each.task->made, each.text);
         }
     }

@@ -158,6 +158,7 @@ struct Task {
     Waiter *waiter = nullptr;
     Condition turn;
     std::atomic<bool> isStopped{false};  // its host has ended: it ends at its next call
+    bool hasReturned = false;            // its function; seen once its state is kEnded
     std::atomic<TaskFate> fate{TaskFate::kRuns};
     Host *host = nullptr;        // until its fate is decided
     std::shared_ptr<Task> self;  // for its thread

@@ -81,13 +81,13 @@ DXR_API DxrHost *DxrHostGet(void);
 /* Ends a host. In this order: it is no longer registered, and calls that name it no longer reach
  * it, but for those of the calling thread's sinks; tasks that wait in it, or call it, are ended
  * where they are, without their destructors; the waits of other threads end; calls in progress are
- * waited for; the library's table is emptied when the host was registered; what modules left behind
- * is reported, by service and with the place that made it; everything is released. Writes the
- * leftovers and the reports to `out`, a line each; null: nowhere. Returns the number of leftovers.
- * `host` null does nothing and gives 0. Not from a task or a function that the host called: that is
- * reported, gives UINT32_MAX, and the host stays. UINT32_MAX also when there is no such host, when
- * another thread ends it, and without the memory to find what is left: then it is no longer
- * registered, and may be ended later.
+ * waited for, and for tasks that return by themselves, at most two seconds; the library's table is
+ * emptied when the host was registered; what modules left behind is reported, by service and with
+ * the place that made it; everything is released. Writes the leftovers and the reports to `out`, a
+ * line each; null: nowhere. Returns the number of leftovers. `host` null does nothing and gives 0.
+ * Not from a task or a function that the host called: that is reported, gives UINT32_MAX, and the
+ * host stays. UINT32_MAX also when there is no such host, when another thread ends it, and without
+ * the memory to find what is left: then it is no longer registered, and may be ended later.
  *
  * Later calls of the slots, by those who kept a table, give their failure values; see
  * DxrHostGetLateCalls. */

@@ -339,6 +339,22 @@ TEST_F(VirtualEnd, AThreadThatResetsTheBoardStopsAllTasks) {
     EXPECT_EQ(End(), 1U) << "the task";
 }
 
+// As one that has just said that it is done.
+TEST_F(RealEnd, ATaskThatReturnsByItselfIsNotLeftBehind) {
+    static std::atomic<bool> hasBegun;
+    hasBegun = false;
+    Spawn(
+        [](void *) {
+            hasBegun = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        },
+        nullptr);
+    while (!hasBegun) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(End(), 0U);
+}
+
 TEST_F(RealEnd, NothingBeginsAfterTheRunsEnd) {
     DXR_ResetBoard(0);
     uint32_t events = 7;
