@@ -324,7 +324,7 @@ def shells(lab, _):
     check(shell("line1", "get 0:1:0x40\n") == "0:1:0x40 = 0\n", "not a new host")
     check("has no board nobody" in shell("nobody", "", 2), "no such board")
     lab.stop()
-    check("No such file" in shell("line1", "", 2), "no chassis")
+    check("chassis lab does not run" in shell("line1", "", 1), "no chassis")
     check(not list(lab.run.glob("dxrsh-chassis/*")), "files are left where it ran")
     tree.write_text('{"filters": [{"type": 1}]}', encoding="ascii")
     lab.fails(2, r"losses.json: filters\[0\]: 'name' is missing", str(lab.file))
