@@ -59,10 +59,21 @@ class CheckText(unittest.TestCase):
         self.assertEqual((status, len(lines)), (1, 1))
 
     def test_odd_names(self):
-        for name in (" pc=1", "-n", "src/-n", "a b.c", "a\nb", "\u00e4.c", "a'b", "src/+x"):
+        for name in (" pc=1/a", "-n/a", "src/-n", "src/a b.c", "src/a\nb", "src/\u00e4.c",
+                     "src/a'b", "src/+x"):
             with self.subTest(name=name):
                 self.add(name, b"")
                 self.expect_one(f"{name!a} has an odd name")
+                self.git("rm", "--quiet", "--force", "--", name)
+
+    def test_the_root(self):
+        for name in (".clang-tidy", "CHANGELOG.md", "CMakeLists.txt", "CMakePresets.json"):
+            self.add(name, b"")
+        self.assertEqual(self.run_script(), (0, []))
+        for name in ("calls.dxrtrace", "core", "notes.md", "a.cpp"):
+            with self.subTest(name=name):
+                self.add(name, b"")
+                self.expect_one(f"'{name}' has no place at the root")
                 self.git("rm", "--quiet", "--force", "--", name)
 
     def test_what_a_build_makes(self):
@@ -72,42 +83,43 @@ class CheckText(unittest.TestCase):
                 self.add(name, b"\0")
                 self.expect_one(f"'{name}' bears the name of something that a build makes")
                 self.git("rm", "--quiet", "--force", "--", name)
-        for name, content in (("program", b"\x7fELF\x02"), ("archive", b"!<arch>\n")):
+        for name, content in (("src/program", b"\x7fELF\x02"), ("src/archive", b"!<arch>\n")):
             with self.subTest(name=name):
                 self.add(name, content)
                 self.expect_one(f"'{name}' is what a build makes")
                 self.git("rm", "--quiet", "--force", "--", name)
 
     def test_size(self):
-        self.add("large.bin", b"\0" * 512 * 1024)
+        self.add("src/large.bin", b"\0" * 512 * 1024)
         self.assertEqual(self.run_script(), (0, []))
-        self.add("large.bin", b"\0" * (512 * 1024 + 1))
-        self.expect_one("'large.bin' has 524289 bytes, at most 524288 wanted")
+        self.add("src/large.bin", b"\0" * (512 * 1024 + 1))
+        self.expect_one("'src/large.bin' has 524289 bytes, at most 524288 wanted")
 
     def test_ends_of_files(self):
-        self.add("a.md", b"text")
-        self.expect_one("'a.md' does not end in a newline")
-        self.add("a.md", b"text\n\n")
-        self.expect_one("'a.md' ends in an empty line")
+        self.add("src/a.md", b"text")
+        self.expect_one("'src/a.md' does not end in a newline")
+        self.add("src/a.md", b"text\n\n")
+        self.expect_one("'src/a.md' ends in an empty line")
 
     def test_ends_of_lines(self):
         for content, fault in ((b"a\nb \n", "ends in blanks"), (b"a\n\tb\n", "holds a tab")):
-            self.add("a.yaml", content)
-            self.expect_one(f"'a.yaml':2 {fault}")
-        self.add("a.yaml", b"a\nb\r\n")
-        self.assertIn("'a.yaml':2 holds a carriage return", self.run_script()[1])
-        self.add("a.yaml", b"\xff\n")
-        self.expect_one("'a.yaml' is not UTF-8")
+            self.add("src/a.yaml", content)
+            self.expect_one(f"'src/a.yaml':2 {fault}")
+        self.add("src/a.yaml", b"a\nb\r\n")
+        self.assertIn("'src/a.yaml':2 holds a carriage return", self.run_script()[1])
+        self.add("src/a.yaml", b"\xff\n")
+        self.expect_one("'src/a.yaml' is not UTF-8")
 
     def test_long_lines_of_code(self):
         line = b"x" * 101 + b"\n"
-        for name in ("a.c", "a.h", "a.cpp", "a.py", "a.sh", "a.cmake", "CMakeLists.txt"):
+        for name in ("src/a.c", "src/a.h", "src/a.cpp", "src/a.py", "src/a.sh", "src/a.cmake",
+                     "CMakeLists.txt"):
             with self.subTest(name=name):
                 self.add(name, line)
                 self.expect_one(f"'{name}':1 has 101 columns, at most 100 wanted")
                 self.git("rm", "--quiet", "--force", "--", name)
-        self.add("tool", b"#!/bin/sh\n" + line)
-        self.expect_one("'tool':2 has 101 columns, at most 100 wanted")
+        self.add("src/tool", b"#!/bin/sh\n" + line)
+        self.expect_one("'src/tool':2 has 101 columns, at most 100 wanted")
 
 
 if __name__ == "__main__":
