@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "host.h"
+#include "path_below.h"
 
 namespace devhost {
 namespace {
@@ -306,17 +307,26 @@ uint32_t Refuse(const PluginCall &call, const Plugin &plugin, Opened opened) {
 
 // --- Slots
 
-// The file of a record, without links and dots. 0, or EACCES when it is not below the directory.
-uint32_t PathOf(const Options &options, const DxrHostPlugin &given, std::string &path) {
-    namespace fs = std::filesystem;
+// The file of a record, without links and dots. 0; EACCES, reported, when it is not below the
+// directory; what the machine says, and a message, when that cannot be found out.
+uint32_t PathOf(const PluginCall &call, const DxrHostPlugin &given, std::string &path) {
+    const Options &options = call->options;
+    const std::filesystem::path file =
+        std::filesystem::path(options.pluginPath) /
+        (given.path != nullptr ? given.path : std::string(given.name) + ".so");
     std::error_code error;
-    const fs::path directory = fs::weakly_canonical(fs::absolute(options.pluginPath), error);
-    const fs::path file = fs::weakly_canonical(
-        directory / (given.path != nullptr ? given.path : std::string(given.name) + ".so"), error);
-    path = file.string();
-    const fs::path within = file.lexically_relative(directory);
-    const bool isBelow = !within.empty() && *within.begin() != "..";
-    return isBelow || options.allowOutside ? 0 : EACCES;
+    const auto resolved = Resolve(file, error);
+    path = resolved.string();
+    const bool isAllowed =
+        !error && (options.allowOutside || IsBelow(resolved, options.pluginPath, error));
+    if (error) {
+        call->Say(kFailureLevel, WhyUnknown(call, file.string(), error).c_str());
+        return static_cast<uint32_t>(error.value());
+    }
+    if (!isAllowed) {
+        call.Call::Misuse(kService, "a path outside the plug-in directory", "outside: " + path);
+    }
+    return isAllowed ? 0 : EACCES;
 }
 
 uint32_t RegisterBrdPlugin(void *record) {
@@ -329,10 +339,8 @@ uint32_t RegisterBrdPlugin(void *record) {
     made.wanted = given.version;
     made.argument = given.argument;
     made.made = {call.At().slot, ModuleCaller(call.At().address)};
-    if (PathOf(call->options, given, made.path) != 0) {
-        call.Call::Misuse(kService, "a path outside the plug-in directory",
-                          "outside: " + made.path);
-        return EACCES;
+    if (const uint32_t refusal = PathOf(call, given, made.path)) {
+        return refusal;
     }
     std::error_code error;
     if (!std::filesystem::is_regular_file(made.path, error)) {

@@ -9,21 +9,23 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
 #include <new>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "host.h"
+#include "path_below.h"
 
 namespace devhost {
 namespace {
 
 constexpr const char *kService = "system";
 constexpr uint32_t kFailure = 1;
+constexpr uint32_t kLevelOfFiles = 2;
 constexpr uint32_t kNoLength = 0xFFFFFFFF;
 
 // A file that is open. A call that is in it keeps it while another one closes it.
@@ -284,8 +286,8 @@ class SystemService : public Service {
     }
 
     // Tells whether modules may open it: all below the work path and in the directory of private
-    // logs, which the library reads, or everything.
-    bool IsAllowed(const char *path) {
+    // logs, which the library reads, or everything. False with an error when it cannot tell.
+    bool IsAllowed(const char *path, std::error_code &error) {
         if (TheHost().options.allowOutside) {
             return true;
         }
@@ -294,24 +296,21 @@ class SystemService : public Service {
             const std::lock_guard lock(mutex);
             work = workPath;
         }
-        std::error_code error;
-        const auto file = std::filesystem::weakly_canonical(path, error);
-        return !error && (IsBelow(file, work) || IsBelow(file, DXR_PRIVATE_LOG_DIRECTORY) ||
-                          IsBelow(file, TheHost().options.logDirectory));
-    }
-
-    static bool IsBelow(const std::filesystem::path &file, const std::string &directory) {
-        std::error_code error;
-        // Without a slash at its end, which would be a part of its own.
-        const auto above =
-            std::filesystem::weakly_canonical(directory + "/.", error).lexically_normal();
-        auto part = file.begin();
-        for (const auto &wanted : above) {
-            if (!wanted.empty() && (part == file.end() || *part++ != wanted)) {
-                return false;
-            }
+        const auto file = Resolve(path, error);
+        if (error) {
+            return false;
         }
-        return !error;
+        const std::array<const char *, 3> directories = {work.c_str(), DXR_PRIVATE_LOG_DIRECTORY,
+                                                         TheHost().options.logDirectory.c_str()};
+        for (const char *const directory : directories) {
+            std::error_code failed;
+            if (IsBelow(file, directory, failed)) {
+                error.clear();
+                return true;
+            }
+            error = failed ? failed : error;
+        }
+        return false;
     }
 
     std::mutex mutex;  // guards what follows
@@ -368,17 +367,21 @@ std::shared_ptr<OpenFile> FileOf(const Call &call, const void *handle) {
     return open;
 }
 
-// False, and a report, for a null path and one that is outside.
+// False, and a report, for a null path and one that is outside; false, and a message, where that
+// cannot be found out: the machine's fault, not the caller's.
 bool IsAllowed(const Call &call, const char *path) {
     if (path == nullptr) {
         call.Misuse(kService, "a null path");
         return false;
     }
-    if (!StateOf(*call).IsAllowed(path)) {
+    std::error_code error;
+    const bool isAllowed = StateOf(*call).IsAllowed(path, error);
+    if (error) {
+        call->Say(kLevelOfFiles, WhyUnknown(call, path, error).c_str());
+    } else if (!isAllowed) {
         call.Misuse(kService, "a path outside the work path", std::string("outside: ") + path);
-        return false;
     }
-    return true;
+    return isAllowed;
 }
 
 // --- Slots

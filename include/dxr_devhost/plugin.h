@@ -9,8 +9,9 @@
  *   DXR_RegisterBrdPlugin(plugin)    makes it known; the record is copied. EEXIST, reported, for a
  *                                    name that is known; ENOENT when there is no such file; EACCES,
  *                                    reported, for a file outside the plug-in directory, unless
- *                                    DxrHostOptions::allowOutside is set; ENOMEM (point
- *                                    "plugin.register")
+ *                                    DxrHostOptions::allowOutside is set; what the machine says,
+ *                                    with a message, when it cannot look the path up; ENOMEM
+ *                                    (point "plugin.register")
  *   DXR_UnRegisterBrdPlugin(plugin)  forgets it. ENOENT when it is not registered; EBUSY, reported,
  *                                    while it is loaded
  *   DXR_LoadBrdPlugin(plugin)        opens the file, looks at its table, calls its `load`. ENOENT

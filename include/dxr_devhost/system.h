@@ -5,7 +5,8 @@
  *   DXR_FOpen(path, mode)      a file; the handle is the host's. Null: no such file, point
  *                              "file.open", and, where that is not allowed
  *                              (DxrHostOptions::allowOutside), a path outside the work path and
- *                              the directory of private logs
+ *                              the directory of private logs, which is reported. When the machine
+ *                              does not say where a path leads, a message of level 2 tells why
  *   DXR_FClose(file)           0, or 1
  *   DXR_FRead(buffer, size, count, file)   the bytes read, not the items; 0 at the end and on
  *                              failure, point "file.read"

@@ -319,6 +319,19 @@ TEST_F(HostPlugin, PathsStayInTheirDirectory) {
     EXPECT_EQ(Plugins()[1].path, std::filesystem::canonical(other).string());
 }
 
+TEST_F(HostPlugin, APathThatCannotBeLookedUpIsNotOutside) {
+    std::filesystem::create_symlink("loop.so", directory.Path("loop.so"));
+    for (const uint32_t allowOutside : {0U, 1U}) {
+        End();
+        options.allowOutside = allowOutside;
+        Begin();
+        DxrHostPlugin plugin = Record("loop");
+        EXPECT_EQ(DXR_RegisterBrdPlugin(&plugin), Error(ELOOP));
+        EXPECT_THAT(Misuses(), IsEmpty());
+        EXPECT_THAT(LastMessage(), HasSubstr("loop.so cannot be looked up: "));
+    }
+}
+
 TEST_F(HostPlugin, TheDefaultDirectoryIsBelowTheWorkPath) {
     End();
     std::filesystem::create_directory(directory.Path("plugin"));

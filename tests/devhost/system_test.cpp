@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -249,6 +250,60 @@ TEST_F(HostFiles, PathsOutsideAreRefusedUnlessAllowed) {
         EXPECT_EQ(DXR_FOpen(path.c_str(), "rb"), nullptr) << path;
     }
     EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), testing::Each(testing::StartsWith("outside: ")));
+}
+
+// A loop of links, a name that is too long: what the machine says, and nothing about outside.
+TEST_F(HostFiles, APathThatCannotBeLookedUpIsNotOutside) {
+    const TemporaryDirectory directory;
+    std::filesystem::create_symlink("loop", directory.Path("loop"));
+    End();
+    options.allowOutside = 0;
+    Begin();
+    DxrHostSetWorkPath(host, directory.Path().c_str());
+    const std::string looping = directory.Path("loop/data");
+    const std::string tooLong = directory.Path(std::string(300, 'x'));
+    EXPECT_EQ(DXR_FOpen(looping.c_str(), "rb"), nullptr);
+    EXPECT_EQ(DXR_FileLength(tooLong.c_str()), 0xFFFFFFFFU);
+    EXPECT_EQ(reports.size(), 0U);
+    const std::vector<dxrtest::Message> expected = {
+        {2, "DXR_FOpen: " + looping + " cannot be looked up: " + std::strerror(ELOOP)},
+        {2, "DXR_FileLength: " + tooLong + " cannot be looked up: " + std::strerror(ENAMETOOLONG)},
+    };
+    EXPECT_EQ(messages, expected);
+}
+
+// Nor is what cannot be compared with a directory, unless another one has it.
+TEST_F(HostFiles, ADirectoryThatCannotBeLookedUpIsTold) {
+    const TemporaryDirectory directory;
+    const TemporaryDirectory elsewhere;
+    const std::string inside = elsewhere.Write("data", "abc");
+    std::filesystem::create_symlink("loop", directory.Path("loop"));
+    const std::string logs = directory.Path("loop/");
+    End();
+    options.allowOutside = 0;
+    options.logDirectory = logs.c_str();
+    Begin();
+    EXPECT_EQ(DXR_FileLength(inside.c_str()), 0xFFFFFFFFU);
+    EXPECT_EQ(reports.size(), 0U);
+    EXPECT_EQ(messages.size(), 1U);
+    DxrHostSetWorkPath(host, elsewhere.Path().c_str());
+    EXPECT_EQ(DXR_FileLength(inside.c_str()), 3U);
+    EXPECT_EQ(messages.size(), 1U);
+}
+
+TEST_F(HostFiles, AMissingFileOfARelativePathIsNotOutside) {
+    End();
+    options.allowOutside = 0;
+    Begin();
+    for (const char *const work : {".", "missing"}) {
+        DxrHostSetWorkPath(host, work);
+        EXPECT_EQ(DXR_FOpen("missing/data", "rb"), nullptr);
+        EXPECT_EQ(reports.size(), 0U) << work;
+    }
+    EXPECT_EQ(DXR_FOpen("missing/../../data", "rb"), nullptr);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE),
+              std::vector<std::string>{"outside: missing/../../data"});
+    EXPECT_EQ(messages.size(), 0U);
 }
 
 // --- Timers and heart-beats
