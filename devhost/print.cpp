@@ -16,9 +16,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "host.h"
+#include "path_below.h"
 #include "print.h"
 
 namespace devhost {
@@ -273,9 +275,9 @@ class PrintService : public Service {
         return std::fclose(file) == 0 && written;
     }
 
-    std::string PathOfLog(const char *name) {
+    std::string LogDirectory() {
         const std::lock_guard lock(mutex);
-        return logDirectory + name;
+        return logDirectory;
     }
 
     // Held while messages and lines are written to files: who has put another one in may close the
@@ -324,6 +326,32 @@ bool IsThere(const Call &call, const void *given) {
         call.Misuse(kService, "a null pointer");
     }
     return given != nullptr;
+}
+
+// Appends to the private log of a name. False, and a message or a report, when that fails or leaves
+// the directory.
+bool WriteToLog(const Call &call, const char *name, const char *text, size_t length) {
+    PrintService &state = StateOf(*call);
+    const std::string directory = state.LogDirectory();
+    const std::string path = directory + name;
+    if (!call->options.allowOutside) {
+        std::error_code error;
+        const auto resolved = Resolve(path, error);
+        const bool isBelow = !error && IsBelow(resolved, directory, error);
+        if (error) {
+            state.Deliver(kLevelFailure, WhyUnknown(call, path, error).c_str());
+            return false;
+        }
+        if (!isBelow) {
+            call.Misuse(kService, "a private log outside its directory", "outside: " + path);
+            return false;
+        }
+    }
+    const bool isWritten = state.AppendToLog(path, text, length);
+    if (!isWritten) {
+        state.Deliver(kLevelFailure, ("private log " + path + " cannot be written").c_str());
+    }
+    return isWritten;
 }
 
 // --- Slots
@@ -407,12 +435,7 @@ uint32_t SetDbgLevel(uint32_t level) {
             call.Misuse(kService, "a null text");
             return kFailure;
         }
-        const std::string path = state.PathOfLog(name);
-        if (!state.AppendToLog(path, piece.data(), *length)) {
-            state.Deliver(kLevelFailure, ("private log " + path + " cannot be written").c_str());
-            return kFailure;
-        }
-        return 0;
+        return WriteToLog(call, name, piece.data(), *length) ? 0 : kFailure;
     });
 }
 

@@ -43,8 +43,9 @@ typedef struct DxrHostOptions {
     const char *database;     /* file of the chassis database; default "chassis.db" below the work
                                  path */
     const char *board;        /* JSON file that describes the board; default none */
-    uint32_t allowOutside;    /* 1: files outside the work path may be opened, and
-                                 plug-ins outside theirs loaded; default 0 */
+    uint32_t allowOutside;    /* 1: files outside the work path may be opened, private logs
+                                 outside their directory written, and plug-ins outside theirs
+                                 loaded; default 0 */
     uint32_t switchAtCalls;   /* virtual: 1: any slot call may let another task run, not only those
                                  that wait or wake; default 0 */
     const char *pluginPath;   /* where plug-ins are looked for; default "plugin" below the work

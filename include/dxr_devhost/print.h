@@ -12,7 +12,8 @@
  *   DXR_WritePrivateLog(...)     appends at most DXR_PRIVATE_LOG_WRITE_MAX characters to a file in
  *                                the directory of private logs, which is never made; 0, or 1 with
  *                                a message of level 1 (point "file.write"). A null name, format or
- *                                text is reported and gives 1
+ *                                text is reported and gives 1; so is and does a name that leads out
+ *                                of the directory, unless DxrHostOptions::allowOutside is set
  *   DXR_WriteEventLog(event)     a DxrHostEvent; 0, or 1 when it is none
  *   DXR_Assert(value, line)      reports an assertion with a back trace; `value`, which is not
  *                                looked at, and `line` stand in the report. 0

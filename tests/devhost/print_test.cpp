@@ -3,8 +3,10 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -216,6 +218,46 @@ TEST_F(HostPrintPrivateLog, AStepMayBeMadeToFail) {
     EXPECT_EQ(Write("two\n"), 1U);
     EXPECT_EQ(Write("three\n"), 0U);
     EXPECT_EQ(directory.Read("tm.log"), "one\nthree\n");
+}
+
+TEST_F(HostPrintPrivateLog, ANameStaysInTheDirectory) {
+    const auto write = [](const std::string &name) {
+        return DXR_GetPrintHooks()->writePrivateLog(name.c_str(), "%s", "text");
+    };
+    const TemporaryDirectory elsewhere;
+    const std::string other = elsewhere.Write("other.log", "");
+    const std::string climbing =
+        "../" + std::filesystem::path(elsewhere.Path()).filename().string() + "/other.log";
+    std::filesystem::create_symlink(other, directory.Path("link.log"));
+    std::filesystem::create_directory(directory.Path("below"));
+    EXPECT_EQ(write("below/../below/tm.log"), 0U);
+    EXPECT_EQ(directory.Read("below/tm.log"), "text");
+    EXPECT_EQ(write(other), 1U) << "below the directory, where there is none";
+    EXPECT_TRUE(reports.empty());
+    for (const std::string &name : {climbing, std::string("link.log"), std::string("..")}) {
+        EXPECT_EQ(write(name), 1U) << name;
+    }
+    EXPECT_EQ(elsewhere.Read("other.log"), "");
+    ASSERT_EQ(reports.size(), 1U) << "one caller, one report";
+    EXPECT_STREQ(reports[0].slot, "DXR_WritePrivateLog");
+    EXPECT_THAT(reports[0].caller, testing::HasSubstr("devhost_print_test"));
+    EXPECT_EQ(reports[0].text, "outside: " + directory.Path(climbing));
+    End();
+    options.allowOutside = 1;
+    Begin();
+    DxrHostSetLogDirectory(host, (directory.Path() + "/").c_str());
+    EXPECT_EQ(write(climbing), 0U);
+    EXPECT_EQ(write("link.log"), 0U);
+    EXPECT_EQ(elsewhere.Read("other.log"), "texttext");
+}
+
+TEST_F(HostPrintPrivateLog, ANameThatCannotBeLookedUpIsSaid) {
+    std::filesystem::create_symlink("tm.log", directory.Path("tm.log"));
+    EXPECT_EQ(Write("x"), 1U);
+    EXPECT_EQ(messages,
+              (std::vector<Message>{{1, "DXR_WritePrivateLog: " + directory.Path("tm.log") +
+                                            " cannot be looked up: " + std::strerror(ELOOP)}}));
+    EXPECT_TRUE(reports.empty());
 }
 
 // --- The log file
