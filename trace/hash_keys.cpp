@@ -32,14 +32,21 @@ Table *Find(uint64_t handle) {
 
 }  // namespace
 
-void LearnHashKeys(uint64_t options, uint64_t table) {
+bool ReadHashOptions(uint64_t options, DxrHostHashOptions &read) {
     const auto *const given = FromWord<const char *>(options);
-    DxrHostHashOptions read{};
-    if (table == 0 || given == nullptr ||
+    if (given == nullptr ||
         (std::memcpy(&read.size, given, sizeof(read.size)), read.size != sizeof(read))) {
-        return;
+        return false;
     }
     std::memcpy(&read, given, sizeof(read));
+    return true;
+}
+
+void LearnHashKeys(uint64_t options, uint64_t table) {
+    DxrHostHashOptions read{};
+    if (table == 0 || !ReadHashOptions(options, read)) {
+        return;
+    }
     ForgetHashKeys(table);
     const bool isSure =
         read.keyBytes == 0 || (read.keyBytes < sizeof(void *) && read.compare == nullptr);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <span>
 
+#include "dxr_devhost/hash.h"
 #include "pointers.h"
 #include "slots.h"
 
@@ -17,6 +18,9 @@ namespace dxr_trace {
 inline bool IsOfHash(const SlotInfo &slot) {
     return std::strcmp(slot.group, "Hash") == 0;
 }
+
+// The record at `options`; false when there is none.
+bool ReadHashOptions(uint64_t options, DxrHostHashOptions &read);
 
 // A table was created by the record at `options`, or is to be freed. Any thread.
 void LearnHashKeys(uint64_t options, uint64_t table);

@@ -69,13 +69,10 @@ std::string_view HashTables::Table::KeyAt(const char *key) const {
 }
 
 void HashTables::Create(uint64_t options, uint64_t table) {
-    const auto *const given = FromWord<const char *>(options);
     DxrHostHashOptions read{};
-    if (table == 0 || given == nullptr ||
-        (std::memcpy(&read.size, given, sizeof(read.size)), read.size != sizeof(read))) {
+    if (table == 0 || !ReadHashOptions(options, read)) {
         return;
     }
-    std::memcpy(&read, given, sizeof(read));
     Free(table);
     LearnHashKeys(options, table);
     tables_[table] = {read.keyBytes, read.compare, read.user, 0, {}, {}};
