@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <new>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -16,6 +15,7 @@
 #include "script.h"
 #include "slots.h"
 #include "trace_file.h"
+#include "why.h"
 
 namespace dxr_trace {
 namespace {
@@ -281,17 +281,7 @@ uint32_t Diff(const char *a, const char *b, uint32_t context, FILE *out, std::st
 
 uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out, char *error,
                       uint32_t errorSize) {
-    const char *told = "not enough memory";
-    std::string problem;
-    uint32_t code = 2;
-    try {
-        code = dxr_trace::Diff(a, b, context, out, problem);
-        told = problem.c_str();
-    } catch (const std::bad_alloc &) {
-        code = 2;
-    }
-    if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", told);
-    }
-    return code;
+    return dxr_trace::Telling(error, errorSize, 2, [&](std::string &problem) {
+        return dxr_trace::Diff(a, b, context, out, problem);
+    });
 }

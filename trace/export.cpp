@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -17,6 +16,7 @@
 #include "file_writer.h"
 #include "format.h"
 #include "slots.h"
+#include "why.h"
 
 namespace dxr_trace {
 namespace {
@@ -574,34 +574,14 @@ int Read(const char *path, DxrTraceVisit visit, void *user, std::string &problem
 
 uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user, char *error,
                       uint32_t errorSize) {
-    const char *told = "not enough memory";
-    std::string problem;
-    int code = ENOMEM;
-    try {
-        code = Read(file, visit, user, problem);
-        told = problem.c_str();
-    } catch (const std::bad_alloc &) {
-        code = ENOMEM;
-    }
-    if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", told);
-    }
-    return static_cast<uint32_t>(code);
+    return dxr_trace::Telling(error, errorSize, ENOMEM, [&](std::string &problem) {
+        return Read(file, visit, user, problem);
+    });
 }
 
 uint32_t DxrTraceExport(const char *file, uint32_t format, FILE *out, char *error,
                         uint32_t errorSize) {
-    const char *told = "not enough memory";
-    std::string problem;
-    int code = ENOMEM;
-    try {
-        code = Export(file, format, out, problem);
-        told = problem.c_str();
-    } catch (const std::bad_alloc &) {
-        code = ENOMEM;
-    }
-    if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", told);
-    }
-    return static_cast<uint32_t>(code);
+    return dxr_trace::Telling(error, errorSize, ENOMEM, [&](std::string &problem) {
+        return Export(file, format, out, problem);
+    });
 }

@@ -36,6 +36,7 @@
 #include "script.h"
 #include "slots.h"
 #include "trace_file.h"
+#include "why.h"
 #include "words.h"
 
 namespace dxr_trace {
@@ -1209,9 +1210,7 @@ uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char 
             told = "not enough memory";
         }
     }
-    if (error != nullptr && errorSize != 0) {
-        (void)std::snprintf(error, errorSize, "%s", told);
-    }
+    dxr_trace::WriteWhy(error, errorSize, told);
     return code;
 }
 
