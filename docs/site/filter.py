@@ -9,6 +9,7 @@ about the file. Their text is taken as it stands: columns stay columns. In pages
 that are no pages become what they name.
 """
 
+import functools
 import pathlib
 import re
 import sys
@@ -21,11 +22,22 @@ SILENT = re.compile(r"\s*(#(if|elif|else|endif|include|pragma|undef|error)|DXR_E
                     r"|namespace )")
 
 
+@functools.lru_cache(maxsize=None)
+def functions():
+    """What the headers declare, as words of prose may name it."""
+    texts = [path.read_text(encoding="utf-8") for path in (ROOT / "include").rglob("*.h")]
+    return {name for text in texts for name in re.findall(r"^DXR_API .*?\b(\w+)\(", text,
+                                                          re.MULTILINE)}
+
+
 def escaped(text):
-    """One line of prose; names in backticks become code."""
+    """One line of prose; names in backticks become code, functions become links."""
     def plain(part):
         part = re.sub(r"([\\@&<>#%$\"*~|])", r"\\\1", part).replace(r"\*", "&#42;")
-        return part.replace(r"\|", "|").replace(r"\~", "~")
+        part = part.replace(r"\|", "|").replace(r"\~", "~")
+        return re.sub(r"\bDxr\w+|\bDXR_\w+",
+                      lambda name: (f'@ref {name[0]} "{name[0]}"' if name[0] in functions()
+                                    else name[0]), part)
 
     parts = re.split(r"`([^`]*)`", text)
     return "".join(f"<code>{plain(part)}</code>" if place % 2 else plain(part)
@@ -213,6 +225,8 @@ def link(match, page_path):
     path = path.relative_to(ROOT)
     if str(path) in PAGES or (path.parts[0] == "docs" and path.suffix in (".md", ".svg")):
         return f"[{text}]({path})" if path.suffix == ".md" else f"[{text}]({path.name})"
+    if path.parts[0] == "docs" and path.suffix == ".txt":
+        return f"[{text}]({path.name})"  # beside the pages, as it is
     if path.parts[0] == "include" and path.suffix == ".h":
         return f'@ref {path.relative_to("include")} "{text}"'
     return f"{text} (`{path}`)" if str(path) not in text else f"`{path}`"
@@ -222,7 +236,10 @@ def page(path):
     lines = []
     seen = {}  # how often a label was given; the second of a name is called name-1
     fenced = False
-    for line in path.read_text(encoding="utf-8").split("\n"):
+    text = path.read_text(encoding="utf-8")
+    # The first line of a page is its title, if it is a heading.
+    text = re.sub(r"\A(<!--.*?-->\n)(# .*\n)", r"\2\1", text, flags=re.DOTALL)
+    for line in text.split("\n"):
         fenced ^= line.startswith("```")
         if line.startswith("```console"):
             line = "```"
