@@ -2,12 +2,15 @@
 """What the documents show is what happens.
 
     documents_test.py ROOT DXRSH BUILD FILE...
+    documents_test.py --bare DEBIAN FOLDER FILE...
 
 Runs each "$ ... dxrsh ..." line of the console blocks in the Markdown FILEs at ROOT, and compares
 what it prints with the lines below it. A block under a line "`examples/NAME`:" must be that file. A
 block that uses the home directory is run as a whole, by one shell with one of its own and BUILD in
 the place of build/release; not if BUILD is "-", as where programs need flags that users do not. If
-BUILD is "packages", all is installed already, and what needs the tree of a build is left out.
+BUILD is "packages", all is installed already, and what needs the tree of a build is left out. A
+block that installs packages is left out, too: with --bare these alone are run, one after the other,
+in FOLDER of a bare Debian below the directory DEBIAN, by root.
 """
 
 import os
@@ -16,6 +19,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 
 PACKAGES = "packages"
@@ -23,8 +27,17 @@ PACKAGES = "packages"
 
 def needs_build(lines):
     """Whether commands use what only a tree has that was built, beyond what it installs."""
-    return any(re.search(r"build/release|\bscripts/|\btests/", line)
+    return any(re.search(r"build/release|\bscripts/|\btests/|\$PWD|/bin/dxrsh", line)
                for line in lines if not line.startswith("$ cmake --install "))
+
+
+def needs_bare_debian(lines):
+    return any(line.startswith("$ apt-get ") for line in lines)
+
+
+def is_whole(lines):
+    """Whether its commands are for one shell."""
+    return any(line.startswith("$ ") and re.search("~/|^. export ", line) for line in lines)
 
 
 def blocks(text):
@@ -84,6 +97,30 @@ def run_whole(lines, root, dxrsh, build):
     return actual, [line for _, expected in shown for line in expected]
 
 
+def run_bare(debian, folder, files):
+    """Runs what installs packages; tells how long each block took."""
+    wrong = checked = 0
+    for name in files:
+        with open(os.path.join(debian, folder.strip("/"), name), encoding="utf-8") as file:
+            shown = [commands(lines) for kind, _, lines in blocks(file.read())
+                     if kind == "console" and needs_bare_debian(lines)]
+        for block in shown:
+            began = time.monotonic()
+            done = subprocess.run(
+                ["chroot", debian, "env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "HOME=/root",
+                 "LC_ALL=C.UTF-8", "DEBIAN_FRONTEND=noninteractive", "sh", "-ec",
+                 f"cd {folder}\n" + "\n".join(command for command, _ in block)],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                text=True, check=False)
+            checked += 1
+            if done.stdout.splitlines() != [line for _, expected in block for line in expected]:
+                wrong += 1
+                print(f"{name}: the block of {block[0][0]!r} prints", done.stdout, done.stderr)
+            print(f"{time.monotonic() - began:.0f} s until {block[-1][0]!r} ran")
+    print(f"{checked} shown, {wrong} wrong")
+    return 1 if wrong or not checked else 0
+
+
 def main(root, dxrsh, build, files):
     checked = 0
     wrong = 0
@@ -101,7 +138,9 @@ def main(root, dxrsh, build, files):
                     print(f"{name}: the block is not {example[1]}")
             if kind != "console":
                 continue
-            if any(line.startswith("$ ") and "~/" in line for line in lines):
+            if needs_bare_debian(lines):
+                continue
+            if is_whole(lines):
                 if build == "-" or (build == PACKAGES and needs_build(lines)):
                     continue
                 checked += 1
@@ -128,4 +167,6 @@ def main(root, dxrsh, build, files):
 
 
 if __name__ == "__main__":
+    if sys.argv[1] == "--bare":
+        sys.exit(run_bare(sys.argv[2], sys.argv[3], sys.argv[4:]))
     sys.exit(main(sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4:]))
