@@ -40,7 +40,11 @@
  * Any thread may call any of them. The functions of a table are called while no lock is held, and
  * may call slots themselves; a call starts over when another thread changes the table meanwhile. A
  * walk sees each change made by others or not, but never a wrong entry. What tables are left at the
- * end is reported. */
+ * end is reported.
+ *
+ * Cost: a key takes its number and a comparison with each entry of its bucket, so ask for as many
+ * buckets as there will be entries; adding, removing and the next entry the logarithm of how many
+ * there are; DXR_HashFree all of them. */
 #ifndef DXR_DEVHOST_HASH_H
 #define DXR_DEVHOST_HASH_H
 

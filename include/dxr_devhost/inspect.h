@@ -1,5 +1,8 @@
 /* What there is in a host, for programs that show it, as the shell of dxrsh does. Not a part of
- * dxr_devhost.h: modules and most hosts need it not. */
+ * dxr_devhost.h: modules and most hosts need it not.
+ *
+ * Any thread may call these functions; what they copy is true of one moment. They take longer the
+ * more mailboxes or tables there are. */
 #ifndef DXR_DEVHOST_INSPECT_H
 #define DXR_DEVHOST_INSPECT_H
 

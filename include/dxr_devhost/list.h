@@ -21,7 +21,10 @@
  *                                         not or when the action is unknown
  *
  * Any thread may call any of them; a walk by one thread while another one changes the list sees
- * each change or not, but never a wrong node. */
+ * each change or not, but never a wrong node.
+ *
+ * Cost: DXR_RemoveSll and DXR_SslProcSingleNode look at the nodes from the first one on,
+ * DXR_DestroySll at all of them; the others take the same time whatever the list holds. */
 #ifndef DXR_DEVHOST_LIST_H
 #define DXR_DEVHOST_LIST_H
 
