@@ -3,7 +3,7 @@
 
     paths_test.py ROOT
 
-Looks at what stands in `...` and behind "$ " in the Markdown files: files and folders of the tree,
+Looks at what stands in `...` and in blocks of the Markdown files: files and folders of the tree,
 scripts with their options, stages of scripts/test, presets, and tests of this folder.
 """
 
@@ -19,13 +19,13 @@ FORM = re.compile(r"[A-Z]{3,}|[<>{}*$]|\.\.\.|component|\bstem[._]")
 
 
 def texts(page):
-    """Each piece of code that stands in a line, and each line that one types."""
+    """Each piece of code that stands in a line, and each line of code."""
     is_code = False
     for line in page.splitlines():
         if line.lstrip().startswith("```"):
             is_code = not is_code
-        elif is_code and line.lstrip().startswith("$ "):
-            yield line.lstrip()[2:]
+        elif is_code or line.startswith("    "):
+            yield line.lstrip().removeprefix("$ ")
         elif not is_code:
             yield from re.findall(r"`([^`]+)`", line)
 
