@@ -529,8 +529,8 @@ TEST_F(Chassis, OnlySoMuchWaitsToLeave) {
     BeginMain();
     constexpr uint32_t kFewLarge = DXR_HOST_MOST_OUTGOING_BYTES / DXR_HOST_MESSAGE_BYTES;
     const std::string text(DXR_HOST_MESSAGE_BYTES, 'x');
-    for (const auto [bytes, most] : {std::pair{DXR_HOST_MESSAGE_BYTES, kFewLarge},
-                                     std::pair{1U, DXR_HOST_MOST_OUTGOING_MESSAGES}}) {
+    for (const auto &[bytes, most] : {std::pair{DXR_HOST_MESSAGE_BYTES, kFewLarge},
+                                      std::pair{1U, DXR_HOST_MOST_OUTGOING_MESSAGES}}) {
         SCOPED_TRACE(most);
         const uint64_t unreached = ChassisCountsOf(main_).unreached;
         uint32_t sent = 0;
