@@ -66,6 +66,40 @@ TEST_F(HostTables, KeepEntries) {
     EXPECT_EQ(End(), 0U);
 }
 
+// A request may lie anywhere, and so may what it points to: on the quick way and on the others.
+TEST_F(HostTables, TakeRequestsAtAnyAddress) {
+    EXPECT_EQ(DXR_DynamicCreateTable(7), 0U);
+    alignas(16) std::array<unsigned char, sizeof(DxrTblmRequest) + 16> place{};
+    alignas(16) std::array<char, 96> key{};
+    alignas(16) std::array<char, 320> data{};
+    for (const uint32_t keyBytes : {3U, 12U, 80U}) {
+        for (const uint32_t bytes : {5U, 32U, 300U}) {
+            for (size_t odd = 0; odd < 16; ++odd) {
+                const std::string content(bytes, static_cast<char>('a' + odd));
+                const auto call = [&](uint32_t (*function)(uint32_t, DxrTblmRequest *)) {
+                    const DxrTblmRequest given{
+                        7, key.data() + odd, keyBytes, data.data() + odd, bytes, 1, {}};
+                    std::memcpy(place.data() + odd, &given, sizeof(given));
+                    return function(1, reinterpret_cast<DxrTblmRequest *>(place.data() + odd));
+                };
+                key.fill('\0');
+                std::memset(key.data() + odd, 'k', keyBytes);
+                std::memcpy(data.data() + odd, content.data(), bytes);
+                ASSERT_EQ(call(DXR_GetTblmHooks()->setChipTblmData), 0U);
+                data.fill('#');
+                ASSERT_EQ(call(DXR_GetTblmHooks()->getChipTblmData), 0U);
+                EXPECT_EQ(std::string(data.data() + odd, bytes), content);
+                DxrTblmRequest got;
+                std::memcpy(&got, place.data() + odd, sizeof(got));
+                EXPECT_EQ(got.dataLen, bytes);
+                EXPECT_EQ(Get(1, 7, std::string(keyBytes, 'k'), 320), content);
+                EXPECT_EQ(Delete(1, 7, std::string(keyBytes, 'k')), 0U);
+            }
+        }
+    }
+    EXPECT_TRUE(reports.empty());
+}
+
 TEST_F(HostTables, ServeTheFormsWithoutAChip) {
     EXPECT_EQ(DXR_DynamicCreateTable(1), 0U);
     std::string key = "k";
