@@ -118,6 +118,7 @@ DXR_API const char *DxrTraceSlotName(uint32_t slot);
 #define DXR_TRACE_JSON_LINES 1u /* an object on each line */
 #define DXR_TRACE_CHROME 2u     /* the Chrome trace format, which the common viewers open */
 #define DXR_TRACE_COUNTS 3u /* for people: a line for each slot that was called, and its times */
+#define DXR_TRACE_COUNTS_JSON 4u /* the same, an object on each line; times in nanoseconds */
 
 /* Reads a recording and writes it to `out`. Returns 0 when all of it was there; ENODATA when it has
  * no end, because the program crashed or still writes, and EBADMSG when it is damaged: then
@@ -190,13 +191,15 @@ typedef void (*DxrReplayEnded)(bool differs, void *user);
 
 /* Begin with DxrReplayInitOptions, change what is to be different. */
 typedef struct DxrReplayOptions {
-    uint32_t size;  /* sizeof(DxrReplayOptions) */
-    uint32_t loose; /* 1: go on after a difference: with the next equal call of the thread; a call
-                           that does not come any more is answered with 0 and null; default 0 */
-    uint32_t patienceMs; /* when nothing has gone on for so long, that is a difference; default
-                            30000 */
-    uint32_t reserved;
-    FILE *out;            /* gets what differs, lines for people; null: nowhere; default stderr */
+    uint32_t size;        /* sizeof(DxrReplayOptions) */
+    uint32_t loose;       /* 1: go on after a difference: with the next equal call of the thread; a
+                             call that does not come any more is answered with 0 and null;
+                             default 0 */
+    uint32_t patienceMs;  /* when nothing has gone on for so long, that is a difference; default
+                             30000 */
+    uint32_t format;      /* of `out`: DXR_TRACE_TEXT, lines for people, which is the default; or
+                             DXR_TRACE_JSON_LINES, an object on each line */
+    FILE *out;            /* gets what differs; null: nowhere; default stderr */
     DxrReplayEnded ended; /* may be null */
     void *user;
 } DxrReplayOptions;

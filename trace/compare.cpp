@@ -32,7 +32,7 @@ const TracedPiece *FindPiece(const std::vector<TracedPiece> &pieces, uint32_t pl
 void Note(Differences *differences, const std::string &what, const std::string &expected,
           const std::string &got) {
     if (differences != nullptr) {
-        differences->push_back(what + ": expected " + expected + ", got " + got);
+        differences->push_back({what, expected, got});
     }
 }
 

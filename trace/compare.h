@@ -47,8 +47,18 @@ class Addresses {
     std::unordered_set<uint64_t> given_;
 };
 
-// What differs, a line each: "arg3: expected 16, got 20".
-using Differences = std::vector<std::string>;
+// What differs between two calls.
+struct CallDifference {
+    std::string name;  // of an argument, of what it led to, or "function" or "result"
+    std::string expected;
+    std::string got;
+
+    // "arg3: expected 16, got 20"
+    [[nodiscard]] std::string Text() const {
+        return name + ": expected " + expected + ", got " + got;
+    }
+};
+using Differences = std::vector<CallDifference>;
 
 // What was asked. `addresses` and `differences` may be null.
 [[nodiscard]] bool IsSameCall(const TracedCall &expected, const TracedCall &got,

@@ -221,16 +221,16 @@ class Comparison {
             (void)IsSame(*a.calls[at], *b.calls[at], &differences);
         }
         text += After("  - ", a, at) + After("  + ", b, at);
-        for (const std::string &difference : differences) {
-            text += "    " + difference + "\n";
+        for (const CallDifference &difference : differences) {
+            text += "    " + difference.Text() + "\n";
         }
         return text;
     }
 
     static bool IsSame(const TracedCall &a, const TracedCall &b, Differences *differences) {
         if (a.depth != b.depth && differences != nullptr) {
-            differences->push_back("calls that it is made in: expected " + std::to_string(a.depth) +
-                                   ", got " + std::to_string(b.depth));
+            differences->push_back(
+                {"calls that it is made in", std::to_string(a.depth), std::to_string(b.depth)});
         }
         return a.depth == b.depth && IsSameCall(a, b, nullptr, differences) &&
                IsSameAnswer(a, b, differences);

@@ -399,38 +399,76 @@ std::string TextLine(const TracedCall &call) {
     return line + '\n';
 }
 
-std::string CountsTable(const TraceFile &file) {
-    std::vector<std::vector<uint64_t>> durations(kSlotCount);
-    std::vector<uint64_t> calls(kSlotCount);
+namespace {
+
+// The calls of a slot, and how long those took that have returned, the shortest first.
+struct SlotCount {
+    size_t slot = 0;
+    uint64_t calls = 0;
+    std::vector<uint64_t> times{};
+
+    // As much as so many of a hundred calls took at most; there are times.
+    [[nodiscard]] uint64_t Percentile(size_t percent) const {
+        return times[(times.size() * percent + 99) / 100 - 1];
+    }
+};
+
+// Of the slots that were called.
+std::vector<SlotCount> CountsOf(const TraceFile &file) {
+    std::vector<SlotCount> counts(kSlotCount);
     for (const TracedCall &call : file.calls) {
         if (call.isCallback) {
             continue;
         }
-        ++calls[call.slot];
+        counts[call.slot].slot = call.slot;
+        ++counts[call.slot].calls;
         if (call.hasReturned) {
-            durations[call.slot].push_back(call.durationNs);
+            counts[call.slot].times.push_back(call.durationNs);
         }
     }
+    std::erase_if(counts, [](const SlotCount &count) { return count.calls == 0; });
+    for (SlotCount &count : counts) {
+        std::sort(count.times.begin(), count.times.end());
+    }
+    return counts;
+}
+
+}  // namespace
+
+std::string CountsTable(const TraceFile &file) {
     std::array<char, 160> row{};
     (void)std::snprintf(row.data(), row.size(), "%-44s %9s %10s %10s %10s %10s\n", "function",
                         "calls", "p50", "p90", "p99", "most");
     std::string table = row.data();
-    for (size_t slot = 0; slot < kSlotCount; ++slot) {
-        std::vector<uint64_t> &times = durations[slot];
-        std::sort(times.begin(), times.end());
-        const auto percentile = [&times](size_t percent) {
-            const size_t rank = (times.size() * percent + 99) / 100;
-            return times.empty() ? std::string("-") : Duration(times[rank - 1]);
+    for (const SlotCount &count : CountsOf(file)) {
+        const auto percentile = [&count](size_t percent) {
+            return count.times.empty() ? std::string("-") : Duration(count.Percentile(percent));
         };
-        if (calls[slot] != 0) {
-            (void)std::snprintf(row.data(), row.size(), "%-44s %9llu %10s %10s %10s %10s\n",
-                                kSlots[slot].name, static_cast<unsigned long long>(calls[slot]),
-                                percentile(50).c_str(), percentile(90).c_str(),
-                                percentile(99).c_str(), percentile(100).c_str());
-            table += row.data();
-        }
+        (void)std::snprintf(row.data(), row.size(), "%-44s %9llu %10s %10s %10s %10s\n",
+                            kSlots[count.slot].name, static_cast<unsigned long long>(count.calls),
+                            percentile(50).c_str(), percentile(90).c_str(), percentile(99).c_str(),
+                            percentile(100).c_str());
+        table += row.data();
     }
     return table;
+}
+
+std::string CountsLines(const TraceFile &file) {
+    std::string lines;
+    for (const SlotCount &count : CountsOf(file)) {
+        lines += R"({"slot":)" + std::to_string(count.slot);
+        lines += R"(,"group":)" + JsonText(kSlots[count.slot].group);
+        lines += R"(,"function":)" + JsonText(kSlots[count.slot].name);
+        lines += R"(,"calls":)" + std::to_string(count.calls);
+        if (!count.times.empty()) {
+            lines += R"(,"p50_ns":)" + std::to_string(count.Percentile(50));
+            lines += R"(,"p90_ns":)" + std::to_string(count.Percentile(90));
+            lines += R"(,"p99_ns":)" + std::to_string(count.Percentile(99));
+            lines += R"(,"most_ns":)" + std::to_string(count.Percentile(100));
+        }
+        lines += "}\n";
+    }
+    return lines;
 }
 
 }  // namespace dxr_trace
@@ -492,6 +530,9 @@ int WriteAs(const TraceFile &file, uint32_t format, FILE *out) {
         case DXR_TRACE_COUNTS:
             writer.Put(dxr_trace::CountsTable(file));
             break;
+        case DXR_TRACE_COUNTS_JSON:
+            writer.Put(dxr_trace::CountsLines(file));
+            break;
         default:
             for (const TracedCall &call : file.calls) {
                 writer.Put(dxr_trace::TextLine(call));
@@ -528,7 +569,7 @@ std::string ProblemOf(const TraceFile &file) {
 }
 
 int Export(const char *path, uint32_t format, FILE *out, std::string &problem) {
-    if (format > DXR_TRACE_COUNTS) {
+    if (format > DXR_TRACE_COUNTS_JSON) {
         problem = "there is no such format";
         return EINVAL;
     }

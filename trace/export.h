@@ -36,8 +36,9 @@ namespace dxr_trace {
 // Returns 0 or a number of <errno.h>.
 [[nodiscard]] int ReadWholeFile(const char *path, std::string &bytes);
 
-// A table of the slots that were called: how often and for how long.
+// The slots that were called, how often and for how long: as a table, or as JSON lines.
 [[nodiscard]] std::string CountsTable(const TraceFile &file);
+[[nodiscard]] std::string CountsLines(const TraceFile &file);
 
 // A quoted JSON text; bytes that are no UTF-8 become U+FFFD.
 [[nodiscard]] std::string JsonText(std::string_view text);

@@ -243,6 +243,19 @@ class Replay {
 
     // --- Telling
 
+    // What differs: where, what, and the calls as texts where that tells more.
+    struct Difference {
+        const Runner *runner = nullptr;  // null: no thread of the recording
+        const Step *step = nullptr;      // null: after its last call
+        std::string what{};
+        std::string expected{};
+        std::string got{};
+        Differences details{};
+        std::string then{};
+    };
+
+    [[nodiscard]] bool IsJson() const { return options_.format == DXR_TRACE_JSON_LINES; }
+
     void Tell(std::string_view text) const {
         if (options_.out != nullptr) {
             (void)std::fwrite(text.data(), 1, text.size(), options_.out);
@@ -250,23 +263,32 @@ class Replay {
         }
     }
 
+    void Note(const std::string &text) const {
+        Tell(IsJson() ? R"({"note":)" + JsonText(text) + "}\n" : "note: " + text + "\n");
+    }
+
+    void TellEnd(const std::string &where) const {
+        const std::string text = "the recording ends here: " + where;
+        Tell(IsJson() ? R"({"note":)" + JsonText(text) + "}\n" : text + "\n");
+    }
+
     void Warn() const {
         if (!file_.problem.empty()) {
-            Tell("note: the recording " + file_.problem + "\n");
+            Note("the recording " + file_.problem);
         }
         if (!file_.hasCallbacks) {
-            Tell(
-                "note: what the host called was not recorded: tasks, timers and interrupts are "
-                "not replayed\n");
+            Note(
+                "what the host called was not recorded: tasks, timers and interrupts are not "
+                "replayed");
         }
         const std::string foreign = ForeignText(file_);
         if (!foreign.empty()) {
-            Tell("note: " + foreign + "\n");
+            Note(foreign);
         }
         if (script_.unknown != 0) {
-            Tell("note: " + std::to_string(script_.unknown) +
+            Note(std::to_string(script_.unknown) +
                  " calls on threads of the host's are left out: the recording does not tell what "
-                 "made them\n");
+                 "made them");
         }
     }
 
@@ -283,18 +305,70 @@ class Replay {
         return text + ", call " + std::to_string(call.sequence) + ", at " + at.data() + " s";
     }
 
-    std::string Where(const Runner &runner) const {
-        return Position(runner, runner.cursor < runner.ends.back()
-                                    ? &runner.script.steps[runner.cursor]
-                                    : nullptr);
+    static const Step *NextOf(const Runner &runner) {
+        return runner.cursor < runner.ends.back() ? &runner.script.steps[runner.cursor] : nullptr;
+    }
+
+    [[nodiscard]] std::string TextOf(const Difference &difference) const {
+        std::string text;
+        if (difference.runner != nullptr) {
+            text = Position(*difference.runner, difference.step) + ": ";
+        }
+        text += difference.what + "\n";
+        if (!difference.expected.empty()) {
+            text += "  expected  " + difference.expected + "\n";
+        }
+        if (!difference.got.empty()) {
+            text += "  got       " + difference.got + "\n";
+        }
+        for (const CallDifference &each : difference.details) {
+            text += "  " + each.Text() + "\n";
+        }
+        return difference.then.empty() ? text : text + "  " + difference.then + "\n";
+    }
+
+    // The names are those of the lines that the trace writes.
+    [[nodiscard]] std::string JsonOf(const Difference &difference) const {
+        std::string text = R"({"difference":)" + JsonText(difference.what);
+        const auto add = [&text](const char *name, const std::string &value) {
+            text += std::string(",\"") + name + "\":" + value;
+        };
+        const auto addText = [&add](const char *name, const std::string &value) {
+            if (!value.empty()) {
+                add(name, JsonText(value));
+            }
+        };
+        if (difference.runner != nullptr) {
+            add("thread", std::to_string(difference.runner->script.number));
+        }
+        if (difference.runner != nullptr && difference.step != nullptr) {
+            const TracedCall &call = CallOf(*difference.step);
+            add("call", std::to_string(call.sequence));
+            add("ns", std::to_string(call.beginNs));
+            add("slot", std::to_string(call.slot));
+            add("function", JsonText(CallName(call)));
+        }
+        addText("expected", difference.expected);
+        addText("got", difference.got);
+        if (!difference.details.empty()) {
+            std::string details;
+            for (const CallDifference &each : difference.details) {
+                details += details.empty() ? "[" : ",";
+                details += R"({"name":)" + JsonText(each.name) + R"(,"expected":)" +
+                           JsonText(each.expected) + R"(,"got":)" + JsonText(each.got) + "}";
+            }
+            add("details", details + "]");
+        }
+        addText("then", difference.then);
+        return text + "}\n";
     }
 
     // Tells a difference; without `loose` it is the last one. With the mutex.
-    void Differ(const std::string &text) {
+    void Differ(const Difference &difference) {
         ++differences_;
         constexpr uint64_t kMostTold = 100;
         if (differences_ <= kMostTold) {
-            Tell(text);
+            Tell(IsJson() ? JsonOf(difference) : TextOf(difference));
         }
         if (options_.loose == 0) {
             End(true);
@@ -318,7 +392,8 @@ class Replay {
     void EndWithoutMemory() {
         if (!isOver_) {
             ++differences_;
-            Tell("the replay ends: not enough memory\n");
+            Tell(IsJson() ? "{\"note\":\"the replay ends: not enough memory\"}\n"
+                          : "the replay ends: not enough memory\n");
             End(true);
         }
     }
@@ -399,7 +474,8 @@ class Replay {
     // What is to happen next does not happen.
     void GiveUpTheFront() {
         if (front_ >= done_.size()) {
-            Differ("the replay does not end: a thread of the module's does not come back\n");
+            Differ(
+                {.what = "the replay does not end: a thread of the module's does not come back"});
             isOver_ = true;
             WakeAll();
             return;
@@ -408,8 +484,9 @@ class Replay {
         Runner &runner = *runners_[script_.events[event]];
         for (const Step &step : runner.script.steps) {
             if (step.enterEvent == event || step.returnEvent == event) {
-                Differ(Position(runner, &step) + ": " + CallText(CallOf(step)) + " does not " +
-                       (step.enterEvent == event ? "come" : "end") + "\n");
+                Differ({&runner, &step,
+                        CallText(CallOf(step)) + " does not " +
+                            (step.enterEvent == event ? "come" : "end")});
                 break;
             }
         }
@@ -483,8 +560,8 @@ class Replay {
 
     void LeaveOutUnknown(Runner &runner, const Step &step) {
         if (!isOver_) {
-            Differ(Position(runner, &step) + ": " + CallText(CallOf(step)) +
-                   ": the module has not given this function\n");
+            Differ({&runner, &step,
+                    CallText(CallOf(step)) + ": the module has not given this function"});
         }
         left_ += LeaveOutUntil(runner, step.end);
     }
@@ -522,16 +599,17 @@ class Replay {
         const TracedCall &call = CallOf(step);
         if (!isOver_ && runner.cursor < step.end) {
             const Step &next = runner.script.steps[runner.cursor];
-            Differ(Position(runner, &next) + ": " + CallName(call) + " has returned\n  expected  " +
-                   CallText(CallOf(next)) + "\n");
+            Differ({&runner, &next, CallName(call) + " has returned", CallText(CallOf(next))});
         }
         left_ += LeaveOutUntil(runner, step.end);
         if (!isOver_ && call.hasReturned && call.hasResult &&
             InItsWidth(call, result) != call.result) {
             TracedCall got = call;
             got.result = InItsWidth(call, result);
-            Differ(Position(runner, &step) + ": " + CallText(call) + "\n  result: expected " +
-                   ShownResult(call) + ", got " + ShownResult(got) + "\n");
+            Differ({.runner = &runner,
+                    .step = &step,
+                    .what = CallText(call),
+                    .details = {{"result", ShownResult(call), ShownResult(got)}}});
         }
         Mark(step.returnEvent);
         runner.ends.pop_back();
@@ -630,16 +708,14 @@ Runner *Replay::RunnerHere(const TracedCall &live) {
 
 void Replay::TellDifference(const Runner &runner, const Step *step, const TracedCall &live,
                             const std::string &then) {
-    std::string text = Position(runner, step) + ": the call differs\n  expected  ";
-    text += step != nullptr ? CallText(CallOf(*step)) : "no call";
-    text += "\n  got       " + CallText(live) + "\n";
-    Differences differences;
-    if (step != nullptr && !IsSameCall(CallOf(*step), live, &addresses_, &differences)) {
-        for (const std::string &difference : differences) {
-            text += "  " + difference + "\n";
-        }
+    Difference difference{&runner, step, "the call differs"};
+    difference.expected = step != nullptr ? CallText(CallOf(*step)) : "no call";
+    difference.got = CallText(live);
+    difference.then = then;
+    if (step != nullptr) {
+        (void)IsSameCall(CallOf(*step), live, &addresses_, &difference.details);
     }
-    Differ(text + then);
+    Differ(difference);
 }
 
 const Step *Replay::NextEqual(const Runner &runner, const TracedCall &live) const {
@@ -661,7 +737,7 @@ const Step *Replay::Match(Runner &runner, const TracedCall &live) {
     const bool isAtEnd = runner.cursor >= runner.ends.back();
     const Step *const next = isAtEnd ? nullptr : &runner.script.steps[runner.cursor];
     if (isAtEnd && file_.state != FileState::kWhole && runner.ends.size() == 1) {
-        Tell("the recording ends here: " + Position(runner, nullptr) + "\n");
+        TellEnd(Position(runner, nullptr));
         End(false);
         return nullptr;
     }
@@ -674,7 +750,7 @@ const Step *Replay::Match(Runner &runner, const TracedCall &live) {
     }
     const Step *const later = next != nullptr ? NextEqual(runner, live) : nullptr;
     if (later == nullptr) {
-        TellDifference(runner, next, live, "  no equal call comes: answered with 0\n");
+        TellDifference(runner, next, live, "no equal call comes: answered with 0");
         return nullptr;
     }
     const auto place = static_cast<size_t>(later - runner.script.steps.data());
@@ -686,9 +762,9 @@ const Step *Replay::Match(Runner &runner, const TracedCall &live) {
         passed += !step.isHosts && !CallOf(step).isCallback ? 1 : 0;
     }
     TellDifference(runner, next, live,
-                   "  goes on with call " + std::to_string(CallOf(*later).sequence) + ", " +
+                   "goes on with call " + std::to_string(CallOf(*later).sequence) + ", " +
                        std::to_string(passed) + (passed == 1 ? " call" : " calls") +
-                       " of the recording later\n");
+                       " of the recording later");
     // What the host did meanwhile is done, but not within calls that are not made.
     while (!isOver_ && runner.cursor < place) {
         const Step &step = runner.script.steps[runner.cursor];
@@ -711,7 +787,7 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
     }
     Runner *const runner = RunnerHere(own);
     if (runner == nullptr) {
-        Differ("a thread that the recording does not have calls " + CallText(own) + "\n");
+        Differ({.what = "a thread that the recording does not have calls " + CallText(own)});
         return {Extra(own)};
     }
     if (runner->isComparing) {
@@ -743,8 +819,7 @@ Reply Replay::Answer(size_t slot, std::span<const uint64_t> words, const char *m
             changed_.notify_all();
             runner->turn.wait(lock, [this] { return isOver_; });
         } else {
-            Tell("the recording ends here: " + Position(*runner, step) + ", " + CallText(call) +
-                 " has not returned\n");
+            TellEnd(Position(*runner, step) + ", " + CallText(call) + " has not returned");
             End(false);
         }
     } else {
@@ -966,8 +1041,8 @@ void Replay::Write(const SlotInfo &slot, const TracedCall &call, const TracedPie
     const size_t size = std::min(piece.bytes.size(), room);
     if (piece.bytes.size() < std::min<uint64_t>(piece.whole, room) && !hasToldCut_) {
         hasToldCut_ = true;
-        Tell("note: the recording keeps " + std::to_string(piece.bytes.size()) + " of " +
-             std::to_string(piece.whole) + " bytes that " + slot.name + " wrote\n");
+        Note("the recording keeps " + std::to_string(piece.bytes.size()) + " of " +
+             std::to_string(piece.whole) + " bytes that " + slot.name + " wrote");
     }
     const TracedPiece *before = nullptr;
     for (const TracedPiece &in : call.in) {
@@ -1024,7 +1099,7 @@ void Replay::Launch(Runner &runner) {
         runner.thread = std::thread([this, &runner] { Drive(runner); });
     } catch (const std::system_error &) {
         runner.isDone = true;
-        Differ(Where(runner) + ": no thread can be made\n");
+        Differ({&runner, NextOf(runner), "no thread can be made"});
     }
 }
 
@@ -1072,8 +1147,8 @@ void Replay::FinishSteps(std::unique_lock<std::mutex> &lock) {
     Runner &main = *runners_[0];
     DoTheHosts(main);
     if (!isOver_ && main.cursor < main.ends.back()) {
-        Differ(Where(main) + ": the module has ended\n  expected  " +
-               CallText(CallOf(main.script.steps[main.cursor])) + "\n");
+        Differ({&main, NextOf(main), "the module has ended",
+                CallText(CallOf(main.script.steps[main.cursor]))});
     }
     left_ += LeaveOutUntil(main, main.ends.back());
     main.isDone = true;
@@ -1084,8 +1159,8 @@ void Replay::FinishSteps(std::unique_lock<std::mutex> &lock) {
     // Tasks that nobody creates any more.
     for (const auto &runner : runners_) {
         if (!runner->isClaimed && !isDone(runner) && !isOver_) {
-            Differ(Where(*runner) + ": the module has not begun this thread\n  expected  " +
-                   CallText(CallOf(runner->script.steps[0])) + "\n");
+            Differ({runner.get(), NextOf(*runner), "the module has not begun this thread",
+                    CallText(CallOf(runner->script.steps[0]))});
             left_ += LeaveOutUntil(*runner, runner->script.steps.size());
             runner->isDone = true;
         }
@@ -1194,7 +1269,8 @@ uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char 
     const char *told = "";
     std::string problem;
     uint32_t code = 0;
-    if (file == nullptr || used.size != sizeof(used) || used.loose > 1) {
+    if (file == nullptr || used.size != sizeof(used) || used.loose > 1 ||
+        used.format > DXR_TRACE_JSON_LINES) {
         code = EINVAL;
         told = "wrong options";
     } else if (dxr_trace::g_replay.load() != nullptr) {

@@ -366,7 +366,7 @@ TEST_F(DiffTest, ReadersWithoutMemorySaySo) {
     };
     failEach(diff, 2, 1);
     failEach(read, ENOMEM, 0);
-    for (uint32_t format = DXR_TRACE_TEXT; format <= DXR_TRACE_COUNTS; ++format) {
+    for (uint32_t format = DXR_TRACE_TEXT; format <= DXR_TRACE_COUNTS_JSON; ++format) {
         failEach([&] { return write(format); }, ENOMEM, 0);
     }
     (void)std::fclose(out);

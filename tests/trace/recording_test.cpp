@@ -294,6 +294,9 @@ TEST_F(TraceRecording, TextAndCountsAreForPeople) {
     EXPECT_THAT(recording_.Text(DXR_TRACE_COUNTS),
                 testing::AllOf(testing::ContainsRegex("DXR_ReadReg +1 "),
                                testing::ContainsRegex("DXR_FOpen +2 ")));
+    EXPECT_THAT(
+        recording_.Text(DXR_TRACE_COUNTS_JSON),
+        testing::ContainsRegex("\"function\":\"DXR_FOpen\",\"calls\":2,\"p50_ns\":[0-9]+,"));
 }
 
 // A hook that calls another, and the outer call is first.
@@ -649,7 +652,7 @@ TEST_F(TraceRecording, ExportsRefuseWhatIsNoRecording) {
     EXPECT_EQ("is no recording", recording_.problem);
     recording_.Start();
     ASSERT_EQ(0U, DxrTraceStop());
-    (void)recording_.Text(4, EINVAL);
+    (void)recording_.Text(DXR_TRACE_COUNTS_JSON + 1, EINVAL);
     EXPECT_EQ("there is no such format", recording_.problem);
     EXPECT_EQ("", recording_.Text(DXR_TRACE_TEXT));
 }
