@@ -75,7 +75,7 @@ uint64_t FaultPoint::Failures() {
     return failures_;
 }
 
-FaultPoint &Chance::Point(std::string_view name) {
+FaultPoint &Chance::PointNamed(std::string_view name) {
     const std::lock_guard lock(mutex_);
     auto found = points_.find(name);
     if (found == points_.end()) {
@@ -91,7 +91,7 @@ using devhost::ApiCall;
 void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) try {
     const ApiCall call(host);
     if (call && point != nullptr) {
-        call->chance.Point(point).FailNth(n, onwards);
+        call->chance.PointNamed(point).FailNth(n, onwards);
     }
 } catch (const std::bad_alloc &) {
     // The point is not there yet, and does not fail.
@@ -100,7 +100,7 @@ void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) 
 void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths) try {
     const ApiCall call(host);
     if (call && point != nullptr) {
-        call->chance.Point(point).FailShare(millionths);
+        call->chance.PointNamed(point).FailShare(millionths);
     }
 } catch (const std::bad_alloc &) {
     // The point is not there yet, and does not fail.
@@ -108,14 +108,14 @@ void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths) try
 
 uint64_t DxrHostGetSteps(DxrHost *host, const char *point) try {
     const ApiCall call(host);
-    return call && point != nullptr ? call->chance.Point(point).Steps() : 0;
+    return call && point != nullptr ? call->chance.PointNamed(point).Steps() : 0;
 } catch (const std::bad_alloc &) {
     return 0;
 }
 
 uint64_t DxrHostGetFailures(DxrHost *host, const char *point) try {
     const ApiCall call(host);
-    return call && point != nullptr ? call->chance.Point(point).Failures() : 0;
+    return call && point != nullptr ? call->chance.PointNamed(point).Failures() : 0;
 } catch (const std::bad_alloc &) {
     return 0;
 }

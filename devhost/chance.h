@@ -12,6 +12,8 @@
 #include <string_view>
 #include <utility>
 
+#include "fault_points.h"
+
 namespace devhost {
 
 // A stream of numbers; the same seed and name give the same stream.
@@ -64,7 +66,9 @@ class Chance {
     explicit Chance(uint64_t seed) : seed_(seed) {}
 
     // The point of that name, from its first mention on; stays where it is. Services ask once.
-    FaultPoint &Point(std::string_view name);
+    FaultPoint &Point(PointName name) { return PointNamed(name.Get()); }
+    // The same for a name that a user has given.
+    FaultPoint &PointNamed(std::string_view name);
     [[nodiscard]] Stream StreamOf(std::string_view name) const { return {seed_, name}; }
 
   private:

@@ -24,7 +24,7 @@ class Steps {
   public:
     explicit Steps(Host *host) : host_(host) {}
 
-    bool Fails(const char *point) const {
+    [[nodiscard]] bool Fails(PointName point) const {
         if (host_ == nullptr || !host_->chance.Point(point).Fails()) {
             return false;
         }

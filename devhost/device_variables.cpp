@@ -44,7 +44,7 @@ void Append(Bytes &to, const void *data, size_t bytes) {
 Variables::Variables(Host &host, const char *fileName)
     : fileName_(fileName),
       path_(host.options.workPath + "/" + fileName),
-      file_(host.chance, "env") {
+      file_(host.chance, {"env.open", "env.write", "env.sync", "env.rename"}) {
 }
 
 uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size) {

@@ -17,7 +17,7 @@ TableService::TableService(Host &host)
       getFails(host.chance.Point("table.get")),
       walkFails(host.chance.Point("table.walk")),
       readFails(host.chance.Point("table.read")),
-      file(host.chance, "table") {
+      file(host.chance, {"table.open", "table.write", "table.sync", "table.rename"}) {
 }
 
 void TableService::ReportLeftovers() {

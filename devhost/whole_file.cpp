@@ -35,11 +35,11 @@ class Descriptor {
 
 }  // namespace
 
-WholeFile::WholeFile(Chance &chance, const std::string &name)
-    : openFails_(chance.Point(name + ".open")),
-      writeFails_(chance.Point(name + ".write")),
-      syncFails_(chance.Point(name + ".sync")),
-      renameFails_(chance.Point(name + ".rename")) {
+WholeFile::WholeFile(Chance &chance, const Points &points)
+    : openFails_(chance.Point(points.open)),
+      writeFails_(chance.Point(points.write)),
+      syncFails_(chance.Point(points.sync)),
+      renameFails_(chance.Point(points.rename)) {
 }
 
 bool WholeFile::Write(const std::string &path, const Bytes &content, const char **failed) {

@@ -11,11 +11,16 @@ namespace devhost {
 
 using Bytes = std::vector<unsigned char>;
 
-// The steps that replace a file, each a point: "env.open", "env.write", "env.sync", "env.rename"
-// for the name "env".
+// The steps that replace a file, each a point, such as "env.open".
 class WholeFile {
   public:
-    WholeFile(Chance &chance, const std::string &name);
+    struct Points {
+        PointName open;
+        PointName write;
+        PointName sync;
+        PointName rename;
+    };
+    WholeFile(Chance &chance, const Points &points);
 
     // The content gets the name path + ".new" first: the old file stays whole until it is replaced.
     // False when a step fails, and `failed` says which, if wanted; `path` is then the old file.

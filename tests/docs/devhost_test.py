@@ -32,14 +32,9 @@ def points_told(text):
                         for ending in endings)
 
 
-def points_made(sources):
-    """Those by their whole names, and the steps of files that a crash leaves whole."""
-    text = "".join(sources.values())
-    yield from re.findall(r'\bPoint\("([^"]+)"\)', text)
-    yield from re.findall(r'\bFails\("([^"]+)"\)', text)
-    steps = re.findall(r'Point\(name \+ "(\.[a-z]+)"\)', sources["whole_file.cpp"])
-    for name in re.findall(r'\bfile_?\(host\.chance, "([a-z]+)"\)', text):
-        yield from (name + step for step in steps)
+def points_made(header):
+    """Those of the list, which has all that services can name."""
+    return re.findall(r'^    "([a-z0-9.]+)",$', header, re.M)
 
 
 def slots_told(text):
@@ -75,7 +70,12 @@ def main(root):
     sources = {path.name: path.read_text(encoding="utf-8")
                for path in sorted((root / "devhost").glob("*.cpp"))}
     wrong = []
-    told, made = set(points_told(text)), set(points_made(sources))
+    made = points_made((root / "devhost/fault_points.h").read_text(encoding="utf-8"))
+    wrong += [f"the point {name} is of no service" for name in made
+              if not any(f'"{name}"' in source for source in sources.values())]
+    if made != sorted(set(made)):
+        wrong.append("the list of points is out of order")
+    told, made = set(points_told(text)), set(made)
     wrong += [f"there is no point {name}" for name in sorted(told - made)]
     wrong += [f"the point {name} is not told" for name in sorted(made - told)]
     groups = yaml.safe_load((root / "hooks/slots.yaml").read_text(encoding="utf-8"))
