@@ -272,7 +272,7 @@ TEST_F(DxrshAttach, EndsAFileWithTheFirstLineThatIsWrong) {
     EXPECT_EQ(outcome.err, "dxrsh: " + file + ":2: usage: set REGISTER VALUE\n");
     ExpectRefuses("source " + file, file + ":2: usage: set REGISTER VALUE");
     ExpectRefuses("call 'x", "a ' is not closed");
-    ExpectRefuses("what now", "there is no command 'what'; 'help' lists them");
+    ExpectRefuses("what now", "there is no command 'what'; did you mean 'wait'?");
     for (const std::string name : {"load", "unload"}) {
         ExpectRefuses(name + " x", name + ": only in 'dxrsh shell'; this host has its module");
     }

@@ -88,8 +88,10 @@ void ExpectRefused(const std::vector<std::string> &words, const std::string &com
 }
 
 TEST(DxrshBench, WhatItDoesNotKnowIsRefused) {
-    ExpectRefused({"bench", "--bogus"}, "The following argument was not expected: --bogus");
-    ExpectRefused({"bench", "fast"}, "The following argument was not expected: fast");
+    ExpectRefused({"bench", "--bogus"},
+                  "there is no option '--bogus'; 'dxrsh bench --help' lists them");
+    ExpectRefused({"bench", "fast"},
+                  "'fast' is one word too many; 'dxrsh bench --help' tells what it takes");
 }
 
 TEST(DxrshBench, SoAreRoundsBeyondTheirRange) {

@@ -45,12 +45,12 @@ TEST(DxrshDb, InitSaysWhyItCannotWrite) {
                 "db: " + path +
                     ": cannot be written: "
                     "No such file or directory");
-    ExpectFails({"db", "init", ""}, 1, "db: no file was given");
+    ExpectFails({"db", "init", ""}, 2, "FILE: must not be empty");
     EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
 }
 
 TEST(DxrshDb, NeedsToBeToldWhat) {
-    ExpectFails({"db"}, 2, "A subcommand is required");
+    ExpectFails({"db"}, 2, "name a command; 'dxrsh db --help' lists them");
     ExpectFails({"db", "init"}, 2, "FILE is required");
     ExpectFails({"db", "drop"}, 2, "there is no command 'drop'; 'dxrsh db --help' lists them");
 }

@@ -17,7 +17,7 @@ using Words = std::vector<std::string>;
 constexpr const char *kHeading = "time                 events  before   with it\n";
 
 Outcome Fault(const std::string &events, Words options) {
-    options.insert(options.begin(), "fault");
+    options.insert(options.begin(), {"fault", "--quiet"});
     Outcome outcome = RunDxrsh(options, events);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
@@ -38,6 +38,18 @@ TEST(DxrshFault, ABurstWithinTheInterval) {
                   "2026-11-21 03:00:10       3  ok       fault\n"
                   "2026-11-21 03:00:16       4  ok       ok\n"
                   "2026-11-21 03:00:20       5  ok       fault\n");
+}
+
+TEST(DxrshFault, SaysWhichStampsWereRecognised) {
+    const auto said = [](const std::string &log, Words options) {
+        options.insert(options.begin(), {"fault", "--rule", "10,3"});
+        return RunDxrsh(options, log).err;
+    };
+    EXPECT_EQ(said("2026-11-21 03:00:00 a\nb\n", {}), "stamped 1 of 2 lines: ISO 8601\n");
+    EXPECT_EQ(said("a\n", {"-"}),
+              "dxrsh: no time stamp was recognised: the clock stood still; --stamp FORMAT "
+              "tells a form\n");
+    EXPECT_EQ(said("a\n", {"--quiet"}), "");
 }
 
 TEST(DxrshFault, SilenceIsJudgedBeforeTheEventAndAtTheEnd) {

@@ -77,7 +77,7 @@ TEST(DxrshBin, APathThatWouldBeCutIsRefused) {
 }
 
 TEST(DxrshBin, AnEmptyWorkDirectoryIsRefused) {
-    ExpectFails({"bin", "tmp", "f", "--work", ""}, 2, "bin: the work directory has no name");
+    ExpectFails({"bin", "tmp", "f", "--work", ""}, 2, "--work: must not be empty");
 }
 
 // --- latest
@@ -112,7 +112,7 @@ TEST(DxrshLatest, APathThatIsTooLongIsAFailure) {
 }
 
 TEST(DxrshLatest, AnEmptyDirectoryNameIsRefused) {
-    ExpectFails({"latest", "", "a"}, 2, "latest: the directory has no name");
+    ExpectFails({"latest", "", "a"}, 2, "DIR: must not be empty");
 }
 
 TEST(DxrshLatest, AMissingDirectoryIsAFailure) {

@@ -272,15 +272,26 @@ TEST(DxrshFilter, ReadsAFileOrStandardInput) {
 
 TEST(DxrshFilter, WrongArgumentsAreOneLineAndExitCode2) {
     const std::vector<std::pair<Lines, std::string>> cases = {
-        {{"--type", "29"}, "dxrsh: --type: Value 29 not in range 0 to 28\n"},
-        {{"--type", "029"}, "dxrsh: --type: Value 29 not in range 0 to 28\n"},
-        {{"--type", "x"}, "dxrsh: --type: 'x' is no whole number from 0 to 4294967295\n"},
-        {{"--type", "-1"}, "dxrsh: --type: '-1' is no whole number from 0 to 4294967295\n"},
+        {{"--type", "29"}, "dxrsh: --type: '29' is no whole number from 0 to 28\n"},
+        {{"--type", "029"}, "dxrsh: --type: '029' is no whole number from 0 to 28\n"},
+        {{"--type", "x"}, "dxrsh: --type: 'x' is no whole number from 0 to 28\n"},
+        {{"--type", "-1"}, "dxrsh: --type: '-1' is no whole number from 0 to 28\n"},
         {{"--interval", "x"}, "dxrsh: --interval: 'x' is no whole number from 0 to 4294967295\n"},
         {{"--interval", ""}, "dxrsh: --interval: '' is no whole number from 0 to 4294967295\n"},
         {{"--rows", "0b1"}, "dxrsh: --rows: '0b1' is no whole number from 0 to 4294967295\n"},
-        {{"--year", "1969"}, "dxrsh: --year: Value 1969 not in range 1970 to 2105\n"},
-        {{"--bogus"}, "dxrsh: The following argument was not expected: --bogus\n"},
+        {{"--year", "1969"}, "dxrsh: --year: '1969' is no whole number from 1970 to 2105\n"},
+        {{"--type"}, "dxrsh: --type: N is missing\n"},
+        {{"--type", "1", "--type", "2"}, "dxrsh: --type: is given more than once\n"},
+        {{"--longest", "0"}, "dxrsh: --longest: '0' is no whole number from 1 to 4294967295\n"},
+        {{"--color", "blue"}, "dxrsh: --color: 'blue' is none of auto, always, never\n"},
+        {{"--quiet=1"}, "dxrsh: --quiet: takes no value\n"},
+        {{"--key", "a", "--mask"},
+         "dxrsh: --key and --mask: lines are compared in one way alone\n"},
+        {{"--key", ""}, "dxrsh: --key: must not be empty\n"},
+        {{"--doubtful", ""}, "dxrsh: --doubtful: must not be empty\n"},
+        {{""}, "dxrsh: FILE: must not be empty\n"},
+        {{"--histgram"}, "dxrsh: there is no option '--histgram'; did you mean '--histogram'?\n"},
+        {{"--bogus"}, "dxrsh: there is no option '--bogus'; 'dxrsh filter --help' lists them\n"},
     };
     for (const auto &[options, message] : cases) {
         Lines arguments = options;
@@ -290,6 +301,48 @@ TEST(DxrshFilter, WrongArgumentsAreOneLineAndExitCode2) {
         EXPECT_EQ(outcome.out, "") << PrintToString(options);
         EXPECT_EQ(outcome.err, message) << PrintToString(options);
     }
+}
+
+TEST(DxrshFilter, DoubtfulLinesGoToAFileOfTheirOwn) {
+    const TemporaryDirectory directory;
+    const std::string log = directory.Write("log", "a\na\n");
+    const std::string isOutput =
+        "dxrsh: --doubtful: standard output has the lines that are let through; name another "
+        "file\n";
+    for (const char *const name : {"-", "/dev/stdout"}) {
+        const Outcome outcome = RunDxrsh({"filter", "--doubtful", name, log});
+        EXPECT_EQ(outcome.status, 2) << name;
+        EXPECT_EQ(outcome.out, "") << name;
+        EXPECT_EQ(outcome.err, isOutput) << name;
+    }
+    const Outcome itself = RunDxrsh({"filter", "--doubtful", log, log});
+    EXPECT_EQ(itself.status, 2);
+    EXPECT_EQ(itself.err, "dxrsh: --doubtful: " + log + " is a log that is read\n");
+    EXPECT_EQ(RunDxrsh({"filter", "--quiet", log}).out, "a\n") << "it is as it was";
+    const int output = open(directory.Path("out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(output, 0);
+    const Outcome both =
+        dxrtest::RunDxrshInto(output, {"filter", "--doubtful", directory.Path("out"), log});
+    (void)close(output);
+    EXPECT_EQ(both.status, 2);
+    EXPECT_EQ(both.err, isOutput);
+}
+
+// Some editors begin a file with it.
+TEST(DxrshFilter, AMarkOfUtf8IsNoPartOfTheFirstLine) {
+    const TemporaryDirectory directory;
+    const std::string mark = "\xef\xbb\xbf";
+    const std::string log = "2026-11-21T03:37:00 a\n2026-11-21T03:37:01 a\n";
+    for (const auto &outcome : {RunDxrsh({"filter", directory.Write("log", mark + log)}),
+                                RunDxrsh({"filter"}, mark + log)}) {
+        EXPECT_EQ(outcome.out, "2026-11-21T03:37:00 a\n");
+        EXPECT_NE(outcome.err.find("stamped        2 of 2"), std::string::npos) << outcome.err;
+    }
+    EXPECT_EQ(RunDxrsh({"filter", "--quiet"}, mark).out, "");
+    EXPECT_EQ(RunDxrsh({"filter", "--quiet"}, mark + mark + "a\n").out, mark + "a\n")
+        << "only one of them is a mark";
+    EXPECT_EQ(RunDxrsh({"filter", "--quiet"}, mark.substr(0, 2)).out, mark.substr(0, 2));
+    EXPECT_EQ(RunDxrsh({"filter", "--quiet"}, "a\n" + mark + "b\n").out, "a\n" + mark + "b\n");
 }
 
 TEST(DxrshFilter, AMissingFileIsOneLineAndExitCode1) {

@@ -170,7 +170,7 @@ TEST_F(DxrshSimulate, WrongArgumentsAreRefused) {
     ExpectRefused(Run("simulate", "set", kTable, {"1"}), "COUNT is required");
     ExpectRefused(Run("simulate", "set", kTable, {"1", "4294967296"}),
                   "COUNT: '4294967296' is no whole number from 0 to 4294967295");
-    ExpectRefused(RunDxrsh({"simulate"}), "A subcommand is required");
+    ExpectRefused(RunDxrsh({"simulate"}), "name a command; 'dxrsh simulate --help' lists them");
     ExpectRefused(RunDxrsh({"simulate", "show"}), "TABLE is required");
 }
 
@@ -225,13 +225,20 @@ TEST_F(DxrshMsgFilter, ShowsAnEmptyTree) {
 TEST_F(DxrshMsgFilter, SetsACount) {
     EXPECT_EQ(Run("msgfilter", "set", kTree, {"1/11", "4"}).out, Listing(1, 4, 3));
     EXPECT_EQ(Run("msgfilter", "set", kTree, {"0x2", "0"}).out, Listing(1, 0, 0));
+    // The root, for messages without a type, is shown while it has a count.
+    EXPECT_EQ(Run("msgfilter", "set", kTree, {"/", "7"}).out,
+              "msgType[0], lostCnt[7], name[root]\n" + Listing(1, 0, 3));
+    EXPECT_EQ(Run("msgfilter", "set", kTree, {"/", "0"}).out, Listing(1, 0, 3));
+    EXPECT_EQ(Run("msgfilter", "set", kTree, {"/", "7", "--json"})
+                  .out.find(R"({"filters":[{"path":"/","name":"root","lost":7},{"path":"1",)"),
+              0U);
     // A leaf takes every path that goes on after it.
     EXPECT_EQ(Run("msgfilter", "set", kTree, {"2/9/9", "5"}).out, Listing(1, 0, 5));
 }
 
 TEST_F(DxrshMsgFilter, ReplaysMessages) {
     const Outcome outcome = Run("msgfilter", "replay", kTree,
-                                {"1/10", "1/10", "1", "3", "2/7", "/", "--set", "/=1"}, "");
+                                {"1/10", "1/10", "1", "3", "2/7", "/", "--set", "/=2"}, "");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out,
               "            1/10  dropped\n"
@@ -240,7 +247,8 @@ TEST_F(DxrshMsgFilter, ReplaysMessages) {
               "               3  passed\n"
               "             2/7  dropped\n"
               "               /  dropped\n"
-              "\n" +
+              "\n"
+              "msgType[0], lostCnt[1], name[root]\n" +
                   Listing(0, 0, 2));
     EXPECT_EQ(outcome.err, "");
 }
@@ -305,11 +313,10 @@ TEST_F(DxrshMsgFilter, WrongArgumentsAreRefused) {
                   "path '1/x': 'x' is no whole number from 0 to 4294967295");
     ExpectRefused(Run("msgfilter", "set", kTree, {"1//2", "1"}),
                   "path '1//2': '' is no whole number from 0 to 4294967295");
-    ExpectRefused(Run("msgfilter", "replay", kTree, {"", "1"}),
-                  "path '': '' is no whole number from 0 to 4294967295");
+    ExpectRefused(Run("msgfilter", "replay", kTree, {"", "1"}), "PATH: must not be empty");
     ExpectRefused(Run("msgfilter", "replay", kTree, {"--set", "1/10"}),
                   "--set: '1/10' needs one =");
-    ExpectRefused(RunDxrsh({"msgfilter"}), "A subcommand is required");
+    ExpectRefused(RunDxrsh({"msgfilter"}), "name a command; 'dxrsh msgfilter --help' lists them");
 }
 
 }  // namespace

@@ -115,7 +115,8 @@ TEST_F(DxrshPrivateLog, ALogThatCannotBeWrittenIsAFailure) {
 }
 
 TEST_F(DxrshPrivateLog, NamesStayInTheDirectory) {
-    for (const std::string name : {"", ".", "..", "../tm.log", "a/b", "/etc/passwd"}) {
+    ExpectFails({"read", ""}, 2, "NAME: must not be empty");
+    for (const std::string name : {".", "..", "../tm.log", "a/b", "/etc/passwd"}) {
         ExpectFails({"read", name}, 2, "'" + name + "' is no name of a log");
     }
 }
@@ -127,7 +128,7 @@ TEST_F(DxrshPrivateLog, ATextWithANulByteIsRefused) {
 }
 
 TEST_F(DxrshPrivateLog, WrongArgumentsAreRefused) {
-    ExpectFails({}, 2, "A subcommand is required");
+    ExpectFails({}, 2, "name a command; 'dxrsh privatelog --help' lists them");
     ExpectFails({"cut", "tm.log"}, 2, "BYTES is required");
     ExpectFails({"cut", "tm.log", "x"}, 2, "BYTES: 'x' is no whole number from 0 to 4294967295");
     ExpectFails({"write"}, 2, "NAME is required");

@@ -14,7 +14,7 @@ using dxrtest::RunDxrsh;
 using dxrtest::SplitLines;
 
 std::string Record(const std::string &log, std::vector<std::string> options = {}) {
-    options.insert(options.begin(), "record");
+    options.insert(options.begin(), {"record", "--quiet"});
     const Outcome outcome = RunDxrsh(options, log);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
@@ -29,6 +29,21 @@ TEST(DxrshRecord, CountsWithFirstAndLastTime) {
               "link 1 down\n"
               "   1:   First time:2026/11/21 03:37:05, last time:2026/11/21 03:37:05, count[001], "
               "link 2 down\n");
+}
+
+TEST(DxrshRecord, SaysWhichStampsWereRecognised) {
+    const auto said = [](const std::string &log, std::vector<std::string> options) {
+        options.insert(options.begin(), "record");
+        return RunDxrsh(options, log).err;
+    };
+    EXPECT_EQ(said("2026-11-21 03:37:00 a\nb\nNov 21 03:37:01 c\n", {}),
+              "stamped 2 of 3 lines: ISO 8601 and syslog\n");
+    EXPECT_EQ(said("2026-11-21 03:37:00 a\n", {"--json"}), "");
+    EXPECT_EQ(said("a\nb\n", {}),
+              "dxrsh: no time stamp was recognised: the clock stood still; --stamp FORMAT "
+              "tells a form\n");
+    EXPECT_EQ(said("a\n", {"--stamp", "none"}), "");
+    EXPECT_EQ(said("", {}), "");
 }
 
 TEST(DxrshRecord, AnEmptyLogHasNoListing) {

@@ -407,6 +407,29 @@ TEST(DxrshReplay, LooseGoesOnWithTheNextEqualCall) {
     EXPECT_TRUE(Holds(other.out, "differences 2, calls not made 1\n")) << other.out;
 }
 
+TEST(DxrshReplay, JsonTellsWhatDiffers) {
+    const Outcome outcome =
+        RunDxrsh({"replay", "--json", DXRSH_SAMPLE_RECORDING, DXRSH_REGISTERS, "x"});
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_EQ("", outcome.err);
+    EXPECT_EQ(
+        "{\"same\":false,\"ended\":false,\"told\":["
+        "{\"note\":\"what the host called was not recorded: tasks, timers and interrupts are not "
+        "replayed\"},"
+        "{\"difference\":\"the call differs\",\"thread\":1,\"call\":5,\"ns\":324298,\"slot\":118,"
+        "\"function\":\"Print.print\","
+        "\"expected\":\"Print.print(level=6, format=\\\"port %u is %s\\\")\","
+        "\"got\":\"Print.print(level=6, format=\\\"port %u is %s\\\")\","
+        "\"details\":[{\"name\":\"message\",\"expected\":\"\\\"port 3 is up\\\"\","
+        "\"got\":\"\\\"port 4 is up\\\"\"}]}]}\n",
+        outcome.out);
+    const TemporaryDirectory directory;
+    const std::string file = Recorded(directory, "trace");
+    const Outcome loose = Replay({"--loose", "--json"}, file, {"other"});
+    EXPECT_TRUE(Holds(loose.out, R"("then":"no equal call comes: answered with 0"},)"))
+        << loose.out;
+}
+
 // Stored by the releases that they name.
 TEST(DxrshReplay, RecordingsOfEarlierReleasesAreRead) {
     EXPECT_EQ(0, Replay({}, DXRSH_WORKER_RECORDING).status);

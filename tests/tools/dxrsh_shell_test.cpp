@@ -74,11 +74,11 @@ TEST(DxrshShell, EndsWithTheFirstLineThatIsWrong) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "0:1:0x4 = 0\n");
     EXPECT_EQ(outcome.err,
-              "dxrsh: " + file + ":2: there is no command 'what'; 'help' lists them\n");
+              "dxrsh: " + file + ":2: there is no command 'what'; did you mean 'wait'?\n");
     const std::string outer = directory.Write("outer", "get 0:1:4\nsource " + file + "\n");
-    EXPECT_EQ(
-        RunDxrsh({"shell", outer}).err,
-        "dxrsh: " + outer + ":2: " + file + ":2: there is no command 'what'; 'help' lists them\n");
+    EXPECT_EQ(RunDxrsh({"shell", outer}).err,
+              "dxrsh: " + outer + ":2: " + file +
+                  ":2: there is no command 'what'; did you mean 'wait'?\n");
     const std::string itself = directory.Path("itself");
     directory.Write("itself", "source " + itself + "\n");
     EXPECT_TRUE(Holds(RunDxrsh({"shell", itself}).err, "more than 16 files name each other\n"));
@@ -86,7 +86,7 @@ TEST(DxrshShell, EndsWithTheFirstLineThatIsWrong) {
                 "cannot open " + directory.Path("none") + ": No such file or directory");
     ExpectRefuses("call 'DXR_ReadReg", "a ' is not closed");
     ExpectRefuses("source", "usage: source FILE");
-    ExpectRefuses("shell", "there is no command 'shell'; 'help' lists them");
+    ExpectRefuses("shell", "there is no command 'shell'; did you mean 'help'?");
 }
 
 // Within the test's own limit of memory, which its programs inherit.
@@ -123,7 +123,7 @@ TEST(DxrshShell, TakesTheOptionsOfARun) {
     ExpectShows("wait 100000000\ncall DXR_GetStartupTimeSec\n",
                 "DXR_GetStartupTimeSec = 100000 (0x186a0)\n",
                 {"--clock", "virtual", "--seed", "3"});
-    ExpectFails({"shell", "--clock", "slow", "-"}, 2, "--clock: slow not in {real,virtual}");
+    ExpectFails({"shell", "--clock", "slow", "-"}, 2, "--clock: 'slow' is none of real, virtual");
     ExpectFails({"shell", "--board", "missing", "-"}, 2, "missing: No such file or directory");
 }
 
@@ -136,10 +136,43 @@ TEST(DxrshShell, DoesTheCommandsOfDxrsh) {
         "0xa2 9 " + file + "\n" + RunDxrsh({"links", "2", "40", "0"}).out + "0:0:0x0 = 0\n");
     const Outcome outcome = Shell("get 0:0:0\ncrc " + directory.Path("none") + "\n");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, "dxrsh: cannot open " + directory.Path("none") +
-                               ": No such file or directory\n"
-                               "dxrsh: standard input:2: 'crc' ended with 1\n");
+    EXPECT_EQ(outcome.err, "dxrsh: standard input:2: crc: cannot open " + directory.Path("none") +
+                               ": No such file or directory\n");
+    ExpectRefuses("filter --histgram",
+                  "filter: there is no option '--histgram'; did you mean '--histogram'?");
+    // What tells more than one thing does so, and the line follows.
+    EXPECT_EQ(Shell("crc /none /none\n").err,
+              "dxrsh: cannot open /none: No such file or directory\n"
+              "dxrsh: cannot open /none: No such file or directory\n"
+              "dxrsh: standard input:1: 'crc' ended with 1\n");
     EXPECT_TRUE(Holds(Shell("slots --group Memory\n").out, "2 slots, 2 filled, 0 empty\n"));
+}
+
+TEST(DxrshShell, KnowsWhatWasMeant) {
+    ExpectRefuses("cal DXR_GetLrId", "there is no command 'cal'; did you mean 'call'?");
+    ExpectRefuses("filtr x", "there is no command 'filtr'; did you mean 'filter'?");
+    ExpectRefuses("qit", "there is no command 'qit'; did you mean 'quit'?");
+    ExpectRefuses("xyzzyxyzzy", "there is no command 'xyzzyxyzzy'; 'help' lists them");
+    ExpectRefuses("call DXR_ReadRg 0 1 4",
+                  "there is no slot 'DXR_ReadRg'; did you mean 'DXR_ReadReg'?");
+    ExpectRefuses("call Dev.readRg", "there is no slot 'Dev.readRg'; did you mean 'Dev.readReg'?");
+    ExpectRefuses("call DXR_Xyzzyxyzzyx", "there is no slot 'DXR_Xyzzyxyzzyx'; 'slots' lists them");
+    ExpectRefuses("help DXR_ReadRg",
+                  "there is no command or slot 'DXR_ReadRg'; did you mean 'DXR_ReadReg'?");
+    ExpectRefuses("fail memory.alocate",
+                  "there is no point 'memory.alocate'; did you mean 'memory.allocate'?");
+    ExpectRefuses("fail xyzzyxyzzy", "there is no point 'xyzzyxyzzy'; 'help fail' lists them");
+}
+
+TEST(DxrshShell, RefusesEmptyNames) {
+    ExpectRefuses("call \"\"", "there is no slot ''; 'slots' lists them");
+    ExpectRefuses("help ''", "there is no command or slot ''; 'help' lists the commands");
+    ExpectRefuses("''", "there is no command ''; 'help' lists them");
+    ExpectRefuses("fail ''", "there is no point ''; 'help fail' lists them");
+    ExpectRefuses("source ''", "FILE: must not be empty");
+    ExpectRefuses("trace on ''", "FILE: must not be empty");
+    ExpectRefuses("load ''", "MODULE: must not be empty");
+    ExpectRefuses("buffer '' @4", "NAME: must not be empty");
 }
 
 TEST(DxrshShell, HelpTellsOfCommandsAndSlots) {
@@ -530,7 +563,7 @@ TEST(DxrshTerminal, DoesLinesUntilItIsLeft) {
     // What is wrong with a line ends neither the shell nor its host.
     terminal.Do("set 0:1:4 7", "set 0:1:4 7");
     terminal.Do("nonsense", "dxrsh: there is no command 'nonsense'");
-    terminal.Do("crc /nowhere/x", "'crc' ended with 1");
+    terminal.Do("crc /nowhere/x", "dxrsh: crc: cannot open /nowhere/x");
     terminal.Do("get 0:1:4", "0:1:0x4 = 7");
     terminal.Type("\x04");
     EXPECT_EQ(terminal.Status(), 0);
@@ -599,6 +632,11 @@ TEST(DxrshTerminal, CompletesCommandsSlotsFilesAndNames) {
     terminal.Do("call DXR_GetLrI\t", "DXR_GetLrId = ");
     terminal.Do("crc " + directory.Path("dig\t"), "0xa2 9 ");
     terminal.Do("values res\t", "result = ");
+    terminal.Type("fail memory.a\t");
+    terminal.Await("fail memory.allocate");
+    terminal.Type("\x03");
+    terminal.Await("^C");
+    terminal.Await("dxr> ");
     // Several: as far as they are the same, then they are shown.
     terminal.Type("ma\t");
     terminal.Await("mailbox");

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/sanitizers.h"
@@ -50,6 +51,58 @@ TEST(Dxrsh, EveryCommandHasHelpThatFitsATerminal) {
         for (const std::string &line : SplitLines(outcome.out)) {
             EXPECT_LE(line.size(), 110U) << line;
         }
+    }
+}
+
+// Values have names of their own, not those of types of the parser.
+TEST(Dxrsh, HelpNamesValuesInWords) {
+    std::vector<std::vector<std::string>> all = {{"chassis", "status"}, {"chassis", "shell"},
+                                                 {"privatelog", "cut"}, {"simulate", "replay"},
+                                                 {"msgfilter", "set"},  {"db", "init"}};
+    for (const std::string &command : kCommands) {
+        all.push_back({command});
+    }
+    for (std::vector<std::string> words : all) {
+        words.emplace_back("--help");
+        const Outcome outcome = RunDxrsh(words);
+        for (const std::string &line : SplitLines(outcome.out)) {
+            for (const char *const type : {"UINT", " INT", "TEXT:", "{", " in ["}) {
+                EXPECT_EQ(line.find(type), std::string::npos) << line;
+            }
+            const bool isTyped = line.find("--") != std::string::npos &&
+                                 line.find(" TEXT ") != std::string::npos &&
+                                 line.find("--title TEXT ") == std::string::npos;
+            EXPECT_FALSE(isTyped) << line;
+        }
+    }
+    EXPECT_NE(RunDxrsh({"replay", "--help"}).out.find("1 to 1000000"), std::string::npos);
+    EXPECT_NE(RunDxrsh({"filter", "--help"}).out.find("1970 to 2105"), std::string::npos);
+}
+
+TEST(Dxrsh, RefusalsAreOneLineInItsOwnWords) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"--jsn"}, "there is no option '--jsn'; 'dxrsh --help' lists them"},
+        {{"slots", "--jsn"}, "there is no option '--jsn'; did you mean '--json'?"},
+        {{"slots", "extra"},
+         "'extra' is one word too many; 'dxrsh slots --help' tells what it takes"},
+        {{"slots", "--group", ""}, "--group: must not be empty"},
+        {{"msgfilter"}, "name a command; 'dxrsh msgfilter --help' lists them"},
+        {{"msgfilter", "sow"}, "there is no command 'sow'; did you mean 'show'?"},
+        {{"chassis", "stats"}, "there is no command 'stats'; did you mean 'status'?"},
+        {{"chassis", "status", "--wait", "3601"},
+         "--wait: '3601' is no whole number from 0 to 3600"},
+        {{"chassis", "status", "--wait"}, "--wait: SECONDS is missing"},
+        {{"replay", "--lose", "a"}, "there is no option '--lose'; did you mean '--loose'?"},
+        {{"replay", "--patience", "0", "a", "b"},
+         "--patience: '0' is no whole number from 1 to 1000000"},
+        {{"run", ""}, "MODULE: must not be empty"},
+        {{"bench", "--rounds", "1001"}, "--rounds: '1001' is no whole number from 1 to 1000"},
+    };
+    for (const auto &[words, message] : cases) {
+        const Outcome outcome = RunDxrsh(words);
+        EXPECT_EQ(outcome.status, 2) << message;
+        EXPECT_EQ(outcome.out, "") << message;
+        EXPECT_EQ(outcome.err, "dxrsh: " + message + "\n");
     }
 }
 

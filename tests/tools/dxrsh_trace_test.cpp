@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -61,6 +63,50 @@ TEST(DxrshTrace, ChromeFormatIsOneJsonText) {
     EXPECT_EQ(8U, Json::parse(outcome.out)["traceEvents"].size());
 }
 
+TEST(DxrshTrace, CountsAsJson) {
+    const Outcome outcome = RunDxrsh({"trace", "--counts", "--json", DXRSH_SAMPLE_RECORDING});
+    EXPECT_EQ(0, outcome.status) << outcome.err;
+    const std::vector<Json> lines = Lines(outcome.out);
+    uint64_t calls = 0;
+    for (const Json &line : lines) {
+        calls += line["calls"].get<uint64_t>();
+        EXPECT_LE(line["p50_ns"], line["p90_ns"]);
+        EXPECT_LE(line["p99_ns"], line["most_ns"]);
+    }
+    EXPECT_EQ(6U, calls);
+    ASSERT_FALSE(lines.empty());
+    const auto read = std::find_if(lines.begin(), lines.end(), [](const Json &line) {
+        return line["function"] == "DXR_ReadReg" && line["group"] == "Dev";
+    });
+    ASSERT_NE(lines.end(), read) << outcome.out;
+    EXPECT_EQ(53U, (*read)["slot"]);
+}
+
+TEST(DxrshTrace, ReadsStandardInput) {
+    for (const std::vector<std::string> &options :
+         std::vector<std::vector<std::string>>{{}, {"--json"}, {"--counts"}}) {
+        std::vector<std::string> piped = {"trace", "-"};
+        std::vector<std::string> named = {"trace", DXRSH_SAMPLE_RECORDING};
+        piped.insert(piped.end(), options.begin(), options.end());
+        named.insert(named.end(), options.begin(), options.end());
+        const Outcome outcome = RunDxrsh(piped, Sample());
+        EXPECT_EQ(0, outcome.status) << outcome.err;
+        EXPECT_EQ(RunDxrsh(named).out, outcome.out);
+    }
+    ExpectFails({"trace", "-"}, 2, "standard input: is empty, and no recording");
+    const Outcome other = RunDxrsh({"trace", "-"}, std::string(1000000, 'x'));
+    EXPECT_EQ(2, other.status);
+    EXPECT_EQ("dxrsh: standard input: is no recording\n", other.err);
+    const Outcome cut = RunDxrsh({"trace", "-"}, Sample().substr(0, Sample().size() - 1));
+    EXPECT_EQ(0, cut.status);
+    EXPECT_EQ(0U, cut.err.find("dxrsh: standard input: has no end after ")) << cut.err;
+    EXPECT_EQ(0, RunDxrsh({"diff", "-", DXRSH_SAMPLE_RECORDING}, Sample()).status);
+    const Outcome wrong = RunDxrsh({"diff", DXRSH_SAMPLE_RECORDING, "-"}, "no recording");
+    EXPECT_EQ(2, wrong.status);
+    EXPECT_EQ("dxrsh: standard input: is no recording\n", wrong.err);
+    ExpectFails({"diff", "-", "-"}, 2, "standard input is one recording, and cannot be both");
+}
+
 TEST(DxrshTrace, WhatACrashLeftIsPrintedAndSaid) {
     const TemporaryDirectory directory;
     const std::string bytes = Sample();
@@ -85,7 +131,9 @@ TEST(DxrshTrace, WrongArgumentsAreRefused) {
     const TemporaryDirectory directory;
     const std::string other = directory.Write("other", "no recording at all, but long enough");
     EXPECT_EQ(2, RunDxrsh({"trace"}).status);
-    EXPECT_EQ(2, RunDxrsh({"trace", "--json", "--counts", other}).status);
+    ExpectFails({"trace", "--json", "--chrome", other}, 2,
+                "--chrome and --json ask for different things");
+    ExpectFails({"trace", ""}, 2, "FILE: must not be empty");
     ExpectFails({"trace", other}, 2, other + ": is no recording");
     ExpectFails({"trace", other + "x"}, 1, other + "x: No such file or directory");
 }

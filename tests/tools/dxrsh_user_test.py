@@ -18,6 +18,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 DXRSH, ROOT, MAN, COMPLETIONS = sys.argv[1:5]
@@ -94,6 +95,9 @@ class Logs(Case):
         self.fails(["filter", "--quiet", path], 1, f"{path}: ends within its compressed data")
         path = self.file("bad.gz", packed[:100] + bytes(100) + packed[200:])
         self.fails(["filter", "--quiet", path], 1, f"{path}: damaged gzip data")
+        marked = b"\xef\xbb\xbfa\na\n"
+        path = self.file("marked.gz", gzip.compress(marked))
+        self.assertEqual(run("filter", "--quiet", path)[1], b"a\n")
         if shutil.which("zstd"):
             with open(self.file("log", text), "rb") as log:
                 packed = subprocess.run(["zstd", "-c"], stdin=log, stdout=subprocess.PIPE,
@@ -101,6 +105,9 @@ class Logs(Case):
             code, out, err = run("filter", self.file("log.zst", packed))
             if "built without" not in err:
                 self.assertEqual((code, out), (0, kept))
+                path = self.file("marked.zst", subprocess.run(
+                    ["zstd", "-c"], input=marked, stdout=subprocess.PIPE, check=True).stdout)
+                self.assertEqual(run("filter", "--quiet", path)[1], b"a\n")
 
     def test_a_line_without_end_is_told(self):
         self.fails(["filter", "/dev/zero"], 1,
@@ -242,6 +249,32 @@ class Live(Case):
         self.fails(["filter", "--follow"], 2,
                    "--follow: standard input cannot be followed; name a file")
 
+    def test_a_mark_of_utf8_begins_no_line(self):
+        mark = b"\xef\xbb\xbf"
+        path = self.file("log", mark + b"a\na\nb\n")
+        process = self.start("filter", "--follow", path)
+        self.assertEqual([process.stdout.readline() for _ in range(2)], [b"a\n", b"b\n"])
+        os.rename(path, path + ".1")
+        self.file("log", mark[:2])  # it may come in parts
+        time.sleep(0.5)
+        with open(path, "ab") as log:
+            log.write(mark[2:] + b"a\nc\n")
+        self.assertEqual(process.stdout.readline(), b"c\n")
+        self.file("log", mark + b"d\n")  # cut
+        self.assertEqual(process.stdout.readline(), b"d\n")
+        process.send_signal(signal.SIGTERM)
+        process.stderr.close()
+        self.assertEqual(process.wait(PATIENCE), 0)
+
+    def test_a_mark_of_utf8_comes_byte_by_byte(self):
+        process = self.start("filter", "--quiet")
+        for byte in b"\xef\xbb\xbfa\n":
+            process.stdin.write(bytes([byte]))
+            process.stdin.flush()
+            time.sleep(0.05)
+        self.assertEqual(process.stdout.readline(), b"a\n")
+        process.stderr.close()
+
     def test_what_is_compressed_is_not_followed(self):
         for name, begin in (("log.gz", gzip.compress(b"a\n")), ("log.zst", b"\x28\xb5\x2f\xfd")):
             path = self.file(name, begin)
@@ -265,7 +298,8 @@ class Live(Case):
 
     def test_long_work_shows_how_far_it_is(self):
         path = self.file("log", (b"x" * 65535 + b"\n") * 256)
-        for words in (["fault", "--rule", "10,3"], ["record"], ["filter", "--quiet"]):
+        for words in (["fault", "--quiet", "--rule", "10,3"], ["record", "--quiet"],
+                      ["filter", "--quiet"]):
             mine, its = pty.openpty()
             with subprocess.Popen([DXRSH, *words, path], stdin=subprocess.DEVNULL, stderr=its,
                                   stdout=subprocess.DEVNULL, env=ENVIRONMENT) as process:

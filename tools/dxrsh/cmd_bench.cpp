@@ -132,8 +132,7 @@ void AddBenchCommand(CLI::App &program) {
              {"dxrsh bench --rounds 1", "dxrsh bench --rounds 1 --json"});
     AddJsonFlag(*command, options->json);
     command->add_option("--rounds", options->rounds, "Rounds, 1 to 1000 (default 15)")
-        ->transform(AsWholeNumber())
-        ->check(CLI::Range(1, 1000))
+        ->transform(AsWholeNumber(1, 1000))
         ->type_name("N");
     command->callback([options] { RunBench(*options); });
 }

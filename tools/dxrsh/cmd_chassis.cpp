@@ -29,6 +29,7 @@ namespace {
 
 constexpr useconds_t kLookUs = 20000;
 constexpr uint32_t kLooksPerSec = 50;
+constexpr uint32_t kLongestWaitSec = 3600;
 constexpr const char *kError = "error: ";
 
 struct ChassisOptions {
@@ -166,15 +167,16 @@ void AddChassisCommand(CLI::App &program) {
     command
         ->add_option("--seconds", options->supervisor.seconds,
                      "Stop so long after all boards have begun")
-        ->transform(AsWholeNumber());
+        ->transform(AsWholeNumber())
+        ->type_name("SECONDS");
     command->add_flag("--status", options->supervisor.showsStatus,
                       "Print the table of boards before that");
 
     CLI::App *const status = AddCommand(*command, options, "status", "Shows the boards");
     AddJsonFlag(*status, options->isJson);
-    status->add_option("--wait", options->waitSec, "Wait for all boards, at most so many seconds")
-        ->transform(AsWholeNumber())
-        ->check(CLI::Range(0U, 3600U));
+    status->add_option("--wait", options->waitSec, "Wait so long for all boards at most, 0 to 3600")
+        ->transform(AsWholeNumber(0, kLongestWaitSec))
+        ->type_name("SECONDS");
     status->callback([options] { RunStatus(*options); });
     AddOrder(*command, options, "pause", "Stops boards where they are");
     AddOrder(*command, options, "resume", "Lets paused boards go on");

@@ -71,6 +71,9 @@ void RunCrc(CrcOptions options) {
         try {
             WriteOut(RowOf(options, path));
         } catch (const FileError &error) {
+            if (options.paths.size() == 1) {
+                throw;
+            }
             failed = true;
             Say(stderr, "dxrsh: {}\n", Printable(error.what(), SIZE_MAX));
         }

@@ -22,6 +22,7 @@
 #include "number_option.h"
 #include "numbers.h"
 #include "progress.h"
+#include "stamp_report.h"
 #include "stamped_log.h"
 #include "time_stamp.h"
 
@@ -34,6 +35,7 @@ struct FaultOptions {
     LogOptions log;
     uint32_t uptime = 0;
     std::string endTime;
+    bool quiet = false;
     bool json = false;
 };
 
@@ -145,6 +147,9 @@ void RunFault(const FaultOptions &options) {
     }
     progress.Clear();
     output.Flush();
+    if (!options.quiet) {
+        SayStamps(log, !options.json);
+    }
 }
 
 }  // namespace
@@ -178,6 +183,7 @@ void AddFaultCommand(CLI::App &program) {
     command->add_option("--end", options->endTime, "Judge once more at this time")
         ->type_name("TIME");
     AddLogOptions(*command, options->log);
+    command->add_flag("--quiet", options->quiet, "Do not say which stamps were recognised");
     AddJsonFlag(*command, options->json);
     command->callback([options] { RunFault(*options); });
 }

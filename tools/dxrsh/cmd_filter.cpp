@@ -1,5 +1,9 @@
 // dxrsh filter: a log through the log filter.
 
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -7,6 +11,7 @@
 #include "color.h"
 #include "commands.h"
 #include "errors.h"
+#include "file_io.h"
 #include "filter_report.h"
 #include "filter_run.h"
 #include "help.h"
@@ -27,7 +32,38 @@ FilterOptions WithPlainMasks(FilterOptions options) {
     return options;
 }
 
+bool IsSameFile(const struct stat &a, const struct stat &b) {
+    return S_ISREG(a.st_mode) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// Lines of other meaning would stand among those let through, or a log would be emptied.
+void CheckDoubtful(const FilterOptions &options) {
+    const std::string &path = options.doubtfulPath;
+    struct stat doubtful {};
+    struct stat other {};
+    const bool isThere = stat(path.c_str(), &doubtful) == 0;
+    const bool isOutput = isThere && fstat(STDOUT_FILENO, &other) == 0 &&
+                          (IsSameFile(doubtful, other) || path == "/dev/stdout");
+    if (path == "-" || isOutput) {
+        throw UsageError(
+            "--doubtful: standard output has the lines that are let through; name another file");
+    }
+    for (const std::string &log : options.log.paths) {
+        const bool isLog = isThere && (log == "-" ? fstat(STDIN_FILENO, &other) == 0
+                                                  : stat(log.c_str(), &other) == 0);
+        if (isLog && IsSameFile(doubtful, other)) {
+            throw UsageError(fmt::format("--doubtful: {} is a log that is read", InputName(log)));
+        }
+    }
+}
+
 void RunFilter(const FilterOptions &options) {
+    if (options.key && !options.masks.empty()) {
+        throw UsageError("--key and --mask: lines are compared in one way alone");
+    }
+    if (!options.doubtfulPath.empty()) {
+        CheckDoubtful(options);
+    }
     const Host host;
     bool brokenOff = false;
     {
@@ -63,13 +99,12 @@ constexpr const char *kDetails =
     "let through without asking the filter.\n"
     "\n"
     "With --mask lines are compared with # in the place of numbers, addresses and identifiers, or "
-    "of what an expression matches.\n"
+    "of what an expression matches. --key and --mask exclude each other.\n"
     "\n";
 
 void AddComparison(CLI::App &command, FilterOptions &options) {
     command.add_option("--type", options.logType, "Log type, 0 to 28 (default 0)")
-        ->transform(AsWholeNumber())
-        ->check(CLI::Range(uint32_t{0}, kLastLogType))
+        ->transform(AsWholeNumber(0, kLastLogType))
         ->type_name("N");
     command
         .add_option("--interval", options.interval,

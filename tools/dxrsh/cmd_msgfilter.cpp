@@ -59,11 +59,14 @@ std::string JsonOf(const FilterTree &tree) {
             !lost) {
             continue;
         }
-        path.resize(indent / 4 - 1);
-        path.push_back(std::to_string(*type));
+        const size_t level = indent / 4;
+        path.resize(level == 0 ? 0 : level - 1);
+        if (level != 0) {
+            path.push_back(std::to_string(*type));
+        }
         const std::string_view name = line.substr(nameAt + 5, line.rfind(']') - nameAt - 5);
         json.BeginObject()
-            .Text("path", fmt::format("{}", fmt::join(path, "/")))
+            .Text("path", level == 0 ? "/" : fmt::format("{}", fmt::join(path, "/")))
             .Text("name", name)
             .Number("lost", *lost)
             .EndObject();
@@ -82,13 +85,13 @@ void Show(const MsgFilterOptions &options) {
 }
 
 void Set(const MsgFilterOptions &options) {
-    const FilterTree tree(options.treeFile);
+    FilterTree tree(options.treeFile);
     tree.Set(options.path, options.count);
     WriteOut(Shown(tree, options));
 }
 
 void Replay(const MsgFilterOptions &options) {
-    const FilterTree tree(options.treeFile);
+    FilterTree tree(options.treeFile);
     ForEachSetting(options.replay,
                    [&tree](const std::string &path, uint32_t count) { tree.Set(path, count); });
     Output output(STDOUT_FILENO);
@@ -122,7 +125,7 @@ void AddMsgFilterCommand(CLI::App &program) {
         "of messages to drop (0 when it is left out) and, if it is no leaf, filters below it:\n"
         "{\"filters\": [{\"type\": 1, \"name\": \"a\", \"lost\": 0, \"filters\": [...]}]}\n"
         "A PATH is the message types from the first level down, at most 16, such as 1/2; / is "
-        "the root.",
+        "the root, whose count is for messages without a type; it is shown while it is not 0.",
         examples);
     const auto addAction = [&](const char *name, const char *about) {
         CLI::App *const action = command->add_subcommand(name, about);

@@ -21,6 +21,7 @@
 #include "line_clock.h"
 #include "progress.h"
 #include "say.h"
+#include "stamp_report.h"
 #include "stamped_log.h"
 
 namespace dxrsh {
@@ -84,6 +85,7 @@ class Recorder {
 
 struct RecordOptions {
     LogOptions log;
+    bool quiet = false;
     bool json = false;
 };
 
@@ -105,6 +107,9 @@ void RunRecord(const RecordOptions &options) {
         output.Write(options.json ? Recorder::JsonOf(slot) : Recorder::RowOf(slot));
     });
     output.Flush();
+    if (!options.quiet) {
+        SayStamps(log, !options.json);
+    }
 }
 
 }  // namespace
@@ -122,6 +127,7 @@ void AddRecordCommand(CLI::App &program) {
             kStampHelp,
         {"dxrsh record examples/dxrsh/links.log", "dxrsh record --json examples/dxrsh/links.log"});
     AddLogOptions(*command, options->log);
+    command->add_flag("--quiet", options->quiet, "Do not say which stamps were recognised");
     AddJsonFlag(*command, options->json);
     command->callback([options] { RunRecord(*options); });
 }

@@ -24,6 +24,7 @@
 #include "json_text.h"
 #include "message_losses.h"
 #include "module.h"
+#include "refusals.h"
 #include "run_host.h"
 #include "run_report.h"
 #include "run_trace.h"
@@ -269,11 +270,11 @@ class Run {
     RunReport report_;
 };
 
-void RunRun(const RunOptions &options, const std::vector<std::string> &rest) {
+void RunRun(const RunOptions &options, const CLI::App &command) {
     if (!options.control.empty() && options.host.IsVirtual()) {
         throw UsageError("--control: not with the virtual clock, whose runs repeat");
     }
-    Run run(options, RequireWords(rest, 1, "MODULE"));
+    Run run(options, RequireWords(command, 1, "MODULE"));
     run.MakeHost();
     run.StartTrace();
     run.StartControl();
@@ -309,7 +310,7 @@ void AddRunCommand(CLI::App &program) {
         ->type_name("PATH");
     AddJsonFlag(*command, options->json);
     command->prefix_command();
-    command->callback([options, command] { RunRun(*options, command->remaining()); });
+    command->callback([options, command] { RunRun(*options, *command); });
 }
 
 }  // namespace dxrsh

@@ -1,5 +1,7 @@
 // dxrsh trace: a recording of hook calls, as text.
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -12,6 +14,7 @@
 #include "dxr_trace.h"
 #include "errors.h"
 #include "help.h"
+#include "recording.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -19,12 +22,26 @@ namespace {
 
 struct TraceOptions {
     std::string file;
-    uint32_t format = DXR_TRACE_TEXT;
+    bool json = false;
+    bool chrome = false;
+    bool counts = false;
+
+    [[nodiscard]] uint32_t Format() const {
+        if (counts) {
+            return json ? DXR_TRACE_COUNTS_JSON : DXR_TRACE_COUNTS;
+        }
+        return chrome ? DXR_TRACE_CHROME : json ? DXR_TRACE_JSON_LINES : DXR_TRACE_TEXT;
+    }
 };
 
 void RunTrace(const TraceOptions &options) {
+    if (options.chrome && (options.json || options.counts)) {
+        throw UsageError(fmt::format("--chrome and {} ask for different things",
+                                     options.json ? "--json" : "--counts"));
+    }
+    const Recording recording(options.file);
     std::array<char, 256> problem{};
-    const uint32_t error = DxrTraceExport(options.file.c_str(), options.format, stdout,
+    const uint32_t error = DxrTraceExport(recording.Path().c_str(), options.Format(), stdout,
                                           problem.data(), problem.size());
     if (error == EPIPE) {
         throw BrokenPipe();
@@ -33,7 +50,7 @@ void RunTrace(const TraceOptions &options) {
         throw RunError("cannot write the output: " +
                        std::generic_category().message(static_cast<int>(error)));
     }
-    const std::string line = options.file + ": " + problem.data();
+    const std::string line = recording.Name() + ": " + problem.data();
     if (error == EINVAL) {
         throw UsageError(line);
     }
@@ -57,17 +74,12 @@ void AddTraceCommand(CLI::App &program) {
              "host wrote. When the program crashed, what it had written until then is printed.",
              {"dxrsh trace examples/dxrsh/registers.dxrtrace",
               "dxrsh trace --counts examples/dxrsh/registers.dxrtrace"});
-    command->add_option("FILE", options->file, "The recording")->required();
-    CLI::Option_group *const formats = command->add_option_group("format");
-    formats->add_flag_callback(
-        "--json", [options] { options->format = DXR_TRACE_JSON_LINES; }, "A JSON object a line");
-    formats->add_flag_callback(
-        "--chrome", [options] { options->format = DXR_TRACE_CHROME; },
-        "The Chrome trace format, which trace viewers open");
-    formats->add_flag_callback(
-        "--counts", [options] { options->format = DXR_TRACE_COUNTS; },
-        "How often each function was called, and for how long");
-    formats->require_option(0, 1);
+    command->add_option("FILE", options->file, "The recording; - is standard input")->required();
+    AddJsonFlag(*command, options->json);
+    command->add_flag("--chrome", options->chrome,
+                      "The Chrome trace format, which trace viewers open");
+    command->add_flag("--counts", options->counts,
+                      "How often each function was called, and for how long");
     command->callback([options] { RunTrace(*options); });
 }
 

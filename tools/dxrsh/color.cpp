@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include "number_option.h"
+
 namespace dxrsh {
 namespace {
 
@@ -18,7 +20,7 @@ std::string_view Variable(const char *name) {
 
 void AddColorOption(CLI::App &command, std::string &when) {
     command.add_option("--color", when, "auto (default), always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->check(OneOf({"auto", "always", "never"}))
         ->type_name("WHEN");
 }
 

@@ -13,6 +13,7 @@
 #include "host.h"
 #include "json_text.h"
 #include "say.h"
+#include "stamp_report.h"
 
 namespace dxrsh {
 namespace {
@@ -49,15 +50,6 @@ void SayCounts(const FilterRun &run, const Colors &colors) {
     }
     if (counts.inPart != 0) {
         Say(stderr, "  in part    {:>10}\n", counts.inPart);
-    }
-}
-
-void WarnOfStamps(const FilterRun &run, const FilterOptions &options) {
-    const bool unwanted = options.log.stamps.format == "none";
-    if (run.Counts().lines != 0 && run.Stamps().Count() == 0 && !unwanted) {
-        Say(stderr,
-            "dxrsh: no time stamp was recognised: the clock {}; --stamp FORMAT tells a form\n",
-            run.IsLive() ? "was that of the machine" : "stood still");
     }
 }
 
@@ -119,7 +111,7 @@ void SayReport(FilterRun &run, const FilterOptions &options) {
     if (run.Stopped() && isatty(STDERR_FILENO) == 1) {
         Say(stderr, "\n");  // after what the terminal shows of the key that was pressed
     }
-    WarnOfStamps(run, options);
+    WarnOfStamps(run.Log());
     SayCounts(run, colors);
     SayMostSuppressed(run.MostSuppressed(options.topLines), colors);
     if (options.histogram) {

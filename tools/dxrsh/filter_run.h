@@ -79,6 +79,7 @@ class FilterRun {
     void Run();
 
     [[nodiscard]] const FilterCounts &Counts() const { return counts_; }
+    [[nodiscard]] const StampedLog &Log() const { return log_; }
     [[nodiscard]] const LogStamps &Stamps() const { return log_.Clock().Stamps(); }
     [[nodiscard]] const Histogram &OverTime() const { return histogram_; }
     [[nodiscard]] std::vector<SuppressedLine> MostSuppressed(size_t count) const {

@@ -88,7 +88,7 @@ FilterTree::FilterTree(const std::string &file) {
                                     static_cast<uint32_t>(level.records.size()));
 }
 
-void FilterTree::Set(const std::string &text, uint32_t count) const {
+void FilterTree::Set(const std::string &text, uint32_t count) {
     const FilterPath path = FilterPath::Parse(text);
     std::list<uint32_t> toFind(path.types.begin(), path.types.begin() + path.length);
     toFind.push_front(0);
@@ -97,12 +97,15 @@ void FilterTree::Set(const std::string &text, uint32_t count) const {
     }
     WithTypes(path,
               [&](auto... arguments) { DXR_SetMessageFilterCount(root_, count, arguments...); });
+    rootCount_ = path.length == 0 ? count : rootCount_;
 }
 
-bool FilterTree::IsFiltered(const std::string &text) const {
-    return WithTypes(FilterPath::Parse(text), [&](auto... arguments) {
-        return DXR_IsMessageFiltered(root_, arguments...) != 0;
-    });
+bool FilterTree::IsFiltered(const std::string &text) {
+    const FilterPath path = FilterPath::Parse(text);
+    const bool isFiltered = WithTypes(
+        path, [&](auto... arguments) { return DXR_IsMessageFiltered(root_, arguments...) != 0; });
+    rootCount_ -= isFiltered && path.length == 0 ? 1 : 0;
+    return isFiltered;
 }
 
 std::string FilterTree::Listing() const {
@@ -110,7 +113,9 @@ std::string FilterTree::Listing() const {
     root_->GetFilterStr(whole);
     std::vector<char> text(whole.size() + 1);
     DXR_GetMessageFilterStr(root_, text.data(), static_cast<uint32_t>(text.size()));
-    return PlainLines(text.data());
+    const std::string root =
+        rootCount_ == 0 ? "" : fmt::format("msgType[0], lostCnt[{}], name[root]\n", rootCount_);
+    return root + PlainLines(text.data());
 }
 
 }  // namespace dxrsh

@@ -36,10 +36,11 @@ class FilterTree {
     FilterTree &operator=(FilterTree &&) = delete;
 
     // Throw UsageError for what is no path, Set also when it leads nowhere.
-    void Set(const std::string &text, uint32_t count) const;
-    [[nodiscard]] bool IsFiltered(const std::string &text) const;
+    void Set(const std::string &text, uint32_t count);
+    [[nodiscard]] bool IsFiltered(const std::string &text);
 
-    // As the library lists it, with plain line ends.
+    // As the library lists it, with plain line ends. The root, which that leaves out, stands before
+    // it while it has a count.
     [[nodiscard]] std::string Listing() const;
 
     // The caller destroys it from now on.
@@ -47,6 +48,7 @@ class FilterTree {
 
   private:
     DxrMessageFilter *root_ = nullptr;
+    uint32_t rootCount_ = 0;
 };
 
 }  // namespace dxrsh

@@ -13,6 +13,7 @@
 #include "file_io.h"
 #include "help.h"
 #include "help_text.h"
+#include "number_option.h"
 
 namespace dxrsh {
 namespace {
@@ -267,7 +268,7 @@ void AddGenerateCommand(CLI::App &program, const std::string &version, const std
     const auto what = std::make_shared<std::string>();
     command->add_option("WHAT", *what, "man, bash, zsh or fish")
         ->required()
-        ->check(CLI::IsMember({"man", "bash", "zsh", "fish"}));
+        ->check(OneOf({"man", "bash", "zsh", "fish"}));
     command->callback([&program, what, version, date] {
         WriteOut(*what == "man"    ? Man(program, version, date)
                  : *what == "bash" ? Bash(program)

@@ -1,15 +1,16 @@
 #include "help.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <map>
 #include <memory>
-#include <numeric>
 #include <utility>
 
 #include "errors.h"
 #include "help_text.h"
+#include "nearest.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -75,44 +76,20 @@ class HelpFormatter : public CLI::Formatter {
     }
 };
 
-size_t Distance(const std::string &a, const std::string &b) {
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < a.size(); ++i) {
-        size_t before = row[0];
-        row[0] = i + 1;
-        for (size_t j = 0; j < b.size(); ++j) {
-            const size_t replaced = before + (a[i] == b[j] ? 0 : 1);
-            before = row[j + 1];
-            row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
-        }
-    }
-    return row[b.size()];
-}
-
-// The command meant by a name that is none; empty when it resembles none.
-std::string Nearest(const CLI::App &app, const std::string &name) {
-    std::string nearest;
-    size_t least = std::max<size_t>(1, name.size() / 2) + 1;
+std::vector<std::string> NamesOf(const CLI::App &app) {
+    std::vector<std::string> names;
     for (const CLI::App *command : CommandsOf(app)) {
-        const bool begins = name.size() > 1 && command->get_name().starts_with(name);
-        const size_t distance = begins ? 1 : Distance(name, command->get_name());
-        if (distance < least) {
-            least = distance;
-            nearest = command->get_name();
-        }
+        names.push_back(command->get_name());
     }
-    return nearest;
+    return names;
 }
 
 [[noreturn]] void RefuseCommand(const CLI::App &app, const std::string &path,
                                 const std::string &name) {
-    const std::string nearest = Nearest(app, name);
-    const std::string advice = nearest.empty() ? fmt::format("'{} --help' lists them", path)
-                                               : fmt::format("did you mean '{}'?", nearest);
     constexpr size_t kShownWidth = 60;
     throw UsageError(
-        fmt::format("there is no command '{}'; {}", Printable(name, kShownWidth), advice));
+        fmt::format("there is no command '{}'; {}", Printable(name, kShownWidth),
+                    Advice(name, NamesOf(app), fmt::format("'{} --help' lists them", path))));
 }
 
 }  // namespace
@@ -218,8 +195,13 @@ std::vector<std::string> ReadyArguments(const CLI::App &program, int argc, char 
         const auto found = std::find_if(all.begin(), all.end(), isNamed);
         if (found == all.end()) {
             const auto options = OptionsOf(*app);
-            if (!options.empty() && options.front()->get_positional()) {
-                break;  // it takes words of its own, too
+            const bool takesWords = !options.empty() && options.front()->get_positional();
+            // A file is not looked for where a command was meant.
+            const bool isMeant = word.find_first_of("./") == std::string::npos &&
+                                 access(word.c_str(), F_OK) != 0 &&
+                                 !Nearest(word, NamesOf(*app)).empty();
+            if (takesWords && !isMeant) {
+                break;
             }
             RefuseCommand(*app, path, word);
         }

@@ -71,6 +71,12 @@ std::string JsonString(std::string_view text) {
     return quoted + '"';
 }
 
+JsonText &JsonText::Made(std::string_view key, std::string_view json) {
+    Key(key);
+    text_ += json;
+    return *this;
+}
+
 void JsonText::Key(std::string_view key) {
     if (!first_) {
         text_ += ',';

@@ -29,6 +29,8 @@ class JsonText {
     JsonText &Real(std::string_view key, double value);
     JsonText &Flag(std::string_view key, bool value);
     JsonText &Null(std::string_view key);
+    // What is JSON already.
+    JsonText &Made(std::string_view key, std::string_view json);
 
     [[nodiscard]] const std::string &Line() {
         text_ += '\n';

@@ -97,9 +97,9 @@ std::string_view LineClock::Take(std::string_view line) {
 
 void AddStampOptions(CLI::App &command, StampOptions &options) {
     command
-        .add_option("--year", options.year, "Year of stamps that have none (default: the latest)")
-        ->transform(AsWholeNumber())
-        ->check(CLI::Range(kFirstYear, kLastYear))
+        .add_option("--year", options.year,
+                    "Year of stamps that have none, 1970 to 2105 (default: the latest)")
+        ->transform(AsWholeNumber(kFirstYear, kLastYear))
         ->type_name("N");
     command
         .add_option("--stamp", options.format,

@@ -23,6 +23,7 @@ namespace {
 
 constexpr size_t kPackedSize = size_t{256} << 10U;
 constexpr std::string_view kGzipHead("\x1f\x8b", 2);
+constexpr std::string_view kMark("\xef\xbb\xbf", 3);
 constexpr std::string_view kZstdHead("\x28\xb5\x2f\xfd", 4);
 
 std::string ErrorOf(int error) {
@@ -202,6 +203,29 @@ size_t Unpacked::Read(char *buffer, size_t room) {
     }
 }
 
+// A pipe may give its bytes one by one.
+size_t WithoutMark::Read(char *buffer, size_t room) {
+    size_t got = source_.Read(buffer, room);
+    if (started_) {
+        return got;
+    }
+    started_ = true;
+    size_t more = got;
+    while (more > 0 && got < room && got < kMark.size() &&
+           kMark.starts_with(std::string_view(buffer, got))) {
+        more = source_.Read(buffer + got, room - got);
+        got += more;
+    }
+    if (!std::string_view(buffer, got).starts_with(kMark)) {
+        return got;
+    }
+    if (got == kMark.size()) {
+        return source_.Read(buffer, room);
+    }
+    std::memmove(buffer, buffer + kMark.size(), got - kMark.size());
+    return got - kMark.size();
+}
+
 bool StoppableInput::IsLive() const {
     struct stat status {};
     return fstat(input_.Fd(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
@@ -234,7 +258,22 @@ FollowedFile::~FollowedFile() {
     close(fd_);
 }
 
+// At a beginning. False while what is there may be a part of the mark.
+bool FollowedFile::PassMark() {
+    std::array<char, kMark.size()> begin{};
+    const ssize_t count = pread(fd_, begin.data(), begin.size(), 0);
+    const std::string_view head(begin.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    if (head == kMark) {
+        position_ = kMark.size();
+        (void)lseek(fd_, static_cast<off_t>(position_), SEEK_SET);
+    }
+    return head.empty() || head == kMark || !kMark.starts_with(head);
+}
+
 size_t FollowedFile::ReadOpen(char *buffer, size_t room) {
+    if (position_ == 0 && !PassMark()) {
+        return 0;
+    }
     ssize_t got = 0;
     do {
         got = read(fd_, buffer, room);

@@ -44,6 +44,21 @@ class Unpacked : public ByteSource {
     size_t packedAt_ = 0;  // of which the rest is left
 };
 
+// Bytes without the mark of UTF-8 (EF BB BF) at their beginning, which is no part of the first
+// line.
+class WithoutMark : public ByteSource {
+  public:
+    // `source` must outlive it.
+    explicit WithoutMark(ByteSource &source) : source_(source) {}
+
+    [[nodiscard]] size_t Read(char *buffer, size_t room) override;
+    [[nodiscard]] const std::string &Name() const override { return source_.Name(); }
+
+  private:
+    ByteSource &source_;
+    bool started_ = false;
+};
+
 // Counts what is read, and ends when the user interrupts it.
 class StoppableInput : public ByteSource {
   public:
@@ -63,7 +78,7 @@ class StoppableInput : public ByteSource {
 
 // A file, read on as it grows until the user interrupts it. When another file takes its name, the
 // old one is read to its end and then the new one from its beginning; a file that is cut is read
-// from its beginning again.
+// from its beginning again. A mark of UTF-8 at a beginning is passed over.
 class FollowedFile : public ByteSource {
   public:
     FollowedFile(std::string path, StopSignals &stop);
@@ -79,6 +94,7 @@ class FollowedFile : public ByteSource {
 
   private:
     [[nodiscard]] size_t ReadOpen(char *buffer, size_t room);
+    [[nodiscard]] bool PassMark();
     [[nodiscard]] bool IsReplaced() const;
     [[nodiscard]] bool IsCut() const;
 

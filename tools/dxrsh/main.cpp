@@ -13,9 +13,11 @@
 #include <vector>
 
 #include "commands.h"
+#include "complaint.h"
 #include "errors.h"
 #include "file_io.h"
 #include "help.h"
+#include "refusals.h"
 #include "say.h"
 #include "version.h"
 
@@ -52,7 +54,10 @@ void AddCommands(CLI::App &program) {
 // On one line, whatever the names in the text hold.
 void Complain(std::string_view text) {
     constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
-    dxrsh::Say(stderr, "dxrsh: {}\n", dxrsh::Printable(text, kNoLimit));
+    const std::string line = dxrsh::Printable(text, kNoLimit);
+    if (!dxrsh::HandOver(line)) {
+        dxrsh::Say(stderr, "dxrsh: {}\n", line);
+    }
 }
 
 int Run(int argc, char **argv) {
@@ -61,6 +66,7 @@ int Run(int argc, char **argv) {
     dxrsh::UseHelp(program);
     program.set_version_flag("--version", "dxrsh " DXRSH_VERSION);
     AddCommands(program);
+    dxrsh::RefuseEmptyValues(program);
     try {
         std::vector<std::string> words = dxrsh::ReadyArguments(program, argc, argv);
         if (argc == 1 && isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1) {
@@ -79,7 +85,7 @@ int Run(int argc, char **argv) {
         dxrsh::WriteOut(std::string(version.what()) + "\n");
         return 0;
     } catch (const CLI::ParseError &error) {
-        Complain(error.what());
+        Complain(dxrsh::RefusalOf(program, error));
         return dxrsh::kExitUsage;
     }
 }
@@ -90,6 +96,7 @@ int main(int argc, char **argv) {
     // A reader that left shows as a failed write, which ends the program in order.
     (void)std::signal(SIGPIPE, SIG_IGN);
     (void)std::signal(SIGXFSZ, SIG_IGN);
+    dxrsh::FindStarter();
     try {
         return Run(argc, argv);
     } catch (const dxrsh::BrokenPipe &) {

@@ -88,18 +88,4 @@ std::FILE *OutputBesideModule(bool json) {
     return output;
 }
 
-std::vector<std::string> RequireWords(const std::vector<std::string> &words, size_t least,
-                                      const std::string &what) {
-    if (words.size() < least) {
-        throw UsageError(what + " is required");
-    }
-    // An option of the command among them was not taken as one.
-    for (size_t i = 0; i < least; ++i) {
-        if (words[i].size() > 1 && words[i][0] == '-') {
-            throw UsageError("The following argument was not expected: " + words[i]);
-        }
-    }
-    return words;
-}
-
 }  // namespace dxrsh

@@ -35,11 +35,6 @@ class Module {
 // module prints there by itself goes to standard error from then on. Stays open.
 [[nodiscard]] std::FILE *OutputBesideModule(bool json);
 
-// What stands after the options of a command that takes a module: throws UsageError when there are
-// not so many words. What a module is given is not looked at.
-[[nodiscard]] std::vector<std::string> RequireWords(const std::vector<std::string> &words,
-                                                    size_t least, const std::string &what);
-
 }  // namespace dxrsh
 
 #endif  // DXRSH_MODULE_H

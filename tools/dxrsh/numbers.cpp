@@ -24,9 +24,9 @@ std::optional<uint32_t> WholeNumber(std::string_view text) {
     return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
 }
 
-std::string NoWholeNumber(std::string_view text) {
-    return fmt::format("'{}' is no whole number from 0 to 4294967295",
-                       Printable(text, kShownWidth));
+std::string NoWholeNumber(std::string_view text, uint32_t least, uint32_t most) {
+    return fmt::format("'{}' is no whole number from {} to {}", Printable(text, kShownWidth), least,
+                       most);
 }
 
 uint32_t RequireNumber(std::string_view text, std::string_view what) {

@@ -3,6 +3,7 @@
 #define DXRSH_NUMBERS_H
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,7 +16,8 @@ namespace dxrsh {
 [[nodiscard]] std::optional<uint32_t> WholeNumber(std::string_view text);
 
 // What is wrong with a text that is no such number.
-[[nodiscard]] std::string NoWholeNumber(std::string_view text);
+[[nodiscard]] std::string NoWholeNumber(std::string_view text, uint32_t least = 0,
+                                        uint32_t most = std::numeric_limits<uint32_t>::max());
 
 // As above. Throws UsageError; `what` names the number in its text.
 [[nodiscard]] uint32_t RequireNumber(std::string_view text, std::string_view what);

@@ -16,16 +16,17 @@ void AddRunHostOptions(CLI::App &command, RunHostOptions &options) {
     command.add_option("--board", options.board, "JSON file that describes the board")
         ->type_name("FILE");
     command
-        .add_option("--clock", options.clock,
-                    "real, or virtual: nothing waits, and the same seed gives the same run")
-        ->check(CLI::IsMember({"real", "virtual"}))
-        ->capture_default_str();
-    command.add_option("--seed", options.seed, "Of the order of tasks and of what chance does")
+        .add_option(
+            "--clock", options.clock,
+            "real (default), or virtual: nothing waits, and the same seed gives the same run")
+        ->check(OneOf({"real", "virtual"}))
+        ->type_name("CLOCK");
+    command
+        .add_option("--seed", options.seed,
+                    "Of the order of tasks and of what chance does (default 1)")
         ->transform(AsWholeNumber())
-        ->capture_default_str();
-    command.add_option("--work", options.work, "The work path")
-        ->type_name("DIRECTORY")
-        ->capture_default_str();
+        ->type_name("N");
+    command.add_option("--work", options.work, "The work path")->type_name("DIRECTORY");
     command.add_flag("--allow-outside", options.allowOutside,
                      "Let files outside the work path be opened");
 }

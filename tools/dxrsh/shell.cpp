@@ -9,11 +9,15 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <iterator>
 #include <new>
 #include <system_error>
 
+#include "complaint.h"
+#include "devhost/fault_points.h"
 #include "errors.h"
 #include "file_io.h"
+#include "nearest.h"
 #include "say.h"
 #include "shell_call.h"
 #include "shell_commands.h"
@@ -24,7 +28,8 @@ namespace dxrsh {
 namespace {
 
 constexpr size_t kShownWidth = 60;
-constexpr int kMostFiles = 16;  // that name each other
+constexpr size_t kLongestName = 1000;  // a line that is too long is refused as such
+constexpr int kMostFiles = 16;         // that name each other
 
 // Those that the shell itself does.
 struct Plain {
@@ -65,7 +70,8 @@ class InterruptIgnored {
 };
 
 // Starts this program with other words. Its number, or RunError.
-pid_t Spawn(const std::vector<std::string> &words, bool keepsInterrupt) {
+pid_t Spawn(const std::vector<std::string> &words, bool keepsInterrupt,
+            const ComplaintPipe &complaint) {
     std::vector<std::string> own = words;
     own.insert(own.begin(), "dxrsh");
     std::vector<char *> argv;
@@ -84,9 +90,20 @@ pid_t Spawn(const std::vector<std::string> &words, bool keepsInterrupt) {
     }
     (void)posix_spawnattr_setsigdefault(&attributes, &defaults);
     (void)posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    std::string variable = complaint.Variable();
+    std::vector<char *> environment = {variable.data()};
+    for (char **each = environ; *each != nullptr; ++each) {
+        environment.push_back(*each);
+    }
+    environment.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    (void)posix_spawn_file_actions_init(&actions);
+    // To itself: it stays open there.
+    (void)posix_spawn_file_actions_adddup2(&actions, complaint.Fd(), complaint.Fd());
     pid_t child = 0;
-    const int error =
-        posix_spawn(&child, "/proc/self/exe", nullptr, &attributes, argv.data(), environ);
+    const int error = posix_spawn(&child, "/proc/self/exe", &actions, &attributes, argv.data(),
+                                  environment.data());
+    (void)posix_spawn_file_actions_destroy(&actions);
     (void)posix_spawnattr_destroy(&attributes);
     if (error != 0) {
         throw RunError(fmt::format("{}: {}", words[0], std::generic_category().message(error)));
@@ -97,7 +114,8 @@ pid_t Spawn(const std::vector<std::string> &words, bool keepsInterrupt) {
 // In a process of its own: it has its own host, and may end it as it likes.
 void RunProgram(const std::vector<std::string> &words) {
     const InterruptIgnored ignored;
-    const pid_t child = Spawn(words, ignored.WasIgnored());
+    ComplaintPipe complaint;
+    const pid_t child = Spawn(words, ignored.WasIgnored(), complaint);
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {
         if (errno != EINTR) {
@@ -107,9 +125,26 @@ void RunProgram(const std::vector<std::string> &words) {
     if (WIFSIGNALED(status)) {
         throw RunError(fmt::format("'{}' was ended by signal {}", words[0], WTERMSIG(status)));
     }
+    const std::string told = complaint.Take();
+    if (!told.empty()) {
+        throw RunError(fmt::format("{}: {}", words[0], told));
+    }
     if (WEXITSTATUS(status) != 0) {
         throw RunError(fmt::format("'{}' ended with {}", words[0], WEXITSTATUS(status)));
     }
+}
+
+// A line for all that begin alike.
+std::string PointsText() {
+    std::string text;
+    std::string_view group;
+    for (const std::string_view point : devhost::kFaultPoints) {
+        const std::string_view begin = point.substr(0, point.find('.'));
+        text += begin == group ? " " : text.empty() ? "  " : "\n  ";
+        text += point;
+        group = begin;
+    }
+    return text + "\n";
 }
 
 std::vector<std::string> FilesThatBegin(const std::string &word) {
@@ -144,11 +179,30 @@ bool Shell::IsProgram(std::string_view name) const {
                        [name](const Program &program) { return program.first == name; });
 }
 
+std::vector<std::string> Shell::CommandNames() const {
+    std::vector<std::string> names;
+    for (const ShellCommand &own : ShellCommands()) {
+        if (Named(own.name) != nullptr) {
+            names.emplace_back(own.name);
+        }
+    }
+    for (const Plain &plain : kPlain) {
+        names.emplace_back(plain.name);
+    }
+    for (const auto &[name, about] : programs_) {
+        names.push_back(name);
+    }
+    return names;
+}
+
 void Shell::Help(const std::vector<std::string> &words) const {
     if (words.size() > 1) {
         const std::string &name = words[1];
         if (const ShellCommand *const own = Named(name)) {
             Put(fmt::format("{}\n{}\n", own->usage, own->about));
+            if (own->end == LineEnd::kPoint) {
+                Put(PointsText());
+            }
             if (!IsProgram(name)) {
                 return;
             }
@@ -168,8 +222,12 @@ void Shell::Help(const std::vector<std::string> &words) const {
             Put(SlotHelp(*slot));
             return;
         }
-        throw UsageError(fmt::format("there is no command or slot '{}'; 'help' lists the commands",
-                                     Printable(name, kShownWidth)));
+        std::vector<std::string> known = CommandNames();
+        const std::vector<std::string> slots = SlotNamesLike(name);
+        known.insert(known.end(), slots.begin(), slots.end());
+        throw UsageError(fmt::format("there is no command or slot '{}'; {}",
+                                     Printable(name, kShownWidth),
+                                     Advice(name, known, "'help' lists the commands")));
     }
     const auto row = [](std::string_view name, std::string_view about) {
         return fmt::format("  {:<11} {}\n", name, about.substr(0, about.find('\n')));
@@ -206,9 +264,15 @@ bool Shell::Execute(std::string_view line) {
         if (words.size() != 2) {
             throw UsageError("usage: source FILE");
         }
+        if (words[1].empty()) {
+            throw UsageError("FILE: must not be empty");
+        }
         return ExecuteFile(words[1]);
     } else if (IsProgram(name) && (Named(name) == nullptr || !IsForOwn(words))) {
         RunProgram(words);
+    } else if (ShellCommandNamed(name) == nullptr && name.size() <= kLongestName) {
+        throw UsageError(fmt::format("there is no command '{}'; {}", Printable(name, kShownWidth),
+                                     Advice(name, CommandNames(), "'help' lists them")));
     } else {
         target_->Do(words);  // which knows what is wrong with it
     }
@@ -260,15 +324,7 @@ std::vector<std::string> Shell::Completions(std::string_view line) const {
         }
     };
     const auto addCommands = [&] {
-        for (const ShellCommand &own : ShellCommands()) {
-            if (Named(own.name) != nullptr) {
-                add(own.name);
-            }
-        }
-        for (const Plain &plain : kPlain) {
-            add(plain.name);
-        }
-        for (const auto &[name, about] : programs_) {
+        for (const std::string &name : CommandNames()) {
             add(name);
         }
     };
@@ -298,6 +354,10 @@ std::vector<std::string> Shell::Completions(std::string_view line) const {
         }
     } else if (own != nullptr && own->end == LineEnd::kName) {
         addNames("");
+    } else if (own != nullptr && own->end == LineEnd::kPoint) {
+        for (size_t i = 0; words.size() == 1 && i < std::size(devhost::kFaultPoints); ++i) {
+            add(std::string(devhost::kFaultPoints[i]));
+        }
     } else if (own == nullptr || own->end == LineEnd::kFile) {
         found = FilesThatBegin(word);
     }

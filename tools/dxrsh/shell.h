@@ -38,6 +38,7 @@ class Shell {
   private:
     // Null also for a command that is not done on this host.
     [[nodiscard]] const ShellCommand *Named(std::string_view name) const;
+    [[nodiscard]] std::vector<std::string> CommandNames() const;
     void Help(const std::vector<std::string> &words) const;
     [[nodiscard]] bool IsProgram(std::string_view name) const;
 

@@ -10,6 +10,7 @@
 
 #include "dxr_devhost.h"
 #include "errors.h"
+#include "nearest.h"
 #include "say.h"
 #include "shell_words.h"
 #include "slot_calls.h"
@@ -597,6 +598,9 @@ std::string ParameterText(const SlotInfo &info, const SlotCall &call, size_t i) 
 }  // namespace
 
 std::optional<size_t> SlotNamed(std::string_view name) {
+    if (name.empty()) {
+        return std::nullopt;  // slots without a function have no name there
+    }
     for (const SlotRow &row : kSlotTable) {
         if (name == row.function || name == fmt::format("{}.{}", row.group, row.member)) {
             return row.slot;
@@ -608,10 +612,23 @@ std::optional<size_t> SlotNamed(std::string_view name) {
 size_t RequireSlot(const std::string &name) {
     const auto slot = SlotNamed(name);
     if (!slot) {
-        throw UsageError(
-            fmt::format("there is no slot '{}'; 'slots' lists them", Printable(name, kShownWidth)));
+        throw UsageError(fmt::format("there is no slot '{}'; {}", Printable(name, kShownWidth),
+                                     Advice(name, SlotNamesLike(name), "'slots' lists them")));
     }
     return *slot;
+}
+
+std::vector<std::string> SlotNamesLike(std::string_view name) {
+    const bool isFunction = name.starts_with("DXR_");
+    std::vector<std::string> names;
+    for (const SlotRow &row : kSlotTable) {
+        if (!isFunction) {
+            names.push_back(fmt::format("{}.{}", row.group, row.member));
+        } else if (!row.function.empty()) {
+            names.emplace_back(row.function);
+        }
+    }
+    return names;
 }
 
 std::string SlotName(size_t slot) {

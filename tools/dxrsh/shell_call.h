@@ -16,6 +16,8 @@ namespace dxrsh {
 
 // By the function that reads it (DXR_ReadReg), or by group and member (Dev.readReg).
 [[nodiscard]] std::optional<size_t> SlotNamed(std::string_view name);
+// What may have been meant by such a name: functions, or slots with their groups.
+[[nodiscard]] std::vector<std::string> SlotNamesLike(std::string_view name);
 // As above. Throws UsageError.
 [[nodiscard]] size_t RequireSlot(const std::string &name);
 

@@ -56,7 +56,7 @@ constexpr ShellCommand kCommands[] = {
      "drops the next messages of a kind, or of a kind to a unit; alone: shows what will be",
      LineEnd::kNothing, &Session::Drop},
     {"fail", "fail POINT [N]",
-     "lets the N-th step from now on fail, such as memory.allocate or file.open", LineEnd::kNothing,
+     "lets the N-th step from now on fail, such as memory.allocate or file.open", LineEnd::kPoint,
      &Session::Fail},
     {"wait", "wait MILLISECONDS", "lets time pass on the host's clock", LineEnd::kNothing,
      &Session::Wait},

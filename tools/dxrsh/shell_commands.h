@@ -13,7 +13,7 @@
 namespace dxrsh {
 
 // What is at the end of a line of a command.
-enum class LineEnd : uint8_t { kNothing, kSlot, kFile, kName };
+enum class LineEnd : uint8_t { kNothing, kSlot, kFile, kName, kPoint };
 
 // On whose host a command can be done.
 enum class HostOf : uint8_t { kAny, kShell, kOther };

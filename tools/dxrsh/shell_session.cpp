@@ -5,12 +5,15 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
 #include <limits>
 #include <system_error>
 #include <utility>
 
+#include "devhost/fault_points.h"
 #include "dxr_devhost/inspect.h"
 #include "errors.h"
+#include "nearest.h"
 #include "run_host.h"
 #include "run_report.h"
 #include "say.h"
@@ -34,6 +37,12 @@ std::string ErrorText(uint32_t error) {
 std::string MailboxError(const DxrHostUnit &unit, uint32_t error) {
     const bool isNone = error == ENOENT || error == ENXIO;
     return UnitText(unit) + (isNone ? " has no mailbox" : ": " + ErrorText(error));
+}
+
+void RequireName(const std::string &word, const char *what) {
+    if (word.empty()) {
+        throw UsageError(fmt::format("{}: must not be empty", what));
+    }
 }
 
 void RequireCount(const Session::Words &words, size_t least, size_t most, const char *usage) {
@@ -110,6 +119,7 @@ void Session::CallHook(const Words &words) {
 
 void Session::Buffer(const Words &words) {
     RequireCount(words, 2, 2, "buffer NAME MEMORY");
+    RequireName(words[0], "NAME");
     if (!Blocks::IsMemory(words[1])) {
         throw UsageError(fmt::format("{}: '{}' describes no memory, such as @16 or hex:00ff",
                                      words[0], Printable(words[1], kShownWidth)));
@@ -127,6 +137,7 @@ void Session::Buffer(const Words &words) {
 
 void Session::Keep(const Words &words) {
     RequireCount(words, 1, 2, "keep NAME [WHAT]");
+    RequireName(words[0], "NAME");
     values_.Set(words[0], values_.Get(words.size() > 1 ? words[1] : "result"));
 }
 
@@ -319,6 +330,14 @@ void Session::Fail(const Words &words) {
     RequireCount(words, 1, 2, "fail POINT [N]");
     const uint64_t n =
         words.size() > 1 ? RequireUpTo(words[1], std::numeric_limits<uint64_t>::max(), "N") : 1;
+    const auto *const point =
+        std::find(std::begin(devhost::kFaultPoints), std::end(devhost::kFaultPoints), words[0]);
+    if (point == std::end(devhost::kFaultPoints)) {
+        const std::vector<std::string> known(std::begin(devhost::kFaultPoints),
+                                             std::end(devhost::kFaultPoints));
+        throw UsageError(fmt::format("there is no point '{}'; {}", Printable(words[0], kShownWidth),
+                                     Advice(words[0], known, "'help fail' lists them")));
+    }
     DxrHostFailNth(poked_.host, words[0].c_str(), n, false);
 }
 
@@ -455,6 +474,7 @@ void Session::Load(const Words &words) {
     if (words.empty()) {
         throw UsageError("usage: load MODULE [ARGUMENTS]");
     }
+    RequireName(words[0], "MODULE");
     auto module = std::make_unique<Module>(words[0]);
     const std::string name = module->Name();
     if (!begun_.insert(name).second) {
@@ -486,6 +506,7 @@ void Session::Unload(const Words &words) {
 // NOLINTNEXTLINE(readability-make-member-function-const): one of the commands, which are alike
 void Session::Trace(const Words &words) {
     if (words.size() == 2 && words[0] == "on") {
+        RequireName(words[1], "FILE");
         poked_.trace->Record(words[1]);
     } else if (words.size() == 1 && words[0] == "off") {
         poked_.trace->StopRecording();

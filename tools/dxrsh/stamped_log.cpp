@@ -41,7 +41,8 @@ void StampedLog::Open() {
     } else {
         log_.input = std::make_unique<StoppableInput>(path, options_.stop);
         log_.unpacked = std::make_unique<Unpacked>(*log_.input);
-        source = log_.unpacked.get();
+        log_.unmarked = std::make_unique<WithoutMark>(*log_.unpacked);
+        source = log_.unmarked.get();
         live_ = log_.input->IsLive();
     }
     log_.reader = std::make_unique<LineReader>(*source, options_.longestLine);
@@ -80,6 +81,7 @@ bool StampedLog::Next(StampedLine &line) {
     // The next log begins a line of its own.
     line.whole.complete = line.whole.complete || opened_ < options_.paths.size();
     line.text = clock_.Take(line.whole.text);
+    ++lines_;
     return true;
 }
 
@@ -88,8 +90,9 @@ void AddLogOptions(CLI::App &command, LogOptions &options) {
                        "The logs, also .gz and .zst; - or none: standard input");
     AddStampOptions(command, options.stamps);
     command
-        .add_option("--longest", options.longestLine, "Give up at a longer line (default 67108864)")
-        ->transform(AsWholeNumber())
+        .add_option("--longest", options.longestLine,
+                    "Give up at a longer line, 1 or more (default 67108864)")
+        ->transform(AsWholeNumber(1))
         ->type_name("BYTES");
 }
 

@@ -50,6 +50,9 @@ class StampedLog {
     [[nodiscard]] uint64_t BytesRead() const;
     // Whether what is read is written at the same time.
     [[nodiscard]] bool IsLive() const { return live_; }
+    // Given out so far.
+    [[nodiscard]] uint64_t Lines() const { return lines_; }
+    [[nodiscard]] bool LooksForStamps() const { return options_.stamps.format != "none"; }
 
   private:
     // One log.
@@ -57,6 +60,7 @@ class StampedLog {
         std::unique_ptr<StoppableInput> input;
         std::unique_ptr<FollowedFile> followed;
         std::unique_ptr<Unpacked> unpacked;
+        std::unique_ptr<WithoutMark> unmarked;
         std::unique_ptr<LineReader> reader;
     };
 
@@ -68,6 +72,7 @@ class StampedLog {
     uint64_t size_ = 0;
     uint64_t bytesBefore_ = 0;  // of the logs that are done
     size_t opened_ = 0;
+    uint64_t lines_ = 0;
     bool live_ = false;
     Opened log_;
     std::function<void()> onRead_;

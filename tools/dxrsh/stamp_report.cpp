@@ -1,0 +1,25 @@
+#include "stamp_report.h"
+
+#include "say.h"
+
+namespace dxrsh {
+
+void WarnOfStamps(const StampedLog &log) {
+    if (log.Lines() != 0 && log.Clock().Stamps().Count() == 0 && log.LooksForStamps()) {
+        Say(stderr,
+            "dxrsh: no time stamp was recognised: the clock {}; --stamp FORMAT tells a form\n",
+            log.IsLive() ? "was that of the machine" : "stood still");
+    }
+}
+
+void SayStamps(const StampedLog &log, bool saysForm) {
+    const LogStamps &stamps = log.Clock().Stamps();
+    if (stamps.Count() == 0) {
+        WarnOfStamps(log);
+    } else if (saysForm) {
+        Say(stderr, "stamped {} of {} lines: {}\n", stamps.Count(), log.Lines(),
+            stamps.Recognised());
+    }
+}
+
+}  // namespace dxrsh
