@@ -460,7 +460,7 @@ class Words(Case):
         self.assertEqual((report["lines_let_through"], report["lines_suppressed"],
                           len(report["records"]), report["left_behind"]), (1, 3, 3, 0))
         self.assertEqual(sum(slot["calls"] for slot in report["slots"]), 198)
-        report = json.loads(run("run", "--json", registers)[1])["report"]
+        report = json.loads(run("run", "--json", registers, "outside")[1])["report"]
         self.assertEqual((report["well"], report["reports"][0]["function"]), (False, "DXR_FOpen"))
         for words, status in (([], 0), (["x"], 1)):
             code, out, _ = run("replay", "--json", RECORDING, registers, *words)

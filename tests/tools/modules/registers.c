@@ -12,10 +12,13 @@ int DxrModuleMain(int argc, char **argv) {
     DXR_ReadReg(0, 1, 64, &value);
     DXR_SetEnv("speed", (void *)"100G", 5);
     DXR_GetEnv("speed", speed, sizeof(speed));
-    const bool isOpen = DXR_FOpen("missing.bin", "rb") != NULL;
+    bool isOpen = DXR_FOpen("missing.bin", "rb") != NULL;
     DXR_GetPrintHooks()->print(6, "port %u is %s", strcmp(word, "x") == 0 ? 4U : 3U, "up");
     if (strcmp(word, "again") == 0) {
         DXR_ReadReg(0, 1, 64, &value);
+    }
+    if (strcmp(word, "outside") == 0) {
+        isOpen |= DXR_FOpen("/missing.bin", "rb") != NULL;
     }
     return value == 0xC0FFEE && strcmp(speed, "100G") == 0 && !isOpen ? 0 : 1;
 }
