@@ -1,5 +1,5 @@
-// The points that can be made to fail, in one list: services can name no other one, and whoever lets
-// a user choose one looks here.
+// The points that can be made to fail, in one list: services can name no other one, and whoever
+// lets a user choose one looks here.
 #ifndef DXR_DEVHOST_FAULT_POINTS_H
 #define DXR_DEVHOST_FAULT_POINTS_H
 
