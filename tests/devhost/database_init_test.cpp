@@ -64,11 +64,13 @@ TEST_F(DatabaseInit, KeepsWhatItsTablesPromise) {
           "INSERT INTO ng_tm VALUES (1, 0, 5, 99, 1)",
           "INSERT INTO tm_port VALUES (1, 0, 9, 32, 0, 1, 1)",
           "INSERT INTO tm_port VALUES (1, 0, 9, 99, 9, 1, 1)",
+          "INSERT INTO tm_port VALUES (1, 0, 9, 99, 0, 1, 4294967296)",
           "INSERT INTO service_port VALUES (1, 0, 9, 1, 1, 1)",
           "INSERT INTO vsq VALUES (999, 1, 0, 1, 9)"}) {
         EXPECT_FALSE(database.Run(refused)) << refused;
     }
     EXPECT_TRUE(database.Run("INSERT INTO vsq VALUES (4294967295, 1, 0, 1, 1)"));
+    EXPECT_TRUE(database.Run("INSERT INTO tm_port VALUES (1, 0, 9, 99, 0, 1, 4294967295)"));
 }
 
 TEST_F(DatabaseInit, LeavesNothingWhenAStepFails) {

@@ -265,6 +265,9 @@ TEST_F(DeviceI2c, IsWatchedByTransfer) {
     request.bytes = 2;
     EXPECT_EQ(DXR_ReadI2c(&request), 0U);
     EXPECT_EQ(seen.size(), 1U) << "it ends before that offset";
+    request.bytes = 3;
+    EXPECT_EQ(DXR_ReadI2c(&request), 0U);
+    EXPECT_EQ(seen.size(), 2U) << "it ends with that offset";
 }
 
 TEST_F(DeviceMdio, ReadsAndWrites) {
@@ -515,7 +518,9 @@ TEST_F(DeviceFaults, ComeForSomeAddresses) {
     fault.accesses = 1;
     fault.size = 0;
     EXPECT_EQ(DxrHostFaultCells(host, &first, 4, &fault), 0U);
+    fault.size = sizeof(fault);
     EXPECT_EQ(DxrHostFaultCells(host, nullptr, 4, &fault), 0U);
+    EXPECT_EQ(DxrHostFaultCells(host, &first, 4, nullptr), 0U);
 }
 
 TEST_F(DeviceFaults, FlipTheByteTheyAreFor) {
@@ -528,6 +533,15 @@ TEST_F(DeviceFaults, FlipTheByteTheyAreFor) {
     ASSERT_NE(DxrHostFaultCells(host, &third, 1, &fault), 0U);
     EXPECT_EQ(DXR_ReadI2c(&request), 0U);
     EXPECT_EQ(bytes, (std::array<uint8_t, 4>{0, 0, 0x81, 0}));
+    // Another one for some of these bits flips them back.
+    const DxrHostCellFault other{
+        sizeof(other), DXR_HOST_FAULT_FLIP, DXR_HOST_FAULT_READS, 0x03, 1, 1, 0};
+    ASSERT_NE(DxrHostFaultCells(host, &third, 1, &other), 0U);
+    const DxrHostCellFault again{
+        sizeof(again), DXR_HOST_FAULT_FLIP, DXR_HOST_FAULT_READS, 0x41, 1, 1, 0};
+    ASSERT_NE(DxrHostFaultCells(host, &third, 1, &again), 0U);
+    EXPECT_EQ(DXR_ReadI2c(&request), 0U);
+    EXPECT_EQ(bytes, (std::array<uint8_t, 4>{0, 0, 0x42, 0}));
 }
 
 TEST_F(DeviceDelays, LastForTheHostsClock) {

@@ -316,7 +316,7 @@ TEST_F(DeviceReserved, IsMappedAsItsModeSays) {
     EXPECT_DEATH(static_cast<volatile char *>(readable)[5] = 'y', "");
     EXPECT_EQ(DXR_ChmodRsvMemFile(name, 0377), 0U);
     EXPECT_EQ(Map("log", 1, readable), uint32_t{EACCES});
-    EXPECT_EQ(DXR_ChmodRsvMemFile(name, 0600), 0U);
+    EXPECT_EQ(DXR_ChmodRsvMemFile(name, 0777), 0U);
     ASSERT_EQ(Map("log", 1, readable), 0U);
     EXPECT_EQ(readable, writable);
     EXPECT_EQ(DXR_ChmodRsvMemFile(const_cast<char *>("heap"), 0600), uint32_t{ENOENT});

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dxr_devhost/gtest.h"
+#include "slots/expected_slots.h"
 #include "test_kit_c_caller.h"
 
 namespace {
@@ -232,6 +233,36 @@ TEST_F(KitTest, EveryFilledSlotIsKeptAndLeadsToTheHost) {
         filled += bare[slot] != nullptr ? 1 : 0;
     }
     EXPECT_EQ(filled, 216U);
+}
+
+uintptr_t Zero() {
+    return 0;
+}
+
+// Each slot that a function reads, called with nothing but zeros, is kept by that function's name.
+TEST_F(KitTest, EverySlotIsKeptByItsName) {
+    using Words =
+        uintptr_t (*)(uintptr_t, uintptr_t, uintptr_t, uintptr_t, uintptr_t, uintptr_t, uintptr_t);
+    auto *const table = reinterpret_cast<DxrTestFunction *>(&g_dxrHooks);
+    uint32_t called = 0;
+    for (const dxrtest::Slot &slot : dxrtest::ExpectedSlots()) {
+        DxrTestFunction &hook = table[slot.Absolute()];
+        if (slot.use != dxrtest::Use::kDispatched || hook == nullptr) {
+            continue;
+        }
+        DxrTestBeginFake(&hook);
+        hook = reinterpret_cast<DxrTestFunction>(Zero);
+        DxrTestEndFake(&hook);
+        DxrTestForget();
+        (void)reinterpret_cast<Words>(hook)(0, 0, 0, 0, 0, 0, 0);
+        // One slot is read by two functions and bears the name of the first.
+        const bool isSecond = slot.name == "DXR_RegisterWithoutVelderFuncs";
+        const std::string name(isSecond ? "DXR_Register" : slot.name);
+        EXPECT_TRUE(Asked(name.c_str(), 1, 1)) << name;
+        DxrTestRestore(&hook);
+        ++called;
+    }
+    EXPECT_EQ(called, 212U);
 }
 
 TEST_F(KitTest, PatternsOfCalls) {
