@@ -18,6 +18,8 @@ namespace {
 // In virtual time a task that asks again and again without waiting sees the clock move after so
 // many questions.
 constexpr uint32_t kMostPointsAtOneMoment = 10000;
+constexpr uint64_t kLittleNs =
+    kNsPerMs;  // by this much where nothing is due, or what asks for the time
 
 // How long the end of the host waits for tasks that run and do not call it.
 constexpr uint64_t kGraceNs = 2 * kNsPerSec;
@@ -198,15 +200,13 @@ void Scheduler::SwitchPerhaps(ThreadRecord &thread) {
         return;
     }
     SchedulerLock lock(mutex_);
+    if (!hasEnded_ && ++pointsWithoutTime_ > kMostPointsAtOneMoment) {
+        const Alarm *const next = alarms_.Earliest();
+        LetPass(lock, next != nullptr ? next->due : clock.NowNs() + kLittleNs);
+    }
     if (hasEnded_) {
         StayAfterEnd(lock, *task);
         return;
-    }
-    if (++pointsWithoutTime_ > kMostPointsAtOneMoment && alarms_.Earliest() != nullptr) {
-        Alarm &next = *alarms_.Earliest();
-        clock.MoveTo(std::max(clock.NowNs(), next.due));
-        pointsWithoutTime_ = 0;
-        Fire(next);
     }
     if (ready_.empty()) {
         return;
@@ -214,6 +214,40 @@ void Scheduler::SwitchPerhaps(ThreadRecord &thread) {
     task->state = TaskState::kReady;
     ready_.push_back(task);
     SwitchAway(lock, *task);
+}
+
+// Who only looks at the clock waits for it to move, whatever else is due; but lines of a log have
+// the time too, and hours must not pass with these.
+void Scheduler::CountQuestion(ThreadRecord &thread) {
+    const Task *const task = thread.taskHost == host_.number ? thread.task.get() : nullptr;
+    if (task == nullptr || !task->isScheduled ||
+        ++questionsWithoutTime_ <= kMostPointsAtOneMoment) {
+        return;
+    }
+    SchedulerLock lock(mutex_);
+    if (hasEnded_) {
+        questionsWithoutTime_ = 0;
+        clock.MoveTo(clock.NowNs() + kLittleNs);
+        return;
+    }
+    const Alarm *const next = alarms_.Earliest();
+    const uint64_t soon = clock.NowNs() + kLittleNs;
+    LetPass(lock, next != nullptr ? std::min(next->due, soon) : soon);
+}
+
+// Under the lock: moves the clock, which may be the end of the run, and fires what is due then.
+void Scheduler::LetPass(SchedulerLock &lock, uint64_t untilNs) {
+    if (untilNs > endNs_) {
+        EndRun(lock, "the time is over");
+        return;
+    }
+    clock.MoveTo(std::max(clock.NowNs(), untilNs));
+    pointsWithoutTime_ = 0;
+    questionsWithoutTime_ = 0;
+    Alarm *const next = alarms_.Earliest();
+    if (next != nullptr && next->due <= clock.NowNs()) {
+        Fire(*next);
+    }
 }
 
 void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
@@ -273,12 +307,8 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
                 return nullptr;
             }
             EndRun(lock, "deadlock: all tasks wait");
-        } else if (next->due > endNs_) {
-            EndRun(lock, "the time is over");
         } else {
-            clock.MoveTo(std::max(clock.NowNs(), next->due));
-            pointsWithoutTime_ = 0;
-            Fire(*next);
+            LetPass(lock, next->due);
         }
     }
 }

@@ -202,6 +202,13 @@ class Scheduler {
         }
     }
 
+    // The time is asked for: in virtual time it passes for a task that does nothing else.
+    void AskedForTime(ThreadRecord &thread) {
+        if (clock.IsVirtual()) {
+            CountQuestion(thread);
+        }
+    }
+
     // Makes a task, which runs from now on. Gives its number; 0 when no thread can be made.
     uint32_t Create(std::unique_ptr<Task> made);
 
@@ -279,6 +286,8 @@ class Scheduler {
     Task *CreateLocked(std::shared_ptr<Task> task);
     void Finish(Waiter &waiter, Woken result);
     void SwitchPerhaps(ThreadRecord &thread);
+    void CountQuestion(ThreadRecord &thread);
+    void LetPass(SchedulerLock &lock, uint64_t untilNs);
     void SwitchAway(SchedulerLock &lock, Task &self);
     Task *Choose(SchedulerLock &lock);
     void EndRun(SchedulerLock &lock, const char *what);
@@ -303,6 +312,7 @@ class Scheduler {
     Task *running_ = nullptr;    // virtual time
     std::vector<Task *> ready_;  // virtual time, but for the running one
     uint32_t pointsWithoutTime_ = 0;
+    uint32_t questionsWithoutTime_ = 0;  // of the task that runs
     JobQueue due_;
     Task *timer_ = nullptr;
     WaitList timerIsIdle_;

@@ -22,12 +22,13 @@ class TimeService : public Service {
     std::atomic<int32_t> zoneSec{0};
 };
 
-const Clock &ClockOf(Host &host) {
-    return host.scheduler.clock;
+const Clock &ClockOf(const Call &call) {
+    call->scheduler.AskedForTime(call.Thread());
+    return call->scheduler.clock;
 }
 
-uint32_t NowSec(Host &host) {
-    return static_cast<uint32_t>(ClockOf(host).WallMs() / 1000);
+uint32_t NowSec(const Call &call) {
+    return static_cast<uint32_t>(ClockOf(call).WallMs() / 1000);
 }
 
 DxrSysTime TimeOf(int64_t sec) {
@@ -113,7 +114,7 @@ void Store(void *to, Value value) {
 void GetSysTime(DxrSysTime *time) {
     const Call call("DXR_GetSysTime");
     if (call && IsThere(call, time)) {
-        Store(time, TimeOf(NowSec(*call)));
+        Store(time, TimeOf(NowSec(call)));
     }
 }
 
@@ -149,25 +150,25 @@ void Tick2Ms(void *count) {
 
 uint64_t GetCurrMs() {
     const Call call("DXR_GetCurrMs");
-    return call ? ClockOf(*call).WallMs() : 0;
+    return call ? ClockOf(call).WallMs() : 0;
 }
 
 uint32_t GetCurrSec() {
     const Call call("DXR_GetCurrSec");
-    return call ? NowSec(*call) : 0;
+    return call ? NowSec(call) : 0;
 }
 
 void GetCurrentTick(void *tick) {
     const Call call("DXR_GetCurrentTick");
     if (call && IsThere(call, tick)) {
-        Store(tick, ClockOf(*call).NowNs() / (DXR_HOST_TICK_MS * kNsPerMs));
+        Store(tick, ClockOf(call).NowNs() / (DXR_HOST_TICK_MS * kNsPerMs));
     }
 }
 
 void GetCpuTick(void *high, void *low) {
     const Call call("DXR_GetCpuTick");
     if (call && IsThere(call, high) && IsThere(call, low)) {
-        const uint64_t now = ClockOf(*call).NowNs();
+        const uint64_t now = ClockOf(call).NowNs();
         Store(high, static_cast<uint32_t>(now >> 32));
         Store(low, static_cast<uint32_t>(now));
     }
@@ -184,7 +185,7 @@ void GetCurrTime(char *text, uint32_t size, uint32_t *sec) {
     if (!call) {
         return;
     }
-    const uint32_t now = NowSec(*call);
+    const uint32_t now = NowSec(call);
     if (sec != nullptr) {
         Store(sec, now);
     }
@@ -217,7 +218,7 @@ uint32_t CalSystimeRelSec(void *from, void *to, void *sec) {
 void GetStartupTimeStamp(void *stamp) {
     const Call call("DXR_GetStartupTimeStamp");
     if (call && IsThere(call, stamp)) {
-        Store(stamp, TimeOf(ClockOf(*call).StartedAtSec()));
+        Store(stamp, TimeOf(ClockOf(call).StartedAtSec()));
     }
 }
 
@@ -231,7 +232,7 @@ void AddStartupTime(void *time) {
             call.Misuse(kService, "a time that is none");
             return;
         }
-        Store(time, TimeOf(*sec + ClockOf(*call).StartedAtSec()));
+        Store(time, TimeOf(*sec + ClockOf(call).StartedAtSec()));
     }
 }
 
@@ -240,7 +241,7 @@ uint32_t GetGMT(void *time) {
     if (!call || !IsThere(call, time)) {
         return EINVAL;
     }
-    Store(time, TimeOf(NowSec(*call)));
+    Store(time, TimeOf(NowSec(call)));
     return 0;
 }
 
@@ -250,7 +251,7 @@ uint32_t GetLocalTime(void *time, void *zone) {
         return EINVAL;
     }
     const int32_t zoneSec = call->Get<TimeService>(ServiceId::kSystemTime).zoneSec;
-    Store(time, TimeOf(int64_t{NowSec(*call)} + zoneSec));
+    Store(time, TimeOf(int64_t{NowSec(call)} + zoneSec));
     if (zone != nullptr) {
         Store(zone, zoneSec);
     }
@@ -259,7 +260,7 @@ uint32_t GetLocalTime(void *time, void *zone) {
 
 uint32_t GetStartupTimeSec() {
     const Call call("DXR_GetStartupTimeSec");
-    return call ? ClockOf(*call).StartupSec() : 0;
+    return call ? ClockOf(call).StartupSec() : 0;
 }
 
 }  // namespace

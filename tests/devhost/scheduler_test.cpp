@@ -171,6 +171,60 @@ TEST_F(VirtualTime, ATaskThatOnlyAsksSeesTheClockMove) {
     EXPECT_EQ(DxrHostGetElapsedNs(host), 50000000U);
 }
 
+// As a driver does that gives a device some time to answer.
+TEST_F(VirtualTime, ALoopWithATimeOutEnds) {
+    const uint64_t began = DXR_GetCurrMs();
+    while (DXR_GetCurrMs() < began + 20) {
+        EXPECT_EQ(DXR_DelayTask(0), 0U);
+    }
+    uint32_t value = 0;
+    do {
+        EXPECT_EQ(DXR_ReadReg(0, 0, 0, &value), 0U);
+    } while (DXR_GetCurrMs() < began + 40);
+    while (DXR_GetCurrMs() < began + 60) {
+    }
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 60000000U);
+}
+
+// Lines of a log have the time, which must not take the run to the next hour.
+TEST_F(VirtualTime, WhoOnlyLooksAtTheClockSeesItMoveALittle) {
+    bool hasFired = false;
+    Spawn(
+        [](void *fired) {
+            DXR_DelayTask(kHour);
+            *static_cast<bool *>(fired) = true;
+        },
+        &hasFired);
+    EXPECT_EQ(DXR_DelayTask(1), 0U);
+    for (int i = 0; i < 25000; ++i) {
+        (void)DXR_GetStartupTimeSec();
+    }
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 3000000U);
+    EXPECT_FALSE(hasFired);
+    EXPECT_EQ(DXR_DelayTask(kHour), 0U);
+    EXPECT_TRUE(hasFired);
+}
+
+TEST_F(VirtualTime, ATaskThatNeverWaitsDoesNotOutliveTheRun) {
+    End();
+    options.endSec = 1;
+    Begin();
+    Spawn(
+        [](void *) {
+            while (DXR_DelayTask(100) == 0) {
+            }
+        },
+        nullptr);
+    while (DXR_DelayTask(0) == 0) {
+    }
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 1000000000U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), ElementsAre(HasSubstr("the time is over")));
+    const uint64_t ended = DXR_GetCurrMs();
+    while (DXR_GetCurrMs() < ended + 5) {
+        EXPECT_EQ(DXR_DelayTask(0), static_cast<uint32_t>(ECANCELED));
+    }
+}
+
 TEST_F(VirtualTime, AThreadOfTheModulesOwnIsReported) {
     std::atomic<bool> isDone{false};
     std::thread foreign([&isDone] {
