@@ -425,6 +425,12 @@ TEST_F(ReplayTest, MisuseIsRefused) {
     std::array<char, 64> problem{};
     EXPECT_EQ(static_cast<uint32_t>(EINVAL),
               DxrReplayStart("x", &options, problem.data(), problem.size()));
+    EXPECT_STREQ("wrong options", problem.data());
+    DxrReplayInitOptions(&options);
+    options.format = DXR_TRACE_CHROME;
+    EXPECT_EQ(static_cast<uint32_t>(EINVAL),
+              DxrReplayStart("x", &options, problem.data(), problem.size()));
+    EXPECT_STREQ("wrong options", problem.data());
     EXPECT_EQ(static_cast<uint32_t>(ENOENT), DxrReplayStart("/nowhere", nullptr, nullptr, 0));
     Record({}, [] {});
     const Replayed replayed = Replay([&] {

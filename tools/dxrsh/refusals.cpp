@@ -94,7 +94,7 @@ void RefuseEmptyValues(CLI::App &program) {
 
 std::vector<std::string> RequireWords(const CLI::App &command, size_t least,
                                       const std::string &what) {
-    const std::vector<std::string> words = command.remaining();
+    std::vector<std::string> words = command.remaining();
     const Asked asked{&command, "dxrsh " + command.get_name()};
     // An option of the command among them was not taken as one.
     for (size_t i = 0; i < std::min(least, words.size()); ++i) {
@@ -113,7 +113,7 @@ std::vector<std::string> RequireWords(const CLI::App &command, size_t least,
 
 std::string RefusalOf(const CLI::App &program, const CLI::ParseError &error) {
     const Asked asked = AskedOf(program);
-    const std::string text = error.what();
+    std::string text = error.what();
     const std::vector<std::string> left = program.remaining(true);
     if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr && !left.empty()) {
         return WordRefused(asked, left.front());
