@@ -338,7 +338,8 @@ void Scheduler::TellEnd(SchedulerLock &lock, const char *what) {
     for (const auto &[id, task] : tasks_) {
         if (task->waiter != nullptr && !task->isTimer) {
             const WaitReason &reason = *task->waiter->reason;
-            waiting.push_back({id, task->name, reason.place, reason.text.data()});
+            const void *const heldBy = reason.heldBy != nullptr ? reason.heldBy->load() : nullptr;
+            waiting.push_back({id, task->name, reason.place, reason.text.data(), heldBy});
         }
     }
     lock.unlock();
@@ -346,6 +347,9 @@ void Scheduler::TellEnd(SchedulerLock &lock, const char *what) {
     for (const Waiting &each : waiting) {
         text += "; task " + std::to_string(each.id) + " \"" + each.name + "\" waits for " +
                 each.what + " (" + Describe(each.place) + ")";
+        if (each.heldBy != nullptr) {
+            text += ", locked by " + Describe(each.heldBy);
+        }
     }
     host_.reports.Add(DXR_HOST_REPORT_RUN, "task", {}, what, text);
     lock.lock();

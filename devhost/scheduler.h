@@ -57,6 +57,7 @@ class Condition {
 struct WaitReason {
     Place place;
     std::array<char, 96> text{};
+    const std::atomic<const void *> *heldBy = nullptr;  // the caller that holds it; null: nobody
 
     [[gnu::format(printf, 3, 4)]] WaitReason(const Place &at, const char *format, ...);
 };
@@ -273,6 +274,7 @@ class Scheduler {
         std::string name;
         Place place;
         std::string what;
+        const void *heldBy;  // null: nobody
     };
 
     static void *Main(void *user);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "host.h"
+#include "lock_order.h"
 
 namespace devhost {
 
@@ -43,64 +44,6 @@ constexpr const char *kService = "task";
 constexpr uint32_t kHighestPriority = 255;
 constexpr uint32_t kAnyEvent = 0;
 constexpr uint32_t kAllEvents = 1;
-
-// Which mutex was ever locked while which other one was held, and where.
-class LockOrder {
-  public:
-    struct Edge {
-        const void *first;
-        const void *second;
-    };
-
-    // Notes that `second` is locked while `first` is held. True, the first time, when the other
-    // order was seen before, through whatever mutexes in between; then also where that began.
-    bool Note(const Mutex &first, const Mutex &second, const void *caller, Edge &before) {
-        const std::lock_guard lock(mutex_);
-        const auto [edge, isNew] =
-            edges_.try_emplace({first.number, second.number}, Edge{first.lockedAt, caller});
-        if (!isNew) {
-            return false;
-        }
-        next_[first.number].insert(second.number);
-        std::set<uint64_t> seen;
-        for (const uint64_t step : next_[second.number]) {
-            if (Reaches(step, first.number, seen)) {
-                before = edges_.at({second.number, step});
-                return true;
-            }
-        }
-        return false;
-    }
-
-    void Forget(uint64_t number) {
-        const std::lock_guard lock(mutex_);
-        next_.erase(number);
-        for (auto &[from, to] : next_) {
-            to.erase(number);
-        }
-        std::erase_if(edges_, [number](const auto &edge) {
-            return edge.first.first == number || edge.first.second == number;
-        });
-    }
-
-  private:
-    bool Reaches(uint64_t from, uint64_t to, std::set<uint64_t> &seen) {
-        if (from == to) {
-            return true;
-        }
-        if (!seen.insert(from).second) {
-            return false;
-        }
-        const auto found = next_.find(from);
-        return found != next_.end() &&
-               std::any_of(found->second.begin(), found->second.end(),
-                           [&](uint64_t step) { return Reaches(step, to, seen); });
-    }
-
-    std::mutex mutex_;
-    std::map<std::pair<uint64_t, uint64_t>, Edge> edges_;
-    std::map<uint64_t, std::set<uint64_t>> next_;
-};
 
 class TaskService : public Service {
   public:
@@ -145,6 +88,30 @@ std::vector<Mutex *> &HeldBy(ThreadRecord &thread, const Host &host) {
     return thread.held;
 }
 
+// "mutex 2 is locked while mutex 1 is held, ..."; the other order may lead through further mutexes.
+std::string TextOf(const Mutex &held, const Mutex &mutex,
+                   const std::vector<LockOrder::Edge> &before) {
+    std::string text = "mutex " + std::to_string(mutex.number) + " is locked while mutex " +
+                       std::to_string(held.number) + " is held, locked by " +
+                       Describe(held.lockedAt) + "; elsewhere ";
+    if (before.size() == 1) {
+        text += "the first was held, locked by " + Describe(before[0].firstAt) + ", before " +
+                Describe(before[0].secondAt);
+    }
+    constexpr size_t kMostSteps = 3;
+    const size_t steps = before.size() == 1 ? 0 : std::min(before.size(), kMostSteps);
+    for (size_t i = 0; i < steps; ++i) {
+        text += (i == 0 ? "mutex " : ", mutex ") + std::to_string(before[i].first) +
+                " was held, locked by " + Describe(before[i].firstAt) + ", before " +
+                Describe(before[i].secondAt) + " locked mutex " + std::to_string(before[i].second);
+    }
+    if (before.size() > kMostSteps) {
+        text += ", and so on to mutex " + std::to_string(held.number) + " through " +
+                std::to_string(before.size() - kMostSteps) + " more";
+    }
+    return text + ": this could deadlock";
+}
+
 // Notes in what order the thread locked the mutex, the last that it holds.
 void NoteOrder(const Call &call, const std::vector<Mutex *> &now, const Mutex &mutex) {
     try {
@@ -152,16 +119,14 @@ void NoteOrder(const Call &call, const std::vector<Mutex *> &now, const Mutex &m
         // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
         const std::vector<Mutex *> held = now;
         for (const Mutex *const each : held) {
-            LockOrder::Edge before{};
-            if (each != &mutex &&
-                StateOf(*call).order.Note(*each, mutex, call.At().address, before)) {
+            if (each == &mutex) {
+                continue;
+            }
+            const std::vector<LockOrder::Edge> before = StateOf(*call).order.Note(
+                {each->number, mutex.number, each->lockedAt, call.At().address});
+            if (!before.empty()) {
                 call->reports.Add(DXR_HOST_REPORT_RISK, kService, call.At(), "order of locks",
-                                  "mutex " + std::to_string(mutex.number) +
-                                      " is locked while mutex " + std::to_string(each->number) +
-                                      " is held, locked by " + Describe(each->lockedAt) +
-                                      "; elsewhere the first was held, locked by " +
-                                      Describe(before.first) + ", before " +
-                                      Describe(before.second) + ": this could deadlock");
+                                  TextOf(*each, mutex, before));
             }
         }
     } catch (const std::bad_alloc &) {
@@ -189,8 +154,9 @@ bool LockSlowly(const Call &call, Mutex &mutex) {
                                                 std::memory_order_relaxed)) {
             continue;
         }
-        const WaitReason reason(call.At(), "mutex %llu",
-                                static_cast<unsigned long long>(mutex.number.load()));
+        WaitReason reason(call.At(), "mutex %llu",
+                          static_cast<unsigned long long>(mutex.number.load()));
+        reason.heldBy = &mutex.lockedAt;
         if (scheduler.Wait(lock, task, mutex.waiters, kForever, reason) == Woken::kEnded) {
             return false;
         }

@@ -143,6 +143,8 @@ TEST_F(VirtualTime, ADeadlockEndsTheRunWithWhoWaitsForWhat) {
     EXPECT_THAT(ends[0], HasSubstr("\"main\" waits for the end of task 2 (DxrHostJoinTask"));
     EXPECT_THAT(ends[0], HasSubstr("\"left\" waits for mutex 2 (DXR_LockMutex"));
     EXPECT_THAT(ends[0], HasSubstr("\"right\" waits for mutex 1 (DXR_LockMutex"));
+    EXPECT_THAT(ends[0],
+                testing::ContainsRegex("waits for mutex 1 .*, locked by .*scheduler_test"));
     EXPECT_EQ(DXR_DelayTask(5), static_cast<uint32_t>(ECANCELED)) << "the run is over";
     EXPECT_EQ(End(), 4U) << "two tasks and two mutexes";
 }

@@ -111,6 +111,60 @@ TEST_F(RealHostTask, AnOrderOfLocksThatCouldDeadlockIsReportedOnce) {
     }
 }
 
+TEST_F(RealHostTask, AnOrderOfLocksThroughOthersIsReportedWithAllItsSteps) {
+    std::array<void *, 3> mutexes{};
+    for (void *&mutex : mutexes) {
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    }
+    for (size_t i = 0; i < mutexes.size(); ++i) {
+        DXR_LockMutex(mutexes[i]);
+        DXR_LockMutex(mutexes[(i + 1) % 3]);
+        DXR_UnlockMutex(mutexes[(i + 1) % 3]);
+        DXR_UnlockMutex(mutexes[i]);
+    }
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RISK),
+                testing::ElementsAre(testing::ContainsRegex(
+                    "mutex 1 is locked while mutex 3 is held, locked by .*; elsewhere mutex 1 was "
+                    "held, locked by .*, before .* locked mutex 2, mutex 2 was held, locked by .*, "
+                    "before .* locked mutex 3: this could deadlock")));
+    for (void *const mutex : mutexes) {
+        EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
+    }
+}
+
+// Each is locked before the one with the number below it, by a task with little room.
+TEST_F(RealHostTask, ALongChainOfLocksIsNoHarm) {
+    static std::array<void *, 5000> mutexes{};
+    for (void *&mutex : mutexes) {
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    }
+    const auto chain = [](void * /*user*/) {
+        const auto inOrder = [](void *first, void *second) {
+            DXR_LockMutex(first);
+            DXR_LockMutex(second);
+            DXR_UnlockMutex(second);
+            DXR_UnlockMutex(first);
+        };
+        for (size_t i = 1; i < mutexes.size(); ++i) {
+            inOrder(mutexes[i], mutexes[i - 1]);
+        }
+        inOrder(mutexes.front(), mutexes.back());
+    };
+    DxrHostTaskOptions little{};
+    little.size = sizeof(little);
+    little.stackSize = 128 * 1024;
+    uint32_t task = 0;
+    ASSERT_EQ(
+        DXR_CreateTask(nullptr, reinterpret_cast<void *>(+chain), nullptr, 10, &little, 0, &task),
+        0U);
+    EXPECT_EQ(DxrHostJoinTask(host, task, DXR_HOST_FOREVER), 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RISK),
+                testing::ElementsAre(HasSubstr("and so on to mutex 1 through 4996 more")));
+    for (void *const mutex : mutexes) {
+        EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
+    }
+}
+
 // Whoever is told of a risk may lock too.
 TEST_F(RealHostTask, AReportOfAnOrderOfLocksMayLock) {
     static std::array<void *, 20> others{};
