@@ -278,8 +278,7 @@ bool TakeOut(DxrHost *given, ThreadRecord &thread, const void *caller) {
         if (!call) {
             return false;
         }
-        const bool isTask = thread.taskHost == host->number && thread.task != nullptr &&
-                            thread.task->entry != nullptr;
+        const bool isTask = thread.own != nullptr && thread.own->host == host;
         if (isIn || isTask) {
             host->reports.Add(DXR_HOST_REPORT_MISUSE, "host", {"DxrHostDestroy", caller},
                               "from within",
@@ -338,9 +337,8 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
     if (out != nullptr) {
         host->reports.WriteAll(out);
     }
-    if (thread->taskHost == host->number) {
-        thread->task.reset();
-    }
+    thread->tasks.Forget(host->number);
+    thread->held.Forget(host->number);
     devhost::live::Leave(host, *thread);
     if (!host->IsInUse()) {
         delete host;

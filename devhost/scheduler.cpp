@@ -192,10 +192,7 @@ void Scheduler::WakeAll(WaitList &list) {
 // --- Virtual time: one runs at a time
 
 void Scheduler::SwitchPerhaps(ThreadRecord &thread) {
-    if (thread.taskHost != host_.number) {
-        return;
-    }
-    Task *const task = thread.task.get();
+    Task *const task = TaskOf(thread);
     if (task == nullptr || !task->isScheduled) {
         return;
     }
@@ -219,7 +216,7 @@ void Scheduler::SwitchPerhaps(ThreadRecord &thread) {
 // Who only looks at the clock waits for it to move, whatever else is due; but lines of a log have
 // the time too, and hours must not pass with these.
 void Scheduler::CountQuestion(ThreadRecord &thread) {
-    const Task *const task = thread.taskHost == host_.number ? thread.task.get() : nullptr;
+    const Task *const task = TaskOf(thread);
     if (task == nullptr || !task->isScheduled ||
         ++questionsWithoutTime_ <= kMostPointsAtOneMoment) {
         return;
@@ -377,7 +374,7 @@ void Scheduler::End(ThreadRecord &thread, const char *service, const Place &plac
     host_.reports.Add(DXR_HOST_REPORT_RUN, service, place, what, text);
     SchedulerLock lock(mutex_);
     EndWaits(text);
-    Task *const task = thread.taskHost == host_.number ? thread.task.get() : nullptr;
+    Task *const task = TaskOf(thread);
     if (task == nullptr || task->entry == nullptr) {
         return;
     }
@@ -415,6 +412,11 @@ std::string Scheduler::EndText() {
 
 // --- Tasks
 
+Task *Scheduler::TaskOf(ThreadRecord &thread) const {
+    const std::shared_ptr<Task> *const found = thread.tasks.Find(host_.number);
+    return found != nullptr ? found->get() : nullptr;
+}
+
 Task &Scheduler::Adopt(ThreadRecord &thread, const char *name, bool isScheduled) {
     auto task = std::make_shared<Task>();
     task->isScheduled = isScheduled;
@@ -425,8 +427,7 @@ Task &Scheduler::Adopt(ThreadRecord &thread, const char *name, bool isScheduled)
     task->id = ++lastTask_;
     task->name = name != nullptr ? name : "thread " + std::to_string(task->id);
     tasks_.emplace(task->id, task);
-    thread.task = task;
-    thread.taskHost = host_.number;
+    thread.tasks.Of(host_.number) = task;
     return *task;
 }
 
@@ -436,8 +437,8 @@ void Scheduler::AdoptMain() {
 }
 
 Task &Scheduler::Current(ThreadRecord &thread, const Place &place) {
-    if (thread.taskHost == host_.number && thread.task != nullptr) {
-        return *thread.task;
+    if (Task *const known = TaskOf(thread); known != nullptr) {
+        return *known;
     }
     EndStopped(thread);
     Task &task = Adopt(thread, nullptr, false);
@@ -506,10 +507,11 @@ void *Scheduler::Main(void *user) {
     auto *const task = static_cast<Task *>(user);
     ThreadRecord &thread = *task->record;
     KeepThreadRecord(thread);
-    thread.task = task->self;
-    thread.taskHost = task->host->number;
+    thread.tasks.Of(task->host->number) = task->self;
+    thread.own = task;
     thread.depth = 0;
     RunBody(task);
+    thread.own = nullptr;
     // A task that was ended within calls leaves them here.
     thread.depth = 0;
     thread.inside.store(nullptr, std::memory_order_release);
@@ -557,20 +559,16 @@ void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
 }
 
 void Scheduler::EndStopped(ThreadRecord &thread) {
-    Task *const task = thread.task.get();
-    if (task != nullptr && task->entry != nullptr && task->isStopped) {
-        std::longjmp(task->end, 1);  // NOLINT(cert-err52-cpp): through functions of C
+    if (thread.own != nullptr && thread.own->isStopped) {
+        std::longjmp(thread.own->end, 1);  // NOLINT(cert-err52-cpp): through functions of C
     }
 }
 
 void Scheduler::ThreadEnds(ThreadRecord &thread) {
-    Task *const task = thread.task.get();
-    if (task == nullptr || task->entry != nullptr) {
-        return;
-    }
     Host *const host = Enter(thread);
-    // The first task stays: the run is its.
-    if (host != nullptr && host->number == thread.taskHost && !task->isScheduled) {
+    Task *const task = host != nullptr ? host->scheduler.TaskOf(thread) : nullptr;
+    // The first task stays: the run is its. Those of the host's own threads end by themselves.
+    if (task != nullptr && task->entry == nullptr && !task->isScheduled) {
         host->scheduler.TaskEnds(*task);
     }
     Leave(thread);

@@ -284,6 +284,7 @@ class Scheduler {
     [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);
     void StayAfterEnd(SchedulerLock &lock, Task &task);
     void AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const WaitReason &reason);
+    Task *TaskOf(ThreadRecord &thread) const;
     Task &Adopt(ThreadRecord &thread, const char *name, bool isScheduled);
     Task *CreateLocked(std::shared_ptr<Task> task);
     void Finish(Waiter &waiter, Woken result);

@@ -81,11 +81,7 @@ TaskService &StateOf(Host &host) {
 
 // The mutexes that the thread holds of this host.
 std::vector<Mutex *> &HeldBy(ThreadRecord &thread, const Host &host) {
-    if (thread.heldHost != host.number) [[unlikely]] {
-        thread.held.clear();
-        thread.heldHost = host.number;
-    }
-    return thread.held;
+    return thread.held.Of(host.number);
 }
 
 // "mutex 2 is locked while mutex 1 is held, ..."; the other order may lead through further mutexes.
@@ -98,7 +94,7 @@ std::string TextOf(const Mutex &held, const Mutex &mutex,
         text += "the first was held, locked by " + Describe(before[0].firstAt) + ", before " +
                 Describe(before[0].secondAt);
     }
-    constexpr size_t kMostSteps = 3;
+    constexpr size_t kMostSteps = 2;
     const size_t steps = before.size() == 1 ? 0 : std::min(before.size(), kMostSteps);
     for (size_t i = 0; i < steps; ++i) {
         text += (i == 0 ? "mutex " : ", mutex ") + std::to_string(before[i].first) +

@@ -48,8 +48,9 @@ struct Return {
         if (record != nullptr) {
             Scheduler::ThreadEnds(*record);
             t_record = nullptr;
-            record->task.reset();
-            std::vector<Mutex *>().swap(record->held);
+            record->tasks.Clear();
+            record->held.Clear();
+            record->own = nullptr;
             std::vector<NamedCall>().swap(record->named);
             record->isUsed.store(false, std::memory_order_release);
         }
@@ -83,6 +84,10 @@ bool HasMemBarrier() {
 }
 
 }  // namespace
+
+bool IsNeeded(const std::shared_ptr<Task> &task) {
+    return task.use_count() > 1;
+}
 
 ThreadRecord &TakeThreadRecord() {
     ThreadRecord *record = TakeUnused();

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace devhost {
@@ -19,6 +20,72 @@ struct NamedCall {
     uint32_t depth;
 };
 
+// Whether something of a thread in a host is of use there after a call: a task that the host still
+// has, mutexes that are locked.
+bool IsNeeded(const std::shared_ptr<Task> &task);
+inline bool IsNeeded(const std::vector<Mutex *> &held) {
+    return !held.empty();
+}
+
+// What a thread has in each host, by the host's number; at hand that of the host it asked for last.
+template <typename Value>
+class PerHost {
+  public:
+    // Empty at first. May throw std::bad_alloc when it is another host than the last one.
+    Value &Of(uint32_t host) {
+        if (host_ != host) [[unlikely]] {
+            Turn(host);
+        }
+        return here_;
+    }
+
+    // Null where nothing was asked for yet.
+    [[nodiscard]] Value *Find(uint32_t host) {
+        if (host_ == host) [[likely]] {
+            return &here_;
+        }
+        for (auto &[number, value] : others_) {
+            if (number == host) {
+                return &value;
+            }
+        }
+        return nullptr;
+    }
+
+    void Forget(uint32_t host) {
+        if (host_ == host) {
+            here_ = Value();
+        }
+        std::erase_if(others_, [host](const auto &each) { return each.first == host; });
+    }
+
+    void Clear() {
+        here_ = Value();
+        std::vector<std::pair<uint32_t, Value>>().swap(others_);
+    }
+
+  private:
+    void Turn(uint32_t host) {
+        std::erase_if(others_, [](const auto &each) { return !IsNeeded(each.second); });
+        if (IsNeeded(here_)) {
+            others_.emplace_back(host_, std::move(here_));
+        }
+        here_ = Value();
+        host_ = host;
+        for (auto at = others_.begin(); at != others_.end(); ++at) {
+            if (at->first == host) {
+                here_ = std::move(at->second);
+                others_.erase(at);
+                return;
+            }
+        }
+    }
+
+    uint32_t host_ = 0;
+    Value here_;
+    std::vector<std::pair<uint32_t, Value>> others_;
+};
+
 // Records are never freed: a thread that begins takes over one of a thread that has ended, with the
 // caches in it.
 struct ThreadRecord {
@@ -30,14 +97,14 @@ struct ThreadRecord {
     ThreadRecord *next = nullptr;
     std::vector<NamedCall> named;  // the hosts that calls of this thread are in by name
 
+    PerHost<std::shared_ptr<Task>> tasks;
+    PerHost<std::vector<Mutex *>> held;  // in the order of locking
+    Task *own = nullptr;                 // that the thread was made for
+
     // What belongs to one host, by its number; stale when the host is another one.
-    uint32_t taskHost = 0;
-    std::shared_ptr<Task> task;
     uint32_t cacheHost = 0;
     void *memoryCache = nullptr;
     Host *cacheMark = nullptr;  // what stands in `inside` during quick calls in that host
-    uint32_t heldHost = 0;
-    std::vector<Mutex *> held;  // in the order of locking
 };
 
 extern thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]];
