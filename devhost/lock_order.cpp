@@ -66,8 +66,8 @@ std::vector<LockOrder::Edge> LockOrder::Note(const Edge &edge) {
     }
     second.before.insert(edge.first);
 
-    // From both ends in turn: it is over as soon as either has nowhere to go, which is at once for a
-    // mutex that was never locked before another one, or never after one.
+    // From both ends in turn: it is over as soon as either has nowhere to go, which is at once for
+    // a mutex that was never locked before another one, or never after one.
     Search forward(*this, edge.second, edge.first, true);
     Search backward(*this, edge.first, edge.second, false);
     while (!forward.IsOver() && !backward.IsOver()) {
