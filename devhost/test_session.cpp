@@ -249,6 +249,11 @@ bool Holds(const std::string &why, char *text, uint32_t size) {
 constexpr const char *kNoTest = "no test has begun";
 constexpr const char *kNoMemory = "there is no memory to say why";
 
+// Whether a name leads to a file below a directory.
+bool IsBelow(const std::filesystem::path &name) {
+    return name.is_relative() && std::find(name.begin(), name.end(), "..") == name.end();
+}
+
 bool WriteWhole(const std::string &path, const void *data, uint32_t bytes) {
     std::error_code error;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
@@ -378,10 +383,16 @@ const char *DxrTestGetDirectory(void) {
 
 bool DxrTestWriteFile(const char *name, const void *data, uint32_t bytes) {
     const char *const directory = DxrTestGetDirectory();
-    if (directory == nullptr || name == nullptr) {
+    if (directory == nullptr) {
         return false;
     }
     try {
+        if (name == nullptr || !devhost::IsBelow(name)) {
+            devhost::AddFailure(name == nullptr
+                                    ? "a file to be written has no name"
+                                    : std::string(name) + " is no file below the work path");
+            return false;
+        }
         const std::string path = std::string(directory) + "/" + name;
         if (devhost::WriteWhole(path, data, bytes)) {
             return true;

@@ -49,7 +49,8 @@ DXR_API uint32_t DxrTestCountFailures(void);
 DXR_API const char *DxrTestGetDirectory(void);
 
 /* Writes `bytes` bytes at `data` to the file `name` below the work path, and makes the directories
- * on the way. Returns false, and notes a failure, when that does not go. */
+ * on the way. Returns false, and notes a failure, when that does not go, and for a name that is
+ * absolute or has a part "..". */
 DXR_API bool DxrTestWriteFile(const char *name, const void *data, uint32_t bytes);
 
 /* Starts a task of the test's own, for what happens while the module runs; it is none of the calls

@@ -129,9 +129,9 @@ TEST(TestKit, TheDirectoryIsTheTestsOwnUnlessItIsGiven) {
     options.workPath = given.c_str();
     ASSERT_TRUE(DxrTestBegin(&options));
     EXPECT_EQ(DxrTestGetDirectory(), given);
-    EXPECT_FALSE(DxrTestWriteFile("..", "x", 1));
+    EXPECT_FALSE(DxrTestWriteFile(".", "x", 1));
     uint32_t count = 0;
-    EXPECT_EQ(EndText(&count), "cannot write " + given + "/..\n");
+    EXPECT_EQ(EndText(&count), "cannot write " + given + "/.\n");
     EXPECT_EQ(count, 1U);
     EXPECT_TRUE(std::filesystem::remove(given));
 }
@@ -141,6 +141,35 @@ TEST(TestKit, ATestDoesNotEndWithinItself) {
     uint32_t result = 0;
     const auto end = [](void *user) { *static_cast<uint32_t *>(user) = DxrTestEnd(nullptr); };
     const uint32_t task = DxrTestStartTask(end, &result);
+TEST(TestKit, FilesAreWrittenBelowTheWorkPathAlone) {
+    std::string given = testing::TempDir() + "/dxr_kit_XXXXXX";
+    ASSERT_NE(mkdtemp(given.data()), nullptr);
+    DxrHostOptions options;
+    DxrTestInitOptions(&options);
+    const std::string work = given + "/work";
+    ASSERT_TRUE(std::filesystem::create_directory(work));
+    options.workPath = work.c_str();
+    ASSERT_TRUE(DxrTestBegin(&options));
+    const std::string absolute = given + "/x";
+    for (const char *const name : {"../x", "a/../../x", "a/..", absolute.c_str()}) {
+        EXPECT_FALSE(DxrTestWriteFile(name, "x", 1)) << name;
+    }
+    EXPECT_FALSE(DxrTestWriteFile(nullptr, "x", 1));
+    EXPECT_TRUE(DxrTestWriteFile("..a/b../c", "x", 1));
+    EXPECT_TRUE(std::filesystem::exists(work + "/..a/b../c"));
+    EXPECT_FALSE(std::filesystem::exists(given + "/x"));
+    uint32_t failures = 0;
+    EXPECT_EQ(EndText(&failures),
+              "../x is no file below the work path\n"
+              "a/../../x is no file below the work path\n"
+              "a/.. is no file below the work path\n" +
+                  absolute +
+                  " is no file below the work path\n"
+                  "a file to be written has no name\n");
+    EXPECT_EQ(failures, 5U);
+    std::filesystem::remove_all(given);
+}
+
     EXPECT_TRUE(Asked("DXR_CreateTask", 0, 0));
     ASSERT_EQ(DxrHostJoinTask(nullptr, task, DXR_HOST_FOREVER), 0U);
     EXPECT_EQ(result, UINT32_MAX);
