@@ -469,11 +469,15 @@ bool DxrTestLogged(uint32_t kinds, const char *pattern, uint32_t least, uint32_t
                    uint32_t size) {
     try {
         const SessionLock session;
-        return devhost::Holds(
-            session ? devhost::WhyNotLogged(*session, kinds, pattern != nullptr ? pattern : "",
-                                            least, most)
-                    : devhost::kNoTest,
-            why, size);
+        std::string reason = devhost::kNoTest;
+        if (session && pattern == nullptr) {
+            reason = "there is no pattern";
+        } else if (session && (kinds == 0 || (kinds & ~DXR_TEST_LINES) != 0)) {
+            reason = "there are no lines of kinds " + std::to_string(kinds);
+        } else if (session) {
+            reason = devhost::WhyNotLogged(*session, kinds, pattern, least, most);
+        }
+        return devhost::Holds(reason, why, size);
     } catch (const std::exception &) {
         devhost::WriteError(why, size, devhost::kNoMemory);
         return false;

@@ -75,8 +75,8 @@ DXR_API uint32_t DxrTestStartTask(DxrHostTaskEntry entry, void *argument);
 
 /* Tells whether the calls that match the pattern are at least `least` and at most `most`. If not,
  * writes why, with the calls that there were, to `why` (at most `size` bytes, terminated; null:
- * nowhere). False also for a pattern that is none or that no call can match, as a text for a
- * number; and with a `most` below UINT32_MAX when calls of the slot were not kept. */
+ * nowhere). False also for a pattern that is none, as null, or that no call can match, as a text
+ * for a number; and with a `most` below UINT32_MAX when calls of the slot were not kept. */
 DXR_API bool DxrTestAsked(const char *pattern, uint32_t least, uint32_t most, char *why,
                           uint32_t size);
 
@@ -112,7 +112,8 @@ DXR_API void DxrTestForget(void);
 #define DXR_TEST_LINES 7u    /* any of these */
 
 /* As DxrTestAsked, for lines of these kinds whose whole text matches: * stands for any characters.
- * With a `most` below UINT32_MAX, lines of these kinds that were not kept make it false. */
+ * With a `most` below UINT32_MAX, lines of these kinds that were not kept make it false. False also
+ * for a null pattern, for no kind and for kinds that there are not. */
 DXR_API bool DxrTestLogged(uint32_t kinds, const char *pattern, uint32_t least, uint32_t most,
                            char *why, uint32_t size);
 

@@ -479,6 +479,19 @@ TEST_F(KitTest, StarsOfTexts) {
     for (const char *pattern : {"*", "abcabd", "a*", "*d", "*abd", "a*b*d", "**abcabd**", "*ca*"}) {
         EXPECT_TRUE(Logged(pattern)) << pattern;
     }
+// What could not fail would never be looked at again.
+TEST_F(KitTest, NoPatternAndNoKindOfLinesNeverHold) {
+    (void)DXR_DiagLogFilter("a line");
+    char why[64] = "";
+    EXPECT_FALSE(DxrTestLogged(DXR_TEST_LINES, nullptr, 0, 0, why, sizeof(why)));
+    EXPECT_STREQ(why, "there is no pattern");
+    EXPECT_FALSE(DxrTestLogged(0, "*", 0, 0, why, sizeof(why)));
+    EXPECT_STREQ(why, "there are no lines of kinds 0");
+    EXPECT_FALSE(DxrTestLogged(9, "no line", 0, 0, why, sizeof(why)));
+    EXPECT_STREQ(why, "there are no lines of kinds 9");
+    EXPECT_FALSE(DxrTestAsked(nullptr, 0, 0, why, sizeof(why)));
+}
+
     for (const char *pattern : {"", "abcab", "*abc", "b*", "a*c", "abcabd*d", "*x*"}) {
         EXPECT_TRUE(Logged(pattern, 0, 0)) << pattern;
     }
