@@ -219,7 +219,8 @@ typedef struct DxrReplayCounts {
 /* Begins: the calling thread follows the recording's first one, and the table is the replay's.
  * `options` null stands for the defaults. Returns 0; EINVAL for wrong options and a file that is no
  * recording; EALREADY when a replay has begun; EBADMSG when the recording is damaged or calls were
- * dropped from it, unless `loose`; ENOMEM; or why the file cannot be read. `error` as
+ * dropped from it, unless `loose`; ENODATA when it was cut before its first call and its list of
+ * slots; ENOMEM; or why the file cannot be read. `error` as
  * DxrTraceExport. Not while other threads use the library. */
 DXR_API uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char *error,
                                 uint32_t errorSize);

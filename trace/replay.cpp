@@ -195,6 +195,11 @@ class Replay {
             problem = std::to_string(file_.dropped) + " records were dropped from it";
             return EBADMSG;
         }
+        // Nobody knows which slots were filled: any module would do the same.
+        if (file_.state != FileState::kWhole && !file_.hasSlots && file_.calls.empty()) {
+            problem = "ends before its first call";
+            return ENODATA;
+        }
         return 0;
     }
 

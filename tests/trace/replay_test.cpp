@@ -23,6 +23,7 @@
 #include "dxr_trace.h"
 #include "encoder.h"
 #include "export.h"
+#include "format.h"
 #include "hash_tables.h"
 #include "script.h"
 #include "slots.h"
@@ -438,6 +439,36 @@ TEST_F(ReplayTest, MisuseIsRefused) {
                   DxrReplayStart(recording_.Path().c_str(), nullptr, nullptr, 0));
     });
     EXPECT_EQ(0U, replayed.stopped);
+}
+
+// Wherever it is cut: while no call is in it and nobody knows which slots were filled, any module
+// would do the same.
+TEST_F(ReplayTest, ARecordingThatEndsBeforeItsFirstCallIsRefused) {
+    DxrHooks hooks = {};
+    hooks.system.getLrId = []() -> uint32_t { return 4; };
+    const auto body = [] { (void)DXR_GetLrId(); };
+    Record(hooks, body);
+    const std::string whole = recording_.Bytes();
+    size_t slotsEnd = dxr_trace::kFileHeadSize;
+    for (int block = 0; block < 2; ++block) {  // how it was made, and the slots
+        uint32_t size = 0;
+        std::memcpy(&size, whole.data() + slotsEnd + 8, sizeof(size));
+        slotsEnd += dxr_trace::kBlockHeadSize + size;
+    }
+    ASSERT_LT(slotsEnd, whole.size());
+    for (size_t size = 1; size <= slotsEnd; ++size) {
+        recording_.Write(whole.substr(0, size));
+        const Replayed replayed = Replay(body, size % 2 == 0);
+        if (size < slotsEnd) {
+            ASSERT_EQ(static_cast<uint32_t>(ENODATA), replayed.started) << size;
+            ASSERT_EQ("ends before its first call", replayed.problem) << size;
+        } else {
+            EXPECT_EQ(0U, replayed.started);
+            EXPECT_EQ(0U, replayed.stopped);
+            EXPECT_NE(std::string::npos, replayed.text.find("\nthe recording ends here: "))
+                << replayed.text;
+        }
+    }
 }
 
 // --- Hash tables
