@@ -168,9 +168,11 @@ DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FI
  *
  * Each thread of the module follows one of the recording: the one that begins the replay the
  * recording's first; tasks that the module creates those that were created then, in the same order;
- * other threads of the module the next one whose first call is the same. What the host called, such
- * as the functions of timers, is called again, on threads of the replay. Calls come back in the
- * order of the recording: one that came back after another one's end waits for that.
+ * other threads of the module the next one whose first call is the same. With `loose` a thread that
+ * finds none such follows the one in which the same call comes soonest; while there is none its
+ * calls are differences. What the host called, such as the functions of timers, is called again, on
+ * threads of the replay. Calls come back in the order of the recording: one that came back after
+ * another one's end waits for that.
  *
  * A call differs when another function is called, another value is given or a pointer leads to
  * something else. Addresses are not compared, but for handles that the recording gave out and

@@ -693,6 +693,7 @@ Runner *Replay::RunnerHere(const TracedCall &live) {
         return t_here.runner;
     }
     Runner *found = nullptr;
+    size_t foundAt = SIZE_MAX;
     for (const auto &runner : runners_) {
         if (runner->isClaimed || runner->script.kind != ThreadKind::kOwn) {
             continue;
@@ -702,12 +703,21 @@ Runner *Replay::RunnerHere(const TracedCall &live) {
             found = runner.get();
             break;
         }
-        found = found == nullptr ? runner.get() : found;
+        if (options_.loose == 0) {  // what the first one would have called is told
+            found = found == nullptr ? runner.get() : found;
+        } else if (const Step *const later = NextEqual(*runner, live); later != nullptr) {
+            const auto at = static_cast<size_t>(later - steps.data());
+            found = at < foundAt ? runner.get() : found;
+            foundAt = std::min(foundAt, at);
+        }
     }
     if (found != nullptr) {
         found->isClaimed = true;
     }
-    t_here = {session_, found};
+    // One that nothing fits does not take another one's place; its next call may fit.
+    if (found != nullptr || options_.loose == 0) {
+        t_here = {session_, found};
+    }
     return found;
 }
 

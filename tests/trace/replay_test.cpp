@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <cstdint>
@@ -469,6 +470,106 @@ TEST_F(ReplayTest, ARecordingThatEndsBeforeItsFirstCallIsRefused) {
                 << replayed.text;
         }
     }
+}
+
+// --- Threads of the module's own
+
+using Values = std::vector<uint32_t>;
+
+// Calls DXR_ReadReg with each of the addresses; what it read.
+Values Read(const std::vector<uint32_t> &addresses) {
+    Values values;
+    for (const uint32_t address : addresses) {
+        uint32_t value = 0;
+        (void)DXR_ReadReg(0, 0, address, &value);
+        values.push_back(value);
+    }
+    return values;
+}
+
+Values ReadOnAThread(const std::vector<uint32_t> &addresses) {
+    Values values;
+    std::thread([&] { values = Read(addresses); }).join();
+    return values;
+}
+
+class OwnThreadsTest : public ReplayTest {
+  protected:
+    // The main thread calls first: the others are not taken for it.
+    template <typename Body>
+    void RecordReads(const Body &body) {
+        DxrHooks hooks = {};
+        hooks.system.getLrId = []() -> uint32_t { return 4; };
+        hooks.dev.readReg = [](uint32_t, uint32_t, uint32_t address, void *value) -> uint32_t {
+            *static_cast<uint32_t *>(value) = 100 + address;
+            return 0;
+        };
+        Record(hooks, [&] {
+            (void)DXR_GetLrId();
+            body();
+        });
+    }
+};
+
+// A thread that the recording does not have gets nothing, and takes nothing.
+TEST_F(OwnThreadsTest, ANewOneTakesNoOthersPlace) {
+    RecordReads([] {
+        (void)ReadOnAThread({1, 2, 3});
+        (void)ReadOnAThread({5, 6});
+    });
+    const Replayed replayed = Replay(
+        [] {
+            (void)DXR_GetLrId();
+            EXPECT_EQ(Values({0, 0}), ReadOnAThread({8, 9}));
+            EXPECT_EQ(Values({101, 102, 103}), ReadOnAThread({1, 2, 3}));
+            EXPECT_EQ(Values({105, 106}), ReadOnAThread({5, 6}));
+        },
+        true);
+    EXPECT_EQ(2U, replayed.counts.differences) << replayed.text;
+    EXPECT_EQ(0U, replayed.counts.left);
+    EXPECT_EQ(6U, replayed.counts.calls);
+    EXPECT_EQ(3U, replayed.counts.threads);
+    const std::string told = "a thread that the recording does not have calls DXR_ReadReg(";
+    EXPECT_EQ(0U, replayed.text.find(told)) << replayed.text;
+    EXPECT_NE(std::string::npos, replayed.text.find("\n" + told)) << replayed.text;
+}
+
+// One whose beginning is another one goes on where it does the same.
+TEST_F(OwnThreadsTest, OneThatBeginsOtherwiseIsFoundByALaterCall) {
+    RecordReads([] {
+        (void)ReadOnAThread({7, 6, 5, 2});
+        (void)ReadOnAThread({1, 2, 3});
+    });
+    const Replayed replayed = Replay(
+        [] {
+            (void)DXR_GetLrId();
+            // Its second call waits for the other thread, which would have the same one later.
+            std::atomic<bool> hasBegun = false;
+            std::thread other([&] {
+                EXPECT_EQ(Values({0}), Read({8}));
+                hasBegun.store(true);
+                hasBegun.notify_one();
+                EXPECT_EQ(Values({102, 103}), Read({2, 3}));
+            });
+            hasBegun.wait(false);
+            EXPECT_EQ(Values({107, 106, 105, 102}), ReadOnAThread({7, 6, 5, 2}));
+            other.join();
+        },
+        true);
+    EXPECT_EQ(2U, replayed.counts.differences) << replayed.text;
+    EXPECT_EQ(1U, replayed.counts.left);
+    EXPECT_EQ(3U, replayed.counts.threads);
+}
+
+TEST_F(OwnThreadsTest, WithoutLooseTheFirstDifferenceSaysWhatWasExpected) {
+    RecordReads([] { (void)ReadOnAThread({1, 2}); });
+    const Replayed replayed = Replay([] {
+        (void)DXR_GetLrId();
+        (void)ReadOnAThread({8});
+    });
+    EXPECT_EQ(1U, replayed.stopped);
+    EXPECT_NE(std::string::npos, replayed.text.find("\n  arg3: expected 1, got 8\n"))
+        << replayed.text;
 }
 
 // --- Hash tables
