@@ -150,13 +150,16 @@ DXR_API uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user,
                               uint32_t errorSize);
 
 /* Compares two recordings, thread by thread: the first, each task, each thread of the host's, each
- * other thread, in the order of their beginnings. Of calls, functions and values are compared and
- * what pointers lead to, of what was asked and of what was answered; addresses, handles and times
- * are not. When one keeps less of each piece than the other, or follows fewer pointers, what both
- * have is compared, and a line says so. Writes to `out`, for each thread, that it is the same, or
- * where the two part: the first differing call with `context` calls before and after it. Returns 0
- * when they are the same, 1 when they differ, 2 when a file cannot be read or holds no recording,
- * when `out` cannot be written, or without memory: then `error` says why, as for DxrTraceExport. */
+ * other thread. Threads that run at the same time begin in any order, so each is compared with one
+ * of its kind that did the same; the remaining ones with one whose first call is the same, then in
+ * the order of their beginnings. Numbers are those of the first recording, unless told. Of calls,
+ * functions and values are compared and what pointers lead to, of what was asked and of what was
+ * answered; addresses, handles and times are not. When one keeps less of each piece than the other,
+ * or follows fewer pointers, what both have is compared, and a line says so. Writes to `out`, for
+ * each thread, that it is the same, or where the two part: the first differing call with `context`
+ * calls before and after it. Returns 0 when they are the same, 1 when they differ, 2 when a file
+ * cannot be read or holds no recording, when `out` cannot be written, or without memory: then
+ * `error` says why, as for DxrTraceExport. */
 DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out,
                               char *error, uint32_t errorSize);
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "compare.h"
@@ -185,11 +186,10 @@ class Comparison {
              {ThreadKind::kMain, ThreadKind::kTask, ThreadKind::kHost, ThreadKind::kOwn}) {
             const std::vector<Thread> ofA = ThreadsOf(a, kind);
             const std::vector<Thread> ofB = ThreadsOf(b, kind);
-            for (size_t i = 0; i < std::max(ofA.size(), ofB.size()); ++i) {
-                std::string name = NameOf(kind);
-                name += kind == ThreadKind::kMain ? "" : " " + std::to_string(i + 1);
-                out_.Put(Compare(name, i < ofA.size() ? ofA[i] : Thread{},
-                                 i < ofB.size() ? ofB[i] : Thread{}));
+            for (const Pair &pair : PairsOf(ofA, ofB)) {
+                const std::string name = NameOf(kind) + NumbersOf(pair, kind);
+                out_.Put(Compare(name, pair.a != kNone ? ofA[pair.a] : Thread{},
+                                 pair.b != kNone ? ofB[pair.b] : Thread{}));
             }
         }
     }
@@ -197,12 +197,74 @@ class Comparison {
     [[nodiscard]] bool Differs() const { return differs_; }
 
   private:
-    std::string Compare(const std::string &name, const Thread &a, const Thread &b) {
-        const size_t common = std::min(a.calls.size(), b.calls.size());
+    static constexpr size_t kNone = SIZE_MAX;
+
+    // Places of two threads that are compared, either of which may be missing.
+    struct Pair {
+        size_t a = kNone;
+        size_t b = kNone;
+    };
+
+    // Nothing says in which order threads begin that run at the same time. So the ones belong
+    // together that did the same; then those that began with the same call; then the rest.
+    static std::vector<Pair> PairsOf(const std::vector<Thread> &a, const std::vector<Thread> &b) {
+        std::vector<Pair> pairs(a.size());
+        std::vector<bool> isTaken(b.size());
+        const auto match = [&](const auto &fits) {
+            for (size_t i = 0; i < a.size(); ++i) {
+                for (size_t j = 0; pairs[i].b == kNone && j < b.size(); ++j) {
+                    if (!isTaken[j] && fits(a[i].calls, b[j].calls)) {
+                        pairs[i].b = j;
+                        isTaken[j] = true;
+                    }
+                }
+            }
+        };
+        using Calls = std::vector<const TracedCall *>;
+        match([](const Calls &left, const Calls &right) {
+            return left.size() == right.size() && CountSame(left, right) == left.size();
+        });
+        match([](const Calls &left, const Calls &right) {
+            return !left.empty() && !right.empty() &&
+                   IsSameCall(*left[0], *right[0], nullptr, nullptr);
+        });
+        match([](const Calls & /*left*/, const Calls & /*right*/) { return true; });
+        for (size_t i = 0; i < a.size(); ++i) {
+            pairs[i].a = i;
+        }
+        for (size_t j = 0; j < b.size(); ++j) {
+            if (!isTaken[j]) {
+                pairs.push_back({kNone, j});
+            }
+        }
+        return pairs;
+    }
+
+    static std::string NumbersOf(const Pair &pair, ThreadKind kind) {
+        if (kind == ThreadKind::kMain) {
+            return "";
+        }
+        if (pair.a == kNone) {
+            return " " + std::to_string(pair.b + 1) + " of the second recording";
+        }
+        return " " + std::to_string(pair.a + 1) +
+               (pair.b == kNone || pair.b == pair.a
+                    ? ""
+                    : ", " + std::to_string(pair.b + 1) + " of the second recording");
+    }
+
+    static size_t CountSame(const std::vector<const TracedCall *> &a,
+                            const std::vector<const TracedCall *> &b) {
         size_t at = 0;
-        while (at < common && IsSame(*a.calls[at], *b.calls[at], nullptr)) {
+        while (at < std::min(a.size(), b.size()) && IsSame(*a[at], *b[at], nullptr)) {
             ++at;
         }
+        return at;
+    }
+
+    std::string Compare(const std::string &name, const Thread &a, const Thread &b) {
+        const size_t common = std::min(a.calls.size(), b.calls.size());
+        const size_t at = CountSame(a.calls, b.calls);
         if (at == a.calls.size() && at == b.calls.size()) {
             return name + ": the same, " + std::to_string(at) + (at == 1 ? " call\n" : " calls\n");
         }

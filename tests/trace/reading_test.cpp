@@ -11,8 +11,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "dxr_devhost/system.h"
 #include "dxr_trace.h"
@@ -317,6 +319,73 @@ TEST_F(DiffTest, WhereACallIsMadeIsTold) {
     EXPECT_NE(std::string::npos,
               diffed.text.find("\n    calls that it is made in: expected 1, got 0\n"))
         << diffed.text;
+}
+
+// Each of `threads` reads registers at these addresses, one thread after the other.
+void RecordThreads(const Recording &recording, const std::vector<std::vector<uint32_t>> &threads) {
+    DxrHooks hooks = {};
+    hooks.system.getLrId = []() -> uint32_t { return 4; };
+    hooks.dev.readReg = [](uint32_t, uint32_t, uint32_t, void *) -> uint32_t { return 0; };
+    ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
+    const DxrTraceOptions options = recording.Options();
+    ASSERT_EQ(0U, DxrTraceStart(&options));
+    (void)DXR_GetLrId();
+    for (const std::vector<uint32_t> &addresses : threads) {
+        std::thread([&addresses] {
+            for (const uint32_t address : addresses) {
+                uint32_t value = 0;
+                (void)DXR_ReadReg(0, 0, address, &value);
+            }
+        }).join();
+    }
+    ASSERT_EQ(0U, DxrTraceStop());
+    (void)DXR_RegisterHooks(nullptr);
+}
+
+// The lines that are not of calls.
+std::string Heads(const std::string &text) {
+    std::string heads;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        heads += line.empty() || line[0] == ' ' ? "" : line + "\n";
+    }
+    return heads;
+}
+
+// Nothing says which of two threads begins first.
+TEST_F(DiffTest, ThreadsThatBeginInAnotherOrderAreTheSame) {
+    RecordThreads(a_, {{1, 2}, {1, 3}, {4}, {4}});
+    RecordThreads(b_, {{4}, {1, 3}, {4}, {1, 2}});
+    const Diffed diffed = Diff(a_, b_);
+    EXPECT_EQ(0U, diffed.result);
+    EXPECT_EQ(
+        "main thread: the same, 1 call\n"
+        "other thread 1, 4 of the second recording: the same, 2 calls\n"
+        "other thread 2: the same, 2 calls\n"
+        "other thread 3, 1 of the second recording: the same, 1 call\n"
+        "other thread 4, 3 of the second recording: the same, 1 call\n",
+        diffed.text);
+}
+
+// What did not do the same is compared with what began alike, and what is left in its order.
+TEST_F(DiffTest, ThreadsThatDifferAreComparedWithTheOnesThatBeganAlike) {
+    RecordThreads(a_, {{1, 2}, {5, 6}, {8}});
+    RecordThreads(b_, {{9}, {5, 7}, {3, 4}, {1, 2}});
+    EXPECT_EQ(
+        "main thread: the same, 1 call\n"
+        "other thread 1, 4 of the second recording: the same, 2 calls\n"
+        "other thread 2: parts after 1 equal call\n"
+        "other thread 3, 1 of the second recording: parts after 0 equal calls\n"
+        "other thread 3 of the second recording: parts after 0 equal calls; the first recording "
+        "has no more\n",
+        Heads(Diff(a_, b_).text));
+    EXPECT_EQ(
+        "main thread: the same, 1 call\n"
+        "other thread 1, 3 of the second recording: parts after 0 equal calls\n"
+        "other thread 2: parts after 1 equal call\n"
+        "other thread 3: parts after 0 equal calls; the second recording has no more\n"
+        "other thread 4, 1 of the second recording: the same, 2 calls\n",
+        Heads(Diff(b_, a_).text));
 }
 
 TEST_F(DiffTest, WhatCannotBeWrittenIsTold) {
