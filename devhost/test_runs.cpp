@@ -1,5 +1,11 @@
 // A test body again and again: each step made to fail in turn, many seeds.
+#include <unistd.h>
+
+#include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +46,83 @@ class Findings {
     char *text_ = nullptr;
     size_t size_ = 0;
     std::FILE *file_;
+};
+
+class LastWords;
+constinit std::atomic<LastWords *> g_lastWords = nullptr;
+
+// A module that dies in a run takes the findings along, so the signal that ends it writes which run
+// it was. Who had that signal before gets it next.
+class LastWords {
+  public:
+    LastWords(const std::string &title, std::FILE *out)
+        : process_(getpid()), isWanted_(out != nullptr) {
+        if (out != nullptr) {
+            (void)std::fflush(out);
+            file_ = fileno(out);
+            // What is kept in memory goes with the process.
+            file_ = file_ >= 0 ? file_ : STDERR_FILENO;
+        }
+        for (size_t i = 0; i < kDeaths.size(); ++i) {
+            lines_[i] = title + ": signal " + std::to_string(kDeaths[i]) + "\n";
+        }
+        g_lastWords.store(this);
+        struct sigaction action {};
+        action.sa_sigaction = Speak;
+        action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+        (void)sigemptyset(&action.sa_mask);
+        for (size_t i = 0; i < kDeaths.size(); ++i) {
+            (void)sigaction(kDeaths[i], &action, &before_[i]);
+        }
+    }
+    ~LastWords() {
+        for (size_t i = 0; i < kDeaths.size(); ++i) {
+            struct sigaction now {};
+            // One that the module has set in the meantime stays.
+            if (sigaction(kDeaths[i], nullptr, &now) == 0 && now.sa_sigaction == Speak) {
+                (void)sigaction(kDeaths[i], &before_[i], nullptr);
+            }
+        }
+        LastWords *own = this;
+        (void)g_lastWords.compare_exchange_strong(own, nullptr);
+    }
+    LastWords(const LastWords &) = delete;
+    LastWords &operator=(const LastWords &) = delete;
+    LastWords(LastWords &&) = delete;
+    LastWords &operator=(LastWords &&) = delete;
+
+  private:
+    static constexpr std::array<int, 5> kDeaths{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+
+    // Only what is allowed in the handler of a signal.
+    static void Speak(int signal, siginfo_t *info, void * /*context*/) {
+        const int error = errno;
+        LastWords *const words = g_lastWords.load();
+        const auto *const place = std::find(kDeaths.begin(), kDeaths.end(), signal);
+        if (words != nullptr && place != kDeaths.end()) {
+            const auto index = static_cast<size_t>(place - kDeaths.begin());
+            // A child process that dies is the module's own matter.
+            if (getpid() == words->process_ && words->isWanted_.exchange(false)) {
+                const std::string &line = words->lines_[index];
+                const ssize_t written = write(words->file_, line.data(), line.size());
+                (void)written;  // nobody is left to tell
+            }
+            (void)sigaction(signal, &words->before_[index], nullptr);
+        } else {
+            (void)std::signal(signal, SIG_DFL);
+        }
+        // A fault comes again by itself, at its own place; what was sent does not.
+        if (info->si_code <= 0) {
+            (void)raise(signal);
+        }
+        errno = error;
+    }
+
+    pid_t process_;
+    std::atomic<bool> isWanted_;
+    int file_ = -1;
+    std::array<std::string, kDeaths.size()> lines_;
+    std::array<struct sigaction, kDeaths.size()> before_{};
 };
 
 struct Run {
@@ -91,12 +174,14 @@ uint32_t FailEach(const DxrHostOptions &options, const std::string &point, bool 
             WriteTitle(out, HasBegun() ? kBegunAlready : kNoHost);
             return 0;
         }
+        const std::string which = "when step " + std::to_string(step) + " of " + point;
+        const LastWords lastWords(
+            which + (onwards ? " and all after it are to fail" : " is to fail"), out);
         RunBody(run, options.clock, [&] { DxrHostFailNth(nullptr, point.c_str(), step, onwards); });
         const bool hasFailed = DxrHostGetFailures(nullptr, point.c_str()) != 0;
         Findings findings;
         if (DxrTestEnd(findings.File()) != 0) {
-            WriteTitle(out, hasFailed ? "when step " + std::to_string(step) + " of " + point +
-                                            (onwards ? " and all after it fail:" : " fails:")
+            WriteTitle(out, hasFailed ? which + (onwards ? " and all after it fail:" : " fails:")
                                       : "when no step of " + point + " fails:");
             findings.WriteTo(out);
             return 0;
@@ -120,10 +205,12 @@ uint32_t Explore(DxrHostOptions options, uint32_t seeds, Run run, std::FILE *out
             WriteTitle(out, HasBegun() ? kBegunAlready : kNoHost);
             return 0;
         }
+        const std::string which = "seed " + std::to_string(options.seed);
+        const LastWords lastWords(which, out);
         RunBody(run, options.clock, [] {});
         Findings findings;
         if (DxrTestEnd(findings.File()) != 0) {
-            WriteTitle(out, "seed " + std::to_string(options.seed) + ":");
+            WriteTitle(out, which + ":");
             findings.WriteTo(out);
             return 0;
         }

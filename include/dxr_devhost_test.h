@@ -156,7 +156,12 @@ typedef void (*DxrTestBody)(void *user);
  * those of the host's services (docs/devhost.md); null: DXR_TEST_ALLOCATIONS. With `onwards` all
  * later steps fail, too. A run with a failure is the last one: the step and the failures are
  * written to `out` (null: nowhere). Returns how many runs there were; 0 when one failed, when the
- * body takes no step of the point, when a test has begun already, and after 100000 runs. */
+ * body takes no step of the point, when a test has begun already, and after 100000 runs.
+ *
+ * When the program dies in a run of SIGSEGV, SIGBUS, SIGFPE, SIGILL or SIGABRT, a line tells which
+ * run it was, "when step 1 of memory.allocate is to fail: signal 11": on `out`, or on stderr when
+ * that has no descriptor; null: nowhere. Then goes on what the program had for that signal. Not of
+ * a thread whose stack is full. */
 DXR_API uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *point, bool onwards,
                                  DxrTestBody body, void *user, FILE *out);
 
@@ -164,7 +169,8 @@ DXR_API uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *poin
  * the options on. As DxrHostExplore, it fails a run that the host had to end, and besides that one
  * with a failure of any other kind, as something left behind. That run is the last one: its seed
  * and the failures are written to `out` (null: nowhere). Returns how many runs there were; 0 when
- * one failed and when a test has begun already. */
+ * one failed and when a test has begun already. When the program dies in a run, its seed is told as
+ * by DxrTestFailEach, "seed 7: signal 11". */
 DXR_API uint32_t DxrTestExplore(const DxrHostOptions *options, uint32_t seeds, DxrTestBody body,
                                 void *user, FILE *out);
 

@@ -1,7 +1,12 @@
 // The kit for tests of modules: what it sees, and that it fails modules that deserve it.
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -136,11 +141,6 @@ TEST(TestKit, TheDirectoryIsTheTestsOwnUnlessItIsGiven) {
     EXPECT_TRUE(std::filesystem::remove(given));
 }
 
-TEST(TestKit, ATestDoesNotEndWithinItself) {
-    ASSERT_TRUE(DxrTestBegin(nullptr));
-    uint32_t result = 0;
-    const auto end = [](void *user) { *static_cast<uint32_t *>(user) = DxrTestEnd(nullptr); };
-    const uint32_t task = DxrTestStartTask(end, &result);
 TEST(TestKit, FilesAreWrittenBelowTheWorkPathAlone) {
     std::string given = testing::TempDir() + "/dxr_kit_XXXXXX";
     ASSERT_NE(mkdtemp(given.data()), nullptr);
@@ -170,6 +170,11 @@ TEST(TestKit, FilesAreWrittenBelowTheWorkPathAlone) {
     std::filesystem::remove_all(given);
 }
 
+TEST(TestKit, ATestDoesNotEndWithinItself) {
+    ASSERT_TRUE(DxrTestBegin(nullptr));
+    uint32_t result = 0;
+    const auto end = [](void *user) { *static_cast<uint32_t *>(user) = DxrTestEnd(nullptr); };
+    const uint32_t task = DxrTestStartTask(end, &result);
     EXPECT_TRUE(Asked("DXR_CreateTask", 0, 0));
     ASSERT_EQ(DxrHostJoinTask(nullptr, task, DXR_HOST_FOREVER), 0U);
     EXPECT_EQ(result, UINT32_MAX);
@@ -474,11 +479,6 @@ TEST_F(KitTest, LinesOfAllKinds) {
               "well\n  the fan stands still");
 }
 
-TEST_F(KitTest, StarsOfTexts) {
-    DXR_DiagLogFilter("abcabd");
-    for (const char *pattern : {"*", "abcabd", "a*", "*d", "*abd", "a*b*d", "**abcabd**", "*ca*"}) {
-        EXPECT_TRUE(Logged(pattern)) << pattern;
-    }
 // What could not fail would never be looked at again.
 TEST_F(KitTest, NoPatternAndNoKindOfLinesNeverHold) {
     (void)DXR_DiagLogFilter("a line");
@@ -492,6 +492,11 @@ TEST_F(KitTest, NoPatternAndNoKindOfLinesNeverHold) {
     EXPECT_FALSE(DxrTestAsked(nullptr, 0, 0, why, sizeof(why)));
 }
 
+TEST_F(KitTest, StarsOfTexts) {
+    DXR_DiagLogFilter("abcabd");
+    for (const char *pattern : {"*", "abcabd", "a*", "*d", "*abd", "a*b*d", "**abcabd**", "*ca*"}) {
+        EXPECT_TRUE(Logged(pattern)) << pattern;
+    }
     for (const char *pattern : {"", "abcab", "*abc", "b*", "a*c", "abcabd*d", "*x*"}) {
         EXPECT_TRUE(Logged(pattern, 0, 0)) << pattern;
     }
@@ -775,6 +780,110 @@ TEST(TestKit, SeedsFindWhatIsLeftBehind) {
         5, [] { (void)Take(1); }, &options);
     EXPECT_FALSE(result);
     EXPECT_EQ(std::string(result.message()).find("seed 40:\nmemory: left behind: "), 0U);
+}
+
+// --- Runs that the process does not survive
+
+// Writes where nobody may: what a null pointer leads to is something that compilers look for.
+void Fault() {
+    void *const page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    *static_cast<volatile char *>(page) = 'x';
+}
+
+void DieOfTheSecondAllocation(void * /*user*/) {
+    void *const first = Take(10);
+    void *const second = Take(20);
+    if (second == nullptr) {
+        Fault();
+    }
+    Give(second);
+    Give(first);
+}
+
+void AbortAtTheThirdSeed(void *user) {
+    if (++*static_cast<uint32_t *>(user) == 3) {
+        std::abort();
+    }
+}
+
+class DeathTest : public testing::Test {
+  protected:
+    // There are threads of the host's.
+    DeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(DeathTest, TheStepIsToldThatAModuleDiesOf) {
+    const auto fail = [](bool onwards, FILE *out) {
+        (void)DxrTestFailEach(nullptr, nullptr, onwards, DieOfTheSecondAllocation, nullptr, out);
+    };
+    EXPECT_DEATH(fail(false, stderr), "when step 2 of memory.allocate is to fail: signal 11\n");
+    EXPECT_DEATH(fail(true, stderr),
+                 "when step 1 of memory.allocate and all after it are to fail: signal 11\n");
+    // What is kept in memory would not be seen.
+    EXPECT_DEATH((void)SurvivesFailedAllocations([] { DieOfTheSecondAllocation(nullptr); }),
+                 "when step 2 of memory.allocate is to fail: signal 11\n");
+}
+
+TEST_F(DeathTest, TheSeedIsToldThatAModuleDiesOf) {
+    DxrHostOptions options;
+    DxrTestInitOptions(&options);
+    options.seed = 40;
+    uint32_t runs = 0;
+    EXPECT_EXIT((void)DxrTestExplore(&options, 5, AbortAtTheThirdSeed, &runs, stderr),
+                testing::KilledBySignal(SIGABRT), "^seed 42: signal 6\n$");
+    runs = 0;
+    EXPECT_EXIT((void)DxrTestExplore(&options, 5, AbortAtTheThirdSeed, &runs, nullptr),
+                testing::KilledBySignal(SIGABRT), "^$");
+}
+
+void OwnHandler(int /*signal*/) {
+    _exit(9);
+}
+
+// Who has a handler for the signal gets it, also one that somebody sends.
+TEST_F(DeathTest, HandlersOfTheProgramFollow) {
+    const auto run = [](DxrTestBody body) {
+        (void)std::signal(SIGSEGV, OwnHandler);
+        (void)std::signal(SIGFPE, OwnHandler);
+        (void)DxrTestExplore(nullptr, 1, body, nullptr, stderr);
+    };
+    EXPECT_EXIT(run([](void *) { Fault(); }), testing::ExitedWithCode(9), "^seed 1: signal 11\n$");
+    EXPECT_EXIT(run([](void *) { (void)raise(SIGFPE); }), testing::ExitedWithCode(9),
+                "^seed 1: signal 8\n$");
+    const auto later = [run] {
+        run([](void *) {});
+        Fault();
+    };
+    EXPECT_EXIT(later(), testing::ExitedWithCode(9), "^$");
+}
+
+TEST_F(DeathTest, AHandlerThatTheModuleSetsStays) {
+    const auto run = [] {
+        (void)DxrTestExplore(
+            nullptr, 1, [](void *) { (void)std::signal(SIGBUS, OwnHandler); }, nullptr, stderr);
+        (void)raise(SIGBUS);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(9), "^$");
+}
+
+// A child process of the module's may die without the run.
+TEST(TestKit, AChildProcessSaysNothing) {
+    FILE *const out = std::tmpfile();
+    ASSERT_NE(out, nullptr);
+    static int status = 0;
+    const auto body = [](void *) {
+        const pid_t child = fork();
+        if (child == 0) {
+            (void)raise(SIGABRT);
+            _exit(0);
+        }
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+    };
+    EXPECT_EQ(DxrTestExplore(nullptr, 1, body, nullptr, out), 1U);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(std::fseek(out, 0, SEEK_END), 0);
+    EXPECT_EQ(std::ftell(out), 0);
+    (void)std::fclose(out);
 }
 
 // --- In GoogleTest's manner
