@@ -191,10 +191,10 @@ class SystemService : public Service {
     // Starts to watch a heart. As above; EEXIST when somebody else does for the same monitor.
     uint32_t StartWatch(const std::shared_ptr<Timer> &timer, uint64_t ms) {
         const std::lock_guard lock(mutex);
-        const auto isTwin = [&timer](const auto &each) {
-            return each.second->monitor == timer->monitor && !each.second->isEnding;
-        };
-        return std::any_of(timers.begin(), timers.end(), isTwin) ? EEXIST : Start(timer, ms, false);
+        const auto [begin, end] = hearts.equal_range(timer->monitor);
+        const bool isTwin =
+            std::any_of(begin, end, [](const auto &each) { return !each.second->isEnding; });
+        return isTwin ? EEXIST : Start(timer, ms, false);
     }
 
     // With the lock.
@@ -209,11 +209,15 @@ class SystemService : public Service {
         uint32_t result = ENOMEM;
         try {
             result = scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0);
+            if (timer->monitor != nullptr) {
+                hearts.emplace(timer->monitor, timer.get());
+            }
         } catch (const std::bad_alloc &) {
             result = ENOMEM;
         }
         if (result != 0) {
             timers.erase(entry);
+            EraseHeart(*timer);
         }
         return result;
     }
@@ -224,12 +228,10 @@ class SystemService : public Service {
     Timer *FindTimer(const void *handle, const void *monitor, Job *&running) {
         const std::lock_guard lock(mutex);
         auto *found = static_cast<Timer *>(TheHost().handles.Find(handle, HandleType::kTimer));
-        for (const auto &[serial, timer] : timers) {
-            if (monitor != nullptr && timer->monitor == monitor) {
-                found = timer.get();
-                if (!timer->isEnding) {
-                    break;
-                }
+        if (monitor != nullptr) {
+            const auto [begin, end] = hearts.equal_range(monitor);
+            for (auto at = begin; at != end && (found == nullptr || found->isEnding); ++at) {
+                found = at->second;
             }
         }
         if (found != nullptr && std::exchange(found->isEnding, true)) {
@@ -269,12 +271,23 @@ class SystemService : public Service {
             last = std::move(found->second);
             timers.erase(found);
             if (last->handle != nullptr) {
+            EraseHeart(*last);
                 (void)TheHost().handles.End(last->handle, HandleType::kTimer, {});
             }
         }
     }
 
     // Nobody finds the timer any more. False when somebody else ends it already.
+    // With the lock. A monitor has one heart, and those that are ending.
+    void EraseHeart(const Timer &timer) {
+        const auto [begin, end] = hearts.equal_range(timer.monitor);
+        const auto found =
+            std::find_if(begin, end, [&timer](const auto &each) { return each.second == &timer; });
+        if (found != end) {
+            hearts.erase(found);
+        }
+    }
+
     bool EndHandle(Timer &timer) {
         const std::lock_guard lock(mutex);
         return !std::exchange(timer.isEnding, true);
@@ -319,6 +332,7 @@ class SystemService : public Service {
     std::map<const void *, std::shared_ptr<OpenFile>> files;
     std::map<uint64_t, std::shared_ptr<Timer>> timers;
     uint64_t lastSerial = 0;
+    std::multimap<const void *, Timer *> hearts;  // those of the timers that watch, by monitor
     std::map<uint32_t, uint32_t> envValues;
     uint32_t lrId = 0;
     uint32_t cpuUseRate;

@@ -444,6 +444,21 @@ TEST_F(VirtualTimers, AStopWaitsForTheFunction) {
     EXPECT_EQ(DXR_GetCurrMs(), 510U);
 }
 
+// Each stop that looked at all of them would make these minutes.
+TEST_F(SteppedTimers, ManyAreStoppedOneByOne) {
+    std::vector<DxrHostTimer> timers(50000);
+    uint32_t bad = 0;
+    for (DxrHostTimer &timer : timers) {
+        timer = {sizeof(DxrHostTimer), 1000, 0, 0, [](void *) {}, nullptr, nullptr};
+        bad += DXR_StartTimer(&timer) != 0 ? 1 : 0;
+    }
+    for (DxrHostTimer &timer : timers) {
+        bad += DXR_StopTimer(&timer) != 0 ? 1 : 0;
+    }
+    EXPECT_EQ(bad, 0U);
+    EXPECT_EQ(End(), 0U);
+}
+
 TEST_F(VirtualTimers, WrongOnesAreRefused) {
     const auto einval = static_cast<uint32_t>(EINVAL);
     DxrHostTimer timer = Timer(10, false, "");
