@@ -7,7 +7,6 @@ namespace {
 
 // No address of a program begins like that.
 constexpr uint64_t kMark = 0xA5;
-constexpr uint32_t kGenerations = 1U << 20;
 
 }  // namespace
 
@@ -40,8 +39,9 @@ const void *Handles::Encode(HandleType type, uint32_t generation, uint32_t index
     // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is no address
     return reinterpret_cast<const void *>(
         kMark << 56 | static_cast<uint64_t>(type) << 48 |
-        static_cast<uint64_t>(hostNumber_ & 0xF) << 44 |
-        static_cast<uint64_t>(generation % kGenerations) << kIndexBits | index);
+        static_cast<uint64_t>(hostNumber_ & kHostMask) << 44 |
+        static_cast<uint64_t>((generation + firstGeneration_) % kGenerations) << kIndexBits |
+        index);
 }
 
 void *Handles::Make(HandleType type, void *object, const Place &place) {
@@ -102,7 +102,7 @@ std::string Handles::Explain(const void *handle, HandleType wanted) {
     if (Bits(handle) >> 56 != kMark) {
         return "an address that is no " + name;
     }
-    if (((Bits(handle) >> 44) & 0xF) != (hostNumber_ & 0xF)) {
+    if (((Bits(handle) >> 44) & kHostMask) != (hostNumber_ & kHostMask)) {
         return "a handle of another host";
     }
     Place made;
@@ -116,8 +116,11 @@ std::string Handles::Explain(const void *handle, HandleType wanted) {
         if (TypeOf(handle) != wanted) {
             return std::string("a ") + NameOf(TypeOf(handle)) + " is no " + name;
         }
-        const auto generation = static_cast<uint32_t>(Bits(handle) >> kIndexBits) % kGenerations;
-        if (generation != slot->generation % kGenerations || slot->type != wanted) {
+        const uint32_t generation = GenerationOf(handle);
+        if (generation == 0 || generation > slot->generation) {
+            return "a handle of another host";
+        }
+        if (generation != slot->generation || slot->type != wanted) {
             return "a freed " + name;
         }
         made = slot->made;
@@ -131,7 +134,7 @@ std::string Handles::Explain(const void *handle, HandleType wanted) {
 bool Handles::WasMade(const void *handle, HandleType type) {
     const std::lock_guard lock(mutex_);
     const Slot *const slot = SlotOf(handle);
-    const auto generation = static_cast<uint32_t>(Bits(handle) >> kIndexBits) % kGenerations;
+    const uint32_t generation = GenerationOf(handle);
     const auto index = static_cast<uint32_t>(Bits(handle)) & kIndexMask;
     return slot != nullptr && generation != 0 && generation <= slot->generation &&
            Encode(type, generation, index) == handle;

@@ -32,7 +32,8 @@ const char *NameOf(HandleType type);
 
 class Handles {
   public:
-    explicit Handles(uint32_t hostNumber) : hostNumber_(hostNumber) {}
+    explicit Handles(uint32_t hostNumber)
+        : hostNumber_(hostNumber), firstGeneration_((hostNumber >> kHostBits) * kHostStep) {}
 
     // A handle for an object; null without memory. The place is the one to be named later.
     void *Make(HandleType type, void *object, const Place &place);
@@ -67,7 +68,7 @@ class Handles {
         std::atomic<void *> object{nullptr};
         Place made;
         Place ended;
-        uint32_t generation = 0;
+        uint32_t generation = 0;  // how often the index was given, from 1
         HandleType type{};
     };
 
@@ -75,6 +76,12 @@ class Handles {
     static constexpr uint32_t kChunkSize = 1U << kChunkBits;
     static constexpr uint32_t kIndexBits = 24;
     static constexpr uint32_t kIndexMask = (1U << kIndexBits) - 1;
+    static constexpr uint32_t kHostBits = 4;
+    static constexpr uint32_t kHostMask = (1U << kHostBits) - 1;
+    static constexpr uint32_t kGenerations = 1U << 20;
+    // Of the hosts that share their bits each begins to count elsewhere: multiples of the golden
+    // section lie far apart, so that the handles of one that has ended are no other's.
+    static constexpr uint32_t kHostStep = 0x9E377;
     static constexpr uint32_t kChunks = 1U << (kIndexBits - kChunkBits);
 
     static uint64_t Bits(const void *handle) { return reinterpret_cast<uint64_t>(handle); }
@@ -82,6 +89,11 @@ class Handles {
         return static_cast<HandleType>((Bits(handle) >> 48) & 0xFF);
     }
     [[nodiscard]] const void *Encode(HandleType type, uint32_t generation, uint32_t index) const;
+    // The generation that the handle tells, counted as in its slot.
+    [[nodiscard]] uint32_t GenerationOf(const void *handle) const {
+        return (static_cast<uint32_t>(Bits(handle) >> kIndexBits) - firstGeneration_) %
+               kGenerations;
+    }
     [[nodiscard]] Slot *SlotOf(const void *handle) const {
         const auto index = static_cast<uint32_t>(Bits(handle)) & kIndexMask;
         Slot *const chunk = chunks_[index >> kChunkBits].load(std::memory_order_acquire);
@@ -89,6 +101,7 @@ class Handles {
     }
 
     const uint32_t hostNumber_;
+    const uint32_t firstGeneration_;
     std::mutex mutex_;
     std::vector<uint32_t> free_;
     uint32_t used_ = 0;

@@ -217,6 +217,30 @@ TEST_F(Host, HandlesOfAnotherHostAreForeign) {
     EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
 }
 
+// Hosts are told apart however many there were in between.
+TEST_F(Host, HandlesOfAHostThatEndedAreNoOthers) {
+    void *old = nullptr;
+    ASSERT_EQ(DXR_InitMutex(&old, nullptr), 0U);
+    DxrHost *const first = host;
+    for (int i = 0; i < 40; ++i) {
+        DxrHost *const later = DxrHostCreate(nullptr);
+        ASSERT_NE(later, nullptr);
+        DxrHostSetPrintFile(later, nullptr, 0, nullptr);
+        ASSERT_EQ(DxrHostRegister(later), 0U);
+        void *mutex = nullptr;
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+        EXPECT_NE(mutex, old);
+        EXPECT_EQ(DXR_LockMutex(old), static_cast<uint32_t>(EINVAL)) << i;
+        DxrHostReport report{};
+        EXPECT_TRUE(DxrHostGetReport(later, 0, &report));
+        EXPECT_STREQ(report.text, "a handle of another host");
+        EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
+        EXPECT_EQ(DxrHostDestroy(later, nullptr), 0U);
+    }
+    ASSERT_EQ(DxrHostRegister(first), 0U);
+    EXPECT_EQ(DXR_DestroyMutex(old), 0U);
+}
+
 // The direct way, past the library: its dispatchers look for who called them.
 TEST_F(Host, AHandleIsNeverGivenTwice) {
     DxrHooks hooks;
