@@ -88,6 +88,39 @@ bool IsIn(const Host *host, const ThreadRecord &thread) {
                        [host](const NamedCall &each) { return each.host == host; });
 }
 
+bool Visit::Next() {
+    LeaveThis();
+    for (;;) {
+        Host *next = nullptr;
+        {
+            const std::lock_guard lock(g_mutex);
+            uint32_t least = UINT32_MAX;
+            for (Host *at = g_first; at != nullptr; at = at->live.next) {
+                if (at->number > number_ && at->number <= least) {
+                    next = at;
+                    least = at->number;
+                }
+            }
+            number_ = least;
+        }
+        if (next == nullptr) {
+            return false;
+        }
+        // It may have ended meanwhile.
+        if (Enter(next, thread_)) {
+            host_ = next;
+            return true;
+        }
+    }
+}
+
+void Visit::LeaveThis() {
+    if (host_ != nullptr) {
+        Leave(host_, thread_);
+        host_ = nullptr;
+    }
+}
+
 bool HasOthers(Host &host, const ThreadRecord &thread) {
     const uint32_t own = IsIn(&host, thread) ? 1 : 0;
     const std::lock_guard lock(g_mutex);

@@ -3,6 +3,8 @@
 #ifndef DXR_DEVHOST_LIVE_HOSTS_H
 #define DXR_DEVHOST_LIVE_HOSTS_H
 
+#include <cstdint>
+
 #include "thread_record.h"
 
 namespace devhost::live {
@@ -31,6 +33,29 @@ void LeaveAll(ThreadRecord &thread);
 
 // Whether other threads are in the host by its name.
 bool HasOthers(Host &host, const ThreadRecord &thread);
+
+// Goes through the live hosts in the order of their making, and is in one at a time.
+class Visit {
+  public:
+    explicit Visit(ThreadRecord &thread) : thread_(thread) {}
+    ~Visit() { LeaveThis(); }
+    Visit(const Visit &) = delete;
+    Visit &operator=(const Visit &) = delete;
+    Visit(Visit &&) = delete;
+    Visit &operator=(Visit &&) = delete;
+
+    // False when there are no more. Throws std::bad_alloc.
+    bool Next();
+    Host *operator->() const { return host_; }
+    Host &operator*() const { return *host_; }
+
+  private:
+    void LeaveThis();
+
+    ThreadRecord &thread_;
+    Host *host_ = nullptr;
+    uint32_t number_ = 0;  // of the last one
+};
 
 }  // namespace devhost::live
 

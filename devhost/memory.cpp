@@ -356,7 +356,27 @@ class MemoryService : public Service {
     }
 
     // What an address is that is no live block.
-    std::string Explain(const void *address) {
+    std::string Explain(const void *address, ThreadRecord &thread) {
+        std::string text = ExplainReleased(address);
+        if (!text.empty()) {
+            return text;
+        }
+        if (blocks_.Holds(address)) {
+            return "an address within the host's memory that is no block";
+        }
+        for (live::Visit other(thread); text.empty() && other.Next();) {
+            if (&*other != &TheHost()) {
+                text = other->Get<MemoryService>(ServiceId::kMemory).ExplainForeign(address);
+            }
+        }
+        if (!text.empty()) {
+            return text;
+        }
+        return "an address that is not the host's";
+    }
+
+    // The same of a block that was released; empty for what is none.
+    std::string ExplainReleased(const void *address) {
         const BlockInfo *const info = blocks_.Find(address);
         if (info != nullptr && info->state.load().IsReleased()) {
             return "a block that was released at " + TextOf(info->released.load()) +
@@ -371,8 +391,27 @@ class MemoryService : public Service {
                 }
             }
         }
-        return blocks_.Holds(address) ? "an address within the host's memory that is no block"
-                                      : "an address that is not the host's";
+        return {};
+    }
+
+    // What an address is to another host; empty for what is no block of this one.
+    std::string ExplainForeign(const void *address) {
+        const BlockInfo *const info = blocks_.Find(address);
+        if (info != nullptr) {
+            const BlockState seen = info->state.load();
+            if (seen.IsLive()) {
+                return "a block of another host, allocated at " + TextOf(seen.Made());
+            }
+        } else {
+            const std::lock_guard lock(mutex_);
+            const auto found = large_.find(address);
+            if (found != large_.end()) {
+                return "a block of another host, allocated at " +
+                       TextOf(found->second->info.Made());
+            }
+        }
+        const std::string text = ExplainReleased(address);
+        return text.empty() ? text : text + ", of another host";
     }
 
     // What may not fit or is to fail: then each allocation goes the long way.
@@ -685,7 +724,7 @@ MemoryService &StateOf(Host &host) {
     MemoryService &state = StateOf(*call);
     ++state.badReleases;
     call.Misuse(kService, "released what is no block",
-                "released at " + TextOf(&site) + ": " + state.Explain(block));
+                "released at " + TextOf(&site) + ": " + state.Explain(block, call.Thread()));
 }
 
 [[gnu::noinline]] void Release(void *block, const char *file, uint32_t line,

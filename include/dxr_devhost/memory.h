@@ -7,7 +7,8 @@
  * DXR_Free takes a block back; null is allowed and does nothing. The bytes before and after the
  * block must be as they were: a change is reported with both sites. What is no live block is
  * reported and otherwise ignored: released twice (with all three sites), an address inside a block,
- * one that never was the host's. A released block is given out again only after others were.
+ * one that never was the host's, and a block of another live host (with where it was allocated,
+ * and released if it was). A released block is given out again only after others were.
  *
  * Both may be called from any thread. What accounts say is exact for one moment, at which no thread
  * allocates or releases. */

@@ -440,6 +440,34 @@ TEST_F(HostMemory, AForeignReleaseIsCountedAndReportedAndHarmless) {
     EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).blocksLive, 0U);
 }
 
+TEST_F(HostMemory, ABlockOfAnotherHostIsReportedWithItsSite) {
+    for (const uint32_t size : {40U, 40000U}) {
+        reports.clear();
+        void *const block = DXR_Malloc(9, size, "a.cpp", 1);
+        DxrHost *const another = DxrHostCreate(nullptr);
+        ASSERT_NE(another, nullptr);
+        DxrHostSetPrintFile(another, nullptr, 0, nullptr);
+        ASSERT_EQ(DxrHostRegister(another), 0U);
+        DXR_Free(block, "b.cpp", 7);
+        DxrHostReport report{};
+        EXPECT_TRUE(DxrHostGetReport(another, 0, &report));
+        EXPECT_STREQ(report.text,
+                     "released at b.cpp:7: a block of another host, allocated at a.cpp:1");
+        EXPECT_EQ(DxrHostGetBadReleases(another), 1U);
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        DXR_Free(block, "c.cpp", 3);
+        EXPECT_TRUE(reports.empty()) << "it stayed whole";
+        ASSERT_EQ(DxrHostRegister(another), 0U);
+        DXR_Free(block, "d.cpp", 4);
+        EXPECT_TRUE(DxrHostGetReport(another, 1, &report));
+        EXPECT_STREQ(report.text,
+                     "released at d.cpp:4: a block that was released at c.cpp:3, allocated at "
+                     "a.cpp:1, of another host");
+        EXPECT_EQ(DxrHostDestroy(another, nullptr), 0U);
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+    }
+}
+
 TEST_F(HostMemory, AnAddressWithinABlockIsNone) {
     auto *const block = static_cast<char *>(DXR_Malloc(9, 80, "a.cpp", 1));
     DXR_Free(block + 16, "b.cpp", 7);
