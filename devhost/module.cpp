@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host.h"
+#include "records.h"
 
 namespace devhost {
 namespace {
@@ -102,13 +103,7 @@ void RegisterModule(void *record) {
         return;
     }
     DxrHostModule given{};
-    if (record != nullptr) {
-        std::memcpy(&given.size, record, sizeof(given.size));
-    }
-    if (given.size == sizeof(given)) {
-        std::memcpy(&given, record, sizeof(given));
-    }
-    if (given.size != sizeof(given) || given.name == nullptr || given.name[0] == '\0') {
+    if (!CopyRecord(record, given) || given.name == nullptr || given.name[0] == '\0') {
         call.Misuse(kService, "no registration record, or no name in it");
         return;
     }

@@ -23,6 +23,7 @@
 
 #include "host.h"
 #include "path_below.h"
+#include "records.h"
 
 namespace devhost {
 namespace {
@@ -122,13 +123,7 @@ class PluginCall : public Call {
             return;
         }
         refusal_ = EINVAL;
-        if (record != nullptr) {
-            std::memcpy(&given_.size, record, sizeof(given_.size));
-        }
-        if (given_.size == sizeof(given_)) {
-            std::memcpy(&given_, record, sizeof(given_));
-        }
-        if (given_.size != sizeof(given_) || given_.name == nullptr || given_.name[0] == '\0') {
+        if (!CopyRecord(record, given_) || given_.name == nullptr || given_.name[0] == '\0') {
             Call::Misuse(kService, "no plug-in record, or no name in it");
             return;
         }

@@ -22,6 +22,7 @@
 #include "host.h"
 #include "path_below.h"
 #include "print.h"
+#include "records.h"
 
 namespace devhost {
 namespace {
@@ -456,8 +457,7 @@ uint32_t WriteEventLog(void *event) {
         return kFailure;
     }
     DxrHostEvent given;
-    if (event == nullptr ||
-        (std::memcpy(&given, event, sizeof(given)), given.size != sizeof(given))) {
+    if (!CopyRecord(event, given)) {
         call.Misuse(kService, "no event");
         return kFailure;
     }
@@ -510,9 +510,7 @@ uint32_t RecordWarmRebootMileStone(void *text) {
 // Registers a filter; null when the registration is none, or without memory.
 void *Register(const Call &call, const void *registration, const char *file) {
     DxrHostLogFilter given;
-    if (registration == nullptr ||
-        (std::memcpy(&given, registration, sizeof(given)),
-         given.size != sizeof(given) || given.entries == 0 || given.entries > kMostEntries)) {
+    if (!CopyRecord(registration, given) || given.entries == 0 || given.entries > kMostEntries) {
         call.Misuse(kService, "no registration of a log filter");
         return nullptr;
     }

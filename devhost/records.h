@@ -2,7 +2,9 @@
 #ifndef DXR_DEVHOST_RECORDS_H
 #define DXR_DEVHOST_RECORDS_H
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "host.h"
 
@@ -19,6 +21,22 @@ bool IsUsable(const Call &call, const char *service, const void *address) {
         call.Misuse(service, "a misaligned pointer");
         return false;
     }
+    return true;
+}
+
+// Copies a record from wherever it is. False without one, and when its size shows that it is none:
+// then no more than the size was read, for nothing else need be there.
+template <typename Record>
+[[nodiscard]] bool CopyRecord(const void *from, Record &to) {
+    static_assert(offsetof(Record, size) == 0);
+    if (from == nullptr) {
+        return false;
+    }
+    std::memcpy(&to.size, from, sizeof(to.size));
+    if (to.size != sizeof(to)) {
+        return false;
+    }
+    std::memcpy(&to, from, sizeof(to));
     return true;
 }
 

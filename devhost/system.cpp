@@ -19,6 +19,7 @@
 
 #include "host.h"
 #include "path_below.h"
+#include "records.h"
 
 namespace devhost {
 namespace {
@@ -208,16 +209,16 @@ class SystemService : public Service {
         const auto entry = timers.emplace(timer->serial, timer).first;
         uint32_t result = ENOMEM;
         try {
-            result = scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0);
             if (timer->monitor != nullptr) {
                 hearts.emplace(timer->monitor, timer.get());
             }
+            result = scheduler.Start(timer, scheduler.clock.NowNs() + ns, repeats ? ns : 0);
         } catch (const std::bad_alloc &) {
             result = ENOMEM;
         }
         if (result != 0) {
-            timers.erase(entry);
             EraseHeart(*timer);
+            timers.erase(entry);
         }
         return result;
     }
@@ -270,14 +271,13 @@ class SystemService : public Service {
         if (found != timers.end()) {
             last = std::move(found->second);
             timers.erase(found);
-            if (last->handle != nullptr) {
             EraseHeart(*last);
+            if (last->handle != nullptr) {
                 (void)TheHost().handles.End(last->handle, HandleType::kTimer, {});
             }
         }
     }
 
-    // Nobody finds the timer any more. False when somebody else ends it already.
     // With the lock. A monitor has one heart, and those that are ending.
     void EraseHeart(const Timer &timer) {
         const auto [begin, end] = hearts.equal_range(timer.monitor);
@@ -288,6 +288,7 @@ class SystemService : public Service {
         }
     }
 
+    // Nobody finds the timer any more. False when somebody else ends it already.
     bool EndHandle(Timer &timer) {
         const std::lock_guard lock(mutex);
         return !std::exchange(timer.isEnding, true);
@@ -331,8 +332,8 @@ class SystemService : public Service {
     std::string binFolder;
     std::map<const void *, std::shared_ptr<OpenFile>> files;
     std::map<uint64_t, std::shared_ptr<Timer>> timers;
-    uint64_t lastSerial = 0;
     std::multimap<const void *, Timer *> hearts;  // those of the timers that watch, by monitor
+    uint64_t lastSerial = 0;
     std::map<uint32_t, uint32_t> envValues;
     uint32_t lrId = 0;
     uint32_t cpuUseRate;
@@ -513,8 +514,7 @@ uint32_t StopTimer(void *timer) {
         return ECANCELED;
     }
     DxrHostTimer given;
-    if (timer == nullptr ||
-        (std::memcpy(&given, timer, sizeof(given)), given.size != sizeof(given))) {
+    if (!CopyRecord(timer, given)) {
         call.Misuse(kService, "no timer");
         return EINVAL;
     }
@@ -534,8 +534,7 @@ uint32_t StartTimer(void *timer) {
         return ECANCELED;
     }
     DxrHostTimer given;
-    if (timer == nullptr || (std::memcpy(&given, timer, sizeof(given)),
-                             given.size != sizeof(given) || given.function == nullptr)) {
+    if (!CopyRecord(timer, given) || given.function == nullptr) {
         call.Misuse(kService, "no timer");
         return EINVAL;
     }
@@ -586,8 +585,7 @@ uint32_t SetHeartMon(void *monitor, uint32_t ms, uint32_t misses, uint32_t numbe
         return ECANCELED;
     }
     DxrHostHeartMonitor given;
-    if (monitor == nullptr || ms == 0 || misses == 0 ||
-        (std::memcpy(&given, monitor, sizeof(given)), given.size != sizeof(given))) {
+    if (ms == 0 || misses == 0 || !CopyRecord(monitor, given)) {
         call.Misuse(kService, "no monitor");
         return EINVAL;
     }

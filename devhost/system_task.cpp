@@ -16,6 +16,7 @@
 
 #include "host.h"
 #include "lock_order.h"
+#include "records.h"
 
 namespace devhost {
 
@@ -237,11 +238,8 @@ uint32_t CreateTask(void *name, void *entry, void *argument, uint32_t priority, 
         return ECANCELED;
     }
     DxrHostTaskOptions given{sizeof(DxrHostTaskOptions), 0};
-    if (options != nullptr) {
-        std::memcpy(&given, options, sizeof(given));
-    }
     if (entry == nullptr || priority > kHighestPriority || flag > 1 ||
-        given.size != sizeof(DxrHostTaskOptions)) {
+        (options != nullptr && !CopyRecord(options, given))) {
         call.Misuse(kService, "no entry, priority above 255 or wrong options");
         return EINVAL;
     }

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "dxr_devhost.h"
+#include "support/guarded_page.h"
 #include "support/sanitizers.h"
 #include "support/test_host.h"
 #include "tools/temporary_directory.h"
@@ -456,6 +457,9 @@ class Hostile : public testing::Test {
         if (Below(8) == 0) {
             return 0;
         }
+        if (Below(16) == 0) {
+            return ShortRecord(alignof(Value) < sizeof(Word) ? sizeof(value.size) : sizeof(Word));
+        }
         value.size = Below(8) == 0 ? 1 : sizeof(Value);
         static_assert(sizeof(value) < sizeof(oddRecord_));
         if (Odd() == 0) {
@@ -463,6 +467,15 @@ class Hostile : public testing::Test {
         }
         std::memcpy(&oddRecord_[1], &value, sizeof(value));
         return WordOf(&oddRecord_[1]);
+    }
+
+    // One whose size tells that no more than that is there: it ends where its page does.
+    Word ShortRecord(size_t bytes) {
+        const std::array<uint32_t, 3> sizes = {0, 4, 8};
+        unsigned char *const at = static_cast<unsigned char *>(end_.End()) - bytes;
+        const uint32_t size = OneOf(sizes);
+        std::memcpy(at, &size, sizeof(size));
+        return WordOf(at);
     }
 
     // Small ones that nobody empties, and some with a handler that sends on.
@@ -584,6 +597,7 @@ class Hostile : public testing::Test {
     std::shared_ptr<Handles> handles_ = std::make_shared<Handles>();
     alignas(16) std::array<std::array<unsigned char, 4096 + 16>, 4> rooms_{};
     alignas(8) std::array<unsigned char, 512> oddRecord_{};
+    dxrtest::GuardedPage end_;
     size_t lastRoom_ = 0;
     std::array<DxrHostTimer, 4> timers_ = {{{0, 1, 1, 0, Nothing, nullptr, nullptr},
                                             {0, 0, 0, 0, Nothing, nullptr, nullptr},
