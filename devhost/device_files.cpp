@@ -15,6 +15,7 @@
 #include <new>
 
 #include "device.h"
+#include "module_call.h"
 
 namespace devhost {
 namespace {
@@ -391,7 +392,9 @@ uint32_t ControlDev(void *request) {
     }
     uint32_t result = 0;
     const DeviceControl control = ControlOf(call, *record, result);
-    return control.function != nullptr ? control.function(record, control.user) : result;
+    return control.function != nullptr ? CallModule(*call, kDevice, "the control of a device",
+                                                    kThrown, control.function, record, control.user)
+                                       : result;
 }
 
 uint32_t SetDevMmapType(uint32_t device, uint32_t type) {

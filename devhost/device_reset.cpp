@@ -5,6 +5,7 @@
 #include <new>
 
 #include "device.h"
+#include "module_call.h"
 
 namespace devhost {
 namespace {
@@ -93,7 +94,7 @@ uint32_t Reset(const Call &call, const char *what, uint32_t mode, const char *re
     }
     PreReset next = FunctionAt(state, 0);
     for (size_t i = 0; next.function != nullptr; next = FunctionAt(state, ++i)) {
-        next.function(mode, next.argument);
+        CallModuleVoid(*call, kDevice, "a pre-reset function", next.function, mode, next.argument);
     }
     {
         const std::lock_guard lock(state.mutex);
@@ -192,7 +193,9 @@ uint32_t CmdCallback(void *record, uint32_t command) {
         function = state.resets.command;
         user = state.resets.commandUser;
     }
-    return function != nullptr ? function(record, command, user) : ENOSYS;
+    return function != nullptr ? CallModule(*call, kDevice, "the command function", kThrown,
+                                            function, record, command, user)
+                               : ENOSYS;
 }
 
 }  // namespace
@@ -240,7 +243,8 @@ bool DxrHostRaiseInterrupt(DxrHost *host, uint32_t chip, uint32_t interrupt) {
     if (found.function == nullptr) {
         return false;
     }
-    found.function(chip, interrupt, found.argument);
+    devhost::CallModuleVoid(*call, devhost::kDevice, "an interrupt's function", found.function,
+                            chip, interrupt, found.argument);
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host.h"
+#include "module_call.h"
 
 namespace devhost {
 namespace {
@@ -34,6 +35,7 @@ struct Check : Job {
 class FfmService : public Service {
   public:
     explicit FfmService(Host &host) : Service(host), startFails(host.chance.Point("ffm.start")) {}
+    using Service::TheHost;
 
     ~FfmService() override {
         for (const auto &check : checks) {
@@ -120,7 +122,8 @@ class FfmService : public Service {
 
 void Check::Run(void *user) {
     auto *const check = static_cast<Check *>(user);
-    const uint32_t result = check->function(check->user);
+    const uint32_t result = CallModule(check->service->TheHost(), kService, "a fault check",
+                                       kThrown, check->function, check->user);
     // One that did not end with its host: the check is not there any more.
     Scheduler::EndStopped(ThisThread());
     check->service->Note(*check, result);

@@ -14,6 +14,7 @@
 #include "dxr_devhost/print.h"
 #include "error_text.h"
 #include "live_hosts.h"
+#include "module_call.h"
 #include "print.h"
 
 namespace devhost {
@@ -126,6 +127,20 @@ uint32_t Host::Finish() {
     }
     reports.TellMore();
     return leftovers_;
+}
+
+void ReportException(Host &host, const char *service, const char *what, const void *function) {
+    const std::string finding =
+        std::string("an exception left ") + what + ", " + Describe(function);
+    std::string text = finding;
+    try {
+        throw;
+    } catch (const std::exception &exception) {
+        text += std::string(": ") + exception.what();
+    } catch (...) {
+        text += ", no std::exception";
+    }
+    host.reports.Add(DXR_HOST_REPORT_MISUSE, service, {}, finding.c_str(), text);
 }
 
 void Call::BeginUnusual() {

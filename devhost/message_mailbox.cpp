@@ -7,6 +7,7 @@
 
 #include "message.h"
 #include "message_wire.h"
+#include "module_call.h"
 
 namespace devhost {
 namespace {
@@ -137,12 +138,14 @@ void MessageService::Handle(const DxrHostUnit &unit) {
         ++counts.taken;
         const DxrHostMessage &message = box->current.front().head;
         lock.unlock();
-        const uint32_t result = box->given.handler(&message, box->given.user);
+        const uint32_t result = CallModule(TheHost(), "message", "the handler of a mailbox",
+                                           kThrown, box->given.handler, &message, box->given.user);
         // One that did not end with its host: the mailbox is not there any more.
         Scheduler::EndStopped(ThisThread());
         lock.lock();
         if ((message.flags & DXR_HOST_MESSAGE_ACK) != 0 && result != DXR_HOST_ACK_LATER) {
-            (void)transport->Acknowledge(message, result);
+            // Without the memory for it the sender waits in vain.
+            Guard([&] { (void)transport->Acknowledge(message, result); });
         }
     }
     EndLocked(box->current);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host.h"
+#include "module_call.h"
 
 namespace devhost {
 namespace {
@@ -141,7 +142,9 @@ uint32_t DxrHostGetTemperature(DxrHost *host, uint32_t sensor, int32_t *milliCel
         return ENOMEM;
     }
     int32_t asked = 0;
-    const uint32_t result = function(sensor, &asked);
+    const uint32_t result =
+        devhost::CallModule(*call, devhost::kService, "a temperature's function", devhost::kThrown,
+                            function, sensor, &asked);
     if (result == 0) {
         *milliCelsius = asked;
     }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -165,6 +166,15 @@ TEST_F(DeviceFiles, ServeCommandsOfOthers) {
     (void)Control(fpga, 100);
     EXPECT_EQ(result, uint32_t{ENOTTY});
     EXPECT_TRUE(reports.empty());
+    const auto throws = [](DxrHostDevRequest *, void *) -> uint32_t {
+        throw std::runtime_error("no such gate");
+    };
+    DxrHostSetDeviceControl(host, "/dev/fpga0", throws, nullptr);
+    (void)Control(fpga, 100);
+    EXPECT_EQ(result, uint32_t{ECANCELED});
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::ElementsAre(testing::HasSubstr(": no such gate")));
+    DxrHostSetDeviceControl(host, "/dev/fpga0", nullptr, nullptr);
     (void)Control(0, 100);
     EXPECT_EQ(result, uint32_t{EBADF});
     (void)Control(fpga, DXR_HOST_DEV_READ, 0, nullptr, 1);
@@ -172,7 +182,7 @@ TEST_F(DeviceFiles, ServeCommandsOfOthers) {
     EXPECT_EQ(DXR_ControlDev(nullptr), uint32_t{EINVAL});
     DxrHostDevRequest wrong{};
     EXPECT_EQ(DXR_ControlDev(&wrong), uint32_t{EINVAL});
-    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 4U);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 5U);
     EXPECT_EQ(DXR_CloseDev(fpga), 0U);
 }
 

@@ -2,6 +2,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -259,6 +260,30 @@ TEST_F(DeviceReset, LeavesCommandsToTheirFunction) {
     DxrHostSetCommand(host, nullptr, nullptr);
     EXPECT_EQ(DXR_CmdCallback(&record, 6), uint32_t{ENOSYS});
     EXPECT_EQ(record, 5U);
+}
+
+// What a function throws ends with its call; what it was called for goes on.
+TEST_F(DeviceReset, FunctionsMayThrow) {
+    Called called;
+    const auto throws = [](uint32_t, void *) { throw std::runtime_error("torn"); };
+    const auto interrupt = [](uint32_t, uint32_t, void *) { throw std::runtime_error("noise"); };
+    const auto command = [](void *, uint32_t, void *) -> uint32_t {
+        throw std::runtime_error("unheard");
+    };
+    ASSERT_EQ(DXR_RegisterPreResetProcFunc(Address(throws), nullptr), 0U);
+    ASSERT_EQ(DXR_RegisterPreResetProcFunc(Address(Note), &called), 0U);
+    void (*const note)(uint32_t, uint32_t, void *) = interrupt;
+    ASSERT_EQ(DXR_IntrSetRegist(1, 2, reinterpret_cast<void *>(note), nullptr), 0U);
+    EXPECT_TRUE(DxrHostRaiseInterrupt(host, 1, 2));
+    DxrHostSetCommand(host, command, nullptr);
+    uint32_t record = 0;
+    EXPECT_EQ(DXR_CmdCallback(&record, 5), uint32_t{ECANCELED});
+    DXR_ResetBoard(5);
+    EXPECT_EQ(called.modes, std::vector<uint32_t>{5});
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_RUN), std::vector<std::string>{"the board is reset, mode 5"});
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::ElementsAre(testing::HasSubstr(": noise"), testing::HasSubstr(": unheard"),
+                                     testing::HasSubstr(": torn")));
 }
 
 }  // namespace

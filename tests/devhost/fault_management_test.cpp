@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -141,6 +142,17 @@ TEST_F(HostChecks, ResultsAreKeptAndChangesAreMessages) {
     EXPECT_THAT(messages, ElementsAre(Message(2, "fault check parity: fault 7"),
                                       Message(2, "fault check parity: fault 8"),
                                       Message(6, "fault check parity: all is well")));
+}
+
+TEST_F(HostChecks, ThatThrowFindAFault) {
+    const auto check = [](void *) -> uint32_t { throw std::runtime_error("lost"); };
+    const uint32_t number = DxrHostAddFaultCheck(host, "link", check, nullptr, 10);
+    EXPECT_EQ(DXR_FfmStartFaultCheck(), 0U);
+    DxrHostAdvance(host, 20);
+    EXPECT_EQ(At(number).calls, 2U);
+    EXPECT_EQ(At(number).result, static_cast<uint32_t>(ECANCELED));
+    EXPECT_EQ(DXR_FfmStopFaultCheck(), 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), ElementsAre(HasSubstr(": lost")));
 }
 
 TEST_F(HostChecks, WrongOnesAreNotAdded) {

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <stdexcept>
 #include <thread>
 
 #include "devhost/message_fixture.h"
@@ -248,6 +249,35 @@ TEST_F(HostMessages, AreHandledAtOnce) {
     EXPECT_THAT(log.lines, ElementsAre("one", "two", "late"));
     EXPECT_EQ(DxrHostCloseMailbox(host, &kLpu3), 0U);
     EXPECT_EQ(Send(kLpu3, 1, "three"), static_cast<uint32_t>(ENXIO));
+}
+
+// An exception of a handler's ends with its call; the mailbox goes on.
+TEST_F(HostMessages, AHandlerMayThrow) {
+    uint32_t calls = 0;
+    const auto handler = [](const DxrHostMessage *message, void *user) -> uint32_t {
+        ++*static_cast<uint32_t *>(user);
+        if (message->kind == 1) {
+            throw std::runtime_error("too hot");
+        }
+        if (message->kind == 2) {
+            throw 2;  // NOLINT(hicpp-exception-baseclass)
+        }
+        return 5;
+    };
+    ASSERT_EQ(Open(kLpu3, 0, handler, &calls), 0U);
+    EXPECT_EQ(Send(kLpu3, 1), 0U);
+    EXPECT_EQ(Send(kLpu3, 2), 0U);
+    EXPECT_EQ(Send(kLpu3, 3), 0U);
+    EXPECT_EQ(calls, 3U);
+    EXPECT_EQ(Counts().taken, 3U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre(testing::MatchesRegex(
+                    "an exception left the handler of a mailbox, .*message_test.*: too hot")));
+    DxrHostReport report{};
+    EXPECT_TRUE(DxrHostGetReport(host, 0, &report));
+    EXPECT_EQ(report.count, 2U);
+    EXPECT_EQ(DxrHostCloseMailbox(host, &kLpu3), 0U);
+    EXPECT_EQ(End(), 0U);
 }
 
 // Sends on until it has counted down; then closes its own mailbox.

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -65,6 +66,14 @@ TEST_F(HostTemperature, TheRegisteredFunctionIsAsked) {
     EXPECT_EQ(DxrHostGetTemperature(host, 1, &value), 0U);
     EXPECT_TRUE(reports.empty());
     EXPECT_EQ(End(), 0U) << "functions are not left behind";
+}
+
+TEST_F(HostTemperature, AFunctionMayThrow) {
+    Register(3, [](uint32_t, int32_t *) -> uint32_t { throw std::runtime_error("burnt"); });
+    int32_t value = 5;
+    EXPECT_EQ(DxrHostGetTemperature(host, 3, &value), static_cast<uint32_t>(ECANCELED));
+    EXPECT_EQ(value, 5);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), ElementsAre(testing::HasSubstr(": burnt")));
 }
 
 TEST_F(HostTemperature, ASetValueComesFirst) {

@@ -1,0 +1,55 @@
+// Calls of modules' functions, which may be C++: an exception that leaves one ends there.
+#ifndef DXR_DEVHOST_MODULE_CALL_H
+#define DXR_DEVHOST_MODULE_CALL_H
+
+#include <cxxabi.h>
+
+#include <cerrno>
+#include <cstdint>
+
+#include "guarded.h"
+#include "host.h"
+
+namespace devhost {
+
+// What a function of a module counts as having given that an exception left.
+constexpr uint32_t kThrown = ECANCELED;
+
+// For the handler of an exception: reports it. `what` says what function it left.
+void ReportException(Host &host, const char *service, const char *what, const void *function);
+
+// Calls a function of a module; `thrown` when an exception left it. Without a frame that owns
+// anything: a task may be ended in there. The end of a thread goes through.
+template <typename Result, typename Function, typename... Args>
+Result CallModule(Host &host, const char *service, const char *what, Result thrown,
+                  Function function, Args... args) {
+    try {
+        return function(args...);
+    } catch (const abi::__forced_unwind &) {
+        throw;
+    } catch (...) {
+        Guard([&] {
+            ReportException(host, service, what, reinterpret_cast<const void *>(function));
+        });
+        return thrown;
+    }
+}
+
+// The same for one that gives nothing.
+template <typename Function, typename... Args>
+void CallModuleVoid(Host &host, const char *service, const char *what, Function function,
+                    Args... args) {
+    try {
+        function(args...);
+    } catch (const abi::__forced_unwind &) {
+        throw;
+    } catch (...) {
+        Guard([&] {
+            ReportException(host, service, what, reinterpret_cast<const void *>(function));
+        });
+    }
+}
+
+}  // namespace devhost
+
+#endif  // DXR_DEVHOST_MODULE_CALL_H
