@@ -102,6 +102,30 @@ TEST(DxrshRun, WhatIsNotWellGivesOne) {
     EXPECT_TRUE(Holds(stuck.out, "end of the run, ")) << stuck.out;
 }
 
+TEST(DxrshRun, NoWayOutOfTheProgramPassesByUnseen) {
+    for (const char *const end : {"exit", "quick_exit", "_exit", "_Exit", "pthread_exit"}) {
+        const Outcome outcome = RunWorker({}, {end});
+        EXPECT_EQ(1, outcome.status) << end;
+        EXPECT_EQ("the module has ended the program\n", outcome.out) << end;
+    }
+}
+
+// A process that the module forks ends as it likes, and takes nothing along.
+TEST(DxrshRun, ChildrenOfTheModuleAreTheirOwn) {
+    const TemporaryDirectory directory;
+    const std::string control = directory.Path("control");
+    const Outcome outcome = RunDxrsh({"run", "--control", control, kWorker, "fork", control});
+    EXPECT_EQ(0, outcome.status) << outcome.out;
+    EXPECT_EQ(0U, outcome.out.find("child 0 ended with 0, the socket is there\n"
+                                   "child 1 ended with 1, the socket is there\n"
+                                   "child 2 ended with 2, the socket is there\n"
+                                   "child 3 died by 15, the socket is there\n"
+                                   "port 3 is "))
+        << outcome.out;
+    EXPECT_EQ("", outcome.err);
+    EXPECT_FALSE(std::filesystem::exists(control));
+}
+
 TEST(DxrshRun, AModuleThatEndsTheProgramIsNotWell) {
     const TemporaryDirectory directory;
     const Outcome outcome = RunWorker({"--trace", directory.Path("trace")}, {"exit"});
@@ -358,9 +382,11 @@ TEST(DxrshReplay, CallsThatEndEarlyOrLateDiffer) {
 // What follows it is not made any more, whatever the module says of itself.
 TEST(DxrshReplay, AModuleThatEndsTheProgramDiffers) {
     const TemporaryDirectory directory;
-    const Outcome outcome = Replay({}, Recorded(directory, "trace"), {"exit"});
-    EXPECT_EQ(1, outcome.status);
-    EXPECT_EQ("the module has ended the program\n", outcome.out);
+    for (const char *const end : {"exit", "quick_exit", "_exit", "_Exit", "pthread_exit"}) {
+        const Outcome outcome = Replay({}, Recorded(directory, "trace"), {end});
+        EXPECT_EQ(1, outcome.status) << end;
+        EXPECT_EQ("the module has ended the program\n", outcome.out) << end;
+    }
 }
 
 TEST(DxrshReplay, WhatCannotBeToldFails) {

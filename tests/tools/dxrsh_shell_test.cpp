@@ -518,6 +518,14 @@ TEST(DxrshShell, RunsAModuleOnTheSameHost) {
     EXPECT_EQ(Shell("load " + std::string("/nowhere/none.so")).status, 1);
 }
 
+TEST(DxrshShell, AModuleThatEndsTheProgramEndsTheLines) {
+    for (const std::string end : {"exit", "quick_exit", "_exit", "_Exit", "pthread_exit"}) {
+        const Outcome outcome = Shell("load " DXRSH_WORKER " " + end + "\nget 0:1:0x40\n");
+        EXPECT_EQ(outcome.status, 1) << end;
+        EXPECT_EQ(outcome.out, "the module has ended the program\n") << end;
+    }
+}
+
 TEST(DxrshShell, RecordsCallsBetweenTwoLines) {
     const TemporaryDirectory directory;
     const std::string file = directory.Path("calls.dxrtrace");

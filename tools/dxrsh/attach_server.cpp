@@ -4,10 +4,12 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -127,9 +129,11 @@ struct Client {
 
 // For ends of the program that come on their own: exit() within a module, and signals.
 constinit std::array<char, PATH_MAX> g_path{};
+// Not of a process that the module forks.
+constinit std::atomic<pid_t> g_owner = 0;
 
 void RemoveFile() {
-    if (g_path[0] != '\0') {
+    if (g_path[0] != '\0' && g_owner == getpid()) {
         (void)unlink(g_path.data());
     }
 }
@@ -180,6 +184,7 @@ class AttachServer::Thread {
             return;
         }
         (void)path.copy(g_path.data(), path.size());
+        g_owner = getpid();
         (void)std::atexit(RemoveFile);
         for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
             struct sigaction given {};

@@ -92,10 +92,10 @@ void AddTold(JsonText &json, TextFile &told) {
         if ((std::fflush(each) != 0 || std::ferror(each) != 0) && errno != EPIPE) {
             Say(stderr, "dxrsh: cannot write the output: {}\n",
                 std::generic_category().message(errno != 0 ? errno : EIO));
-            std::_Exit(kExitFailure);
+            EndProgram(kExitFailure);
         }
     }
-    std::_Exit(status);
+    EndProgram(status);
 }
 
 // The module is in a state that the recording does not have: nothing of it runs any more.

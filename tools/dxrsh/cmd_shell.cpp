@@ -11,6 +11,7 @@
 #include "errors.h"
 #include "help.h"
 #include "help_text.h"
+#include "module.h"
 #include "run_host.h"
 #include "shell.h"
 #include "shell_programs.h"
@@ -32,7 +33,7 @@ void RunLines(const ShellOptions &options, const CLI::App &program) {
     }
     (void)std::fflush(stdout);
     // Threads that modules made by themselves are left alone.
-    std::_Exit(status);
+    EndProgram(status);
 }
 
 }  // namespace

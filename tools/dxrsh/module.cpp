@@ -1,12 +1,16 @@
 #include "module.h"
 
 #include <dlfcn.h>
+#include <sys/syscall.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
+#include <string_view>
 
 #include "errors.h"
 
@@ -16,30 +20,64 @@ namespace {
 
 // The calls of the module that have not come back.
 constinit std::atomic<uint32_t> g_calls = 0;
+// The process that they are made in: one that a module forks ends as it likes.
+constinit std::atomic<pid_t> g_process = 0;
+
+// Tells whether the end of this process, now, is the module's doing.
+bool IsInModule() {
+    return g_calls != 0 && g_process == getpid();
+}
+
+// Also within a signal handler.
+[[noreturn]] void EndByModule() {
+    constexpr std::string_view kWords = "the module has ended the program\n";
+    const ssize_t written = write(STDOUT_FILENO, kWords.data(), kWords.size());
+    (void)written;  // there may be nobody to hear it
+    EndProgram(kExitFailure);
+}
 
 class Call {
   public:
     Call() { ++g_calls; }
-    ~Call() { --g_calls; }
+    // Not by a return or an exception: by the end of the thread.
+    ~Call() {
+        if (!isBack_ && std::uncaught_exceptions() == 0 && IsInModule()) {
+            (void)std::fflush(stdout);
+            EndByModule();
+        }
+        --g_calls;
+    }
     Call(const Call &) = delete;
     Call &operator=(const Call &) = delete;
     Call(Call &&) = delete;
     Call &operator=(Call &&) = delete;
+
+    void Return() { isBack_ = true; }
+
+  private:
+    bool isBack_ = false;
 };
 
 void AtExit() {
-    if (g_calls != 0) {
-        (void)std::fputs("the module has ended the program\n", stdout);
+    if (IsInModule()) {
         (void)std::fflush(stdout);
-        std::_Exit(kExitFailure);
+        EndByModule();
     }
 }
 
 }  // namespace
 
+void EndProgram(int status) {
+    for (;;) {
+        (void)syscall(SYS_exit_group, status);
+    }
+}
+
 Module::Module(const std::string &path) : path_(path) {
     // First, so that those of the module, and of a trace that begins later, come before it.
+    g_process = getpid();
     (void)std::atexit(AtExit);
+    (void)at_quick_exit(AtExit);
     // Without a slash the system would look in the directories of libraries.
     const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
     void *const object = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -61,14 +99,17 @@ int Module::Main(const std::vector<std::string> &arguments) {
         argv_.push_back(argument.data());
     }
     argv_.push_back(nullptr);
-    const Call call;
-    return main_(static_cast<int>(arguments_.size()), argv_.data());
+    Call call;
+    const int result = main_(static_cast<int>(arguments_.size()), argv_.data());
+    call.Return();
+    return result;
 }
 
 void Module::End() const {
     if (end_ != nullptr) {
-        const Call call;
+        Call call;
         end_();
+        call.Return();
     }
 }
 
@@ -89,3 +130,17 @@ std::FILE *OutputBesideModule(bool json) {
 }
 
 }  // namespace dxrsh
+
+// The program's own, which modules find before the system's: no way out passes by unseen.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" __attribute__((visibility("default"))) void _exit(int status) {
+    if (dxrsh::IsInModule()) {
+        dxrsh::EndByModule();
+    }
+    dxrsh::EndProgram(status);
+}
+
+extern "C" __attribute__((visibility("default"))) void _Exit(int status) noexcept {
+    _exit(status);
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)

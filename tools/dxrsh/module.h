@@ -31,6 +31,9 @@ class Module {
     std::vector<char *> argv_;
 };
 
+// As _Exit, also while the module is called: it is not its doing.
+[[noreturn]] void EndProgram(int status);
+
 // Where a command that runs a module prints. For JSON that is standard output as it was; what the
 // module prints there by itself goes to standard error from then on. Stays open.
 [[nodiscard]] std::FILE *OutputBesideModule(bool json);

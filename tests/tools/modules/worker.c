@@ -7,6 +7,8 @@
 #include <stdlib.h>
 #include <string.h>
 #include <strings.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "dxr_api.h"
 #include "dxr_devhost/hash.h"
@@ -176,6 +178,29 @@ static void Logs(void) {
     DXR_DiagLogFilter("kept");
 }
 
+/* That end as processes do: what is the parent's stays. */
+static void HaveChildren(void) {
+    void (*const ends[])(int) = {exit, quick_exit, _exit};
+    for (int i = 0; i < 3; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            ends[i](i);
+        }
+        int status = 0;
+        (void)waitpid(child, &status, 0);
+        printf("child %d ended with %d, the socket is %s\n", i, WEXITSTATUS(status),
+               access(g_argv[g_argc - 1], F_OK) == 0 ? "there" : "gone");
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        raise(SIGTERM);
+    }
+    int status = 0;
+    (void)waitpid(child, &status, 0);
+    printf("child 3 died by %d, the socket is %s\n", WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+           access(g_argv[g_argc - 1], F_OK) == 0 ? "there" : "gone");
+}
+
 int DxrModuleMain(int argc, char **argv) {
     g_argc = argc;
     g_argv = argv;
@@ -185,8 +210,23 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("exit")) {
         exit(0);
     }
+    if (Has("quick_exit")) {
+        quick_exit(0);
+    }
+    if (Has("_exit")) {
+        _exit(0);
+    }
+    if (Has("_Exit")) {
+        _Exit(0);
+    }
+    if (Has("pthread_exit")) {
+        pthread_exit(NULL);
+    }
     if (Has("kill")) {
         raise(SIGKILL);
+    }
+    if (Has("fork")) {
+        HaveChildren();
     }
     char path[256];
     DXR_GetSysWorkPath(path, sizeof(path));
