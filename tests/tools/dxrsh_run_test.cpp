@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -126,6 +129,80 @@ TEST(DxrshRun, ChildrenOfTheModuleAreTheirOwn) {
     EXPECT_FALSE(std::filesystem::exists(control));
 }
 
+TEST(DxrshRun, LinesOutliveTheModule) {
+    const Outcome outcome = RunWorker({}, {"die"});
+    EXPECT_EQ(128 + SIGKILL, outcome.status);
+    EXPECT_EQ("port 3 is <up> & \"well\"\n", outcome.out);
+    EXPECT_EQ("{\"line\":\"port 3 is <up> & \\\"well\\\"\"}\n", RunWorker({"--json"}, {"die"}).out);
+}
+
+// A run that gets a signal, once it has told its first line, and another one after its first word
+// on that.
+Outcome Interrupted(const Words &words, int signal, bool isTwice = false) {
+    const TemporaryDirectory directory;
+    const pid_t child = fork();
+    if (child == 0) {
+        (void)std::freopen(directory.Path("out").c_str(), "w", stdout);
+        (void)std::freopen(directory.Path("err").c_str(), "w", stderr);
+        (void)std::signal(SIGINT, SIG_DFL);  // ignored in the background of a shell
+        dxrtest::ExecuteDxrsh(Words{"run"} + words);
+        _exit(99);
+    }
+    const auto await = [&directory](const char *name) {
+        for (int i = 0; i < 2000; ++i) {
+            std::ifstream file(directory.Path(name));
+            if (file.peek() != std::ifstream::traits_type::eof()) {
+                return;
+            }
+            (void)usleep(10000);
+        }
+        ADD_FAILURE() << "in vain: " << name;
+    };
+    await("out");
+    (void)kill(child, signal);
+    if (isTwice) {
+        await("err");
+        (void)kill(child, signal);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), directory.Read("out"),
+            directory.Read("err")};
+}
+
+TEST(DxrshRun, AnInterruptedRunIsTold) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const TemporaryDirectory directory;
+        const Outcome outcome =
+            Interrupted({"--report", directory.Path("page.html"), kWorker, "stuck"}, signal);
+        EXPECT_EQ(130, outcome.status);
+        EXPECT_EQ("dxrsh: interrupted: the run ends\n", outcome.err);
+        EXPECT_TRUE(Holds(outcome.out, "\nmodule dxrsh_worker.so returned 0\n")) << outcome.out;
+        EXPECT_TRUE(Holds(directory.Read("page.html"), "<h1>Run of dxrsh_worker.so stuck</h1>"));
+    }
+}
+
+TEST(DxrshRun, AModuleThatDoesNotReturnIsEndedNonetheless) {
+    const std::string line = "port 3 is <up> & \"well\"\n";
+    const TemporaryDirectory directory;
+    const std::string control = directory.Path("control");
+    const Outcome twice = Interrupted({"--control", control, kWorker, "deaf"}, SIGTERM, true);
+    EXPECT_EQ(128 + SIGTERM, twice.status);
+    EXPECT_EQ(line, twice.out);
+    EXPECT_EQ("dxrsh: interrupted: the run ends\n", twice.err);
+    EXPECT_FALSE(std::filesystem::exists(control));
+
+    const Outcome late = Interrupted({kWorker, "deaf"}, SIGINT);
+    EXPECT_EQ(128 + SIGINT, late.status);
+    EXPECT_EQ("dxrsh: interrupted: the run ends\ndxrsh: the module does not return\n", late.err);
+
+    const Outcome still = Interrupted({"--clock", "virtual", kWorker, "deaf"}, SIGTERM);
+    EXPECT_EQ(128 + SIGTERM, still.status);
+    EXPECT_EQ(line, still.out);
+    EXPECT_EQ("dxrsh: interrupted\n", still.err);
+}
+
 TEST(DxrshRun, AModuleThatEndsTheProgramIsNotWell) {
     const TemporaryDirectory directory;
     const Outcome outcome = RunWorker({"--trace", directory.Path("trace")}, {"exit"});
@@ -195,6 +272,42 @@ TEST(DxrshRun, ThePageDoesNotTakeThePlaceOfTheRecording) {
     const Outcome outcome = RunWorker({"--trace", file, "--report", file});
     EXPECT_EQ(2, outcome.status);
     EXPECT_EQ("dxrsh: " + file + ": not for the recording and the page at once\n", outcome.err);
+}
+
+// However it is called, and whether it is there before.
+TEST(DxrshRun, NothingTakesThePlaceOfAnotherFile) {
+    const TemporaryDirectory directory;
+    const std::string other = directory.Path("./both");
+    const std::string link = directory.Path("link");
+    std::filesystem::create_symlink("both", link);
+    for (const bool isThere : {false, true}) {
+        if (isThere) {
+            directory.Write("both", "before");
+        }
+        for (const std::string &page : {other, link}) {
+            const std::string file = directory.Path("both");
+            const Outcome outcome = RunWorker({"--trace", file, "--report", page});
+            EXPECT_EQ(2, outcome.status);
+            EXPECT_EQ("dxrsh: " + page + ": not for the recording and the page at once\n",
+                      outcome.err);
+            if (isThere) {
+                EXPECT_EQ("before", directory.Read("both"));
+            } else {
+                std::filesystem::remove(file);
+            }
+        }
+    }
+    const std::string module = directory.Path("module.so");
+    std::filesystem::copy_file(kWorker, module);
+    const std::string board = directory.Write("board.json", "{}");
+    for (const char *const option : {"--trace", "--report"}) {
+        ExpectFails({"run", option, directory.Path("./module.so"), module}, 2,
+                    directory.Path("./module.so") + ": is the module");
+        ExpectFails({"run", "--board", board, option, board, module}, 2,
+                    board + ": is the board's file");
+    }
+    EXPECT_EQ("{}", directory.Read("board.json"));
+    EXPECT_EQ(0, RunDxrsh({"run", "--clock", "virtual", module}).status);
 }
 
 // Also while calls are noted: the host sees the module behind the trace.

@@ -1,6 +1,7 @@
 // dxrsh run: a module on the development host, and what became of it.
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -11,6 +12,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -26,6 +28,7 @@
 #include "module.h"
 #include "refusals.h"
 #include "run_host.h"
+#include "run_interrupt.h"
 #include "run_report.h"
 #include "run_trace.h"
 #include "say.h"
@@ -73,11 +76,32 @@ class TemporaryFile {
     std::string path_;
 };
 
+// Line by line: what was printed before the module's death is there.
+std::FILE *LinesBesideModule(bool json) {
+    std::FILE *const output = OutputBesideModule(json);
+    (void)std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    if (output != stdout) {
+        (void)std::setvbuf(output, nullptr, _IOLBF, BUFSIZ);
+    }
+    return output;
+}
+
+// Whether two paths lead to one file, however they are spelled.
+bool IsSameFile(const std::string &a, const std::string &b) {
+    struct stat ofA {};
+    struct stat ofB {};
+    return a == b || (stat(a.c_str(), &ofA) == 0 && stat(b.c_str(), &ofB) == 0 &&
+                      S_ISREG(ofA.st_mode) && ofA.st_dev == ofB.st_dev && ofA.st_ino == ofB.st_ino);
+}
+
 // One run. The steps stand in the order in which they are called.
 class Run {
   public:
     Run(const RunOptions &options, const std::vector<std::string> &words)
-        : options_(options), output_(OutputBesideModule(options.json)), module_(words[0]) {
+        : options_(options),
+          output_(LinesBesideModule(options.json)),
+          path_(words[0]),
+          module_(words[0]) {
         report_.module = module_.Name();
         report_.arguments.assign(words.begin() + 1, words.end());
         report_.isVirtual = options.host.IsVirtual();
@@ -108,9 +132,9 @@ class Run {
     }
 
     void StartTrace() {
-        if (!options_.trace.empty() && options_.trace == options_.page) {
-            throw UsageError(options_.page + ": not for the recording and the page at once");
-        }
+        RequireOther(options_.trace);
+        RequireOther(options_.page);
+        RequireTwo();
         RequirePage();
         if (options_.trace.empty() && !options_.page.empty()) {
             calls_ = std::make_unique<TemporaryFile>();
@@ -121,6 +145,7 @@ class Run {
             throw UsageError(file + ": " +
                              std::generic_category().message(static_cast<int>(error)));
         }
+        RequireTwo();  // now that there is a recording
     }
 
     void StartControl() {
@@ -136,6 +161,7 @@ class Run {
     }
 
     void RunModule() {
+        interrupt_.emplace(host_.get());
         report_.result = module_.Main(report_.arguments);
         EndControl();
         // The way out gives these back.
@@ -143,6 +169,7 @@ class Run {
         TakeRecords(report_);
         TakeSuppressed(report_);
         module_.End();
+        interrupt_->End();
     }
 
     void EndTrace() {
@@ -190,10 +217,27 @@ class Run {
             throw RunError(traceError_);
         }
         WritePage();
+        if (interrupt_->HasCome()) {
+            return kExitInterrupted;
+        }
         return isWritten && IsWell(report_) ? 0 : kExitFailure;
     }
 
   private:
+    // What the run reads is not written.
+    void RequireOther(const std::string &file) const {
+        const bool isModule = IsSameFile(file, path_);
+        if (!file.empty() && (isModule || IsSameFile(file, options_.host.board))) {
+            throw UsageError(file + ": is the " + (isModule ? "module" : "board's file"));
+        }
+    }
+
+    void RequireTwo() const {
+        if (!options_.trace.empty() && IsSameFile(options_.trace, options_.page)) {
+            throw UsageError(options_.page + ": not for the recording and the page at once");
+        }
+    }
+
     // Before the run, whose page it is: that it can be written as far as one can tell.
     void RequirePage() const {
         const std::filesystem::path page(options_.page);
@@ -257,6 +301,7 @@ class Run {
 
     const RunOptions &options_;
     std::FILE *output_;
+    const std::string path_;
     Module module_;
     std::atomic<uint64_t> lines_{0};
     RunTrace trace_;
@@ -267,6 +312,7 @@ class Run {
     std::string traceError_;  // why not all calls were written
     std::mutex mutex_;        // guards the lines
     std::vector<DxrHostModuleInfo> modules_;
+    std::optional<RunInterrupt> interrupt_;  // stays: a signal may be on its way to it
     RunReport report_;
 };
 
@@ -283,7 +329,7 @@ void RunRun(const RunOptions &options, const CLI::App &command) {
     run.EndHost();
     const int status = run.Tell();
     // Threads that the module made by itself are left alone.
-    std::_Exit(status);
+    EndProgram(status);
 }
 
 }  // namespace
@@ -299,7 +345,7 @@ void AddRunCommand(CLI::App &program) {
         "its own arguments after it. Lines that the log filter lets through go to standard "
         "output, then the report. Exit status: 0 all is well; 1 the module failed, broke a "
         "contract of the host or left something behind, or the host ended the run; 2 it could "
-        "not be run.",
+        "not be run; 130 it was interrupted (Ctrl-C, SIGTERM).",
         {"dxrsh run worker.so", "dxrsh run --clock virtual --seed 7 worker.so"});
     AddRunHostOptions(*command, options->host);
     command->add_option("--trace", options->trace, "Record the calls, for trace, replay and diff")

@@ -236,6 +236,12 @@ int DxrModuleMain(int argc, char **argv) {
         Tables();
     }
     Logs();
+    if (Has("die")) {
+        raise(SIGKILL);
+    }
+    while (Has("deaf")) {
+        (void)pause();
+    }
     DXR_InitSafeIo(); /* empty in the development host */
 
     uint32_t events = 0;
