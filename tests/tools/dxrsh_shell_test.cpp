@@ -526,6 +526,12 @@ TEST(DxrshShell, AModuleThatEndsTheProgramEndsTheLines) {
     }
 }
 
+TEST(DxrshShell, LinesOfAModuleAreSafeForATerminal) {
+    const Outcome outcome = Shell("load " DXRSH_WORKER " red\n", {"--clock", "virtual"});
+    EXPECT_TRUE(Holds(outcome.out, "\n\\x1b[31mred\n")) << outcome.out;
+    EXPECT_FALSE(Holds(outcome.out, "\x1b")) << outcome.out;
+}
+
 TEST(DxrshShell, RecordsCallsBetweenTwoLines) {
     const TemporaryDirectory directory;
     const std::string file = directory.Path("calls.dxrtrace");

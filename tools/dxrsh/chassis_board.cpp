@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -32,6 +33,7 @@
 #include "message_losses.h"
 #include "module.h"
 #include "run_trace.h"
+#include "say.h"
 
 namespace dxrsh {
 namespace {
@@ -90,7 +92,7 @@ class Control {
         char order = '\0';
         const ssize_t bytes = recv(kControlFd, &order, 1, MSG_DONTWAIT);
         if (bytes == 0 && !isOver_) {
-            std::_Exit(kExitFailure);
+            EndProgram(kExitFailure);
         }
         if (bytes != 1) {
             return;
@@ -114,6 +116,17 @@ class Control {
     std::atomic<bool> isStopped_{false};
     std::thread thread_;
 };
+
+// Tells whether the host has ended the run by itself.
+bool HasEndedRun(DxrHost *host) {
+    DxrHostReport found{};
+    for (uint32_t i = 0; DxrHostGetReport(host, i, &found); ++i) {
+        if (found.kind == DXR_HOST_REPORT_RUN) {
+            return true;
+        }
+    }
+    return false;
+}
 
 DxrHost *MakeHost(const std::string &work, const ChassisBoard &board) {
     DxrHostOptions options;
@@ -191,7 +204,7 @@ class Poking {
   private:
     static void TakeLine(const char *line, void *lines) {
         ++*static_cast<std::atomic<uint64_t> *>(lines);
-        (void)std::printf("%s\n", line);
+        Say(stdout, "{}\n", Printable(line, SIZE_MAX));
     }
 
     void SetLosses(DxrHost *host, const ChassisBoard &board) {
@@ -242,14 +255,16 @@ void RunBoard(const BoardOptions &options) {
         const int result = module.Main(self->arguments);
         poking.EndLines();
         module.End();
-        status = control.IsStopped() || result == 0 ? 0 : kExitFailure;
+        if (!control.IsStopped()) {
+            status = HasEndedRun(host) ? kExitReset : result == 0 ? 0 : kExitFailure;
+        }
     }
     poking.End();
     const bool isClean = DxrHostDestroy(host, stderr) == 0;
     poking.AwaitLines();
     (void)std::fflush(nullptr);
     // Threads that the module made by itself are left alone.
-    std::_Exit(status != 0 || isClean ? status : kExitLeftBehind);
+    EndProgram(status != 0 || isClean ? status : kExitLeftBehind);
 }
 
 }  // namespace dxrsh

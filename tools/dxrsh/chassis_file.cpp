@@ -1,12 +1,17 @@
 #include "chassis_file.h"
 
+#include <arpa/inet.h>
 #include <fmt/format.h>
+#include <netinet/in.h>
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
 #include <limits>
 #include <optional>
 #include <set>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "devhost/json_members.h"
@@ -29,6 +34,7 @@ constexpr uint32_t kLogsKept = 3;
 constexpr uint64_t kMostLogsKept = 99;
 constexpr uint64_t kMostPort = 65535;
 constexpr std::string_view kIpc = "ipc://";
+constexpr std::string_view kTcp = "tcp://";
 
 // A part of paths, and of what people type.
 bool IsName(std::string_view text) {
@@ -50,7 +56,7 @@ std::string TakeName(Members &members, const char *member, const char *otherwise
 uint32_t TakeMs(Members &members, const char *member, uint32_t otherwise, uint32_t least) {
     const auto ms = static_cast<uint32_t>(members.Number(member, kMostMs, otherwise));
     if (ms < least) {
-        members.Blame(member, "must be more milliseconds");
+        members.Blame(member, fmt::format("must be at least {}", least).c_str());
     }
     return ms;
 }
@@ -60,6 +66,31 @@ void Replace(std::string &text, std::string_view name, const std::string &by) {
         text.replace(at, name.size(), by);
         at += by.size();
     }
+}
+
+// One text for all spellings of an address.
+std::string NormalAddress(const std::string &address) {
+    if (address.compare(0, kIpc.size(), kIpc) == 0) {
+        std::error_code error;
+        const std::filesystem::path given = address.substr(kIpc.size());
+        const std::filesystem::path path = std::filesystem::absolute(given, error);
+        const std::filesystem::path real = std::filesystem::weakly_canonical(path, error);
+        return std::string(kIpc) + (error ? given.lexically_normal() : real).string();
+    }
+    const size_t colon = address.find_last_of(':');
+    if (colon == std::string::npos || address.compare(0, kTcp.size(), kTcp) != 0) {
+        return address;
+    }
+    const std::string number = address.substr(kTcp.size(), colon - kTcp.size());
+    in6_addr six{};
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    const bool isSix = number.size() > 2 && number.front() == '[' && number.back() == ']' &&
+                       inet_pton(AF_INET6, number.substr(1, number.size() - 2).c_str(), &six) == 1;
+    if (isSix && inet_ntop(AF_INET6, &six, text.data(), text.size()) == nullptr) {
+        return address;
+    }
+    const size_t port = std::min(address.find_first_not_of('0', colon + 1), address.size());
+    return fmt::format("{}{}:{}", kTcp, isSix ? text.data() : number, address.substr(port));
 }
 
 // Paths of a file are as seen from it.
@@ -136,7 +167,11 @@ class Reader {
         }
         board.machine = TakeName(members, "machine", "");
         board.address = members.Text("address", "");
-        board.module = ModulePath(members.Text("module", nullptr));
+        const std::string module = members.Text("module", nullptr);
+        if (module.empty()) {
+            members.Blame("module", "must name a module");
+        }
+        board.module = ModulePath(module);
         board.arguments = TakeTexts(members, "arguments");
         const std::string device = members.Text("board", "");
         board.device = FromHere(device);
@@ -199,7 +234,7 @@ class Reader {
         if (index != 0) {
             const size_t colon = board.address.find_last_of(':');
             const std::string port = board.address.substr(colon + 1);
-            const bool isPort = board.address.compare(0, 6, "tcp://") == 0 && !port.empty() &&
+            const bool isPort = board.address.compare(0, kTcp.size(), kTcp) == 0 && !port.empty() &&
                                 port.size() < 6 &&
                                 port.find_first_not_of("0123456789") == std::string::npos &&
                                 std::stoul(port) + index <= kMostPort;
@@ -214,7 +249,7 @@ class Reader {
             board.address = std::string(kIpc) + FromHere(board.address.substr(kIpc.size()));
             kind = DxrHostGetAddressKind(board.address.c_str());  // it may be too long now
         }
-        if (!addresses_.insert(board.address).second) {
+        if (!addresses_.insert(NormalAddress(board.address)).second) {
             members.Blame("address", "must not be that of another board");
         }
         switch (kind) {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -76,6 +77,21 @@ std::string LastLog(const std::string &directory) {
     const std::string before = directory + "/" + OldName(1);
     const bool isEmpty = stat(path.c_str(), &found) != 0 || found.st_size == 0;
     return isEmpty && access(before.c_str(), F_OK) == 0 ? before : path;
+}
+
+std::string LastLineOf(const std::string &path) {
+    constexpr off_t kMostBytes = 4096;
+    struct stat found {};
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!file || fstat(file.Get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+        return {};
+    }
+    const off_t from = std::max<off_t>(found.st_size - kMostBytes, 0);
+    std::string end(static_cast<size_t>(found.st_size - from), '\0');
+    const ssize_t bytes = pread(file.Get(), end.data(), end.size(), from);
+    end.resize(static_cast<size_t>(std::max<ssize_t>(bytes, 0)));
+    end.erase(end.find_last_not_of(" \t\r\n") + 1);
+    return end.substr(end.find_last_of('\n') + 1);
 }
 
 OwnLog::OwnLog(const std::string &directory, const ChassisLog &limits)

@@ -15,6 +15,9 @@ namespace dxrsh {
 // The path of the file that has the last of what a board printed.
 [[nodiscard]] std::string LastLog(const std::string &directory);
 
+// The last line of a file that is not blank; empty without one, and of a long one its end.
+[[nodiscard]] std::string LastLineOf(const std::string &path);
+
 // The log of this process, as its standard output and error. The process itself begins the next
 // file: each write goes to one or to the other, so none is lost, however the process ends.
 class OwnLog {

@@ -35,6 +35,8 @@ constexpr int kFileFd = 4;
 
 // How a board ends that has left something behind; it is not started again.
 constexpr int kExitLeftBehind = 3;
+// How one ends whose host has ended the run, as a reset does; it is started again.
+constexpr int kExitReset = 4;
 
 struct BoardProcess {
     pid_t pid = 0;

@@ -66,6 +66,9 @@ constexpr uint64_t kMostWork = 4;
 
 constexpr int kExitNoProgram = 127;
 
+// Of a line of a log that is told.
+constexpr size_t kLongestWords = 200;
+
 uint64_t NowMs() {
     timespec now{};
     (void)clock_gettime(CLOCK_MONOTONIC, &now);
@@ -223,7 +226,7 @@ class Supervisor {
                 Attend(board);
             }
             if (!hasBegun_ && options_.seconds != 0 &&
-                (IsReady() || NowMs() - beganMs_ > kBeginningMs)) {
+                (HaveBegun() || NowMs() - beganMs_ > kBeginningMs)) {
                 hasBegun_ = true;
                 endMs_ = NowMs() + options_.seconds * kMsPerSec;
             }
@@ -356,13 +359,15 @@ class Supervisor {
         if (!hasExited) {
             const int by = WTERMSIG(status);
             Tell(board, "died by signal {}{}", by, by == SIGKILL ? "" : ": " + Log(board));
+        } else if (code == kExitReset) {
+            Tell(board, "was reset: {}", LastWords(board));
         } else if (code == kExitUsage || code == kExitNoProgram) {
             board.state = isStopping_ ? State::kStopped : State::kFailed;
             isWell_ = false;
-            Tell(board, "cannot be run: {}", Log(board));
+            Tell(board, "cannot be run: {}", LastWords(board));
             return;
         } else {
-            Tell(board, "ended with {}: {}", code, Log(board));
+            Tell(board, "ended with {}: {}", code, LastWords(board));
         }
         if (!isStopping_) {
             PutOff(board);
@@ -373,6 +378,12 @@ class Supervisor {
         return chassis_.work + "/" + board.given->name;
     }
     [[nodiscard]] std::string Log(const Board &board) const { return LastLog(Work(board)); }
+    // The same with its last line, which often says why.
+    [[nodiscard]] std::string LastWords(const Board &board) const {
+        const std::string log = Log(board);
+        const std::string line = LastLineOf(log);
+        return line.empty() ? log : log + ": " + Printable(line, kLongestWords);
+    }
 
     void TakeBeats(Board &board) const {
         ChassisBeat beat{};
@@ -437,6 +448,7 @@ class Supervisor {
                 BeginToWait(board, NowMs());
                 board.dueMs = board.awaitedMs + chassis_.stopMs;
             } else if (board.state == State::kWaiting) {
+                isWell_ = isWell_ && board.starts == 0;  // it should run, and does not
                 board.state = State::kStopped;
                 board.dueMs = kNever;
             }
@@ -479,15 +491,26 @@ class Supervisor {
         }
     }
 
-    [[nodiscard]] bool IsReady() const {
+    [[nodiscard]] bool HaveBegun() const {
         return std::none_of(boards_.begin(), boards_.end(), [](const Board &board) {
             return board.state == State::kStarting || board.state == State::kWaiting;
         });
     }
 
+    // Whether all boards run; if not, which one does not.
+    [[nodiscard]] std::string Ready() const {
+        const auto found = std::find_if(boards_.begin(), boards_.end(), [](const Board &board) {
+            return board.state != State::kRunning && board.state != State::kElsewhere;
+        });
+        return found == boards_.end()
+                   ? "ok\n"
+                   : fmt::format("error: {} is {}\n", found->given->name, NameOf(found->state));
+    }
+
     static std::string Pause(Board &board) {
         if (!board.Runs() || board.state == State::kPaused) {
-            return "error: " + board.given->name + " does not run\n";
+            return fmt::format("error: {} {}\n", board.given->name,
+                               board.Runs() ? "is paused already" : "does not run");
         }
         (void)kill(-board.process.pid, SIGSTOP);
         board.state = State::kPaused;
@@ -531,7 +554,7 @@ class Supervisor {
             return command == "status" ? StatusTable(Status()) : StatusJson(Status());
         }
         if (command == "ready") {
-            return IsReady() ? "ok\n" : "error: boards are starting\n";
+            return Ready();
         }
         const size_t blank = std::min(command.find(' '), command.size());
         const std::string verb = command.substr(0, blank);

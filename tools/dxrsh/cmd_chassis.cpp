@@ -36,6 +36,7 @@ struct ChassisOptions {
     SupervisorOptions supervisor;
     std::string name;
     std::vector<std::string> boards;
+    std::string board;  // of a shell
     uint32_t waitSec = 0;
     bool isJson = false;
     std::optional<std::string> lines;
@@ -94,11 +95,11 @@ void RunKeys(const ChassisOptions &options) {
 
 void RunBoardShell(const ChassisOptions &options, const CLI::App &program) {
     const Chassis chassis = ReadChassisFile(options.supervisor.file, {});
-    const auto board = std::find_if(
-        chassis.boards.begin(), chassis.boards.end(),
-        [&options](const ChassisBoard &each) { return each.name == options.boards[0]; });
+    const auto board =
+        std::find_if(chassis.boards.begin(), chassis.boards.end(),
+                     [&options](const ChassisBoard &each) { return each.name == options.board; });
     if (board == chassis.boards.end()) {
-        throw UsageError(options.supervisor.file + ": has no board " + options.boards[0]);
+        throw UsageError(options.supervisor.file + ": has no board " + options.board);
     }
     (void)AskChassis(chassis.name, "status");  // or there is none
     const int status = RunAttached(BoardControl(chassis.name, board->name), options.lines, program);
@@ -150,10 +151,13 @@ void AddChassisCommand(CLI::App &program) {
         "chassis", "Runs the boards of a chassis, each in a process of its own");
     Describe(
         *command,
-        "With a FILE, starts the boards that it describes, and starts those again that die, until "
-        "it is stopped (also by Ctrl-C) or no board has anything more to do. What a board prints "
+        "With a FILE, starts the boards that it describes, and starts those again that die or are "
+        "reset, until it is stopped (also by Ctrl-C) or no board has anything more to do. What a "
+        "board prints "
         "is in board.log of its directory. The commands are for a chassis that runs. Exit status: "
-        "0 all boards ended well; 1 one did not; 2 the file is wrong.",
+        "0 all boards ended well; 1 one did not, waited to be started again, or the chassis does "
+        "not "
+        "run; 2 the file is wrong.",
         {"dxrsh chassis lab.json", "dxrsh chassis status"});
     command->add_option("FILE", options->supervisor.file, "JSON file that describes the chassis");
     command
@@ -174,7 +178,9 @@ void AddChassisCommand(CLI::App &program) {
 
     CLI::App *const status = AddCommand(*command, options, "status", "Shows the boards");
     AddJsonFlag(*status, options->isJson);
-    status->add_option("--wait", options->waitSec, "Wait so long for all boards at most, 0 to 3600")
+    status
+        ->add_option("--wait", options->waitSec,
+                     "Wait so long at most until all boards run, 0 to 3600")
         ->transform(AsWholeNumber(0, kLongestWaitSec))
         ->type_name("SECONDS");
     status->callback([options] { RunStatus(*options); });
@@ -195,9 +201,9 @@ void AddChassisCommand(CLI::App &program) {
         command->add_subcommand("shell", "Pokes at the host of a board, as 'dxrsh attach'");
     Describe(
         *shell, "The lines are those of 'dxrsh shell', but for modules, which the board has.",
-        {"dxrsh chassis shell lab.json line1", "echo report | dxrsh chassis shell lab.json line1"});
+        {"dxrsh chassis shell lab.json line1", "dxrsh chassis shell lab.json line1 lines.txt"});
     shell->add_option("FILE", options->supervisor.file, "The chassis file")->required();
-    shell->add_option("BOARD", options->boards, "Name of a board")->required()->expected(1);
+    shell->add_option("BOARD", options->board, "Name of a board")->required();
     shell->add_option("LINES", options->lines, "File of lines; - is standard input");
     shell->callback([options, &program] { RunBoardShell(*options, program); });
 

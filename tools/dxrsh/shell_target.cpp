@@ -1,6 +1,7 @@
 #include "shell_target.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <system_error>
 
@@ -57,7 +58,7 @@ OwnHostTarget::~OwnHostTarget() {
 
 void OwnHostTarget::TakeLine(const char *line, void *target) {
     ++static_cast<OwnHostTarget *>(target)->linesLetThrough_;
-    Say(stdout, "{}\n", line);
+    Say(stdout, "{}\n", Printable(line, SIZE_MAX));
     (void)std::fflush(stdout);
 }
 

@@ -2,7 +2,8 @@
  * time, as one that has much to put away, or with "stuck" it waits for ever. With "noisy" it prints
  * 4000 lines of 50 bytes, half of them to standard error, and then dies. With "forks" it has a
  * child that tells how many descriptors it may open, and stays for ever. With "tree" it has a
- * message filter tree of its own, by which two messages of kind 19 to it are lost. */
+ * message filter tree of its own, by which two messages of kind 19 to it are lost. With "reset" it
+ * is reset at once, but once only, and its log would turn a terminal red. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -46,6 +47,18 @@ static DxrMessageFilter *MakeTree(void) {
     return DXR_CreateMessageFilter(&whole, 1);
 }
 
+static void BeResetOnce(void) {
+    const DxrLogFilterCfg site = {0, 1, 2, 3, 4, 0};
+    DXR_InitLogFilter(7);
+    DXR_SameLogFilter(&site, "\033[31mred");
+    DXR_DestroyLogFilter();
+    FILE *const mark = fopen("was_reset", "wx");
+    if (mark != NULL) {
+        (void)fclose(mark);
+        DXR_ResetBoard(0);
+    }
+}
+
 int DxrModuleMain(int argc, char **argv) {
     const char *const word = argc > 1 ? argv[1] : "0";
     if (strcmp(word, "noisy") == 0) {
@@ -53,6 +66,9 @@ int DxrModuleMain(int argc, char **argv) {
     }
     if (strcmp(word, "forks") == 0) {
         HaveChild();
+    }
+    if (strcmp(word, "reset") == 0) {
+        BeResetOnce();
     }
     DxrMessageFilter *tree = NULL;
     if (strcmp(word, "tree") == 0) {

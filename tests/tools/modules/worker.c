@@ -172,6 +172,10 @@ static void Logs(void) {
                           "Gr\xC3\xB6\xC3\x9F"
                           "e \xFF \xE2\x82\xAC");
     }
+    if (Has("red")) {
+        const DxrLogFilterCfg other = {0, 1, 2, 3, 6, 0};
+        DXR_SameLogFilter(&other, "\033[31mred");
+    }
     if (!Has("keep")) {
         return;
     }
