@@ -1,4 +1,5 @@
-/* A host of three hooks: enough for the log filter. */
+/* A host of three hooks: enough for the log filter. The other examples have the development host;
+ * this one fills a table of its own, which is what it shows, and needs libdxr_api alone. */
 #include <dxr_api.h>
 #include <stdio.h>
 #include <stdlib.h>
