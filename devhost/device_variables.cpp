@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 #include <system_error>
+#include <utility>
 
 #include "device.h"
 
@@ -47,55 +48,59 @@ Variables::Variables(Host &host, const char *fileName)
       file_(host.chance, {"env.open", "env.write", "env.sync", "env.rename"}) {
 }
 
-uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size) {
-    const auto found = values_.find(name);
+uint32_t Variables::Values::Set(std::string_view name, const void *value, uint32_t size) {
+    const auto found = each.find(name);
     const size_t before =
-        found != values_.end() ? sizeof(Lengths) + name.size() + found->second.size() : 0;
+        found != each.end() ? sizeof(Lengths) + name.size() + found->second.size() : 0;
     if (size == 0) {
-        if (found != values_.end()) {
-            values_.erase(found);
-            bytes_ -= before;
+        if (found != each.end()) {
+            each.erase(found);
+            bytes -= before;
         }
         return 0;
     }
     const size_t after = sizeof(Lengths) + name.size() + size;
-    if (size > kMostBytes || bytes_ - before + after > kMostBytes) {
+    if (size > kMostBytes || bytes - before + after > kMostBytes) {
         return ENOSPC;
     }
     const auto *const begin = static_cast<const unsigned char *>(value);
     Bytes copy(begin, begin + size);
-    if (found != values_.end()) {
+    if (found != each.end()) {
         found->second.swap(copy);
     } else {
-        values_.emplace(name, std::move(copy));
+        each.emplace(name, std::move(copy));
     }
-    bytes_ = bytes_ - before + after;
+    bytes = bytes - before + after;
     return 0;
 }
 
-const Bytes *Variables::Find(std::string_view name) const {
-    const auto found = values_.find(name);
-    return found != values_.end() ? &found->second : nullptr;
+uint32_t Variables::Set(std::string_view name, const void *value, uint32_t size) {
+    return values_.Set(name, value, size);
 }
 
-Bytes Variables::Encode() const {
+const Bytes *Variables::Find(std::string_view name) const {
+    const auto found = values_.each.find(name);
+    return found != values_.each.end() ? &found->second : nullptr;
+}
+
+Bytes Variables::Values::Encode() const {
     Bytes content(sizeof(Header));
-    content.reserve(sizeof(Header) + bytes_);
-    for (const auto &[name, value] : values_) {
+    content.reserve(sizeof(Header) + bytes);
+    for (const auto &[name, value] : each) {
         const Lengths lengths{static_cast<uint32_t>(name.size()),
                               static_cast<uint32_t>(value.size())};
         Append(content, &lengths, sizeof(lengths));
         Append(content, name.data(), name.size());
         Append(content, value.data(), value.size());
     }
-    const size_t bytes = content.size() - sizeof(Header);
-    const Header header{kMark, CrcOf(content.data() + sizeof(Header), bytes),
-                        static_cast<uint32_t>(bytes)};
+    const size_t length = content.size() - sizeof(Header);
+    const Header header{kMark, CrcOf(content.data() + sizeof(Header), length),
+                        static_cast<uint32_t>(length)};
     std::memcpy(content.data(), &header, sizeof(header));
     return content;
 }
 
-bool Variables::Decode(const Bytes &content) {
+bool Variables::Values::Decode(const Bytes &content) {
     Header header{};
     if (content.size() < sizeof(header)) {
         return false;
@@ -135,25 +140,54 @@ bool Variables::Load(std::string &error) {
                 "; its variables are lost";
         return false;
     }
-    if (!Decode(content)) {
-        values_.clear();
-        bytes_ = 0;
+    if (!values_.Decode(content)) {
+        values_ = {};
         error = path_ + ": is torn; its variables are lost";
         return false;
     }
     return true;
 }
 
-uint32_t Variables::Save(std::mutex &guard) {
+uint32_t Variables::Write(const Bytes &content, std::string &why) {
+    const std::string failed = file_.Write(path_, content);
+    if (failed.empty()) {
+        return 0;
+    }
+    why = path_ + ": could not be " + failed;
+    return EIO;
+}
+
+uint32_t Variables::Save(std::mutex &guard, std::string &why) {
     // One after the other: what is saved last is what was set last.
     const std::lock_guard saving(saving_);
     try {
         Bytes content;
         {
             const std::lock_guard lock(guard);
-            content = Encode();
+            content = values_.Encode();
         }
-        return file_.Write(path_, content) ? 0 : EIO;
+        return Write(content, why);
+    } catch (const std::bad_alloc &) {
+        return ENOMEM;
+    }
+}
+
+uint32_t Variables::SetSaved(std::mutex &guard, std::string_view name, const void *value,
+                             uint32_t size, std::string &why) {
+    const std::lock_guard saving(saving_);
+    try {
+        Values next;
+        {
+            const std::lock_guard lock(guard);
+            next = values_;
+        }
+        uint32_t result = next.Set(name, value, size);
+        result = result != 0 ? result : Write(next.Encode(), why);
+        if (result == 0) {
+            const std::lock_guard lock(guard);
+            std::swap(values_, next);
+        }
+        return result;
     } catch (const std::bad_alloc &) {
         return ENOMEM;
     }
@@ -199,14 +233,22 @@ uint32_t Get(const Call &call, Variables DeviceService::*set, const char *name, 
     return 0;
 }
 
+// Whether that can be set; `error` says why not.
+bool IsSettable(const Call &call, const char *name, const void *value, uint32_t size,
+                uint32_t &error) {
+    error = ECANCELED;
+    if (!call || !IsName(call, name, error)) {
+        return false;
+    }
+    error = EINVAL;
+    return size == 0 || IsUsable<char>(call, value);
+}
+
 uint32_t Set(const Call &call, Variables DeviceService::*set, const char *name, const void *value,
              uint32_t size) {
-    uint32_t error = ECANCELED;
-    if (!call || !IsName(call, name, error)) {
+    uint32_t error = 0;
+    if (!IsSettable(call, name, value, size, error)) {
         return error;
-    }
-    if (size != 0 && !IsUsable<char>(call, value)) {
-        return EINVAL;
     }
     DeviceService &state = DeviceOf(*call);
     const std::lock_guard lock(state.mutex);
@@ -217,12 +259,23 @@ uint32_t Set(const Call &call, Variables DeviceService::*set, const char *name, 
     }
 }
 
+// Says why a file could not be replaced.
+uint32_t Tell(const Call &call, uint32_t result, const std::string &why) {
+    constexpr uint32_t kLevelFailure = 1;
+    if (!why.empty()) {
+        call->Say(kLevelFailure, why.c_str());
+    }
+    return result;
+}
+
 uint32_t Save(const Call &call, Variables DeviceService::*set) {
     if (!call) {
         return ECANCELED;
     }
     DeviceService &state = DeviceOf(*call);
-    return (state.*set).Save(state.mutex);
+    std::string why;
+    const uint32_t result = (state.*set).Save(state.mutex, why);
+    return Tell(call, result, why);
 }
 
 uint32_t GetEnv(const char *name, void *value, uint32_t size) {
@@ -271,9 +324,16 @@ uint32_t WriteFlashInfo(void *info) {
     if (record == nullptr) {
         return EINVAL;
     }
-    const uint32_t result = Set(call, &DeviceService::flash, std::to_string(record->item).c_str(),
-                                record->data, record->bytes);
-    return result != 0 ? result : Save(call, &DeviceService::flash);
+    const std::string name = std::to_string(record->item);
+    uint32_t error = 0;
+    if (!IsSettable(call, name.c_str(), record->data, record->bytes, error)) {
+        return error;
+    }
+    DeviceService &state = DeviceOf(*call);
+    std::string why;
+    const uint32_t result =
+        state.flash.SetSaved(state.mutex, name, record->data, record->bytes, why);
+    return Tell(call, result, why);
 }
 
 }  // namespace

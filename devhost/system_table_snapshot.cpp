@@ -292,8 +292,8 @@ std::string Save(Host &host, const char *given) {
         const std::lock_guard lock(state.store.mutex);
         content = Encode(state);
     }
-    const char *failed = nullptr;
-    return state.file.Write(path, content, &failed) ? "" : path + ": could not be " + failed;
+    const std::string failed = state.file.Write(path, content);
+    return failed.empty() ? "" : path + ": could not be " + failed;
 }
 
 std::string Load(Host &host, const char *given, const void *caller) {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 #include "file_steps.h"
 
@@ -42,27 +43,36 @@ WholeFile::WholeFile(Chance &chance, const Points &points)
       renameFails_(chance.Point(points.rename)) {
 }
 
-bool WholeFile::Write(const std::string &path, const Bytes &content, const char **failed) {
+std::string WholeFile::Write(const std::string &path, const Bytes &content) {
     const std::string next = path + ".new";
+    // What a point lets fail is an error of the device.
+    const auto fails = [](FaultPoint &point) {
+        errno = EIO;
+        return point.Fails();
+    };
     const char *step = "opened";
-    Descriptor file(openFails_.Fails()
+    Descriptor file(fails(openFails_)
                         ? -1
                         : open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     bool isWell = file.Get() >= 0;
+    int error = errno;
     if (isWell) {
         step = "written";
-        isWell = !writeFails_.Fails() && WriteAll(file.Get(), content.data(), content.size());
+        isWell = !fails(writeFails_) && WriteAll(file.Get(), content.data(), content.size());
         if (isWell) {
             step = "synchronised";
-            isWell = !syncFails_.Fails() && fsync(file.Get()) == 0;
+            isWell = !fails(syncFails_) && fsync(file.Get()) == 0;
         }
-        if (!file.Close()) {
-            step = isWell ? "closed" : step;
+        error = errno;
+        if (!file.Close() && isWell) {
+            error = errno;
+            step = "closed";
             isWell = false;
         }
         if (isWell) {
             step = "renamed";
-            isWell = !renameFails_.Fails() && std::rename(next.c_str(), path.c_str()) == 0;
+            isWell = !fails(renameFails_) && std::rename(next.c_str(), path.c_str()) == 0;
+            error = errno;
         }
         if (!isWell) {
             (void)unlink(next.c_str());
@@ -70,10 +80,9 @@ bool WholeFile::Write(const std::string &path, const Bytes &content, const char 
     }
     if (isWell) {
         SyncDirectoryOf(path);
-    } else if (failed != nullptr) {
-        *failed = step;
+        return {};
     }
-    return isWell;
+    return step + (": " + std::generic_category().message(error));
 }
 
 }  // namespace devhost

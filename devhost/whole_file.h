@@ -23,9 +23,9 @@ class WholeFile {
     WholeFile(Chance &chance, const Points &points);
 
     // The content gets the name path + ".new" first: the old file stays whole until it is replaced.
-    // False when a step fails, and `failed` says which, if wanted; `path` is then the old file.
-    // Not for two threads at once.
-    bool Write(const std::string &path, const Bytes &content, const char **failed = nullptr);
+    // Empty; or, when a step fails, which and why: "written: No space left on device". `path` is
+    // then the old file. Not for two threads at once. Throws std::bad_alloc.
+    std::string Write(const std::string &path, const Bytes &content);
 
   private:
     FaultPoint &openFails_;

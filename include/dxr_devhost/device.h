@@ -88,7 +88,8 @@
  *   DXR_SaveEnvBlock()                       saves the block. EIO when a step fails, by itself or
  *   DXR_SaveMemEnv()                         by one of the points "env.open", "env.write",
  *   DXR_SaveEnv()                            "env.sync", "env.rename": the file is the old one
- *                                            then. DXR_SaveEnv saves both sets, the block first
+ *                                            then, and a message of level 1 says which step and
+ *                                            why. DXR_SaveEnv saves both sets, the block first
  *
  * The board, by its description; in brackets the name there
  *   DXR_BoardIsMaster() [master]             1 or 0
@@ -112,7 +113,8 @@
  *   DXR_WriteFlashInfo(info)                 a DxrHostFlashInfo: an item of flash information,
  *                                            kept in "flash.bin" below the work path as saving the
  *                                            environment does, and with its points. ENOSPC above
- *                                            64 KiB together
+ *                                            64 KiB together. After a failure the item is the one
+ *                                            before, in the file and by DxrHostGetFlashInfo
  *
  * Resets
  *   DXR_RegisterPreResetProcFunc(function, argument)   a DxrHostPreReset, to be called before every

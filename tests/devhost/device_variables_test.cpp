@@ -168,7 +168,13 @@ TEST_F(DeviceFlash, KeepsItems) {
     EXPECT_EQ(DxrHostGetFlashInfo(host, 0xFFFFFFFF, nullptr, 0), 9U);
     EXPECT_EQ(DxrHostGetFlashInfo(host, 1, buffer.data(), 6), 0U);
     DxrHostFailNth(host, "env.rename", 1, false);
+    info.bytes = 6;
     EXPECT_EQ(DXR_WriteFlashInfo(&info), uint32_t{EIO});
+    EXPECT_EQ(messages.back().second,
+              workPath + "/flash.bin: could not be renamed: Input/output error");
+    EXPECT_EQ(DxrHostGetFlashInfo(host, 0xFFFFFFFF, nullptr, 0), 9U) << "the one before";
+    EXPECT_EQ(DXR_WriteFlashInfo(&info), 0U);
+    EXPECT_EQ(DxrHostGetFlashInfo(host, 0xFFFFFFFF, nullptr, 0), 6U);
     info.bytes = 0;
     info.data = nullptr;
     EXPECT_EQ(DXR_WriteFlashInfo(&info), 0U);
@@ -182,6 +188,19 @@ TEST_F(DeviceFlash, KeepsItems) {
     info.size = 0;
     EXPECT_EQ(DXR_WriteFlashInfo(&info), uint32_t{EINVAL});
     EXPECT_EQ(DXR_WriteFlashInfo(nullptr), uint32_t{EINVAL});
+}
+
+TEST_F(DeviceFlash, SaysWhyItCouldNotBeSaved) {
+    DxrHostFailNth(host, "env.write", 2, true);
+    EXPECT_EQ(DXR_SaveEnv(), uint32_t{EIO});
+    DxrHostFailNth(host, "env.write", 0, false);
+    std::filesystem::remove(directory.Path("env.bin"));
+    std::filesystem::create_directory(directory.Path("env.bin"));
+    EXPECT_EQ(DXR_SaveEnv(), uint32_t{EIO});
+    const std::vector<dxrtest::Message> expected = {
+        {1, workPath + "/memenv.bin: could not be written: Input/output error"},
+        {1, workPath + "/env.bin: could not be renamed: Is a directory"}};
+    EXPECT_EQ(messages, expected);
 }
 
 // --- Calls that fail

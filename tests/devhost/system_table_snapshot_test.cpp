@@ -162,7 +162,7 @@ TEST_F(TableSnapshot, GoesWhereItIsTold) {
     EXPECT_EQ(Load(path.c_str()), "");
     DXR_ReleaseTblm(1, 0);
     EXPECT_EQ(Save((workPath + "/absent/file").c_str()),
-              workPath + "/absent/file: could not be opened");
+              workPath + "/absent/file: could not be opened: No such file or directory");
     EXPECT_FALSE(DxrHostSaveTables(host, (workPath + "/absent/file").c_str(), nullptr, 100));
     std::array<char, 6> error{"#####"};
     EXPECT_FALSE(DxrHostLoadTables(host, "/", error.data(), 3));
@@ -279,7 +279,7 @@ TEST_F(TableSnapshot, StaysTheOldOneWhenAPointFails) {
                                                                 {"table.rename", "renamed"}}};
     for (const auto &[point, what] : points) {
         DxrHostFailNth(host, point, 1, false);
-        EXPECT_EQ(Save(), workPath + "/tables.bin: could not be " + what);
+        EXPECT_EQ(Save(), workPath + "/tables.bin: could not be " + what + ": Input/output error");
         EXPECT_EQ(directory.Read("tables.bin"), old);
         EXPECT_FALSE(HasNew());
     }
