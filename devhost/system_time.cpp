@@ -144,7 +144,7 @@ void Tick2Ms(void *count) {
     if (call && IsThere(call, count)) {
         uint64_t ticks = 0;
         std::memcpy(&ticks, count, sizeof(ticks));
-        Store(count, ticks * DXR_HOST_TICK_MS);
+        Store(count, std::min(ticks, UINT64_MAX / DXR_HOST_TICK_MS) * DXR_HOST_TICK_MS);
     }
 }
 

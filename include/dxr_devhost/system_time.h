@@ -9,7 +9,8 @@
  *                                      pointers, size 0 and times that are none
  *   DXR_SysTimeSec2Time(sec, time)     the DxrSysTime (UTC) of a count of seconds
  *   DXR_Tick2Ms(count)                 a count of ticks, uint64_t, becomes milliseconds in place;
- *                                      a tick is DXR_HOST_TICK_MS
+ *                                      a tick is DXR_HOST_TICK_MS. More of them than such a count
+ *                                      can say become the most that it can
  *   DXR_GetCurrMs()                    milliseconds since 1970
  *   DXR_GetCurrSec()                   seconds since 1970
  *   DXR_GetCurrentTick(tick)           ticks since start-up, into a uint64_t

@@ -117,6 +117,12 @@ TEST_F(HostTime, TicksCountFromTheStartUp) {
     EXPECT_EQ(tick, 1234U);
     DXR_Tick2Ms(&tick);
     EXPECT_EQ(tick, 12340U);
+    constexpr uint64_t kMost = 0xFFFFFFFFFFFFFFFF;
+    for (const uint64_t ticks : {kMost / 10, kMost / 10 + 1, kMost}) {
+        uint64_t ms = ticks;
+        DXR_Tick2Ms(&ms);
+        EXPECT_EQ(ms, kMost / 10 * 10) << ticks;
+    }
     uint32_t high = 0;
     uint32_t low = 0;
     DXR_GetCpuTick(&high, &low);
