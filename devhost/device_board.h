@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -29,6 +30,8 @@ struct Voltage {
     uint32_t millivolts;
     uint32_t least;
     uint32_t most;
+
+    bool operator==(const Voltage &) const = default;
 };
 
 // A device that is kept in memory.

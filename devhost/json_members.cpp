@@ -73,6 +73,9 @@ std::string Members::Text(const char *name, const char *otherwise) {
     if (member != nullptr && !member->IsText()) {
         Blame(name, "must be a text");
     }
+    if (member != nullptr && member->text.find('\0') != std::string::npos) {
+        Blame(name, "must not hold a byte of 0");
+    }
     return member != nullptr ? member->text : otherwise;
 }
 

@@ -252,6 +252,9 @@ typedef void (*DxrHostInterrupt)(uint32_t chip, uint32_t interrupt, void *argume
  *   "devices"    [{"path": "/dev/fpga0", "bytes": 4096, "text": "its first bytes"}]
  *   "reserved"   [{"number": 0, "name": "log", "address": "0x80000000", "bytes": 65536}]
  *
+ * Nothing may be described twice: a register, a device, an area by its number or its name. BARs of
+ * one device share no address but 0, and an area ends below 2^64.
+ *
  * A file that is wrong is reported, with its line and column or the member to blame, and the board
  * is the one without a description. */
 

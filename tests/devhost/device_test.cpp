@@ -183,11 +183,15 @@ TEST_F(DeviceBoard, NamesTheMemberThatIsWrong) {
         {R"({"mdio": [{"phy": 1, "register": 2, "value": 65536}]})",
          "/mdio/0/value: must be a whole number within its range"},
         {R"({"i2c": [{"bus": 0, "device": 128, "bytes": []}]})",
-         "/i2c/0/bytes: must be a list of bytes, at an offset of a device below 128"},
+         "/i2c/0/device: must be a whole number within its range"},
+        {R"({"i2c": [{"bus": 0, "device": 1, "offset": 65536, "bytes": []}]})",
+         "/i2c/0/offset: must be a whole number within its range"},
+        {R"({"i2c": [{"bus": 0, "device": 1, "bytes": 7}]})",
+         "/i2c/0/bytes: must be a list of bytes"},
         {R"({"i2c": [{"bus": 0, "device": 1, "bytes": [256]}]})",
-         "/i2c/0/bytes: must be numbers up to 255, up to offset 65535"},
+         "/i2c/0/bytes: must be numbers up to 255"},
         {R"({"i2c": [{"bus": 0, "device": 1, "offset": 65535, "bytes": [1, 1]}]})",
-         "/i2c/0/bytes: must be numbers up to 255, up to offset 65535"},
+         "/i2c/0/bytes: must end at offset 65535"},
         {R"({"pcie": [{"bus": 256, "vendor": 1, "id": 1}]})",
          "/pcie/0/bus: must be a whole number within its range"},
         {R"({"pcie": [{"bus": 0, "vendor": 1, "id": 1,
@@ -209,6 +213,28 @@ TEST_F(DeviceBoard, NamesTheMemberThatIsWrong) {
          "/devices/0/bytes: must be a whole number within its range"},
         {R"({"reserved": [{"number": 0, "name": "x", "bytes": 0}]})",
          "/reserved/0/bytes: must not be 0"},
+        {R"({"voltages": [{"rail": 1, "key": 1, "millivolts": 5},
+                           {"rail": 2, "key": 1, "millivolts": 5},
+                           {"rail": 3, "key": 1, "millivolts": 6}]})",
+         "/voltages/2/key: is that of another voltage"},
+        {R"({"vsfuDevice": "a\u0000b"})", "/vsfuDevice: must not hold a byte of 0"},
+        {R"({"pcie": [{"bus": 0, "vendor": 1, "id": 1,
+                       "bars": [{"number": 0, "address": 8192, "bytes": 8192},
+                                {"number": 1, "address": 12288, "bytes": 16}]}]})",
+         "/pcie/0/bars/1/address: lies in another BAR"},
+        {R"({"pcie": [{"bus": 0, "vendor": 1, "id": 1,
+                       "bars": [{"number": 1, "address": 12288, "bytes": 16},
+                                {"number": 0, "address": 8192, "bytes": 8192}]}]})",
+         "/pcie/0/bars/1/address: lies in another BAR"},
+        {R"({"devices": [{"path": "/dev/../etc", "bytes": 4}]})",
+         "/devices/0/path: must have no empty part and no dots for one"},
+        {R"({"devices": [{"path": "/dev/a//b", "bytes": 4}]})",
+         "/devices/0/path: must have no empty part and no dots for one"},
+        {R"({"devices": [{"path": "/dev/a/", "bytes": 4}]})",
+         "/devices/0/path: must have no empty part and no dots for one"},
+        {R"({"reserved": [{"number": 0, "name": "x", "address": "0xFFFFFFFFFFFFFFF1",
+                           "bytes": 16}]})",
+         "/reserved/0/address: must leave room for the bytes below 2^64"},
     };
     for (const auto &[board, why] : wrong) {
         const std::string text = WhyNot(board);
@@ -220,6 +246,64 @@ TEST_F(DeviceBoard, NamesTheMemberThatIsWrong) {
     EXPECT_FALSE(DxrHostLoadBoard(host, nullptr, error.data(), error.size()));
     EXPECT_STREQ(error.data(), "no fi");
     EXPECT_FALSE(DxrHostLoadBoard(host, "/nowhere/at/all", nullptr, 0));
+}
+
+TEST_F(DeviceBoard, HasNothingTwice) {
+    const std::vector<std::array<const char *, 3>> lists = {
+        {"hardIds", R"({"unit": 1, "id": 1})", R"({"unit": 2, "id": 1})"},
+        {"boms", R"({"unit": 1, "part": 1, "id": 1})", R"({"unit": 1, "part": 2, "id": 1})"},
+        {"attributes", R"({"device": 1, "attribute": 1, "value": 1})",
+         R"({"device": 1, "attribute": 2, "value": 1})"},
+        {"voltages", R"({"rail": 1, "key": 1, "millivolts": 5})",
+         R"({"rail": 2, "key": 2, "millivolts": 5})"},
+        {"smiLos", R"({"chip": 1, "port": 1})", R"({"chip": 1, "port": 2})"},
+        {"registers", R"({"address": 4, "value": 7})", R"({"address": 8, "value": 7})"},
+        {"i2c", R"({"bus": 0, "device": 1, "offset": 2, "bytes": [1, 2]})",
+         R"({"bus": 0, "device": 1, "offset": 4, "bytes": [1, 2]})"},
+        {"mdio", R"({"phy": 1, "register": 2, "value": 7})",
+         R"({"phy": 1, "register": 3, "value": 7})"},
+        {"pcie", R"({"bus": 1, "vendor": 1, "id": 1})", R"({"bus": 2, "vendor": 1, "id": 1})"},
+        {"devices", R"({"path": "/dev/a", "bytes": 4})", R"({"path": "/dev/b", "bytes": 4})"},
+        {"reserved", R"({"number": 1, "name": "a", "bytes": 4096})",
+         R"({"number": 2, "name": "b", "bytes": 4096})"},
+    };
+    const auto board = [](const std::string &list, const std::string &a, const std::string &b) {
+        return R"({")" + list + R"(": [)" + a + ",\n" + b + "]}";
+    };
+    for (const auto &[list, one, other] : lists) {
+        Load(board(list, one, other));
+        EXPECT_EQ(WhyNot(board(list, one, one)),
+                  "2:1: /" + std::string(list) + "/1: is described twice");
+    }
+    const std::vector<std::array<const char *, 3>> ofPcie = {
+        {"bars", R"({"number": 2, "address": 0, "bytes": 16})",
+         R"({"number": 1, "address": 0, "bytes": 32})"},
+        {"config", R"({"offset": 64, "value": 1})", R"({"offset": 68, "value": 1})"},
+        {"memory", R"({"bar": 0, "offset": 0, "value": 1})",
+         R"({"bar": 0, "offset": 4, "value": 1})"},
+    };
+    for (const auto &[list, one, other] : ofPcie) {
+        const std::string before =
+            R"({"pcie": [{"bus": 1, "vendor": 1, "id": 1, )" +
+            std::string(list == std::string("memory")
+                            ? R"("bars": [{"number": 0, "address": 0, "bytes": 16}], )"
+                            : "") +
+            "\"";
+        const auto within = [&](const char *second) {
+            return before + list + "\": [" + one + ",\n" + second + "]}]}";
+        };
+        Load(within(other));
+        EXPECT_EQ(WhyNot(within(one)),
+                  "2:1: /pcie/0/" + std::string(list) + "/1: is described twice");
+    }
+    EXPECT_EQ(WhyNot(board("reserved", R"({"number": 1, "name": "a", "bytes": 16})",
+                           R"({"number": 2, "name": "a", "bytes": 16})")),
+              "2:1: /reserved/1: is described twice")
+        << "one name";
+    EXPECT_EQ(WhyNot(board("i2c", R"({"bus": 0, "device": 1, "offset": 2, "bytes": [1, 2]})",
+                           R"({"bus": 0, "device": 1, "offset": 1, "bytes": [1, 2]})")),
+              "2:1: /i2c/1: is described twice")
+        << "one byte";
 }
 
 // What the slots answer when their host has ended, to somebody who kept the table.

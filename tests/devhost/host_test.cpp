@@ -82,6 +82,8 @@ TEST(HostOptions, AFaultyFileIsSaidWithItsPlace) {
     EXPECT_EQ(problem(R"({"seed": -1})"),
               "host.json:1:10: /seed: must be a whole number within its range");
     EXPECT_EQ(problem(R"({"workPath": 1})"), "host.json:1:14: /workPath: must be a text");
+    EXPECT_EQ(problem(R"({"workPath": "a\u0000b"})"),
+              "host.json:1:14: /workPath: must not hold a byte of 0");
     EXPECT_EQ(problem(R"({"clock": "slow"})"),
               "host.json:1:11: /clock: must be \"real\", \"stepped\" or \"virtual\"");
     std::array<char, 8> error{};
