@@ -28,6 +28,18 @@ void RunBody(void *argument) {
     run->result = run->body(run->host, run->user);
 }
 
+constexpr const char *kHostIsThere = "a host is registered, and each run needs one of its own";
+
+// Whether a host is registered already; that is reported to it. Throws std::bad_alloc.
+bool IsInTheWay(const void *caller) {
+    const ApiCall call(nullptr);
+    if (call) {
+        call->reports.Add(DXR_HOST_REPORT_MISUSE, "host", {"DxrHostExplore", caller},
+                          "runs within a host", kHostIsThere);
+    }
+    return static_cast<bool>(call);
+}
+
 // Why the run failed; empty when it did not. Throws std::bad_alloc.
 std::string RunOnce(Run &run) {
     auto &host = *reinterpret_cast<Host *>(run.host);
@@ -70,6 +82,15 @@ uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBo
     each.clock = DXR_HOST_CLOCK_VIRTUAL;
     DxrHostExploration exploration{};
     uint32_t result = body != nullptr ? kAllWell : kNoHost;
+    try {
+        if (devhost::IsInTheWay(__builtin_return_address(0))) {
+            (void)std::snprintf(exploration.text, sizeof(exploration.text), "%s",
+                                devhost::kHostIsThere);
+            result = kNoHost;
+        }
+    } catch (const std::bad_alloc &) {
+        result = kNoMemory;
+    }
     while (result == kAllWell && exploration.runs < seeds) {
         devhost::Run run{DxrHostCreate(&each), body, user, 0};
         if (run.host == nullptr || DxrHostRegister(run.host) != 0) {

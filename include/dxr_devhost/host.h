@@ -169,7 +169,8 @@ typedef struct DxrHostExploration {
     uint32_t runs;   /* that were made */
     uint32_t result; /* of the failed run's body; 0 when the host ended the run */
     uint64_t seed;   /* of the failed run */
-    char text[1024]; /* why it failed: the body's result, or the host's report of the end */
+    char text[1024]; /* why it failed: the body's result, or the host's report of the end; or that
+                        a host was registered */
 } DxrHostExploration;
 
 /* Runs `body` under the virtual clock, with a host of its own, for the seeds from options->seed on,
@@ -178,8 +179,9 @@ typedef struct DxrHostExploration {
  * tasks wait for each other, or the time is over. Prints the seed and the reason of the first
  * failed run to standard error; giving that seed with `seeds` 1 repeats it. Tasks that still run
  * when the body returns are ended. Returns 0 when all runs were well, 1 when one failed, 2 when a
- * host could not be made, memory did not suffice, or there is no body. `found` may be null. No host
- * must be registered. */
+ * host could not be made, memory did not suffice, there is no body, or a host is registered: each
+ * run needs one of its own, so that is reported to the one that is there, which stays, and nothing
+ * runs. So it is too from within a body. `found` may be null. */
 DXR_API uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBody body,
                                 void *user, DxrHostExploration *found);
 

@@ -522,6 +522,36 @@ TEST_F(Explore, FindsNothingInAGoodModule) {
     EXPECT_STREQ(found.text, "");
 }
 
+// Each run needs a host of its own: one that is there stays, and is told.
+TEST_F(Explore, NeedsThatNoHostIsRegistered) {
+    const auto body = [](DxrHost *, void *user) -> uint32_t {
+        ++*static_cast<uint32_t *>(user);
+        DxrHostExploration inner{};
+        const uint32_t result = DxrHostExplore(
+            nullptr, 1, [](DxrHost *, void *) -> uint32_t { return 0; }, nullptr, &inner);
+        return result == 2 && inner.runs == 0 && DXR_DelayTask(5) == 0 ? 0 : 1;
+    };
+    uint32_t runs = 0;
+    DxrHostExploration found{};
+    EXPECT_EQ(DxrHostExplore(nullptr, 3, body, &runs, &found), 0U) << found.text;
+    EXPECT_EQ(runs, 3U);
+
+    DxrHost *const host = DxrHostCreate(nullptr);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    DxrHostSetPrintSink(host, nullptr, nullptr, 0);
+    EXPECT_EQ(DxrHostExplore(nullptr, 3, body, &runs, &found), 2U);
+    EXPECT_EQ(runs, 3U) << "no more";
+    EXPECT_EQ(found.runs, 0U);
+    EXPECT_STREQ(found.text, "a host is registered, and each run needs one of its own");
+    EXPECT_EQ(DxrHostGet(), host);
+    DxrHostReport report;
+    ASSERT_TRUE(DxrHostGetReport(host, 0, &report));
+    EXPECT_EQ(report.kind, DXR_HOST_REPORT_MISUSE);
+    EXPECT_STREQ(report.slot, "DxrHostExplore");
+    EXPECT_STREQ(report.text, found.text);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+}
+
 // --- Several hosts
 
 DxrHost *MakeWith(uint32_t clock) {
