@@ -218,6 +218,7 @@ namespace {
 DxrHost *Make(const devhost::Options &options) {
     try {
         devhost::PrepareCalls();
+        devhost::live::EndInChildren();
         auto *const host = new Host(options);
         devhost::live::Add(*host);
         return devhost::Public(host);

@@ -1,7 +1,10 @@
 #include "live_hosts.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <mutex>
+#include <new>
 
 #include "host.h"
 
@@ -25,7 +28,26 @@ auto CallOf(const Host *host, ThreadRecord &thread) {
                         [host](const NamedCall &each) { return each.host == host; });
 }
 
+// Their memory stays as it is: nothing of it may be touched.
+void BeginChild() {
+    g_first = nullptr;
+    g_mutex.unlock();
+    Register(nullptr, kNoHost);
+    if (t_record != nullptr) {
+        t_record->inside.store(nullptr);  // of a call in progress, whose slots find no host now
+    }
+}
+
 }  // namespace
+
+void EndInChildren() {
+    static const bool isPrepared = [] {
+        const int failure =
+            pthread_atfork([] { g_mutex.lock(); }, [] { g_mutex.unlock(); }, BeginChild);
+        return failure == 0 ? true : throw std::bad_alloc();
+    }();
+    (void)isPrepared;
+}
 
 void Add(Host &host) {
     const std::lock_guard lock(g_mutex);

@@ -15,6 +15,10 @@ struct Entry {
     uint32_t threads = 0;  // that are in it by name
 };
 
+// From now on a child process by fork has no hosts of its parent's: no thread goes on there that
+// could work for them, and locks are as other threads left them. Throws std::bad_alloc.
+void EndInChildren();
+
 void Add(Host &host);
 
 // Takes the host out: from now on those alone get in who are in it, as the calling thread then is.

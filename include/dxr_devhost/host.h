@@ -94,6 +94,13 @@ DXR_API DxrHost *DxrHostGet(void);
  * DxrHostGetLateCalls. */
 DXR_API uint32_t DxrHostDestroy(DxrHost *host, FILE *out);
 
+/* A child process (fork) has no hosts but those that it makes: no thread of its parent's goes on in
+ * it, so the copies of the parent's hosts are ended there, without a word and as they are; their
+ * memory goes with the process, their files belong to the parent. Slots give their failure values
+ * until the child has registered a host, and DxrHostDestroy UINT32_MAX for the copies. A child that
+ * was made within a function that a host called must not return from it: it ends, or becomes
+ * another program. */
+
 /* Calls of slots while no host was registered, since the program started. The first of each slot
  * and caller is also said on standard error, for up to 256 such places. */
 DXR_API uint64_t DxrHostGetLateCalls(void);

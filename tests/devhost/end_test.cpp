@@ -1,5 +1,6 @@
 // Ends: of hosts while threads wait in them or run their code, of runs, of threads that a host
 // knows.
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -365,6 +366,108 @@ TEST_F(RealEnd, NothingBeginsAfterTheRunsEnd) {
                              nullptr, 0, nullptr),
               kCanceled);
     EXPECT_EQ(End(), 0U);
+}
+
+// --- Child processes
+
+// What a child finds: nothing of its parent's hosts, and a host that it makes itself.
+bool IsWellInChild(DxrHost *ofParent) {
+    (void)alarm(60);  // it must not hang
+    bool isWell = DxrHostGet() == nullptr && DXR_Malloc(9, 8, "", 0) == nullptr &&
+                  DXR_DelayTask(1) == ECANCELED && DxrHostGetElapsedNs(ofParent) == 0 &&
+                  DxrHostRegister(ofParent) == EINVAL &&
+                  DxrHostDestroy(ofParent, nullptr) == UINT32_MAX;
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_STEPPED;  // begins no thread
+    DxrHost *const own = DxrHostCreate(&options);
+    isWell = isWell && DxrHostRegister(own) == 0 && DxrHostGet() == own;
+    void *const block = DXR_Malloc(9, 8, "", 0);
+    DXR_Free(block, "", 0);
+    return isWell && block != nullptr && DxrHostDestroy(own, nullptr) == 0;
+}
+
+int StatusOf(pid_t child) {
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
+}
+
+TEST(ChildProcesses, HaveNoHostsOfTheirParents) {
+    for (const uint32_t clock :
+         {DXR_HOST_CLOCK_REAL, DXR_HOST_CLOCK_STEPPED, DXR_HOST_CLOCK_VIRTUAL}) {
+        DxrHostOptions options;
+        DxrHostInitOptions(&options);
+        options.clock = clock;
+        DxrHost *const host = DxrHostCreate(&options);
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        DxrHost *const other = DxrHostCreate(nullptr);
+        void *const block = DXR_Malloc(9, 8, "", 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            _exit(IsWellInChild(host) && DxrHostDestroy(other, nullptr) == UINT32_MAX ? 0 : 1);
+        }
+        EXPECT_EQ(StatusOf(child), 0) << clock;
+        EXPECT_EQ(DxrHostGet(), host);
+        DXR_Free(block, "", 0);
+        EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U) << "the parent's are as they were";
+        EXPECT_EQ(DxrHostDestroy(other, nullptr), 0U);
+    }
+}
+
+// Also while other threads are in a host, whose locks nobody would open in the child.
+TEST(ChildProcesses, MayBeMadeAtAnyTime) {
+    DxrHost *const host = DxrHostCreate(nullptr);
+    DxrHost *const other = DxrHostCreate(nullptr);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    std::atomic<bool> isAtWork{false};
+    std::atomic<bool> isOver{false};
+    std::thread thread([&] {
+        while (!isOver) {
+            (void)DxrHostGetElapsedNs(other);
+            DXR_Free(DXR_Malloc(9, 8, "", 0), "", 0);
+            isAtWork = true;
+        }
+    });
+    while (!isAtWork) {
+        std::this_thread::yield();
+    }
+    for (int round = 0; round < 20; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            _exit(IsWellInChild(other) ? 0 : 1);
+        }
+        EXPECT_EQ(StatusOf(child), 0) << round;
+    }
+    isOver = true;
+    thread.join();
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+    EXPECT_EQ(DxrHostDestroy(other, nullptr), 0U);
+}
+
+// A fork within a function that a host called: slots find no host there either.
+TEST(ChildProcesses, OfATimersFunctionHaveNoHost) {
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_STEPPED;
+    DxrHost *const host = DxrHostCreate(&options);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    int status = -1;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 1;
+    timer.function = [](void *argument) {
+        const pid_t child = fork();
+        if (child == 0) {
+            _exit(DXR_Malloc(9, 8, "", 0) == nullptr && DXR_GetCurrMs() == 0 ? 0 : 1);
+        }
+        *static_cast<int *>(argument) = StatusOf(child);
+    };
+    timer.argument = &status;
+    ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 1));
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
 }
 
 }  // namespace
