@@ -10,8 +10,8 @@
 
 namespace devhost {
 
-// The path of a file, which need not be there: from the root, without links and dots. Empty with
-// an error.
+// The path of a file, which need not be there: from the root, without links, also such as lead
+// nowhere, and without dots. Empty with an error.
 std::filesystem::path Resolve(const std::filesystem::path &path, std::error_code &error);
 
 // Whether a resolved path is that of the directory or of something in it. False with an error.

@@ -1,6 +1,8 @@
 #include "dxr_devhost/system.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -300,8 +303,9 @@ class SystemService : public Service {
     }
 
     // Tells whether modules may open it: all below the work path and in the directory of private
-    // logs, which the library reads, or everything. False with an error when it cannot tell.
-    bool IsAllowed(const char *path, std::error_code &error) {
+    // logs, which the library reads, or everything. False with an error when it cannot tell. Unless
+    // everything is allowed, `resolved` is where the path leads.
+    bool IsAllowed(const char *path, std::error_code &error, std::string &resolved) {
         if (TheHost().options.allowOutside) {
             return true;
         }
@@ -320,6 +324,7 @@ class SystemService : public Service {
             std::error_code failed;
             if (IsBelow(file, directory, failed)) {
                 error.clear();
+                resolved = file.string();
                 return true;
             }
             error = failed ? failed : error;
@@ -383,14 +388,14 @@ std::shared_ptr<OpenFile> FileOf(const Call &call, const void *handle) {
 }
 
 // False, and a report, for a null path and one that is outside; false, and a message, where that
-// cannot be found out: the machine's fault, not the caller's.
-bool IsAllowed(const Call &call, const char *path) {
+// cannot be found out: the machine's fault, not the caller's. `resolved` as above.
+bool IsAllowed(const Call &call, const char *path, std::string &resolved) {
     if (path == nullptr) {
         call.Misuse(kService, "a null path");
         return false;
     }
     std::error_code error;
-    const bool isAllowed = StateOf(*call).IsAllowed(path, error);
+    const bool isAllowed = StateOf(*call).IsAllowed(path, error, resolved);
     if (error) {
         call->Say(kLevelOfFiles, WhyUnknown(call, path, error).c_str());
     } else if (!isAllowed) {
@@ -399,11 +404,34 @@ bool IsAllowed(const Call &call, const char *path) {
     return isAllowed;
 }
 
+// As fopen, but for directories, of which nothing can be read, and with flags of open.
+std::FILE *OpenPlain(const char *path, const char *mode, int flags) {
+    const std::string_view how = std::string_view(mode).substr(0, std::strcspn(mode, ","));
+    const auto has = [how](char letter) { return how.find(letter) != std::string_view::npos; };
+    const bool isRead = how.front() == 'r';
+    flags |= has('+') ? O_RDWR : (isRead ? O_RDONLY : O_WRONLY);
+    flags |= isRead ? 0 : (O_CREAT | (how.front() == 'w' ? O_TRUNC : O_APPEND));
+    flags |= (has('x') ? O_EXCL : 0) | (has('e') ? O_CLOEXEC : 0);
+    constexpr mode_t kMode = 0666;
+    const int file = open(path, flags, kMode);
+    if (file < 0) {
+        return nullptr;
+    }
+    struct stat status {};
+    std::FILE *const stream =
+        fstat(file, &status) == 0 && !S_ISDIR(status.st_mode) ? fdopen(file, mode) : nullptr;
+    if (stream == nullptr) {
+        (void)close(file);
+    }
+    return stream;
+}
+
 // --- Slots
 
 void *FOpen(const char *path, const char *mode) {
     const Call call("DXR_FOpen");
-    if (!call || !IsAllowed(call, path)) {
+    std::string resolved;
+    if (!call || !IsAllowed(call, path, resolved)) {
         return nullptr;
     }
     if (mode == nullptr || mode[0] == '\0' || std::strchr("rwa", mode[0]) == nullptr) {
@@ -413,7 +441,11 @@ void *FOpen(const char *path, const char *mode) {
     SystemService &state = StateOf(*call);
     auto open = std::make_shared<OpenFile>();
     open->path = path;
-    open->file = state.openFails.Fails() ? nullptr : std::fopen(path, mode);
+    // What is a link by now was none when its place was looked at.
+    if (!state.openFails.Fails()) {
+        open->file = resolved.empty() ? OpenPlain(path, mode, 0)
+                                      : OpenPlain(resolved.c_str(), mode, O_NOFOLLOW);
+    }
     if (open->file == nullptr) {
         return nullptr;
     }
@@ -471,7 +503,8 @@ uint32_t FSeek(void *file, uint32_t offset, uint32_t origin) {
 uint32_t FileLength(const char *path) {
     const Call call("DXR_FileLength");
     struct stat status {};
-    if (!call || !IsAllowed(call, path) || stat(path, &status) != 0 ||
+    std::string resolved;
+    if (!call || !IsAllowed(call, path, resolved) || stat(path, &status) != 0 ||
         status.st_size > int64_t{kNoLength}) {
         return kNoLength;
     }

@@ -2,10 +2,11 @@
  * <errno.h> where nothing else is said.
  *
  * Files
- *   DXR_FOpen(path, mode)      a file; the handle is the host's. Null: no such file, point
- *                              "file.open", and, where that is not allowed
+ *   DXR_FOpen(path, mode)      a file; the handle is the host's. Null: no such file, a directory,
+ *                              point "file.open", and, where that is not allowed
  *                              (DxrHostOptions::allowOutside), a path outside the work path and
- *                              the directory of private logs, which is reported. When the machine
+ *                              the directory of private logs, also by a link, whether there is
+ *                              something where it leads or not: that is reported. When the machine
  *                              does not say where a path leads, a message of level 2 tells why
  *   DXR_FClose(file)           0, or 1
  *   DXR_FRead(buffer, size, count, file)   the bytes read, not the items; 0 at the end and on
