@@ -7,20 +7,22 @@
 
 namespace devhost {
 
-bool WriteAll(int file, const void *data, size_t bytes) {
+bool WriteAll(int file, const void *data, size_t bytes, size_t *written) {
     const auto *const begin = static_cast<const unsigned char *>(data);
     size_t done = 0;
-    while (done < bytes) {
-        const ssize_t written = write(file, begin + done, bytes - done);
-        if (written == 0) {
+    bool isWell = true;
+    while (isWell && done < bytes) {
+        const ssize_t moved = write(file, begin + done, bytes - done);
+        if (moved == 0) {
             errno = ENOSPC;  // it would go on for ever
         }
-        if (written == 0 || (written < 0 && errno != EINTR)) {
-            return false;
-        }
-        done += written > 0 ? static_cast<size_t>(written) : 0;
+        isWell = moved > 0 || (moved < 0 && errno == EINTR);
+        done += moved > 0 ? static_cast<size_t>(moved) : 0;
     }
-    return true;
+    if (written != nullptr) {
+        *written = done;
+    }
+    return isWell;
 }
 
 void SyncDirectoryOf(const std::string &path) {

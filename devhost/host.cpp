@@ -81,6 +81,7 @@ Host::Host(const Options &given)
     for (const ServiceEntry &service : kServices) {
         services_[static_cast<size_t>(service.id)] = service.make(*this);
     }
+    OpenLog(*this);
     if (scheduler.clock.IsVirtual()) {
         scheduler.AdoptMain();
     }

@@ -1,9 +1,12 @@
 #include "dxr_devhost/print.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -19,6 +22,7 @@
 #include <system_error>
 #include <utility>
 
+#include "file_steps.h"
 #include "host.h"
 #include "path_below.h"
 #include "print.h"
@@ -110,6 +114,12 @@ struct LogFilter {
 // The file that messages also go to; full ones are renamed.
 class LogFile {
   public:
+    // A step that failed.
+    struct Problem {
+        const char *what = nullptr;  // null: none did
+        int error = 0;
+    };
+
     explicit LogFile(const Options &options)
         : path_(options.logFile), most_(options.logFileBytes), kept_(options.logFileCount) {}
     ~LogFile() { Close(); }
@@ -118,49 +128,77 @@ class LogFile {
     LogFile(LogFile &&) = delete;
     LogFile &operator=(LogFile &&) = delete;
 
-    void Write(const std::string &line) {
+    [[nodiscard]] const std::string &Path() const { return path_; }
+
+    // Opens the file, unless it is open or there is none.
+    Problem Begin() {
+        const std::lock_guard lock(mutex_);
+        return path_.empty() || file_ >= 0 ? Problem{} : Open();
+    }
+
+    // Writes a line. One that cannot be written whole is not there at all.
+    Problem Write(const std::string &line) {
         if (path_.empty()) {
-            return;
+            return {};
         }
         const std::lock_guard lock(mutex_);
-        if (file_ == nullptr && !Open()) {
-            return;
-        }
+        Problem problem = file_ < 0 ? Open() : Problem{};
         // One that is empty cannot get more room.
-        if (most_ != 0 && written_ != 0 && written_ + line.size() > most_) {
+        if (file_ >= 0 && most_ != 0 && written_ != 0 && written_ + line.size() > most_) {
             Close();
-            Rotate();
-            if (!Open()) {
-                return;
-            }
+            problem = Rotate();
+            const Problem opening = Open();
+            problem = opening.what != nullptr ? opening : problem;
         }
-        written_ += std::fwrite(line.data(), 1, line.size(), file_);
-        (void)std::fflush(file_);
+        if (file_ < 0) {
+            return problem;
+        }
+        size_t done = 0;
+        if (!WriteAll(file_, line.data(), line.size(), &done)) {
+            problem = {kWritten, errno};
+            CutBack(done);
+            return problem;
+        }
+        written_ += done;
+        return problem;
     }
 
   private:
-    bool Open() {
-        file_ = std::fopen(path_.c_str(), "ae");
-        if (file_ != nullptr) {
-            (void)std::fseek(file_, 0, SEEK_END);
-            written_ = static_cast<uint64_t>(std::max(std::ftell(file_), 0L));
+    static constexpr const char *kOpened = "opened";
+    static constexpr const char *kWritten = "written";
+    static constexpr const char *kRenamed = "renamed";
+    static constexpr mode_t kMode = 0666;
+
+    Problem Open() {
+        file_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kMode);
+        if (file_ < 0) {
+            return {kOpened, errno};
         }
-        return file_ != nullptr;
+        written_ = static_cast<uint64_t>(std::max(lseek(file_, 0, SEEK_END), off_t{0}));
+        return {};
     }
 
     void Close() {
-        if (file_ != nullptr) {
-            (void)std::fclose(file_);
-            file_ = nullptr;
+        if (file_ >= 0) {
+            (void)close(file_);
+            file_ = -1;
+        }
+    }
+
+    // Takes away the part of a line that was written, unless somebody else has written behind it.
+    void CutBack(size_t part) {
+        struct stat status {};
+        const off_t end = lseek(file_, 0, SEEK_CUR);
+        if (part != 0 && end >= 0 && fstat(file_, &status) == 0 && status.st_size == end) {
+            [[maybe_unused]] const int result = ftruncate(file_, end - static_cast<off_t>(part));
         }
     }
 
     // name.2 becomes name.3, name.1 name.2, name name.1; the oldest goes. A number that is free
     // ends that.
-    void Rotate() {
+    Problem Rotate() {
         if (kept_ == 0) {
-            (void)std::remove(path_.c_str());
-            return;
+            return std::remove(path_.c_str()) == 0 ? Problem{} : Problem{kRenamed, errno};
         }
         const auto name = [this](uint32_t number) {
             return number == 0 ? path_ : path_ + "." + std::to_string(number);
@@ -169,16 +207,20 @@ class LogFile {
         while (last < kept_ && access(name(last).c_str(), F_OK) == 0) {
             ++last;
         }
+        Problem problem;
         for (uint32_t number = last; number > 0; --number) {
-            (void)std::rename(name(number - 1).c_str(), name(number).c_str());
+            if (std::rename(name(number - 1).c_str(), name(number).c_str()) != 0) {
+                problem = {kRenamed, errno};
+            }
         }
+        return problem;
     }
 
     const std::string path_;
     const uint64_t most_;
     const uint32_t kept_;
     std::mutex mutex_;
-    std::FILE *file_ = nullptr;
+    int file_ = -1;
     uint64_t written_ = 0;
 };
 
@@ -238,13 +280,30 @@ class PrintService : public Service {
         if (target.sink != nullptr) {
             writing.unlock();
         }
-        logFile.Write("[" + std::to_string(level) + "] " + text + "\n");
+        const auto problem = logFile.Write("[" + std::to_string(level) + "] " + text + "\n");
         if (target.sink != nullptr) {
             target.sink(level, text, target.user);
         } else if (target.file != nullptr) {
             (void)std::fprintf(target.file, "%s[%u] %s\n", target.prefix.c_str(), level, text);
+            writing.unlock();
+        } else {
+            writing.unlock();
+        }
+        Tell(problem);
+    }
+
+    // The report of what failed with the log file. When it becomes a message, which meets the same
+    // failure, that is the same report once more, and ends there.
+    void Tell(const LogFile::Problem &problem) {
+        if (problem.what != nullptr) {
+            TheHost().reports.Add(DXR_HOST_REPORT_MISUSE, kService, {}, problem.what,
+                                  "the log file " + logFile.Path() + " could not be " +
+                                      problem.what + ": " +
+                                      std::generic_category().message(problem.error));
         }
     }
+
+    void OpenLog() { Tell(logFile.Begin()); }
 
     void DeliverLine(const char *text) {
         DiagTarget target;
@@ -486,9 +545,16 @@ uint32_t ReportAssert(void *value, uint32_t line) {
     if (!call) {
         return kFailure;
     }
+    // With the virtual clock a run repeats byte for byte, and addresses are others each time.
+    constexpr uintptr_t kLeastAddress = 65536;
+    const auto number = reinterpret_cast<uintptr_t>(value);
     std::array<char, 64> head{};
-    (void)std::snprintf(head.data(), head.size(), "assertion of 0x%llx at %u",
-                        static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(value)), line);
+    if (call->scheduler.clock.IsVirtual() && number >= kLeastAddress) {
+        (void)std::snprintf(head.data(), head.size(), "assertion at %u", line);
+    } else {
+        (void)std::snprintf(head.data(), head.size(), "assertion of 0x%llx at %u",
+                            static_cast<unsigned long long>(number), line);
+    }
     call.Misuse(kService, "assertion", head.data() + BackTrace());
     return 0;
 }
@@ -674,6 +740,10 @@ uint32_t ShowHisInfo(void *handle) {
 }
 
 }  // namespace
+
+void OpenLog(Host &host) {
+    StateOf(host).OpenLog();
+}
 
 void Say(Host &host, uint32_t level, const char *text) {
     StateOf(host).Deliver(level, text);

@@ -8,6 +8,9 @@ namespace devhost {
 
 class Host;
 
+// Opens the log file, once all services are there. What goes wrong is reported.
+void OpenLog(Host &host);
+
 // A message of the host itself.
 void Say(Host &host, uint32_t level, const char *text);
 

@@ -35,7 +35,9 @@ typedef struct DxrHostOptions {
                                  work path */
     const char *logDirectory; /* of private logs, ends in a slash; default
                                  DXR_PRIVATE_LOG_DIRECTORY */
-    const char *logFile;      /* messages also go to this file; default none */
+    const char *logFile;      /* messages also go to this file; default none. That it cannot be
+                                 opened, written or renamed is reported, once each: what it lacks
+                                 are whole lines */
     uint32_t logFileBytes;    /* it is renamed to ".1", ".1" to ".2", ... when it would grow beyond;
                                  default 1 MiB, 0: never */
     uint32_t logFileCount;    /* how many renamed files are kept; default 4 */

@@ -16,7 +16,9 @@
  *                                of the directory, unless DxrHostOptions::allowOutside is set
  *   DXR_WriteEventLog(event)     a DxrHostEvent; 0, or 1 when it is none
  *   DXR_Assert(value, line)      reports an assertion with a back trace; `value`, which is not
- *                                looked at, and `line` stand in the report. 0
+ *                                looked at, and `line` stand in the report; with the virtual clock,
+ *                                whose runs repeat, only a value below 65536, which is no address.
+ *                                0
  *   DXR_RecordWarmRebootMileStone(text)   a text (cut at 127 characters) that is kept with its
  *                                time; see DxrHostGetMilestone. 0; 1 for a null text
  *

@@ -1,10 +1,13 @@
 // The host's print service, by the sentences of its header.
 #include "dxr_devhost/print.h"
 
+#include <sys/resource.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -334,6 +337,17 @@ TEST_F(HostPrint, AssertionsAreReportedWithABackTrace) {
     EXPECT_STREQ(reports[0].slot, "DXR_Assert");
 }
 
+// With the virtual clock a run repeats byte for byte; addresses do not.
+TEST_F(HostPrint, AssertionsOfVirtualRunsNameNoAddress) {
+    End();
+    options.clock = DXR_HOST_CLOCK_VIRTUAL;
+    Begin();
+    EXPECT_EQ(DXR_Assert(reinterpret_cast<void *>(65536), 98), 0U);
+    EXPECT_THAT(reports[0].text, testing::StartsWith("assertion at 98; called by "));
+    EXPECT_EQ(DXR_Assert(reinterpret_cast<void *>(65535), 99), 0U);
+    EXPECT_THAT(reports[1].text, testing::StartsWith("assertion of 0xffff at 99; called by "));
+}
+
 TEST_F(HostPrint, MilestonesAreKeptWithTheirTime) {
     for (int i = 0; i < 300; ++i) {
         std::string text = "step " + std::to_string(i) + std::string(i == 299 ? 200 : 0, 'x');
@@ -493,6 +507,76 @@ TEST_F(HostPrintLogFile, ADirectoryIsNone) {
     Write(10, 1, {"first", "second"});
     EXPECT_EQ(messages.size(), 2U);
     EXPECT_TRUE(std::filesystem::is_directory(path));
+}
+
+// The reports of a host without sinks, by their texts; what it says itself is left out.
+std::vector<std::string> TextsOf(DxrHost *host) {
+    std::vector<std::string> texts;
+    DxrHostReport report;
+    for (uint32_t i = 0; DxrHostGetReport(host, i, &report); ++i) {
+        texts.emplace_back(report.text);
+    }
+    return texts;
+}
+
+TEST_F(HostPrintLogFile, OneThatCannotBeOpenedIsToldWhenTheHostIsMade) {
+    const std::string below = directory.Write("file", "") + "/host.log";
+    options.logFile = below.c_str();
+    testing::internal::CaptureStderr();
+    Begin();
+    const std::string expected =
+        "the log file " + below + " could not be opened: " + std::strerror(ENOTDIR);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "dxr [1] print: " + expected + "\n");
+    DXR_GetPrintHooks()->print(1, "%s", "first");
+    DXR_GetPrintHooks()->print(1, "%s", "second");
+    EXPECT_EQ(messages.size(), 2U);
+    EXPECT_EQ(TextsOf(host), std::vector<std::string>{expected}) << "once";
+}
+
+TEST_F(HostPrintLogFile, OneThatIsFullLacksWholeLines) {
+    options.logFile = path.c_str();
+    Begin();
+    const auto print = [](const char *text) { DXR_GetPrintHooks()->print(1, "%s", text); };
+    print("first");
+    print("second");
+    void (*const handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{25, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    print("third");
+    print("fourth");
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    (void)std::signal(SIGXFSZ, handler);
+    print("fifth");
+    EXPECT_EQ(directory.Read("host.log"), "[1] first\n[1] second\n[1] fifth\n");
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE),
+              std::vector<std::string>{"the log file " + path +
+                                       " could not be written: " + std::strerror(EFBIG)});
+    EXPECT_EQ(messages.size(), 5U);
+}
+
+TEST_F(HostPrintLogFile, OneThatCannotBeRenamedGrowsOn) {
+    std::filesystem::create_directory(directory.Path("host.log.1"));
+    Write(12, 1, {"first", "second"});
+    EXPECT_EQ(directory.Read("host.log"), "[1] first\n[1] second\n");
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE),
+              std::vector<std::string>{"the log file " + path +
+                                       " could not be renamed: " + std::strerror(EISDIR)});
+}
+
+// Without a sink the report is a message, which meets the same failure.
+TEST_F(HostPrintLogFile, AFailureIsToldOnceAlsoByTheHostItself) {
+    options.logFile = "/dev/full";
+    Begin();
+    DxrHostSetReportSink(host, nullptr, nullptr);
+    DXR_GetPrintHooks()->print(1, "%s", "first");
+    DXR_GetPrintHooks()->print(1, "%s", "second");
+    const std::string text =
+        std::string("the log file /dev/full could not be written: ") + std::strerror(ENOSPC);
+    const std::vector<Message> expected = {{1, "first"}, {1, "print: " + text}, {1, "second"}};
+    EXPECT_EQ(messages, expected);
+    EXPECT_EQ(TextsOf(host), std::vector<std::string>{text});
 }
 
 TEST_F(HostPrintPrivateLog, ANullTextIsNone) {
