@@ -1,10 +1,13 @@
 #include "scheduler.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -722,12 +725,32 @@ void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const Wa
     --job.stoppers;
 }
 
+namespace {
+
+// No timer ends by it, nor whoever moves the clock.
+void ReportException(Host &host, const char *what) {
+    Guard([&] {
+        host.reports.Add(DXR_HOST_REPORT_MISUSE, "task", {}, "exception",
+                         std::string("an exception left a function of the module: ") + what);
+    });
+}
+
+}  // namespace
+
 void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     const uint64_t startings = job.startings;
     job.isRunning = true;
     job.runner = &ThisThread();
     lock.unlock();
-    job.run(job.context);
+    try {
+        job.run(job.context);
+    } catch (const abi::__forced_unwind &) {
+        throw;  // the thread ends
+    } catch (const std::exception &exception) {
+        ReportException(host_, exception.what());
+    } catch (...) {
+        ReportException(host_, "of a type of its own");
+    }
     lock.lock();
     job.isRunning = false;
     job.runner = nullptr;

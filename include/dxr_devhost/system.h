@@ -47,7 +47,8 @@
  *
  * All may be called from any thread. A handle that is none and a null pointer are reported and give
  * the failure value. Functions of timers and monitors run one after the other, on the host's task
- * "timer" or, with the stepped clock, on the thread that moves it; no lock of the host is held. */
+ * "timer" or, with the stepped clock, on the thread that moves it; no lock of the host is held. An
+ * exception of C++ that leaves one is reported, and the timers go on. */
 #ifndef DXR_DEVHOST_SYSTEM_H
 #define DXR_DEVHOST_SYSTEM_H
 

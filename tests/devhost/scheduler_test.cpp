@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -288,6 +289,49 @@ TEST_F(SteppedTime, TheTimeOfDayIsSetWithoutTimePassing) {
     EXPECT_EQ(DXR_GetStartupTimeSec(), 12U);
     EXPECT_TRUE(DxrHostSetClock(host, 1000, 0)) << "also back";
     EXPECT_EQ(DXR_GetCurrMs(), 1000000U);
+}
+
+TEST_F(SteppedTime, AnExceptionOfATimersFunctionIsReported) {
+    static int times;
+    times = 0;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 10;
+    timer.repeats = 1;
+    timer.function = [](void *) {
+        if (++times == 2) {
+            throw 2;
+        }
+        if (times < 4) {
+            throw std::runtime_error("no link");
+        }
+    };
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre(HasSubstr("an exception left a function of the module: no link")));
+    EXPECT_EQ(reports[0].count, 1U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    EXPECT_EQ(times, 4) << "it goes on";
+    DxrHostReport kept{};
+    EXPECT_TRUE(DxrHostGetReport(host, 0, &kept));
+    EXPECT_EQ(kept.count, 3U);
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+}
+
+TEST_F(VirtualTime, AnExceptionOfATimersFunctionIsReported) {
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 10;
+    timer.function = [](void *) { throw std::runtime_error("no link"); };
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_EQ(DXR_DelayTask(20), 0U);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_EQ(DXR_DelayTask(20), 0U);
+    DxrHostReport kept{};
+    ASSERT_TRUE(DxrHostGetReport(host, 0, &kept));
+    EXPECT_THAT(kept.text, HasSubstr("an exception left a function of the module: no link"));
+    EXPECT_EQ(kept.count, 2U);
 }
 
 TEST_F(VirtualTime, TheClockIsNotATestsToMove) {
