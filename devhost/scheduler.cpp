@@ -506,33 +506,57 @@ Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
     return task.get();
 }
 
+// The task ends with its thread: destructors of the module's that run there are its as well.
 void *Scheduler::Main(void *user) {
     auto *const task = static_cast<Task *>(user);
     ThreadRecord &thread = *task->record;
     KeepThreadRecord(thread);
+    (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);  // waits are not made for that
     thread.tasks.Of(task->host->number) = task->self;
     thread.own = task;
     thread.depth = 0;
+    // Also for a function that ends the thread.
+    const struct Out {
+        ThreadRecord &thread;
+        Task &task;
+        ~Out() {
+            task.isInBody = false;
+            // A task that was ended within calls leaves them here.
+            thread.depth = 0;
+            thread.inside.store(nullptr, std::memory_order_release);
+            live::LeaveAll(thread);
+        }
+    } out{thread, *task};
     RunBody(task);
-    thread.own = nullptr;
-    // A task that was ended within calls leaves them here.
-    thread.depth = 0;
-    thread.inside.store(nullptr, std::memory_order_release);
-    live::LeaveAll(thread);
-    TaskFate fate = TaskFate::kRuns;
-    if (task->fate.compare_exchange_strong(fate, TaskFate::kEnds)) {
-        task->host->scheduler.TaskEnds(*task);
-    }
-    const std::shared_ptr<Task> last = std::move(task->self);
     return nullptr;
 }
 
 // Nothing here has a destructor: a task that is ended comes back by longjmp.
 void Scheduler::RunBody(Task *task) {
+    task->isInBody = true;
     if (_setjmp(task->end) == 0 && task->host->scheduler.Begins(*task)) {
         task->entry(task->argument);
         task->hasReturned = true;
     }
+    task->hasComeBack = true;
+}
+
+void Scheduler::OwnThreadEnds(Task &task) {
+    TaskFate fate = TaskFate::kRuns;
+    if (task.fate.compare_exchange_strong(fate, TaskFate::kEnds)) {
+        Host &host = *task.host;
+        if (!task.hasComeBack) {
+            try {
+                host.reports.Add(DXR_HOST_REPORT_MISUSE, "task", task.made, "thread ended",
+                                 "task " + std::to_string(task.id) + " \"" + task.name +
+                                     "\" has ended its thread instead of returning");
+            } catch (const std::bad_alloc &) {
+                // It ends without a word.
+            }
+        }
+        host.scheduler.TaskEnds(task);
+    }
+    const std::shared_ptr<Task> last = std::move(task.self);
 }
 
 // Waits for the task's turn and for its first event. False when the host ends before that.
@@ -562,12 +586,15 @@ void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
 }
 
 void Scheduler::EndStopped(ThreadRecord &thread) {
-    if (thread.own != nullptr && thread.own->isStopped) {
+    if (thread.own != nullptr && thread.own->isInBody && thread.own->isStopped) {
         std::longjmp(thread.own->end, 1);  // NOLINT(cert-err52-cpp): through functions of C
     }
 }
 
 void Scheduler::ThreadEnds(ThreadRecord &thread) {
+    if (thread.own != nullptr) {
+        OwnThreadEnds(*std::exchange(thread.own, nullptr));
+    }
     Host *const host = Enter(thread);
     Task *const task = host != nullptr ? host->scheduler.TaskOf(thread) : nullptr;
     // The first task stays: the run is its. Those of the host's own threads end by themselves.

@@ -160,6 +160,8 @@ struct Task {
     Condition turn;
     std::atomic<bool> isStopped{false};  // its host has ended: it ends at its next call
     bool hasReturned = false;            // its function; seen once its state is kEnded
+    bool hasComeBack = false;            // the same, or the host has ended it
+    bool isInBody = false;               // its function can be ended; its own thread asks
     std::atomic<TaskFate> fate{TaskFate::kRuns};
     Host *host = nullptr;        // until its fate is decided
     std::shared_ptr<Task> self;  // for its thread
@@ -279,6 +281,7 @@ class Scheduler {
 
     static void *Main(void *user);
     static void RunBody(Task *task);
+    static void OwnThreadEnds(Task &task);
     bool Begins(Task &task);
     void TaskEnds(Task &task);
     [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);

@@ -50,7 +50,6 @@ struct Return {
             t_record = nullptr;
             record->tasks.Clear();
             record->held.Clear();
-            record->own = nullptr;
             std::vector<NamedCall>().swap(record->named);
             record->isUsed.store(false, std::memory_order_release);
         }

@@ -6,7 +6,8 @@
  *
  *   DXR_CreateTask(name, entry, argument, priority, options, flag, id)
  *       name      text, copied, may be null
- *       entry     a DxrHostTaskEntry, which gets `argument`
+ *       entry     a DxrHostTaskEntry, which gets `argument`; it returns: one that ends its thread
+ *                 is reported, and to cancel it has no effect
  *       priority  0 to 255; kept for listings
  *       options   null, or a DxrHostTaskOptions
  *       flag      0: the task begins at once; 1: with the first event that is written to it
@@ -32,8 +33,8 @@
  *   DXR_DestroyMutex(mutex)                EBUSY, reported, while anybody holds it. A call that
  *                                          waits for one that is destroyed gives EINVAL
  *
- * Two mutexes that were locked in one order here and in the other there could deadlock: that is
- * reported, with both places, also when it went well.
+ * Mutexes that were locked in one order here and in the other there, also through further ones,
+ * could deadlock: that is reported, with the places, also when it went well.
  *
  * With the virtual clock one task runs at a time, and each of these functions may let another one
  * run, which the seed chooses. Threads that modules make by themselves are not under that rule: a

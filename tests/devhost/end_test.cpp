@@ -87,6 +87,77 @@ TEST_F(VirtualEnd, AThreadThatEndsWhileAllWaitLeavesADeadlock) {
     EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), ElementsAre(HasSubstr("deadlock: all tasks wait")));
 }
 
+// --- The end of a task's thread
+
+// What a module keeps for each of its threads, and gives back when the thread ends.
+struct KeptBlock {
+    void *block = nullptr;
+    KeptBlock() = default;
+    KeptBlock(const KeptBlock &) = delete;
+    KeptBlock &operator=(const KeptBlock &) = delete;
+    KeptBlock(KeptBlock &&) = delete;
+    KeptBlock &operator=(KeptBlock &&) = delete;
+    ~KeptBlock() {
+        if (block != nullptr) {
+            (void)DXR_DelayTask(1);
+            DXR_Free(block, "module.cpp", 2);
+        }
+    }
+};
+
+void KeepABlock(void * /*argument*/) {
+    thread_local KeptBlock kept;
+    kept.block = DXR_Malloc(1, 64, "module.cpp", 1);
+}
+
+TEST_F(RealEnd, DestructorsOfATasksThreadAreTheTasks) {
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(DxrHostJoinTask(host, Spawn(KeepABlock, nullptr), DXR_HOST_FOREVER), 0U);
+        ASSERT_EQ(End(), 0U) << i;
+        ASSERT_THAT(reports, IsEmpty());
+        Begin();
+    }
+}
+
+TEST_F(VirtualEnd, DestructorsOfATasksThreadAreTheTasks) {
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(DxrHostJoinTask(host, Spawn(KeepABlock, nullptr), DXR_HOST_FOREVER), 0U);
+        EXPECT_EQ(DxrHostGetElapsedNs(host), 1000000U);
+        ASSERT_EQ(End(), 0U) << i;
+        ASSERT_THAT(reports, IsEmpty());
+        Begin();
+    }
+}
+
+void EndTheThread(void * /*argument*/) {
+    pthread_exit(nullptr);
+}
+
+TEST_F(RealEnd, ATaskThatEndsItsThreadIsReported) {
+    EXPECT_EQ(DxrHostJoinTask(host, Spawn(EndTheThread, nullptr), 60000), 0U);
+    EXPECT_EQ(End(), 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre(HasSubstr("has ended its thread instead of returning")));
+}
+
+TEST_F(VirtualEnd, ATaskThatEndsItsThreadIsReported) {
+    EXPECT_EQ(DxrHostJoinTask(host, Spawn(EndTheThread, nullptr), 60000), 0U);
+    EXPECT_EQ(DXR_DelayTask(5), 0U);
+    EXPECT_EQ(End(), 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre(HasSubstr("has ended its thread instead of returning")));
+}
+
+TEST_F(VirtualEnd, TasksAreNotCancelled) {
+    const auto cancel = [](void * /*argument*/) {
+        (void)pthread_cancel(pthread_self());
+        (void)DXR_DelayTask(1);
+    };
+    EXPECT_EQ(DxrHostJoinTask(host, Spawn(cancel, nullptr), 60000), 0U);
+    EXPECT_EQ(End(), 0U);
+    EXPECT_THAT(reports, IsEmpty());
+}
+
 // --- The end of a host
 
 TEST_F(VirtualEnd, AnotherThreadEndsTheHostWhileTheFirstTaskWaits) {
