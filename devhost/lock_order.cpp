@@ -13,7 +13,7 @@ class LockOrder::Search {
         Reach(from, from);
     }
 
-    [[nodiscard]] bool HasFound() const { return cameFrom_.count(to_) != 0; }
+    [[nodiscard]] bool HasFound() const { return cameFrom_.contains(to_); }
     [[nodiscard]] bool IsOver() const { return HasFound() || next_ == reached_.size(); }
 
     void Step() {

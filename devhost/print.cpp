@@ -186,7 +186,7 @@ class LogFile {
     }
 
     // Takes away the part of a line that was written, unless somebody else has written behind it.
-    void CutBack(size_t part) {
+    void CutBack(size_t part) const {
         struct stat status {};
         const off_t end = lseek(file_, 0, SEEK_CUR);
         if (part != 0 && end >= 0 && fstat(file_, &status) == 0 && status.st_size == end) {
