@@ -66,7 +66,7 @@ class Chance {
     explicit Chance(uint64_t seed) : seed_(seed) {}
 
     // The point of that name, from its first mention on; stays where it is. Services ask once.
-    FaultPoint &Point(PointName name) { return PointNamed(name.Get()); }
+    FaultPoint &Point(const PointName &name) { return PointNamed(name.Get()); }
     // The same for a name that a user has given.
     FaultPoint &PointNamed(std::string_view name);
     [[nodiscard]] Stream StreamOf(std::string_view name) const { return {seed_, name}; }

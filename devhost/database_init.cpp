@@ -24,7 +24,7 @@ class Steps {
   public:
     explicit Steps(Host *host) : host_(host) {}
 
-    [[nodiscard]] bool Fails(PointName point) const {
+    [[nodiscard]] bool Fails(const PointName &point) const {
         if (host_ == nullptr || !host_->chance.Point(point).Fails()) {
             return false;
         }

@@ -135,6 +135,7 @@ void ReportException(Host &host, const char *service, const char *what, const vo
         std::string("an exception left ") + what + ", " + Describe(function);
     std::string text = finding;
     try {
+        // cppcheck-suppress rethrowNoCurrentException
         throw;
     } catch (const std::exception &exception) {
         text += std::string(": ") + exception.what();

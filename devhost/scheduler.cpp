@@ -417,6 +417,7 @@ std::string Scheduler::EndText() {
 
 Task *Scheduler::TaskOf(ThreadRecord &thread) const {
     const std::shared_ptr<Task> *const found = thread.tasks.Find(host_.number);
+    // cppcheck-suppress nullPointer
     return found != nullptr ? found->get() : nullptr;
 }
 

@@ -289,7 +289,7 @@ TEST_F(DeviceBoard, HasNothingTwice) {
                             ? R"("bars": [{"number": 0, "address": 0, "bytes": 16}], )"
                             : "") +
             "\"";
-        const auto within = [&](const char *second) {
+        const auto within = [&before, list = list, one = one](const char *second) {
             return before + list + "\": [" + one + ",\n" + second + "]}]}";
         };
         Load(within(other));

@@ -641,7 +641,7 @@ TEST(SeveralHosts, AThreadKeepsItsTaskInEach) {
 TEST(SeveralHosts, TwoOfVirtualTimeAreMadeByOneThread) {
     DxrHost *const first = MakeWith(DXR_HOST_CLOCK_VIRTUAL);
     DxrHost *const second = MakeWith(DXR_HOST_CLOCK_VIRTUAL);
-    for (int i = 0; i < 2; ++i) {
+    for (uint32_t i = 0; i < 2; ++i) {
         for (DxrHost *const host : {first, second}) {
             ASSERT_EQ(DxrHostRegister(host), 0U);
             EXPECT_EQ(DXR_DelayTask(10), 0U);
