@@ -127,7 +127,8 @@ TEST(DxrshRun, ChildrenOfTheModuleAreTheirOwn) {
     EXPECT_EQ(0U, outcome.out.find("child 0 ended with 0, the socket is there\n"
                                    "child 1 ended with 1, the socket is there\n"
                                    "child 2 ended with 2, the socket is there\n"
-                                   "child 3 died by 15, the socket is there\n"
+                                   "child 3 ended with 3, the socket is there\n"
+                                   "child 4 died by 15, the socket is there\n"
                                    "port 3 is "))
         << outcome.out;
     EXPECT_EQ("", outcome.err);

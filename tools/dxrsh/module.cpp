@@ -39,11 +39,15 @@ bool IsInModule() {
 class Call {
   public:
     Call() { ++g_calls; }
-    // Not by a return or an exception: by the end of the thread.
+    // Not by a return or an exception: by the end of the thread. What the program has to undo is
+    // not for a process that the module has forked.
     ~Call() {
-        if (!isBack_ && std::uncaught_exceptions() == 0 && IsInModule()) {
+        if (!isBack_ && std::uncaught_exceptions() == 0) {
             (void)std::fflush(stdout);
-            EndByModule();
+            if (IsInModule()) {
+                EndByModule();
+            }
+            EndProgram(EXIT_SUCCESS);
         }
         --g_calls;
     }

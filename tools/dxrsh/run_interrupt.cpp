@@ -54,6 +54,13 @@ RunInterrupt::~RunInterrupt() {
 
 void RunInterrupt::End() {
     RestoreActions();
+    if (process_ != getpid()) {
+        // One that the module has forked has not the thread, and wakes that of the run.
+        if (thread_.joinable()) {
+            thread_.detach();
+        }
+        return;
+    }
     isOver_ = true;
     Wake();
     if (thread_.joinable()) {

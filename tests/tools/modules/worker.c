@@ -182,10 +182,15 @@ static void Logs(void) {
     DXR_DiagLogFilter("kept");
 }
 
+static void EndThread(int status) {
+    (void)status;
+    pthread_exit(NULL);
+}
+
 /* That end as processes do: what is the parent's stays. */
 static void HaveChildren(void) {
-    void (*const ends[])(int) = {exit, quick_exit, _exit};
-    for (int i = 0; i < 3; ++i) {
+    void (*const ends[])(int) = {EndThread, exit, quick_exit, _exit};
+    for (int i = 0; i < 4; ++i) {
         const pid_t child = fork();
         if (child == 0) {
             ends[i](i);
@@ -201,7 +206,7 @@ static void HaveChildren(void) {
     }
     int status = 0;
     (void)waitpid(child, &status, 0);
-    printf("child 3 died by %d, the socket is %s\n", WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+    printf("child 4 died by %d, the socket is %s\n", WIFSIGNALED(status) ? WTERMSIG(status) : 0,
            access(g_argv[g_argc - 1], F_OK) == 0 ? "there" : "gone");
 }
 
