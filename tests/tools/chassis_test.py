@@ -53,7 +53,8 @@ def await_that(condition, what, seen=lambda: ""):
     """`seen` tells what there was instead."""
     end = time.monotonic() + LIMIT
     while not condition():
-        check(time.monotonic() < end, f"in vain: {what} {seen()}")
+        if time.monotonic() >= end:
+            raise Failed(f"in vain: {what} {seen()}")
         time.sleep(0.02)
 
 
@@ -166,7 +167,10 @@ class Lab:
         said = [f"the supervisor {'lives' if self.process.poll() is None else 'has ended'}, "
                 f"and said: {self.output()}"]
         for log in sorted(self.top.glob("work/*/board.log*")):
-            text = log.read_text(encoding="utf-8", errors="replace")
+            try:
+                text = log.read_text(encoding="utf-8", errors="replace")
+            except FileNotFoundError:  # taken away by the rotation
+                continue
             said.append(f"{log.name}, {len(text)} bytes, ends with: {text[-200:]}")
         return "\n".join(said)
 
