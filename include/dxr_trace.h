@@ -37,7 +37,7 @@ DXR_EXTERN_C_BEGIN
 #define DXR_TRACE_POINTERS_DEVHOST 2u   /* and those of the development host */
 
 /* When the ring of a thread is full, DxrTraceOptions::whenFull. */
-#define DXR_TRACE_DROP 0u /* the call is not in the file, and counts as dropped */
+#define DXR_TRACE_DROP 0u /* the call is not in the file, and counts as dropped: nobody waits */
 #define DXR_TRACE_WAIT 1u /* the caller waits until there is room */
 
 /* Begin with DxrTraceInitOptions, change what is to be different. */

@@ -221,7 +221,7 @@ class Drain {
     }
 
     void Take(ThreadRecord &record) {
-        if (record.session != session_) {
+        if (!record.IsIn(session_)) {
             return;
         }
         try {
@@ -354,8 +354,13 @@ uint32_t TryStart(const char *path) {
     if (drain->Error() != 0) {
         return static_cast<uint32_t>(drain->Error());
     }
-    Launch(*drain);
     KeepEnded(true);
+    try {
+        Launch(*drain);
+    } catch (...) {
+        KeepEnded(false);
+        throw;
+    }
     g_drain = drain.release();
     g_state.session.store(++g_sessions, std::memory_order_release);
     return 0;

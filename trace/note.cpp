@@ -135,7 +135,7 @@ void CallNote::End(uint64_t result) const {
     }
     ThreadRecord *const thread = t_record;
     // Meanwhile the trace may have been stopped, and even begun anew.
-    if (!isNoted_ || thread == nullptr || thread->session != session_ ||
+    if (!isNoted_ || thread == nullptr || !thread->IsIn(session_) ||
         g_state.session.load(std::memory_order_acquire) != session_) {
         return;
     }
@@ -162,7 +162,7 @@ CallbackNote::CallbackNote(size_t slot, std::span<const uint64_t> words)
 void CallbackNote::End(uint64_t result) const {
     const uint64_t end = NowTicks();
     ThreadRecord *const thread = t_record;
-    if (!isNoted_ || thread == nullptr || thread->session != session_ ||
+    if (!isNoted_ || thread == nullptr || !thread->IsIn(session_) ||
         g_state.session.load(std::memory_order_acquire) != session_) {
         return;
     }

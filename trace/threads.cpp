@@ -15,6 +15,8 @@ constinit std::array<Histogram, kSlotCount> g_histograms = {};
 
 namespace {
 
+// Records are put before the first one. While what has ended is kept, only VisitRecords takes them
+// out, so that it may follow the links without the lock.
 struct Registry {
     std::mutex mutex;  // guards what follows, and the links of the records
     ThreadRecord *first = nullptr;
@@ -37,10 +39,10 @@ void Delete(ThreadRecord **link) {
     delete record;
 }
 
-void DeleteEnded() {
+void DeleteWhere(bool ThreadRecord::*is) {
     ThreadRecord **link = &g_registry.first;
     while (*link != nullptr) {
-        if ((*link)->isEnded) {
+        if ((*link)->*is) {
             Delete(link);
         } else {
             link = &(*link)->next;
@@ -59,7 +61,7 @@ void EndRecord(void *ended) {
     }
     record->isEnded = true;
     if (!g_registry.keepsEnded) {
-        DeleteEnded();
+        DeleteWhere(&ThreadRecord::isEnded);
     }
 }
 
@@ -90,7 +92,7 @@ void PutIn(ThreadRecord &record, uint32_t session, std::unique_ptr<Ring> ring) {
     record.isAnnounced = false;
     record.droppedInFile = 0;
     record.dropped.store(0, std::memory_order_relaxed);
-    record.session = session;
+    record.session.store(session, std::memory_order_release);
 }
 
 bool TryPrepare(ThreadRecord &record, uint32_t session) {
@@ -123,7 +125,7 @@ Texts *TextsOfThread() {
 
 ThreadRecord *RecordOf(uint32_t session) {
     ThreadRecord *const record = t_record;
-    if (session == 0 || record == nullptr || record->session == session) {
+    if (session == 0 || record == nullptr || record->IsIn(session)) {
         return session != 0 ? record : nullptr;
     }
     const int before = errno;
@@ -179,7 +181,7 @@ void KeepEnded(bool keep) {
     g_registry.keepsEnded = keep;
     g_registry.threadsInSession = 0;
     if (!keep) {
-        DeleteEnded();
+        DeleteWhere(&ThreadRecord::isEnded);
     }
 }
 
@@ -193,16 +195,24 @@ void ReleaseRecords() {
 
 void ForgetRecords() {
     g_registry.keepsEnded = false;
-    DeleteEnded();
+    DeleteWhere(&ThreadRecord::isEnded);
     ReleaseRecords();
 }
 
 void VisitRecords(Visit visit, void *context) {
-    const std::lock_guard<std::mutex> lock(g_registry.mutex);
-    for (ThreadRecord *record = g_registry.first; record != nullptr; record = record->next) {
+    ThreadRecord *first = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(g_registry.mutex);
+        first = g_registry.first;
+        for (ThreadRecord *record = first; record != nullptr; record = record->next) {
+            record->isLastVisit = record->isEnded;
+        }
+    }
+    for (ThreadRecord *record = first; record != nullptr; record = record->next) {
         visit(*record, context);
     }
-    DeleteEnded();
+    const std::lock_guard<std::mutex> lock(g_registry.mutex);
+    DeleteWhere(&ThreadRecord::isLastVisit);
 }
 
 }  // namespace dxr_trace

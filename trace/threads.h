@@ -25,19 +25,26 @@ struct ThreadRecord {
     uint64_t sequence = 0;
     Texts texts;
 
-    // Written by the thread, while it holds the lock of all records; read by it, and by those who
-    // hold that lock.
-    uint32_t session = 0;  // that the ring is for
+    // Written by the thread as it enters a session, which it does last: who finds the session may
+    // read the rest.
     uint64_t systemId = 0;
     std::array<char, 16> name = {};
     std::unique_ptr<Ring> ring;
+    uint32_t number = 0;  // in a recording, from 1, in the order of first calls
+    std::atomic<uint32_t> session = 0;
 
-    // Of those who hold that lock.
-    uint32_t number = 0;       // in a recording, from 1, in the order of first calls
+    // From then on the drain's alone.
     bool isAnnounced = false;  // in its file
     uint64_t droppedInFile = 0;
+
+    // Of those who hold the lock of all records.
     bool isEnded = false;  // the thread is gone, but not yet what its ring holds
+    bool isLastVisit = false;
     ThreadRecord *next = nullptr;
+
+    [[nodiscard]] bool IsIn(uint32_t one) const {
+        return session.load(std::memory_order_acquire) == one;
+    }
 };
 
 // The calling thread's; null before its first call. Reached without a function call.
@@ -80,7 +87,9 @@ void ClearCounts();
 // What a thread that has ended left in its ring is kept from now on, or no longer.
 void KeepEnded(bool keep);
 
-// Calls `visit` with each record while no other changes; those that have ended go after it.
+// Calls `visit` with each record; those whose threads had ended before go after it. For one thread
+// at a time, while what has ended is kept. Without the lock: a visit that waits, as for a disk,
+// holds up no thread that begins, ends or counts.
 using Visit = void (*)(ThreadRecord &record, void *context);
 void VisitRecords(Visit visit, void *context);
 
