@@ -69,7 +69,8 @@ DXR_API void DxrTraceInitOptions(DxrTraceOptions *options);
  *
  * With a file there is one thread, which takes what the others put into their rings and writes it,
  * every 5 milliseconds at the latest. A crash leaves what was written until then. A program that
- * ends ends the trace; a child process made by fork notes nothing. */
+ * ends ends the trace; a child process made by fork notes nothing. The calling thread is the
+ * recording's main thread for a replay and for comparisons: the one that runs the module. */
 DXR_API uint32_t DxrTraceStart(const DxrTraceOptions *options);
 
 /* Ends: the bare functions are in the table again. Counts stay until the next start. Threads that
@@ -149,17 +150,17 @@ typedef void (*DxrTraceVisit)(const DxrTraceCall *call, void *user);
 DXR_API uint32_t DxrTraceRead(const char *file, DxrTraceVisit visit, void *user, char *error,
                               uint32_t errorSize);
 
-/* Compares two recordings, thread by thread: the first, each task, each thread of the host's, each
- * other thread. Threads that run at the same time begin in any order, so each is compared with one
- * of its kind that did the same; the remaining ones with one whose first call is the same, then in
- * the order of their beginnings. Numbers are those of the first recording, unless told. Of calls,
- * functions and values are compared and what pointers lead to, of what was asked and of what was
- * answered; addresses, handles and times are not. When one keeps less of each piece than the other,
- * or follows fewer pointers, what both have is compared, and a line says so. Writes to `out`, for
- * each thread, that it is the same, or where the two part: the first differing call with `context`
- * calls before and after it. Returns 0 when they are the same, 1 when they differ, 2 when a file
- * cannot be read or holds no recording, when `out` cannot be written, or without memory: then
- * `error` says why, as for DxrTraceExport. */
+/* Compares two recordings, thread by thread: the main one, each task, each thread of the host's,
+ * each other thread. Threads that run at the same time begin in any order, so each is compared with
+ * one of its kind that did the same; the remaining ones with one whose first call is the same, then
+ * in the order of their beginnings. Numbers are those of the first recording, unless told. Of
+ * calls, functions and values are compared and what pointers lead to, of what was asked and of what
+ * was answered; addresses, handles and times are not. When one keeps less of each piece than the
+ * other, or follows fewer pointers, what both have is compared, and a line says so. Writes to
+ * `out`, for each thread, that it is the same, or where the two part: the first differing call with
+ * `context` calls before and after it. Returns 0 when they are the same, 1 when they differ, 2 when
+ * a file cannot be read or holds no recording, when `out` cannot be written, or without memory:
+ * then `error` says why, as for DxrTraceExport. */
 DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FILE *out,
                               char *error, uint32_t errorSize);
 
@@ -169,13 +170,13 @@ DXR_API uint32_t DxrTraceDiff(const char *a, const char *b, uint32_t context, FI
  * results and what is written through pointers. The recording was made with
  * DXR_TRACE_POINTERS_DEVHOST (or _INTERFACE), callbacks and pieces long enough (dataBytes).
  *
- * Each thread of the module follows one of the recording: the one that begins the replay the
- * recording's first; tasks that the module creates those that were created then, in the same order;
- * other threads of the module the next one whose first call is the same. With `loose` a thread that
- * finds none such follows the one in which the same call comes soonest; while there is none its
- * calls are differences. What the host called, such as the functions of timers, is called again, on
- * threads of the replay. Calls come back in the order of the recording: one that came back after
- * another one's end waits for that.
+ * Each thread of the module follows one of the recording: the one that begins the replay the one
+ * that began the recording, or the process's first when that made no call; tasks that the module
+ * creates those that were created then, in the same order; other threads of the module the next one
+ * whose first call is the same. With `loose` a thread that finds none such follows the one in which
+ * the same call comes soonest; while there is none its calls are differences. What the host called,
+ * such as the functions of timers, is called again, on threads of the replay. Calls come back in
+ * the order of the recording: one that came back after another one's end waits for that.
  *
  * A call differs when another function is called, another value is given or a pointer leads to
  * something else. Addresses are not compared, but for handles that the recording gave out and
@@ -221,12 +222,12 @@ typedef struct DxrReplayCounts {
     uint64_t left;        /* calls of the recording that were not made */
 } DxrReplayCounts;
 
-/* Begins: the calling thread follows the recording's first one, and the table is the replay's.
- * `options` null stands for the defaults. Returns 0; EINVAL for wrong options and a file that is no
- * recording; EALREADY when a replay has begun; EBADMSG when the recording is damaged or calls were
- * dropped from it, unless `loose`; ENODATA when it was cut before its first call and its list of
- * slots; ENOMEM; or why the file cannot be read. `error` as
- * DxrTraceExport. Not while other threads use the library. */
+/* Begins: the calling thread follows the one that began the recording, and the table is the
+ * replay's. `options` null stands for the defaults. Returns 0; EINVAL for wrong options and a file
+ * that is no recording; EALREADY when a replay has begun; EBADMSG when the recording is damaged or
+ * calls were dropped from it, unless `loose`; ENODATA when it was cut before its first call and its
+ * list of slots; ENOMEM; or why the file cannot be read. `error` as DxrTraceExport. Not while other
+ * threads use the library. */
 DXR_API uint32_t DxrReplayStart(const char *file, const DxrReplayOptions *options, char *error,
                                 uint32_t errorSize);
 

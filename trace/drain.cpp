@@ -145,6 +145,7 @@ class Drain {
         content_.Varint(g_state.dataBytes.load());
         content_.Text(DXR_TRACE_VERSION);
         content_.Varint(g_state.callbacks.load() ? 1 : 0);
+        content_.Varint(1);  // threads tell whether they began it
         file_.WriteHead();
         file_.WriteBlock(BlockKind::kStart, content_.Get());
         WriteSlots();
@@ -276,6 +277,7 @@ class Drain {
         content_.Varint(record.number);
         content_.Varint(record.systemId);
         content_.Text(record.name.data());
+        content_.Varint(record.hasBegun ? 1 : 0);
         file_.WriteBlock(BlockKind::kThread, content_.Get());
     }
 
@@ -362,6 +364,7 @@ uint32_t TryStart(const char *path) {
         throw;
     }
     g_drain = drain.release();
+    t_begunSession = g_sessions + 1;
     g_state.session.store(++g_sessions, std::memory_order_release);
     return 0;
 }

@@ -8,11 +8,13 @@
 //
 //   kStart  pid, nanoseconds since 1970, ticks and nanoseconds of the monotonic clock at the same
 //           moment, which pointers are followed, bytes kept of each piece, version of the library,
-//           1 when what hosts call is noted too (from version 2 on)
+//           1 when what hosts call is noted too (from version 2 on), 1 when threads tell whether
+//           they began the recording (may be missing: 0)
 //   kFilled (from version 2 on) how many slots were filled, and of each number, name, width of the
 //           result, how many parameters, and of each name and width. Before the first call. Numbers
 //           of the file are those of this list; without one, those of the first release
-//   kThread number of the thread (from 1, in order of first calls), the system's number, name
+//   kThread number of the thread (from 1, in order of first calls), the system's number, name, 1
+//           when it began the recording (may be missing: 0)
 //   kCalls  number of the thread, what it dropped since the start, ticks and nanoseconds as above
 //           when the block was made, then events to the content's end. The ticks of the first event
 //           count from 0

@@ -298,6 +298,9 @@ class Replay {
     }
 
     std::string Position(const Runner &runner, const Step *step) const {
+        if (runner.script.number == 0) {
+            return "the main thread, which has no calls";
+        }
         std::string text = "thread " + std::to_string(runner.script.number);
         if (step == nullptr) {
             return text + ", after its last call";

@@ -14,7 +14,7 @@ namespace {
 
 class Maker {
   public:
-    explicit Maker(const TraceFile &file) : file_(file) {}
+    explicit Maker(const TraceFile &file) : file_(file), main_(NumberOfMain()) {}
 
     Script Make() {
         Divide();
@@ -70,9 +70,22 @@ class Maker {
         close(0, static_cast<uint32_t>(thread.steps.size()));
     }
 
+    // The number of the thread that began the recording; when that made no call, of the process's
+    // first. 0 when neither made one.
+    [[nodiscard]] uint32_t NumberOfMain() const {
+        const auto &told = file_.threads;
+        auto found = std::find_if(told.begin(), told.end(),
+                                  [](const TracedThread &thread) { return thread.hasBegun; });
+        if (found == told.end()) {
+            found = std::find_if(told.begin(), told.end(), [this](const TracedThread &thread) {
+                return thread.systemId == file_.processId;
+            });
+        }
+        return found != told.end() ? found->number : 0;
+    }
+
     [[nodiscard]] ThreadKind KindOf(const ScriptThread &thread) const {
-        const TracedThread *const told = file_.FindThread(thread.number);
-        if (told != nullptr && told->systemId == file_.processId) {
+        if (thread.number == main_) {
             return ThreadKind::kMain;
         }
         for (size_t i = 0; i < thread.steps.size(); i = thread.steps[i].end) {
@@ -86,19 +99,20 @@ class Maker {
         return ThreadKind::kOwn;
     }
 
-    // A program's other threads may have run the module; then the first of them did.
+    // It may have made no call. Where nothing tells who began, other threads may have run the
+    // module; then the first of them did.
     void ChooseMain() {
         auto &threads = script_.threads;
         const auto is = [](ThreadKind kind) {
             return [kind](const ScriptThread &thread) { return thread.kind == kind; };
         };
         auto found = std::find_if(threads.begin(), threads.end(), is(ThreadKind::kMain));
-        if (found == threads.end()) {
+        if (found == threads.end() && main_ == 0 && !file_.tellsWhoBegan) {
             found = std::find_if(threads.begin(), threads.end(), is(ThreadKind::kOwn));
         }
         if (found == threads.end()) {
-            threads.insert(threads.begin(), ScriptThread{});
-            found = threads.begin();
+            found = threads.insert(threads.begin(), ScriptThread{});
+            found->number = main_;
         }
         found->kind = ThreadKind::kMain;
         std::rotate(threads.begin(), found, found + 1);
@@ -171,6 +185,7 @@ class Maker {
     }
 
     const TraceFile &file_;
+    const uint32_t main_;
     Script script_;
 };
 

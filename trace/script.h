@@ -22,14 +22,14 @@ struct Step {
 };
 
 enum class ThreadKind : uint8_t {
-    kMain,  // the process's first
+    kMain,  // the one that began the recording
     kTask,  // runs a task that the module created
     kHost,  // the host's own: it calls functions that it was given
     kOwn,   // any other one that calls the host
 };
 
 struct ScriptThread {
-    uint32_t number = 0;
+    uint32_t number = 0;  // 0: main, of which the recording has no call
     ThreadKind kind = ThreadKind::kOwn;
     std::vector<Step> steps;  // in the order of their beginnings
 };

@@ -11,6 +11,7 @@
 namespace dxr_trace {
 
 constinit thread_local ThreadRecord *t_record = nullptr;
+constinit thread_local uint32_t t_begunSession = 0;
 constinit std::array<Histogram, kSlotCount> g_histograms = {};
 
 namespace {
@@ -87,6 +88,7 @@ void PutIn(ThreadRecord &record, uint32_t session, std::unique_ptr<Ring> ring) {
     record.ring = std::move(ring);
     record.systemId = static_cast<uint64_t>(gettid());
     (void)pthread_getname_np(pthread_self(), record.name.data(), record.name.size());
+    record.hasBegun = t_begunSession == session;
     record.sequence = 0;
     record.number = ++g_registry.threadsInSession;
     record.isAnnounced = false;

@@ -29,6 +29,7 @@ struct ThreadRecord {
     // read the rest.
     uint64_t systemId = 0;
     std::array<char, 16> name = {};
+    bool hasBegun = false;  // the session
     std::unique_ptr<Ring> ring;
     uint32_t number = 0;  // in a recording, from 1, in the order of first calls
     std::atomic<uint32_t> session = 0;
@@ -49,6 +50,9 @@ struct ThreadRecord {
 
 // The calling thread's; null before its first call. Reached without a function call.
 extern constinit thread_local ThreadRecord *t_record [[gnu::tls_model("initial-exec")]];
+
+// The latest session that the calling thread has begun.
+extern constinit thread_local uint32_t t_begunSession [[gnu::tls_model("initial-exec")]];
 
 extern constinit std::array<Histogram, kSlotCount> g_histograms;
 

@@ -258,6 +258,7 @@ class Reader {
         file_.dataBytes = in.Varint();
         file_.version = in.Text();
         file_.hasCallbacks = version_ >= 2 && !in.IsEmpty() && in.Varint() != 0;
+        file_.tellsWhoBegan = !in.IsEmpty() && in.Varint() != 0;
         file_.follow = Follow{static_cast<uint32_t>(follow)};
         return in.IsGood() && follow <= static_cast<uint64_t>(Follow::kDevhost);
     }
@@ -322,6 +323,7 @@ class Reader {
         told.number = static_cast<uint32_t>(number);
         told.systemId = in.Varint();
         told.name = in.Text();
+        told.hasBegun = !in.IsEmpty() && in.Varint() != 0;
         const bool isNew = number <= std::numeric_limits<uint32_t>::max() && number != 0 &&
                            !threads_.contains(told.number);
         if (in.IsGood() && isNew) {

@@ -56,6 +56,7 @@ struct TracedThread {
     uint32_t number = 0;
     uint64_t systemId = 0;
     std::string name;
+    bool hasBegun = false;  // the recording
     uint64_t dropped = 0;
 };
 
@@ -80,10 +81,11 @@ struct TraceFile {
     uint64_t processId = 0;
     uint64_t wallNs = 0;  // since 1970, when the recording began
     Follow follow = Follow::kNone;
-    uint64_t dataBytes = 0;     // kept of each piece
-    bool hasCallbacks = false;  // what hosts call is noted, too
-    std::string version;        // of the library that wrote it
-    bool hasSlots = false;      // it tells which slots were filled, by number in this release
+    uint64_t dataBytes = 0;      // kept of each piece
+    bool hasCallbacks = false;   // what hosts call is noted, too
+    bool tellsWhoBegan = false;  // threads tell whether they began it
+    std::string version;         // of the library that wrote it
+    bool hasSlots = false;       // it tells which slots were filled, by number in this release
     std::array<bool, kSlotCount> filled = {};
     std::vector<ForeignSlot> foreign;   // their calls are not given
     std::vector<TracedThread> threads;  // by number

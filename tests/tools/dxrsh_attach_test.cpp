@@ -297,6 +297,8 @@ TEST_F(DxrshAttach, RecordsCallsOfARunInBetween) {
     EXPECT_TRUE(Holds(outcome.out, "  DXR_WriteReg(arg1=0, arg2=1, arg3=64, value=5) = 0  "))
         << outcome.out;
     EXPECT_TRUE(Holds(outcome.out, "  DXR_DestroySll  ")) << "counted before: " << outcome.out;
+    // The module's thread is the main one, not that of those who are attached.
+    EXPECT_TRUE(Holds(RunDxrsh({"diff", file, file}).out, "\nother thread 1: the same, 1 call\n"));
     ExpectRefuses("trace off", "no trace is on");
     ExpectEndsWell(run);
     Beside recorded(Run({"--trace", file}));

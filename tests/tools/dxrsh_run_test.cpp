@@ -449,6 +449,17 @@ TEST(DxrshReplay, ThreadsOfTheModulesOwnTakePart) {
     EXPECT_TRUE(Holds(outcome.out, "threads 4: the same\n")) << outcome.out;
 }
 
+TEST(DxrshReplay, AMainFunctionWithoutCallsIsNobodyElse) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.Path("trace");
+    (void)RunDxrsh({"run", "--trace", file, kWorker, "alone"});
+    const Outcome outcome = Replay({}, file, {"alone"});
+    EXPECT_EQ(0, outcome.status) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "threads 2: the same\n")) << outcome.out;
+    EXPECT_EQ(0U, RunDxrsh({"diff", file, file})
+                      .out.find("main thread: the same, 0 calls\nother thread 1: the same, "));
+}
+
 TEST(DxrshReplay, ATaskThatNeverCameBackEndsThere) {
     const TemporaryDirectory directory;
     const std::string file = Recorded(directory, "trace", {}, {"forever"});

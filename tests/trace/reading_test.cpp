@@ -321,15 +321,19 @@ TEST_F(DiffTest, WhereACallIsMadeIsTold) {
         << diffed.text;
 }
 
-// Each of `threads` reads registers at these addresses, one thread after the other.
-void RecordThreads(const Recording &recording, const std::vector<std::vector<uint32_t>> &threads) {
+// Each of `threads` reads registers at these addresses, one thread after the other; the main thread
+// makes one call before, or none.
+void RecordThreads(const Recording &recording, const std::vector<std::vector<uint32_t>> &threads,
+                   bool mainCalls = true) {
     DxrHooks hooks = {};
     hooks.system.getLrId = []() -> uint32_t { return 4; };
     hooks.dev.readReg = [](uint32_t, uint32_t, uint32_t, void *) -> uint32_t { return 0; };
     ASSERT_EQ(0U, DXR_RegisterHooks(&hooks));
     const DxrTraceOptions options = recording.Options();
     ASSERT_EQ(0U, DxrTraceStart(&options));
-    (void)DXR_GetLrId();
+    if (mainCalls) {
+        (void)DXR_GetLrId();
+    }
     for (const std::vector<uint32_t> &addresses : threads) {
         std::thread([&addresses] {
             for (const uint32_t address : addresses) {
@@ -386,6 +390,22 @@ TEST_F(DiffTest, ThreadsThatDifferAreComparedWithTheOnesThatBeganAlike) {
         "other thread 3: parts after 0 equal calls; the second recording has no more\n"
         "other thread 4, 1 of the second recording: the same, 2 calls\n",
         Heads(Diff(b_, a_).text));
+}
+
+// No other thread stands for it.
+TEST_F(DiffTest, AMainThreadWithoutCallsIsComparedAsOne) {
+    RecordThreads(a_, {{1, 2}, {3}}, false);
+    RecordThreads(b_, {{1, 2}, {3}}, true);
+    EXPECT_EQ(
+        "main thread: the same, 0 calls\n"
+        "other thread 1: the same, 2 calls\n"
+        "other thread 2: the same, 1 call\n",
+        Diff(a_, a_).text);
+    EXPECT_EQ(
+        "main thread: parts after 0 equal calls; the first recording has no more\n"
+        "other thread 1: the same, 2 calls\n"
+        "other thread 2: the same, 1 call\n",
+        Heads(Diff(a_, b_).text));
 }
 
 TEST_F(DiffTest, WhatCannotBeWrittenIsTold) {

@@ -572,6 +572,70 @@ TEST_F(OwnThreadsTest, WithoutLooseTheFirstDifferenceSaysWhatWasExpected) {
         << replayed.text;
 }
 
+class MainThreadTest : public OwnThreadsTest {
+  protected:
+    template <typename Body>
+    void RecordAlone(const Body &body) {
+        DxrHooks hooks = {};
+        hooks.dev.readReg = [](uint32_t, uint32_t, uint32_t address, void *value) -> uint32_t {
+            *static_cast<uint32_t *>(value) = 100 + address;
+            return 0;
+        };
+        Record(hooks, body);
+    }
+};
+
+// None of the other threads is taken for it.
+TEST_F(MainThreadTest, WithoutCallsItStaysWithoutCalls) {
+    RecordAlone([] {
+        (void)ReadOnAThread({1, 2});
+        (void)ReadOnAThread({3});
+    });
+    const Replayed same = Replay([] {
+        EXPECT_EQ(Values({101, 102}), ReadOnAThread({1, 2}));
+        EXPECT_EQ(Values({103}), ReadOnAThread({3}));
+    });
+    EXPECT_EQ(0U, same.stopped);
+    EXPECT_EQ("", same.text);
+    EXPECT_EQ(3U, same.counts.threads);
+
+    const Replayed other = Replay([] { (void)Read({1, 2}); });
+    EXPECT_EQ(1U, other.stopped);
+    EXPECT_EQ(0U, other.text.find("the main thread, which has no calls: the call differs\n"
+                                  "  expected  no call\n"
+                                  "  got       DXR_ReadReg("))
+        << other.text;
+}
+
+// It is the one that began the recording, also when the process's first thread makes calls.
+TEST_F(MainThreadTest, ItIsTheOneThatBegan) {
+    std::atomic<int> step = 0;
+    const auto go = [&step](int to) {
+        step = to;
+        step.notify_all();
+    };
+    const auto readBetween = [&] {
+        EXPECT_EQ(Values({101}), Read({1}));
+        go(1);
+        step.wait(1);
+        EXPECT_EQ(Values({102}), Read({2}));
+    };
+    const auto beside = [&](const auto &body) {
+        go(0);
+        std::thread other(body);
+        step.wait(0);
+        EXPECT_EQ(Values({105, 106}), Read({5, 6}));
+        go(2);
+        other.join();
+    };
+    beside([&] { RecordAlone(readBetween); });
+    Replayed replayed;
+    beside([&] { replayed = Replay(readBetween); });
+    EXPECT_EQ(0U, replayed.stopped) << replayed.text;
+    EXPECT_EQ(4U, replayed.counts.calls);
+    EXPECT_EQ(2U, replayed.counts.threads);
+}
+
 // --- Hash tables
 
 struct KeyOfTable {
@@ -925,13 +989,20 @@ struct FileSlot {
     std::vector<uint64_t> widths;
 };
 
-std::string FileWith(const std::vector<FileSlot> &slots, const std::vector<uint8_t> &calls) {
+// Whether the one thread of a file began the recording.
+enum class Began { kNotTold, kNo, kYes };
+
+std::string FileWith(const std::vector<FileSlot> &slots, const std::vector<uint8_t> &calls,
+                     Began began = Began::kNotTold) {
     Encoder start;
     for (const uint64_t value : {1U, 2U, 3U, 4U, 0U, 64U}) {
         start.Varint(value);
     }
     start.Text("2.0");
     start.Varint(1);
+    if (began != Began::kNotTold) {
+        start.Varint(1);
+    }
     Encoder list;
     list.Varint(slots.size());
     for (const FileSlot &slot : slots) {
@@ -948,6 +1019,9 @@ std::string FileWith(const std::vector<FileSlot> &slots, const std::vector<uint8
     thread.Varint(1);
     thread.Varint(77);
     thread.Text("name");
+    if (began != Began::kNotTold) {
+        thread.Varint(began == Began::kYes ? 1 : 0);
+    }
     Encoder events;
     for (const uint64_t value : {1U, 0U, 5U, 6U}) {  // thread, dropped, a moment
         events.Varint(value);
@@ -1000,6 +1074,21 @@ TEST(FilesOfOtherReleases, SlotsAreKnownByTheirNames) {
         "2 calls of functions that this release does not have are left out, of "
         "DXR_GetTomorrow first",
         dxr_trace::ForeignText(read));
+}
+
+TEST(FilesOfOtherReleases, WhereNothingTellsWhoBeganTheFirstThreadIsTheMainOne) {
+    const auto numbersOf = [](Began began) {
+        const std::string bytes = FileWith({{5, "DXR_GetLrId", 3, {}}}, {5}, began);
+        const dxr_trace::TraceFile file = dxr_trace::ReadTraceFile(bytes);
+        std::vector<uint32_t> numbers;
+        for (const dxr_trace::ScriptThread &thread : dxr_trace::MakeScript(file).threads) {
+            numbers.push_back(thread.number);
+        }
+        return numbers;
+    };
+    EXPECT_EQ((std::vector<uint32_t>{1}), numbersOf(Began::kNotTold));
+    EXPECT_EQ((std::vector<uint32_t>{1}), numbersOf(Began::kYes));
+    EXPECT_EQ((std::vector<uint32_t>{0, 1}), numbersOf(Began::kNo));
 }
 
 // What is told is one line, whatever the file says.

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <future>
 #include <system_error>
 #include <utility>
 
@@ -42,6 +43,16 @@ uint32_t RunTrace::StartLocked(const std::string &file) {
     return 0;
 }
 
+// Not on this thread, which may be that of those who are attached: the one that begins a recording
+// passes for the module's.
+uint32_t RunTrace::StartAsideLocked(const std::string &file) {
+    try {
+        return std::async(std::launch::async, [this, &file] { return StartLocked(file); }).get();
+    } catch (const std::system_error &error) {
+        return static_cast<uint32_t>(error.code().value());
+    }
+}
+
 uint32_t RunTrace::StopLocked() {
     if (!isOn_) {
         return 0;
@@ -76,7 +87,7 @@ void RunTrace::Record(const std::string &file) {
     }
     const std::string earlier = file_;
     const uint32_t stopped = StopLocked();
-    const uint32_t started = StartLocked(file);
+    const uint32_t started = StartAsideLocked(file);
     if (started != 0) {
         (void)StartLocked({});
         Refuse(file, started);

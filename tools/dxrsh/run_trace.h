@@ -39,6 +39,7 @@ class RunTrace {
 
   private:
     uint32_t StartLocked(const std::string &file);
+    uint32_t StartAsideLocked(const std::string &file);
     uint32_t StopLocked();
 
     mutable std::mutex mutex_;

@@ -182,6 +182,14 @@ static void Logs(void) {
     DXR_DiagLogFilter("kept");
 }
 
+static int RunOwnThread(void) {
+    pthread_t thread;
+    if (pthread_create(&thread, NULL, OwnThread, NULL) != 0) {
+        return 1;
+    }
+    return pthread_join(thread, NULL);
+}
+
 static void EndThread(int status) {
     (void)status;
     pthread_exit(NULL);
@@ -237,6 +245,9 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("fork")) {
         HaveChildren();
     }
+    if (Has("alone")) { /* the thread, which makes all calls */
+        return RunOwnThread();
+    }
     char path[256];
     DXR_GetSysWorkPath(path, sizeof(path));
     DXR_InitMutex(&g_mutex, NULL);
@@ -279,10 +290,7 @@ int DxrModuleMain(int argc, char **argv) {
     DXR_ReadEvent(kTick, 0, 10000, &events);
     DXR_StopTimer(&timer);
     if (Has("thread")) {
-        pthread_t thread;
-        if (pthread_create(&thread, NULL, OwnThread, NULL) == 0) {
-            pthread_join(thread, NULL);
-        }
+        (void)RunOwnThread();
     }
     if (Has("misuse")) {
         DXR_UnlockMutex(g_mutex);
@@ -302,6 +310,9 @@ int DxrModuleMain(int argc, char **argv) {
 }
 
 void DxrModuleEnd(void) {
+    if (Has("alone")) {
+        return;
+    }
     DXR_DestroyLogFilter();
     DXR_DestroyRecordInfo();
     if (g_mutex != NULL) {
