@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -402,6 +403,30 @@ TEST_F(DxrshAttach, ALineThatWaitsEndsWithTheHost) {
     EXPECT_FALSE(IsThere(Control()));
 }
 
+TEST_F(DxrshAttach, NoEndOfTheModulesLeavesAFile) {
+    for (const char *const end : {"exit", "quick_exit", "_exit", "_Exit", "pthread_exit"}) {
+        Words words = Run();
+        words.back() = end;
+        const Outcome outcome = RunDxrsh(words);
+        EXPECT_EQ(outcome.status, 1) << end;
+        EXPECT_EQ(outcome.out, "the module has ended the program\n") << end;
+        EXPECT_FALSE(IsThere(Control())) << end;
+    }
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_CORE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_CORE, &none), 0);
+    for (const int signal : {SIGINT, SIGHUP, SIGQUIT, SIGABRT, SIGUSR1, SIGALRM, SIGXCPU}) {
+        Words words = Run();
+        words.back() = "raise";
+        words.push_back(std::to_string(signal));
+        Beside run(words);
+        EXPECT_EQ(run.Status(), signal == SIGINT ? 130 : 128 + signal) << run.Said();
+        EXPECT_FALSE(IsThere(Control())) << signal;
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_CORE, &before), 0);
+}
+
 TEST_F(DxrshAttach, ListensWhereNobodyElseDoes) {
     {
         Beside first(Run());
@@ -420,10 +445,6 @@ TEST_F(DxrshAttach, ListensWhereNobodyElseDoes) {
         EXPECT_EQ(second.Status(), 128 + SIGTERM);
         EXPECT_FALSE(IsThere(Control()));
     }
-    Words exits = Run();
-    exits.back() = "exit";
-    EXPECT_EQ(RunDxrsh(exits).status, 1);
-    EXPECT_FALSE(IsThere(Control()));
 
     const std::string file = directory_.Write("control", "kept");
     ExpectFails(Run(), 2, file + ": is there already, and no socket");

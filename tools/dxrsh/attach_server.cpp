@@ -9,14 +9,11 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <climits>
 #include <condition_variable>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <exception>
 #include <list>
 #include <mutex>
@@ -127,22 +124,6 @@ struct Client {
     }
 };
 
-// For ends of the program that come on their own: exit() within a module, and signals.
-constinit std::array<char, PATH_MAX> g_path{};
-// Not of a process that the module forks.
-constinit std::atomic<pid_t> g_owner = 0;
-
-void RemoveFile() {
-    if (g_path[0] != '\0' && g_owner == getpid()) {
-        (void)unlink(g_path.data());
-    }
-}
-
-void RemoveFileAndEnd(int signal) {
-    RemoveFile();
-    (void)raise(signal);  // which has its usual effect again
-}
-
 }  // namespace
 
 // Lives as long as its thread, which may outlive the server when a line does not come back.
@@ -169,7 +150,6 @@ class AttachServer::Thread {
 
     bool End() {
         listener_.Remove();
-        g_path[0] = '\0';
         std::unique_lock lock(mutex_);
         isOver_ = true;
         const uint64_t one = 1;
@@ -178,24 +158,7 @@ class AttachServer::Thread {
         return done_.wait_for(lock, kPatience, [this] { return isDone_; });
     }
 
-    void RemoveAtExit() const {
-        const std::string path = listener_.Path();
-        if (path.size() >= g_path.size()) {
-            return;
-        }
-        (void)path.copy(g_path.data(), path.size());
-        g_owner = getpid();
-        (void)std::atexit(RemoveFile);
-        for (const int each : {SIGINT, SIGTERM, SIGHUP}) {
-            struct sigaction given {};
-            sigaction(each, nullptr, &given);
-            if (given.sa_handler == SIG_DFL) {
-                given.sa_handler = RemoveFileAndEnd;
-                given.sa_flags = static_cast<int>(SA_RESETHAND);
-                sigaction(each, &given, nullptr);
-            }
-        }
-    }
+    void RemoveAtEnd() const { listener_.RemoveAtEnd(); }
 
   private:
     [[nodiscard]] bool IsOver() {
@@ -311,8 +274,8 @@ AttachServer::~AttachServer() {
     (void)End();
 }
 
-void AttachServer::RemoveAtExit() {
-    thread_->RemoveAtExit();
+void AttachServer::RemoveAtEnd() {
+    thread_->RemoveAtEnd();
 }
 
 bool AttachServer::End() {

@@ -21,9 +21,8 @@ class AttachServer {
     AttachServer(AttachServer &&) = delete;
     AttachServer &operator=(AttachServer &&) = delete;
 
-    // The socket's file goes with the program, also when it ends by exit() or a usual signal.
-    // One server of a program has that.
-    void RemoveAtExit();
+    // The socket's file goes with the program, whatever way it ends, as LocalListener::RemoveAtEnd.
+    void RemoveAtEnd();
 
     // Takes no more lines, and tells so those who are attached. Waits for the line that is being
     // done, but not long: false when it goes on. The end of the host ends what waits in it, and

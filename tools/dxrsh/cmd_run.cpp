@@ -156,7 +156,7 @@ class Run {
             } catch (const RunError &error) {
                 throw UsageError(error.what());
             }
-            control_->RemoveAtExit();
+            control_->RemoveAtEnd();
         }
     }
 

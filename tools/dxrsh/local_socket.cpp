@@ -7,7 +7,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -37,7 +42,41 @@ Descriptor LockDirectoryOf(const std::string &path) {
     return lock;
 }
 
+// Unless another one is there meanwhile.
+void RemoveFile(const char *path, dev_t device, ino_t inode) {
+    struct stat found {};
+    if (lstat(path, &found) == 0 && found.st_dev == device && found.st_ino == inode) {
+        (void)unlink(path);
+    }
+}
+
+// The file that goes with the program, where handlers of signals find it.
+struct FileOfProgram {
+    std::array<char, PATH_MAX> path{};
+    dev_t device = 0;
+    ino_t inode = 0;
+};
+constinit FileOfProgram g_file{};
+// Whose it is: not of a process that this one has forked. 0: there is none.
+constinit std::atomic<pid_t> g_owner = 0;
+
+// Those that end a program unless it has a handler, and can have one.
+constexpr std::array kEnding = {SIGINT,  SIGTERM, SIGHUP,  SIGQUIT, SIGABRT,   SIGSEGV, SIGBUS,
+                                SIGFPE,  SIGILL,  SIGTRAP, SIGSYS,  SIGALRM,   SIGPROF, SIGVTALRM,
+                                SIGUSR1, SIGUSR2, SIGXCPU, SIGXFSZ, SIGSTKFLT, SIGIO,   SIGPWR};
+
+void RemoveAndEnd(int signal) {
+    RemoveListenerOfProgram();
+    (void)raise(signal);  // which has its usual effect again
+}
+
 }  // namespace
+
+void RemoveListenerOfProgram() {
+    if (g_owner == getpid()) {
+        RemoveFile(g_file.path.data(), g_file.device, g_file.inode);
+    }
+}
 
 Descriptor::~Descriptor() {
     if (fd_ >= 0) {
@@ -113,9 +152,29 @@ LocalListener::LocalListener(const std::string &path, int waiting)
 }
 
 void LocalListener::Remove() const {
-    struct stat found {};
-    if (lstat(path_.c_str(), &found) == 0 && found.st_dev == device_ && found.st_ino == inode_) {
-        (void)unlink(path_.c_str());
+    RemoveFile(path_.c_str(), device_, inode_);
+    if (g_file.device == device_ && g_file.inode == inode_) {
+        g_owner = 0;  // the next file there may have its number
+    }
+}
+
+void LocalListener::RemoveAtEnd() const {
+    if (path_.size() >= g_file.path.size()) {
+        return;
+    }
+    (void)path_.copy(g_file.path.data(), path_.size());
+    g_file.device = device_;
+    g_file.inode = inode_;
+    g_owner = getpid();
+    (void)std::atexit(RemoveListenerOfProgram);
+    for (const int each : kEnding) {
+        struct sigaction given {};
+        (void)sigaction(each, nullptr, &given);
+        if (given.sa_handler == SIG_DFL) {
+            given.sa_handler = RemoveAndEnd;
+            given.sa_flags = static_cast<int>(SA_RESETHAND);
+            (void)sigaction(each, &given, nullptr);
+        }
     }
 }
 

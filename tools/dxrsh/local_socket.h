@@ -57,12 +57,20 @@ class LocalListener {
     // again.
     void Remove() const;
 
+    // From now on it goes also when the program ends without destructors: by exit() and EndProgram,
+    // and by a signal that would end it. One listener of a program.
+    void RemoveAtEnd() const;
+
   private:
     std::string path_;
     Descriptor fd_;
     dev_t device_ = 0;
     ino_t inode_ = 0;
 };
+
+// What RemoveAtEnd has promised, now; nothing of the parent's in a process that was forked. Also
+// within a handler of signals.
+void RemoveListenerOfProgram();
 
 }  // namespace dxrsh
 

@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "errors.h"
+#include "local_socket.h"
 
 namespace dxrsh {
 
@@ -72,6 +73,7 @@ void AtExit() {
 }  // namespace
 
 void EndProgram(int status) {
+    RemoveListenerOfProgram();
     for (;;) {
         (void)syscall(SYS_exit_group, status);
     }

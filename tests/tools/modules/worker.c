@@ -242,6 +242,9 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("kill")) {
         raise(SIGKILL);
     }
+    if (Has("raise")) {
+        raise(atoi(g_argv[g_argc - 1]));
+    }
     if (Has("fork")) {
         HaveChildren();
     }
