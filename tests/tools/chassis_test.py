@@ -535,6 +535,30 @@ def deaths(lab, _):
           f"{status} {out} {log}")
 
 
+def words(lab, options):
+    """Why a board has ended is in its own words, not in those of an earlier start."""
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["mute"])], logBytes=4096)
+    lab.process = subprocess.Popen([lab.dxrsh, "chassis", str(lab.file)], env=lab.environment(),
+                                   stdout=open(lab.top / "out", "wb"), cwd=lab.top)
+    await_that(lambda: lab.output().count("ended with 1") > 2, "three deaths", lab.state)
+    log = lab.top / "work/main/board.log"
+    silent = f"{log}: nothing printed since the start"
+    said = re.findall("main: ended with 1: (.*)", lab.output())
+    check(said[:3] == [f"{log}: why it fails", f"{log}: and so", silent], str(said))
+    # Also when an earlier start's part has been put aside.
+    with open(log, "a", encoding="ascii") as earlier:
+        earlier.write(4096 * "x" + "\n")
+    before = len(said)
+    await_that(lambda: lab.output().count("ended with 1") > before + 1, "more deaths", lab.state)
+    check((lab.top / "work/main/board.log.1").exists(), "the log is not put aside")
+    said = re.findall("main: ended with 1: (.*)", lab.output())
+    check(said[2:] == [silent] * len(said[2:]), str(said))
+    lab.fails(1, "a board did not end well", "stop")
+    lab.process.wait(LIMIT)
+    lab.expect_nothing_left()
+
+
 def logs(lab, options):
     """A log stays short, and what a board printed last is in it, however it died."""
     lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
@@ -719,8 +743,8 @@ def main():
     options = parser.parse_args()
     failed = 0
     for test in (orders, shells, own_tree, orphans, read_once, begin_again, inherited, endings,
-                 resets, deaths, logs, descriptors, paths, keys, files, storm):
-        needs_other = test in (descriptors, endings, logs, orphans, own_tree, resets)
+                 resets, deaths, words, logs, descriptors, paths, keys, files, storm):
+        needs_other = test in (descriptors, endings, logs, orphans, own_tree, resets, words)
         if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue
         began = time.monotonic()

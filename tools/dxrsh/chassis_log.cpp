@@ -53,6 +53,17 @@ bool IsLong(const struct stat &file, const ChassisLog &limits) {
     return S_ISREG(file.st_mode) && static_cast<uint64_t>(file.st_size) > limits.mostBytes;
 }
 
+// Of the bytes of a file between two places.
+std::string LastLine(const Descriptor &file, off_t from, off_t to) {
+    constexpr off_t kMostBytes = 4096;
+    const off_t begin = std::max(from, to - kMostBytes);
+    std::string end(static_cast<size_t>(to - begin), '\0');
+    const ssize_t bytes = pread(file.Get(), end.data(), end.size(), begin);
+    end.resize(static_cast<size_t>(std::max<ssize_t>(bytes, 0)));
+    end.erase(end.find_last_not_of(" \t\r\n") + 1);
+    return end.substr(end.find_last_of('\n') + 1);
+}
+
 }  // namespace
 
 Descriptor OpenLog(const std::string &directory, const ChassisLog &limits) {
@@ -71,27 +82,32 @@ Descriptor OpenLog(const std::string &directory, const ChassisLog &limits) {
     return log;
 }
 
-std::string LastLog(const std::string &directory) {
+LogPlace PlaceIn(const Descriptor &log) {
     struct stat found {};
-    const std::string path = directory + "/" + kName;
-    const std::string before = directory + "/" + OldName(1);
-    const bool isEmpty = stat(path.c_str(), &found) != 0 || found.st_size == 0;
-    return isEmpty && access(before.c_str(), F_OK) == 0 ? before : path;
+    return fstat(log.Get(), &found) == 0 ? LogPlace{found.st_dev, found.st_ino, found.st_size}
+                                         : LogPlace{};
 }
 
-std::string LastLineOf(const std::string &path) {
-    constexpr off_t kMostBytes = 4096;
-    struct stat found {};
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!file || fstat(file.Get(), &found) != 0 || !S_ISREG(found.st_mode)) {
-        return {};
+LastWords LastWordsSince(const LogPlace &start, const std::string &directory) {
+    const std::string latest = directory + "/" + kName;
+    for (const std::string &path : {latest, directory + "/" + OldName(1)}) {
+        struct stat found {};
+        const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        if (!file || fstat(file.Get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+            break;
+        }
+        // One that somebody has cut meanwhile has no more of what stood before.
+        const bool isFirst = found.st_dev == start.device && found.st_ino == start.inode;
+        const off_t from = isFirst && found.st_size >= start.size ? start.size : 0;
+        const std::string line = LastLine(file, from, found.st_size);
+        if (!line.empty()) {
+            return {path, line};
+        }
+        if (isFirst) {
+            break;
+        }
     }
-    const off_t from = std::max<off_t>(found.st_size - kMostBytes, 0);
-    std::string end(static_cast<size_t>(found.st_size - from), '\0');
-    const ssize_t bytes = pread(file.Get(), end.data(), end.size(), from);
-    end.resize(static_cast<size_t>(std::max<ssize_t>(bytes, 0)));
-    end.erase(end.find_last_not_of(" \t\r\n") + 1);
-    return end.substr(end.find_last_of('\n') + 1);
+    return {latest, {}};
 }
 
 OwnLog::OwnLog(const std::string &directory, const ChassisLog &limits)

@@ -2,6 +2,8 @@
 #ifndef DXRSH_CHASSIS_LOG_H
 #define DXRSH_CHASSIS_LOG_H
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "chassis_file.h"
@@ -12,11 +14,22 @@ namespace dxrsh {
 // The file for a board that is started, which goes on after what is there. Throws RunError.
 [[nodiscard]] Descriptor OpenLog(const std::string &directory, const ChassisLog &limits);
 
-// The path of the file that has the last of what a board printed.
-[[nodiscard]] std::string LastLog(const std::string &directory);
+// A log and its length, when a board was started.
+struct LogPlace {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+};
+[[nodiscard]] LogPlace PlaceIn(const Descriptor &log);
 
-// The last line of a file that is not blank; empty without one, and of a long one its end.
-[[nodiscard]] std::string LastLineOf(const std::string &path);
+// What a board printed last.
+struct LastWords {
+    std::string path;  // the file that has it
+    std::string line;  // the last one that is not blank; empty without one, and of a long one the
+                       // end
+};
+// Since then: what earlier starts have printed is not looked at.
+[[nodiscard]] LastWords LastWordsSince(const LogPlace &start, const std::string &directory);
 
 // The log of this process, as its standard output and error. The process itself begins the next
 // file: each write goes to one or to the other, so none is lost, however the process ends.

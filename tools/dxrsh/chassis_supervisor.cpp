@@ -107,6 +107,7 @@ const char *NameOf(State state) {
 struct Board {
     const ChassisBoard *given = nullptr;
     BoardProcess process;
+    LogPlace start;  // in its log
     State state = State::kElsewhere;
     bool isCutOff = false;
     uint64_t startedMs = 0;
@@ -277,11 +278,13 @@ class Supervisor {
         board.beat = {};
         board.dueMs = kNever;
         try {
+            const Descriptor log = OpenLog(Work(board), chassis_.log);
+            board.start = PlaceIn(log);
             board.process =
                 StartBoard({"dxrsh", "chassis-board", ":" + options_.file, ":" + options_.modules,
                             ":" + chassis_.work, ":" + name, ":" + std::to_string(life),
                             board.isCutOff ? ":cut" : ":on"},
-                           file_.Get(), OpenLog(Work(board), chassis_.log), descriptors_, guard_);
+                           file_.Get(), log, descriptors_, guard_);
             board.state = State::kStarting;
         } catch (const RunError &error) {
             Tell(board, "not started: {}", error.what());
@@ -360,14 +363,14 @@ class Supervisor {
             const int by = WTERMSIG(status);
             Tell(board, "died by signal {}{}", by, by == SIGKILL ? "" : ": " + Log(board));
         } else if (code == kExitReset) {
-            Tell(board, "was reset: {}", LastWords(board));
+            Tell(board, "was reset: {}", LogAndWords(board));
         } else if (code == kExitUsage || code == kExitNoProgram) {
             board.state = isStopping_ ? State::kStopped : State::kFailed;
             isWell_ = false;
-            Tell(board, "cannot be run: {}", LastWords(board));
+            Tell(board, "cannot be run: {}", LogAndWords(board));
             return;
         } else {
-            Tell(board, "ended with {}: {}", code, LastWords(board));
+            Tell(board, "ended with {}: {}", code, LogAndWords(board));
         }
         if (!isStopping_) {
             PutOff(board);
@@ -377,12 +380,15 @@ class Supervisor {
     [[nodiscard]] std::string Work(const Board &board) const {
         return chassis_.work + "/" + board.given->name;
     }
-    [[nodiscard]] std::string Log(const Board &board) const { return LastLog(Work(board)); }
+    [[nodiscard]] std::string Log(const Board &board) const {
+        return LastWordsSince(board.start, Work(board)).path;
+    }
     // The same with its last line, which often says why.
-    [[nodiscard]] std::string LastWords(const Board &board) const {
-        const std::string log = Log(board);
-        const std::string line = LastLineOf(log);
-        return line.empty() ? log : log + ": " + Printable(line, kLongestWords);
+    [[nodiscard]] std::string LogAndWords(const Board &board) const {
+        const LastWords last = LastWordsSince(board.start, Work(board));
+        return last.path + ": " +
+               (last.line.empty() ? "nothing printed since the start"
+                                  : Printable(last.line, kLongestWords));
     }
 
     void TakeBeats(Board &board) const {

@@ -3,7 +3,8 @@
  * 4000 lines of 50 bytes, half of them to standard error, and then dies. With "forks" it has a
  * child that tells how many descriptors it may open, and stays for ever. With "tree" it has a
  * message filter tree of its own, by which two messages of kind 19 to it are lost. With "reset" it
- * is reset at once, but once only, and its log would turn a terminal red. */
+ * is reset at once, but once only, and its log would turn a terminal red. With "mute" it fails at
+ * once: with a line the first time, in the middle of one the second time, then without a word. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -59,8 +60,24 @@ static void BeResetOnce(void) {
     }
 }
 
+static int Fail(void) {
+    FILE *const starts = fopen("starts", "a");
+    if (starts != NULL) {
+        const long before = fseek(starts, 0, SEEK_END) == 0 ? ftell(starts) : 0;
+        (void)fputc('.', starts);
+        (void)fclose(starts);
+        if (before < 2) {
+            printf("%s", before == 0 ? "why it fails\n" : "and so");
+        }
+    }
+    return 1;
+}
+
 int DxrModuleMain(int argc, char **argv) {
     const char *const word = argc > 1 ? argv[1] : "0";
+    if (strcmp(word, "mute") == 0) {
+        return Fail();
+    }
     if (strcmp(word, "noisy") == 0) {
         PrintAndDie();
     }
