@@ -80,8 +80,9 @@ void WaitList::Remove(Waiter &waiter) {
 
 void JobQueue::Add(Job &job) {
     job.isQueued = true;
-    job.nextQueued = nullptr;
-    (last_ != nullptr ? last_->nextQueued : first_) = &job;
+    job.queuedBefore = last_;
+    job.queuedAfter = nullptr;
+    (last_ != nullptr ? last_->queuedAfter : first_) = &job;
     last_ = &job;
 }
 
@@ -95,12 +96,8 @@ void JobQueue::Remove(Job &job) {
     if (!job.isQueued) {
         return;
     }
-    Job *before = nullptr;
-    for (Job *at = first_; at != &job; at = at->nextQueued) {
-        before = at;
-    }
-    (before != nullptr ? before->nextQueued : first_) = job.nextQueued;
-    last_ = last_ == &job ? before : last_;
+    (job.queuedBefore != nullptr ? job.queuedBefore->queuedAfter : first_) = job.queuedAfter;
+    (job.queuedAfter != nullptr ? job.queuedAfter->queuedBefore : last_) = job.queuedBefore;
     job.isQueued = false;
 }
 

@@ -107,7 +107,8 @@ struct Job : Alarm {
     bool isRunning = false;
     uint64_t startings = 0;
     bool isQueued = false;
-    Job *nextQueued = nullptr;
+    Job *queuedBefore = nullptr;
+    Job *queuedAfter = nullptr;
     ThreadRecord *runner = nullptr;
     WaitList stopped;
     uint32_t stoppers = 0;      // who wait for the end of a run

@@ -334,6 +334,35 @@ TEST_F(VirtualTime, AnExceptionOfATimersFunctionIsReported) {
     EXPECT_EQ(kept.count, 2U);
 }
 
+// While the function of one waits, what else becomes due queues up.
+TEST_F(VirtualTime, TimersThatAreDueAreStopped) {
+    static std::vector<size_t> order;
+    order.clear();
+    const auto wait = [](void *) { EXPECT_EQ(DXR_DelayTask(100), 0U); };
+    DxrHostTimer slow{sizeof(DxrHostTimer), 1, 0, 0, wait, nullptr, nullptr};
+    EXPECT_EQ(DXR_StartTimer(&slow), 0U);
+    const auto note = [](void *number) { order.push_back(*static_cast<size_t *>(number)); };
+    std::array<size_t, 6> numbers{};
+    std::array<DxrHostTimer, 6> timers{};
+    for (size_t i = 0; i < timers.size(); ++i) {
+        numbers[i] = i;
+        timers[i] = {sizeof(DxrHostTimer), static_cast<uint32_t>(2 + i), 0, 0, note, &numbers[i],
+                     nullptr};
+        EXPECT_EQ(DXR_StartTimer(&timers[i]), 0U);
+    }
+    EXPECT_EQ(DXR_DelayTask(10), 0U);
+    for (const size_t stopped : {0U, 2U, 5U}) {
+        EXPECT_EQ(DXR_StopTimer(&timers[stopped]), 0U);
+    }
+    EXPECT_EQ(DXR_StartTimer(&timers[5]), 0U) << "now the last one again";
+    EXPECT_EQ(DXR_DelayTask(20), 0U);
+    EXPECT_EQ(DXR_StopTimer(&timers[3]), 0U);
+    EXPECT_THAT(order, testing::IsEmpty());
+    EXPECT_EQ(DXR_DelayTask(200), 0U);
+    EXPECT_THAT(order, ElementsAre(1, 4, 5));
+    EXPECT_EQ(End(), 0U);
+}
+
 TEST_F(VirtualTime, TheClockIsNotATestsToMove) {
     EXPECT_FALSE(DxrHostSetClock(host, 5000, 10));
     EXPECT_FALSE(DxrHostAdvance(host, 10));
