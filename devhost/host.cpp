@@ -131,6 +131,9 @@ uint32_t Host::Finish() {
 }
 
 void ReportException(Host &host, const char *service, const char *what, const void *function) {
+    if (Scheduler::IsStopped(ThisThread())) {
+        return;  // the host may be gone already
+    }
     const std::string finding =
         std::string("an exception left ") + what + ", " + Describe(function);
     std::string text = finding;

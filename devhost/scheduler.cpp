@@ -1,17 +1,15 @@
 #include "scheduler.h"
 
-#include <cxxabi.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
-#include <exception>
 #include <new>
 #include <utility>
 
 #include "dxr_devhost/system_task.h"
+#include "guarded.h"
 #include "host.h"
 #include "live_hosts.h"
 
@@ -583,8 +581,12 @@ void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
     std::longjmp(task.end, 1);  // NOLINT(cert-err52-cpp): through functions of C
 }
 
+bool Scheduler::IsStopped(const ThreadRecord &thread) {
+    return thread.own != nullptr && thread.own->isInBody && thread.own->isStopped;
+}
+
 void Scheduler::EndStopped(ThreadRecord &thread) {
-    if (thread.own != nullptr && thread.own->isInBody && thread.own->isStopped) {
+    if (IsStopped(thread)) {
         std::longjmp(thread.own->end, 1);  // NOLINT(cert-err52-cpp): through functions of C
     }
 }
@@ -750,32 +752,13 @@ void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const Wa
     --job.stoppers;
 }
 
-namespace {
-
-// No timer ends by it, nor whoever moves the clock.
-void ReportException(Host &host, const char *what) {
-    Guard([&] {
-        host.reports.Add(DXR_HOST_REPORT_MISUSE, "task", {}, "exception",
-                         std::string("an exception left a function of the module: ") + what);
-    });
-}
-
-}  // namespace
-
 void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     const uint64_t startings = job.startings;
     job.isRunning = true;
     job.runner = &ThisThread();
     lock.unlock();
-    try {
-        job.run(job.context);
-    } catch (const abi::__forced_unwind &) {
-        throw;  // the thread ends
-    } catch (const std::exception &exception) {
-        ReportException(host_, exception.what());
-    } catch (...) {
-        ReportException(host_, "of a type of its own");
-    }
+    // What the service lacked the memory for ends no timer, nor whoever moves the clock.
+    Guard([&job] { job.run(job.context); });
     lock.lock();
     job.isRunning = false;
     job.runner = nullptr;

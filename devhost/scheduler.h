@@ -248,6 +248,9 @@ class Scheduler {
     // Ends all waits and all tasks; reports those that had not ended. Not from a task.
     void Finish();
 
+    // Whether the thread is a task whose host has ended, or is about to end.
+    static bool IsStopped(const ThreadRecord &thread);
+
     // A thread whose host has ended ends here when it is a task; else nothing happens.
     static void EndStopped(ThreadRecord &thread);
 

@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "host.h"
+#include "module_call.h"
 #include "path_below.h"
 #include "records.h"
 
@@ -102,6 +103,8 @@ class SystemService : public Service {
           zipFails(host.chance.Point("system.zip")) {
         (void)ReadLoad(load);
     }
+
+    using Service::TheHost;
 
     ~SystemService() override {
         for (const auto &[serial, timer] : timers) {
@@ -360,7 +363,9 @@ void Timer::Fire(void *user) {
     void *const with = timer->argument;
     const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
     if (call != nullptr) {
-        call(with);
+        CallModuleVoid(timer->service->TheHost(), kService,
+                       timer->monitor != nullptr ? "a monitor's function" : "a timer's function",
+                       call, with);
     }
     // A function that did not end with its host: neither the timer nor the host is there any more.
     Scheduler::EndStopped(ThisThread());

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -201,6 +202,32 @@ TEST_F(RealEnd, ATimersFunctionMayOutliveTheHost) {
         std::this_thread::yield();
     }
     Pause();  // the thread goes on from here; a sanitizer sees where to
+}
+
+// What it throws then is reported to nobody.
+TEST_F(RealEnd, ATimersFunctionMayThrowAfterTheHostsEnd) {
+    static std::atomic<int> step{0};
+    step = 0;
+    const auto wait = [](void *) {
+        step = 1;
+        while (step != 2) {
+            std::this_thread::yield();
+        }
+        step = 3;
+        throw std::runtime_error("no link");
+    };
+    DxrHostTimer timer{sizeof(DxrHostTimer), 0, 0, 0, wait, nullptr, nullptr};
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    while (step != 1) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(End(), 1U) << "the timer";
+    step = 2;
+    while (step != 3) {
+        std::this_thread::yield();
+    }
+    Pause();
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), IsEmpty());
 }
 
 // --- Calls that name their host
