@@ -1,11 +1,13 @@
 #include "thread_record.h"
 
 #include <linux/membarrier.h>
+#include <pthread.h>
 #include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <ctime>
+#include <utility>
 
 #include "live_hosts.h"
 #include "scheduler.h"
@@ -36,7 +38,49 @@ namespace {
 constinit std::atomic<ThreadRecord *> g_records{nullptr};
 constinit std::atomic<uint32_t> g_lastNumber{0};
 
-// Gives the record back at the end of its thread. Calls after that take another one.
+// For the thread that ends. Calls after that take another record.
+void GiveBack(ThreadRecord &record) {
+    Scheduler::ThreadEnds(record);
+    t_record = nullptr;
+    record.tasks.Clear();
+    record.held.Clear();
+    std::vector<NamedCall>().swap(record.named);
+    record.isUsed.store(false, std::memory_order_release);
+}
+
+thread_local constinit bool t_isEnding = false;
+
+// Gives the record of a thread back after the modules' destructors there, which may call the host:
+// those of thread_local objects come first, and those of keys in rounds, the first of which it lets
+// pass. Who puts work off to a later one is another thread to the host, whose record is given back
+// in the next round; the last of all is the sanitizers'.
+class EndOfThread {
+  public:
+    EndOfThread() : isMade_(pthread_key_create(&key_, Round) == 0) {}
+
+    // False without a key, and without the memory for its value.
+    [[nodiscard]] bool Await(ThreadRecord &record) const {
+        return isMade_ && pthread_setspecific(key_, &record) == 0;
+    }
+
+    static const EndOfThread &Get() {
+        static const EndOfThread one;
+        return one;
+    }
+
+  private:
+    static void Round(void *value) {
+        auto &record = *static_cast<ThreadRecord *>(value);
+        if (std::exchange(t_isEnding, true) || !Get().Await(record)) {
+            GiveBack(record);
+        }
+    }
+
+    pthread_key_t key_{};
+    const bool isMade_;
+};
+
+// The same where there is no key for it: before the destructors of other keys.
 struct Return {
     ThreadRecord *record = nullptr;
     Return() = default;
@@ -46,12 +90,7 @@ struct Return {
     Return &operator=(Return &&) = delete;
     ~Return() {
         if (record != nullptr) {
-            Scheduler::ThreadEnds(*record);
-            t_record = nullptr;
-            record->tasks.Clear();
-            record->held.Clear();
-            std::vector<NamedCall>().swap(record->named);
-            record->isUsed.store(false, std::memory_order_release);
+            GiveBack(*record);
         }
     }
 };
@@ -101,9 +140,11 @@ ThreadRecord &TakeThreadRecord() {
 }
 
 void KeepThreadRecord(ThreadRecord &record) {
-    thread_local Return atEnd;
-    atEnd.record = &record;
     t_record = &record;
+    if (!EndOfThread::Get().Await(record)) {
+        thread_local Return atEnd;
+        atEnd.record = &record;
+    }
 }
 
 ThreadRecord &MakeThreadRecord() {

@@ -42,6 +42,10 @@
  * nothing is due, the run ends: a report names who waits for what, and the first task's wait gives
  * ECANCELED; the others stay where they are until the host's end.
  *
+ * A task ends with its thread: what the thread's destructors do, of thread_local objects and of keys
+ * (pthread_key_create), is the task's doing; but a key's destructor that sets its value again runs a
+ * second time as a thread that is not the host's.
+ *
  * At the host's end tasks are ended where they wait, without their destructors. */
 #ifndef DXR_DEVHOST_SYSTEM_TASK_H
 #define DXR_DEVHOST_SYSTEM_TASK_H

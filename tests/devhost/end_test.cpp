@@ -1,5 +1,6 @@
 // Ends: of hosts while threads wait in them or run their code, of runs, of threads that a host
 // knows.
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -128,6 +129,73 @@ TEST_F(VirtualEnd, DestructorsOfATasksThreadAreTheTasks) {
         ASSERT_THAT(reports, IsEmpty());
         Begin();
     }
+}
+
+// The same by keys of threads, one made before the host knows any thread and one after that.
+pthread_key_t MakeKey(void (*destructor)(void *)) {
+    pthread_key_t key{};
+    EXPECT_EQ(pthread_key_create(&key, destructor), 0);
+    return key;
+}
+
+void FreeABlock(void *block) {
+    EXPECT_EQ(DXR_DelayTask(1), 0U);
+    DXR_Free(block, "module.cpp", 2);
+}
+
+const pthread_key_t g_early = MakeKey(FreeABlock);  // NOLINT(cert-err58-cpp)
+
+pthread_key_t Late() {
+    static const pthread_key_t key = MakeKey(FreeABlock);
+    return key;
+}
+
+void KeepBlocksByKeys(void * /*argument*/) {
+    for (const pthread_key_t key : {g_early, Late()}) {
+        EXPECT_EQ(pthread_setspecific(key, DXR_Malloc(1, 64, "module.cpp", 1)), 0);
+    }
+}
+
+TEST_F(RealEnd, DestructorsOfKeysAreTheTasks) {
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(DxrHostJoinTask(host, Spawn(KeepBlocksByKeys, nullptr), DXR_HOST_FOREVER), 0U);
+        ASSERT_EQ(End(), 0U) << i;
+        ASSERT_THAT(reports, IsEmpty());
+        Begin();
+    }
+}
+
+TEST_F(VirtualEnd, DestructorsOfKeysAreTheTasks) {
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(DxrHostJoinTask(host, Spawn(KeepBlocksByKeys, nullptr), DXR_HOST_FOREVER), 0U);
+        EXPECT_EQ(DxrHostGetElapsedNs(host), 2000000U);
+        ASSERT_EQ(End(), 0U) << i;
+        ASSERT_THAT(reports, IsEmpty());
+        Begin();
+    }
+}
+
+// One that puts its work off calls as a thread that is not the host's, and which ends too.
+TEST_F(RealEnd, ADestructorMayCallAfterTheTasksEnd) {
+    static std::atomic<uint32_t> asked{0};
+    static pthread_key_t again;
+    asked = 0;
+    again = MakeKey([](void *isFirst) {
+        asked = DxrHostGetTaskId(nullptr);
+        static int second;
+        if (isFirst != &second) {
+            EXPECT_EQ(pthread_setspecific(again, &second), 0);
+        }
+    });
+    const auto keep = [](void *) { EXPECT_EQ(pthread_setspecific(again, &asked), 0); };
+    const uint32_t id = Spawn(keep, nullptr);
+    EXPECT_EQ(DxrHostJoinTask(host, id, DXR_HOST_FOREVER), 0U);
+    while (asked == id) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(DxrHostJoinTask(host, asked, DXR_HOST_FOREVER), 0U);
+    EXPECT_EQ(End(), 0U);
+    EXPECT_EQ(pthread_key_delete(again), 0);
 }
 
 void EndTheThread(void * /*argument*/) {
