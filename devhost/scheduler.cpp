@@ -12,6 +12,7 @@
 #include "guarded.h"
 #include "host.h"
 #include "live_hosts.h"
+#include "system_task.h"
 
 namespace devhost {
 namespace {
@@ -24,6 +25,10 @@ constexpr uint64_t kLittleNs =
 
 // How long the end of the host waits for tasks that run and do not call it.
 constexpr uint64_t kGraceNs = 2 * kNsPerSec;
+
+std::string NameOf(const Task &task) {
+    return "task " + std::to_string(task.id) + " \"" + task.name + "\"";
+}
 
 timespec TimeOf(uint64_t ns) {
     return {static_cast<time_t>(ns / kNsPerSec), static_cast<long>(ns % kNsPerSec)};
@@ -397,7 +402,7 @@ std::string Scheduler::UseOf(const CodeRange &code) {
     for (const auto &[id, task] : tasks_) {
         if (task->state != TaskState::kEnded &&
             code.Holds(reinterpret_cast<const void *>(task->entry))) {
-            return "task " + std::to_string(id) + " \"" + task->name + "\"";
+            return NameOf(*task);
         }
     }
     return {};
@@ -537,22 +542,31 @@ void Scheduler::RunBody(Task *task) {
     task->hasComeBack = true;
 }
 
-void Scheduler::OwnThreadEnds(Task &task) {
+void Scheduler::OwnThreadEnds(ThreadRecord &thread, Task &task) {
     TaskFate fate = TaskFate::kRuns;
     if (task.fate.compare_exchange_strong(fate, TaskFate::kEnds)) {
         Host &host = *task.host;
-        if (!task.hasComeBack) {
-            try {
+        Guard([&] {
+            const std::string who = NameOf(task);
+            if (!task.hasComeBack) {
                 host.reports.Add(DXR_HOST_REPORT_MISUSE, "task", task.made, "thread ended",
-                                 "task " + std::to_string(task.id) + " \"" + task.name +
-                                     "\" has ended its thread instead of returning");
-            } catch (const std::bad_alloc &) {
-                // It ends without a word.
+                                 who + " has ended its thread instead of returning");
             }
-        }
+            ReportHeldMutexes(host, thread, who);
+        });
+        thread.held.Forget(host.number);
         host.scheduler.TaskEnds(task);
     }
     const std::shared_ptr<Task> last = std::move(task.self);
+}
+
+// The first task of virtual time stays: the run is its.
+void Scheduler::OtherThreadEnds(ThreadRecord &thread) {
+    Task *const task = TaskOf(thread);
+    Guard([&] { ReportHeldMutexes(host_, thread, task != nullptr ? NameOf(*task) : "a thread"); });
+    if (task != nullptr && task->entry == nullptr && !task->isScheduled) {
+        TaskEnds(*task);
+    }
 }
 
 // Waits for the task's turn and for its first event. False when the host ends before that.
@@ -593,15 +607,18 @@ void Scheduler::EndStopped(ThreadRecord &thread) {
 
 void Scheduler::ThreadEnds(ThreadRecord &thread) {
     if (thread.own != nullptr) {
-        OwnThreadEnds(*std::exchange(thread.own, nullptr));
+        OwnThreadEnds(thread, *std::exchange(thread.own, nullptr));
     }
-    Host *const host = Enter(thread);
-    Task *const task = host != nullptr ? host->scheduler.TaskOf(thread) : nullptr;
-    // The first task stays: the run is its. Those of the host's own threads end by themselves.
-    if (task != nullptr && task->entry == nullptr && !task->isScheduled) {
-        host->scheduler.TaskEnds(*task);
+    if (!thread.tasks.HasAny() && !thread.held.HasAny()) {
+        return;
     }
-    Leave(thread);
+    // Without the memory to go to them hosts keep it to their end.
+    Guard([&] {
+        live::Visit host(thread);
+        while (host.Next()) {
+            host->scheduler.OtherThreadEnds(thread);
+        }
+    });
 }
 
 void Scheduler::TaskEnds(Task &task) {
@@ -835,7 +852,7 @@ void Scheduler::Finish() {
         hasEnded_ = true;
         for (const auto &[id, task] : tasks_) {
             if (task->entry != nullptr && task->state != TaskState::kEnded) {
-                std::string text = "task " + std::to_string(id) + " \"" + task->name + "\"";
+                std::string text = NameOf(*task);
                 if (task->waiter != nullptr) {
                     text += std::string(", which waits for ") + task->waiter->reason->text.data();
                 }

@@ -254,7 +254,7 @@ class Scheduler {
     // A thread whose host has ended ends here when it is a task; else nothing happens.
     static void EndStopped(ThreadRecord &thread);
 
-    // A thread ends that is not the host's: the registered host forgets it.
+    // A thread ends: the task that it was made for, and in all hosts what it was there.
     static void ThreadEnds(ThreadRecord &thread);
 
     // Ends the run, with a report of the caller: all waits end, and no job runs any more. A task of
@@ -285,7 +285,8 @@ class Scheduler {
 
     static void *Main(void *user);
     static void RunBody(Task *task);
-    static void OwnThreadEnds(Task &task);
+    static void OwnThreadEnds(ThreadRecord &thread, Task &task);
+    void OtherThreadEnds(ThreadRecord &thread);
     bool Begins(Task &task);
     void TaskEnds(Task &task);
     [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);

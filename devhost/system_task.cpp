@@ -17,6 +17,7 @@
 #include "host.h"
 #include "lock_order.h"
 #include "records.h"
+#include "system_task.h"
 
 namespace devhost {
 
@@ -427,6 +428,21 @@ uint32_t DestroyMutex(void *handle) {
 }
 
 }  // namespace
+
+void ReportHeldMutexes(Host &host, ThreadRecord &thread, const std::string &who) {
+    const std::vector<Mutex *> *const now = thread.held.Find(host.number);
+    if (now == nullptr || host.scheduler.HasEnded()) {
+        return;  // the end of a run ends tasks anywhere
+    }
+    // Whoever is told may lock too.
+    const std::vector<Mutex *> held = *now;
+    for (const Mutex *const mutex : held) {
+        const std::string at = ", locked by " + Describe(mutex->lockedAt);
+        host.reports.Add(DXR_HOST_REPORT_MISUSE, kService, {}, ("held at the end" + at).c_str(),
+                         who + " has ended and holds mutex " + std::to_string(mutex->number) + at +
+                             ": it stays locked");
+    }
+}
 
 std::unique_ptr<Service> MakeSystemTask(Host &host) {
     return std::make_unique<TaskService>(host);

@@ -52,6 +52,9 @@ class PerHost {
         return nullptr;
     }
 
+    // False only when there is nothing of use in any host.
+    [[nodiscard]] bool HasAny() const { return IsNeeded(here_) || !others_.empty(); }
+
     void Forget(uint32_t host) {
         if (host_ == host) {
             here_ = Value();

@@ -35,6 +35,7 @@
  *
  * Mutexes that were locked in one order here and in the other there, also through further ones,
  * could deadlock: that is reported, with the places, also when it went well.
+ * A thread or task that ends while it holds a mutex is reported; the mutex stays locked.
  *
  * With the virtual clock one task runs at a time, and each of these functions may let another one
  * run, which the seed chooses. Threads that modules make by themselves are not under that rule: a

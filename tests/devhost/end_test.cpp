@@ -36,6 +36,14 @@ uint32_t Spawn(void (*entry)(void *), void *argument) {
     return id;
 }
 
+DxrHost *MakeVirtual() {
+    DxrHostOptions options;
+    DxrHostInitOptions(&options);
+    options.clock = DXR_HOST_CLOCK_VIRTUAL;
+    options.printLevel = 0;
+    return DxrHostCreate(&options);
+}
+
 void Pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
@@ -87,6 +95,83 @@ TEST_F(VirtualEnd, AThreadThatEndsWhileAllWaitLeavesADeadlock) {
     EXPECT_EQ(DXR_DelayTask(DXR_HOST_FOREVER), kCanceled);
     thread.join();
     EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), ElementsAre(HasSubstr("deadlock: all tasks wait")));
+}
+
+TEST_F(RealEnd, EachHostForgetsAThreadThatHasEnded) {
+    DxrHost *const other = DxrHostCreate(nullptr);
+    DxrHost *const virtualOne = MakeVirtual();
+    std::array<uint32_t, 3> ids{};
+    std::thread([&] {
+        ids = {DxrHostGetTaskId(other), DxrHostGetTaskId(host), DxrHostGetTaskId(virtualOne)};
+    }).join();
+    EXPECT_THAT(ids, testing::Each(testing::Ne(0U)));
+    EXPECT_EQ(DxrHostJoinTask(other, ids[0], 0), 0U);
+    EXPECT_EQ(DxrHostJoinTask(host, ids[1], 0), 0U);
+    EXPECT_EQ(DxrHostJoinTask(virtualOne, ids[2], 0), 0U);
+    EXPECT_EQ(DxrHostDestroy(other, nullptr), 0U);
+    EXPECT_EQ(DxrHostDestroy(virtualOne, nullptr), 0U);
+}
+
+// --- What a thread holds at its end
+
+TEST_F(RealEnd, AThreadThatEndsWithMutexesIsReported) {
+    DxrHost *const other = DxrHostCreate(nullptr);
+    DxrHostSetReportSink(
+        other, [](const DxrHostReport *, void *) {}, nullptr);
+    std::array<void *, 4> mutexes{};
+    for (size_t i = 0; i < mutexes.size(); ++i) {
+        DxrHostRegister(i < 3 ? host : other);
+        EXPECT_EQ(DXR_InitMutex(&mutexes[i], nullptr), 0U);
+    }
+    DxrHostRegister(host);
+    const auto lock = [&](size_t i) { EXPECT_EQ(DXR_LockMutex(mutexes[i]), 0U); };
+    std::thread([&] {
+        lock(0);
+        EXPECT_EQ(DXR_LockMutex(mutexes[1]), 0U);
+        EXPECT_EQ(DXR_LockMutex(mutexes[2]), 0U);
+        EXPECT_EQ(DXR_UnlockMutex(mutexes[1]), 0U);
+        DxrHostRegister(other);
+        lock(3);
+        DxrHostRegister(host);
+    }).join();
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre(testing::MatchesRegex("a thread has ended and holds mutex 1, locked by "
+                                                  ".*devhost_end_test.*: it stays locked"),
+                            testing::MatchesRegex("a thread has ended and holds mutex 3, locked by "
+                                                  ".*devhost_end_test.*: it stays locked")));
+    EXPECT_EQ(DXR_DestroyMutex(mutexes[0]), static_cast<uint32_t>(EBUSY));
+    EXPECT_EQ(DXR_DestroyMutex(mutexes[1]), 0U);
+    DxrHostReport elsewhere{};
+    EXPECT_TRUE(DxrHostGetReport(other, 0, &elsewhere));
+    EXPECT_THAT(elsewhere.text, HasSubstr("a thread has ended and holds mutex 1, locked by "));
+    EXPECT_EQ(DxrHostDestroy(other, nullptr), 1U);
+    EXPECT_EQ(End(), 2U);
+}
+
+TEST_F(VirtualEnd, ATaskThatEndsWithAMutexIsReported) {
+    static void *mutex;
+    EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    const uint32_t id = Spawn([](void *) { EXPECT_EQ(DXR_LockMutex(mutex), 0U); }, nullptr);
+    EXPECT_EQ(DxrHostJoinTask(host, id, DXR_HOST_FOREVER), 0U);
+    EXPECT_THAT(
+        Texts(DXR_HOST_REPORT_MISUSE),
+        ElementsAre(HasSubstr("task 2 \"task 2\" has ended and holds mutex 1, locked by ")));
+    EXPECT_EQ(DXR_LockMutex(mutex), kCanceled);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), ElementsAre(HasSubstr("deadlock: all tasks wait")));
+}
+
+// The end of a host ends tasks wherever they are.
+TEST_F(VirtualEnd, ATaskThatIsEndedWithAMutexIsNot) {
+    static void *mutex;
+    EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    const auto lock = [](void *) {
+        EXPECT_EQ(DXR_LockMutex(mutex), 0U);
+        (void)DXR_DelayTask(DXR_HOST_FOREVER);
+    };
+    Spawn(lock, nullptr);
+    EXPECT_EQ(DXR_DelayTask(1), 0U);
+    EXPECT_EQ(End(), 2U) << "the task and the mutex";
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), IsEmpty());
 }
 
 // --- The end of a task's thread
