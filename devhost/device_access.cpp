@@ -112,9 +112,8 @@ uint32_t WaitFor(const Call &call, MdioBus *bus, uint64_t delayMs) {
     if (holdsBus) {
         bus->isBusy = true;
     }
-    WaitList nobodyWakes;
     const uint64_t deadline = scheduler.clock.NowNs() + delayMs * kNsPerMs;
-    const Woken woken = scheduler.Wait(lock, task, nobodyWakes, deadline, delayReason);
+    const Woken woken = scheduler.Delay(lock, task, deadline, delayReason);
     if (holdsBus) {
         bus->isBusy = false;
         scheduler.WakeAll(bus->waiting);

@@ -26,6 +26,10 @@ constexpr uint64_t kLittleNs =
 // How long the end of the host waits for tasks that run and do not call it.
 constexpr uint64_t kGraceNs = 2 * kNsPerSec;
 
+// How long, in the machine's time, a wait may take that the host's time does not end, before that
+// is told.
+constexpr uint64_t kPatienceNs = 2 * kNsPerSec;
+
 std::string NameOf(const Task &task) {
     return "task " + std::to_string(task.id) + " \"" + task.name + "\"";
 }
@@ -145,6 +149,9 @@ Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t 
         task.state = TaskState::kWaiting;
         SwitchAway(lock, task);
     } else {
+        if (mover_ == &ThisThread()) {
+            WaitWhileTimeStands(lock, waiter, deadline);
+        }
         while (!waiter.isDone) {
             if (!clock.IsReal() || deadline == kForever) {
                 task.turn.Wait(lock);
@@ -158,6 +165,45 @@ Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t 
         EndHere(lock, task);
     }
     return waiter.result;
+}
+
+Woken Scheduler::Delay(SchedulerLock &lock, Task &task, uint64_t deadline,
+                       const WaitReason &reason) {
+    if (mover_ == &ThisThread() && !hasEnded_) {
+        TellTimeStands(lock, reason, DXR_HOST_REPORT_MISUSE);
+        return Woken::kEnded;
+    }
+    WaitList nobodyWakes;
+    return Wait(lock, task, nobodyWakes, deadline, reason);
+}
+
+// Others may still wake who moves the stepped clock, but no time-out does.
+void Scheduler::WaitWhileTimeStands(SchedulerLock &lock, Waiter &waiter, uint64_t deadline) {
+    Task &task = *waiter.task;
+    const uint64_t until = Clock::MachineNow() + kPatienceNs;
+    while (!waiter.isDone && task.turn.WaitUntil(lock, until)) {
+    }
+    if (waiter.isDone) {
+        return;
+    }
+    const bool isRefused = deadline != kForever;
+    TellTimeStands(lock, *waiter.reason, isRefused ? DXR_HOST_REPORT_MISUSE : DXR_HOST_REPORT_RISK);
+    task.waiter = &waiter;  // whoever was told may have waited
+    if (!waiter.isDone && (isRefused || hasEnded_)) {
+        Finish(waiter, Woken::kEnded);
+    }
+}
+
+// Under the lock, which is given back for that time.
+void Scheduler::TellTimeStands(SchedulerLock &lock, const WaitReason &reason, uint32_t kind) {
+    lock.unlock();
+    Guard([&] {
+        host_.reports.Add(kind, "task", reason.place, "waits on the clock's thread",
+                          std::string("a timer's function waits for ") + reason.text.data() +
+                              " on the thread that moves the clock, which stands meanwhile" +
+                              (kind == DXR_HOST_REPORT_MISUSE ? ": the wait is cut off" : ""));
+    });
+    lock.lock();
 }
 
 void Scheduler::Finish(Waiter &waiter, Woken result) {
@@ -818,10 +864,10 @@ void Scheduler::TimerLoop() {
 
 bool Scheduler::Advance(uint64_t ms) {
     SchedulerLock lock(mutex_);
-    if (isAdvancing_ || ms > kLongestMs - clock.NowNs() / kNsPerMs) {
+    if (mover_ != nullptr || ms > kLongestMs - clock.NowNs() / kNsPerMs) {
         return false;
     }
-    isAdvancing_ = true;
+    mover_ = &ThisThread();
     const uint64_t target = std::min(clock.NowNs() + ms * kNsPerMs, kLongestMs * kNsPerMs);
     while (alarms_.Earliest() != nullptr && alarms_.Earliest()->due <= target) {
         Alarm &next = *alarms_.Earliest();
@@ -832,7 +878,7 @@ bool Scheduler::Advance(uint64_t ms) {
         }
     }
     clock.MoveTo(target);
-    isAdvancing_ = false;
+    mover_ = nullptr;
     return true;
 }
 

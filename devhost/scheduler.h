@@ -196,6 +196,10 @@ class Scheduler {
     // keeps nothing that its destructor would have to give back.
     Woken Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t deadline,
                const WaitReason &reason);
+
+    // The same where only time ends the wait. Cut off at once, and reported, on the thread that
+    // moves the stepped clock.
+    Woken Delay(SchedulerLock &lock, Task &task, uint64_t deadline, const WaitReason &reason);
     void WakeOne(WaitList &list);
     void WakeAll(WaitList &list);
 
@@ -295,6 +299,8 @@ class Scheduler {
     Task *TaskOf(ThreadRecord &thread) const;
     Task &Adopt(ThreadRecord &thread, const char *name, bool isScheduled);
     Task *CreateLocked(std::shared_ptr<Task> task);
+    void WaitWhileTimeStands(SchedulerLock &lock, Waiter &waiter, uint64_t deadline);
+    void TellTimeStands(SchedulerLock &lock, const WaitReason &reason, uint32_t kind);
     void Finish(Waiter &waiter, Woken result);
     void SwitchPerhaps(ThreadRecord &thread);
     void CountQuestion(ThreadRecord &thread);
@@ -330,7 +336,7 @@ class Scheduler {
     Condition timerHasWork_;
     Condition someTaskEnded_;
     std::vector<pthread_t> endedThreads_;  // to be joined
-    bool isAdvancing_ = false;
+    const ThreadRecord *mover_ = nullptr;  // stepped time, while the clock is moved
     bool isFinishing_ = false;
     bool hasAbandoned_ = false;
     std::atomic<bool> hasEnded_{false};

@@ -281,11 +281,9 @@ uint32_t DelayTask(uint32_t ms) {
     }
     Task &task = scheduler.Current(call.Thread(), call.At());
     const uint64_t deadline = scheduler.After(ms);
-    WaitList nobodyWakes;
     SchedulerLock lock = scheduler.Lock();
     const WaitReason reason(call.At(), "%u ms to pass", ms);
-    return scheduler.Wait(lock, task, nobodyWakes, deadline, reason) == Woken::kEnded ? ECANCELED
-                                                                                      : 0;
+    return scheduler.Delay(lock, task, deadline, reason) == Woken::kEnded ? ECANCELED : 0;
 }
 
 // --- Slots: mutexes

@@ -48,7 +48,11 @@ DXR_API bool DxrHostSetClock(DxrHost *host, uint32_t sec, uint32_t startupSec);
 /* Stepped clock: lets `ms` milliseconds pass. Timers that become due run on the calling thread, in
  * their order, each at its own moment; time-outs wake their threads and do not wait for what these
  * do. Returns false, and does nothing, with another clock, from within a timer's function, and when
- * the host's time would become longer than 146 years. */
+ * the host's time would become longer than 146 years.
+ *
+ * The clock stands while a timer's function waits on that thread. So a delay in it is reported and
+ * gives ECANCELED at once, and another wait with a time-out when nobody ends it within two seconds
+ * of the machine's; one without a time-out is then reported and goes on. */
 DXR_API bool DxrHostAdvance(DxrHost *host, uint64_t ms);
 
 /* Nanoseconds that have passed on the host's clock since it was made. */

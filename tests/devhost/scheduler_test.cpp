@@ -1,4 +1,6 @@
 // Virtual and stepped time, and runs that repeat.
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -322,6 +324,125 @@ TEST_F(SteppedTime, AnExceptionOfATimersFunctionIsReported) {
     EXPECT_TRUE(DxrHostGetReport(host, 0, &kept));
     EXPECT_EQ(kept.count, 3U);
     EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+}
+
+// A test that hangs does not end well.
+class Bounded {
+  public:
+    Bounded() { (void)alarm(kMostSec); }
+    ~Bounded() { (void)alarm(0); }
+    Bounded(const Bounded &) = delete;
+    Bounded &operator=(const Bounded &) = delete;
+    Bounded(Bounded &&) = delete;
+    Bounded &operator=(Bounded &&) = delete;
+
+  private:
+    static constexpr uint32_t kMostSec = 60;
+};
+
+// What a timer's function does on the thread that moves the clock.
+struct OfTimer {
+    uint32_t main = 0;
+    uint32_t result = 0;
+    void *mutex = nullptr;
+    std::atomic<uint32_t> step{0};
+};
+
+DxrHostTimer TimerOf(void (*function)(void *), OfTimer &argument) {
+    return {sizeof(DxrHostTimer), 10, 0, 0, function, &argument, nullptr};
+}
+
+TEST_F(SteppedTime, ATimersFunctionDoesNotDelayWhoMovesTheClock) {
+    const Bounded bounded;
+    OfTimer of;
+    DxrHostTimer timer =
+        TimerOf([](void *user) { static_cast<OfTimer *>(user)->result = DXR_DelayTask(5); }, of);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    EXPECT_EQ(of.result, static_cast<uint32_t>(ECANCELED));
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre("a timer's function waits for 5 ms to pass on the thread that moves "
+                            "the clock, which stands meanwhile: the wait is cut off"));
+    EXPECT_STREQ(reports[0].slot, "DXR_DelayTask");
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 20000000U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20)) << "it can be moved again";
+}
+
+TEST_F(SteppedTime, ATimeOutOfATimersFunctionIsCutOff) {
+    const Bounded bounded;
+    OfTimer of;
+    DxrHostTimer timer = TimerOf(
+        [](void *user) {
+            uint32_t events = 7;
+            static_cast<OfTimer *>(user)->result = DXR_ReadEvent(1, 0, 5, &events);
+            EXPECT_EQ(events, 0U);
+        },
+        of);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    EXPECT_EQ(of.result, static_cast<uint32_t>(ECANCELED));
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre("a timer's function waits for events 0x1 on the thread that moves the "
+                            "clock, which stands meanwhile: the wait is cut off"));
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+}
+
+TEST_F(SteppedTime, OthersEndTheWaitOfATimersFunction) {
+    const Bounded bounded;
+    OfTimer of;
+    of.main = DxrHostGetTaskId(host);
+    DxrHostTimer timer = TimerOf(
+        [](void *user) {
+            auto &self = *static_cast<OfTimer *>(user);
+            self.step = 1;
+            uint32_t events = 0;
+            self.result = DXR_ReadEvent(1, 0, 5, &events);
+            EXPECT_EQ(events, 1U);
+        },
+        of);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    std::thread writer([&of] {
+        while (of.step == 0) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DXR_WriteEvent(of.main, 1), 0U);
+    });
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    writer.join();
+    EXPECT_EQ(of.result, 0U);
+    EXPECT_THAT(reports, testing::IsEmpty());
+}
+
+// As for a mutex of somebody who waits for the clock to move.
+TEST_F(SteppedTime, AWaitWithoutATimeOutOfATimersFunctionIsReported) {
+    const Bounded bounded;
+    OfTimer of;
+    EXPECT_EQ(DXR_InitMutex(&of.mutex, nullptr), 0U);
+    std::thread holder([&] {
+        EXPECT_EQ(DXR_LockMutex(of.mutex), 0U);
+        of.step = 1;
+        while (DxrHostGetReportCount(host) == 0) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DXR_UnlockMutex(of.mutex), 0U);
+    });
+    while (of.step == 0) {
+        std::this_thread::yield();
+    }
+    DxrHostTimer timer = TimerOf(
+        [](void *user) {
+            auto &self = *static_cast<OfTimer *>(user);
+            self.result = DXR_LockMutex(self.mutex) + DXR_UnlockMutex(self.mutex);
+        },
+        of);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    holder.join();
+    EXPECT_EQ(of.result, 0U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RISK),
+                ElementsAre("a timer's function waits for mutex 1 on the thread that moves the "
+                            "clock, which stands meanwhile"));
+    EXPECT_EQ(DXR_DestroyMutex(of.mutex), 0U);
 }
 
 TEST_F(VirtualTime, AnExceptionOfATimersFunctionIsReported) {
