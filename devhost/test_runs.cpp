@@ -52,7 +52,8 @@ class LastWords;
 constinit std::atomic<LastWords *> g_lastWords = nullptr;
 
 // A module that dies in a run takes the findings along, so the signal that ends it writes which run
-// it was. Who had that signal before gets it next.
+// it was. Who had that signal before gets it next. Whether such a handler ends the program nobody
+// knows, and a sanitizer's does without another signal: so it is told before, and as what it is.
 class LastWords {
   public:
     LastWords(const std::string &title, std::FILE *out)
@@ -64,15 +65,21 @@ class LastWords {
             file_ = file_ >= 0 ? file_ : STDERR_FILENO;
         }
         for (size_t i = 0; i < kDeaths.size(); ++i) {
-            lines_[i] = title + ": signal " + std::to_string(kDeaths[i]) + "\n";
+            (void)sigaction(kDeaths[i], nullptr, &before_[i]);
+            if (before_[i].sa_sigaction == Speak) {
+                before_[i] = {};  // a module has put back what it found in an earlier run
+            }
+            const std::string line = title + ": signal " + std::to_string(kDeaths[i]);
+            deaths_[i] = line + "\n";
+            others_[i] = line + OtherEnd(before_[i]) + "\n";
         }
         g_lastWords.store(this);
         struct sigaction action {};
         action.sa_sigaction = Speak;
         action.sa_flags = SA_SIGINFO | SA_ONSTACK;
         (void)sigemptyset(&action.sa_mask);
-        for (size_t i = 0; i < kDeaths.size(); ++i) {
-            (void)sigaction(kDeaths[i], &action, &before_[i]);
+        for (const int death : kDeaths) {
+            (void)sigaction(death, &action, nullptr);
         }
     }
     ~LastWords() {
@@ -94,6 +101,17 @@ class LastWords {
   private:
     static constexpr std::array<int, 5> kDeaths{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 
+    static bool IsIgnored(const struct sigaction &before) { return before.sa_handler == SIG_IGN; }
+
+    // Of a signal that may not end the program.
+    static const char *OtherEnd(const struct sigaction &before) {
+        if (before.sa_handler == SIG_DFL) {
+            return "";
+        }
+        return IsIgnored(before) ? ", which the program ignores"
+                                 : ", for which the program has a handler";
+    }
+
     // Only what is allowed in the handler of a signal.
     static void Speak(int signal, siginfo_t *info, void * /*context*/) {
         const int error = errno;
@@ -103,9 +121,11 @@ class LastWords {
             const auto index = static_cast<size_t>(place - kDeaths.begin());
             // A child process that dies is the module's own matter.
             if (getpid() == words->process_ && words->isWanted_.exchange(false)) {
-                const std::string &line = words->lines_[index];
+                // A fault cannot be ignored.
+                const bool isDeath = IsIgnored(words->before_[index]) && info->si_code > 0;
+                const std::string &line = (isDeath ? words->deaths_ : words->others_)[index];
                 const ssize_t written = write(words->file_, line.data(), line.size());
-                (void)written;  // nobody is left to tell
+                (void)written;  // there is nobody else to tell
             }
             (void)sigaction(signal, &words->before_[index], nullptr);
         } else {
@@ -121,7 +141,8 @@ class LastWords {
     pid_t process_;
     std::atomic<bool> isWanted_;
     int file_ = -1;
-    std::array<std::string, kDeaths.size()> lines_;
+    std::array<std::string, kDeaths.size()> deaths_;
+    std::array<std::string, kDeaths.size()> others_;
     std::array<struct sigaction, kDeaths.size()> before_{};
 };
 

@@ -160,8 +160,11 @@ typedef void (*DxrTestBody)(void *user);
  *
  * When the program dies in a run of SIGSEGV, SIGBUS, SIGFPE, SIGILL or SIGABRT, a line tells which
  * run it was, "when step 1 of memory.allocate is to fail: signal 11": on `out`, or on stderr when
- * that has no descriptor; null: nowhere. Then goes on what the program had for that signal. Not of
- * a thread whose stack is full. */
+ * that has no descriptor; null: nowhere. What the program had for that signal before the run goes
+ * on then. It may go on with the run, and so the line adds ", for which the program has a handler"
+ * (one of a sanitizer, say) or ", which the program ignores"; the run has not failed by that. Once
+ * a run; not of a thread whose stack is full, nor when the module has set a handler in the run:
+ * that one gets the signal alone. */
 DXR_API uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *point, bool onwards,
                                  DxrTestBody body, void *user, FILE *out);
 

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csetjmp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -814,14 +815,18 @@ class DeathTest : public testing::Test {
 
 TEST_F(DeathTest, TheStepIsToldThatAModuleDiesOf) {
     const auto fail = [](bool onwards, FILE *out) {
+        (void)std::signal(SIGSEGV, SIG_DFL);  // a sanitizer has a handler
         (void)DxrTestFailEach(nullptr, nullptr, onwards, DieOfTheSecondAllocation, nullptr, out);
     };
     EXPECT_DEATH(fail(false, stderr), "when step 2 of memory.allocate is to fail: signal 11\n");
     EXPECT_DEATH(fail(true, stderr),
                  "when step 1 of memory.allocate and all after it are to fail: signal 11\n");
     // What is kept in memory would not be seen.
-    EXPECT_DEATH((void)SurvivesFailedAllocations([] { DieOfTheSecondAllocation(nullptr); }),
-                 "when step 2 of memory.allocate is to fail: signal 11\n");
+    const auto survive = [] {
+        (void)std::signal(SIGSEGV, SIG_DFL);
+        (void)SurvivesFailedAllocations([] { DieOfTheSecondAllocation(nullptr); });
+    };
+    EXPECT_DEATH(survive(), "when step 2 of memory.allocate is to fail: signal 11\n");
 }
 
 TEST_F(DeathTest, TheSeedIsToldThatAModuleDiesOf) {
@@ -847,14 +852,44 @@ TEST_F(DeathTest, HandlersOfTheProgramFollow) {
         (void)std::signal(SIGFPE, OwnHandler);
         (void)DxrTestExplore(nullptr, 1, body, nullptr, stderr);
     };
-    EXPECT_EXIT(run([](void *) { Fault(); }), testing::ExitedWithCode(9), "^seed 1: signal 11\n$");
+    EXPECT_EXIT(run([](void *) { Fault(); }), testing::ExitedWithCode(9),
+                "^seed 1: signal 11, for which the program has a handler\n$");
     EXPECT_EXIT(run([](void *) { (void)raise(SIGFPE); }), testing::ExitedWithCode(9),
-                "^seed 1: signal 8\n$");
+                "^seed 1: signal 8, for which the program has a handler\n$");
     const auto later = [run] {
         run([](void *) {});
         Fault();
     };
     EXPECT_EXIT(later(), testing::ExitedWithCode(9), "^$");
+}
+
+sigjmp_buf g_beforeFault;
+
+void GoBack(int /*signal*/) {
+    siglongjmp(g_beforeFault, 1);
+}
+
+// The module lives on, and nobody says that it died.
+TEST_F(DeathTest, WhatDoesNotEndTheProgramIsNotToldAsItsDeath) {
+    const auto run = [](int signal, void (*handler)(int), DxrTestBody body) {
+        (void)std::signal(signal, handler);
+        _exit(DxrTestExplore(nullptr, 2, body, nullptr, stderr) == 2 ? 7 : 1);
+    };
+    const auto faults = [](void *) {
+        if (sigsetjmp(g_beforeFault, 1) == 0) {
+            Fault();
+        }
+    };
+    EXPECT_EXIT(run(SIGSEGV, GoBack, faults), testing::ExitedWithCode(7),
+                "^seed 1: signal 11, for which the program has a handler\n"
+                "seed 2: signal 11, for which the program has a handler\n$");
+    EXPECT_EXIT(run(SIGFPE, SIG_IGN, [](void *) { (void)raise(SIGFPE); }),
+                testing::ExitedWithCode(7),
+                "^seed 1: signal 8, which the program ignores\n"
+                "seed 2: signal 8, which the program ignores\n$");
+    // A fault is not ignored.
+    EXPECT_EXIT(run(SIGSEGV, SIG_IGN, [](void *) { Fault(); }), testing::KilledBySignal(SIGSEGV),
+                "^seed 1: signal 11\n$");
 }
 
 TEST_F(DeathTest, AHandlerThatTheModuleSetsStays) {
@@ -864,6 +899,24 @@ TEST_F(DeathTest, AHandlerThatTheModuleSetsStays) {
         (void)raise(SIGBUS);
     };
     EXPECT_EXIT(run(), testing::ExitedWithCode(9), "^$");
+}
+
+// What a module has found in a run, and put back after it, is nobody's any more.
+TEST_F(DeathTest, AHandlerOfAnEarlierRunIsNone) {
+    const auto run = [] {
+        (void)std::signal(SIGSEGV, SIG_DFL);
+        struct sigaction found {};
+        (void)DxrTestExplore(
+            nullptr, 1,
+            [](void *kept) {
+                (void)sigaction(SIGSEGV, nullptr, static_cast<struct sigaction *>(kept));
+            },
+            &found, nullptr);
+        (void)sigaction(SIGSEGV, &found, nullptr);
+        (void)DxrTestExplore(
+            nullptr, 1, [](void *) { Fault(); }, nullptr, stderr);
+    };
+    EXPECT_EXIT(run(), testing::KilledBySignal(SIGSEGV), "^seed 1: signal 11\n$");
 }
 
 // A child process of the module's may die without the run.
