@@ -96,6 +96,18 @@ TEST(Dxrsh, RefusalsAreOneLineInItsOwnWords) {
         {{"replay", "--patience", "0", "a", "b"},
          "--patience: '0' is no whole number from 1 to 1000000"},
         {{"run", ""}, "MODULE: must not be empty"},
+        {{"--json", "slots"}, "the option '--json' belongs after 'dxrsh slots'"},
+        {{"--seed=5", "run", "x"}, "the option '--seed' belongs after 'dxrsh run'"},
+        {{"--trace", "x", "run", "x"}, "the option '--trace' belongs after 'dxrsh run'"},
+        {{"privatelog", "--json", "read", "x"},
+         "the option '--json' belongs after 'dxrsh privatelog read'"},
+        {{"--machine", "a", "chassis", "status"},
+         "the option '--machine' belongs after 'dxrsh chassis'"},
+        {{"--jsn", "slots"},
+         "there is no option '--jsn'; did you mean '--json', after 'dxrsh slots'?"},
+        {{"chassis", "--machin", "a", "status"},
+         "there is no option '--machin'; did you mean '--machine'?"},
+        {{"--bogus", "slots"}, "there is no option '--bogus'; 'dxrsh slots --help' lists them"},
         {{"bench", "--rounds", "1001"}, "--rounds: '1001' is no whole number from 1 to 1000"},
     };
     for (const auto &[words, message] : cases) {

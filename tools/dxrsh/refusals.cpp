@@ -16,45 +16,88 @@ namespace {
 
 constexpr size_t kShownWidth = 60;
 
-// The command that was asked for, and how it is called.
+// A command, and how it is called.
 struct Asked {
     const CLI::App *command;
     std::string path;
 };
 
-Asked AskedOf(const CLI::App &program) {
-    Asked asked{&program, program.get_name()};
+// The program, and the commands that were asked for, each one of the one before.
+std::vector<Asked> AskedOf(const CLI::App &program) {
+    std::vector<Asked> asked = {{&program, program.get_name()}};
     for (;;) {
-        const auto parsed = asked.command->get_subcommands();
+        const auto parsed = asked.back().command->get_subcommands();
         const auto named = std::find_if(parsed.begin(), parsed.end(), [](const CLI::App *one) {
             return !one->get_name().empty();
         });
         if (named == parsed.end()) {
             return asked;
         }
-        asked.command = *named;
-        asked.path += " " + (*named)->get_name();
+        asked.push_back({*named, asked.back().path + " " + (*named)->get_name()});
     }
+}
+
+std::vector<std::string> NamesOf(const Asked &asked) {
+    std::vector<std::string> names;
+    for (const CLI::Option *option : OptionsOf(*asked.command)) {
+        if (!option->get_positional()) {
+            names.push_back("--" + option->get_lnames().front());
+        }
+    }
+    return names;
+}
+
+bool Has(const std::vector<std::string> &names, const std::string &name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string NoSuchOption(const std::string &name, const std::string &advice) {
+    return fmt::format("there is no option '{}'; {}", Printable(name, kShownWidth), advice);
 }
 
 std::string OptionRefused(const Asked &asked, const std::string &word) {
     const std::string name = word.substr(0, word.find('='));
-    std::vector<std::string> known;
-    for (const CLI::Option *option : OptionsOf(*asked.command)) {
-        if (!option->get_positional()) {
-            known.push_back("--" + option->get_lnames().front());
-        }
-    }
-    return fmt::format("there is no option '{}'; {}", Printable(name, kShownWidth),
-                       Advice(name, known, fmt::format("'{} --help' lists them", asked.path)));
+    return NoSuchOption(
+        name, Advice(name, NamesOf(asked), fmt::format("'{} --help' lists them", asked.path)));
 }
 
-std::string WordRefused(const Asked &asked, const std::string &word) {
-    if (word.size() > 1 && word[0] == '-') {
-        return OptionRefused(asked, word);
+// One that stands after the first of them, before the others.
+std::string OptionBeforeRefused(const std::vector<Asked> &asked, const std::string &word) {
+    const std::string name = word.substr(0, word.find('='));
+    const std::vector<std::string> own = NamesOf(asked.front());
+    std::vector<std::string> known = own;
+    for (auto each = asked.begin() + 1; each != asked.end(); ++each) {
+        const std::vector<std::string> names = NamesOf(*each);
+        if (Has(names, name)) {
+            return fmt::format("the option '{}' belongs after '{}'", name, each->path);
+        }
+        known.insert(known.end(), names.begin(), names.end());
+    }
+    const std::string nearest = Nearest(name, known);
+    for (const Asked &each : asked) {
+        if (!nearest.empty() && !Has(own, nearest) && Has(NamesOf(each), nearest)) {
+            return NoSuchOption(name,
+                                fmt::format("did you mean '{}', after '{}'?", nearest, each.path));
+        }
+    }
+    return OptionRefused(Has(own, nearest) ? asked.front() : asked.back(), word);
+}
+
+// The first word that the parser has left, from the command on that has left it.
+std::string WordRefused(std::vector<Asked> asked, const std::string &word) {
+    const bool isOption = word.size() > 1 && word[0] == '-';
+    const auto at = std::find_if(asked.begin(), asked.end(), [](const Asked &each) {
+        return !each.command->remaining().empty();
+    });
+    if (isOption && at != asked.end() && at + 1 != asked.end()) {
+        asked.erase(asked.begin(), at);
+        return OptionBeforeRefused(asked, word);
+    }
+    if (isOption) {
+        return OptionRefused(asked.back(), word);
     }
     return fmt::format("'{}' is one word too many; '{} --help' tells what it takes",
-                       Printable(word, kShownWidth), asked.path);
+                       Printable(word, kShownWidth), asked.back().path);
 }
 
 // The option that a text of the parser names at its head; null when there is none.
@@ -112,11 +155,12 @@ std::vector<std::string> RequireWords(const CLI::App &command, size_t least,
 }
 
 std::string RefusalOf(const CLI::App &program, const CLI::ParseError &error) {
-    const Asked asked = AskedOf(program);
+    const std::vector<Asked> all = AskedOf(program);
+    const Asked &asked = all.back();
     std::string text = error.what();
     const std::vector<std::string> left = program.remaining(true);
     if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr && !left.empty()) {
-        return WordRefused(asked, left.front());
+        return WordRefused(all, left.front());
     }
     const bool isCommandMissing = dynamic_cast<const CLI::RequiredError *>(&error) != nullptr &&
                                   text.find("ubcommand") != std::string::npos;
