@@ -151,6 +151,8 @@ Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t 
     } else {
         if (mover_ == &ThisThread()) {
             WaitWhileTimeStands(lock, waiter, deadline);
+        } else if (clock.IsVirtual()) {
+            WaitBesideTasks(lock, waiter);
         }
         while (!waiter.isDone) {
             if (!clock.IsReal() || deadline == kForever) {
@@ -191,6 +193,47 @@ void Scheduler::WaitWhileTimeStands(SchedulerLock &lock, Waiter &waiter, uint64_
     task.waiter = &waiter;  // whoever was told may have waited
     if (!waiter.isDone && (isRefused || hasEnded_)) {
         Finish(waiter, Woken::kEnded);
+    }
+}
+
+// A thread that the host did not make waits in virtual time: for the tasks, which know nothing of it.
+void Scheduler::WaitBesideTasks(SchedulerLock &lock, Waiter &waiter) {
+    Task &task = *waiter.task;
+    if (running_ == nullptr && !hasEnded_) {
+        // They all wait already, perhaps for what is due for this one.
+        RunNext(lock);
+    }
+    bool isTold = false;
+    while (!waiter.isDone && !isTold) {
+        const Task *const running = running_;
+        const uint32_t points = pointsWithoutTime_;
+        const uint64_t now = clock.NowNs();
+        const bool isWoken = task.turn.WaitUntil(lock, Clock::MachineNow() + kPatienceNs);
+        if (!isWoken && !waiter.isDone && running != nullptr && running == running_ &&
+            points == pointsWithoutTime_ && now == clock.NowNs()) {
+            isTold = true;
+            TellTaskStaysAway(lock, *running, waiter);
+        }
+    }
+    task.waiter = &waiter;  // whoever was told may have waited
+    if (!waiter.isDone && hasEnded_) {
+        Finish(waiter, Woken::kEnded);
+    }
+}
+
+// Under the lock, which is given back for that time.
+void Scheduler::TellTaskStaysAway(SchedulerLock &lock, const Task &running, const Waiter &waiter) {
+    const WaitReason &reason = *waiter.reason;
+    Guard([&] {
+        const std::string text = NameOf(*waiter.task) + " waits for " + reason.text.data() +
+                                 ", and time stands while " + NameOf(running) +
+                                 " does not wait in the host: should that wait for this thread "
+                                 "elsewhere, say in pthread_join, neither goes on";
+        lock.unlock();
+        host_.reports.Add(DXR_HOST_REPORT_RISK, "task", reason.place, "a task stays away", text);
+    });
+    if (!lock.owns_lock()) {
+        lock.lock();
     }
 }
 
@@ -303,7 +346,11 @@ void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
         next->turn.Notify();
     }
     while (running_ != &self && !isFinishing_) {
-        self.turn.Wait(lock);
+        if (running_ == nullptr && &self == main_) {
+            AwaitThreads(lock);
+        } else {
+            self.turn.Wait(lock);
+        }
     }
     if (isFinishing_ && self.entry != nullptr) {
         if (self.waiter != nullptr) {
@@ -313,6 +360,56 @@ void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
         EndHere(lock, self);
     }
     self.state = TaskState::kRunning;
+}
+
+// All tasks wait, and only a thread that is not the host's can wake one. The first task, which is
+// always there, waits for that, and tells when it takes long.
+void Scheduler::AwaitThreads(SchedulerLock &lock) {
+    const uint64_t until = Clock::MachineNow() + kPatienceNs;
+    bool isTold = false;
+    while (running_ == nullptr && !isFinishing_) {
+        if (isTold) {
+            main_->turn.Wait(lock);
+        } else if (!main_->turn.WaitUntil(lock, until) && running_ == nullptr && !isFinishing_) {
+            isTold = true;
+            TellThreadsStayAway(lock);
+        }
+    }
+}
+
+// Under the lock, which is given back for that time.
+void Scheduler::TellThreadsStayAway(SchedulerLock &lock) {
+    Waiter *const waiter = main_->waiter;
+    Guard([&] {
+        std::string who;
+        for (const auto &[id, task] : tasks_) {
+            who += MayWake(task) ? (who.empty() ? "" : " or ") + NameOf(*task) : "";
+        }
+        const std::vector<Waiting> waiting = AllWaiting();
+        lock.unlock();
+        host_.reports.Add(DXR_HOST_REPORT_RISK, "task", {}, "all tasks wait",
+                          "all tasks wait, and nothing is due: time stands until " + who +
+                              " wakes one, a thread that the host did not make" + TextOf(waiting));
+    });
+    if (!lock.owns_lock()) {
+        lock.lock();
+    }
+    main_->waiter = waiter;  // whoever was told may have waited
+}
+
+// Chooses who runs, and lets it run.
+void Scheduler::RunNext(SchedulerLock &lock) {
+    running_ = Choose(lock);
+    if (running_ != nullptr) {
+        running_->turn.Notify();
+    }
+}
+
+// Whether a thread that is not the host's may wake others: it does not wait itself. One that has
+// ended keeps no record, so nobody else holds its task.
+bool Scheduler::MayWake(const std::shared_ptr<Task> &task) {
+    return !task->isScheduled && task.use_count() > 1 &&
+           (task->waiter == nullptr || task->waiter->isDone);
 }
 
 // After the end of a run a task of virtual time goes no further: the first one alone runs. Any task
@@ -345,11 +442,9 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
         }
         Alarm *const next = alarms_.Earliest();
         if (next == nullptr) {
-            // A thread that has ended keeps no record, so nobody else holds its task.
-            const bool isOthers = std::any_of(tasks_.begin(), tasks_.end(), [](const auto &each) {
-                return !each.second->isScheduled && each.second.use_count() > 1;
-            });
-            if (isOthers) {
+            if (std::any_of(tasks_.begin(), tasks_.end(),
+                            [](const auto &each) { return MayWake(each.second); })) {
+                main_->turn.Notify();  // it waits for them
                 return nullptr;
             }
             EndRun(lock, "deadlock: all tasks wait");
@@ -359,7 +454,7 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
     }
 }
 
-// Nobody runs but the first task, whose wait ends.
+// Nobody runs but the first task, whose wait ends, as do those of threads that are not the host's.
 void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
     hasEnded_ = true;
     try {
@@ -376,27 +471,43 @@ void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
         main_->waiter->isDone = true;
         main_->waiter->result = Woken::kEnded;
     }
+    for (const auto &[id, each] : tasks_) {
+        if (each->waiter != nullptr && !each->waiter->isDone && !each->isScheduled) {
+            Finish(*each->waiter, Woken::kEnded);
+        }
+    }
 }
 
-// Reports who waits for what.
-void Scheduler::TellEnd(SchedulerLock &lock, const char *what) {
+// Under the lock.
+std::vector<Scheduler::Waiting> Scheduler::AllWaiting() const {
     std::vector<Waiting> waiting;
     for (const auto &[id, task] : tasks_) {
         if (task->waiter != nullptr && !task->isTimer) {
             const WaitReason &reason = *task->waiter->reason;
             const void *const heldBy = reason.heldBy != nullptr ? reason.heldBy->load() : nullptr;
-            waiting.push_back({id, task->name, reason.place, reason.text.data(), heldBy});
+            waiting.push_back({NameOf(*task), reason.place, reason.text.data(), heldBy});
         }
     }
-    lock.unlock();
-    std::string text = what;
+    return waiting;
+}
+
+// Not under the lock.
+std::string Scheduler::TextOf(const std::vector<Waiting> &waiting) {
+    std::string text;
     for (const Waiting &each : waiting) {
-        text += "; task " + std::to_string(each.id) + " \"" + each.name + "\" waits for " +
-                each.what + " (" + Describe(each.place) + ")";
+        text += "; " + each.task + " waits for " + each.what + " (" + Describe(each.place) + ")";
         if (each.heldBy != nullptr) {
             text += ", locked by " + Describe(each.heldBy);
         }
     }
+    return text;
+}
+
+// Reports who waits for what.
+void Scheduler::TellEnd(SchedulerLock &lock, const char *what) {
+    const std::vector<Waiting> waiting = AllWaiting();
+    lock.unlock();
+    std::string text = what + TextOf(waiting);
     host_.reports.Add(DXR_HOST_REPORT_RUN, "task", {}, what, text);
     lock.lock();
     endText_.swap(text);
@@ -494,8 +605,8 @@ Task &Scheduler::Current(ThreadRecord &thread, const Place &place) {
     Task &task = Adopt(thread, nullptr, false);
     if (clock.IsVirtual()) {
         host_.reports.Add(DXR_HOST_REPORT_RISK, "task", place, "foreign thread",
-                          "a thread that the host did not make waits in virtual time: the run does "
-                          "not repeat");
+                          "a thread that the host did not make is a task in virtual time: the run "
+                          "does not repeat");
     }
     return task;
 }
@@ -681,10 +792,7 @@ void Scheduler::TaskEnds(Task &task) {
         tasks_.erase(task.id);
     }
     if (isNextToChoose && !isFinishing_) {
-        running_ = Choose(lock);
-        if (running_ != nullptr) {
-            running_->turn.Notify();
-        }
+        RunNext(lock);
     }
 }
 

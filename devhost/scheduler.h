@@ -280,8 +280,7 @@ class Scheduler {
 
   private:
     struct Waiting {
-        uint32_t id;
-        std::string name;
+        std::string task;
         Place place;
         std::string what;
         const void *heldBy;  // null: nobody
@@ -300,15 +299,23 @@ class Scheduler {
     Task &Adopt(ThreadRecord &thread, const char *name, bool isScheduled);
     Task *CreateLocked(std::shared_ptr<Task> task);
     void WaitWhileTimeStands(SchedulerLock &lock, Waiter &waiter, uint64_t deadline);
+    void WaitBesideTasks(SchedulerLock &lock, Waiter &waiter);
+    void TellTaskStaysAway(SchedulerLock &lock, const Task &running, const Waiter &waiter);
     void TellTimeStands(SchedulerLock &lock, const WaitReason &reason, uint32_t kind);
     void Finish(Waiter &waiter, Woken result);
     void SwitchPerhaps(ThreadRecord &thread);
     void CountQuestion(ThreadRecord &thread);
     void LetPass(SchedulerLock &lock, uint64_t untilNs);
     void SwitchAway(SchedulerLock &lock, Task &self);
+    void AwaitThreads(SchedulerLock &lock);
+    void TellThreadsStayAway(SchedulerLock &lock);
+    static bool MayWake(const std::shared_ptr<Task> &task);
+    void RunNext(SchedulerLock &lock);
     Task *Choose(SchedulerLock &lock);
     void EndRun(SchedulerLock &lock, const char *what);
     void EndWaits(const char *text);
+    [[nodiscard]] std::vector<Waiting> AllWaiting() const;
+    static std::string TextOf(const std::vector<Waiting> &waiting);
     void TellEnd(SchedulerLock &lock, const char *what);
     void Fire(Alarm &alarm);
     void Unqueue(Job &job);

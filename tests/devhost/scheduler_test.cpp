@@ -37,6 +37,20 @@ uint32_t Spawn(void (*entry)(void *), void *argument, const char *name = nullptr
     return id;
 }
 
+// A test that hangs does not end well.
+class Bounded {
+  public:
+    Bounded() { (void)alarm(kMostSec); }
+    ~Bounded() { (void)alarm(0); }
+    Bounded(const Bounded &) = delete;
+    Bounded &operator=(const Bounded &) = delete;
+    Bounded(Bounded &&) = delete;
+    Bounded &operator=(Bounded &&) = delete;
+
+  private:
+    static constexpr uint32_t kMostSec = 60;
+};
+
 // --- Virtual time
 
 TEST_F(VirtualTime, ADelayOfAnHourTakesNoTime) {
@@ -246,6 +260,108 @@ TEST_F(VirtualTime, AThreadOfTheModulesOwnIsReported) {
     EXPECT_THAT(Texts(DXR_HOST_REPORT_RISK), ElementsAre(HasSubstr("the run does not repeat")));
 }
 
+constexpr auto kForEver = DXR_HOST_FOREVER;
+constexpr auto kCanceled = static_cast<uint32_t>(ECANCELED);
+
+// A thread of the module's own, which the host knows.
+struct Foreign {
+    DxrHost *host;
+    uint32_t main = DxrHostGetTaskId(host);
+    std::atomic<uint32_t> id{0};
+    std::thread thread;
+
+    template <typename Function>
+    Foreign(DxrHost *of, Function function) : host(of) {
+        thread = std::thread([this, function] {
+            id = DxrHostGetTaskId(host);
+            function(*this);
+        });
+        while (id == 0) {
+            std::this_thread::yield();
+        }
+    }
+    ~Foreign() { thread.join(); }
+    Foreign(const Foreign &) = delete;
+    Foreign &operator=(const Foreign &) = delete;
+    Foreign(Foreign &&) = delete;
+    Foreign &operator=(Foreign &&) = delete;
+
+    // Until the host has reported something beside the thread.
+    void AwaitReport() const {
+        while (DxrHostGetReportCount(host) < 2) {
+            std::this_thread::yield();
+        }
+    }
+};
+
+uint32_t ReadEvent(uint32_t ms) {
+    uint32_t events = 0;
+    return DXR_ReadEvent(1, 0, ms, &events);
+}
+
+TEST_F(VirtualTime, AThreadForWhichAllWaitIsReported) {
+    const Bounded bounded;
+    const Foreign foreign(host, [](const Foreign &self) {
+        self.AwaitReport();
+        EXPECT_EQ(DXR_WriteEvent(self.main, 1), 0U);
+    });
+    EXPECT_EQ(ReadEvent(kForEver), 0U);
+    const auto risks = Texts(DXR_HOST_REPORT_RISK);
+    ASSERT_EQ(risks.size(), 2U);
+    EXPECT_THAT(risks[1], StartsWith("all tasks wait, and nothing is due: time stands until task 2 "
+                                     "\"thread 2\" wakes one, a thread that the host did not make; "
+                                     "task 1 \"main\" waits for events 0x1 (DXR_ReadEvent by "));
+}
+
+// As when it joins the thread by the machine.
+TEST_F(VirtualTime, ATaskThatKeepsAThreadWaitingIsReported) {
+    const Bounded bounded;
+    {
+        const Foreign foreign(host, [](const Foreign &) { EXPECT_EQ(DXR_DelayTask(5), 0U); });
+        foreign.AwaitReport();
+        EXPECT_EQ(DXR_DelayTask(10), 0U);
+    }
+    const auto risks = Texts(DXR_HOST_REPORT_RISK);
+    ASSERT_EQ(risks.size(), 2U);
+    EXPECT_STREQ(
+        risks[1].c_str(),
+        "task 2 \"thread 2\" waits for 5 ms to pass, and time stands while task 1 \"main\" "
+        "does not wait in the host: should that wait for this thread elsewhere, say in "
+        "pthread_join, neither goes on");
+    EXPECT_STREQ(reports[1].slot, "DXR_DelayTask");
+}
+
+TEST_F(VirtualTime, TimePassesForAThreadWhileAllTasksWait) {
+    const Bounded bounded;
+    const Foreign foreign(host, [](const Foreign &self) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the first task waits by now
+        EXPECT_EQ(DXR_DelayTask(5), 0U);
+        EXPECT_EQ(ReadEvent(5), static_cast<uint32_t>(ETIMEDOUT));
+        EXPECT_EQ(DXR_WriteEvent(self.main, 1), 0U);
+    });
+    EXPECT_EQ(ReadEvent(kForEver), 0U);
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 10000000U);
+}
+
+TEST_F(VirtualTime, AThreadThatWaitsItselfHidesNoDeadlock) {
+    const Bounded bounded;
+    const Foreign foreign(host, [](const Foreign &) { EXPECT_EQ(ReadEvent(kForEver), kCanceled); });
+    EXPECT_EQ(DxrHostJoinTask(host, foreign.id, kForEver), kCanceled);
+    const auto ends = Texts(DXR_HOST_REPORT_RUN);
+    ASSERT_EQ(ends.size(), 1U);
+    EXPECT_THAT(ends[0], StartsWith("deadlock: all tasks wait; task 1 \"main\" waits for "));
+    EXPECT_THAT(ends[0], HasSubstr("; task 2 \"thread 2\" waits for events 0x1 "));
+}
+
+TEST_F(VirtualTime, TheEndOfTheTimeEndsTheWaitsOfThreads) {
+    const Bounded bounded;
+    End();
+    options.endSec = 1;
+    Begin();
+    const Foreign foreign(host, [](const Foreign &) { EXPECT_EQ(DXR_DelayTask(5000), kCanceled); });
+    EXPECT_EQ(DXR_DelayTask(2000), kCanceled);
+}
+
 TEST_F(VirtualTime, TasksThatWaitAreEndedWithTheHost) {
     Spawn(
         [](void *) {
@@ -325,20 +441,6 @@ TEST_F(SteppedTime, AnExceptionOfATimersFunctionIsReported) {
     EXPECT_EQ(kept.count, 3U);
     EXPECT_EQ(DXR_StopTimer(&timer), 0U);
 }
-
-// A test that hangs does not end well.
-class Bounded {
-  public:
-    Bounded() { (void)alarm(kMostSec); }
-    ~Bounded() { (void)alarm(0); }
-    Bounded(const Bounded &) = delete;
-    Bounded &operator=(const Bounded &) = delete;
-    Bounded(Bounded &&) = delete;
-    Bounded &operator=(Bounded &&) = delete;
-
-  private:
-    static constexpr uint32_t kMostSec = 60;
-};
 
 // What a timer's function does on the thread that moves the clock.
 struct OfTimer {
