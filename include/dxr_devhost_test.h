@@ -7,7 +7,13 @@
  *
  * There is one test at a time, as there is one table of hooks. Outside of DxrTestBegin and
  * DxrTestEnd the other functions do nothing and give 0, false or null. They may be called from any
- * thread; slots are replaced while no other thread calls them. */
+ * thread; slots are replaced while no other thread calls them.
+ *
+ * Cost: each call of a slot is kept with copies of what its pointers lead to. DxrTestAsked,
+ * DxrTestGetCall and DxrTestLogged go over all calls or lines that are kept, so forget those that
+ * no longer matter; DxrTestCountFailures goes over all reports. DxrTestBegin and DxrTestEnd make
+ * and end a host, DxrTestFailEach one for each step of the point, and DxrTestExplore one for each
+ * seed. */
 #ifndef DXR_DEVHOST_TEST_H
 #define DXR_DEVHOST_TEST_H
 

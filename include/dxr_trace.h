@@ -8,7 +8,14 @@
  * DxrTraceSetMode switches what is noted at any time, from any thread; hooks in the manner of
  * printf it takes out of the table and puts back in, in the same way.
  *
- * Cost: none before the start and after the stop, when the bare table is registered.
+ * Cost: none before the start and after the stop, when the bare table is registered. In between
+ * each call is counted, and one of `timedCalls` timed; with _CALLS each is timed, and what is kept
+ * of it is copied into the ring of its thread. DxrTraceStart and DxrTraceStop go over all slots,
+ * and the stop waits until the file has all rings; DxrTraceGetCounts adds up the threads that live,
+ * slot by slot. Those that read a recording (DxrTraceExport, DxrTraceRead, DxrTraceDiff,
+ * DxrReplayStart) hold all of it in memory and go over all calls; DxrTraceDiff also compares each
+ * thread with those of its kind until it finds its like. DxrReplayStop waits for the threads of the
+ * replay, at most `patienceMs` without any progress.
  *
  * Empty slots stay empty, so that fallbacks hold; a call that finds its slot empty is not seen. Nor
  * are the six slots that no function of the library reads. Slots that a host fills or replaces

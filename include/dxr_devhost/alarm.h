@@ -26,7 +26,10 @@
  *   fault alarm 7 of object 3, part 2, is cleared
  *
  * An alarm that is still raised at the host's end is nothing that was left behind: it tells how the
- * device was. Any thread may call any of these functions at any time. */
+ * device was. Any thread may call any of these functions at any time.
+ *
+ * Cost: the logarithm of how many alarms are known; DxrHostCountAlarms looks at all of them, and
+ * DxrHostGetAlarm looks up the caller's name. */
 #ifndef DXR_DEVHOST_ALARM_H
 #define DXR_DEVHOST_ALARM_H
 

@@ -40,7 +40,10 @@
  * of "ipc" addresses are as safe as their directory.
  *
  * The clock is the machine's: hosts with another one cannot join. A build without libzmq has no
- * chassis. Any thread may call any of these functions at any time. */
+ * chassis. Any thread may call any of these functions at any time.
+ *
+ * Cost: DxrHostJoinChassis goes over the plan's boards and units, of which it has a copy, and makes
+ * the thread of the connection; a message to another board is copied, and waits for nobody. */
 #ifndef DXR_DEVHOST_CHASSIS_H
 #define DXR_DEVHOST_CHASSIS_H
 

@@ -61,7 +61,13 @@
  *   DXR_SelectDbRecord(query, count)         the library's, by the first two
  *
  * The schema is version 1 (PRAGMA user_version). Each table has the columns that its record below
- * names, all of them INTEGER; more columns and tables do no harm. */
+ * names, all of them INTEGER; more columns and tables do no harm.
+ *
+ * Cost: the first call opens the file, and the first of its kind prepares its statement, which
+ * takes far longer than to run it. A look-up of one row takes the logarithm of the rows, one of
+ * several the rows that it finds besides; DXR_GetNgTmSrvPortByFicIdFromDb also goes over the ports
+ * of the traffic managers on the chip. A selection by columns that no index begins with reads the
+ * whole table. DxrHostInitDatabase writes a file and waits until the disk has it. */
 #ifndef DXR_DEVHOST_DATABASE_H
 #define DXR_DEVHOST_DATABASE_H
 

@@ -41,7 +41,11 @@
  *
  * Numbers go from 0 to 4294967295 and may be texts, decimal or hexadecimal after "0x". A block has
  * at most DXR_HOST_CONFIG_VALUES values; "chip" is 0 when it is absent. Other members, and a second
- * object with the same numbers, are refused. */
+ * object with the same numbers, are refused.
+ *
+ * Cost: a value takes the logarithm of how many there are, a block also that of the blocks handed
+ * out. DXR_CFG_ReadBoardData reads a file, DXR_CFG_DisplayBoardData makes a line of each value,
+ * also of those that there is no room for. */
 #ifndef DXR_DEVHOST_DATABASE_CONFIG_H
 #define DXR_DEVHOST_DATABASE_CONFIG_H
 

@@ -149,7 +149,15 @@
  * "device.register", "device.i2c", "device.mdio" or "device.pcie": ".delay" lets it wait for
  * DXR_HOST_DELAY_MS of the host's clock, ".fail" lets it fail with EIO (a read then writes
  * nothing), ".flip" turns over one bit, that chance chooses, of what is read or written. An I2C
- * transfer is one access. DxrHostFaultCells does so for some addresses alone. */
+ * transfer is one access. DxrHostFaultCells does so for some addresses alone.
+ *
+ * Cost: an access takes the logarithm of the cells that were described or written, and looks at
+ * each watch and each fault of DxrHostFaultCells; one over I2C goes byte by byte. DXR_ScanPcie and
+ * DXR_ProbePcie look at all described devices, DXR_HardResetChip at all registers of the chip, the
+ * reserved memory's slots at all areas. Saving a set of variables writes the whole of it and waits
+ * until the disk has it, and so does each DXR_WriteFlashInfo with all items. DXR_ResetBoard calls
+ * each registered function, DxrHostLoadBoard reads its file and makes all devices and areas anew.
+ */
 #ifndef DXR_DEVHOST_DEVICE_H
 #define DXR_DEVHOST_DEVICE_H
 

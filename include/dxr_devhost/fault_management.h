@@ -15,7 +15,10 @@
  * thread that moves it; no lock of the host is held.
  *
  * Checks that are still started at the host's end were left behind. Any thread may call any of
- * these functions at any time; checks may, too. */
+ * these functions at any time; checks may, too.
+ *
+ * Cost: starting and stopping go over all checks that were ever added, and stopping and
+ * DxrHostRemoveFaultCheck wait for the check that runs. */
 #ifndef DXR_DEVHOST_FAULT_MANAGEMENT_H
 #define DXR_DEVHOST_FAULT_MANAGEMENT_H
 

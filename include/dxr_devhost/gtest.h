@@ -9,7 +9,10 @@
  *       EXPECT_TRUE(dxr_test::Logged("port 3: *"));
  *   }
  *
- * What the kit finds at the end of a test, as something left behind, fails that test. */
+ * What the kit finds at the end of a test, as something left behind, fails that test.
+ *
+ * Cost: that of the functions of the kit which these call; dxr_test::Calls asks for each call by
+ * its index, and so goes over the calls that are kept once for each that matches. */
 #ifndef DXR_DEVHOST_GTEST_H
 #define DXR_DEVHOST_GTEST_H
 

@@ -1,5 +1,11 @@
 /* The life of a development host: options, creation, registration, reports, injected failures, runs
- * over many seeds. */
+ * over many seeds.
+ *
+ * Cost: what a host is asked by a number, a name or a handle takes the logarithm of how many there
+ * are, and copies what it gives; the headers of the services say what takes longer. A function that
+ * is given a host looks for it among those that live. DxrHostCreate reads the files that the
+ * options name or that are below the work path; DxrHostDestroy goes over all that is left and waits
+ * for the calls and tasks that it ends; DxrHostExplore makes and ends a host for each seed. */
 #ifndef DXR_DEVHOST_HOST_H
 #define DXR_DEVHOST_HOST_H
 

@@ -13,7 +13,10 @@
  * Nothing of that is left behind at the host's end.
  *
  * Any thread may call any of these functions at any time; values of one attribute that come from
- * several threads are counted one after the other. */
+ * several threads are counted one after the other.
+ *
+ * Cost: the logarithm of how many attributes have a value; DxrHostGetKpi goes over those before the
+ * one it copies, DxrHostForgetKpis over all. */
 #ifndef DXR_DEVHOST_KPI_H
 #define DXR_DEVHOST_KPI_H
 

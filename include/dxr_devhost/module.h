@@ -19,7 +19,11 @@
  *   DXR_GetThis()                   what the record gave as `instance`; null without a module
  *
  * Modules that are still registered at the host's end are reported. All may be called from any
- * thread. */
+ * thread.
+ *
+ * Cost: a slot without a record finds the caller's code, for which it may go up the stack of the
+ * thread, and looks for it among the registered modules; DXR_Register compares its record with
+ * them, and looks for the caller's code among the files that are loaded. */
 #ifndef DXR_DEVHOST_MODULE_H
 #define DXR_DEVHOST_MODULE_H
 

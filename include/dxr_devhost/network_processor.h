@@ -19,7 +19,9 @@
  *                                          by point "np.pfc"
  *
  * All units, ports and queues exist. All may be called from any thread at any time; of two readers
- * that let counts begin again, one gets a drop. */
+ * that let counts begin again, one gets a drop.
+ *
+ * Cost: the logarithm of how many groups, queues or priorities were set. */
 #ifndef DXR_DEVHOST_NETWORK_PROCESSOR_H
 #define DXR_DEVHOST_NETWORK_PROCESSOR_H
 

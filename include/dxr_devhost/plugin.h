@@ -48,7 +48,12 @@
  * run their code, they stay open.
  *
  * Functions of a plug-in are called without a lock of the host, on the thread of the slot's caller;
- * they may call slots. Any thread may call any slot. */
+ * they may call slots. Any thread may call any slot.
+ *
+ * Cost: DXR_LoadBrdPlugin, and DXR_CheckBrdPlugin of one that is not loaded, open and link a file;
+ * unloading looks through the tasks, timers, interrupts, hash tables and modules of the host for
+ * what still needs the code. DXR_DisplayBrdPlugin takes a line for each plug-in, the others the
+ * logarithm of how many are registered. */
 #ifndef DXR_DEVHOST_PLUGIN_H
 #define DXR_DEVHOST_PLUGIN_H
 

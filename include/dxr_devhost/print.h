@@ -44,7 +44,12 @@
  *
  * A null text, buffer or pointer is reported and gives the failure value, where nothing else is
  * said. All may be called from any thread. Sinks are called on the thread that caused the line, and
- * while no lock of the host is held; they may call the host. */
+ * while no lock of the host is held; they may call the host.
+ *
+ * Cost: a message is formatted once, and one that no level wants not at all; with
+ * DxrHostOptions::logFile it is written to the file at once, which renames all that are kept when
+ * the file is full. DXR_WritePrivateLog opens its file and closes it. A line of a log filter takes
+ * the logarithm of how many it knows, DXR_LOGFILTER_ShowCurInfo and _Destroy all of them. */
 #ifndef DXR_DEVHOST_PRINT_H
 #define DXR_DEVHOST_PRINT_H
 

@@ -48,7 +48,11 @@
  * All may be called from any thread. A handle that is none and a null pointer are reported and give
  * the failure value. Functions of timers and monitors run one after the other, on the host's task
  * "timer" or, with the stepped clock, on the thread that moves it; no lock of the host is held. An
- * exception of C++ that leaves one is reported, and the timers go on. */
+ * exception of C++ that leaves one is reported, and the timers go on.
+ *
+ * Cost: DXR_FOpen and DXR_FileLength ask the machine for the path, DXR_GetCpuUseRate reads
+ * /proc/stat, DXR_ZipBuffer goes over all bytes; a timer takes the logarithm of how many are
+ * started. */
 #ifndef DXR_DEVHOST_SYSTEM_H
 #define DXR_DEVHOST_SYSTEM_H
 

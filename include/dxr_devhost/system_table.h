@@ -57,7 +57,14 @@
  * lock unless it meets changes again and again. Request and records may be anywhere in memory but
  * for their alignment (a DxrTblmRequest needs none); keys and data need none.
  *
- * Tables that were created and walks that did not end are reported at the host's end. */
+ * Tables that were created and walks that did not end are reported at the host's end.
+ *
+ * Cost: an entry is found in the same time whatever there is; setting a new one, deleting, and a
+ * step of a walk take the logarithm of the entries, and when the entries outgrow their index a new
+ * one is made of all of them. A walk also passes each table that has no more entries. Releasing a
+ * table deletes its entries one by one. DxrHostSaveTables and DxrHostLoadTables go over all
+ * entries, and changes wait until saving has them in memory; saving then waits until the disk has
+ * them. */
 #ifndef DXR_DEVHOST_SYSTEM_TABLE_H
 #define DXR_DEVHOST_SYSTEM_TABLE_H
 

@@ -29,7 +29,10 @@
  *   DXR_GetStartupTimeSec()            seconds since start-up
  *
  * Null pointers where something is to be written are reported, and nothing is written. All may be
- * called from any thread. */
+ * called from any thread.
+ *
+ * Cost: the same for all but DxrHostAdvance, which takes the functions of all that becomes due, and
+ * for each of these and each time-out the logarithm of how many are set. */
 #ifndef DXR_DEVHOST_SYSTEM_TIME_H
 #define DXR_DEVHOST_SYSTEM_TIME_H
 
