@@ -54,6 +54,10 @@ FORMS = {
                                             ""),
     "--stamp '%I.%M.%S %p, %j of %Y'": lambda sec, ms: (
         "at ", utc("%I.%M.%S %p, %j of %Y ", sec), ""),
+    "--stamp '%d %b %Y %H:%M:%S,%f'": lambda sec, ms: (
+        "", utc("%d %b %Y %H:%M:%S,", sec) + f"{ms:03} ", "[main] "),
+    "--stamp 'I%m%d %H:%M:%S.%f'": lambda sec, ms: (
+        "", utc("I%m%d %H:%M:%S.", sec) + f"{ms:03}000 ", "7 tm.c:12] "),
 }
 
 
