@@ -249,6 +249,39 @@ class Live(Case):
         self.fails(["filter", "--follow"], 2,
                    "--follow: standard input cannot be followed; name a file")
 
+    def test_a_file_that_is_not_there_is_waited_for(self):
+        path = self.path("log")
+        waiting = f"dxrsh: waiting for {path}, which is not there\n".encode()
+        process = self.start("filter", "--follow", "--quiet", path)
+        self.assertEqual(process.stderr.readline(), waiting)
+        self.file("log", b"a\na\nb\n")
+        self.assertEqual([process.stdout.readline() for _ in range(2)], [b"a\n", b"b\n"])
+        os.rename(path, path + ".1")
+        self.assertEqual(process.stderr.readline(), waiting)
+        self.file("log", b"b\nc\n")
+        self.assertEqual(process.stdout.readline(), b"c\n")
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.stderr.read(), b"")
+        process.stderr.close()
+        self.assertEqual(process.wait(PATIENCE), 0)
+
+    def test_waiting_ends_with_its_summary(self):
+        path = self.path("log")
+        mine, its = pty.openpty()
+        process = self.start("filter", "--follow", path, stderr=its)
+        os.close(its)
+        seen = b""
+        while not re.search(rb"\r +\rdxrsh: waiting for [^\n]*\n0 lines, [^\n]*ends\)$", seen):
+            seen += os.read(mine, 4096)
+        process.send_signal(signal.SIGINT)
+        self.assertIn(b"lines read            0\r\n", what_comes(mine))
+        self.assertEqual(process.wait(PATIENCE), 0)
+        # Of the logs before it nothing is waited for, nor what cannot be opened.
+        self.fails(["filter", "--follow", path, path], 1,
+                   f"cannot open {path}: No such file or directory")
+        below = os.path.join(self.file("other", b""), "log")
+        self.fails(["filter", "--follow", below], 1, f"cannot open {below}: Not a directory")
+
     def test_a_mark_of_utf8_begins_no_line(self):
         mark = b"\xef\xbb\xbf"
         path = self.file("log", mark + b"a\na\nb\n")

@@ -100,6 +100,10 @@ constexpr const char *kDetails =
     "\n"
     "With --mask lines are compared with # in the place of numbers, addresses and identifiers, or "
     "of what an expression matches. --key and --mask exclude each other.\n"
+    "\n"
+    "With --follow the last file is read on as it grows, also when another one takes its name. "
+    "When "
+    "it is not there, that is said, and it is waited for.\n"
     "\n";
 
 void AddComparison(CLI::App &command, FilterOptions &options) {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <limits>
 #include <utility>
 
 #include "dxr_devhost.h"
@@ -67,6 +68,7 @@ FilterRun::FilterRun(const FilterOptions &options)
 
 void FilterRun::Run() {
     log_.OnRead([this] { BeforeRead(); });
+    log_.OnMissing([this](const std::string &path) { TellMissing(path); });
     StampedLine line{};
     while (log_.Next(line)) {
         ++counts_.lines;
@@ -131,6 +133,14 @@ void FilterRun::ClearStatus() {
         Say(stderr, "\r{:{}}\r", "", statusWidth_);
         statusWidth_ = 0;
     }
+}
+
+// Also when nothing else is said: a name that is mistyped would be waited for in silence.
+void FilterRun::TellMissing(const std::string &path) {
+    constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
+    ClearStatus();
+    Say(stderr, "dxrsh: waiting for {}, which is not there\n", Printable(path, kNoLimit));
+    ShowStatus();
 }
 
 bool FilterRun::Passes(const StampedLine &line) {

@@ -98,6 +98,7 @@ class FilterRun {
     void BeforeRead();
     void ShowStatus();
     void ClearStatus();
+    void TellMissing(const std::string &path);
     void Doubt(const char *why, const StampedLine &line);
 
     const FilterOptions &options_;

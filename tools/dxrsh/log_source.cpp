@@ -241,7 +241,22 @@ size_t StoppableInput::Read(char *buffer, size_t room) {
 }
 
 FollowedFile::FollowedFile(std::string path, StopSignals &stop)
-    : path_(std::move(path)), stop_(stop), fd_(open(path_.c_str(), O_RDONLY | O_CLOEXEC)) {
+    : path_(std::move(path)), stop_(stop) {
+    (void)Open();
+}
+
+FollowedFile::~FollowedFile() {
+    if (fd_ >= 0) {
+        close(fd_);
+    }
+}
+
+// The first file of that name; false when there is none yet.
+bool FollowedFile::Open() {
+    fd_ = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0 && errno == ENOENT) {
+        return false;
+    }
     if (fd_ < 0) {
         throw RunError(fmt::format("cannot open {}: {}", path_, ErrorOf(errno)));
     }
@@ -249,13 +264,24 @@ FollowedFile::FollowedFile(std::string path, StopSignals &stop)
     const ssize_t count = pread(fd_, begin.data(), begin.size(), 0);
     const std::string_view head(begin.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
     if (head.starts_with(kGzipHead) || head.starts_with(kZstdHead)) {
-        (void)close(fd_);
+        (void)close(std::exchange(fd_, -1));
         throw UsageError(fmt::format("--follow: {} is compressed and cannot be followed", path_));
     }
+    return true;
 }
 
-FollowedFile::~FollowedFile() {
-    close(fd_);
+// A rotation leaves no file of the name for a moment: one look that does not find it is none.
+void FollowedFile::LookForMissing() {
+    constexpr unsigned kLooks = 2;
+    struct stat byName {};
+    if (stat(path_.c_str(), &byName) == 0 || errno != ENOENT) {
+        missing_ = 0;
+        return;
+    }
+    missing_ = std::min(missing_ + 1, kLooks + 1);
+    if (missing_ == kLooks && onMissing_) {
+        onMissing_();
+    }
 }
 
 // At a beginning. False while what is there may be a part of the mark.
@@ -309,6 +335,11 @@ size_t FollowedFile::Read(char *buffer, size_t room) {
         if (stop_.Requested()) {
             return 0;
         }
+        if (fd_ < 0 && !Open()) {
+            LookForMissing();
+            (void)stop_.WaitToRead(-1, kPauseMs);
+            continue;
+        }
         // Asked first: what was written before the other file came is read in between.
         const bool replaced = IsReplaced();
         if (const size_t got = ReadOpen(buffer, room); got != 0) {
@@ -316,6 +347,7 @@ size_t FollowedFile::Read(char *buffer, size_t room) {
         }
         const bool cut = !replaced && IsCut();
         if (!replaced && !cut) {
+            LookForMissing();
             (void)stop_.WaitToRead(-1, kPauseMs);
             continue;
         }

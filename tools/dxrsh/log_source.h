@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "file_io.h"
 #include "stop_signals.h"
@@ -78,7 +79,8 @@ class StoppableInput : public ByteSource {
 
 // A file, read on as it grows until the user interrupts it. When another file takes its name, the
 // old one is read to its end and then the new one from its beginning; a file that is cut is read
-// from its beginning again. A mark of UTF-8 at a beginning is passed over.
+// from its beginning again. A mark of UTF-8 at a beginning is passed over. A file that is not there
+// is waited for.
 class FollowedFile : public ByteSource {
   public:
     FollowedFile(std::string path, StopSignals &stop);
@@ -91,8 +93,12 @@ class FollowedFile : public ByteSource {
     [[nodiscard]] size_t Read(char *buffer, size_t room) override;
     [[nodiscard]] const std::string &Name() const override { return path_; }
     [[nodiscard]] uint64_t BytesRead() const { return bytesRead_; }
+    // Called once when it begins to wait for a file that is not there.
+    void OnMissing(std::function<void()> callback) { onMissing_ = std::move(callback); }
 
   private:
+    [[nodiscard]] bool Open();
+    void LookForMissing();
     [[nodiscard]] size_t ReadOpen(char *buffer, size_t room);
     [[nodiscard]] bool PassMark();
     [[nodiscard]] bool IsReplaced() const;
@@ -100,10 +106,12 @@ class FollowedFile : public ByteSource {
 
     std::string path_;
     StopSignals &stop_;
-    int fd_;
+    std::function<void()> onMissing_;
+    int fd_ = -1;  // none: it has not been there yet
     uint64_t position_ = 0;
     uint64_t bytesRead_ = 0;
-    bool inLine_ = false;  // the last byte was no line break
+    unsigned missing_ = 0;  // looks in a row that did not find it
+    bool inLine_ = false;   // the last byte was no line break
 };
 
 }  // namespace dxrsh

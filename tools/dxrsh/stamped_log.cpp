@@ -1,5 +1,8 @@
 #include "stamped_log.h"
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <ctime>
 
 #include "errors.h"
@@ -14,6 +17,10 @@ StampedLog::StampedLog(LogOptions options) : options_(std::move(options)), clock
     // All of them, so that one that is missing is known before anything is done.
     bool sizeKnown = !options_.follow;
     for (const std::string &path : options_.paths) {
+        const bool isFollowed = options_.follow && &path == &options_.paths.back();
+        if (isFollowed && access(path.c_str(), F_OK) != 0 && errno == ENOENT) {
+            continue;
+        }
         const uint64_t size = Input(path).Size();
         sizeKnown = sizeKnown && size != 0;
         size_ += size;
@@ -36,6 +43,11 @@ void StampedLog::Open() {
     ByteSource *source = nullptr;
     if (options_.follow && last) {
         log_.followed = std::make_unique<FollowedFile>(path, *options_.stop);
+        log_.followed->OnMissing([this] {
+            if (onMissing_) {
+                onMissing_(log_.followed->Name());
+            }
+        });
         source = log_.followed.get();
         live_ = true;
     } else {

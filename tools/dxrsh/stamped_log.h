@@ -27,7 +27,7 @@ struct LogOptions {
     std::vector<std::string> paths;  // none: standard input
     StampOptions stamps;
     uint64_t longestLine = kLongestLine;
-    bool follow = false;          // the last file; needs `stop`
+    bool follow = false;          // the last file, which need not be there yet; needs `stop`
     StopSignals *stop = nullptr;  // none: interrupts are not looked for
 };
 
@@ -38,6 +38,11 @@ class StampedLog {
 
     // Called before each read, which may block.
     void OnRead(std::function<void()> callback) { onRead_ = std::move(callback); }
+
+    // Called with its name when a file to follow is not there and is waited for.
+    void OnMissing(std::function<void(const std::string &)> callback) {
+        onMissing_ = std::move(callback);
+    }
 
     // Sets the clock to the line's time; false at the end of the last log. The line stays valid
     // until the next call. Throws RunError.
@@ -76,6 +81,7 @@ class StampedLog {
     bool live_ = false;
     Opened log_;
     std::function<void()> onRead_;
+    std::function<void(const std::string &)> onMissing_;
 };
 
 // Adds the logs and what is to be known of them to a command: FILE..., --year, --stamp, --longest.
