@@ -13,6 +13,7 @@ import os
 import pty
 import re
 import resource
+import select
 import shutil
 import signal
 import subprocess
@@ -541,6 +542,73 @@ class Pages(Case):
         self.assertIn("cut", self.complete("dxrsh privatelog "))
         self.assertEqual(self.complete("dxrsh privatelog write --d"), ["--dir"])
         self.assertEqual(set(commands()) - set(self.complete("dxrsh ")), set())
+        self.assertEqual(set(commands()) - set(self.complete("dxrsh help ")), set())
+        self.assertEqual(self.complete("dxrsh help fil"), ["filter"])
+        self.assertEqual(self.complete("dxrsh help filter "), [])
+        self.assertEqual(self.complete("dxrsh help privatelog "), commands("privatelog"))
+        for line in ("--color ", "--color =", "--color = a", "--color a"):
+            words = {"auto", "always"} | (set() if line[-1] == "a" else {"never"})
+            self.assertEqual(set(self.complete("dxrsh filter " + line)), words)
+        self.assertEqual(self.complete("dxrsh filter --color auto "), [])
+        self.assertEqual(self.complete("dxrsh run --clock v"), ["virtual"])
+        groups = self.complete("dxrsh slots --group ")
+        self.assertEqual(len(groups), 20)
+        for group in groups:
+            self.assertEqual(run("slots", "--group", group)[0], 0)
+
+    @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
+    def test_zsh_completes(self):
+        # Each line is completed and then run; what it has become is printed.
+        mine, its = pty.openpty()
+        self.addCleanup(os.close, mine)
+        self.file(".zshrc", f"""
+            fpath=({os.path.abspath(COMPLETIONS)} $fpath)
+            autoload -U compinit && compinit -u -D
+            PS1= PS2= RPS1=
+            dxrsh() {{ print -r -- "runs:$*:" }}
+        """.encode())
+        os.mkdir(self.path("empty"))
+        with subprocess.Popen(["zsh", "-i"], stdin=its, stdout=its, stderr=its,
+                              start_new_session=True, cwd=self.path("empty"),
+                              env={**ENVIRONMENT, "ZDOTDIR": self.folder.name, "TERM": "dumb"}
+                              ) as process:
+            os.close(its)
+            try:
+                for typed, runs in (("fil", "filter"), ("help fil", "help filter"),
+                                    ("help privatelog cu", "help privatelog cut"),
+                                    ("filter --color al", "filter --color always"),
+                                    ("filter --color=ne", "filter --color=never"),
+                                    ("slots --group plu", "slots --group plugin"),
+                                    ("run --clock v", "run --clock virtual")):
+                    os.write(mine, f"dxrsh {typed}\t\n".encode())
+                    seen = b""
+                    while not (found := re.search(rb"runs:([^\r\n]*):\r?\n", seen)):
+                        self.assertTrue(select.select([mine], [], [], PATIENCE)[0], (typed, seen))
+                        seen += os.read(mine, 4096)
+                    self.assertEqual(found[1].decode().strip(), runs)
+                os.write(mine, b"exit\n")
+                self.assertEqual(process.wait(PATIENCE), 0)
+            finally:
+                process.kill()
+
+    @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
+    def test_fish_completes(self):
+        def complete(line):
+            script = f"source {os.path.abspath(COMPLETIONS)}/dxrsh.fish; complete -C {line!r}"
+            done = subprocess.run(
+                ["fish", "--no-config", "-c", script],
+                cwd=self.folder.name, capture_output=True, text=True, check=False,
+                env={**ENVIRONMENT, "HOME": self.folder.name})
+            self.assertEqual(done.stderr, "")
+            return [row.partition("\t")[0] for row in done.stdout.splitlines()]
+        self.assertEqual(set(complete("dxrsh ")), set(commands()))
+        self.assertEqual(set(complete("dxrsh help ")), set(commands()))
+        self.assertEqual(complete("dxrsh help filter "), [])
+        self.assertEqual(set(complete("dxrsh help privatelog ")), set(commands("privatelog")))
+        self.assertEqual(set(complete("dxrsh filter --color ")), {"auto", "always", "never"})
+        self.assertEqual(complete("dxrsh filter --color=ne"), ["--color=never"])
+        self.assertEqual(complete("dxrsh run --clock v"), ["virtual"])
+        self.assertEqual(len(complete("dxrsh slots --group ")), 20)
 
     def test_completions_are_in_order(self):
         for shell, name in (("bash", "dxrsh.bash"), ("zsh", "_dxrsh"), ("fish", "dxrsh.fish")):

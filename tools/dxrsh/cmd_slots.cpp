@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "commands.h"
 #include "dxr_devhost.h"
@@ -45,22 +47,19 @@ std::string_view FallbackText(const SlotRow &row) {
     return row.fallback == "none" ? "no result" : row.fallback;
 }
 
-bool EqualLetters(std::string_view a, std::string_view b) {
-    const auto lower = [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    };
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [&](char x, char y) { return lower(x) == lower(y); });
+std::string Lower(std::string_view text) {
+    std::string lower(text);
+    for (char &c : lower) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return lower;
 }
 
-std::string AllGroups() {
-    std::string groups;
-    std::string_view last;
+std::vector<std::string> AllGroups() {
+    std::vector<std::string> groups;
     for (const SlotRow &row : kSlotTable) {
-        if (row.group != last) {
-            last = row.group;
-            groups += groups.empty() ? "" : ", ";
-            groups += last;
+        if (groups.empty() || row.group != groups.back()) {
+            groups.emplace_back(row.group);
         }
     }
     return groups;
@@ -89,7 +88,7 @@ void RunSlots(const SlotsOptions &options) {
     size_t shown = 0;
     size_t filled = 0;
     for (const SlotRow &row : kSlotTable) {
-        if (options.group && !EqualLetters(*options.group, row.group)) {
+        if (options.group && Lower(*options.group) != Lower(row.group)) {
             continue;
         }
         const bool isFilled = slots[row.slot] != nullptr;
@@ -104,8 +103,8 @@ void RunSlots(const SlotsOptions &options) {
                                  isFilled ? "filled" : "empty", FallbackText(row)));
     }
     if (shown == 0) {
-        throw UsageError(
-            fmt::format("slots: there is no group '{}', but {}", *options.group, AllGroups()));
+        throw UsageError(fmt::format("slots: there is no group '{}', but {}", *options.group,
+                                     fmt::join(AllGroups(), ", ")));
     }
     if (!options.json) {
         output.Write(fmt::format("{} slots, {} filled, {} empty\n", shown, filled, shown - filled));
@@ -124,8 +123,11 @@ void AddSlotsCommand(CLI::App &program) {
              "function answers while it is empty.",
              {"dxrsh slots --group memory", "dxrsh slots --json | head -n 3"});
     AddJsonFlag(*command, options->json);
-    command->add_option("--group", options->group, "Only this group, such as print")
-        ->type_name("NAME");
+    std::vector<std::string> offered = AllGroups();
+    std::transform(offered.begin(), offered.end(), offered.begin(), Lower);
+    Offer(*command->add_option("--group", options->group, "Only this group, such as print")
+               ->type_name("NAME"),
+          std::move(offered));
     command->callback([options] { RunSlots(*options); });
 }
 

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <vector>
 
+#include "help.h"
 #include "number_option.h"
 
 namespace dxrsh {
@@ -19,9 +21,11 @@ std::string_view Variable(const char *name) {
 }  // namespace
 
 void AddColorOption(CLI::App &command, std::string &when) {
-    command.add_option("--color", when, "auto (default), always or never")
-        ->check(OneOf({"auto", "always", "never"}))
-        ->type_name("WHEN");
+    const std::vector<std::string> words{"auto", "always", "never"};
+    Offer(*command.add_option("--color", when, "auto (default), always or never")
+               ->check(OneOf(words))
+               ->type_name("WHEN"),
+          words);
 }
 
 Colors::Colors(const std::string &when, int fd)

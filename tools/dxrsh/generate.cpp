@@ -125,11 +125,16 @@ void ForEachCommand(const CLI::App &app, const std::string &path, const Visit &v
     }
 }
 
-std::string WordsOf(const CLI::App &command) {
-    std::string words;
+std::string NamesOf(const CLI::App &command) {
+    std::string names;
     for (const CLI::App *one : CommandsOf(command)) {
-        words += one->get_name() + " ";
+        names += one->get_name() + " ";
     }
+    return names;
+}
+
+std::string WordsOf(const CLI::App &command) {
+    std::string words = NamesOf(command);
     for (const CLI::Option *option : OptionsOf(command)) {
         if (!option->get_positional()) {
             words += "--" + option->get_lnames().front() + " ";
@@ -138,16 +143,36 @@ std::string WordsOf(const CLI::App &command) {
     return words;
 }
 
+bool IsHelp(const CLI::App &command) {
+    return command.get_name() == "help" && command.get_parent()->get_parent() == nullptr;
+}
+
 std::string Bash(const CLI::App &program) {
     std::string rows = fmt::format("        '') words='{}' ;;\n", WordsOf(program));
     std::string paths;
-    ForEachCommand(program, "", [&](const std::string &name, const CLI::App &command) {
-        rows += fmt::format("        '{}') words='{}' ;;\n", name, WordsOf(command));
+    std::string values;
+    const auto addRow = [&](const std::string &name, const std::string &words) {
+        rows += fmt::format("        '{}') words='{}' ;;\n", name, words);
         paths += fmt::format(" | '{}'", name);
+    };
+    ForEachCommand(program, "", [&](const std::string &name, const CLI::App &command) {
+        if (IsHelp(command)) {
+            addRow(name, NamesOf(program) + WordsOf(command));
+        } else {
+            addRow(name, WordsOf(command));
+            addRow("help " + name, NamesOf(command));
+        }
+        for (const CLI::Option *option : OptionsOf(command)) {
+            if (!option->get_positional() && !ChoicesOf(*option).empty()) {
+                values +=
+                    fmt::format("        '{} --{}') words='{}' value=1 ;;\n", name,
+                                option->get_lnames().front(), fmt::join(ChoicesOf(*option), " "));
+            }
+        }
     });
     return "# Completion of dxrsh for bash; made by: dxrsh generate bash\n"
            "_dxrsh() {\n"
-           "    local current=${COMP_WORDS[COMP_CWORD]} command= words= i next\n"
+           "    local current=${COMP_WORDS[COMP_CWORD]} command= words= value= i next\n"
            "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
            "        next=\"${command:+$command }${COMP_WORDS[i]}\"\n"
            "        case $next in\n"
@@ -159,8 +184,18 @@ std::string Bash(const CLI::App &program) {
            "    case $command in\n" +
            rows +
            "    esac\n"
+           "    # A value may stand after a blank or after =, which is a word of its own.\n"
+           "    i=$((COMP_CWORD - 1))\n"
+           "    if [[ $current == = ]]; then\n"
+           "        current=\n"
+           "    elif [[ ${COMP_WORDS[i]} == = ]]; then\n"
+           "        i=$((i - 1))\n"
+           "    fi\n"
+           "    case \"$command ${COMP_WORDS[i]}\" in\n" +
+           values +
+           "    esac\n"
            "    COMPREPLY=()\n"
-           "    if [[ $current == -* || $words != -* ]]; then\n"
+           "    if [[ $current == -* || $words != -* || $value ]]; then\n"
            "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
            "    fi\n"
            "}\n"
@@ -199,32 +234,57 @@ std::string ZshArguments(const CLI::App &command) {
         }
         const std::string value = ValueOf(*option);
         const bool takes = option->get_items_expected_max() != 0;
+        const std::vector<std::string> &choices = ChoicesOf(*option);
+        const std::string offered =
+            choices.empty() ? "_files" : fmt::format("({})", fmt::join(choices, " "));
         arguments +=
             " " + InQuotes(fmt::format("*--{}{}[{}]{}", option->get_lnames().front(),
                                        takes ? "=" : "", ForArguments(option->get_description()),
-                                       takes ? ":" + ForArguments(value) + ":_files" : ""));
+                                       takes ? ":" + ForArguments(value) + ":" + offered : ""));
     }
     return arguments;
 }
 
-std::string ZshCase(const CLI::App &app, size_t depth) {
+// The commands of `app`, when the word at `place` is asked for; else what `next` says of the one
+// that stands there.
+std::string ZshCommands(const CLI::App &app, size_t place, size_t depth,
+                        const std::function<std::string(const CLI::App &)> &next) {
     const std::string pad(4 * depth, ' ');
-    if (CommandsOf(app).empty()) {
-        return pad + "_arguments" + ZshArguments(app) + " '*:file:_files'\n";
-    }
     std::string names;
     std::string rows;
     for (const CLI::App *command : CommandsOf(app)) {
         std::string about = command->get_description();
         names += fmt::format(" {}:{}", command->get_name(), InQuotes(ForArguments(about)));
-        rows += fmt::format("{}    {})\n{}{}    ;;\n", pad, command->get_name(),
-                            ZshCase(*command, depth + 2), pad);
+        rows +=
+            fmt::format("{}    {})\n{}{}    ;;\n", pad, command->get_name(), next(*command), pad);
     }
     return fmt::format(
         "{0}if (( CURRENT == {1} )); then\n{0}    local -a commands\n"
         "{0}    commands=({2})\n{0}    _describe command commands\n"
         "{0}    return\n{0}fi\n{0}case $words[{1}] in\n{3}{0}esac\n",
-        pad, app.get_parent() == nullptr ? 2 : 3, names, rows);
+        pad, place, names, rows);
+}
+
+// What follows `help`, from the word at `place` on.
+std::string ZshHelp(const CLI::App &app, size_t place, size_t depth) {
+    return CommandsOf(app).empty()
+               ? ""
+               : ZshCommands(app, place, depth, [place, depth](const CLI::App &command) {
+                     return ZshHelp(command, place + 1, depth + 2);
+                 });
+}
+
+std::string ZshCase(const CLI::App &app, size_t depth) {
+    const CLI::App *const parent = app.get_parent();
+    if (parent != nullptr && IsHelp(app)) {
+        return ZshHelp(*parent, 3, depth);
+    }
+    if (CommandsOf(app).empty()) {
+        return std::string(4 * depth, ' ') + "_arguments" + ZshArguments(app) +
+               " '*:file:_files'\n";
+    }
+    return ZshCommands(app, parent == nullptr ? 2 : 3, depth,
+                       [depth](const CLI::App &command) { return ZshCase(command, depth + 2); });
 }
 
 std::string Zsh(const CLI::App &program) {
@@ -237,6 +297,10 @@ std::string Fish(const CLI::App &program) {
     for (const CLI::App *command : CommandsOf(program)) {
         lines += fmt::format("complete -c dxrsh -f -n __fish_use_subcommand -a {} -d {}\n",
                              command->get_name(), InQuotes(command->get_description()));
+        lines += fmt::format(
+            "complete -c dxrsh -f -n '__fish_seen_subcommand_from help; and test (count "
+            "(commandline -opc)) -eq 2' -a {} -d {}\n",
+            command->get_name(), InQuotes(command->get_description()));
     }
     ForEachCommand(program, "", [&](const std::string &name, const CLI::App &command) {
         std::string seen = "__fish_seen_subcommand_from " + name.substr(0, name.find(' '));
@@ -249,10 +313,12 @@ std::string Fish(const CLI::App &program) {
         }
         for (const CLI::Option *option : OptionsOf(command)) {
             if (!option->get_positional()) {
-                lines += fmt::format("complete -c dxrsh -n {} -l {}{} -d {}\n", InQuotes(seen),
+                const std::string words = fmt::format("{}", fmt::join(ChoicesOf(*option), " "));
+                lines += fmt::format("complete -c dxrsh -n {} -l {}{} -d {}{}\n", InQuotes(seen),
                                      option->get_lnames().front(),
                                      option->get_items_expected_max() != 0 ? " -r" : "",
-                                     InQuotes(option->get_description()));
+                                     InQuotes(option->get_description()),
+                                     words.empty() ? "" : " -f -a " + InQuotes(words));
             }
         }
     });

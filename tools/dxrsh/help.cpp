@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "errors.h"
 #include "help_text.h"
@@ -22,6 +23,11 @@ constexpr size_t kLabelWidth = 20;
 std::map<const CLI::App *, Description> &Descriptions() {
     static std::map<const CLI::App *, Description> descriptions;
     return descriptions;
+}
+
+std::map<const CLI::Option *, std::vector<std::string>> &Choices() {
+    static std::map<const CLI::Option *, std::vector<std::string>> choices;
+    return choices;
 }
 
 // A label, and the text after it in lines of their own column.
@@ -100,6 +106,12 @@ const Description &DescriptionOf(const CLI::App &command) {
     return found == Descriptions().end() ? none : found->second;
 }
 
+const std::vector<std::string> &ChoicesOf(const CLI::Option &option) {
+    static const std::vector<std::string> none;
+    const auto found = Choices().find(&option);
+    return found == Choices().end() ? none : found->second;
+}
+
 std::string ValueOf(const CLI::Option &option) {
     const std::string type = option.get_type_name();
     // Of a flag only what it may take, as in "--mask[=REGEX]".
@@ -166,6 +178,10 @@ std::string SynopsisOf(const CLI::App &command) {
 
 void Describe(CLI::App &command, std::string details, std::vector<std::string> examples) {
     Descriptions()[&command] = {std::move(details), std::move(examples)};
+}
+
+void Offer(const CLI::Option &option, std::vector<std::string> choices) {
+    Choices()[&option] = std::move(choices);
 }
 
 void AddJsonFlag(CLI::App &command, bool &json) {

@@ -14,6 +14,9 @@ namespace dxrsh {
 // parts them; and what is shown as examples, to be run in the folder that holds examples/.
 void Describe(CLI::App &command, std::string details, std::vector<std::string> examples);
 
+// What the completion of shells offers as an option's value.
+void Offer(const CLI::Option &option, std::vector<std::string> choices);
+
 // Adds --json.
 void AddJsonFlag(CLI::App &command, bool &json);
 

@@ -23,6 +23,9 @@ struct Description {
 // "N"; empty for a flag.
 [[nodiscard]] std::string ValueOf(const CLI::Option &option);
 
+// The words that it takes; empty when they are not known.
+[[nodiscard]] const std::vector<std::string> &ChoicesOf(const CLI::Option &option);
+
 // All that are not hidden, in their order.
 [[nodiscard]] std::vector<const CLI::App *> CommandsOf(const CLI::App &command);
 // The positional ones first.

@@ -6,8 +6,10 @@
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+#include <vector>
 
 #include "errors.h"
+#include "help.h"
 #include "number_option.h"
 
 namespace dxrsh {
@@ -15,12 +17,14 @@ namespace dxrsh {
 void AddRunHostOptions(CLI::App &command, RunHostOptions &options) {
     command.add_option("--board", options.board, "JSON file that describes the board")
         ->type_name("FILE");
-    command
-        .add_option(
-            "--clock", options.clock,
-            "real (default), or virtual: nothing waits, and the same seed gives the same run")
-        ->check(OneOf({"real", "virtual"}))
-        ->type_name("CLOCK");
+    const std::vector<std::string> clocks{"real", "virtual"};
+    Offer(*command
+               .add_option("--clock", options.clock,
+                           "real (default), or virtual: nothing waits, and the same seed gives the "
+                           "same run")
+               ->check(OneOf(clocks))
+               ->type_name("CLOCK"),
+          clocks);
     command
         .add_option("--seed", options.seed,
                     "Of the order of tasks and of what chance does (default 1)")
