@@ -196,7 +196,7 @@ void Scheduler::WaitWhileTimeStands(SchedulerLock &lock, Waiter &waiter, uint64_
     }
 }
 
-// A thread that the host did not make waits in virtual time: for the tasks, which know nothing of it.
+// A thread that the host did not make waits in virtual time: for tasks that know nothing of it.
 void Scheduler::WaitBesideTasks(SchedulerLock &lock, Waiter &waiter) {
     Task &task = *waiter.task;
     if (running_ == nullptr && !hasEnded_) {

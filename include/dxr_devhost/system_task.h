@@ -38,9 +38,9 @@
  * A thread or task that ends while it holds a mutex is reported; the mutex stays locked.
  *
  * With the virtual clock one task runs at a time, and each of these functions may let another one
- * run, which the seed chooses. When all tasks wait and nothing is due, the run ends: a report names
- * who waits for what, and the first task's wait gives ECANCELED; the other tasks stay where they are
- * until the host's end.
+ * run, which the seed chooses. When all tasks wait and nothing is due, the run ends: a report
+ * names who waits for what, and the first task's wait gives ECANCELED; the other tasks stay where
+ * they are until the host's end.
  *
  * Threads that modules make by themselves are not under that rule: a run with them does not repeat,
  * and the first that waits is reported. While all tasks wait and nothing is due, one that does not
@@ -49,9 +49,9 @@
  * the host, waits for ever; DxrHostJoinTask with the thread's number is the way. Both are reported
  * after two seconds of the machine's time. The run's end ends the waits of such threads.
  *
- * A task ends with its thread: what the thread's destructors do, of thread_local objects and of keys
- * (pthread_key_create), is the task's doing; but a key's destructor that sets its value again runs a
- * second time as a thread that is not the host's.
+ * A task ends with its thread: what the thread's destructors do, of thread_local objects and of
+ * keys (pthread_key_create), is the task's doing; but a key's destructor that sets its value again
+ * runs a second time as a thread that is not the host's.
  *
  * At the host's end tasks are ended where they wait, without their destructors.
  *

@@ -267,6 +267,7 @@ bool FollowedFile::Open() {
         (void)close(std::exchange(fd_, -1));
         throw UsageError(fmt::format("--follow: {} is compressed and cannot be followed", path_));
     }
+    missing_ = 0;  // it may be gone again before the next look
     return true;
 }
 
@@ -359,6 +360,7 @@ size_t FollowedFile::Read(char *buffer, size_t room) {
             }
             close(fd_);
             fd_ = next;
+            missing_ = 0;
         } else {
             lseek(fd_, 0, SEEK_SET);
         }
