@@ -884,7 +884,6 @@ bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
     const bool wasStarted = job.IsSet() || job.isQueued || job.isRunning;
     Unqueue(job);
     ++job.startings;
-    job.periodNs = 0;
     const WaitReason reason(place, "the end of a timer's function");
     const bool waits = job.isRunning && job.runner != &ThisThread() && by != nullptr;
     std::shared_ptr<Job> last;
