@@ -156,7 +156,9 @@ struct Context {
 
 class EventFd {
   public:
-    EventFd() : fd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    EventFd()
+        : fd_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+          error_(fd_ < 0 ? static_cast<uint32_t>(errno) : 0) {}
     ~EventFd() {
         if (fd_ >= 0) {
             (void)close(fd_);
@@ -168,6 +170,8 @@ class EventFd {
     EventFd &operator=(EventFd &&) = delete;
 
     [[nodiscard]] int Fd() const { return fd_; }
+    // Why there is none; 0 when there is one.
+    [[nodiscard]] uint32_t Error() const { return error_; }
     void Set() const { (void)eventfd_write(fd_, 1); }
     void Clear() const {
         eventfd_t value = 0;
@@ -176,6 +180,7 @@ class EventFd {
 
   private:
     const int fd_;
+    const uint32_t error_;
 };
 
 uint32_t Error() {
@@ -283,8 +288,11 @@ class ZmqTransport final : public ChassisTransport {
 
     // Once, before all others. 0, or a number of <errno.h>.
     uint32_t Begin() {
-        if (context_.context == nullptr || wake_.Fd() < 0) {
+        if (context_.context == nullptr) {
             return Error();
+        }
+        if (wake_.Error() != 0) {
+            return wake_.Error();
         }
         (void)zmq_ctx_set(context_.context, ZMQ_MAX_SOCKETS, static_cast<int>(peers_.size() + 16));
         if (HasKeys() && !door_.Begin(context_.context, plan_)) {

@@ -1,10 +1,15 @@
 // Boards of a chassis, by the sentences of their header: two hosts of this process are two boards.
 #include "dxr_devhost/chassis.h"
 
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <zmq.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -23,6 +28,38 @@ extern "C" [[gnu::visibility("default")]] const char *__tsan_default_suppression
     return "called_from_lib:libzmq.so\nrace:libzmq.so\nrace:^devhost::ReadFrame\n";
 }
 #endif
+
+namespace {
+
+// What fails once, the next time that it is asked for.
+enum class Fails : uint8_t { kNothing, kThread, kEvent };
+std::atomic<Fails> g_fails{Fails::kNothing};
+
+bool IsToFail(Fails what) {
+    return g_fails.compare_exchange_strong(what, Fails::kNothing);
+}
+
+}  // namespace
+
+// In the place of those of the C library.
+extern "C" [[gnu::visibility("default")]] int pthread_create(pthread_t *thread,
+                                                             const pthread_attr_t *attributes,
+                                                             void *(*run)(void *),
+                                                             void *argument) noexcept {
+    if (IsToFail(Fails::kThread)) {
+        return EAGAIN;
+    }
+    return reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"))(
+        thread, attributes, run, argument);
+}
+
+extern "C" [[gnu::visibility("default")]] int eventfd(unsigned int value, int flags) noexcept {
+    if (IsToFail(Fails::kEvent)) {
+        errno = EMFILE;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_eventfd2, value, flags));
+}
 
 namespace {
 
@@ -325,6 +362,32 @@ TEST_F(Chassis, AMailboxMayCloseWhileItsMessagesComeIn) {
                now.arrived - before.arrived + now.refused == kMessages;
     }));
     EXPECT_EQ(CountsOf(line_).dropped, CountsOf(line_).arrived - before.arrived - 10);
+}
+
+// The machine has no thread for the handler: what arrives next tries again.
+TEST_F(Chassis, AHandlerThatCouldNotBeginDoesSoWithTheNextMessage) {
+    BeginBoth();
+    std::atomic<uint32_t> handled{0};
+    const auto count = [](const DxrHostMessage *, void *user) {
+        ++*static_cast<std::atomic<uint32_t> *>(user);
+        return 0U;
+    };
+    ASSERT_EQ(OpenAt(line_, kLpu1, 0, count, &handled), 0U);
+    g_fails = Fails::kThread;
+    ASSERT_EQ(Send(kLpu1, 1), 0U);
+    ASSERT_TRUE(Await([] { return g_fails == Fails::kNothing; }));
+    ASSERT_EQ(Send(kLpu1, 2), 0U);
+    EXPECT_TRUE(Await([&handled] { return handled == 2; }));
+    ASSERT_EQ(DxrHostCloseMailbox(line_, &kLpu1), 0U);
+}
+
+TEST_F(Chassis, ABoardThatCannotBeWokenDoesNotJoin) {
+    main_ = MakeHost();
+    const DxrHostChassisPlan plan = PlanOf(0);
+    g_fails = Fails::kEvent;
+    EXPECT_EQ(DxrHostJoinChassis(main_, &plan), uint32_t{EMFILE});
+    EXPECT_EQ(g_fails, Fails::kNothing);
+    EXPECT_EQ(DxrHostJoinChassis(main_, &plan), 0U);
 }
 
 TEST_F(Chassis, WhatWaitsInAMailboxIsCounted) {
