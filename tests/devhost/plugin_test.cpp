@@ -2,10 +2,14 @@
 #include "dxr_devhost/plugin.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -424,15 +428,23 @@ TEST_F(HostPlugin, FunctionsThatAreCalledBackAreNeeded) {
 }
 
 TEST_F(HostPlugin, FunctionsOfDevicesAreNeededUntilTheyAreTakenBack) {
-    for (const bool isWatch : {false, true}) {
-        test.leavesControl = isWatch ? 0 : 1;
-        test.leavesWatch = isWatch ? 1 : 0;
+    struct Kind {
+        uint32_t TestPlugin::*leaves;
+        const char *text;
+    };
+    for (const Kind &kind :
+         {Kind{&TestPlugin::leavesControl, "needed by the commands of a device: "},
+          Kind{&TestPlugin::leavesInterrupt, "needed by an interrupt: "},
+          Kind{&TestPlugin::leavesPreReset, "needed by the processing before a reset: "},
+          Kind{&TestPlugin::leavesCommand, "needed by commands: "},
+          Kind{&TestPlugin::leavesWatch, "needed by a watch: "}}) {
+        test = {};
+        test.*kind.leaves = 1;
         reports.clear();
         EXPECT_EQ(Load("good"), 0U);
         DxrHostPlugin plugin = Record("good");
         DXR_UnLoadBrdPlugin(&plugin);
-        EXPECT_THAT(Misuses(), ElementsAre(HasSubstr(isWatch ? "needed by a watch: "
-                                                             : "by the commands of a device: ")));
+        EXPECT_THAT(Misuses(), ElementsAre(HasSubstr(kind.text)));
         End();
         Begin();
     }
@@ -463,6 +475,48 @@ TEST_F(HostPlugin, ATablesFunctionsAreNeededUntilItIsReleased) {
     EXPECT_EQ(DXR_LoadBrdPlugin(&plugin), 0U);
     DXR_UnLoadBrdPlugin(&plugin);
     EXPECT_EQ(Misuses().size(), 1U);
+}
+
+// The host looks for the tracing once in a process.
+TEST_F(HostPlugin, TheCallerIsTheOneBeforeTheTracing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            void *const tracing =
+                dlopen(DXR_TEST_PLUGINS "/libdevhost_plugin_tracing.so", RTLD_NOW | RTLD_GLOBAL);
+            reinterpret_cast<void (*)()>(dlsym(tracing, "DxrTestReleaseNothing"))();
+            std::fputs(reports.at(0).caller, stderr);
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "in devhost_plugin_test|^devhost_plugin_test");
+}
+
+// Where a library was that went, another one's texts may be.
+TEST_F(HostPlugin, TextsOfLibrariesThatWereThereBeforeTheHostMayGo) {
+    End();
+    void *const library = dlopen(directory.Path("bare.so").c_str(), RTLD_NOW);
+    ASSERT_NE(library, nullptr);
+    Dl_info info{};
+    ASSERT_NE(dladdr(dlsym(library, "dxrHostPlugin"), &info), 0);
+    Begin();
+    ASSERT_EQ(dlclose(library), 0);
+    constexpr size_t kBytes = 4096;
+    void *const there = mmap(info.dli_fbase, kBytes, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+    ASSERT_EQ(there, info.dli_fbase);
+    auto *const text = static_cast<char *>(there);
+    void *block = nullptr;
+    for (const char *const file : {"one.cpp", "two.cpp"}) {
+        std::strcpy(text, file);  // NOLINT(clang-analyzer-security.insecureAPI.strcpy): it fits
+        for (int round = 0; round < 4; ++round) {
+            block = DXR_Malloc(9, 8, text, 1);
+            DXR_Free(block, text, 2);
+        }
+    }
+    DXR_Free(block, "again.cpp", 3);
+    EXPECT_THAT(Misuses(), ElementsAre(HasSubstr("a block that was released at two.cpp:2, "
+                                                 "allocated at two.cpp:1")));
+    (void)munmap(there, kBytes);
 }
 
 TEST_F(HostPlugin, HasAModuleOfItsOwn) {

@@ -9,6 +9,7 @@
 #define TEST_PLUGIN_BARE 5       /* a table without functions */
 #define TEST_PLUGIN_CALLING 6    /* the same, and calls slots while it is opened */
 #define TEST_PLUGIN_LEAVING 7    /* leaves a function while it is opened */
+#define TEST_PLUGIN_TRACING 8    /* stands between the library and the host, as the tracing does */
 
 #if TEST_PLUGIN == TEST_PLUGIN_UNRESOLVED
 extern void DxrTestNobodyHasThis(void);
@@ -67,6 +68,23 @@ static void Watch(const DxrHostAccess *access, void *user) {
     (void)access;
 }
 
+static void HandleInterrupt(uint32_t chip, uint32_t interrupt, void *argument) {
+    (void)chip;
+    (void)interrupt;
+    (void)argument;
+}
+
+static void BeforeReset(uint32_t mode, void *argument) {
+    (void)mode;
+    (void)argument;
+}
+
+static uint32_t Command(void *record, uint32_t command, void *user) {
+    (void)record;
+    (void)user;
+    return command;
+}
+
 static void LeaveFunctions(TestPlugin *test) {
     DxrHostHashOptions options = {sizeof(options), 4, 0, 0, Hash, NULL, NULL};
     const DxrHostMailbox box = {sizeof(box), 0, {DXR_HOST_UNIT_LPU, 3}, Handle, NULL};
@@ -96,6 +114,15 @@ static uint32_t Load(void *argument) {
     if (test->leavesWatch != 0) {
         const DxrHostCell cell = {DXR_HOST_REGISTERS, 0, 0, 0, 0};
         DxrHostWatchCells(NULL, &cell, 4, Watch, NULL);
+    }
+    if (test->leavesInterrupt != 0) {
+        DXR_IntrSetRegist(1, 2, (void *)HandleInterrupt, NULL);
+    }
+    if (test->leavesPreReset != 0) {
+        DXR_RegisterPreResetProcFunc((void *)BeforeReset, NULL);
+    }
+    if (test->leavesCommand != 0) {
+        DxrHostSetCommand(NULL, Command, NULL);
     }
     if (test->work != NULL) {
         test->work();
@@ -146,6 +173,21 @@ static uint32_t Measure(uint32_t sensor, int32_t *milliCelsius) {
 }
 __attribute__((constructor)) static void Open(void) {
     DXR_RegisterQueryTempFunc(36, (void *)Measure);
+}
+#endif
+
+#if TEST_PLUGIN == TEST_PLUGIN_TRACING
+/* What the host knows the tracing by. */
+uint32_t DxrTraceStart(void);
+uint32_t DxrTraceStart(void) {
+    return 0;
+}
+void DxrTestReleaseNothing(void);
+void DxrTestReleaseNothing(void) {
+    static volatile uint32_t calls;
+    static const uint32_t nothing;
+    DXR_Free((void *)&nothing, "a.cpp", 1);
+    ++calls; /* not the last step: this function stays among the callers */
 }
 #endif
 
