@@ -37,6 +37,41 @@ class DatabaseInit : public dxrtest::DatabaseHost<DXR_HOST_CLOCK_STEPPED> {
     }
 };
 
+TEST_F(DatabaseInit, HasTablesForNumbersOf32Bits) {
+    EXPECT_EQ(WhyNot(file), "");
+    const Sqlite made(file);
+    using Column = std::pair<std::string, std::string>;
+    std::vector<Column> columns;
+    const auto keep = [](void *user, int, char **values, char **) {
+        static_cast<std::vector<Column> *>(user)->emplace_back(values[0], values[1]);
+        return 0;
+    };
+    // Those that refer to others may be what these are.
+    ASSERT_EQ(sqlite3_exec(made.Get(),
+                           "SELECT m.name, c.name FROM sqlite_master m, pragma_table_info(m.name) c"
+                           " WHERE m.type = 'table' AND m.name <> 'chassis' AND c.name NOT IN "
+                           "(SELECT \"from\" FROM pragma_foreign_key_list(m.name))",
+                           keep, &columns, nullptr),
+              SQLITE_OK);
+    EXPECT_GT(columns.size(), 15U);
+    for (const auto &[table, column] : columns) {
+        const auto change = [&made, &table = table, &column = column](const char *value) {
+            EXPECT_TRUE(made.Run("PRAGMA foreign_keys = OFF; BEGIN"));
+            // As many as are there must not become one.
+            EXPECT_TRUE(made.Run("DELETE FROM " + table + " WHERE (" + column +
+                                 ") NOT IN (SELECT " + column + " FROM " + table + " LIMIT 1)"));
+            const bool isDone =
+                made.Run("UPDATE OR REPLACE " + table + " SET " + column + " = " + value);
+            EXPECT_TRUE(made.Run("ROLLBACK"));
+            return isDone;
+        };
+        EXPECT_TRUE(change("0")) << table << '.' << column;
+        EXPECT_TRUE(change("4294967295")) << table << '.' << column;
+        EXPECT_FALSE(change("4294967296")) << table << '.' << column;
+        EXPECT_FALSE(change("-1")) << table << '.' << column;
+    }
+}
+
 TEST_F(DatabaseInit, OverwritesNothing) {
     EXPECT_EQ(WhyNot(file), "");
     EXPECT_EQ(DXR_GetLpuDevId(1), 257U);

@@ -268,6 +268,10 @@ TEST_F(DeviceI2c, IsWatchedByTransfer) {
     request.bytes = 3;
     EXPECT_EQ(DXR_ReadI2c(&request), 0U);
     EXPECT_EQ(seen.size(), 2U) << "it ends with that offset";
+    request.offset = 2;
+    request.bytes = 1;
+    EXPECT_EQ(DXR_ReadI2c(&request), 0U);
+    EXPECT_EQ(seen.size(), 3U) << "it is that offset";
 }
 
 TEST_F(DeviceMdio, ReadsAndWrites) {
@@ -520,6 +524,7 @@ TEST_F(DeviceFaults, ComeForSomeAddresses) {
     EXPECT_EQ(DxrHostFaultCells(host, &first, 4, &fault), 0U);
     fault.size = sizeof(fault);
     EXPECT_EQ(DxrHostFaultCells(host, nullptr, 4, &fault), 0U);
+    EXPECT_NE(DxrHostFaultCells(host, &first, 4, &fault), 0U) << "nothing else was wrong with it";
     EXPECT_EQ(DxrHostFaultCells(host, &first, 4, nullptr), 0U);
 }
 
@@ -596,6 +601,36 @@ TEST_F(DeviceDelays, DoNotBlockAParallelMdioBus) {
     EXPECT_EQ(ReadTwice(host), (std::array<uint64_t, 2>{10, 10}));
     EXPECT_EQ(DXR_EnableMdioParallel(0, 0, 0), 0U);
     EXPECT_EQ(ReadTwice(host), (std::array<uint64_t, 2>{20, 30}));
+}
+
+// Who writes a register and then goes on may be overtaken by one who reads it.
+uint32_t WriteAndGoOn(DxrHost *host, void * /*user*/) {
+    struct Shared {
+        bool goesOn = false;
+        bool isOvertaken = false;
+    } shared;
+    const auto read = [](void *user) {
+        auto *const to = static_cast<Shared *>(user);
+        uint32_t value = 0;
+        (void)DXR_ReadReg(0, 1, 0, &value);
+        to->isOvertaken = value == 5 && !to->goesOn;
+    };
+    uint32_t reader = 0;
+    EXPECT_EQ(
+        DXR_CreateTask(nullptr, reinterpret_cast<void *>(+read), &shared, 1, nullptr, 0, &reader),
+        0U);
+    (void)DXR_WriteReg(0, 1, 0, 5);
+    shared.goesOn = true;
+    (void)DxrHostJoinTask(host, reader, DXR_HOST_FOREVER);
+    return shared.isOvertaken ? 1 : 0;
+}
+
+TEST(DeviceAccess, LetsOthersRunBeforeItReturns) {
+    DxrHostExploration found{};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(DxrHostExplore(nullptr, 200, WriteAndGoOn, nullptr, &found), 1U);
+    (void)testing::internal::GetCapturedStderr();
+    EXPECT_EQ(found.result, 1U) << found.text;
 }
 
 TEST_F(DeviceRegisters, BearManyThreads) {

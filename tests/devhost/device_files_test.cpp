@@ -1,4 +1,7 @@
 // Devices, mappings and reserved memory, by the sentences of the device service's header.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -119,7 +122,9 @@ TEST_F(DeviceFiles, AreWrittenAtTheirPosition) {
     EXPECT_EQ(Control(disk, DXR_HOST_DEV_READ, 0, read.data(), 2).done, 2U);
     EXPECT_EQ(Control(disk, DXR_HOST_DEV_READ, 0, read.data() + 2, 14).done, 1U);
     EXPECT_STREQ(read.data(), "dab");
+    errno = EIO;  // of somebody's call before
     EXPECT_EQ(Control(disk, DXR_HOST_DEV_READ, 0, read.data(), 1).done, 0U) << "the end";
+    EXPECT_EQ(result, 0U);
     (void)Control(disk, DXR_HOST_DEV_SEEK, UINT64_MAX);
     EXPECT_EQ(DXR_WriteDev(disk, data.data(), 1, &done), uint32_t{EFBIG});
     EXPECT_EQ(Control(disk, DXR_HOST_DEV_READ, 0, read.data(), 1).done, 0U);
@@ -436,6 +441,19 @@ TEST_F(DeviceFiles, ABoardIsTakenWholeOrNotAtAll) {
     EXPECT_EQ(DxrHostGetReportCount(host), 0U);
 }
 
+// A process without a standard input has 0 for the next file.
+TEST_F(DeviceFiles, ABoardsFileIsClosedWhateverItsNumber) {
+    const std::string board = directory.Write("empty.json", "{}");  // which keeps no memory open
+    const int input = dup(STDIN_FILENO);
+    (void)close(STDIN_FILENO);
+    EXPECT_TRUE(DxrHostLoadBoard(host, board.c_str(), nullptr, 0));
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    if (input >= 0) {
+        (void)dup2(input, STDIN_FILENO);
+        (void)close(input);
+    }
+}
+
 // --- Calls that fail
 
 // Everything that devices and reserved memory do with files, at which nothing may be left open or
@@ -486,6 +504,7 @@ TEST_F(DeviceFiles, TellWhatFails) {
             const uint32_t changed = DXR_ChmodRsvMemFile(name.data(), 0600);
             EXPECT_TRUE(changed == 0 || (changed == EIO && !isPart));
             hasFailed = FileCalls::End();
+            EXPECT_FALSE(FileCalls::HasLeaked());
             EXPECT_LE(dxrtest::Descriptors(), descriptors + rounds)
                 << "but for areas that are mapped, which stay";
             EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 0U);

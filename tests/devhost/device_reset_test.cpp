@@ -228,6 +228,37 @@ TEST_F(DeviceReset, OfAChipRestoresItsRegisters) {
     ASSERT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 1U);
     EXPECT_NE(Texts(DXR_HOST_REPORT_MISUSE)[0].find("nothing that a reset line does"),
               std::string::npos);
+    EXPECT_STREQ(reports.back().service, "device");
+}
+
+// Who resets a chip and then goes on may be overtaken by one who counts the resets.
+uint32_t ResetAndGoOn(DxrHost *host, void * /*user*/) {
+    struct Shared {
+        DxrHost *host;
+        bool goesOn = false;
+        bool isOvertaken = false;
+    } shared{host};
+    const auto look = [](void *user) {
+        auto *const to = static_cast<Shared *>(user);
+        (void)DXR_DelayTask(0);
+        to->isOvertaken = DxrHostGetResets(to->host, 0, 1, nullptr) != 0 && !to->goesOn;
+    };
+    uint32_t other = 0;
+    EXPECT_EQ(
+        DXR_CreateTask(nullptr, reinterpret_cast<void *>(+look), &shared, 1, nullptr, 0, &other),
+        0U);
+    EXPECT_EQ(DXR_HardResetChip(0, 1, DXR_HOST_RESET_PULSE), 0U);
+    shared.goesOn = true;
+    (void)DxrHostJoinTask(host, other, DXR_HOST_FOREVER);
+    return shared.isOvertaken ? 1 : 0;
+}
+
+TEST(DeviceChips, LetOthersRunWhileTheyAreReset) {
+    DxrHostExploration found{};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(DxrHostExplore(nullptr, 200, ResetAndGoOn, nullptr, &found), 1U);
+    (void)testing::internal::GetCapturedStderr();
+    EXPECT_EQ(found.result, 1U) << found.text;
 }
 
 TEST_F(DeviceReset, LeavesInterruptsToTheirFunctions) {

@@ -211,6 +211,8 @@ TEST_F(DeviceBoard, NamesTheMemberThatIsWrong) {
          "/devices/0/text: is longer than the device"},
         {R"({"devices": [{"path": "/dev/x", "bytes": 4294967297}]})",
          "/devices/0/bytes: must be a whole number within its range"},
+        {R"({"reserved": [{"number": 0, "name": "x", "bytes": 4294967297}]})",
+         "/reserved/0/bytes: must be a whole number within its range"},
         {R"({"reserved": [{"number": 0, "name": "x", "bytes": 0}]})",
          "/reserved/0/bytes: must not be 0"},
         {R"({"voltages": [{"rail": 1, "key": 1, "millivolts": 5},

@@ -21,6 +21,7 @@ struct State {
     uint64_t made = 0;
     uint64_t failAt = 0;
     How how = How::kOnce;
+    bool hasLeaked = false;
 };
 
 State g_state;
@@ -68,12 +69,16 @@ ssize_t Transfer(size_t bytes, int error, Move move) {
 }  // namespace
 
 void FileCalls::Begin(uint64_t n, How how) {
-    g_state = {true, 0, n, how};
+    g_state = {true, 0, n, how, false};
 }
 
 bool FileCalls::End() {
     g_state.isOn = false;
     return g_state.made >= g_state.failAt;
+}
+
+bool FileCalls::HasLeaked() {
+    return g_state.hasLeaked;
 }
 
 size_t Descriptors() {
@@ -87,6 +92,7 @@ size_t Descriptors() {
 }  // namespace dxrtest
 
 using dxrtest::Fails;
+using dxrtest::g_state;
 using dxrtest::Real;
 using dxrtest::Transfer;
 
@@ -99,6 +105,7 @@ VISIBLE int open(const char *path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
+    g_state.hasLeaked |= g_state.isOn && (flags & O_CLOEXEC) == 0;
     return Fails(EMFILE) ? -1 : Real<int(const char *, int, ...)>("open")(path, flags, mode);
 }
 

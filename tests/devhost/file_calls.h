@@ -27,6 +27,8 @@ class FileCalls {
     static void Begin(uint64_t n, How how);
     // None fails any more. Tells whether the n-th came up.
     static bool End();
+    // Whether one of them opened a file that programs which the process begins would have too.
+    static bool HasLeaked();
 };
 
 // How many descriptors the process has.

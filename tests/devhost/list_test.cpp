@@ -1,8 +1,11 @@
 // The host's list service, by the sentences of its header.
 #include "dxr_devhost/list.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <random>
 #include <string>
 #include <vector>
@@ -175,6 +178,32 @@ TEST_F(HostList, BadHandlesAreReportedAndHarmless) {
     EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), reports.size());
     EXPECT_EQ(reports[0].text, std::string("the node belongs to another list"));
     EXPECT_GE(reports.size(), 8U);
+}
+
+// Asks for the node after one that is of another list, and tells who called.
+[[gnu::noinline]] const void *AskForAStranger(void *list, void *node) {
+    EXPECT_EQ(DXR_GetListHooks()->sslGetNextNode(list, node), nullptr);
+    return __builtin_return_address(0);
+}
+
+TEST_F(HostList, ReportsNameTheFunctionThatCalled) {
+    int value = 0;
+    void *const list = DXR_CreateSll();
+    void *const other = DXR_CreateSll();
+    DXR_AddSll(other, &value, 0);
+    const void *const behind = AskForAStranger(list, DXR_SslGetNextNode(other, nullptr));
+    ASSERT_EQ(reports.size(), 1U);
+    Dl_info info{};
+    ASSERT_NE(dladdr(behind, &info), 0);
+    std::array<char, 32> offset{};
+    (void)std::snprintf(offset.data(), offset.size(), "+0x%zx",
+                        static_cast<size_t>(static_cast<const char *>(behind) -
+                                            static_cast<const char *>(info.dli_fbase)));
+    const std::string caller = reports[0].caller;
+    EXPECT_EQ(caller.find("devhost_list_test"), 0U) << caller;
+    EXPECT_EQ(caller.find(offset.data()), std::string::npos) << "not the one before it";
+    DXR_DestroySll(other);
+    DXR_DestroySll(list);
 }
 
 TEST_F(HostList, FailedStepsAddNothing) {

@@ -588,7 +588,28 @@ TEST_F(HostMemory, ASiteThatOnlyFailedOrOnlyReleasedMayAllocate) {
     EXPECT_EQ(DxrHostGetBadReleases(host), 0U);
 }
 
+// Far more files than a thread keeps, all with one line: the last shares its place with another.
+TEST_F(HostMemory, EachReleaseIsOfItsOwnSite) {
+    static constexpr auto kNames = [] {
+        std::array<std::array<char, 4>, 4000> names{};
+        for (size_t i = 0; i < names.size(); ++i) {
+            const auto letter = [i](size_t unit) { return static_cast<char>('a' + i / unit % 26); };
+            names[i] = {letter(676), letter(26), letter(1), '\0'};
+        }
+        return names;
+    }();
+    void *block = nullptr;
+    for (const auto &name : kNames) {
+        block = DXR_Malloc(9, 8, "a.cpp", 1);
+        DXR_Free(block, name.data(), 7);
+    }
+    DXR_Free(block, "again.cpp", 8);
+    EXPECT_EQ(Misuse(), "released at again.cpp:8: a block that was released at " +
+                            std::string(kNames.back().data()) + ":7, allocated at a.cpp:1");
+}
+
 TEST_F(HostMemory, TheNthAllocationFails) {
+    EXPECT_EQ(DxrHostGetFailures(host, "memory.allocate"), 0U);
     DxrHostFailNth(host, "memory.allocate", 3, false);
     std::vector<void *> blocks;
     for (int i = 1; i <= 5; ++i) {

@@ -128,6 +128,7 @@ TEST_F(HostMessages, ThatAreWrongAreNotSent) {
     message.from.kind = 0;
     message.flags = 2;
     EXPECT_EQ(DXR_SendMsg(&message), kInvalid);
+    EXPECT_STREQ(reports.back().service, "message");
     message.flags = 0;
     message.data = nullptr;
     message.bytes = 1;

@@ -400,6 +400,9 @@ TEST_F(KitTest, TextsInTheMannerOfPrintfAreFinished) {
     g_dxrHooks.print.print(2, "link %u is %s", 3U, "down");
     EXPECT_TRUE(Asked("Print.print(2, \"link 3 is down\")"));
     EXPECT_TRUE(Logged("link 3 is down", 1, 1, DXR_TEST_MESSAGES));
+    const std::string text(1500, 'x');
+    g_dxrHooks.print.print(2, "%s is long", text.c_str());
+    EXPECT_TRUE(Asked(("Print.print(2, \"" + text + " is long\")").c_str()));
 }
 
 TEST_F(KitTest, CallsAreForgotten) {
