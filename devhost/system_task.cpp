@@ -435,10 +435,11 @@ void ReportHeldMutexes(Host &host, ThreadRecord &thread, const std::string &who)
     // Whoever is told may lock too.
     const std::vector<Mutex *> held = *now;
     for (const Mutex *const mutex : held) {
-        const std::string at = ", locked by " + Describe(mutex->lockedAt);
-        host.reports.Add(DXR_HOST_REPORT_MISUSE, kService, {}, ("held at the end" + at).c_str(),
-                         who + " has ended and holds mutex " + std::to_string(mutex->number) + at +
-                             ": it stays locked");
+        const std::string which = "holds mutex " + std::to_string(mutex->number);
+        std::string text = who;
+        text += " has ended and " + which + ", locked by " + Describe(mutex->lockedAt);
+        text += ": it stays locked";
+        host.reports.Add(DXR_HOST_REPORT_MISUSE, kService, {}, which.c_str(), text);
     }
 }
 
