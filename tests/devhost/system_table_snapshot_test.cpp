@@ -245,6 +245,13 @@ TEST_F(TableSnapshot, IsRefusedWhenItSaysWhatCannotBe) {
             }
         }
     }
+    // An entry of no key: its key's bytes are of its data.
+    const size_t entry = whole.find("keystatic");
+    ASSERT_NE(entry, std::string::npos);
+    std::string keyless = whole;
+    Put(keyless, entry - 12, 0U);
+    Put(keyless, entry - 8, 9U);
+    EXPECT_NE(WhyNot(Sealed(keyless)), "");
     for (size_t length = kHeader; length < whole.size(); ++length) {
         ASSERT_NE(WhyNot(Sealed(whole.substr(0, length))), "") << length;
     }

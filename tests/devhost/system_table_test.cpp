@@ -152,6 +152,9 @@ TEST_F(HostTables, GiveAsMuchAsThereIsRoomFor) {
     EXPECT_EQ(DXR_GetChipTblmData(0, &request), 0U) << "only whether it is there";
     EXPECT_EQ(uint32_t{request.dataLen}, 10U);
     EXPECT_EQ(buffer[0], '#');
+    request = {1, key.data(), 3, buffer.data(), buffer.size(), 0, {}};
+    EXPECT_EQ(DXR_GetChipTblmData(0, &request), 0U) << "nor with room for it";
+    EXPECT_EQ(buffer[0], '#');
     request = {1, key.data(), 3, nullptr, 0, 1, {}};
     EXPECT_EQ(DXR_GetChipTblmData(0, &request), uint32_t{ENOSPC}) << "no room, and nowhere to";
     EXPECT_EQ(uint32_t{request.dataLen}, 10U) << "what is needed";

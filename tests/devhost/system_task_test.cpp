@@ -31,6 +31,30 @@ TEST_F(RealHostTask, MutexesAreUnlockedInAnyOrder) {
     EXPECT_EQ(End(), 0U);
 }
 
+// What is held is what was not unlocked, in whatever order that was.
+TEST_F(RealHostTask, TheOrderOfMutexesIsThatOfThoseStillHeld) {
+    std::array<void *, 3> mutexes{};
+    for (void *&mutex : mutexes) {
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    }
+    const auto &[a, b, c] = mutexes;
+    DXR_LockMutex(a);
+    DXR_LockMutex(b);
+    DXR_UnlockMutex(a);
+    DXR_LockMutex(c);  // while b is held
+    DXR_UnlockMutex(c);
+    DXR_UnlockMutex(b);
+    EXPECT_TRUE(reports.empty());
+    DXR_LockMutex(c);
+    DXR_LockMutex(b);
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_RISK).size(), 1U);
+    DXR_UnlockMutex(b);
+    DXR_UnlockMutex(c);
+    for (void *const mutex : mutexes) {
+        EXPECT_EQ(DXR_DestroyMutex(mutex), 0U);
+    }
+}
+
 TEST_F(RealHostTask, MutexesExclude) {
     void *mutex = nullptr;
     ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
@@ -82,6 +106,9 @@ TEST_F(RealHostTask, MisuseOfMutexesIsReportedWithBothPlaces) {
                 testing::ElementsAre(HasSubstr("mutex 1 is locked already by "),
                                      HasSubstr("mutex 1 is held, locked by "),
                                      "mutex 1 is not held by this thread"));
+    for (const DxrHostReport &report : reports) {
+        EXPECT_STREQ(report.service, reports.back().service);
+    }
     DXR_UnlockMutex(mutex);
     DXR_DestroyMutex(mutex);
 }

@@ -23,8 +23,17 @@
 namespace {
 
 bool g_zlibHasMemory = true;
+// What the host reads for the machine's load; null for the machine's own.
+const char *g_load = nullptr;
 
 }  // namespace
+
+// The host's streams come by here.
+extern "C" [[gnu::visibility("default")]] std::FILE *fopen64(const char *path, const char *mode) {
+    const bool isLoad = g_load != nullptr && std::strcmp(path, "/proc/stat") == 0;
+    return reinterpret_cast<decltype(&fopen64)>(dlsym(RTLD_NEXT, "fopen64"))(isLoad ? g_load : path,
+                                                                             mode);
+}
 
 // The host's compression comes by here.
 extern "C" [[gnu::visibility("default")]] int compress2(Bytef *to, uLongf *room, const Bytef *from,
@@ -733,6 +742,14 @@ TEST_F(HostFiles, ValuesAreWhatTheyWereSetTo) {
     DxrHostSetLrId(host, 4);
     EXPECT_EQ(DXR_GetLrId(), 4U);
     EXPECT_LE(DXR_GetCpuUseRate(), 100U);
+    const TemporaryDirectory load(TemporaryDirectory::InMemory());
+    const std::string stat = load.Path("stat");
+    g_load = stat.c_str();
+    (void)load.Write("stat", "cpu  4000000000000 0 0 4000000000000 0 0 0 0 0 0\n");
+    (void)DXR_GetCpuUseRate();
+    (void)load.Write("stat", "cpu  4000000000010 5 10 4000000000060 10 3 1 1 7 7\n");
+    EXPECT_EQ(DXR_GetCpuUseRate(), 30U) << "since the last time";
+    g_load = nullptr;
     DxrHostSetCpuUseRate(host, 35);
     EXPECT_EQ(DXR_GetCpuUseRate(), 35U);
     EXPECT_EQ(DXR_RestorePatch(), 0U);

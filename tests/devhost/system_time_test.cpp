@@ -91,6 +91,10 @@ TEST_F(HostTime, CalendarTimesBecomeTextAndSeconds) {
     time.month = 13;
     EXPECT_EQ(DXR_CalSystimeRelSec(&time, &later, &sec), static_cast<uint32_t>(EINVAL));
     EXPECT_EQ(DXR_SysTime2Str(&time, 20, buffer.Data()), static_cast<uint32_t>(EINVAL));
+    time.month = 12;
+    EXPECT_EQ(DXR_SysTime2Str(&time, 20, nullptr), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(DXR_SysTime2Str(&time, 0, buffer.Data()), static_cast<uint32_t>(EINVAL));
+    EXPECT_EQ(buffer.Text(), "2026-11-21");
 }
 
 TEST_F(HostTime, SecondsAndCalendarTimesAreEachOthersInverse) {

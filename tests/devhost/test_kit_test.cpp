@@ -936,6 +936,10 @@ TEST(TestKit, AChildProcessSaysNothing) {
         EXPECT_EQ(waitpid(child, &status, 0), child);
     };
     EXPECT_EQ(DxrTestExplore(nullptr, 1, body, nullptr, out), 1U);
+    uint32_t runs = 0;
+    const auto count = [](void *user) { ++*static_cast<uint32_t *>(user); };
+    EXPECT_EQ(DxrTestExplore(nullptr, 3, count, &runs, out), 3U);
+    EXPECT_EQ(runs, 3U);
     EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(std::fseek(out, 0, SEEK_END), 0);
     EXPECT_EQ(std::ftell(out), 0);
