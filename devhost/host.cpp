@@ -339,6 +339,7 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
         return UINT32_MAX;
     }
     auto *const host = reinterpret_cast<Host *>(given);
+    host->isEnding = true;
     // The table stays until no task is left that reads it: it leads them here, where they end.
     const bool wasRegistered = devhost::g_registered.load() == host;
     if (wasRegistered) {

@@ -85,6 +85,7 @@ class Host {
     // One number a host in this process, from 1.
     const uint32_t number = ++lastNumber_;
     live::Entry live;
+    std::atomic<bool> isEnding{false};  // modules' calls find no host any more
     const Options options;
     Reports reports{*this};
     Chance chance;

@@ -28,13 +28,16 @@ auto CallOf(const Host *host, ThreadRecord &thread) {
                         [host](const NamedCall &each) { return each.host == host; });
 }
 
-// Their memory stays as it is: nothing of it may be touched.
+// Their memory stays as it is: nothing of it may be touched, also at the end of the thread.
 void BeginChild() {
     g_first = nullptr;
     g_mutex.unlock();
     Register(nullptr, kNoHost);
     if (t_record != nullptr) {
         t_record->inside.store(nullptr);  // of a call in progress, whose slots find no host now
+        t_record->own = nullptr;
+        t_record->tasks.Clear();
+        t_record->held.Clear();
     }
 }
 

@@ -429,8 +429,8 @@ uint32_t DestroyMutex(void *handle) {
 
 void ReportHeldMutexes(Host &host, ThreadRecord &thread, const std::string &who) {
     const std::vector<Mutex *> *const now = thread.held.Find(host.number);
-    if (now == nullptr || host.scheduler.HasEnded()) {
-        return;  // the end of a run ends tasks anywhere
+    if (now == nullptr || host.scheduler.HasEnded() || host.isEnding) {
+        return;  // the end of a run ends tasks anywhere, and that of a host their calls
     }
     // Whoever is told may lock too.
     const std::vector<Mutex *> held = *now;

@@ -148,6 +148,35 @@ TEST_F(RealEnd, AThreadThatEndsWithMutexesIsReported) {
     EXPECT_EQ(End(), 2U);
 }
 
+// What a task unlocks while its host ends finds no host.
+TEST_F(RealEnd, NoMutexIsHeldByATaskThatTheEndOvertakes) {
+    static void *mutex;
+    static std::atomic<bool> isAtWork;
+    for (int i = 0; i < 300; ++i) {
+        isAtWork = false;
+        ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+        Spawn(
+            [](void *) {
+                for (int j = 0; j < 400 && DXR_LockMutex(mutex) == 0; ++j) {
+                    isAtWork = true;
+                    if (DXR_UnlockMutex(mutex) != 0) {
+                        return;
+                    }
+                }
+            },
+            nullptr);
+        while (!isAtWork) {
+            std::this_thread::yield();
+        }
+        (void)End();
+        for (const DxrHostReport &report : reports) {
+            ASSERT_EQ(std::string(report.text).find("has ended and holds"), std::string::npos)
+                << report.text;
+        }
+        Begin();
+    }
+}
+
 TEST_F(VirtualEnd, ATaskThatEndsWithAMutexIsReported) {
     static void *mutex;
     EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
@@ -694,6 +723,38 @@ TEST(ChildProcesses, MayBeMadeAtAnyTime) {
     thread.join();
     EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
     EXPECT_EQ(DxrHostDestroy(other, nullptr), 0U);
+}
+
+// In a task, while another one is at work under the host's locks: the child's thread ends as one
+// that no host knows.
+TEST(ChildProcesses, OfATaskEndWithTheirThread) {
+    DxrHost *const host = DxrHostCreate(nullptr);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    static std::atomic<bool> isOver;
+    isOver = false;
+    const uint32_t busy = Spawn(
+        [](void *) {
+            while (!isOver) {
+                (void)DXR_WriteEvent(1, 1);
+            }
+        },
+        nullptr);
+    const uint32_t parent = Spawn(
+        [](void *) {
+            for (int round = 0; round < 40; ++round) {
+                const pid_t child = fork();
+                if (child == 0) {
+                    (void)alarm(20);
+                    pthread_exit(nullptr);
+                }
+                EXPECT_EQ(StatusOf(child), 0) << round;
+            }
+        },
+        nullptr);
+    EXPECT_EQ(DxrHostJoinTask(host, parent, DXR_HOST_FOREVER), 0U);
+    isOver = true;
+    EXPECT_EQ(DxrHostJoinTask(host, busy, DXR_HOST_FOREVER), 0U);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
 }
 
 // A fork within a function that a host called: slots find no host there either.
