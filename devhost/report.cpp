@@ -57,7 +57,9 @@ void Reports::Add(uint32_t kind, const char *service, const Place &place, const 
                 return;
             }
             if (fits) {
-                reports_.reserve(reports_.size() + 1);
+                if (reports_.size() == reports_.capacity()) {
+                    reports_.reserve(2 * reports_.size() + 8);  // while no key is known yet
+                }
                 known_.emplace(key, reports_.size());
             }
         }

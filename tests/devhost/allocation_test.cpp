@@ -466,6 +466,32 @@ TEST_P(Allocations, OfANewDatabaseFail) {
     FailEach(&Module::MakeDatabase);
 }
 
+// What could not be kept is told the next time, and counted from then on.
+TEST(Reports, AreToldAgainAfterAnAllocationFailed) {
+    for (size_t n = 1;; ++n) {
+        DxrHost *const host = DxrHostCreate(nullptr);
+        ASSERT_NE(host, nullptr);
+        DxrHostRegister(host);
+        DxrHostSetReportSink(
+            host, [](const DxrHostReport *, void *) {}, nullptr);
+        const auto lock = [] { EXPECT_NE(DXR_LockMutex(nullptr), 0U); };
+        EXPECT_EQ(dxrtest::RunFailing(n, lock), Outcome::kDone);
+        const bool hasFailed = NewWatch::Failed();
+        lock();
+        lock();
+        EXPECT_EQ(DxrHostGetReportCount(host), 1U);
+        DxrHostReport report{};
+        EXPECT_TRUE(DxrHostGetReport(host, 0, &report));
+        EXPECT_GE(report.count, 2U);
+        EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+        if (!hasFailed) {
+            EXPECT_EQ(report.count, 3U);
+            EXPECT_GT(n, 3U);
+            break;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(All, Allocations, testing::Values(false, true),
                          [](const auto &each) { return each.param ? "FromThenOn" : "Once"; });
 

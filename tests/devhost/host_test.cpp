@@ -276,6 +276,7 @@ TEST_F(Host, TheFirstReportsAreKeptAndTheOthersCounted) {
     const DxrHostReport &full = reports[DXR_HOST_MOST_REPORTS];
     EXPECT_STREQ(full.text, "no more reports are kept; further ones are counted until the end");
     EXPECT_STREQ(full.service, "host");
+    EXPECT_EQ(full.kind, DXR_HOST_REPORT_RISK);
     EXPECT_STREQ(reports.back().text, "reports that were not kept");
     EXPECT_EQ(reports.back().count, kMore);
     EXPECT_THAT(directory.Read("report"), HasSubstr("\nhost: 7 reports were not kept\n"));

@@ -18,6 +18,7 @@
 
 #include "devhost/table_fixture.h"
 #include "dxr_devhost/inspect.h"
+#include "support/guarded_page.h"
 #include "support/test_host.h"
 
 namespace {
@@ -40,6 +41,21 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 using HostTables = dxrtest::TableHost;
+
+TEST_F(HostTables, ReadNoByteBesideAKey) {
+    const dxrtest::GuardedPage page;
+    ASSERT_EQ(DXR_DynamicCreateTable(7), 0U);
+    for (uint32_t size = 1; size <= 64; ++size) {
+        auto *const key = static_cast<unsigned char *>(page.End()) - size;
+        std::memset(key, 'k', size);
+        ASSERT_EQ(DXR_AddChipTblmData(1, 7, key, size, &size, sizeof(size)), 0U);
+        uint32_t data = 0;
+        DxrTblmRequest request{7, key, size, &data, sizeof(data), 1, {}};
+        ASSERT_EQ(DXR_GetChipTblmData(1, &request), 0U);
+        EXPECT_EQ(data, size);
+        EXPECT_EQ(DXR_DeleteChipTblmData(1, 7, key, size), 0U);
+    }
+}
 
 TEST_F(HostTables, KeepEntries) {
     EXPECT_EQ(DXR_DynamicCreateTable(7), 0U);
