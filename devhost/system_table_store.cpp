@@ -204,6 +204,19 @@ TableStore::Seen TableStore::Look(const Key &key, uint64_t *copy, uint32_t room)
     return {};
 }
 
+uint32_t TableStore::CopyQuickly(const std::atomic<uint64_t> *content, uint64_t before, void *data,
+                                 uint32_t bytes) const {
+    uint64_t copy[table_read::kCopiedWords];
+    table_read::ForEachOf(WordsOf(bytes), [&copy, content](uint32_t i) {
+        copy[i] = content[i].load(std::memory_order_acquire);
+    });
+    if (!IsStill(before)) {
+        return kNotThere;
+    }
+    table_read::CopyOut(data, copy, bytes);
+    return bytes;
+}
+
 TableStore::Got TableStore::Get(Key &key, uint64_t otherwise, void *data, uint32_t room,
                                 uint32_t &bytes) {
     const uint64_t first = key.table;

@@ -36,6 +36,7 @@ constexpr uint32_t WordsOf(uint32_t bytes) {
 namespace table_read {
 
 constexpr uint32_t kCopiedWords = 32;   // more are copied with the lock
+constexpr uint32_t kWordsAtHand = 4;    // more go through memory on their way
 constexpr uint32_t kMostQuickKey = 64;  // bytes
 
 inline uint64_t Mix(uint64_t hash, uint64_t word) {
@@ -113,12 +114,14 @@ inline void ForEachOf(uint32_t words, CopyWord copyWord) {
     }
 }
 
-// Word by word, as they were written just before.
-inline void CopyOut(void *to, const uint64_t *words, uint32_t bytes) {
+// Word by word, as they were written just before: a wider load would have to wait for two stores.
+inline void CopyOut(void *to, uint64_t *words, uint32_t bytes) {
     auto *const begin = static_cast<unsigned char *>(to);
     const uint32_t whole = bytes / 8;
-    ForEachOf(whole,
-              [begin, words](uint32_t i) { std::memcpy(begin + size_t{i} * 8, words + i, 8); });
+    ForEachOf(whole, [begin, words](uint32_t i) {
+        const uint64_t word = std::atomic_ref(words[i]).load(std::memory_order_relaxed);
+        std::memcpy(begin + size_t{i} * 8, &word, 8);
+    });
     if (bytes % 8 != 0) {
         PutPartOfWord(begin + size_t{whole} * 8, words[whole], bytes % 8);
     }
@@ -298,6 +301,14 @@ class TableStore {
     class Writing;
     struct Slab;
 
+    // Whether no writer was at work from the counter's value `before` on.
+    [[nodiscard]] bool IsStill(uint64_t before) const {
+        return (before & 1) == 0 && changes_.load(std::memory_order_relaxed) == before;
+    }
+    // The end of GetQuickly for more data.
+    uint32_t CopyQuickly(const std::atomic<uint64_t> *content, uint64_t before, void *data,
+                         uint32_t bytes) const;
+
     // What a reader finds; torn when a writer was at work.
     struct Seen {
         Got got = Got::kNothing;
@@ -362,14 +373,32 @@ class TableStore {
         !inPlace.Is(block->Content())) [[unlikely]] {
         return kNotThere;
     }
-    uint64_t copy[table_read::kCopiedWords];
     const std::atomic<uint64_t> *const content = block->Content() + keyWords;
-    table_read::ForEachOf(words,
-                          [&copy, content](uint32_t i) { copy[i] = content[i].load(kOrder); });
-    if ((before & 1) != 0 || changes_.load(std::memory_order_relaxed) != before) [[unlikely]] {
+    if (words > table_read::kWordsAtHand) {
+        return CopyQuickly(content, before, data, bytes);
+    }
+    uint64_t copy[table_read::kWordsAtHand] = {};
+#pragma GCC unroll 4
+    for (uint32_t i = 0; i < table_read::kWordsAtHand; ++i) {
+        if (i < words) {
+            copy[i] = content[i].load(kOrder);
+        }
+    }
+    if (!IsStill(before)) [[unlikely]] {
         return kNotThere;
     }
-    table_read::CopyOut(data, copy, bytes);
+    auto *to = static_cast<unsigned char *>(data);
+    uint32_t left = bytes;
+#pragma GCC unroll 4
+    for (const uint64_t word : copy) {
+        if (left < 8) {
+            table_read::PutPartOfWord(to, word, left);
+            break;
+        }
+        std::memcpy(to, &word, 8);
+        to += 8;
+        left -= 8;
+    }
     return bytes;
 }
 
