@@ -29,12 +29,14 @@
  *                                          looked at. ENOMEM without memory (point "mutex.create")
  *   DXR_LockMutex(mutex)                   waits for it; EDEADLK, reported, when the thread holds
  *                                          it already
- *   DXR_UnlockMutex(mutex)                 EPERM, reported, when the thread does not hold it
+ *   DXR_UnlockMutex(mutex)                 EPERM, reported, when the thread does not hold it; not
+ *                                          reported after the run's end, when locks fail
  *   DXR_DestroyMutex(mutex)                EBUSY, reported, while anybody holds it. A call that
  *                                          waits for one that is destroyed gives EINVAL
  *
  * Mutexes that were locked in one order here and in the other there, also through further ones,
- * could deadlock: that is reported, with the places, also when it went well.
+ * could deadlock: that is reported, with the places, also when it went well; where a thread has to
+ * wait, before it does.
  * A thread or task that ends while it holds a mutex is reported; the mutex stays locked.
  *
  * With the virtual clock one task runs at a time, and each of these functions may let another one

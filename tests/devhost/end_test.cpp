@@ -450,6 +450,56 @@ std::thread WaitingIn(Function function) {
     return thread;
 }
 
+TEST_F(VirtualEnd, WhoUnlocksWhatTheEndKeptFromHimIsNotBlamed) {
+    void *mutex = nullptr;
+    ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    Spawn(
+        [](void *held) {
+            uint32_t events = 0;
+            EXPECT_EQ(DXR_LockMutex(held), 0U);
+            (void)DXR_ReadEvent(1, 0, DXR_HOST_FOREVER, &events);
+        },
+        mutex);
+    (void)DXR_DelayTask(1);
+    EXPECT_EQ(DXR_LockMutex(mutex), kCanceled);
+    EXPECT_EQ(DXR_UnlockMutex(mutex), static_cast<uint32_t>(EPERM));
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), IsEmpty());
+}
+
+// Nobody gets the second mutex; the order is told all the same, and once.
+TEST_F(RealEnd, ADeadlockTellsTheOrderOfItsLocks) {
+    static std::array<void *, 2> mutexes;
+    static std::atomic<uint32_t> ready;
+    ready = 0;
+    ASSERT_EQ(DXR_InitMutex(&mutexes[0], nullptr), 0U);
+    ASSERT_EQ(DXR_InitMutex(&mutexes[1], nullptr), 0U);
+    const auto both = [](void *first, void *second) {
+        EXPECT_EQ(DXR_LockMutex(first), 0U);
+        ++ready;
+        while (ready != 2) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DXR_LockMutex(second), kCanceled);
+        EXPECT_NE(DXR_UnlockMutex(second), 0U);
+    };
+    std::thread one([both] { both(mutexes[0], mutexes[1]); });
+    std::thread other([both] { both(mutexes[1], mutexes[0]); });
+    const auto isTold = [this] {
+        DxrHostReport report{};
+        return DxrHostGetReport(host, 0, &report) && report.kind == DXR_HOST_REPORT_RISK &&
+               std::string(report.text).find("could deadlock") != std::string::npos;
+    };
+    for (int i = 0; i < 1000 && !isTold(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_TRUE(isTold());
+    EXPECT_EQ(DxrHostGetReportCount(host), 1U);
+    EXPECT_EQ(End(), 2U) << "the mutexes";
+    one.join();
+    other.join();
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), IsEmpty());
+}
+
 TEST_F(RealEnd, ThreadsThatWaitInANamedHostComeBack) {
     EXPECT_EQ(OpenMailbox(host), 0U);
     DxrHost *const named = host;
