@@ -121,7 +121,7 @@ ListService &StateOf(Host &host) {
 // A call that has the lock and the list of a handle; a null list is nobody's fault.
 class ListCall : public Call {
   public:
-    ListCall(const char *slot, const void *handle, const void *caller) : Call(slot, caller) {
+    ListCall(const char *slot, const void *handle) : Call(slot) {
         if (*this && handle != nullptr) {
             lock_ = std::unique_lock(StateOf(**this).mutex);
             list_ = static_cast<List *>((*this)->handles.Find(handle, HandleType::kList));
@@ -168,7 +168,7 @@ void *CreateSll() {
 }
 
 void AddSll(void *list, void *data, uint32_t position) {
-    ListCall call("DXR_AddSll", list, __builtin_return_address(0));
+    ListCall call("DXR_AddSll", list);
     if (call.TheList() == nullptr) {
         return;
     }
@@ -188,7 +188,7 @@ void AddSll(void *list, void *data, uint32_t position) {
 }
 
 void RemoveSll(void *list, void *data) {
-    const ListCall call("DXR_RemoveSll", list, __builtin_return_address(0));
+    const ListCall call("DXR_RemoveSll", list);
     Node *const node = call.TheList() != nullptr ? FindData(*call.TheList(), data) : nullptr;
     if (node != nullptr) {
         call.State().RemoveNode(call, *call.TheList(), *node);
@@ -196,7 +196,7 @@ void RemoveSll(void *list, void *data) {
 }
 
 void DestroySll(void *list) {
-    const ListCall call("DXR_DestroySll", list, __builtin_return_address(0));
+    const ListCall call("DXR_DestroySll", list);
     if (call.TheList() != nullptr) {
         (void)call->handles.End(list, HandleType::kList, call.At());
         call.State().lists.erase(call.TheList());
@@ -205,12 +205,12 @@ void DestroySll(void *list) {
 }
 
 uint32_t SllGetCount(void *list) {
-    const ListCall call("DXR_SslGetCount", list, __builtin_return_address(0));
+    const ListCall call("DXR_SslGetCount", list);
     return call.TheList() != nullptr ? call.TheList()->count : 0;
 }
 
 void *SllGetNextNode(void *list, void *node) {
-    ListCall call("DXR_SslGetNextNode", list, __builtin_return_address(0));
+    ListCall call("DXR_SslGetNextNode", list);
     const List *const in = call.TheList();
     if (in == nullptr) {
         return nullptr;
@@ -261,7 +261,7 @@ void *SllGetNodeData(void *node) {
 uint32_t SllProcSingleNode(void *list, void *data, uint32_t action) {
     constexpr uint32_t kFound = 0;
     constexpr uint32_t kNotDone = 1;
-    const ListCall call("DXR_SslProcSingleNode", list, __builtin_return_address(0));
+    const ListCall call("DXR_SslProcSingleNode", list);
     List *const in = call.TheList();
     Node *const node = in != nullptr ? FindData(*in, data) : nullptr;
     if (node == nullptr) {
