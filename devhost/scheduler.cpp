@@ -613,16 +613,10 @@ Task &Scheduler::Current(ThreadRecord &thread, const Place &place) {
 
 uint32_t Scheduler::Create(std::unique_ptr<Task> made) {
     std::shared_ptr<Task> task = std::move(made);
-    std::vector<pthread_t> ended;
-    {
-        const SchedulerLock lock(mutex_);
-        ended = endedThreads_;
-        endedThreads_.clear();  // there stays room for those that run
-    }
-    for (const pthread_t thread : ended) {
-        (void)pthread_join(thread, nullptr);
-    }
     const SchedulerLock lock(mutex_);
+    // One that is still at its destructors may wait there for the caller: it is joined later.
+    std::erase_if(endedThreads_,
+                  [](pthread_t thread) { return pthread_tryjoin_np(thread, nullptr) == 0; });
     const Task *const created = hasEnded_ ? nullptr : CreateLocked(std::move(task));
     return created != nullptr ? created->id : 0;
 }

@@ -1,4 +1,5 @@
 // Virtual and stepped time, and runs that repeat.
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -379,6 +380,33 @@ TEST_F(VirtualTime, TasksThatWaitAreEndedWithTheHost) {
 }
 
 // --- Stepped time
+
+// Its thread is still at the destructors of keys, and waits there for the time that passes only
+// when the task that makes another one waits.
+TEST_F(VirtualTime, ATaskIsMadeWhileAnEndedOneIsAtItsDestructors) {
+    const Bounded bounded;
+    static pthread_key_t key;
+    static std::atomic<uint32_t> late;
+    late = 0;
+    Spawn([](void *) {}, nullptr);  // the host's own key comes first
+    ASSERT_EQ(pthread_key_create(&key,
+                                 [](void *round) {
+                                     if (round == &key) {
+                                         (void)pthread_setspecific(key, &late);
+                                     } else {
+                                         (void)DXR_DelayTask(1);
+                                         ++late;
+                                     }
+                                 }),
+              0);
+    const uint32_t ended = Spawn([](void *) { (void)pthread_setspecific(key, &key); }, nullptr);
+    EXPECT_EQ(DxrHostJoinTask(host, ended, DXR_HOST_FOREVER), 0U);
+    const uint32_t next = Spawn([](void *) {}, nullptr);
+    EXPECT_EQ(DxrHostJoinTask(host, next, DXR_HOST_FOREVER), 0U);
+    End();
+    EXPECT_EQ(late, 1U);
+    (void)pthread_key_delete(key);
+}
 
 TEST_F(SteppedTime, TimeOutsComeWhenTheClockIsMoved) {
     std::atomic<uint32_t> results{0};
