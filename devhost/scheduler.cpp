@@ -807,6 +807,11 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
     }
     Task &task = *found->second;
     const WaitReason reason(place, "the end of task %u", id);
+    // A clock that stands brings no time-out, also not the one that has come.
+    if (task.state != TaskState::kEnded && clock.IsStepped() && deadline <= clock.NowNs() &&
+        !hasEnded_) {
+        return ETIMEDOUT;
+    }
     Woken woken = Woken::kYes;
     uint32_t failure = 0;
     ++task.joiners;
@@ -917,13 +922,25 @@ void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const Wa
 }
 
 void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
-    const uint64_t startings = job.startings;
+    // Also for a function that ends the thread.
+    const struct Run {
+        Scheduler &scheduler;
+        SchedulerLock &lock;
+        Job &job;
+        const uint64_t startings = job.startings;
+        ~Run() {
+            lock.lock();
+            scheduler.JobHasRun(job, startings);
+        }
+    } run{*this, lock, job};
     job.isRunning = true;
     job.runner = &ThisThread();
     lock.unlock();
     // What the service lacked the memory for ends no timer, nor whoever moves the clock.
     Guard([&job] { job.run(job.context); });
-    lock.lock();
+}
+
+void Scheduler::JobHasRun(Job &job, uint64_t startings) {
     job.isRunning = false;
     job.runner = nullptr;
     WakeAll(job.stopped);
@@ -968,6 +985,10 @@ bool Scheduler::Advance(uint64_t ms) {
     if (mover_ != nullptr || ms > kLongestMs - clock.NowNs() / kNsPerMs) {
         return false;
     }
+    const struct Move {
+        const ThreadRecord *&mover;
+        ~Move() { mover = nullptr; }
+    } move{mover_};
     mover_ = &ThisThread();
     const uint64_t target = std::min(clock.NowNs() + ms * kNsPerMs, kLongestMs * kNsPerMs);
     while (alarms_.Earliest() != nullptr && alarms_.Earliest()->due <= target) {
@@ -979,7 +1000,6 @@ bool Scheduler::Advance(uint64_t ms) {
         }
     }
     clock.MoveTo(target);
-    mover_ = nullptr;
     return true;
 }
 

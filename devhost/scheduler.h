@@ -320,6 +320,7 @@ class Scheduler {
     void Fire(Alarm &alarm);
     void Unqueue(Job &job);
     void RunJob(SchedulerLock &lock, Job &job);
+    void JobHasRun(Job &job, uint64_t startings);
     bool HasTimer();
     static void TimerMain(void *scheduler);
     void TimerLoop();

@@ -83,8 +83,8 @@ typedef struct DxrHostTaskOptions {
 DXR_API uint32_t DxrHostGetTaskId(DxrHost *host);
 
 /* Waits until a task has ended; at most `ms` milliseconds of the host's clock. 0 when it has, or
- * when there is no such task; ETIMEDOUT; EDEADLK for the calling task itself; ENOMEM; ECANCELED
- * without a host, and when host or run end. */
+ * when there is no such task; ETIMEDOUT, for 0 also while the clock stands; EDEADLK for the calling
+ * task itself; ENOMEM; ECANCELED without a host, and when host or run end. */
 DXR_API uint32_t DxrHostJoinTask(DxrHost *host, uint32_t task, uint32_t ms);
 
 DXR_EXTERN_C_END

@@ -575,6 +575,50 @@ TEST_F(SteppedTime, AWaitWithoutATimeOutOfATimersFunctionIsReported) {
     EXPECT_EQ(DXR_DestroyMutex(of.mutex), 0U);
 }
 
+// Neither the clock nor whoever stops the timer waits for a thread that is gone.
+TEST_F(SteppedTime, ATimersFunctionMayEndItsThread) {
+    const Bounded bounded;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 5;
+    timer.repeats = 1;
+    timer.function = [](void *) { pthread_exit(nullptr); };
+    ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+    std::thread([this] { DxrHostAdvance(host, 5); }).join();
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 5000000U);
+    EXPECT_TRUE(DxrHostAdvance(host, 1));
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+}
+
+// While the clock stands, and on the thread that moves it, where a time-out is none.
+TEST_F(SteppedTime, AJoinThatMayNotWaitGivesATimeOutAtOnce) {
+    const Bounded bounded;
+    static std::atomic<bool> isOver;
+    static uint32_t id;
+    static uint32_t inFunction;
+    isOver = false;
+    inFunction = 0;
+    id = Spawn(
+        [](void *) {
+            while (!isOver) {
+                (void)usleep(1000);
+            }
+        },
+        nullptr);
+    EXPECT_EQ(DxrHostJoinTask(host, id, 0), static_cast<uint32_t>(ETIMEDOUT));
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 5;
+    timer.function = [](void *) { inFunction = DxrHostJoinTask(nullptr, id, 0); };
+    ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 5));
+    EXPECT_EQ(inFunction, static_cast<uint32_t>(ETIMEDOUT));
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE), std::vector<std::string>());
+    isOver = true;
+    EXPECT_EQ(DxrHostJoinTask(host, id, DXR_HOST_FOREVER), 0U);
+    EXPECT_EQ(DxrHostJoinTask(host, id, 0), 0U);
+}
+
 TEST_F(VirtualTime, AnExceptionOfATimersFunctionIsReported) {
     DxrHostTimer timer{};
     timer.size = sizeof(timer);
