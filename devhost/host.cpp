@@ -368,6 +368,10 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
     return leftovers;
 }
 
+const void **DxrHostCallerPlace(void) {
+    return &devhost::t_callerBehind;
+}
+
 uint64_t DxrHostGetLateCalls(void) {
     return devhost::g_lateCalls.load();
 }

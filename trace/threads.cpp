@@ -8,10 +8,14 @@
 #include <new>
 #include <utility>
 
+// Of the host that the program is linked with, if that is one which wants to know.
+extern "C" [[gnu::weak, gnu::visibility("default")]] const void **DxrHostCallerPlace();
+
 namespace dxr_trace {
 
 constinit thread_local ThreadRecord *t_record = nullptr;
 constinit thread_local uint32_t t_begunSession = 0;
+constinit thread_local const void **t_callerPlace = nullptr;
 constinit std::array<Histogram, kSlotCount> g_histograms = {};
 
 namespace {
@@ -81,6 +85,9 @@ ThreadRecord *TryMakeRecord() {
     }
     record->next = g_registry.first;
     g_registry.first = record;
+    if (DxrHostCallerPlace != nullptr) {
+        t_callerPlace = DxrHostCallerPlace();
+    }
     return record;
 }
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "formatted.h"
 #include "histogram.h"
@@ -50,6 +51,30 @@ struct ThreadRecord {
 
 // The calling thread's; null before its first call. Reached without a function call.
 extern constinit thread_local ThreadRecord *t_record [[gnu::tls_model("initial-exec")]];
+
+// Where the host keeps who called a slot on this thread; null when it does not say. What it would see
+// by itself is the trace.
+extern constinit thread_local const void **t_callerPlace [[gnu::tls_model("initial-exec")]];
+
+class CallerTold {
+  public:
+    explicit CallerTold(const void *caller)
+        : place_(t_callerPlace),
+          before_(place_ != nullptr ? std::exchange(*place_, caller) : nullptr) {}
+    ~CallerTold() {
+        if (place_ != nullptr) {
+            *place_ = before_;
+        }
+    }
+    CallerTold(const CallerTold &) = delete;
+    CallerTold &operator=(const CallerTold &) = delete;
+    CallerTold(CallerTold &&) = delete;
+    CallerTold &operator=(CallerTold &&) = delete;
+
+  private:
+    const void **const place_;
+    const void *const before_;
+};
 
 // The latest session that the calling thread has begun.
 extern constinit thread_local uint32_t t_begunSession [[gnu::tls_model("initial-exec")]];

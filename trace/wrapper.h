@@ -63,20 +63,22 @@ class Wrapper<kSlot, Result (*)(Args...)> {
         }
         ThreadRecord *const record = t_record;
         if (record == nullptr) [[unlikely]] {
-            return FirstCall(hook, args...);
+            return FirstCall(__builtin_return_address(0), hook, args...);
         }
-        return CountCall(*record, kSlot) ? CallAndNote(hook, args...) : hook(args...);
+        return CountCall(*record, kSlot) ? CallAndNote(__builtin_return_address(0), hook, args...)
+                                         : hook(args...);
     }
 
   private:
     using Function = Result (*)(Args...);
 
     // These stand apart, so that a call that is only counted needs no stack.
-    [[gnu::noinline]] static Result FirstCall(Function hook, Args... args) {
-        return CountCall(kSlot) ? CallAndNote(hook, args...) : hook(args...);
+    [[gnu::noinline]] static Result FirstCall(const void *caller, Function hook, Args... args) {
+        return CountCall(kSlot) ? CallAndNote(caller, hook, args...) : hook(args...);
     }
 
-    [[gnu::noinline]] static Result CallAndNote(Function hook, Args... args) {
+    [[gnu::noinline]] static Result CallAndNote(const void *caller, Function hook, Args... args) {
+        const CallerTold told(caller);
         if (g_state.mode.load(std::memory_order_relaxed) == Mode::kCalls) {
             const std::array<uint64_t, sizeof...(Args)> words = {ToWord(args)...};
             return Traced<kSlot>(words, nullptr, [&] { return CallHook(hook, words, args...); });
@@ -117,6 +119,7 @@ class Wrapper<kSlot, Result (*)(First, const char *, ...)> {
         if (mode == Mode::kOff || !CountCall(kSlot)) {
             return hook();
         }
+        const CallerTold told(__builtin_return_address(0));
         if (mode == Mode::kCalls) {
             const std::array<uint64_t, 2> words = {ToWord(first), ToWord(format)};
             return Traced<kSlot>(words, text.Get(), hook);

@@ -943,6 +943,8 @@ def DxrHostGetReportCount(host_: _Data, /) -> int:
     """uint32_t DxrHostGetReportCount(DxrHost *host)"""
 def DxrHostGetReport(host_: _Data, index_: int, report_: _Data, /) -> bool:
     """_Bool DxrHostGetReport(DxrHost *host, uint32_t index, DxrHostReport *report)"""
+def DxrHostCallerPlace() -> _Pointer:
+    """const void **DxrHostCallerPlace(void)"""
 def DxrHostFailNth(host_: _Data, point_: _Text, n_: int, onwards_: bool, /) -> None:
     """void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, _Bool onwards)"""
 def DxrHostFailShare(host_: _Data, point_: _Text, millionths_: int, /) -> None:
