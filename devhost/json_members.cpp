@@ -86,6 +86,9 @@ const JsonValue *Members::Find(const char *name) {
 
 void Members::RefuseOthers() const {
     for (const auto &[name, value] : object_.members) {
+        if (value.isAgain) {
+            throw Wrong{PointerTo(name), "is given twice"};
+        }
         if (!known_.contains(name)) {
             throw Wrong{PointerTo(name), "is not known"};
         }

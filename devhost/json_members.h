@@ -22,7 +22,8 @@ struct Wrong {
 // A whole number, or a text with one: decimal, or hexadecimal after "0x".
 std::optional<uint64_t> NumberOf(const JsonValue &value);
 
-// The members of an object; each is asked for by name, and others are refused.
+// The members of an object; each is asked for by name, and others are refused,
+// as is one that is given twice.
 class Members {
   public:
     Members(const JsonValue &object, std::string place);

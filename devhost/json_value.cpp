@@ -55,8 +55,10 @@ class Builder : public nlohmann::json_sax<nlohmann::json> {
         if (!open_.empty() && open_.back()->IsList()) {
             added = &open_.back()->list.emplace_back();
         } else if (!open_.empty()) {
-            added = &open_.back()->members[key_];
+            const auto [at, isNew] = open_.back()->members.try_emplace(key_);
+            added = &at->second;
             *added = {};
+            added->isAgain = !isNew;
         }
         added->kind = kind;
         return added;

@@ -21,6 +21,7 @@ struct JsonValue {
     };
 
     Kind kind = Kind::kOther;
+    bool isAgain = false;  // another member of the name stood before it in the object
     uint64_t number = 0;
     std::string text;
     std::vector<JsonValue> list;

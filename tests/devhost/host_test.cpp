@@ -76,6 +76,7 @@ TEST(HostOptions, AFaultyFileIsSaidWithItsPlace) {
     EXPECT_EQ(problem(std::string(1000000, '[')),
               "host.json:1:101: this is nested deeper than 100");
     EXPECT_EQ(problem("[]"), "host.json:1:1: the file must be an object");
+    EXPECT_EQ(problem(R"({"seed": 1, "seed": 2})"), "host.json:1:21: /seed: is given twice");
     EXPECT_EQ(problem(R"({"sede": 1})"), "host.json:1:10: /sede: is not known");
     EXPECT_EQ(problem(R"({"startSec": 4294967296})"),
               "host.json:1:14: /startSec: must be a whole number within its range");
