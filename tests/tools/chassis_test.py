@@ -297,6 +297,27 @@ def orders(lab, _):
     check(not list(lab.run.glob("dxrsh-chassis/*")), "files are left where it ran")
 
 
+def silent(lab, _):
+    """Nobody waits for a supervisor that is stopped; what it was told it does when it goes on."""
+    lab.write(lab.usual(1, "10"))
+    lab.start()
+    lab.status()
+    lab.process.send_signal(signal.SIGSTOP)
+    try:
+        asked = [subprocess.Popen([lab.dxrsh, "chassis", *words], env=lab.environment(), text=True,
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                 for words in (["status"], ["status", "--wait", "3000"], ["kill", "line1"],
+                               ["stop"])]
+        for each in asked:
+            out, err = each.communicate(timeout=LIMIT)
+            check((each.returncode, out, err) == (1, "", "dxrsh: chassis lab does not answer\n"),
+                  f"{each.args}: {each.returncode} {out} {err}")
+    finally:
+        lab.process.send_signal(signal.SIGCONT)
+    check(lab.process.wait(LIMIT) in (0, 1), lab.output())
+    lab.expect_nothing_left()
+
+
 def shells(lab, _):
     """Messages that the file names are lost and no others; and a board that is poked at."""
     pulse = 0x50554C
@@ -474,6 +495,10 @@ def endings(lab, options):
     lab.write([dict(board, arguments=["500"])], stopMs=300)
     lab.start()
     lab.stop()
+    # Longer than an answer is waited for.
+    lab.write([dict(board, arguments=["5500"])], stopMs=20000)
+    lab.start()
+    lab.stop()
     lab.write([dict(board, arguments=["stuck"])], stopMs=300)
     lab.start()
     lab.fails(1, "a board did not end well", "stop")
@@ -578,12 +603,39 @@ def logs(lab, options):
     numbers = [int(line.split()[1]) for part in parts for line in part.splitlines()]
     check(numbers == list(range(4000 - len(numbers), 4000)), "lines are lost")
     check(len(numbers) < 4000, "nothing was dropped")
-    words = re.search(r"main: died by signal 6: (.*)", lab.output())
+    words = re.search(r"main: died by signal 6: (.*): line 3999$", lab.output(), re.M)
     check(words and "line 3999 " in pathlib.Path(words[1]).read_text(encoding="ascii"),
           f"the last words are elsewhere: {lab.output()}")
     lab.fails(1, "a board did not end well", "stop")  # it waited to be started again
     lab.process.wait(LIMIT)
     lab.expect_nothing_left()
+
+
+def full(lab, options):
+    """A log that cannot be written is told once."""
+    work = lab.top / "work/main"
+    work.mkdir(parents=True)
+    (work / "board.log").symlink_to("/dev/full")
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["noisy"])],
+              heartBeatMs=10, mostRestartMs=3600000, restartMs=3600000)
+    lab.process = subprocess.Popen([lab.dxrsh, "chassis", str(lab.file)], env=lab.environment(),
+                                   stdout=open(lab.top / "out", "wb"), cwd=lab.top)
+    await_that(lambda: "is started again" in lab.output(), "its death", lab.state)
+    said = re.findall("main: (.*board.log could not be written.*)", lab.output())
+    check(said == [f"{work}/board.log could not be written: No space left on device"], str(said))
+    lab.fails(1, "a board did not end well", "stop")
+    lab.process.wait(LIMIT)
+    lab.expect_nothing_left()
+
+
+def leftover(lab, options):
+    """What a board leaves behind is in its last words."""
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["leaves"])])
+    status, out, _ = lab.call(str(lab.file))
+    check(status == 1 and re.search("main: ended, and left something behind: .*/board.log: .*100 "
+                                    "bytes of module 7", out), f"{status} {out}")
 
 
 def descriptors(lab, options):
@@ -641,10 +693,11 @@ def keys(lab, _):
     boards = lab.usual(2, "10")
     boards[0].update(address=f"tcp://127.0.0.1:{port}", machine="left")
     boards[1].update(address=f"tcp://127.0.0.1:{port + 1}", machine="right")
+    lab.write(boards, keys="none/keys")
+    lab.fails(1, "none/keys: No such file", "keys", str(lab.file))
     lab.write(boards, keys="keys")
-    lab.fails(1, "main.secret: No such file", "keys", str(lab.file))
-    (lab.top / "keys").mkdir()
     check(lab.ask("keys", str(lab.file)) == "main: made\nline1: made\nline2: made\n", "keys")
+    check((lab.top / "keys").stat().st_mode & 0o777 == 0o700, "others can look at the keys")
     check(lab.ask("keys", str(lab.file)).count("has keys") == 3, "keys are made anew")
     secret = lab.top / "keys/line1.secret"
     public = lab.top / "keys/line1.public"
@@ -742,9 +795,11 @@ def main():
                         help="the module of tests/tools/modules, for tests that need one")
     options = parser.parse_args()
     failed = 0
-    for test in (orders, shells, own_tree, orphans, read_once, begin_again, inherited, endings,
-                 resets, deaths, words, logs, descriptors, paths, keys, files, storm):
-        needs_other = test in (descriptors, endings, logs, orphans, own_tree, resets, words)
+    for test in (orders, silent, shells, own_tree, orphans, read_once, begin_again, inherited,
+                 endings, resets, deaths, words, logs, full, leftover, descriptors, paths, keys,
+                 files, storm):
+        needs_other = test in (descriptors, endings, full, leftover, logs, orphans, own_tree,
+                               resets, words)
         if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue
         began = time.monotonic()

@@ -47,7 +47,7 @@ ChassisBeat BeatOf(DxrHost *host) {
             messages.taken,    chassis.acknowledged,
             messages.timedOut, messages.simulated + messages.filtered + messages.lost,
             messages.refused,  chassis.unreached,
-            chassis.cutOff};
+            chassis.cutOff,    0};
 }
 
 // Says that the board lives, does what it is told, and keeps its log short. Without its starter the
@@ -78,14 +78,20 @@ class Control {
   private:
     void Serve() {
         while (!isOver_) {
-            const ChassisBeat beat = BeatOf(host_);
-            (void)send(kControlFd, &beat, sizeof(beat), MSG_DONTWAIT | MSG_NOSIGNAL);
+            Beat();
             pollfd watched{kControlFd, POLLIN, 0};
             if (poll(&watched, 1, beatMs_) > 0) {
                 TakeOrder();
             }
             log_.Look();
         }
+        Beat();
+    }
+
+    void Beat() {
+        ChassisBeat beat = BeatOf(host_);
+        beat.logError = static_cast<uint64_t>(log_.Error());
+        (void)send(kControlFd, &beat, sizeof(beat), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
 
     void TakeOrder() {

@@ -82,6 +82,12 @@ std::string ReadSecretKey(const std::string &directory, const std::string &board
     return secret;
 }
 
+void MakeKeyDirectory(const std::string &directory) {
+    if (mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        throw RunError(directory + ": " + ErrorText(errno));
+    }
+}
+
 bool MakeKeys(const std::string &directory, const std::string &board) {
     const std::string secretPath = PathOf(directory, board, ".secret");
     const std::string publicPath = PathOf(directory, board, ".public");

@@ -110,6 +110,14 @@ LastWords LastWordsSince(const LogPlace &start, const std::string &directory) {
     return {latest, {}};
 }
 
+// The module may print to elsewhere meanwhile.
+bool OwnLog::IsAt(int fd) const {
+    struct stat log {};
+    struct stat found {};
+    return fstatat(directory_.Get(), kName, &log, 0) == 0 && fstat(fd, &found) == 0 &&
+           found.st_dev == log.st_dev && found.st_ino == log.st_ino;
+}
+
 OwnLog::OwnLog(const std::string &directory, const ChassisLog &limits)
     : directory_(OpenDirectory(directory)), limits_(limits) {
 }
@@ -119,13 +127,8 @@ void OwnLog::Look() {
     if (fstatat(directory_.Get(), kName, &log, 0) != 0 || !IsLong(log, limits_)) {
         return;
     }
-    // The module may print to elsewhere meanwhile.
-    const auto isLog = [&log](int fd) {
-        struct stat found {};
-        return fstat(fd, &found) == 0 && found.st_dev == log.st_dev && found.st_ino == log.st_ino;
-    };
-    const bool isOut = isLog(STDOUT_FILENO);
-    const bool isError = isLog(STDERR_FILENO);
+    const bool isOut = IsAt(STDOUT_FILENO);
+    const bool isError = IsAt(STDERR_FILENO);
     if (!isOut && !isError) {
         return;
     }
@@ -144,6 +147,18 @@ void OwnLog::Look() {
     if (isError) {
         (void)dup2(next.Get(), STDERR_FILENO);
     }
+}
+
+int OwnLog::Error() {
+    for (std::FILE *const stream : {stdout, stderr}) {
+        // Without its lock, which one that writes may keep.
+        const int fd = stream == stdout ? STDOUT_FILENO : STDERR_FILENO;
+        if (error_ == 0 && ferror_unlocked(stream) != 0 && IsAt(fd)) {
+            // The stream does not know why. An end of line, where there is room again.
+            error_ = write(fd, "\n", 1) < 0 ? errno : EIO;
+        }
+    }
+    return error_;
 }
 
 }  // namespace dxrsh

@@ -39,11 +39,16 @@ class OwnLog {
 
     // Begins another file when this one has become too long.
     void Look();
+    // Why it could not be written, a number of <errno.h>; 0 as long as it could.
+    [[nodiscard]] int Error();
 
   private:
+    [[nodiscard]] bool IsAt(int fd) const;
+
     const Descriptor directory_;  // the module may change the current one
     const ChassisLog limits_;
     bool hasFailed_ = false;
+    int error_ = 0;
 };
 
 }  // namespace dxrsh

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@ namespace {
 constexpr const char *kLock = "/lock";
 constexpr const char *kSocket = "/control";
 constexpr int kMostClients = 16;
+constexpr int kSilenceMs = 5000;
 
 std::string ErrorText(int error) {
     return std::generic_category().message(error);
@@ -110,6 +112,23 @@ std::string TheRunningOne() {
     return names[0];
 }
 
+[[noreturn]] void BlameSilence(const std::string &name) {
+    throw NoAnswer("chassis " + name + " does not answer");
+}
+
+// Whether a chassis that has more to do than to answer still does that. One that has ended says so
+// by itself.
+bool IsAtWork(const std::string &name) {
+    try {
+        (void)AskChassis(name, "ready");
+    } catch (const NoAnswer &) {
+        return false;
+    } catch (const RunError &) {
+        return true;
+    }
+    return true;
+}
+
 }  // namespace
 
 std::string ChassisDirectory(const std::string &name) {
@@ -156,6 +175,9 @@ ChassisPlace::~ChassisPlace() {
 std::string AskChassis(const std::string &name, const std::string &command) {
     const std::string asked = name.empty() ? TheRunningOne() : name;
     const Descriptor connection = ConnectTo(ChassisDirectory(asked) + kSocket);
+    if (!connection && errno == EAGAIN) {
+        BlameSilence(asked);  // others wait already
+    }
     if (!connection) {
         throw RunError("chassis " + asked + " does not run");
     }
@@ -167,6 +189,13 @@ std::string AskChassis(const std::string &name, const std::string &command) {
     std::string answer;
     std::array<char, 4096> part{};
     for (;;) {
+        pollfd watched{connection.Get(), POLLIN, 0};
+        if (poll(&watched, 1, kSilenceMs) == 0) {
+            if (command != kStopChassis || !IsAtWork(asked)) {
+                BlameSilence(asked);
+            }
+            continue;
+        }
         const ssize_t bytes = recv(connection.Get(), part.data(), part.size(), 0);
         if (bytes < 0 && errno == EINTR) {
             continue;

@@ -32,8 +32,12 @@ class ChassisPlace {
     Descriptor listener_;
 };
 
+// The command whose answer is the end.
+constexpr const char *kStopChassis = "stop";
+
 // Sends a command to a running chassis, and gives its answer. The name may be empty: the one that
-// runs. Throws RunError when there is none, or more than one.
+// runs. Throws RunError when there is none, or more than one, and NoAnswer when it is silent for
+// seconds, as one that is stopped; for the end of a chassis it is waited as long as that lives.
 [[nodiscard]] std::string AskChassis(const std::string &name, const std::string &command);
 
 // The address of a board that the file gives none.

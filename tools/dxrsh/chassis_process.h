@@ -24,6 +24,7 @@ struct ChassisBeat {
     uint64_t refused;    // nobody was there, or there was no room
     uint64_t unreached;  // their board was not there
     uint64_t cutOff;
+    uint64_t logError;  // why its log could not be written; 0 as long as it could
 };
 
 // What a board is told, a byte each.

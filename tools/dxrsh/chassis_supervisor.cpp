@@ -117,6 +117,7 @@ struct Board {
     uint32_t quickDeaths = 0;  // one after the other
     bool hasBeat = false;
     uint64_t beatMs = 0;
+    bool hasToldOfLog = false;
     ChassisBeat beat{};
     uint64_t awaitedMs = 0;  // since when it is waited for a beat
     uint64_t workNs = 0;     // what it had used when that began, or the wait for its end
@@ -351,7 +352,7 @@ class Supervisor {
             board.state = isStopping_ ? State::kStopped : State::kDone;
             isWell_ = isWell_ && code == 0;
             Tell(board, "{}",
-                 code == 0 ? "ended" : "ended, and left something behind: " + Log(board));
+                 code == 0 ? "ended" : "ended, and left something behind: " + LogAndWords(board));
             return;
         }
         ++board.deaths;
@@ -360,8 +361,7 @@ class Supervisor {
             isWell_ = false;
         }
         if (!hasExited) {
-            const int by = WTERMSIG(status);
-            Tell(board, "died by signal {}{}", by, by == SIGKILL ? "" : ": " + Log(board));
+            Tell(board, "died by signal {}: {}", WTERMSIG(status), LogAndWords(board));
         } else if (code == kExitReset) {
             Tell(board, "was reset: {}", LogAndWords(board));
         } else if (code == kExitUsage || code == kExitNoProgram) {
@@ -380,10 +380,7 @@ class Supervisor {
     [[nodiscard]] std::string Work(const Board &board) const {
         return chassis_.work + "/" + board.given->name;
     }
-    [[nodiscard]] std::string Log(const Board &board) const {
-        return LastWordsSince(board.start, Work(board)).path;
-    }
-    // The same with its last line, which often says why.
+    // Its log with its last line, which often says why.
     [[nodiscard]] std::string LogAndWords(const Board &board) const {
         const LastWords last = LastWordsSince(board.start, Work(board));
         return last.path + ": " +
@@ -401,6 +398,11 @@ class Supervisor {
                 BeginToWait(board, board.beatMs);
             }
             board.hasBeat = true;
+            if (beat.logError != 0 && !board.hasToldOfLog) {
+                board.hasToldOfLog = true;
+                Tell(board, "{}/board.log could not be written: {}", Work(board),
+                     std::generic_category().message(static_cast<int>(beat.logError)));
+            }
             if (board.state == State::kStarting) {
                 board.state = State::kRunning;
             }
@@ -622,7 +624,7 @@ class Supervisor {
             return true;
         }
         const std::string command = client.asked.substr(0, end);
-        if (command == "stop") {
+        if (command == kStopChassis) {
             client.waitsForEnd = true;
             client.dueMs = kNever;
             BeginStop();

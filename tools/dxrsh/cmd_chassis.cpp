@@ -66,6 +66,8 @@ void AwaitBoards(const std::string &name, uint32_t seconds) {
         try {
             (void)Ask(name, "ready");
             return;
+        } catch (const NoAnswer &) {
+            throw;
         } catch (const RunError &) {
             if (left == 0) {
                 throw;
@@ -87,6 +89,7 @@ void RunKeys(const ChassisOptions &options) {
     if (chassis.keys.empty()) {
         throw UsageError(options.supervisor.file + ": names no directory for keys");
     }
+    MakeKeyDirectory(chassis.keys);
     for (const ChassisBoard &board : chassis.boards) {
         const bool isNew = MakeKeys(chassis.keys, board.name);
         WriteOut(board.name + (isNew ? ": made\n" : ": has keys\n"));
@@ -191,10 +194,12 @@ void AddChassisCommand(CLI::App &program) {
     AddOrder(*command, options, "join", "Joins boards again that were cut off");
     CLI::App *const stop =
         AddCommand(*command, options, "stop", "Ends all boards, and waits for that");
-    stop->callback([options] { (void)Ask(options->name, "stop"); });
+    stop->callback([options] { (void)Ask(options->name, kStopChassis); });
     CLI::App *const keys = command->add_subcommand("keys", "Makes keys for boards that have none");
-    Describe(*keys, "The file names the directory; a board's are BOARD.public and BOARD.secret.",
-             {"dxrsh chassis keys lab.json", "mkdir -m 700 keys && dxrsh chassis keys lab.json"});
+    Describe(
+        *keys,
+        "The file names the directory, which is made; a board's are BOARD.public and BOARD.secret.",
+        {"dxrsh chassis keys lab.json", "dxrsh chassis keys lab.json && dxrsh chassis lab.json"});
     keys->add_option("FILE", options->supervisor.file, "The chassis file")->required();
     keys->callback([options] { RunKeys(*options); });
     CLI::App *const shell =

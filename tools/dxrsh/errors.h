@@ -24,6 +24,12 @@ class FileError : public RunError {
     using RunError::RunError;
 };
 
+// Another process that is asked something does not answer.
+class NoAnswer : public RunError {
+  public:
+    using RunError::RunError;
+};
+
 // A line is longer than it may be.
 class LineTooLong : public RunError {
   public:

@@ -4,7 +4,8 @@
  * child that tells how many descriptors it may open, and stays for ever. With "tree" it has a
  * message filter tree of its own, by which two messages of kind 19 to it are lost. With "reset" it
  * is reset at once, but once only, and its log would turn a terminal red. With "mute" it fails at
- * once: with a line the first time, in the middle of one the second time, then without a word. */
+ * once: with a line the first time, in the middle of one the second time, then without a word.
+ * With "leaves" it ends at once and leaves memory behind. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -80,6 +81,10 @@ int DxrModuleMain(int argc, char **argv) {
     }
     if (strcmp(word, "noisy") == 0) {
         PrintAndDie();
+    }
+    if (strcmp(word, "leaves") == 0) {
+        (void)DXR_Malloc(7, 100, __FILE__, __LINE__);
+        return 0;
     }
     if (strcmp(word, "forks") == 0) {
         HaveChild();
