@@ -251,6 +251,53 @@ TEST(DxrshRun, TheTextIsToldBeforeARecordingThatCannotBeWritten) {
     EXPECT_TRUE(Holds(read.err, "has no end after ")) << read.err;
 }
 
+TEST(DxrshRun, ASeedHasAllItsBits) {
+    const TemporaryDirectory directory;
+    const Outcome outcome =
+        RunWorker({"--seed", "18446744073709551615", "--report", directory.Path("page.html")});
+    EXPECT_EQ(0, outcome.status) << outcome.err;
+    EXPECT_TRUE(Holds(directory.Read("page.html"), "seed 18446744073709551615."));
+}
+
+// What it has suppressed nobody knows then.
+TEST(DxrshRun, AFilterThatHasEndedIsTold) {
+    const TemporaryDirectory directory;
+    const std::string page = directory.Path("page.html");
+    const Outcome outcome = RunWorker({"--report", page}, {"unfiltered"});
+    EXPECT_TRUE(Holds(outcome.out,
+                      "log lines: 1 let through, suppressed unknown: the log filter has ended\n"))
+        << outcome.out;
+    EXPECT_TRUE(Holds(directory.Read("page.html"), "unknown: the log filter has ended"));
+    const Outcome json = RunWorker({"--json"}, {"unfiltered"});
+    EXPECT_TRUE(Holds(json.out, R"("lines_let_through":1,"lines_suppressed":null,)")) << json.out;
+}
+
+// As on a full disk.
+TEST(DxrshRun, NoPartOfAPageStays) {
+    const TemporaryDirectory directory;
+    rlimit before{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+    auto *const handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(
+        0, RunWorker({"--report", directory.Path("whole.html"), "--trace", directory.Path("trace")})
+               .status);
+    const std::string whole = directory.Read("whole.html");
+    const std::string trace = directory.Read("trace");
+    std::filesystem::create_symlink("page.html", directory.Path("link.html"));
+    ASSERT_LT(trace.size(), whole.size());
+    const rlimit small = {whole.size() - 1, before.rlim_max};
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
+    const Outcome page = RunWorker({"--report", directory.Path("page.html")});
+    const Outcome link = RunWorker({"--report", directory.Path("link.html")});
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &before));
+    (void)std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(2, page.status);
+    EXPECT_EQ("dxrsh: " + directory.Path("page.html") + ": File too large\n", page.err);
+    EXPECT_EQ(2, link.status);
+    EXPECT_FALSE(std::filesystem::exists(directory.Path("page.html")));
+    EXPECT_TRUE(std::filesystem::is_symlink(directory.Path("link.html")));
+}
+
 TEST(DxrshRun, NothingRunsWhereThereIsNoFolder) {
     const TemporaryDirectory directory;
     const std::string file = directory.Write("file", "text");
@@ -336,6 +383,7 @@ TEST(DxrshRun, WhatCannotBeRunGivesTwo) {
                 missing + "/x: No such file or directory");
     EXPECT_EQ(2, RunDxrsh({"run", "--clock", "slow", kWorker}).status);
     EXPECT_EQ(2, RunDxrsh({"run", "--seed", "-1", kWorker}).status);
+    EXPECT_EQ(2, RunDxrsh({"run", "--seed", "18446744073709551616", kWorker}).status);
     EXPECT_EQ(2, RunDxrsh({"run", "--fast", kWorker}).status);
 }
 

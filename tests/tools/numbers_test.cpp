@@ -9,6 +9,7 @@
 
 namespace {
 
+using dxrsh::LongWholeNumber;
 using dxrsh::RequireNumber;
 using dxrsh::Split;
 using dxrsh::WholeNumber;
@@ -19,6 +20,14 @@ TEST(WholeNumber, DecimalAndHexadecimal) {
     EXPECT_EQ(WholeNumber("4294967295"), 4294967295U);
     EXPECT_EQ(WholeNumber("0x1f"), 31U);
     EXPECT_EQ(WholeNumber("0xFFFFFFFF"), 4294967295U);
+}
+
+TEST(WholeNumber, OfMoreBitsWhereTheyFit) {
+    EXPECT_EQ(WholeNumber("4294967296"), std::nullopt);
+    EXPECT_EQ(LongWholeNumber("4294967296"), uint64_t{1} << 32U);
+    EXPECT_EQ(LongWholeNumber("0xFFFFFFFFFFFFFFFF"), UINT64_MAX);
+    EXPECT_EQ(LongWholeNumber("18446744073709551616"), std::nullopt);
+    EXPECT_EQ(LongWholeNumber("-1"), std::nullopt);
 }
 
 TEST(WholeNumber, NothingElse) {

@@ -94,6 +94,15 @@ bool IsSameFile(const std::string &a, const std::string &b) {
                       S_ISREG(ofA.st_mode) && ofA.st_dev == ofB.st_dev && ofA.st_ino == ofB.st_ino);
 }
 
+// What a link leads to, not the link.
+void RemoveFile(const std::string &path) {
+    std::error_code error;
+    const std::filesystem::path file = std::filesystem::canonical(path, error);
+    if (!error) {
+        (void)std::filesystem::remove(file, error);
+    }
+}
+
 // One run. The steps stand in the order in which they are called.
 class Run {
   public:
@@ -289,9 +298,14 @@ class Run {
         std::FILE *const file = std::fopen(options_.page.c_str(), "w");
         int error = errno;
         if (file != nullptr) {
+            struct stat made {};
+            const bool isFile = fstat(fileno(file), &made) == 0 && S_ISREG(made.st_mode);
             error = std::fwrite(page.data(), 1, page.size(), file) == page.size() ? 0 : errno;
             if (std::fclose(file) != 0 && error == 0) {
                 error = errno;
+            }
+            if (error != 0 && isFile) {
+                RemoveFile(options_.page);  // a part of it would pass for the whole
             }
         }
         if (error != 0) {

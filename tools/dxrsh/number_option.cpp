@@ -11,9 +11,9 @@
 
 namespace dxrsh {
 
-CLI::Validator AsWholeNumber(uint32_t least, uint32_t most) {
+CLI::Validator AsWholeNumber(uint64_t least, uint64_t most) {
     const auto toDecimal = [least, most](std::string &text) {
-        const auto number = WholeNumber(text);
+        const auto number = LongWholeNumber(text);
         if (!number || *number < least || *number > most) {
             return NoWholeNumber(text, least, most);
         }

@@ -11,10 +11,10 @@
 
 namespace dxrsh {
 
-// To be an option's transform: takes what WholeNumber() takes within these bounds, and nothing
+// To be an option's transform: takes what LongWholeNumber() takes within these bounds, and nothing
 // else. CLI11 by itself takes 010 for 8 and an empty text for 0.
-[[nodiscard]] CLI::Validator AsWholeNumber(uint32_t least = 0,
-                                           uint32_t most = std::numeric_limits<uint32_t>::max());
+[[nodiscard]] CLI::Validator AsWholeNumber(uint64_t least = 0,
+                                           uint64_t most = std::numeric_limits<uint32_t>::max());
 
 // To be an option's check.
 [[nodiscard]] CLI::Validator OneOf(std::vector<std::string> words);

@@ -13,18 +13,27 @@ namespace {
 
 constexpr size_t kShownWidth = 60;
 
-}  // namespace
-
-std::optional<uint32_t> WholeNumber(std::string_view text) {
+template <typename Number>
+std::optional<Number> NumberIn(std::string_view text) {
     const bool hexadecimal = text.substr(0, 2) == "0x";
     const std::string_view digits = hexadecimal ? text.substr(2) : text;
-    uint32_t value = 0;
+    Number value = 0;
     const char *const end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, value, hexadecimal ? 16 : 10);
     return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
 }
 
-std::string NoWholeNumber(std::string_view text, uint32_t least, uint32_t most) {
+}  // namespace
+
+std::optional<uint32_t> WholeNumber(std::string_view text) {
+    return NumberIn<uint32_t>(text);
+}
+
+std::optional<uint64_t> LongWholeNumber(std::string_view text) {
+    return NumberIn<uint64_t>(text);
+}
+
+std::string NoWholeNumber(std::string_view text, uint64_t least, uint64_t most) {
     return fmt::format("'{}' is no whole number from {} to {}", Printable(text, kShownWidth), least,
                        most);
 }

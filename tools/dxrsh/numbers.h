@@ -15,9 +15,12 @@ namespace dxrsh {
 // bits.
 [[nodiscard]] std::optional<uint32_t> WholeNumber(std::string_view text);
 
+// The same of 64 bits.
+[[nodiscard]] std::optional<uint64_t> LongWholeNumber(std::string_view text);
+
 // What is wrong with a text that is no such number.
-[[nodiscard]] std::string NoWholeNumber(std::string_view text, uint32_t least = 0,
-                                        uint32_t most = std::numeric_limits<uint32_t>::max());
+[[nodiscard]] std::string NoWholeNumber(std::string_view text, uint64_t least = 0,
+                                        uint64_t most = std::numeric_limits<uint32_t>::max());
 
 // As above. Throws UsageError; `what` names the number in its text.
 [[nodiscard]] uint32_t RequireNumber(std::string_view text, std::string_view what);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <system_error>
 #include <vector>
 
@@ -28,7 +29,7 @@ void AddRunHostOptions(CLI::App &command, RunHostOptions &options) {
     command
         .add_option("--seed", options.seed,
                     "Of the order of tasks and of what chance does (default 1)")
-        ->transform(AsWholeNumber())
+        ->transform(AsWholeNumber(0, std::numeric_limits<uint64_t>::max()))
         ->type_name("N");
     command.add_option("--work", options.work, "The work path")->type_name("DIRECTORY");
     command.add_flag("--allow-outside", options.allowOutside,
@@ -83,6 +84,8 @@ void TakeRecords(RunReport &report) {
 }
 
 void TakeSuppressed(RunReport &report) {
+    // The end of the store leaves the handles of its mutexes.
+    report.hasFilterEnded = g_dxrLogFilterInfo == nullptr && g_dxrLogFilterMutex[0] != nullptr;
     for (uint32_t type = 0; type < DXR_LOG_FILTER_TYPE_NUM; ++type) {
         const DxrLogFilterInfo *const ring = DXR_GetLogFilter(type);
         if (ring == nullptr || ring->entries == nullptr) {

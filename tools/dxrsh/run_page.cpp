@@ -303,7 +303,9 @@ std::string LogLines(const RunReport &report) {
         "<h2>Log lines</h2>\n" +
         Bars("Log lines let through and suppressed",
              {{"let through", report.linesLetThrough, std::to_string(report.linesLetThrough)},
-              {"suppressed", report.linesSuppressed, std::to_string(report.linesSuppressed)}});
+              {"suppressed", report.linesSuppressed,
+               report.hasFilterEnded ? "unknown: the log filter has ended"
+                                     : std::to_string(report.linesSuppressed)}});
     if (!report.lines.empty()) {
         page += report.lines.size() < report.linesLetThrough
                     ? fmt::format("<p>The first {} of them:</p>\n", report.lines.size())

@@ -144,8 +144,10 @@ std::string UsedText(const RunReport &report) {
     for (const RunReport::Memory &memory : report.memory) {
         text += "  " + MemoryLine(memory);
     }
-    text += fmt::format("log lines: {} let through, {} suppressed\n", report.linesLetThrough,
-                        report.linesSuppressed);
+    text += fmt::format("log lines: {} let through, {}\n", report.linesLetThrough,
+                        report.hasFilterEnded
+                            ? std::string("suppressed unknown: the log filter has ended")
+                            : fmt::format("{} suppressed", report.linesSuppressed));
     text += fmt::format("records: {}\n", report.records.size());
     for (const RunReport::Record &record : report.records) {
         text += fmt::format("  {} x {}\n", record.count, OneLine(record.text));
@@ -192,9 +194,13 @@ std::string ReportJson(const RunReport &report) {
     AddCounts(json, "slots", calls);
     AddCounts(json, "empty_slots", report.unfilled);
     AddMemory(json, report);
-    json.Number("lines_let_through", report.linesLetThrough)
-        .Number("lines_suppressed", report.linesSuppressed)
-        .BeginList("records");
+    json.Number("lines_let_through", report.linesLetThrough);
+    if (report.hasFilterEnded) {
+        json.Null("lines_suppressed");
+    } else {
+        json.Number("lines_suppressed", report.linesSuppressed);
+    }
+    json.BeginList("records");
     for (const RunReport::Record &record : report.records) {
         json.BeginObject().Text("text", record.text).Number("count", record.count).EndObject();
     }

@@ -43,6 +43,7 @@ struct RunReport {
     uint64_t linesLetThrough = 0;
     std::vector<std::string> lines;  // the first of them
     uint64_t linesSuppressed = 0;    // repeats that the library's log filter counts
+    bool hasFilterEnded = false;     // then it counts none any more
     std::vector<Record> records;
     std::vector<DxrHostAlarm> alarms;
     std::vector<DxrHostReport> reports;

@@ -166,6 +166,9 @@ static void Logs(void) {
     for (int i = 0; i < 4; ++i) {
         DXR_SameLogFilter(&site, "port %d is <up> & \"well\"", 3);
     }
+    if (Has("unfiltered")) {
+        DXR_DestroyLogFilter();
+    }
     if (Has("words")) { /* that are no ASCII, and what is none at all */
         const DxrLogFilterCfg other = {0, 1, 2, 3, 5, 0};
         DXR_SameLogFilter(&other,
@@ -316,7 +319,9 @@ void DxrModuleEnd(void) {
     if (Has("alone")) {
         return;
     }
-    DXR_DestroyLogFilter();
+    if (!Has("unfiltered")) {
+        DXR_DestroyLogFilter();
+    }
     DXR_DestroyRecordInfo();
     if (g_mutex != NULL) {
         DXR_DestroyMutex(g_mutex);
