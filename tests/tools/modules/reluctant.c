@@ -83,8 +83,7 @@ int DxrModuleMain(int argc, char **argv) {
         PrintAndDie();
     }
     if (strcmp(word, "leaves") == 0) {
-        (void)DXR_Malloc(7, 100, __FILE__, __LINE__);
-        return 0;
+        return DXR_Malloc(7, 100, __FILE__, __LINE__) != NULL ? 0 : 1;
     }
     if (strcmp(word, "forks") == 0) {
         HaveChild();
