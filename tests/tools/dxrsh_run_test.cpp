@@ -278,17 +278,18 @@ TEST(DxrshRun, NoPartOfAPageStays) {
     rlimit before{};
     ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
     auto *const handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(
-        0, RunWorker({"--report", directory.Path("whole.html"), "--trace", directory.Path("trace")})
-               .status);
+    const Words words = {std::string(20000, 'x')};  // the page has them, the recording has not
+    const Words files = {"--report", directory.Path("whole.html"), "--trace",
+                         directory.Path("trace")};
+    ASSERT_EQ(0, RunWorker(files, words).status);
     const std::string whole = directory.Read("whole.html");
     const std::string trace = directory.Read("trace");
     std::filesystem::create_symlink("page.html", directory.Path("link.html"));
     ASSERT_LT(trace.size(), whole.size());
     const rlimit small = {whole.size() - 1, before.rlim_max};
     ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &small));
-    const Outcome page = RunWorker({"--report", directory.Path("page.html")});
-    const Outcome link = RunWorker({"--report", directory.Path("link.html")});
+    const Outcome page = RunWorker({"--report", directory.Path("page.html")}, words);
+    const Outcome link = RunWorker({"--report", directory.Path("link.html")}, words);
     ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &before));
     (void)std::signal(SIGXFSZ, handler);
     EXPECT_EQ(2, page.status);
