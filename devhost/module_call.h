@@ -18,8 +18,8 @@ constexpr uint32_t kThrown = ECANCELED;
 // For the handler of an exception: reports it. `what` says what function it left.
 void ReportException(Host &host, const char *service, const char *what, const void *function);
 
-// A thread's end is thrown without an object, which the undefined-behaviour sanitizer takes for a null
-// reference where it is caught.
+// A thread's end is thrown without an object, which the undefined-behaviour sanitizer takes for a
+// null reference where it is caught.
 #define DXR_ENDS_OF_THREADS_PASS __attribute__((no_sanitize("null")))
 
 // Calls a function of a module; `thrown` when an exception left it. Without a frame that owns

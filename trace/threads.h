@@ -52,8 +52,8 @@ struct ThreadRecord {
 // The calling thread's; null before its first call. Reached without a function call.
 extern constinit thread_local ThreadRecord *t_record [[gnu::tls_model("initial-exec")]];
 
-// Where the host keeps who called a slot on this thread; null when it does not say. What it would see
-// by itself is the trace.
+// Where the host keeps who called a slot on this thread; null when it does not say. What it would
+// see by itself is the trace.
 extern constinit thread_local const void **t_callerPlace [[gnu::tls_model("initial-exec")]];
 
 class CallerTold {

@@ -158,10 +158,10 @@ DXR_API uint32_t DxrHostGetReportCount(DxrHost *host);
  */
 DXR_API bool DxrHostGetReport(DxrHost *host, uint32_t index, DxrHostReport *report);
 
-/* For what stands in a slot before the host's function, as the tracing does when the program is linked
- * with both: where the calling thread keeps who called the slot. Store that return address there while
- * the host's function runs, and put back what was there after it. While it is null the host looks
- * at its own return address. Valid as long as the thread. */
+/* For what stands in a slot before the host's function, as the tracing does when the program is
+ * linked with both: where the calling thread keeps who called the slot. Store that return address
+ * there while the host's function runs, and put back what was there after it. While it is null the
+ * host looks at its own return address. Valid as long as the thread. */
 DXR_API const void **DxrHostCallerPlace(void);
 
 /* ---- Injected failures ------------------------------------------------------------------ */
