@@ -1,5 +1,7 @@
 #include "support/new_watch.h"
 
+#include <pthread.h>
+
 #include <cstdlib>
 #include <mutex>
 
@@ -54,6 +56,11 @@ struct Ledger {
 };
 
 constinit Ledger g_ledger = {};
+
+// A child process is not to wait for a thread of its parent's that was just allocating.
+[[maybe_unused]] const int g_isHeldInForks =
+    pthread_atfork([] { g_ledger.mutex.lock(); }, [] { g_ledger.mutex.unlock(); },
+                   [] { g_ledger.mutex.unlock(); });
 
 void *AllocateOrThrow(size_t size) {
     if (void *const block = g_ledger.Allocate(size)) {
