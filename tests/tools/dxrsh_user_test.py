@@ -110,6 +110,34 @@ class Logs(Case):
                     ["zstd", "-c"], input=marked, stdout=subprocess.PIPE, check=True).stdout)
                 self.assertEqual(run("filter", "--quiet", path)[1], b"a\n")
 
+    def test_what_cannot_be_unpacked_is_refused(self):
+        foreign = ((b"\xfd7zXZ\0\0\4", "compressed with xz", "xz -dc"),
+                   (b"BZh91AY&SY\xb5\xe0", "compressed with bzip2", "bzip2 -dc"),
+                   (b"BZh9\x17rE8P\x90\0\0\0\0", "compressed with bzip2", "bzip2 -dc"),
+                   (b"\x04\x22\x4d\x18d@\xa7", "compressed with lz4", "lz4 -dc"),
+                   (b"PK\3\4\n\0", "a zip archive", "unzip -p"),
+                   (b"LPKSHHRH\0\0", "a journal", "journalctl --file"))
+        for number, (begin, what, command) in enumerate(foreign):
+            path = self.file(f"log.{number}", begin + b"\nx\n")
+            for name in ("filter", "record"):
+                self.fails([name, "--quiet", path], 1, f"{path} is {what}; '{command} FILE' gives "
+                           "what can be read through a pipe")
+            self.fails(["filter", "--follow", path], 2,
+                       f"--follow: {path} is {what} and cannot be followed")
+            self.assertEqual(run("filter", "--quiet", stdin=begin + b"\n")[0], 1)
+        for text in (b"BZh", b"BZh9", b"BZh91AY&S?\n", b"BZhx1AY&SY\n", b"PK\n", b"LPKSHH", b"P",
+                     b"\xfd7zXZ"):
+            self.assertEqual(run("filter", "--quiet", stdin=text), (0, text, ""))
+
+    def test_an_expression_in_the_place_of_a_file_is_told(self):
+        log = self.file("log [1]", b"port 1\nport 2\n")
+        self.fails(["filter", "--mask", "[0-9]+", log], 2, "there is no file '[0-9]+'; as an "
+                   "expression it is told by --mask='[0-9]+'")
+        self.assertEqual(run("filter", "--quiet", "--mask", log)[1], b"port 1\n")
+        for mask, path in (("--mask=[0-9]+", "log[2]"), ("--mask", "log*")):
+            self.fails(["filter", mask, self.path(path)], 1,
+                       f"cannot open {self.path(path)}: No such file or directory")
+
     def test_a_line_without_end_is_told(self):
         self.fails(["filter", "/dev/zero"], 1,
                    "/dev/zero: line 1 is longer than 67108864 bytes; --longest BYTES allows more")
@@ -133,6 +161,23 @@ class Logs(Case):
         self.assertIn("dxrsh: no time stamp was recognised: the clock stood still; --stamp FORMAT "
                       "tells a form\n", run("filter", self.file("log", b"a\n"))[2])
         self.assertNotIn("no time stamp", run("filter", "--stamp", "none", stdin=b"a\n")[2])
+
+    def test_that_no_line_has_the_stamp_that_was_told_is_said(self):
+        log = self.file("log", b"21.11.2026 03:37:00 a\n")
+        for name in (["filter"], ["record"], ["fault", "--rule", "1,1"]):
+            err = run(*name, "--stamp", "%d.%m.%Y, %H:%M:%S", log)[2]
+            self.assertEqual(err.partition("\n")[0], "dxrsh: no line has a stamp as "
+                             "'%d.%m.%Y, %H:%M:%S' says: the clock stood still")
+        self.assertIn("dxrsh: no line has a stamp as '%H:%M\\x1b' says: the clock stood still\n",
+                      run("filter", "--stamp", "%H:%M\x1b", log)[2])
+
+    def test_a_form_that_begins_with_a_bracket_or_a_word_is_found_in_any_place(self):
+        for before, form, stamp in (("linkd: ", "[%d.%m.%Y %H:%M:%S]", "[21.11.2026 03:37:00]"),
+                                    ("linkd[7]:", "(%d.%m.%Y %H:%M)", "(21.11.2026 03:37)"),
+                                    ("x=1 ", "t=%d.%m.%Y-%H:%M:%S", "t=21.11.2026-03:37:00")):
+            log = self.file("log", f"{before}{stamp} down\n{before}{stamp} down\n".encode())
+            out = run("filter", "--stamp", form, log)[2]
+            self.assertIn("stamped        2 of 2  as given (" + form + ")", out)
 
     def test_the_stamps_of_all_files_are_told(self):
         nginx = self.file("nginx", b"2026/11/21 03:37:00 a\n")

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -57,10 +58,25 @@ void CheckDoubtful(const FilterOptions &options) {
     }
 }
 
+// The value of --mask stands behind a "=", since it may be left out: what stands behind a blank is
+// a file.
+void CheckMasks(const FilterOptions &options) {
+    const bool isPlain =
+        std::find(options.masks.begin(), options.masks.end(), "") != options.masks.end();
+    for (const std::string &path : options.log.paths) {
+        if (isPlain && path.find_first_of("[](){}+^$|\\") != std::string::npos &&
+            access(path.c_str(), F_OK) != 0) {
+            throw UsageError(fmt::format(
+                "there is no file '{0}'; as an expression it is told by --mask='{0}'", path));
+        }
+    }
+}
+
 void RunFilter(const FilterOptions &options) {
     if (options.key && !options.masks.empty()) {
         throw UsageError("--key and --mask: lines are compared in one way alone");
     }
+    CheckMasks(options);
     if (!options.doubtfulPath.empty()) {
         CheckDoubtful(options);
     }

@@ -26,6 +26,52 @@ constexpr std::string_view kGzipHead("\x1f\x8b", 2);
 constexpr std::string_view kMark("\xef\xbb\xbf", 3);
 constexpr std::string_view kZstdHead("\x28\xb5\x2f\xfd", 4);
 
+// What is no text either, and what makes one of it. Such files lie beside the logs that are read.
+struct Foreign {
+    std::string_view head;
+    const char *what;
+    const char *command;
+};
+constexpr std::array kForeign = {
+    Foreign{std::string_view("\xfd"
+                             "7zXZ\0",
+                             6),
+            "compressed with xz", "xz -dc"},
+    Foreign{"BZh", "compressed with bzip2", "bzip2 -dc"},
+    Foreign{"\x04\x22\x4d\x18", "compressed with lz4", "lz4 -dc"},
+    Foreign{"PK\x03\x04", "a zip archive", "unzip -p"},
+    Foreign{"LPKSHHRH", "a journal", "journalctl --file"},
+};
+constexpr size_t kMostHead = 10;  // of any of them
+
+// Text may begin with the letters of bzip2, but not go on as its blocks, or the end of none, do.
+bool IsBzip2(std::string_view head) {
+    constexpr size_t kLevel = 3;
+    constexpr size_t kBlock = 4;
+    return head.size() == kMostHead && head[kLevel] >= '1' && head[kLevel] <= '9' &&
+           (head.substr(kBlock) == "1AY&SY" || head.substr(kBlock) == "\x17\x72\x45\x38\x50\x90");
+}
+
+const Foreign *ForeignOf(std::string_view head) {
+    for (const Foreign &one : kForeign) {
+        if (head.starts_with(one.head) && (one.head != "BZh" || IsBzip2(head))) {
+            return &one;
+        }
+    }
+    return nullptr;
+}
+
+// Whether more bytes have to be seen to know.
+bool MayBecomeOther(std::string_view head) {
+    const auto goesOn = [head](std::string_view whole) {
+        return head.size() < whole.size() ? whole.starts_with(head) : false;
+    };
+    return goesOn(kGzipHead) || goesOn(kZstdHead) ||
+           (head.starts_with("BZh") && head.size() < kMostHead) ||
+           std::any_of(kForeign.begin(), kForeign.end(),
+                       [&](const Foreign &one) { return goesOn(one.head); });
+}
+
 std::string ErrorOf(int error) {
     return std::strerror(error);  // NOLINT(concurrency-mt-unsafe): dxrsh has one thread
 }
@@ -134,6 +180,10 @@ std::unique_ptr<Unpacked::Format> Unpacked::FormatOf(const std::string &head,
     if (head.starts_with(kGzipHead)) {
         return std::make_unique<Gzip>(name);
     }
+    if (const Foreign *foreign = ForeignOf(head); foreign != nullptr) {
+        throw RunError(fmt::format("{} is {}; '{} FILE' gives what can be read through a pipe",
+                                   name, foreign->what, foreign->command));
+    }
     if (!head.starts_with(kZstdHead)) {
         return nullptr;
     }
@@ -148,18 +198,14 @@ std::unique_ptr<Unpacked::Format> Unpacked::FormatOf(const std::string &head,
 // A pipe may give the first bytes one by one.
 size_t Unpacked::ReadFirst(char *buffer, size_t room) {
     size_t got = source_.Read(buffer, room);
-    while (got > 0 && got < kZstdHead.size() && got < room) {
-        const std::string_view head(buffer, got);
-        if (!kZstdHead.starts_with(head) && !kGzipHead.starts_with(head)) {
-            break;
-        }
+    while (got > 0 && got < room && MayBecomeOther(std::string_view(buffer, got))) {
         const size_t more = source_.Read(buffer + got, room - got);
         got += more;
         if (more == 0) {
             break;
         }
     }
-    format_ = FormatOf(std::string(buffer, std::min(got, kZstdHead.size())), source_.Name());
+    format_ = FormatOf(std::string(buffer, std::min(got, kMostHead)), source_.Name());
     if (format_ == nullptr) {
         return got;
     }
@@ -260,12 +306,14 @@ bool FollowedFile::Open() {
     if (fd_ < 0) {
         throw RunError(fmt::format("cannot open {}: {}", path_, ErrorOf(errno)));
     }
-    std::array<char, kZstdHead.size()> begin{};
+    std::array<char, kMostHead> begin{};
     const ssize_t count = pread(fd_, begin.data(), begin.size(), 0);
     const std::string_view head(begin.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
-    if (head.starts_with(kGzipHead) || head.starts_with(kZstdHead)) {
+    const Foreign *const foreign = ForeignOf(head);
+    if (head.starts_with(kGzipHead) || head.starts_with(kZstdHead) || foreign != nullptr) {
         (void)close(std::exchange(fd_, -1));
-        throw UsageError(fmt::format("--follow: {} is compressed and cannot be followed", path_));
+        throw UsageError(fmt::format("--follow: {} is {} and cannot be followed", path_,
+                                     foreign != nullptr ? foreign->what : "compressed"));
     }
     missing_ = 0;  // it may be gone again before the next look
     return true;

@@ -15,7 +15,8 @@
 namespace dxrsh {
 
 // Bytes as they are, unless they begin as those of gzip or zstd do: then what these hold, all parts
-// of it. Throws RunError, also for data that are damaged or end too early.
+// of it. Throws RunError, also for data that are damaged or end too early, and for those that begin
+// as other compressed files or a journal do.
 class Unpacked : public ByteSource {
   public:
     // `source` must outlive it.

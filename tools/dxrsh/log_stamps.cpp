@@ -49,6 +49,10 @@ bool IsWord(char c) {
     return IsDigit(c) || c == '_' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
+bool IsWithinWord(std::string_view line, size_t at) {
+    return at > 0 && IsWord(line[at - 1]) && IsWord(line[at]);
+}
+
 YearFinder YearsOf(const std::optional<int> &year) {
     return year ? YearFinder::FromYear(*year)
                 : YearFinder::Before(static_cast<uint32_t>(std::time(nullptr)));
@@ -156,8 +160,9 @@ void LogStamps::LearnColumns(std::string_view line, size_t from, bool afterPrior
         const size_t end = SkipWordFrom(line, at);
         for (size_t skip = 0; skip <= kLongestPrefix && at + skip < end; ++skip) {
             const char c = line[at + skip];
-            const bool begins = IsDigit(c) || (c >= 'A' && c <= 'Z');
-            if (begins && (at + skip == 0 || !IsWord(line[at + skip - 1]))) {
+            // A form of the user's may begin with whatever it likes, a bracket say.
+            const bool begins = formatOnly_ || IsDigit(c) || (c >= 'A' && c <= 'Z');
+            if (begins && !IsWithinWord(line, at + skip)) {
                 LearnAt(line, at + skip, {afterPriority, column, skip});
             }
         }
@@ -229,7 +234,7 @@ std::optional<size_t> LogStamps::StartOf(std::string_view line, const Place &pla
         at = SkipBlanksFrom(line, SkipWordFrom(line, at));
     }
     at += place.skip;
-    if (at >= line.size() || (at > 0 && IsWord(line[at - 1]))) {
+    if (at >= line.size() || IsWithinWord(line, at)) {
         return std::nullopt;
     }
     return at;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -58,6 +59,10 @@ class StampedLog {
     // Given out so far.
     [[nodiscard]] uint64_t Lines() const { return lines_; }
     [[nodiscard]] bool LooksForStamps() const { return options_.stamps.format != "none"; }
+    // Their form, if the user told it.
+    [[nodiscard]] const std::optional<std::string> &StampForm() const {
+        return options_.stamps.format;
+    }
 
   private:
     // One log.
