@@ -463,18 +463,19 @@ def slots_page(groups):
         f"<!-- {COMMAND} -->",
         "# The slots of the hook table",
         "",
-        "*Index* counts within the group, *slot* from the table's first. The fallback is what the "
-        "function",
-        "answers while the slot is empty. A dash stands where no function hands its arguments on "
-        "to the slot.",
+        "*Index* counts within the group, *slot* from the table's first; *member* is the slot's "
+        "name in `DxrHooks`.",
+        "The fallback is what the function answers while the slot is empty. A dash stands where no "
+        "function hands its",
+        "arguments on to the slot.",
     ]
     for group in groups:
         lines += ["", f"## {group.name}", "", f"{group.about} Reached with `{group.getter}`"]
         lines[-1] += f", declared in `dxr/{group.stem}.h`." if group.stem else "."
         lines += [
             "",
-            "| index | slot | prototype | fallback | what it does |",
-            "|---|---|---|---|---|",
+            "| index | slot | member | prototype | fallback | what it does |",
+            "|---|---|---|---|---|---|",
         ]
         for slot in group.slots:
             prototype, doc = f"`{slot.prototype}`", slot.doc
@@ -484,7 +485,8 @@ def slots_page(groups):
                 fallback, doc = "-", slot.doc or "-"
                 prototype = f"`{slot.hook} {slot.member}`"
             lines.append(
-                f"| {slot.index} | {group.first + slot.index} | {prototype} | {fallback} | {doc} |"
+                f"| {slot.index} | {group.first + slot.index} | `{group.member}.{slot.member}` "
+                f"| {prototype} | {fallback} | {doc} |"
             )
     return "\n".join(lines) + "\n"
 

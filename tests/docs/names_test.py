@@ -5,7 +5,8 @@
 
 Looks at the Markdown files and at the comments of include/. "DXR_HOST_MAP_..." and "DXR_LOGFILTER_"
 stand for the names that begin so. docs/names.md has every function whose name does not begin with
-DXR_, itself or how it begins. Each public name has a text where the reference site looks for one,
+DXR_, itself or how it begins. Slots that docs/guide-host.md names by member and by index are the
+same. Each public name has a text where the reference site looks for one,
 before it, beside it, or before those that it stands together with; and a header of more than
 dispatchers says what its functions cost.
 """
@@ -41,6 +42,26 @@ def unlisted(root, headers):
     plain = {stem for stem, _ in listed} - {"Dxr"}
     return [f"docs/names.md does not have {name}" for name in sorted(functions)
             if not name.startswith(("DXR_", *plain))], len(functions)
+
+
+def misplaced(root):
+    """Slots that the hosts' guide names by a member that stands at another index."""
+    page = (root / "docs/guide-host.md").read_text(encoding="utf-8")
+    places = {(group.lower() + "." + member, index) for group, member, index in re.findall(
+        r"^DXR_ASSERT_SLOT\(Dxr(\w+)Hooks, (\w+), (\d+)\);",
+        (root / "include/dxr/hooks.h").read_text(encoding="utf-8"), flags=re.MULTILINE)}
+    told = 0
+    wrong = []
+    for members, group, indices in re.findall(
+            r"((?:`\w+\.\w+`,? )+)\(([A-Z]\w+) ([\d, ]+)\)", page):
+        members, indices = re.findall(r"`(\S+)`", members), indices.split(", ")
+        told += len(indices)
+        if len(members) != len(indices):
+            wrong.append(f"docs/guide-host.md: {len(members)} members at {group} {indices}")
+        wrong += [f"docs/guide-host.md: {member} is not {group} {index}"
+                  for member, index in zip(members, indices)
+                  if not member.startswith(group.lower() + ".") or (member, index) not in places]
+    return wrong + ([] if told else ["docs/guide-host.md names no slots"])
 
 
 def reader(root):
@@ -113,6 +134,7 @@ def main(root):
               for path, declaration in without]
     wrong += [f"{path.relative_to(root)} does not say what its functions cost"
               for path, text in headers.items() if not costs(path, text)]
+    wrong += misplaced(root)
     left_out, functions = unlisted(root, headers)
     wrong += left_out
     print(*wrong, f"{mentioned} mentioned, {functions} functions, {names} names", sep="\n")
