@@ -52,6 +52,11 @@ class Usage(unittest.TestCase):
                 self.assertEqual(done.returncode, 2, done.stdout + done.stderr)
                 self.assertIn(script.name, done.stderr)
 
+    def test_a_stage_that_is_not_there_is_named(self):
+        done = self.run_script(SCRIPTS / "test", "text", "relase")
+        self.assertEqual(done.returncode, 2)
+        self.assertTrue(done.stderr.endswith("\nscripts/test: there is no stage 'relase'\n"))
+
     def test_demo_wants_a_file_that_can_be_read(self):
         done = self.run_script(SCRIPTS / "demo", "nofile")
         self.assertEqual(done.returncode, 1)
