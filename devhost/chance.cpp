@@ -1,7 +1,11 @@
 #include "chance.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
+#include <string>
 
+#include "fault_points.h"
 #include "host.h"
 
 namespace devhost {
@@ -88,9 +92,24 @@ FaultPoint &Chance::PointNamed(std::string_view name) {
 
 using devhost::ApiCall;
 
+namespace {
+
+// A name that no service knows never fails, and a test that sets it would test nothing.
+void RequirePoint(const ApiCall &call, const devhost::Place &place, const std::string &point) {
+    using devhost::kFaultPoints;
+    if (std::find(std::begin(kFaultPoints), std::end(kFaultPoints), point) ==
+        std::end(kFaultPoints)) {
+        call->reports.Add(DXR_HOST_REPORT_MISUSE, "host", place, "no such point",
+                          "there is no point \"" + point + "\"");
+    }
+}
+
+}  // namespace
+
 void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) try {
     const ApiCall call(host);
     if (call && point != nullptr) {
+        RequirePoint(call, {"DxrHostFailNth", __builtin_return_address(0)}, point);
         call->chance.PointNamed(point).FailNth(n, onwards);
     }
 } catch (const std::bad_alloc &) {
@@ -100,6 +119,7 @@ void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards) 
 void DxrHostFailShare(DxrHost *host, const char *point, uint32_t millionths) try {
     const ApiCall call(host);
     if (call && point != nullptr) {
+        RequirePoint(call, {"DxrHostFailShare", __builtin_return_address(0)}, point);
         call->chance.PointNamed(point).FailShare(millionths);
     }
 } catch (const std::bad_alloc &) {

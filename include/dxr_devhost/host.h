@@ -168,7 +168,8 @@ DXR_API const void **DxrHostCallerPlace(void);
 
 /* A point is a step that can be made to fail: "memory.allocate", "file.open", "file.read", ...;
  * each service names its own in its header. A point draws from a stream of its own, which the seed
- * and its name begin. Setting a point replaces what was set before; n = 0 or share = 0 ends it. */
+ * and its name begin. Setting a point replaces what was set before; n = 0 or share = 0 ends it. A
+ * name that no service has is reported as misuse. */
 
 /* Lets the n-th step from now on (1 is the next one) fail, and with `onwards` all after it. */
 DXR_API void DxrHostFailNth(DxrHost *host, const char *point, uint64_t n, bool onwards);

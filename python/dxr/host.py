@@ -40,6 +40,8 @@ def _options(clock, seed, given):
     """The options' record, and what keeps its texts."""
     options, kept = ffi.new("DxrHostOptions *"), []
     _interface.DxrHostInitOptions(options)
+    if clock not in CLOCKS:
+        raise ValueError(f"the host has no clock {clock!r}, only {', '.join(CLOCKS)}")
     options.clock, options.seed = CLOCKS[clock], seed
     fields = dict(ffi.typeof(options[0]).fields)
     for name, value in given.items():
@@ -126,13 +128,23 @@ class Host:
         """Moves a stepped clock."""
         return _interface.DxrHostAdvance(self._alive(), milliseconds)
 
+    @contextlib.contextmanager
+    def _raising_misuse(self):
+        """Raises what the host reports meanwhile as wrong in the call itself."""
+        before = len(self.reports)
+        yield
+        if len(self.reports) > before:
+            raise ValueError(self.reports.pop().text)
+
     def fail_nth(self, point, number, onwards=False):
         """Lets a step fail: `point` is "memory.allocate", "file.open", ...; 1 is the next one."""
-        _interface.DxrHostFailNth(self._alive(), point, number, onwards)
+        with self._raising_misuse():
+            _interface.DxrHostFailNth(self._alive(), point, number, onwards)
 
     def fail_share(self, point, share):
         """Lets each step fail with a probability."""
-        _interface.DxrHostFailShare(self._alive(), point, round(share * 1e6))
+        with self._raising_misuse():
+            _interface.DxrHostFailShare(self._alive(), point, round(share * 1e6))
 
 
 @dataclasses.dataclass(frozen=True)

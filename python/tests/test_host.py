@@ -29,7 +29,7 @@ def test_what_is_left_behind_fails():
 def test_options_are_checked():
     with pytest.raises(TypeError, match="no option 'colour'"):
         dxr.Host(colour=3)
-    with pytest.raises(KeyError):
+    with pytest.raises(ValueError, match="no clock 'lunar', only real, stepped, virtual"):
         dxr.Host(clock="lunar")
 
 
@@ -79,6 +79,14 @@ def test_a_fake_for_one_slot(dxr_host):
         assert dxr.DXR_Alarm(1, 2, 3, 4, None) == 9
     assert calls == [(1, 2, 3, 4, dxr.ffi.NULL)]
     assert dxr.DXR_Alarm(1, 2, 3, 4, None) != 9
+    assert "no severity or state" in dxr_host.reports.pop().text  # which 3 and 4 are not
+
+
+def test_a_point_that_is_not_there_is_refused(dxr_host):
+    with pytest.raises(ValueError, match='there is no point "memory.alocate"'):
+        dxr_host.fail_nth("memory.alocate", 1)
+    with pytest.raises(ValueError, match='there is no point "file.opn"'):
+        dxr_host.fail_share("file.opn", 0.5)
 
 
 def test_injected_failures(dxr_host):
@@ -141,7 +149,12 @@ def test_the_fixture_fails_a_test_that_leaves_something(pytester):
             dxr.DXR_Malloc(1, 64, "here.py", 3)
         def test_well(dxr_host, dxr_seed):
             assert dxr_seed in (3, 4)
+        def test_misuses(dxr_host):
+            dxr.DXR_UnlockMutex(dxr.ffi.NULL)
+        def test_wants_misuse(dxr_host):
+            dxr.DXR_UnlockMutex(dxr.ffi.NULL)
+            assert dxr_host.reports.pop().kind == "misuse"
     """)
     result = pytester.runpytest_subprocess("-p", "dxr.pytest_plugin", "--dxr-seed=3",
                                            "--dxr-seeds=2", "-p", "no:cacheprovider")
-    result.assert_outcomes(passed=4, errors=2)
+    result.assert_outcomes(passed=8, errors=4)

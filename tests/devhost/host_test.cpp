@@ -294,6 +294,17 @@ TEST_F(Host, WithoutASinkReportsAreMessages) {
 
 // --- The end
 
+TEST_F(Host, APointThatIsNotThereIsReported) {
+    DxrHostFailNth(host, "memory.allocate", 0, false);
+    DxrHostFailShare(host, "file.open", 0);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE), testing::IsEmpty());
+    DxrHostFailNth(host, "memory.alocate", 1, false);
+    DxrHostFailShare(host, "", 1);
+    EXPECT_THAT(
+        Texts(DXR_HOST_REPORT_MISUSE),
+        testing::ElementsAre("there is no point \"memory.alocate\"", "there is no point \"\""));
+}
+
 TEST_F(Host, TheEndListsWhatIsLeftBehind) {
     const TemporaryDirectory directory;
     const std::string path = directory.Write("data", "x");

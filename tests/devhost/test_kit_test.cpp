@@ -1,4 +1,5 @@
 // The kit for tests of modules: what it sees, and that it fails modules that deserve it.
+#include <gmock/gmock.h>
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -701,8 +702,12 @@ TEST(TestKit, APointThatTheBodyDoesNotComeByIsNotSurvived) {
     const AssertionResult result = SurvivesEach(
         "memory.alocate", [] { Give(Take(1)); }, false, &runs);
     EXPECT_FALSE(result);
-    EXPECT_EQ(std::string(result.message()), "the body takes no step of memory.alocate\n");
+    EXPECT_THAT(std::string(result.message()),
+                testing::AllOf(testing::StartsWith("when no step of memory.alocate fails:\nhost: "),
+                               testing::EndsWith(": there is no point \"memory.alocate\"\n")));
     EXPECT_EQ(runs, 0U);
+    const AssertionResult another = SurvivesEach("file.open", [] { Give(Take(1)); });
+    EXPECT_EQ(std::string(another.message()), "the body takes no step of file.open\n");
 }
 
 TEST(TestKit, OtherClocksRunTheBodyOnTheCallersThread) {
