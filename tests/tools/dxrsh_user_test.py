@@ -166,10 +166,17 @@ class Logs(Case):
         log = self.file("log", b"21.11.2026 03:37:00 a\n")
         for name in (["filter"], ["record"], ["fault", "--rule", "1,1"]):
             err = run(*name, "--stamp", "%d.%m.%Y, %H:%M:%S", log)[2]
-            self.assertEqual(err.partition("\n")[0], "dxrsh: no line has a stamp as "
-                             "'%d.%m.%Y, %H:%M:%S' says: the clock stood still")
-        self.assertIn("dxrsh: no line has a stamp as '%H:%M\\x1b' says: the clock stood still\n",
-                      run("filter", "--stamp", "%H:%M\x1b", log)[2])
+            self.assertEqual(err.partition("\n")[0], "dxrsh: no time stamp of the form "
+                             "'%d.%m.%Y, %H:%M:%S' was found: the clock stood still")
+        self.assertIn("dxrsh: no time stamp of the form '%H:%M\\x1b' was found: the clock stood "
+                      "still\n", run("filter", "--stamp", "%H:%M\x1b", log)[2])
+
+    def test_a_form_that_was_told_may_stand_in_few_lines(self):
+        log = self.file("log", b"x\ny\n" + b"".join(
+            b"begun: 21.11.2026  03:%02d:00\na\nb\nc\n" % minute for minute in range(10)))
+        form = "%d.%m.%Y %H:%M:%S"
+        self.assertIn(f"  stamped      10 of 42  as given ({form}) in column 2\n",
+                      run("filter", "--stamp", form, log)[2])
 
     def test_a_form_that_begins_with_a_bracket_or_a_word_is_found_in_any_place(self):
         for before, form, stamp in (("linkd: ", "[%d.%m.%Y %H:%M:%S]", "[21.11.2026 03:37:00]"),

@@ -186,10 +186,14 @@ void LogStamps::LearnAt(std::string_view line, size_t at, const Place &place) {
     }
 }
 
-// A bare number must also go on as times do.
+// A form that the user told needs no more lines to be believed, but for a bare number, which must
+// also go on as times do.
 bool LogStamps::Suffices(const Candidate &candidate, const Evidence &evidence) const {
-    const bool goesOn = !forms_[candidate.form].reader.Format().IsNumber() ||
-                        evidence.backwards * 4 <= evidence.lines;
+    const bool isNumber = forms_[candidate.form].reader.Format().IsNumber();
+    if (formatOnly_ && !isNumber) {
+        return true;
+    }
+    const bool goesOn = !isNumber || evidence.backwards * 4 <= evidence.lines;
     return evidence.lines * 2 >= sampled_ && goesOn;
 }
 

@@ -41,7 +41,7 @@ class LogStamps {
 
     // Learns from a line, unless enough are known. Lines at the head of which an ISO 8601 or a
     // syslog stamp stands decide for these two as soon as they are one in ten. Else a form is taken
-    // that at least half of the lines have in one place.
+    // that at least half of the lines have in one place; one that was told, where most have it.
     void Learn(std::string_view line);
     [[nodiscard]] bool Learning() const { return sampled_ < kSample; }
 

@@ -14,7 +14,7 @@ void WarnOfStamps(const StampedLog &log) {
     }
     const char *const clock = log.IsLive() ? "was that of the machine" : "stood still";
     if (const std::optional<std::string> &form = log.StampForm(); form) {
-        Say(stderr, "dxrsh: no line has a stamp as '{}' says: the clock {}\n",
+        Say(stderr, "dxrsh: no time stamp of the form '{}' was found: the clock {}\n",
             Printable(*form, SIZE_MAX), clock);
         return;
     }
