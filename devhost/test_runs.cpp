@@ -57,7 +57,7 @@ constinit std::atomic<LastWords *> g_lastWords = nullptr;
 class LastWords {
   public:
     LastWords(const std::string &title, std::FILE *out)
-        : process_(getpid()), isWanted_(out != nullptr) {
+        : process_(getpid()), isWanted_(out != nullptr), directory_(OwnDirectory()) {
         if (out != nullptr) {
             (void)std::fflush(out);
             file_ = fileno(out);
@@ -101,6 +101,12 @@ class LastWords {
   private:
     static constexpr std::array<int, 5> kDeaths{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 
+    // That of the test, if it was made for it.
+    static std::string OwnDirectory() {
+        const SessionLock session;
+        return session && session->ownsDirectory ? session->directory : std::string();
+    }
+
     static bool IsIgnored(const struct sigaction &before) { return before.sa_handler == SIG_IGN; }
 
     // Of a signal that may not end the program.
@@ -119,13 +125,18 @@ class LastWords {
         const auto *const place = std::find(kDeaths.begin(), kDeaths.end(), signal);
         if (words != nullptr && place != kDeaths.end()) {
             const auto index = static_cast<size_t>(place - kDeaths.begin());
+            // A fault cannot be ignored.
+            const bool isDeath = IsIgnored(words->before_[index]) && info->si_code > 0;
             // A child process that dies is the module's own matter.
-            if (getpid() == words->process_ && words->isWanted_.exchange(false)) {
-                // A fault cannot be ignored.
-                const bool isDeath = IsIgnored(words->before_[index]) && info->si_code > 0;
+            const bool isOwn = getpid() == words->process_;
+            if (isOwn && words->isWanted_.exchange(false)) {
                 const std::string &line = (isDeath ? words->deaths_ : words->others_)[index];
                 const ssize_t written = write(words->file_, line.data(), line.size());
                 (void)written;  // there is nobody else to tell
+            }
+            // Nobody comes any more who would remove it. What was written there may tell why.
+            if (isOwn && (isDeath || words->before_[index].sa_handler == SIG_DFL)) {
+                (void)rmdir(words->directory_.c_str());
             }
             (void)sigaction(signal, &words->before_[index], nullptr);
         } else {
@@ -140,6 +151,7 @@ class LastWords {
 
     pid_t process_;
     std::atomic<bool> isWanted_;
+    const std::string directory_;
     int file_ = -1;
     std::array<std::string, kDeaths.size()> deaths_;
     std::array<std::string, kDeaths.size()> others_;

@@ -170,7 +170,8 @@ typedef void (*DxrTestBody)(void *user);
  * on then. It may go on with the run, and so the line adds ", for which the program has a handler"
  * (one of a sanitizer, say) or ", which the program ignores"; the run has not failed by that. Once
  * a run; not of a thread whose stack is full, nor when the module has set a handler in the run:
- * that one gets the signal alone. */
+ * that one gets the signal alone. Where the program ends, the test's own directory goes if it is
+ * empty, and else stays. */
 DXR_API uint32_t DxrTestFailEach(const DxrHostOptions *options, const char *point, bool onwards,
                                  DxrTestBody body, void *user, FILE *out);
 

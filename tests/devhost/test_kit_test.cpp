@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,6 +20,7 @@
 #include "dxr_devhost/gtest.h"
 #include "slots/expected_slots.h"
 #include "test_kit_c_caller.h"
+#include "tools/temporary_directory.h"
 
 namespace {
 
@@ -31,6 +33,7 @@ using dxr_test::Real;
 using dxr_test::RecordOf;
 using dxr_test::SurvivesEach;
 using dxr_test::SurvivesFailedAllocations;
+using dxrtest::TemporaryDirectory;
 using testing::AssertionResult;
 
 constexpr uint32_t kMid = 700;
@@ -847,6 +850,62 @@ TEST_F(DeathTest, TheSeedIsToldThatAModuleDiesOf) {
     runs = 0;
     EXPECT_EXIT((void)DxrTestExplore(&options, 5, AbortAtTheThirdSeed, &runs, nullptr),
                 testing::KilledBySignal(SIGABRT), "^$");
+}
+
+// Where the tests of a program that dies have their directories: the same in its process, which
+// begins anew.
+class DeathPlace {
+  public:
+    DeathPlace() {
+        if (std::getenv(kVariable) == nullptr) {
+            own_.emplace();
+            (void)setenv(kVariable, own_->Path().c_str(), 1);
+            (void)setenv("TMPDIR", own_->Path().c_str(), 1);
+        }
+    }
+    ~DeathPlace() {
+        if (own_) {
+            (void)unsetenv("TMPDIR");
+            (void)unsetenv(kVariable);
+        }
+    }
+    DeathPlace(const DeathPlace &) = delete;
+    DeathPlace &operator=(const DeathPlace &) = delete;
+    DeathPlace(DeathPlace &&) = delete;
+    DeathPlace &operator=(DeathPlace &&) = delete;
+
+    // How many there are.
+    [[nodiscard]] size_t Directories() const {
+        const std::filesystem::directory_iterator entries(std::getenv(kVariable));
+        return static_cast<size_t>(std::distance(begin(entries), end(entries)));
+    }
+
+  private:
+    static constexpr const char *kVariable = "DXR_DEATH_PLACE";
+    std::optional<TemporaryDirectory> own_;
+};
+
+TEST_F(DeathTest, AnEmptyDirectoryOfTheTestGoesWithIt) {
+    const DeathPlace place;
+    const auto die = [](DxrTestBody body) {
+        (void)std::signal(SIGSEGV, SIG_DFL);  // a sanitizer has a handler
+        (void)DxrTestExplore(nullptr, 1, body, nullptr, stderr);
+    };
+    EXPECT_DEATH(die([](void *) { Fault(); }), "seed 1: signal 11\n");
+    EXPECT_EQ(place.Directories(), 0U);
+    const auto write = [](void *) {
+        EXPECT_TRUE(DxrTestWriteFile("left", "text", 4));
+        Fault();
+    };
+    EXPECT_DEATH(die(write), "seed 1: signal 11\n");
+    EXPECT_EQ(place.Directories(), 1U);
+    const auto go = [] {
+        (void)std::signal(SIGSEGV, [](int) { _exit(9); });
+        (void)DxrTestExplore(
+            nullptr, 1, [](void *) { Fault(); }, nullptr, stderr);
+    };
+    EXPECT_EXIT(go(), testing::ExitedWithCode(9), "has a handler\n$");
+    EXPECT_EQ(place.Directories(), 2U) << "a handler may have saved the run";
 }
 
 void OwnHandler(int /*signal*/) {
