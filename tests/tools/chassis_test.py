@@ -606,6 +606,7 @@ def logs(lab, options):
     words = re.search(r"main: died by signal 6: (.*): line 3999$", lab.output(), re.M)
     check(words and "line 3999 " in pathlib.Path(words[1]).read_text(encoding="ascii"),
           f"the last words are elsewhere: {lab.output()}")
+    check(not (lab.run / "dxrsh-chassis/lab/main.ctl").exists(), "the dead board's socket is left")
     lab.fails(1, "a board did not end well", "stop")  # it waited to be started again
     lab.process.wait(LIMIT)
     lab.expect_nothing_left()

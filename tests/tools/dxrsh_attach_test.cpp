@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "support/sanitizers.h"
 #include "tools/expect_dxrsh.h"
 #include "tools/run_dxrsh.h"
 #include "tools/temporary_directory.h"
@@ -416,13 +417,21 @@ TEST_F(DxrshAttach, NoEndOfTheModulesLeavesAFile) {
     ASSERT_EQ(getrlimit(RLIMIT_CORE, &before), 0);
     const rlimit none{0, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_CORE, &none), 0);
-    for (const int signal : {SIGINT, SIGHUP, SIGQUIT, SIGABRT, SIGUSR1, SIGALRM, SIGXCPU}) {
+    for (const int signal : {SIGINT, SIGHUP, SIGQUIT, SIGABRT, SIGUSR1, SIGALRM, SIGXCPU, SIGRTMIN,
+                             SIGRTMIN + 7, SIGRTMAX}) {
         Words words = Run();
         words.back() = "raise";
         words.push_back(std::to_string(signal));
         Beside run(words);
         EXPECT_EQ(run.Status(), signal == SIGINT ? 130 : 128 + signal) << run.Said();
         EXPECT_FALSE(IsThere(Control())) << signal;
+    }
+    // The sanitizers have handlers of their own, and end the program past all others.
+    if (!DXRTEST_MEMORY_IS_SHADOWED) {
+        Words words = Run();
+        words.back() = "overflow";
+        EXPECT_EQ(Beside(words).Status(), 128 + SIGSEGV);
+        EXPECT_FALSE(IsThere(Control())) << "the handler finds no stack";
     }
     ASSERT_EQ(setrlimit(RLIMIT_CORE, &before), 0);
 }

@@ -135,6 +135,23 @@ TEST(DxrshRun, ChildrenOfTheModuleAreTheirOwn) {
     EXPECT_FALSE(std::filesystem::exists(control));
 }
 
+// A child that comes back from the module tells nothing of the run, and takes nothing from it.
+TEST(DxrshRun, AForkedChildEndsWhereItComesBack) {
+    const TemporaryDirectory directory;
+    const std::string control = directory.Path("control");
+    const Outcome outcome =
+        RunDxrsh({"run", "--control", control, kWorker, "fork_return", control});
+    EXPECT_EQ(0, outcome.status) << outcome.out;
+    EXPECT_EQ(0U, outcome.out.find("child at main, ended with 5, the socket is there\nport 3 is "))
+        << outcome.out;
+    // The run takes its socket away before the module's way out.
+    EXPECT_TRUE(Holds(outcome.out, "\nchild at end, ended with 0, the socket is gone\n"))
+        << outcome.out;
+    EXPECT_EQ(outcome.out.find("left behind"), outcome.out.rfind("left behind")) << outcome.out;
+    EXPECT_TRUE(Holds(outcome.out, "\nleft behind: 0\n")) << outcome.out;
+    EXPECT_EQ("", outcome.err);
+}
+
 TEST(DxrshRun, LinesOutliveTheModule) {
     const Outcome outcome = RunWorker({}, {"die"});
     EXPECT_EQ(128 + SIGKILL, outcome.status);

@@ -149,6 +149,9 @@ class AttachServer::Thread {
     }
 
     bool End() {
+        if (process_ != getpid()) {
+            return true;  // its thread, whose lock and whose wake-up these are, is the parent's
+        }
         listener_.Remove();
         std::unique_lock lock(mutex_);
         isOver_ = true;
@@ -242,6 +245,7 @@ class AttachServer::Thread {
         }
     }
 
+    const pid_t process_ = getpid();
     const LocalListener listener_;
     const Descriptor wake_;
     Answerer answerer_;

@@ -21,12 +21,12 @@ class AttachServer {
     AttachServer(AttachServer &&) = delete;
     AttachServer &operator=(AttachServer &&) = delete;
 
-    // The socket's file goes with the program, whatever way it ends, as LocalListener::RemoveAtEnd.
+    // The socket's file goes with the program, as LocalListener::RemoveAtEnd.
     void RemoveAtEnd();
 
     // Takes no more lines, and tells so those who are attached. Waits for the line that is being
     // done, but not long: false when it goes on. The end of the host ends what waits in it, and
-    // then the program may ask again.
+    // then the program may ask again. All that is not for a process that this one has forked.
     bool End();
 
   private:

@@ -346,6 +346,8 @@ class Supervisor {
     void Ended(Board &board, int status) {
         board.process = {};
         board.dueMs = kNever;
+        // What most deaths leave.
+        (void)unlink(BoardControl(chassis_.name, board.given->name).c_str());
         const bool hasExited = WIFEXITED(status);
         const int code = hasExited ? WEXITSTATUS(status) : 0;
         if (hasExited && (code == 0 || code == kExitLeftBehind)) {

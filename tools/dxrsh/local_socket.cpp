@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -60,14 +61,38 @@ constinit FileOfProgram g_file{};
 // Whose it is: not of a process that this one has forked. 0: there is none.
 constinit std::atomic<pid_t> g_owner = 0;
 
-// Those that end a program unless it has a handler, and can have one.
-constexpr std::array kEnding = {SIGINT,  SIGTERM, SIGHUP,  SIGQUIT, SIGABRT,   SIGSEGV, SIGBUS,
-                                SIGFPE,  SIGILL,  SIGTRAP, SIGSYS,  SIGALRM,   SIGPROF, SIGVTALRM,
-                                SIGUSR1, SIGUSR2, SIGXCPU, SIGXFSZ, SIGSTKFLT, SIGIO,   SIGPWR};
+// Those that end a program unless it has a handler, and can have one; and all real-time signals.
+constexpr std::array kEnding = {SIGINT,    SIGTERM,   SIGHUP,  SIGQUIT, SIGABRT, SIGSEGV,
+                                SIGBUS,    SIGFPE,    SIGILL,  SIGTRAP, SIGSYS,  SIGALRM,
+                                SIGPROF,   SIGVTALRM, SIGUSR1, SIGUSR2, SIGXCPU, SIGXFSZ,
+                                SIGSTKFLT, SIGIO,     SIGPWR,  SIGPIPE};
 
 void RemoveAndEnd(int signal) {
     RemoveListenerOfProgram();
     (void)raise(signal);  // which has its usual effect again
+}
+
+void RemoveAt(int signal) {
+    struct sigaction given {};
+    (void)sigaction(signal, nullptr, &given);
+    if (given.sa_handler == SIG_DFL) {
+        given.sa_handler = RemoveAndEnd;
+        given.sa_flags = static_cast<int>(SA_RESETHAND) | SA_ONSTACK;
+        (void)sigaction(signal, &given, nullptr);
+    }
+}
+
+// For handlers on the calling thread, whose own stack may be what has run out.
+void GiveStackToHandlers() {
+    constexpr size_t kBytes = 65536;
+    alignas(std::max_align_t) static std::array<std::byte, kBytes> room;
+    stack_t stack{};
+    if (sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_DISABLE) != 0) {
+        stack.ss_sp = room.data();
+        stack.ss_size = room.size();
+        stack.ss_flags = 0;
+        (void)sigaltstack(&stack, nullptr);
+    }
 }
 
 }  // namespace
@@ -149,9 +174,13 @@ LocalListener::LocalListener(const std::string &path, int waiting)
     }
     device_ = found.st_dev;
     inode_ = found.st_ino;
+    owner_ = getpid();
 }
 
 void LocalListener::Remove() const {
+    if (owner_ != getpid()) {
+        return;
+    }
     RemoveFile(path_.c_str(), device_, inode_);
     if (g_file.device == device_ && g_file.inode == inode_) {
         g_owner = 0;  // the next file there may have its number
@@ -167,14 +196,12 @@ void LocalListener::RemoveAtEnd() const {
     g_file.inode = inode_;
     g_owner = getpid();
     (void)std::atexit(RemoveListenerOfProgram);
+    GiveStackToHandlers();
     for (const int each : kEnding) {
-        struct sigaction given {};
-        (void)sigaction(each, nullptr, &given);
-        if (given.sa_handler == SIG_DFL) {
-            given.sa_handler = RemoveAndEnd;
-            given.sa_flags = static_cast<int>(SA_RESETHAND);
-            (void)sigaction(each, &given, nullptr);
-        }
+        RemoveAt(each);
+    }
+    for (int each = SIGRTMIN; each <= SIGRTMAX; ++each) {
+        RemoveAt(each);
     }
 }
 

@@ -54,11 +54,13 @@ class LocalListener {
     [[nodiscard]] const std::string &Path() const { return path_; }
 
     // Takes it out of its directory, unless another one is there meanwhile. Any thread; again and
-    // again.
+    // again. A process that this one has forked removes nothing.
     void Remove() const;
 
     // From now on it goes also when the program ends without destructors: by exit() and EndProgram,
-    // and by a signal that would end it. One listener of a program.
+    // and by a signal that would end it. Not by what no program sees: SIGKILL, a signal that is set
+    // back to its default, the end of another thread's stack than the caller's. One listener of a
+    // program.
     void RemoveAtEnd() const;
 
   private:
@@ -66,6 +68,7 @@ class LocalListener {
     Descriptor fd_;
     dev_t device_ = 0;
     ino_t inode_ = 0;
+    pid_t owner_ = 0;
 };
 
 // What RemoveAtEnd has promised, now; nothing of the parent's in a process that was forked. Also

@@ -57,7 +57,14 @@ class Call {
     Call(Call &&) = delete;
     Call &operator=(Call &&) = delete;
 
-    void Return() { isBack_ = true; }
+    // A process that the module has forked has nothing more to do, and a status of its own.
+    void Return(int status) {
+        isBack_ = true;
+        if (g_process != getpid()) {
+            (void)std::fflush(nullptr);
+            EndProgram(status);
+        }
+    }
 
   private:
     bool isBack_ = false;
@@ -107,7 +114,7 @@ int Module::Main(const std::vector<std::string> &arguments) {
     argv_.push_back(nullptr);
     Call call;
     const int result = main_(static_cast<int>(arguments_.size()), argv_.data());
-    call.Return();
+    call.Return(result);
     return result;
 }
 
@@ -115,7 +122,7 @@ void Module::End() const {
     if (end_ != nullptr) {
         Call call;
         end_();
-        call.Return();
+        call.Return(EXIT_SUCCESS);
     }
 }
 

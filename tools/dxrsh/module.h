@@ -15,7 +15,8 @@ class Module {
     explicit Module(const std::string &path);
 
     // Runs it with arguments; its result. Should the module end the program, in here or in End, the
-    // program says so and its exit status is a failure: what is left of the run is not known.
+    // program says so and its exit status is a failure: what is left of the run is not known. A
+    // process that it has forked ends when it comes back from there.
     int Main(const std::vector<std::string> &arguments);
     // Its way out, if it has one.
     void End() const;

@@ -221,6 +221,27 @@ static void HaveChildren(void) {
            access(g_argv[g_argc - 1], F_OK) == 0 ? "there" : "gone");
 }
 
+/* Waits for a child; in it, true. */
+static bool IsReturningChild(const char *where) {
+    const pid_t child = fork();
+    if (child == 0) {
+        printf("child at %s, ", where); /* in its buffer until its end */
+        return true;
+    }
+    int status = 0;
+    (void)waitpid(child, &status, 0);
+    printf("ended with %d, the socket is %s\n", WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+           access(g_argv[g_argc - 1], F_OK) == 0 ? "there" : "gone");
+    return false;
+}
+
+/* Until there is no stack any more. */
+static int Overflow(volatile int *before) {
+    volatile int room[1000];
+    room[0] = *before + 1;
+    return room[0] < 0 ? 0 : Overflow(room) + room[0];
+}
+
 int DxrModuleMain(int argc, char **argv) {
     g_argc = argc;
     g_argv = argv;
@@ -248,8 +269,15 @@ int DxrModuleMain(int argc, char **argv) {
     if (Has("raise")) {
         raise(atoi(g_argv[g_argc - 1]));
     }
+    if (Has("overflow")) {
+        volatile int first = 0;
+        return Overflow(&first);
+    }
     if (Has("fork")) {
         HaveChildren();
+    }
+    if (Has("fork_return") && IsReturningChild("main")) {
+        return 5;
     }
     if (Has("alone")) { /* the thread, which makes all calls */
         return RunOwnThread();
@@ -316,6 +344,9 @@ int DxrModuleMain(int argc, char **argv) {
 }
 
 void DxrModuleEnd(void) {
+    if (Has("fork_return") && IsReturningChild("end")) {
+        return;
+    }
     if (Has("alone")) {
         return;
     }
