@@ -465,6 +465,8 @@ class Words(Case):
                 (["priv"], "there is no command 'priv'; did you mean 'privatelog'?"),
                 (["privatelog", "raed"], "there is no command 'raed'; did you mean 'read'?"),
                 (["help", "recrod"], "there is no command 'recrod'; did you mean 'record'?"),
+                (["--json", "help", "recrod"],
+                 "there is no command 'recrod'; did you mean 'record'?"),
                 (["qqqqqqqqqq"], "there is no command 'qqqqqqqqqq'; 'dxrsh --help' lists them")):
             self.fails(words, 2, complaint)
 
@@ -472,6 +474,15 @@ class Words(Case):
         self.assertEqual(run("help"), run("--help"))
         self.assertEqual(run("help", "filter"), run("filter", "--help"))
         self.assertEqual(run("help", "privatelog", "write"), run("privatelog", "write", "-h"))
+        for words in (("--json", "help", "filter"), ("help", "--json", "filter"),
+                      ("help", "filter", "--json"), ("help", "filter", "log"),
+                      ("help", "--help", "filter")):
+            self.assertEqual(run(*words), run("filter", "--help"), words)
+        self.assertEqual(run("--json", "help"), run("--help"))
+        self.assertEqual(run("help", "chassis", "lab.json"), run("chassis", "--help"))
+        # No module is run for it.
+        self.assertEqual(run("help", "run", "no.so"), run("run", "--help"))
+        self.assertIn(b"Tells about a command", run("help", "--help")[1])
 
     def test_help_fits_a_screen_and_shows_examples(self):
         for command in [(), *all_commands()]:

@@ -98,6 +98,23 @@ std::vector<std::string> NamesOf(const CLI::App &app) {
                     Advice(name, NamesOf(app), fmt::format("'{} --help' lists them", path))));
 }
 
+bool IsOption(const std::string &word) {
+    return word.starts_with('-');
+}
+
+// Tells whether help is asked for by name, wherever options stand; leaves the words that say about
+// what. "help --help" is about help itself.
+bool TakeHelp(std::vector<std::string> &words) {
+    const auto first = std::find_if_not(words.begin(), words.end(), IsOption);
+    if (first == words.end() || *first != "help" ||
+        (first + 1 != words.end() && std::all_of(first + 1, words.end(), IsOption))) {
+        return false;
+    }
+    words.erase(words.begin(), first + 1);
+    words.erase(std::remove_if(words.begin(), words.end(), IsOption), words.end());
+    return true;
+}
+
 }  // namespace
 
 const Description &DescriptionOf(const CLI::App &command) {
@@ -195,13 +212,10 @@ void UseHelp(CLI::App &program) {
 
 std::vector<std::string> ReadyArguments(const CLI::App &program, int argc, char **argv) {
     std::vector<std::string> words(argv + std::min(1, argc), argv + argc);
-    const bool isOwnHelp = words.size() > 1 && words[1].starts_with('-');
-    if (!words.empty() && words[0] == "help" && !isOwnHelp) {
-        words.erase(words.begin());
-        words.emplace_back("--help");
-    }
+    const bool isHelp = TakeHelp(words);
     const CLI::App *app = &program;
     std::string path = program.get_name();
+    size_t commands = 0;
     for (const std::string &word : words) {
         if (CommandsOf(*app).empty() || word.empty() || word[0] == '-') {
             break;
@@ -223,6 +237,11 @@ std::vector<std::string> ReadyArguments(const CLI::App &program, int argc, char 
         }
         app = *found;
         path += " " + word;
+        ++commands;
+    }
+    if (isHelp) {
+        words.resize(commands);
+        words.emplace_back("--help");
     }
     return words;
 }
