@@ -4,6 +4,8 @@
     usage_test.py DIRECTORY_OF_SCRIPTS
 """
 
+import importlib.machinery
+import importlib.util
 import os
 import pathlib
 import subprocess
@@ -56,6 +58,26 @@ class Usage(unittest.TestCase):
         done = self.run_script(SCRIPTS / "test", "text", "relase")
         self.assertEqual(done.returncode, 2)
         self.assertTrue(done.stderr.endswith("\nscripts/test: there is no stage 'relase'\n"))
+
+    def test_mutate_says_at_once_where_it_cannot_write(self):
+        for file in ("none/outcomes", "."):
+            done = self.run_script(SCRIPTS / "mutate", "--output", file)
+            self.assertEqual(done.returncode, 2, done.stdout + done.stderr)
+            self.assertIn("mutate: error: cannot write ", done.stderr)
+
+    def test_mutate_writes_where_it_was_called(self):
+        loader = importlib.machinery.SourceFileLoader("mutate", str(SCRIPTS / "mutate"))
+        spec = importlib.util.spec_from_loader("mutate", loader)
+        mutate = importlib.util.module_from_spec(spec)
+        sys.dont_write_bytecode = True
+        loader.exec_module(mutate)
+        before = os.getcwd()
+        try:
+            os.chdir(self.scratch.name)
+            output = mutate.read_options(["--output", "outcomes"]).output
+            self.assertEqual(output, pathlib.Path(os.getcwd()) / "outcomes")
+        finally:
+            os.chdir(before)
 
     def test_demo_wants_a_file_that_can_be_read(self):
         done = self.run_script(SCRIPTS / "demo", "nofile")
