@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <system_error>
 
 #include "chassis_place.h"
@@ -83,8 +84,17 @@ std::string ReadSecretKey(const std::string &directory, const std::string &board
 }
 
 void MakeKeyDirectory(const std::string &directory) {
-    if (mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        throw RunError(directory + ": " + ErrorText(errno));
+    // Each end of a part, the last one's too.
+    for (size_t end = 0; end != std::string::npos;) {
+        end = directory.find('/', end + 1);
+        const std::string upper = directory.substr(0, end);
+        if (mkdir(upper.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+            const int error = errno;
+            std::error_code none;
+            if (!std::filesystem::is_directory(upper, none)) {
+                throw RunError(upper + ": " + ErrorText(error));
+            }
+        }
     }
 }
 

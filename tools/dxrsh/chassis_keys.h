@@ -11,7 +11,7 @@ namespace dxrsh {
 [[nodiscard]] std::string ReadPublicKey(const std::string &directory, const std::string &board);
 [[nodiscard]] std::string ReadSecretKey(const std::string &directory, const std::string &board);
 
-// For the user alone, unless it is there. Throws RunError.
+// With the directories above it, each for the user alone unless it is there. Throws RunError.
 void MakeKeyDirectory(const std::string &directory);
 
 // False when the board has keys already, which stay. Throws RunError.

@@ -198,7 +198,8 @@ void AddChassisCommand(CLI::App &program) {
     CLI::App *const keys = command->add_subcommand("keys", "Makes keys for boards that have none");
     Describe(
         *keys,
-        "The file names the directory, which is made; a board's are BOARD.public and BOARD.secret.",
+        "The file names the directory, which is made with those above it; a board's are "
+        "BOARD.public and BOARD.secret.",
         {"dxrsh chassis keys lab.json", "dxrsh chassis keys lab.json && dxrsh chassis lab.json"});
     keys->add_option("FILE", options->supervisor.file, "The chassis file")->required();
     keys->callback([options] { RunKeys(*options); });
