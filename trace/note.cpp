@@ -62,7 +62,10 @@ uint64_t Write(ThreadRecord &thread, uint32_t session, const Record &record, con
     }
     std::byte *const room = Room(thread, session, size);
     if (room == nullptr) {
-        thread.dropped.fetch_add(1, std::memory_order_relaxed);
+        // What comes after the end of the recording is not missing in it.
+        if (g_state.session.load(std::memory_order_acquire) == session) {
+            thread.dropped.fetch_add(1, std::memory_order_relaxed);
+        }
         return 0;
     }
     RawWriter out(room + sizeof(RawHead));
