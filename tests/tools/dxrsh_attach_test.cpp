@@ -309,6 +309,47 @@ TEST_F(DxrshAttach, RecordsCallsOfARunInBetween) {
     ExpectEndsWell(recorded);
 }
 
+// A file that runs is not written over, under no name of it.
+TEST_F(DxrshAttach, RecordsIntoNoModule) {
+    const std::string module = directory_.Path("module.so");
+    std::filesystem::copy_file(DXRSH_WORKER, module);
+    std::filesystem::create_symlink(module, directory_.Path("link"));
+    const std::string before = directory_.Read("module.so");
+    Words words = Run();
+    words[words.size() - 2] = module;
+    Beside run(words);
+    AwaitHost();
+    for (const std::string &name : {module, directory_.Path("link")}) {
+        ExpectRefuses("trace on " + name, name + ": is a module or a library of the run");
+    }
+    EXPECT_TRUE(directory_.Read("module.so") == before);
+    ExpectEndsWell(run);
+}
+
+// It ends with the run, and everybody who reads recordings reads it.
+TEST_F(DxrshAttach, ARecordingThatNobodyEndsEndsWithTheRun) {
+    Beside run(Run());
+    AwaitHost();
+    const std::string file = directory_.Path("calls.dxrtrace");
+    EXPECT_EQ(Attach("trace on " + file + "\ncall DXR_GetLrId\n").status, 0);
+    ExpectEndsWell(run);
+    for (const std::string format : {"", "--json", "--chrome", "--counts"}) {
+        Words words = {"trace", file};
+        if (!format.empty()) {
+            words.push_back(format);
+        }
+        const Outcome outcome = RunDxrsh(words);
+        EXPECT_EQ(outcome.status, 0) << format;
+        EXPECT_EQ(outcome.err, "") << format << ": it is whole";
+        EXPECT_TRUE(Holds(outcome.out, "DXR_GetLrId")) << format << ": " << outcome.out;
+    }
+    EXPECT_EQ(RunDxrsh({"diff", file, file}).status, 0);
+    // It does not begin where the module does.
+    const Outcome replayed = RunDxrsh({"replay", file, DXRSH_WORKER, "linger"});
+    EXPECT_EQ(replayed.status, 1);
+    EXPECT_TRUE(Holds(replayed.out, "the call differs\n")) << replayed.out;
+}
+
 size_t DescriptorsOf(pid_t process) {
     const std::filesystem::directory_iterator files("/proc/" + std::to_string(process) + "/fd");
     return static_cast<size_t>(std::distance(files, std::filesystem::directory_iterator()));

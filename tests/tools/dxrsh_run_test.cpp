@@ -6,14 +6,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/expect_dxrsh.h"
@@ -663,6 +666,45 @@ TEST(DxrshReplay, RecordingsOfEarlierReleasesAreRead) {
         "calls 6, of the host's 0, threads 1: the same\n",
         first.out);
     EXPECT_EQ(1, RunDxrsh({"replay", DXRSH_SAMPLE_RECORDING, DXRSH_REGISTERS, "x"}).status);
+}
+
+TEST(DxrshReplay, EveryReaderReadsRecordingsOfEarlierReleases) {
+    struct Stored {
+        const char *file;
+        const char *call;
+        size_t calls;
+    };
+    for (const Stored &stored : {Stored{DXRSH_SAMPLE_RECORDING, "DXR_SetEnv", 6},
+                                 Stored{DXRSH_WORKER_RECORDING, "DXR_StartTimer", 202}}) {
+        const std::vector<std::pair<Words, size_t>> forms = {{{}, stored.calls},
+                                                             {{"--json"}, stored.calls},
+                                                             {{"--chrome"}, stored.calls},
+                                                             {{"--counts"}, 1},
+                                                             {{"--counts", "--json"}, 1}};
+        for (const auto &[options, least] : forms) {
+            Words words = {"trace", stored.file};
+            words.insert(words.end(), options.begin(), options.end());
+            const Outcome outcome = RunDxrsh(words);
+            EXPECT_EQ(0, outcome.status) << stored.file;
+            EXPECT_EQ("", outcome.err) << stored.file;
+            EXPECT_TRUE(Holds(outcome.out, stored.call)) << outcome.out;
+            const auto lines = std::count(outcome.out.begin(), outcome.out.end(), '\n');
+            EXPECT_GE(static_cast<size_t>(lines), least) << outcome.out;
+        }
+        EXPECT_EQ(0, RunDxrsh({"diff", stored.file, stored.file}).status);
+        EXPECT_EQ(0, RunDxrsh({"diff", "--json", stored.file, stored.file}).status);
+    }
+    const TemporaryDirectory directory;
+    const std::string now = directory.Path("now");
+    ASSERT_EQ(0, RunDxrsh({"run", "--trace", now, DXRSH_REGISTERS}).status);
+    const Outcome diff = RunDxrsh({"diff", DXRSH_SAMPLE_RECORDING, now});
+    EXPECT_EQ(0, diff.status) << diff.out;
+    EXPECT_TRUE(Holds(diff.out,
+                      "note: what the host called is in the second recording alone\n"
+                      "main thread: the same, 6 calls\n"))
+        << diff.out;
+    EXPECT_TRUE(Holds(RunDxrsh({"diff", now, DXRSH_SAMPLE_RECORDING}).out,
+                      "note: what the host called is in the first recording alone\n"));
 }
 
 TEST(DxrshReplay, ACutRecordingIsReplayedToItsEnd) {

@@ -1,7 +1,10 @@
 #include "run_trace.h"
 
 #include <fmt/format.h>
+#include <link.h>
+#include <sys/stat.h>
 
+#include <cstddef>
 #include <future>
 #include <system_error>
 #include <utility>
@@ -17,6 +20,20 @@ constexpr uint32_t kPieceBytes = 65536;
 [[noreturn]] void Refuse(const std::string &file, uint32_t error) {
     throw RunError(
         fmt::format("{}: {}", file, std::generic_category().message(static_cast<int>(error))));
+}
+
+// Tells whether a file is a module or a library of this program, which runs in it as it is there.
+bool IsLoaded(const std::string &file) {
+    struct stat found {};
+    const auto isIt = [](dl_phdr_info *object, size_t /*size*/, void *wanted) {
+        struct stat other {};
+        const auto *const one = static_cast<struct stat *>(wanted);
+        return stat(object->dlpi_name, &other) == 0 && other.st_dev == one->st_dev &&
+                       other.st_ino == one->st_ino
+                   ? 1
+                   : 0;
+    };
+    return stat(file.c_str(), &found) == 0 && dl_iterate_phdr(isIt, &found) != 0;
 }
 
 }  // namespace
@@ -84,6 +101,9 @@ void RunTrace::Record(const std::string &file) {
     const std::lock_guard lock(mutex_);
     if (isOfRun_) {
         throw RunError("the run records its calls itself");
+    }
+    if (IsLoaded(file)) {
+        throw RunError(file + ": is a module or a library of the run");
     }
     const std::string earlier = file_;
     const uint32_t stopped = StopLocked();
