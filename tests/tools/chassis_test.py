@@ -312,6 +312,19 @@ def silent(lab, _):
             out, err = each.communicate(timeout=LIMIT)
             check((each.returncode, out, err) == (1, "", "dxrsh: chassis lab does not answer\n"),
                   f"{each.args}: {each.returncode} {out} {err}")
+        # Where so many wait that it cannot be asked, that is not the end of the chassis.
+        control = str(lab.run / "dxrsh-chassis/lab/control")
+        waiting = []
+        while True:
+            waiting.append(socket.socket(socket.AF_UNIX))
+            waiting[-1].setblocking(False)
+            try:
+                waiting[-1].connect(control)
+            except BlockingIOError:
+                break
+        lab.fails(1, "^dxrsh: chassis lab does not answer$", "status")
+        for each in waiting:
+            each.close()
     finally:
         lab.process.send_signal(signal.SIGCONT)
     check(lab.process.wait(LIMIT) in (0, 1), lab.output())
@@ -639,6 +652,23 @@ def leftover(lab, options):
                                     "bytes of module 7", out), f"{status} {out}")
 
 
+def killed(lab, options):
+    """The last words of a board that a signal ends, also one that no board sees."""
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["forks"])], mostRestartMs=3600000, restartMs=3600000)
+    lab.start()
+    log = lab.top / "work/main/board.log"
+    await_that(lambda: "child" in log.read_text("ascii"), "a line in its log", lab.state)
+    os.kill(lab.status()["main"]["pid"], signal.SIGKILL)
+    await_that(lambda: "is started again" in lab.output(), "its death", lab.state)
+    check(re.search(r"main: died by signal 9: .*/work/main/board.log: child \d+ may open \d+$",
+                    lab.output(), re.M), lab.output())
+    check(not (lab.run / "dxrsh-chassis/lab/main.ctl").exists(), "the dead board's socket is left")
+    lab.fails(1, "a board did not end well", "stop")  # it waited to be started again
+    lab.process.wait(LIMIT)
+    lab.expect_nothing_left()
+
+
 def descriptors(lab, options):
     """More than the soft limit is taken, and where that does not suffice a line says so."""
     def limit(soft, hard):
@@ -806,10 +836,10 @@ def main():
     options = parser.parse_args()
     failed = 0
     for test in (orders, silent, shells, own_tree, orphans, read_once, begin_again, inherited,
-                 endings, resets, deaths, words, logs, full, leftover, descriptors, paths, keys,
-                 files, storm):
-        needs_other = test in (descriptors, endings, full, leftover, logs, orphans, own_tree,
-                               resets, words)
+                 endings, resets, deaths, words, logs, full, leftover, killed, descriptors, paths,
+                 keys, files, storm):
+        needs_other = test in (descriptors, endings, full, killed, leftover, logs, orphans,
+                               own_tree, resets, words)
         if options.only not in (None, test.__name__) or (needs_other and not options.reluctant):
             continue
         began = time.monotonic()

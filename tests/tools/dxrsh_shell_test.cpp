@@ -127,6 +127,24 @@ TEST(DxrshShell, TakesTheOptionsOfARun) {
     ExpectFails({"shell", "--board", "missing", "-"}, 2, "missing: No such file or directory");
 }
 
+// All its bits reach the host.
+TEST(DxrshShell, ASeedHasItsOwnChance) {
+    std::string lines;
+    for (int i = 0; i < 16; ++i) {
+        lines += "fail device.register.flip\ncall DXR_ReadReg 0 1 64\n";
+    }
+    const auto flips = [&lines](const char *seed) {
+        const Outcome outcome = Shell(lines, {"--seed", seed});
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_FALSE(Holds(outcome.out, "value = 0\n")) << "no bit is flipped: " << outcome.out;
+        return outcome.out;
+    };
+    EXPECT_EQ(flips("1"), flips("1"));
+    EXPECT_NE(flips("1"), flips("2"));
+    EXPECT_NE(flips("1"), flips("4294967297"));
+    EXPECT_NE(flips("1"), flips("0x8000000000000001"));
+}
+
 // The commands of dxrsh, with their own options and hosts.
 TEST(DxrshShell, DoesTheCommandsOfDxrsh) {
     const TemporaryDirectory directory;

@@ -45,6 +45,22 @@ TEST(LoadJson, SaysWhereAFileIsWrong) {
     }
 }
 
+// The parser would take the later one.
+TEST(LoadJson, NoMemberIsGivenTwice) {
+    const auto complaint = [](const std::string &text) -> std::string {
+        try {
+            (void)dxrsh::ParseJson(text, "f.json");
+        } catch (const dxrsh::UsageError &error) {
+            return error.what();
+        }
+        return "none";
+    };
+    EXPECT_EQ(complaint(R"({"a": 1, "b": 2, "a": 1})"), "f.json: 'a' is given twice");
+    EXPECT_EQ(complaint(R"([{"a": {"b": [], "c": [{}], "b": 1}}])"), "f.json: 'b' is given twice");
+    EXPECT_EQ(complaint(R"({"a": {"\u001b": 1, "\u001b": 1}})"), "f.json: '\\x1b' is given twice");
+    EXPECT_EQ(complaint(R"({"a": {"a": [{"a": 1}, {"a": 2}]}, "b": {"a": 3}})"), "none");
+}
+
 // The parser takes a NUL byte for the end of the text.
 TEST(LoadJson, NothingHidesAfterANulByte) {
     const dxrtest::TemporaryDirectory directory;

@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
+#include <set>
 #include <utility>
+#include <vector>
 
 #include "errors.h"
 #include "file_io.h"
@@ -14,6 +16,7 @@ namespace {
 
 constexpr size_t kLongestFile = size_t{16} << 20U;
 constexpr size_t kComplaintWidth = 200;
+constexpr size_t kShownWidth = 60;
 
 // Without the class of the exception in front, and with nothing of the file that a terminal could
 // obey.
@@ -36,8 +39,22 @@ nlohmann::json ParseJson(std::string_view text, const std::string &name) {
     if (text.find('\0') != std::string_view::npos) {
         throw UsageError(fmt::format("{}: holds a NUL byte", name));
     }
+    std::vector<std::set<std::string>> members;  // so far, of the objects that are open
+    const auto refuseTwice = [&members, &name](int /*depth*/, nlohmann::json::parse_event_t event,
+                                               const nlohmann::json &value) {
+        if (event == nlohmann::json::parse_event_t::object_start) {
+            members.emplace_back();
+        } else if (event == nlohmann::json::parse_event_t::object_end) {
+            members.pop_back();
+        } else if (event == nlohmann::json::parse_event_t::key &&
+                   !members.back().insert(value.get<std::string>()).second) {
+            throw UsageError(fmt::format("{}: '{}' is given twice", name,
+                                         Printable(value.get<std::string>(), kShownWidth)));
+        }
+        return true;
+    };
     try {
-        return nlohmann::json::parse(text);
+        return nlohmann::json::parse(text, refuseTwice);
     } catch (const nlohmann::json::exception &error) {
         throw UsageError(fmt::format("{}: {}", name, Complaint(error)));
     }
