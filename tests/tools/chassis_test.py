@@ -825,7 +825,7 @@ def files(lab, _):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("dxrsh")
+    parser.add_argument("dxrsh", type=os.path.abspath)
     parser.add_argument("module", type=os.path.abspath)
     parser.add_argument("--seconds", type=int, default=4)
     parser.add_argument("--boards", type=int, default=4)

@@ -288,6 +288,9 @@ TEST(DxrshRun, AFilterThatHasEndedIsTold) {
                       "log lines: 1 let through, suppressed unknown: the log filter has ended\n"))
         << outcome.out;
     EXPECT_TRUE(Holds(directory.Read("page.html"), "unknown: the log filter has ended"));
+    // One that has not begun has suppressed none.
+    EXPECT_TRUE(
+        Holds(RunDxrsh({"run", DXRSH_REGISTERS}).out, "log lines: 0 let through, 0 suppressed\n"));
     const Outcome json = RunWorker({"--json"}, {"unfiltered"});
     EXPECT_TRUE(Holds(json.out, R"("lines_let_through":1,"lines_suppressed":null,)")) << json.out;
 }
