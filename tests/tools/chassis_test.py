@@ -303,8 +303,9 @@ def silent(lab, _):
     lab.start()
     lab.status()
     lab.process.send_signal(signal.SIGSTOP)
+    asked = []
     try:
-        asked = [subprocess.Popen([lab.dxrsh, "chassis", *words], env=lab.environment(), text=True,
+        asked += [subprocess.Popen([lab.dxrsh, "chassis", *words], env=lab.environment(), text=True,
                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
                  for words in (["status"], ["status", "--wait", "3000"], ["kill", "line1"],
                                ["stop"])]
@@ -326,6 +327,9 @@ def silent(lab, _):
         for each in waiting:
             each.close()
     finally:
+        for each in asked:
+            each.kill()
+            each.wait()
         lab.process.send_signal(signal.SIGCONT)
     check(lab.process.wait(LIMIT) in (0, 1), lab.output())
     lab.expect_nothing_left()
