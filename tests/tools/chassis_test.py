@@ -645,6 +645,12 @@ def full(lab, options):
     lab.fails(1, "a board did not end well", "stop")
     lab.process.wait(LIMIT)
     lab.expect_nothing_left()
+    # What a module prints elsewhere is its own affair.
+    (work / "board.log").unlink()
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["elsewhere"])])
+    status, out, _ = lab.call(str(lab.file))
+    check((status, out) == (0, "main: ended\n"), f"{status} {out}")
 
 
 def leftover(lab, options):

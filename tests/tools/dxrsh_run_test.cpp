@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -320,6 +323,28 @@ TEST(DxrshRun, NoPartOfAPageStays) {
     EXPECT_EQ(2, link.status);
     EXPECT_FALSE(std::filesystem::exists(directory.Path("page.html")));
     EXPECT_TRUE(std::filesystem::is_symlink(directory.Path("link.html")));
+}
+
+// What is no file of its own, it does not remove: here a pipe whose reader leaves.
+TEST(DxrshRun, APageThatIsNoFileStays) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path("pipe");
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    const int room = fcntl(reader, F_SETPIPE_SZ, 4096);
+    std::thread leaving([reader] {
+        constexpr int kPatienceMs = 60000;
+        pollfd watched{reader, POLLIN, 0};
+        EXPECT_EQ(1, poll(&watched, 1, kPatienceMs));
+        (void)close(reader);
+    });
+    const Outcome outcome = RunWorker({"--report", path});
+    leaving.join();
+    EXPECT_GT(room, 0);
+    EXPECT_EQ(2, outcome.status);
+    EXPECT_EQ("dxrsh: " + path + ": Broken pipe\n", outcome.err);
+    EXPECT_TRUE(std::filesystem::is_fifo(path));
 }
 
 TEST(DxrshRun, NothingRunsWhereThereIsNoFolder) {

@@ -5,7 +5,8 @@
  * message filter tree of its own, by which two messages of kind 19 to it are lost. With "reset" it
  * is reset at once, but once only, and its log would turn a terminal red. With "mute" it fails at
  * once: with a line the first time, in the middle of one the second time, then without a word.
- * With "leaves" it ends at once and leaves memory behind. */
+ * With "leaves" it ends at once and leaves memory behind, with "elsewhere" once it has printed to a
+ * full device instead of its log. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -28,6 +29,14 @@ static void PrintAndDie(void) {
         }
     }
     abort();
+}
+
+static int PrintElsewhere(void) {
+    if (freopen("/dev/full", "w", stdout) == NULL) {
+        return 1;
+    }
+    printf("a line\n");
+    return fflush(stdout) != 0 ? 0 : 1;
 }
 
 static void HaveChild(void) {
@@ -84,6 +93,9 @@ int DxrModuleMain(int argc, char **argv) {
     }
     if (strcmp(word, "leaves") == 0) {
         return DXR_Malloc(7, 100, __FILE__, __LINE__) != NULL ? 0 : 1;
+    }
+    if (strcmp(word, "elsewhere") == 0) {
+        return PrintElsewhere();
     }
     if (strcmp(word, "forks") == 0) {
         HaveChild();
