@@ -599,6 +599,16 @@ def words(lab, options):
     lab.fails(1, "a board did not end well", "stop")
     lab.process.wait(LIMIT)
     lab.expect_nothing_left()
+    # A sanitizer says why before its last line.
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["reports"])], mostRestartMs=3600000, restartMs=3600000)
+    with open(lab.top / "out", "wb") as out:
+        lab.process = subprocess.Popen([lab.dxrsh, "chassis", str(lab.file)],
+                                       env=lab.environment(), stdout=out, cwd=lab.top)
+    await_that(lambda: "is started again" in lab.output(), "its death", lab.state)
+    check("board.log: SUMMARY: why it ends\n" in lab.output(), lab.output())
+    lab.fails(1, "a board did not end well", "stop")
+    lab.process.wait(LIMIT)
 
 
 def logs(lab, options):

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 #include <system_error>
 
 #include "errors.h"
@@ -53,6 +54,15 @@ bool IsLong(const struct stat &file, const ChassisLog &limits) {
     return S_ISREG(file.st_mode) && static_cast<uint64_t>(file.st_size) > limits.mostBytes;
 }
 
+// The line that ends a report of a sanitizer, "==123==ABORTING": why stands in the one before.
+bool IsEndOfReport(std::string_view line) {
+    constexpr std::string_view kMark = "==";
+    constexpr std::string_view kEnd = "==ABORTING";
+    return line.size() > kMark.size() + kEnd.size() && line.starts_with(kMark) &&
+           line.ends_with(kEnd) &&
+           line.find_first_not_of("0123456789", kMark.size()) == line.size() - kEnd.size();
+}
+
 // Of the bytes of a file between two places.
 std::string LastLine(const Descriptor &file, off_t from, off_t to) {
     constexpr off_t kMostBytes = 4096;
@@ -60,8 +70,19 @@ std::string LastLine(const Descriptor &file, off_t from, off_t to) {
     std::string end(static_cast<size_t>(to - begin), '\0');
     const ssize_t bytes = pread(file.Get(), end.data(), end.size(), begin);
     end.resize(static_cast<size_t>(std::max<ssize_t>(bytes, 0)));
-    end.erase(end.find_last_not_of(" \t\r\n") + 1);
-    return end.substr(end.find_last_of('\n') + 1);
+    const auto takeLine = [&end] {
+        end.erase(end.find_last_not_of(" \t\r\n") + 1);
+        const size_t lineBegin = end.find_last_of('\n') + 1;
+        std::string line = end.substr(lineBegin);
+        end.erase(lineBegin);
+        return line;
+    };
+    std::string last = takeLine();
+    if (IsEndOfReport(last)) {
+        const std::string before = takeLine();
+        last = before.empty() ? last : before;
+    }
+    return last;
 }
 
 }  // namespace
