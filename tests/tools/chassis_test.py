@@ -683,6 +683,7 @@ def killed(lab, options):
     await_that(lambda: "is started again" in lab.output(), "its death", lab.state)
     check(re.search(r"main: died by signal 9: .*/work/main/board.log: child \d+ may open \d+$",
                     lab.output(), re.M), lab.output())
+    check(lab.shell("main", "", 2) == "dxrsh: board main does not run\n", "its host answers")
     check(not (lab.run / "dxrsh-chassis/lab/main.ctl").exists(), "the dead board's socket is left")
     lab.fails(1, "a board did not end well", "stop")  # it waited to be started again
     lab.process.wait(LIMIT)

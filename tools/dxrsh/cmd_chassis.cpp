@@ -105,7 +105,11 @@ void RunBoardShell(const ChassisOptions &options, const CLI::App &program) {
         throw UsageError(options.supervisor.file + ": has no board " + options.board);
     }
     (void)AskChassis(chassis.name, "status");  // or there is none
-    const int status = RunAttached(BoardControl(chassis.name, board->name), options.lines, program);
+    const std::string control = BoardControl(chassis.name, board->name);
+    if (access(control.c_str(), F_OK) != 0) {
+        throw UsageError("board " + board->name + " does not run");
+    }
+    const int status = RunAttached(control, options.lines, program);
     if (status != 0) {
         throw Ended(status);
     }
