@@ -23,10 +23,11 @@ void ReportException(Host &host, const char *service, const char *what, const vo
 #define DXR_ENDS_OF_THREADS_PASS __attribute__((no_sanitize("null")))
 
 // Calls a function of a module; `thrown` when an exception left it. Without a frame that owns
-// anything: a task may be ended in there. The end of a thread goes through.
+// anything that outlasts the thread: a task may be ended in there. The end of a thread passes.
 template <typename Result, typename Function, typename... Args>
 DXR_ENDS_OF_THREADS_PASS Result CallModule(Host &host, const char *service, const char *what,
                                            Result thrown, Function function, Args... args) {
+    const CalledBack calledBack;
     try {
         return function(args...);
     } catch (const abi::__forced_unwind &) {
@@ -43,6 +44,7 @@ DXR_ENDS_OF_THREADS_PASS Result CallModule(Host &host, const char *service, cons
 template <typename Function, typename... Args>
 DXR_ENDS_OF_THREADS_PASS void CallModuleVoid(Host &host, const char *service, const char *what,
                                              Function function, Args... args) {
+    const CalledBack calledBack;
     try {
         function(args...);
     } catch (const abi::__forced_unwind &) {

@@ -282,6 +282,7 @@ class PrintService : public Service {
         }
         const auto problem = logFile.Write("[" + std::to_string(level) + "] " + text + "\n");
         if (target.sink != nullptr) {
+            const CalledBack calledBack;
             target.sink(level, text, target.user);
         } else if (target.file != nullptr) {
             (void)std::fprintf(target.file, "%s[%u] %s\n", target.prefix.c_str(), level, text);
@@ -317,6 +318,7 @@ class PrintService : public Service {
         }
         if (target.sink != nullptr) {
             writing.unlock();
+            const CalledBack calledBack;
             target.sink(text, target.user);
         } else if (target.file != nullptr) {
             (void)std::fprintf(target.file, "%s\n", text);
@@ -530,6 +532,7 @@ uint32_t WriteEventLog(void *event) {
         target = state.events;
     }
     if (target.sink != nullptr) {
+        const CalledBack calledBack;
         target.sink(&given, target.user);
     } else {
         state.Deliver(kLevelEvent, ("event " + std::to_string(given.id) + " level " +

@@ -103,6 +103,7 @@ void Reports::Hand(const DxrHostReport &report) {
         user = user_;
     }
     if (sink != nullptr) {
+        const CalledBack calledBack;
         sink(&report, user);
     } else {
         host_.Say(kFailureLevel, LineOf(report).c_str());

@@ -118,6 +118,20 @@ extern thread_local constinit const void *t_caller [[gnu::tls_model("initial-exe
 // Who called a function that stands before the host's in its slot; null while none does.
 extern thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]];
 
+// While the host calls a module back: who called the host then is nobody's caller there.
+class CalledBack {
+  public:
+    CalledBack() : before_(std::exchange(t_callerBehind, nullptr)) {}
+    ~CalledBack() { t_callerBehind = before_; }
+    CalledBack(const CalledBack &) = delete;
+    CalledBack &operator=(const CalledBack &) = delete;
+    CalledBack(CalledBack &&) = delete;
+    CalledBack &operator=(CalledBack &&) = delete;
+
+  private:
+    const void *const before_;
+};
+
 ThreadRecord &MakeThreadRecord();
 
 // For a thread that is about to be made: takes a record, then, on it, keeps that as its own. The

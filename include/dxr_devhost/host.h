@@ -161,7 +161,8 @@ DXR_API bool DxrHostGetReport(DxrHost *host, uint32_t index, DxrHostReport *repo
 /* For what stands in a slot before the host's function, as the tracing does when the program is
  * linked with both: where the calling thread keeps who called the slot. Store that return address
  * there while the host's function runs, and put back what was there after it. While it is null the
- * host looks at its own return address. Valid as long as the thread. */
+ * host looks at its own return address, as it does in what it calls back. Valid as long as the
+ * thread. */
 DXR_API const void **DxrHostCallerPlace(void);
 
 /* ---- Injected failures ------------------------------------------------------------------ */
