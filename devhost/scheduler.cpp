@@ -701,7 +701,8 @@ void Scheduler::OwnThreadEnds(ThreadRecord &thread, Task &task) {
             const std::string who = NameOf(task);
             if (!task.hasComeBack) {
                 host.reports.Add(DXR_HOST_REPORT_MISUSE, "task", task.made, "thread ended",
-                                 who + " has ended its thread instead of returning");
+                                 (task.isTimer ? "a timer's function" : who) +
+                                     " has ended its thread instead of returning");
             }
             ReportHeldMutexes(host, thread, who);
         });
@@ -784,6 +785,13 @@ void Scheduler::TaskEnds(Task &task) {
     const bool isNextToChoose = task.isScheduled || (clock.IsVirtual() && running_ == nullptr);
     if (task.joiners == 0) {
         tasks_.erase(task.id);
+    }
+    if (&task == timer_) {
+        timer_ = nullptr;
+        // Without a thread for it, timers rest until one is started.
+        if (!hasEnded_ && (alarms_.Earliest() != nullptr || !due_.IsEmpty())) {
+            Guard([this] { (void)HasTimer(); });
+        }
     }
     if (isNextToChoose && !isFinishing_) {
         RunNext(lock);

@@ -362,16 +362,26 @@ void Timer::Fire(void *user) {
     void (*const call)(void *) = timer->function;
     void *const with = timer->argument;
     const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
-    if (call != nullptr) {
-        CallModuleVoid(timer->service->TheHost(), kService,
-                       timer->monitor != nullptr ? "a monitor's function" : "a timer's function",
-                       call, with);
+    {
+        // Also for a function that ends the thread, but not for one that did not end with its host:
+        // neither the timer nor the host is there any more.
+        const struct Run {
+            Timer &timer;
+            const bool isOver;
+            ~Run() {
+                if (isOver && !Scheduler::IsStopped(ThisThread())) {
+                    timer.service->Forget(timer.serial);
+                }
+            }
+        } run{*timer, isOver};
+        if (call != nullptr) {
+            CallModuleVoid(
+                timer->service->TheHost(), kService,
+                timer->monitor != nullptr ? "a monitor's function" : "a timer's function", call,
+                with);
+        }
     }
-    // A function that did not end with its host: neither the timer nor the host is there any more.
     Scheduler::EndStopped(ThisThread());
-    if (isOver) {
-        timer->service->Forget(timer->serial);
-    }
 }
 
 SystemService &StateOf(Host &host) {

@@ -22,6 +22,8 @@
  *                              begins anew. EINVAL for a null function, ENOMEM (point
  *                              "timer.start"), EAGAIN when no thread can be made for timers,
  *                              ECANCELED after the run's end
+ *                              A function that ends its thread is reported; timers go on, on
+ *                              another one
  *   DXR_StopTimer(timer)       when it returns, the function does not run and will not, unless it
  *                              is the caller. ENOENT when the timer is not started: never, stopped
  *                              before, or it was to fire once and did. EINVAL, reported, for a

@@ -590,6 +590,66 @@ TEST_F(SteppedTime, ATimersFunctionMayEndItsThread) {
     EXPECT_EQ(DXR_StopTimer(&timer), 0U);
 }
 
+// Timers go on, on another thread; what fired once is not left behind.
+template <typename Fixture>
+void LetATimersFunctionEndItsThread(Fixture &test) {
+    const Bounded bounded;
+    static std::atomic<uint32_t> others;
+    static std::atomic<uint32_t> last;
+    others = 0;
+    last = 0;
+    DxrHostTimer ending{};
+    ending.size = sizeof(ending);
+    ending.ms = 3;
+    ending.function = [](void *) { pthread_exit(nullptr); };
+    DxrHostTimer other = ending;
+    other.ms = 2;
+    other.repeats = 1;
+    other.function = [](void *) { ++others; };
+    ASSERT_EQ(DXR_StartTimer(&other), 0U);
+    ASSERT_EQ(DXR_StartTimer(&ending), 0U);
+    DxrHostTimer again = ending;
+    while (others < 5) {
+        (void)DXR_DelayTask(1);
+    }
+    ASSERT_EQ(DXR_StartTimer(&again), 0U);
+    const uint32_t before = others;
+    while (others < before + 5) {
+        (void)DXR_DelayTask(1);
+    }
+    EXPECT_EQ(DXR_StopTimer(&other), 0U);
+    // While none was waiting.
+    DxrHostTimer third = ending;
+    ASSERT_EQ(DXR_StartTimer(&third), 0U);
+    (void)DXR_DelayTask(20);
+    DxrHostTimer late = ending;
+    late.function = [](void *) { ++last; };
+    ASSERT_EQ(DXR_StartTimer(&late), 0U);
+    while (last == 0) {
+        (void)DXR_DelayTask(1);
+    }
+    EXPECT_THAT(test.Texts(DXR_HOST_REPORT_MISUSE),
+                testing::Each("a timer's function has ended its thread instead of returning"));
+    EXPECT_FALSE(test.Texts(DXR_HOST_REPORT_MISUSE).empty());
+    EXPECT_EQ(test.End(), 0U);
+}
+
+struct TimersInVirtualTime : dxrtest::VirtualHost {
+    using HostTest::End;
+    using HostTest::Texts;
+};
+TEST_F(TimersInVirtualTime, GoOnWhenAFunctionEndsTheirThread) {
+    LetATimersFunctionEndItsThread(*this);
+}
+
+struct TimersInRealTime : dxrtest::RealHost {
+    using HostTest::End;
+    using HostTest::Texts;
+};
+TEST_F(TimersInRealTime, GoOnWhenAFunctionEndsTheirThread) {
+    LetATimersFunctionEndItsThread(*this);
+}
+
 // While the clock stands, and on the thread that moves it, where a time-out is none.
 TEST_F(SteppedTime, AJoinThatMayNotWaitGivesATimeOutAtOnce) {
     const Bounded bounded;
