@@ -164,6 +164,7 @@ class MessageService final : public Service, public MessageReceiver {
     uint32_t TakeFirst(Mailbox &box, const Room &room, DxrHostMessage &head, Letters &taken);
     static void HandleArrived(void *service);
     void EraseUnused(Mailbox &box);
+    void HandlerHasRun(Mailbox &box);  // under the lock
 
     FaultPoint &sendFails_;
     FaultPoint &loses_;

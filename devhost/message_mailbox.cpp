@@ -129,6 +129,21 @@ void MessageService::Handle(const DxrHostUnit &unit) {
     }
     box->runner = &ThisThread();
     ++box->users;
+    // Also for a handler that ends the thread, but not for one that did not end with its host.
+    const struct Run {
+        MessageService &service;
+        SchedulerLock &lock;
+        Mailbox &box;
+        ~Run() {
+            if (!lock.owns_lock()) {
+                if (Scheduler::IsStopped(ThisThread())) {
+                    return;
+                }
+                lock.lock();
+            }
+            service.HandlerHasRun(box);
+        }
+    } run{*this, lock, *box};
     while (box->waiting != 0) {
         if (box->current.empty() || !ReadNext(box->current.front())) {
             EndLocked(box->current);
@@ -148,11 +163,14 @@ void MessageService::Handle(const DxrHostUnit &unit) {
             Guard([&] { (void)transport->Acknowledge(message, result); });
         }
     }
-    EndLocked(box->current);
-    box->runner = nullptr;
-    --box->users;
-    scheduler.WakeAll(box->idle);
-    EraseUnused(*box);
+}
+
+void MessageService::HandlerHasRun(Mailbox &box) {
+    EndLocked(box.current);
+    box.runner = nullptr;
+    --box.users;
+    TheHost().scheduler.WakeAll(box.idle);
+    EraseUnused(box);
 }
 
 // The end of a letter, or of none. Under the lock.

@@ -3,6 +3,7 @@
 #include "dxr_devhost/message.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -23,6 +24,30 @@ using testing::HasSubstr;
 using HostMessages = dxrtest::SteppedHost;
 using MessagesInVirtualTime = dxrtest::VirtualHost;
 using MessagesInRealTime = dxrtest::RealHost;
+
+// A handler that ends its thread has ended: the mailbox goes on, and can be closed.
+TEST_F(MessagesInRealTime, AHandlerMayEndItsThread) {
+    static std::atomic<uint32_t> calls;
+    calls = 0;
+    EXPECT_EQ(Open(kLpu3, 8,
+                   [](const DxrHostMessage *message, void *) {
+                       ++calls;
+                       if (message->kind == 1) {
+                           pthread_exit(nullptr);
+                       }
+                       return 0U;
+                   }),
+              0U);
+    std::thread([] {
+        DxrHostMessage message = MessageOf(kLpu3, 1);
+        (void)DXR_SendMsg(&message);
+    }).join();
+    DxrHostMessage message = MessageOf(kLpu3, 2);
+    EXPECT_EQ(DXR_SendMsg(&message), 0U);
+    EXPECT_EQ(calls, 2U);
+    EXPECT_EQ(DxrHostCloseMailbox(host, &kLpu3), 0U);
+    EXPECT_EQ(End(), 0U);
+}
 
 // --- Sending
 
