@@ -351,8 +351,9 @@ uint32_t LockMutex(void *handle) {
                             Describe(mutex->lockedAt));
             return EDEADLK;
         }
-        // Before the wait: a deadlock has no time after it.
-        if (!held->empty()) {
+        // Before the wait: a deadlock has no time after it. Not for another mutex, which may be
+        // there by now.
+        if (!held->empty() && mutex->handle.load(std::memory_order_relaxed) == handle) {
             NoteOrder(call, *held, *mutex);
             held = &RoomIn(thread, *call);  // whoever was told may have locked too
         }
