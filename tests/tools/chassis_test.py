@@ -298,7 +298,8 @@ def orders(lab, _):
 
 
 def silent(lab, _):
-    """Nobody waits for a supervisor that is stopped; what it was told it does when it goes on."""
+    """Nobody waits for a supervisor that is stopped; when it goes on it does not do what it was told
+    by those who have gone."""
     lab.write(lab.usual(1, "10"))
     lab.start()
     lab.status()
@@ -331,7 +332,9 @@ def silent(lab, _):
             each.kill()
             each.wait()
         lab.process.send_signal(signal.SIGCONT)
-    check(lab.process.wait(LIMIT) in (0, 1), lab.output())
+    await_that(lambda: lab.call("status")[0] == 0, "it answers again", lab.state)
+    check(lab.status()["line1"]["starts"] == 1, "a board was killed for one who had gone")
+    lab.stop()
     lab.expect_nothing_left()
 
 
@@ -661,6 +664,12 @@ def full(lab, options):
                     arguments=["elsewhere"])])
     status, out, _ = lab.call(str(lab.file))
     check((status, out) == (0, "main: ended\n"), f"{status} {out}")
+    # Why it could not be written for a while nobody knows any more.
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["passing"])])
+    status, out, _ = lab.call(str(lab.file))
+    check((status, out) == (0, f"main: {work}/board.log could not be written for a while\n"
+                            "main: ended\n"), f"{status} {out}")
 
 
 def leftover(lab, options):

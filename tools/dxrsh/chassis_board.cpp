@@ -90,7 +90,7 @@ class Control {
 
     void Beat() {
         ChassisBeat beat = BeatOf(host_);
-        beat.logError = static_cast<uint64_t>(log_.Error());
+        beat.logError = log_.Error();
         (void)send(kControlFd, &beat, sizeof(beat), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
 

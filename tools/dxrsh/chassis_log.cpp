@@ -10,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "chassis_process.h"
 #include "errors.h"
 #include "say.h"
 
@@ -170,13 +171,13 @@ void OwnLog::Look() {
     }
 }
 
-int OwnLog::Error() {
+uint64_t OwnLog::Error() {
     for (std::FILE *const stream : {stdout, stderr}) {
         // Without its lock, which one that writes may keep.
         const int fd = stream == stdout ? STDOUT_FILENO : STDERR_FILENO;
         if (error_ == 0 && ferror_unlocked(stream) != 0 && IsAt(fd)) {
             // The stream does not know why. An end of line, where there is room again.
-            error_ = write(fd, "\n", 1) < 0 ? errno : EIO;
+            error_ = write(fd, "\n", 1) < 0 ? static_cast<uint64_t>(errno) : kNoLongerKnown;
         }
     }
     return error_;

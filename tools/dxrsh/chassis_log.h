@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <string>
 
 #include "chassis_file.h"
@@ -39,8 +40,8 @@ class OwnLog {
 
     // Begins another file when this one has become too long.
     void Look();
-    // Why it could not be written, a number of <errno.h>; 0 as long as it could.
-    [[nodiscard]] int Error();
+    // Why it could not be written, a number of <errno.h> or kNoLongerKnown; 0 as long as it could.
+    [[nodiscard]] uint64_t Error();
 
   private:
     [[nodiscard]] bool IsAt(int fd) const;
@@ -48,7 +49,7 @@ class OwnLog {
     const Descriptor directory_;  // the module may change the current one
     const ChassisLog limits_;
     bool hasFailed_ = false;
-    int error_ = 0;
+    uint64_t error_ = 0;
 };
 
 }  // namespace dxrsh

@@ -27,6 +27,9 @@ struct ChassisBeat {
     uint64_t logError;  // why its log could not be written; 0 as long as it could
 };
 
+// For `logError`: it could not be written, but can be again.
+constexpr uint64_t kNoLongerKnown = UINT64_MAX;
+
 // What a board is told, a byte each.
 enum class ChassisOrder : char { kCut = 'c', kJoin = 'j', kStop = 's' };
 

@@ -402,8 +402,11 @@ class Supervisor {
             board.hasBeat = true;
             if (beat.logError != 0 && !board.hasToldOfLog) {
                 board.hasToldOfLog = true;
-                Tell(board, "{}/board.log could not be written: {}", Work(board),
-                     std::generic_category().message(static_cast<int>(beat.logError)));
+                const std::string why =
+                    beat.logError != kNoLongerKnown
+                        ? ": " + std::generic_category().message(static_cast<int>(beat.logError))
+                        : " for a while";
+                Tell(board, "{}/board.log could not be written{}", Work(board), why);
             }
             if (board.state == State::kStarting) {
                 board.state = State::kRunning;
@@ -624,6 +627,11 @@ class Supervisor {
         if (client.waitsForEnd ||
             (end == std::string::npos && client.asked.size() < kLongestCommand)) {
             return true;
+        }
+        // Who was told meanwhile that the chassis does not answer asks for nothing any more.
+        pollfd asker{client.connection.Get(), 0, 0};
+        if (poll(&asker, 1, 0) > 0 && (asker.revents & POLLHUP) != 0) {
+            return false;
         }
         const std::string command = client.asked.substr(0, end);
         if (command == kStopChassis) {

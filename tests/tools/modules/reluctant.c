@@ -6,8 +6,8 @@
  * is reset at once, but once only, and its log would turn a terminal red. With "mute" it fails at
  * once: with a line the first time, in the middle of one the second time, then without a word.
  * With "leaves" it ends at once and leaves memory behind, with "elsewhere" once it has printed to a
- * full device instead of its log, with "reports" as a program in which a sanitizer has found
- * something. */
+ * full device instead of its log, with "passing" once it could not print for a while, with "reports"
+ * as a program in which a sanitizer has found something. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -38,6 +38,16 @@ static int PrintElsewhere(void) {
     }
     printf("a line\n");
     return fflush(stdout) != 0 ? 0 : 1;
+}
+
+static int PrintNowhere(void) {
+    const int log = dup(STDOUT_FILENO);
+    (void)close(STDOUT_FILENO);
+    printf("a line\n");
+    const int hasFailed = fflush(stdout) != 0 || ferror(stdout);
+    (void)dup2(log, STDOUT_FILENO);
+    (void)close(log);
+    return hasFailed ? 0 : 1;
 }
 
 static void HaveChild(void) {
@@ -101,6 +111,9 @@ int DxrModuleMain(int argc, char **argv) {
     }
     if (strcmp(word, "elsewhere") == 0) {
         return PrintElsewhere();
+    }
+    if (strcmp(word, "passing") == 0) {
+        return PrintNowhere();
     }
     if (strcmp(word, "forks") == 0) {
         HaveChild();
