@@ -325,6 +325,10 @@ def silent(lab, _):
             except BlockingIOError:
                 break
         lab.fails(1, "^dxrsh: chassis lab does not answer$", "status")
+        # One who finds no room waits for it.
+        late = subprocess.Popen([lab.dxrsh, "chassis", "status"], env=lab.environment(), text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        time.sleep(0.5)
         for each in waiting:
             each.close()
     finally:
@@ -332,6 +336,12 @@ def silent(lab, _):
             each.kill()
             each.wait()
         lab.process.send_signal(signal.SIGCONT)
+    try:
+        out, err = late.communicate(timeout=LIMIT)
+        check(late.returncode == 0 and "line1" in out, f"{late.returncode} {out} {err}")
+    finally:
+        late.kill()
+        late.wait()
     await_that(lambda: lab.call("status")[0] == 0, "it answers again", lab.state)
     check(lab.status()["line1"]["starts"] == 1, "a board was killed for one who had gone")
     lab.stop()
@@ -588,7 +598,7 @@ def words(lab, options):
                                    stdout=open(lab.top / "out", "wb"), cwd=lab.top)
     await_that(lambda: lab.output().count("ended with 1") > 2, "three deaths", lab.state)
     log = lab.top / "work/main/board.log"
-    silent = f"{log}: nothing printed since the start"
+    silent = f"{log}: nothing in it since the start"
     said = re.findall("main: ended with 1: (.*)", lab.output())
     check(said[:3] == [f"{log}: why it fails", f"{log}: and so", silent], str(said))
     # Also when an earlier start's part has been put aside.
@@ -658,6 +668,13 @@ def full(lab, options):
     lab.fails(1, "a board did not end well", "stop")
     lab.process.wait(LIMIT)
     lab.expect_nothing_left()
+    # Also what the host says when the module has ended.
+    lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
+                    arguments=["leaves"])])
+    status, out, _ = lab.call(str(lab.file))
+    check((status, out) == (1, f"main: {work}/board.log could not be written: No space left on "
+                            f"device\nmain: ended, and left something behind: {work}/board.log: "
+                            "nothing in it since the start\n"), f"{status} {out}")
     # What a module prints elsewhere is its own affair.
     (work / "board.log").unlink()
     lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),

@@ -64,9 +64,9 @@ class Control {
         (void)pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
     ~Control() {
-        isOver_ = true;
-        (void)shutdown(kControlFd, SHUT_RD);
-        thread_.join();
+        if (thread_.joinable()) {
+            End();
+        }
     }
     Control(const Control &) = delete;
     Control &operator=(const Control &) = delete;
@@ -74,6 +74,19 @@ class Control {
     Control &operator=(Control &&) = delete;
 
     [[nodiscard]] bool IsStopped() const { return isStopped_; }
+
+    // Before the host's end.
+    void End() {
+        isOver_ = true;
+        (void)shutdown(kControlFd, SHUT_RD);
+        thread_.join();
+    }
+
+    // After it: what the host said at its end may not have found room in the log.
+    void BeatLast() {
+        last_.logError = log_.Error();
+        Send();
+    }
 
   private:
     void Serve() {
@@ -89,9 +102,13 @@ class Control {
     }
 
     void Beat() {
-        ChassisBeat beat = BeatOf(host_);
-        beat.logError = log_.Error();
-        (void)send(kControlFd, &beat, sizeof(beat), MSG_DONTWAIT | MSG_NOSIGNAL);
+        last_ = BeatOf(host_);
+        last_.logError = log_.Error();
+        Send();
+    }
+
+    void Send() const {
+        (void)send(kControlFd, &last_, sizeof(last_), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
 
     void TakeOrder() {
@@ -117,7 +134,8 @@ class Control {
 
     DxrHost *const host_;
     const int beatMs_;
-    OwnLog log_;  // of the thread
+    OwnLog log_;  // of the thread, as the next one, until it has ended
+    ChassisBeat last_{};
     std::atomic<bool> isOver_{false};
     std::atomic<bool> isStopped_{false};
     std::thread thread_;
@@ -256,19 +274,19 @@ void RunBoard(const BoardOptions &options) {
     (void)DxrHostCutOff(host, options.isCutOff);
     Poking poking(host, chassis, *self);
     int status = 0;
-    {
-        const Control control(host, chassis, work);
-        const int result = module.Main(self->arguments);
-        poking.EndLines();
-        module.End();
-        if (!control.IsStopped()) {
-            status = HasEndedRun(host) ? kExitReset : result == 0 ? 0 : kExitFailure;
-        }
+    Control control(host, chassis, work);
+    const int result = module.Main(self->arguments);
+    poking.EndLines();
+    module.End();
+    if (!control.IsStopped()) {
+        status = HasEndedRun(host) ? kExitReset : result == 0 ? 0 : kExitFailure;
     }
+    control.End();
     poking.End();
     const bool isClean = DxrHostDestroy(host, stderr) == 0;
     poking.AwaitLines();
     (void)std::fflush(nullptr);
+    control.BeatLast();
     // Threads that the module made by itself are left alone.
     EndProgram(status != 0 || isClean ? status : kExitLeftBehind);
 }

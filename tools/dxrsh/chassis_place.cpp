@@ -116,6 +116,17 @@ std::string TheRunningOne() {
     throw NoAnswer("chassis " + name + " does not answer");
 }
 
+// While others wait already one more may find no room.
+Descriptor ConnectInTime(const std::string &path) {
+    constexpr int kPauseMs = 10;
+    Descriptor connection = ConnectTo(path);
+    for (int ms = 0; !connection && errno == EAGAIN && ms < kSilenceMs; ms += kPauseMs) {
+        (void)usleep(kPauseMs * 1000);
+        connection = ConnectTo(path);
+    }
+    return connection;
+}
+
 // Whether a chassis that has more to do than to answer still does that. One that has ended says so
 // by itself.
 bool IsAtWork(const std::string &name) {
@@ -174,9 +185,9 @@ ChassisPlace::~ChassisPlace() {
 
 std::string AskChassis(const std::string &name, const std::string &command) {
     const std::string asked = name.empty() ? TheRunningOne() : name;
-    const Descriptor connection = ConnectTo(ChassisDirectory(asked) + kSocket);
+    const Descriptor connection = ConnectInTime(ChassisDirectory(asked) + kSocket);
     if (!connection && errno == EAGAIN) {
-        BlameSilence(asked);  // others wait already
+        BlameSilence(asked);
     }
     if (!connection) {
         throw RunError("chassis " + asked + " does not run");

@@ -386,7 +386,7 @@ class Supervisor {
     [[nodiscard]] std::string LogAndWords(const Board &board) const {
         const LastWords last = LastWordsSince(board.start, Work(board));
         return last.path + ": " +
-               (last.line.empty() ? "nothing printed since the start"
+               (last.line.empty() ? "nothing in it since the start"
                                   : Printable(last.line, kLongestWords));
     }
 
