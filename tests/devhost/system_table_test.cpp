@@ -45,15 +45,18 @@ using HostTables = dxrtest::TableHost;
 TEST_F(HostTables, ReadNoByteBesideAKey) {
     const dxrtest::GuardedPage page;
     ASSERT_EQ(DXR_DynamicCreateTable(7), 0U);
+    auto *const begin = static_cast<unsigned char *>(page.Begin());
+    auto *const end = static_cast<unsigned char *>(page.End());
     for (uint32_t size = 1; size <= 64; ++size) {
-        auto *const key = static_cast<unsigned char *>(page.End()) - size;
-        std::memset(key, 'k', size);
-        ASSERT_EQ(DXR_AddChipTblmData(1, 7, key, size, &size, sizeof(size)), 0U);
-        uint32_t data = 0;
-        DxrTblmRequest request{7, key, size, &data, sizeof(data), 1, {}};
-        ASSERT_EQ(DXR_GetChipTblmData(1, &request), 0U);
-        EXPECT_EQ(data, size);
-        EXPECT_EQ(DXR_DeleteChipTblmData(1, 7, key, size), 0U);
+        for (unsigned char *const key : {begin, end - size}) {
+            std::memset(key, 'k', size);
+            ASSERT_EQ(DXR_AddChipTblmData(1, 7, key, size, &size, sizeof(size)), 0U);
+            uint32_t data = 0;
+            DxrTblmRequest request{7, key, size, &data, sizeof(data), 1, {}};
+            ASSERT_EQ(DXR_GetChipTblmData(1, &request), 0U);
+            EXPECT_EQ(data, size);
+            EXPECT_EQ(DXR_DeleteChipTblmData(1, 7, key, size), 0U);
+        }
     }
 }
 
