@@ -298,8 +298,8 @@ def orders(lab, _):
 
 
 def silent(lab, _):
-    """Nobody waits for a supervisor that is stopped; when it goes on it does not do what it was told
-    by those who have gone."""
+    """Nobody waits for a supervisor that is stopped; when it goes on it does not do what those who
+    have gone told it."""
     lab.write(lab.usual(1, "10"))
     lab.start()
     lab.status()

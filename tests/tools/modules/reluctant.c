@@ -6,8 +6,8 @@
  * is reset at once, but once only, and its log would turn a terminal red. With "mute" it fails at
  * once: with a line the first time, in the middle of one the second time, then without a word.
  * With "leaves" it ends at once and leaves memory behind, with "elsewhere" once it has printed to a
- * full device instead of its log, with "passing" once it could not print for a while, with "reports"
- * as a program in which a sanitizer has found something. */
+ * full device instead of its log, with "passing" once it could not print for a while, with
+ * "reports" as a program in which a sanitizer has found something. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
