@@ -23,10 +23,11 @@ struct Value {
     uint64_t number = 0;  // a kNumber is whole, without a sign and fits
     std::string text;
     std::vector<Value> list;
-    std::map<std::string, Value> members;  // of equal keys the last one counts
+    std::map<std::string, Value> members;
 };
 
-// A document as RFC 8259 has it, in well-formed UTF-8, a byte order mark allowed before it.
+// A document as RFC 8259 has it, in well-formed UTF-8, a byte order mark allowed before it, and
+// without a key that an object has twice.
 class Strict {
   public:
     explicit Strict(std::string_view text) : text_(text) {}
@@ -99,7 +100,9 @@ class Strict {
             if (!Take(':') || !Read(&member)) {
                 return false;
             }
-            value->members[key] = member;
+            if (!value->members.emplace(key, member).second) {
+                return false;
+            }
             Blanks();
         } while (Take(','));
         return Take('}');
