@@ -27,7 +27,7 @@ void ReportException(Host &host, const char *service, const char *what, const vo
 template <typename Result, typename Function, typename... Args>
 DXR_ENDS_OF_THREADS_PASS Result CallModule(Host &host, const char *service, const char *what,
                                            Result thrown, Function function, Args... args) {
-    const CalledBack calledBack;
+    const CallerBehind nobody(nullptr);
     try {
         return function(args...);
     } catch (const abi::__forced_unwind &) {
@@ -44,7 +44,7 @@ DXR_ENDS_OF_THREADS_PASS Result CallModule(Host &host, const char *service, cons
 template <typename Function, typename... Args>
 DXR_ENDS_OF_THREADS_PASS void CallModuleVoid(Host &host, const char *service, const char *what,
                                              Function function, Args... args) {
-    const CalledBack calledBack;
+    const CallerBehind nobody(nullptr);
     try {
         function(args...);
     } catch (const abi::__forced_unwind &) {

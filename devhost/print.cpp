@@ -282,7 +282,7 @@ class PrintService : public Service {
         }
         const auto problem = logFile.Write("[" + std::to_string(level) + "] " + text + "\n");
         if (target.sink != nullptr) {
-            const CalledBack calledBack;
+            const CallerBehind nobody(nullptr);
             target.sink(level, text, target.user);
         } else if (target.file != nullptr) {
             (void)std::fprintf(target.file, "%s[%u] %s\n", target.prefix.c_str(), level, text);
@@ -318,7 +318,7 @@ class PrintService : public Service {
         }
         if (target.sink != nullptr) {
             writing.unlock();
-            const CalledBack calledBack;
+            const CallerBehind nobody(nullptr);
             target.sink(text, target.user);
         } else if (target.file != nullptr) {
             (void)std::fprintf(target.file, "%s\n", text);
@@ -532,7 +532,7 @@ uint32_t WriteEventLog(void *event) {
         target = state.events;
     }
     if (target.sink != nullptr) {
-        const CalledBack calledBack;
+        const CallerBehind nobody(nullptr);
         target.sink(&given, target.user);
     } else {
         state.Deliver(kLevelEvent, ("event " + std::to_string(given.id) + " level " +

@@ -103,7 +103,7 @@ void Reports::Hand(const DxrHostReport &report) {
         user = user_;
     }
     if (sink != nullptr) {
-        const CalledBack calledBack;
+        const CallerBehind nobody(nullptr);
         sink(&report, user);
     } else {
         host_.Say(kFailureLevel, LineOf(report).c_str());

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
 #include "test_calls.h"
 #include "thread_record.h"
@@ -23,21 +22,6 @@ uint64_t ToWord(Value value) {
         return value;
     }
 }
-
-// While one is there, the host takes that caller for its own: modules are told by their code. A
-// call that never comes back takes its thread along.
-class CallerBehind {
-  public:
-    explicit CallerBehind(const void *caller) : before_(std::exchange(t_callerBehind, caller)) {}
-    ~CallerBehind() { t_callerBehind = before_; }
-    CallerBehind(const CallerBehind &) = delete;
-    CallerBehind &operator=(const CallerBehind &) = delete;
-    CallerBehind(CallerBehind &&) = delete;
-    CallerBehind &operator=(CallerBehind &&) = delete;
-
-  private:
-    const void *before_;
-};
 
 template <typename Hook>
 auto CallAndNote(uint64_t number, const Hook &hook) {

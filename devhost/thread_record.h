@@ -118,15 +118,17 @@ extern thread_local constinit const void *t_caller [[gnu::tls_model("initial-exe
 // Who called a function that stands before the host's in its slot; null while none does.
 extern thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]];
 
-// While the host calls a module back: who called the host then is nobody's caller there.
-class CalledBack {
+// While one is there, the host takes that caller for its own: modules are told by their code. Null
+// while the host calls a module back: who called the host then is nobody's caller there. A call
+// that never comes back takes its thread along.
+class CallerBehind {
   public:
-    CalledBack() : before_(std::exchange(t_callerBehind, nullptr)) {}
-    ~CalledBack() { t_callerBehind = before_; }
-    CalledBack(const CalledBack &) = delete;
-    CalledBack &operator=(const CalledBack &) = delete;
-    CalledBack(CalledBack &&) = delete;
-    CalledBack &operator=(CalledBack &&) = delete;
+    explicit CallerBehind(const void *caller) : before_(std::exchange(t_callerBehind, caller)) {}
+    ~CallerBehind() { t_callerBehind = before_; }
+    CallerBehind(const CallerBehind &) = delete;
+    CallerBehind &operator=(const CallerBehind &) = delete;
+    CallerBehind(CallerBehind &&) = delete;
+    CallerBehind &operator=(CallerBehind &&) = delete;
 
   private:
     const void *const before_;
