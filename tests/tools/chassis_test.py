@@ -705,7 +705,9 @@ def killed(lab, options):
     lab.start()
     log = lab.top / "work/main/board.log"
     await_that(lambda: "child" in log.read_text("ascii"), "a line in its log", lab.state)
-    os.kill(lab.status()["main"]["pid"], signal.SIGKILL)
+    pid = lab.status()["main"]["pid"]
+    check(pid > 0, lab.state())
+    os.kill(pid, signal.SIGKILL)
     await_that(lambda: "is started again" in lab.output(), "its death", lab.state)
     check(re.search(r"main: died by signal 9: .*/work/main/board.log: child \d+ may open \d+$",
                     lab.output(), re.M), lab.output())
