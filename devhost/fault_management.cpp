@@ -22,7 +22,7 @@ constexpr uint32_t kWellLevel = 6;
 
 // One that was taken out stays in memory, since others may just stop it.
 struct Check : Job {
-    Check() : Job(Run, this) {}
+    Check() : Job("a fault check", Run, this) {}
     static void Run(void *user);
 
     class FfmService *service = nullptr;

@@ -139,14 +139,14 @@ MessageService::MessageService(Host &host)
       holds_(host.chance.Point("message.reorder")),
       openFails_(host.chance.Point("mailbox.open")),
       delayMs_(host.chance.StreamOf("message.delay.ms")),
-      lateJob_(std::make_shared<Job>(DeliverLate, this)),
-      arrivedJob_(std::make_shared<Job>(HandleArrived, this)) {
+      lateJob_(std::make_shared<Job>("the handler of a mailbox", DeliverLate, this)),
+      handlingJob_(std::make_shared<Job>("the handler of a mailbox", HandleWaiting, this)) {
     SetUpEvents();
 }
 
 MessageService::~MessageService() {
     transport.reset();  // nothing comes in any more
-    for (const std::shared_ptr<Job> &job : {lateJob_, arrivedJob_}) {
+    for (const std::shared_ptr<Job> &job : {lateJob_, handlingJob_}) {
         (void)TheHost().scheduler.Stop(*job, nullptr, {});
         // Also when a handler was cut off in it.
         job->self.reset();
@@ -182,8 +182,7 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     }
     const bool wantsAck = (message.flags & DXR_HOST_MESSAGE_ACK) != 0;
     Task *const task = wantsAck ? &scheduler.Current(call.Thread(), call.At()) : nullptr;
-    Wanted wanted{0, message.timeoutMs, wantsAck ? scheduler.After(message.timeoutMs) : 0};
-    uint64_t &sequence = wanted.sequence;
+    Wanted wanted{*this, message.timeoutMs, wantsAck ? scheduler.After(message.timeoutMs) : 0};
     uint32_t result = 0;
     bool isSent = false;  // and counted
     try {
@@ -202,9 +201,10 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
             const bool isReached = board != kNoBoard || transport->Reaches(message.to);
             result = scheduler.HasEnded() ? ECANCELED : isReached ? 0 : ENXIO;
             if (result == 0) {
-                sequence = lastSequence_ + 1;
+                const uint64_t sequence = lastSequence_ + 1;
                 if (wantsAck) {
                     pending_.try_emplace(sequence);
+                    wanted.sequence = sequence;
                 }
                 lastSequence_ = sequence;
                 message.sequence = sequence;
@@ -226,9 +226,15 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
         return wantsAck ? AwaitAcknowledgement(call, *task, wanted, message) : 0;
     }
     const SchedulerLock lock = scheduler.Lock();
-    pending_.erase(sequence);
     counts.refused += result == ENXIO || result == ENOBUFS ? 1 : 0;
     return result;
+}
+
+MessageService::Wanted::~Wanted() {
+    if (sequence != 0 && !Scheduler::IsStopped(ThisThread())) {
+        const SchedulerLock lock = service.TheHost().scheduler.Lock();
+        service.pending_.erase(sequence);
+    }
 }
 
 // The letter is the message's, or there is none yet.
@@ -261,7 +267,6 @@ uint32_t MessageService::AwaitAcknowledgement(const Call &call, Task &task, cons
     if (isDone) {
         message.result = pending.result;
     }
-    pending_.erase(sequence);
     if (isDone || failure != 0) {
         return isDone ? 0 : failure;
     }

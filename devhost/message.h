@@ -137,11 +137,13 @@ class MessageService final : public Service, public MessageReceiver {
         return {box.given.unit.kind, box.given.unit.number, box.closed};
     }
 
-    // What a sender waits for: a handler may have changed its record since.
+    // What a sender waits for: a handler may have changed its record since, or ended its thread.
     struct Wanted {
-        uint64_t sequence;
+        MessageService &service;
         uint32_t timeoutMs;
         uint64_t deadline;
+        uint64_t sequence = 0;  // with an entry among the pending ones
+        ~Wanted();
     };
 
     uint32_t Post(const DxrHostMessage &message, Letters &letter);
@@ -154,15 +156,16 @@ class MessageService final : public Service, public MessageReceiver {
     bool IsLate(Letter &letter);
     uint32_t PutLate(Letters &later);
     uint32_t StartLate();
+    void StartLateGuarded();
     static void DeliverLate(void *service);
     uint32_t Deliver(Letters &letter);
-    Letters::iterator Keep(Letters &second);
-    void TakeBack(Letters::iterator kept, Letters &second);
+    uint32_t DeliverFirst(Letters &first, Letters &second);
     void CarryHeld(const DxrHostUnit &unit);
     Mailbox *FindUnhandled();
     void EndLocked(Letters &letter);
     uint32_t TakeFirst(Mailbox &box, const Room &room, DxrHostMessage &head, Letters &taken);
-    static void HandleArrived(void *service);
+    void StartHandling();
+    static void HandleWaiting(void *service);
     void EraseUnused(Mailbox &box);
     void HandlerHasRun(Mailbox &box);  // under the lock
 
@@ -186,8 +189,8 @@ class MessageService final : public Service, public MessageReceiver {
     std::mutex lateMutex_;  // one starts the job at a time
     const std::shared_ptr<Job> lateJob_;
 
-    // Runs handlers for what came from elsewhere.
-    const std::shared_ptr<Job> arrivedJob_;
+    // Runs handlers for what no sender's thread does.
+    const std::shared_ptr<Job> handlingJob_;
     bool isHandling_ = false;  // it is started; under the scheduler's lock
 
     std::mutex filterMutex_;  // who uses or changes the filter has it

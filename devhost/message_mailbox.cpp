@@ -135,13 +135,14 @@ void MessageService::Handle(const DxrHostUnit &unit) {
         SchedulerLock &lock;
         Mailbox &box;
         ~Run() {
-            if (!lock.owns_lock()) {
-                if (Scheduler::IsStopped(ThisThread())) {
-                    return;
-                }
+            if (lock.owns_lock()) {
+                service.HandlerHasRun(box);
+            } else if (!Scheduler::IsStopped(ThisThread())) {
                 lock.lock();
+                service.HandlerHasRun(box);
+                lock.unlock();
+                service.StartHandling();
             }
-            service.HandlerHasRun(box);
         }
     } run{*this, lock, *box};
     while (box->waiting != 0) {
@@ -166,7 +167,10 @@ void MessageService::Handle(const DxrHostUnit &unit) {
 }
 
 void MessageService::HandlerHasRun(Mailbox &box) {
-    EndLocked(box.current);
+    // What follows the head still waits.
+    if (!box.current.empty() && box.current.front().more == 0) {
+        EndLocked(box.current);
+    }
     box.runner = nullptr;
     --box.users;
     TheHost().scheduler.WakeAll(box.idle);
@@ -189,7 +193,7 @@ void MessageService::End(Letters &letter) {
     }
 }
 
-// --- From elsewhere
+// --- On the timer's thread: what came from elsewhere, or waits behind a handler's ended thread
 
 // Under the lock.
 Mailbox *MessageService::FindUnhandled() {
@@ -219,6 +223,15 @@ void MessageService::TakeIn(Letters &letters, const std::vector<Acknowledgement>
         while (!spare_.empty() && spare.size() < kSpareLetters) {
             spare.splice(spare.end(), spare_, spare_.begin());
         }
+    }
+    StartHandling();
+}
+
+// Starts the job unless it is, or nothing is for it.
+void MessageService::StartHandling() {
+    Scheduler &scheduler = TheHost().scheduler;
+    {
+        const SchedulerLock lock = scheduler.Lock();
         if (isHandling_ || FindUnhandled() == nullptr) {
             return;
         }
@@ -226,7 +239,7 @@ void MessageService::TakeIn(Letters &letters, const std::vector<Acknowledgement>
     }
     uint32_t result = ENOMEM;
     try {
-        result = scheduler.Start(arrivedJob_, scheduler.clock.NowNs(), 0);
+        result = scheduler.Start(handlingJob_, scheduler.clock.NowNs(), 0);
     } catch (const std::bad_alloc &) {
         result = ENOMEM;
     }
@@ -237,8 +250,22 @@ void MessageService::TakeIn(Letters &letters, const std::vector<Acknowledgement>
 }
 
 // The job. Nothing is owned here while a handler runs: it may be cut off.
-void MessageService::HandleArrived(void *service) {
+void MessageService::HandleWaiting(void *service) {
     auto &self = *static_cast<MessageService *>(service);
+    // After a handler that ended the thread.
+    struct Run {
+        MessageService &service;
+        bool isDone = false;
+        ~Run() {
+            if (!isDone && !Scheduler::IsStopped(ThisThread())) {
+                {
+                    const SchedulerLock lock = service.TheHost().scheduler.Lock();
+                    service.isHandling_ = false;
+                }
+                service.StartHandling();
+            }
+        }
+    } run{self};
     for (;;) {
         DxrHostUnit unit{};
         {
@@ -246,6 +273,7 @@ void MessageService::HandleArrived(void *service) {
             const Mailbox *const box = self.FindUnhandled();
             if (box == nullptr) {
                 self.isHandling_ = false;
+                run.isDone = true;
                 return;
             }
             unit = box->given.unit;

@@ -139,6 +139,11 @@ uint32_t MessageService::StartLate() {
     return dueNs == kForever ? 0 : scheduler.Start(lateJob_, dueNs, 0);
 }
 
+// What cannot be started waits until something else is late.
+void MessageService::StartLateGuarded() {
+    Guard([this] { (void)StartLate(); });
+}
+
 uint32_t MessageService::PutLate(Letters &later) {
     const uint64_t sequence = later.front().head.sequence;
     Scheduler &scheduler = TheHost().scheduler;
@@ -170,6 +175,15 @@ uint32_t MessageService::PutLate(Letters &later) {
 void MessageService::DeliverLate(void *service) {
     auto &self = *static_cast<MessageService *>(service);
     Scheduler &scheduler = self.TheHost().scheduler;
+    // Also after a handler that ended the thread.
+    const struct Run {
+        MessageService &service;
+        ~Run() {
+            if (!Scheduler::IsStopped(ThisThread())) {
+                service.StartLateGuarded();
+            }
+        }
+    } run{self};
     for (;;) {
         Letters due;
         {
@@ -178,7 +192,7 @@ void MessageService::DeliverLate(void *service) {
                 self.late_.begin(), self.late_.end(),
                 [](const Letter &a, const Letter &b) { return a.dueNs < b.dueNs; });
             if (first == self.late_.end() || first->dueNs > scheduler.clock.NowNs()) {
-                break;
+                return;
             }
             due.splice(due.end(), self.late_, first);
         }
@@ -186,28 +200,44 @@ void MessageService::DeliverLate(void *service) {
             self.Count(&Counts::refused);
         }
     }
-    try {
-        (void)self.StartLate();
-    } catch (const std::bad_alloc &) {
-        // What is late waits until something else is.
-    }
 }
 
 // --- All of it
 
-// The service keeps the second of two while the first one's handler runs, which may be cut off.
-Letters::iterator MessageService::Keep(Letters &second) {
-    const SchedulerLock lock = TheHost().scheduler.Lock();
-    const auto kept = second.empty() ? seconds_.end() : second.begin();
-    seconds_.splice(seconds_.end(), second);
-    return kept;
-}
-
-void MessageService::TakeBack(Letters::iterator kept, Letters &second) {
-    const SchedulerLock lock = TheHost().scheduler.Lock();
-    if (kept != seconds_.end()) {
-        second.splice(second.end(), seconds_, kept);
+// Delivers a letter. The service keeps the second of two meanwhile: the first one's handler may be
+// cut off. One that ends its thread leaves it to the timer's.
+uint32_t MessageService::DeliverFirst(Letters &first, Letters &second) {
+    struct Kept {
+        MessageService &service;
+        Letters &second;
+        Letters::iterator letter;
+        bool hasReturned = false;
+        ~Kept() {
+            if (Scheduler::IsStopped(ThisThread())) {
+                return;
+            }
+            {
+                const SchedulerLock lock = service.TheHost().scheduler.Lock();
+                letter->dueNs = service.TheHost().scheduler.clock.NowNs();
+                Letters &to = hasReturned ? second : service.late_;
+                to.splice(to.end(), service.seconds_, letter);
+            }
+            if (!hasReturned) {
+                service.StartLateGuarded();
+            }
+        }
+    };
+    if (second.empty()) {
+        return Deliver(first);
     }
+    Kept kept{*this, second, second.begin()};
+    {
+        const SchedulerLock lock = TheHost().scheduler.Lock();
+        seconds_.splice(seconds_.end(), second);
+    }
+    const uint32_t result = Guard(uint32_t{ENOMEM}, [&] { return Deliver(first); });
+    kept.hasReturned = true;
+    return result;
 }
 
 uint32_t MessageService::Post(Letters &letter) {
@@ -233,9 +263,7 @@ uint32_t MessageService::Post(Letters &letter) {
     while (result == 0 && !letter.empty()) {
         Letters one;
         one.splice(one.end(), letter, letter.begin());
-        const auto second = Keep(letter);
-        const uint32_t each = Deliver(one);
-        TakeBack(second, letter);
+        const uint32_t each = DeliverFirst(one, letter);
         if (each != 0 && isUnderWay) {
             Count(&Counts::refused);
         }

@@ -701,7 +701,7 @@ void Scheduler::OwnThreadEnds(ThreadRecord &thread, Task &task) {
             const std::string who = NameOf(task);
             if (!task.hasComeBack) {
                 host.reports.Add(DXR_HOST_REPORT_MISUSE, "task", task.made, "thread ended",
-                                 (task.isTimer ? "a timer's function" : who) +
+                                 (task.isTimer ? host.scheduler.lastJob_ : who) +
                                      " has ended its thread instead of returning");
             }
             ReportHeldMutexes(host, thread, who);
@@ -943,6 +943,7 @@ void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     } run{*this, lock, job};
     job.isRunning = true;
     job.runner = &ThisThread();
+    lastJob_ = job.name;
     lock.unlock();
     // What the service lacked the memory for ends no timer, nor whoever moves the clock.
     Guard([&job] { job.run(job.context); });

@@ -97,10 +97,13 @@ class WaitList {
 // A function that runs when its time has come: once, or again and again. Owned by the service and,
 // while it runs, by the scheduler too.
 struct Job : Alarm {
-    Job(void (*function)(void *), void *argument) : run(function), context(argument) {
+    // `text` says to users what runs.
+    Job(const char *text, void (*function)(void *), void *argument)
+        : name(text), run(function), context(argument) {
         isJob = true;
     }
 
+    const char *name;
     void (*const run)(void *);
     void *const context;
     uint64_t periodNs = 0;  // 0: once
@@ -339,6 +342,7 @@ class Scheduler {
     uint32_t pointsWithoutTime_ = 0;
     uint32_t questionsWithoutTime_ = 0;  // of the task that runs
     JobQueue due_;
+    const char *lastJob_ = "";  // what ran
     Task *timer_ = nullptr;
     WaitList timerIsIdle_;
     Condition timerHasWork_;

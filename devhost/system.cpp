@@ -53,7 +53,7 @@ struct OpenFile {
 
 // A timer or a watched heart: a job, and the module's function.
 struct Timer : Job {
-    Timer() : Job(Fire, this) {}
+    Timer() : Job("a timer's function", Fire, this) {}
     static void Fire(void *user);
 
     class SystemService *service = nullptr;
@@ -359,6 +359,7 @@ void Timer::Fire(void *user) {
     if (timer->monitor != nullptr) {
         timer->service->ReportHeart(*timer);
     }
+    const char *const name = timer->name;
     void (*const call)(void *) = timer->function;
     void *const with = timer->argument;
     const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
@@ -375,10 +376,7 @@ void Timer::Fire(void *user) {
             }
         } run{*timer, isOver};
         if (call != nullptr) {
-            CallModuleVoid(
-                timer->service->TheHost(), kService,
-                timer->monitor != nullptr ? "a monitor's function" : "a timer's function", call,
-                with);
+            CallModuleVoid(timer->service->TheHost(), kService, name, call, with);
         }
     }
     Scheduler::EndStopped(ThisThread());
@@ -622,6 +620,7 @@ uint32_t Watch(const Call &call, const DxrHostHeartMonitor &given, const void *m
     made->function = given.function;
     made->argument = given.argument;
     made->monitor = monitor;
+    made->name = monitor != nullptr ? "a monitor's function" : made->name;
     made->number = number;
     made->made = PlaceOf(call);
     return StateOf(*call).StartWatch(made, ms);

@@ -149,7 +149,7 @@ DXR_STATIC_ASSERT(sizeof(DxrHostEopEvent) == DXR_LAYOUT(24, 1), "fixed layout");
  * message and its data stay until the handler returns, or the host has ended. Its result
  * acknowledges the message when the sender waits; DXR_HOST_ACK_LATER: DxrHostAcknowledge will.
  * An exception that leaves it is reported, and its result then is ECANCELED. One that ends its
- * thread acknowledges nothing; the mailbox goes on with the next message that comes. */
+ * thread acknowledges nothing; what waits behind its message is handled on the task "timer". */
 typedef uint32_t (*DxrHostMessageHandler)(const DxrHostMessage *message, void *user);
 #define DXR_HOST_ACK_LATER 0xFFFFFFFFu
 

@@ -381,6 +381,27 @@ TEST_F(Chassis, AHandlerThatCouldNotBeginDoesSoWithTheNextMessage) {
     ASSERT_EQ(DxrHostCloseMailbox(line_, &kLpu1), 0U);
 }
 
+// The timers' thread ends with it: another one handles what waits behind, and what comes later.
+TEST_F(Chassis, AHandlerThatEndsItsThreadLeavesTheOthersTheirs) {
+    BeginBoth();
+    std::atomic<uint32_t> handled{0};
+    const auto endOnOdd = [](const DxrHostMessage *message, void *user) {
+        ++*static_cast<std::atomic<uint32_t> *>(user);
+        if (message->kind % 2 == 1) {
+            pthread_exit(nullptr);
+        }
+        return 0U;
+    };
+    ASSERT_EQ(OpenAt(line_, kLpu1, 0, endOnOdd, &handled), 0U);
+    for (uint32_t kind = 1; kind <= 8; ++kind) {
+        ASSERT_EQ(Send(kLpu1, kind), 0U);
+    }
+    EXPECT_TRUE(Await([&handled] { return handled == 8; }));
+    ASSERT_EQ(Send(kLpu1, 10), 0U);
+    EXPECT_TRUE(Await([&handled] { return handled == 9; }));
+    ASSERT_EQ(DxrHostCloseMailbox(line_, &kLpu1), 0U);
+}
+
 TEST_F(Chassis, ABoardThatCannotBeWokenDoesNotJoin) {
     main_ = MakeHost();
     const DxrHostChassisPlan plan = PlanOf(0);

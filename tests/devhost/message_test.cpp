@@ -49,6 +49,43 @@ TEST_F(MessagesInRealTime, AHandlerMayEndItsThread) {
     EXPECT_EQ(End(), 0U);
 }
 
+// What waits behind its message is handled all the same, though nobody sends any more.
+TEST_F(MessagesInVirtualTime, AHandlerThatEndsItsThreadLeavesTheRestToTheTimers) {
+    static std::vector<uint32_t> handled;
+    handled.clear();
+    EXPECT_EQ(Open(kLpu3, 8,
+                   [](const DxrHostMessage *message, void *) {
+                       handled.push_back(message->kind);
+                       if (message->kind == 1) {
+                           for (const uint32_t kind : {2U, 3U, 4U}) {
+                               DxrHostMessage behind = MessageOf(kLpu3, kind);
+                               EXPECT_EQ(DXR_SendMsg(&behind), 0U);
+                           }
+                       }
+                       if (message->kind % 2 == 1) {
+                           pthread_exit(nullptr);
+                       }
+                       return 0U;
+                   }),
+              0U);
+    void (*const send)(void *) = [](void *) {
+        DxrHostMessage message = MessageOf(kLpu3, 1);
+        message.flags = DXR_HOST_MESSAGE_ACK;
+        (void)DXR_SendMsg(&message);
+    };
+    ASSERT_EQ(
+        DXR_CreateTask(nullptr, reinterpret_cast<void *>(send), nullptr, 1, nullptr, 0, nullptr),
+        0U);
+    (void)DXR_DelayTask(10);
+    EXPECT_THAT(handled, ElementsAre(1, 2, 3, 4));
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                testing::UnorderedElementsAre(
+                    HasSubstr("has ended its thread instead of returning"),
+                    "the handler of a mailbox has ended its thread instead of returning"));
+    EXPECT_EQ(DxrHostCloseMailbox(host, &kLpu3), 0U);
+    EXPECT_EQ(End(), 0U);
+}
+
 // --- Sending
 
 TEST_F(HostMessages, ArriveInTheirOrderWithWhatTheySay) {

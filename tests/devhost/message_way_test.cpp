@@ -1,9 +1,12 @@
 // What may happen to messages on the way, by the sentences of the message service's header: losses,
 // doubles, delays, order; and that runs repeat.
+#include <pthread.h>
+
 #include <algorithm>
 #include <array>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "devhost/message_fixture.h"
@@ -196,6 +199,44 @@ TEST_F(OnTheWay, EachOfTwoMayBeLateOrHeld) {
     EXPECT_EQ(DxrHostGetWaitingMessages(host, &kLpu3), 0U);
     DxrHostAdvance(host, DXR_HOST_MESSAGE_DELAY_MS);
     EXPECT_THAT(Kinds(kLpu3), ElementsAre(2, 2));
+}
+
+// A mailbox whose handler ends the thread of its first call.
+class EndsAThread {
+  public:
+    EndsAThread() {
+        const DxrHostMessageHandler handler = [](const DxrHostMessage * /*message*/, void *user) {
+            if (++*static_cast<uint32_t *>(user) == 1) {
+                pthread_exit(nullptr);
+            }
+            return 0U;
+        };
+        EXPECT_EQ(Open(kSfu1, 0, handler, &calls_), 0U);
+    }
+    [[nodiscard]] uint32_t Calls() const { return calls_; }
+
+  private:
+    uint32_t calls_ = 0;
+};
+
+TEST_F(OnTheWay, WhatIsLateComesAlsoAfterAHandlerThatEndsItsThread) {
+    const EndsAThread handler;
+    DxrHostFailNth(host, "message.delay", 1, true);
+    EXPECT_EQ(Send(kSfu1, 1), 0U);
+    EXPECT_EQ(Send(kSfu1, 2), 0U);
+    std::thread([this] { DxrHostAdvance(host, DXR_HOST_MESSAGE_DELAY_MS); }).join();
+    EXPECT_EQ(handler.Calls(), 1U);
+    EXPECT_TRUE(DxrHostAdvance(host, DXR_HOST_MESSAGE_DELAY_MS));
+    EXPECT_EQ(handler.Calls(), 2U);
+}
+
+TEST_F(OnTheWay, TheSecondOfTwoComesAlsoAfterAHandlerThatEndsItsThread) {
+    const EndsAThread handler;
+    Fail("message.twice");
+    std::thread([] { EXPECT_EQ(Send(kSfu1, 1), 0U); }).join();
+    EXPECT_EQ(handler.Calls(), 1U);
+    EXPECT_TRUE(DxrHostAdvance(host, 1));
+    EXPECT_EQ(handler.Calls(), 2U);
 }
 
 TEST_F(OnTheWay, LateOnesFindMailboxesFullOrClosed) {
