@@ -324,6 +324,14 @@ TEST_F(DxrshAttach, RecordsIntoNoModule) {
     }
     EXPECT_TRUE(directory_.Read("module.so") == before);
     ExpectEndsWell(run);
+    // Also where the name that it was loaded by means nothing any more.
+    words[words.size() - 2] = std::filesystem::relative(module).string();
+    words.push_back("chdir");
+    Beside away(words);
+    AwaitHost();
+    ExpectRefuses("trace on " + module, module + ": is a module or a library of the run");
+    EXPECT_TRUE(directory_.Read("module.so") == before);
+    ExpectEndsWell(away);
 }
 
 // It ends with the run, and everybody who reads recordings reads it.

@@ -1,11 +1,11 @@
 #include "run_trace.h"
 
 #include <fmt/format.h>
-#include <link.h>
 #include <sys/stat.h>
 
-#include <cstddef>
+#include <fstream>
 #include <future>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -23,17 +23,22 @@ constexpr uint32_t kPieceBytes = 65536;
 }
 
 // Tells whether a file is a module or a library of this program, which runs in it as it is there.
+// The loader knows them by the names they were loaded by, which may mean others by now.
 bool IsLoaded(const std::string &file) {
     struct stat found {};
-    const auto isIt = [](dl_phdr_info *object, size_t /*size*/, void *wanted) {
-        struct stat other {};
-        const auto *const one = static_cast<struct stat *>(wanted);
-        return stat(object->dlpi_name, &other) == 0 && other.st_dev == one->st_dev &&
-                       other.st_ino == one->st_ino
-                   ? 1
-                   : 0;
-    };
-    return stat(file.c_str(), &found) == 0 && dl_iterate_phdr(isIt, &found) != 0;
+    if (stat(file.c_str(), &found) != 0) {
+        return false;
+    }
+    std::ifstream mappings("/proc/self/maps");
+    for (std::string line; std::getline(mappings, line);) {
+        const size_t path = line.find('/');
+        struct stat mapped {};
+        if (path != std::string::npos && stat(line.c_str() + path, &mapped) == 0 &&
+            mapped.st_dev == found.st_dev && mapped.st_ino == found.st_ino) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <strings.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -270,8 +271,15 @@ int DxrModuleMain(int argc, char **argv) {
         raise(atoi(g_argv[g_argc - 1]));
     }
     if (Has("overflow")) {
+        struct rlimit stack;
+        (void)getrlimit(RLIMIT_STACK, &stack);
+        stack.rlim_cur = 8 << 20; /* where there is no limit, memory would go first */
+        (void)setrlimit(RLIMIT_STACK, &stack);
         volatile int first = 0;
         return Overflow(&first);
+    }
+    if (Has("chdir") && chdir("/") != 0) {
+        return 1;
     }
     if (Has("fork")) {
         HaveChildren();
