@@ -7,8 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -23,6 +25,7 @@ constexpr const char *kLock = "/lock";
 constexpr const char *kSocket = "/control";
 constexpr int kMostClients = 16;
 constexpr int kSilenceMs = 5000;
+constexpr int kAskAgainMs = 1000;
 
 std::string ErrorText(int error) {
     return std::generic_category().message(error);
@@ -116,12 +119,28 @@ std::string TheRunningOne() {
     throw NoAnswer("chassis " + name + " does not answer");
 }
 
+// How long a chassis may still be silent.
+class Patience {
+  public:
+    [[nodiscard]] int LeftMs() const {
+        using std::chrono::milliseconds;
+        const auto past = std::chrono::steady_clock::now() - since_;
+        return std::max(
+            0,
+            kSilenceMs - static_cast<int>(std::chrono::duration_cast<milliseconds>(past).count()));
+    }
+    void BeginAnew() { since_ = std::chrono::steady_clock::now(); }
+
+  private:
+    std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
+};
+
 // While others wait already one more may find no room.
-Descriptor ConnectInTime(const std::string &path) {
-    constexpr int kPauseMs = 10;
+Descriptor ConnectInTime(const std::string &path, const Patience &patience) {
+    constexpr int kPauseUs = 10000;
     Descriptor connection = ConnectTo(path);
-    for (int ms = 0; !connection && errno == EAGAIN && ms < kSilenceMs; ms += kPauseMs) {
-        (void)usleep(kPauseMs * 1000);
+    while (!connection && errno == EAGAIN && patience.LeftMs() > 0) {
+        (void)usleep(kPauseUs);
         connection = ConnectTo(path);
     }
     return connection;
@@ -185,7 +204,8 @@ ChassisPlace::~ChassisPlace() {
 
 std::string AskChassis(const std::string &name, const std::string &command) {
     const std::string asked = name.empty() ? TheRunningOne() : name;
-    const Descriptor connection = ConnectInTime(ChassisDirectory(asked) + kSocket);
+    Patience patience;
+    const Descriptor connection = ConnectInTime(ChassisDirectory(asked) + kSocket, patience);
     if (!connection && errno == EAGAIN) {
         BlameSilence(asked);
     }
@@ -199,22 +219,25 @@ std::string AskChassis(const std::string &name, const std::string &command) {
     }
     std::string answer;
     std::array<char, 4096> part{};
+    const bool isStop = command == kStopChassis;
     for (;;) {
         pollfd watched{connection.Get(), POLLIN, 0};
-        if (poll(&watched, 1, kSilenceMs) == 0) {
-            if (command != kStopChassis || !IsAtWork(asked)) {
+        const int ready = poll(&watched, 1, isStop ? kAskAgainMs : patience.LeftMs());
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready == 0) {
+            if (!isStop || !IsAtWork(asked)) {
                 BlameSilence(asked);
             }
             continue;
         }
         const ssize_t bytes = recv(connection.Get(), part.data(), part.size(), 0);
-        if (bytes < 0 && errno == EINTR) {
-            continue;
-        }
         if (bytes <= 0) {
             break;
         }
         answer.append(part.data(), static_cast<size_t>(bytes));
+        patience.BeginAnew();
     }
     if (answer.empty()) {
         throw RunError("chassis " + asked + " ended without an answer");
