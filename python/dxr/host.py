@@ -129,21 +129,24 @@ class Host:
         return _interface.DxrHostAdvance(self._alive(), milliseconds)
 
     @contextlib.contextmanager
-    def _raising_misuse(self):
-        """Raises what the host reports meanwhile as wrong in the call itself."""
+    def _knowing(self, point):
+        """Raises that the host knows no such point, where it reports that meanwhile."""
         before = len(self.reports)
         yield
-        if len(self.reports) > before:
-            raise ValueError(self.reports.pop().text)
+        unknown = f'there is no point "{point}"'
+        for report in self.reports[before:]:
+            if report.text == unknown:
+                self.reports.remove(report)
+                raise ValueError(unknown)
 
     def fail_nth(self, point, number, onwards=False):
         """Lets a step fail: `point` is "memory.allocate", "file.open", ...; 1 is the next one."""
-        with self._raising_misuse():
+        with self._knowing(point):
             _interface.DxrHostFailNth(self._alive(), point, number, onwards)
 
     def fail_share(self, point, share):
         """Lets each step fail with a probability."""
-        with self._raising_misuse():
+        with self._knowing(point):
             _interface.DxrHostFailShare(self._alive(), point, round(share * 1e6))
 
 
