@@ -859,13 +859,20 @@ class DeathPlace {
     DeathPlace() {
         if (std::getenv(kVariable) == nullptr) {
             own_.emplace();
+            if (const char *const before = std::getenv("TMPDIR")) {
+                before_ = before;
+            }
             (void)setenv(kVariable, own_->Path().c_str(), 1);
             (void)setenv("TMPDIR", own_->Path().c_str(), 1);
         }
     }
     ~DeathPlace() {
         if (own_) {
-            (void)unsetenv("TMPDIR");
+            if (before_) {
+                (void)setenv("TMPDIR", before_->c_str(), 1);
+            } else {
+                (void)unsetenv("TMPDIR");
+            }
             (void)unsetenv(kVariable);
         }
     }
@@ -883,6 +890,7 @@ class DeathPlace {
   private:
     static constexpr const char *kVariable = "DXR_DEATH_PLACE";
     std::optional<TemporaryDirectory> own_;
+    std::optional<std::string> before_;
 };
 
 TEST_F(DeathTest, AnEmptyDirectoryOfTheTestGoesWithIt) {

@@ -328,6 +328,8 @@ TEST(DxrshRun, NoPartOfAPageStays) {
 // What is no file of its own, it does not remove: here a pipe whose reader leaves.
 TEST(DxrshRun, APageThatIsNoFileStays) {
     const TemporaryDirectory directory;
+    const std::string page = directory.Path("page.html");
+    ASSERT_EQ(0, RunWorker({"--report", page}).status);
     const std::string path = directory.Path("pipe");
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
     const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -341,7 +343,10 @@ TEST(DxrshRun, APageThatIsNoFileStays) {
     });
     const Outcome outcome = RunWorker({"--report", path});
     leaving.join();
-    EXPECT_GT(room, 0);
+    ASSERT_GT(room, 0);
+    if (std::filesystem::file_size(page) <= static_cast<uintmax_t>(room)) {
+        GTEST_SKIP() << "a pipe of this system takes all of it";
+    }
     EXPECT_EQ(2, outcome.status);
     EXPECT_EQ("dxrsh: " + path + ": Broken pipe\n", outcome.err);
     EXPECT_TRUE(std::filesystem::is_fifo(path));
