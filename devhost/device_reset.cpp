@@ -76,6 +76,25 @@ PreReset FunctionAt(DeviceService &state, size_t index) {
     return isOver ? PreReset{} : state.resets.functions[index];
 }
 
+// One that ends the thread ends the reset as well, and another one may begin.
+void CallFunctions(const Call &call, DeviceService &state, uint32_t mode) {
+    struct Run {
+        DeviceService &state;
+        bool isDone = false;
+        ~Run() {
+            if (!isDone && !Scheduler::IsStopped(ThisThread())) {
+                const std::lock_guard lock(state.mutex);
+                state.resets.isResetting = false;
+            }
+        }
+    } run{state};
+    PreReset next = FunctionAt(state, 0);
+    for (size_t i = 0; next.function != nullptr; next = FunctionAt(state, ++i)) {
+        CallModuleVoid(*call, kDevice, "a pre-reset function", next.function, mode, next.argument);
+    }
+    run.isDone = true;
+}
+
 // Plain frames: a task does not come back from the end of the run, or perhaps from a function.
 uint32_t Reset(const Call &call, const char *what, uint32_t mode, const char *reason) {
     if (!call) {
@@ -92,10 +111,7 @@ uint32_t Reset(const Call &call, const char *what, uint32_t mode, const char *re
         call.Misuse(kDevice, "a reset while one is going on, or after the run's end");
         return EALREADY;
     }
-    PreReset next = FunctionAt(state, 0);
-    for (size_t i = 0; next.function != nullptr; next = FunctionAt(state, ++i)) {
-        CallModuleVoid(*call, kDevice, "a pre-reset function", next.function, mode, next.argument);
-    }
+    CallFunctions(call, state, mode);
     {
         const std::lock_guard lock(state.mutex);
         state.board.values.find("resetMode")->second = mode;

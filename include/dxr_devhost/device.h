@@ -128,7 +128,8 @@
  *                                            no timer fires any more. A task of the host does not
  *                                            come back; on other threads the function returns, 0.
  *                                            From within one of those functions, and once the run
- *                                            has ended: reported, EALREADY
+ *                                            has ended: reported, EALREADY. A function that ends
+ *                                            its thread ends the reset
  *   DXR_GetResetMode(mode)                   the mode of that reset; before it the one that the
  *                                            board came from [resetMode], default 0
  *   DXR_HardResetChip(unit, chip, line)      DXR_HOST_RESET_...: a chip whose line is held does not

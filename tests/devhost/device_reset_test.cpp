@@ -1,9 +1,12 @@
 // Resets, interrupts and commands, by the sentences of the device service's header.
+#include <pthread.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "devhost/device_fixture.h"
@@ -92,6 +95,24 @@ TEST_F(DeviceReset, RefusesAnotherOneWithin) {
     EXPECT_EQ(called.result, uint32_t{EALREADY});
     EXPECT_EQ(Texts(DXR_HOST_REPORT_RUN).size(), 1U);
     EXPECT_EQ(Texts(DXR_HOST_REPORT_MISUSE).size(), 1U);
+}
+
+// The next one happens.
+TEST_F(DeviceReset, EndsWithTheThreadThatAFunctionEnds) {
+    Called called;
+    const auto endOnce = [](uint32_t mode, void *to) {
+        Note(mode, to);
+        if (mode == 1) {
+            pthread_exit(nullptr);
+        }
+    };
+    ASSERT_EQ(DXR_RegisterPreResetProcFunc(Address(endOnce), &called), 0U);
+    std::thread([] { DXR_ResetBoard(1); }).join();
+    EXPECT_TRUE(Texts(DXR_HOST_REPORT_RUN).empty());
+    DXR_ResetBoard(2);
+    EXPECT_EQ(called.modes, (std::vector<uint32_t>{1, 2}));
+    EXPECT_EQ(Texts(DXR_HOST_REPORT_RUN), std::vector<std::string>{"the board is reset, mode 2"});
+    EXPECT_TRUE(Texts(DXR_HOST_REPORT_MISUSE).empty());
 }
 
 TEST_F(DeviceReset, SkipsTheFunctionsWhenToldSo) {
