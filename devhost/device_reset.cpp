@@ -78,21 +78,18 @@ PreReset FunctionAt(DeviceService &state, size_t index) {
 
 // One that ends the thread ends the reset as well, and another one may begin.
 void CallFunctions(const Call &call, DeviceService &state, uint32_t mode) {
-    struct Run {
-        DeviceService &state;
-        bool isDone = false;
-        ~Run() {
-            if (!isDone && !Scheduler::IsStopped(ThisThread())) {
-                const std::lock_guard lock(state.mutex);
-                state.resets.isResetting = false;
-            }
+    bool isDone = false;
+    const AlsoAtThreadsEnd giveUp([&] {
+        if (!isDone) {
+            const std::lock_guard lock(state.mutex);
+            state.resets.isResetting = false;
         }
-    } run{state};
+    });
     PreReset next = FunctionAt(state, 0);
     for (size_t i = 0; next.function != nullptr; next = FunctionAt(state, ++i)) {
         CallModuleVoid(*call, kDevice, "a pre-reset function", next.function, mode, next.argument);
     }
-    run.isDone = true;
+    isDone = true;
 }
 
 // Plain frames: a task does not come back from the end of the run, or perhaps from a function.

@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "module_call.h"
 #include "records.h"
 
 namespace devhost {
@@ -182,7 +183,13 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     }
     const bool wantsAck = (message.flags & DXR_HOST_MESSAGE_ACK) != 0;
     Task *const task = wantsAck ? &scheduler.Current(call.Thread(), call.At()) : nullptr;
-    Wanted wanted{*this, message.timeoutMs, wantsAck ? scheduler.After(message.timeoutMs) : 0};
+    Wanted wanted{0, message.timeoutMs, wantsAck ? scheduler.After(message.timeoutMs) : 0};
+    const AlsoAtThreadsEnd forget([&] {
+        if (wanted.sequence != 0) {
+            const SchedulerLock lock = scheduler.Lock();
+            pending_.erase(wanted.sequence);
+        }
+    });
     uint32_t result = 0;
     bool isSent = false;  // and counted
     try {
@@ -228,13 +235,6 @@ uint32_t MessageService::Send(const Call &call, DxrHostMessage &message) {
     const SchedulerLock lock = scheduler.Lock();
     counts.refused += result == ENXIO || result == ENOBUFS ? 1 : 0;
     return result;
-}
-
-MessageService::Wanted::~Wanted() {
-    if (sequence != 0 && !Scheduler::IsStopped(ThisThread())) {
-        const SchedulerLock lock = service.TheHost().scheduler.Lock();
-        service.pending_.erase(sequence);
-    }
 }
 
 // The letter is the message's, or there is none yet.

@@ -137,13 +137,11 @@ class MessageService final : public Service, public MessageReceiver {
         return {box.given.unit.kind, box.given.unit.number, box.closed};
     }
 
-    // What a sender waits for: a handler may have changed its record since, or ended its thread.
+    // What a sender waits for: a handler may have changed its record since.
     struct Wanted {
-        MessageService &service;
+        uint64_t sequence;  // 0 until it is among the pending ones
         uint32_t timeoutMs;
         uint64_t deadline;
-        uint64_t sequence = 0;  // with an entry among the pending ones
-        ~Wanted();
     };
 
     uint32_t Post(const DxrHostMessage &message, Letters &letter);

@@ -129,22 +129,17 @@ void MessageService::Handle(const DxrHostUnit &unit) {
     }
     box->runner = &ThisThread();
     ++box->users;
-    // Also for a handler that ends the thread, but not for one that did not end with its host.
-    const struct Run {
-        MessageService &service;
-        SchedulerLock &lock;
-        Mailbox &box;
-        ~Run() {
-            if (lock.owns_lock()) {
-                service.HandlerHasRun(box);
-            } else if (!Scheduler::IsStopped(ThisThread())) {
-                lock.lock();
-                service.HandlerHasRun(box);
-                lock.unlock();
-                service.StartHandling();
-            }
+    const AlsoAtThreadsEnd end([&] {
+        const bool hasEndedThread = !lock.owns_lock();
+        if (hasEndedThread) {
+            lock.lock();
         }
-    } run{*this, lock, *box};
+        HandlerHasRun(*box);
+        if (hasEndedThread) {
+            lock.unlock();
+            StartHandling();
+        }
+    });
     while (box->waiting != 0) {
         if (box->current.empty() || !ReadNext(box->current.front())) {
             EndLocked(box->current);
@@ -252,20 +247,16 @@ void MessageService::StartHandling() {
 // The job. Nothing is owned here while a handler runs: it may be cut off.
 void MessageService::HandleWaiting(void *service) {
     auto &self = *static_cast<MessageService *>(service);
-    // After a handler that ended the thread.
-    struct Run {
-        MessageService &service;
-        bool isDone = false;
-        ~Run() {
-            if (!isDone && !Scheduler::IsStopped(ThisThread())) {
-                {
-                    const SchedulerLock lock = service.TheHost().scheduler.Lock();
-                    service.isHandling_ = false;
-                }
-                service.StartHandling();
+    bool isDone = false;
+    const AlsoAtThreadsEnd goOn([&] {
+        if (!isDone) {
+            {
+                const SchedulerLock lock = self.TheHost().scheduler.Lock();
+                self.isHandling_ = false;
             }
+            self.StartHandling();
         }
-    } run{self};
+    });
     for (;;) {
         DxrHostUnit unit{};
         {
@@ -273,7 +264,7 @@ void MessageService::HandleWaiting(void *service) {
             const Mailbox *const box = self.FindUnhandled();
             if (box == nullptr) {
                 self.isHandling_ = false;
-                run.isDone = true;
+                isDone = true;
                 return;
             }
             unit = box->given.unit;

@@ -7,6 +7,7 @@
 
 #include "message.h"
 #include "message_frames.h"
+#include "module_call.h"
 
 namespace devhost {
 namespace {
@@ -175,15 +176,7 @@ uint32_t MessageService::PutLate(Letters &later) {
 void MessageService::DeliverLate(void *service) {
     auto &self = *static_cast<MessageService *>(service);
     Scheduler &scheduler = self.TheHost().scheduler;
-    // Also after a handler that ended the thread.
-    const struct Run {
-        MessageService &service;
-        ~Run() {
-            if (!Scheduler::IsStopped(ThisThread())) {
-                service.StartLateGuarded();
-            }
-        }
-    } run{self};
+    const AlsoAtThreadsEnd startNext([&self] { self.StartLateGuarded(); });
     for (;;) {
         Letters due;
         {
@@ -207,36 +200,28 @@ void MessageService::DeliverLate(void *service) {
 // Delivers a letter. The service keeps the second of two meanwhile: the first one's handler may be
 // cut off. One that ends its thread leaves it to the timer's.
 uint32_t MessageService::DeliverFirst(Letters &first, Letters &second) {
-    struct Kept {
-        MessageService &service;
-        Letters &second;
-        Letters::iterator letter;
-        bool hasReturned = false;
-        ~Kept() {
-            if (Scheduler::IsStopped(ThisThread())) {
-                return;
-            }
-            {
-                const SchedulerLock lock = service.TheHost().scheduler.Lock();
-                letter->dueNs = service.TheHost().scheduler.clock.NowNs();
-                Letters &to = hasReturned ? second : service.late_;
-                to.splice(to.end(), service.seconds_, letter);
-            }
-            if (!hasReturned) {
-                service.StartLateGuarded();
-            }
-        }
-    };
     if (second.empty()) {
         return Deliver(first);
     }
-    Kept kept{*this, second, second.begin()};
+    const auto kept = second.begin();
     {
         const SchedulerLock lock = TheHost().scheduler.Lock();
         seconds_.splice(seconds_.end(), second);
     }
+    bool hasReturned = false;
+    const AlsoAtThreadsEnd takeBack([&] {
+        {
+            const SchedulerLock lock = TheHost().scheduler.Lock();
+            kept->dueNs = TheHost().scheduler.clock.NowNs();
+            Letters &to = hasReturned ? second : late_;
+            to.splice(to.end(), seconds_, kept);
+        }
+        if (!hasReturned) {
+            StartLateGuarded();
+        }
+    });
     const uint32_t result = Guard(uint32_t{ENOMEM}, [&] { return Deliver(first); });
-    kept.hasReturned = true;
+    hasReturned = true;
     return result;
 }
 

@@ -56,6 +56,26 @@ DXR_ENDS_OF_THREADS_PASS void CallModuleVoid(Host &host, const char *service, co
     }
 }
 
+// Runs its body at the end of a scope that calls a module's function: also for one that ends the
+// thread, but not for one that did not end with its host, of which nothing is there any more.
+template <typename Body>
+class AlsoAtThreadsEnd {
+  public:
+    explicit AlsoAtThreadsEnd(Body body) : body_(body) {}
+    ~AlsoAtThreadsEnd() {
+        if (!Scheduler::IsStopped(ThisThread())) {
+            body_();
+        }
+    }
+    AlsoAtThreadsEnd(const AlsoAtThreadsEnd &) = delete;
+    AlsoAtThreadsEnd &operator=(const AlsoAtThreadsEnd &) = delete;
+    AlsoAtThreadsEnd(AlsoAtThreadsEnd &&) = delete;
+    AlsoAtThreadsEnd &operator=(AlsoAtThreadsEnd &&) = delete;
+
+  private:
+    const Body body_;
+};
+
 }  // namespace devhost
 
 #endif  // DXR_DEVHOST_MODULE_CALL_H

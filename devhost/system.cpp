@@ -364,17 +364,11 @@ void Timer::Fire(void *user) {
     void *const with = timer->argument;
     const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
     {
-        // Also for a function that ends the thread, but not for one that did not end with its host:
-        // neither the timer nor the host is there any more.
-        const struct Run {
-            Timer &timer;
-            const bool isOver;
-            ~Run() {
-                if (isOver && !Scheduler::IsStopped(ThisThread())) {
-                    timer.service->Forget(timer.serial);
-                }
+        const AlsoAtThreadsEnd forget([timer, isOver] {
+            if (isOver) {
+                timer->service->Forget(timer->serial);
             }
-        } run{*timer, isOver};
+        });
         if (call != nullptr) {
             CallModuleVoid(timer->service->TheHost(), kService, name, call, with);
         }
