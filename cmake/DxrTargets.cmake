@@ -19,6 +19,9 @@ else()
     set(CMAKE_CXX_CPPCHECK "")
     set(CMAKE_CXX_CPPLINT "")
     set(CMAKE_CXX_INCLUDE_WHAT_YOU_USE "")
+    # The same that was said by flags, and what of C++ they leave out.
+    target_compile_options(dxr_build_options INTERFACE
+        -w $<$<COMPILE_LANGUAGE:CXX>:-fexceptions -frtti>)
 endif()
 # Sources that were not written to be one.
 set(CMAKE_UNITY_BUILD OFF)

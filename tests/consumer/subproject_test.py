@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""A project in C alone takes the library in as sources, and has nothing of it but the library.
+"""A project in C or C++ alone takes the library in, and has nothing of it but the library.
 
     subproject_test.py --source DIR --library FILE [OPTION ...]
 
-By add_subdirectory and by FetchContent; as a shared library and as an archive; with and without the
-library's own rules for installation, those into a directory for one architecture. What is taken in
+By add_subdirectory and by FetchContent; as a shared library and as an archive; with flags that the
+library's sources do not stand; with and without its own rules for installation, those into a
+directory for one architecture. What is taken in
 is the next MAJOR version: where it is installed, the built library of this one (FILE) stands beside
 it, and programs of both have their own.
 """
@@ -89,7 +90,8 @@ def main():
         def configure(source, build, *settings, library=newer):
             run(options.cmake, "-S", source, "-B", build, "-G", options.generator,
                 f"-DCMAKE_C_COMPILER={options.cc}", f"-DCMAKE_CXX_COMPILER={options.cxx}",
-                f"-DDXR_SOURCE={library}", "-DCMAKE_BUILD_TYPE=Debug", *settings)
+                f"-DDXR_SOURCE={library}", "-DCMAKE_BUILD_TYPE=Debug", "-DOUTSIDE_LANGUAGE=C",
+                *settings)
 
         # Without a type of build nothing may be asked of the compiler that needs one.
         build = work / "fetched"
@@ -99,8 +101,10 @@ def main():
         if "dxr_memory.cpp" not in commands or "FORTIFY_SOURCE" in commands:
             sys.exit("the library is compiled as if it were optimised")
 
+        # Warnings that nobody heeds here, and less of C++ than is used.
+        flags = "-DCMAKE_CXX_FLAGS=-Werror -Wpadded -fno-exceptions -fno-rtti"
         build = work / "added"
-        configure(outside, build, "-DDXR_BUILD_STATIC=ON")
+        configure(outside, build, "-DDXR_BUILD_STATIC=ON", flags)
         run(options.cmake, "--build", build, "--parallel", "2")
         run(build / "out/consumer")
         run(build / "out/consumer_static")
@@ -123,6 +127,11 @@ def main():
         run(build / "consumer")
         run(build / "consumer_static")
         side_by_side(options, prefix / LIBDIR, major, build / "consumer", work)
+
+        build = work / "C++ alone"
+        configure(outside, build, "-DOUTSIDE_LANGUAGE=CXX")
+        run(options.cmake, "--build", build, "--parallel", "2")
+        run(build / "out/consumer")
     return 0
 
 
