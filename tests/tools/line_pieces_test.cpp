@@ -139,6 +139,24 @@ TEST(StampFormat, TheStampEndsWithItsWord) {
     EXPECT_EQ(reader.Length("2026-11-21 03:37:00x"), 0U);
     EXPECT_EQ(reader.Length("2026-11-21 03:37:001"), 0U) << "not the head of the line before";
     EXPECT_EQ(reader.Length("2026-11-21 \t 03:37:00"), 21U) << "a blank stands for many";
+    EXPECT_EQ(reader.Length("2026-11-2103:37:00"), 18U) << "and for none";
+    EXPECT_EQ(SecIn("%F %T", "2026-11-2103:37:00", StampWidth::kExact), 0U);
+}
+
+TEST(StampFormat, AWordMayFollowWhatEndsInNone) {
+    EXPECT_EQ(Reader("%F|%T|").Length("2026-11-21|03:37:00|up"), 20U);
+    EXPECT_EQ(Reader("[%F %T]").Length("[2026-11-21 03:37:00]up"), 21U);
+    Reader blank("%F %T ");
+    EXPECT_EQ(blank.Length("2026-11-21 03:37:00 up"), 20U);
+    EXPECT_EQ(blank.Length("2026-11-21 03:37:00"), 19U);
+    EXPECT_EQ(blank.Length("2026-11-21 03:37:00x"), 0U);
+    EXPECT_EQ(blank.Length("2026-11-21 03:37:00_"), 0U);
+}
+
+TEST(StampFormat, NumbersInAColumnHaveBlanksOrNone) {
+    Reader sinceStart("[ %s.%f]");
+    EXPECT_EQ(sinceStart.Sec("[    7.000001] up"), 7U);
+    EXPECT_EQ(sinceStart.Sec("[99999.000001] up"), 99999U);
 }
 
 TEST(StampFormat, FractionsArePassedOver) {

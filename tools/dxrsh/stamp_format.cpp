@@ -249,7 +249,7 @@ bool StampFormat::Take(const Step &step, Scanner &scanner, Parts &parts) const {
         case 'l':
             return scanner.Take(step.literal);
         case ' ':
-            return TakeBlanks(scanner);
+            return TakeBlanks(scanner) || !exact_;
         case 'Y':
             return scanner.Number(4, kFirstYear, kLastYear, parts.year);
         case 'y':

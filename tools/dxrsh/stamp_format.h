@@ -26,8 +26,8 @@ class StampFormat {
     // Directives: %Y %y %m %d %e %j, %b %B %h (a month's name), %a %A (a day's, which is passed
     // over), %H %k %I %l %M %S %p, %z (Z, +01, +0100, +01:00), %Z (letters, passed over), %s
     // (seconds since 1970), %Q (milliseconds), %f (digits of a fraction, passed over), %n %t %%,
-    // and %T %R %D %F for what they stand for. A blank stands for one or more blanks; all else for
-    // itself. A fraction may follow %S and %s. The stamp ends at the end of a word.
+    // and %T %R %D %F for what they stand for. A blank stands for blanks, with kFree also for none;
+    // all else for itself. A fraction may follow %S and %s. The stamp does not end within a word.
     //
     // Throws UsageError for another directive, and when no time of day or only a part of a date is
     // told.

@@ -62,10 +62,7 @@ class Scanner {
 
     // A word that goes on would make the stamp a part of it.
     [[nodiscard]] bool AtWordEnd() const {
-        const char c = Peek();
-        const bool wordCharacter =
-            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
-        return !wordCharacter;
+        return !IsOfWord(Peek()) || (position_ > 0 && !IsOfWord(text_[position_ - 1]));
     }
 
     void SkipBlanks() {
@@ -75,6 +72,11 @@ class Scanner {
     }
 
   private:
+    [[nodiscard]] static bool IsOfWord(char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+               c == '_';
+    }
+
     std::string_view text_;
     size_t position_ = 0;
 };
