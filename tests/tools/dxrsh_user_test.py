@@ -249,6 +249,15 @@ class Logs(Case):
         self.assertEqual([int(bar[0]) for bar in bars], list(range(0, 60, 5)))
         self.assertEqual([(bar[1], bar[2]) for bar in bars], [("5", "1")] + 11 * [("5", "0")])
 
+    def test_a_histogram_is_shown_also_without_a_summary(self):
+        log = b"2026-11-21 03:00:00 a\n2026-11-21 03:00:00 a\n"
+        code, out, err = run("filter", "--histogram", "--quiet", stdin=log)
+        self.assertEqual((code, out), (0, log[:22]))
+        self.assertRegex(err, r"^\nover time [^\n]*\n2026-11-21 03:00:00 +2 +1  #+-+\n$")
+        _, out, err = run("filter", "--histogram", "--quiet", "--json", stdin=log)
+        self.assertEqual((json.loads(out.splitlines()[1]), err), ({"summary": {"over_time": [
+            {"time": "2026-11-21 03:00:00", "lines": 2, "passed": 1}]}}, ""))
+
     def test_colors(self):
         log = b"a\na\n"
         self.assertNotIn("\x1b", run("filter", stdin=log)[2])

@@ -87,9 +87,9 @@ void RunFilter(const FilterOptions &options) {
         run.Run();
         // What is written at the same time has no other end than that.
         brokenOff = run.Stopped() && !run.IsLive();
-        if (!options.quiet && options.json) {
+        if (options.json) {
             WriteJsonReport(run, options);
-        } else if (!options.quiet) {
+        } else {
             SayReport(run, options);
         }
     }
@@ -152,7 +152,7 @@ void AddReport(CLI::App &command, FilterOptions &options) {
         .add_option("--doubtful", options.doubtfulPath,
                     "Write suppressed lines of other text, or compared in part")
         ->type_name("FILE");
-    command.add_flag("--quiet", options.quiet, "No summary");
+    command.add_flag("--quiet", options.quiet, "No summary, but a histogram that is asked for");
     command.add_flag("--json", options.json, "Lines and summary as JSON, on standard output");
     AddColorOption(command, options.color);
 }
@@ -164,7 +164,7 @@ void AddFilterCommand(CLI::App &program) {
     CLI::App *const command = program.add_subcommand("filter", "Runs a log through the log filter");
     Describe(*command, std::string(kDetails) + kStampHelp,
              {"dxrsh filter examples/dxrsh/links.log > kept.log",
-              "dxrsh filter --mask --histogram --quiet /var/log/syslog.1.gz"});
+              "dxrsh filter --mask --histogram --quiet /var/log/syslog > kept.log"});
     AddComparison(*command, *options);
     AddLogOptions(*command, options->log);
     command->add_flag("--follow", options->log.follow, "Go on as the last file grows");

@@ -104,10 +104,34 @@ void SayTable(const FilterOptions &options) {
         PlainLines({text.data(), length}));
 }
 
+void WriteCounts(FilterRun &run, const FilterOptions &options, JsonText &json) {
+    const FilterCounts &counts = run.Counts();
+    json.Number("lines", counts.lines)
+        .Number("stamped", run.Stamps().Count())
+        .Text("stamps", run.Stamps().Recognised())
+        .Number("passed", counts.passed)
+        .Number("unasked", counts.unasked)
+        .Number("suppressed", counts.lines - counts.passed)
+        .Number("other_text", counts.otherText)
+        .Number("in_part", counts.inPart)
+        .Flag("interrupted", run.Stopped())
+        .BeginList("most_suppressed");
+    for (const SuppressedLine &line : run.MostSuppressed(options.topLines)) {
+        json.BeginObject().Number("count", line.count).Text("text", line.text).EndObject();
+    }
+    json.EndList();
+}
+
 }  // namespace
 
 void SayReport(FilterRun &run, const FilterOptions &options) {
     const Colors colors(options.color, STDERR_FILENO);
+    if (options.quiet) {
+        if (options.histogram) {
+            SayHistogram(run.OverTime(), colors);
+        }
+        return;
+    }
     if (run.Stopped() && isatty(STDERR_FILENO) == 1) {
         Say(stderr, "\n");  // after what the terminal shows of the key that was pressed
     }
@@ -122,24 +146,14 @@ void SayReport(FilterRun &run, const FilterOptions &options) {
 }
 
 void WriteJsonReport(FilterRun &run, const FilterOptions &options) {
-    const FilterCounts &counts = run.Counts();
-    JsonText json;
-    json.BeginObject()
-        .BeginObject("summary")
-        .Number("lines", counts.lines)
-        .Number("stamped", run.Stamps().Count())
-        .Text("stamps", run.Stamps().Recognised())
-        .Number("passed", counts.passed)
-        .Number("unasked", counts.unasked)
-        .Number("suppressed", counts.lines - counts.passed)
-        .Number("other_text", counts.otherText)
-        .Number("in_part", counts.inPart)
-        .Flag("interrupted", run.Stopped())
-        .BeginList("most_suppressed");
-    for (const SuppressedLine &line : run.MostSuppressed(options.topLines)) {
-        json.BeginObject().Number("count", line.count).Text("text", line.text).EndObject();
+    if (options.quiet && !options.histogram) {
+        return;
     }
-    json.EndList();
+    JsonText json;
+    json.BeginObject().BeginObject("summary");
+    if (!options.quiet) {
+        WriteCounts(run, options, json);
+    }
     if (options.histogram) {
         json.BeginList("over_time");
         for (const Histogram::Bar &bar : run.OverTime().Bars(kBars)) {

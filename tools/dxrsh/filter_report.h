@@ -6,9 +6,9 @@
 
 namespace dxrsh {
 
-// For people, on standard error.
+// For people, on standard error; with `quiet` the histogram alone, if it is asked for.
 void SayReport(FilterRun &run, const FilterOptions &options);
-// As one JSON object, on standard output.
+// As one JSON object, on standard output, likewise.
 void WriteJsonReport(FilterRun &run, const FilterOptions &options);
 
 }  // namespace dxrsh
