@@ -116,7 +116,9 @@ class Logs(Case):
                    (b"BZh9\x17rE8P\x90\0\0\0\0", "compressed with bzip2", "bzip2 -dc"),
                    (b"\x04\x22\x4d\x18d@\xa7", "compressed with lz4", "lz4 -dc"),
                    (b"PK\3\4\n\0", "a zip archive", "unzip -p"),
-                   (b"LPKSHHRH\0\0", "a journal", "journalctl --file"))
+                   (b"LPKSHHRH\0\0", "a journal", "journalctl --file"),
+                   (b"\xff\xfea\0", "text of UTF-16", "iconv -f UTF-16 -t UTF-8"),
+                   (b"\xfe\xff\0a", "text of UTF-16", "iconv -f UTF-16 -t UTF-8"))
         for number, (begin, what, command) in enumerate(foreign):
             path = self.file(f"log.{number}", begin + b"\nx\n")
             for name in ("filter", "record"):
@@ -126,7 +128,7 @@ class Logs(Case):
                        f"--follow: {path} is {what} and cannot be followed")
             self.assertEqual(run("filter", "--quiet", stdin=begin + b"\n")[0], 1)
         for text in (b"BZh", b"BZh9", b"BZh91AY&S?\n", b"BZhx1AY&SY\n", b"PK\n", b"LPKSHH", b"P",
-                     b"\xfd7zXZ"):
+                     b"\xfd7zXZ", b"\xff\xfe", b"\xff\xfeab\n", b"\xfe\xff\0\0"):
             self.assertEqual(run("filter", "--quiet", stdin=text), (0, text, ""))
 
     def test_an_expression_in_the_place_of_a_file_is_told(self):

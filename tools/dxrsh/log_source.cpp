@@ -41,6 +41,8 @@ constexpr std::array kForeign = {
     Foreign{"\x04\x22\x4d\x18", "compressed with lz4", "lz4 -dc"},
     Foreign{"PK\x03\x04", "a zip archive", "unzip -p"},
     Foreign{"LPKSHHRH", "a journal", "journalctl --file"},
+    Foreign{"\xff\xfe", "text of UTF-16", "iconv -f UTF-16 -t UTF-8"},
+    Foreign{"\xfe\xff", "text of UTF-16", "iconv -f UTF-16 -t UTF-8"},
 };
 constexpr size_t kMostHead = 10;  // of any of them
 
@@ -52,9 +54,22 @@ bool IsBzip2(std::string_view head) {
            (head.substr(kBlock) == "1AY&SY" || head.substr(kBlock) == "\x17\x72\x45\x38\x50\x90");
 }
 
+constexpr size_t kUtf16Head = 4;  // the mark and a character
+
+bool HasUtf16Mark(std::string_view head) {
+    return head.starts_with("\xff\xfe") || head.starts_with("\xfe\xff");
+}
+
+// The first character is one of ASCII: other bytes may begin with these two as well.
+bool IsUtf16(std::string_view head) {
+    return head.size() >= kUtf16Head &&
+           (head[0] == '\xff' ? head[3] == 0 && head[2] != 0 : head[2] == 0 && head[3] != 0);
+}
+
 const Foreign *ForeignOf(std::string_view head) {
     for (const Foreign &one : kForeign) {
-        if (head.starts_with(one.head) && (one.head != "BZh" || IsBzip2(head))) {
+        if (head.starts_with(one.head) && (one.head != "BZh" || IsBzip2(head)) &&
+            (!HasUtf16Mark(head) || IsUtf16(head))) {
             return &one;
         }
     }
@@ -68,6 +83,7 @@ bool MayBecomeOther(std::string_view head) {
     };
     return goesOn(kGzipHead) || goesOn(kZstdHead) ||
            (head.starts_with("BZh") && head.size() < kMostHead) ||
+           (HasUtf16Mark(head) && head.size() < kUtf16Head) ||
            std::any_of(kForeign.begin(), kForeign.end(),
                        [&](const Foreign &one) { return goesOn(one.head); });
 }
