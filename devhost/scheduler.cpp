@@ -712,11 +712,10 @@ void Scheduler::OwnThreadEnds(ThreadRecord &thread, Task &task) {
     const std::shared_ptr<Task> last = std::move(task.self);
 }
 
-// The first task of virtual time stays: the run is its.
 void Scheduler::OtherThreadEnds(ThreadRecord &thread) {
     Task *const task = TaskOf(thread);
     Guard([&] { ReportHeldMutexes(host_, thread, task != nullptr ? NameOf(*task) : "a thread"); });
-    if (task != nullptr && task->entry == nullptr && !task->isScheduled) {
+    if (task != nullptr && task->entry == nullptr) {
         TaskEnds(*task);
     }
 }
@@ -783,7 +782,8 @@ void Scheduler::TaskEnds(Task &task) {
     someTaskEnded_.Notify();
     // Also when all waited for a thread that might have woken them, and has ended.
     const bool isNextToChoose = task.isScheduled || (clock.IsVirtual() && running_ == nullptr);
-    if (task.joiners == 0) {
+    // Without the first task the others go on; at the run's end nobody does.
+    if (task.joiners == 0 && &task != main_) {
         tasks_.erase(task.id);
     }
     if (&task == timer_) {
@@ -831,7 +831,7 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
         failure = ENOMEM;
     }
     const bool hasEnded = task.state == TaskState::kEnded;
-    if (--task.joiners == 0 && hasEnded) {
+    if (--task.joiners == 0 && hasEnded && &task != main_) {
         tasks_.erase(id);
     }
     if (hasEnded || failure != 0) {
@@ -1083,7 +1083,9 @@ void Scheduler::Finish() {
         due_.Clear();
     }
     for (const pthread_t thread : toJoin) {
-        (void)pthread_join(thread, nullptr);
+        // A task's thread may still be at destructors of keys, and end the host there.
+        (void)(pthread_equal(thread, pthread_self()) != 0 ? pthread_detach(thread)
+                                                          : pthread_join(thread, nullptr));
     }
 }
 

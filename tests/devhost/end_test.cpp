@@ -291,6 +291,76 @@ TEST_F(VirtualEnd, DestructorsOfKeysAreTheTasks) {
     }
 }
 
+// Tasks go on without the thread that made their host, to the end of the run.
+TEST(FirstTask, LeavesTheOthersAtWork) {
+    static std::atomic<uint32_t> steps;
+    static std::atomic<bool> isTold;
+    steps = 0;
+    isTold = false;
+    DxrHost *host = nullptr;
+    std::string text;
+    std::thread([&] {
+        host = MakeVirtual();
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        DxrHostSetReportSink(
+            host,
+            [](const DxrHostReport *report, void *user) {
+                if (report->kind == DXR_HOST_REPORT_RUN) {
+                    *static_cast<std::string *>(user) = static_cast<const char *>(report->text);
+                    isTold = true;
+                }
+            },
+            &text);
+        const auto work = [](void *) {
+            for (int i = 0; i < 5; ++i) {
+                EXPECT_EQ(DXR_DelayTask(10), 0U);
+                ++steps;
+            }
+            EXPECT_EQ(DxrHostJoinTask(nullptr, 1, DXR_HOST_FOREVER), 0U)
+                << "it is no task any more";
+            uint32_t events = 0;
+            (void)DXR_ReadEvent(1, 0, DXR_HOST_FOREVER, &events);
+        };
+        Spawn(work, nullptr);
+        Spawn(work, nullptr);
+    }).join();
+    for (int i = 0; i < 1000 && !isTold; ++i) {
+        Pause();
+    }
+    EXPECT_EQ(steps, 10U);
+    ASSERT_TRUE(isTold);
+    EXPECT_THAT(text,
+                testing::StartsWith("deadlock: all tasks wait; task 2 \"task 2\" waits for "));
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 50000000U);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 2U) << "the tasks";
+}
+
+// After its end a task is another thread to the host, which may end that.
+TEST(TasksEnd, MayEndTheHostInADestructor) {
+    struct Ends {
+        DxrHost *host = nullptr;
+        std::atomic<uint32_t> result{99};
+    } static ends;
+    static pthread_key_t again;
+    ends.host = MakeVirtual();
+    ASSERT_EQ(DxrHostRegister(ends.host), 0U);
+    again = MakeKey([](void *isFirst) {
+        static int second;
+        if (isFirst != &second) {
+            EXPECT_EQ(pthread_setspecific(again, &second), 0);
+        } else {
+            ends.result = DxrHostDestroy(ends.host, nullptr);
+        }
+    });
+    Spawn([](void *) { EXPECT_EQ(pthread_setspecific(again, &ends), 0); }, nullptr);
+    (void)DXR_DelayTask(10);
+    for (int i = 0; i < 1000 && ends.result == 99; ++i) {
+        Pause();
+    }
+    EXPECT_EQ(ends.result, 0U);
+    EXPECT_EQ(pthread_key_delete(again), 0);
+}
+
 // One that puts its work off calls as a thread that is not the host's, and which ends too.
 TEST_F(RealEnd, ADestructorMayCallAfterTheTasksEnd) {
     static std::atomic<uint32_t> asked{0};
