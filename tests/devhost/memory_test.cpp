@@ -440,6 +440,25 @@ TEST_F(HostMemory, AForeignReleaseIsCountedAndReportedAndHarmless) {
     EXPECT_EQ(DxrHostGetMemoryAccount(host, 9).blocksLive, 0U);
 }
 
+TEST_F(HostMemory, ForeignReleasesOfSeveralThreadsAreAllCounted) {
+    constexpr uint32_t kReleases = 20000;
+    DxrHostSetReportSink(
+        host, [](const DxrHostReport *, void *) {}, nullptr);
+    std::array<std::thread, 4> threads;
+    for (std::thread &thread : threads) {
+        thread = std::thread([] {
+            int outside = 0;
+            for (uint32_t i = 0; i < kReleases; ++i) {
+                DXR_Free(&outside, "b.cpp", 7);
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(DxrHostGetBadReleases(host), threads.size() * kReleases);
+}
+
 TEST_F(HostMemory, ABlockOfAnotherHostIsReportedWithItsSite) {
     for (const uint32_t size : {40U, 40000U}) {
         reports.clear();
