@@ -956,8 +956,15 @@ void Scheduler::JobHasRun(Job &job, uint64_t startings) {
     if (job.startings == startings && job.periodNs != 0 && !hasEnded_) {
         alarms_.SetAgain(job, job.due + job.periodNs);
     }
-    if (!job.IsSet() && !job.isQueued && job.stoppers == 0) {
+    if (job.IsSet() || job.isQueued) {
+        return;
+    }
+    if (job.stoppers == 0) {
         const std::shared_ptr<Job> last = std::move(job.self);
+    } else if (isFinishing_) {
+        // Who waits to stop it may be a task that is cut off.
+        job.endedBefore = std::move(lastEnded_);
+        lastEnded_ = std::move(job.self);
     }
 }
 

@@ -116,6 +116,7 @@ struct Job : Alarm {
     WaitList stopped;
     uint32_t stoppers = 0;      // who wait for the end of a run
     std::shared_ptr<Job> self;  // while it is set, queued or running
+    std::shared_ptr<Job> endedBefore;
 };
 
 // Jobs that are due, the first one first.
@@ -342,7 +343,8 @@ class Scheduler {
     uint32_t pointsWithoutTime_ = 0;
     uint32_t questionsWithoutTime_ = 0;  // of the task that runs
     JobQueue due_;
-    const char *lastJob_ = "";  // what ran
+    const char *lastJob_ = "";        // what ran
+    std::shared_ptr<Job> lastEnded_;  // of those that somebody waited to stop at the host's end
     Task *timer_ = nullptr;
     WaitList timerIsIdle_;
     Condition timerHasWork_;

@@ -363,17 +363,22 @@ void Timer::Fire(void *user) {
     void (*const call)(void *) = timer->function;
     void *const with = timer->argument;
     const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
-    {
-        const AlsoAtThreadsEnd forget([timer, isOver] {
-            if (isOver) {
-                timer->service->Forget(timer->serial);
-            }
-        });
-        if (call != nullptr) {
-            CallModuleVoid(timer->service->TheHost(), kService, name, call, with);
+    bool hasReturned = false;
+    const AlsoAtThreadsEnd forget([timer, isOver, &hasReturned] {
+        if (isOver && !hasReturned) {
+            timer->service->Forget(timer->serial);
         }
+    });
+    if (call != nullptr) {
+        CallModuleVoid(timer->service->TheHost(), kService, name, call, with);
     }
+    // One that did not end with its host: neither the timer nor the host is there any more. Whoever
+    // passes here comes back to the scheduler, also when the host ends just now.
     Scheduler::EndStopped(ThisThread());
+    hasReturned = true;
+    if (isOver) {
+        timer->service->Forget(timer->serial);
+    }
 }
 
 SystemService &StateOf(Host &host) {

@@ -335,6 +335,26 @@ TEST(FirstTask, LeavesTheOthersAtWork) {
     EXPECT_EQ(DxrHostDestroy(host, nullptr), 2U) << "the tasks";
 }
 
+// Wherever its function and the host's end meet, no timer stays: the leak sanitizer looks.
+TEST(TimersEnd, MayMeetTheHosts) {
+    for (int i = 0; i < 1000; ++i) {
+        DxrHostOptions options;
+        DxrHostInitOptions(&options);
+        options.printLevel = 0;
+        DxrHost *const host = DxrHostCreate(&options);
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        DxrHostTimer timer{};
+        timer.size = sizeof(timer);
+        timer.function = [](void *) {};
+        ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+        const auto until =
+            std::chrono::steady_clock::now() + std::chrono::nanoseconds(i % 100 * 1000);
+        while (std::chrono::steady_clock::now() < until) {
+        }
+        EXPECT_LE(DxrHostDestroy(host, nullptr), 1U) << "the timer, unless it fired";
+    }
+}
+
 // After its end a task is another thread to the host, which may end that.
 TEST(TasksEnd, MayEndTheHostInADestructor) {
     struct Ends {
