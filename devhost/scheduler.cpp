@@ -930,15 +930,18 @@ void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const Wa
 }
 
 void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
-    // Also for a function that ends the thread.
-    const struct Run {
+    // Also for a function that ends the thread, but not long after the host.
+    struct Run {
         Scheduler &scheduler;
         SchedulerLock &lock;
         Job &job;
         const uint64_t startings = job.startings;
+        bool hasReturned = false;
         ~Run() {
-            lock.lock();
-            scheduler.JobHasRun(job, startings);
+            if (hasReturned || !IsStopped(ThisThread())) {
+                lock.lock();
+                scheduler.JobHasRun(job, startings);
+            }
         }
     } run{*this, lock, job};
     job.isRunning = true;
@@ -947,6 +950,7 @@ void Scheduler::RunJob(SchedulerLock &lock, Job &job) {
     lock.unlock();
     // What the service lacked the memory for ends no timer, nor whoever moves the clock.
     Guard([&job] { job.run(job.context); });
+    run.hasReturned = true;
 }
 
 void Scheduler::JobHasRun(Job &job, uint64_t startings) {

@@ -355,6 +355,35 @@ TEST(TimersEnd, MayMeetTheHosts) {
     }
 }
 
+// Its thread may end long after that: nothing of the host is there any more.
+TEST_F(RealEnd, ATimersFunctionThatOutlivesTheHostMayEndItsThread) {
+    static std::atomic<bool> isInside;
+    static std::atomic<bool> mayLeave;
+    static std::atomic<bool> isGone;
+    isInside = mayLeave = isGone = false;
+    static const pthread_key_t key = MakeKey([](void *) { isGone = true; });
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.function = [](void *) {
+        EXPECT_EQ(pthread_setspecific(key, &isGone), 0);
+        isInside = true;
+        while (!mayLeave) {
+            Pause();
+        }
+        pthread_exit(nullptr);
+    };
+    ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+    while (!isInside) {
+        Pause();
+    }
+    EXPECT_EQ(End(), 1U) << "the timer";
+    mayLeave = true;
+    for (int i = 0; i < 1000 && !isGone; ++i) {
+        Pause();
+    }
+    EXPECT_TRUE(isGone);
+}
+
 // After its end a task is another thread to the host, which may end that.
 TEST(TasksEnd, MayEndTheHostInADestructor) {
     struct Ends {
