@@ -668,6 +668,17 @@ def full(lab, options):
     lab.fails(1, "a board did not end well", "stop")
     lab.process.wait(LIMIT)
     lab.expect_nothing_left()
+    # Boards run on without standard output; it is told at the end.
+    lab.write(lab.usual(1, "10"))
+    for closed in (False, True):
+        done = subprocess.run([lab.dxrsh, "chassis", "--seconds", "1", str(lab.file)],
+                              env=lab.environment(), cwd=lab.top, text=True, timeout=LIMIT,
+                              stdout=open("/dev/full", "w"), stderr=subprocess.PIPE,
+                              preexec_fn=(lambda: os.close(1)) if closed else None)
+        reason = "Bad file descriptor" if closed else "No space left on device"
+        check((done.returncode, done.stderr) ==
+              (1, f"dxrsh: cannot write the output: {reason}\n"), str(done))
+        lab.expect_nothing_left()
     # Also what the host says when the module has ended.
     lab.write([dict(name="main", kind="main", module=os.path.abspath(options.reluctant),
                     arguments=["leaves"])])

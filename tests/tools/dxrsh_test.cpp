@@ -101,6 +101,8 @@ TEST(Dxrsh, RefusalsAreOneLineInItsOwnWords) {
         {{"--trace", "x", "run", "x"}, "the option '--trace' belongs after 'dxrsh run'"},
         {{"privatelog", "--json", "read", "x"},
          "the option '--json' belongs after 'dxrsh privatelog read'"},
+        {{"replay", "calls", "--loose", "x.so"},
+         "the option '--loose' belongs right after 'dxrsh replay'"},
         {{"--machine", "a", "chassis", "status"},
          "the option '--machine' belongs after 'dxrsh chassis'"},
         {{"--jsn", "slots"},

@@ -534,6 +534,21 @@ class Words(Case):
             self.assertEqual((done.returncode, done.stderr),
                              (1, b"dxrsh: cannot write the output: No space left on device\n"))
 
+    def test_no_standard_output(self):
+        """What is opened does not take its place."""
+        recording = self.path("calls.dxrtrace")
+        for words in (["--help"], ["slots"], ["filter", "examples/dxrsh/links.log"],
+                      ["run", "--trace", recording, "--clock", "virtual", MODULES + "worker.so"],
+                      ["replay", recording, MODULES + "worker.so"], ["trace", recording],
+                      ["diff", recording, recording]):
+            done = subprocess.run([DXRSH, *words], stderr=subprocess.PIPE, check=False, cwd=ROOT,
+                                  env=ENVIRONMENT, timeout=PATIENCE,
+                                  preexec_fn=lambda: os.close(1))
+            self.assertEqual((words[0], done.returncode, done.stderr),
+                             (words[0], 1,
+                              b"dxrsh: cannot write the output: Bad file descriptor\n"))
+        self.assertEqual(run("trace", "--counts", recording)[::2], (0, ""))
+
     def test_groups_in_any_case(self):
         self.assertEqual(run("slots", "--group", "MEMORY"), run("slots", "--group", "Memory"))
         code, out, err = run("slots", "--group", "Memroy")

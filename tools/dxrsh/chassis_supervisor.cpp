@@ -34,6 +34,7 @@
 #include "chassis_status.h"
 #include "dxr_devhost.h"
 #include "errors.h"
+#include "file_io.h"
 #include "filter_tree.h"
 #include "say.h"
 
@@ -68,6 +69,17 @@ constexpr int kExitNoProgram = 127;
 
 // Of a line of a log that is told.
 constexpr size_t kLongestWords = 200;
+
+// Why standard output could not be written; 0 when it could. Boards run on all the same.
+int g_outputError = 0;
+
+template <typename... Args>
+void SayNow(fmt::format_string<Args...> format, Args &&...args) {
+    Say(stdout, format, std::forward<Args>(args)...);
+    if (std::fflush(stdout) != 0 && g_outputError == 0) {
+        g_outputError = errno;
+    }
+}
 
 uint64_t NowMs() {
     timespec now{};
@@ -263,9 +275,7 @@ class Supervisor {
 
     template <typename... Args>
     void Tell(const Board &board, fmt::format_string<Args...> format, Args &&...args) const {
-        Say(stdout, "{}: {}\n", board.given->name,
-            fmt::format(format, std::forward<Args>(args)...));
-        (void)std::fflush(stdout);
+        SayNow("{}: {}\n", board.given->name, fmt::format(format, std::forward<Args>(args)...));
     }
 
     void Start(Board &board) {
@@ -499,8 +509,7 @@ class Supervisor {
 
     void TellStatus() const {
         if (options_.showsStatus) {
-            Say(stdout, "{}", StatusTable(Status()));
-            (void)std::fflush(stdout);
+            SayNow("{}", StatusTable(Status()));
         }
     }
 
@@ -759,11 +768,10 @@ uint64_t RequireDescriptors(const Chassis &chassis, const std::string &machine) 
     rlimit found{};
     const uint64_t ofBoard = DescriptorsOfBoard(chassis.boards.size());
     if (getrlimit(RLIMIT_NOFILE, &found) == 0 && found.rlim_max < ofBoard) {
-        Say(stdout,
+        SayNow(
             "a board that talks to all others needs {} descriptors, and may have {}: raise the "
             "hard limit (ulimit -Hn)\n",
             ofBoard, found.rlim_max);
-        (void)std::fflush(stdout);
     }
     return limit.before;
 }
@@ -776,7 +784,12 @@ int RunChassis(const SupervisorOptions &options) {
     chassis.work = options.work.empty() ? chassis.work : options.work;
     CheckBoards(chassis, options.machine);
     const uint64_t descriptors = RequireDescriptors(chassis, options.machine);
-    return Supervisor(options, std::move(file), chassis, descriptors).Run();
+    const int status = Supervisor(options, std::move(file), chassis, descriptors).Run();
+    if (g_outputError != 0) {
+        SayOutputFailed(g_outputError);
+        return kExitFailure;
+    }
+    return status;
 }
 
 }  // namespace dxrsh

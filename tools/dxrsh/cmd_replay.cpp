@@ -90,8 +90,7 @@ void AddTold(JsonText &json, TextFile &told) {
     for (std::FILE *const each : {output, stdout}) {  // the latter has what the module printed
         errno = 0;
         if ((std::fflush(each) != 0 || std::ferror(each) != 0) && errno != EPIPE) {
-            Say(stderr, "dxrsh: cannot write the output: {}\n",
-                std::generic_category().message(errno != 0 ? errno : EIO));
+            SayOutputFailed(errno != 0 ? errno : EIO);
             EndProgram(kExitFailure);
         }
     }

@@ -22,6 +22,7 @@
 #include "dxr_devhost.h"
 #include "dxr_trace.h"
 #include "errors.h"
+#include "file_io.h"
 #include "help.h"
 #include "json_text.h"
 #include "message_losses.h"
@@ -218,9 +219,8 @@ class Run {
         const int error = errno;
         (void)std::fflush(stdout);  // what the module printed
         calls_.reset();
-        if (!isWritten && error != EPIPE) {
-            Say(stderr, "dxrsh: cannot write the output: {}\n",
-                std::generic_category().message(error));
+        if (!isWritten) {
+            SayOutputFailed(error);
         }
         if (!traceError_.empty()) {
             throw RunError(traceError_);

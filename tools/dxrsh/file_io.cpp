@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 #include "errors.h"
+#include "say.h"
 
 namespace dxrsh {
 namespace {
@@ -180,6 +182,12 @@ void Output::Flush() {
         }
     }
     buffer_.clear();
+}
+
+void SayOutputFailed(int error) {
+    if (error != EPIPE) {
+        Say(stderr, "dxrsh: cannot write the output: {}\n", std::generic_category().message(error));
+    }
 }
 
 OutputFile::OutputFile(const std::string &path)

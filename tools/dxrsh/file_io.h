@@ -118,6 +118,9 @@ class Output {
     std::string buffer_;
 };
 
+// Says that standard output could not be written, unless its reader has left.
+void SayOutputFailed(int error);
+
 // The same into a file, which is made or emptied.
 class OutputFile {
   public:

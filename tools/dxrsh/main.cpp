@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -51,6 +52,16 @@ void AddCommands(CLI::App &program) {
     dxrsh::AddGenerateCommand(program, DXRSH_VERSION, DXRSH_DATE);
 }
 
+// What is opened takes the lowest free number: nothing may be written into that as if it were
+// standard output. Where one of the three is closed, to use it fails as it would.
+void KeepStandardDescriptors() {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(fd, F_GETFD) < 0) {
+            (void)open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
 // On one line, whatever the names in the text hold.
 void Complain(std::string_view text) {
     constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
@@ -93,6 +104,7 @@ int Run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    KeepStandardDescriptors();
     // A reader that left shows as a failed write, which ends the program in order.
     (void)std::signal(SIGPIPE, SIG_IGN);
     (void)std::signal(SIGXFSZ, SIG_IGN);

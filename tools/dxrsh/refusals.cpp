@@ -57,6 +57,9 @@ std::string NoSuchOption(const std::string &name, const std::string &advice) {
 
 std::string OptionRefused(const Asked &asked, const std::string &word) {
     const std::string name = word.substr(0, word.find('='));
+    if (Has(NamesOf(asked), name)) {
+        return fmt::format("the option '{}' belongs right after '{}'", name, asked.path);
+    }
     return NoSuchOption(
         name, Advice(name, NamesOf(asked), fmt::format("'{} --help' lists them", asked.path)));
 }
