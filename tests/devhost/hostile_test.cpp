@@ -714,11 +714,7 @@ class HostileThreads : public Hostile {
     void RunThreads(size_t first, size_t count, size_t calls) {
         DxrHost *const host = MakeHost(DXR_HOST_CLOCK_REAL);
         ASSERT_NE(host, nullptr);
-        std::vector<std::thread> threads;
-        threads.reserve(callers_.size());
-        for (const auto &caller : callers_) {
-            threads.emplace_back([=, &caller] { caller->Run(first, count, calls); });
-        }
+        std::vector<std::thread> threads = BeginThreads(first, count, calls);
         std::this_thread::sleep_for(std::chrono::milliseconds(Below(16)));
         EXPECT_NE(DxrHostDestroy(host, nullptr), UINT32_MAX);
         for (std::thread &thread : threads) {
@@ -729,6 +725,15 @@ class HostileThreads : public Hostile {
         }
     }
 
+    std::vector<std::thread> BeginThreads(size_t first, size_t count, size_t calls) {
+        std::vector<std::thread> threads;
+        threads.reserve(callers_.size());
+        for (const auto &caller : callers_) {
+            threads.emplace_back([=, &caller] { caller->Run(first, count, calls); });
+        }
+        return threads;
+    }
+
   private:
     std::vector<std::unique_ptr<HostileThread>> callers_;
 };
@@ -736,6 +741,30 @@ class HostileThreads : public Hostile {
 TEST_F(HostileThreads, SequencesOfAllSlots) {
     for (size_t i = 0; i < Sequences() / 10 && !HasFailure(); ++i) {
         RunThreads(0, std::size(kTargets), 60);
+    }
+}
+
+// The two slots of memory, which never wait: all calls have come back before the host is asked. Each
+// release that was reported is counted, and no other.
+TEST_F(HostileThreads, BadReleasesAreAllCounted) {
+    const std::string_view slots[] = {kTargets[0].name, kTargets[1].name};
+    ASSERT_EQ(slots[0], "memory.allocate");
+    ASSERT_EQ(slots[1], "memory.release");
+    for (size_t i = 0; i < Sequences() / 30 && !HasFailure(); ++i) {
+        DxrHost *const host = MakeHost(DXR_HOST_CLOCK_REAL);
+        ASSERT_NE(host, nullptr);
+        for (std::thread &thread : BeginThreads(0, std::size(slots), 2000)) {
+            thread.join();
+        }
+        uint64_t told = 0;
+        DxrHostReport report{};
+        for (uint32_t at = 0; DxrHostGetReport(host, at, &report); ++at) {
+            const bool isBadRelease = std::string_view(report.text).substr(0, 12) == "released at ";
+            told += isBadRelease ? report.count : 0;
+        }
+        EXPECT_GT(told, 0U);
+        EXPECT_EQ(DxrHostGetBadReleases(host), told);
+        EXPECT_NE(DxrHostDestroy(host, nullptr), UINT32_MAX);
     }
 }
 
