@@ -10,6 +10,7 @@
 #include "dxr_devhost/host.h"
 #include "dxr_devhost/system_task.h"
 #include "host.h"
+#include "options.h"
 
 namespace devhost {
 namespace {
@@ -76,9 +77,7 @@ uint32_t DxrHostExplore(const DxrHostOptions *options, uint32_t seeds, DxrHostBo
     DxrHostOptions each;
     DxrHostInitOptions(&each);
     each.endSec = devhost::kDefaultEndSec;
-    if (options != nullptr) {
-        each = *options;
-    }
+    each = devhost::OptionsOr(options, each);
     each.clock = DXR_HOST_CLOCK_VIRTUAL;
     DxrHostExploration exploration{};
     uint32_t result = body != nullptr ? kAllWell : kNoHost;

@@ -80,6 +80,15 @@ void TakeAll(Members &members, std::deque<std::string> &texts, DxrHostOptions &p
 
 }  // namespace
 
+DxrHostOptions OptionsOr(const DxrHostOptions *given, const DxrHostOptions &others) {
+    if (given == nullptr || given->size == sizeof(DxrHostOptions)) {
+        return given != nullptr ? *given : others;
+    }
+    DxrHostOptions wrong{};
+    wrong.size = given->size;
+    return wrong;
+}
+
 bool ReadOptions(const DxrHostOptions &from, Options &options) {
     if (from.size != sizeof(DxrHostOptions) || from.clock > DXR_HOST_CLOCK_VIRTUAL) {
         return false;

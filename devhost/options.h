@@ -30,6 +30,10 @@ struct Options {
     std::string pluginPath;
 };
 
+// Those that are given, or others for null. Of a record of another size nothing else is read; it is
+// as wrong as before.
+DxrHostOptions OptionsOr(const DxrHostOptions *given, const DxrHostOptions &others);
+
 // Defaults stand for null texts. False when size or clock are wrong.
 bool ReadOptions(const DxrHostOptions &from, Options &options);
 

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "dxr_devhost_test.h"
+#include "options.h"
 #include "test_session.h"
 
 namespace devhost {
@@ -254,7 +255,7 @@ uint32_t Explore(DxrHostOptions options, uint32_t seeds, Run run, std::FILE *out
 DxrHostOptions Or(const DxrHostOptions *options) {
     DxrHostOptions defaults;
     DxrTestInitOptions(&defaults);
-    return options != nullptr ? *options : defaults;
+    return OptionsOr(options, defaults);
 }
 
 }  // namespace

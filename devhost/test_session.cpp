@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "error_text.h"
+#include "options.h"
 #include "report.h"
 
 namespace devhost {
@@ -308,7 +309,7 @@ bool DxrTestBegin(const DxrHostOptions *options) {
     DxrHostOptions defaults;
     DxrTestInitOptions(&defaults);
     try {
-        return devhost::Begin(options != nullptr ? *options : defaults);
+        return devhost::Begin(devhost::OptionsOr(options, defaults));
     } catch (const std::exception &) {
         return false;
     }

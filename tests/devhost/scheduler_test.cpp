@@ -14,6 +14,7 @@
 
 #include "devhost/host_fixture.h"
 #include "dxr_devhost.h"
+#include "support/guarded_page.h"
 #include "tools/temporary_directory.h"
 
 namespace {
@@ -1057,5 +1058,16 @@ TEST(SeveralHosts, OneIsMadeAndEndedWithinARun) {
     DxrHostExploration found{};
     EXPECT_EQ(DxrHostExplore(&options, 3, body, nullptr, &found), 0U) << found.text;
 }
+TEST_F(Explore, ReadsNoMoreOfItsOptionsThanIsThere) {
+    const dxrtest::GuardedPage page;
+    auto *const size = static_cast<uint64_t *>(page.End()) - 1;
+    *size = sizeof(*size);
+    const auto body = [](DxrHost *, void *) -> uint32_t { return 0; };
+    DxrHostExploration found{};
+    EXPECT_EQ(DxrHostExplore(reinterpret_cast<DxrHostOptions *>(size), 3, body, nullptr, &found),
+              2U);
+    EXPECT_EQ(found.runs, 0U);
+}
+
 
 }  // namespace

@@ -19,6 +19,7 @@
 
 #include "dxr_devhost/gtest.h"
 #include "slots/expected_slots.h"
+#include "support/guarded_page.h"
 #include "test_kit_c_caller.h"
 #include "tools/temporary_directory.h"
 
@@ -118,6 +119,17 @@ TEST(TestKit, RefusesWrongOptions) {
     options.clock = 99;
     EXPECT_FALSE(DxrTestBegin(&options));
     EXPECT_EQ(DxrTestGetDirectory(), nullptr);
+}
+
+TEST(TestKit, ReadsNoMoreOfItsOptionsThanIsThere) {
+    const dxrtest::GuardedPage page;
+    auto *const size = static_cast<uint64_t *>(page.End()) - 1;
+    *size = sizeof(*size);
+    const auto *const options = reinterpret_cast<DxrHostOptions *>(size);
+    const auto body = [](void *) {};
+    EXPECT_FALSE(DxrTestBegin(options));
+    EXPECT_EQ(DxrTestExplore(options, 3, body, nullptr, nullptr), 0U);
+    EXPECT_EQ(DxrTestFailEach(options, nullptr, false, body, nullptr, nullptr), 0U);
 }
 
 TEST(TestKit, TheDirectoryIsTheTestsOwnUnlessItIsGiven) {
