@@ -182,7 +182,8 @@ Woken Scheduler::Delay(SchedulerLock &lock, Task &task, uint64_t deadline,
 // Others may still wake who moves the stepped clock, but no time-out does.
 void Scheduler::WaitWhileTimeStands(SchedulerLock &lock, Waiter &waiter, uint64_t deadline) {
     Task &task = *waiter.task;
-    const uint64_t until = Clock::MachineNow() + kPatienceNs;
+    const uint64_t asked = deadline - std::min(deadline, clock.NowNs());
+    const uint64_t until = Clock::MachineNow() + std::min(asked, kPatienceNs);
     while (!waiter.isDone && task.turn.WaitUntil(lock, until)) {
     }
     if (waiter.isDone) {

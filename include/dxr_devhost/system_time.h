@@ -54,10 +54,10 @@ DXR_API bool DxrHostSetClock(DxrHost *host, uint32_t sec, uint32_t startupSec);
  * the host's time would become longer than 146 years.
  *
  * The clock stands while a timer's function waits on that thread. So a delay in it is reported and
- * gives ECANCELED at once, and another wait with a time-out when nobody ends it within two seconds
- * of the machine's; one without a time-out is then reported and goes on. A function that ends its
- * thread ends the call too: the clock stays where it is, and another thread can move it. To leave
- * the function by longjmp is undefined. */
+ * gives ECANCELED at once, and another wait with a time-out when nobody ends it in that time of the
+ * machine's, at most two seconds; one without a time-out is reported after these and goes on. A
+ * function that ends its thread ends the call too: the clock stays where it is, and another thread
+ * can move it. To leave the function by longjmp is undefined. */
 DXR_API bool DxrHostAdvance(DxrHost *host, uint64_t ms);
 
 /* Nanoseconds that have passed on the host's clock since it was made. */

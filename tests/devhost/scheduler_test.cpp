@@ -527,7 +527,7 @@ TEST_F(SteppedTime, OthersEndTheWaitOfATimersFunction) {
             auto &self = *static_cast<OfTimer *>(user);
             self.step = 1;
             uint32_t events = 0;
-            self.result = DXR_ReadEvent(1, 0, 5, &events);
+            self.result = DXR_ReadEvent(1, 0, 60000, &events);
             EXPECT_EQ(events, 1U);
         },
         of);
@@ -584,6 +584,40 @@ TEST_F(SteppedTime, ATimersFunctionMayEndItsThread) {
     timer.ms = 5;
     timer.repeats = 1;
     timer.function = [](void *) { pthread_exit(nullptr); };
+// Many short ones take no longer than was asked for.
+TEST_F(SteppedTime, AJoinOfATimersFunctionIsCutOffInItsTime) {
+    const Bounded bounded;
+    static std::atomic<bool> isOver;
+    isOver = false;
+    OfTimer of;
+    of.main = Spawn(
+        [](void *) {
+            while (!isOver) {
+                (void)usleep(1000);
+            }
+        },
+        nullptr);
+    DxrHostTimer timer = TimerOf(
+        [](void *user) {
+            auto &self = *static_cast<OfTimer *>(user);
+            for (int i = 0; i < 40; ++i) {
+                self.result = DxrHostJoinTask(nullptr, self.main, 5);
+                EXPECT_EQ(self.result, kCanceled);
+            }
+        },
+        of);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    EXPECT_EQ(of.result, kCanceled);
+    EXPECT_THAT(
+        Texts(DXR_HOST_REPORT_MISUSE),
+        ElementsAre("a timer's function waits for the end of task " + std::to_string(of.main) +
+                    " on the thread that moves the clock, which stands meanwhile: the "
+                    "wait is cut off"));
+    isOver = true;
+    EXPECT_EQ(DxrHostJoinTask(host, of.main, DXR_HOST_FOREVER), 0U);
+}
+
     ASSERT_EQ(DXR_StartTimer(&timer), 0U);
     std::thread([this] { DxrHostAdvance(host, 5); }).join();
     EXPECT_EQ(DxrHostGetElapsedNs(host), 5000000U);
