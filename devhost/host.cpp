@@ -299,8 +299,8 @@ bool TakeOut(DxrHost *given, ThreadRecord &thread, const void *caller) {
         if (!call) {
             return false;
         }
-        const bool isTask = thread.own != nullptr && thread.own->host == host;
-        if (isIn || isTask) {
+        // Also at the thread's last destructors, when the task has ended: the host joins it.
+        if (isIn || devhost::t_taskOf == call->number) {
             host->reports.Add(DXR_HOST_REPORT_MISUSE, "host", {"DxrHostDestroy", caller},
                               "from within",
                               "a host cannot be ended by its own task or from within its call");

@@ -740,6 +740,7 @@ bool Scheduler::Begins(Task &task) {
         }
     }
     return true;
+    t_taskOf = task->host->number;
 }
 
 void Scheduler::EndHere(SchedulerLock &lock, Task &task) {

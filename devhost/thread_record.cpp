@@ -29,6 +29,7 @@ thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]]
 thread_local constinit const void *t_caller [[gnu::tls_model("initial-exec")]] = nullptr;
 thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]] = nullptr;
 constinit std::atomic<Host *> g_registered{nullptr};
+thread_local constinit uint32_t t_taskOf [[gnu::tls_model("initial-exec")]] = 0;
 constinit std::atomic<Host *> g_quickHost{nullptr};
 constinit std::atomic<uint32_t> g_quickNumber{kNoHost};
 constinit std::atomic<bool> g_isFenceRemote{false};

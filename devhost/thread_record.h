@@ -143,6 +143,9 @@ void KeepThreadRecord(ThreadRecord &record);
 
 inline ThreadRecord &ThisThread() {
     return t_record != nullptr ? *t_record : MakeThreadRecord();
+// The number of the host whose task the thread was made for, also at its last destructors; 0: none.
+extern thread_local constinit uint32_t t_taskOf [[gnu::tls_model("initial-exec")]];
+
 }
 
 extern std::atomic<Host *> g_registered;
