@@ -332,6 +332,7 @@ uint32_t DxrHostDestroy(DxrHost *given, FILE *out) {
     ThreadRecord *thread = nullptr;
     try {
         thread = &devhost::ThisThread();
+        devhost::EndLostThreads(*thread);
         if (!TakeOut(given, *thread, __builtin_return_address(0))) {
             return UINT32_MAX;
         }

@@ -33,6 +33,7 @@ void BeginChild() {
     g_first = nullptr;
     g_mutex.unlock();
     Register(nullptr, kNoHost);
+    BeginLivesAnew();
     if (t_record != nullptr) {
         t_record->inside.store(nullptr);  // of a call in progress, whose slots find no host now
         t_record->own = nullptr;

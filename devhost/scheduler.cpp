@@ -30,6 +30,9 @@ constexpr uint64_t kGraceNs = 2 * kNsPerSec;
 // is told.
 constexpr uint64_t kPatienceNs = 2 * kNsPerSec;
 
+// How often, in the machine's time, who waits for a thread looks whether it is still there.
+constexpr uint64_t kLookNs = kNsPerSec / 10;
+
 std::string NameOf(const Task &task) {
     return "task " + std::to_string(task.id) + " \"" + task.name + "\"";
 }
@@ -155,10 +158,18 @@ Woken Scheduler::Wait(SchedulerLock &lock, Task &task, WaitList &list, uint64_t 
             WaitBesideTasks(lock, waiter);
         }
         while (!waiter.isDone) {
-            if (!clock.IsReal() || deadline == kForever) {
+            const uint64_t due =
+                !clock.IsReal() || deadline == kForever ? kForever : clock.MachineNs(deadline);
+            const uint64_t look = reason.isForThread ? Clock::MachineNow() + kLookNs : kForever;
+            if (due == kForever && look == kForever) {
                 task.turn.Wait(lock);
-            } else if (!task.turn.WaitUntil(lock, clock.MachineNs(deadline)) && !waiter.isDone) {
-                Finish(waiter, Woken::kTimeout);
+            } else if (!task.turn.WaitUntil(lock, std::min(due, look)) && !waiter.isDone) {
+                if (due <= look) {
+                    Finish(waiter, Woken::kTimeout);
+                } else {
+                    LookForLost(lock);
+                    task.waiter = &waiter;  // whoever was told may have waited
+                }
             }
         }
     }
@@ -210,6 +221,9 @@ void Scheduler::WaitBesideTasks(SchedulerLock &lock, Waiter &waiter) {
         const uint32_t points = pointsWithoutTime_;
         const uint64_t now = clock.NowNs();
         const bool isWoken = task.turn.WaitUntil(lock, Clock::MachineNow() + kPatienceNs);
+        if (!isWoken && waiter.reason->isForThread) {
+            LookForLost(lock);
+        }
         if (!isWoken && !waiter.isDone && running != nullptr && running == running_ &&
             points == pointsWithoutTime_ && now == clock.NowNs()) {
             isTold = true;
@@ -262,7 +276,7 @@ void Scheduler::Finish(Waiter &waiter, Woken result) {
     }
     task.state = TaskState::kReady;
     ready_.push_back(&task);
-    if (running_ == nullptr) {
+    if (running_ == nullptr && !isChoosing_) {
         // All waited for a thread that is not the host's.
         ready_.pop_back();
         running_ = &task;
@@ -347,8 +361,8 @@ void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
         next->turn.Notify();
     }
     while (running_ != &self && !isFinishing_) {
-        if (running_ == nullptr && &self == main_) {
-            AwaitThreads(lock);
+        if (running_ == nullptr && !hasEnded_ && &self == Watcher()) {
+            AwaitThreads(lock, self);
         } else {
             self.turn.Wait(lock);
         }
@@ -363,24 +377,64 @@ void Scheduler::SwitchAway(SchedulerLock &lock, Task &self) {
     self.state = TaskState::kRunning;
 }
 
-// All tasks wait, and only a thread that is not the host's can wake one. The first task, which is
-// always there, waits for that, and tells when it takes long.
-void Scheduler::AwaitThreads(SchedulerLock &lock) {
+// All tasks wait, and only a thread that is not the host's can wake one. This task waits for that,
+// and tells when it takes long.
+void Scheduler::AwaitThreads(SchedulerLock &lock, Task &self) {
+    Waiter *const waiter = self.waiter;
     const uint64_t until = Clock::MachineNow() + kPatienceNs;
     bool isTold = false;
-    while (running_ == nullptr && !isFinishing_) {
-        if (isTold) {
-            main_->turn.Wait(lock);
-        } else if (!main_->turn.WaitUntil(lock, until) && running_ == nullptr && !isFinishing_) {
-            isTold = true;
-            TellThreadsStayAway(lock);
+    while (running_ == nullptr && !hasEnded_ && !isFinishing_) {
+        if (!ready_.empty() || alarms_.Earliest() != nullptr) {
+            RunNext(lock);  // a thread has started something
+            continue;
         }
+        if (self.turn.WaitUntil(lock, Clock::MachineNow() + kLookNs)) {
+            continue;
+        }
+        LookForLost(lock);
+        if (!isTold && running_ == nullptr && !hasEnded_ && !isFinishing_ &&
+            Clock::MachineNow() >= until) {
+            isTold = true;
+            TellThreadsStayAway(lock, self);
+        }
+        self.waiter = waiter;  // whoever was told may have waited
+    }
+}
+
+// Who waits for threads while all tasks wait: the first of these. Null when there is none.
+Task *Scheduler::Watcher() const {
+    if (main_ != nullptr) {
+        return main_;
+    }
+    const auto found = std::find_if(tasks_.begin(), tasks_.end(), [](const auto &each) {
+        return each.second->isScheduled && each.second->state == TaskState::kWaiting;
+    });
+    return found != tasks_.end() ? found->second.get() : nullptr;
+}
+
+// Under the lock: a thread that is not the host's has made or started something. While all tasks
+// wait nobody else would see to it.
+void Scheduler::GoOn(SchedulerLock &lock) {
+    if (!clock.IsVirtual() || running_ != nullptr || isChoosing_ || hasEnded_) {
+        return;
+    }
+    if (!ready_.empty()) {
+        RunNext(lock);
+    } else if (Task *const watcher = Watcher(); watcher != nullptr) {
+        watcher->turn.Notify();
     }
 }
 
 // Under the lock, which is given back for that time.
-void Scheduler::TellThreadsStayAway(SchedulerLock &lock) {
-    Waiter *const waiter = main_->waiter;
+void Scheduler::LookForLost(SchedulerLock &lock) {
+    lock.unlock();
+    EndLostThreads(ThisThread());
+    lock.lock();
+}
+
+// Under the lock, which is given back for that time.
+void Scheduler::TellThreadsStayAway(SchedulerLock &lock, Task &self) {
+    Waiter *const waiter = self.waiter;
     Guard([&] {
         std::string who;
         for (const auto &[id, task] : tasks_) {
@@ -395,7 +449,7 @@ void Scheduler::TellThreadsStayAway(SchedulerLock &lock) {
     if (!lock.owns_lock()) {
         lock.lock();
     }
-    main_->waiter = waiter;  // whoever was told may have waited
+    self.waiter = waiter;  // whoever was told may have waited
 }
 
 // Chooses who runs, and lets it run.
@@ -428,9 +482,17 @@ void Scheduler::StayAfterEnd(SchedulerLock &lock, Task &task) {
 }
 
 // The task that runs next; when all wait, the clock jumps. Null while only a thread that is not the
-// host's could go on.
+// host's could go on, and when all tasks have ended.
 Task *Scheduler::Choose(SchedulerLock &lock) {
+    const struct Choosing {
+        bool &is;
+        const bool was = std::exchange(is, true);
+        ~Choosing() { is = was; }
+    } choosing{isChoosing_};
     for (;;) {
+        if (ready_.empty() && strangers_ != 0) {
+            EndLostTasks();
+        }
         if (hasEnded_) {
             return main_;
         }
@@ -445,8 +507,15 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
         if (next == nullptr) {
             if (std::any_of(tasks_.begin(), tasks_.end(),
                             [](const auto &each) { return MayWake(each.second); })) {
-                main_->turn.Notify();  // it waits for them
+                if (Task *const watcher = Watcher(); watcher != nullptr) {
+                    watcher->turn.Notify();  // it waits for them
+                }
                 return nullptr;
+            }
+            if (std::none_of(tasks_.begin(), tasks_.end(), [](const auto &each) {
+                    return !each.second->isTimer && each.second->waiter != nullptr;
+                })) {
+                return nullptr;  // the last one has ended
             }
             EndRun(lock, "deadlock: all tasks wait");
         } else {
@@ -466,7 +535,7 @@ void Scheduler::EndRun(SchedulerLock &lock, const char *what) {
             lock.lock();
         }
     }
-    if (main_->waiter != nullptr) {
+    if (main_ != nullptr && main_->waiter != nullptr) {
         WaitList::Remove(*main_->waiter);
         alarms_.Remove(*main_->waiter);
         main_->waiter->isDone = true;
@@ -588,8 +657,11 @@ Task &Scheduler::Adopt(ThreadRecord &thread, const char *name, bool isScheduled)
     ready_.reserve(tasks_.size() + 2);  // so that nobody wakes in vain
     task->id = ++lastTask_;
     task->name = name != nullptr ? name : "thread " + std::to_string(task->id);
+    std::shared_ptr<Task> &own = thread.tasks.Of(host_.number);
+    task->record = &thread;
     tasks_.emplace(task->id, task);
-    thread.tasks.Of(host_.number) = task;
+    own = task;
+    strangers_ += isScheduled ? 0 : 1;
     return *task;
 }
 
@@ -614,12 +686,14 @@ Task &Scheduler::Current(ThreadRecord &thread, const Place &place) {
 
 uint32_t Scheduler::Create(std::unique_ptr<Task> made) {
     std::shared_ptr<Task> task = std::move(made);
-    const SchedulerLock lock(mutex_);
+    SchedulerLock lock(mutex_);
     // One that is still at its destructors may wait there for the caller: it is joined later.
     std::erase_if(endedThreads_,
                   [](pthread_t thread) { return pthread_tryjoin_np(thread, nullptr) == 0; });
     const Task *const created = hasEnded_ ? nullptr : CreateLocked(std::move(task));
-    return created != nullptr ? created->id : 0;
+    const uint32_t id = created != nullptr ? created->id : 0;
+    GoOn(lock);
+    return id;
 }
 
 Task *Scheduler::CreateLocked(std::shared_ptr<Task> task) {
@@ -667,6 +741,7 @@ void *Scheduler::Main(void *user) {
     (void)pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);  // waits are not made for that
     thread.tasks.Of(task->host->number) = task->self;
     thread.own = task;
+    t_taskOf = task->host->number;
     thread.depth = 0;
     // Also for a function that ends the thread.
     const struct Out {
@@ -740,7 +815,6 @@ bool Scheduler::Begins(Task &task) {
         }
     }
     return true;
-    t_taskOf = task->host->number;
 }
 
 void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
@@ -758,7 +832,7 @@ void Scheduler::EndStopped(ThreadRecord &thread) {
     }
 }
 
-void Scheduler::ThreadEnds(ThreadRecord &thread) {
+void Scheduler::ThreadEnds(ThreadRecord &thread, ThreadRecord &by) {
     if (thread.own != nullptr) {
         OwnThreadEnds(thread, *std::exchange(thread.own, nullptr));
     }
@@ -767,27 +841,55 @@ void Scheduler::ThreadEnds(ThreadRecord &thread) {
     }
     // Without the memory to go to them hosts keep it to their end.
     Guard([&] {
-        live::Visit host(thread);
+        live::Visit host(by);
         while (host.Next()) {
             host->scheduler.OtherThreadEnds(thread);
         }
     });
 }
 
-void Scheduler::TaskEnds(Task &task) {
-    SchedulerLock lock(mutex_);
+// A thread that the host did not make, but for the first one of virtual time.
+bool Scheduler::IsStranger(const Task &task) {
+    return task.entry == nullptr && !task.isScheduled;
+}
+
+// Under the lock; nothing happens to one that has ended. The task goes with its last holder.
+void Scheduler::EndLocked(Task &task) {
+    if (task.state == TaskState::kEnded) {
+        return;
+    }
+    strangers_ -= IsStranger(task) ? 1 : 0;
     task.state = TaskState::kEnded;
     WakeAll(task.hasEnded);
+    if (task.joiners == 0) {
+        tasks_.erase(task.id);
+    }
+}
+
+// Under the lock: those whose thread has ended unseen. What it held is told when somebody looks
+// without the lock.
+void Scheduler::EndLostTasks() {
+    for (auto at = tasks_.begin(); at != tasks_.end();) {
+        Task &task = *at++->second;
+        if (IsStranger(task) && task.state != TaskState::kEnded && IsLost(*task.record)) {
+            EndLocked(task);
+        }
+    }
+}
+
+// Its thread keeps it until then.
+void Scheduler::TaskEnds(Task &task) {
+    SchedulerLock lock(mutex_);
+    if (&task == main_) {
+        main_ = nullptr;
+    }
+    EndLocked(task);
     if (task.entry != nullptr) {
         endedThreads_.push_back(task.thread);
     }
     someTaskEnded_.Notify();
     // Also when all waited for a thread that might have woken them, and has ended.
     const bool isNextToChoose = task.isScheduled || (clock.IsVirtual() && running_ == nullptr);
-    // Without the first task the others go on; at the run's end nobody does.
-    if (task.joiners == 0 && &task != main_) {
-        tasks_.erase(task.id);
-    }
     if (&task == timer_) {
         timer_ = nullptr;
         // Without a thread for it, timers rest until one is started.
@@ -802,8 +904,11 @@ void Scheduler::TaskEnds(Task &task) {
 
 Task *Scheduler::Find(uint32_t id) {
     const auto found = tasks_.find(id);
-    return found != tasks_.end() && found->second->state != TaskState::kEnded ? found->second.get()
-                                                                              : nullptr;
+    if (found == tasks_.end() || found->second->state == TaskState::kEnded) {
+        return nullptr;
+    }
+    Task &task = *found->second;
+    return IsStranger(task) && IsLost(*task.record) ? nullptr : &task;
 }
 
 uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &place) {
@@ -811,12 +916,16 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
     if (id == by.id) {
         return EDEADLK;
     }
+    if (strangers_ != 0) {
+        EndLostTasks();
+    }
     const auto found = tasks_.find(id);
     if (found == tasks_.end()) {
         return 0;
     }
     Task &task = *found->second;
-    const WaitReason reason(place, "the end of task %u", id);
+    WaitReason reason(place, "the end of task %u", id);
+    reason.isForThread = IsStranger(task);
     // A clock that stands brings no time-out, also not the one that has come.
     if (task.state != TaskState::kEnded && clock.IsStepped() && deadline <= clock.NowNs() &&
         !hasEnded_) {
@@ -833,7 +942,7 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
         failure = ENOMEM;
     }
     const bool hasEnded = task.state == TaskState::kEnded;
-    if (--task.joiners == 0 && hasEnded && &task != main_) {
+    if (--task.joiners == 0 && hasEnded) {
         tasks_.erase(id);
     }
     if (hasEnded || failure != 0) {
@@ -856,7 +965,7 @@ void Scheduler::Fire(Alarm &alarm) {
 }
 
 uint32_t Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs) {
-    const SchedulerLock lock(mutex_);
+    SchedulerLock lock(mutex_);
     if (hasEnded_ || !HasTimer()) {
         return hasEnded_ ? ECANCELED : EAGAIN;
     }
@@ -867,6 +976,7 @@ uint32_t Scheduler::Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_
     job->periodNs = periodNs;
     job->self = job;
     timerHasWork_.Notify();
+    GoOn(lock);
     return 0;
 }
 
@@ -1096,9 +1206,7 @@ void Scheduler::Finish() {
         due_.Clear();
     }
     for (const pthread_t thread : toJoin) {
-        // A task's thread may still be at destructors of keys, and end the host there.
-        (void)(pthread_equal(thread, pthread_self()) != 0 ? pthread_detach(thread)
-                                                          : pthread_join(thread, nullptr));
+        (void)pthread_join(thread, nullptr);
     }
 }
 

@@ -58,6 +58,7 @@ struct WaitReason {
     Place place;
     std::array<char, 96> text{};
     const std::atomic<const void *> *heldBy = nullptr;  // the caller that holds it; null: nobody
+    bool isForThread = false;                           // whose end may go unseen
 
     [[gnu::format(printf, 3, 4)]] WaitReason(const Place &at, const char *format, ...);
 };
@@ -262,8 +263,9 @@ class Scheduler {
     // A thread whose host has ended ends here when it is a task; else nothing happens.
     static void EndStopped(ThreadRecord &thread);
 
-    // A thread ends: the task that it was made for, and in all hosts what it was there.
-    static void ThreadEnds(ThreadRecord &thread);
+    // A thread ends: the task that it was made for, and in all hosts what it was there. `by` is the
+    // calling one's: its own, or that of who found that it has ended.
+    static void ThreadEnds(ThreadRecord &thread, ThreadRecord &by);
 
     // Ends the run, with a report of the caller: all waits end, and no job runs any more. A task of
     // the host does not come back from it: its frames own nothing. Others do.
@@ -296,6 +298,10 @@ class Scheduler {
     void OtherThreadEnds(ThreadRecord &thread);
     bool Begins(Task &task);
     void TaskEnds(Task &task);
+    void EndLocked(Task &task);
+    void EndLostTasks();
+    static void LookForLost(SchedulerLock &lock);
+    static bool IsStranger(const Task &task);
     [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);
     void StayAfterEnd(SchedulerLock &lock, Task &task);
     void AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const WaitReason &reason);
@@ -311,8 +317,10 @@ class Scheduler {
     void CountQuestion(ThreadRecord &thread);
     void LetPass(SchedulerLock &lock, uint64_t untilNs);
     void SwitchAway(SchedulerLock &lock, Task &self);
-    void AwaitThreads(SchedulerLock &lock);
-    void TellThreadsStayAway(SchedulerLock &lock);
+    void AwaitThreads(SchedulerLock &lock, Task &self);
+    void TellThreadsStayAway(SchedulerLock &lock, Task &self);
+    [[nodiscard]] Task *Watcher() const;
+    void GoOn(SchedulerLock &lock);
     static bool MayWake(const std::shared_ptr<Task> &task);
     void RunNext(SchedulerLock &lock);
     Task *Choose(SchedulerLock &lock);
@@ -337,8 +345,10 @@ class Scheduler {
     Stream choices_;
     std::map<uint32_t, std::shared_ptr<Task>> tasks_;
     uint32_t lastTask_ = 0;
-    Task *main_ = nullptr;
+    Task *main_ = nullptr;       // virtual time: the first task, until its thread ends
     Task *running_ = nullptr;    // virtual time
+    bool isChoosing_ = false;    // who that is
+    uint32_t strangers_ = 0;     // tasks whose threads are not the host's
     std::vector<Task *> ready_;  // virtual time, but for the running one
     uint32_t pointsWithoutTime_ = 0;
     uint32_t questionsWithoutTime_ = 0;  // of the task that runs

@@ -164,6 +164,7 @@ bool LockSlowly(const Call &call, Mutex &mutex) {
         WaitReason reason(call.At(), "mutex %llu",
                           static_cast<unsigned long long>(mutex.number.load()));
         reason.heldBy = &mutex.lockedAt;
+        reason.isForThread = true;
         if (scheduler.Wait(lock, task, mutex.waiters, kForever, reason) == Woken::kEnded) {
             return false;
         }

@@ -6,6 +6,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <utility>
 
@@ -28,8 +29,8 @@ namespace devhost {
 thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]] = nullptr;
 thread_local constinit const void *t_caller [[gnu::tls_model("initial-exec")]] = nullptr;
 thread_local constinit const void *t_callerBehind [[gnu::tls_model("initial-exec")]] = nullptr;
-constinit std::atomic<Host *> g_registered{nullptr};
 thread_local constinit uint32_t t_taskOf [[gnu::tls_model("initial-exec")]] = 0;
+constinit std::atomic<Host *> g_registered{nullptr};
 constinit std::atomic<Host *> g_quickHost{nullptr};
 constinit std::atomic<uint32_t> g_quickNumber{kNoHost};
 constinit std::atomic<bool> g_isFenceRemote{false};
@@ -39,14 +40,40 @@ namespace {
 constinit std::atomic<ThreadRecord *> g_records{nullptr};
 constinit std::atomic<uint32_t> g_lastNumber{0};
 
-// For the thread that ends. Calls after that take another record.
-void GiveBack(ThreadRecord &record) {
-    Scheduler::ThreadEnds(record);
-    t_record = nullptr;
+void Clear(ThreadRecord &record) {
     record.tasks.Clear();
     record.held.Clear();
     std::vector<NamedCall>().swap(record.named);
+}
+
+// For the thread that ends. Calls after that take another record.
+void GiveBack(ThreadRecord &record) {
+    Scheduler::ThreadEnds(record, record);
+    t_record = nullptr;
+    Clear(record);
+    (void)pthread_mutex_unlock(&record.life);
     record.isUsed.store(false, std::memory_order_release);
+}
+
+void InitLife(ThreadRecord &record) {
+    pthread_mutexattr_t attributes;
+    (void)pthread_mutexattr_init(&attributes);
+    (void)pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    (void)pthread_mutex_init(&record.life, &attributes);
+    (void)pthread_mutexattr_destroy(&attributes);
+}
+
+// Who looks whether the thread is there has its lock for a moment. By trying alone: what is locked
+// within the other's locks, and the other way round, has no order.
+void BeginLife(ThreadRecord &record) {
+    while (pthread_mutex_trylock(&record.life) == EBUSY) {
+        (void)sched_yield();
+    }
+}
+
+// For one who may go on with the record of a thread that is lost. Once for each.
+bool TakeLost(ThreadRecord &record) {
+    return IsLost(record) && record.isLost.exchange(false);
 }
 
 thread_local constinit bool t_isEnding = false;
@@ -54,7 +81,8 @@ thread_local constinit bool t_isEnding = false;
 // Gives the record of a thread back after the modules' destructors there, which may call the host:
 // those of thread_local objects come first, and those of keys in rounds, the first of which it lets
 // pass. Who puts work off to a later one is another thread to the host, whose record is given back
-// in the next round; the last of all is the sanitizers'.
+// in the next round, or is that of a lost thread when there is none; the last of all is the
+// sanitizers'.
 class EndOfThread {
   public:
     EndOfThread() : isMade_(pthread_key_create(&key_, Round) == 0) {}
@@ -105,6 +133,17 @@ ThreadRecord *TakeUnused() {
             return at;
         }
     }
+    // Those of lost threads that leave nothing to be told.
+    for (ThreadRecord *at = g_records.load(std::memory_order_acquire); at != nullptr;
+         at = at->next) {
+        if (TakeLost(*at)) {
+            if (!at->tasks.HasAny() && !at->held.HasAny()) {
+                Clear(*at);
+                return at;
+            }
+            at->isLost = true;
+        }
+    }
     return nullptr;
 }
 
@@ -124,6 +163,10 @@ bool HasMemBarrier() {
 
 }  // namespace
 
+ThreadRecord::ThreadRecord() {
+    InitLife(*this);
+}
+
 bool IsNeeded(const std::shared_ptr<Task> &task) {
     return task.use_count() > 1;
 }
@@ -142,9 +185,46 @@ ThreadRecord &TakeThreadRecord() {
 
 void KeepThreadRecord(ThreadRecord &record) {
     t_record = &record;
+    BeginLife(record);
     if (!EndOfThread::Get().Await(record)) {
         thread_local Return atEnd;
         atEnd.record = &record;
+    }
+}
+
+bool IsLost(ThreadRecord &record) {
+    if (&record == t_record || !record.isUsed.load(std::memory_order_acquire)) {
+        return false;
+    }
+    const int result = pthread_mutex_trylock(&record.life);
+    if (result == EOWNERDEAD) {
+        record.isLost.store(true);
+        (void)pthread_mutex_consistent(&record.life);
+    }
+    if (result == 0 || result == EOWNERDEAD) {
+        (void)pthread_mutex_unlock(&record.life);
+    }
+    // With what it stored in its last call.
+    return record.isLost.load() && record.inside.load(std::memory_order_acquire) == nullptr;
+}
+
+void EndLostThreads(ThreadRecord &by) {
+    for (ThreadRecord *at = g_records.load(std::memory_order_acquire); at != nullptr;
+         at = at->next) {
+        if (TakeLost(*at)) {
+            Scheduler::ThreadEnds(*at, by);
+            Clear(*at);
+            at->isUsed.store(false, std::memory_order_release);
+        }
+    }
+}
+
+void BeginLivesAnew() {
+    for (ThreadRecord *at = g_records.load(); at != nullptr; at = at->next) {
+        InitLife(*at);
+    }
+    if (t_record != nullptr) {
+        BeginLife(*t_record);
     }
 }
 

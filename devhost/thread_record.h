@@ -2,6 +2,8 @@
 #ifndef DXR_DEVHOST_THREAD_RECORD_H
 #define DXR_DEVHOST_THREAD_RECORD_H
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -92,6 +94,8 @@ class PerHost {
 // Records are never freed: a thread that begins takes over one of a thread that has ended, with the
 // caches in it.
 struct ThreadRecord {
+    ThreadRecord();
+
     // The host that a call of this thread is in; an odd address in a quick call.
     std::atomic<Host *> inside{nullptr};
     uint32_t depth = 0;   // calls within calls: a host calls modules back
@@ -108,6 +112,11 @@ struct ThreadRecord {
     uint32_t cacheHost = 0;
     void *memoryCache = nullptr;
     Host *cacheMark = nullptr;  // what stands in `inside` during quick calls in that host
+
+    // The thread has it locked: it tells of an end that no destructor saw, as in the last round of
+    // those of keys.
+    pthread_mutex_t life;
+    std::atomic<bool> isLost{false};
 };
 
 extern thread_local constinit ThreadRecord *t_record [[gnu::tls_model("initial-exec")]];
@@ -134,6 +143,9 @@ class CallerBehind {
     const void *const before_;
 };
 
+// The number of the host whose task the thread was made for, also at its last destructors; 0: none.
+extern thread_local constinit uint32_t t_taskOf [[gnu::tls_model("initial-exec")]];
+
 ThreadRecord &MakeThreadRecord();
 
 // For a thread that is about to be made: takes a record, then, on it, keeps that as its own. The
@@ -141,11 +153,17 @@ ThreadRecord &MakeThreadRecord();
 ThreadRecord &TakeThreadRecord();
 void KeepThreadRecord(ThreadRecord &record);
 
+// Whether the thread has ended without giving its record back.
+bool IsLost(ThreadRecord &record);
+
+// Does for such threads what they would have done at their end. No lock is held; reports.
+void EndLostThreads(ThreadRecord &by);
+
+// In a child process by fork: the locks were those of its parent's threads.
+void BeginLivesAnew();
+
 inline ThreadRecord &ThisThread() {
     return t_record != nullptr ? *t_record : MakeThreadRecord();
-// The number of the host whose task the thread was made for, also at its last destructors; 0: none.
-extern thread_local constinit uint32_t t_taskOf [[gnu::tls_model("initial-exec")]];
-
 }
 
 extern std::atomic<Host *> g_registered;

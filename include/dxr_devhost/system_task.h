@@ -42,7 +42,7 @@
  * With the virtual clock one task runs at a time, and each of these functions may let another one
  * run, which the seed chooses. When all tasks wait and nothing is due, the run ends: a report
  * names who waits for what, and the first task's wait gives ECANCELED; the other tasks stay where
- * they are until the host's end. When the first task's thread ends they go on without it.
+ * they are until the host's end.
  *
  * Threads that modules make by themselves are not under that rule: a run with them does not repeat,
  * and the first that waits is reported. While all tasks wait and nothing is due, one that does not
@@ -53,8 +53,10 @@
  *
  * A task ends with its thread: what the thread's destructors do, of thread_local objects and of
  * keys (pthread_key_create), is the task's doing; but a key's destructor that sets its value again
- * runs a second time as a thread that is not the host's. The last round of such destructors is no
- * place for a thread's first call: to the host that thread never ends.
+ * runs a second time as a thread that is not the host's. So the first task of virtual time ends with
+ * the thread that made the host, be it by pthread_exit in main: the others go on. That a thread has
+ * ended of which the host first heard in the last destructors is found when somebody asks for it or
+ * waits for it, and at the latest when the host is ended.
  *
  * At the host's end tasks are ended where they wait, without their destructors.
  *

@@ -4,16 +4,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <iterator>
+#include <mutex>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "devhost/host_fixture.h"
@@ -21,6 +25,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -45,6 +50,20 @@ DxrHost *MakeVirtual() {
     options.printLevel = 0;
     return DxrHostCreate(&options);
 }
+
+// A test that hangs does not end well.
+class Bounded {
+  public:
+    Bounded() { (void)alarm(kMostSec); }
+    ~Bounded() { (void)alarm(0); }
+    Bounded(const Bounded &) = delete;
+    Bounded &operator=(const Bounded &) = delete;
+    Bounded(Bounded &&) = delete;
+    Bounded &operator=(Bounded &&) = delete;
+
+  private:
+    static constexpr uint32_t kMostSec = 60;
+};
 
 void Pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -384,32 +403,6 @@ TEST_F(RealEnd, ATimersFunctionThatOutlivesTheHostMayEndItsThread) {
     EXPECT_TRUE(isGone);
 }
 
-// After its end a task is another thread to the host, which may end that.
-TEST(TasksEnd, MayEndTheHostInADestructor) {
-    struct Ends {
-        DxrHost *host = nullptr;
-        std::atomic<uint32_t> result{99};
-    } static ends;
-    static pthread_key_t again;
-    ends.host = MakeVirtual();
-    ASSERT_EQ(DxrHostRegister(ends.host), 0U);
-    again = MakeKey([](void *isFirst) {
-        static int second;
-        if (isFirst != &second) {
-            EXPECT_EQ(pthread_setspecific(again, &second), 0);
-        } else {
-            ends.result = DxrHostDestroy(ends.host, nullptr);
-        }
-    });
-    Spawn([](void *) { EXPECT_EQ(pthread_setspecific(again, &ends), 0); }, nullptr);
-    (void)DXR_DelayTask(10);
-    for (int i = 0; i < 1000 && ends.result == 99; ++i) {
-        Pause();
-    }
-    EXPECT_EQ(ends.result, 0U);
-    EXPECT_EQ(pthread_key_delete(again), 0);
-}
-
 // One that puts its work off calls as a thread that is not the host's, and which ends too.
 TEST_F(RealEnd, ADestructorMayCallAfterTheTasksEnd) {
     static std::atomic<uint32_t> asked{0};
@@ -432,6 +425,355 @@ TEST_F(RealEnd, ADestructorMayCallAfterTheTasksEnd) {
     EXPECT_EQ(End(), 0U);
     EXPECT_EQ(pthread_key_delete(again), 0);
 }
+
+// --- Calls in a late round of the destructors of keys, of which there are four
+
+constexpr uint32_t kRounds = 4;
+
+class LateCall {
+  public:
+    // On the calling thread, in that round.
+    LateCall(uint32_t round, std::function<void()> call) : round_(round), call_(std::move(call)) {}
+    void Prepare() { EXPECT_EQ(pthread_setspecific(Key(), this), 0); }
+
+  private:
+    static pthread_key_t Key() {
+        static const pthread_key_t key = MakeKey([](void *user) {
+            auto &self = *static_cast<LateCall *>(user);
+            if (++self.seen_ < self.round_) {
+                self.Prepare();
+            } else {
+                self.call_();
+            }
+        });
+        return key;
+    }
+
+    const uint32_t round_;
+    const std::function<void()> call_;
+    uint32_t seen_ = 0;
+};
+
+// A thread that calls the host in that round and not before.
+class CallAtTheEnd {
+  public:
+    CallAtTheEnd(uint32_t round, std::function<void()> call)
+        : late_(round, std::move(call)), thread_([this] { late_.Prepare(); }) {}
+    ~CallAtTheEnd() { join(); }
+    CallAtTheEnd(const CallAtTheEnd &) = delete;
+    CallAtTheEnd &operator=(const CallAtTheEnd &) = delete;
+    CallAtTheEnd(CallAtTheEnd &&) = delete;
+    CallAtTheEnd &operator=(CallAtTheEnd &&) = delete;
+
+    void join() {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+
+  private:
+    LateCall late_;
+    std::thread thread_;
+};
+
+TEST_F(RealEnd, AThreadThatCallsAtItsVeryEndIsNoTask) {
+    const Bounded bounded;
+    for (uint32_t round = 1; round <= kRounds; ++round) {
+        uint32_t id = 0;
+        CallAtTheEnd(round, [&] { id = DxrHostGetTaskId(host); }).join();
+        EXPECT_NE(id, 0U);
+        EXPECT_EQ(DXR_WriteEvent(id, 1), static_cast<uint32_t>(ESRCH)) << round;
+        EXPECT_EQ(DxrHostJoinTask(host, id, DXR_HOST_FOREVER), 0U) << round;
+    }
+    EXPECT_EQ(End(), 0U);
+    EXPECT_THAT(reports, IsEmpty());
+}
+
+TEST_F(RealEnd, TheUnseenEndOfAThreadEndsAJoin) {
+    const Bounded bounded;
+    std::atomic<uint32_t> id{0};
+    std::atomic<bool> mayEnd{false};
+    CallAtTheEnd thread(kRounds, [&] {
+        id = DxrHostGetTaskId(host);
+        while (!mayEnd) {
+            std::this_thread::yield();
+        }
+        Pause();
+    });
+    while (id == 0) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(DxrHostJoinTask(host, id, 0), static_cast<uint32_t>(ETIMEDOUT)) << "it is there";
+    EXPECT_EQ(DXR_WriteEvent(id, 1), 0U);
+    mayEnd = true;
+    EXPECT_EQ(DxrHostJoinTask(host, id, DXR_HOST_FOREVER), 0U);
+    thread.join();
+}
+
+TEST_F(VirtualEnd, AThreadThatEndsUnseenLeavesADeadlock) {
+    const Bounded bounded;
+    std::atomic<bool> isKnown{false};
+    CallAtTheEnd thread(kRounds, [&] {
+        (void)DxrHostGetTaskId(host);
+        isKnown = true;
+        Pause();
+    });
+    while (!isKnown) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(DXR_DelayTask(DXR_HOST_FOREVER), kCanceled);
+    thread.join();
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), ElementsAre(HasSubstr("deadlock: all tasks wait")));
+}
+
+// While time passes for others.
+TEST_F(VirtualEnd, TheUnseenEndOfAThreadEndsAJoin) {
+    const Bounded bounded;
+    static std::atomic<uint32_t> id;
+    static std::atomic<bool> isJoined;
+    id = 0;
+    isJoined = false;
+    CallAtTheEnd thread(kRounds, [&] {
+        id = DxrHostGetTaskId(host);
+        Pause();
+    });
+    while (id == 0) {
+        std::this_thread::yield();
+    }
+    (void)Spawn(
+        [](void *) {
+            EXPECT_EQ(DxrHostJoinTask(nullptr, id, DXR_HOST_FOREVER), 0U);
+            isJoined = true;
+        },
+        nullptr);
+    while (!isJoined) {
+        EXPECT_EQ(DXR_DelayTask(1), 0U);
+    }
+    thread.join();
+}
+
+TEST_F(RealEnd, WhatAThreadHoldsAtItsVeryEndIsReported) {
+    const Bounded bounded;
+    void *mutex = nullptr;
+    EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    CallAtTheEnd(kRounds, [&] { EXPECT_EQ(DXR_LockMutex(mutex), 0U); }).join();
+    EXPECT_EQ(End(), 1U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_MISUSE),
+                ElementsAre(HasSubstr("a thread has ended and holds mutex 1, locked by ")));
+}
+
+TEST_F(VirtualEnd, WhoWaitsForWhatAThreadHeldAtItsVeryEndIsTold) {
+    const Bounded bounded;
+    void *mutex = nullptr;
+    EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
+    CallAtTheEnd(kRounds, [&] {
+        (void)DxrHostGetTaskId(host);
+        EXPECT_EQ(DXR_LockMutex(mutex), 0U);
+    }).join();
+    EXPECT_EQ(DXR_LockMutex(mutex), kCanceled);
+    EXPECT_EQ(End(), 1U);
+    EXPECT_THAT(Texts(DXR_HOST_REPORT_RUN), ElementsAre(AllOf(HasSubstr("deadlock: all tasks wait"),
+                                                              HasSubstr(", locked by "))));
+}
+
+// Records of threads are used again, also those of which nobody asks.
+TEST_F(RealEnd, ThreadsThatEndUnseenLeaveNothing) {
+    const Bounded bounded;
+    for (int i = 0; i < 200; ++i) {
+        void *block = nullptr;
+        CallAtTheEnd(kRounds, [&] { block = DXR_Malloc(1, 64, "module.cpp", 1); }).join();
+        DXR_Free(block, "module.cpp", 2);
+    }
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 1).blocksLive, 0U);
+    EXPECT_EQ(DxrHostGetMemoryAccount(host, 1).blocksTotal, 200U);
+    EXPECT_EQ(End(), 0U);
+}
+
+// --- Hosts that are ended by destructors of keys
+
+// In each round: when the task is there, and when it has ended and its thread goes on.
+template <typename Fixture>
+void EndTheHostAtTheEndOf(Fixture &test, void (*begin)(void (*)(void *), void *)) {
+    const Bounded bounded;
+    for (uint32_t round = 1; round <= kRounds; ++round) {
+        std::atomic<uint32_t> result{0};
+        LateCall late(round, [&] { result = DxrHostDestroy(test.Host(), nullptr); });
+        begin([](void *user) { static_cast<LateCall *>(user)->Prepare(); }, &late);
+        while (result == 0) {
+            (void)DXR_DelayTask(1);
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(result, UINT32_MAX) << round;
+        EXPECT_EQ(DXR_DelayTask(1), 0U) << "the host is there";
+        const auto texts = test.Texts(DXR_HOST_REPORT_MISUSE);
+        EXPECT_EQ(std::count(texts.begin(), texts.end(),
+                             "a host cannot be ended by its own task or from within its call"),
+                  1)
+            << round;
+        ASSERT_EQ(test.End(), 0U) << "it joins the thread";
+        test.reports.clear();
+        test.Begin();
+    }
+}
+
+struct RealEndByItsOwn : dxrtest::RealHost {
+    using HostTest::Begin;
+    using HostTest::End;
+    using HostTest::reports;
+    using HostTest::Texts;
+    [[nodiscard]] DxrHost *Host() const { return host; }
+};
+struct VirtualEndByItsOwn : dxrtest::VirtualHost {
+    using HostTest::Begin;
+    using HostTest::End;
+    using HostTest::reports;
+    using HostTest::Texts;
+    [[nodiscard]] DxrHost *Host() const { return host; }
+};
+
+void BeginTask(void (*function)(void *), void *argument) {
+    (void)Spawn(function, argument);
+}
+
+// Its thread ends with the function.
+void BeginTimer(void (*function)(void *), void *argument) {
+    static void (*given)(void *);
+    given = function;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 1;
+    timer.argument = argument;
+    timer.function = [](void *user) {
+        given(user);
+        pthread_exit(nullptr);
+    };
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    (void)DXR_DelayTask(2);
+}
+
+TEST_F(RealEndByItsOwn, IsNoneByATask) {
+    EndTheHostAtTheEndOf(*this, BeginTask);
+}
+TEST_F(VirtualEndByItsOwn, IsNoneByATask) {
+    EndTheHostAtTheEndOf(*this, BeginTask);
+}
+TEST_F(RealEndByItsOwn, IsNoneByATimersThread) {
+    EndTheHostAtTheEndOf(*this, BeginTimer);
+}
+TEST_F(VirtualEndByItsOwn, IsNoneByATimersThread) {
+    EndTheHostAtTheEndOf(*this, BeginTimer);
+}
+
+// --- The end of the first thread of virtual time
+
+struct FirstThread {
+    DxrHost *host = nullptr;
+    uint32_t id = 0;
+    std::atomic<uint32_t> step{0};
+    std::mutex mutex;  // of the reports
+    std::vector<DxrHostReport> reports;
+
+    // Begins that as a task, and ends.
+    explicit FirstThread(void (*entry)(void *)) {
+        std::thread([&] {
+            host = MakeVirtual();
+            DxrHostSetReportSink(
+                host,
+                [](const DxrHostReport *report, void *user) {
+                    auto &self = *static_cast<FirstThread *>(user);
+                    const std::lock_guard lock(self.mutex);
+                    self.reports.push_back(*report);
+                },
+                this);
+            DxrHostRegister(host);
+            id = DxrHostGetTaskId(host);
+            (void)Spawn(entry, this);
+            (void)Spawn(entry, this);
+        }).join();
+    }
+    [[nodiscard]] std::string EndText() {
+        const std::lock_guard lock(mutex);
+        for (const DxrHostReport &each : reports) {
+            if (each.kind == DXR_HOST_REPORT_RUN) {
+                return each.text;
+            }
+        }
+        return {};
+    }
+    void Await(uint32_t steps) const {
+        while (step < steps) {
+            std::this_thread::yield();
+        }
+    }
+};
+
+TEST(TheFirstThread, EndsAndLeavesTheOthersRunning) {
+    const Bounded bounded;
+    FirstThread first([](void *user) {
+        auto &self = *static_cast<FirstThread *>(user);
+        EXPECT_EQ(DxrHostJoinTask(nullptr, self.id, DXR_HOST_FOREVER), 0U);
+        EXPECT_EQ(DXR_DelayTask(1000), 0U);
+        EXPECT_EQ(DXR_WriteEvent(self.id, 1), static_cast<uint32_t>(ESRCH));
+        ++self.step;
+    });
+    first.Await(2);
+    EXPECT_EQ(DxrHostGetElapsedNs(first.host), 1000000000U);
+    EXPECT_EQ(DxrHostDestroy(first.host, nullptr), 0U);
+    EXPECT_EQ(first.EndText(), "") << "nobody waits";
+}
+
+TEST(TheFirstThread, HidesNoDeadlockAtItsEnd) {
+    const Bounded bounded;
+    FirstThread first([](void *user) {
+        auto &self = *static_cast<FirstThread *>(user);
+        ++self.step;
+        (void)DXR_DelayTask(DXR_HOST_FOREVER);
+        ++self.step;
+    });
+    while (first.EndText().empty()) {
+        std::this_thread::yield();
+    }
+    EXPECT_THAT(first.EndText(),
+                HasSubstr("deadlock: all tasks wait; task 2 \"task 2\" waits for"));
+    EXPECT_EQ(first.step, 2U);
+    EXPECT_EQ(DxrHostDestroy(first.host, nullptr), 2U) << "the tasks";
+    EXPECT_EQ(first.step, 2U);
+}
+
+// Others, too, wait for threads that are not the host's.
+TEST(TheFirstThread, LeavesTheOthersWaitingForThreads) {
+    const Bounded bounded;
+    static std::atomic<uint32_t> task;
+    task = 0;
+    FirstThread first([](void *user) {
+        auto &self = *static_cast<FirstThread *>(user);
+        uint32_t events = 0;
+        if (self.step++ == 0) {
+            while (self.step < 3) {
+                (void)DXR_DelayTask(1);
+                std::this_thread::yield();
+            }
+            task = DxrHostGetTaskId(nullptr);
+            EXPECT_EQ(DXR_ReadEvent(1, 0, DXR_HOST_FOREVER, &events), 0U);
+            ++self.step;
+        }
+    });
+    std::thread([&] {
+        (void)DxrHostGetTaskId(first.host);  // who may wake them
+        ++first.step;
+        while (DxrHostGetReportCount(first.host) < 2) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DXR_WriteEvent(task, 1), 0U);
+        first.Await(4);
+    }).join();
+    EXPECT_EQ(DxrHostDestroy(first.host, nullptr), 0U);
+    EXPECT_EQ(first.EndText(), "");
+    ASSERT_EQ(first.reports.size(), 2U);
+    EXPECT_THAT(first.reports[1].text, HasSubstr("all tasks wait, and nothing is due"));
+}
+
+// --- Ends of threads that are the module's
 
 void EndTheThread(void * /*argument*/) {
     pthread_exit(nullptr);

@@ -345,6 +345,72 @@ TEST_F(VirtualTime, TimePassesForAThreadWhileAllTasksWait) {
     EXPECT_EQ(DxrHostGetElapsedNs(host), 10000000U);
 }
 
+// What a thread starts while all tasks wait begins, also when that thread does not wait in the host.
+TEST_F(VirtualTime, ATimerOfAThreadRunsWhileAllTasksWait) {
+    const Bounded bounded;
+    static std::atomic<uint32_t> fired;
+    fired = 0;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 10;
+    timer.repeats = 1;
+    timer.function = [](void *) { ++fired; };
+    const Foreign foreign(host, [&timer](const Foreign &self) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the first task waits by now
+        EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+        while (fired < 3) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DXR_WriteEvent(self.main, 1), 0U);
+    });
+    EXPECT_EQ(ReadEvent(kForEver), 0U);
+    EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+    EXPECT_GE(DxrHostGetElapsedNs(host), 30000000U);
+}
+
+TEST_F(VirtualTime, ATimerOfAThreadThatWaitsRunsWhileAllTasksWait) {
+    const Bounded bounded;
+    static std::atomic<uint32_t> fired;
+    fired = 0;
+    DxrHostTimer timer{};
+    timer.size = sizeof(timer);
+    timer.ms = 10;
+    timer.function = [](void *) { ++fired; };
+    const Foreign foreign(host, [&timer](const Foreign &self) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the first task waits by now
+        for (uint32_t i = 1; i <= 3; ++i) {
+            EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+            EXPECT_EQ(DXR_DelayTask(15), 0U);
+            while (fired < i) {
+                std::this_thread::yield();
+            }
+        }
+        EXPECT_EQ(DXR_WriteEvent(self.main, 1), 0U);
+    });
+    EXPECT_EQ(ReadEvent(kForEver), 0U);
+}
+
+TEST_F(VirtualTime, ATaskOfAThreadRunsWhileAllTasksWait) {
+    const Bounded bounded;
+    static std::atomic<uint32_t> ran;
+    ran = 0;
+    const Foreign foreign(host, [](const Foreign &self) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the first task waits by now
+        (void)Spawn(
+            [](void *) {
+                EXPECT_EQ(DXR_DelayTask(5), 0U);
+                ++ran;
+            },
+            nullptr);
+        while (ran == 0) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(DXR_WriteEvent(self.main, 1), 0U);
+    });
+    EXPECT_EQ(ReadEvent(kForEver), 0U);
+    EXPECT_EQ(DxrHostGetElapsedNs(host), 5000000U);
+}
+
 TEST_F(VirtualTime, AThreadThatWaitsItselfHidesNoDeadlock) {
     const Bounded bounded;
     const Foreign foreign(host, [](const Foreign &) { EXPECT_EQ(ReadEvent(kForEver), kCanceled); });
@@ -518,6 +584,40 @@ TEST_F(SteppedTime, ATimeOutOfATimersFunctionIsCutOff) {
     EXPECT_TRUE(DxrHostAdvance(host, 20));
 }
 
+// Many short ones take no longer than was asked for.
+TEST_F(SteppedTime, AJoinOfATimersFunctionIsCutOffInItsTime) {
+    const Bounded bounded;
+    static std::atomic<bool> isOver;
+    isOver = false;
+    OfTimer of;
+    of.main = Spawn(
+        [](void *) {
+            while (!isOver) {
+                (void)usleep(1000);
+            }
+        },
+        nullptr);
+    DxrHostTimer timer = TimerOf(
+        [](void *user) {
+            auto &self = *static_cast<OfTimer *>(user);
+            for (int i = 0; i < 40; ++i) {
+                self.result = DxrHostJoinTask(nullptr, self.main, 5);
+                EXPECT_EQ(self.result, kCanceled);
+            }
+        },
+        of);
+    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
+    EXPECT_TRUE(DxrHostAdvance(host, 20));
+    EXPECT_EQ(of.result, kCanceled);
+    EXPECT_THAT(
+        Texts(DXR_HOST_REPORT_MISUSE),
+        ElementsAre("a timer's function waits for the end of task " + std::to_string(of.main) +
+                    " on the thread that moves the clock, which stands meanwhile: the "
+                    "wait is cut off"));
+    isOver = true;
+    EXPECT_EQ(DxrHostJoinTask(host, of.main, DXR_HOST_FOREVER), 0U);
+}
+
 TEST_F(SteppedTime, OthersEndTheWaitOfATimersFunction) {
     const Bounded bounded;
     OfTimer of;
@@ -584,40 +684,6 @@ TEST_F(SteppedTime, ATimersFunctionMayEndItsThread) {
     timer.ms = 5;
     timer.repeats = 1;
     timer.function = [](void *) { pthread_exit(nullptr); };
-// Many short ones take no longer than was asked for.
-TEST_F(SteppedTime, AJoinOfATimersFunctionIsCutOffInItsTime) {
-    const Bounded bounded;
-    static std::atomic<bool> isOver;
-    isOver = false;
-    OfTimer of;
-    of.main = Spawn(
-        [](void *) {
-            while (!isOver) {
-                (void)usleep(1000);
-            }
-        },
-        nullptr);
-    DxrHostTimer timer = TimerOf(
-        [](void *user) {
-            auto &self = *static_cast<OfTimer *>(user);
-            for (int i = 0; i < 40; ++i) {
-                self.result = DxrHostJoinTask(nullptr, self.main, 5);
-                EXPECT_EQ(self.result, kCanceled);
-            }
-        },
-        of);
-    EXPECT_EQ(DXR_StartTimer(&timer), 0U);
-    EXPECT_TRUE(DxrHostAdvance(host, 20));
-    EXPECT_EQ(of.result, kCanceled);
-    EXPECT_THAT(
-        Texts(DXR_HOST_REPORT_MISUSE),
-        ElementsAre("a timer's function waits for the end of task " + std::to_string(of.main) +
-                    " on the thread that moves the clock, which stands meanwhile: the "
-                    "wait is cut off"));
-    isOver = true;
-    EXPECT_EQ(DxrHostJoinTask(host, of.main, DXR_HOST_FOREVER), 0U);
-}
-
     ASSERT_EQ(DXR_StartTimer(&timer), 0U);
     std::thread([this] { DxrHostAdvance(host, 5); }).join();
     EXPECT_EQ(DxrHostGetElapsedNs(host), 5000000U);
@@ -992,6 +1058,17 @@ TEST_F(Explore, FindsNothingInAGoodModule) {
 }
 
 // Each run needs a host of its own: one that is there stays, and is told.
+TEST_F(Explore, ReadsNoMoreOfItsOptionsThanIsThere) {
+    const dxrtest::GuardedPage page;
+    auto *const size = static_cast<uint64_t *>(page.End()) - 1;
+    *size = sizeof(*size);
+    const auto body = [](DxrHost *, void *) -> uint32_t { return 0; };
+    DxrHostExploration found{};
+    EXPECT_EQ(DxrHostExplore(reinterpret_cast<DxrHostOptions *>(size), 3, body, nullptr, &found),
+              2U);
+    EXPECT_EQ(found.runs, 0U);
+}
+
 TEST_F(Explore, NeedsThatNoHostIsRegistered) {
     const auto body = [](DxrHost *, void *user) -> uint32_t {
         ++*static_cast<uint32_t *>(user);
@@ -1092,16 +1169,5 @@ TEST(SeveralHosts, OneIsMadeAndEndedWithinARun) {
     DxrHostExploration found{};
     EXPECT_EQ(DxrHostExplore(&options, 3, body, nullptr, &found), 0U) << found.text;
 }
-TEST_F(Explore, ReadsNoMoreOfItsOptionsThanIsThere) {
-    const dxrtest::GuardedPage page;
-    auto *const size = static_cast<uint64_t *>(page.End()) - 1;
-    *size = sizeof(*size);
-    const auto body = [](DxrHost *, void *) -> uint32_t { return 0; };
-    DxrHostExploration found{};
-    EXPECT_EQ(DxrHostExplore(reinterpret_cast<DxrHostOptions *>(size), 3, body, nullptr, &found),
-              2U);
-    EXPECT_EQ(found.runs, 0U);
-}
-
 
 }  // namespace
