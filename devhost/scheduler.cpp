@@ -490,7 +490,8 @@ Task *Scheduler::Choose(SchedulerLock &lock) {
         ~Choosing() { is = was; }
     } choosing{isChoosing_};
     for (;;) {
-        if (ready_.empty() && strangers_ != 0) {
+        if (ready_.empty() && strangers_ != 0 &&
+            (strangersJoined_ != 0 || alarms_.Earliest() == nullptr)) {
             EndLostTasks();
         }
         if (hasEnded_) {
@@ -853,6 +854,11 @@ bool Scheduler::IsStranger(const Task &task) {
     return task.entry == nullptr && !task.isScheduled;
 }
 
+// Whether its thread has ended unseen.
+bool Scheduler::IsGone(const Task &task) {
+    return IsStranger(task) && task.state != TaskState::kEnded && IsLost(*task.record);
+}
+
 // Under the lock; nothing happens to one that has ended. The task goes with its last holder.
 void Scheduler::EndLocked(Task &task) {
     if (task.state == TaskState::kEnded) {
@@ -871,7 +877,7 @@ void Scheduler::EndLocked(Task &task) {
 void Scheduler::EndLostTasks() {
     for (auto at = tasks_.begin(); at != tasks_.end();) {
         Task &task = *at++->second;
-        if (IsStranger(task) && task.state != TaskState::kEnded && IsLost(*task.record)) {
+        if (IsGone(task)) {
             EndLocked(task);
         }
     }
@@ -907,8 +913,7 @@ Task *Scheduler::Find(uint32_t id) {
     if (found == tasks_.end() || found->second->state == TaskState::kEnded) {
         return nullptr;
     }
-    Task &task = *found->second;
-    return IsStranger(task) && IsLost(*task.record) ? nullptr : &task;
+    return IsGone(*found->second) ? nullptr : found->second.get();
 }
 
 uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &place) {
@@ -916,10 +921,11 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
     if (id == by.id) {
         return EDEADLK;
     }
-    if (strangers_ != 0) {
-        EndLostTasks();
+    auto found = tasks_.find(id);
+    if (found != tasks_.end() && IsGone(*found->second)) {
+        EndLocked(*found->second);
+        found = tasks_.find(id);
     }
-    const auto found = tasks_.find(id);
     if (found == tasks_.end()) {
         return 0;
     }
@@ -934,6 +940,7 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
     Woken woken = Woken::kYes;
     uint32_t failure = 0;
     ++task.joiners;
+    strangersJoined_ += reason.isForThread ? 1 : 0;
     try {
         while (task.state != TaskState::kEnded && woken == Woken::kYes) {
             woken = Wait(lock, by, task.hasEnded, deadline, reason);
@@ -941,6 +948,7 @@ uint32_t Scheduler::Join(Task &by, uint32_t id, uint64_t deadline, const Place &
     } catch (const std::bad_alloc &) {
         failure = ENOMEM;
     }
+    strangersJoined_ -= reason.isForThread ? 1 : 0;
     const bool hasEnded = task.state == TaskState::kEnded;
     if (--task.joiners == 0 && hasEnded) {
         tasks_.erase(id);

@@ -302,6 +302,7 @@ class Scheduler {
     void EndLostTasks();
     static void LookForLost(SchedulerLock &lock);
     static bool IsStranger(const Task &task);
+    static bool IsGone(const Task &task);
     [[noreturn]] static void EndHere(SchedulerLock &lock, Task &task);
     void StayAfterEnd(SchedulerLock &lock, Task &task);
     void AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const WaitReason &reason);
@@ -345,10 +346,11 @@ class Scheduler {
     Stream choices_;
     std::map<uint32_t, std::shared_ptr<Task>> tasks_;
     uint32_t lastTask_ = 0;
-    Task *main_ = nullptr;       // virtual time: the first task, until its thread ends
-    Task *running_ = nullptr;    // virtual time
-    bool isChoosing_ = false;    // who that is
-    uint32_t strangers_ = 0;     // tasks whose threads are not the host's
+    Task *main_ = nullptr;     // virtual time: the first task, until its thread ends
+    Task *running_ = nullptr;  // virtual time
+    bool isChoosing_ = false;  // who that is
+    uint32_t strangers_ = 0;   // tasks whose threads are not the host's
+    uint32_t strangersJoined_ = 0;
     std::vector<Task *> ready_;  // virtual time, but for the running one
     uint32_t pointsWithoutTime_ = 0;
     uint32_t questionsWithoutTime_ = 0;  // of the task that runs

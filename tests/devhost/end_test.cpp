@@ -758,6 +758,7 @@ TEST(TheFirstThread, LeavesTheOthersWaitingForThreads) {
             ++self.step;
         }
     });
+    first.Await(2);
     std::thread([&] {
         (void)DxrHostGetTaskId(first.host);  // who may wake them
         ++first.step;

@@ -69,8 +69,9 @@ def use_of(pid):
 
 
 def free_ports(count):
-    """The first of so many ports on end that nobody listens at now."""
-    for first in range(20000 + os.getpid() % 10000, 60000, count):
+    """The first of so many ports on end that nobody listens at now. Tests that run at the same time
+    look at others."""
+    for first in range(20000 + os.getpid() * count % 30000, 60000, count):
         try:
             for port in range(first, first + count):
                 with socket.socket() as probe:
