@@ -310,50 +310,6 @@ TEST_F(VirtualEnd, DestructorsOfKeysAreTheTasks) {
     }
 }
 
-// Tasks go on without the thread that made their host, to the end of the run.
-TEST(FirstTask, LeavesTheOthersAtWork) {
-    static std::atomic<uint32_t> steps;
-    static std::atomic<bool> isTold;
-    steps = 0;
-    isTold = false;
-    DxrHost *host = nullptr;
-    std::string text;
-    std::thread([&] {
-        host = MakeVirtual();
-        ASSERT_EQ(DxrHostRegister(host), 0U);
-        DxrHostSetReportSink(
-            host,
-            [](const DxrHostReport *report, void *user) {
-                if (report->kind == DXR_HOST_REPORT_RUN) {
-                    *static_cast<std::string *>(user) = static_cast<const char *>(report->text);
-                    isTold = true;
-                }
-            },
-            &text);
-        const auto work = [](void *) {
-            for (int i = 0; i < 5; ++i) {
-                EXPECT_EQ(DXR_DelayTask(10), 0U);
-                ++steps;
-            }
-            EXPECT_EQ(DxrHostJoinTask(nullptr, 1, DXR_HOST_FOREVER), 0U)
-                << "it is no task any more";
-            uint32_t events = 0;
-            (void)DXR_ReadEvent(1, 0, DXR_HOST_FOREVER, &events);
-        };
-        Spawn(work, nullptr);
-        Spawn(work, nullptr);
-    }).join();
-    for (int i = 0; i < 1000 && !isTold; ++i) {
-        Pause();
-    }
-    EXPECT_EQ(steps, 10U);
-    ASSERT_TRUE(isTold);
-    EXPECT_THAT(text,
-                testing::StartsWith("deadlock: all tasks wait; task 2 \"task 2\" waits for "));
-    EXPECT_EQ(DxrHostGetElapsedNs(host), 50000000U);
-    EXPECT_EQ(DxrHostDestroy(host, nullptr), 2U) << "the tasks";
-}
-
 // Wherever its function and the host's end meet, no timer stays: the leak sanitizer looks.
 TEST(TimersEnd, MayMeetTheHosts) {
     for (int i = 0; i < 1000; ++i) {
