@@ -1,6 +1,7 @@
 """The C functions of the libraries, called as Python functions."""
 
 import ctypes
+import difflib
 import functools
 import os
 import pathlib
@@ -129,6 +130,8 @@ def callback(kind, function):
         return ffi.NULL
     if isinstance(function, ffi.CData):
         return function
+    if not callable(function):
+        raise TypeError(f"{function!r} is no function")
     kind = ffi.typeof(kind) if isinstance(kind, str) else kind
     if kind.kind == "pointer":
         kind = kind.item
@@ -296,10 +299,16 @@ class Hooks:
     @staticmethod
     def place(slot):
         """The group and the member of a slot."""
+        names = {}
         for group, member, function in _slots.SLOTS:
-            if slot in (f"{group}.{member}", function) and slot:
-                return group, member
-        raise KeyError(f"no slot {slot!r}")
+            # The last as recordings name one that no function reads.
+            for name in (f"{group}.{member}", function, f"{group.capitalize()}.{member}"):
+                names[name] = group, member
+        if slot and slot in names:
+            return names[slot]
+        nearest = difflib.get_close_matches(str(slot), filter(None, names), 1)
+        raise KeyError(f"no slot {slot!r}" + "".join(f"; did you mean {name!r}?"
+                                                     for name in nearest))
 
     def __setitem__(self, slot, function):
         group, member = self.place(slot)

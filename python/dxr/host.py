@@ -2,6 +2,7 @@
 
 import contextlib
 import dataclasses
+import traceback
 
 from . import _interface
 from ._interface import Hooks, _new_callback, callback, ffi, text
@@ -160,6 +161,14 @@ class Explored:
     text: str
 
 
+def _where_and_what(error):
+    """A line on an exception; of one without words, the source line that raised it."""
+    place = traceback.extract_tb(error.__traceback__)[-1]
+    words = "".join(traceback.format_exception_only(type(error), error)).strip()
+    said = words if str(error) else f"{words}: {place.line}"
+    return f"{place.filename}:{place.lineno}: {said}"
+
+
 def explore(body, seeds, first=1, **options):
     """Runs `body()` as a task of fresh hosts with the seeds from `first` on until one fails: by an
     exception, a false result that is not None, a deadlock, or the clock's end. Not while a host is
@@ -181,5 +190,5 @@ def explore(body, seeds, first=1, **options):
     status = _interface.DxrHostExplore(record, seeds, callback("DxrHostBody", run), None, found)
     if status == 2:
         raise MemoryError("a host could not be made")
-    reason = f"{type(raised[0]).__name__}: {raised[0]}" if raised else text(found.text)
+    reason = _where_and_what(raised[0]) if raised else text(found.text)
     return Explored(found.runs, status != 0, found.seed if status else 0, reason if status else "")

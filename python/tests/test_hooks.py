@@ -15,8 +15,17 @@ def test_a_slot_by_its_place_and_by_its_function():
         assert hooks[slot] != dxr.ffi.NULL
         del hooks[slot]
         assert hooks[slot] == dxr.ffi.NULL
-    with pytest.raises(KeyError):
-        dxr.Hooks()["memory.nothing"] = None
+    assert dxr.Hooks.place("Print.print") == ("print", "print")  # as in recordings
+    with pytest.raises(KeyError, match="no slot 'memory.alocate'; did you mean 'memory.allocate'"):
+        dxr.Hooks()["memory.alocate"] = None
+    for none in ("", None, 5, "?"):
+        with pytest.raises(KeyError, match="no slot"):
+            dxr.Hooks()[none] = None
+
+
+def test_what_cannot_be_called_is_refused():
+    with pytest.raises(TypeError, match="5 is no function"):
+        dxr.Hooks()["DXR_Alarm"] = 5
 
 
 def test_what_was_registered_before_comes_back():

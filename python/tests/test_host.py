@@ -1,6 +1,7 @@
 """The development host, recordings, and the fixtures of pytest."""
 
 import gc
+import re
 import weakref
 
 import dxr
@@ -115,7 +116,12 @@ def test_seeds_are_explored():
 
     found = dxr.explore(fails, 20, first=5)
     assert (found.runs, found.failed, found.seed) == (1, True, 5)
-    assert found.text == "ValueError: broken"
+    assert re.fullmatch(rf"{re.escape(__file__)}:\d+: ValueError: broken", found.text)
+
+    def says_nothing():
+        raise KeyError
+
+    assert re.search(r":\d+: KeyError: raise KeyError$", dxr.explore(says_nothing, 1).text)
 
 
 def test_seeds_are_explored_without_a_host(dxr_host):
