@@ -111,6 +111,18 @@ TEST(DxrshRun, WhatIsNotWellGivesOne) {
     EXPECT_TRUE(Holds(stuck.out, "end of the run, ")) << stuck.out;
 }
 
+TEST(DxrshRun, AnExceptionThatLeavesTheModuleIsItsOwn) {
+    for (const char *const clock : {"real", "virtual"}) {
+        const std::string told = "dxrsh: dxrsh_throwing.so: an exception has left the module: ";
+        const Outcome begin = RunDxrsh({"run", "--clock", clock, DXRSH_THROWING});
+        EXPECT_EQ(begin.status, 1);
+        EXPECT_EQ(begin.err, told + "port 3\n");
+        const Outcome end = RunDxrsh({"run", "--clock", clock, DXRSH_THROWING, "late"});
+        EXPECT_EQ(end.status, 1);
+        EXPECT_EQ(end.err, told + "std::bad_alloc\n");
+    }
+}
+
 TEST(DxrshRun, NoWayOutOfTheProgramPassesByUnseen) {
     for (const char *const end : {"exit", "quick_exit", "_exit", "_Exit", "pthread_exit"}) {
         const Outcome outcome = RunWorker({}, {end});

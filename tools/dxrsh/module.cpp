@@ -113,17 +113,30 @@ int Module::Main(const std::vector<std::string> &arguments) {
     }
     argv_.push_back(nullptr);
     Call call;
-    const int result = main_(static_cast<int>(arguments_.size()), argv_.data());
-    call.Return(result);
-    return result;
+    try {
+        const int result = main_(static_cast<int>(arguments_.size()), argv_.data());
+        call.Return(result);
+        return result;
+    } catch (const std::exception &error) {
+        Left(error);
+    }
 }
 
 void Module::End() const {
     if (end_ != nullptr) {
         Call call;
-        end_();
-        call.Return(EXIT_SUCCESS);
+        try {
+            end_();
+            call.Return(EXIT_SUCCESS);
+        } catch (const std::exception &error) {
+            Left(error);
+        }
     }
+}
+
+// A module may be C++. What it throws is not what this program has to say.
+void Module::Left(const std::exception &error) const {
+    throw RunError(Name() + ": an exception has left the module: " + error.what());
 }
 
 std::string Module::Name() const {

@@ -3,6 +3,7 @@
 #define DXRSH_MODULE_H
 
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,8 @@ class Module {
 
     // Runs it with arguments; its result. Should the module end the program, in here or in End, the
     // program says so and its exit status is a failure: what is left of the run is not known. A
-    // process that it has forked ends when it comes back from there.
+    // process that it has forked ends when it comes back from there. Throws RunError for an
+    // exception that leaves the module.
     int Main(const std::vector<std::string> &arguments);
     // Its way out, if it has one.
     void End() const;
@@ -25,6 +27,8 @@ class Module {
     [[nodiscard]] std::string Name() const;
 
   private:
+    [[noreturn]] void Left(const std::exception &error) const;
+
     std::string path_;
     int (*main_)(int argc, char **argv);
     void (*end_)();
