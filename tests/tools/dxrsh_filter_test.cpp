@@ -255,6 +255,22 @@ TEST(DxrshFilter, ABadKeyIsRefused) {
     EXPECT_EQ(bad.status, 2);
     EXPECT_EQ(bad.out, "");
     EXPECT_EQ(bad.err, "dxrsh: --key: '(' is no regular expression: Unmatched ( or \\(\n");
+    for (const std::string option : {"--key=", "--mask="}) {
+        const Outcome digits = RunDxrsh({"filter", option + R"(port \d+)"});
+        EXPECT_EQ(digits.status, 2);
+        EXPECT_EQ(digits.err, "dxrsh: " + option.substr(0, option.size() - 1) +
+                                  R"(: 'port \d+' is no regular expression: )"
+                                  "\\d is not known; [0-9] is a digit\n");
+    }
+    EXPECT_TRUE(Contains(RunDxrsh({"filter", R"(--mask=[]:[:alpha:]\t]\\x\t)"}).err,
+                         ": \\t is not known\n"));
+    for (const char *const known :
+         {R"(\\d)", R"([\d])", R"([[:alpha:]\d]\w)", R"([]\d])", R"([^]\d]\.\<)", R"((a)\1\b)"}) {
+        const Outcome outcome = Filter("a\n", {std::string("--mask=") + known});
+        EXPECT_EQ(outcome.status, 0) << known;
+        EXPECT_FALSE(Contains(outcome.err, "is not known")) << known;
+    }
+    EXPECT_TRUE(Contains(RunDxrsh({"filter", R"(--mask=a\)"}).err, "Trailing backslash\n"));
     const Outcome many = RunDxrsh({"filter", "--key", "(a)(b)(c)(d)(e)"});
     EXPECT_EQ(many.status, 2);
     EXPECT_EQ(many.err, "dxrsh: --key: '(a)(b)(c)(d)(e)' has more than 4 groups\n");

@@ -4,25 +4,12 @@
 
 #include "dxr_api.h"
 #include "errors.h"
+#include "expression.h"
 #include "numbers.h"
 
 namespace dxrsh {
-namespace {
 
-std::string ErrorText(int error, const regex_t &regex) {
-    std::array<char, 256> text{};
-    regerror(error, &regex, text.data(), text.size());
-    return text.data();
-}
-
-}  // namespace
-
-LineKey::LineKey(const std::string &expression) {
-    const int error = regcomp(&regex_, expression.c_str(), REG_EXTENDED);
-    if (error != 0) {
-        throw UsageError(fmt::format("--key: '{}' is no regular expression: {}", expression,
-                                     ErrorText(error, regex_)));
-    }
+LineKey::LineKey(const std::string &expression) : regex_(CompileExpression("--key", expression)) {
     if (regex_.re_nsub > kKeyCount) {
         regfree(&regex_);
         throw UsageError(fmt::format("--key: '{}' has more than {} groups", expression, kKeyCount));

@@ -1,12 +1,11 @@
 #include "line_mask.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 
 #include "errors.h"
+#include "expression.h"
 #include "say.h"
 
 namespace dxrsh {
@@ -159,12 +158,6 @@ class Masker {
     std::string &masked_;
 };
 
-std::string ErrorText(int error, const regex_t &regex) {
-    std::array<char, 256> text{};
-    regerror(error, &regex, text.data(), text.size());
-    return text.data();
-}
-
 }  // namespace
 
 void MaskVarying(std::string_view text, size_t room, std::string &masked) {
@@ -177,17 +170,14 @@ LineMask::LineMask(const std::vector<std::string> &expressions) {
             varying_ = true;
             continue;
         }
-        regex_t regex{};
-        const int error = regcomp(&regex, expression.c_str(), REG_EXTENDED);
-        if (error != 0) {
-            const std::string what = ErrorText(error, regex);
+        try {
+            expressions_.push_back(CompileExpression("--mask", expression));
+        } catch (const UsageError &) {
             for (regex_t &known : expressions_) {
                 regfree(&known);
             }
-            throw UsageError(
-                fmt::format("--mask: '{}' is no regular expression: {}", expression, what));
+            throw;
         }
-        expressions_.push_back(regex);
     }
 }
 
