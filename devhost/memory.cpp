@@ -592,8 +592,7 @@ class MemoryService : public Service {
             const std::lock_guard lock(part.account.mutex);
             part.account.Prepare(part, &by);
             if (info.state.load(std::memory_order_relaxed) == seen) {
-                info.state.store(seen.Released(), std::memory_order_relaxed);
-                info.released.store(&site, std::memory_order_relaxed);
+                SetReleased(info, seen, &site);
                 part.account.Subtract(part, &by, info.size);
                 return seen.Made();
             }
@@ -604,8 +603,13 @@ class MemoryService : public Service {
     static void EndOwn(BlockInfo &info, BlockState seen, Part &part, uint32_t size,
                        const Site *site) {
         part.GiveBack(size);
-        info.state.store(seen.Released(), std::memory_order_relaxed);
-        info.released.store(site, std::memory_order_relaxed);
+        SetReleased(info, seen, site);
+    }
+
+    // Who finds it released is told where, also while another thread still is about it.
+    static void SetReleased(BlockInfo &info, BlockState seen, const Site *site) {
+        info.released.store(site, std::memory_order_release);
+        info.state.store(seen.Released(), std::memory_order_release);
     }
 
     // Where a thread keeps a site, or another one that falls to the same place.
