@@ -53,10 +53,10 @@
  *
  * A task ends with its thread: what the thread's destructors do, of thread_local objects and of
  * keys (pthread_key_create), is the task's doing; but a key's destructor that sets its value again
- * runs a second time as a thread that is not the host's. So the first task of virtual time ends with
- * the thread that made the host, be it by pthread_exit in main: the others go on. That a thread has
- * ended of which the host first heard in the last destructors is found when somebody asks for it or
- * waits for it, and at the latest when the host is ended.
+ * runs a second time as a thread that is not the host's. So the first task of virtual time ends
+ * with the thread that made the host, be it by pthread_exit in main: the others go on. That a
+ * thread has ended of which the host first heard in the last destructors is found when somebody
+ * asks for it or waits for it, and at the latest when the host is ended.
  *
  * At the host's end tasks are ended where they wait, without their destructors.
  *

@@ -384,7 +384,15 @@ TEST_F(RealEnd, ADestructorMayCallAfterTheTasksEnd) {
 
 // --- Calls in a late round of the destructors of keys, of which there are four
 
-constexpr uint32_t kRounds = 4;
+// The thread sanitizer has left a thread in the last one: nothing may be called there, also not by
+// the host, which comes back up to two rounds after a thread's first call.
+constexpr uint32_t kRounds = DXRTEST_THREADS_ARE_WATCHED ? 1 : 4;
+constexpr uint32_t kRoundsOfTasks = DXRTEST_THREADS_ARE_WATCHED ? 2 : 4;
+#if DXRTEST_THREADS_ARE_WATCHED
+#define DXRTEST_NEEDS_THE_LAST_ROUND GTEST_SKIP() << "the sanitizer has left the thread by then"
+#else
+#define DXRTEST_NEEDS_THE_LAST_ROUND
+#endif
 
 class LateCall {
   public:
@@ -446,6 +454,7 @@ TEST_F(RealEnd, AThreadThatCallsAtItsVeryEndIsNoTask) {
 }
 
 TEST_F(RealEnd, TheUnseenEndOfAThreadEndsAJoin) {
+    DXRTEST_NEEDS_THE_LAST_ROUND;
     const Bounded bounded;
     std::atomic<uint32_t> id{0};
     std::atomic<bool> mayEnd{false};
@@ -467,6 +476,7 @@ TEST_F(RealEnd, TheUnseenEndOfAThreadEndsAJoin) {
 }
 
 TEST_F(VirtualEnd, AThreadThatEndsUnseenLeavesADeadlock) {
+    DXRTEST_NEEDS_THE_LAST_ROUND;
     const Bounded bounded;
     std::atomic<bool> isKnown{false};
     CallAtTheEnd thread(kRounds, [&] {
@@ -484,6 +494,7 @@ TEST_F(VirtualEnd, AThreadThatEndsUnseenLeavesADeadlock) {
 
 // While time passes for others.
 TEST_F(VirtualEnd, TheUnseenEndOfAThreadEndsAJoin) {
+    DXRTEST_NEEDS_THE_LAST_ROUND;
     const Bounded bounded;
     static std::atomic<uint32_t> id;
     static std::atomic<bool> isJoined;
@@ -509,6 +520,7 @@ TEST_F(VirtualEnd, TheUnseenEndOfAThreadEndsAJoin) {
 }
 
 TEST_F(RealEnd, WhatAThreadHoldsAtItsVeryEndIsReported) {
+    DXRTEST_NEEDS_THE_LAST_ROUND;
     const Bounded bounded;
     void *mutex = nullptr;
     EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
@@ -519,6 +531,7 @@ TEST_F(RealEnd, WhatAThreadHoldsAtItsVeryEndIsReported) {
 }
 
 TEST_F(VirtualEnd, WhoWaitsForWhatAThreadHeldAtItsVeryEndIsTold) {
+    DXRTEST_NEEDS_THE_LAST_ROUND;
     const Bounded bounded;
     void *mutex = nullptr;
     EXPECT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
@@ -534,6 +547,7 @@ TEST_F(VirtualEnd, WhoWaitsForWhatAThreadHeldAtItsVeryEndIsTold) {
 
 // Records of threads are used again, also those of which nobody asks.
 TEST_F(RealEnd, ThreadsThatEndUnseenLeaveNothing) {
+    DXRTEST_NEEDS_THE_LAST_ROUND;
     const Bounded bounded;
     for (int i = 0; i < 200; ++i) {
         void *block = nullptr;
@@ -551,7 +565,7 @@ TEST_F(RealEnd, ThreadsThatEndUnseenLeaveNothing) {
 template <typename Fixture>
 void EndTheHostAtTheEndOf(Fixture &test, void (*begin)(void (*)(void *), void *)) {
     const Bounded bounded;
-    for (uint32_t round = 1; round <= kRounds; ++round) {
+    for (uint32_t round = 1; round <= kRoundsOfTasks; ++round) {
         std::atomic<uint32_t> result{0};
         LateCall late(round, [&] { result = DxrHostDestroy(test.Host(), nullptr); });
         begin([](void *user) { static_cast<LateCall *>(user)->Prepare(); }, &late);

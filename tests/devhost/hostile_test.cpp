@@ -744,8 +744,8 @@ TEST_F(HostileThreads, SequencesOfAllSlots) {
     }
 }
 
-// The two slots of memory, which never wait: all calls have come back before the host is asked. Each
-// release that was reported is counted, and no other.
+// The two slots of memory, which never wait: all calls have come back before the host is asked.
+// Each release that was reported is counted, and no other.
 TEST_F(HostileThreads, BadReleasesAreAllCounted) {
     const std::string_view slots[] = {kTargets[0].name, kTargets[1].name};
     ASSERT_EQ(slots[0], "memory.allocate");

@@ -345,7 +345,7 @@ TEST_F(VirtualTime, TimePassesForAThreadWhileAllTasksWait) {
     EXPECT_EQ(DxrHostGetElapsedNs(host), 10000000U);
 }
 
-// What a thread starts while all tasks wait begins, also when that thread does not wait in the host.
+// What a thread starts while all tasks wait begins, also when that one does not wait in the host.
 TEST_F(VirtualTime, ATimerOfAThreadRunsWhileAllTasksWait) {
     const Bounded bounded;
     static std::atomic<uint32_t> fired;
