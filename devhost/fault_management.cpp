@@ -233,8 +233,8 @@ uint32_t DxrHostAddFaultCheck(DxrHost *host, const char *name, DxrHostFaultCheck
             const std::lock_guard lock(state.mutex);
             if (state.checks.size() < DXR_HOST_MOST_FAULT_CHECKS) {
                 state.checks.reserve(state.checks.size() + 1);
-                if (state.isStarted) {
-                    (void)state.StartCheck(check);
+                if (state.isStarted && state.StartCheck(check) == EAGAIN) {
+                    return 0;
                 }
                 state.checks.push_back(std::move(check));
                 return static_cast<uint32_t>(state.checks.size());

@@ -44,9 +44,9 @@ DXR_STATIC_ASSERT(sizeof(DxrHostFaultCheckState) == 64, "fixed layout");
 /* Adds a check, to be called with `user` each `periodMs` milliseconds while the checks are started;
  * from now on when they are. When its result becomes another one that is a message: of level 2
  * "fault check NAME: fault 7", of level 6 "fault check NAME: all is well". Returns the check's
- * number, from 1; 0 for a null name or function, for a period of 0, without memory, and, reported,
- * when DXR_HOST_MOST_FAULT_CHECKS were added, those included that were taken out: their numbers are
- * not given again. */
+ * number, from 1; 0 for a null name or function, for a period of 0, without memory, when no thread
+ * can be made for it while the checks are started, and, reported, when DXR_HOST_MOST_FAULT_CHECKS
+ * were added, those included that were taken out: their numbers are not given again. */
 #define DXR_HOST_MOST_FAULT_CHECKS 4096u
 DXR_API uint32_t DxrHostAddFaultCheck(DxrHost *host, const char *name, DxrHostFaultCheck function,
                                       void *user, uint32_t periodMs);

@@ -67,6 +67,27 @@ TEST(RealChecks, SayWhenNoThreadCanBeMade) {
     (void)pthread_attr_destroy(&usual);
 }
 
+// Started without any they need none yet.
+TEST(RealChecks, AreNotAddedWhenNoThreadCanBeMade) {
+    pthread_attr_t usual;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    pthread_attr_t huge;
+    ASSERT_EQ(pthread_attr_init(&huge), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, size_t{1} << 46), 0);
+    DxrHost *const host = DxrHostCreate(nullptr);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    EXPECT_EQ(DXR_FfmStartFaultCheck(), 0U);
+    const auto isWell = [](void *) -> uint32_t { return 0; };
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    EXPECT_EQ(DxrHostAddFaultCheck(host, "check", isWell, nullptr, 1), 0U);
+    ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
+    EXPECT_EQ(DxrHostAddFaultCheck(host, "check", isWell, nullptr, 1), 1U);
+    EXPECT_EQ(DXR_FfmStopFaultCheck(), 0U);
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+    (void)pthread_attr_destroy(&huge);
+    (void)pthread_attr_destroy(&usual);
+}
+
 TEST_F(HostChecks, RunWithTheirPeriodsWhileStarted) {
     uint32_t fast = 0;
     uint32_t slow = 0;
