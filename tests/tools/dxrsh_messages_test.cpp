@@ -109,7 +109,10 @@ TEST_F(DxrshSimulate, ReplaysMessages) {
 }
 
 TEST_F(DxrshSimulate, ReplaysMessagesOfAFileAfterThoseOfTheCommandLine) {
-    EXPECT_EQ(Run("simulate", "replay", kTable, {"18", "--from", "-"}, "17\r\n\n  18 \n17").out,
+    EXPECT_EQ(Run("simulate", "replay", kTable, {"18", "--from", "-"},
+                  "\xef\xbb\xbf"
+                  "17\r\n\n  18 \n17")
+                  .out,
               "        18  passed\n"
               "        17  dropped  simulate msg[17][hello]lost, remain [1] times\n"
               "        18  passed\n"

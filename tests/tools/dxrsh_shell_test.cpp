@@ -52,7 +52,7 @@ void ExpectRefuses(const std::string &lines, const std::string &reason) {
 TEST(DxrshShell, DoesLineAfterLine) {
     const TemporaryDirectory directory;
     const std::string file = directory.Write("lines",
-                                             "# a remark\n"
+                                             "\xef\xbb\xbf# a remark\n"
                                              "\n"
                                              "call DXR_WriteReg 0 1 0x40 0xC0FFEE # another\r\n"
                                              "  get 0:1:64");

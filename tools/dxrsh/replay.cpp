@@ -6,6 +6,7 @@
 
 #include "errors.h"
 #include "file_io.h"
+#include "log_source.h"
 #include "numbers.h"
 
 namespace dxrsh {
@@ -54,7 +55,8 @@ void ForEachMessage(const ReplayOptions &options,
         return;
     }
     Input input(options.messageFile);
-    LineReader reader(input);
+    WithoutMark unmarked(input);
+    LineReader reader(unmarked);
     Line line{};
     while (reader.Next(line)) {
         const std::string message = Trimmed(line.text);

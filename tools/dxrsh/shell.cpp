@@ -17,6 +17,7 @@
 #include "devhost/fault_points.h"
 #include "errors.h"
 #include "file_io.h"
+#include "log_source.h"
 #include "nearest.h"
 #include "say.h"
 #include "shell_call.h"
@@ -285,7 +286,8 @@ bool Shell::ExecuteFile(const std::string &path) {
             fmt::format("{}: more than {} files name each other", InputName(path), kMostFiles));
     }
     Input input(path);
-    LineReader lines(input);
+    WithoutMark unmarked(input);
+    LineReader lines(unmarked);
     ++depth_;
     Line line{};
     bool goesOn = true;
