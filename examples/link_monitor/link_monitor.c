@@ -39,11 +39,17 @@ static LinkMonitor g_monitor;
 
 /* ---- Beginning and end ------------------------------------------------------------------ */
 
+static void Complain(const char *what, const char *name) {
+    char text[160];
+    (void)snprintf(text, sizeof(text), "link_monitor: %s %s", what, name);
+    DXR_DiagLogFilter(text);
+}
+
 static bool ReadNumber(const char *text, uint32_t *number) {
     char *end;
     const unsigned long read = strtoul(text, &end, 10);
     *number = (uint32_t)read;
-    return end != text && *end == '\0' && read <= UINT32_MAX;
+    return *text >= '0' && *text <= '9' && *end == '\0' && read <= UINT32_MAX;
 }
 
 static bool ReadArguments(int argc, char **argv, Arguments *arguments) {
@@ -63,7 +69,7 @@ static bool ReadArguments(int argc, char **argv, Arguments *arguments) {
             isGood = false;
         }
         if (!isGood) {
-            DXR_DiagLogFilter("link_monitor: wrong arguments");
+            Complain("wrong arguments at", argv[i]);
             return false;
         }
     }
@@ -94,13 +100,13 @@ static bool Begin(LinkMonitor *monitor, const Arguments *arguments) {
         return false;
     }
     if (!LoadNames(monitor)) {
-        DXR_DiagLogFilter("link_monitor: there are no links in " LINK_MONITOR_NAMES);
+        Complain("there are no links in", LINK_MONITOR_NAMES);
         return false;
     }
     if (arguments->events == NULL) {
         LinkSourceOpenFiles(&monitor->source, arguments->directory);
     } else if (!LinkSourceOpenEvents(&monitor->source, arguments->events)) {
-        DXR_DiagLogFilter("link_monitor: there are no events");
+        Complain("there are no events in", arguments->events);
         return false;
     }
     monitor->hasTable = DXR_DynamicCreateTable(LINK_TABLE) == 0;

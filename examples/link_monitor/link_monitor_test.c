@@ -154,6 +154,7 @@ static void AnswersMessages(void) {
 static void ReplaysEvents(void) {
     static const char events[] =
         "# recorded\n0 eth0 down 0\n0 eth1 up 0\n\n1500 eth0 up 3\nnonsense\n2500 eth1 down 0\n"
+        "-5 eth1 up 0\n99999999999999999999999 eth1 up 0\n2600 eth0 up -1\n"
         "3500 eth7 up 0\n4000 eth1 up 1";
     char replay[] = "--replay";
     char file[] = "day.events";
@@ -186,17 +187,24 @@ static void SaysWhatIsMissing(void) {
 
     MakeLinks();
     DXR_TEST_CHECK(RunModule(replay, file) == 1);
-    DXR_TEST_LOGGED("link_monitor: there are no events");
+    DXR_TEST_LOGGED("link_monitor: there are no events in none.events");
     DxrModuleEnd();
 }
 
 static void RefusesWrongArguments(void) {
-    char *const wrong[][2] = {{"--polls", "many"}, {"--polls", "-1"},   {"--every", "0"},
-                              {"--every", NULL},   {"--color", "blue"}, {"--polls", "4294967296"}};
+    char *const wrong[][2] = {{"--polls", "many"},
+                              {"--polls", "-1"},
+                              {"--every", "0"},
+                              {"--every", NULL},
+                              {"--color", "blue"},
+                              {"--polls", "4294967296"},
+                              {"--polls", "-18446744073709551613"}};
     for (size_t i = 0; i < sizeof(wrong) / sizeof(*wrong); ++i) {
         DxrTestForget();
         DXR_TEST_CHECK(RunModule(wrong[i][0], wrong[i][1]) == 2);
-        DXR_TEST_LOGGED("link_monitor: wrong arguments");
+        char said[80];
+        (void)snprintf(said, sizeof(said), "link_monitor: wrong arguments at %s", wrong[i][0]);
+        DXR_TEST_LOGGED(said);
         DXR_TEST_NOT_ASKED("DXR_Register");
         DxrModuleEnd();
     }

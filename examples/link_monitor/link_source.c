@@ -1,6 +1,6 @@
 #include "link_source.h"
 
-#include <inttypes.h>
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -49,35 +49,54 @@ static const char *CopyLine(const char *from, char *line) {
     return from[length] == '\n' ? from + length + 1 : from + length;
 }
 
-/* Takes the event of a line; what is none is passed over. */
-static void TakeEvent(const char *line, uint32_t count, const char (*names)[LINK_NAME_SIZE],
-                      LinkState *states) {
+typedef struct Event {
+    uint64_t ms;
     char name[LINK_NAME_SIZE];
-    char state[5];
-    uint64_t errors;
-    if (sscanf(line, "%*u %15s %4s %" SCNu64, name, state, &errors) != 3) {
-        return;
+    LinkState state;
+} Event;
+
+/* Moves on behind digits that make a number; false when there are none, or too many. */
+static bool TakeNumber(const char **text, uint64_t *number) {
+    const char *const begin = *text + strspn(*text, " \t");
+    if (*begin < '0' || *begin > '9') {
+        return false;
     }
-    for (uint32_t link = 0; link < count; ++link) {
-        if (strcmp(names[link], name) == 0) {
-            states[link].isUp = strcmp(state, "up") == 0;
-            states[link].errors = errors;
-        }
-    }
+    char *end;
+    errno = 0;
+    *number = strtoull(begin, &end, 10);
+    *text = end;
+    return errno == 0;
 }
 
-/* Takes the events that are due. True when there are more. */
+static bool ReadEvent(const char *line, Event *event) {
+    char state[5];
+    int read = 0;
+    if (!TakeNumber(&line, &event->ms) ||
+        sscanf(line, " %15s %4s%n", event->name, state, &read) != 2) {
+        return false;
+    }
+    line += read;
+    event->state.isUp = strcmp(state, "up") == 0;
+    return TakeNumber(&line, &event->state.errors);
+}
+
+/* Takes the events that are due; a line that is none is passed over. True when there are more. */
 static bool TakeEvents(LinkSource *source, uint32_t count, const char (*names)[LINK_NAME_SIZE],
                        LinkState *states) {
     const uint64_t nowMs = DXR_GetCurrMs() - source->beginMs;
     while (*source->next != '\0') {
         char line[LINE_SIZE];
         const char *const next = CopyLine(source->next, line);
-        uint64_t ms;
-        if (sscanf(line, "%" SCNu64, &ms) == 1 && ms > nowMs) {
+        Event event;
+        const bool isEvent = ReadEvent(line, &event);
+        if (isEvent && event.ms > nowMs) {
             return true;
         }
-        TakeEvent(line, count, names, states);
+        for (uint32_t link = 0; isEvent && link < count; ++link) {
+            if (strcmp(names[link], event.name) == 0) {
+                states[link] = event.state;
+            }
+        }
         source->next = next;
     }
     return false;
