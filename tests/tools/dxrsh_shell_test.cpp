@@ -81,7 +81,8 @@ TEST(DxrshShell, EndsWithTheFirstLineThatIsWrong) {
                   ":2: there is no command 'what'; did you mean 'wait'?\n");
     const std::string itself = directory.Path("itself");
     directory.Write("itself", "source " + itself + "\n");
-    EXPECT_TRUE(Holds(RunDxrsh({"shell", itself}).err, "more than 16 files name each other\n"));
+    EXPECT_EQ(RunDxrsh({"shell", itself}).err,
+              "dxrsh: " + itself + ": more than 16 files name each other\n");
     ExpectFails({"shell", directory.Path("none")}, 1,
                 "cannot open " + directory.Path("none") + ": No such file or directory");
     ExpectRefuses("call 'DXR_ReadReg", "a ' is not closed");

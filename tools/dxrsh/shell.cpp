@@ -32,6 +32,12 @@ constexpr size_t kShownWidth = 60;
 constexpr size_t kLongestName = 1000;  // a line that is too long is refused as such
 constexpr int kMostFiles = 16;         // that name each other
 
+// The places in all of the files would say no more.
+class TooDeep : public RunError {
+  public:
+    using RunError::RunError;
+};
+
 // Those that the shell itself does.
 struct Plain {
     const char *name;
@@ -282,7 +288,7 @@ bool Shell::Execute(std::string_view line) {
 
 bool Shell::ExecuteFile(const std::string &path) {
     if (depth_ == kMostFiles) {
-        throw RunError(
+        throw TooDeep(
             fmt::format("{}: more than {} files name each other", InputName(path), kMostFiles));
     }
     Input input(path);
@@ -301,6 +307,9 @@ bool Shell::ExecuteFile(const std::string &path) {
         } catch (const BrokenPipe &) {
             throw;
         } catch (const Ended &) {
+            throw;
+        } catch (const TooDeep &) {
+            depth_ = 0;
             throw;
         } catch (const std::bad_alloc &) {
             fail("not enough memory");
