@@ -251,6 +251,13 @@ class Logs(Case):
         self.assertEqual([int(bar[0]) for bar in bars], list(range(0, 60, 5)))
         self.assertEqual([(bar[1], bar[2]) for bar in bars], [("5", "1")] + 11 * [("5", "0")])
 
+    def test_a_histogram_from_before_the_clock_was_set(self):
+        log = b"1970-01-01 00:00:07 a\n2026-11-21 03:00:00 a\n2026-11-21 03:00:00 b\n"
+        out = run("filter", "--histogram", "--quiet", "--json", stdin=log)[1]
+        bars = json.loads(out.splitlines()[-1])["summary"]["over_time"]
+        self.assertEqual((bars[0]["lines"], bars[-1]["lines"]), (1, 2))
+        self.assertLessEqual(len(bars), 20)
+
     def test_a_histogram_is_shown_also_without_a_summary(self):
         log = b"2026-11-21 03:00:00 a\n2026-11-21 03:00:00 a\n"
         code, out, err = run("filter", "--histogram", "--quiet", stdin=log)

@@ -5,9 +5,11 @@ namespace {
 
 // The narrowest with which that many bars reach from the first second to the last.
 uint64_t WidthFor(uint32_t first, uint32_t last, size_t most) {
+    constexpr uint64_t kYear = 31536000;
     constexpr uint64_t kWidths[] = {
-        1,    2,    5,     10,    15,    30,    60,     120,    300,    600,     900,     1800,
-        3600, 7200, 10800, 21600, 43200, 86400, 172800, 432000, 864000, 2592000, 7776000, 31536000};
+        1,      2,      5,      10,      15,      30,    60,        120,       300,
+        600,    900,    1800,   3600,    7200,    10800, 21600,     43200,     86400,
+        172800, 432000, 864000, 2592000, 7776000, kYear, 2 * kYear, 5 * kYear, 10 * kYear};
     for (const uint64_t width : kWidths) {
         if (last / width - first / width < most) {
             return width;
