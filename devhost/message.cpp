@@ -267,6 +267,7 @@ uint32_t MessageService::AwaitAcknowledgement(const Call &call, Task &task, cons
     if (isDone) {
         message.result = pending.result;
     }
+    pending_.erase(sequence);  // nobody acknowledges it from here on
     if (isDone || failure != 0) {
         return isDone ? 0 : failure;
     }
