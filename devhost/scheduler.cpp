@@ -819,6 +819,12 @@ bool Scheduler::Begins(Task &task) {
 }
 
 void Scheduler::EndHere(SchedulerLock &lock, Task &task) {
+    if (Job *const job = std::exchange(task.stops, nullptr); job != nullptr) {
+        --job->stoppers;
+        if (!job->isRunning && !job->IsSet() && !job->isQueued && job->stoppers == 0) {
+            const std::shared_ptr<Job> last = std::move(job->self);
+        }
+    }
     lock.unlock();
     std::longjmp(task.end, 1);  // NOLINT(cert-err52-cpp): through functions of C
 }
@@ -1044,8 +1050,10 @@ void Scheduler::AwaitRun(Job &job, Task &by, const Place &place) {
 }
 
 void Scheduler::AwaitRunLocked(SchedulerLock &lock, Job &job, Task &by, const WaitReason &reason) {
+    by.stops = &job;
     while (job.isRunning && Wait(lock, by, job.stopped, kForever, reason) != Woken::kEnded) {
     }
+    by.stops = nullptr;
     --job.stoppers;
 }
 
@@ -1080,15 +1088,8 @@ void Scheduler::JobHasRun(Job &job, uint64_t startings) {
     if (job.startings == startings && job.periodNs != 0 && !hasEnded_) {
         alarms_.SetAgain(job, job.due + job.periodNs);
     }
-    if (job.IsSet() || job.isQueued) {
-        return;
-    }
-    if (job.stoppers == 0) {
+    if (!job.IsSet() && !job.isQueued && job.stoppers == 0) {
         const std::shared_ptr<Job> last = std::move(job.self);
-    } else if (isFinishing_) {
-        // Who waits to stop it may be a task that is cut off.
-        job.endedBefore = std::move(lastEnded_);
-        lastEnded_ = std::move(job.self);
     }
 }
 

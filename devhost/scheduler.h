@@ -117,7 +117,6 @@ struct Job : Alarm {
     WaitList stopped;
     uint32_t stoppers = 0;      // who wait for the end of a run
     std::shared_ptr<Job> self;  // while it is set, queued or running
-    std::shared_ptr<Job> endedBefore;
 };
 
 // Jobs that are due, the first one first.
@@ -163,6 +162,7 @@ struct Task {
     WaitList hasEnded;
     uint32_t joiners = 0;
     Waiter *waiter = nullptr;
+    Job *stops = nullptr;  // whose end it waits for
     Condition turn;
     std::atomic<bool> isStopped{false};  // its host has ended: it ends at its next call
     bool hasReturned = false;            // its function; seen once its state is kEnded
@@ -355,8 +355,7 @@ class Scheduler {
     uint32_t pointsWithoutTime_ = 0;
     uint32_t questionsWithoutTime_ = 0;  // of the task that runs
     JobQueue due_;
-    const char *lastJob_ = "";        // what ran
-    std::shared_ptr<Job> lastEnded_;  // of those that somebody waited to stop at the host's end
+    const char *lastJob_ = "";  // what ran
     Task *timer_ = nullptr;
     WaitList timerIsIdle_;
     Condition timerHasWork_;

@@ -330,6 +330,41 @@ TEST(TimersEnd, MayMeetTheHosts) {
     }
 }
 
+// A task that waits for the end of a timer's function is cut off by the host's, also when that
+// function has ended just before; the leak sanitizer looks for the timer.
+TEST(TimersEnd, MayBeAwaitedByATaskThatIsCutOff) {
+    for (uint32_t seed = 1; seed <= 50; ++seed) {
+        DxrHostOptions options;
+        DxrHostInitOptions(&options);
+        options.clock = DXR_HOST_CLOCK_VIRTUAL;
+        options.printLevel = 0;
+        options.seed = seed;
+        DxrHost *const host = DxrHostCreate(&options);
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        static DxrHostTimer timer;
+        timer = {};
+        timer.size = sizeof(timer);
+        timer.ms = 1;
+        static std::atomic<bool> hasReturned;
+        hasReturned = false;
+        timer.function = [](void *) {
+            (void)DXR_DelayTask(10);
+            hasReturned = true;
+        };
+        ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+        Spawn(
+            [](void *) {
+                (void)DXR_DelayTask(5);
+                (void)DXR_StopTimer(&timer);
+            },
+            nullptr);
+        while (!hasReturned) {
+            EXPECT_EQ(DXR_DelayTask(0), 0U);
+        }
+        EXPECT_LE(DxrHostDestroy(host, nullptr), 2U) << "the task, and the timer";
+    }
+}
+
 // Its thread may end long after that: nothing of the host is there any more.
 TEST_F(RealEnd, ATimersFunctionThatOutlivesTheHostMayEndItsThread) {
     static std::atomic<bool> isInside;
