@@ -25,6 +25,7 @@
 
 namespace {
 
+using dxrtest::Bounded;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -50,20 +51,6 @@ DxrHost *MakeVirtual() {
     options.printLevel = 0;
     return DxrHostCreate(&options);
 }
-
-// A test that hangs does not end well.
-class Bounded {
-  public:
-    Bounded() { (void)alarm(kMostSec); }
-    ~Bounded() { (void)alarm(0); }
-    Bounded(const Bounded &) = delete;
-    Bounded &operator=(const Bounded &) = delete;
-    Bounded(Bounded &&) = delete;
-    Bounded &operator=(Bounded &&) = delete;
-
-  private:
-    static constexpr uint32_t kMostSec = 60;
-};
 
 void Pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));

@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +14,20 @@
 #include "dxr_devhost.h"
 
 namespace dxrtest {
+
+// A test that hangs does not end well.
+class Bounded {
+  public:
+    Bounded() { (void)alarm(kMostSec); }
+    ~Bounded() { (void)alarm(0); }
+    Bounded(const Bounded &) = delete;
+    Bounded &operator=(const Bounded &) = delete;
+    Bounded(Bounded &&) = delete;
+    Bounded &operator=(Bounded &&) = delete;
+
+  private:
+    static constexpr uint32_t kMostSec = 60;
+};
 
 using Message = std::pair<uint32_t, std::string>;
 

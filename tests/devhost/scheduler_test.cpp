@@ -19,6 +19,7 @@
 
 namespace {
 
+using dxrtest::Bounded;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -38,20 +39,6 @@ uint32_t Spawn(void (*entry)(void *), void *argument, const char *name = nullptr
               0U);
     return id;
 }
-
-// A test that hangs does not end well.
-class Bounded {
-  public:
-    Bounded() { (void)alarm(kMostSec); }
-    ~Bounded() { (void)alarm(0); }
-    Bounded(const Bounded &) = delete;
-    Bounded &operator=(const Bounded &) = delete;
-    Bounded(Bounded &&) = delete;
-    Bounded &operator=(Bounded &&) = delete;
-
-  private:
-    static constexpr uint32_t kMostSec = 60;
-};
 
 // --- Virtual time
 
