@@ -88,7 +88,18 @@ std::string LastLine(const Descriptor &file, off_t from, off_t to) {
 
 }  // namespace
 
+void TidyLog(const std::string &directory) {
+    const Descriptor in = OpenDirectory(directory);
+    struct stat latest {};
+    if (in && fstatat(in.Get(), kName, &latest, AT_SYMLINK_NOFOLLOW) == 0) {
+        (void)unlinkat(in.Get(), kNext, 0);
+    } else if (in) {
+        (void)renameat(in.Get(), kNext, in.Get(), kName);
+    }
+}
+
 Descriptor OpenLog(const std::string &directory, const ChassisLog &limits) {
+    TidyLog(directory);
     const Descriptor in = OpenDirectory(directory);
     struct stat found {};
     Descriptor log;

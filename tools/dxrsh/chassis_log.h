@@ -12,6 +12,9 @@
 
 namespace dxrsh {
 
+// Ends what a board that died had begun with its log: only whole files stay, and one is the latest.
+void TidyLog(const std::string &directory);
+
 // The file for a board that is started, which goes on after what is there. Throws RunError.
 [[nodiscard]] Descriptor OpenLog(const std::string &directory, const ChassisLog &limits);
 

@@ -358,6 +358,7 @@ class Supervisor {
         board.dueMs = kNever;
         // What most deaths leave.
         (void)unlink(BoardControl(chassis_.name, board.given->name).c_str());
+        TidyLog(Work(board));
         const bool hasExited = WIFEXITED(status);
         const int code = hasExited ? WEXITSTATUS(status) : 0;
         if (hasExited && (code == 0 || code == kExitLeftBehind)) {

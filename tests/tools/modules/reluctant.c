@@ -7,7 +7,8 @@
  * once: with a line the first time, in the middle of one the second time, then without a word.
  * With "leaves" it ends at once and leaves memory behind, with "elsewhere" once it has printed to a
  * full device instead of its log, with "passing" once it could not print for a while, with
- * "reports" as a program in which a sanitizer has found something. */
+ * "reports" as a program in which a sanitizer has found something. With "torn" it dies in the
+ * middle of putting its log aside, with "early" once the next one is there. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <stdio.h>
@@ -30,6 +31,16 @@ static void PrintAndDie(void) {
         }
     }
     abort();
+}
+
+static void DieWithNextLog(int isPutAside) {
+    printf("why it dies\n");
+    (void)fflush(stdout);
+    FILE *const next = chdir("work/main") != 0 ? NULL : fopen("board.log.next", "w");
+    if (next != NULL && fclose(next) == 0 &&
+        (!isPutAside || rename("board.log", "board.log.1") == 0)) {
+        abort();
+    }
 }
 
 static int PrintElsewhere(void) {
@@ -101,6 +112,10 @@ int DxrModuleMain(int argc, char **argv) {
     }
     if (strcmp(word, "noisy") == 0) {
         PrintAndDie();
+    }
+    if (strcmp(word, "torn") == 0 || strcmp(word, "early") == 0) {
+        DieWithNextLog(word[0] == 't');
+        return 1;
     }
     if (strcmp(word, "leaves") == 0) {
         return DXR_Malloc(7, 100, __FILE__, __LINE__) != NULL ? 0 : 1;
