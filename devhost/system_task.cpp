@@ -405,6 +405,75 @@ uint32_t UnlockMutex(void *handle) {
     return 0;
 }
 
+// --- The quick ways of a lock and an unlock: one mutex at a time, for which nobody waits
+
+// The mutex was destroyed after it was found, and may be another one by now. Ends the quick call.
+[[gnu::noinline]] uint32_t GiveBack(ThreadRecord &thread, Host &host, Mutex &mutex,
+                                    const void *handle, const void *caller) {
+    const SlowedDown goesOn(thread, host);
+    Guard([&] {
+        const Call call("DXR_LockMutex", caller);
+        Free(call, mutex);
+        (void)call.Find<Mutex>(kService, handle, HandleType::kMutex);
+    });
+    return EINVAL;
+}
+
+[[gnu::noinline]] uint32_t LockUnusual(void *handle, const void *caller) {
+    return RunGuarded<LockMutex>(caller, handle);
+}
+
+[[gnu::noinline]] uint32_t UnlockUnusual(void *handle, const void *caller) {
+    return RunGuarded<UnlockMutex>(caller, handle);
+}
+
+uint32_t LockSlot(void *handle) {
+    ThreadRecord *const thread = t_record;
+    Host *const host = EnterQuickly(thread);
+    if (host != nullptr && !host->scheduler.clock.IsVirtual()) [[likely]] {
+        auto *const mutex = static_cast<Mutex *>(host->handles.Find(handle, HandleType::kMutex));
+        std::vector<Mutex *> *const held = thread->held.AtHand(host->number);
+        uint64_t word = 0;
+        if (mutex != nullptr && held != nullptr && held->empty() && held->capacity() != 0 &&
+            mutex->word.compare_exchange_strong(word, Mutex::WordOf(*thread),
+                                                std::memory_order_acquire)) [[likely]] {
+            const void *const caller = __builtin_return_address(0);
+            if (mutex->handle.load(std::memory_order_relaxed) != handle) [[unlikely]] {
+                return GiveBack(*thread, *host, *mutex, handle, caller);
+            }
+            mutex->lockedAt.store(t_callerBehind != nullptr ? t_callerBehind : caller,
+                                  std::memory_order_relaxed);
+            if (held->size() == held->capacity()) {
+                __builtin_unreachable();  // no call is made, so there is no frame
+            }
+            held->push_back(mutex);
+            LeaveQuickly(*thread);
+            return 0;
+        }
+    }
+    return LockUnusual(handle, __builtin_return_address(0));
+}
+
+uint32_t UnlockSlot(void *handle) {
+    ThreadRecord *const thread = t_record;
+    Host *const host = EnterQuickly(thread);
+    if (host != nullptr && !host->scheduler.clock.IsVirtual()) [[likely]] {
+        auto *const mutex = static_cast<Mutex *>(host->handles.Find(handle, HandleType::kMutex));
+        std::vector<Mutex *> *const held = thread->held.AtHand(host->number);
+        if (mutex != nullptr && held != nullptr && !held->empty() && held->back() == mutex)
+            [[likely]] {
+            uint64_t word = Mutex::WordOf(*thread);
+            if (mutex->word.compare_exchange_strong(word, 0, std::memory_order_release))
+                [[likely]] {
+                held->pop_back();
+                LeaveQuickly(*thread);
+                return 0;
+            }
+        }
+    }
+    return UnlockUnusual(handle, __builtin_return_address(0));
+}
+
 uint32_t DestroyMutex(void *handle) {
     const Call call("DXR_DestroyMutex");
     if (!call) {
@@ -470,8 +539,8 @@ void FillSystemTask(DxrHooks &hooks) {
     hooks.task.delayTask = Guarded<DelayTask>;
     hooks.task.initMutex = Guarded<InitMutex>;
     hooks.task.destroyMutex = Guarded<DestroyMutex>;
-    hooks.task.lockMutex = Guarded<LockMutex>;
-    hooks.task.unlockMutex = Guarded<UnlockMutex>;
+    hooks.task.lockMutex = LockSlot;
+    hooks.task.unlockMutex = UnlockSlot;
 }
 
 }  // namespace devhost

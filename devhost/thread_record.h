@@ -41,6 +41,9 @@ class PerHost {
         return here_;
     }
 
+    // Null when it is another host than the last one.
+    [[nodiscard]] Value *AtHand(uint32_t host) { return host_ == host ? &here_ : nullptr; }
+
     // Null where nothing was asked for yet.
     [[nodiscard]] Value *Find(uint32_t host) {
         if (host_ == host) [[likely]] {
@@ -246,6 +249,23 @@ inline void LeaveQuickly(ThreadRecord &thread) {
 inline void SlowDown(ThreadRecord &thread, Host &host) {
     thread.inside.store(&host, std::memory_order_release);
 }
+
+// A quick call goes on as any other, with calls within it, and ends with this.
+class SlowedDown {
+  public:
+    SlowedDown(ThreadRecord &thread, Host &host) : thread_(thread) {
+        SlowDown(thread, host);
+        ++thread.depth;
+    }
+    ~SlowedDown() { Leave(thread_); }
+    SlowedDown(const SlowedDown &) = delete;
+    SlowedDown &operator=(const SlowedDown &) = delete;
+    SlowedDown(SlowedDown &&) = delete;
+    SlowedDown &operator=(SlowedDown &&) = delete;
+
+  private:
+    ThreadRecord &thread_;
+};
 
 // A step of a call that is not quick, which is as if it were one: others wait for its end.
 class QuickStep {

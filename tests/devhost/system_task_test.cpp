@@ -55,6 +55,43 @@ TEST_F(RealHostTask, TheOrderOfMutexesIsThatOfThoseStillHeld) {
     }
 }
 
+// Whoever has just looked up a mutex locks nobody else's when it is destroyed then, and another one
+// has its memory.
+TEST_F(RealHostTask, MutexesMayBeDestroyedWhileOthersLockThem) {
+    const dxrtest::Bounded bounded;
+    std::atomic<void *> shared{nullptr};
+    std::atomic<bool> isOver{false};
+    std::atomic<uint32_t> wrong{0};
+    std::thread other([&] {
+        for (void *last = nullptr; !isOver;) {
+            void *const mutex = shared;
+            if (mutex == last) {
+                continue;
+            }
+            last = mutex;
+            const uint32_t result = DXR_LockMutex(mutex);
+            if (result == 0) {
+                DXR_UnlockMutex(mutex);
+            }
+            wrong += result == 0 || result == EINVAL ? 0 : 1;
+        }
+    });
+    for (uint32_t i = 0; i < 100000; ++i) {
+        void *mutex = nullptr;
+        wrong += DXR_InitMutex(&mutex, nullptr) == 0 ? 0 : 1;
+        wrong += DXR_LockMutex(mutex) == 0 && DXR_UnlockMutex(mutex) == 0 ? 0 : 1;
+        shared = mutex;
+        for (std::atomic<uint32_t> late{i % 512}; late != 0; --late) {
+        }
+        while (DXR_DestroyMutex(mutex) == EBUSY) {
+        }
+    }
+    isOver = true;
+    other.join();
+    EXPECT_EQ(wrong, 0U);
+    EXPECT_EQ(End(), 0U);
+}
+
 TEST_F(RealHostTask, MutexesExclude) {
     void *mutex = nullptr;
     ASSERT_EQ(DXR_InitMutex(&mutex, nullptr), 0U);
