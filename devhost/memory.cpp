@@ -1,6 +1,9 @@
 #include "dxr_devhost/memory.h"
 
 #include <link.h>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <algorithm>
 #include <array>
@@ -102,14 +105,23 @@ class MemoryService;
 // What one thread keeps for itself; the next thread with its record takes it over.
 struct Cache {
     Cache(ThreadRecord &itsThread, MemoryService &itsService)
-        : thread(itsThread), service(itsService) {}
+        : thread(itsThread), service(itsService) {
+        none.bytes = reinterpret_cast<std::byte *>(&none);
+    }
+    Cache(const Cache &) = delete;
+    Cache &operator=(const Cache &) = delete;
+    Cache(Cache &&) = delete;
+    Cache &operator=(Cache &&) = delete;
+    ~Cache() = default;
 
     ThreadRecord &thread;
     MemoryService &service;
     RoomRings rings;
     KnownSites sites{};  // that allocate
     KnownSites releases{};
-    uint64_t lastSerial = 0;                     // of the blocks that were allocated with it
+    uint64_t lastSerial = 0;  // of the blocks that were allocated with it
+    BlockInfo *last = &none;  // that was made quickly: often the next one that is released
+    BlockInfo none;           // of a block that nobody has
     std::vector<std::unique_ptr<Maker>> makers;  // by the number of the site; the service's lock
 };
 
@@ -139,23 +151,27 @@ void SetGuards(std::byte *bytes, uint32_t size, const blocks::FrontGuard &front)
     std::memset(bytes + size, kGuardByte, blocks::kGuard);
 }
 
-template <typename Word>
-bool IsGuard(const std::byte *from) {
-    Word word = 0;
-    std::memcpy(&word, from, sizeof(word));
-    return word == static_cast<Word>(uint64_t{0x0101010101010101} * kGuardByte);
-}
-
-// All but the index.
-inline bool AreGuards(const std::byte *bytes, uint32_t size) {
-    static_assert(blocks::kGuard == 4 + 4 + 8);
-    return IsGuard<uint64_t>(bytes - 8) && IsGuard<uint32_t>(bytes - 12) &&
-           IsGuard<uint64_t>(bytes + size) && IsGuard<uint64_t>(bytes + size + 8);
+// Both at once, and each as wide as it was stored: parts of what was stored just now come later.
+inline bool AreWhole(const std::byte *bytes, uint32_t size, const blocks::FrontGuard &wanted) {
+#ifdef __SSE2__
+    static_assert(blocks::kGuard == sizeof(__m128i));
+    const auto load = [](const void *from) {
+        return _mm_loadu_si128(static_cast<const __m128i *>(from));
+    };
+    const __m128i front = _mm_cmpeq_epi8(load(bytes - blocks::kGuard), load(&wanted));
+    const __m128i back =
+        _mm_cmpeq_epi8(load(bytes + size), _mm_set1_epi8(static_cast<char>(kGuardByte)));
+    return _mm_movemask_epi8(_mm_and_si128(front, back)) == 0xFFFF;
+#else
+    blocks::FrontGuard back;
+    std::memset(&back, kGuardByte, sizeof(back));
+    return std::memcmp(bytes - blocks::kGuard, &wanted, sizeof(wanted)) == 0 &&
+           std::memcmp(bytes + size, &back, sizeof(back)) == 0;
+#endif
 }
 
 bool IsWhole(const BlockInfo &info) {
-    return std::memcmp(info.bytes - blocks::kGuard, &info.front, sizeof(info.front)) == 0 &&
-           AreGuards(info.bytes, info.size);
+    return AreWhole(info.bytes, info.size, info.front);
 }
 
 std::string TextOf(const Site *site) {
@@ -293,9 +309,13 @@ class MemoryService : public Service {
     // Ends a block that lives and is whole, of a part of the thread. False, and nothing is done,
     // when it is none, or there is more to do. Within a quick call.
     bool EndQuickly(Cache &cache, void *&address, const KnownSite &known) const {
-        BlockInfo *const info = blocks_.FindQuickly(address);
-        if (info == nullptr) [[unlikely]] {
-            return false;
+        // Without the way through its index, which may have been stored just now.
+        BlockInfo *info = cache.last;
+        if (info->bytes != address) {
+            info = blocks_.FindQuickly(address);
+            if (info == nullptr) [[unlikely]] {
+                return false;
+            }
         }
         const BlockState seen = info->state.load(std::memory_order_relaxed);
         if (!seen.IsLive()) [[unlikely]] {
@@ -306,7 +326,7 @@ class MemoryService : public Service {
             return false;
         }
         const uint32_t size = info->size;
-        if (!AreGuards(static_cast<const std::byte *>(address), size)) [[unlikely]] {
+        if (!AreWhole(static_cast<const std::byte *>(address), size, info->front)) [[unlikely]] {
             return false;
         }
         if (!cache.rings[info->ring].TryPush(info)) [[unlikely]] {
@@ -790,6 +810,7 @@ MemoryService &StateOf(Host &host) {
             BlockInfo &room = *ring.Pop();
             std::byte *const bytes = room.bytes;
             MemoryService::Fill(room, bytes, cache, maker, size);
+            cache.last = &room;
             LeaveQuickly(*thread);
             return bytes;
         }
