@@ -485,6 +485,29 @@ TEST_F(DxrshAttach, NoEndOfTheModulesLeavesAFile) {
     ASSERT_EQ(setrlimit(RLIMIT_CORE, &before), 0);
 }
 
+TEST_F(DxrshAttach, TellsWhatItWaitsFor) {
+    const std::string told =
+        Control() + ": waiting for its host, which is stopped or busy with a line\n";
+    Beside run(Run());
+    AwaitHost();
+    (void)kill(run.Pid(), SIGSTOP);
+    {
+        Beside attached({"attach", Control()});
+        attached.Await(told);
+        (void)kill(run.Pid(), SIGCONT);
+        attached.Write("get 0:0:8\nquit\n");
+        EXPECT_EQ(attached.Status(), 0);
+        EXPECT_EQ(attached.Said(), told + "0:0:0x8 = 0\n");
+    }
+    (void)kill(run.Pid(), SIGSTOP);
+    Beside attached({"attach", Control()});
+    attached.Await(told);
+    (void)kill(run.Pid(), SIGKILL);
+    EXPECT_EQ(run.Status(), 128 + SIGKILL);
+    EXPECT_EQ(attached.Status(), 2);
+    EXPECT_EQ(attached.Said(), told + "dxrsh: " + Control() + ": its host has ended\n");
+}
+
 TEST_F(DxrshAttach, ListensWhereNobodyElseDoes) {
     {
         Beside first(Run());

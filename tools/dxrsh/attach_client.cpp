@@ -21,7 +21,8 @@
 namespace dxrsh {
 namespace {
 
-constexpr int kPatienceMs = 10000;
+constexpr int kSilenceMs = 2000;    // then it is said for what one waits
+constexpr int kPatienceMs = 10000;  // with that
 constexpr size_t kShownWidth = 100;
 
 bool Begins(const std::string &line, std::string_view with) {
@@ -57,8 +58,11 @@ Descriptor Connect(const std::string &path) {
 }  // namespace
 
 AttachedTarget::AttachedTarget(const std::string &path) : connection_(Connect(path)) {
-    if (!CanBeRead(connection_, kPatienceMs)) {
-        throw UsageError(path + ": its host does not answer: it is stopped, or busy with a line");
+    if (!CanBeRead(connection_, kSilenceMs)) {
+        Say(stderr, "{}: waiting for its host, which is stopped or busy with a line\n", path);
+        if (!CanBeRead(connection_, kPatienceMs - kSilenceMs)) {
+            throw UsageError(path + ": its host does not answer");
+        }
     }
     std::string line;
     while (came_.find('\n') == std::string::npos && came_.size() < wire::kLongestLine) {
@@ -67,6 +71,9 @@ AttachedTarget::AttachedTarget(const std::string &path) : connection_(Connect(pa
             break;
         }
         came_ += part;
+    }
+    if (came_.empty()) {
+        throw UsageError(path + ": its host has ended");
     }
     if (!TakesLine(line) || line != wire::kGreeting) {
         throw UsageError(fmt::format("{}: '{}' is no greeting of a host of this release", path,
