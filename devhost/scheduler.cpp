@@ -1014,7 +1014,6 @@ void Scheduler::Unqueue(Job &job) {
 
 bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
     SchedulerLock lock(mutex_);
-    const bool wasStarted = job.IsSet() || job.isQueued || job.isRunning;
     Unqueue(job);
     ++job.startings;
     const WaitReason reason(place, "the end of a timer's function");
@@ -1024,11 +1023,12 @@ bool Scheduler::Stop(Job &job, Task *by, const Place &place) {
         ++job.stoppers;
         AwaitRunLocked(lock, job, *by, reason);
     }
-    if (!job.isRunning && job.stoppers == 0) {
+    const bool isOver = !job.isRunning;
+    if (isOver && job.stoppers == 0) {
         last = std::move(job.self);
     }
     lock.unlock();
-    return wasStarted;
+    return isOver;
 }
 
 bool Scheduler::HoldRunning(Job &job) {

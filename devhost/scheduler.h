@@ -237,8 +237,9 @@ class Scheduler {
     uint32_t Start(const std::shared_ptr<Job> &job, uint64_t due, uint64_t periodNs);
 
     // Stops it and waits, as `by`, for its end when it runs on another thread; null does not wait.
-    // Tells whether it was started. The caller's service keeps the job until then: a wait that the
-    // host's end cuts off does not come back.
+    // Tells whether it is over: it still runs where its function is the caller, or where the host's
+    // end has ended the wait. The caller's service keeps the job until then: a wait that the host's
+    // end cuts off does not come back.
     bool Stop(Job &job, Task *by, const Place &place);
 
     // When the job's function runs on another thread, keeps the job for AwaitRun, which follows.

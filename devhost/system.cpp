@@ -65,6 +65,8 @@ struct Timer : Job {
     void *argument = nullptr;
     bool firesOnce = false;
     bool isEnding = false;  // nobody finds it any more
+    // While its function ran, which may not come back: then the timer goes with the service.
+    std::atomic<bool> wasStopped{false};
     Place made;
 };
 
@@ -116,10 +118,12 @@ class SystemService : public Service {
 
     void ReportLeftovers() override {
         for (const auto &[serial, timer] : timers) {
-            TheHost().ReportLeftover(kService, timer->made,
-                                     timer->handle != nullptr
-                                         ? "timer"
-                                         : "monitor of heart " + std::to_string(timer->number));
+            if (!timer->wasStopped) {
+                TheHost().ReportLeftover(kService, timer->made,
+                                         timer->handle != nullptr
+                                             ? "timer"
+                                             : "monitor of heart " + std::to_string(timer->number));
+            }
         }
         for (const auto &[handle, open] : files) {
             TheHost().ReportLeftover(kService, TheHost().handles.MadeAt(handle),
@@ -251,23 +255,26 @@ class SystemService : public Service {
     // Stops a timer, or the one that watches for a monitor. Its function does not run afterwards,
     // unless it is the caller. False when there was none.
     bool Stop(const Call &call, const void *handle, const void *monitor) {
+        Scheduler &scheduler = call->scheduler;
+        // Before a running one is held, which nothing may come between.
+        Task &by = scheduler.Current(call.Thread(), call.At());
         Job *running = nullptr;
         Timer *const found = FindTimer(handle, monitor, running);
         if (found != nullptr) {
-            Stop(call, *found);
+            Stop(by, *found, call.At());
         } else if (running != nullptr) {
-            Scheduler &scheduler = call->scheduler;
-            scheduler.AwaitRun(*running, scheduler.Current(call.Thread(), call.At()), call.At());
+            scheduler.AwaitRun(*running, by, call.At());
         }
         return found != nullptr;
     }
 
-    // Stops a timer that FindTimer gave, and forgets it.
-    void Stop(const Call &call, Timer &timer) {
-        Scheduler &scheduler = call->scheduler;
-        const uint64_t serial = timer.serial;
-        (void)scheduler.Stop(timer, &scheduler.Current(call.Thread(), call.At()), call.At());
-        Forget(serial);
+    // Stops a timer that FindTimer gave, and forgets it, or lets its function do so at its end.
+    void Stop(Task &by, Timer &timer, const Place &place) {
+        if (TheHost().scheduler.Stop(timer, &by, place)) {
+            Forget(timer.serial);
+        } else {
+            timer.wasStopped = true;
+        }
     }
 
     void Forget(uint64_t serial) {
@@ -364,9 +371,14 @@ void Timer::Fire(void *user) {
     void *const with = timer->argument;
     const bool isOver = timer->firesOnce && timer->service->EndHandle(*timer);
     bool hasReturned = false;
-    const AlsoAtThreadsEnd forget([timer, isOver, &hasReturned] {
-        if (isOver && !hasReturned) {
+    const auto forgetIt = [timer, isOver] {
+        if (isOver || timer->wasStopped) {
             timer->service->Forget(timer->serial);
+        }
+    };
+    const AlsoAtThreadsEnd forget([&forgetIt, &hasReturned] {
+        if (!hasReturned) {
+            forgetIt();
         }
     });
     if (call != nullptr) {
@@ -376,9 +388,7 @@ void Timer::Fire(void *user) {
     // passes here comes back to the scheduler, also when the host ends just now.
     Scheduler::EndStopped(ThisThread());
     hasReturned = true;
-    if (isOver) {
-        timer->service->Forget(timer->serial);
-    }
+    forgetIt();
 }
 
 SystemService &StateOf(Host &host) {

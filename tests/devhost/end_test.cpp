@@ -352,6 +352,58 @@ TEST(TimersEnd, MayBeAwaitedByATaskThatIsCutOff) {
     }
 }
 
+// Who waits for the end of a timer's function comes back at the host's end without it, also when it
+// is cut off then; the leak sanitizer looks for the timer.
+TEST(TimersEnd, MayBeAwaitedByAThreadThatTheHostSendsBack) {
+    DxrHooks hooks;  // the registered table is cleared while the thread looks there
+    DxrHostFillHooks(&hooks);
+    for (int i = 0; i < 10; ++i) {
+        DxrHost *const host = DxrHostCreate(nullptr);
+        ASSERT_EQ(DxrHostRegister(host), 0U);
+        static std::atomic<bool> hasBegun;
+        hasBegun = false;
+        DxrHostTimer timer{};
+        timer.size = sizeof(timer);
+        timer.repeats = static_cast<uint8_t>(i % 2);
+        timer.function = [](void *) {
+            hasBegun = true;
+            (void)DXR_DelayTask(DXR_HOST_FOREVER);
+        };
+        ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+        while (!hasBegun) {
+            std::this_thread::yield();
+        }
+        std::thread stopper([&] { (void)hooks.system.stopTimer(&timer); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(i));
+        EXPECT_LE(DxrHostDestroy(host, nullptr), 1U) << "the timer, unless it is stopped by then";
+        stopper.join();
+    }
+}
+
+// The same of a function that has stopped its own timer.
+TEST(TimersEnd, MayFindAStoppedOnesFunction) {
+    DxrHost *const host = DxrHostCreate(nullptr);
+    ASSERT_EQ(DxrHostRegister(host), 0U);
+    static std::atomic<bool> hasStopped;
+    hasStopped = false;
+    static DxrHostTimer timer;
+    timer = {};
+    timer.size = sizeof(timer);
+    timer.ms = 1;
+    timer.repeats = 1;
+    timer.function = [](void *) {
+        EXPECT_EQ(DXR_StopTimer(&timer), 0U);
+        EXPECT_EQ(DXR_StopTimer(&timer), static_cast<uint32_t>(ENOENT));
+        hasStopped = true;
+        (void)DXR_DelayTask(DXR_HOST_FOREVER);
+    };
+    ASSERT_EQ(DXR_StartTimer(&timer), 0U);
+    while (!hasStopped) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(DxrHostDestroy(host, nullptr), 0U);
+}
+
 // Its thread may end long after that: nothing of the host is there any more.
 TEST_F(RealEnd, ATimersFunctionThatOutlivesTheHostMayEndItsThread) {
     static std::atomic<bool> isInside;
